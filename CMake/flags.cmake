@@ -1,0 +1,23 @@
+# What every target is compiled with.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+find_package(Threads REQUIRED)
+
+if(MSVC)
+  add_compile_options(/W4 /WX /utf-8 /fp:precise)
+else()
+  # Results must not depend on the compiler: no fused multiply-add behind our back.
+  add_compile_options(-Wall -Wextra -Wshadow -Wconversion -Wno-sign-conversion -Werror -ffp-contract=off)
+  string(REPLACE "-O3" "-O2" CMAKE_CXX_FLAGS_RELEASE "${CMAKE_CXX_FLAGS_RELEASE}")
+  if(ZCK_SANITIZE)
+    add_compile_options(-fsanitize=${ZCK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+    add_link_options(-fsanitize=${ZCK_SANITIZE})
+  endif()
+endif()

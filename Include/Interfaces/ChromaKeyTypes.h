@@ -1,0 +1,113 @@
+#pragma once
+
+/// The key model: what is to be keyed out, as every component and every host shares it.
+///
+/// The layouts and enumeration values are fixed: they cross interfaces by value and are published in the type library.
+
+#include <cstddef>
+#include <cstdint>
+
+/// The space in which keys are measured. eCKT_Alpha is 0, so a zero-filled key set keeps the input's own alpha.
+enum eCK_Type : int32_t
+{
+    eCKT_Alpha = 0, ///< key by the alpha of the input; no colour distance
+    eCKT_None = 1,  ///< keying off
+    eCKT_RGB = 2,
+    eCKT_HLS = 3,
+    eCKT_YUV = 4,
+    eCKT_Auto = 5, ///< chosen by detection
+};
+
+/// What KeyAdjustSet and KeyAdjustGet address. Not an index into CK_ADJUST: the orders differ on purpose.
+enum eCK_Adjust : int32_t
+{
+    eCKA_KeyType = 0,
+    eCKA_Power = 1,
+    eCKA_Transparent = 2,
+    eCKA_Smooth = 3,
+    eCKA_Colors = 4,
+    eCKA_MinTransparent = 5,
+    eCKA_MaxTransparent = 6,
+    eCKA_ExcludePower = 7,
+    eCKA_ExcludeTransparent = 8,
+    eCKA_Power_R_H_Y = 9,
+    eCKA_Power_G_L_U = 10,
+    eCKA_Power_B_S_V = 11,
+    eCKA_Colors_Range = 12,
+    eCKA_Colors_Power = 13,
+    eCKA_Colors_Chroma = 14,
+    eCKA_Colors_Luma = 15,
+    eCKA_Colors_Alpha = 16,
+};
+
+/// The most keys a set holds. Every reader clamps a count to it, and treats a negative count as 0.
+inline constexpr int32_t Z_MAX_KEYS = 16;
+
+/// One key: an ellipsoid around a colour. The words hold one byte a component: R, G, B from byte 0 for eCKT_RGB;
+/// H, L, S or Y, U, V from byte 0 otherwise; byte 3 is alpha.
+struct SINGLE_KEY
+{
+    uint32_t nValue;       ///< centre of the key
+    uint32_t nDelta;       ///< half-widths of the key; 0 = the key is dead
+    int32_t nSmoothRange;  ///< width of the soft edge around the key, in component levels
+    int32_t nAlpha;        ///< least alpha a matched pixel keeps, 0 to 255; 255 = the key does not key
+    int32_t nCancelRange;  ///< colour cancel: widening of the key
+    int32_t nCancelPower;  ///< colour cancel: strength
+    int32_t nCancelChroma; ///< colour cancel: gain of chroma
+    int32_t nCancelLuma;   ///< colour cancel: gain of luma
+    int32_t nCancelAlpha;  ///< colour cancel: width of its soft edge
+    int32_t nReverseKey;   ///< above 0: an exclusion key; pixels it matches stay opaque
+};
+static_assert(sizeof(SINGLE_KEY) == 40);
+
+/// The whole key set, 672 bytes.
+struct CHROMA_KEY_RAW
+{
+    int32_t eType;     ///< eCK_Type; other values are carried and not keyed
+    int32_t nKeysUsed; ///< valid entries of arrKeys, 0 to 16
+    SINGLE_KEY arrKeys[Z_MAX_KEYS];
+    int32_t nMinTransparent;  ///< mask values below it become 0
+    int32_t nMaxTransparent;  ///< mask values above it become 255; creators of key sets set 255
+    int32_t nEdgesSmooth;     ///< smoothing passes over the finished mask, 0 to 10
+    int32_t bColorCancel;     ///< non-zero: colour cancel (spill suppression) on
+    int32_t nInterlacedVideo; ///< treat the input as interlaced
+    int32_t nInverseKey;      ///< non-zero: invert the finished mask
+};
+static_assert(sizeof(CHROMA_KEY_RAW) == 672);
+static_assert(offsetof(CHROMA_KEY_RAW, arrKeys) == 8 && offsetof(CHROMA_KEY_RAW, nMinTransparent) == 648);
+static_assert(offsetof(CHROMA_KEY_RAW, nInverseKey) == 668);
+
+/// Fine tuning of the colour cancel.
+struct CK_COLOR_ADJUST
+{
+    double dblCancelRange;
+    double dblCancelPower;
+    double dblCancelChroma;
+    double dblCancelLuma;
+    double dblCancelAlpha;
+};
+
+/// Fine tuning of one colour component each.
+struct CK_RANGE_ADJUST
+{
+    double dblRangeR_H_Y;
+    double dblRangeG_L_U;
+    double dblRangeB_S_V;
+};
+
+/// Fine tuning of the whole key set, 128 bytes.
+struct CK_ADJUST
+{
+    double dblPower;
+    double dblTransparent;
+    double dblColors;
+    double dblSmooth;
+    double dblMinTransparent;
+    double dblMaxTransparent;
+    double dblExclPower;
+    double dblExclTransparent;
+    CK_COLOR_ADJUST colAdjust;
+    CK_RANGE_ADJUST rangeAdjust;
+};
+static_assert(sizeof(CK_ADJUST) == 128);
+static_assert(offsetof(CK_ADJUST, colAdjust) == 64 && offsetof(CK_ADJUST, rangeAdjust) == 104);

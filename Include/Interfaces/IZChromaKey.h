@@ -1,0 +1,53 @@
+#pragma once
+
+#include "Interfaces/ChromaKeyTypes.h"
+#include "Interfaces/IZFFrame.h"
+
+struct IZKey;
+
+/// Key editing of the chroma-key plug-in object. Points and rectangles are in pixels of the frame set for keying, else
+/// of the last input frame, counted from its top left. May be called from any thread while frames run; a change takes
+/// effect with the next frame. The first line of each method is its help text in the type library.
+struct IZChromaKey : public IDispatch
+{
+    /// Set frame for key detection and/or background.
+    /// Null leaves that role without a frame of its own.
+    virtual HRESULT STDMETHODCALLTYPE KeyFrameSet(IZFFrame* _pZFrameKeyingOrNull, IZFFrame* _pZFrameBGOrNull) = 0;
+    /// Get frame for key detection and background.
+    /// The caller releases both; null and S_FALSE where there is none.
+    virtual HRESULT STDMETHODCALLTYPE KeyFrameGet(IZFFrame** _ppZFrameRes, IZFFrame** _ppZFrameBG) = 0;
+    /// Auto detect key
+    /// _bsProps: "detect." options as "name=value" pairs; null or "" for the defaults. S_FALSE: nothing found.
+    virtual HRESULT STDMETHODCALLTYPE KeyDetect(BSTR _bsProps) = 0;
+    /// Add point to key
+    virtual HRESULT STDMETHODCALLTYPE KeyAddPoint(int32_t _nXPosPixels, int32_t _nYPosPixels) = 0;
+    /// Exclude point from key
+    virtual HRESULT STDMETHODCALLTYPE KeyExcludePoint(int32_t _nXPosPixels, int32_t _nYPosPixels) = 0;
+    /// Add rect to key
+    virtual HRESULT STDMETHODCALLTYPE KeyAddRect(int32_t _nX1PosPixels, int32_t _nY1PosPixels, int32_t _nX2PosPixels,
+                                                 int32_t _nY2PosPixels) = 0;
+    /// Ajust keying propeties
+    /// E_INVALIDARG: not an adjustment, or a value outside its range.
+    virtual HRESULT STDMETHODCALLTYPE KeyAdjustSet(eCK_Adjust _eAdjust, double _dblValue) = 0;
+    /// Get keying ajust propeties
+    virtual HRESULT STDMETHODCALLTYPE KeyAdjustGet(eCK_Adjust _eAdjust, double* _pdblValue) = 0;
+    /// Cancel last adjustement steps
+    virtual HRESULT STDMETHODCALLTYPE KeyStepBack(int32_t _nSteps) = 0;
+    /// Apply last adjustement steps (after step frwd)
+    virtual HRESULT STDMETHODCALLTYPE KeyStepFwd(int32_t _nSteps) = 0;
+    /// Reset key.
+    virtual HRESULT STDMETHODCALLTYPE KeyReset() = 0;
+    /// Set chroma-key via structure
+    /// _pKeyAdjust may be null: the adjustments stay as they are.
+    virtual HRESULT STDMETHODCALLTYPE KeyRawSet(const CHROMA_KEY_RAW* _pvzKey, const CK_ADJUST* _pKeyAdjust) = 0;
+    /// Get chroma-key structure
+    /// Either pointer may be null, not both.
+    virtual HRESULT STDMETHODCALLTYPE KeyRawGet(CHROMA_KEY_RAW* _pvzKey, CK_ADJUST* _pKeyAdjust) = 0;
+    /// Set chroma-key value structure
+    virtual HRESULT STDMETHODCALLTYPE KeySet(IZKey* _pKeyObject) = 0;
+    /// Get key value object, use last input frame or user-specifed key, for specify BG image use _bsProps =
+    /// 'background='path''.
+    /// _ppKeyObject: the caller releases it.
+    virtual HRESULT STDMETHODCALLTYPE KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyObject) = 0;
+};
+Z_INTERFACE_ID(IZChromaKey, 0x142c8364, 0x7806, 0x4577, 0x93, 0xe7, 0x83, 0xe7, 0xeb, 0x04, 0xb3, 0x9b)

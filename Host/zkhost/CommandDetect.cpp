@@ -1,0 +1,58 @@
+#include "zkhost/Commands.h"
+
+#include "zkhost/HostError.h"
+#include "zkhost/KeyOptions.h"
+#include "zkhost/Stream.h"
+
+#include "Base/ZLog.h"
+
+#include <cstdio>
+#include <memory>
+
+namespace
+{
+
+struct DETECT_COMMAND
+{
+    CZKeyOptions options;
+    std::string strOutput;
+};
+
+void Run(const DETECT_COMMAND& _command)
+{
+    _command.options.ApplyLog();
+    const auto upSource = Stream_Open(_command.options.Input(), _command.options.RawSpec());
+    const CZPtr<IZFFrame> cpFrame = upSource->Next();
+    if (!cpFrame)
+        throw CZHostError(ZFormat("%s holds no frame", _command.options.Input()));
+    CZKeyer keyer;
+    _command.options.ApplyOptions(keyer);
+    CZKeyer::Check(keyer.Key()->KeyFrameSet(cpFrame.Get(), nullptr), "handing over the first frame");
+    _command.options.Detect(keyer);
+    CHROMA_KEY_RAW key = {};
+    CZKeyer::Check(keyer.Key()->KeyRawGet(&key, nullptr), "looking at the keys found");
+    if (_command.strOutput.empty())
+        std::fputs((keyer.Document() + "\n").c_str(), stdout);
+    else
+        keyer.Save(_command.strOutput);
+    if (!_command.options.IsQuiet())
+        std::fputs(
+            ZFormat("found %d key%s in %s\n", key.nKeysUsed, key.nKeysUsed == 1 ? "" : "s", _command.options.Input())
+                .c_str(),
+            stderr);
+}
+
+} // namespace
+
+void Command_AddDetect(CLI::App& _app)
+{
+    CLI::App& command =
+        *_app.add_subcommand("detect", "Find the backdrop of the first frame and print or save its keys");
+    const auto spCommand = std::make_shared<DETECT_COMMAND>();
+    command.footer("Examples:\n"
+                   "  zkhost detect clip.y4m\n"
+                   "  zkhost detect photo.jpg -o keys.xml --set detect.blocks=32 --set detect.max_keys=4\n");
+    spCommand->options.AddInput(command);
+    command.add_option("-o,--output", spCommand->strOutput, "A key file, instead of standard output");
+    command.callback([spCommand] { Run(*spCommand); });
+}

@@ -1,0 +1,43 @@
+#include "zkhost/Commands.h"
+
+#include "zkhost/Keyer.h"
+
+#include "Base/ZCpu.h"
+#include "Base/ZLog.h"
+#include "Interfaces/ZGuids.h"
+
+#include <cstdio>
+
+namespace
+{
+
+std::string GuidText(REFGUID _guid)
+{
+    std::string strText = ZFormat("{%08X-%04X-%04X-", _guid.Data1, _guid.Data2, _guid.Data3);
+    for (int i = 0; i < 8; ++i)
+        strText += ZFormat(i == 2 ? "-%02X" : "%02X", _guid.Data4[i]);
+    return strText + "}";
+}
+
+std::string InfoText()
+{
+    std::string strText = ZFormat("plug-in\t%s\n", CZKeyer().NameAndVersion());
+    strText += ZFormat("SIMD in use\t%s\n", ZCpu_LevelName(ZCpu_Level()));
+    strText += ZFormat("SIMD available\t%s\n", ZCpu_LevelName(ZCpu_Detected()));
+    strText += "GPU adapters\tnone\n";
+    strText += ZFormat("class ZChromaKey\t%s\n", GuidText(CLSID_ZChromaKey));
+    strText += ZFormat("class ZKey\t%s\n", GuidText(CLSID_ZKey));
+    return strText + ZFormat("type library ZCHROMAKEYLib\t%s\n", GuidText(LIBID_ZCHROMAKEYLib));
+}
+
+} // namespace
+
+void Command_AddInfo(CLI::App& _app)
+{
+    CLI::App& command =
+        *_app.add_subcommand("info", "Version, instruction sets, graphics adapters and class identifiers");
+    command.footer("Examples:\n"
+                   "  zkhost info\n"
+                   "  ZCK_SIMD=none zkhost info\n");
+    command.callback([] { std::fputs(InfoText().c_str(), stdout); });
+}

@@ -1,0 +1,118 @@
+#include "zkhost/Commands.h"
+
+#include "zkhost/Background.h"
+#include "zkhost/HostError.h"
+#include "zkhost/KeyJob.h"
+#include "zkhost/PictureWriter.h"
+#include "zkhost/Progress.h"
+
+#include "Base/ZLog.h"
+
+#include <memory>
+
+namespace
+{
+
+constexpr const char* c_pszExamples =
+    "Examples:\n"
+    "  zkhost key clip.y4m -o keyed_%05d.png --auto\n"
+    "  zkhost key photo.jpg -o cut.png --pick 20,40 --pick 600,30 --exclude 310,200\n"
+    "  zkhost key clip.y4m -o out.y4m --mask matte.y4m --keys keys.xml --background beach.jpg\n"
+    "  zkhost key in.raw --in UYVY:1920x1080@25i -o out.raw --auto --adjust smooth=20 --set process.threads=4\n"
+    "  ffmpeg -v error -i clip.mp4 -f yuv4mpegpipe - | zkhost key - -o keyed_%05d.png --rect 10,10,200,120\n";
+
+/// Everything that "zkhost key" was told.
+struct KEY_COMMAND
+{
+    CZKeyOptions options;
+    std::string strOutput;
+    std::string strMask;
+    std::string strBackground;
+    int64_t nFrames = 0;
+};
+
+/// The outputs of the job.
+class CZKeyOutputs
+{
+public:
+    CZKeyOutputs(const KEY_COMMAND& _command, const STREAM& _stream)
+        : m_command(_command)
+    {
+        if (_command.strOutput == _command.strMask)
+            throw CZUsageError(ZFormat("-o and --mask both name %s; give each its own", _command.strMask));
+        const bool bRaw = _command.strOutput.ends_with(".raw");
+        m_upPictures = PictureWriter_Open(_command.strOutput, _stream, bRaw ? eZFCC_ARGB32 : eZFCC_Y444, m_files);
+        if (!_command.strMask.empty())
+            m_upMasks = PictureWriter_Open(_command.strMask, _stream, eZFCC_Y444, m_files);
+    }
+
+    void Write(KEYED& _keyed)
+    {
+        if (m_upMasks)
+            m_upMasks->Write(_keyed.mask);
+        if (!m_command.strBackground.empty())
+        {
+            const bool bNew =
+                m_background.nWidth != _keyed.picture.nWidth || m_background.nHeight != _keyed.picture.nHeight;
+            if (bNew)
+                m_background = Background_Load(m_command.strBackground, _keyed.picture.nWidth, _keyed.picture.nHeight);
+            Picture_Over(_keyed.picture, m_background);
+        }
+        m_upPictures->Write(_keyed.picture);
+    }
+    void Commit()
+    {
+        m_files.CommitAll();
+    }
+
+private:
+    const KEY_COMMAND& m_command;
+    CZOutFiles m_files; // before the writers, which use it
+    std::unique_ptr<CZPictureWriter> m_upPictures;
+    std::unique_ptr<CZPictureWriter> m_upMasks;
+    PICTURE m_background;
+};
+
+void Run(const KEY_COMMAND& _command)
+{
+    _command.options.ApplyLog();
+    const auto upSource = Stream_Open(_command.options.Input(), _command.options.RawSpec());
+    CZKeyOutputs outputs(_command, upSource->Stream());
+    CZKeyer keyer;
+    keyer.OptionSet("output.argb", "true"); // the alpha in the frame, and its colours cleaned
+    const int64_t nAll = upSource->Stream().nFrames;
+    CZProgress progress("keyed",
+                        _command.nFrames > 0 && (nAll < 0 || nAll > _command.nFrames) ? _command.nFrames : nAll,
+                        _command.options.IsQuiet());
+    int nWidth = 0, nHeight = 0;
+    KeyJob_Run(*upSource, keyer, _command.options, _command.nFrames, [&](KEYED& _keyed) {
+        nWidth = _keyed.picture.nWidth;
+        nHeight = _keyed.picture.nHeight;
+        outputs.Write(_keyed);
+        progress.Step();
+    });
+    outputs.Commit();
+    _command.options.SaveKeys(keyer);
+    progress.Summary(ZFormat("%d x %d to %s", nWidth, nHeight, _command.strOutput));
+}
+
+} // namespace
+
+void Command_AddKey(CLI::App& _app)
+{
+    CLI::App& command = *_app.add_subcommand("key", "Key frames: the backdrop becomes transparent");
+    const auto spCommand = std::make_shared<KEY_COMMAND>();
+    command.footer(c_pszExamples);
+    spCommand->options.AddInput(command);
+    command
+        .add_option("-o,--output", spCommand->strOutput,
+                    "*.png or name_%05d.png (straight alpha), *.y4m or - (4:4:4 with alpha), *.raw (ARGB32)")
+        ->required();
+    command.add_option("--mask", spCommand->strMask, "The mask alone, grey, in any of the kinds of -o");
+    command.add_option("--background", spCommand->strBackground,
+                       "Lay the result over a colour (#RRGGBB) or a picture; the output is opaque then");
+    command.add_option("--frames", spCommand->nFrames, "Key this many frames; all unless given")
+        ->check(CLI::PositiveNumber);
+    spCommand->options.AddKeys(command);
+    command.callback([spCommand] { Run(*spCommand); });
+}

@@ -1,0 +1,80 @@
+#include "zkhost/HostLog.h"
+
+#include "Base/ZLog.h"
+
+#include <cstdio>
+#include <mutex>
+
+namespace
+{
+
+eZLogLevel g_eLevel = eZLog_Warning;
+
+/// A sink that is never deleted: references to it are not counted.
+class CZHostSink final : public IZLogSink
+{
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID _iid, void** _ppvObject) override
+    {
+        if (!_ppvObject)
+            return E_POINTER;
+        const bool bKnown = _iid == CZIidOf<IUnknown>::Value || _iid == CZIidOf<IZLogSink>::Value;
+        *_ppvObject = bKnown ? this : nullptr;
+        return bKnown ? S_OK : E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override
+    {
+        return 2;
+    }
+    ULONG STDMETHODCALLTYPE Release() override
+    {
+        return 1;
+    }
+    void STDMETHODCALLTYPE LogLine(int32_t _eLevel, const char* _pszText) override
+    {
+        constexpr const char* c_arrNames[] = {"", "error: ", "warning: ", "", ""};
+        const std::lock_guard lock(m_mtxText);
+        if (_eLevel == eZLog_Error)
+            m_strLastError = _pszText;
+        const bool bNamed = _eLevel >= 0 && _eLevel <= eZLog_Verbose;
+        std::fprintf(stderr, "zkhost: %s%s\n", bNamed ? c_arrNames[_eLevel] : "", _pszText);
+    }
+    std::string LastError()
+    {
+        const std::lock_guard lock(m_mtxText);
+        return m_strLastError;
+    }
+
+private:
+    std::mutex m_mtxText;
+    std::string m_strLastError;
+};
+
+CZHostSink& Sink()
+{
+    static CZHostSink sink;
+    return sink;
+}
+
+} // namespace
+
+void HostLog_SetLevel(eZLogLevel _eLevel)
+{
+    g_eLevel = _eLevel;
+    ZLog_Set(&Sink(), _eLevel);
+}
+
+eZLogLevel HostLog_Level()
+{
+    return g_eLevel;
+}
+
+IZLogSink* HostLog_Sink()
+{
+    return &Sink();
+}
+
+std::string HostLog_LastError()
+{
+    return Sink().LastError();
+}

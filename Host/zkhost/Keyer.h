@@ -1,0 +1,53 @@
+#pragma once
+
+#include "Base/ZPtr.h"
+#include "Interfaces/IZChromaKey.h"
+#include "Interfaces/IZFPersist.h"
+#include "Interfaces/IZFProcess.h"
+#include "Interfaces/IZPlugin.h"
+#include "Interfaces/IZProps.h"
+
+#include <functional>
+#include <string>
+
+/// A chroma-key object of the plug-in module that lies beside this program, made through its class factory.
+/// Every method throws CZHostError when the module refuses, with the reason that it logged.
+class CZKeyer
+{
+public:
+    CZKeyer();
+    ~CZKeyer();
+    CZKeyer(const CZKeyer&) = delete;
+    CZKeyer& operator=(const CZKeyer&) = delete;
+
+    IZChromaKey* Key() const
+    {
+        return m_cpKey.Get();
+    }
+    void OptionSet(const std::string& _strName, const std::string& _strValue);
+    void Load(const std::string& _strPath);
+    void Save(const std::string& _strPath);
+    /// The key set and options as a document.
+    std::string Document();
+    /// Name and version of the plug-in.
+    std::string NameAndVersion();
+
+    /// Hands a frame in; results come out by _fnResult, with the output thread on one frame later.
+    void Process(IZFFrame* _pFrame, const std::function<void(IZFFrame*)>& _fnResult);
+    /// Fetches what is still under way.
+    void Finish(const std::function<void(IZFFrame*)>& _fnResult);
+
+    /// Throws when a call failed: _strWhat says what was tried and with what.
+    static void Check(HRESULT _hr, const std::string& _strWhat);
+
+private:
+    bool Receive(IZFFrame* _pFrameOrNull, const std::function<void(IZFFrame*)>& _fnResult);
+
+    CZPtr<IZChromaKey> m_cpKey;
+    CZPtr<IZFProcess> m_cpProcess;
+    CZPtr<IZProps> m_cpProps;
+    CZPtr<IZPlugin> m_cpPlugin;
+    CZPtr<IZFPersist> m_cpPersist;
+    int64_t m_nFrames = 0;
+    int64_t m_nResults = 0;
+};

@@ -1,0 +1,58 @@
+#include "zkhost/Label.h"
+
+#include <algorithm>
+#include <vector>
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wunused-function"
+#endif
+#include <stb/stb_easy_font.h>
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+
+namespace
+{
+
+/// A corner of the rectangles that the font is made of.
+struct FONT_VERTEX
+{
+    float x, y, z;
+    uint8_t arrColor[4];
+};
+
+constexpr size_t c_cbPerLetter = 300; // as the font's maker says
+
+void FillRect(PICTURE& _picture, int _nLeft, int _nTop, int _nRight, int _nBottom, uint32_t _nRGB)
+{
+    for (int y = std::max(_nTop, 0); y < std::min(_nBottom, _picture.nHeight); ++y)
+        for (int x = std::max(_nLeft, 0); x < std::min(_nRight, _picture.nWidth); ++x)
+        {
+            uint8_t* pPixel = _picture.Row(y) + 4 * x;
+            pPixel[0] = static_cast<uint8_t>(_nRGB);
+            pPixel[1] = static_cast<uint8_t>(_nRGB >> 8);
+            pPixel[2] = static_cast<uint8_t>(_nRGB >> 16);
+            pPixel[3] = 255;
+        }
+}
+
+} // namespace
+
+void Label_Draw(PICTURE& _picture, int _nLeft, int _nTop, int _nScale, uint32_t _nRGB, const std::string& _strText)
+{
+    std::string strText;
+    for (const char ch : _strText) // the font has nothing else
+        strText += ch >= ' ' && ch <= '~' ? ch : '?';
+    std::vector<FONT_VERTEX> vecVertices(c_cbPerLetter * (strText.size() + 1) / sizeof(FONT_VERTEX));
+    const int nQuads = stb_easy_font_print(0, 0, strText.data(), nullptr, vecVertices.data(),
+                                           static_cast<int>(vecVertices.size() * sizeof(FONT_VERTEX)));
+    for (int i = 0; i < nQuads; ++i)
+    {
+        const FONT_VERTEX& first = vecVertices[static_cast<size_t>(4 * i)];
+        const FONT_VERTEX& opposite = vecVertices[static_cast<size_t>(4 * i + 2)];
+        FillRect(_picture, _nLeft + static_cast<int>(first.x) * _nScale, _nTop + static_cast<int>(first.y) * _nScale,
+                 _nLeft + static_cast<int>(opposite.x) * _nScale, _nTop + static_cast<int>(opposite.y) * _nScale,
+                 _nRGB);
+    }
+}

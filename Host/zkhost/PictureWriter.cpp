@@ -1,0 +1,59 @@
+#include "zkhost/PictureWriter.h"
+
+#include "zkhost/HostError.h"
+#include "zkhost/NamePattern.h"
+#include "zkhost/PictureFile.h"
+#include "zkhost/RawWriter.h"
+#include "zkhost/Y4mWriter.h"
+
+#include "Base/ZLog.h"
+
+namespace
+{
+
+class CZPngWriter : public CZPictureWriter
+{
+public:
+    CZPngWriter(const std::string& _strPath, CZOutFiles& _files)
+        : m_strPath(_strPath)
+        , m_bSequence(NamePattern_IsPattern(_strPath))
+        , m_files(_files)
+    {
+    }
+
+    void Write(const PICTURE& _picture) override
+    {
+        if (m_nWritten > 0 && !m_bSequence)
+            throw CZHostError(
+                ZFormat("%s takes one picture, and there are more; name a sequence, as name_%%05d.png, or "
+                        "use --frames 1",
+                        m_strPath));
+        CZOutFile& file = m_files.Create(NamePattern_Name(m_strPath, m_nWritten));
+        PictureFile_WritePng(_picture, file);
+        file.Close(); // a long sequence must not keep all its files open
+        ++m_nWritten;
+    }
+
+private:
+    std::string m_strPath;
+    bool m_bSequence;
+    CZOutFiles& m_files;
+    int64_t m_nWritten = 0;
+};
+
+} // namespace
+
+std::unique_ptr<CZPictureWriter> PictureWriter_Open(const std::string& _strPath, const STREAM& _stream,
+                                                    uint32_t _fccOpaque, CZOutFiles& _files)
+{
+    const std::string strType = NamePattern_Extension(_strPath);
+    if (strType == "png")
+        return std::make_unique<CZPngWriter>(_strPath, _files);
+    if (strType == "y4m" || _strPath == "-")
+        return std::make_unique<CZY4mWriter>(_strPath, _stream, _fccOpaque, _files);
+    if (strType == "raw")
+        return std::make_unique<CZRawWriter>(_strPath, _stream, _fccOpaque, _files);
+    throw CZUsageError(ZFormat("%s: unknown kind of output; use *.png, name_%%05d.png, *.y4m, *.raw, or - for Y4M on "
+                               "standard output",
+                               _strPath));
+}

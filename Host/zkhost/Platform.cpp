@@ -1,0 +1,259 @@
+#include "zkhost/Platform.h"
+
+#include "Base/ZLog.h"
+
+#include <atomic>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#include <shellapi.h>
+#else
+#include <cerrno>
+#include <dlfcn.h>
+#include <unistd.h>
+#endif
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+std::atomic<bool> g_bInterrupted{false};
+
+fs::path PathOf(const std::string& _strPath)
+{
+#if defined(_WIN32)
+    return fs::path(ZText_ToWide(_strPath));
+#else
+    return fs::path(_strPath);
+#endif
+}
+
+std::string TextOf(const fs::path& _path)
+{
+#if defined(_WIN32)
+    return ZText_FromWide(_path.wstring());
+#else
+    return _path.string();
+#endif
+}
+
+} // namespace
+
+bool Platform_Replace(const std::string& _strFrom, const std::string& _strTo)
+{
+    std::error_code error;
+    fs::rename(PathOf(_strFrom), PathOf(_strTo), error);
+    return !error;
+}
+
+void Platform_Remove(const std::string& _strPath)
+{
+    std::error_code error;
+    fs::remove(PathOf(_strPath), error);
+}
+
+bool Platform_IsDevice(const std::string& _strPath)
+{
+    std::error_code error;
+    const fs::file_status status = fs::status(PathOf(_strPath), error);
+    return fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
+}
+
+bool Platform_IsFolder(const std::string& _strPath)
+{
+    std::error_code error;
+    return fs::is_directory(PathOf(_strPath), error);
+}
+
+int64_t Platform_FileSize(const std::string& _strPath)
+{
+    std::error_code error;
+    const uintmax_t cbFile = fs::is_regular_file(PathOf(_strPath), error) ? fs::file_size(PathOf(_strPath), error) : 0;
+    return error || !cbFile ? -1 : static_cast<int64_t>(cbFile);
+}
+
+bool Platform_Exists(const std::string& _strPath)
+{
+    std::error_code error;
+    return fs::exists(PathOf(_strPath), error);
+}
+
+std::string Platform_ResolveLink(const std::string& _strPath)
+{
+    std::error_code error;
+    if (!fs::is_symlink(PathOf(_strPath), error))
+        return _strPath;
+    const fs::path pathTarget = fs::weakly_canonical(PathOf(_strPath), error);
+    return error ? _strPath : TextOf(pathTarget);
+}
+
+bool Platform_WasInterrupted()
+{
+    return g_bInterrupted.load(std::memory_order_relaxed);
+}
+
+#if defined(_WIN32)
+
+namespace
+{
+
+BOOL WINAPI OnConsoleEvent(DWORD)
+{
+    return g_bInterrupted.exchange(true) ? FALSE : TRUE;
+}
+
+} // namespace
+
+std::vector<std::string> Platform_Arguments(int, char**)
+{
+    std::vector<std::string> vecArgs;
+    int nArgs = 0;
+    LPWSTR* ppwszArgs = CommandLineToArgvW(GetCommandLineW(), &nArgs);
+    for (int i = 0; ppwszArgs && i < nArgs; ++i)
+        vecArgs.push_back(ZText_FromWide(ppwszArgs[i]));
+    LocalFree(ppwszArgs);
+    return vecArgs;
+}
+
+std::FILE* Platform_Open(const std::string& _strPath, bool _bWrite)
+{
+    return _wfopen(ZText_ToWide(_strPath).c_str(), _bWrite ? L"wb" : L"rb");
+}
+
+std::FILE* Platform_StandardStream(bool _bOutput)
+{
+    std::FILE* pFile = _bOutput ? stdout : stdin;
+    _setmode(_fileno(pFile), _O_BINARY);
+    return pFile;
+}
+
+std::string Platform_LastError()
+{
+    char szText[256] = "";
+    strerror_s(szText, sizeof(szText), errno);
+    return szText;
+}
+
+bool Platform_IsTerminal(std::FILE* _pFile)
+{
+    return _isatty(_fileno(_pFile)) != 0;
+}
+
+uint32_t Platform_ProcessId()
+{
+    return GetCurrentProcessId();
+}
+
+void Platform_CatchInterrupts()
+{
+    SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
+}
+
+std::string Platform_ProgramFolder()
+{
+    std::wstring wstrPath(32768, L'\0');
+    wstrPath.resize(GetModuleFileNameW(nullptr, wstrPath.data(), static_cast<DWORD>(wstrPath.size())));
+    return TextOf(fs::path(wstrPath).parent_path());
+}
+
+const char* Platform_ModuleName()
+{
+    return "ZChromaKey.dll";
+}
+
+void* Platform_LoadLibrary(const std::string& _strPath, std::string& _strReason)
+{
+    const HMODULE hModule = LoadLibraryExW(PathOf(_strPath).make_preferred().c_str(), nullptr,
+                                           LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
+    if (!hModule)
+        _strReason = ZFormat("system error %u", GetLastError());
+    return hModule;
+}
+
+void* Platform_Symbol(void* _pLibrary, const char* _pszName)
+{
+    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(_pLibrary), _pszName));
+}
+
+#else
+
+namespace
+{
+
+extern "C" void OnSignal(int)
+{
+    g_bInterrupted.store(true, std::memory_order_relaxed);
+}
+
+} // namespace
+
+std::vector<std::string> Platform_Arguments(int _nArgs, char** _ppszArgs)
+{
+    return std::vector<std::string>(_ppszArgs, _ppszArgs + _nArgs);
+}
+
+std::FILE* Platform_Open(const std::string& _strPath, bool _bWrite)
+{
+    return std::fopen(_strPath.c_str(), _bWrite ? "wb" : "rb");
+}
+
+std::FILE* Platform_StandardStream(bool _bOutput)
+{
+    return _bOutput ? stdout : stdin;
+}
+
+std::string Platform_LastError()
+{
+    return std::strerror(errno);
+}
+
+bool Platform_IsTerminal(std::FILE* _pFile)
+{
+    return isatty(fileno(_pFile)) != 0;
+}
+
+uint32_t Platform_ProcessId()
+{
+    return static_cast<uint32_t>(getpid());
+}
+
+void Platform_CatchInterrupts()
+{
+    struct sigaction action = {}; // no SA_RESTART: a read that waits for a pipe has to end
+    action.sa_handler = OnSignal;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    for (const int nSignal : {SIGINT, SIGTERM, SIGHUP})
+        sigaction(nSignal, &action, nullptr);
+    std::signal(SIGPIPE, SIG_IGN); // the write fails instead, and the job cleans up and says so
+}
+
+std::string Platform_ProgramFolder()
+{
+    std::error_code error;
+    return fs::read_symlink("/proc/self/exe", error).parent_path().string();
+}
+
+const char* Platform_ModuleName()
+{
+    return "libZChromaKey.so";
+}
+
+void* Platform_LoadLibrary(const std::string& _strPath, std::string& _strReason)
+{
+    void* pLibrary = dlopen(_strPath.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!pLibrary)
+        _strReason = dlerror();
+    return pLibrary;
+}
+
+void* Platform_Symbol(void* _pLibrary, const char* _pszName)
+{
+    return dlsym(_pLibrary, _pszName);
+}
+
+#endif

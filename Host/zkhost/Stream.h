@@ -1,0 +1,64 @@
+#pragma once
+
+#include "Base/ZPtr.h"
+#include "Interfaces/IZFFrame.h"
+#include "Video/ZFrame.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+/// What a file says about its frames.
+struct STREAM
+{
+    ZF_VID_PROPS vidProps = {};
+    int64_t nRateNum = 0; ///< frames per second as a fraction; 0 = not known
+    int64_t nRateDen = 1;
+    int64_t nPixelX = 0; ///< shape of a pixel; 0 = not known
+    int64_t nPixelY = 0;
+    int64_t nFrames = -1; ///< how many frames there are; -1 = not known before the end
+};
+
+/// Sets the rate as a fraction and in the record; 29.97 and its kin become the exact fraction over 1001.
+void Stream_SetRate(STREAM& _stream, double _dblRate);
+void Stream_SetRate(STREAM& _stream, int64_t _nNum, int64_t _nDen);
+/// Sets the pixel shape, and the picture's shape in the record.
+void Stream_SetPixelShape(STREAM& _stream, int64_t _nX, int64_t _nY);
+
+/// A record of system memory with the derived row size; interlace 0 counts as progressive.
+ZF_VID_PROPS Stream_Props(uint32_t _fccType, int _nWidth, int _nHeight, int32_t _eInterlace);
+
+/// One frame after the other out of a file.
+class CZFrameSource
+{
+public:
+    virtual ~CZFrameSource() = default;
+    const STREAM& Stream() const
+    {
+        return m_stream;
+    }
+    /// The next frame, or an empty pointer after the last one. Throws CZHostError on damage.
+    virtual CZPtr<IZFFrame> Next() = 0;
+
+protected:
+    /// A frame of the stream's record, its memory from the source's pool.
+    CZPtr<IZFFrame> NewFrame();
+    /// The planes of a frame, to be written.
+    static ZF_VID_PTR WritePtr(IZFFrame* _pFrame);
+
+    STREAM m_stream;
+
+private:
+    CZPtr<CZFramePool> m_cpPool;
+};
+
+/// Opens an input: *.png and *.jpg, name_%05d.png, *.y4m, "-" (Y4M), or *.raw with its description (else empty).
+/// Throws CZHostError; CZUsageError when the name or the description is wrong.
+std::unique_ptr<CZFrameSource> Stream_Open(const std::string& _strPath, const std::string& _strRawSpec);
+
+/// Address of a row of a plane.
+inline uint8_t* Stream_PlaneRow(const ZF_VID_PTR& _vidPtr, int _nPlane, int _nRow)
+{
+    return reinterpret_cast<uint8_t*>(static_cast<intptr_t>(_vidPtr.lpVideoPlanes[_nPlane])) +
+           int64_t{_nRow} * _vidPtr.cbVideoRowBytes[_nPlane];
+}

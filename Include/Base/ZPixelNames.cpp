@@ -1,0 +1,104 @@
+#include "Base/ZPixelNames.h"
+
+#include "Base/ZLog.h"
+#include "Interfaces/ZVideoTypes.h"
+
+#include <algorithm>
+
+namespace
+{
+
+struct FCC_NAME
+{
+    uint32_t fccType;
+    const char* pszName;
+};
+
+// clang-format off
+/// Codes whose bytes are no text.
+constexpr FCC_NAME c_arrNames[] = {
+    {0,            "BI_RGB"},
+    {1,            "BI_RLE8"},
+    {2,            "BI_RLE4"},
+    {3,            "BI_BITFIELDS"},
+    {0xE436EB78,   "RGB1"},
+    {0xE436EB79,   "RGB4"},
+    {eZFCC_RGB8,   "RGB8"},
+    {eZFCC_RGB565, "RGB565"},
+    {eZFCC_RGB555, "RGB555"},
+    {eZFCC_RGB24,  "RGB24"},
+    {eZFCC_RGB32,  "RGB32"},
+    {0x297C55AF,   "ARGB1555"},
+    {0x6E6415E6,   "ARGB4444"},
+    {eZFCC_ARGB32, "ARGB32"},
+};
+
+/// Codes that FCC_Parse finds by their names, whatever the case. Fewer than are printed, on purpose.
+constexpr uint32_t c_arrParsed[] = {
+    eZFCC_ARGB32, eZFCC_RGB32, eZFCC_RGB24, eZFCC_YUY2, eZFCC_YVYU, eZFCC_UYVY, eZFCC_YV12, eZFCC_HDYC, eZFCC_I420,
+    eZFCC_Y422, eZFCC_NV12, eZFCC_Y444, eZFCC_v210, eZFCC_r210, 0x47504A4D /* MJPG */, eZFCC_RGB8, 0, 1, 2, 3,
+    0x6E6415E6 /* ARGB4444 */,
+};
+// clang-format on
+
+char LowerOf(char _ch)
+{
+    return _ch >= 'A' && _ch <= 'Z' ? static_cast<char>(_ch - 'A' + 'a') : _ch;
+}
+
+bool IsSameName(std::string_view _svA, std::string_view _svB)
+{
+    return std::equal(_svA.begin(), _svA.end(), _svB.begin(), _svB.end(),
+                      [](char _chA, char _chB) { return LowerOf(_chA) == LowerOf(_chB); });
+}
+
+/// The four characters of a code; false when one is not printable, by ASCII alone: a locale could call the RGB codes'
+/// bytes letters.
+bool IsText(uint32_t _fccType, char (&_szText)[5])
+{
+    for (int nByte = 0; nByte < 4; ++nByte, _fccType >>= 8)
+    {
+        _szText[nByte] = static_cast<char>(_fccType & 0xFF);
+        if (_szText[nByte] < 0x20 || _szText[nByte] > 0x7E)
+            return false;
+    }
+    return true;
+}
+
+/// Four characters as a code, the first in the lowest byte; 0 when there are not four, or one has no byte of its own.
+uint32_t FromCharacters(std::string_view _svText)
+{
+    const std::wstring wstrText = ZText_ToWide(_svText);
+    if (wstrText.size() != 4)
+        return 0;
+    uint32_t fccType = 0;
+    for (int nByte = 3; nByte >= 0; --nByte)
+    {
+        const auto nCharacter = static_cast<uint32_t>(wstrText[nByte]);
+        if (nCharacter > 0xFF)
+            return 0;
+        fccType = fccType << 8 | nCharacter;
+    }
+    return fccType;
+}
+
+} // namespace
+
+std::string FCC_Name(uint32_t _fccType)
+{
+    char szText[5] = {};
+    if (IsText(_fccType, szText))
+        return szText;
+    for (const FCC_NAME& name : c_arrNames)
+        if (name.fccType == _fccType)
+            return name.pszName;
+    return ZFormat("0x%X", _fccType);
+}
+
+uint32_t FCC_Parse(std::string_view _svName)
+{
+    for (const uint32_t fccType : c_arrParsed)
+        if (IsSameName(_svName, FCC_Name(fccType)))
+            return fccType;
+    return FromCharacters(_svName);
+}

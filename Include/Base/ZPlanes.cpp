@@ -1,0 +1,140 @@
+#include "Base/ZPlanes.h"
+
+#include "Base/ZAssert.h"
+#include "Base/ZLog.h"
+#include "Base/ZPixelFormats.h"
+#include "Base/ZPixelNames.h"
+#include "Base/ZSaturate.h"
+#include "Base/ZVideoProps.h"
+
+namespace
+{
+
+/// The address so many rows behind another; wraps instead of overflowing, for records that are no pictures.
+int64_t Advance(int64_t _nAddress, int32_t _nStride, int32_t _nRows)
+{
+    return static_cast<int64_t>(static_cast<uint64_t>(_nAddress) + static_cast<uint64_t>(int64_t{_nStride} * _nRows));
+}
+
+void PlaneSet(ZF_VID_PTR* _pVidPtr, int _nPlane, int64_t _nAddress, ZF_SIZE _szPlane, int32_t _nStride)
+{
+    _pVidPtr->lpVideoPlanes[_nPlane] = _nAddress;
+    _pVidPtr->szVideoPlanes[_nPlane] = _szPlane;
+    _pVidPtr->cbVideoRowBytes[_nPlane] = _nStride;
+}
+
+void ChromaSet(const ZF_VID_PROPS& _vidProps, ZF_VID_PTR* _pVidPtr)
+{
+    const int32_t nLines = _pVidPtr->szVideoPlanes[0].cy;
+    const int32_t nStride = _pVidPtr->cbVideoRowBytes[0];
+    const int64_t nChroma = Advance(_pVidPtr->lpVideoPlanes[0], nStride, nLines);
+    if (_vidProps.fccType == eZFCC_NV12)
+        return PlaneSet(_pVidPtr, 1, nChroma, {_vidProps.nWidth, nLines / 2}, nStride);
+    // Half as wide in every other planar format, Y422 and Y444 included: that is how hosts lay them out.
+    const bool bHalfHeight = FCC_Subsampling(_vidProps.fccType, 1).cy == 2;
+    const ZF_SIZE szChroma = {_vidProps.nWidth / 2, bHalfHeight ? nLines / 2 : nLines};
+    PlaneSet(_pVidPtr, 1, nChroma, szChroma, nStride / 2);
+    PlaneSet(_pVidPtr, 2, Advance(nChroma, nStride / 2, szChroma.cy), szChroma, nStride / 2);
+}
+
+/// Addresses a picture that is stored bottom-up from its top row.
+void Flip(ZF_VID_PTR* _pVidPtr)
+{
+    const int32_t nStride = _pVidPtr->cbVideoRowBytes[0];
+    _pVidPtr->lpVideoPlanes[0] = Advance(_pVidPtr->lpVideoPlanes[0], nStride, _pVidPtr->szVideoPlanes[0].cy - 1);
+    _pVidPtr->cbVideoRowBytes[0] = -nStride;
+}
+
+/// Two planes at most count in full and each factor has 31 bits, so the sum fits.
+int64_t SizeOf(const ZF_VID_PROPS& _vidProps)
+{
+    const ZF_VID_PTR vidPtr = VidPtr_Build(&_vidProps, 0, false);
+    int64_t nBytes = 0;
+    for (int nPlane = 0; nPlane < 4; ++nPlane)
+        nBytes += std::abs(int64_t{vidPtr.cbVideoRowBytes[nPlane]}) * vidPtr.szVideoPlanes[nPlane].cy;
+    return nBytes;
+}
+
+/// Why a record describes no picture in memory; null when it does.
+const char* WhyNoPicture(const ZF_VID_PROPS& _vidProps)
+{
+    if (_vidProps.nGPUFlags != 0)
+        return "the pixels are not in system memory; download the picture first";
+    if (_vidProps.nWidth < 1 || _vidProps.nHeight == 0 || _vidProps.nHeight == INT32_MIN)
+        return "there is no pixel in it; give width and height";
+    if (Img_RowSizeM(&_vidProps) < 1)
+        return "the format has no known row size at this width; give a format of the format table";
+    if (_vidProps.nRowBytes != 0 && std::abs(int64_t{_vidProps.nRowBytes}) < Img_RowSizeM(&_vidProps))
+        return "the stride is shorter than a row; give bytes per row, or 0 to derive them";
+    return nullptr;
+}
+
+/// Why the planes of a picture do not fit together; null when they do.
+const char* WhyNoPlanes(const ZF_VID_PROPS& _vidProps)
+{
+    if (!FCC_IsPlanar(_vidProps.fccType))
+        return nullptr;
+    if (_vidProps.nRowBytes < 0)
+        return "planes in one buffer have no negative stride; give a positive one";
+    const bool bOddLines = FCC_Subsampling(_vidProps.fccType, 1).cy == 2 && _vidProps.nHeight % 2 != 0;
+    if (bOddLines || _vidProps.nWidth % 2 != 0)
+        return "half a chroma sample is left over; give an even size";
+    return nullptr;
+}
+
+std::string Reason(const ZF_VID_PROPS& _vidProps, const char* _pszWhy)
+{
+    return ZFormat("%dx%d, format %hs, %d bytes a row: %hs", _vidProps.nWidth, _vidProps.nHeight,
+                   FCC_Name(_vidProps.fccType), _vidProps.nRowBytes, _pszWhy);
+}
+
+} // namespace
+
+int32_t VidProps_Stride(const ZF_VID_PROPS* _pVidProps)
+{
+    if (!Z_VERIFY(_pVidProps))
+        return 0;
+    const int32_t nStride = std::max(ZAbs32(_pVidProps->nRowBytes), Img_RowSizeM(_pVidProps));
+    return _pVidProps->nRowBytes < 0 ? -nStride : nStride;
+}
+
+ZF_VID_PTR VidPtr_Build(const ZF_VID_PROPS* _pVidProps, int64_t _nAddress, bool _bFlip)
+{
+    ZF_VID_PTR vidPtr = {};
+    if (!Z_VERIFY(_pVidProps))
+        return vidPtr;
+    const ZF_SIZE szPicture = {_pVidProps->nWidth, ZAbs32(_pVidProps->nHeight)};
+    PlaneSet(&vidPtr, 0, _nAddress, szPicture, VidProps_Stride(_pVidProps));
+    const bool bValid = _nAddress != 0 && _nAddress != -1;
+    if (FCC_IsPlanar(_pVidProps->fccType))
+        ChromaSet(*_pVidProps, &vidPtr);
+    else if (bValid && _bFlip && VidProps_IsBottomUp(_pVidProps))
+        Flip(&vidPtr);
+    return vidPtr;
+}
+
+int64_t VidProps_ImageSize(const ZF_VID_PROPS* _pVidProps)
+{
+    if (!Z_VERIFY(_pVidProps))
+        return 0;
+    ZF_VID_PROPS vidProps = *_pVidProps;
+    if (vidProps.nRowBytes <= 0 || vidProps.nHeight == 0)
+        VidProps_Normalize(&vidProps, false);
+    return SizeOf(vidProps);
+}
+
+std::string VidProps_Validate(const ZF_VID_PROPS* _pVidProps, uint64_t _cbBuffer)
+{
+    if (!Z_VERIFY(_pVidProps))
+        return "no video properties; give a record";
+    const char* pszWhy = WhyNoPicture(*_pVidProps);
+    if (!pszWhy)
+        pszWhy = WhyNoPlanes(*_pVidProps);
+    if (pszWhy)
+        return Reason(*_pVidProps, pszWhy);
+    const int64_t nBytes = SizeOf(*_pVidProps);
+    if (static_cast<uint64_t>(nBytes) > _cbBuffer)
+        return Reason(*_pVidProps,
+                      ZFormat("the picture takes %I64d bytes, the buffer has %I64u", nBytes, _cbBuffer).c_str());
+    return {};
+}

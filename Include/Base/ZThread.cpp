@@ -1,0 +1,243 @@
+#include "Base/ZThread.h"
+
+#include "Base/ZLog.h"
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <system_error>
+#include <thread>
+
+#if defined(_WIN32)
+#include <objbase.h>
+#endif
+
+namespace
+{
+
+/// The system's number of the calling thread, as debuggers and process viewers show it.
+uint32_t CurrentThreadId()
+{
+#if defined(_WIN32)
+    return GetCurrentThreadId();
+#else
+    std::error_code err;
+    const std::string strId = std::filesystem::read_symlink("/proc/thread-self", err).filename().string();
+    const size_t nHash = std::hash<std::thread::id>()(std::this_thread::get_id());
+    return err ? static_cast<uint32_t>(nHash) : static_cast<uint32_t>(std::strtoul(strId.c_str(), nullptr, 10));
+#endif
+}
+
+#if defined(_WIN32)
+
+std::wstring ModulePath(HMODULE _hModule)
+{
+    wchar_t arrPath[1024];
+    return std::wstring(arrPath, GetModuleFileNameW(_hModule, arrPath, 1024));
+}
+std::wstring ProgramPath()
+{
+    return ModulePath(nullptr);
+}
+std::wstring OwnPath()
+{
+    HMODULE hModule = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<LPCWSTR>(&CurrentThreadId), &hModule);
+    return ModulePath(hModule);
+}
+
+#else
+
+std::string ProgramPath()
+{
+    std::error_code err;
+    return std::filesystem::read_symlink("/proc/self/exe", err).string();
+}
+/// The file that the code of this module was mapped from.
+std::string OwnPath()
+{
+    const auto nAddress = reinterpret_cast<uintptr_t>(&CurrentThreadId);
+    std::ifstream fileMaps("/proc/self/maps");
+    for (std::string strLine; std::getline(fileMaps, strLine);) // "first-last rights offset device inode   path"
+    {
+        char* pszEnd = nullptr;
+        const uintptr_t nFirst = std::strtoull(strLine.c_str(), &pszEnd, 16);
+        const uintptr_t nLast = *pszEnd ? std::strtoull(pszEnd + 1, nullptr, 16) : 0;
+        const size_t nPath = strLine.find('/');
+        if (nAddress >= nFirst && nAddress < nLast && nPath != std::string::npos)
+            return strLine.substr(nPath);
+    }
+    return {};
+}
+
+#endif
+
+void WarnNotStopped(uint32_t _nThreadId, const std::string& _strOwner) noexcept
+{
+    try
+    {
+        const uint32_t nCurrentId = CurrentThreadId();
+        ZLog(eZLog_Warning,
+             "WARNING !!! Thread %04X(%d) NOT STOPPED before destroying.\nCurrent:%04X(%d) %hs\nEXE: %ws\nDLL: %ws",
+             _nThreadId, _nThreadId, nCurrentId, nCurrentId, _strOwner, ProgramPath().c_str(), OwnPath().c_str());
+    }
+    catch (...) // out of memory: the destructor that warns must come to its end
+    {
+    }
+}
+
+/// COM is ready on a thread while this lives.
+class CComApartment
+{
+public:
+    CComApartment(const CComApartment&) = delete;
+    CComApartment& operator=(const CComApartment&) = delete;
+#if defined(_WIN32)
+    CComApartment()
+        : m_hr(CoInitializeEx(nullptr, COINIT_MULTITHREADED))
+    {
+    }
+    ~CComApartment()
+    {
+        if (SUCCEEDED(m_hr))
+            CoUninitialize();
+    }
+
+private:
+    HRESULT m_hr;
+#else
+    CComApartment() = default;
+#endif
+};
+
+} // namespace
+
+void CZEvent::Set()
+{
+    const std::lock_guard lock(m_mtxState);
+    m_bSignalled = true;
+    m_cvState.notify_all(); // under the lock: a waiter may destroy the event as soon as it can see it signalled
+}
+
+void CZEvent::Reset()
+{
+    const std::lock_guard lock(m_mtxState);
+    m_bSignalled = false;
+}
+
+bool CZEvent::Wait(uint32_t _nMaxMs)
+{
+    std::unique_lock lock(m_mtxState);
+    return m_cvState.wait_for(lock, std::chrono::milliseconds(_nMaxMs), [this] { return m_bSignalled; });
+}
+
+/// What owner and thread share; it lives as long as either of them.
+struct CZWorkerThread::STATE
+{
+    std::mutex mtxState;
+    std::condition_variable cvWork; ///< the thread waits here
+    std::condition_variable cvDone; ///< Stop waits here
+    uint32_t nWakeUps = 0;          ///< bodies asked for and not begun
+    bool bStop = false;
+    bool bDone = false; ///< the thread touches nothing but this state from here on
+    uint32_t nThreadId = 0;
+    std::function<void()> fnBody;
+    std::string strOwner;
+    std::thread thrWorker; ///< the owner's; joined or detached before the owner lets go
+
+    void Run();
+    bool NextWakeUp();
+};
+
+bool CZWorkerThread::STATE::NextWakeUp()
+{
+    std::unique_lock lock(mtxState);
+    cvWork.wait(lock, [this] { return bStop || nWakeUps; });
+    if (bStop)
+        return false;
+    --nWakeUps;
+    return true;
+}
+
+void CZWorkerThread::STATE::Run()
+{
+    {
+        const std::lock_guard lock(mtxState);
+        nThreadId = CurrentThreadId();
+    }
+    {
+        [[maybe_unused]] const CComApartment apartment;
+        while (NextWakeUp())
+            fnBody();
+    }
+    const std::lock_guard lock(mtxState);
+    bDone = true;
+    cvDone.notify_all();
+}
+
+CZWorkerThread::~CZWorkerThread()
+{
+    if (!m_spState)
+        return;
+    uint32_t nId = 0;
+    {
+        const std::lock_guard lock(m_spState->mtxState);
+        m_spState->bStop = true; // no further body: the owner is about to go
+        m_spState->cvWork.notify_all();
+        nId = m_spState->nThreadId;
+    }
+    WarnNotStopped(nId, m_spState->strOwner);
+    m_spState->thrWorker.detach();
+}
+
+HRESULT CZWorkerThread::Start(std::function<void()> _fnBody, const char* _pszOwner)
+{
+    if (m_spState)
+        return S_FALSE;
+    try
+    {
+        auto spState = std::make_shared<STATE>();
+        spState->fnBody = std::move(_fnBody);
+        spState->strOwner = _pszOwner ? _pszOwner : "";
+        spState->thrWorker = std::thread([spState] { spState->Run(); });
+        m_spState = std::move(spState);
+        return S_OK;
+    }
+    catch (const std::exception& ex) // no memory, or the system has no thread left
+    {
+        ZLog(eZLog_Error, "CZWorkerThread::Start: no thread for %hs: %hs\n", _pszOwner, ex.what());
+        return E_OUTOFMEMORY;
+    }
+}
+
+void CZWorkerThread::Wake()
+{
+    if (!m_spState)
+        return;
+    const std::lock_guard lock(m_spState->mtxState);
+    ++m_spState->nWakeUps;
+    m_spState->cvWork.notify_one();
+}
+
+HRESULT CZWorkerThread::Stop(uint32_t _nMaxMs)
+{
+    if (!m_spState)
+        return S_FALSE;
+    {
+        std::unique_lock lock(m_spState->mtxState);
+        m_spState->bStop = true;
+        m_spState->cvWork.notify_all();
+        if (!m_spState->cvDone.wait_for(lock, std::chrono::milliseconds(_nMaxMs), [this] { return m_spState->bDone; }))
+            return Z_E_TIMEOUT;
+    }
+    m_spState->thrWorker.join(); // its body is over, so this is short
+    m_spState.reset();
+    return S_OK;
+}
+
+bool CZWorkerThread::IsRunning() const
+{
+    return m_spState != nullptr;
+}

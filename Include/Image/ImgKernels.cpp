@@ -1,0 +1,51 @@
+#include "Image/ImgKernels.h"
+
+#include "Image/ImgRowsC.h"
+
+namespace
+{
+// From Kr, Kg, Kb = 0.299, 0.587, 0.114 and 0.2126, 0.7152, 0.0722, scaled by 255 / 219 for luma and 255 / 224 for
+// chroma, rounded to nearest.
+constexpr IMG_YUV_COEF c_arrFromYUV[2] = {
+    {9539, 13075, -3209, -6660, 16525},
+    {9539, 14686, -1747, -4366, 17305},
+};
+// The inverse, for B, G, R, rounded to nearest, but for one V coefficient each (-2341, -13073): with the neighbour the
+// three add up to 0, so that greys have no colour.
+constexpr IMG_RGB_COEF c_arrToYUV[2] = {
+    {{3208, 16519, 8414}, {14392, -9535, -4857}, {-2340, -12052, 14392}},
+    {{2032, 20127, 5983}, {14392, -11094, -3298}, {-1320, -13072, 14392}},
+};
+
+IMG_KERNELS MakeTable()
+{
+    IMG_KERNELS table;
+    ImgKernels_InitC(&table);
+    return table;
+}
+} // namespace
+
+const IMG_YUV_COEF& Img_CoefFromYUV(int32_t _eMatrix)
+{
+    return c_arrFromYUV[_eMatrix != 0];
+}
+
+const IMG_RGB_COEF& Img_CoefToYUV(int32_t _eMatrix)
+{
+    return c_arrToYUV[_eMatrix != 0];
+}
+
+void ImgKernels_InitC(IMG_KERNELS* _pTable)
+{
+    *_pTable = {{ImgRead_RGB8, ImgRead_RGB24, ImgRead_RGB32, ImgRead_ARGB32, ImgRead_r210, ImgRead_v210, ImgRead_YUYV,
+                 ImgRead_UYVY, ImgRead_YVYU, ImgRead_Planar, ImgRead_NV12},
+                ImgRow_ToYUV,
+                ImgRow_FromYUV,
+                ImgRow_ToHLS};
+}
+
+const IMG_KERNELS& ImgKernels()
+{
+    static const IMG_KERNELS s_table = MakeTable();
+    return s_table;
+}

@@ -1,0 +1,184 @@
+#include "Image/ImgRowReader.h"
+
+#include "Base/ZHelpers.h"
+#include "Base/ZLog.h"
+#include "Image/ImgPlane.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace
+{
+struct READ_FORMAT
+{
+    uint32_t fccType;
+    eImgLayout eLayout;
+    int nChromaDiv; // luma rows that share a chroma row
+    bool bVFirst;   // plane 1 is V
+};
+
+// clang-format off
+constexpr READ_FORMAT c_arrFormats[] = {
+    {eZFCC_RGB8,   eIL_RGB8,   1, false},
+    {eZFCC_RGB24,  eIL_RGB24,  1, false},
+    {eZFCC_RGB32,  eIL_RGB32,  1, false},
+    {eZFCC_ARGB32, eIL_ARGB32, 1, false},
+    {eZFCC_r210,   eIL_r210,   1, false},
+    {eZFCC_v210,   eIL_v210,   1, false},
+    {eZFCC_YUY2,   eIL_YUYV,   1, false},
+    {eZFCC_UYVY,   eIL_UYVY,   1, false},
+    {eZFCC_HDYC,   eIL_UYVY,   1, false},
+    {eZFCC_YVYU,   eIL_YVYU,   1, false},
+    {eZFCC_I420,   eIL_Planar, 2, false},
+    {eZFCC_YV12,   eIL_Planar, 2, true},
+    {eZFCC_NV12,   eIL_NV12,   2, false},
+    {eZFCC_I422,   eIL_Planar, 1, false},
+    {eZFCC_YV16,   eIL_Planar, 1, true},
+    {eZFCC_Y422,   eIL_Planar, 1, false},
+    {eZFCC_Y444,   eIL_Planar, 1, false},
+};
+// clang-format on
+
+// Wider rows would not fit the 32-bit sizes that callers work with.
+constexpr int c_nMaxWidth = 1 << 26;
+
+const READ_FORMAT* FindFormat(uint32_t _fccType)
+{
+    const auto* const pEnd = std::end(c_arrFormats);
+    const auto* const pRow = std::find_if(std::begin(c_arrFormats), pEnd,
+                                          [=](const READ_FORMAT& _format) { return _format.fccType == _fccType; });
+    return pRow != pEnd ? pRow : nullptr;
+}
+
+// Bytes that a kernel touches in a row of plane 0; whole units of two pixels, whole words in v210.
+int64_t BytesUsed(eImgLayout _eLayout, int64_t _nWidth)
+{
+    switch (_eLayout)
+    {
+    case eIL_RGB24:
+        return 3 * _nWidth;
+    case eIL_RGB32:
+    case eIL_ARGB32:
+    case eIL_r210:
+        return 4 * _nWidth;
+    case eIL_v210:
+        return _nWidth / 6 * 16 + (2 * (_nWidth % 6) + _nWidth % 2 + 2) / 3 * 4;
+    case eIL_YUYV:
+    case eIL_UYVY:
+    case eIL_YVYU:
+        return (_nWidth + 1) / 2 * 4;
+    default:
+        return _nWidth;
+    }
+}
+
+HRESULT CheckPlane(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, int _nPlane, int64_t _cbRow,
+                   int64_t _nRows)
+{
+    const int64_t nStride = _vidPtr.cbVideoRowBytes[_nPlane];
+    if (_vidPtr.lpVideoPlanes[_nPlane] && (_nRows < 2 || std::abs(nStride) >= _cbRow))
+        return S_OK;
+    ZLog(
+        eZLog_Error,
+        "CImgRowReader::Init: plane %d of %dx%d, format 0x%08X: address 0x%I64X, stride %I64d, %I64d bytes a row; give "
+        "the planes that belong to the record\n",
+        _nPlane, _vidProps.nWidth, _vidProps.nHeight, _vidProps.fccType, _vidPtr.lpVideoPlanes[_nPlane], nStride,
+        _cbRow);
+    return E_INVALIDARG;
+}
+} // namespace
+
+bool Img_IsReadable(uint32_t _fccType)
+{
+    return FindFormat(_fccType) != nullptr;
+}
+
+int64_t Img_RowBytesUsed(uint32_t _fccType, int32_t _nWidth)
+{
+    const READ_FORMAT* const pFormat = FindFormat(_fccType);
+    return pFormat && _nWidth > 0 ? BytesUsed(pFormat->eLayout, _nWidth) : 0;
+}
+
+HRESULT CImgRowReader::Init(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr)
+{
+    *this = {};
+    const READ_FORMAT* const pFormat = FindFormat(_vidProps.fccType);
+    if (!pFormat)
+        return E_NOTIMPL;
+    const int64_t nHeight = std::abs(int64_t{_vidProps.nHeight});
+    const ZF_SIZE& szPicture = _vidPtr.szVideoPlanes[0];
+    if (_vidProps.nWidth < 1 || _vidProps.nWidth > c_nMaxWidth || nHeight < 1 || nHeight > INT32_MAX ||
+        szPicture.cx < _vidProps.nWidth || szPicture.cy < nHeight)
+    {
+        ZLog(eZLog_Error, "CImgRowReader::Init: a record of %dx%d with planes of %dx%d has no picture to read\n",
+             _vidProps.nWidth, _vidProps.nHeight, szPicture.cx, szPicture.cy);
+        return E_INVALIDARG;
+    }
+    m_nHeight = static_cast<int>(nHeight);
+    m_nChromaDiv = pFormat->nChromaDiv;
+    m_eMatrix = Img_MatrixOf(_vidProps);
+    m_vidRow.nWidth = _vidProps.nWidth;
+    m_vidRow.pCoeff = &Img_CoefFromYUV(m_eMatrix);
+    const HRESULT hr = InitPlanes(_vidProps, _vidPtr);
+    if (FAILED(hr))
+        return hr;
+    m_bFields = m_nChromaDiv > 1 && VidProps_FieldOrder(&_vidProps) != 0;
+    m_bInPlace = pFormat->eLayout == eIL_RGB32 || pFormat->eLayout == eIL_ARGB32;
+    m_pfnRead = ImgKernels().apfnRead[pFormat->eLayout];
+    return S_OK;
+}
+
+HRESULT CImgRowReader::InitPlanes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr)
+{
+    const READ_FORMAT& format = *FindFormat(_vidProps.fccType);
+    HRESULT hr = CheckPlane(_vidProps, _vidPtr, 0, BytesUsed(format.eLayout, _vidProps.nWidth), m_nHeight);
+    m_vidRow.pPlane0 = Img_RowOf(_vidPtr, 0, 0);
+    m_anStride[0] = _vidPtr.cbVideoRowBytes[0];
+    const bool bNV12 = format.eLayout == eIL_NV12;
+    if (FAILED(hr) || (format.eLayout != eIL_Planar && !bNV12))
+        return hr;
+
+    const ZF_SIZE& szChroma = _vidPtr.szVideoPlanes[1];
+    m_nChromaRows = std::min(szChroma.cy, (m_nHeight + m_nChromaDiv - 1) / m_nChromaDiv);
+    m_vidRow.nChroma = std::min(bNV12 ? szChroma.cx / 2 : szChroma.cx, (_vidProps.nWidth + 1) / 2);
+    if (m_nChromaRows < 1 || m_vidRow.nChroma < 1) // a picture too small for chroma
+    {
+        m_nChromaRows = m_vidRow.nChroma = 0;
+        return S_OK;
+    }
+    for (int nPlane = 1; nPlane <= (bNV12 ? 1 : 2) && SUCCEEDED(hr); ++nPlane)
+        hr = CheckPlane(_vidProps, _vidPtr, nPlane, m_vidRow.nChroma * (bNV12 ? 2 : 1), m_nChromaRows);
+    if (FAILED(hr))
+        return hr;
+    const int nU = format.bVFirst ? 2 : 1;
+    const int nV = bNV12 ? 1 : 3 - nU;
+    m_vidRow.pU = Img_RowOf(_vidPtr, nU, 0);
+    m_vidRow.pV = Img_RowOf(_vidPtr, nV, 0) + (bNV12 ? 1 : 0);
+    m_anStride[1] = _vidPtr.cbVideoRowBytes[nU];
+    m_anStride[2] = _vidPtr.cbVideoRowBytes[nV];
+    return S_OK;
+}
+
+// Fields of 4:2:0 are subsampled each on its own: rows y and y + 2 share a chroma row, and field f has the chroma rows
+// f, f + 2, f + 4 ...
+int CImgRowReader::ChromaRow(int _nRow) const
+{
+    if (!m_bFields)
+        return std::min(_nRow / m_nChromaDiv, m_nChromaRows - 1);
+    const int nField = _nRow & 1;
+    const int nLastOfField = m_nChromaRows - 1 - ((m_nChromaRows - 1 - nField) & 1);
+    return std::min(_nRow / 4 * 2 + nField, std::max(nLastOfField, 0));
+}
+
+IMG_ROW CImgRowReader::RowAt(int _nRow) const
+{
+    IMG_ROW row = m_vidRow;
+    row.pPlane0 += _nRow * m_anStride[0];
+    if (row.nChroma > 0)
+    {
+        const int64_t nChromaRow = ChromaRow(_nRow);
+        row.pU += nChromaRow * m_anStride[1];
+        row.pV += nChromaRow * m_anStride[2];
+    }
+    return row;
+}

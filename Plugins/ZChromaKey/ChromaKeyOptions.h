@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Props/PropText.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+class CPropStore;
+
+/// What kind of value an option takes.
+enum eCKOptionType : int
+{
+    eCKOptionType_Bool,
+    eCKOptionType_Int,
+    eCKOptionType_Borders, ///< left, top, right, bottom; empty = none
+};
+
+/// One option of the plug-in object, as hosts set it and the documentation lists it.
+struct CK_OPTION
+{
+    const char* pszName;
+    eCKOptionType eType;
+    const char* pszDefault; ///< as text; what counts while the option is not set
+    const char* pszHelp;
+};
+
+/// All options of the frame path, in alphabetical order.
+std::span<const CK_OPTION> ChromaKeyOptions_Table();
+
+/// "" when the value is right for the option, or the name is not in the table; else which values are right.
+std::string ChromaKeyOptions_Validate(std::string_view _svName, std::string_view _svValue);
+
+/// "gpu_mode"; every other value: the GPU, and the CPU when that fails.
+enum eCK_GPUMode : int32_t
+{
+    eCKGPU_Off = 0,
+    eCKGPU_Only = 1,
+};
+
+/// The options that the processing step reads.
+struct CK_FRAME_OPTIONS
+{
+    uint64_t nChange; ///< the store's change count these values belong to
+    int32_t nGPUMode;
+    bool bOutputARGB;
+    int32_t nThreads;
+    PROP_RECT rectBorders; ///< four border widths in pixels
+    bool bTimeOverlay;
+};
+
+/// Reads the options as they are now. A value that cannot be read counts as not set.
+CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store);
+
+/// "output.thread", which is read when a frame comes in.
+bool ChromaKeyOptions_OutputThread(const CPropStore& _store);

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "Interfaces/IZChromaKey.h"
+#include "Interfaces/IZFPersist.h"
+#include "Interfaces/IZFProcess.h"
+#include "Interfaces/IZPlugin.h"
+#include "Interfaces/IZProps.h"
+#include "Props/PropStore.h"
+#include "ZChromaKey/FrameFlow.h"
+#include "ZChromaKey/FrameKeyer.h"
+#include "ZChromaKey/KeyState.h"
+#include "ZChromaKey/Module.h"
+#include "ZChromaKey/ZUnknown.h"
+
+#include <memory>
+
+/// The chroma-key plug-in object: ties the key set, the options and the frame path to the host's interfaces.
+///
+/// With "output.thread" on, each frame's result comes with the next call. When the option is switched off while a
+/// result is under way, results stay one call behind, in order and none lost, until the host has fetched the last one
+/// with a null frame, or has flushed or closed.
+class CCoZChromaKey final : public CZUnknown<IZChromaKey, IZFProcess, IZProps, IZPlugin, IZFPersist>
+{
+public:
+    explicit CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU);
+    /// A new object with the GPU path of this build.
+    static HRESULT Create(REFIID _iid, void** _ppvObject);
+
+    // IZFProcess
+    HRESULT STDMETHODCALLTYPE OnMediaReceive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes) override;
+    HRESULT STDMETHODCALLTYPE OnMediaEnd() override;
+    HRESULT STDMETHODCALLTYPE OnMediaFlush() override;
+
+    // IZPlugin
+    HRESULT STDMETHODCALLTYPE PluginInfoGet(BSTR* _pbsName, BSTR* _pbsVersion) override;
+    HRESULT STDMETHODCALLTYPE LogSet(IZLogSink* _pSinkOrNull, int32_t _eLevel) override;
+    HRESULT STDMETHODCALLTYPE Close() override;
+
+    // IZProps
+    HRESULT STDMETHODCALLTYPE PropsSet(const wchar_t* _pwszName, const wchar_t* _pwszValue) override;
+    HRESULT STDMETHODCALLTYPE PropsGet(const wchar_t* _pwszName, BSTR* _pbsValue) override;
+    HRESULT STDMETHODCALLTYPE PropsNameGet(UINT _nIndex, BSTR* _pbsName) override;
+
+    // IZFPersist
+    HRESULT STDMETHODCALLTYPE PersistSaveToFile(const wchar_t* _pwszPath) override;
+    HRESULT STDMETHODCALLTYPE PersistSaveToString(BSTR* _pbsDocument) override;
+    HRESULT STDMETHODCALLTYPE PersistLoad(const wchar_t* _pwszPathOrDocument) override;
+
+    // IZChromaKey
+    HRESULT STDMETHODCALLTYPE KeyFrameSet(IZFFrame* _pZFrameKeyingOrNull, IZFFrame* _pZFrameBGOrNull) override;
+    HRESULT STDMETHODCALLTYPE KeyFrameGet(IZFFrame** _ppZFrameRes, IZFFrame** _ppZFrameBG) override;
+    HRESULT STDMETHODCALLTYPE KeyDetect(BSTR _bsProps) override;
+    HRESULT STDMETHODCALLTYPE KeyAddPoint(int32_t _nXPosPixels, int32_t _nYPosPixels) override;
+    HRESULT STDMETHODCALLTYPE KeyExcludePoint(int32_t _nXPosPixels, int32_t _nYPosPixels) override;
+    HRESULT STDMETHODCALLTYPE KeyAddRect(int32_t _nX1PosPixels, int32_t _nY1PosPixels, int32_t _nX2PosPixels,
+                                         int32_t _nY2PosPixels) override;
+    HRESULT STDMETHODCALLTYPE KeyAdjustSet(eCK_Adjust _eAdjust, double _dblValue) override;
+    HRESULT STDMETHODCALLTYPE KeyAdjustGet(eCK_Adjust _eAdjust, double* _pdblValue) override;
+    HRESULT STDMETHODCALLTYPE KeyStepBack(int32_t _nSteps) override;
+    HRESULT STDMETHODCALLTYPE KeyStepFwd(int32_t _nSteps) override;
+    HRESULT STDMETHODCALLTYPE KeyReset() override;
+    HRESULT STDMETHODCALLTYPE KeyRawSet(const CHROMA_KEY_RAW* _pvzKey, const CK_ADJUST* _pKeyAdjust) override;
+    HRESULT STDMETHODCALLTYPE KeyRawGet(CHROMA_KEY_RAW* _pvzKey, CK_ADJUST* _pKeyAdjust) override;
+    HRESULT STDMETHODCALLTYPE KeySet(IZKey* _pKeyObject) override;
+    HRESULT STDMETHODCALLTYPE KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyObject) override;
+
+    // IDispatch
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* _pnInfos) override;
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT _nInfo, LCID _lcid, ITypeInfo** _ppInfo) override;
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID _iid, LPOLESTR* _pwszNames, UINT _nNames, LCID _lcid,
+                                            DISPID* _pIDs) override;
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID _nID, REFIID _iid, LCID _lcid, uint16_t _nFlags, DISPPARAMS* _pParams,
+                                     VARIANT* _pResult, EXCEPINFO* _pException, UINT* _pnArgError) override;
+
+private:
+    ~CCoZChromaKey() override = default;
+    bool FinalRelease() override;
+    HRESULT OnMediaReceive_I(IZFFrame* _pFrame, IZFFrame** _ppFrameRes);
+
+    CZModuleRef m_refModule;
+    CPropStore m_store;
+    CKeyState m_keyState;
+    CFrameKeyer m_keyer;
+    CFrameFlow m_flow; // last: its thread uses the others
+};

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Interfaces/IZKey.h"
+#include "ZChromaKey/KeyBuilder.h"
+#include "ZChromaKey/Module.h"
+#include "ZChromaKey/ZUnknown.h"
+
+#include <mutex>
+
+/// The key-value object: a key builder behind IZKey, under a lock.
+class CCoZKey final : public CZUnknown<IZKey>
+{
+public:
+    static HRESULT Create(REFIID _iid, void** _ppvObject);
+
+    // IZKey
+    HRESULT STDMETHODCALLTYPE TypeSet(eCK_Type _eType) override;
+    HRESULT STDMETHODCALLTYPE TypeGet(eCK_Type* _peType) override;
+    HRESULT STDMETHODCALLTYPE Reset() override;
+    HRESULT STDMETHODCALLTYPE AddPoint(IZFFrame* _pZFrame, int32_t _nXPosPixels, int32_t _nYPosPixels,
+                                       BOOL _bExclude) override;
+    HRESULT STDMETHODCALLTYPE AddRect(IZFFrame* _pZFrame, int32_t _nX1PosPixels, int32_t _nY1PosPixels,
+                                      int32_t _nX2PosPixels, int32_t _nY2PosPixels, BOOL _bExclude) override;
+    HRESULT STDMETHODCALLTYPE Detect(IZFFrame* _pZFrame, BSTR _bsProps) override;
+    HRESULT STDMETHODCALLTYPE MaxKeysSet(int32_t _nMaxKeys, BOOL _bExclude) override;
+    HRESULT STDMETHODCALLTYPE KeysCountGet(BOOL _bExclude, int32_t* _pnKeys) override;
+    HRESULT STDMETHODCALLTYPE RawSet(const CHROMA_KEY_RAW* _pKey) override;
+    HRESULT STDMETHODCALLTYPE RawGet(CHROMA_KEY_RAW* _pKey) override;
+
+    // IDispatch
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* _pnInfos) override;
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT _nInfo, LCID _lcid, ITypeInfo** _ppInfo) override;
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID _iid, LPOLESTR* _pwszNames, UINT _nNames, LCID _lcid,
+                                            DISPID* _pIDs) override;
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID _nID, REFIID _iid, LCID _lcid, uint16_t _nFlags, DISPPARAMS* _pParams,
+                                     VARIANT* _pResult, EXCEPINFO* _pException, UINT* _pnArgError) override;
+
+private:
+    ~CCoZKey() override = default;
+    template <class Call> HRESULT Locked(const char* _pszOperation, Call&& _call) noexcept;
+
+    CZModuleRef m_refModule;
+    std::mutex m_mtxKeys;
+    CKeyBuilder m_builder;
+};

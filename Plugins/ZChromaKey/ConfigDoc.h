@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Interfaces/ChromaKeyTypes.h"
+#include "Props/PropStore.h"
+#include "Props/Xml/XmlNode.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+/// What a configuration document holds for the chroma key.
+struct CONFIG_CONTENT
+{
+    CHROMA_KEY_RAW key;
+    CK_ADJUST adjust;    ///< what the document does not name stays as the caller put it in
+    PROP_MAP mapOptions; ///< the options that the document names
+};
+
+/// The configuration document of a plug-in object: the root "zl-root", in it an element "ZChromaKey" with the key set,
+/// the adjustments and the options. What else a loaded document holds is kept and saved again.
+///
+/// Not thread safe: the owner's lock guards it.
+class CConfigDoc
+{
+public:
+    /// Reads a document. False and a reason ("line 3, column 7: ...") when it is not one; nothing has changed then.
+    bool Load(std::string_view _svDocument, CONFIG_CONTENT* _pContent, std::string* _pstrReason);
+    /// Writes a document. False and a reason when the content cannot be written as XML.
+    bool Save(const CONFIG_CONTENT& _content, std::string* _pstrDocument, std::string* _pstrReason);
+
+private:
+    std::unique_ptr<CXmlNode> m_upRoot; ///< the document loaded or saved last
+};

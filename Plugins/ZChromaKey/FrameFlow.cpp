@@ -1,0 +1,129 @@
+#include "ZChromaKey/FrameFlow.h"
+
+#include "Base/ZAssert.h"
+#include "Base/ZLog.h"
+#include "ZChromaKey/FrameText.h"
+
+namespace
+{
+constexpr uint32_t c_nOutputReadyMs = 1000;
+} // namespace
+
+CFrameFlow::CFrameFlow(PROCESS _fnProcess)
+    : m_fnProcess(std::move(_fnProcess))
+{
+}
+
+HRESULT CFrameFlow::Process(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) const
+{
+    CZPtr<IZFFrame> cpFrameRes;
+    const HRESULT hr = m_fnProcess(_pFrame, cpFrameRes.Put());
+    if (FAILED(hr))
+        return hr;
+    if (!cpFrameRes)
+        cpFrameRes = CZPtr<IZFFrame>(_pFrame);
+    *_ppFrameRes = cpFrameRes.Detach();
+    return S_OK;
+}
+
+HRESULT CFrameFlow::Receive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes)
+{
+    if (!m_evtOutputReady.Wait(c_nOutputReadyMs))
+        return Z_E_TIMEOUT;
+    const std::lock_guard lock(m_mtxThread);
+    if (const HRESULT hr = _pFrameOrNull ? ThreadStart() : S_OK; FAILED(hr))
+        return hr;
+    RESULT res = Swap(_pFrameOrNull);
+    if (res.hr == S_OK && Z_VERIFY_TEXT(_ppFrameRes && res.cpFrame, "_ppFrameRes && *_ppFrameRes"))
+        *_ppFrameRes = res.cpFrame.Detach();
+    return res.hr;
+}
+
+HRESULT CFrameFlow::ThreadStart()
+{
+    if (m_bStopping && FAILED(m_thrOutput->Stop(c_nOutputReadyMs))) // an earlier Close ran out of time
+        return Z_E_TIMEOUT;
+    m_bStopping = false;
+    if (m_thrOutput->IsRunning())
+        return S_FALSE;
+    return m_thrOutput->Start(this, &CFrameFlow::OutputThread, "CCoZChromaKey");
+}
+
+/// Takes the finished result out, and puts the next frame in.
+CFrameFlow::RESULT CFrameFlow::Swap(IZFFrame* _pFrameOrNull)
+{
+    const std::lock_guard lock(m_mtxSlots);
+    if (_pFrameOrNull && !Z_VERIFY_TEXT(!m_cpFrameIn, "!m_cpFrameIn"))
+        return {{}, E_UNEXPECTED};
+    RESULT res = std::exchange(m_resOut, {});
+    if (_pFrameOrNull)
+    {
+        m_cpFrameIn = CZPtr<IZFFrame>(_pFrameOrNull);
+        m_bDrop = false;
+        if (ZLog_IsOn(eZLog_Verbose))
+            ZLog(eZLog_Verbose, "CK::OnMediaReceive() m_cpFrameIn=%ws\n", FrameText(_pFrameOrNull));
+        m_evtOutputReady.Reset();
+        m_thrOutput->Wake();
+    }
+    return res;
+}
+
+void CFrameFlow::OutputThread()
+{
+    CZPtr<IZFFrame> cpFrameIn;
+    {
+        const std::lock_guard lock(m_mtxSlots);
+        if (Z_VERIFY_TEXT(m_cpFrameIn && !m_resOut.cpFrame, "m_cpFrameIn && !m_cpFrameOut") && !m_bDrop)
+            cpFrameIn = m_cpFrameIn;
+    }
+    RESULT res;
+    if (cpFrameIn)
+        res.hr = Process(cpFrameIn.Get(), res.cpFrame.Put());
+    {
+        const std::lock_guard lock(m_mtxSlots);
+        cpFrameIn = std::exchange(m_cpFrameIn, {});
+        if (!m_bDrop)
+            m_resOut = std::exchange(res, {});
+    }
+    // What is let go is let go before the host can see that the frame is done.
+    cpFrameIn.Reset();
+    res.cpFrame.Reset();
+    m_evtOutputReady.Set();
+}
+
+bool CFrameFlow::IsIdle()
+{
+    const std::lock_guard lock(m_mtxSlots);
+    return !m_cpFrameIn && m_resOut.hr == S_FALSE;
+}
+
+void CFrameFlow::Flush()
+{
+    RESULT resDropped; // released behind the lock
+    const std::lock_guard lock(m_mtxSlots);
+    m_bDrop = true;
+    resDropped = std::exchange(m_resOut, {});
+}
+
+HRESULT CFrameFlow::Close(uint32_t _nMaxMs)
+{
+    const std::lock_guard lock(m_mtxThread);
+    Flush();
+    const HRESULT hr = m_thrOutput->Stop(_nMaxMs);
+    m_bStopping = FAILED(hr);
+    if (m_bStopping)
+        return hr;
+    CZPtr<IZFFrame> cpDropped;
+    {
+        const std::lock_guard lockSlots(m_mtxSlots);
+        cpDropped = std::exchange(m_cpFrameIn, {}); // a frame that the thread had not begun
+    }
+    m_evtOutputReady.Set();
+    return S_OK;
+}
+
+void CFrameFlow::Abandon()
+{
+    const std::lock_guard lock(m_mtxThread);
+    m_thrOutput.reset(); // logs that the thread was not stopped
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Base/ZPtr.h"
+#include "Base/ZThread.h"
+#include "Interfaces/IZFFrame.h"
+
+#include <functional>
+#include <mutex>
+#include <optional>
+
+/// The one-slot hand-over between the host's thread and the output thread.
+///
+/// Each call of Receive takes one frame in and gives the result of the frame before: output runs one frame behind, so
+/// that keying overlaps the host's own work. Receive is called from one thread at a time; everything else may be
+/// called from any thread at any time.
+class CFrameFlow
+{
+public:
+    /// What is done with a frame: hands out the result frame, or a failure, or success and null. Must not throw.
+    using PROCESS = std::function<HRESULT(IZFFrame* _pFrame, IZFFrame** _ppFrameRes)>;
+
+    explicit CFrameFlow(PROCESS _fnProcess);
+
+    /// Processes a frame on the calling thread. Where processing gave no frame, the frame itself is the result.
+    HRESULT Process(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) const;
+
+    /// Hands out the result of the frame before, and takes a frame (or null) for the output thread.
+    ///
+    /// S_OK: a frame; S_FALSE: none was under way. A failure code is that of processing the frame before; the given
+    /// frame has been taken all the same. Z_E_TIMEOUT: the output thread is busy for more than 1000 ms, and
+    /// E_OUTOFMEMORY: it could not be started; the given frame has not been taken.
+    HRESULT Receive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes);
+
+    /// True when no frame is under way and no result waits to be fetched.
+    bool IsIdle();
+
+    /// Drops what is under way: a finished result now, a frame being processed as soon as it is done.
+    void Flush();
+
+    /// Stops the output thread and drops what is under way; the next Receive starts it again. Z_E_TIMEOUT: processing
+    /// did not end in time, and the thread still uses this object.
+    HRESULT Close(uint32_t _nMaxMs = c_nThreadStopMs);
+
+    /// Lets go of a thread that Close could not stop. This object must stay in memory, for the thread still uses it.
+    void Abandon();
+
+private:
+    struct RESULT
+    {
+        CZPtr<IZFFrame> cpFrame;
+        HRESULT hr = S_FALSE;
+    };
+
+    HRESULT ThreadStart();
+    RESULT Swap(IZFFrame* _pFrameOrNull);
+    void OutputThread();
+
+    PROCESS m_fnProcess;
+    CZEvent m_evtOutputReady{true}; // signalled: the pending slot is empty
+
+    std::mutex m_mtxThread; // guards the thread object
+    std::optional<CSimpleThreadBase<CFrameFlow>> m_thrOutput{std::in_place};
+    bool m_bStopping = false;
+
+    std::mutex m_mtxSlots; // guards what follows; never held while a frame is processed or released
+    CZPtr<IZFFrame> m_cpFrameIn;
+    RESULT m_resOut;
+    bool m_bDrop = false; // the result of the frame under way is not wanted
+};

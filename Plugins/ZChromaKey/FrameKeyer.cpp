@@ -1,0 +1,203 @@
+#include "ZChromaKey/FrameKeyer.h"
+
+#include "Base/ZAssert.h"
+#include "Base/ZHelpers.h"
+#include "Base/ZLog.h"
+#include "Props/PropStore.h"
+#include "ZChromaKey/FrameText.h"
+#include "ZChromaKey/WorkFrame.h"
+
+namespace
+{
+
+/// Key types that are compared with the last frame; the others pass the frame through.
+bool IsAboveNone(const CHROMA_KEY_RAW& _key)
+{
+    return _key.eType > eCKT_None && _key.eType <= eCKT_Auto;
+}
+
+/// Key types that are keyed: not "auto", which stands for a detection that has not been made.
+bool IsKeyed(const CHROMA_KEY_RAW& _key)
+{
+    return _key.eType == eCKT_RGB || _key.eType == eCKT_HLS || _key.eType == eCKT_YUV;
+}
+
+void LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame* _pFrame, HRESULT _hr)
+{
+    if (ZLog_IsOn(_eLevel))
+        ZLog(_eLevel, _pszFormat, FrameText(_pFrame), _hr);
+}
+
+/// The second interface of a frame that has a picture in system memory; the others are passed on untouched.
+CZPtr<IZFFrame2> QueryPicture(IZFFrame* _pFrame)
+{
+    CZPtr<IZFFrame2> cpFrame2;
+    const HRESULT hr = _pFrame->QueryInterface(IID_IZFFrame2, cpFrame2.PutVoid());
+    if (FAILED(hr) || !cpFrame2)
+    {
+        ZLog(eZLog_Warning, "IZFFrame(0x%08X) QI FAILED hr=0x%08X\n", static_cast<const void*>(_pFrame), hr);
+        return {};
+    }
+    ZF_VID_PTR vidPtr = {};
+    if (FAILED(cpFrame2->VideoPtrGet(eZFP_Stored, &vidPtr)) || !vidPtr.lpVideoPlanes[0])
+    {
+        ZLog(eZLog_Warning, "ZF_VID_PTR=NULL\n");
+        return {};
+    }
+    return cpFrame2;
+}
+
+} // namespace
+
+CFrameKeyer::CFrameKeyer(CPropStore* _pStore, std::unique_ptr<CGPUKeyer> _upGPU)
+    : m_pStore(_pStore)
+    , m_upGPU(std::move(_upGPU))
+{
+}
+
+HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes)
+{
+    if (!Z_VERIFY_TEXT(_pFrame && _ppFrameRes, "_pFrame"))
+        return E_POINTER;
+    *_ppFrameRes = nullptr;
+    const std::lock_guard lock(m_mtxProcess);
+    OptionsUpdate();
+    // Whatever happens to this frame, the output before it is not the answer to the frame behind it; only a repeated
+    // frame leaves it in place.
+    CZPtr<IZFFrame> cpFrameLast = std::exchange(m_cpFrameLast, {});
+    ZF_VID_PROPS vidProps = {};
+    HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
+    if (FAILED(hr))
+    {
+        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: the frame has no video properties, hr=%08X\n", hr);
+        return hr;
+    }
+    const bool bCompared = IsAboveNone(_key) && VidProps_IsSet(&vidProps, true);
+    if (bCompared)
+        hr = ZFrameComparer_Check(&m_comparer, _pFrame, _ppFrameRes, &_key, &m_keyLast, cpFrameLast.Get());
+    else
+        m_comparer.Reset();
+    if (FAILED(hr))
+        return hr;
+    if (*_ppFrameRes)
+    {
+        LogFrame(eZLog_Verbose, "CoZChromaKey::OnMediaReceiveI(%ws) SAME FRAME IN\n", _pFrame, hr);
+        m_cpFrameLast = std::move(cpFrameLast);
+        return hr;
+    }
+    cpFrameLast.Reset(); // its memory can serve the new output
+    hr = ProcessNew(_pFrame, vidProps, _key, _ppFrameRes);
+    if (SUCCEEDED(hr) && bCompared)
+        m_cpFrameLast = CZPtr<IZFFrame>(*_ppFrameRes);
+    return hr;
+}
+
+HRESULT CFrameKeyer::ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+                                IZFFrame** _ppFrameRes)
+{
+    if (IsKeyed(_key) && m_options->nGPUMode != eCKGPU_Off)
+    {
+        const HRESULT hr = KeyOnGPU(_pFrame, _key, _ppFrameRes);
+        if (SUCCEEDED(hr) || m_options->nGPUMode == eCKGPU_Only)
+            return hr;
+        m_pStore->NotifyFailure("gpu_mode", hr);
+    }
+    return KeyOnCPU(_pFrame, _vidProps, _key, _ppFrameRes);
+}
+
+void CFrameKeyer::OptionsUpdate()
+{
+    if (m_options && m_options->nChange == m_pStore->ChangeCount())
+        return;
+    m_options = ChromaKeyOptions_Read(*m_pStore);
+    m_cpFrameLast.Reset(); // it was made with other options
+}
+
+HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes)
+{
+    CZPtr<IZFFrame> cpFrameRes;
+    HRESULT hr = m_upGPU->ProcessFrame(_pFrame, _key, cpFrameRes.Put());
+    if (SUCCEEDED(hr) && !cpFrameRes)
+        hr = E_UNEXPECTED; // a success without a frame helps nobody
+    if (FAILED(hr))
+    {
+        GPUFailed(_pFrame, hr);
+        return hr;
+    }
+    m_hrGPULast = S_OK;
+    if (m_options->bTimeOverlay)
+        m_upGPU->DrawTime(cpFrameRes.Get(), "bg-color=black(100)");
+    LogFrame(eZLog_Verbose, "CoZChromaKey::OnMediaReceiveI(%ws) GPU Processed(%d) OK\n", _pFrame, hr);
+    *_ppFrameRes = cpFrameRes.Detach();
+    return S_OK;
+}
+
+/// Says a failure once, not with every frame. That a build has no GPU path is only a fault where nothing else may key.
+void CFrameKeyer::GPUFailed(IZFFrame* _pFrame, HRESULT _hr)
+{
+    const bool bExpected = _hr == E_NOTIMPL && m_options->nGPUMode != eCKGPU_Only;
+    const bool bSaid = std::exchange(m_hrGPULast, _hr) == _hr;
+    LogFrame(bSaid       ? eZLog_Verbose
+             : bExpected ? eZLog_Info
+                         : eZLog_Error,
+             "CoZChromaKey::OnMediaReceiveI(%ws) Failed to perform GPU chroma key! hr=%08X\n", _pFrame, _hr);
+}
+
+HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+                              IZFFrame** _ppFrameRes)
+{
+    if (!IsKeyed(_key) && !m_options->bOutputARGB && m_options->rectBorders == PROP_RECT{})
+        return S_FALSE;
+    const auto cpFrame2 = QueryPicture(_pFrame);
+    if (!cpFrame2)
+        return S_FALSE;
+    WORK_FRAME work;
+    HRESULT hr = WorkFrame_Make(cpFrame2.Get(), *m_options, &work);
+    if (SUCCEEDED(hr) && IsKeyed(_key))
+        hr = WorkFrame_MakeOwn(&work);
+    if (SUCCEEDED(hr) && IsKeyed(_key)) // measured as the input is, not as what it was converted into
+        hr = RunEngine(cpFrame2.Get(), Img_MatrixOf(_vidProps), _key, work.cpFrame.Get());
+    if (FAILED(hr) || !work.bOwnFrame)
+        return FAILED(hr) ? hr : S_FALSE;
+    *_ppFrameRes = work.cpFrame.Detach();
+    return S_OK;
+}
+
+HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const CHROMA_KEY_RAW& _key, IZFFrame* _pFrame)
+{
+    ZF_VID_PROPS vidProps = {};
+    ZF_VID_PTR vidPtr = {};
+    WORK_MASK mask;
+    HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
+    if (SUCCEEDED(hr)) // the alpha of ARGB32 is written, the mask is top-down
+        hr = _pFrame->VideoPtrGet(vidProps.fccType == eZFCC_ARGB32 ? eZFP_Flip | eZFP_Write : eZFP_Flip, &vidPtr);
+    if (SUCCEEDED(hr))
+        hr = WorkFrame_MakeMask(_pFrameIn, vidProps, &mask);
+    if (SUCCEEDED(hr))
+    {
+        if (!m_engine)
+            m_engine.emplace();
+        m_engine->ThreadsSet(static_cast<uint32_t>(m_options->nThreads));
+        m_engine->MatrixSet(_eMatrix);
+        hr = m_engine->ProcessFrame(&vidPtr, mask.pbAlpha, &vidProps, &_key);
+    }
+    if (SUCCEEDED(hr))
+        hr = _pFrame->AttachmentSet(L"mask", mask.cpFrame.Get());
+    if (hr == Z_E_TIMEOUT) // a worker may still touch both pictures: they stay in memory for good
+    {
+        _pFrame->AddRef();
+        mask.cpFrame.Detach();
+    }
+    if (FAILED(hr))
+        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: keying on the CPU failed, hr=%08X\n", hr);
+    return hr;
+}
+
+void CFrameKeyer::Close()
+{
+    const std::lock_guard lock(m_mtxProcess);
+    m_comparer.Reset();
+    m_cpFrameLast.Reset();
+    m_engine.reset();
+    m_upGPU->Close();
+}

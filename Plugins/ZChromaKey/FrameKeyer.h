@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Base/ZPtr.h"
+#include "Interfaces/IZFFrame.h"
+#include "ZChromaKey/ChromaKey.h"
+#include "ZChromaKey/ChromaKeyOptions.h"
+#include "ZChromaKey/GPUKeyer.h"
+#include "ZChromaKey/ZFrameComparer.h"
+
+#include <memory>
+#include <mutex>
+#include <optional>
+
+class CPropStore;
+
+/// The processing step: keys one frame with a key set and the options of the property store.
+///
+/// Any thread may call; one frame is processed at a time.
+class CFrameKeyer
+{
+public:
+    /// The store is borrowed and has to outlive this object.
+    CFrameKeyer(CPropStore* _pStore, std::unique_ptr<CGPUKeyer> _upGPU);
+
+    /// Hands out the keyed frame, which the caller releases; the input is never written to.
+    ///
+    /// S_OK and a frame; S_FALSE and null: the input passes as it is (key types that do not key, a frame without a
+    /// picture in system memory); else the failure, which has been logged.
+    HRESULT Process(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes);
+
+    /// Gives back frames and processors once the frame under way is done; the next frame makes them again.
+    void Close();
+
+private:
+    HRESULT ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+                       IZFFrame** _ppFrameRes);
+    void OptionsUpdate();
+    HRESULT KeyOnGPU(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes);
+    void GPUFailed(IZFFrame* _pFrame, HRESULT _hr);
+    HRESULT KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+                     IZFFrame** _ppFrameRes);
+    HRESULT RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const CHROMA_KEY_RAW& _key, IZFFrame* _pFrame);
+
+    CPropStore* m_pStore;
+    std::mutex m_mtxProcess; // held while a frame is processed: Close and a change of threading wait for it
+
+    std::optional<CK_FRAME_OPTIONS> m_options;
+    std::optional<CChromaKey> m_engine;
+    std::unique_ptr<CGPUKeyer> m_upGPU;
+    HRESULT m_hrGPULast = S_OK; // the last failure that was said aloud
+    ZFrameComparer m_comparer;
+    CHROMA_KEY_RAW m_keyLast = {};
+    CZPtr<IZFFrame> m_cpFrameLast; // the last output; empty when it may not be handed out again
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Base/ZCpu.h"
+
+#include <cstddef>
+#include <cstdint>
+
+/// One key, prepared once per frame for the row kernels (KeyDistance_Prepare).
+///
+/// Components 0 to 2 are the bytes of a pixel from its lowest address: B, G, R for RGB keys; H, L, S or Y, U, V else.
+struct KEY_DISTANCE
+{
+    int16_t arrValue[3];  ///< centre, 1 to 254
+    int16_t arrWeight[3]; ///< weight of the halved squared difference, 0 to 16382
+    int32_t nThreshold;   ///< halved level of the key's ellipsoid, 0 to 2^30 - 1
+    float fltScale;       ///< alpha per square root of the excess over nThreshold, above 0, at most 1000
+    uint8_t nAlphaFloor;  ///< least alpha of a matched pixel, added to every alpha with saturation
+};
+
+/// What the engine does to rows of pixels. Rows need no alignment, may have any length and do not overlap. No kernel
+/// reads or writes a byte behind its row. Every level gives the same bytes: integer arithmetic, a true square root
+/// and fixed rounding.
+struct KEY_KERNELS
+{
+    /// Alpha of a row of 4-byte pixels for one key. Per pixel:
+    ///     n = sum over c of weight[c] * ((x[c] - value[c])^2 >> 1) - threshold      32-bit, no overflow
+    ///     f = n <= 0 ? 0 : min(255, sqrt(float(n)) * scale)                         single precision
+    ///     alpha = min(255, trunc(f + 0.5) + floor)
+    void (*pfnDistance)(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels, const KEY_DISTANCE& _key) noexcept;
+    /// The same, and the lesser of it and what _pAlpha holds.
+    void (*pfnDistanceMin)(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels,
+                           const KEY_DISTANCE& _key) noexcept;
+    /// alpha = max(alpha, 255 - exclusion): what an exclusion key matched stays opaque.
+    void (*pfnExclude)(uint8_t* _pAlpha, const uint8_t* _pExclusion, size_t _nPixels) noexcept;
+    /// Below _nMin: 0, else above _nMax: 255.
+    void (*pfnThreshold)(uint8_t* _pAlpha, size_t _nPixels, uint8_t _nMin, uint8_t _nMax) noexcept;
+    /// alpha = 255 - alpha
+    void (*pfnInvert)(uint8_t* _pAlpha, size_t _nPixels) noexcept;
+    /// The 3 x 3 filter (1 2 1 / 2 4 2 / 1 2 1) / 16, rounded half up, columns clamped at both ends; pixels below 3
+    /// (1 % of 255) keep their value. _pResult may be none of the three sources.
+    void (*pfnSmooth)(uint8_t* _pResult, const uint8_t* _pAbove, const uint8_t* _pRow, const uint8_t* _pBelow,
+                      size_t _nPixels) noexcept;
+    /// Sets the alpha bytes of a row of B, G, R, A pixels.
+    void (*pfnAlphaSet)(uint8_t* _pPixels, const uint8_t* _pAlpha, size_t _nPixels) noexcept;
+};
+
+/// Fills the table with the fastest kernels that need no more than the given level.
+void KeyKernels_Init(KEY_KERNELS* _pKernels, eSIMD_Level _eMax) noexcept;

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// The plain C++ kernels over rows of a mask; KEY_KERNELS says what each does.
+void Exclude_C(uint8_t* _pAlpha, const uint8_t* _pExclusion, size_t _nPixels) noexcept;
+void Threshold_C(uint8_t* _pAlpha, size_t _nPixels, uint8_t _nMin, uint8_t _nMax) noexcept;
+void Invert_C(uint8_t* _pAlpha, size_t _nPixels) noexcept;
+void Smooth_C(uint8_t* _pResult, const uint8_t* _pAbove, const uint8_t* _pRow, const uint8_t* _pBelow,
+              size_t _nPixels) noexcept;
+void AlphaSet_C(uint8_t* _pPixels, const uint8_t* _pAlpha, size_t _nPixels) noexcept;

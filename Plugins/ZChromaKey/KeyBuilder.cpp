@@ -1,0 +1,265 @@
+#include "ZChromaKey/KeyBuilder.h"
+
+#include "Base/ZLog.h"
+#include "ZChromaKey/KeyFinder.h"
+#include "ZChromaKey/KeySampler.h"
+#include "ZChromaKey/KeyStats.h"
+
+#include <algorithm>
+#include <utility>
+
+using CKUtils::CALC_KEY;
+using CKUtils::CKeyCalc;
+
+namespace
+{
+
+constexpr int c_nPointReach = 3; // pixels to each side of a point
+constexpr int c_nMaxParts = 4;   // of a rectangle, in each direction
+constexpr int c_nPartPixels = 16;
+
+/// A soft edge of new keys that keeps hair and motion blur, and ends well before skin and cloth.
+constexpr int32_t c_nSmoothRange = 32;
+
+bool IsSpace(int32_t _eType)
+{
+    return _eType == eCKT_RGB || _eType == eCKT_HLS || _eType == eCKT_YUV;
+}
+
+SINGLE_KEY NewExtras()
+{
+    SINGLE_KEY key = {};
+    key.nSmoothRange = c_nSmoothRange;
+    return key;
+}
+
+struct RECT_PIXELS
+{
+    int nX1;
+    int nY1;
+    int nX2;
+    int nY2;
+};
+
+CKeyStats Sample(CKeySampler* _pSampler, eCK_Type _eSpace, const RECT_PIXELS& _rect)
+{
+    CKeyStats stats;
+    std::vector<uint8_t> vecRow(size_t{4} * static_cast<size_t>(_rect.nX2 - _rect.nX1));
+    for (int y = _rect.nY1; y < _rect.nY2; ++y)
+    {
+        _pSampler->ReadRow(_eSpace, y, _rect.nX1, _rect.nX2, vecRow.data());
+        stats.Add(vecRow.data(), _rect.nX2 - _rect.nX1);
+    }
+    return stats;
+}
+
+/// The parts of a rectangle that are like the whole; the whole when it is small.
+std::vector<CALC_KEY> SampleParts(CKeySampler* _pSampler, eCK_Type _eSpace, const RECT_PIXELS& _rect)
+{
+    const int nWidth = _rect.nX2 - _rect.nX1;
+    const int nHeight = _rect.nY2 - _rect.nY1;
+    const int nColumns = std::clamp(nWidth / c_nPartPixels, 1, c_nMaxParts);
+    const int nRows = std::clamp(nHeight / c_nPartPixels, 1, c_nMaxParts);
+    CKeyStats statsAll;
+    std::vector<CKeyStats> vecParts;
+    for (int nRow = 0; nRow < nRows; ++nRow)
+        for (int nColumn = 0; nColumn < nColumns; ++nColumn)
+        {
+            const auto At = [](int _nFrom, int _nSize, int _nPart, int _nParts) {
+                return _nFrom + static_cast<int>(int64_t{_nSize} * _nPart / _nParts);
+            };
+            vecParts.push_back(
+                Sample(_pSampler, _eSpace,
+                       {At(_rect.nX1, nWidth, nColumn, nColumns), At(_rect.nY1, nHeight, nRow, nRows),
+                        At(_rect.nX1, nWidth, nColumn + 1, nColumns), At(_rect.nY1, nHeight, nRow + 1, nRows)}));
+            statsAll.Add(vecParts.back());
+        }
+    std::vector<CALC_KEY> vecKeys;
+    for (const CKeyStats& stats : vecParts)
+        if (statsAll.IsLike(stats, _eSpace))
+            vecKeys.push_back(stats.Box(_eSpace));
+    if (vecKeys.empty()) // as many colours as parts: the middle of them
+        vecKeys.push_back(statsAll.Box(_eSpace));
+    return vecKeys;
+}
+
+} // namespace
+
+CKeyBuilder::CKeyBuilder()
+{
+    m_raw.eType = eCKT_Auto;
+    m_raw.nMaxTransparent = 255; // 0 would make every soft edge opaque
+    ForgetExtras();
+}
+
+HRESULT CKeyBuilder::TypeSet(eCK_Type _eType)
+{
+    if (!IsSpace(_eType) && _eType != eCKT_Auto)
+    {
+        ZLog(eZLog_Error, "Keys cannot be of type %d; take 2 (RGB), 3 (HLS), 4 (YUV) or 5 (Auto)\n", _eType);
+        return E_INVALIDARG;
+    }
+    m_eType = _eType;
+    if (_eType != eCKT_Auto)
+        SpaceSet(_eType);
+    Calc(false).bChanged = true;
+    return S_OK;
+}
+
+void CKeyBuilder::Reset()
+{
+    for (KEYS& keys : m_arrKeys)
+    {
+        keys.calc.nKeys = 0;
+        keys.calc.bChanged = true;
+    }
+    ForgetExtras();
+}
+
+void CKeyBuilder::MaxKeysSet(int32_t _nMaxKeys, bool _bExclude)
+{
+    Calc(_bExclude).SetMaxKeys(_nMaxKeys);
+    ForgetExtras();
+}
+
+/// The space that a sample is taken in: keys of one set are of one space.
+eCK_Type CKeyBuilder::SampleSpace() const
+{
+    if (m_eType != eCKT_Auto)
+        return m_eType;
+    return HasKeys() ? m_eSpace : eCKT_YUV;
+}
+
+void CKeyBuilder::SpaceSet(eCK_Type _eSpace)
+{
+    if (std::exchange(m_eSpace, _eSpace) != _eSpace)
+        Reset();
+}
+
+void CKeyBuilder::Offer(const CALC_KEY& _key, bool _bExclude)
+{
+    Calc(_bExclude).AddKey(_key, 0, m_eSpace == eCKT_HLS); // without a limit: a person has pointed at it
+}
+
+/// Slots that hold no key get the extras of a new one.
+void CKeyBuilder::ForgetExtras()
+{
+    for (KEYS& keys : m_arrKeys)
+        std::fill(keys.arrExtras + keys.calc.nKeys, keys.arrExtras + Z_MAX_KEYS, NewExtras());
+}
+
+HRESULT CKeyBuilder::AddPoint(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, bool _bExclude)
+{
+    CKeySampler sampler;
+    const HRESULT hr = sampler.Open(_pFrame);
+    if (FAILED(hr))
+        return hr;
+    if (_nX < 0 || _nX >= sampler.Width() || _nY < 0 || _nY >= sampler.Height())
+    {
+        ZLog(eZLog_Error, "Point %d,%d is outside the frame of %d x %d pixels\n", _nX, _nY, sampler.Width(),
+             sampler.Height());
+        return E_INVALIDARG;
+    }
+    const RECT_PIXELS rect = {std::max(_nX - c_nPointReach, 0), std::max(_nY - c_nPointReach, 0),
+                              std::min(_nX + c_nPointReach + 1, sampler.Width()),
+                              std::min(_nY + c_nPointReach + 1, sampler.Height())};
+    const eCK_Type eSpace = SampleSpace();
+    const CALC_KEY key = Sample(&sampler, eSpace, rect).Box(eSpace);
+    SpaceSet(eSpace);
+    Offer(key, _bExclude);
+    return S_OK;
+}
+
+HRESULT CKeyBuilder::AddRect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2, bool _bExclude)
+{
+    CKeySampler sampler;
+    const HRESULT hr = sampler.Open(_pFrame);
+    if (FAILED(hr))
+        return hr;
+    const RECT_PIXELS rect = {std::max(std::min(_nX1, _nX2), 0), std::max(std::min(_nY1, _nY2), 0),
+                              std::min(std::max(_nX1, _nX2), sampler.Width()),
+                              std::min(std::max(_nY1, _nY2), sampler.Height())};
+    if (rect.nX1 >= rect.nX2 || rect.nY1 >= rect.nY2)
+    {
+        ZLog(eZLog_Error, "Rectangle %d,%d,%d,%d holds no pixel of the frame of %d x %d pixels\n", _nX1, _nY1, _nX2,
+             _nY2, sampler.Width(), sampler.Height());
+        return E_INVALIDARG;
+    }
+    const eCK_Type eSpace = SampleSpace();
+    const std::vector<CALC_KEY> vecKeys = SampleParts(&sampler, eSpace, rect);
+    SpaceSet(eSpace);
+    for (const CALC_KEY& key : vecKeys)
+        Offer(key, _bExclude);
+    return S_OK;
+}
+
+HRESULT CKeyBuilder::Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS& _options,
+                            std::vector<CKUtils::CK_BLOCK>* _pBlocks)
+{
+    CKeySampler sampler;
+    const HRESULT hr = sampler.Open(_pFrame);
+    if (FAILED(hr))
+        return hr;
+    std::vector<eCK_Type> vecSpaces = {eCKT_YUV, eCKT_HLS, eCKT_RGB};
+    if (_options.eType != eCKT_Auto)
+        vecSpaces = {_options.eType};
+    else if (m_eType != eCKT_Auto || Calc(true).nKeys > 0)
+        vecSpaces = {SampleSpace()};
+    for (const eCK_Type eSpace : vecSpaces)
+    {
+        const std::vector<CALC_KEY> vecKeys = KeyFinder_Find(&sampler, eSpace, _options, _pBlocks);
+        if (vecKeys.empty())
+            continue;
+        if (_options.eType != eCKT_Auto)
+            m_eType = _options.eType;
+        SpaceSet(eSpace);
+        CKeyCalc& calc = Calc(false);
+        calc.nKeys = static_cast<int32_t>(vecKeys.size());
+        std::copy(vecKeys.begin(), vecKeys.end(), calc.arrKeys);
+        calc.bChanged = true;
+        std::fill(m_arrKeys[0].arrExtras, m_arrKeys[0].arrExtras + Z_MAX_KEYS, NewExtras());
+        return S_OK;
+    }
+    ZLog(eZLog_Info, "Detection found no backdrop in the frame of %d x %d pixels\n", sampler.Width(), sampler.Height());
+    return S_FALSE;
+}
+
+void CKeyBuilder::RawSet(const CHROMA_KEY_RAW& _raw)
+{
+    m_raw = _raw;
+    m_eType = IsSpace(_raw.eType) ? static_cast<eCK_Type>(_raw.eType) : eCKT_Auto;
+    m_eSpace = IsSpace(_raw.eType) ? m_eType : eCKT_YUV;
+    for (const bool bExclude : {false, true})
+    {
+        // Each calculator gets a set of its own kind, so that no slot is left to what it held before.
+        CHROMA_KEY_RAW rawKind = _raw;
+        rawKind.nKeysUsed = 0;
+        for (int32_t i = 0; IsSpace(_raw.eType) && i < std::min(_raw.nKeysUsed, Z_MAX_KEYS); ++i)
+            if ((_raw.arrKeys[i].nReverseKey > 0) == bExclude)
+                rawKind.arrKeys[rawKind.nKeysUsed++] = _raw.arrKeys[i];
+        KEYS& keys = m_arrKeys[bExclude ? 1 : 0];
+        keys.calc.FromRaw(rawKind, bExclude);
+        keys.calc.bChanged = false;
+        std::copy_n(rawKind.arrKeys, Z_MAX_KEYS, keys.arrExtras);
+    }
+    ForgetExtras();
+}
+
+const CHROMA_KEY_RAW& CKeyBuilder::RawGet()
+{
+    if (!Calc(false).bChanged && !Calc(true).bChanged)
+        return m_raw;
+    if (m_raw.nKeysUsed < 1 && m_raw.nMaxTransparent == 0)
+        m_raw.nMaxTransparent = 255; // an all-zero set was taken over; its soft edges would be opaque
+    m_raw.eType = HasKeys() ? m_eSpace : m_eType;
+    m_raw.nKeysUsed = 0;
+    for (const bool bExclude : {false, true})
+    {
+        KEYS& keys = m_arrKeys[bExclude ? 1 : 0];
+        std::copy_n(keys.arrExtras, Z_MAX_KEYS - m_raw.nKeysUsed, m_raw.arrKeys + m_raw.nKeysUsed);
+        keys.calc.ToRaw(&m_raw, bExclude);
+        keys.calc.bChanged = false;
+    }
+    std::fill(m_raw.arrKeys + m_raw.nKeysUsed, m_raw.arrKeys + Z_MAX_KEYS, SINGLE_KEY{});
+    return m_raw;
+}

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "Helpers/CKDetect.h"
+#include "Helpers/CKUtils.h"
+#include "Interfaces/IZFFrame.h"
+
+#include <cstdint>
+#include <vector>
+
+/// Builds a key set out of samples of frames: points, rectangles, or the backdrop that detection finds.
+///
+/// Holds two calculators, for ordinary and for exclusion keys, and the switches of the set. A value: a copy is a
+/// snapshot. Not thread safe. A call that fails, or runs out of memory, changes nothing.
+class CKeyBuilder
+{
+public:
+    CKeyBuilder();
+
+    /// Key type; keys are dropped when they are of another one. Auto keeps them. Returns E_INVALIDARG for a type that
+    /// is not RGB, HLS, YUV or Auto.
+    HRESULT TypeSet(eCK_Type _eType);
+    eCK_Type TypeGet() const
+    {
+        return m_eType;
+    }
+    /// Removes all keys; type, limits and switches stay.
+    void Reset();
+    /// Most keys of a kind, clamped to 1 to 16.
+    void MaxKeysSet(int32_t _nMaxKeys, bool _bExclude);
+    int32_t KeysCount(bool _bExclude) const
+    {
+        return Calc(_bExclude).nKeys;
+    }
+
+    /// Samples the 7 x 7 pixels around a point, as far as they lie in the frame. E_INVALIDARG: outside the frame.
+    HRESULT AddPoint(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, bool _bExclude);
+    /// Samples a rectangle, its corners in any order, clipped to the frame. A large one is cut into up to 4 x 4 parts,
+    /// each of which is offered as a key unless it is unlike the whole. E_INVALIDARG: nothing is left of it.
+    HRESULT AddRect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2, bool _bExclude);
+    /// Replaces the ordinary keys by those of the backdrop; S_FALSE when there is none. Type Auto takes the first of
+    /// YUV, HLS and RGB in which one is found; with exclusion keys, theirs. A type among the options is set as by
+    /// TypeSet. _pBlocks: null, or the examined blocks.
+    ///
+    /// A key found reaches from the pixels of the backdrop to the colour that the similarity option pulls it to.
+    HRESULT Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS& _options,
+                   std::vector<CKUtils::CK_BLOCK>* _pBlocks = nullptr);
+
+    /// Takes keys and switches of a key set over. It is handed out unchanged until a key changes.
+    void RawSet(const CHROMA_KEY_RAW& _raw);
+    /// The key set: ordinary keys first, then exclusion keys, at most sixteen. Keys that were taken over keep their
+    /// smooth range and so on; new ones have a soft edge and key completely.
+    const CHROMA_KEY_RAW& RawGet();
+
+private:
+    struct KEYS
+    {
+        CKUtils::CKeyCalc calc;
+        SINGLE_KEY arrExtras[Z_MAX_KEYS]; // what a key has besides its colour
+    };
+
+    const CKUtils::CKeyCalc& Calc(bool _bExclude) const
+    {
+        return m_arrKeys[_bExclude ? 1 : 0].calc;
+    }
+    CKUtils::CKeyCalc& Calc(bool _bExclude)
+    {
+        return m_arrKeys[_bExclude ? 1 : 0].calc;
+    }
+    bool HasKeys() const
+    {
+        return Calc(false).nKeys > 0 || Calc(true).nKeys > 0;
+    }
+    eCK_Type SampleSpace() const;
+    void SpaceSet(eCK_Type _eSpace);
+    void Offer(const CKUtils::CALC_KEY& _key, bool _bExclude);
+    void ForgetExtras();
+
+    eCK_Type m_eType = eCKT_Auto;
+    eCK_Type m_eSpace = eCKT_YUV; // of the keys there are
+    KEYS m_arrKeys[2];
+    CHROMA_KEY_RAW m_raw = {}; // as last handed out or taken over; its switches are those of the set
+};

@@ -1,0 +1,126 @@
+#include "ZChromaKey/KeyFinder.h"
+
+#include "ZChromaKey/KeyStats.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+using CKUtils::CALC_KEY;
+using CKUtils::CK_BLOCK;
+using CKUtils::CKeyCalc;
+
+namespace
+{
+
+/// The first block that is found decides between green and blue for all. Where fewer than one in so many blocks are
+/// accepted, it may have been a stray one: the search is made again without those blocks, and the larger find counts.
+constexpr size_t c_nFewBlocks = 8;
+
+/// A frame as detection reads it, from its top row.
+struct WORKING_PICTURE
+{
+    std::vector<uint8_t> vecPixels;
+    ZF_VID_PROPS vidProps = {};
+
+    uint8_t* At(int _nX, int _nY)
+    {
+        return vecPixels.data() + (size_t{4} * vidProps.nWidth * _nY + size_t{4} * _nX);
+    }
+};
+
+WORKING_PICTURE ReadPicture(CKeySampler* _pSampler, eCK_Type _eSpace)
+{
+    WORKING_PICTURE picture;
+    picture.vidProps.fccType = _eSpace == eCKT_HLS   ? eZFCC_None
+                               : _eSpace == eCKT_RGB ? eZFCC_ARGB32
+                                                     : eZFCC_Y444; // stands for bytes Y, U, V, A
+    picture.vidProps.nWidth = _pSampler->Width();
+    picture.vidProps.nHeight = _eSpace == eCKT_RGB ? -_pSampler->Height() : _pSampler->Height();
+    picture.vecPixels.resize(size_t{4} * static_cast<size_t>(_pSampler->Width()) *
+                             static_cast<size_t>(_pSampler->Height()));
+    for (int y = 0; y < _pSampler->Height(); ++y)
+        _pSampler->ReadRow(_eSpace, y, 0, _pSampler->Width(), picture.At(0, y));
+    return picture;
+}
+
+/// The box of a key, made larger until it holds a point.
+void ReachTo(const double (&_adblPoint)[4], CALC_KEY* _pKey)
+{
+    for (int i = 0; i < 3; ++i)
+    {
+        const double dblLower = std::min(_pKey->dValue[i] - _pKey->dDelta[i], _adblPoint[i]);
+        const double dblUpper = std::max(_pKey->dValue[i] + _pKey->dDelta[i], _adblPoint[i]);
+        _pKey->dValue[i] = (dblLower + dblUpper) / 2;
+        _pKey->dDelta[i] = (dblUpper - dblLower) / 2;
+    }
+}
+
+/// What one search gave.
+struct FIND
+{
+    std::vector<CALC_KEY> vecKeys;
+    std::vector<CK_BLOCK> vecBlocks;
+    size_t nAccepted = 0;
+};
+
+/// Hands the pixels of accepted blocks, row by row, to a function.
+template <class Row> void ForAccepted(WORKING_PICTURE* _pPicture, const FIND& _find, Row&& _fnRow)
+{
+    for (const CK_BLOCK& block : _find.vecBlocks)
+        for (int y = 0; block.eVerdict == CKUtils::eCKB_Accepted && y < block.nHeight; ++y)
+            _fnRow(_pPicture->At(block.nX, block.nY + y), block.nWidth);
+}
+
+FIND Search(WORKING_PICTURE* _pPicture, eCK_Type _eSpace, eZYMatrix _eMatrix, CKUtils::CK_DETECT_OPTIONS _options)
+{
+    // With and without the pull, which tells what it does to each key.
+    FIND find;
+    CKeyCalc calcPulled;
+    CKeyCalc calc;
+    _options.bShowBlocks = false; // the picture is nobody's to look at
+    uint8_t* const pPixels = _pPicture->vecPixels.data();
+    if (CKUtils::DetectKeys(&calcPulled, pPixels, &_pPicture->vidProps, _options, _eMatrix, &find.vecBlocks))
+        return find;
+    _options.dblSimilarity = 0;
+    CKUtils::DetectKeys(&calc, pPixels, &_pPicture->vidProps, _options, _eMatrix);
+    find.nAccepted =
+        static_cast<size_t>(std::count_if(find.vecBlocks.begin(), find.vecBlocks.end(), [](const CK_BLOCK& _block) {
+            return _block.eVerdict == CKUtils::eCKB_Accepted;
+        }));
+    find.vecKeys.assign(calc.arrKeys, calc.arrKeys + calc.nKeys);
+    if (find.vecKeys.size() == 1)
+    {
+        CKeyStats stats;
+        ForAccepted(_pPicture, find, [&](const uint8_t* _pRow, int _nPixels) { stats.Add(_pRow, _nPixels); });
+        find.vecKeys[0] = stats.Box(_eSpace);
+    }
+    for (size_t i = 0; i < find.vecKeys.size(); ++i)
+    {
+        if (_eSpace == eCKT_YUV)
+            ReachTo(calcPulled.arrKeys[i].dValue, &find.vecKeys[i]);
+        KeyStats_Widen(&find.vecKeys[i], _eSpace);
+    }
+    return find;
+}
+
+} // namespace
+
+std::vector<CALC_KEY> KeyFinder_Find(CKeySampler* _pSampler, eCK_Type _eSpace,
+                                     const CKUtils::CK_DETECT_OPTIONS& _options, std::vector<CK_BLOCK>* _pBlocksOrNull)
+{
+    WORKING_PICTURE picture = ReadPicture(_pSampler, _eSpace);
+    FIND find = Search(&picture, _eSpace, _pSampler->Matrix(), _options);
+    if (find.nAccepted > 0 && find.nAccepted < find.vecBlocks.size() / c_nFewBlocks)
+    {
+        ForAccepted(&picture, find, [](uint8_t* _pRow, int _nPixels) {
+            std::fill_n(_pRow, size_t{4} * static_cast<size_t>(_nPixels), uint8_t{0});
+        });
+        FIND findOther = Search(&picture, _eSpace, _pSampler->Matrix(), _options);
+        if (findOther.nAccepted > find.nAccepted)
+            find = std::move(findOther);
+    }
+    if (_pBlocksOrNull)
+        *_pBlocksOrNull = std::move(find.vecBlocks);
+    return std::move(find.vecKeys);
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <deque>
+#include <utility>
+
+/// A state and the steps that led to it: undo and redo with bounded memory.
+///
+/// Every edit is one step. An edit after stepping back drops the steps ahead; when there are more than the most
+/// allowed, the oldest goes. Not thread safe: the owner's lock guards it.
+template <class State> class CKeyHistory
+{
+public:
+    explicit CKeyHistory(State _state, size_t _nMaxSteps)
+        : m_nMaxSteps(_nMaxSteps)
+    {
+        m_arrStates.push_back(std::move(_state));
+    }
+
+    const State& Current() const
+    {
+        return m_arrStates[m_nCurrent];
+    }
+    /// Makes an edit. Throws bad_alloc and is unchanged when there is no memory.
+    void Push(State _state)
+    {
+        m_arrStates.resize(m_nCurrent + 1, _state); // shrinks only; the value is never used
+        m_arrStates.push_back(std::move(_state));
+        ++m_nCurrent;
+        if (m_arrStates.size() > m_nMaxSteps + 1)
+        {
+            m_arrStates.pop_front();
+            --m_nCurrent;
+        }
+    }
+    /// Steps by up to _nSteps; answers how many steps were made.
+    size_t Back(size_t _nSteps)
+    {
+        const size_t nSteps = std::min(_nSteps, m_nCurrent);
+        m_nCurrent -= nSteps;
+        return nSteps;
+    }
+    size_t Forward(size_t _nSteps)
+    {
+        const size_t nSteps = std::min(_nSteps, m_arrStates.size() - 1 - m_nCurrent);
+        m_nCurrent += nSteps;
+        return nSteps;
+    }
+
+private:
+    std::deque<State> m_arrStates;
+    size_t m_nCurrent = 0;
+    size_t m_nMaxSteps;
+};

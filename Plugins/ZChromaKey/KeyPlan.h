@@ -1,0 +1,17 @@
+#pragma once
+
+#include "Interfaces/ChromaKeyTypes.h"
+#include "ZChromaKey/Kernels/KeyKernels.h"
+
+/// The keys of a set that take part, prepared for the kernels once per frame.
+struct KEY_PLAN
+{
+    KEY_DISTANCE arrKeying[Z_MAX_KEYS]; ///< keys that lower alpha, in the order of the set
+    KEY_DISTANCE arrExclude[Z_MAX_KEYS];
+    int nKeying;
+    int nExclude;
+    bool bColorCancel; ///< colour cancel is on and some key has a cancel parameter
+};
+
+/// Keys without delta or with nAlpha 255 take no part. Counts outside 0...16 are clamped.
+KEY_PLAN KeyPlan_Make(const CHROMA_KEY_RAW& _rawKey) noexcept;

@@ -1,0 +1,98 @@
+#include "ZChromaKey/KeyPool.h"
+
+#include <algorithm>
+#include <chrono>
+
+CKeyPool::~CKeyPool()
+{
+    Stop();
+}
+
+HRESULT CKeyPool::KeySlice(KEY_SLOT& _slot)
+{
+    if (!_slot.bJob)
+        return S_FALSE;
+    _slot.bJob = false;
+    return _slot.slice.Process(_slot.job, _slot.bGo);
+}
+
+HRESULT CKeyPool::WorkerStart(std::unique_ptr<WORKER>& _upWorker)
+{
+    if (_upWorker && _upWorker->bStuck)
+    {
+        WorkerStop(_upWorker, 0);
+        _upWorker.reset(); // a thread that hangs on keeps its slot; the log says so
+    }
+    if (_upWorker)
+    {
+        _upWorker->spSlot->evtDone.Reset();
+        return S_OK;
+    }
+    auto upWorker = std::make_unique<WORKER>();
+    const HRESULT hr = upWorker->thread.Start(
+        [spSlot = upWorker->spSlot, pfnWork = m_pfnWork] {
+            spSlot->hrResult = pfnWork(*spSlot);
+            spSlot->evtDone.Set();
+        },
+        "CChromaKey");
+    if (SUCCEEDED(hr))
+        _upWorker = std::move(upWorker);
+    return hr;
+}
+
+void CKeyPool::WorkerStop(std::unique_ptr<WORKER>& _upWorker, uint32_t _nMaxMs)
+{
+    if (!_upWorker)
+        return;
+    _upWorker->spSlot->bGo = false;
+    if (SUCCEEDED(_upWorker->thread.Stop(_upWorker->bStuck ? 0 : _nMaxMs))) // waited for once, not every frame
+        _upWorker.reset();
+    else
+        _upWorker->bStuck = true;
+}
+
+HRESULT CKeyPool::Prepare(uint32_t _nWorkers)
+{
+    m_nReady = 0;
+    const uint32_t nWorkers = std::min(_nWorkers, c_nMaxKeyThreads);
+    for (uint32_t i = 0; i < nWorkers; ++i)
+        if (const HRESULT hr = WorkerStart(m_arrWorkers[i]); FAILED(hr))
+            return hr;
+    for (uint32_t i = nWorkers; i < c_nMaxKeyThreads; ++i)
+        WorkerStop(m_arrWorkers[i], c_nThreadStopMs);
+    m_nReady = nWorkers;
+    return S_OK;
+}
+
+HRESULT CKeyPool::Run(uint32_t _nMaxMs)
+{
+    for (uint32_t i = 0; i < m_nReady; ++i)
+        m_arrWorkers[i]->thread.Wake();
+    if (WaitAll(_nMaxMs))
+        return S_OK;
+    Stop(_nMaxMs);
+    return Z_E_TIMEOUT;
+}
+
+bool CKeyPool::WaitAll(uint32_t _nMaxMs)
+{
+    using CLOCK = std::chrono::steady_clock;
+    const auto tpEnd = CLOCK::now() + std::chrono::milliseconds(_nMaxMs);
+    for (uint32_t i = 0; i < m_nReady; ++i)
+    {
+        const auto nLeft = std::chrono::duration_cast<std::chrono::milliseconds>(tpEnd - CLOCK::now()).count();
+        if (!Slot(i).evtDone.Wait(static_cast<uint32_t>(std::max<int64_t>(nLeft, 0))))
+            return false;
+    }
+    return true;
+}
+
+void CKeyPool::Stop(uint32_t _nMaxMs)
+{
+    for (auto& upWorker : m_arrWorkers)
+        if (upWorker)
+            upWorker->spSlot->bGo = false; // all at once, so that the waits below overlap
+    for (auto& upWorker : m_arrWorkers)
+        WorkerStop(upWorker, _nMaxMs);
+    m_nReady = 0;
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Base/ZThread.h"
+#include "ZChromaKey/KeySlice.h"
+
+#include <array>
+#include <atomic>
+#include <memory>
+
+/// The most workers of an engine.
+inline constexpr uint32_t c_nMaxKeyThreads = 16;
+
+/// What the frame thread and one worker share. It lives as long as either of them, so a worker that hangs never
+/// touches freed memory. Written by the frame thread before the worker is woken, read again when it is done.
+struct KEY_SLOT
+{
+    KEY_JOB job = {};
+    bool bJob = false; ///< there is a job; the worker clears it
+    CKeySlice slice;
+    HRESULT hrResult = S_OK;
+    std::atomic<bool> bGo = true; ///< false: the worker ends at the next row
+    CZEvent evtDone;
+};
+
+/// The worker threads of an engine, which run one slice of a frame each.
+class CKeyPool
+{
+public:
+    /// What a worker does when it is woken.
+    using PFN_WORK = HRESULT (*)(KEY_SLOT& _slot);
+
+    explicit CKeyPool(PFN_WORK _pfnWork = KeySlice)
+        : m_pfnWork(_pfnWork)
+    {
+    }
+    /// Stops the workers; one that does not stop is reported in the log and left to itself.
+    ~CKeyPool();
+
+    /// Makes _nWorkers (at most 16) ready for jobs and stops the others. E_OUTOFMEMORY: no thread.
+    HRESULT Prepare(uint32_t _nWorkers);
+    /// The slot of a worker that was made ready.
+    KEY_SLOT& Slot(uint32_t _nWorker)
+    {
+        return *m_arrWorkers[_nWorker]->spSlot;
+    }
+    /// Wakes the workers that were made ready and waits until all are done. Z_E_TIMEOUT: they were not within the
+    /// time; all workers have then been told to stop and been waited for that long again, each.
+    HRESULT Run(uint32_t _nMaxMs = c_nThreadStopMs);
+    /// Stops all workers, waiting that long for each.
+    void Stop(uint32_t _nMaxMs = c_nThreadStopMs);
+
+    /// Does the slot's job; S_FALSE without one.
+    static HRESULT KeySlice(KEY_SLOT& _slot);
+
+private:
+    struct WORKER
+    {
+        CZWorkerThread thread;
+        std::shared_ptr<KEY_SLOT> spSlot = std::make_shared<KEY_SLOT>();
+        bool bStuck = false; ///< could not be stopped
+    };
+    HRESULT WorkerStart(std::unique_ptr<WORKER>& _upWorker);
+    static void WorkerStop(std::unique_ptr<WORKER>& _upWorker, uint32_t _nMaxMs);
+    bool WaitAll(uint32_t _nMaxMs);
+
+    PFN_WORK m_pfnWork;
+    uint32_t m_nReady = 0;
+    std::array<std::unique_ptr<WORKER>, c_nMaxKeyThreads> m_arrWorkers;
+};

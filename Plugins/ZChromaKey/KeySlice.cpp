@@ -1,0 +1,107 @@
+#include "ZChromaKey/KeySlice.h"
+
+#include "Base/ZLog.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+
+int KeySlice_Columns(int _nWidth, int64_t _nRowStepPixels) noexcept
+{
+    if (_nWidth < 8)
+        return 0;
+    const int64_t nProcessed = std::min((int64_t{_nWidth} + 3) / 4 * 4, _nRowStepPixels);
+    return static_cast<int>(std::min<int64_t>(nProcessed / 8 * 8, _nWidth));
+}
+
+int KeySlice_MergeColumns(int _nWidth, int _nColumns) noexcept
+{
+    return std::min(_nWidth / 16 * 16, _nColumns);
+}
+
+void CKeySlice::Reserve(int _nWidth)
+{
+    const auto nWidth = static_cast<size_t>(_nWidth);
+    if (m_arrExclusion.size() >= nWidth)
+        return;
+    m_arrPixels.resize(4 * nWidth);
+    m_maskPost.Reserve(_nWidth);
+    m_arrExclusion.resize(nWidth);
+}
+
+HRESULT CKeySlice::Process(const KEY_JOB& _job, const std::atomic<bool>& _bGo) noexcept
+{
+    const bool bNothing = !_job.plan.nKeying && !_job.plan.bColorCancel;
+    const bool bPost = _job.bPost && _job.post.IsNeeded() && !bNothing;
+    if (!RowsKey(_job, _bGo, bPost ? ARGB_PLANE{} : _job.argb))
+        return E_ABORT;
+    if (bPost)
+    {
+        m_maskPost.Run(_job.alpha.Slice(_job.nFirstRow, _job.nRowStep, _job.nRows), _job.post, *_job.pKernels);
+        for (int i = 0; i < _job.nRows && _job.argb.pRow0; ++i)
+            _job.argb.AlphaSet(_job.alpha, _job.nFirstRow + i * _job.nRowStep, *_job.pKernels);
+    }
+    return bNothing ? S_FALSE : S_OK;
+}
+
+bool CKeySlice::RowsKey(const KEY_JOB& _job, const std::atomic<bool>& _bGo, const ARGB_PLANE& _argb) noexcept
+{
+    using CLOCK = std::chrono::steady_clock;
+    const bool bTimed = ZLog_IsOn(eZLog_Verbose);
+    const auto tpStart = bTimed ? CLOCK::now() : CLOCK::time_point();
+    for (int i = 0; i < _job.nRows; ++i)
+    {
+        if (!_bGo.load(std::memory_order_relaxed))
+            return false;
+        const int nRow = _job.nFirstRow + i * _job.nRowStep;
+        RowKey(_job, nRow);
+        if (_argb.pRow0)
+            _argb.AlphaSet(_job.alpha, nRow, *_job.pKernels);
+    }
+    if (bTimed)
+        ZLog(eZLog_Verbose, "[MMXGetAlphaCenter_AC4C1 + Min (%d keys)] %.3f ms\n", _job.plan.nKeying,
+             std::chrono::duration<double, std::milli>(CLOCK::now() - tpStart).count());
+    return true;
+}
+
+const uint8_t* CKeySlice::RowConvert(const KEY_JOB& _job, int _nRow) noexcept
+{
+    uint8_t* const pScratch = m_arrPixels.data();
+    const uint8_t* const pBGRA = _job.reader.Row(_nRow, pScratch);
+    if (_job.eType == eCKT_RGB)
+        return pBGRA;
+    if (_job.eType == eCKT_HLS)
+        Img_RowToHLS(pBGRA, pScratch, _job.nColumns);
+    else
+        Img_RowToYUV(pBGRA, pScratch, _job.nColumns, _job.eMatrix);
+    return pScratch;
+}
+
+void CKeySlice::RowKey(const KEY_JOB& _job, int _nRow) noexcept
+{
+    uint8_t* const pAlpha = _job.alpha.Row(_nRow);
+    const auto nColumns = static_cast<size_t>(_job.nColumns);
+    if (_job.plan.nKeying == 0)
+    {
+        std::memset(pAlpha, 255, static_cast<size_t>(_job.alpha.nWidth));
+        return;
+    }
+    if (nColumns == 0)
+        return;
+    const uint8_t* const pPixels = RowConvert(_job, _nRow);
+    RowMerge(_job, pAlpha, pPixels, _job.plan.arrKeying, _job.plan.nKeying);
+    if (_job.plan.nExclude)
+    {
+        RowMerge(_job, m_arrExclusion.data(), pPixels, _job.plan.arrExclude, _job.plan.nExclude);
+        _job.pKernels->pfnExclude(pAlpha, m_arrExclusion.data(), nColumns);
+    }
+}
+
+void CKeySlice::RowMerge(const KEY_JOB& _job, uint8_t* _pAlpha, const uint8_t* _pPixels, const KEY_DISTANCE* _pKeys,
+                         int _nKeys) noexcept
+{
+    _job.pKernels->pfnDistance(_pAlpha, _pPixels, static_cast<size_t>(_job.nColumns), _pKeys[0]);
+    // Later keys count in whole groups of 16 pixels only; the columns behind keep the first key's result.
+    for (int i = 1; i < _nKeys; ++i)
+        _job.pKernels->pfnDistanceMin(_pAlpha, _pPixels, static_cast<size_t>(_job.nMergeColumns), _pKeys[i]);
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Helpers/CKUtils.h"
+
+#include <cstdint>
+
+/// Counts pixel values, and makes a key of most of them: stray pixels do not move it.
+class CKeyStats
+{
+public:
+    /// Pixels of four bytes in the space of the keys.
+    void Add(const uint8_t* _pPixels, int _nPixels);
+    void Add(const CKeyStats& _stats);
+    uint64_t Count() const
+    {
+        return m_nPixels;
+    }
+
+    /// The box around the medians. Half-widths are twice what four fifths of the pixels keep to, and two levels, which
+    /// spans normal noise; never below what suits the space (its colours are not alone), nor above 80 levels. At
+    /// least one pixel must have been added. Alpha: 1, one level.
+    CKUtils::CALC_KEY Box(eCK_Type _eSpace) const;
+    /// Whether most of other pixels are like these: their medians lie in the box.
+    bool IsLike(const CKeyStats& _other, eCK_Type _eSpace) const;
+
+private:
+    int Median(int _nByte) const;
+    int Spread(int _nByte, int _nMedian) const;
+
+    uint64_t m_nPixels = 0;
+    uint32_t m_arrCounts[3][256] = {};
+};
+
+/// Widens the colour half-widths of a key to what suits its space.
+void KeyStats_Widen(CKUtils::CALC_KEY* _pKey, eCK_Type _eSpace);

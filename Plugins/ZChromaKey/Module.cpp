@@ -1,0 +1,89 @@
+#include "ZChromaKey/Module.h"
+
+#include "Base/ZBorder.h"
+#include "Base/ZPtr.h"
+#include "ZChromaKey/CoZChromaKey.h"
+#include "ZChromaKey/ZUnknown.h"
+
+namespace
+{
+
+std::atomic<LONG> s_nModuleRefs{0};
+
+struct MODULE_CLASS
+{
+    const CLSID& clsid;
+    HRESULT (*pfnCreate)(REFIID _iid, void** _ppvObject);
+};
+
+constexpr MODULE_CLASS c_arrClasses[] = {
+    {CLSID_ZChromaKey, &CCoZChromaKey::Create},
+};
+
+class CZClassFactory final : public CZUnknown<IClassFactory>
+{
+public:
+    explicit CZClassFactory(const MODULE_CLASS& _class)
+        : m_class(_class)
+    {
+    }
+
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* _pOuter, REFIID _iid, void** _ppvObject) override
+    {
+        if (!_ppvObject)
+            return E_POINTER;
+        *_ppvObject = nullptr;
+        if (_pOuter)
+            return CLASS_E_NOAGGREGATION;
+        return ZBorder("CZClassFactory::CreateInstance", [&] { return m_class.pfnCreate(_iid, _ppvObject); });
+    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL _bLock) override
+    {
+        if (_bLock)
+            ZModule_AddRef();
+        else
+            ZModule_Release();
+        return S_OK;
+    }
+
+private:
+    ~CZClassFactory() override = default;
+
+    const MODULE_CLASS& m_class;
+    CZModuleRef m_refModule;
+};
+
+} // namespace
+
+void ZModule_AddRef()
+{
+    ++s_nModuleRefs;
+}
+
+void ZModule_Release()
+{
+    --s_nModuleRefs;
+}
+
+bool ZModule_IsIdle()
+{
+    return s_nModuleRefs <= 0;
+}
+
+HRESULT ZModule_GetClassObject(REFCLSID _clsid, REFIID _iid, void** _ppvFactory)
+{
+    if (!_ppvFactory)
+        return E_POINTER;
+    *_ppvFactory = nullptr;
+    return ZBorder("DllGetClassObject", [&]() -> HRESULT {
+        for (const MODULE_CLASS& row : c_arrClasses)
+        {
+            if (row.clsid == _clsid)
+            {
+                const auto cpFactory = CZPtr<IClassFactory>::Adopt(new CZClassFactory(row));
+                return cpFactory->QueryInterface(_iid, _ppvFactory);
+            }
+        }
+        return CLASS_E_CLASSNOTAVAILABLE;
+    });
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Base/ZPtr.h"
+#include "Interfaces/IZFFrame.h"
+#include "ZChromaKey/ChromaKeyOptions.h"
+
+/// The frame that is keyed on the CPU, on its way from the input to the result.
+struct WORK_FRAME
+{
+    CZPtr<IZFFrame> cpFrame;
+    bool bOwnFrame = false;  ///< not the host's frame object: a mask may be attached
+    bool bOwnPixels = false; ///< not the host's pixels: alpha may be written
+};
+
+/// Makes the frame that the options ask for: converted into ARGB32, then cut by the borders; else the input itself.
+///
+/// The cut goes from column "left rounded up to a multiple of 8" to "width - right rounded up to a multiple of 8", at
+/// most the width. E_INVALIDARG: the borders leave nothing (the log says of what); else the failure of the input's own
+/// conversion.
+HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork);
+
+/// Makes the frame one that a mask can be attached to, and whose alpha can be written when it is ARGB32.
+HRESULT WorkFrame_MakeOwn(WORK_FRAME* _pWork);
+
+/// Where the alpha plane of a frame is computed.
+struct WORK_MASK
+{
+    CZPtr<IZFFrame> cpFrame;
+    uint8_t* pbAlpha = nullptr; ///< the top row
+};
+
+/// Makes the mask of a frame with the given properties, opaque (255) everywhere, from the memory of _pFrame.
+HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask);

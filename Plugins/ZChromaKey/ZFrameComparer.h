@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Base/ZPtr.h"
+#include "Interfaces/ChromaKeyTypes.h"
+#include "Interfaces/IZFFrame.h"
+
+#include <array>
+#include <string>
+
+/// Finds out whether a host hands in the same frame again. Has to see every frame that is keyed, for it compares each
+/// with the one before. Not thread safe.
+class ZFrameComparer
+{
+public:
+    /// True when the frame has identity, video properties and "crop", "mirror" and "rotate" texts of the frame before.
+    ///
+    /// Identity and properties of the last frame are those it had when it was seen: a host may since have written new
+    /// pixels into the same frame object.
+    bool IsSameFrame(IZFFrame* _pFrame);
+
+    /// Forgets the last frame: the next one counts as new.
+    void Reset();
+
+private:
+    bool IsDuplicate(IZFFrame2* _pFrame, uint64_t _nIdentity, const ZF_VID_PROPS& _vidProps);
+    bool TextsChanged(IZFFrame* _pFrame);
+
+    CZPtr<IZFFrame2> m_cpFrameLast;
+    uint64_t m_nIdentityLast = 0;
+    ZF_VID_PROPS m_vidPropsLast = {};
+    std::array<std::wstring, 3> m_arrTextsLast;
+};
+
+/// Hands out a clone of the last output when frame and key set are the same as the last ones, and remembers the key
+/// set.
+///
+/// _pFrameLastOrNull: the last output, null where there is none to hand out again. S_OK: a clone in _ppFrameRes, which
+/// the caller releases; S_FALSE: the frame has to be keyed; E_INVALIDARG: an argument is missing; else the failure of
+/// cloning.
+HRESULT ZFrameComparer_Check(ZFrameComparer* _pComparer, IZFFrame* _pFrame, IZFFrame** _ppFrameRes,
+                             const CHROMA_KEY_RAW* _pKey, CHROMA_KEY_RAW* _pKeyLast, IZFFrame* _pFrameLastOrNull);

@@ -1,0 +1,152 @@
+#include "Base/ZHelpers.h"
+#include "Support/LogCatcher.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+TEST(PixelFormat, RowSizesFollowTheirRules)
+{
+    const struct
+    {
+        uint32_t fccType;
+        int32_t nWidth;
+        int32_t nBytes;
+    } c_arrCases[] = {
+        {eZFCC_v210, 1, 128},         {eZFCC_v210, 48, 128},      {eZFCC_v210, 49, 256},
+        {eZFCC_v210, 1920, 5120},     {eZFCC_RGB24, 1, 4},        {eZFCC_RGB24, 5, 16},
+        {eZFCC_RGB8, 1, 8},           {eZFCC_RGB8, 9, 16},        {eZFCC_RGB32, 3, 12},
+        {eZFCC_YUY2, 3, 8},           {eZFCC_r210, 7, 28},        {eZFCC_Y422, 7, 7},
+        {eZFCC_Y444, 7, 7},           {eZFCC_NV12, 7, 7},         {eZFCC_RGB565, 8, 0},
+        {eZFCC_RGB555, 8, 0},         {eZFCC_IYU2, 8, 0},         {eZFCC_YVU9, 8, 0},
+        {eZFCC_None, 8, 0},           {0x12345678, 8, 0},         {eZFCC_RGB32, 0x1FFFFFFF, 0x7FFFFFFC},
+        {eZFCC_RGB32, 0x20000000, 0}, // 2^31 bytes have no place in nRowBytes
+        {eZFCC_v210, INT32_MAX, 0},   {eZFCC_RGB8, INT32_MAX, 0}, {eZFCC_RGB32, -3, -12},
+        {eZFCC_RGB24, INT32_MIN, 0},
+    };
+    for (const auto& c : c_arrCases)
+        EXPECT_EQ(Img_RowSize(c.fccType, c.nWidth), c.nBytes) << FCC_Name(c.fccType) << " width " << c.nWidth;
+}
+
+TEST(PixelFormat, WidthsComeBackFromRows)
+{
+    EXPECT_EQ(Img_WidthFromRowBytes(eZFCC_None, 100), 0);
+    EXPECT_EQ(Img_WidthFromRowBytes(eZFCC_v210, 5120), 1920);
+    EXPECT_EQ(Img_WidthFromRowBytes(eZFCC_v210, 255), 48);
+    EXPECT_EQ(Img_WidthFromRowBytes(eZFCC_NV12, 1920), 1920); // not by its 16 bits a pixel
+    EXPECT_EQ(Img_WidthFromRowBytes(eZFCC_YVU9, 10), 8);
+    EXPECT_EQ(Img_WidthFromRowBytes(0x12345678, 77), 77);
+    EXPECT_EQ(Img_WidthFromRowBytes(eZFCC_RGB8, INT32_MIN), INT32_MIN);
+    for (const PIXEL_FORMAT& format : FCC_All())
+        for (const int32_t nWidth : {1, 2, 47, 720, 1919, 8192})
+            if (const int32_t nBytes = Img_RowSize(format.fccType, nWidth))
+            {
+                EXPECT_GE(Img_WidthFromRowBytes(format.fccType, nBytes), nWidth) << format.pszName;
+            }
+}
+
+TEST(PixelFormat, TheTableAgreesWithItself)
+{
+    std::set<uint32_t> setCodes;
+    for (const PIXEL_FORMAT& format : FCC_All())
+    {
+        SCOPED_TRACE(format.pszName);
+        EXPECT_TRUE(setCodes.insert(format.fccType).second);
+        EXPECT_EQ(FCC_Name(format.fccType), format.pszName);
+        EXPECT_EQ(FCC_Lookup(format.fccType), &format);
+        EXPECT_EQ(Img_RowSize(format.fccType, 96) != 0, format.bRowSize);
+        const ZF_SIZE sz = FCC_Subsampling(format.fccType, 1);
+        const bool bHalfWidth = format.fccType == eZFCC_I420 || format.fccType == eZFCC_YV12 ||
+                                format.fccType == eZFCC_I422 || format.fccType == eZFCC_YV16;
+        const bool bHalfHeight =
+            format.fccType == eZFCC_I420 || format.fccType == eZFCC_YV12 || format.fccType == eZFCC_NV12;
+        EXPECT_EQ(sz.cx, bHalfWidth ? 2 : 1);
+        EXPECT_EQ(sz.cy, bHalfHeight ? 2 : 1);
+        EXPECT_EQ(FCC_Subsampling(format.fccType, 2).cy, bHalfHeight && format.fccType != eZFCC_NV12 ? 2 : 1);
+        for (const int32_t nPlane : {-1, 0, 3})
+            EXPECT_EQ(FCC_Subsampling(format.fccType, nPlane).cx * FCC_Subsampling(format.fccType, nPlane).cy, 1);
+    }
+    EXPECT_EQ(setCodes.size(), 21u);
+    EXPECT_EQ(FCC_BitsPerPixel(eZFCC_NV12), 16);
+    EXPECT_EQ(FCC_BitsPerPixel(0x12345678), 0);
+    EXPECT_FALSE(FCC_IsRGB(0x12345678) || FCC_IsPlanar(0x12345678));
+    EXPECT_TRUE(FCC_IsRGB(eZFCC_r210) && FCC_IsRGB(eZFCC_ARGB32) && !FCC_IsRGB(eZFCC_v210) && !FCC_IsRGB(eZFCC_None));
+}
+
+TEST(PixelFormat, NamesPrintAndParse)
+{
+    const struct
+    {
+        uint32_t fccType;
+        const char* pszName;
+        bool bParses;
+    } c_arrCases[] = {
+        {0, "BI_RGB", true},
+        {1, "BI_RLE8", true},
+        {2, "BI_RLE4", true},
+        {3, "BI_BITFIELDS", true},
+        {4, "0x4", false},
+        {0xE436EB78, "RGB1", false},
+        {0xE436EB79, "RGB4", false},
+        {eZFCC_RGB8, "RGB8", true},
+        {eZFCC_RGB565, "RGB565", false},
+        {eZFCC_RGB555, "RGB555", false},
+        {eZFCC_RGB24, "RGB24", true},
+        {eZFCC_RGB32, "RGB32", true},
+        {0x297C55AF, "ARGB1555", false},
+        {0x6E6415E6, "ARGB4444", true},
+        {eZFCC_ARGB32, "ARGB32", true},
+        {0x47504A4D, "MJPG", true},
+        {eZFCC_v210, "v210", true},
+        {eZFCC_IYU2, "IYU2", true},
+        {0x20424752, "RGB ", true},
+        {0xFF565955, "0xFF565955", false},
+    };
+    for (const auto& c : c_arrCases)
+    {
+        EXPECT_EQ(FCC_Name(c.fccType), c.pszName);
+        EXPECT_EQ(FCC_Parse(c.pszName) == c.fccType, c.bParses) << c.pszName;
+    }
+    const std::pair<const char*, uint32_t> c_arrTexts[] = {
+        {"uyvy", eZFCC_UYVY},
+        {"argb32", eZFCC_ARGB32},
+        {"V210", eZFCC_v210},
+        {"Mjpg", 0x47504A4D},
+        {"iyu2", 0x32757969},
+        {"RGB1", 0x31424752},
+        {"RGB4", 0x34424752},
+        {"RGB565", 0},
+        {"ARGB1555", 0},
+        {" UYVY", 0},
+        {"UYVY ", 0},
+        {"UYV", 0},
+        {"", 0},
+        {"0x4", 0},
+        {"\xC3\xA4YV1", 0x315659E4}, // a-umlaut has a byte of its own
+        {"\xE2\x82\xACYV1", 0},      // the euro sign has none
+    };
+    for (const auto& [pszText, fccType] : c_arrTexts)
+        EXPECT_EQ(FCC_Parse(pszText), fccType) << pszText;
+}
+
+TEST(PixelFormat, NullRecordsAreNeutralAndLogged)
+{
+    const CLogCatcher log;
+    EXPECT_EQ(Img_RowSizeM(nullptr), 0);
+    EXPECT_EQ(VidProps_Mask(nullptr).fccType, 0u);
+    EXPECT_EQ(VidProps_Normalize(nullptr, false), 0);
+    EXPECT_EQ(VidProps_DetectFormat(nullptr, true), 0);
+    EXPECT_EQ(VidProps_FieldOrder(nullptr), 0);
+    EXPECT_EQ(VidProps_DisplayAspect(nullptr), 1.0);
+    EXPECT_EQ(VidProps_PixelAspect(nullptr), 1.0);
+    EXPECT_FALSE(VidProps_IsBottomUp(nullptr) || VidProps_IsSet(nullptr, false) || VidProps_IsSet(nullptr, true));
+    EXPECT_EQ(VidPtr_Build(nullptr, 4096, true).lpVideoPlanes[0], 0);
+    EXPECT_EQ(VidProps_ImageSize(nullptr), 0);
+    EXPECT_EQ(VidProps_Stride(nullptr), 0);
+    EXPECT_NE(VidProps_Validate(nullptr, 1000), "");
+    EXPECT_EQ(VidProps_Text(nullptr), "");
+    EXPECT_EQ(log.Count("ASSERT \"_pVidProps\"", eZLog_Error), 15u);
+    EXPECT_EQ(TimeCode_Text(nullptr), "");
+    EXPECT_EQ(Aud_BytesToTime(nullptr, 4), 0);
+    EXPECT_EQ(log.Count("ASSERT \"_pAudProps\"", eZLog_Error), 1u);
+}

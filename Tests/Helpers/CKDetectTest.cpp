@@ -1,0 +1,391 @@
+#include "Helpers/CKDetect.h"
+#include "Support/AllocCounter.h"
+#include "Support/GuardedPlane.h"
+#include "Support/LogCatcher.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+
+using namespace CKUtils;
+
+namespace
+{
+
+constexpr uint32_t c_fccHLS = eZFCC_None;
+
+struct RGB
+{
+    int nR;
+    int nG;
+    int nB;
+};
+constexpr RGB c_rgbGreen = {50, 160, 60};
+constexpr RGB c_rgbBlue = {50, 60, 180};
+constexpr RGB c_rgbRed = {200, 20, 20};
+
+/// A working picture between fences, with pixels that a function of column and row (from the top left) gives.
+struct PICTURE : CGuardedPlane
+{
+    PICTURE(uint32_t _fccType, int _nWidth, int _nHeight, const std::function<RGB(int, int)>& _fnPixel,
+            ptrdiff_t _nStride = 0)
+        : CGuardedPlane(size_t{4} * _nWidth, std::abs(_nHeight), _nStride)
+    {
+        props.fccType = _fccType;
+        props.nWidth = _nWidth;
+        props.nHeight = _nHeight;
+        props.nRowBytes = static_cast<int32_t>(_nStride);
+        const bool bBottomUp = (_fccType == eZFCC_RGB32 || _fccType == eZFCC_ARGB32) && _nHeight > 0 && _nStride >= 0;
+        for (int y = 0; y < Rows(); ++y)
+            for (int x = 0; x < _nWidth; ++x)
+            {
+                const RGB rgb = _fnPixel(x, bBottomUp ? Rows() - 1 - y : y);
+                uint8_t* const pb = Row(y) + ptrdiff_t{4} * x;
+                pb[0] = static_cast<uint8_t>(rgb.nB);
+                pb[1] = static_cast<uint8_t>(rgb.nG);
+                pb[2] = static_cast<uint8_t>(rgb.nR);
+                pb[3] = 255;
+                if (_fccType == c_fccHLS)
+                    Img_RowToHLS(pb, pb, 1);
+                else if (_fccType != eZFCC_RGB32 && _fccType != eZFCC_ARGB32)
+                    Img_RowToYUV(pb, pb, 1, eZYM_601);
+            }
+    }
+    bool Detect(CKeyCalc* _pCalc, const CK_DETECT_OPTIONS& _options, std::vector<CK_BLOCK>* _pBlocks = nullptr)
+    {
+        return DetectKeys(_pCalc, Row(0), &props, _options, eZYM_601, _pBlocks);
+    }
+    std::vector<uint8_t> Bytes()
+    {
+        return {Low(), Low() + Span()};
+    }
+    ZF_VID_PROPS props = {};
+};
+
+std::function<RGB(int, int)> Flat(RGB _rgb)
+{
+    return [_rgb](int, int) { return _rgb; };
+}
+
+/// The channels of the calculator that a colour has in a kind of picture.
+std::vector<double> Channels(uint32_t _fccType, RGB _rgb)
+{
+    PICTURE picture(_fccType, 1, 1, Flat(_rgb));
+    const uint8_t* const pb = picture.Row(0);
+    return {pb[2] / 255.0, pb[1] / 255.0, pb[0] / 255.0};
+}
+
+CK_DETECT_OPTIONS Options(int _nMaxKeys, int _nBlocks = 8)
+{
+    CK_DETECT_OPTIONS options;
+    options.nMaxKeys = _nMaxKeys;
+    options.nBlocks = _nBlocks;
+    return options;
+}
+
+} // namespace
+
+TEST(Detect, FindsTheBackdropInEveryKindOfPicture)
+{
+    struct LIGHT
+    {
+        const char* pszName;
+        std::function<RGB(int, int, RGB)> fnPixel;
+    };
+    const LIGHT arrLights[] = {
+        {"flat", [](int, int, RGB _rgb) { return _rgb; }},
+        {"uneven",
+         [](int _nX, int _nY, RGB _rgb) {
+             const int nDark = _nX / 8 + _nY / 8;
+             return RGB{_rgb.nR - nDark, _rgb.nG - nDark, _rgb.nB - nDark};
+         }},
+        {"noisy",
+         [](int _nX, int _nY, RGB _rgb) {
+             const auto Noise = [n = static_cast<uint32_t>(_nX * 7919 + _nY * 104729)](uint32_t _nSalt) {
+                 return static_cast<int>((n * 2654435761u + _nSalt * 40503u) >> 16 & 7) - 4;
+             };
+             return RGB{_rgb.nR + Noise(1), _rgb.nG + Noise(2), _rgb.nB + Noise(3)};
+         }},
+    };
+    for (const uint32_t fccType : {uint32_t{eZFCC_ARGB32}, uint32_t{eZFCC_UYVY}, c_fccHLS})
+        for (const RGB& rgb : {c_rgbGreen, c_rgbBlue})
+            for (const LIGHT& light : arrLights)
+            {
+                SCOPED_TRACE(std::string(light.pszName) + (rgb.nG > rgb.nB ? ", green" : ", blue"));
+                SCOPED_TRACE(fccType);
+                // A red disc stands in front of the backdrop.
+                PICTURE picture(fccType, 160, 120, [&](int _nX, int _nY) {
+                    const int nX = _nX - 80;
+                    const int nY = _nY - 60;
+                    return nX * nX + nY * nY < 900 ? c_rgbRed : light.fnPixel(_nX, _nY, rgb);
+                });
+                CKeyCalc calc;
+                CK_DETECT_OPTIONS options = Options(1, 12);
+                options.dblSimilarity = 0;
+                std::vector<CK_BLOCK> vecBlocks;
+                ASSERT_FALSE(picture.Detect(&calc, options, &vecBlocks));
+                ASSERT_EQ(calc.nKeys, 1);
+                const RGB rgbFirst = light.fnPixel(16, 12, rgb);
+                const std::vector<double> vecWanted = Channels(fccType, rgbFirst);
+                const std::vector<double> vecRed = Channels(fccType, c_rgbRed);
+                bool bHoldsRed = true;
+                for (size_t i = 0; i < 3; ++i)
+                {
+                    const CALC_KEY& key = calc.arrKeys[0];
+                    EXPECT_NEAR(key.dValue[i], vecWanted[i], 12 / 255.0) << i;
+                    bHoldsRed = bHoldsRed && std::abs(vecRed[i] - key.dValue[i]) <= key.dDelta[i];
+                }
+                EXPECT_FALSE(bHoldsRed);
+                const auto nAccepted = std::count_if(vecBlocks.begin(), vecBlocks.end(),
+                                                     [](const CK_BLOCK& _b) { return _b.eVerdict == eCKB_Accepted; });
+                EXPECT_GT(nAccepted, 60);
+                EXPECT_LT(nAccepted, 90) << "of 100, with the disc";
+            }
+}
+
+TEST(Detect, ExaminesTheGridInsideTheBorders)
+{
+    struct CASE
+    {
+        int nBlocks;
+        double dblBorders;
+        int nFirst; // block index; -1: nothing is examined
+        int nLast;
+    };
+    const CASE arrCases[] = {
+        {48, 0.1, 5, 42},        {45, 0.1, 5, 39},
+        {10, 0.0, 0, 9},         {10, -3.0, 0, 9},
+        {9, 0.499, 4, 4},        {10, 0.5, -1, 0},
+        {10, 1e300, -1, 0},      {10, std::numeric_limits<double>::quiet_NaN(), 0, 9},
+        {1, 0.1, 0, 0},          {0, 0.1, -1, 0},
+        {-4, 0.1, -1, 0},        {50, 0.0, 0, 49},
+        {51, 0.0, -1, 0},        {INT32_MAX, 0, -1, 0},
+        {INT32_MIN, 0.1, -1, 0},
+    };
+    for (const CASE& test : arrCases)
+    {
+        SCOPED_TRACE(test.nBlocks);
+        PICTURE picture(eZFCC_UYVY, 101, 50, Flat(c_rgbGreen)); // the last column and rows belong to no block
+        CK_DETECT_OPTIONS options = Options(16, test.nBlocks);
+        options.dblBorders = test.dblBorders;
+        CKeyCalc calc;
+        std::vector<CK_BLOCK> vecBlocks(3);
+        EXPECT_EQ(picture.Detect(&calc, options, &vecBlocks), test.nFirst < 0);
+        if (test.nFirst < 0)
+        {
+            EXPECT_TRUE(vecBlocks.empty());
+            continue;
+        }
+        const int nWidth = 101 / test.nBlocks;
+        const int nHeight = 50 / test.nBlocks;
+        const auto nSide = static_cast<size_t>(test.nLast - test.nFirst + 1);
+        ASSERT_EQ(vecBlocks.size(), nSide * nSide);
+        EXPECT_EQ(vecBlocks[0].nX, test.nFirst * nWidth);
+        EXPECT_EQ(vecBlocks[0].nY, test.nFirst * nHeight);
+        EXPECT_EQ(vecBlocks.back().nX, test.nLast * nWidth);
+        EXPECT_EQ(vecBlocks.back().nY, test.nLast * nHeight);
+        EXPECT_EQ(vecBlocks.back().nWidth, nWidth);
+        EXPECT_EQ(vecBlocks.back().nHeight, nHeight);
+        EXPECT_EQ(vecBlocks[nSide > 1 ? 1 : 0].nY, vecBlocks[0].nY) << "row by row";
+    }
+}
+
+TEST(Detect, ScansFromTheTopOfThePicture)
+{
+    // Green on top and blue below: the first block decides which of them the key is.
+    const auto fnPixel = [](int, int _nY) { return _nY < 20 ? c_rgbGreen : c_rgbBlue; };
+    struct CASE
+    {
+        uint32_t fccType;
+        int nHeight;
+        ptrdiff_t nStride;
+    };
+    const CASE arrCases[] = {{eZFCC_RGB32, 40, 0},    {eZFCC_RGB32, -40, 0},    {eZFCC_ARGB32, 40, 180},
+                             {eZFCC_RGB32, 40, -180}, {eZFCC_RGB32, -40, -180}, {eZFCC_UYVY, 40, 164},
+                             {eZFCC_UYVY, -40, 0},    {c_fccHLS, 40, 0}};
+    for (const CASE& test : arrCases)
+    {
+        PICTURE picture(test.fccType, 40, test.nHeight, fnPixel, test.nStride);
+        CKeyCalc calc;
+        CK_DETECT_OPTIONS options = Options(1, 4);
+        options.dblSimilarity = 0;
+        options.bShowBlocks = true;
+        ASSERT_FALSE(picture.Detect(&calc, options));
+        for (size_t i = 0; i < 3; ++i)
+            EXPECT_NEAR(calc.arrKeys[0].dValue[i], Channels(test.fccType, c_rgbGreen)[i], 1e-9)
+                << test.fccType << " height " << test.nHeight << " stride " << test.nStride;
+        EXPECT_TRUE(picture.Intact());
+    }
+}
+
+TEST(Detect, PullsTowardThePureColour)
+{
+    struct CASE
+    {
+        RGB rgb;
+        RGB rgbPure;
+    };
+    for (const CASE& test : {CASE{c_rgbGreen, {0, 128, 0}}, CASE{c_rgbBlue, {0, 0, 180}}})
+        for (const uint32_t fccType : {uint32_t{eZFCC_ARGB32}, uint32_t{eZFCC_UYVY}, c_fccHLS})
+        {
+            CKeyCalc calc;
+            ASSERT_FALSE(PICTURE(fccType, 80, 60, Flat(test.rgb)).Detect(&calc, Options(1)));
+            const std::vector<double> vecFrom = Channels(fccType, test.rgb);
+            const std::vector<double> vecPure = Channels(fccType, test.rgbPure);
+            const double dblPull = fccType == eZFCC_UYVY ? 0.8 : 0.0;
+            for (size_t i = 0; i < 3; ++i)
+                EXPECT_NEAR(calc.arrKeys[0].dValue[i], (1 - dblPull) * vecFrom[i] + dblPull * vecPure[i], 1e-12) << i;
+        }
+}
+
+TEST(Detect, FindsNothingWhereNothingIs)
+{
+    CKeyCalc calc;
+    calc.SetKey({{0.5, 0.5, 0.5, 1}, {0.1, 0.1, 0.1, 0.1}, 3}, 0);
+    calc.bChanged = false;
+    EXPECT_TRUE(PICTURE(eZFCC_UYVY, 80, 60, Flat(c_rgbRed)).Detect(&calc, Options(16))) << "old keys do not count";
+    // Every block is refused: no growth is small enough.
+    CK_DETECT_OPTIONS options = Options(16);
+    options.dblKeyDiff = 1e-9;
+    std::vector<CK_BLOCK> vecBlocks;
+    EXPECT_TRUE(PICTURE(eZFCC_UYVY, 80, 60, Flat(c_rgbGreen)).Detect(&calc, options, &vecBlocks));
+    EXPECT_EQ(vecBlocks.at(0).eVerdict, eCKB_Refused);
+    EXPECT_FALSE(calc.bChanged) << "and then nothing is pulled";
+    EXPECT_EQ(calc.nKeys, 1);
+    // A covered block counts as found, and the pull moves every key.
+    calc.SetKey({{0.3, 0.3, 0.5, 1}, {0.3, 0.3, 0.3, 0.1}, 0}, 0);
+    options.dblSimilarity = 1;
+    EXPECT_FALSE(PICTURE(eZFCC_UYVY, 80, 60, Flat(c_rgbGreen)).Detect(&calc, options));
+    EXPECT_EQ(calc.nKeys, 2);
+    EXPECT_EQ(calc.arrKeys[0].dValue[2], calc.arrKeys[1].dValue[2]);
+}
+
+TEST(Detect, KeepsASingleKeyUnlessMoreAreAllowed)
+{
+    const auto fnUneven = [](int _nX, int) { return RGB{40, 90 + _nX / 2, 40}; };
+    CKeyCalc calc;
+    calc.SetKey({}, 0);
+    calc.SetKey({{5, 5, 5, 5}, {}, 0}, 0);
+    CKeyCalc calcMany;
+    ASSERT_FALSE(PICTURE(eZFCC_ARGB32, 200, 60, fnUneven).Detect(&calc, Options(0, 10)));
+    ASSERT_FALSE(PICTURE(eZFCC_ARGB32, 200, 60, fnUneven).Detect(&calcMany, Options(16, 10)));
+    EXPECT_EQ(calc.nKeys, 1);
+    EXPECT_GT(calcMany.nKeys, 1);
+}
+
+TEST(Detect, MarksBlocksOnlyWhenAsked)
+{
+    // From the left: green, red, blue (refused: other class counts as not in class), and a border of one block.
+    const auto fnPixel = [](int _nX, int) { return _nX < 20 ? c_rgbGreen : _nX < 30 ? c_rgbRed : RGB{60, 200, 60}; };
+    for (const uint32_t fccType : {uint32_t{eZFCC_ARGB32}, uint32_t{eZFCC_UYVY}, c_fccHLS})
+    {
+        PICTURE picture(fccType, 40, 40, fnPixel);
+        const std::vector<uint8_t> vecBefore = picture.Bytes();
+        CK_DETECT_OPTIONS options = Options(16, 4);
+        options.dblBorders = 0;
+        options.dblKeyDiff = 1e-4; // refuses the third colour
+        CKeyCalc calc;
+        ASSERT_FALSE(picture.Detect(&calc, options));
+        EXPECT_EQ(picture.Bytes(), vecBefore);
+        options.bShowBlocks = true;
+        std::vector<CK_BLOCK> vecBlocks;
+        CKeyCalc calcMarked;
+        ASSERT_FALSE(picture.Detect(&calcMarked, options, &vecBlocks));
+        EXPECT_EQ(calcMarked.arrKeys[0].dValue[0], calc.arrKeys[0].dValue[0]) << "marks do not disturb the search";
+        EXPECT_EQ(vecBlocks.at(0).eVerdict, eCKB_Accepted);
+        EXPECT_EQ(vecBlocks.at(2).eVerdict, eCKB_NotFlat);
+        EXPECT_EQ(vecBlocks.at(3).eVerdict, eCKB_Refused);
+        const size_t nByte = fccType == c_fccHLS ? 1 : 0; // brightness, or a part of it
+        const auto Step = [&](size_t _nX) {
+            const size_t nTop = fccType == eZFCC_ARGB32 ? (size_t{39} * 40 + _nX) * 4 : _nX * 4;
+            return picture.Low()[nTop + nByte] - vecBefore[nTop + nByte];
+        };
+        EXPECT_EQ(Step(0), 64);
+        EXPECT_EQ(Step(29), fccType == eZFCC_ARGB32 ? -20 : -32) << "saturates at 0";
+        EXPECT_EQ(Step(39), fccType == eZFCC_ARGB32 ? -60 : -64);
+        EXPECT_EQ(picture.Low()[3], 255) << "alpha stays";
+        EXPECT_TRUE(picture.Intact());
+    }
+}
+
+TEST(Detect, BadPicturesAreRefused)
+{
+    CLogCatcher log;
+    PICTURE picture(eZFCC_UYVY, 40, 40, Flat(c_rgbGreen));
+    CKeyCalc calc;
+    const CK_DETECT_OPTIONS options = Options(1);
+    EXPECT_TRUE(DetectKeys(nullptr, picture.Row(0), &picture.props, options, eZYM_601));
+    EXPECT_TRUE(DetectKeys(&calc, nullptr, &picture.props, options, eZYM_601));
+    EXPECT_TRUE(DetectKeys(&calc, picture.Row(0), nullptr, options, eZYM_601));
+    EXPECT_EQ(log.Count("_pKey && _pbInput && _pInputProps"), 3u);
+    const int32_t arrBad[][3] = {{0, 40, 0},    {-40, 40, 0},   {40, 0, 0},
+                                 {40, 40, 156}, {40, 40, -156}, {40, INT32_MIN, 0}};
+    for (const auto& arrCase : arrBad)
+    {
+        ZF_VID_PROPS props = picture.props;
+        props.nWidth = arrCase[0];
+        props.nHeight = arrCase[1];
+        props.nRowBytes = arrCase[2];
+        EXPECT_TRUE(DetectKeys(&calc, picture.Row(0), &props, options, eZYM_601));
+    }
+    EXPECT_EQ(log.Count("no picture", eZLog_Error), std::size(arrBad));
+}
+
+TEST(Detect, TakesNoMemory)
+{
+    PICTURE picture(eZFCC_UYVY, 96, 96, Flat(c_rgbGreen));
+    CKeyCalc calc;
+    picture.Detect(&calc, Options(16, 48));
+    const uint64_t nBefore = AllocCount();
+    picture.Detect(&calc, Options(16, 48));
+    EXPECT_EQ(AllocCount(), nBefore);
+}
+
+TEST(DetectOptions, LongNamesGoBeforeShortOnes)
+{
+    CK_DETECT_OPTIONS options;
+    ASSERT_EQ(DetectOptions_Read("", &options), S_OK);
+    EXPECT_EQ(options.nMaxKeys, 0);
+    EXPECT_EQ(options.nBlocks, 48);
+    ASSERT_EQ(DetectOptions_Read("blocks=7 detect.blocks=32 detect.blocks=33 blocks=8 background='a b' max_keys=4 "
+                                 "detect.threshold=-3 key_diff=0.25 detect.similarity=1 borders=0 show_blocks=yes "
+                                 "type=HLS",
+                                 &options),
+              S_OK);
+    EXPECT_EQ(options.nBlocks, 33);
+    EXPECT_EQ(options.nMaxKeys, 4);
+    EXPECT_EQ(options.nThreshold, -3);
+    EXPECT_EQ(options.dblKeyDiff, 0.25);
+    EXPECT_EQ(options.dblSimilarity, 1);
+    EXPECT_EQ(options.dblBorders, 0);
+    EXPECT_TRUE(options.bShowBlocks);
+    EXPECT_EQ(options.eType, eCKT_HLS);
+    ASSERT_EQ(DetectOptions_Read("detect.type=auto", &options), S_OK);
+    EXPECT_EQ(options.eType, eCKT_Auto);
+    EXPECT_EQ(options.nBlocks, 33) << "what is not named stays";
+}
+
+TEST(DetectOptions, BadValuesAreNamed)
+{
+    const char* const arrBad[][2] = {
+        {"blocks=3 type=cmyk", "\"type\" is \"cmyk\""},
+        {"detect.type=1", "rgb, hls, yuv or auto"},
+        {"detect.blocks=many blocks=3", "detect.blocks"},
+        {"max_keys=99999999999", "a whole number"},
+        {"similarity=1.5", "from 0 to 1"},
+        {"borders=nan", "a number"},
+        {"show_blocks=maybe", "true or false"},
+        {"blocks=3 rest", "at "},
+    };
+    for (const auto& arrCase : arrBad)
+    {
+        CLogCatcher log;
+        CK_DETECT_OPTIONS options;
+        EXPECT_EQ(DetectOptions_Read(arrCase[0], &options), E_INVALIDARG) << arrCase[0];
+        EXPECT_EQ(options.nBlocks, 48) << "nothing is changed";
+        EXPECT_EQ(log.Count(arrCase[1], eZLog_Error), 1u) << arrCase[0];
+    }
+}

@@ -1,0 +1,211 @@
+#include "Host/TempFolder.h"
+
+#include "Base/ZHelpers.h"
+#include "zkhost/PictureFile.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#if !defined(_WIN32)
+#include <sys/wait.h>
+#endif
+
+namespace
+{
+
+/// Runs the built program, and looks at what it leaves.
+class CCommandTest : public testing::Test
+{
+protected:
+    /// Answers the exit status; the streams are in m_strOut and m_strError.
+    int Run(const std::string& _strArgs)
+    {
+        return Shell(Quoted(ZKHOST_PATH) + " " + _strArgs);
+    }
+    int Shell(const std::string& _strCommand)
+    {
+        const std::string strLine =
+            _strCommand + " > " + Quoted(m_streams.Path("out")) + " 2> " + Quoted(m_streams.Path("err"));
+#if defined(_WIN32)
+        const int nStatus = std::system(("\"" + strLine + "\"").c_str());
+#else
+        const int nSystem = std::system(strLine.c_str());
+        const int nStatus = WIFEXITED(nSystem) ? WEXITSTATUS(nSystem) : -1;
+#endif
+        m_strOut = m_streams.Read("out");
+        m_strError = m_streams.Read("err");
+        return nStatus;
+    }
+    static std::string Quoted(const std::string& _strText)
+    {
+        return "\"" + _strText + "\"";
+    }
+    std::string File(const std::string& _strName) const
+    {
+        return Quoted(m_folder.Path(_strName));
+    }
+    std::string LastLine() const
+    {
+        const std::string strText = m_strError.substr(0, m_strError.find_last_not_of("\r\n") + 1);
+        return strText.substr(strText.find_last_of('\n') + 1);
+    }
+    void ExpectLastLine(const std::string& _strPart) const
+    {
+        EXPECT_NE(LastLine().find(_strPart), std::string::npos) << m_strError;
+    }
+
+    CTempFolder m_folder;
+    CTempFolder m_streams;
+    std::string m_strOut;
+    std::string m_strError;
+};
+
+size_t Lines(const std::string& _strText)
+{
+    return static_cast<size_t>(std::count(_strText.begin(), _strText.end(), '\n'));
+}
+
+TEST_F(CCommandTest, FormatsPrintsEveryRow)
+{
+    ASSERT_EQ(Run("formats"), 0) << m_strError;
+    const size_t nSecond = m_strOut.find("index\tname\tenum");
+    ASSERT_NE(nSecond, std::string::npos);
+    EXPECT_EQ(Lines(m_strOut.substr(0, nSecond)), FCC_All().size() + 2) << "a header, the rows, an empty line";
+    EXPECT_EQ(Lines(m_strOut.substr(nSecond)), VidFormat_All().size() + 1);
+    for (const char* pszRow : {"\nNV12\t0x3231564E\t16\tno\tyes\tyes\t1x2\t1x1\t",
+                               "\n4\tPAL\teZVF_PAL\t25\t1\t1\t720\t576\t4\t3\t0\t49\n", "\n94\tDisabled\t"})
+        EXPECT_NE(m_strOut.find(pszRow), std::string::npos) << pszRow;
+}
+
+TEST_F(CCommandTest, DescribePrintsRecords)
+{
+    ASSERT_EQ(Run("describe --props \"1920x1080@25 UYVY iT\""), 0) << m_strError;
+    for (const char* pszLine :
+         {"row_size\t3840\n", "image_size\t4147200\n", "plane_0\toffset=0 size=1920x1080 stride=3840\n",
+          "mask\teVideoFormat=14 fccType=0xE436EB7A nWidth=1920 nHeight=-1080 nRowBytes=1920 ",
+          "normalized\teVideoFormat=14 ", "text\t1920(3840)x1080(UYVY)@25.000iT\n"})
+        EXPECT_NE(m_strOut.find(pszLine), std::string::npos) << pszLine << m_strOut;
+    ASSERT_EQ(Run("describe --props \"1920x1080 I420\""), 0);
+    EXPECT_NE(m_strOut.find("plane_2\toffset=2592000 size=960x540 stride=960\n"), std::string::npos) << m_strOut;
+    ASSERT_EQ(Run("describe --props \"format=PAL-16x9 v210\""), 0);
+    EXPECT_NE(m_strOut.find("text\t720(1920)x576(v210)@25.000iT (16:9)\n"), std::string::npos) << m_strOut;
+    EXPECT_EQ(Run("describe --props \"1920by1080\""), 2);
+    ExpectLastLine("1920by1080");
+}
+
+TEST_F(CCommandTest, InfoNamesWhatRuns)
+{
+    ASSERT_EQ(Run("info"), 0) << m_strError;
+    for (const char* pszPart : {"SIMD in use\t", "SIMD available\t", "GPU adapters\t"})
+        EXPECT_NE(m_strOut.find(pszPart), std::string::npos) << pszPart;
+    EXPECT_NE(m_strOut.find("{FF12951C-DC32-42B7-B676-583883EF574E}"), std::string::npos) << m_strOut;
+}
+
+TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
+{
+    m_folder.Write("a.y4m", "YUV4MPEG2 W16 H16\nFRAME\n" + std::string(16 * 16 * 3 / 2, 'x'));
+    const std::string strIn = File("a.y4m");
+    const std::string strOut = " -o " + File("o.png");
+    const std::pair<std::string, const char*> arrCases[] = {
+        {"", "--help"},
+        {"nosuch", "--help"},
+        {"key", "zkhost key --help"},
+        {"key " + strIn + strOut, "--auto"},
+        {"key " + strIn + strOut + " --frames -1 --auto", "--frames"},
+        {"key " + strIn + " --auto -o " + File("o.avi"), "unknown kind of output"},
+        {"key " + strIn + " --auto -o " + File("o_%s.png"), "%05d"},
+        {"key " + File("a.avi") + strOut + " --auto", "unknown kind of input"},
+        {"key " + File("a.raw") + strOut + " --auto", "--in"},
+        {"key " + strIn + strOut + " --auto --in UYVY:16x16", "--in"},
+        {"key " + strIn + strOut + " --pick 16,0", "16 x 16"},
+        {"key " + strIn + strOut + " --pick 1", "X,Y"},
+        {"key " + strIn + strOut + " --rect 1,2,3", "X1,Y1,X2,Y2"},
+        {"key " + strIn + strOut + " --auto --type cmyk", "--type"},
+        {"key " + strIn + strOut + " --auto --set keying", "NAME=VALUE"},
+        {"key " + strIn + strOut + " --auto --mask " + File("o.png"), "both name"},
+        {"sample -o " + File("s.y4m") + " --size 10", "--size"},
+        {"sample -o " + File("s.y4m") + " --format UYVY", "I420"},
+        {"sheet " + strIn + " --auto -o " + File("s.jpg"), "*.png"},
+    };
+    for (const auto& [strArgs, pszPart] : arrCases)
+    {
+        EXPECT_EQ(Run(strArgs), 2) << strArgs << "\n" << m_strError;
+        ExpectLastLine(pszPart);
+        EXPECT_EQ(m_folder.Files(), 1u) << strArgs;
+    }
+    EXPECT_EQ(Run("--help"), 0);
+    for (const char* pszCommand : {"key", "detect", "sheet", "sample", "formats", "describe", "info"})
+    {
+        EXPECT_EQ(Run(std::string(pszCommand) + " --help"), 0);
+        EXPECT_NE(m_strOut.find("Examples:"), std::string::npos) << pszCommand;
+    }
+}
+
+TEST_F(CCommandTest, FailedJobsEndWithOneAndLeaveNothing)
+{
+    m_folder.Write("cut.y4m", "YUV4MPEG2 W16 H16\nFRAME\n" + std::string(16 * 16 * 3 / 2, 'x') + "FRAME\nabc");
+    m_folder.Write("bad.png", "no picture");
+    const std::pair<std::string, const char*> arrCases[] = {
+        {"key " + File("cut.y4m") + " --pick 1,1 -o " + File("o.y4m"), "frame 2 is cut off: 3 of its 384 bytes"},
+        {"key " + File("cut.y4m") + " --pick 1,1 --mask " + File("m_%d.png") + " -o " + File("o_%d.png"), "cut off"},
+        {"key " + File("none.y4m") + " --auto -o " + File("o.png"), "none.y4m"},
+        {"key " + File("bad.png") + " --auto -o " + File("o.png"), "bad.png"},
+        {"key " + File("cut.y4m") + " --keys " + File("none.xml") + " -o " + File("o.png"), "none.xml"},
+        {"sample -o " + File("no/folder.y4m"), "folder exists"},
+        {"sample --size 16x16 --frames 2 -o " + File("one.png"), "%05d"},
+    };
+    for (const auto& [strArgs, pszPart] : arrCases)
+    {
+        EXPECT_EQ(Run(strArgs), 1) << strArgs << "\n" << m_strError;
+        ExpectLastLine(pszPart);
+        EXPECT_EQ(m_folder.Files(), 2u) << strArgs;
+    }
+}
+
+TEST_F(CCommandTest, SamplesCanBeKeyedThroughAPipe)
+{
+    const std::string strSample = Quoted(ZKHOST_PATH) + " sample --size 160x90 --frames 3 -o - --quiet";
+    const std::string strKey = Quoted(ZKHOST_PATH) + " key - --rect 4,4,40,12 --adjust smooth=20 --quiet -o ";
+    ASSERT_EQ(Shell(strSample + " | " + strKey + File("k_%05d.png") + " --mask " + File("m.y4m")), 0) << m_strError;
+    EXPECT_EQ(m_strError, "");
+    EXPECT_EQ(m_folder.Files(), 4u);
+    const PICTURE picture = PictureFile_Read(m_folder.Path("k_00002.png"));
+    ASSERT_EQ(picture.nWidth * 1000 + picture.nHeight, 160090);
+    EXPECT_TRUE(picture.bAlpha);
+    EXPECT_LT(picture.Row(8)[4 * 20 + 3], 40) << "the backdrop is gone";
+    EXPECT_EQ(picture.Row(30)[4 * 80 + 3], 255) << "the face stays";
+    EXPECT_EQ(m_folder.Read("m.y4m").size(), m_folder.Read("m.y4m").find('\n') + 1 + 3 * (6 + 160 * 90))
+        << "three mono frames";
+}
+
+TEST_F(CCommandTest, KeysAreFoundSavedAndUsedAgain)
+{
+    ASSERT_EQ(Run("sample --size 160x90 --frames 2 -q -o " + File("c.raw") + " --format UYVY"), 0) << m_strError;
+    const std::string strIn = File("c.raw") + " --in UYVY:160x90@25";
+    ASSERT_EQ(Run("detect " + strIn + " -o " + File("keys.xml")), 0) << m_strError;
+    EXPECT_NE(m_folder.Read("keys.xml").find("zl-root"), std::string::npos);
+    ASSERT_EQ(Run("key " + strIn + " --auto --save-keys " + File("used.xml") + " -o " + File("a.raw")), 0)
+        << m_strError;
+    ExpectLastLine("keyed 2 frames in");
+    ASSERT_EQ(Run("key " + strIn + " --keys " + File("used.xml") + " -o " + File("b.raw")), 0) << m_strError;
+    EXPECT_EQ(m_folder.Read("a.raw").size(), 160u * 90 * 4 * 2);
+    EXPECT_EQ(m_folder.Read("a.raw"), m_folder.Read("b.raw"));
+    ASSERT_EQ(Run("sheet " + strIn + " --keys " + File("used.xml") + " -o " + File("s.png")), 0) << m_strError;
+    EXPECT_GT(PictureFile_Read(m_folder.Path("s.png")).nWidth, 2 * 160);
+    ASSERT_EQ(Run("key " + strIn + " --auto --background #102030 -o " + File("c_%d.png")), 0) << m_strError;
+    const PICTURE opaque = PictureFile_Read(m_folder.Path("c_1.png"));
+    EXPECT_FALSE(opaque.bAlpha);
+    EXPECT_NEAR(opaque.Row(8)[4 * 20], 0x30, 24);
+}
+
+#if !defined(_WIN32)
+TEST_F(CCommandTest, AnInterruptLeavesNothing)
+{
+    const std::string strJob = " sample --frames 1000000 --size 64x64 -q -o " + File("x_%d.png");
+    EXPECT_EQ(Shell("timeout --preserve-status -s INT 0.7 " + Quoted(ZKHOST_PATH) + strJob), 1) << m_strError;
+    ExpectLastLine("interrupted");
+    EXPECT_EQ(m_folder.Files(), 0u);
+}
+#endif
+
+} // namespace

@@ -1,0 +1,193 @@
+#include "Host/TempFolder.h"
+
+#include "zkhost/NamePattern.h"
+#include "zkhost/PictureFile.h"
+#include "zkhost/PictureReader.h"
+#include "zkhost/PictureWriter.h"
+#include "zkhost/RawReader.h"
+
+#include "Base/ZHelpers.h"
+#include "Image/ImgRowReader.h"
+
+namespace
+{
+
+PICTURE Pattern(int _nWidth, int _nHeight, int _nChannels, bool _bAlpha)
+{
+    PICTURE picture;
+    picture.Resize(_nWidth, _nHeight, _nChannels);
+    picture.bAlpha = _bAlpha;
+    for (size_t i = 0; i < picture.vecPixels.size(); ++i)
+        picture.vecPixels[i] = _nChannels == 4 && !_bAlpha && i % 4 == 3 ? 255 : static_cast<uint8_t>(i * 37 + i / 11);
+    return picture;
+}
+
+TEST(PictureFile, KeepsEveryByte)
+{
+    const CTempFolder folder;
+    for (const auto& [nChannels, bAlpha] : {std::pair(4, true), {4, false}, {1, false}})
+    {
+        const PICTURE picture = Pattern(7, 5, nChannels, bAlpha);
+        CZOutFile file(folder.Path("a.png"));
+        PictureFile_WritePng(picture, file);
+        file.Commit();
+        const PICTURE read = PictureFile_Read(folder.Path("a.png"));
+        EXPECT_EQ(read.bAlpha, bAlpha);
+        ASSERT_EQ(read.vecPixels.size(), 7u * 5 * 4);
+        for (size_t i = 0; i < 7 * 5; ++i)
+            for (size_t c = 0; c < 4; ++c)
+                EXPECT_EQ(read.vecPixels[4 * i + c], nChannels == 4 ? picture.vecPixels[4 * i + c]
+                                                     : c == 3       ? 255
+                                                                    : picture.vecPixels[i]);
+    }
+}
+
+TEST(PictureFile, RefusesDamagedFiles)
+{
+    const CTempFolder folder;
+    CZOutFile file(folder.Path("a.png"));
+    PictureFile_WritePng(Pattern(9, 9, 4, true), file);
+    file.Commit();
+    const std::string strGood = folder.Read("a.png");
+    const size_t nPixels = strGood.find("IDAT");
+    for (size_t nLength = 0; nLength < nPixels + 40; ++nLength)
+    {
+        const std::string strPath = folder.Write("cut.png", strGood.substr(0, nLength));
+        EXPECT_NE(Host_FailureOf([&] { PictureFile_Read(strPath); }).find("cut.png"), std::string::npos) << nLength;
+    }
+    std::string strHuge = strGood;
+    strHuge.replace(16, 8, std::string("\0\0\x7F\xFF\0\0\x7F\xFF", 8));
+    EXPECT_NE(Host_FailureOf([&] { PictureFile_Read(folder.Write("huge.png", strHuge)); }).find("too large"),
+              std::string::npos);
+    EXPECT_NE(Host_FailureOf([&] { PictureFile_Read(folder.Path("none.png")); }).find("cannot open"),
+              std::string::npos);
+}
+
+TEST(PictureReader, WalksASequence)
+{
+    const CTempFolder folder;
+    const auto fnWrite = [&](const char* _pszName, int _nWidth) {
+        CZOutFile file(folder.Path(_pszName));
+        PictureFile_WritePng(Pattern(_nWidth, 3, 4, false), file);
+        file.Commit();
+    };
+    for (const char* pszName : {"p_01.png", "p_02.png", "p_04.png"})
+        fnWrite(pszName, 5);
+    CZPictureReader reader(folder.Path("p_%02d.png"));
+    EXPECT_EQ(reader.Stream().nFrames, 2) << "from the first number there is to the first one missing";
+    EXPECT_TRUE(reader.Next());
+    EXPECT_TRUE(reader.Next());
+    EXPECT_FALSE(reader.Next());
+    fnWrite("p_02.png", 6);
+    CZPictureReader mixed(folder.Path("p_%02d.png"));
+    EXPECT_TRUE(mixed.Next());
+    EXPECT_NE(Host_FailureOf([&] { mixed.Next(); }).find("6 x 3"), std::string::npos);
+    EXPECT_NE(Host_FailureOf([&] { CZPictureReader(folder.Path("q_%d.png")); }).find("q_0.png"), std::string::npos);
+}
+
+TEST(NamePattern, TakesOneNumberOnly)
+{
+    EXPECT_EQ(NamePattern_Name("a_%05d.png", 42), "a_00042.png");
+    EXPECT_EQ(NamePattern_Name("a_%02d.png", 1234), "a_1234.png");
+    EXPECT_EQ(NamePattern_Name("%d", 0), "0");
+    EXPECT_FALSE(NamePattern_IsPattern("a.png"));
+    EXPECT_EQ(NamePattern_Extension("x.y/a.PNG"), "png");
+    EXPECT_EQ(NamePattern_Extension("x.y/a"), "");
+    for (const char* pszBad : {"%s.png", "%5d.png", "%n", "a%", "%00d.png", "%05d_%05d.png", "%0100000d.png"})
+        EXPECT_NE(Host_FailureOf([&] { NamePattern_IsPattern(pszBad); }).find(pszBad), std::string::npos);
+}
+
+TEST(RawSpec, ReadsAndRefuses)
+{
+    const STREAM stream = Raw_ParseSpec("UYVY:720x576@25iB:1500");
+    EXPECT_EQ(stream.vidProps.fccType, eZFCC_UYVY);
+    EXPECT_EQ(stream.vidProps.nRowBytes, 1500);
+    EXPECT_EQ(stream.vidProps.eInterlace, eZI_BottomFirst);
+    EXPECT_EQ(stream.nRateNum, 25);
+    EXPECT_EQ(Raw_ParseSpec("RGB32:5x-3@59.94").vidProps.nHeight, -3);
+    EXPECT_EQ(Raw_ParseSpec("rgb24:5x3@59.94").nRateNum, 60000);
+    for (const char* pszBad : {"",
+                               "UYVY",
+                               "UYVY:",
+                               "UYVY:4",
+                               "UYVY:4x",
+                               "UYVY:4x4x4",
+                               "UYVY:0x4",
+                               "UYVY:4x-4",
+                               "UYVY:5x4",
+                               "I420:4x5",
+                               "UYVY:4x5i",
+                               "UYVY:4x4@",
+                               "UYVY:4x4@x",
+                               "UYVY:4x4@-1",
+                               "UYVY:4x4@nan",
+                               "UYVY:4x4:7",
+                               "UYVY:4x4:-8",
+                               "UYVY:4x4:2147483647",
+                               "NOPE:4x4",
+                               "RGB565:4x4",
+                               "UYVY:99999x99999",
+                               "UYVY:4x-2147483648",
+                               "UYVY:4x99999999999"})
+        EXPECT_NE(Host_FailureOf([&] { Raw_ParseSpec(pszBad); }).find("--in"), std::string::npos) << pszBad;
+}
+
+/// What is written in a pixel format reads back as the same colours.
+TEST(RawFiles, EveryReadableFormatComesBack)
+{
+    const CTempFolder folder;
+    PICTURE picture = Pattern(48, 4, 4, false);
+    for (size_t i = 0; i < picture.vecPixels.size(); i += 4) // blocks of one colour, as subsampled chroma keeps them
+    {
+        const size_t nBlock = i / 4 % 48 / 24;
+        const uint8_t arrColor[2][4] = {{200, 90, 60, 255}, {30, 160, 220, 255}};
+        std::copy_n(arrColor[nBlock], 4, picture.vecPixels.data() + i);
+    }
+    int nFormats = 0;
+    for (const PIXEL_FORMAT& info : FCC_All())
+    {
+        if (!Img_IsReadable(info.fccType) || info.fccType == eZFCC_RGB8)
+            continue;
+        ++nFormats;
+        STREAM stream;
+        stream.vidProps = Stream_Props(info.fccType, 48, 4, eZI_Progressive);
+        CZOutFiles files;
+        PictureWriter_Open(folder.Path("a.raw"), stream, info.fccType, files)->Write(picture);
+        files.CommitAll();
+        CZRawReader reader(folder.Path("a.raw"), FCC_Name(info.fccType) + (info.bRGB ? ":48x-4" : ":48x4"));
+        PICTURE read;
+        Picture_FromFrame(reader.Next().Get(), read);
+        EXPECT_FALSE(reader.Next());
+        ASSERT_EQ(read.vecPixels.size(), picture.vecPixels.size());
+        for (size_t i = 0; i < read.vecPixels.size(); ++i)
+            ASSERT_NEAR(read.vecPixels[i], picture.vecPixels[i], 3) << info.pszName << " byte " << i;
+    }
+    EXPECT_GE(nFormats, 15);
+    folder.Write("cut.raw", std::string(48 * 4 * 4 + 5, 'x'));
+    CZRawReader cut(folder.Path("cut.raw"), "RGB32:48x4");
+    EXPECT_TRUE(cut.Next());
+    EXPECT_NE(Host_FailureOf([&] { cut.Next(); }).find("frame 2 is cut off: 5 of its 768 bytes"), std::string::npos);
+}
+
+TEST(OutFile, AppearsWholeOrNotAtAll)
+{
+    const CTempFolder folder;
+    folder.Write("a.txt", "old");
+    {
+        CZOutFile file(folder.Path("a.txt"));
+        file.Write("new", 3);
+        EXPECT_EQ(folder.Read("a.txt"), "old");
+    }
+    EXPECT_EQ(folder.Read("a.txt"), "old");
+    EXPECT_EQ(folder.Files(), 1u) << "no temporary file is left";
+    CZOutFiles files;
+    files.Create(folder.Path("a.txt")).Write("new", 3);
+    files.Create(folder.Path("b.txt")).Write("b", 1);
+    files.CommitAll();
+    EXPECT_EQ(folder.Read("a.txt") + folder.Read("b.txt"), "newb");
+    EXPECT_EQ(folder.Files(), 2u);
+    EXPECT_NE(Host_FailureOf([&] { CZOutFile(folder.Path("no/such/a.txt")); }).find("folder exists"),
+              std::string::npos);
+}
+
+} // namespace

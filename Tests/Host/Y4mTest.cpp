@@ -1,0 +1,176 @@
+#include "Host/TempFolder.h"
+
+#include "zkhost/Picture.h"
+#include "zkhost/PictureWriter.h"
+#include "zkhost/Y4mReader.h"
+
+namespace
+{
+
+using testing::Test;
+
+TEST(Y4mHeader, ReadsWhatStreamsCarry)
+{
+    const Y4M_HEADER header = Y4m_ParseHeader("YUV4MPEG2 W720 H576 F30000:1001 Ib A16:15 C422 XYSCSS=422", "x");
+    EXPECT_EQ(header.nWidth, 720);
+    EXPECT_EQ(header.nHeight, 576);
+    EXPECT_EQ(header.nRateNum, 30000);
+    EXPECT_EQ(header.nRateDen, 1001);
+    EXPECT_EQ(header.chInterlace, 'b');
+    EXPECT_EQ(header.nPixelX * 100 + header.nPixelY, 1615);
+    EXPECT_STREQ(header.pLayout->pszName, "422");
+    EXPECT_FALSE(header.bFullRange);
+    EXPECT_TRUE(Y4m_ParseHeader("YUV4MPEG2 W2 H2 XCOLORRANGE=FULL", "x").bFullRange);
+    EXPECT_EQ(Y4m_ParseHeader("YUV4MPEG2 W3 H3", "x").FrameBytes(), 9u + 4 + 4) << "4:2:0 is the default";
+}
+
+TEST(Y4mHeader, RefusesWhatItDoesNotUnderstand)
+{
+    const std::pair<const char*, const char*> arrCases[] = {
+        {"", "no Y4M"},
+        {"YUV4MPEG W2 H2", "no Y4M"},
+        {"YUV4MPEG2W2 H2", "no Y4M"},
+        {"YUV4MPEG2", "no pixels"},
+        {"YUV4MPEG2 W2", "no pixels"},
+        {"YUV4MPEG2 W0 H2", "no pixels"},
+        {"YUV4MPEG2 W2 H2 W2", "wrong at \"W2\""},
+        {"YUV4MPEG2 W-2 H2", "wrong at"},
+        {"YUV4MPEG2 W2x H2", "wrong at"},
+        {"YUV4MPEG2 W99999999999999999999 H2", "wrong at"},
+        {"YUV4MPEG2 W2147483647 H2147483647", "too large"},
+        {"YUV4MPEG2 W32767 H32767", "too large"},
+        {"YUV4MPEG2 W2 H2 F25", "wrong at \"F25\""},
+        {"YUV4MPEG2 W2 H2 Iq", "wrong at"},
+        {"YUV4MPEG2 W2 H2  Ip", "wrong at"},
+        {"YUV4MPEG2 W2 H2 Q7", "wrong at \"Q7\""},
+        {"YUV4MPEG2 W2 H2 C420p10", "more than 8 bits"},
+        {"YUV4MPEG2 W2 H2 C444p12", "more than 8 bits"},
+        {"YUV4MPEG2 W2 H2 Cmono16", "more than 8 bits"},
+        {"YUV4MPEG2 W2 H2 C555", "C555 is not known"},
+    };
+    for (const auto& [pszLine, pszReason] : arrCases)
+    {
+        const std::string strText = Host_FailureOf([&] { Y4m_ParseHeader(pszLine, "clip.y4m"); });
+        EXPECT_NE(strText.find(pszReason), std::string::npos) << pszLine << ": " << strText;
+        EXPECT_NE(strText.find("clip.y4m"), std::string::npos) << strText;
+    }
+}
+
+class CY4mTest : public Test
+{
+protected:
+    PICTURE First(const std::string& _strBytes, ZF_VID_PROPS* _pVidProps = nullptr)
+    {
+        CZY4mReader reader(m_folder.Write("clip.y4m", _strBytes));
+        if (_pVidProps)
+            *_pVidProps = reader.Stream().vidProps;
+        PICTURE picture;
+        Picture_FromFrame(reader.Next().Get(), picture);
+        EXPECT_FALSE(reader.Next());
+        return picture;
+    }
+
+    CTempFolder m_folder;
+};
+
+TEST_F(CY4mTest, KeepsSamplesOfEvenPictures)
+{
+    const std::string strSamples = std::string("\x10\x20\x30\x40\x50\x60\x70\x80", 8) + "\x90\xA0" + "\xB0\xC0";
+    CZY4mReader reader(m_folder.Write("clip.y4m", "YUV4MPEG2 W4 H2 F25:1 It A1:1 C420jpeg\nFRAME Ip\n" + strSamples));
+    const ZF_VID_PROPS& vidProps = reader.Stream().vidProps;
+    EXPECT_EQ(vidProps.fccType, eZFCC_I420);
+    EXPECT_EQ(vidProps.eInterlace, eZI_TopFirst);
+    EXPECT_EQ(vidProps.dblRate, 25);
+    EXPECT_EQ(vidProps.nAspectX * 10 + vidProps.nAspectY, 21);
+    EXPECT_EQ(reader.Stream().nFrames, 1);
+    const CZPtr<IZFFrame> cpFrame = reader.Next();
+    ZF_VID_PTR vidPtr = {};
+    ASSERT_EQ(cpFrame->VideoPtrGet(0, &vidPtr), S_OK);
+    std::string strRead;
+    for (int i = 0; i < 3; ++i)
+        for (int y = 0; y < (i ? 1 : 2); ++y)
+            strRead.append(reinterpret_cast<const char*>(Stream_PlaneRow(vidPtr, i, y)), i ? 2 : 4);
+    EXPECT_EQ(strRead, strSamples);
+}
+
+/// Every pixel of a layout without a record of its own survives with its own colour.
+TEST_F(CY4mTest, KeepsEveryPixelOfOtherLayouts)
+{
+    // Two columns, one row: red (BT.601 Y 81, U 90, V 240) and blue (Y 41, U 240, V 110).
+    ZF_VID_PROPS vidProps = {};
+    const PICTURE full = First("YUV4MPEG2 W2 H1 C444\nFRAME\n\x51\x29\x5A\xF0\xF0\x6E", &vidProps);
+    EXPECT_EQ(vidProps.fccType, eZFCC_RGB32);
+    EXPECT_GT(full.Row(0)[2], 250);
+    EXPECT_LT(full.Row(0)[0], 5);
+    EXPECT_GT(full.Row(0)[4], 250);
+    EXPECT_LT(full.Row(0)[6], 5);
+    const PICTURE odd = First("YUV4MPEG2 W3 H3 C420\nFRAME\n" + std::string(8, '\x51') + "\x29" + "\x5A\x5A\x5A\xF0" +
+                              "\xF0\xF0\xF0\x6E");
+    EXPECT_EQ(odd.nWidth * 10 + odd.nHeight, 33);
+    EXPECT_GT(odd.Row(2)[8 + 0], 250) << "the last pixel is blue";
+    EXPECT_GT(odd.Row(1)[4 + 2], 250) << "the middle one red";
+    const PICTURE grey = First("YUV4MPEG2 W1 H1 Cmono\nFRAME\n\x7E");
+    EXPECT_EQ(grey.Row(0)[0], grey.Row(0)[2]);
+    EXPECT_NEAR(grey.Row(0)[0], (0x7E - 16) * 255 / 219, 1);
+    const PICTURE alpha = First("YUV4MPEG2 W1 H1 C444alpha\nFRAME\n\x51\x5A\xF0\x33", &vidProps);
+    EXPECT_EQ(vidProps.fccType, eZFCC_ARGB32);
+    EXPECT_EQ(alpha.Row(0)[3], 0x33);
+    const PICTURE jpeg = First("YUV4MPEG2 W1 H1 Cmono XCOLORRANGE=FULL\nFRAME\n\xFF");
+    EXPECT_EQ(jpeg.Row(0)[0], 255);
+}
+
+TEST_F(CY4mTest, SaysWhatIsMissing)
+{
+    const std::string strHead = "YUV4MPEG2 W4 H2 C420\n";
+    const std::string strFrame = "FRAME\n" + std::string(12, 'x');
+    const std::pair<std::string, const char*> arrCases[] = {
+        {"", "is empty"},
+        {"YUV4MPEG2 W4", "ends inside the stream header"},
+        {std::string(5000, 'x'), "longer than 1024"},
+        {strHead + strFrame + "FRAME\nabcde", "frame 2 is cut off: 5 of its 12 bytes"},
+        {strHead + strFrame + "FRA", "ends inside the header of frame 2"},
+        {strHead + strFrame + strFrame + "JUNK\n", "frame 3 does not begin with"},
+        {strHead + "FRAME" + std::string(5000, ' '), "longer than 1024"},
+    };
+    for (const auto& [strBytes, pszReason] : arrCases)
+    {
+        const std::string strPath = m_folder.Write("bad.y4m", strBytes);
+        const std::string strText = Host_FailureOf([&] {
+            CZY4mReader reader(strPath);
+            while (reader.Next())
+            {
+            }
+        });
+        EXPECT_NE(strText.find(pszReason), std::string::npos) << strText;
+        EXPECT_NE(strText.find("bad.y4m"), std::string::npos) << strText;
+    }
+}
+
+TEST_F(CY4mTest, ReadsWhatItWrites)
+{
+    PICTURE picture;
+    picture.Resize(6, 4, 4);
+    for (size_t i = 0; i < picture.vecPixels.size(); ++i)
+        picture.vecPixels[i] = static_cast<uint8_t>(40 + i / 8 * 8); // pairs of one grey
+    picture.bAlpha = true;
+    STREAM stream;
+    stream.vidProps = Stream_Props(eZFCC_RGB32, 6, -4, eZI_BottomFirst);
+    Stream_SetRate(stream, 29.97);
+    Stream_SetPixelShape(stream, 4, 3);
+    {
+        CZOutFiles files;
+        PictureWriter_Open(m_folder.Path("out.y4m"), stream, eZFCC_Y444, files)->Write(picture);
+        files.CommitAll();
+    }
+    CZY4mReader reader(m_folder.Path("out.y4m"));
+    EXPECT_EQ(reader.Stream().nRateNum * 10000 + reader.Stream().nRateDen, 300001001);
+    EXPECT_EQ(reader.Stream().nPixelX * 10 + reader.Stream().nPixelY, 43);
+    EXPECT_EQ(reader.Stream().vidProps.eInterlace, eZI_BottomFirst);
+    PICTURE read;
+    Picture_FromFrame(reader.Next().Get(), read);
+    ASSERT_EQ(read.vecPixels.size(), picture.vecPixels.size());
+    for (size_t i = 0; i < read.vecPixels.size(); ++i)
+        EXPECT_NEAR(read.vecPixels[i], picture.vecPixels[i], i % 4 == 3 ? 0 : 2) << i;
+}
+
+} // namespace

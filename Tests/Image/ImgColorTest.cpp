@@ -1,0 +1,196 @@
+#include "Image/ImgColor.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+namespace
+{
+// All colours whose components are multiples of 5, in the order B, G, R, and an alpha that tells them apart.
+std::vector<uint8_t> ColorGrid()
+{
+    std::vector<uint8_t> vecPixels;
+    for (int nB = 0; nB <= 255; nB += 5)
+        for (int nG = 0; nG <= 255; nG += 5)
+            for (int nR = 0; nR <= 255; nR += 5)
+                for (int nByte : {nB, nG, nR, (nB + nG * 3 + nR * 7) & 255})
+                    vecPixels.push_back(static_cast<uint8_t>(nByte));
+    return vecPixels;
+}
+
+IMG_COLOR Fractions(int _n0, int _n1, int _n2)
+{
+    return {_n0 / 255.0, _n1 / 255.0, _n2 / 255.0};
+}
+
+double Limited(double _dblLevel)
+{
+    return std::clamp(_dblLevel, 0.0, 255.0);
+}
+} // namespace
+
+// The levels that the standards give for full colours, 8-bit: the only place where the numbers come from outside.
+TEST(ImgColor, FullColoursHaveTheLevelsOfTheStandards)
+{
+    const struct
+    {
+        eZYMatrix eMatrix;
+        uint8_t arrBGRA[4];
+        uint8_t arrYUV[3];
+    } arrCases[] = {
+        {eZYM_601, {0, 0, 255, 7}, {81, 90, 240}},       {eZYM_601, {0, 255, 0, 7}, {145, 54, 34}},
+        {eZYM_601, {255, 0, 0, 7}, {41, 240, 110}},      {eZYM_601, {255, 255, 255, 7}, {235, 128, 128}},
+        {eZYM_601, {0, 0, 0, 7}, {16, 128, 128}},        {eZYM_709, {0, 0, 255, 7}, {63, 102, 240}},
+        {eZYM_709, {0, 255, 0, 7}, {173, 42, 26}},       {eZYM_709, {255, 0, 0, 7}, {32, 240, 118}},
+        {eZYM_709, {255, 255, 255, 7}, {235, 128, 128}}, {eZYM_709, {0, 0, 0, 7}, {16, 128, 128}},
+    };
+    for (const auto& test : arrCases)
+    {
+        SCOPED_TRACE(&test - arrCases);
+        uint8_t arrPixel[4];
+        Img_RowToYUV(test.arrBGRA, arrPixel, 1, test.eMatrix);
+        EXPECT_EQ(std::memcmp(arrPixel, test.arrYUV, 3), 0)
+            << int(arrPixel[0]) << " " << int(arrPixel[1]) << " " << int(arrPixel[2]);
+        EXPECT_EQ(arrPixel[3], 7);
+        Img_RowFromYUV(arrPixel, arrPixel, 1, test.eMatrix); // in place
+        for (int n = 0; n < 4; ++n)
+            EXPECT_NEAR(arrPixel[n], test.arrBGRA[n], 2);
+    }
+}
+
+TEST(ImgColor, RowToYUVKeepsItsBound)
+{
+    const std::vector<uint8_t> vecGrid = ColorGrid();
+    const int nPixels = static_cast<int>(vecGrid.size() / 4);
+    std::vector<uint8_t> vecYUVA(vecGrid.size());
+    for (eZYMatrix eMatrix : {eZYM_601, eZYM_709})
+    {
+        Img_RowToYUV(vecGrid.data(), vecYUVA.data(), nPixels, eMatrix);
+        double dblWorst = 0;
+        bool bGreysNeutral = true;
+        bool bAlphaKept = true;
+        for (int n = 0; n < nPixels; ++n)
+        {
+            const uint8_t* const pBGRA = &vecGrid[n * 4u];
+            const uint8_t* const pYUVA = &vecYUVA[n * 4u];
+            const IMG_COLOR colYUV = Img_ColorToYUV(Fractions(pBGRA[2], pBGRA[1], pBGRA[0]), eMatrix);
+            dblWorst = std::max({dblWorst, std::fabs(pYUVA[0] - 255 * colYUV.dbl0),
+                                 std::fabs(pYUVA[1] - 255 * colYUV.dbl1), std::fabs(pYUVA[2] - 255 * colYUV.dbl2)});
+            if (pBGRA[0] == pBGRA[1] && pBGRA[1] == pBGRA[2])
+                bGreysNeutral = bGreysNeutral && pYUVA[1] == 128 && pYUVA[2] == 128;
+            bAlphaKept = bAlphaKept && pYUVA[3] == pBGRA[3];
+        }
+        EXPECT_LE(dblWorst, 0.51);
+        EXPECT_TRUE(bGreysNeutral);
+        EXPECT_TRUE(bAlphaKept);
+    }
+}
+
+TEST(ImgColor, RowFromYUVKeepsItsBound)
+{
+    const std::vector<uint8_t> vecGrid = ColorGrid(); // any bytes, also outside the studio range
+    const int nPixels = static_cast<int>(vecGrid.size() / 4);
+    std::vector<uint8_t> vecBGRA(vecGrid.size());
+    for (eZYMatrix eMatrix : {eZYM_601, eZYM_709})
+    {
+        Img_RowFromYUV(vecGrid.data(), vecBGRA.data(), nPixels, eMatrix);
+        double dblWorst = 0;
+        for (int n = 0; n < nPixels; ++n)
+        {
+            const uint8_t* const pYUVA = &vecGrid[n * 4u];
+            const uint8_t* const pBGRA = &vecBGRA[n * 4u];
+            const IMG_COLOR colRGB = Img_ColorFromYUV(Fractions(pYUVA[0], pYUVA[1], pYUVA[2]), eMatrix);
+            dblWorst = std::max({dblWorst, std::fabs(pBGRA[2] - Limited(255 * colRGB.dbl0)),
+                                 std::fabs(pBGRA[1] - Limited(255 * colRGB.dbl1)),
+                                 std::fabs(pBGRA[0] - Limited(255 * colRGB.dbl2))});
+        }
+        EXPECT_LE(dblWorst, 0.53);
+    }
+}
+
+TEST(ImgColor, MatricesAreInverse)
+{
+    for (eZYMatrix eMatrix : {eZYM_601, eZYM_709})
+    {
+        const IMG_COLOR col = Img_ColorFromYUV(Img_ColorToYUV({0.2, 0.7, 0.45}, eMatrix), eMatrix);
+        EXPECT_NEAR(col.dbl0, 0.2, 1e-12);
+        EXPECT_NEAR(col.dbl1, 0.7, 1e-12);
+        EXPECT_NEAR(col.dbl2, 0.45, 1e-12);
+    }
+}
+
+TEST(ImgColor, RowToHLSIsCorrectlyRounded)
+{
+    const std::vector<uint8_t> vecGrid = ColorGrid();
+    const int nPixels = static_cast<int>(vecGrid.size() / 4);
+    std::vector<uint8_t> vecHLSA = vecGrid;
+    Img_RowToHLS(vecHLSA.data(), vecHLSA.data(), nPixels); // in place
+    int nWrong = 0;
+    for (int n = 0; n < nPixels; ++n)
+    {
+        const uint8_t* const pBGRA = &vecGrid[n * 4u];
+        const uint8_t* const pHLSA = &vecHLSA[n * 4u];
+        const IMG_COLOR colHLS = Img_ColorToHLS(Fractions(pBGRA[2], pBGRA[1], pBGRA[0]));
+        const auto fnOff = [](double _dblExact, int _nLevel) {
+            // halves go upward; the doubles may miss a half by their last bits
+            const double dblDiff = _nLevel - _dblExact;
+            return dblDiff < -0.5 + 1e-9 ? dblDiff < -0.5 - 1e-9 || std::fabs(dblDiff + 0.5) < 1e-9
+                                         : dblDiff > 0.5 + 1e-9;
+        };
+        const double dblHue = 256 * colHLS.dbl0;
+        const int nHue = pHLSA[0] == 0 && dblHue > 128 ? 256 : pHLSA[0];
+        nWrong += fnOff(dblHue, nHue) || fnOff(255 * colHLS.dbl1, pHLSA[1]) || fnOff(255 * colHLS.dbl2, pHLSA[2]) ||
+                  pHLSA[3] != pBGRA[3];
+    }
+    EXPECT_EQ(nWrong, 0);
+}
+
+TEST(ImgColor, HLSOfKnownColours)
+{
+    const struct
+    {
+        uint8_t arrBGRA[4];
+        uint8_t arrHLS[3];
+    } arrCases[] = {
+        {{0, 0, 255, 1}, {0, 128, 255}},     {{0, 255, 255, 1}, {43, 128, 255}},    {{0, 255, 0, 1}, {85, 128, 255}},
+        {{255, 255, 0, 1}, {128, 128, 255}}, {{255, 0, 0, 1}, {171, 128, 255}},     {{255, 0, 255, 1}, {213, 128, 255}},
+        {{0, 0, 0, 1}, {0, 0, 0}},           {{255, 255, 255, 1}, {0, 255, 0}},     {{77, 77, 77, 1}, {0, 77, 0}},
+        {{1, 0, 255, 1}, {0, 128, 255}}, // just below a whole turn: rounds up to 256, that is 0
+        {{0, 0, 1, 1}, {0, 1, 255}},         {{255, 255, 254, 1}, {128, 255, 255}},
+    };
+    for (const auto& test : arrCases)
+    {
+        SCOPED_TRACE(&test - arrCases);
+        uint8_t arrPixel[4];
+        Img_RowToHLS(test.arrBGRA, arrPixel, 1);
+        EXPECT_EQ(std::memcmp(arrPixel, test.arrHLS, 3), 0)
+            << int(arrPixel[0]) << " " << int(arrPixel[1]) << " " << int(arrPixel[2]);
+    }
+}
+
+TEST(ImgColor, MatrixFollowsSizeAndFamily)
+{
+    const struct
+    {
+        uint32_t fccType;
+        int nWidth;
+        int nHeight;
+        eZYMatrix eMatrix;
+    } arrCases[] = {
+        {eZFCC_ARGB32, 1920, -1080, eZYM_601}, {eZFCC_r210, 3840, -2160, eZYM_601}, {eZFCC_UYVY, 720, 576, eZYM_601},
+        {eZFCC_HDYC, 720, 576, eZYM_601},      {eZFCC_UYVY, 720, 608, eZYM_601},    {eZFCC_UYVY, 720, 626, eZYM_709},
+        {eZFCC_I420, 1024, 576, eZYM_601},     {eZFCC_I420, 1025, 576, eZYM_709},   {eZFCC_I420, 768, 577, eZYM_709},
+        {eZFCC_HDYC, 1920, 1080, eZYM_709},    {eZFCC_v210, 1280, 720, eZYM_709},
+    };
+    for (const auto& test : arrCases)
+    {
+        ZF_VID_PROPS vidProps = {};
+        vidProps.fccType = test.fccType;
+        vidProps.nWidth = test.nWidth;
+        vidProps.nHeight = test.nHeight;
+        EXPECT_EQ(Img_MatrixOf(vidProps), test.eMatrix) << test.nWidth << "x" << test.nHeight;
+    }
+}

@@ -1,0 +1,86 @@
+#include "Support/AllocCounter.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace
+{
+
+std::atomic<uint64_t> s_nAllocs{0};
+
+void* Allocate(size_t _cbBlock, size_t _cbAlign)
+{
+    ++s_nAllocs;
+    _cbBlock = (_cbBlock + _cbAlign - 1) / _cbAlign * _cbAlign; // what aligned_alloc asks for; 0 stays 0
+#if defined(_WIN32)
+    void* const pBlock = _aligned_malloc(_cbBlock ? _cbBlock : 1, _cbAlign);
+#else
+    void* const pBlock = std::aligned_alloc(_cbAlign, _cbBlock ? _cbBlock : _cbAlign);
+#endif
+    if (!pBlock)
+        throw std::bad_alloc();
+    return pBlock;
+}
+
+void* AllocateOrNull(size_t _cbBlock, size_t _cbAlign) noexcept
+{
+    try
+    {
+        return Allocate(_cbBlock, _cbAlign);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
+
+void Free(void* _pBlock)
+{
+#if defined(_WIN32)
+    _aligned_free(_pBlock);
+#else
+    std::free(_pBlock);
+#endif
+}
+
+} // namespace
+
+uint64_t AllocCount()
+{
+    return s_nAllocs;
+}
+
+// The array and sized forms end in these. The nothrow forms as well, but a sanitizer brings its own.
+void* operator new(size_t _cbBlock, const std::nothrow_t&) noexcept
+{
+    return AllocateOrNull(_cbBlock, __STDCPP_DEFAULT_NEW_ALIGNMENT__);
+}
+void* operator new(size_t _cbBlock, std::align_val_t _nAlign, const std::nothrow_t&) noexcept
+{
+    return AllocateOrNull(_cbBlock, static_cast<size_t>(_nAlign));
+}
+void* operator new(size_t _cbBlock)
+{
+    return Allocate(_cbBlock, __STDCPP_DEFAULT_NEW_ALIGNMENT__);
+}
+void* operator new(size_t _cbBlock, std::align_val_t _nAlign)
+{
+    return Allocate(_cbBlock, static_cast<size_t>(_nAlign));
+}
+void operator delete(void* _pBlock) noexcept
+{
+    Free(_pBlock);
+}
+void operator delete(void* _pBlock, size_t) noexcept
+{
+    Free(_pBlock);
+}
+void operator delete(void* _pBlock, std::align_val_t) noexcept
+{
+    Free(_pBlock);
+}
+void operator delete(void* _pBlock, size_t, std::align_val_t) noexcept
+{
+    Free(_pBlock);
+}

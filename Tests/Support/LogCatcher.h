@@ -1,0 +1,80 @@
+#pragma once
+
+#include "Base/ZLog.h"
+#include "Base/ZPtr.h"
+
+#include <atomic>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// Takes the log lines of this program while it lives.
+class CLogCatcher
+{
+public:
+    explicit CLogCatcher(eZLogLevel _eLevel = eZLog_Verbose)
+        : m_cpSink(CZPtr<CSink>::Adopt(new CSink))
+    {
+        ZLog_Set(m_cpSink.Get(), _eLevel);
+    }
+    ~CLogCatcher()
+    {
+        ZLog_Set(nullptr, eZLog_Warning);
+    }
+    CLogCatcher(const CLogCatcher&) = delete;
+    CLogCatcher& operator=(const CLogCatcher&) = delete;
+
+    /// Lines of a level (0 = any) that have a text in them.
+    size_t Count(const std::string& _strText, int _eLevel = 0) const
+    {
+        const std::lock_guard lock(m_cpSink->m_mtxLines);
+        size_t nCount = 0;
+        for (const auto& [eLevel, strLine] : m_cpSink->m_vecLines)
+            nCount += (_eLevel == 0 || eLevel == _eLevel) && strLine.find(_strText) != std::string::npos;
+        return nCount;
+    }
+    IZLogSink* Sink() const
+    {
+        return m_cpSink.Get();
+    }
+
+private:
+    class CSink final : public IZLogSink
+    {
+    public:
+        HRESULT STDMETHODCALLTYPE QueryInterface(REFIID _iid, void** _ppvObject) override
+        {
+            const bool bMine = _iid == CZIidOf<IZLogSink>::Value || _iid == CZIidOf<IUnknown>::Value;
+            *_ppvObject = bMine ? this : nullptr;
+            if (bMine)
+                AddRef();
+            return bMine ? S_OK : E_NOINTERFACE;
+        }
+        ULONG STDMETHODCALLTYPE AddRef() override
+        {
+            return ++m_nRefs;
+        }
+        ULONG STDMETHODCALLTYPE Release() override
+        {
+            const ULONG nRefs = --m_nRefs;
+            if (nRefs == 0)
+                delete this;
+            return nRefs;
+        }
+        void STDMETHODCALLTYPE LogLine(int32_t _eLevel, const char* _pszText) override
+        {
+            const std::lock_guard lock(m_mtxLines);
+            m_vecLines.emplace_back(_eLevel, _pszText);
+        }
+
+        std::mutex m_mtxLines;
+        std::vector<std::pair<int32_t, std::string>> m_vecLines;
+
+    private:
+        ~CSink() = default;
+        std::atomic<ULONG> m_nRefs{1};
+    };
+
+    CZPtr<CSink> m_cpSink;
+};

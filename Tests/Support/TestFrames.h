@@ -1,0 +1,61 @@
+#pragma once
+
+#include "Base/ZHelpers.h"
+#include "Image/ImgColor.h"
+#include "Interfaces/ChromaKeyTypes.h"
+#include "Video/ZFrame.h"
+#include "Video/ZFrameWriter.h"
+
+#include <cstdlib>
+#include <vector>
+
+/// The picture of test frames: green in the left half below the top quarter, red elsewhere. So it has neither a
+/// vertical nor a horizontal symmetry, and every format shows it. Bytes B, G, R, A.
+inline constexpr uint8_t c_arrTestGreen[4] = {0, 180, 0, 255};
+inline constexpr uint8_t c_arrTestRed[4] = {60, 60, 200, 255};
+
+inline bool TestFrame_IsGreen(int _nX, int _nY, int _nWidth, int _nHeight)
+{
+    return _nX < _nWidth / 2 && _nY >= _nHeight / 4;
+}
+
+/// A frame with the test picture; a positive _nHeight stores RGB bottom-up. Null when it cannot be made.
+inline CZPtr<CZFrame> TestFrame_Make(uint32_t _fccType, int _nWidth, int _nHeight, CZFramePool* _pPoolOrNull = nullptr)
+{
+    const int nRows = std::abs(_nHeight);
+    std::vector<uint8_t> vecBGRA(size_t{4} * _nWidth * nRows);
+    for (int nY = 0; nY < nRows; ++nY)
+        for (int nX = 0; nX < _nWidth; ++nX)
+            for (int nByte = 0; nByte < 4; ++nByte)
+                vecBGRA[(size_t{1} * nY * _nWidth + nX) * 4 + nByte] =
+                    (TestFrame_IsGreen(nX, nY, _nWidth, nRows) ? c_arrTestGreen : c_arrTestRed)[nByte];
+    ZF_VID_PROPS vidProps = {};
+    vidProps.fccType = _fccType;
+    vidProps.nWidth = _nWidth;
+    vidProps.nHeight = _nHeight;
+    vidProps.dblRate = 25;
+    CZPtr<CZFrame> cpFrame;
+    ZF_VID_PTR vidPtr = {};
+    if (FAILED(ZFrame_Create(vidProps, cpFrame.Put(), _pPoolOrNull)) || FAILED(cpFrame->VideoPropsGet(&vidProps)) ||
+        FAILED(cpFrame->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtr)) ||
+        FAILED(ZFrameWriter_Write(vidProps, vidPtr, vecBGRA.data(), ptrdiff_t{4} * _nWidth)))
+        return {};
+    return cpFrame;
+}
+
+/// A key of a type that takes the green of the test picture and not the red. _eMatrix: what YUV is measured with.
+inline CHROMA_KEY_RAW TestKey(int32_t _eType, eZYMatrix _eMatrix = eZYM_601)
+{
+    uint8_t arrWord[4] = {c_arrTestGreen[2], c_arrTestGreen[1], c_arrTestGreen[0], 255};
+    if (_eType == eCKT_HLS)
+        Img_RowToHLS(c_arrTestGreen, arrWord, 1);
+    if (_eType == eCKT_YUV)
+        Img_RowToYUV(c_arrTestGreen, arrWord, 1, _eMatrix);
+    CHROMA_KEY_RAW key = {};
+    key.eType = _eType;
+    key.nKeysUsed = 1;
+    key.arrKeys[0].nValue = arrWord[0] | uint32_t{arrWord[1]} << 8 | uint32_t{arrWord[2]} << 16 | 0xFF000000u;
+    key.arrKeys[0].nDelta = 0xFF1E1E1Eu;
+    key.nMaxTransparent = 255;
+    return key;
+}

@@ -1,0 +1,301 @@
+#include "Support/AllocCounter.h"
+#include "Support/LogCatcher.h"
+#include "ZChromaKey/ChromaKey.h"
+#include "ZChromaKey/EngineReference.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace
+{
+
+SINGLE_KEY Key(uint32_t _nValue, uint32_t _nDelta)
+{
+    SINGLE_KEY key = {};
+    key.nValue = _nValue;
+    key.nDelta = _nDelta;
+    return key;
+}
+
+CHROMA_KEY_RAW KeySet(int32_t _eType, std::initializer_list<SINGLE_KEY> _arrKeys)
+{
+    CHROMA_KEY_RAW rawKey = {};
+    rawKey.eType = _eType;
+    rawKey.nMaxTransparent = 255;
+    for (const SINGLE_KEY& key : _arrKeys)
+        rawKey.arrKeys[rawKey.nKeysUsed++] = key;
+    return rawKey;
+}
+
+constexpr uint32_t c_nGreen = 0x28B432; // R 0x32, G 0xB4, B 0x28
+
+/// A guarded mask with the stride that masks have.
+class CTestMask
+{
+public:
+    CTestMask(const CTestPicture& _picture, uint8_t _nBefore)
+        : plane(static_cast<size_t>(_picture.m_vidProps.nWidth), -_picture.m_vidProps.nHeight, Stride(_picture))
+    {
+        plane.Fill(_nBefore);
+    }
+    bool Equals(MASK_REFERENCE& _expected) const
+    {
+        for (int nRow = 0; nRow < plane.Rows(); ++nRow)
+            if (std::memcmp(plane.Row(nRow), &_expected.At(0, nRow), plane.RowBytes()) != 0)
+                return false;
+        return true;
+    }
+    CGuardedPlane plane;
+
+private:
+    static ptrdiff_t Stride(const CTestPicture& _picture)
+    {
+        const uint32_t fccType = _picture.m_vidProps.fccType;
+        const int nBits = fccType == eZFCC_I420 ? 8 : fccType == eZFCC_UYVY ? 16 : fccType == eZFCC_RGB24 ? 24 : 32;
+        return (_picture.m_vidProps.nRowBytes * 8 / nBits + 7) / 8 * 8;
+    }
+};
+
+HRESULT Process(CChromaKey& _engine, const CTestPicture& _picture, CTestMask& _mask, const CHROMA_KEY_RAW& _rawKey)
+{
+    return _engine.ProcessFrame(&_picture.m_vidPtr, _mask.plane.Row(0), &_picture.m_vidProps, &_rawKey);
+}
+
+/// Key sets of every shape: exclusion keys, dead keys, floors, soft edges, finishing.
+CHROMA_KEY_RAW RandomKeySet(CRandom& _rnd)
+{
+    const int32_t arrTypes[] = {eCKT_RGB, eCKT_HLS, eCKT_YUV};
+    const uint32_t arrDeltas[] = {0x201830, 0x0A0A0A, 0x404040, 0, 0xFF000000};
+    const int32_t arrAlphas[] = {0, 0, 0, 60, 255};
+    const int32_t arrCounts[] = {0, 1, 2, 3, 5, -2};
+    CHROMA_KEY_RAW rawKey = KeySet(_rnd.OneOf(arrTypes), {});
+    for (SINGLE_KEY& key : rawKey.arrKeys)
+    {
+        key = Key(_rnd() % 3 ? c_nGreen + (_rnd() & 0x070707) : _rnd(), _rnd.OneOf(arrDeltas));
+        key.nSmoothRange = static_cast<int32_t>(_rnd() % 80);
+        key.nAlpha = _rnd.OneOf(arrAlphas);
+        key.nReverseKey = _rnd() % 4 == 0;
+        key.nCancelLuma = _rnd() % 3 == 0;
+    }
+    rawKey.nKeysUsed = _rnd.OneOf(arrCounts);
+    rawKey.nMinTransparent = _rnd() % 3 ? 0 : 40;
+    rawKey.nMaxTransparent = _rnd() % 3 ? 255 : 200;
+    rawKey.nEdgesSmooth = _rnd() % 2 ? 0 : 2;
+    rawKey.bColorCancel = _rnd() % 2;
+    rawKey.nInterlacedVideo = _rnd() % 2;
+    rawKey.nInverseKey = _rnd() % 3 == 0;
+    return rawKey;
+}
+
+TEST(ChromaKey, MatchesWholePictureKeyingEverywhere)
+{
+    const uint32_t arrFormats[] = {eZFCC_RGB32, eZFCC_ARGB32, eZFCC_RGB24, eZFCC_UYVY, eZFCC_I420};
+    const int arrThreads[] = {1, 2, 3, 16, 40};
+    const int arrHeights[] = {2, 6, 9, 34};
+    const int32_t arrInterlace[] = {eZI_Progressive, eZI_TopFirst, eZI_BottomFirst};
+    CRandom rnd(11);
+    int nSoft = 0;
+    for (const int nThreads : arrThreads)
+    {
+        CChromaKey engine;
+        engine.ThreadsSet(static_cast<uint32_t>(nThreads));
+        for (int nWidth = 1; nWidth <= 40; ++nWidth)
+            for (int nRun = 0; nRun < 12; ++nRun)
+            {
+                const uint32_t fccType = rnd.OneOf(arrFormats);
+                const bool bPairs = fccType == eZFCC_UYVY || fccType == eZFCC_I420;
+                CTestPicture picture(fccType, bPairs ? (nWidth + 1) / 2 * 2 : nWidth,
+                                     rnd.OneOf(arrHeights) & (bPairs ? ~1 : ~0), 4 * static_cast<int>(rnd() % 3),
+                                     rnd() % 2);
+                picture.m_vidProps.eInterlace = rnd.OneOf(arrInterlace);
+                picture.Fill(0xFF32B428, rnd);
+                const CHROMA_KEY_RAW rawKey = RandomKeySet(rnd);
+                const uint8_t nBefore = rnd() % 2 ? 255 : 90;
+                const std::vector<uint8_t> arrBefore = picture.Bytes();
+                CEngineReference expected(picture, rawKey, std::min(nThreads, 16), nBefore);
+
+                CTestMask mask(picture, nBefore);
+                SCOPED_TRACE(testing::Message() << "format " << std::hex << fccType << std::dec << " width " << nWidth
+                                                << " rows " << mask.plane.Rows() << " threads " << nThreads << " type "
+                                                << rawKey.eType << " run " << nRun);
+                ASSERT_EQ(Process(engine, picture, mask, rawKey), expected.hrResult);
+                ASSERT_TRUE(mask.Equals(expected.mask));
+                ASSERT_TRUE(mask.plane.Intact() && picture.Intact());
+                std::vector<uint8_t> arrAfter = picture.Bytes();
+                for (size_t n = 3; fccType == eZFCC_ARGB32 && n < arrAfter.size(); n += 4)
+                {
+                    ASSERT_EQ(arrAfter[n], expected.mask.arrPixels[n / 4]);
+                    arrAfter[n] = arrBefore[n];
+                }
+                ASSERT_EQ(arrAfter, arrBefore) << "the picture was written";
+                for (const uint8_t n : expected.mask.arrPixels)
+                    nSoft += n > 0 && n < 255 && n != nBefore;
+            }
+    }
+    EXPECT_GT(nSoft, 10'000) << "too few soft pixels to mean anything";
+}
+
+TEST(ChromaKey, TypesThatAreNotKeyedLeaveTheMask)
+{
+    CTestPicture picture(eZFCC_RGB32, 32, 4, 0, false);
+    CChromaKey engine;
+    for (const int32_t eType : {int32_t{eCKT_Alpha}, int32_t{eCKT_None}, int32_t{eCKT_Auto}, 77, -1})
+    {
+        CTestMask mask(picture, 90);
+        MASK_REFERENCE expected(32, 4, 90);
+        EXPECT_EQ(Process(engine, picture, mask, KeySet(eType, {Key(c_nGreen, 0x202020)})), S_FALSE) << eType;
+        EXPECT_TRUE(mask.Equals(expected)) << eType;
+    }
+}
+
+TEST(ChromaKey, MissingArgumentsAreRefusedAndLogged)
+{
+    CTestPicture picture(eZFCC_RGB32, 16, 2, 0, false);
+    CTestMask mask(picture, 90);
+    const CHROMA_KEY_RAW rawKey = KeySet(eCKT_RGB, {});
+    const ZF_VID_PTR vidNothing = {};
+    CLogCatcher log;
+    CChromaKey engine;
+    uint8_t* const pAlpha = mask.plane.Row(0);
+    EXPECT_EQ(engine.ProcessFrame(nullptr, pAlpha, &picture.m_vidProps, &rawKey), E_POINTER);
+    EXPECT_EQ(engine.ProcessFrame(&vidNothing, pAlpha, &picture.m_vidProps, &rawKey), E_POINTER);
+    EXPECT_EQ(engine.ProcessFrame(&picture.m_vidPtr, nullptr, &picture.m_vidProps, &rawKey), E_POINTER);
+    EXPECT_EQ(engine.ProcessFrame(&picture.m_vidPtr, pAlpha, nullptr, &rawKey), E_POINTER);
+    EXPECT_EQ(engine.ProcessFrame(&picture.m_vidPtr, pAlpha, &picture.m_vidProps, nullptr), E_POINTER);
+    EXPECT_EQ(log.Count("\"_pbInput && _pbAlpha1Ch && _pInputProps && _pChromaKey\"", eZLog_Error), 5u);
+}
+
+TEST(ChromaKey, PicturesThatCannotBeReadAreRefused)
+{
+    CTestPicture picture(eZFCC_RGB32, 16, 2, 0, false);
+    CTestMask mask(picture, 90);
+    CLogCatcher log;
+    CChromaKey engine;
+    const CHROMA_KEY_RAW rawKey = KeySet(eCKT_RGB, {Key(c_nGreen, 0x202020)});
+    picture.m_vidProps.fccType = 0x31313131;
+    EXPECT_EQ(Process(engine, picture, mask, rawKey), E_NOTIMPL);
+    picture.m_vidProps.fccType = eZFCC_RGB32;
+    picture.m_vidProps.nWidth = 0;
+    EXPECT_EQ(Process(engine, picture, mask, rawKey), E_INVALIDARG);
+    picture.m_vidProps.nWidth = 16;
+    MASK_REFERENCE expected(16, 2, 90);
+    EXPECT_TRUE(mask.Equals(expected));
+    picture.m_vidProps.nRowBytes = 0; // derived
+    EXPECT_EQ(Process(engine, picture, mask, rawKey), S_OK);
+}
+
+TEST(ChromaKey, RowsLeftOverByTheSlicesAreNotKeyed)
+{
+    CTestPicture picture(eZFCC_RGB32, 16, 1080, 0, false);
+    for (int nRow = 0; nRow < 1080; ++nRow)
+        for (int n = 0; n < 64; ++n)
+            picture.m_arrPlanes[0]->Row(nRow)[n] = static_cast<uint8_t>(0x32B428u >> (8 * (n % 4)));
+    CChromaKey engine;
+    engine.ThreadsSet(16);
+    CTestMask mask(picture, 90);
+    EXPECT_EQ(Process(engine, picture, mask, KeySet(eCKT_RGB, {Key(c_nGreen, 0x010101)})), S_OK);
+    for (int nRow = 0; nRow < 1080; ++nRow)
+        for (int n = 0; n < 16; ++n)
+            ASSERT_EQ(mask.plane.Row(nRow)[n], nRow < 1072 ? 0 : 90) << nRow;
+}
+
+TEST(ChromaKey, ThreadCountIsComparedBeforeItIsClamped)
+{
+    CChromaKey engine;
+    EXPECT_EQ(engine.ThreadsGet(), 6u);
+    struct CASE
+    {
+        uint32_t nSet;
+        HRESULT hr;
+        uint32_t nThen;
+    };
+    for (const CASE& testCase : {CASE{6, S_FALSE, 6}, CASE{40, S_OK, 16}, CASE{40, S_OK, 16}, CASE{16, S_FALSE, 16},
+                                 CASE{0, S_OK, 1}, CASE{0, S_OK, 1}, CASE{1, S_FALSE, 1}, CASE{UINT32_MAX, S_OK, 16}})
+    {
+        EXPECT_EQ(engine.ThreadsSet(testCase.nSet), testCase.hr) << testCase.nSet;
+        EXPECT_EQ(engine.ThreadsGet(), testCase.nThen) << testCase.nSet;
+    }
+}
+
+TEST(ChromaKey, YUVKeysAreMeasuredWithTheMatrixThatIsSet)
+{
+    CTestPicture picture(eZFCC_RGB32, 16, 2, 0, false);
+    const uint8_t arrGreen[4] = {40, 180, 50, 0};
+    for (int nRow = 0; nRow < 2; ++nRow)
+        for (int n = 0; n < 64; ++n)
+            picture.m_arrPlanes[0]->Row(nRow)[n] = arrGreen[n % 4];
+    uint8_t arrYUVA[4];
+    Img_RowToYUV(arrGreen, arrYUVA, 1, eZYM_709);
+    const uint32_t nValue = arrYUVA[0] | arrYUVA[1] << 8 | arrYUVA[2] << 16;
+    const CHROMA_KEY_RAW rawKey = KeySet(eCKT_YUV, {Key(nValue, 0x020202)});
+    CChromaKey engine;
+    engine.ThreadsSet(1);
+    CTestMask mask(picture, 90);
+    EXPECT_EQ(Process(engine, picture, mask, rawKey), S_OK);
+    EXPECT_EQ(mask.plane.Row(0)[0], 255); // BT.601 for RGB
+    engine.MatrixSet(eZYM_709);
+    EXPECT_EQ(Process(engine, picture, mask, rawKey), S_OK);
+    EXPECT_EQ(mask.plane.Row(0)[0], 0);
+    engine.MatrixSet({});
+    EXPECT_EQ(Process(engine, picture, mask, rawKey), S_OK);
+    EXPECT_EQ(mask.plane.Row(0)[0], 255);
+}
+
+TEST(ChromaKey, WarmFramesAllocateNothingAndLogNothing)
+{
+    CTestPicture picture(eZFCC_UYVY, 64, 32, 0, false);
+    CTestMask mask(picture, 255);
+    CHROMA_KEY_RAW rawKey = KeySet(eCKT_HLS, {Key(c_nGreen, 0x202020), Key(0x102030, 0x101010)});
+    rawKey.arrKeys[1].nReverseKey = 1;
+    rawKey.nEdgesSmooth = 1;
+    CChromaKey engine;
+    CLogCatcher log(eZLog_Info);
+    for (int nFrame = 0; nFrame < 3; ++nFrame)
+        Process(engine, picture, mask, rawKey);
+    const uint64_t nBefore = AllocCount();
+    for (int nFrame = 0; nFrame < 20; ++nFrame)
+        Process(engine, picture, mask, rawKey);
+    EXPECT_EQ(AllocCount(), nBefore);
+    EXPECT_EQ(log.Count(""), 0u);
+    const CLogCatcher logVerbose(eZLog_Verbose);
+    Process(engine, picture, mask, rawKey);
+    EXPECT_EQ(logVerbose.Count("[MMXGetAlphaCenter_AC4C1 + Min (1 keys)]", eZLog_Verbose), 6u);
+}
+
+CZEvent g_evtHang;
+
+HRESULT Hang(KEY_SLOT& _slot)
+{
+    g_evtHang.Wait(60'000);
+    _slot.bJob = false; // the slot is still there, whatever has become of the pool
+    return S_OK;
+}
+
+TEST(KeyPool, WorkersThatHangAreLeftToThemselves)
+{
+    const CLogCatcher log;
+    {
+        CKeyPool pool(Hang);
+        for (int nFrame = 1; nFrame <= 2; ++nFrame) // the second frame gets new workers
+        {
+            ASSERT_EQ(pool.Prepare(2), S_OK);
+            EXPECT_EQ(pool.Run(20), Z_E_TIMEOUT);
+            EXPECT_EQ(log.Count("NOT STOPPED before destroying", eZLog_Warning), 2u * (nFrame - 1));
+        }
+        g_evtHang.Set();
+        ASSERT_EQ(pool.Prepare(2), S_OK);
+        EXPECT_EQ(pool.Run(10'000), S_OK);
+    }
+}
+
+TEST(KeyPool, AWorkerWithoutAJobAnswersThatItDidNothing)
+{
+    CKeyPool pool;
+    ASSERT_EQ(pool.Prepare(3), S_OK);
+    pool.Slot(1).hrResult = E_FAIL;
+    EXPECT_EQ(pool.Run(10'000), S_OK);
+    EXPECT_EQ(pool.Slot(1).hrResult, S_FALSE);
+}
+
+} // namespace

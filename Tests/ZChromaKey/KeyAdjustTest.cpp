@@ -1,0 +1,136 @@
+#include "ZChromaKey/KeyAdjust.h"
+#include "ZChromaKey/KeyHistory.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+#include <vector>
+
+namespace
+{
+
+CHROMA_KEY_RAW SampleKeys()
+{
+    CHROMA_KEY_RAW key{};
+    key.eType = eCKT_YUV;
+    key.nKeysUsed = 2;
+    key.arrKeys[0] = {0xFF406080, 0x01100820, 16, 0, 8, 20, 1, 2, 3, 0};
+    key.arrKeys[1] = {0xFF8090A0, 0x01040404, 10, 0, 0, 0, 0, 0, 0, 1};
+    key.nMaxTransparent = 255;
+    return key;
+}
+
+bool SameBytes(const CHROMA_KEY_RAW& _a, const CHROMA_KEY_RAW& _b)
+{
+    return std::memcmp(&_a, &_b, sizeof(_a)) == 0;
+}
+
+TEST(KeyAdjust, TableNamesEveryAdjustmentOnceWithRestInsideItsRange)
+{
+    const auto arrTable = KeyAdjust_Table();
+    ASSERT_EQ(arrTable.size(), 17u);
+    CK_ADJUST adjust{};
+    std::vector<double*> arrFields;
+    for (size_t i = 0; i < arrTable.size(); ++i)
+    {
+        const CK_ADJUST_INFO& info = arrTable[i];
+        EXPECT_EQ(static_cast<size_t>(info.eAdjust), i);
+        EXPECT_TRUE(info.dblMin <= info.dblDefault && info.dblDefault <= info.dblMax) << info.pszName;
+        double* pField = KeyAdjust_Field(&adjust, info.eAdjust);
+        EXPECT_EQ(pField == nullptr, info.eAdjust == eCKA_KeyType);
+        for (const double* pOther : arrFields)
+            EXPECT_NE(pField, pOther) << info.pszName << " shares a field";
+        arrFields.push_back(pField);
+    }
+    // The two orders that differ on purpose.
+    EXPECT_EQ(KeyAdjust_Field(&adjust, eCKA_Smooth), &adjust.dblSmooth);
+    EXPECT_EQ(KeyAdjust_Field(&adjust, eCKA_Colors), &adjust.dblColors);
+    EXPECT_EQ(KeyAdjust_Field(&adjust, eCKA_Power_R_H_Y), &adjust.rangeAdjust.dblRangeR_H_Y);
+    EXPECT_EQ(KeyAdjust_Field(&adjust, eCKA_Colors_Range), &adjust.colAdjust.dblCancelRange);
+    EXPECT_EQ(KeyAdjust_Find(static_cast<eCK_Adjust>(17)), nullptr);
+    EXPECT_EQ(KeyAdjust_Find(static_cast<eCK_Adjust>(-1)), nullptr);
+    EXPECT_EQ(KeyAdjust_Field(&adjust, static_cast<eCK_Adjust>(-1)), nullptr);
+}
+
+TEST(KeyAdjust, AtRestLeavesEveryByteAlone)
+{
+    CHROMA_KEY_RAW key = SampleKeys();
+    key.nMaxTransparent = 1000; // odd values of a host are not repaired behind its back
+    key.arrKeys[0].nCancelPower = -9999;
+    EXPECT_TRUE(SameBytes(KeyAdjust_Apply(key, CK_ADJUST{}), key));
+    key.nKeysUsed = -3;
+    EXPECT_TRUE(SameBytes(KeyAdjust_Apply(key, CK_ADJUST{}), key));
+}
+
+TEST(KeyAdjust, EachAdjustmentChangesWhatItsRowSays)
+{
+    const CHROMA_KEY_RAW key = SampleKeys();
+    const auto Adjusted = [&](eCK_Adjust _eAdjust, double _dblValue) {
+        CK_ADJUST adjust{};
+        *KeyAdjust_Field(&adjust, _eAdjust) = _dblValue;
+        return KeyAdjust_Apply(key, adjust);
+    };
+    EXPECT_EQ(Adjusted(eCKA_Power, 100).arrKeys[0].nDelta, 0x01402080u) << "four times, the alpha byte alone";
+    EXPECT_EQ(Adjusted(eCKA_Power, -100).arrKeys[0].nDelta, 0x01040208u) << "a quarter";
+    EXPECT_EQ(Adjusted(eCKA_Power, 100).arrKeys[1].nDelta, key.arrKeys[1].nDelta) << "exclusion has its own power";
+    EXPECT_EQ(Adjusted(eCKA_ExcludePower, 100).arrKeys[1].nDelta, 0x01101010u);
+    EXPECT_EQ(Adjusted(eCKA_Power_R_H_Y, 100).arrKeys[0].nDelta, 0x01100880u) << "byte 0";
+    EXPECT_EQ(Adjusted(eCKA_Power_G_L_U, 100).arrKeys[0].nDelta, 0x01102020u) << "byte 1";
+    EXPECT_EQ(Adjusted(eCKA_Power_B_S_V, -100).arrKeys[0].nDelta, 0x01040820u) << "byte 2";
+    EXPECT_EQ(Adjusted(eCKA_Smooth, -255).arrKeys[0].nSmoothRange, 0);
+    EXPECT_EQ(Adjusted(eCKA_Smooth, 20).arrKeys[0].nSmoothRange, 36);
+    EXPECT_EQ(Adjusted(eCKA_Smooth, 20).arrKeys[1].nSmoothRange, 10);
+    EXPECT_EQ(Adjusted(eCKA_ExcludeTransparent, 20).arrKeys[1].nSmoothRange, 30);
+    EXPECT_EQ(Adjusted(eCKA_Transparent, 100).arrKeys[0].nAlpha, 100);
+    EXPECT_EQ(Adjusted(eCKA_Transparent, 100).arrKeys[1].nAlpha, 0);
+    EXPECT_EQ(Adjusted(eCKA_MinTransparent, 30).nMinTransparent, 30);
+    EXPECT_EQ(Adjusted(eCKA_MaxTransparent, -30).nMaxTransparent, 225);
+    EXPECT_EQ(Adjusted(eCKA_Colors, 100).bColorCancel, 1);
+    EXPECT_GT(Adjusted(eCKA_Colors, 100).arrKeys[0].nCancelPower, key.arrKeys[0].nCancelPower);
+    EXPECT_EQ(Adjusted(eCKA_Colors_Luma, -5).arrKeys[0].nCancelLuma, -3);
+    EXPECT_TRUE(SameBytes(Adjusted(eCKA_Power, std::nan("")), key));
+    EXPECT_TRUE(SameBytes(Adjusted(eCKA_Power, 1e300), Adjusted(eCKA_Power, 100)));
+}
+
+TEST(KeyHistory, EndsWhereReplayingTheSurvivingEditsEnds)
+{
+    std::mt19937 rng(7);
+    constexpr size_t c_nMaxSteps = 20;
+    CKeyHistory<std::vector<int>> history({}, c_nMaxSteps);
+    std::vector<int> arrEdits; // what a reader of the rules keeps by hand: all edits, and how many of them are in force
+    size_t nInForce = 0;
+    size_t nOldest = 0;
+    for (int i = 0; i < 1000; ++i)
+    {
+        const size_t nSteps = rng() % 7;
+        switch (rng() % 3)
+        {
+        case 0: {
+            arrEdits.resize(nInForce);
+            arrEdits.push_back(i);
+            ++nInForce;
+            nOldest = std::max(nOldest, nInForce > c_nMaxSteps ? nInForce - c_nMaxSteps : 0);
+            history.Push(arrEdits);
+            break;
+        }
+        case 1: {
+            const size_t nExpected = std::min(nSteps, nInForce - nOldest);
+            ASSERT_EQ(history.Back(nSteps), nExpected);
+            nInForce -= nExpected;
+            break;
+        }
+        default: {
+            const size_t nExpected = std::min(nSteps, arrEdits.size() - nInForce);
+            ASSERT_EQ(history.Forward(nSteps), nExpected);
+            nInForce += nExpected;
+            break;
+        }
+        }
+        ASSERT_EQ(history.Current(),
+                  std::vector<int>(arrEdits.begin(), arrEdits.begin() + static_cast<long>(nInForce)));
+    }
+}
+
+} // namespace

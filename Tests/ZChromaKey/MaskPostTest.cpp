@@ -1,0 +1,104 @@
+#include "Support/GuardedPlane.h"
+#include "ZChromaKey/KeyReference.h"
+#include "ZChromaKey/MaskPost.h"
+#include "ZChromaKey/MaskReference.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+KEY_KERNELS Kernels()
+{
+    KEY_KERNELS kernels;
+    KeyKernels_Init(&kernels, eSIMD_None);
+    return kernels;
+}
+
+CHROMA_KEY_RAW Settings(int _nMin, int _nMax, int _nSmooth, int _nInverse)
+{
+    CHROMA_KEY_RAW rawKey = {};
+    rawKey.nMinTransparent = _nMin;
+    rawKey.nMaxTransparent = _nMax;
+    rawKey.nEdgesSmooth = _nSmooth;
+    rawKey.nInverseKey = _nInverse;
+    return rawKey;
+}
+
+/// A mask like those of pictures: areas of 0 and 255 with steep edges, and single pixels of any value.
+void FillMask(CGuardedPlane& _plane, CRandom& _rnd)
+{
+    for (int nRow = 0; nRow < _plane.Rows(); ++nRow)
+        for (size_t n = 0; n < _plane.RowBytes(); ++n)
+        {
+            const uint32_t nKind = _rnd() % 8;
+            const uint8_t nArea = n / 5 % 2 ? 255 : 0;
+            _plane.Row(nRow)[n] = nKind == 0 ? static_cast<uint8_t>(_rnd()) : nKind == 1 ? uint8_t{3} : nArea;
+        }
+}
+
+TEST(MaskPost, MatchesWholePicturesAtEverySize)
+{
+    const KEY_KERNELS kernels = Kernels();
+    const int arrHeights[] = {1, 2, 3, 4, 7, 12};
+    const int arrSmooth[] = {-1, 0, 1, 2, 3, 99};
+    const int arrLimits[] = {-300, 0, 1, 100, 254, 255, 300};
+    CRandom rnd(3);
+    CMaskPost maskPost;
+    for (int nWidth = 1; nWidth <= 150; ++nWidth)
+        for (const int nHeight : arrHeights)
+        {
+            const ptrdiff_t nStride = nWidth + static_cast<int>(rnd() % 3);
+            CGuardedPlane mask(static_cast<size_t>(nWidth), nHeight, rnd() % 2 ? -nStride : nStride);
+            FillMask(mask, rnd);
+            const CHROMA_KEY_RAW rawKey =
+                Settings(rnd.OneOf(arrLimits), rnd.OneOf(arrLimits), rnd.OneOf(arrSmooth), rnd() % 2 ? 7 : 0);
+            const bool bFields = rnd() % 2;
+            MASK_REFERENCE expected(nWidth, nHeight, 0);
+            for (int nRow = 0; nRow < nHeight; ++nRow)
+                std::memcpy(&expected.At(0, nRow), mask.Row(nRow), mask.RowBytes());
+            expected.Post(rawKey, bFields);
+
+            maskPost.Reserve(nWidth);
+            maskPost.Run({mask.Row(0), mask.Stride(), nWidth, nHeight}, MaskPost_Make(rawKey, bFields), kernels);
+            for (int nRow = 0; nRow < nHeight; ++nRow)
+                ASSERT_EQ(std::memcmp(&expected.At(0, nRow), mask.Row(nRow), mask.RowBytes()), 0)
+                    << nWidth << " x " << nHeight << " row " << nRow << " min " << rawKey.nMinTransparent << " max "
+                    << rawKey.nMaxTransparent << " smooth " << rawKey.nEdgesSmooth << " fields " << bFields;
+            ASSERT_TRUE(mask.Intact());
+        }
+}
+
+TEST(MaskPost, EachStepHasItsEffect)
+{
+    const uint8_t arrMask[] = {0, 2, 3, 49, 50, 200, 201, 254, 255, 255, 255, 0};
+    struct CASE
+    {
+        CHROMA_KEY_RAW rawKey;
+        bool bNeeded;
+        uint8_t arrExpected[12];
+    };
+    const CASE arrCases[] = {
+        {Settings(0, 255, 0, 0), false, {0, 2, 3, 49, 50, 200, 201, 254, 255, 255, 255, 0}},
+        {Settings(50, 200, 0, 0), true, {0, 0, 0, 0, 50, 200, 255, 255, 255, 255, 255, 0}},
+        {Settings(0, 255, 0, 1), true, {255, 253, 252, 206, 205, 55, 54, 1, 0, 0, 0, 255}},
+        {Settings(0, 0, 0, 0), true, {0, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 0}},
+        // One row: the rows above and below are the same, and the filter is 1 2 1 along it.
+        {Settings(0, 255, 1, 0), true, {0, 2, 14, 38, 87, 163, 214, 241, 255, 255, 191, 0}},
+        {Settings(50, 200, 1, 1), true, {255, 255, 255, 255, 180, 79, 14, 0, 0, 0, 64, 255}},
+    };
+    CMaskPost maskPost;
+    maskPost.Reserve(12);
+    for (const CASE& testCase : arrCases)
+    {
+        uint8_t arrResult[12];
+        std::memcpy(arrResult, arrMask, sizeof(arrMask));
+        const MASK_POST post = MaskPost_Make(testCase.rawKey, false);
+        EXPECT_EQ(post.IsNeeded(), testCase.bNeeded);
+        maskPost.Run({arrResult, 12, 12, 1}, post, Kernels());
+        for (int n = 0; n < 12; ++n)
+            EXPECT_EQ(arrResult[n], testCase.arrExpected[n]) << "case " << &testCase - arrCases << " pixel " << n;
+    }
+}
+
+} // namespace

@@ -1,4 +1,5 @@
 #include "Base/ZHelpers.h"
+#include "Image/ImgPlane.h"
 #include "ZChromaKey/ChromaKey.h"
 
 #include <benchmark/benchmark.h>
@@ -29,7 +30,7 @@ struct SCENE
         uint32_t nSeed = 1;
         for (uint8_t& nByte : arrPicture)
             nByte = static_cast<uint8_t>((nSeed = nSeed * 1664525u + 1013904223u) >> 24);
-        vidPtr = VidPtr_Build(&vidProps, static_cast<int64_t>(reinterpret_cast<intptr_t>(arrPicture.data())), true);
+        vidPtr = VidPtr_Build(&vidProps, Img_Address(arrPicture.data()), true);
         arrMask.assign(static_cast<size_t>(VidProps_Mask(&vidProps).nRowBytes) * c_nHeight, 255);
     }
     ZF_VID_PROPS vidProps = {};
@@ -81,7 +82,7 @@ void Engine(benchmark::State& _state)
     CChromaKey engine;
     engine.ThreadsSet(static_cast<uint32_t>(_state.range(4)));
     HRESULT hr = S_OK;
-    for (auto _ : _state)
+    for ([[maybe_unused]] auto _ : _state) // NOLINT(clang-analyzer-deadcode.DeadStores)
         hr |= engine.ProcessFrame(&scene.vidPtr, scene.arrMask.data(), &scene.vidProps, &rawKey);
     const auto nKeyed = std::count(scene.arrMask.begin(), scene.arrMask.end(), uint8_t{0});
     if (hr != S_OK || nKeyed == 0 || nKeyed > c_nWidth * c_nHeight / 2)
@@ -92,7 +93,7 @@ void Engine(benchmark::State& _state)
 void Streaming(benchmark::State& _state)
 {
     SCENE scene(eZFCC_RGB32);
-    for (auto _ : _state)
+    for ([[maybe_unused]] auto _ : _state) // NOLINT(clang-analyzer-deadcode.DeadStores)
     {
         constexpr size_t c_nBlock = 64;
         for (size_t n = 0; n < scene.arrMask.size(); n += c_nBlock)

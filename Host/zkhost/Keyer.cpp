@@ -32,7 +32,7 @@ CZPtr<IClassFactory> LoadFactory()
 
 std::string TakeText(BSTR _bsText)
 {
-    const std::string strText = ZText_FromWide({_bsText ? _bsText : L"", SysStringLen(_bsText)});
+    std::string strText = ZText_FromWide({_bsText ? _bsText : L"", SysStringLen(_bsText)});
     SysFreeString(_bsText);
     return strText;
 }

@@ -4,6 +4,7 @@
 
 #include "Base/ZLog.h"
 #include "Base/ZPtr.h"
+#include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"
 
 #include <algorithm>
@@ -74,9 +75,8 @@ void Picture_FromMask(IZFFrame* _pMask, PICTURE& _picture)
         _pMask->VideoPtrGet(eZFP_Flip, &vidPtr) != S_OK)
         throw CZHostError("the mask of a frame could not be read; it is no 8-bit picture in memory");
     _picture.Resize(vidPtr.szVideoPlanes[0].cx, vidPtr.szVideoPlanes[0].cy, 1);
-    const auto* pRow = reinterpret_cast<const uint8_t*>(static_cast<intptr_t>(vidPtr.lpVideoPlanes[0]));
-    for (int y = 0; y < _picture.nHeight; ++y, pRow += vidPtr.cbVideoRowBytes[0])
-        std::memcpy(_picture.Row(y), pRow, _picture.RowBytes());
+    for (int y = 0; y < _picture.nHeight; ++y)
+        std::memcpy(_picture.Row(y), Img_RowOf(vidPtr, 0, y), _picture.RowBytes());
 }
 
 void Picture_TakeAlpha(const PICTURE& _picture, PICTURE& _mask)

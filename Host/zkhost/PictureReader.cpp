@@ -57,6 +57,6 @@ CZPtr<IZFFrame> CZPictureReader::Next()
     CZPtr<IZFFrame> cpFrame = NewFrame();
     const ZF_VID_PTR vidPtr = WritePtr(cpFrame.Get());
     for (int y = 0; y < m_picture.nHeight; ++y)
-        std::memcpy(Stream_PlaneRow(vidPtr, 0, y), m_picture.Row(y), m_picture.RowBytes());
+        std::memcpy(Img_RowOf(vidPtr, 0, y), m_picture.Row(y), m_picture.RowBytes());
     return cpFrame;
 }

@@ -124,7 +124,7 @@ CZPtr<IZFFrame> CZRawReader::Next()
 {
     CZPtr<IZFFrame> cpFrame = NewFrame();
     const ZF_VID_PTR vidPtr = WritePtr(cpFrame.Get());
-    const size_t cbRead = m_file.Read(Stream_PlaneRow(vidPtr, 0, 0), m_cbFrame);
+    const size_t cbRead = m_file.Read(Img_RowOf(vidPtr, 0, 0), m_cbFrame);
     if (cbRead == 0)
         return {};
     ++m_nFrame;

@@ -17,11 +17,11 @@ void CZFramePacker::Make(const PICTURE& _picture, uint32_t _fccType, int32_t _eI
         throw CZUsageError(ZFormat("%d x %d cannot be written as %s, which needs an even width or height",
                                    _picture.nWidth, _picture.nHeight, FCC_Name(_fccType)));
     m_vecBytes.assign(static_cast<size_t>(VidProps_ImageSize(&vidProps)), 0);
-    m_vidPtr = VidPtr_Build(&vidProps, static_cast<int64_t>(reinterpret_cast<intptr_t>(m_vecBytes.data())), false);
+    m_vidPtr = VidPtr_Build(&vidProps, Img_Address(m_vecBytes.data()), false);
     if (_picture.nChannels == 1)
     {
         for (int y = 0; y < _picture.nHeight; ++y)
-            std::memcpy(Stream_PlaneRow(m_vidPtr, 0, y), _picture.Row(y), _picture.RowBytes());
+            std::memcpy(Img_RowOf(m_vidPtr, 0, y), _picture.Row(y), _picture.RowBytes());
         return;
     }
     const HRESULT hr =

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Base/ZPtr.h"
+#include "Image/ImgPlane.h"
 #include "Interfaces/IZFFrame.h"
 #include "Video/ZFrame.h"
 
@@ -55,10 +56,3 @@ private:
 /// Opens an input: *.png and *.jpg, name_%05d.png, *.y4m, "-" (Y4M), or *.raw with its description (else empty).
 /// Throws CZHostError; CZUsageError when the name or the description is wrong.
 std::unique_ptr<CZFrameSource> Stream_Open(const std::string& _strPath, const std::string& _strRawSpec);
-
-/// Address of a row of a plane.
-inline uint8_t* Stream_PlaneRow(const ZF_VID_PTR& _vidPtr, int _nPlane, int _nRow)
-{
-    return reinterpret_cast<uint8_t*>(static_cast<intptr_t>(_vidPtr.lpVideoPlanes[_nPlane])) +
-           int64_t{_nRow} * _vidPtr.cbVideoRowBytes[_nPlane];
-}

@@ -13,6 +13,9 @@ namespace
 constexpr size_t c_nMaxLine = 1024;
 constexpr size_t c_cbFrameLine = 6; // "FRAME" and the line end
 
+/// What a plane that is not there stands for: no chroma, opaque.
+constexpr uint8_t c_arrAbsent[4] = {16, 128, 128, 255};
+
 int32_t InterlaceOf(const Y4M_HEADER& _header)
 {
     if (_header.nHeight % 2) // fields need whole pairs of rows
@@ -115,7 +118,7 @@ void CZY4mReader::CopyPlanes(IZFFrame* _pFrame) const
     const uint8_t* pSamples = m_vecSamples.data();
     for (int i = 0; i < 3; ++i)
         for (int y = 0; y < static_cast<int>(m_header.PlaneHeight(i)); ++y, pSamples += m_header.PlaneWidth(i))
-            std::memcpy(Stream_PlaneRow(vidPtr, i, y), pSamples, m_header.PlaneWidth(i));
+            std::memcpy(Img_RowOf(vidPtr, i, y), pSamples, m_header.PlaneWidth(i));
 }
 
 void CZY4mReader::ConvertRows(IZFFrame* _pFrame) const
@@ -124,22 +127,21 @@ void CZY4mReader::ConvertRows(IZFFrame* _pFrame) const
     const Y4M_LAYOUT& layout = *m_header.pLayout;
     const eZYMatrix eMatrix =
         Img_MatrixOf(Stream_Props(eZFCC_Y444, m_header.nWidth, m_header.nHeight, eZI_Progressive));
-    const uint8_t* arrPlanes[4] = {m_vecSamples.data()};
-    for (int i = 1; i < layout.nPlanes; ++i)
-        arrPlanes[i] = arrPlanes[i - 1] + m_header.PlaneWidth(i - 1) * m_header.PlaneHeight(i - 1);
-    for (int y = 0; y < m_header.nHeight; ++y)
+    const uint8_t* pPlane = m_vecSamples.data();
+    for (int i = 0; i < 4; ++i)
     {
-        uint8_t* pRow = Stream_PlaneRow(vidPtr, 0, y);
-        const size_t nLuma = static_cast<size_t>(y) * m_header.PlaneWidth(0);
-        const size_t nChroma = static_cast<size_t>(y >> layout.nShiftY) * m_header.PlaneWidth(1);
-        for (int x = 0; x < m_header.nWidth; ++x)
+        const bool bThere = i < layout.nPlanes;
+        const int nShiftX = i == 1 || i == 2 ? layout.nShiftX : 0, nShiftY = i == 1 || i == 2 ? layout.nShiftY : 0;
+        for (int y = 0; y < m_header.nHeight; ++y)
         {
-            const bool bChroma = layout.nPlanes > 1;
-            pRow[4 * x] = arrPlanes[0][nLuma + x];
-            pRow[4 * x + 1] = bChroma ? arrPlanes[1][nChroma + (x >> layout.nShiftX)] : 128;
-            pRow[4 * x + 2] = bChroma ? arrPlanes[2][nChroma + (x >> layout.nShiftX)] : 128;
-            pRow[4 * x + 3] = layout.nPlanes > 3 ? arrPlanes[3][nLuma + x] : 255;
+            uint8_t* pTo = Img_RowOf(vidPtr, 0, y) + i;
+            const uint8_t* pFrom =
+                bThere ? pPlane + static_cast<size_t>(y >> nShiftY) * m_header.PlaneWidth(i) : nullptr;
+            for (int x = 0; x < m_header.nWidth; ++x)
+                pTo[4 * x] = pFrom ? pFrom[x >> nShiftX] : c_arrAbsent[i];
         }
-        Img_RowFromYUV(pRow, pRow, m_header.nWidth, eMatrix);
+        pPlane += bThere ? m_header.PlaneWidth(i) * m_header.PlaneHeight(i) : 0;
     }
+    for (int y = 0; y < m_header.nHeight; ++y)
+        Img_RowFromYUV(Img_RowOf(vidPtr, 0, y), Img_RowOf(vidPtr, 0, y), m_header.nWidth, eMatrix);
 }

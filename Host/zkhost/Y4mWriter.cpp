@@ -53,7 +53,7 @@ void CZY4mWriter::WritePlanes(const ZF_VID_PTR& _vidPtr)
 {
     for (int i = 0; i < 3; ++i)
         for (int y = 0; y < _vidPtr.szVideoPlanes[i].cy; ++y)
-            m_pFile->Write(Stream_PlaneRow(_vidPtr, i, y), static_cast<size_t>(_vidPtr.szVideoPlanes[i].cx));
+            m_pFile->Write(Img_RowOf(_vidPtr, i, y), static_cast<size_t>(_vidPtr.szVideoPlanes[i].cx));
 }
 
 void CZY4mWriter::WriteFullChroma(const PICTURE& _picture)

@@ -74,7 +74,7 @@ uint32_t FromCharacters(std::string_view _svText)
     uint32_t fccType = 0;
     for (int nByte = 3; nByte >= 0; --nByte)
     {
-        const auto nCharacter = static_cast<uint32_t>(wstrText[nByte]);
+        const char32_t nCharacter = wstrText[nByte];
         if (nCharacter > 0xFF)
             return 0;
         fccType = fccType << 8 | nCharacter;

@@ -10,11 +10,11 @@ constexpr IMG_YUV_COEF c_arrFromYUV[2] = {
     {9539, 13075, -3209, -6660, 16525},
     {9539, 14686, -1747, -4366, 17305},
 };
-// The inverse, for B, G, R, rounded to nearest, but for one V coefficient each (-2341, -13073): with the neighbour the
-// three add up to 0, so that greys have no colour.
+// The inverse, for B, G, R, rounded to nearest. Where the three of a row do not add up to 0, the rest is far too small
+// to colour a grey.
 constexpr IMG_RGB_COEF c_arrToYUV[2] = {
-    {{3208, 16519, 8414}, {14392, -9535, -4857}, {-2340, -12052, 14392}},
-    {{2032, 20127, 5983}, {14392, -11094, -3298}, {-1320, -13072, 14392}},
+    {{3208, 16519, 8414}, {14392, -9535, -4857}, {-2341, -12052, 14392}},
+    {{2032, 20127, 5983}, {14392, -11094, -3298}, {-1320, -13073, 14392}},
 };
 
 IMG_KERNELS MakeTable()

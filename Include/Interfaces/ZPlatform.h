@@ -38,6 +38,7 @@ using ULONG = uint32_t;
 using LONG = int32_t;
 using DWORD = uint32_t;
 using UINT = uint32_t;
+using WORD = uint16_t;
 using BOOL = int32_t;
 using WCHAR = wchar_t;
 using OLECHAR = wchar_t;
@@ -189,9 +190,8 @@ struct IDispatch : public IUnknown
     virtual HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT _nInfo, LCID _lcid, ITypeInfo** _ppInfo) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID _iid, LPOLESTR* _pwszNames, UINT _nNames, LCID _lcid,
                                                     DISPID* _pIDs) = 0;
-    virtual HRESULT STDMETHODCALLTYPE Invoke(DISPID _nID, REFIID _iid, LCID _lcid, uint16_t _nFlags,
-                                             DISPPARAMS* _pParams, VARIANT* _pResult, EXCEPINFO* _pException,
-                                             UINT* _pnArgError) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Invoke(DISPID _nID, REFIID _iid, LCID _lcid, WORD _nFlags, DISPPARAMS* _pParams,
+                                             VARIANT* _pResult, EXCEPINFO* _pException, UINT* _pnArgError) = 0;
 };
 Z_INTERFACE_ID(IDispatch, 0x00020400, 0x0000, 0x0000, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
 

@@ -3,6 +3,7 @@
 #include "Base/ZAssert.h"
 #include "Base/ZBorder.h"
 #include "Base/ZHelpers.h"
+#include "Image/ImgPlane.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -86,7 +87,7 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
         job.post.bFields = false;
 
     const bool bArgb = _vidProps.fccType == eZFCC_ARGB32;
-    m_argb.pRow0 = bArgb ? reinterpret_cast<uint8_t*>(static_cast<intptr_t>(_vidInput.lpVideoPlanes[0])) : nullptr;
+    m_argb.pRow0 = bArgb ? Img_Pointer(_vidInput.lpVideoPlanes[0]) : nullptr;
     m_argb.nStride = static_cast<ptrdiff_t>(nStride);
     // Masks that need no more work go into the picture while its row is in the cache.
     job.argb = job.bPost || !job.post.IsNeeded() ? m_argb : ARGB_PLANE{};

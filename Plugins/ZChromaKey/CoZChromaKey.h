@@ -6,20 +6,25 @@
 #include "Interfaces/IZPlugin.h"
 #include "Interfaces/IZProps.h"
 #include "Props/PropStore.h"
+#include "ZChromaKey/ConfigDoc.h"
 #include "ZChromaKey/FrameFlow.h"
 #include "ZChromaKey/FrameKeyer.h"
 #include "ZChromaKey/KeyState.h"
+#include "ZChromaKey/LateBinding.h"
 #include "ZChromaKey/Module.h"
 #include "ZChromaKey/ZUnknown.h"
 
 #include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
 
 /// The chroma-key plug-in object: ties the key set, the options and the frame path to the host's interfaces.
 ///
 /// With "output.thread" on, each frame's result comes with the next call. When the option is switched off while a
 /// result is under way, results stay one call behind, in order and none lost, until the host has fetched the last one
 /// with a null frame, or has flushed or closed.
-class CCoZChromaKey final : public CZUnknown<IZChromaKey, IZFProcess, IZProps, IZPlugin, IZFPersist>
+class CCoZChromaKey final : public CZUnknown<CZLateBinding<IZChromaKey>, IZFProcess, IZProps, IZPlugin, IZFPersist>
 {
 public:
     explicit CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU);
@@ -64,22 +69,23 @@ public:
     HRESULT STDMETHODCALLTYPE KeySet(IZKey* _pKeyObject) override;
     HRESULT STDMETHODCALLTYPE KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyObject) override;
 
-    // IDispatch
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* _pnInfos) override;
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT _nInfo, LCID _lcid, ITypeInfo** _ppInfo) override;
-    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID _iid, LPOLESTR* _pwszNames, UINT _nNames, LCID _lcid,
-                                            DISPID* _pIDs) override;
-    HRESULT STDMETHODCALLTYPE Invoke(DISPID _nID, REFIID _iid, LCID _lcid, uint16_t _nFlags, DISPPARAMS* _pParams,
-                                     VARIANT* _pResult, EXCEPINFO* _pException, UINT* _pnArgError) override;
-
 private:
     ~CCoZChromaKey() override = default;
     bool FinalRelease() override;
     HRESULT OnMediaReceive_I(IZFFrame* _pFrame, IZFFrame** _ppFrameRes);
+    template <class Call> HRESULT Edit(const char* _pszOperation, Call&& _call) noexcept;
+    template <class Sampling> HRESULT EditKeys(const char* _pszOperation, Sampling&& _sampling) noexcept;
+    CZPtr<IZFFrame> FrameForKeying() const;
+    eZYMatrix MatrixForKeying() const;
+    HRESULT DocumentMake(std::string* _pstrDocument);
+    HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason);
 
     CZModuleRef m_refModule;
     CPropStore m_store;
     CKeyState m_keyState;
+    CConfigDoc m_configDoc;          // under the configuration lock
+    std::mutex m_mtxEdit;            // one edit at a time; taken before the configuration lock
+    CZPtr<IZFFrame> m_cpFrameMarked; // under m_mtxEdit: what the last detection examined, where it was asked to show
     CFrameKeyer m_keyer;
     CFrameFlow m_flow; // last: its thread uses the others
 };

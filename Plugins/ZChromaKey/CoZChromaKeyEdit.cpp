@@ -1,24 +1,165 @@
 #include "ZChromaKey/CoZChromaKey.h"
 
+#include "Base/ZAssert.h"
 #include "Base/ZBorder.h"
+#include "ZChromaKey/BlockMarks.h"
+#include "ZChromaKey/CoZKey.h"
+#include "ZChromaKey/KeyBuilder.h"
+
+#include <string_view>
 
 namespace
 {
 
-/// Nulls an out-pointer of a method that this build does not have.
-template <class T> HRESULT NotYet(T** _ppResult)
+/// Hands out a reference to a frame; S_FALSE where there is none.
+HRESULT HandOut(CZPtr<IZFFrame> _cpFrame, IZFFrame** _ppFrame)
 {
-    if (!_ppResult)
-        return E_POINTER;
-    *_ppResult = nullptr;
-    return E_NOTIMPL;
+    *_ppFrame = _cpFrame.Detach();
+    return *_ppFrame ? S_OK : S_FALSE;
 }
 
 } // namespace
 
+/// One edit at a time, inside the border: editing reads the key set, samples pixels and then sets it.
+template <class Call> HRESULT CCoZChromaKey::Edit(const char* _pszOperation, Call&& _call) noexcept
+{
+    return ZBorder(_pszOperation, [&]() -> HRESULT {
+        const std::lock_guard lock(m_mtxEdit);
+        return _call();
+    });
+}
+
+/// An edit that takes samples of the frame for keying into the key set.
+template <class Sampling> HRESULT CCoZChromaKey::EditKeys(const char* _pszOperation, Sampling&& _sampling) noexcept
+{
+    return Edit(_pszOperation, [&]() -> HRESULT {
+        const CZPtr<IZFFrame> cpFrame = FrameForKeying();
+        ZF_VID_PROPS vidProps = {};
+        if (!cpFrame || FAILED(cpFrame->VideoPropsGet(&vidProps)))
+        {
+            ZLog(eZLog_Error, "%hs: there is no frame to take keys from; set one with KeyFrameSet or send one in\n",
+                 _pszOperation);
+            return E_UNEXPECTED;
+        }
+        CKeyBuilder builder;
+        builder.RawSet(m_keyState.KeyForSampling());
+        const HRESULT hr = _sampling(&builder, cpFrame.Get());
+        if (hr == S_OK)
+            m_keyState.RawSet(builder.RawGet(), nullptr, Img_MatrixOf(vidProps));
+        return hr;
+    });
+}
+
+CZPtr<IZFFrame> CCoZChromaKey::FrameForKeying() const
+{
+    CZPtr<IZFFrame> cpFrameKeying;
+    CZPtr<IZFFrame> cpFrameBG;
+    m_keyState.KeyFramesGet(&cpFrameKeying, &cpFrameBG);
+    ZF_VID_PROPS vidProps;
+    return cpFrameKeying ? cpFrameKeying : m_keyState.FrameGet(&vidProps);
+}
+
+HRESULT CCoZChromaKey::KeyFrameSet(IZFFrame* _pZFrameKeyingOrNull, IZFFrame* _pZFrameBGOrNull)
+{
+    return Edit("CCoZChromaKey::KeyFrameSet", [&] {
+        m_cpFrameMarked.Reset();
+        m_keyState.KeyFramesSet(_pZFrameKeyingOrNull, _pZFrameBGOrNull);
+        return S_OK;
+    });
+}
+
+HRESULT CCoZChromaKey::KeyFrameGet(IZFFrame** _ppZFrameRes, IZFFrame** _ppZFrameBG)
+{
+    return Edit("CCoZChromaKey::KeyFrameGet", [&]() -> HRESULT {
+        if (_ppZFrameRes)
+            *_ppZFrameRes = nullptr;
+        if (_ppZFrameBG)
+            *_ppZFrameBG = nullptr;
+        if (!Z_VERIFY(_ppZFrameRes && _ppZFrameBG))
+            return E_POINTER;
+        CZPtr<IZFFrame> cpFrameKeying;
+        CZPtr<IZFFrame> cpFrameBG;
+        m_keyState.KeyFramesGet(&cpFrameKeying, &cpFrameBG);
+        const HRESULT hrBG = HandOut(cpFrameBG, _ppZFrameBG);
+        const HRESULT hrKeying = HandOut(m_cpFrameMarked ? m_cpFrameMarked : cpFrameKeying, _ppZFrameRes);
+        return hrKeying == S_OK || hrBG == S_OK ? S_OK : S_FALSE;
+    });
+}
+
+HRESULT CCoZChromaKey::KeyDetect(BSTR _bsProps)
+{
+    return EditKeys("CCoZChromaKey::KeyDetect", [&](CKeyBuilder* _pBuilder, IZFFrame* _pFrame) -> HRESULT {
+        CKUtils::CK_DETECT_OPTIONS options;
+        HRESULT hr = CKUtils::DetectOptions_Read(ZText_FromWide(_bsProps ? _bsProps : L""), &options);
+        if (FAILED(hr))
+            return hr;
+        std::vector<CKUtils::CK_BLOCK> vecBlocks;
+        hr = _pBuilder->Detect(_pFrame, options, options.bShowBlocks ? &vecBlocks : nullptr);
+        m_cpFrameMarked.Reset();
+        if (SUCCEEDED(hr) && options.bShowBlocks && FAILED(BlockMarks_Draw(_pFrame, vecBlocks, m_cpFrameMarked.Put())))
+            ZLog(eZLog_Warning, "CCoZChromaKey::KeyDetect: the examined blocks cannot be shown on this frame\n");
+        return hr;
+    });
+}
+
+HRESULT CCoZChromaKey::KeyAddPoint(int32_t _nXPosPixels, int32_t _nYPosPixels)
+{
+    return EditKeys("CCoZChromaKey::KeyAddPoint", [&](CKeyBuilder* _pBuilder, IZFFrame* _pFrame) {
+        return _pBuilder->AddPoint(_pFrame, _nXPosPixels, _nYPosPixels, false);
+    });
+}
+
+HRESULT CCoZChromaKey::KeyExcludePoint(int32_t _nXPosPixels, int32_t _nYPosPixels)
+{
+    return EditKeys("CCoZChromaKey::KeyExcludePoint", [&](CKeyBuilder* _pBuilder, IZFFrame* _pFrame) {
+        return _pBuilder->AddPoint(_pFrame, _nXPosPixels, _nYPosPixels, true);
+    });
+}
+
+HRESULT CCoZChromaKey::KeyAddRect(int32_t _nX1PosPixels, int32_t _nY1PosPixels, int32_t _nX2PosPixels,
+                                  int32_t _nY2PosPixels)
+{
+    return EditKeys("CCoZChromaKey::KeyAddRect", [&](CKeyBuilder* _pBuilder, IZFFrame* _pFrame) {
+        return _pBuilder->AddRect(_pFrame, _nX1PosPixels, _nY1PosPixels, _nX2PosPixels, _nY2PosPixels, false);
+    });
+}
+
+HRESULT CCoZChromaKey::KeyAdjustSet(eCK_Adjust _eAdjust, double _dblValue)
+{
+    return Edit("CCoZChromaKey::KeyAdjustSet", [&] { return m_keyState.AdjustSet(_eAdjust, _dblValue); });
+}
+
+HRESULT CCoZChromaKey::KeyAdjustGet(eCK_Adjust _eAdjust, double* _pdblValue)
+{
+    return ZBorder("CCoZChromaKey::KeyAdjustGet", [&]() -> HRESULT {
+        if (!Z_VERIFY(_pdblValue))
+            return E_POINTER;
+        *_pdblValue = 0;
+        return m_keyState.AdjustGet(_eAdjust, _pdblValue);
+    });
+}
+
+HRESULT CCoZChromaKey::KeyStepBack(int32_t _nSteps)
+{
+    return Edit("CCoZChromaKey::KeyStepBack", [&]() -> HRESULT {
+        if (_nSteps < 0)
+            return E_INVALIDARG;
+        return m_keyState.Step(-_nSteps) > 0 ? S_OK : S_FALSE;
+    });
+}
+
+HRESULT CCoZChromaKey::KeyStepFwd(int32_t _nSteps)
+{
+    return Edit("CCoZChromaKey::KeyStepFwd", [&]() -> HRESULT {
+        if (_nSteps < 0)
+            return E_INVALIDARG;
+        return m_keyState.Step(_nSteps) > 0 ? S_OK : S_FALSE;
+    });
+}
+
 HRESULT CCoZChromaKey::KeyReset()
 {
-    return ZBorder("CCoZChromaKey::KeyReset", [&]() -> HRESULT {
+    return Edit("CCoZChromaKey::KeyReset", [&] {
         m_keyState.Reset();
         return S_OK;
     });
@@ -26,10 +167,10 @@ HRESULT CCoZChromaKey::KeyReset()
 
 HRESULT CCoZChromaKey::KeyRawSet(const CHROMA_KEY_RAW* _pvzKey, const CK_ADJUST* _pKeyAdjust)
 {
-    return ZBorder("CCoZChromaKey::KeyRawSet", [&]() -> HRESULT {
-        if (!_pvzKey)
+    return Edit("CCoZChromaKey::KeyRawSet", [&]() -> HRESULT {
+        if (!Z_VERIFY(_pvzKey))
             return E_POINTER;
-        m_keyState.RawSet(*_pvzKey, _pKeyAdjust);
+        m_keyState.RawSet(*_pvzKey, _pKeyAdjust, MatrixForKeying());
         return S_OK;
     });
 }
@@ -37,111 +178,56 @@ HRESULT CCoZChromaKey::KeyRawSet(const CHROMA_KEY_RAW* _pvzKey, const CK_ADJUST*
 HRESULT CCoZChromaKey::KeyRawGet(CHROMA_KEY_RAW* _pvzKey, CK_ADJUST* _pKeyAdjust)
 {
     return ZBorder("CCoZChromaKey::KeyRawGet", [&]() -> HRESULT {
-        if (!_pvzKey && !_pKeyAdjust)
+        if (!Z_VERIFY(_pvzKey || _pKeyAdjust))
             return E_POINTER;
         m_keyState.RawGet(_pvzKey, _pKeyAdjust);
         return S_OK;
     });
 }
 
-HRESULT CCoZChromaKey::KeyFrameSet(IZFFrame*, IZFFrame*)
+/// The matrix of the frame that keys are for: another type of theirs is computed with it.
+eZYMatrix CCoZChromaKey::MatrixForKeying() const
 {
-    return E_NOTIMPL;
+    const CZPtr<IZFFrame> cpFrame = FrameForKeying();
+    ZF_VID_PROPS vidProps = {};
+    return cpFrame && SUCCEEDED(cpFrame->VideoPropsGet(&vidProps)) ? Img_MatrixOf(vidProps) : eZYM_601;
 }
 
-HRESULT CCoZChromaKey::KeyFrameGet(IZFFrame** _ppZFrameRes, IZFFrame** _ppZFrameBG)
+HRESULT CCoZChromaKey::KeySet(IZKey* _pKeyObject)
 {
-    const HRESULT hr = NotYet(_ppZFrameRes);
-    return hr == E_POINTER ? hr : NotYet(_ppZFrameBG);
+    return Edit("CCoZChromaKey::KeySet", [&]() -> HRESULT {
+        if (!Z_VERIFY(_pKeyObject))
+            return E_POINTER;
+        CHROMA_KEY_RAW key = {};
+        const HRESULT hr = _pKeyObject->RawGet(&key);
+        if (SUCCEEDED(hr))
+            m_keyState.RawSet(key, nullptr, MatrixForKeying());
+        return hr;
+    });
 }
 
-HRESULT CCoZChromaKey::KeyDetect(BSTR)
+HRESULT CCoZChromaKey::KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyObject)
 {
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZChromaKey::KeyAddPoint(int32_t, int32_t)
-{
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZChromaKey::KeyExcludePoint(int32_t, int32_t)
-{
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZChromaKey::KeyAddRect(int32_t, int32_t, int32_t, int32_t)
-{
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZChromaKey::KeyAdjustSet(eCK_Adjust, double)
-{
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZChromaKey::KeyAdjustGet(eCK_Adjust, double* _pdblValue)
-{
-    if (!_pdblValue)
-        return E_POINTER;
-    *_pdblValue = 0;
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZChromaKey::KeyStepBack(int32_t)
-{
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZChromaKey::KeyStepFwd(int32_t)
-{
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZChromaKey::KeySet(IZKey*)
-{
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZChromaKey::KeyGet(IZFFrame*, IZKey** _ppKeyObject)
-{
-    return NotYet(_ppKeyObject);
-}
-
-HRESULT CCoZChromaKey::PersistSaveToFile(const wchar_t*)
-{
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZChromaKey::PersistSaveToString(BSTR* _pbsDocument)
-{
-    return NotYet(_pbsDocument);
-}
-
-HRESULT CCoZChromaKey::PersistLoad(const wchar_t*)
-{
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZChromaKey::GetTypeInfoCount(UINT* _pnInfos)
-{
-    if (!_pnInfos)
-        return E_POINTER;
-    *_pnInfos = 0;
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZChromaKey::GetTypeInfo(UINT, LCID, ITypeInfo** _ppInfo)
-{
-    return NotYet(_ppInfo);
-}
-
-HRESULT CCoZChromaKey::GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*)
-{
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZChromaKey::Invoke(DISPID, REFIID, LCID, uint16_t, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*)
-{
-    return E_NOTIMPL;
+    return Edit("CCoZChromaKey::KeyGet", [&]() -> HRESULT {
+        if (!Z_VERIFY(_ppKeyObject))
+            return E_POINTER;
+        *_ppKeyObject = nullptr;
+        CZPtr<IZKey> cpKey;
+        HRESULT hr = CCoZKey::Create(IID_IZKey, cpKey.PutVoid());
+        CHROMA_KEY_RAW key;
+        m_keyState.RawGet(&key, nullptr);
+        if (SUCCEEDED(hr))
+            hr = cpKey->RawSet(&key);
+        if (FAILED(hr))
+            return hr;
+        if (_pZFrameForAdjustOrNull) // the frame that the key object's user goes on sampling
+        {
+            CZPtr<IZFFrame> cpFrameKeying;
+            CZPtr<IZFFrame> cpFrameBG;
+            m_keyState.KeyFramesGet(&cpFrameKeying, &cpFrameBG);
+            m_keyState.KeyFramesSet(_pZFrameForAdjustOrNull, cpFrameBG.Get());
+        }
+        *_ppKeyObject = cpKey.Detach();
+        return S_OK;
+    });
 }

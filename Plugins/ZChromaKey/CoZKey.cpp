@@ -106,29 +106,3 @@ HRESULT CCoZKey::RawGet(CHROMA_KEY_RAW* _pKey)
         return S_OK;
     });
 }
-
-HRESULT CCoZKey::GetTypeInfoCount(UINT* _pnInfos)
-{
-    if (!_pnInfos)
-        return E_POINTER;
-    *_pnInfos = 0;
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZKey::GetTypeInfo(UINT, LCID, ITypeInfo** _ppInfo)
-{
-    if (!_ppInfo)
-        return E_POINTER;
-    *_ppInfo = nullptr;
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZKey::GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*)
-{
-    return E_NOTIMPL;
-}
-
-HRESULT CCoZKey::Invoke(DISPID, REFIID, LCID, uint16_t, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*)
-{
-    return E_NOTIMPL;
-}

@@ -2,13 +2,14 @@
 
 #include "Interfaces/IZKey.h"
 #include "ZChromaKey/KeyBuilder.h"
+#include "ZChromaKey/LateBinding.h"
 #include "ZChromaKey/Module.h"
 #include "ZChromaKey/ZUnknown.h"
 
 #include <mutex>
 
 /// The key-value object: a key builder behind IZKey, under a lock.
-class CCoZKey final : public CZUnknown<IZKey>
+class CCoZKey final : public CZUnknown<CZLateBinding<IZKey>>
 {
 public:
     static HRESULT Create(REFIID _iid, void** _ppvObject);
@@ -26,14 +27,6 @@ public:
     HRESULT STDMETHODCALLTYPE KeysCountGet(BOOL _bExclude, int32_t* _pnKeys) override;
     HRESULT STDMETHODCALLTYPE RawSet(const CHROMA_KEY_RAW* _pKey) override;
     HRESULT STDMETHODCALLTYPE RawGet(CHROMA_KEY_RAW* _pKey) override;
-
-    // IDispatch
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* _pnInfos) override;
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT _nInfo, LCID _lcid, ITypeInfo** _ppInfo) override;
-    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID _iid, LPOLESTR* _pwszNames, UINT _nNames, LCID _lcid,
-                                            DISPID* _pIDs) override;
-    HRESULT STDMETHODCALLTYPE Invoke(DISPID _nID, REFIID _iid, LCID _lcid, uint16_t _nFlags, DISPPARAMS* _pParams,
-                                     VARIANT* _pResult, EXCEPINFO* _pException, UINT* _pnArgError) override;
 
 private:
     ~CCoZKey() override = default;

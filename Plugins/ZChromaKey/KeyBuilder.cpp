@@ -41,39 +41,44 @@ struct RECT_PIXELS
     int nY2;
 };
 
-CKeyStats Sample(CKeySampler* _pSampler, eCK_Type _eSpace, const RECT_PIXELS& _rect)
+/// Where part _nPart of _nParts begins.
+int PartStart(int _nSize, int _nPart, int _nParts)
 {
-    CKeyStats stats;
-    std::vector<uint8_t> vecRow(size_t{4} * static_cast<size_t>(_rect.nX2 - _rect.nX1));
-    for (int y = _rect.nY1; y < _rect.nY2; ++y)
-    {
-        _pSampler->ReadRow(_eSpace, y, _rect.nX1, _rect.nX2, vecRow.data());
-        stats.Add(vecRow.data(), _rect.nX2 - _rect.nX1);
-    }
-    return stats;
+    return static_cast<int>(int64_t{_nSize} * _nPart / _nParts);
+}
+
+/// Counts the pixels of a rectangle, cut into columns and rows, row by row.
+std::vector<CKeyStats> Sample(CKeySampler* _pSampler, eCK_Type _eSpace, const RECT_PIXELS& _rect, int _nColumns,
+                              int _nRows)
+{
+    const int nWidth = _rect.nX2 - _rect.nX1;
+    const int nHeight = _rect.nY2 - _rect.nY1;
+    std::vector<uint8_t> vecRow(size_t{4} * static_cast<size_t>(nWidth));
+    std::vector<CKeyStats> vecParts(static_cast<size_t>(_nColumns) * static_cast<size_t>(_nRows));
+    auto itParts = vecParts.begin();
+    for (int nRow = 0; nRow < _nRows; ++nRow, itParts += _nColumns)
+        for (int y = PartStart(nHeight, nRow, _nRows); y < PartStart(nHeight, nRow + 1, _nRows); ++y)
+        {
+            _pSampler->ReadRow(_eSpace, _rect.nY1 + y, _rect.nX1, _rect.nX2, vecRow.data());
+            for (int nColumn = 0; nColumn < _nColumns; ++nColumn)
+            {
+                const int nFrom = PartStart(nWidth, nColumn, _nColumns);
+                const int nTo = PartStart(nWidth, nColumn + 1, _nColumns);
+                itParts[nColumn].Add(vecRow.data() + size_t{4} * static_cast<size_t>(nFrom), nTo - nFrom);
+            }
+        }
+    return vecParts;
 }
 
 /// The parts of a rectangle that are like the whole; the whole when it is small.
 std::vector<CALC_KEY> SampleParts(CKeySampler* _pSampler, eCK_Type _eSpace, const RECT_PIXELS& _rect)
 {
-    const int nWidth = _rect.nX2 - _rect.nX1;
-    const int nHeight = _rect.nY2 - _rect.nY1;
-    const int nColumns = std::clamp(nWidth / c_nPartPixels, 1, c_nMaxParts);
-    const int nRows = std::clamp(nHeight / c_nPartPixels, 1, c_nMaxParts);
+    const int nColumns = std::clamp((_rect.nX2 - _rect.nX1) / c_nPartPixels, 1, c_nMaxParts);
+    const int nRows = std::clamp((_rect.nY2 - _rect.nY1) / c_nPartPixels, 1, c_nMaxParts);
+    const std::vector<CKeyStats> vecParts = Sample(_pSampler, _eSpace, _rect, nColumns, nRows);
     CKeyStats statsAll;
-    std::vector<CKeyStats> vecParts;
-    for (int nRow = 0; nRow < nRows; ++nRow)
-        for (int nColumn = 0; nColumn < nColumns; ++nColumn)
-        {
-            const auto At = [](int _nFrom, int _nSize, int _nPart, int _nParts) {
-                return _nFrom + static_cast<int>(int64_t{_nSize} * _nPart / _nParts);
-            };
-            vecParts.push_back(
-                Sample(_pSampler, _eSpace,
-                       {At(_rect.nX1, nWidth, nColumn, nColumns), At(_rect.nY1, nHeight, nRow, nRows),
-                        At(_rect.nX1, nWidth, nColumn + 1, nColumns), At(_rect.nY1, nHeight, nRow + 1, nRows)}));
-            statsAll.Add(vecParts.back());
-        }
+    for (const CKeyStats& stats : vecParts)
+        statsAll.Add(stats);
     std::vector<CALC_KEY> vecKeys;
     for (const CKeyStats& stats : vecParts)
         if (statsAll.IsLike(stats, _eSpace))
@@ -164,7 +169,7 @@ HRESULT CKeyBuilder::AddPoint(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, bool 
                               std::min(_nX + c_nPointReach + 1, sampler.Width()),
                               std::min(_nY + c_nPointReach + 1, sampler.Height())};
     const eCK_Type eSpace = SampleSpace();
-    const CALC_KEY key = Sample(&sampler, eSpace, rect).Box(eSpace);
+    const CALC_KEY key = Sample(&sampler, eSpace, rect, 1, 1)[0].Box(eSpace);
     SpaceSet(eSpace);
     Offer(key, _bExclude);
     return S_OK;

@@ -13,9 +13,9 @@ using CKUtils::CKeyCalc;
 namespace
 {
 
-/// The first block that is found decides between green and blue for all. Where fewer than one in so many blocks are
+/// The first block that is found decides between green and blue for all. Where less than one in so many blocks is
 /// accepted, it may have been a stray one: the search is made again without those blocks, and the larger find counts.
-constexpr size_t c_nFewBlocks = 8;
+constexpr size_t c_nFewBlocks = 2;
 
 /// A frame as detection reads it, from its top row.
 struct WORKING_PICTURE
@@ -64,12 +64,52 @@ struct FIND
     size_t nAccepted = 0;
 };
 
-/// Hands the pixels of accepted blocks, row by row, to a function.
-template <class Row> void ForAccepted(WORKING_PICTURE* _pPicture, const FIND& _find, Row&& _fnRow)
+size_t NearestKey(const CKeyCalc& _calc, const CALC_KEY& _key)
+{
+    size_t nNearest = 0;
+    double dblLeast = 4; // above any
+    for (int32_t nKey = 0; nKey < _calc.nKeys; ++nKey)
+    {
+        double dblSum = 0;
+        for (int i = 0; i < 3; ++i)
+        {
+            const double dblDiff = _calc.arrKeys[nKey].dValue[i] - _key.dValue[i];
+            dblSum += dblDiff * dblDiff;
+        }
+        if (dblSum < dblLeast)
+            nNearest = static_cast<size_t>(nKey);
+        dblLeast = std::min(dblLeast, dblSum);
+    }
+    return nNearest;
+}
+
+/// Each key of the calculator as the box of the pixels in the accepted blocks that are nearest to it. The calculator
+/// keeps centres where the first block of a key was, and counts every stray block.
+std::vector<CALC_KEY> FitKeys(WORKING_PICTURE* _pPicture, const FIND& _find, eCK_Type _eSpace, const CKeyCalc& _calc)
+{
+    std::vector<CKeyStats> vecStats(static_cast<size_t>(_calc.nKeys));
+    for (const CK_BLOCK& block : _find.vecBlocks)
+    {
+        if (block.eVerdict != CKUtils::eCKB_Accepted)
+            continue;
+        CKeyStats stats;
+        for (int y = 0; y < block.nHeight; ++y)
+            stats.Add(_pPicture->At(block.nX, block.nY + y), block.nWidth);
+        vecStats[NearestKey(_calc, stats.Box(_eSpace))].Add(stats);
+    }
+    std::vector<CALC_KEY> vecKeys;
+    for (size_t i = 0; i < vecStats.size(); ++i)
+        vecKeys.push_back(vecStats[i].Count() ? vecStats[i].Box(_eSpace) : _calc.arrKeys[i]);
+    return vecKeys;
+}
+
+/// Blackens accepted blocks: they are of no class then.
+void TakeOut(WORKING_PICTURE* _pPicture, const FIND& _find)
 {
     for (const CK_BLOCK& block : _find.vecBlocks)
         for (int y = 0; block.eVerdict == CKUtils::eCKB_Accepted && y < block.nHeight; ++y)
-            _fnRow(_pPicture->At(block.nX, block.nY + y), block.nWidth);
+            std::fill_n(_pPicture->At(block.nX, block.nY + y), size_t{4} * static_cast<size_t>(block.nWidth),
+                        uint8_t{0});
 }
 
 FIND Search(WORKING_PICTURE* _pPicture, eCK_Type _eSpace, eZYMatrix _eMatrix, CKUtils::CK_DETECT_OPTIONS _options)
@@ -88,13 +128,7 @@ FIND Search(WORKING_PICTURE* _pPicture, eCK_Type _eSpace, eZYMatrix _eMatrix, CK
         static_cast<size_t>(std::count_if(find.vecBlocks.begin(), find.vecBlocks.end(), [](const CK_BLOCK& _block) {
             return _block.eVerdict == CKUtils::eCKB_Accepted;
         }));
-    find.vecKeys.assign(calc.arrKeys, calc.arrKeys + calc.nKeys);
-    if (find.vecKeys.size() == 1)
-    {
-        CKeyStats stats;
-        ForAccepted(_pPicture, find, [&](const uint8_t* _pRow, int _nPixels) { stats.Add(_pRow, _nPixels); });
-        find.vecKeys[0] = stats.Box(_eSpace);
-    }
+    find.vecKeys = FitKeys(_pPicture, find, _eSpace, calc);
     for (size_t i = 0; i < find.vecKeys.size(); ++i)
     {
         if (_eSpace == eCKT_YUV)
@@ -113,9 +147,7 @@ std::vector<CALC_KEY> KeyFinder_Find(CKeySampler* _pSampler, eCK_Type _eSpace,
     FIND find = Search(&picture, _eSpace, _pSampler->Matrix(), _options);
     if (find.nAccepted > 0 && find.nAccepted < find.vecBlocks.size() / c_nFewBlocks)
     {
-        ForAccepted(&picture, find, [](uint8_t* _pRow, int _nPixels) {
-            std::fill_n(_pRow, size_t{4} * static_cast<size_t>(_nPixels), uint8_t{0});
-        });
+        TakeOut(&picture, find);
         FIND findOther = Search(&picture, _eSpace, _pSampler->Matrix(), _options);
         if (findOther.nAccepted > find.nAccepted)
             find = std::move(findOther);

@@ -1,40 +1,147 @@
 #include "ZChromaKey/KeyState.h"
 
-CKeyState::CKeyState()
+#include "Base/ZLog.h"
+#include "Helpers/CKConvert.h"
+#include "ZChromaKey/KeyAdjust.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace
 {
-    Reset();
+
+constexpr size_t c_nMaxSteps = 256; // 240 KB
+
+KEY_EDIT Empty()
+{
+    KEY_EDIT edit = {};
+    edit.keyTaken.eType = eCKT_None;
+    edit.keyTaken.nMaxTransparent = 255; // 0 would make every soft edge opaque
+    edit.eType = eCKT_None;
+    return edit;
+}
+
+/// Field by field where there is padding; the two records have none.
+bool Same(const KEY_EDIT& _a, const KEY_EDIT& _b)
+{
+    return std::memcmp(&_a.keyTaken, &_b.keyTaken, sizeof(_a.keyTaken)) == 0 && _a.eType == _b.eType &&
+           _a.eMatrix == _b.eMatrix && std::memcmp(&_a.adjust, &_b.adjust, sizeof(_a.adjust)) == 0;
+}
+
+CHROMA_KEY_RAW Unadjusted(const KEY_EDIT& _edit)
+{
+    return CKUtils::ConvertKeys(_edit.keyTaken, static_cast<eCK_Type>(_edit.eType), _edit.eMatrix);
+}
+
+HRESULT Refuse(const CK_ADJUST_INFO& _info, double _dblValue)
+{
+    ZLog(eZLog_Error, "CCoZChromaKey::KeyAdjustSet: \"%hs\" %g is outside %g to %g %hs\n", _info.pszName, _dblValue,
+         _info.dblMin, _info.dblMax, _info.pszUnit);
+    return E_INVALIDARG;
+}
+
+const CK_ADJUST_INFO* FindAdjust(eCK_Adjust _eAdjust)
+{
+    const CK_ADJUST_INFO* const pInfo = KeyAdjust_Find(_eAdjust);
+    if (!pInfo)
+        ZLog(eZLog_Error, "CCoZChromaKey: there is no adjustment %d; use %d to %d\n", _eAdjust, eCKA_KeyType,
+             eCKA_Colors_Alpha);
+    return pInfo;
+}
+
+} // namespace
+
+CKeyState::CKeyState()
+    : m_history(Empty(), c_nMaxSteps)
+{
+    EffectiveUpdate();
 }
 
 CHROMA_KEY_RAW CKeyState::KeyGet() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    return m_key;
-}
-
-void CKeyState::RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull)
-{
-    const std::lock_guard lock(m_mtxConfig);
-    m_key = _key;
-    if (_pAdjustOrNull)
-        m_adjust = *_pAdjustOrNull;
+    return m_keyEffective;
 }
 
 void CKeyState::RawGet(CHROMA_KEY_RAW* _pKeyOrNull, CK_ADJUST* _pAdjustOrNull) const
 {
     const std::lock_guard lock(m_mtxConfig);
     if (_pKeyOrNull)
-        *_pKeyOrNull = m_key;
+        *_pKeyOrNull = Unadjusted(m_history.Current());
     if (_pAdjustOrNull)
-        *_pAdjustOrNull = m_adjust;
+        *_pAdjustOrNull = m_history.Current().adjust;
 }
 
-void CKeyState::Reset()
+CHROMA_KEY_RAW CKeyState::KeyForSampling() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    m_key = {};
-    m_key.eType = eCKT_None;
-    m_key.nMaxTransparent = 255; // 0 would make every soft edge opaque
-    m_adjust = {};
+    const KEY_EDIT& edit = m_history.Current();
+    const bool bKeyed = edit.eType == eCKT_RGB || edit.eType == eCKT_HLS || edit.eType == eCKT_YUV;
+    return bKeyed ? Unadjusted(edit) : edit.keyTaken;
+}
+
+bool CKeyState::RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull, eZYMatrix _eMatrix)
+{
+    const std::lock_guard lock(m_mtxConfig);
+    return Push({_key, _key.eType, _eMatrix, _pAdjustOrNull ? *_pAdjustOrNull : m_history.Current().adjust});
+}
+
+bool CKeyState::Reset()
+{
+    const std::lock_guard lock(m_mtxConfig);
+    return Push(Empty());
+}
+
+HRESULT CKeyState::AdjustSet(eCK_Adjust _eAdjust, double _dblValue)
+{
+    const CK_ADJUST_INFO* const pInfo = FindAdjust(_eAdjust);
+    if (!pInfo)
+        return E_INVALIDARG;
+    if (!(_dblValue >= pInfo->dblMin && _dblValue <= pInfo->dblMax)) // a value that is no number, too
+        return Refuse(*pInfo, _dblValue);
+    const std::lock_guard lock(m_mtxConfig);
+    KEY_EDIT edit = m_history.Current();
+    if (double* const pField = KeyAdjust_Field(&edit.adjust, _eAdjust))
+        *pField = _dblValue;
+    else if (_dblValue != static_cast<int32_t>(_dblValue))
+        return Refuse(*pInfo, _dblValue);
+    else
+        edit.eType = static_cast<int32_t>(_dblValue);
+    return Push(edit) ? S_OK : S_FALSE;
+}
+
+HRESULT CKeyState::AdjustGet(eCK_Adjust _eAdjust, double* _pdblValue) const
+{
+    if (!FindAdjust(_eAdjust))
+        return E_INVALIDARG;
+    const std::lock_guard lock(m_mtxConfig);
+    KEY_EDIT edit = m_history.Current();
+    const double* const pField = KeyAdjust_Field(&edit.adjust, _eAdjust);
+    *_pdblValue = pField ? *pField : edit.eType;
+    return S_OK;
+}
+
+size_t CKeyState::Step(int32_t _nSteps)
+{
+    const std::lock_guard lock(m_mtxConfig);
+    const auto nSteps = static_cast<size_t>(std::abs(int64_t{_nSteps}));
+    const size_t nMade = _nSteps < 0 ? m_history.Back(nSteps) : m_history.Forward(nSteps);
+    EffectiveUpdate();
+    return nMade;
+}
+
+bool CKeyState::Push(const KEY_EDIT& _edit)
+{
+    if (Same(_edit, m_history.Current()))
+        return false;
+    m_history.Push(_edit);
+    EffectiveUpdate();
+    return true;
+}
+
+void CKeyState::EffectiveUpdate()
+{
+    m_keyEffective = KeyAdjust_Apply(Unadjusted(m_history.Current()), m_history.Current().adjust);
 }
 
 void CKeyState::FrameSet(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps)
@@ -50,4 +157,20 @@ CZPtr<IZFFrame> CKeyState::FrameGet(ZF_VID_PROPS* _pVidProps) const
     const std::lock_guard lock(m_mtxConfig);
     *_pVidProps = m_vidPropsLast;
     return m_cpFrameLast;
+}
+
+void CKeyState::KeyFramesSet(IZFFrame* _pFrameKeyingOrNull, IZFFrame* _pFrameBGOrNull)
+{
+    CZPtr<IZFFrame> cpFrameKeying(_pFrameKeyingOrNull); // the old ones are released behind the lock
+    CZPtr<IZFFrame> cpFrameBG(_pFrameBGOrNull);
+    const std::lock_guard lock(m_mtxConfig);
+    std::swap(m_cpFrameKeying, cpFrameKeying);
+    std::swap(m_cpFrameBG, cpFrameBG);
+}
+
+void CKeyState::KeyFramesGet(CZPtr<IZFFrame>* _pcpFrameKeying, CZPtr<IZFFrame>* _pcpFrameBG) const
+{
+    const std::lock_guard lock(m_mtxConfig);
+    *_pcpFrameKeying = m_cpFrameKeying;
+    *_pcpFrameBG = m_cpFrameBG;
 }

@@ -1,14 +1,26 @@
 #pragma once
 
 #include "Base/ZPtr.h"
+#include "Image/ImgColor.h"
 #include "Interfaces/ChromaKeyTypes.h"
 #include "Interfaces/IZFFrame.h"
+#include "ZChromaKey/KeyHistory.h"
 
 #include <mutex>
 
-/// The key set and adjustments of a plug-in object, and the last frame it received, under the configuration lock.
+/// What one step of editing leads to: keys as they were taken, and what is adjusted about them.
+struct KEY_EDIT
+{
+    CHROMA_KEY_RAW keyTaken; ///< in the space the keys were taken in
+    int32_t eType;           ///< the type in force; another than that of keyTaken after a change of type
+    eZYMatrix eMatrix;       ///< of the picture the keys were taken from
+    CK_ADJUST adjust;
+};
+
+/// The key set, the adjustments, their history and the frames of a plug-in object, under the configuration lock.
 ///
-/// Any thread may call; the frame path takes one copy of the key set per frame.
+/// Adjustments and the key type act on the keys as they were taken, so that moving one there and back gives the same
+/// bytes. An edit that changes nothing is no step. Any thread may call; the frame path takes one copy per frame.
 class CKeyState
 {
 public:
@@ -20,23 +32,42 @@ public:
         return m_mtxConfig;
     }
 
+    /// The key set that is keyed with: adjusted.
     CHROMA_KEY_RAW KeyGet() const;
-    /// Null adjustments stay as they are.
-    void RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull);
-    /// Either may be null.
+    /// Either may be null. The key set is the unadjusted one, in the type in force.
     void RawGet(CHROMA_KEY_RAW* _pKeyOrNull, CK_ADJUST* _pAdjustOrNull) const;
+
+    /// The unadjusted keys for taking further samples; while keying is off, in the space they were taken in.
+    CHROMA_KEY_RAW KeyForSampling() const;
+
+    /// Null adjustments stay as they are. True when that was a step.
+    bool RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull, eZYMatrix _eMatrix);
     /// No keying, no keys, no adjustments.
-    void Reset();
+    bool Reset();
+    /// E_INVALIDARG: no such adjustment, or a value outside its range (logged). S_FALSE: it has that value already.
+    HRESULT AdjustSet(eCK_Adjust _eAdjust, double _dblValue);
+    /// E_INVALIDARG: no such adjustment.
+    HRESULT AdjustGet(eCK_Adjust _eAdjust, double* _pdblValue) const;
+    /// Steps through the history, forward when positive; answers how many steps were made.
+    size_t Step(int32_t _nSteps);
 
     /// Remembers the last frame received; null lets it go.
     void FrameSet(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps);
     /// The last frame received, empty where there is none, and its properties.
     CZPtr<IZFFrame> FrameGet(ZF_VID_PROPS* _pVidProps) const;
+    /// The frames set for keying and for the background; null lets them go.
+    void KeyFramesSet(IZFFrame* _pFrameKeyingOrNull, IZFFrame* _pFrameBGOrNull);
+    void KeyFramesGet(CZPtr<IZFFrame>* _pcpFrameKeying, CZPtr<IZFFrame>* _pcpFrameBG) const;
 
 private:
+    bool Push(const KEY_EDIT& _edit);
+    void EffectiveUpdate();
+
     mutable std::recursive_mutex m_mtxConfig;
-    CHROMA_KEY_RAW m_key;
-    CK_ADJUST m_adjust;
+    CKeyHistory<KEY_EDIT> m_history;
+    CHROMA_KEY_RAW m_keyEffective = {}; ///< made with each edit, not with each frame
     CZPtr<IZFFrame> m_cpFrameLast;
+    CZPtr<IZFFrame> m_cpFrameKeying;
+    CZPtr<IZFFrame> m_cpFrameBG;
     ZF_VID_PROPS m_vidPropsLast = {};
 };

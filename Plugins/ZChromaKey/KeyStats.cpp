@@ -78,7 +78,7 @@ CKUtils::CALC_KEY CKeyStats::Box(eCK_Type _eSpace) const
     for (int i = 0; i < 3; ++i)
     {
         const int nMedian = Median(i);
-        const int nWide = std::min(2 * Spread(i, nMedian) + 2, c_nMost);
+        const int nWide = std::min(3 * Spread(i, nMedian), c_nMost);
         key.dValue[Swapped(i)] = nMedian / 255.0;
         key.dDelta[Swapped(i)] = nWide / 255.0;
     }

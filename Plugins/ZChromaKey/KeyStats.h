@@ -16,9 +16,10 @@ public:
         return m_nPixels;
     }
 
-    /// The box around the medians. Half-widths are twice what four fifths of the pixels keep to, and two levels, which
-    /// spans normal noise; never below what suits the space (its colours are not alone), nor above 80 levels. At
-    /// least one pixel must have been added. Alpha: 1, one level.
+    /// The box around the medians. Half-widths are three times what four fifths of the pixels keep to: that spans
+    /// normal noise, and also light that changes all three channels alike, although keys are ellipsoids, which do not
+    /// reach the corners of their boxes. Never below what suits the space (a backdrop has more colours than were
+    /// sampled), nor above 80 levels. At least one pixel must have been added. Alpha: 1, one level.
     CKUtils::CALC_KEY Box(eCK_Type _eSpace) const;
     /// Whether most of other pixels are like these: their medians lie in the box.
     bool IsLike(const CKeyStats& _other, eCK_Type _eSpace) const;

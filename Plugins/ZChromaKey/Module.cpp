@@ -3,6 +3,7 @@
 #include "Base/ZBorder.h"
 #include "Base/ZPtr.h"
 #include "ZChromaKey/CoZChromaKey.h"
+#include "ZChromaKey/CoZKey.h"
 #include "ZChromaKey/ZUnknown.h"
 
 namespace
@@ -18,6 +19,7 @@ struct MODULE_CLASS
 
 constexpr MODULE_CLASS c_arrClasses[] = {
     {CLSID_ZChromaKey, &CCoZChromaKey::Create},
+    {CLSID_ZKey, &CCoZKey::Create},
 };
 
 class CZClassFactory final : public CZUnknown<IClassFactory>

@@ -3,6 +3,7 @@
 #include "Base/ZAssert.h"
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
+#include "Image/ImgPlane.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -121,7 +122,7 @@ HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WO
              vidPtr.szVideoPlanes[0].cy, vidPtr.cbVideoRowBytes[0], hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
-    _pMask->pbAlpha = reinterpret_cast<uint8_t*>(static_cast<intptr_t>(vidPtr.lpVideoPlanes[0]));
+    _pMask->pbAlpha = Img_Pointer(vidPtr.lpVideoPlanes[0]);
     // What the engine leaves out (left-over rows and columns) stays opaque.
     std::memset(_pMask->pbAlpha, 255, static_cast<size_t>(vidPtr.cbVideoRowBytes[0]) * vidPtr.szVideoPlanes[0].cy);
     _pMask->cpFrame = std::move(cpZFFrameMask);

@@ -77,30 +77,31 @@ TEST(PixelFormat, NamesPrintAndParse)
 {
     const struct
     {
-        uint32_t fccType;
         const char* pszName;
+        uint32_t fccType;
         bool bParses;
     } c_arrCases[] = {
-        {0, "BI_RGB", true},
-        {1, "BI_RLE8", true},
-        {2, "BI_RLE4", true},
-        {3, "BI_BITFIELDS", true},
-        {4, "0x4", false},
-        {0xE436EB78, "RGB1", false},
-        {0xE436EB79, "RGB4", false},
-        {eZFCC_RGB8, "RGB8", true},
-        {eZFCC_RGB565, "RGB565", false},
-        {eZFCC_RGB555, "RGB555", false},
-        {eZFCC_RGB24, "RGB24", true},
-        {eZFCC_RGB32, "RGB32", true},
-        {0x297C55AF, "ARGB1555", false},
-        {0x6E6415E6, "ARGB4444", true},
-        {eZFCC_ARGB32, "ARGB32", true},
-        {0x47504A4D, "MJPG", true},
-        {eZFCC_v210, "v210", true},
-        {eZFCC_IYU2, "IYU2", true},
-        {0x20424752, "RGB ", true},
-        {0xFF565955, "0xFF565955", false},
+        {"BI_RGB", 0, true},
+        {"BI_RLE8", 1, true},
+        {"BI_RLE4", 2, true},
+        {"BI_BITFIELDS", 3, true},
+        {"0x4", 4, false},
+        {"RGB1", 0xE436EB78, false},
+        {"RGB4", 0xE436EB79, false},
+        {"RGB8", eZFCC_RGB8, true},
+        {"RGB565", eZFCC_RGB565, false},
+        {"RGB555", eZFCC_RGB555, false},
+        {"RGB24", eZFCC_RGB24, true},
+        {"RGB32", eZFCC_RGB32, true},
+        {"ARGB1555", 0x297C55AF, false},
+        {"ARGB4444", 0x6E6415E6, true},
+        {"ARGB32", eZFCC_ARGB32, true},
+        {"MJPG", 0x47504A4D, true},
+        {"v210", eZFCC_v210, true},
+        {"IYU2", eZFCC_IYU2, true},
+        {"RGB ", 0x20424752, true},
+        {"0xFF565955", 0xFF565955, false},
+        {"0x7F565955", 0x7F565955, false},
     };
     for (const auto& c : c_arrCases)
     {

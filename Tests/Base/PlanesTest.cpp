@@ -36,7 +36,7 @@ struct PLANES_CASE
 constexpr PLANE c_none = {-1, 0, 0, 0};
 
 // clang-format off
-const PLANES_CASE c_arrCases[] = {
+const PLANES_CASE c_arrPictures[] = {
     {Record(eZFCC_I420, 1920, 1080, 1920), true, {{0, 1920, 1080, 1920}, {2073600, 960, 540, 960}, {2073600 + 518400, 960, 540, 960}}, 3110400},
     {Record(eZFCC_YV12, 8, 4, 32), false, {{0, 8, 4, 32}, {128, 4, 2, 16}, {160, 4, 2, 16}}, 192},
     {Record(eZFCC_NV12, 8, 4, 32), false, {{0, 8, 4, 32}, {128, 8, 2, 32}, c_none}, 192},
@@ -64,7 +64,7 @@ const PLANES_CASE c_arrCases[] = {
 
 TEST(Planes, AddressesStridesAndSizes)
 {
-    for (const PLANES_CASE& c : c_arrCases)
+    for (const PLANES_CASE& c : c_arrPictures)
     {
         SCOPED_TRACE(VidProps_Text(&c.vidProps));
         const ZF_VID_PTR vidPtr = VidPtr_Build(&c.vidProps, c_nAddress, c.bFlip);

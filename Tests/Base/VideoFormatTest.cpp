@@ -118,6 +118,7 @@ TEST(VideoFormat, FlagsAboveTheFormat)
     for (const int32_t eNone : {-1, 95, 255, INT32_MIN, INT32_MAX, eZVF_PAL | 0x1600})
         EXPECT_EQ(VidFormat_Lookup(eNone), nullptr) << eNone;
     EXPECT_EQ(VidFormat_Size(0x16FF).cx, 0);
+    EXPECT_EQ(VidFormat_Rate(0x80 + eZVF_PAL), 0); // eight bits, not seven
 }
 
 TEST(VideoFormat, EveryFormatIsFoundAgain)

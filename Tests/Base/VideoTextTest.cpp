@@ -40,29 +40,29 @@ TEST(VideoText, SoundToTime)
 {
     const struct
     {
-        ZF_AUD_PROPS audProps; // channels, samples a second, bits
         int64_t nBytes, nTime;
-        bool bFails; // the check of the block
+        ZF_AUD_PROPS audProps; // channels, samples a second, bits
+        bool bFails;           // the check of the block
     } c_arrCases[] = {
-        {{2, 48000, 16}, 192000, 10'000'000, false},
-        {{2, 48000, 16}, -192000, -10'000'000, false},
-        {{1, 48000, 8}, 1, 208, false},    // 208.33
-        {{1, 44100, 8}, 1, 227, false},    // 226.76
-        {{1, 20'000'000, 8}, 1, 1, false}, // a half goes away from zero
-        {{1, 20'000'000, 8}, -1, -1, false},
-        {{1, 20'000'001, 8}, 1, 0, false},
-        {{3, 8000, 20}, 48000, 10'000'000, false}, // 20 bits count as 2 bytes
-        {{2, 48000, 16}, 193, 10052, true},
-        {{2, 48000, 4}, 192, 0, true},
-        {{0, 48000, 16}, 192, 0, true},
-        {{-1, 48000, 16}, 192, 0, true},
-        {{2, 0, 16}, 192, 0, false},
-        {{2, -48000, 16}, 192, 0, false},
-        {{1, 1000, 8}, 9'000'000'000'000'001, INT64_MAX, false},
-        {{8, 192000, 32}, 6'144'000'000'000'000, 10'000'000'000'000'000, false}, // the product has 76 bits
-        {{1, 1, 8}, INT64_MIN, -INT64_MAX, false},
-        {{1, 10'000'000, 8}, INT64_MAX, INT64_MAX, false},
-        {{INT32_MAX, INT32_MAX, INT32_MAX}, 0, 0, false},
+        {192000, 10'000'000, {2, 48000, 16}, false},
+        {-192000, -10'000'000, {2, 48000, 16}, false},
+        {1, 208, {1, 48000, 8}, false},    // 208.33
+        {1, 227, {1, 44100, 8}, false},    // 226.76
+        {1, 1, {1, 20'000'000, 8}, false}, // a half goes away from zero
+        {-1, -1, {1, 20'000'000, 8}, false},
+        {1, 0, {1, 20'000'001, 8}, false},
+        {48000, 10'000'000, {3, 8000, 20}, false}, // 20 bits count as 2 bytes
+        {193, 10052, {2, 48000, 16}, true},
+        {192, 0, {2, 48000, 4}, true},
+        {192, 0, {0, 48000, 16}, true},
+        {192, 0, {-1, 48000, 16}, true},
+        {192, 0, {2, 0, 16}, false},
+        {192, 0, {2, -48000, 16}, false},
+        {9'000'000'000'000'001, INT64_MAX, {1, 1000, 8}, false},
+        {6'144'000'000'000'000, 10'000'000'000'000'000, {8, 192000, 32}, false}, // the product has 76 bits
+        {INT64_MIN, -INT64_MAX, {1, 1, 8}, false},
+        {INT64_MAX, INT64_MAX, {1, 10'000'000, 8}, false},
+        {0, 0, {INT32_MAX, INT32_MAX, INT32_MAX}, false},
     };
     for (const auto& c : c_arrCases)
     {

@@ -89,7 +89,7 @@ TEST_F(CY4mTest, KeepsSamplesOfEvenPictures)
     std::string strRead;
     for (int i = 0; i < 3; ++i)
         for (int y = 0; y < (i ? 1 : 2); ++y)
-            strRead.append(reinterpret_cast<const char*>(Stream_PlaneRow(vidPtr, i, y)), i ? 2 : 4);
+            strRead.append(reinterpret_cast<const char*>(Img_RowOf(vidPtr, i, y)), i ? 2 : 4);
     EXPECT_EQ(strRead, strSamples);
 }
 

@@ -99,6 +99,8 @@ TEST(XmlReader, RefusesHostileDocumentsAndSaysWhere)
         {std::string("<a>\0</a>", 8), "1:4 this byte is not valid UTF-8, or a character that XML cannot hold"},
         {"<a>\n\xC3\xA4\x01</a>", "2:2 this byte is not valid UTF-8, or a character that XML cannot hold"},
         {"<a>\xC0\x80</a>", "1:4 this byte is not valid UTF-8, or a character that XML cannot hold"},
+        {"<a>\xE0\x80\xBC</a>", "1:4 this byte is not valid UTF-8, or a character that XML cannot hold"},
+        {"<a>\xF0\x80\x80\xBC</a>", "1:4 this byte is not valid UTF-8, or a character that XML cannot hold"},
         {"<a>\xED\xA0\x80</a>", "1:4 this byte is not valid UTF-8, or a character that XML cannot hold"},
         {"<a>\xEF\xBF\xBF</a>", "1:4 this byte is not valid UTF-8, or a character that XML cannot hold"},
         {"<a>\xF4\x90\x80\x80</a>", "1:4 this byte is not valid UTF-8, or a character that XML cannot hold"},

@@ -2,6 +2,7 @@
 
 #include "Support/LogCatcher.h"
 
+#include <atomic>
 #include <string>
 #include <thread>
 
@@ -81,12 +82,22 @@ TEST(FrameExtras, CyclesAreRefused)
 TEST(FrameExtras, TwoThreadsDoNotCloseACycle)
 {
     const CLogCatcher log(eZLog_Off);
-    for (int n = 0; n < 200; ++n)
+    for (int n = 0; n < 500; ++n)
     {
         const CZPtr<CZFrame> cpA = MakeFrame(Props(eZFCC_RGB8, 4, -4));
         const CZPtr<CZFrame> cpB = MakeFrame(Props(eZFCC_RGB8, 4, -4));
         HRESULT hrA = E_FAIL;
-        std::thread thread([&] { hrA = cpA->AttachmentSet(L"x", Frame(cpB)); });
+        std::atomic<int> nReady{0};
+        const auto fnTogether = [&] {
+            for (++nReady; nReady < 2;)
+            {
+            }
+        };
+        std::thread thread([&] {
+            fnTogether();
+            hrA = cpA->AttachmentSet(L"x", Frame(cpB));
+        });
+        fnTogether();
         const HRESULT hrB = cpB->AttachmentSet(L"x", Frame(cpA));
         thread.join();
         ASSERT_NE(SUCCEEDED(hrA), SUCCEEDED(hrB));

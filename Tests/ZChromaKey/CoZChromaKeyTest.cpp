@@ -1,5 +1,6 @@
 #include "ZChromaKey/CoZChromaKey.h"
 
+#include "Image/ImgPlane.h"
 #include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
 #include "Support/TestFrames.h"
@@ -98,7 +99,7 @@ const uint8_t* RowOf(IZFFrame* _pFrame, int _nRow)
 {
     ZF_VID_PTR vidPtr = {};
     EXPECT_EQ(_pFrame->VideoPtrGet(eZFP_Flip, &vidPtr), S_OK);
-    return reinterpret_cast<const uint8_t*>(vidPtr.lpVideoPlanes[0]) + int64_t{_nRow} * vidPtr.cbVideoRowBytes[0];
+    return Img_RowOf(vidPtr, 0, _nRow);
 }
 
 ZF_VID_PROPS PropsOf(IZFFrame* _pFrame)
@@ -137,7 +138,7 @@ std::vector<uint8_t> BytesOf(IZFFrame* _pFrame)
 {
     ZF_VID_PTR vidPtr = {};
     EXPECT_EQ(_pFrame->VideoPtrGet(eZFP_Stored, &vidPtr), S_OK);
-    const auto* pBytes = reinterpret_cast<const uint8_t*>(vidPtr.lpVideoPlanes[0]);
+    const auto* pBytes = Img_Pointer(vidPtr.lpVideoPlanes[0]);
     return {pBytes, pBytes + size_t{1} * vidPtr.cbVideoRowBytes[0] * vidPtr.szVideoPlanes[0].cy};
 }
 

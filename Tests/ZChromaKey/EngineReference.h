@@ -1,10 +1,13 @@
 #pragma once
 
+#include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"
 #include "Support/GuardedPlane.h"
 #include "ZChromaKey/KeyReference.h"
 #include "ZChromaKey/MaskReference.h"
 
+#include <memory>
+#include <stdexcept>
 #include <vector>
 
 /// A picture of one to three guarded planes.
@@ -64,7 +67,7 @@ private:
         const size_t nPlane = m_arrPlanes.size();
         const ptrdiff_t nStride = _bUp ? -(_nRow + _nPad) : _nRow + _nPad;
         m_arrPlanes.push_back(std::make_unique<CGuardedPlane>(static_cast<size_t>(_nRow), _nHeight, nStride));
-        m_vidPtr.lpVideoPlanes[nPlane] = static_cast<int64_t>(reinterpret_cast<intptr_t>(m_arrPlanes[nPlane]->Row(0)));
+        m_vidPtr.lpVideoPlanes[nPlane] = Img_Address(m_arrPlanes[nPlane]->Row(0));
         m_vidPtr.szVideoPlanes[nPlane] = {nPlane == 0 ? m_vidProps.nWidth : _nRow, _nHeight};
         m_vidPtr.cbVideoRowBytes[nPlane] = static_cast<int32_t>(nStride);
     }
@@ -162,8 +165,8 @@ private:
         for (int nRow = 0; nRow < _plane.nHeight; ++nRow)
             for (int nColumn = 0; nColumn < nColumns; ++nColumn)
             {
-                const auto nSourceRow = static_cast<size_t>(_nSlice + nRow * m_nThreads);
-                const uint8_t* const pPixel = m_arrRows[nSourceRow].data() + 4 * nColumn;
+                const int nSourceRow = _nSlice + nRow * m_nThreads;
+                const uint8_t* const pPixel = m_arrRows.at(static_cast<size_t>(nSourceRow)).data() + 4 * nColumn;
                 const auto nAlpha = static_cast<uint8_t>(std::min(reference.Alpha(pPixel) + _nFloor, 255));
                 uint8_t& nPixel = _plane.At(nColumn, nRow);
                 nPixel = _bFirst ? nAlpha : std::min(nPixel, nAlpha);

@@ -220,20 +220,20 @@ TEST(PlaneOps, RowsMatchTheirDefinitionAtEveryLength)
                 ASSERT_EQ(alpha.Row(0)[n], _fnExpected(n)) << _pszWhat << " width " << nWidth << " pixel " << n;
             ASSERT_TRUE(alpha.Intact() && rows.Intact());
         };
-        const auto fnReset = [&] { std::copy(pA, pA + nWidth, alpha.Row(0)); };
+        const auto fnReset = [&] { alpha.FillRandom(static_cast<uint32_t>(nWidth)); }; // the bytes of pA
 
         fnReset();
         Kernels().pfnExclude(alpha.Row(0), pB, nWidth);
-        fnExpect("exclude", [&](size_t n) { return std::max<int>(pA[n], 255 - pB[n]); });
+        fnExpect("exclude", [&](size_t _n) { return std::max<int>(pA[_n], 255 - pB[_n]); });
         fnReset();
         Kernels().pfnThreshold(alpha.Row(0), nWidth, 60, 200);
-        fnExpect("threshold", [&](size_t n) { return pA[n] < 60 ? 0 : pA[n] > 200 ? 255 : pA[n]; });
+        fnExpect("threshold", [&](size_t _n) { return pA[_n] < 60 ? 0 : pA[_n] > 200 ? 255 : pA[_n]; });
         fnReset();
         Kernels().pfnThreshold(alpha.Row(0), nWidth, 150, 100); // the lower test goes first
-        fnExpect("crossed threshold", [&](size_t n) { return pA[n] < 150 ? 0 : 255; });
+        fnExpect("crossed threshold", [&](size_t _n) { return pA[_n] < 150 ? 0 : 255; });
         fnReset();
         Kernels().pfnInvert(alpha.Row(0), nWidth);
-        fnExpect("invert", [&](size_t n) { return 255 - pA[n]; });
+        fnExpect("invert", [&](size_t _n) { return 255 - pA[_n]; });
 
         CGuardedPlane argb(4 * nWidth, 1, 0, eZGuard_PageEnd);
         const std::vector<uint8_t> arrBefore(argb.Row(0), argb.Row(0) + 4 * nWidth);

@@ -47,18 +47,22 @@ public:
             arrAxis[c] = std::max<int64_t>(_key.nDelta >> (8 * nByte) & 255, 1);
         }
         const int64_t nP = arrAxis[0] * arrAxis[0] * arrAxis[1] * arrAxis[1] * arrAxis[2] * arrAxis[2];
-        double dblScale = std::fmax(0.001, static_cast<double>(nP / 2) / 1073741822.0);
+        const auto fnShare = [nP](int64_t _nAxis) {
+            const int64_t nQuotient = nP / (_nAxis * _nAxis);
+            return static_cast<double>(nQuotient);
+        };
+        const int64_t nHalf = nP / 2;
+        double dblScale = std::fmax(0.001, static_cast<double>(nHalf) / 1073741822.0);
         for (const int64_t nAxis : arrAxis)
-            dblScale = std::fmax(dblScale, static_cast<double>(nP / (nAxis * nAxis)) / 16382.0);
+            dblScale = std::fmax(dblScale, fnShare(nAxis) / 16382.0);
         m_nLevel = std::llround(static_cast<double>(nP) / dblScale);
         const double dblSmooth = _key.nSmoothRange > 0 ? _key.nSmoothRange : 0;
         m_dblEdge = 0;
         for (unsigned c = 0; c < 3; ++c)
         {
-            const int64_t nAxis = arrAxis[c];
-            m_arrWeight[c] = std::llround(static_cast<double>(nP / (nAxis * nAxis)) / dblScale);
-            m_dblEdge += (dblSmooth + static_cast<double>(nAxis)) * (dblSmooth + static_cast<double>(nAxis)) *
-                         static_cast<double>(m_arrWeight[c]);
+            m_arrWeight[c] = std::llround(fnShare(arrAxis[c]) / dblScale);
+            const double dblOuter = dblSmooth + static_cast<double>(arrAxis[c]);
+            m_dblEdge += dblOuter * dblOuter * static_cast<double>(m_arrWeight[c]);
         }
         m_dblEdge = m_dblEdge / 3 - static_cast<double>(m_nLevel);
     }

@@ -46,6 +46,7 @@ void BlockAlpha(BLOCK& _block, const KEY_DISTANCE& _key)
     const int nFloor = _key.nAlphaFloor;
     for (int i = 0; i < c_nBlock; ++i) // the largest root times the largest scale is below 2^26
     {
+        // This very rounding is part of the kernel's definition. NOLINTNEXTLINE(bugprone-incorrect-roundings)
         const int nAlpha = std::min(static_cast<int>(arrRoot[i] * fltScale + 0.5f), 255);
         _block.arrAlpha[i] = static_cast<uint8_t>(std::min(nAlpha + nFloor, 255));
     }

@@ -31,9 +31,14 @@ KEY_DISTANCE KeyDistance_Prepare(const SINGLE_KEY& _key, bool _bSwap02) noexcept
     for (const int64_t nDelta : arrDelta)
         nProduct *= nDelta * nDelta;
 
-    double dblDivisor = std::max(static_cast<double>(nProduct / 2) / c_dblMaxThreshold, c_dblMinScale);
-    for (const int64_t nDelta : arrDelta)
-        dblDivisor = std::max(dblDivisor, static_cast<double>(nProduct / (nDelta * nDelta)) / c_dblMaxWeight);
+    const int64_t nHalf = nProduct / 2;
+    double dblDivisor = std::max(static_cast<double>(nHalf) / c_dblMaxThreshold, c_dblMinScale);
+    int64_t arrRatio[3];
+    for (int c = 0; c < 3; ++c)
+    {
+        arrRatio[c] = nProduct / (arrDelta[c] * arrDelta[c]);
+        dblDivisor = std::max(dblDivisor, static_cast<double>(arrRatio[c]) / c_dblMaxWeight);
+    }
 
     const double dblThreshold = std::round(static_cast<double>(nProduct) / dblDivisor);
     // In double: (smooth + delta)^2 times the weight passes 2^32 from a smooth range of 513 on.
@@ -41,7 +46,7 @@ KEY_DISTANCE KeyDistance_Prepare(const SINGLE_KEY& _key, bool _bSwap02) noexcept
     double dblEdge = 0;
     for (int c = 0; c < 3; ++c)
     {
-        const double dblWeight = std::round(static_cast<double>(nProduct / (arrDelta[c] * arrDelta[c])) / dblDivisor);
+        const double dblWeight = std::round(static_cast<double>(arrRatio[c]) / dblDivisor);
         const double dblHalfAxis = dblSmooth + static_cast<double>(arrDelta[c]);
         res.arrWeight[c] = static_cast<int16_t>(dblWeight);
         dblEdge += dblHalfAxis * dblHalfAxis * dblWeight;

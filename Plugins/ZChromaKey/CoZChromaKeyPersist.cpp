@@ -1,0 +1,101 @@
+#include "ZChromaKey/CoZChromaKey.h"
+
+#include "Base/ZAssert.h"
+#include "Base/ZBorder.h"
+#include "Props/TextFile.h"
+#include "Props/Xml/XmlLimits.h"
+
+namespace
+{
+
+bool IsDocument(std::string_view _svText)
+{
+    const size_t nFirst = _svText.find_first_not_of(" \t\r\n");
+    return nFirst != std::string_view::npos && _svText[nFirst] == '<';
+}
+
+} // namespace
+
+/// The document of key set, adjustments and options as they are now.
+HRESULT CCoZChromaKey::DocumentMake(std::string* _pstrDocument)
+{
+    CONFIG_CONTENT content = {};
+    const std::lock_guard lock(m_keyState.Lock());
+    m_keyState.RawGet(&content.key, &content.adjust);
+    content.mapOptions = m_store.ValuesGet();
+    std::string strReason;
+    if (m_configDoc.Save(content, _pstrDocument, &strReason))
+        return S_OK;
+    ZLog(eZLog_Error, "CCoZChromaKey::PersistSave: %hs\n", strReason);
+    return E_FAIL;
+}
+
+HRESULT CCoZChromaKey::PersistSaveToFile(const wchar_t* _pwszPath)
+{
+    return ZBorder("CCoZChromaKey::PersistSaveToFile", [&]() -> HRESULT {
+        if (!Z_VERIFY(_pwszPath && *_pwszPath))
+            return _pwszPath ? E_INVALIDARG : E_POINTER;
+        std::string strDocument;
+        std::string strReason;
+        const HRESULT hr = DocumentMake(&strDocument);
+        if (FAILED(hr) || TextFile_Replace(ZText_FromWide(_pwszPath), strDocument, &strReason))
+            return hr;
+        ZLog(eZLog_Error, "CCoZChromaKey::PersistSaveToFile: %hs\n", strReason);
+        return E_FAIL;
+    });
+}
+
+HRESULT CCoZChromaKey::PersistSaveToString(BSTR* _pbsDocument)
+{
+    return ZBorder("CCoZChromaKey::PersistSaveToString", [&]() -> HRESULT {
+        if (!Z_VERIFY(_pbsDocument))
+            return E_POINTER;
+        *_pbsDocument = nullptr;
+        std::string strDocument;
+        const HRESULT hr = DocumentMake(&strDocument);
+        if (FAILED(hr))
+            return hr;
+        const std::wstring wstrDocument = ZText_ToWide(strDocument);
+        *_pbsDocument = SysAllocStringLen(wstrDocument.data(), static_cast<UINT>(wstrDocument.size()));
+        return *_pbsDocument ? S_OK : E_OUTOFMEMORY;
+    });
+}
+
+HRESULT CCoZChromaKey::PersistLoad(const wchar_t* _pwszPathOrDocument)
+{
+    return ZBorder("CCoZChromaKey::PersistLoad", [&]() -> HRESULT {
+        if (!Z_VERIFY(_pwszPathOrDocument && *_pwszPathOrDocument))
+            return _pwszPathOrDocument ? E_INVALIDARG : E_POINTER;
+        const std::string strGiven = ZText_FromWide(_pwszPathOrDocument);
+        const std::string strWhere = IsDocument(strGiven) ? "the document" : "\"" + strGiven + "\"";
+        std::string strDocument = strGiven;
+        std::string strReason;
+        if (!IsDocument(strGiven) && !TextFile_Read(strGiven, c_nXmlMaxBytes, &strDocument, &strReason))
+        {
+            ZLog(eZLog_Error, "CCoZChromaKey::PersistLoad: %hs\n", strReason);
+            return E_FAIL;
+        }
+        const HRESULT hr = DocumentTake(strDocument, &strReason);
+        if (FAILED(hr))
+            ZLog(eZLog_Error, "CCoZChromaKey::PersistLoad: %hs: %hs\n", strWhere, strReason);
+        return hr;
+    });
+}
+
+/// Takes a document over: key set and adjustments are one step of editing.
+HRESULT CCoZChromaKey::DocumentTake(std::string_view _svDocument, std::string* _pstrReason)
+{
+    const std::lock_guard lockEdit(m_mtxEdit);
+    const eZYMatrix eMatrix = MatrixForKeying();
+    const std::lock_guard lock(m_keyState.Lock());
+    CONFIG_CONTENT content = {};
+    m_keyState.RawGet(nullptr, &content.adjust); // what the document does not name stays
+    if (!m_configDoc.Load(_svDocument, &content, _pstrReason))
+        return E_INVALIDARG;
+    PROP_MAP mapOptions = m_store.ValuesGet();
+    for (const auto& [strName, strValue] : content.mapOptions)
+        mapOptions[strName] = strValue;
+    m_keyState.RawSet(content.key, &content.adjust, eMatrix);
+    m_store.ValuesSet(std::move(mapOptions));
+    return S_OK;
+}

@@ -1,0 +1,405 @@
+#include "ZChromaKey/CoZKey.h"
+
+#include "Base/ZHelpers.h"
+#include "Support/LogCatcher.h"
+#include "Support/TestFrames.h"
+#include "ZChromaKey/ChromaKey.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+
+namespace
+{
+
+struct RGB
+{
+    int nR;
+    int nG;
+    int nB;
+};
+constexpr RGB c_rgbGreen = {50, 160, 60};
+constexpr RGB c_rgbBlue = {40, 60, 170};
+constexpr RGB c_rgbRed = {200, 60, 60};
+constexpr RGB c_rgbSkin = {220, 170, 140};
+
+using PAINT = std::function<RGB(int, int)>;
+
+/// The same colour with a little light falling off to the right and noise of a few levels.
+RGB Lit(RGB _rgb, int _nX, int _nY)
+{
+    const auto nHash = static_cast<uint32_t>(_nX * 7919 + _nY * 104729) * 2654435761u;
+    const int nDark = _nX / 16;
+    return {_rgb.nR - nDark + static_cast<int>(nHash >> 29) - 4,
+            _rgb.nG - nDark + static_cast<int>(nHash >> 26 & 7) - 4,
+            _rgb.nB - nDark + static_cast<int>(nHash >> 23 & 7) - 4};
+}
+
+CZPtr<CZFrame> Frame(uint32_t _fccType, int _nWidth, int _nHeight, const PAINT& _fnPaint)
+{
+    std::vector<uint8_t> vecBGRA;
+    for (int y = 0; y < std::abs(_nHeight); ++y)
+        for (int x = 0; x < _nWidth; ++x)
+        {
+            const RGB rgb = _fnPaint(x, y);
+            for (const int nValue : {rgb.nB, rgb.nG, rgb.nR, 255})
+                vecBGRA.push_back(static_cast<uint8_t>(std::clamp(nValue, 0, 255)));
+        }
+    ZF_VID_PROPS vidProps = {};
+    vidProps.fccType = _fccType;
+    vidProps.nWidth = _nWidth;
+    vidProps.nHeight = _nHeight;
+    vidProps.dblRate = 25;
+    ZF_VID_PTR vidPtr = {};
+    CZPtr<CZFrame> cpFrame;
+    EXPECT_EQ(ZFrame_Create(vidProps, cpFrame.Put()), S_OK);
+    EXPECT_EQ(cpFrame->VideoPropsGet(&vidProps), S_OK);
+    EXPECT_EQ(cpFrame->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtr), S_OK);
+    EXPECT_EQ(ZFrameWriter_Write(vidProps, vidPtr, vecBGRA.data(), ptrdiff_t{4} * _nWidth), S_OK);
+    return cpFrame;
+}
+
+CZPtr<IZKey> NewKey(eCK_Type _eType = eCKT_Auto)
+{
+    CZPtr<IZKey> cpKey;
+    EXPECT_EQ(CCoZKey::Create(IID_IZKey, cpKey.PutVoid()), S_OK);
+    EXPECT_EQ(cpKey->TypeSet(_eType), S_OK);
+    return cpKey;
+}
+
+CHROMA_KEY_RAW RawOf(const CZPtr<IZKey>& _cpKey)
+{
+    CHROMA_KEY_RAW raw;
+    std::memset(&raw, 0xCD, sizeof(raw));
+    EXPECT_EQ(_cpKey->RawGet(&raw), S_OK);
+    return raw;
+}
+
+int Count(const CZPtr<IZKey>& _cpKey, BOOL _bExclude)
+{
+    int32_t nKeys = -1;
+    EXPECT_EQ(_cpKey->KeysCountGet(_bExclude, &nKeys), S_OK);
+    return nKeys;
+}
+
+HRESULT Detect(const CZPtr<IZKey>& _cpKey, IZFFrame* _pFrame, const wchar_t* _pwszProps)
+{
+    const BSTR bsProps = SysAllocString(_pwszProps);
+    const HRESULT hr = _cpKey->Detect(_pFrame, bsProps);
+    SysFreeString(bsProps);
+    return hr;
+}
+
+/// What a key set does to a frame: the share of the keyed-out (alpha 0) pixels of a kind, in percent.
+struct SHARE
+{
+    double dblBackdrop;
+    double dblForeground;
+};
+SHARE Keyed(const CZPtr<IZKey>& _cpKey, CZFrame* _pFrame, const std::function<bool(int, int)>& _fnIsBackdrop)
+{
+    ZF_VID_PROPS vidProps = {};
+    ZF_VID_PTR vidPtr = {};
+    EXPECT_EQ(_pFrame->VideoPropsGet(&vidProps), S_OK);
+    EXPECT_EQ(_pFrame->VideoPtrGet(eZFP_Flip, &vidPtr), S_OK);
+    const ZF_VID_PROPS vidMask = VidProps_Mask(&vidProps);
+    const int nRows = std::abs(vidProps.nHeight);
+    std::vector<uint8_t> vecAlpha(static_cast<size_t>(vidMask.nRowBytes) * nRows, 255);
+    const CHROMA_KEY_RAW raw = RawOf(_cpKey);
+    CChromaKey engine;
+    engine.ThreadsSet(1);
+    EXPECT_EQ(engine.ProcessFrame(&vidPtr, vecAlpha.data(), &vidProps, &raw), S_OK);
+    int arrAll[2] = {};
+    int arrKeyed[2] = {};
+    for (int y = 0; y < nRows; ++y)
+        for (int x = 0; x < vidProps.nWidth / 8 * 8; ++x)
+        {
+            const int nKind = _fnIsBackdrop(x, y) ? 0 : 1;
+            ++arrAll[nKind];
+            arrKeyed[nKind] += vecAlpha[static_cast<size_t>(vidMask.nRowBytes) * y + x] == 0;
+        }
+    return {100.0 * arrKeyed[0] / std::max(arrAll[0], 1), 100.0 * arrKeyed[1] / std::max(arrAll[1], 1)};
+}
+
+int Byte(uint32_t _nWord, int _nByte)
+{
+    return static_cast<int>(_nWord >> (8 * _nByte) & 0xFF);
+}
+
+} // namespace
+
+TEST(CoZKey, PicksFromEveryFormatInEveryType)
+{
+    for (const uint32_t fccType :
+         {eZFCC_RGB24, eZFCC_RGB32, eZFCC_ARGB32, eZFCC_UYVY, eZFCC_YUY2, eZFCC_I420, eZFCC_NV12, eZFCC_v210})
+        for (const eCK_Type eType : {eCKT_RGB, eCKT_HLS, eCKT_YUV, eCKT_Auto})
+            for (const int nHeight : {48, -48})
+            {
+                SCOPED_TRACE(testing::Message()
+                             << std::hex << fccType << std::dec << " type " << eType << ' ' << nHeight);
+                const auto cpFrame = TestFrame_Make(fccType, 64, nHeight);
+                const auto cpKey = NewKey(eType);
+                ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 8, 43, FALSE), S_OK); // red in an upside-down picture
+                const CHROMA_KEY_RAW raw = RawOf(cpKey);
+                const CHROMA_KEY_RAW rawWanted = TestKey(eType == eCKT_Auto ? eCKT_YUV : eType);
+                EXPECT_EQ(raw.eType, rawWanted.eType);
+                ASSERT_EQ(raw.nKeysUsed, 1);
+                for (int i = 0; i < 4; ++i)
+                    EXPECT_NEAR(Byte(raw.arrKeys[0].nValue, i), Byte(rawWanted.arrKeys[0].nValue, i), 3) << i;
+                for (int i = 0; i < 3; ++i)
+                    EXPECT_GE(Byte(raw.arrKeys[0].nDelta, i), 8);
+                EXPECT_EQ(raw.nMaxTransparent, 255);
+                EXPECT_GT(raw.arrKeys[0].nSmoothRange, 0);
+                EXPECT_EQ(raw.arrKeys[0].nAlpha, 0);
+                const SHARE share = Keyed(cpKey, cpFrame.Get(), [](int _nX, int _nY) { return _nX < 30 && _nY >= 14; });
+                EXPECT_EQ(share.dblBackdrop, 100);
+                EXPECT_LT(share.dblForeground, 15) << "the last green columns and rows";
+            }
+}
+
+TEST(CoZKey, PointIsRobust)
+{
+    const auto fnPaint = [](int _nX, int _nY) { return _nX == 12 && _nY % 2 ? c_rgbSkin : Lit(c_rgbGreen, _nX, _nY); };
+    const auto cpFrame = Frame(eZFCC_ARGB32, 64, 48, fnPaint);
+    for (const eCK_Type eType : {eCKT_RGB, eCKT_HLS, eCKT_YUV})
+    {
+        SCOPED_TRACE(eType);
+        for (const auto& [nX, nY] : {std::pair{11, 20}, {0, 0}, {63, 47}, {0, 47}})
+        {
+            const auto cpKey = NewKey(eType);
+            ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), nX, nY, FALSE), S_OK);
+            const SHARE share = Keyed(cpKey, cpFrame.Get(), [](int _nX, int) { return _nX != 12; });
+            EXPECT_GT(share.dblBackdrop, 98) << nX << ',' << nY << ": noise is covered";
+        }
+        const auto cpKey = NewKey(eType);
+        CLogCatcher log;
+        for (const auto& [nX, nY] : {std::pair{-1, 0}, {0, -1}, {64, 0}, {0, 48}, {INT32_MAX, INT32_MIN}})
+            EXPECT_EQ(cpKey->AddPoint(cpFrame.Get(), nX, nY, FALSE), E_INVALIDARG);
+        EXPECT_EQ(log.Count("outside the frame of 64 x 48", eZLog_Error), 5u);
+        EXPECT_EQ(Count(cpKey, FALSE), 0);
+    }
+}
+
+TEST(CoZKey, RectangleIsCutIntoPartsAndStraysAreLeftOut)
+{
+    // A backdrop that gets much darker downward, with a skin-coloured stripe.
+    const auto fnIsBackdrop = [](int _nX, int) { return _nX < 80 || _nX >= 88; };
+    const auto fnPaint = [&](int _nX, int _nY) {
+        const int nDark = _nY * 2 / 3;
+        return fnIsBackdrop(_nX, _nY) ? Lit({50 - nDark / 3, 180 - nDark, 60 - nDark / 3}, _nX, _nY) : c_rgbSkin;
+    };
+    const auto cpFrame = Frame(eZFCC_UYVY, 160, 120, fnPaint);
+    const auto cpKey = NewKey();
+    ASSERT_EQ(cpKey->AddRect(cpFrame.Get(), 200, 150, -10, 0, FALSE), S_OK);
+    EXPECT_GT(Count(cpKey, FALSE), 1);
+    const SHARE share = Keyed(cpKey, cpFrame.Get(), fnIsBackdrop);
+    EXPECT_GT(share.dblBackdrop, 95);
+    EXPECT_LT(share.dblForeground, 1);
+    ASSERT_EQ(cpKey->MaxKeysSet(1, FALSE), S_OK);
+    EXPECT_EQ(Count(cpKey, FALSE), 1);
+    EXPECT_EQ(RawOf(cpKey).nKeysUsed, 1);
+
+    ASSERT_EQ(NewKey()->AddRect(cpFrame.Get(), 4, 4, 5, 5, FALSE), S_OK) << "one pixel";
+    CLogCatcher log;
+    for (const auto& arrRect : {std::array{3, 3, 3, 9}, {160, 0, 170, 9}, {-9, -9, 0, 0}, {0, 120, 9, 121}})
+        EXPECT_EQ(cpKey->AddRect(cpFrame.Get(), arrRect[0], arrRect[1], arrRect[2], arrRect[3], TRUE), E_INVALIDARG);
+    EXPECT_EQ(log.Count("holds no pixel of the frame of 160 x 120", eZLog_Error), 4u);
+    EXPECT_EQ(Count(cpKey, TRUE), 0);
+}
+
+TEST(CoZKey, ExclusionKeysProtect)
+{
+    const auto cpFrame = Frame(eZFCC_ARGB32, 64, 48, [](int _nX, int) {
+        return _nX < 32 ? c_rgbGreen : RGB{50, 140, 75};
+    });
+    const auto cpKey = NewKey(eCKT_RGB);
+    ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 50, 20, TRUE), S_OK);
+    ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 10, 20, FALSE), S_OK);
+    EXPECT_EQ(Count(cpKey, FALSE), 1);
+    EXPECT_EQ(Count(cpKey, TRUE), 1);
+    const CHROMA_KEY_RAW raw = RawOf(cpKey);
+    ASSERT_EQ(raw.nKeysUsed, 2);
+    EXPECT_EQ(raw.arrKeys[0].nReverseKey, 0);
+    EXPECT_EQ(raw.arrKeys[0].nValue, 0xFF3CA032u) << "R, G, B from byte 0";
+    EXPECT_EQ(raw.arrKeys[1].nReverseKey, 1);
+    EXPECT_EQ(Keyed(cpKey, cpFrame.Get(), [](int _nX, int) { return _nX < 32; }).dblForeground, 0);
+}
+
+TEST(CoZKey, TypeDropsKeysOfAnotherOne)
+{
+    const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 48);
+    const auto cpKey = NewKey();
+    ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 8, 40, FALSE), S_OK);
+    ASSERT_EQ(cpKey->TypeSet(eCKT_YUV), S_OK);
+    EXPECT_EQ(Count(cpKey, FALSE), 1) << "Auto had taken it as YUV";
+    ASSERT_EQ(cpKey->TypeSet(eCKT_HLS), S_OK);
+    EXPECT_EQ(Count(cpKey, FALSE), 0);
+    EXPECT_EQ(RawOf(cpKey).eType, eCKT_HLS);
+    ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 8, 40, FALSE), S_OK);
+    ASSERT_EQ(cpKey->TypeSet(eCKT_Auto), S_OK);
+    ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 50, 5, FALSE), S_OK);
+    EXPECT_EQ(Count(cpKey, FALSE), 2) << "keys of one set are of one type";
+    EXPECT_EQ(RawOf(cpKey).eType, eCKT_HLS);
+    ASSERT_EQ(cpKey->Reset(), S_OK);
+    EXPECT_EQ(RawOf(cpKey).nKeysUsed, 0);
+    EXPECT_EQ(RawOf(cpKey).eType, eCKT_Auto);
+    CLogCatcher log;
+    for (const int nType : {0, 1, 6, -1})
+        EXPECT_EQ(cpKey->TypeSet(static_cast<eCK_Type>(nType)), E_INVALIDARG);
+    EXPECT_EQ(log.Count("cannot be of type", eZLog_Error), 4u);
+}
+
+TEST(CoZKey, KeySetsGoThroughUnchangedUntilAKeyChanges)
+{
+    CHROMA_KEY_RAW raw = {};
+    raw.eType = eCKT_YUV;
+    raw.nKeysUsed = 4;
+    for (int i = 0; i < Z_MAX_KEYS; ++i)
+        raw.arrKeys[i] = {0xFF000000u + i * 0x3F, 0x01040404, 10 + i, 20 + i, 1, 2, 3, 4, 5, i == 1 ? 7 : 0};
+    raw.nMinTransparent = 3;
+    raw.nMaxTransparent = 99;
+    raw.bColorCancel = 5;
+    const auto cpKey = NewKey(eCKT_RGB);
+    ASSERT_EQ(cpKey->RawSet(&raw), S_OK);
+    const CHROMA_KEY_RAW rawSame = RawOf(cpKey);
+    EXPECT_EQ(std::memcmp(&rawSame, &raw, sizeof(raw)), 0);
+    EXPECT_EQ(Count(cpKey, FALSE), 3) << "no phantom keys";
+    EXPECT_EQ(Count(cpKey, TRUE), 1);
+
+    const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 48);
+    ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 50, 5, FALSE), S_OK);
+    const CHROMA_KEY_RAW rawMore = RawOf(cpKey);
+    ASSERT_EQ(rawMore.nKeysUsed, 5);
+    const int arrOld[] = {0, 2, 3, -1, 1}; // where the keys were
+    for (int i = 0; i < 5; ++i)
+    {
+        const SINGLE_KEY& key = rawMore.arrKeys[i];
+        EXPECT_EQ(key.nSmoothRange, arrOld[i] < 0 ? 32 : 10 + arrOld[i]) << i;
+        EXPECT_EQ(key.nAlpha, arrOld[i] < 0 ? 0 : 20 + arrOld[i]) << i;
+        EXPECT_EQ(key.nReverseKey, arrOld[i] == 1) << i;
+        if (arrOld[i] >= 0)
+        {
+            EXPECT_EQ(key.nValue, raw.arrKeys[arrOld[i]].nValue);
+            EXPECT_EQ(key.nDelta, raw.arrKeys[arrOld[i]].nDelta);
+        }
+    }
+    EXPECT_EQ(rawMore.nMaxTransparent, 99) << "switches stay";
+    EXPECT_EQ(rawMore.bColorCancel, 5);
+}
+
+TEST(CoZKey, OddKeySetsAreTaken)
+{
+    const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 48);
+    for (const int nType : {0, 1, 5, 77})
+        for (const int nUsed : {0, -3, 16, 40})
+        {
+            CHROMA_KEY_RAW raw = {};
+            raw.eType = nType;
+            raw.nKeysUsed = nUsed;
+            const auto cpKey = NewKey();
+            ASSERT_EQ(cpKey->RawSet(&raw), S_OK);
+            EXPECT_EQ(RawOf(cpKey).eType, nType);
+            EXPECT_EQ(RawOf(cpKey).nKeysUsed, nUsed);
+            ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 8, 40, FALSE), S_OK);
+            const CHROMA_KEY_RAW rawNew = RawOf(cpKey);
+            EXPECT_EQ(rawNew.eType, eCKT_YUV);
+            EXPECT_EQ(rawNew.nKeysUsed, 1) << "keys of no space are dropped";
+            EXPECT_EQ(rawNew.nMaxTransparent, nUsed > 0 ? 0 : 255);
+        }
+    CHROMA_KEY_RAW rawFull = TestKey(eCKT_YUV);
+    rawFull.nKeysUsed = 40;
+    const auto cpKey = NewKey();
+    ASSERT_EQ(cpKey->RawSet(&rawFull), S_OK);
+    EXPECT_EQ(Count(cpKey, FALSE), 16);
+    ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 50, 5, TRUE), S_OK);
+    EXPECT_EQ(RawOf(cpKey).nKeysUsed, 16) << "exclusion keys do not fit any more";
+}
+
+TEST(CoZKeyDetect, MakesAKeyThatKeys)
+{
+    // A skin-coloured disc before the backdrop; its light falls off to the right.
+    const auto fnIsBackdrop = [](int _nX, int _nY) {
+        return (_nX - 160) * (_nX - 160) + (_nY - 120) * (_nY - 120) >= 3600;
+    };
+    for (const RGB& rgb : {c_rgbGreen, c_rgbBlue})
+        for (const uint32_t fccType : {eZFCC_ARGB32, eZFCC_UYVY, eZFCC_NV12})
+            for (const wchar_t* pwszProps : {L"", L"detect.type=rgb", L"type=hls", L"detect.type=yuv max_keys=4"})
+            {
+                SCOPED_TRACE(testing::Message() << "G " << rgb.nG << std::hex << " format " << fccType << ' '
+                                                << ZText_FromWide(pwszProps));
+                const auto cpFrame = Frame(fccType, 320, 240, [&](int _nX, int _nY) {
+                    return fnIsBackdrop(_nX, _nY) ? Lit(rgb, _nX, _nY) : c_rgbSkin;
+                });
+                const auto cpKey = NewKey();
+                ASSERT_EQ(Detect(cpKey, cpFrame.Get(), pwszProps), S_OK);
+                const SHARE share = Keyed(cpKey, cpFrame.Get(), fnIsBackdrop);
+                // Light moves all channels of RGB, toward the corners of the box that the ellipsoid does not reach.
+                EXPECT_GT(share.dblBackdrop, std::wcsstr(pwszProps, L"rgb") ? 94 : 97);
+                EXPECT_LT(share.dblForeground, 2);
+                EXPECT_EQ(RawOf(cpKey).nMaxTransparent, 255);
+                const bool bMany = std::wcsstr(pwszProps, L"max_keys") != nullptr;
+                EXPECT_LE(Count(cpKey, FALSE), bMany ? 4 : 1);
+                eCK_Type eType = eCKT_None;
+                EXPECT_EQ(cpKey->TypeGet(&eType), S_OK);
+                EXPECT_EQ(eType == eCKT_Auto, *pwszProps == 0) << "a type among the options is set";
+            }
+}
+
+TEST(CoZKeyDetect, StrayBlocksDoNotDecide)
+{
+    // Bluish grey at the very top comes first, and would settle on blue.
+    const auto fnIsBackdrop = [](int _nX, int _nY) { return _nY >= 40 && _nX >= 60; };
+    const auto cpFrame = Frame(eZFCC_UYVY, 320, 240, [&](int _nX, int _nY) {
+        return fnIsBackdrop(_nX, _nY) ? Lit(c_rgbGreen, _nX, _nY) : RGB{100, 104, 112};
+    });
+    const auto cpKey = NewKey();
+    ASSERT_EQ(Detect(cpKey, cpFrame.Get(), nullptr), S_OK);
+    const SHARE share = Keyed(cpKey, cpFrame.Get(), fnIsBackdrop);
+    EXPECT_GT(share.dblBackdrop, 97);
+    EXPECT_LT(share.dblForeground, 2);
+}
+
+TEST(CoZKeyDetect, ReplacesOrdinaryKeysOnlyWhenItFinds)
+{
+    const auto cpRed = Frame(eZFCC_UYVY, 160, 120, [](int, int) { return c_rgbRed; });
+    const auto cpGreen = Frame(eZFCC_UYVY, 160, 120, [](int, int) { return c_rgbGreen; });
+    const auto cpKey = NewKey(eCKT_RGB);
+    ASSERT_EQ(cpKey->AddPoint(cpRed.Get(), 9, 9, FALSE), S_OK);
+    ASSERT_EQ(cpKey->AddPoint(cpRed.Get(), 9, 9, TRUE), S_OK);
+    const CHROMA_KEY_RAW raw = RawOf(cpKey);
+    EXPECT_EQ(Detect(cpKey, cpRed.Get(), L"detect.type=yuv"), S_FALSE);
+    CLogCatcher log;
+    EXPECT_EQ(Detect(cpKey, cpGreen.Get(), L"detect.blocks=x"), E_INVALIDARG);
+    EXPECT_EQ(log.Count("detect.blocks", eZLog_Error), 1u);
+    EXPECT_EQ(cpKey->Detect(nullptr, nullptr), E_POINTER);
+    const CHROMA_KEY_RAW rawSame = RawOf(cpKey);
+    EXPECT_EQ(std::memcmp(&rawSame, &raw, sizeof(raw)), 0);
+
+    ASSERT_EQ(cpKey->TypeSet(eCKT_Auto), S_OK);
+    ASSERT_EQ(Detect(cpKey, cpGreen.Get(), L""), S_OK);
+    EXPECT_EQ(RawOf(cpKey).eType, eCKT_RGB) << "exclusion keys hold the type";
+    EXPECT_EQ(Count(cpKey, FALSE), 1);
+    EXPECT_EQ(Count(cpKey, TRUE), 1);
+    ASSERT_EQ(cpKey->AddPoint(cpRed.Get(), 9, 9, FALSE), S_OK);
+    EXPECT_EQ(Count(cpKey, FALSE), 2) << "the limit of detection is not that of the object";
+    ASSERT_EQ(Detect(cpKey, cpGreen.Get(), L"type=hls"), S_OK);
+    EXPECT_EQ(Count(cpKey, TRUE), 0) << "of another type";
+}
+
+TEST(CoZKeyBorder, BadCallsAreAnswered)
+{
+    CLogCatcher log;
+    const auto cpKey = NewKey();
+    EXPECT_EQ(cpKey->TypeGet(nullptr), E_POINTER);
+    EXPECT_EQ(cpKey->KeysCountGet(FALSE, nullptr), E_POINTER);
+    EXPECT_EQ(cpKey->RawSet(nullptr), E_POINTER);
+    EXPECT_EQ(cpKey->RawGet(nullptr), E_POINTER);
+    EXPECT_EQ(cpKey->AddPoint(nullptr, 1, 1, FALSE), E_POINTER);
+    EXPECT_EQ(cpKey->AddRect(nullptr, 1, 1, 2, 2, FALSE), E_POINTER);
+    for (const int nMax : {0, -5, 100})
+        EXPECT_EQ(cpKey->MaxKeysSet(nMax, TRUE), S_OK) << "clamped";
+    EXPECT_TRUE(ZQuery<IDispatch>(cpKey));
+    EXPECT_FALSE(ZModule_IsIdle());
+}

@@ -47,7 +47,8 @@ void PutPixel(uint8_t* _pPixel, const TINT& _tintA, const TINT& _tintB, double _
 {
     const double dblShare = std::clamp(_dblShare, 0.0, 1.0);
     for (int c = 0; c < 3; ++c)
-        _pPixel[c] = static_cast<uint8_t>(_tintA.arrBGR[c] + (_tintB.arrBGR[c] - _tintA.arrBGR[c]) * dblShare + 0.5);
+        _pPixel[c] =
+            static_cast<uint8_t>(std::lround(_tintA.arrBGR[c] + (_tintB.arrBGR[c] - _tintA.arrBGR[c]) * dblShare));
     _pPixel[3] = 255;
 }
 

@@ -107,6 +107,7 @@ void Command_AddKey(CLI::App& _app)
     command
         .add_option("-o,--output", spCommand->strOutput,
                     "*.png or name_%05d.png (straight alpha), *.y4m or - (4:4:4 with alpha), *.raw (ARGB32)")
+        ->type_name("FILE")
         ->required();
     command.add_option("--mask", spCommand->strMask, "The mask alone, grey, in any of the kinds of -o");
     command.add_option("--background", spCommand->strBackground,

@@ -4,6 +4,7 @@
 #include "zkhost/HostLog.h"
 
 #include "Base/ZLog.h"
+#include "ZChromaKey/ChromaKeyOptions.h"
 #include "ZChromaKey/KeyAdjust.h"
 
 #include <charconv>
@@ -83,6 +84,23 @@ const CK_ADJUST_INFO& FindAdjust(const std::string& _strName)
     throw CZUsageError(ZFormat("--adjust %s: there is no such adjustment; there are %s", _strName, strNames));
 }
 
+std::string OptionNames()
+{
+    std::string strNames;
+    for (const CK_OPTION& option : ChromaKeyOptions_Table())
+        strNames += std::string(option.pszName) + ", ";
+    return strNames + "detect.type, detect.max_keys, detect.blocks, detect.threshold, detect.key_diff, "
+                      "detect.similarity, detect.borders and show_blocks";
+}
+
+void CheckOptionName(const std::string& _strName)
+{
+    for (const CK_OPTION& option : ChromaKeyOptions_Table())
+        if (_strName == option.pszName)
+            return;
+    throw CZUsageError(ZFormat("--set %s: there is no such option; there are %s", _strName, OptionNames()));
+}
+
 std::string AdjustHelp()
 {
     std::string strText = "Adjustments (--adjust NAME=VALUE):\n";
@@ -101,11 +119,15 @@ void CZKeyOptions::AddInput(CLI::App& _command)
     _command
         .add_option("input", m_strInput,
                     "*.png, *.jpg, name_%05d.png, *.y4m, - (Y4M on standard input), or *.raw with --in")
+        ->type_name("FILE")
         ->required();
-    _command.add_option("--in", m_strRawSpec,
-                        "What headerless input holds: FCC:WxH[@RATE][i|iT|iB][:STRIDE]; a negative height means "
-                        "top-down, for RGB");
-    _command.add_option("--set", m_vecSets, "An option of the plug-in, as NAME=VALUE; may be repeated")
+    _command
+        .add_option("--in", m_strRawSpec,
+                    "What headerless input holds: FCC:WxH[@RATE][i|iT|iB][:STRIDE]; a negative height means "
+                    "top-down, for RGB")
+        ->type_name("SPEC");
+    _command.add_option("--set", m_vecSets, "An option of the plug-in; may be repeated. There are " + OptionNames())
+        ->type_name("NAME=VALUE")
         ->allow_extra_args(false);
     _command.add_flag("--quiet,-q", m_bQuiet, "Only errors on standard error");
     _command.add_flag("--verbose,-v", m_bVerbose, "The plug-in's log on standard error");
@@ -114,25 +136,33 @@ void CZKeyOptions::AddInput(CLI::App& _command)
 void CZKeyOptions::AddKeys(CLI::App& _command)
 {
     constexpr const char* c_pszGroup = "Keys, made on the first frame";
-    _command.add_option("--keys", m_strKeys, "Keys and options from a file that was saved before")->group(c_pszGroup);
+    _command.add_option("--keys", m_strKeys, "Keys and options from a file that was saved before")
+        ->type_name("FILE.xml")
+        ->group(c_pszGroup);
     _command.add_flag("--auto", m_bAuto, "Find a green or blue backdrop")->group(c_pszGroup);
     _command.add_option("--pick", m_vecPicks, "Key the colour at X,Y; --pick, --rect and --exclude may be repeated")
+        ->type_name("X,Y")
         ->allow_extra_args(false)
         ->group(c_pszGroup);
-    _command.add_option("--rect", m_vecRects, "Key the colours in X1,Y1,X2,Y2")
+    _command.add_option("--rect", m_vecRects, "Key the colours in a rectangle")
+        ->type_name("X1,Y1,X2,Y2")
         ->allow_extra_args(false)
         ->group(c_pszGroup);
     _command.add_option("--exclude", m_vecExcludes, "Keep the colour at X,Y")
+        ->type_name("X,Y")
         ->allow_extra_args(false)
         ->group(c_pszGroup);
     _command.add_option("--type", m_strType, "Colour space to key in: rgb, hls or yuv")
         ->check(CLI::IsMember({"rgb", "hls", "yuv"}))
         ->group(c_pszGroup);
-    _command.add_option("--adjust", m_vecAdjusts, "Fine tuning, as NAME=VALUE; may be repeated")
+    _command.add_option("--adjust", m_vecAdjusts, "Fine tuning; may be repeated")
+        ->type_name("NAME=VALUE")
         ->allow_extra_args(false)
         ->group(c_pszGroup);
-    _command.add_option("--save-keys", m_strSaveKeys, "Save what was used to a file")->group(c_pszGroup);
-    _command.footer(AdjustHelp() + _command.get_footer());
+    _command.add_option("--save-keys", m_strSaveKeys, "Save what was used to a file")
+        ->type_name("FILE.xml")
+        ->group(c_pszGroup);
+    _command.footer(AdjustHelp() + "\n" + _command.get_footer());
 }
 
 void CZKeyOptions::ApplyLog() const
@@ -145,8 +175,10 @@ void CZKeyOptions::ApplyOptions(CZKeyer& _keyer) const
     for (const std::string& strSet : m_vecSets)
     {
         const auto [strName, strValue] = SplitPair(strSet, "--set");
-        if (!IsDetectOption(strName))
-            _keyer.OptionSet(strName, strValue);
+        if (IsDetectOption(strName))
+            continue;
+        CheckOptionName(strName);
+        _keyer.OptionSet(strName, strValue);
     }
 }
 

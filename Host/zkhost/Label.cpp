@@ -49,8 +49,8 @@ void Label_Draw(PICTURE& _picture, int _nLeft, int _nTop, int _nScale, uint32_t 
                                            static_cast<int>(vecVertices.size() * sizeof(FONT_VERTEX)));
     for (int i = 0; i < nQuads; ++i)
     {
-        const FONT_VERTEX& first = vecVertices[static_cast<size_t>(4 * i)];
-        const FONT_VERTEX& opposite = vecVertices[static_cast<size_t>(4 * i + 2)];
+        const FONT_VERTEX& first = vecVertices[size_t{4} * static_cast<size_t>(i)];
+        const FONT_VERTEX& opposite = vecVertices[size_t{4} * static_cast<size_t>(i) + 2];
         FillRect(_picture, _nLeft + static_cast<int>(first.x) * _nScale, _nTop + static_cast<int>(first.y) * _nScale,
                  _nLeft + static_cast<int>(opposite.x) * _nScale, _nTop + static_cast<int>(opposite.y) * _nScale,
                  _nRGB);

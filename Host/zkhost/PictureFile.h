@@ -7,5 +7,5 @@
 /// has alpha. Throws CZHostError on any damage or a size over the limits.
 PICTURE PictureFile_Read(const std::string& _strPath);
 
-/// Writes a PNG: 8-bit grey, RGB, or RGBA with straight alpha, after the picture.
+/// Writes a PNG: 8-bit grey, RGB, or RGBA with straight alpha, after the picture. Where alpha is 0, so is the colour.
 void PictureFile_WritePng(const PICTURE& _picture, CZOutFile& _file);

@@ -21,6 +21,8 @@ std::vector<uint8_t> FileOrder(const PICTURE& _picture, int _nChannels)
     uint8_t* pTo = vecPixels.data();
     for (size_t i = 0; i < nPixels; ++i, pFrom += 4, pTo += _nChannels)
     {
+        if (_nChannels == 4 && pFrom[3] == 0)
+            continue; // transparent black: the noise of a backdrop that is gone would be most of the file
         pTo[0] = pFrom[2];
         pTo[1] = pFrom[1];
         pTo[2] = pFrom[0];

@@ -84,6 +84,7 @@ void CZSampleScene::Paint(int64_t _nFrame, PICTURE& _picture, PICTURE& _alpha) c
     const int nBands =
         std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, std::min(16, m_scene.nHeight));
     std::vector<std::jthread> vecThreads;
+    vecThreads.reserve(static_cast<size_t>(nBands));
     for (int i = 0; i < nBands; ++i)
         vecThreads.emplace_back([&, i] {
             const int nTop = static_cast<int>(int64_t{m_scene.nHeight} * i / nBands);

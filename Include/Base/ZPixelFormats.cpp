@@ -36,7 +36,7 @@ constexpr PIXEL_FORMAT c_arrFormats[] = {
 int64_t PackedRowSize(const PIXEL_FORMAT& _format, int32_t _nWidth)
 {
     const int64_t nBytes = int64_t{_format.nBitsPerPixel} * _nWidth / 8;
-    // Masks have rows of 8 bytes throughout the system: their kernels work on 8 pixels at a time.
+    // Masks have strides of whole 8 bytes throughout the system.
     const int64_t nUnit = _format.fccType == eZFCC_RGB8 ? 8 : 4;
     return (nBytes + nUnit - 1) & ~(nUnit - 1);
 }

@@ -30,7 +30,7 @@ void ChromaSet(const ZF_VID_PROPS& _vidProps, ZF_VID_PTR* _pVidPtr)
     const int64_t nChroma = Advance(_pVidPtr->lpVideoPlanes[0], nStride, nLines);
     if (_vidProps.fccType == eZFCC_NV12)
         return PlaneSet(_pVidPtr, 1, nChroma, {_vidProps.nWidth, nLines / 2}, nStride);
-    // Half as wide in every other planar format, Y422 and Y444 included: that is how hosts lay them out.
+    // Half as wide in every other planar format, Y422 and Y444 included, on purpose: image sizes count on it.
     const bool bHalfHeight = FCC_Subsampling(_vidProps.fccType, 1).cy == 2;
     const ZF_SIZE szChroma = {_vidProps.nWidth / 2, bHalfHeight ? nLines / 2 : nLines};
     PlaneSet(_pVidPtr, 1, nChroma, szChroma, nStride / 2);

@@ -10,8 +10,8 @@ namespace
 {
 
 // clang-format off
-// Candidates in the order in which they are tried; the first match wins. For 1920 the interlaced format of a rate comes
-// before the progressive one, for 3840 behind it: that is what these sizes are mostly used for.
+// Candidates in the order in which they are tried; the first match wins. The order breaks ties on purpose: where a
+// record sets no interlace, 1920 prefers the interlaced format of a rate and 3840 the progressive one.
 constexpr uint8_t c_arrPAL[] = {4};
 constexpr uint8_t c_arrNTSC[] = {1, 2};
 constexpr uint8_t c_arr1280[] = {7, 8, 6};

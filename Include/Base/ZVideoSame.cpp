@@ -6,13 +6,13 @@
 namespace
 {
 
-constexpr int32_t c_nLetterbox = 1; // an aspect mode under which pictures of any aspect fit each other
+constexpr int32_t c_nAnyAspect = 1; // the aspect mode that agrees with every aspect
 
 bool IsAspectSame(const ZF_VID_PROPS& _a, const ZF_VID_PROPS& _b)
 {
     const bool bUnsetA = _a.nAspectX == 0 || _a.nAspectY == 0;
     const bool bUnsetB = _b.nAspectX == 0 || _b.nAspectY == 0;
-    return bUnsetA || bUnsetB || _a.nAspectMode == c_nLetterbox || _b.nAspectMode == c_nLetterbox ||
+    return bUnsetA || bUnsetB || _a.nAspectMode == c_nAnyAspect || _b.nAspectMode == c_nAnyAspect ||
            (_a.nAspectX == _b.nAspectX && _a.nAspectY == _b.nAspectY);
 }
 

@@ -7,6 +7,7 @@
 #include "Base/ZLog.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 
 namespace CKUtils
@@ -69,7 +70,7 @@ bool MakeGrid(const PICTURE& _picture, const CK_DETECT_OPTIONS& _options, GRID* 
         return false;
     _pGrid->nBlockWidth = _picture.nWidth / nBlocks;
     _pGrid->nBlockHeight = _picture.nHeight / nBlocks;
-    _pGrid->nFirst = dblBorder > 0 ? static_cast<int32_t>(dblBorder + 0.5) : 0;
+    _pGrid->nFirst = dblBorder > 0 ? static_cast<int32_t>(std::lround(dblBorder)) : 0;
     _pGrid->nLast = nBlocks - _pGrid->nFirst - 1;
     return _pGrid->nFirst <= _pGrid->nLast;
 }
@@ -167,7 +168,7 @@ bool DetectKeys(CKeyCalc* _pKey, uint8_t* _pbInput, const ZF_VID_PROPS* _pInputP
     SEARCH search = {_pKey, {}, {}, CBlockKeys(_pInputProps->fccType, _options.nThreshold), 0};
     if (!OpenPicture(_pbInput, *_pInputProps, &search.picture) || !MakeGrid(search.picture, _options, &search.grid))
         return true;
-    const auto nSide = static_cast<size_t>(search.grid.nLast - search.grid.nFirst + 1);
+    const auto nSide = static_cast<size_t>(search.grid.nLast - search.grid.nFirst) + 1;
     if (_pBlocks)
         _pBlocks->reserve(nSide * nSide);
     if (!SearchGrid(&search, _options, _pBlocks))

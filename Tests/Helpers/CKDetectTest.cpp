@@ -181,7 +181,7 @@ TEST(Detect, ExaminesTheGridInsideTheBorders)
         }
         const int nWidth = 101 / test.nBlocks;
         const int nHeight = 50 / test.nBlocks;
-        const auto nSide = static_cast<size_t>(test.nLast - test.nFirst + 1);
+        const auto nSide = static_cast<size_t>(test.nLast - test.nFirst) + 1;
         ASSERT_EQ(vecBlocks.size(), nSide * nSide);
         EXPECT_EQ(vecBlocks[0].nX, test.nFirst * nWidth);
         EXPECT_EQ(vecBlocks[0].nY, test.nFirst * nHeight);

@@ -186,6 +186,10 @@ TEST(KeyCalcReduce, MergesTheLastKeyIntoItsNearest)
     ASSERT_EQ(calc.nKeys, 3);
     ExpectKey(calc.arrKeys[1], Line(2, 0.5));
     ExpectKey(calc.arrKeys[2], Line(4, 0.25));
+    calc = Calc({Line(-1, 0.25), Line(1, 0.25), Line(0, 0.25)});
+    calc.ReduceKeys(2);
+    ExpectKey(calc.arrKeys[0], Line(-1, 0.75)); // a tie goes to the lower index
+    ExpectKey(calc.arrKeys[1], Line(1, 0.25));
     // A covered key vanishes, and the merge still clears the weight of the key around it.
     calc = Calc({Line(0, 0.25), Line(2, 0.5), Line(2, 0.25)});
     calc.arrKeys[1].dWeight = 4;
@@ -362,11 +366,9 @@ TEST(KeyCalcLog, VerboseLinesTellEachDecision)
     calc.AddKey(Line(1.5, 0.25), 0, false);
     const std::string strLine = "[R:1.500(0.250) G:0.000(0.000) B:0.000(0.000) A:0.000(0.000)]";
     for (const std::string& strWanted :
-         {"AddKey() Key: " + strNew + " NEW:0", "IsSimilar() SIMILAR New:" + strNew + " Old(0):" + strNew,
-          std::string("TOO BIG DIFF: Cur:"),
-          std::string("SetKey() Key: [R:2.000(0.250) G:0.000(0.000) B:0.000(0.000) "
-                      "A:0.000(0.000)] NEW:1"),
-          std::string("A:0.000(0.000)] REPLACE:1"), "->0.18750 New:" + strLine + " Old(1):[R:1.000(0.250) ",
-          "IsSimilar() MERGE (MAX USED) Add:0.06250 Diff:0.18750 New:" + strLine + " Old(1):[R:1.000(0.500) "})
+         {ZFormat("AddKey() Key: %s NEW:0", strNew), ZFormat("IsSimilar() SIMILAR New:%s Old(0):%s", strNew, strNew),
+          std::string("TOO BIG DIFF: Cur:"), std::string("A:0.000(0.000)] NEW:1"),
+          std::string("A:0.000(0.000)] REPLACE:1"), ZFormat("->0.18750 New:%s Old(1):[R:1.000(0.250) ", strLine),
+          ZFormat("MERGE (MAX USED) Add:0.06250 Diff:0.18750 New:%s Old(1):[R:1.000(0.500) ", strLine)})
         EXPECT_EQ(log.Count(strWanted, eZLog_Verbose), 1u) << strWanted;
 }

@@ -122,6 +122,9 @@ TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
         {"key " + strIn + strOut + " --rect 1,2,3", "X1,Y1,X2,Y2"},
         {"key " + strIn + strOut + " --auto --type cmyk", "--type"},
         {"key " + strIn + strOut + " --auto --set keying", "NAME=VALUE"},
+        {"key " + strIn + strOut + " --auto --set gpumode=0", "gpu_mode"},
+        {"key " + strIn + strOut + " --auto --set process.threads=many", "process.threads=many"},
+        {"key " + strIn + strOut + " --auto --adjust smooth=999", "-255 to 255"},
         {"key " + strIn + strOut + " --auto --mask " + File("o.png"), "both name"},
         {"sample -o " + File("s.y4m") + " --size 10", "--size"},
         {"sample -o " + File("s.y4m") + " --format UYVY", "I420"},
@@ -192,7 +195,7 @@ TEST_F(CCommandTest, KeysAreFoundSavedAndUsedAgain)
     EXPECT_EQ(m_folder.Read("a.raw"), m_folder.Read("b.raw"));
     ASSERT_EQ(Run("sheet " + strIn + " --keys " + File("used.xml") + " -o " + File("s.png")), 0) << m_strError;
     EXPECT_GT(PictureFile_Read(m_folder.Path("s.png")).nWidth, 2 * 160);
-    ASSERT_EQ(Run("key " + strIn + " --auto --background #102030 -o " + File("c_%d.png")), 0) << m_strError;
+    ASSERT_EQ(Run("key " + strIn + " --auto --background \"#102030\" -o " + File("c_%d.png")), 0) << m_strError;
     const PICTURE opaque = PictureFile_Read(m_folder.Path("c_1.png"));
     EXPECT_FALSE(opaque.bAlpha);
     EXPECT_NEAR(opaque.Row(8)[4 * 20], 0x30, 24);

@@ -22,12 +22,13 @@ PICTURE Pattern(int _nWidth, int _nHeight, int _nChannels, bool _bAlpha)
     return picture;
 }
 
-TEST(PictureFile, KeepsEveryByte)
+TEST(PictureFile, KeepsEveryByteThatIsSeen)
 {
     const CTempFolder folder;
     for (const auto& [nChannels, bAlpha] : {std::pair(4, true), {4, false}, {1, false}})
     {
-        const PICTURE picture = Pattern(7, 5, nChannels, bAlpha);
+        PICTURE picture = Pattern(7, 5, nChannels, bAlpha);
+        picture.vecPixels[3] = nChannels == 4 && bAlpha ? 0 : picture.vecPixels[3];
         CZOutFile file(folder.Path("a.png"));
         PictureFile_WritePng(picture, file);
         file.Commit();
@@ -36,9 +37,11 @@ TEST(PictureFile, KeepsEveryByte)
         ASSERT_EQ(read.vecPixels.size(), 7u * 5 * 4);
         for (size_t i = 0; i < 7 * 5; ++i)
             for (size_t c = 0; c < 4; ++c)
-                EXPECT_EQ(read.vecPixels[4 * i + c], nChannels == 4 ? picture.vecPixels[4 * i + c]
-                                                     : c == 3       ? 255
-                                                                    : picture.vecPixels[i]);
+            {
+                const bool bSeen = nChannels == 1 || picture.vecPixels[4 * i + 3] != 0;
+                const int nGrey = c == 3 ? 255 : picture.vecPixels[i];
+                EXPECT_EQ(read.vecPixels[4 * i + c], nChannels == 1 ? nGrey : bSeen * picture.vecPixels[4 * i + c]);
+            }
     }
 }
 

@@ -1,5 +1,5 @@
 #include "Support/AllocCounter.h"
-#include "TestFrames.h"
+#include "FrameShorthand.h"
 
 // What a keyed frame costs: a clone, a mask that is attached, and the release of all. Once the pool is warm the heap
 // must not be touched.

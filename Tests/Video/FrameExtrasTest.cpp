@@ -1,4 +1,4 @@
-#include "TestFrames.h"
+#include "FrameShorthand.h"
 
 #include "Support/LogCatcher.h"
 
@@ -18,7 +18,7 @@ std::wstring TextOf(IZFFrame* _pFrame, const wchar_t* _pwszName)
     BSTR bsText = nullptr;
     const HRESULT hr = ZQuery<IZProps>(_pFrame)->PropsGet(_pwszName, &bsText);
     EXPECT_EQ(hr, bsText ? S_OK : S_FALSE);
-    const std::wstring wstrText = bsText ? bsText : L"(none)";
+    std::wstring wstrText = bsText ? bsText : L"(none)";
     SysFreeString(bsText);
     return wstrText;
 }

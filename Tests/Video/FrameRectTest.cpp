@@ -1,4 +1,4 @@
-#include "TestFrames.h"
+#include "FrameShorthand.h"
 
 #include "Support/LogCatcher.h"
 

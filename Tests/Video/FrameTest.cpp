@@ -1,4 +1,4 @@
-#include "TestFrames.h"
+#include "FrameShorthand.h"
 
 #include "Support/LogCatcher.h"
 
@@ -233,6 +233,7 @@ TEST(Frame, ServesManyThreads)
         }
     };
     std::vector<std::thread> vecThreads;
+    vecThreads.reserve(4);
     for (int n = 0; n < 4; ++n)
         vecThreads.emplace_back(fnWork, n);
     for (std::thread& thread : vecThreads)

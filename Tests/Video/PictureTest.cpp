@@ -1,4 +1,4 @@
-#include "TestFrames.h"
+#include "FrameShorthand.h"
 
 #include "Support/LogCatcher.h"
 
@@ -16,7 +16,7 @@ int WorstDifference(const std::vector<uint8_t>& _vecBGRA, const ZF_VID_PTR& _vid
         const int64_t nRow = _bBottomFirst ? szPicture.cy - 1 - y : y;
         const uint8_t* const pRow = Img_RowOf(_vidPtr, 0, nRow);
         for (int n = 0; n < szPicture.cx * 4; ++n)
-            nWorst = std::max(nWorst, std::abs(pRow[n] - _vecBGRA[static_cast<size_t>(y * szPicture.cx * 4 + n)]));
+            nWorst = std::max(nWorst, std::abs(pRow[n] - _vecBGRA[size_t{4} * y * szPicture.cx + n]));
     }
     return nWorst;
 }

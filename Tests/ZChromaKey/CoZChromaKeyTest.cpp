@@ -195,6 +195,7 @@ TEST_F(CoZChromaKey, KeysEveryFormatAndTypeAndLeavesTheInputAlone)
                 ASSERT_TRUE(cpFrame);
                 const auto vecBefore = BytesOf(cpFrame.Get());
                 const auto cpRes = Receive(cpFrame.Get());
+                ASSERT_TRUE(cpRes);
                 ExpectKeyed(cpRes.Get());
                 EXPECT_NE(cpRes.Get(), cpFrame.Get());
                 EXPECT_EQ(PropsOf(cpRes.Get()).fccType, fccType);
@@ -360,6 +361,17 @@ TEST_F(CoZChromaKey, KeysARepeatedFrameOnce)
     EXPECT_FALSE(IsRepeated(cpA.Get())) << "a frame has passed in between";
     cpA->IdentityRenew();
     EXPECT_FALSE(IsRepeated(cpA.Get())) << "new pixels in the same frame object";
+
+    bool bFail = false;
+    const auto cpHook = CHookFrame::Make(cpB.Get(), [&](const std::string& _strMethod) {
+        return bFail && _strMethod == "FrameCreate" ? E_OUTOFMEMORY : S_OK;
+    });
+    EXPECT_FALSE(IsRepeated(cpHook.Get()));
+    cpB->IdentityRenew();
+    bFail = true;
+    Receive(cpHook.Get(), E_OUTOFMEMORY);
+    bFail = false;
+    EXPECT_FALSE(IsRepeated(cpHook.Get())) << "keying it has failed in between";
     EXPECT_EQ(m_cpKeyer->Close(), S_OK);
     EXPECT_FALSE(IsRepeated(cpA.Get()));
 }

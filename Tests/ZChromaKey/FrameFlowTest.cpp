@@ -149,10 +149,12 @@ TEST_F(FrameFlow, FlushAndCloseDropWhatIsUnderWay)
     EXPECT_EQ(Receive(Frame(72).Get(), S_FALSE), 0);
     while (Receive(nullptr) != 72) // the second one is not dropped
         ASSERT_FALSE(HasFailure());
-    EXPECT_EQ(Receive(Frame(80).Get(), S_FALSE), 0);
+    const auto cpDropped = Frame(80);
+    EXPECT_EQ(Receive(cpDropped.Get(), S_FALSE), 0);
     EXPECT_EQ(m_cpKeyer->Close(), S_OK);
     EXPECT_EQ(Receive(nullptr, S_FALSE), 0);
     EXPECT_EQ(RefsOf(cpFrame.Get()), 1u);
+    EXPECT_EQ(RefsOf(cpDropped.Get()), 1u);
 
     const auto cpLast = Frame(88);
     EXPECT_EQ(Receive(cpLast.Get(), S_FALSE), 0) << "works again after Close";

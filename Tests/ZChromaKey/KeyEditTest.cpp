@@ -1,0 +1,281 @@
+#include "Interfaces/IZKey.h"
+#include "Support/LogCatcher.h"
+#include "Support/TestFrames.h"
+#include "ZChromaKey/CoZChromaKey.h"
+#include "ZChromaKey/KeyAdjust.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+struct STATE
+{
+    CHROMA_KEY_RAW key;
+    CK_ADJUST adjust;
+
+    bool operator==(const STATE& _other) const
+    {
+        return std::memcmp(&key, &_other.key, sizeof(key)) == 0 &&
+               std::memcmp(&adjust, &_other.adjust, sizeof(adjust)) == 0;
+    }
+};
+
+class CKeyEditTest : public testing::Test
+{
+protected:
+    CKeyEditTest()
+    {
+        EXPECT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, m_cpKey.PutVoid()), S_OK);
+        m_cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 48);
+    }
+    static STATE StateOf(const CZPtr<IZChromaKey>& _cpKey)
+    {
+        STATE state;
+        EXPECT_EQ(_cpKey->KeyRawGet(&state.key, &state.adjust), S_OK);
+        return state;
+    }
+    STATE State() const
+    {
+        return StateOf(m_cpKey);
+    }
+
+    CZPtr<IZChromaKey> m_cpKey;
+    CZPtr<CZFrame> m_cpFrame;
+};
+
+TEST_F(CKeyEditTest, PicksComeFromTheFrameForKeyingElseFromTheLastInput)
+{
+    const CLogCatcher log(eZLog_Error);
+    EXPECT_EQ(m_cpKey->KeyAddPoint(1, 40), E_UNEXPECTED) << "no frame yet";
+    EXPECT_GT(log.Count("KeyFrameSet"), 0u);
+    CZPtr<IZFFrame> cpResult;
+    ASSERT_EQ(ZQuery<IZFProcess>(m_cpKey)->OnMediaReceive(m_cpFrame.Get(), cpResult.Put()), S_FALSE);
+    ASSERT_EQ(m_cpKey->KeyAddPoint(8, 40), S_OK);
+    const STATE statePicked = State();
+    EXPECT_EQ(statePicked.key.eType, eCKT_YUV);
+    EXPECT_EQ(statePicked.key.nKeysUsed, 1);
+    EXPECT_EQ(statePicked.key.nMaxTransparent, 255);
+
+    const auto cpRed = TestFrame_Make(eZFCC_RGB32, 64, -48);
+    ASSERT_EQ(m_cpKey->KeyFrameSet(cpRed.Get(), m_cpFrame.Get()), S_OK);
+    CZPtr<IZFFrame> cpKeying;
+    CZPtr<IZFFrame> cpBG;
+    EXPECT_EQ(m_cpKey->KeyFrameGet(cpKeying.Put(), cpBG.Put()), S_OK);
+    EXPECT_TRUE(cpKeying.Get() == cpRed.Get() && cpBG.Get() == m_cpFrame.Get());
+    ASSERT_EQ(m_cpKey->KeyExcludePoint(60, 40), S_OK);
+    EXPECT_EQ(State().key.nKeysUsed, 2);
+    EXPECT_EQ(State().key.arrKeys[1].nReverseKey, 1);
+    EXPECT_EQ(State().key.arrKeys[0].nValue, statePicked.key.arrKeys[0].nValue);
+
+    for (const auto& [nX, nY] : {std::pair{-1, 0}, {64, 0}, {0, 48}, {0, INT32_MIN}})
+        EXPECT_EQ(m_cpKey->KeyAddPoint(nX, nY), E_INVALIDARG);
+    EXPECT_EQ(m_cpKey->KeyAddRect(70, 0, 90, 10), E_INVALIDARG);
+    EXPECT_EQ(State().key.nKeysUsed, 2) << "a refused edit changes nothing";
+    EXPECT_EQ(m_cpKey->KeyStepBack(1), S_OK);
+    EXPECT_EQ(State(), statePicked) << "and is no step";
+}
+
+TEST_F(CKeyEditTest, AdjustmentsGoThereAndBackWithoutATrace)
+{
+    ASSERT_EQ(m_cpKey->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
+    ASSERT_EQ(m_cpKey->KeyAddPoint(8, 40), S_OK);
+    ASSERT_EQ(m_cpKey->KeyExcludePoint(60, 40), S_OK);
+    const STATE stateBefore = State();
+    for (const CK_ADJUST_INFO& info : KeyAdjust_Table())
+    {
+        double dblRest = -1;
+        ASSERT_EQ(m_cpKey->KeyAdjustGet(info.eAdjust, &dblRest), S_OK);
+        const double dblOther = info.eAdjust == eCKA_KeyType ? 3.0 : info.dblMax == 0 ? info.dblMin : info.dblMax;
+        EXPECT_EQ(m_cpKey->KeyAdjustSet(info.eAdjust, dblOther), S_OK) << info.pszName;
+        EXPECT_FALSE(State() == stateBefore) << info.pszName;
+        EXPECT_EQ(m_cpKey->KeyAdjustSet(info.eAdjust, dblOther), S_FALSE) << "nothing changes, so no step";
+        EXPECT_EQ(m_cpKey->KeyAdjustSet(info.eAdjust, dblRest), S_OK);
+        EXPECT_EQ(State(), stateBefore) << info.pszName;
+        for (const double dblBad :
+             {info.dblMin - 1, info.dblMax + 1, std::nan(""), std::numeric_limits<double>::infinity()})
+            EXPECT_EQ(m_cpKey->KeyAdjustSet(info.eAdjust, dblBad), E_INVALIDARG) << info.pszName << " " << dblBad;
+    }
+    EXPECT_EQ(m_cpKey->KeyAdjustSet(eCKA_KeyType, 2.5), E_INVALIDARG);
+    EXPECT_EQ(m_cpKey->KeyAdjustSet(static_cast<eCK_Adjust>(17), 0), E_INVALIDARG);
+    double dblValue = 7;
+    EXPECT_EQ(m_cpKey->KeyAdjustGet(static_cast<eCK_Adjust>(-1), &dblValue), E_INVALIDARG);
+    EXPECT_EQ(m_cpKey->KeyAdjustGet(eCKA_Power, nullptr), E_POINTER);
+}
+
+TEST_F(CKeyEditTest, SwitchingKeyingOffKeepsTheKeysForTheNextPick)
+{
+    ASSERT_EQ(m_cpKey->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
+    ASSERT_EQ(m_cpKey->KeyAddPoint(8, 40), S_OK);
+    ASSERT_EQ(m_cpKey->KeyAdjustSet(eCKA_KeyType, eCKT_None), S_OK);
+    EXPECT_EQ(State().key.eType, eCKT_None);
+    ASSERT_EQ(m_cpKey->KeyExcludePoint(60, 40), S_OK);
+    EXPECT_EQ(State().key.eType, eCKT_YUV);
+    EXPECT_EQ(State().key.nKeysUsed, 2);
+}
+
+TEST_F(CKeyEditTest, AThousandRandomEditsEndWhereReplayingTheSurvivorsEnds)
+{
+    std::mt19937 rng(11);
+    const auto Random = [&rng](int _nBound) { return static_cast<int>(rng() % static_cast<unsigned>(_nBound)); };
+    using EDIT = std::function<HRESULT(IZChromaKey*)>;
+    const auto RandomEdit = [&]() -> EDIT {
+        const int nX = Random(64), nY = Random(48), nX2 = Random(64), nY2 = Random(48);
+        switch (Random(6))
+        {
+        case 0:
+            return [=](IZChromaKey* _p) { return _p->KeyAddPoint(nX, nY); };
+        case 1:
+            return [=](IZChromaKey* _p) { return _p->KeyExcludePoint(nX, nY); };
+        case 2:
+            return [=](IZChromaKey* _p) { return _p->KeyAddRect(nX, nY, nX2, nY2); };
+        case 3:
+            return [](IZChromaKey* _p) { return _p->KeyReset(); };
+        case 4: // types, too
+            return [nType = 1 + Random(4)](IZChromaKey* _p) { return _p->KeyAdjustSet(eCKA_KeyType, nType); };
+        default:
+            return [eAdjust = static_cast<eCK_Adjust>(1 + Random(16)), nX](IZChromaKey* _p) {
+                return _p->KeyAdjustSet(eAdjust, eAdjust == eCKA_MaxTransparent ? -nX : nX);
+            };
+        }
+    };
+    ASSERT_EQ(m_cpKey->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
+    std::vector<EDIT> vecEdits; // those that were steps; the first nInForce are in force
+    size_t nInForce = 0;
+    for (int i = 0; i < 1000; ++i)
+    {
+        const int nSteps = Random(4);
+        const int nKind = Random(3);
+        if (nKind == 1)
+        {
+            const size_t nBack = std::min<size_t>(static_cast<size_t>(nSteps), nInForce);
+            EXPECT_EQ(m_cpKey->KeyStepBack(nSteps), nBack ? S_OK : S_FALSE);
+            nInForce -= nBack;
+            continue;
+        }
+        if (nKind == 2)
+        {
+            const size_t nForward = std::min<size_t>(static_cast<size_t>(nSteps), vecEdits.size() - nInForce);
+            EXPECT_EQ(m_cpKey->KeyStepFwd(nSteps), nForward ? S_OK : S_FALSE);
+            nInForce += nForward;
+            continue;
+        }
+        const EDIT fnEdit = RandomEdit();
+        const STATE stateBefore = State();
+        fnEdit(m_cpKey.Get());
+        if (State() == stateBefore)
+            continue; // changed nothing, so it is no step
+        vecEdits.resize(nInForce);
+        vecEdits.push_back(fnEdit);
+        ++nInForce;
+    }
+    CZPtr<IZChromaKey> cpReplay;
+    ASSERT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, cpReplay.PutVoid()), S_OK);
+    ASSERT_EQ(cpReplay->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
+    for (size_t i = 0; i < nInForce; ++i)
+        vecEdits[i](cpReplay.Get());
+    ASSERT_GT(nInForce, 20u) << "too few edits survived to say anything";
+    EXPECT_EQ(StateOf(cpReplay), State());
+    EXPECT_EQ(m_cpKey->KeyStepBack(-1), E_INVALIDARG);
+    EXPECT_EQ(m_cpKey->KeyStepFwd(INT32_MIN), E_INVALIDARG);
+    EXPECT_EQ(m_cpKey->KeyStepBack(INT32_MAX), S_OK);
+    EXPECT_EQ(m_cpKey->KeyStepBack(1), S_FALSE);
+}
+
+TEST_F(CKeyEditTest, KeyObjectsCarryTheSetBetweenPlugIns)
+{
+    ASSERT_EQ(m_cpKey->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
+    ASSERT_EQ(m_cpKey->KeyAddPoint(8, 40), S_OK);
+    CZPtr<IZKey> cpObject;
+    ASSERT_EQ(m_cpKey->KeyGet(nullptr, cpObject.Put()), S_OK);
+    ASSERT_EQ(cpObject->AddPoint(m_cpFrame.Get(), 60, 40, TRUE), S_OK);
+    CZPtr<IZChromaKey> cpOther;
+    ASSERT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, cpOther.PutVoid()), S_OK);
+    ASSERT_EQ(cpOther->KeySet(cpObject.Get()), S_OK);
+    ASSERT_EQ(m_cpKey->KeyExcludePoint(60, 40), S_OK);
+    EXPECT_EQ(StateOf(cpOther), State());
+    EXPECT_EQ(cpOther->KeySet(nullptr), E_POINTER);
+    EXPECT_EQ(cpOther->KeyGet(nullptr, nullptr), E_POINTER);
+}
+
+TEST_F(CKeyEditTest, DetectionShowsTheBlocksItExamined)
+{
+    ASSERT_EQ(m_cpKey->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
+    std::wstring wstrOptions = L"blocks=8 borders=0 show_blocks=true";
+    const BSTR bsOptions = SysAllocString(wstrOptions.c_str());
+    ASSERT_EQ(m_cpKey->KeyDetect(bsOptions), S_OK);
+    SysFreeString(bsOptions);
+    CZPtr<IZFFrame> cpShown;
+    CZPtr<IZFFrame> cpBG;
+    ASSERT_EQ(m_cpKey->KeyFrameGet(cpShown.Put(), cpBG.Put()), S_OK);
+    ASSERT_NE(cpShown.Get(), static_cast<IZFFrame*>(m_cpFrame.Get()));
+    ZF_VID_PTR vidPtr = {};
+    ASSERT_EQ(cpShown->VideoPtrGet(eZFP_Flip, &vidPtr), S_OK);
+    const auto At = [&](int _nX, int _nY) {
+        uint32_t nPixel = 0;
+        std::memcpy(&nPixel,
+                    reinterpret_cast<const uint8_t*>(vidPtr.lpVideoPlanes[0]) +
+                        ptrdiff_t{vidPtr.cbVideoRowBytes[0]} * _nY + 4 * _nX,
+                    4);
+        return nPixel;
+    };
+    EXPECT_EQ(At(0, 42), 0xFFFFFFFFu) << "a block of the green half";
+    EXPECT_EQ(At(63, 47), 0xFF000000u) << "a block of the red half";
+    EXPECT_NE(At(4, 45), 0xFFFFFFFFu) << "only the outline is drawn";
+    wstrOptions = L"blocks=many";
+    const BSTR bsBad = SysAllocString(wstrOptions.c_str());
+    const CLogCatcher log(eZLog_Error);
+    EXPECT_EQ(m_cpKey->KeyDetect(bsBad), E_INVALIDARG);
+    SysFreeString(bsBad);
+    EXPECT_GT(log.Count("blocks"), 0u);
+}
+
+TEST_F(CKeyEditTest, IsSavedAndLoadedWithItsOptions)
+{
+    const auto pathFile = std::filesystem::temp_directory_path() / "zck_key_edit_test.xml";
+    ASSERT_EQ(m_cpKey->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
+    ASSERT_EQ(m_cpKey->KeyAddPoint(8, 40), S_OK);
+    ASSERT_EQ(m_cpKey->KeyAdjustSet(eCKA_Power, 12.5), S_OK);
+    ASSERT_EQ(ZQuery<IZProps>(m_cpKey)->PropsSet(L"process.threads", L"3"), S_OK);
+    const auto cpPersist = ZQuery<IZFPersist>(m_cpKey);
+    ASSERT_EQ(cpPersist->PersistSaveToFile(pathFile.wstring().c_str()), S_OK);
+    BSTR bsDocument = nullptr;
+    ASSERT_EQ(cpPersist->PersistSaveToString(&bsDocument), S_OK);
+
+    for (const std::wstring& wstrFrom : {pathFile.wstring(), std::wstring(bsDocument)})
+    {
+        CZPtr<IZChromaKey> cpOther;
+        ASSERT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, cpOther.PutVoid()), S_OK);
+        ASSERT_EQ(ZQuery<IZFPersist>(cpOther)->PersistLoad(wstrFrom.c_str()), S_OK);
+        EXPECT_EQ(StateOf(cpOther), State());
+        BSTR bsThreads = nullptr;
+        EXPECT_EQ(ZQuery<IZProps>(cpOther)->PropsGet(L"process.threads", &bsThreads), S_OK);
+        EXPECT_STREQ(bsThreads, L"3");
+        SysFreeString(bsThreads);
+        EXPECT_EQ(cpOther->KeyStepBack(1), S_OK) << "loading is a step";
+        EXPECT_EQ(StateOf(cpOther).key.nKeysUsed, 0);
+    }
+    SysFreeString(bsDocument);
+    std::filesystem::remove(pathFile);
+
+    const STATE stateBefore = State();
+    const CLogCatcher log(eZLog_Error);
+    EXPECT_EQ(cpPersist->PersistLoad(L"<zl-root>\n<ZChromaKey"), E_INVALIDARG);
+    EXPECT_GT(log.Count("line 2, column"), 0u);
+    EXPECT_EQ(cpPersist->PersistLoad(L"no/such/file.xml"), E_FAIL);
+    EXPECT_GT(log.Count("no/such/file.xml"), 0u);
+    EXPECT_EQ(cpPersist->PersistLoad(nullptr), E_POINTER);
+    EXPECT_EQ(cpPersist->PersistSaveToFile(L"no/such/folder/file.xml"), E_FAIL);
+    EXPECT_EQ(State(), stateBefore);
+}
+
+} // namespace

@@ -1,0 +1,157 @@
+#include "Support/TestFrames.h"
+#include "ZChromaKey/CoZChromaKey.h"
+#include "zkhost/SampleScene.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <random>
+#include <string>
+
+// How well keys from one detection or one pick are, on the generated scene, whose true alpha is known. The program
+// prints its table; run it alone to see it.
+
+namespace
+{
+
+constexpr int c_nWidth = 1280;
+constexpr int c_nHeight = 720;
+
+struct SCENE
+{
+    PICTURE picture;
+    PICTURE truth;
+};
+
+const SCENE& Scene(bool _bBlue)
+{
+    static SCENE s_arrScenes[2];
+    SCENE& scene = s_arrScenes[_bBlue];
+    if (scene.picture.vecPixels.empty())
+        CZSampleScene({.nWidth = c_nWidth, .nHeight = c_nHeight, .bBlue = _bBlue}).Paint(7, scene.picture, scene.truth);
+    return scene;
+}
+
+uint8_t Truth(const SCENE& _scene, int _nX, int _nY)
+{
+    return _scene.truth.Row(_nY)[_nX];
+}
+
+CZPtr<CZFrame> SceneFrame(const SCENE& _scene, uint32_t _fccType)
+{
+    ZF_VID_PROPS vidProps = {};
+    vidProps.fccType = _fccType;
+    vidProps.nWidth = c_nWidth;
+    vidProps.nHeight = -c_nHeight;
+    vidProps.dblRate = 50;
+    vidProps.eInterlace = eZI_Progressive;
+    CZPtr<CZFrame> cpFrame;
+    ZF_VID_PTR vidPtr = {};
+    EXPECT_EQ(ZFrame_Create(vidProps, cpFrame.Put()), S_OK);
+    EXPECT_EQ(cpFrame->VideoPropsGet(&vidProps), S_OK);
+    EXPECT_EQ(cpFrame->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtr), S_OK);
+    EXPECT_EQ(ZFrameWriter_Write(vidProps, vidPtr, _scene.picture.vecPixels.data(), ptrdiff_t{4} * c_nWidth), S_OK);
+    return cpFrame;
+}
+
+/// Share of the backdrop keyed to 0, and of the solid foreground kept at 255.
+struct QUALITY
+{
+    double dblKeyed;
+    double dblKept;
+};
+
+/// The plug-in object, working on the calling thread.
+struct PLUGIN
+{
+    PLUGIN()
+    {
+        EXPECT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, cpKey.PutVoid()), S_OK);
+        cpProcess = ZQuery<IZFProcess>(cpKey);
+        ZQuery<IZProps>(cpKey)->PropsSet(L"output.thread", L"false");
+    }
+    QUALITY Key(const SCENE& _scene, IZFFrame* _pFrame) const
+    {
+        CZPtr<IZFFrame> cpResult;
+        EXPECT_EQ(cpProcess->OnMediaReceive(_pFrame, cpResult.Put()), S_OK);
+        CZPtr<IUnknown> cpAttached;
+        EXPECT_EQ(cpResult->AttachmentGet(L"mask", cpAttached.Put()), S_OK);
+        const auto cpMask = ZQuery<IZFFrame>(cpAttached);
+        ZF_VID_PTR vidPtr = {};
+        if (!cpMask || FAILED(cpMask->VideoPtrGet(eZFP_Flip, &vidPtr)))
+            return {};
+        double arrCount[2] = {};
+        double arrRight[2] = {};
+        for (int y = 0; y < c_nHeight; ++y)
+            for (int x = 0; x < c_nWidth; ++x)
+            {
+                const uint8_t nTruth = Truth(_scene, x, y);
+                if (nTruth != 0 && nTruth != 255)
+                    continue;
+                const auto* const pRow = reinterpret_cast<const uint8_t*>(vidPtr.lpVideoPlanes[0]) +
+                                         ptrdiff_t{vidPtr.cbVideoRowBytes[0]} * y;
+                ++arrCount[nTruth != 0];
+                arrRight[nTruth != 0] += pRow[x] == nTruth;
+            }
+        return {100 * arrRight[0] / arrCount[0], 100 * arrRight[1] / arrCount[1]};
+    }
+
+    CZPtr<IZChromaKey> cpKey;
+    CZPtr<IZFProcess> cpProcess;
+};
+
+void Expect(const char* _pszScene, uint32_t _fccType, const std::string& _strMethod, const QUALITY& _quality)
+{
+    std::printf("%-5s  %-6s  %-16s  backdrop keyed %6.2f %%   foreground kept %6.2f %%\n", _pszScene,
+                FCC_Name(_fccType).c_str(), _strMethod.c_str(), _quality.dblKeyed, _quality.dblKept);
+    EXPECT_GE(_quality.dblKeyed, 99.0) << _pszScene << " " << FCC_Name(_fccType) << " " << _strMethod;
+    EXPECT_GE(_quality.dblKept, 99.5) << _pszScene << " " << FCC_Name(_fccType) << " " << _strMethod;
+}
+
+/// Points whose neighbourhood is nothing but backdrop.
+std::vector<std::pair<int, int>> BackdropPoints(const SCENE& _scene, size_t _nCount)
+{
+    std::mt19937 rng(5);
+    std::vector<std::pair<int, int>> vecPoints;
+    while (vecPoints.size() < _nCount)
+    {
+        const int nX = 4 + static_cast<int>(rng() % (c_nWidth - 8));
+        const int nY = 4 + static_cast<int>(rng() % (c_nHeight - 8));
+        bool bBackdrop = true;
+        for (int y = nY - 4; y <= nY + 4; ++y)
+            for (int x = nX - 4; x <= nX + 4; ++x)
+                bBackdrop = bBackdrop && Truth(_scene, x, y) == 0;
+        if (bBackdrop)
+            vecPoints.emplace_back(nX, nY);
+    }
+    return vecPoints;
+}
+
+TEST(KeyQuality, OneDetectionOrOnePickKeysTheBackdropAndKeepsTheForeground)
+{
+    for (const bool bBlue : {false, true})
+        for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_UYVY, eZFCC_NV12, eZFCC_v210})
+        {
+            const SCENE& scene = Scene(bBlue);
+            const char* const pszScene = bBlue ? "blue" : "green";
+            const auto cpFrame = SceneFrame(scene, fccType);
+            const PLUGIN plugin;
+            ASSERT_EQ(plugin.cpKey->KeyFrameSet(cpFrame.Get(), nullptr), S_OK);
+            EXPECT_EQ(plugin.cpKey->KeyDetect(nullptr), S_OK);
+            Expect(pszScene, fccType, "auto", plugin.Key(scene, cpFrame.Get()));
+            QUALITY worst = {100, 100};
+            for (const auto& [nX, nY] : BackdropPoints(scene, 20))
+            {
+                ASSERT_EQ(plugin.cpKey->KeyReset(), S_OK);
+                ASSERT_EQ(plugin.cpKey->KeyAddPoint(nX, nY), S_OK);
+                const QUALITY quality = plugin.Key(scene, cpFrame.Get());
+                worst = {std::min(worst.dblKeyed, quality.dblKeyed), std::min(worst.dblKept, quality.dblKept)};
+            }
+            Expect(pszScene, fccType, "worst of 20 picks", worst);
+            ASSERT_EQ(plugin.cpKey->KeyReset(), S_OK);
+            ASSERT_EQ(plugin.cpKey->KeyAddRect(20, 200, 220, 400), S_OK);
+            Expect(pszScene, fccType, "one rectangle", plugin.Key(scene, cpFrame.Get()));
+        }
+}
+
+} // namespace

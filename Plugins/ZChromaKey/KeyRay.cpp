@@ -67,8 +67,8 @@ CALC_KEY BoxBetween(const CALC_KEY& _sample, const RAY& _ray, double _dblDark, d
 
 /// Levels of a key's ellipsoid: 1 where its half-axes end, 4 at twice as far.
 constexpr double c_dblLeastOuter = 2.2; // where the soft edge ends,
-constexpr double c_dblMostOuter = 6.0;  // whatever the way to grey
-constexpr double c_dblWayToGrey = 0.5;
+constexpr double c_dblMostOuter = 4.0;  // whatever the way to grey
+constexpr double c_dblWayToGrey = 0.4;
 
 double Delta(const SINGLE_KEY& _key, int _nByte)
 {

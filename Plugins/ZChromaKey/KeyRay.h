@@ -13,9 +13,9 @@ struct KEY_LIGHT
     double dblBrightest;
 };
 
-/// What is assumed about a backdrop of which one spot was picked: light falls off to two fifths, and the spot may
+/// What is assumed about a backdrop of which one spot was picked: light falls off to half, and the spot may
 /// itself be the darkest or the brightest one.
-inline constexpr KEY_LIGHT c_lightUnknown = {0.4, 2.5};
+inline constexpr KEY_LIGHT c_lightUnknown = {0.5, 2.5};
 
 /// The keys of a backdrop that one sample of it stands for.
 ///

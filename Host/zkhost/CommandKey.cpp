@@ -79,7 +79,7 @@ void Run(const KEY_COMMAND& _command)
     const auto upSource = Stream_Open(_command.options.Input(), _command.options.RawSpec());
     CZKeyOutputs outputs(_command, upSource->Stream());
     CZKeyer keyer;
-    keyer.OptionSet("output.argb", "true"); // the alpha in the frame, and its colours cleaned
+    keyer.OptionNeed("output.argb", "true"); // the alpha in the frame, and its colours cleaned
     const int64_t nAll = upSource->Stream().nFrames;
     CZProgress progress("keyed",
                         _command.nFrames > 0 && (nAll < 0 || nAll > _command.nFrames) ? _command.nFrames : nAll,

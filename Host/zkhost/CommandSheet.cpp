@@ -88,7 +88,7 @@ void KeyOneFrame(const SHEET_COMMAND& _command, CZKeyer& _keyer, PICTURE& _sourc
     CZPtr<IZFFrame> cpFrame = upSource->Next();
     if (!cpFrame)
         throw CZHostError(ZFormat("%s holds no frame", _command.options.Input()));
-    _keyer.OptionSet("output.argb", "true");
+    _keyer.OptionNeed("output.argb", "true");
     _command.options.ApplyKeys(_keyer, cpFrame.Get());
     for (int64_t i = 1; i < _command.nFrame; ++i)
     {

@@ -79,6 +79,22 @@ void CZKeyer::OptionSet(const std::string& _strName, const std::string& _strValu
         throw CZUsageError(
             ZFormat("--set %s=%s: the value does not fit this option; %s", _strName, _strValue, HostLog_LastError()));
     Check(hr, ZFormat("--set %s=%s", _strName, _strValue));
+    m_mapNeeds.erase(_strName);
+}
+
+void CZKeyer::OptionNeed(const std::string& _strName, const std::string& _strValue)
+{
+    OptionSet(_strName, _strValue);
+    m_mapNeeds[_strName] = _strValue;
+}
+
+template <class Saving> void CZKeyer::WithoutNeeds(Saving&& _fnSave)
+{
+    for (const auto& [strName, strValue] : m_mapNeeds)
+        m_cpProps->PropsSet(ZText_ToWide(strName).c_str(), nullptr);
+    _fnSave();
+    for (const auto& [strName, strValue] : m_mapNeeds)
+        m_cpProps->PropsSet(ZText_ToWide(strName).c_str(), ZText_ToWide(strValue).c_str());
 }
 
 void CZKeyer::Load(const std::string& _strPath)
@@ -90,13 +106,17 @@ void CZKeyer::Load(const std::string& _strPath)
 
 void CZKeyer::Save(const std::string& _strPath)
 {
-    Check(m_cpPersist->PersistSaveToFile(ZText_ToWide(_strPath).c_str()), ZFormat("saving the keys to %s", _strPath));
+    HRESULT hr = S_OK;
+    WithoutNeeds([&] { hr = m_cpPersist->PersistSaveToFile(ZText_ToWide(_strPath).c_str()); });
+    Check(hr, ZFormat("saving the keys to %s", _strPath));
 }
 
 std::string CZKeyer::Document()
 {
     BSTR bsDocument = nullptr;
-    Check(m_cpPersist->PersistSaveToString(&bsDocument), "writing the keys down");
+    HRESULT hr = S_OK;
+    WithoutNeeds([&] { hr = m_cpPersist->PersistSaveToString(&bsDocument); });
+    Check(hr, "writing the keys down");
     return TakeText(bsDocument);
 }
 

@@ -8,6 +8,7 @@
 #include "Interfaces/IZProps.h"
 
 #include <functional>
+#include <map>
 #include <string>
 
 /// A chroma-key object of the plug-in module that lies beside this program, made through its class factory.
@@ -25,6 +26,8 @@ public:
         return m_cpKey.Get();
     }
     void OptionSet(const std::string& _strName, const std::string& _strValue);
+    /// An option that this program needs and the person did not ask for: it is not saved with the keys.
+    void OptionNeed(const std::string& _strName, const std::string& _strValue);
     void Load(const std::string& _strPath);
     void Save(const std::string& _strPath);
     /// The key set and options as a document.
@@ -42,12 +45,14 @@ public:
 
 private:
     bool Receive(IZFFrame* _pFrameOrNull, const std::function<void(IZFFrame*)>& _fnResult);
+    template <class Saving> void WithoutNeeds(Saving&& _fnSave);
 
     CZPtr<IZChromaKey> m_cpKey;
     CZPtr<IZFProcess> m_cpProcess;
     CZPtr<IZProps> m_cpProps;
     CZPtr<IZPlugin> m_cpPlugin;
     CZPtr<IZFPersist> m_cpPersist;
+    std::map<std::string, std::string> m_mapNeeds;
     int64_t m_nFrames = 0;
     int64_t m_nResults = 0;
 };

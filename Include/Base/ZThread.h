@@ -62,6 +62,8 @@ template <class Owner> class CSimpleThreadBase : public CZWorkerThread
 public:
     HRESULT Start(Owner* _pOwner, void (Owner::*_pfnBody)(), const char* _pszOwner)
     {
+        if (IsRunning())
+            return S_FALSE; // before the body is wrapped, which takes memory
         return CZWorkerThread::Start([_pOwner, _pfnBody] { (_pOwner->*_pfnBody)(); }, _pszOwner);
     }
 };

@@ -6,7 +6,8 @@
 struct IZFProcess : public IUnknown
 {
     /// Takes a frame (or null, to fetch what is still under way) and hands out a result frame, which the caller
-    /// releases. The input is never written to and no longer used once its result has been handed out.
+    /// releases. The input is never written to; a reference to the last one is kept for picking keys and for telling
+    /// repeated frames, until the next one or Close.
     /// S_FALSE and null: no result for this call. Z_E_TIMEOUT and null: the frame before is still being processed
     /// after 1000 ms, and this one was not taken. E_POINTER: no result pointer.
     /// Calls come from one thread at a time.

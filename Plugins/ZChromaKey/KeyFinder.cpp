@@ -17,8 +17,11 @@ namespace
 /// accepted, it may have been a stray one: the search is made again without those blocks, and the larger find counts.
 constexpr size_t c_nFewBlocks = 2;
 
-/// The corners of a picture, which are not examined, are darker than the rest.
+/// The corners of a picture, which are not examined, and blocks of its shadows, which are not flat, are darker than the
+/// rest; highlights are brighter.
 constexpr double c_dblMargin = 1.15;
+constexpr double c_dblDarker = 0.75;
+constexpr double c_dblBrighter = 1.15;
 
 /// A frame as detection reads it, from its top row.
 struct WORKING_PICTURE
@@ -86,11 +89,19 @@ size_t NearestKey(const CKeyCalc& _calc, const CALC_KEY& _key)
     return nNearest;
 }
 
-/// Each key of the calculator as the box of the pixels in the accepted blocks that are nearest to it. The calculator
-/// keeps centres where the first block of a key was, and counts every stray block.
-std::vector<CALC_KEY> FitKeys(WORKING_PICTURE* _pPicture, const FIND& _find, eCK_Type _eSpace, const CKeyCalc& _calc)
+/// The pixels of accepted blocks that are nearest to one key.
+struct FOUND
 {
-    std::vector<CKeyStats> vecStats(static_cast<size_t>(_calc.nKeys));
+    CKeyStats stats;
+    CALC_KEY keySmall = {}; ///< sum of the boxes of single blocks: noise without the unevenness of the light
+    int nBlocks = 0;
+};
+
+/// Sorts the accepted blocks by keys. The calculator keeps centres where the first block of a key was, and counts every
+/// stray block; the pixels tell better.
+std::vector<FOUND> SortBlocks(WORKING_PICTURE* _pPicture, const FIND& _find, eCK_Type _eSpace, const CKeyCalc& _calc)
+{
+    std::vector<FOUND> vecFound(static_cast<size_t>(_calc.nKeys));
     for (const CK_BLOCK& block : _find.vecBlocks)
     {
         if (block.eVerdict != CKUtils::eCKB_Accepted)
@@ -98,16 +109,36 @@ std::vector<CALC_KEY> FitKeys(WORKING_PICTURE* _pPicture, const FIND& _find, eCK
         CKeyStats stats;
         for (int y = 0; y < block.nHeight; ++y)
             stats.Add(_pPicture->At(block.nX, block.nY + y), block.nWidth);
-        vecStats[NearestKey(_calc, stats.Box(_eSpace))].Add(stats);
+        const CALC_KEY key = stats.Box(_eSpace);
+        FOUND& found = vecFound[NearestKey(_calc, key)];
+        found.stats.Add(stats);
+        ++found.nBlocks;
+        for (int i = 0; i < 4; ++i)
+            found.keySmall.dDelta[i] += key.dDelta[i];
     }
-    std::vector<CALC_KEY> vecKeys;
-    for (size_t i = 0; i < vecStats.size(); ++i)
-    {
-        vecKeys.push_back(vecStats[i].Count() ? vecStats[i].Box(_eSpace) : _calc.arrKeys[i]);
-        for (int nChannel = 0; nChannel < 3; ++nChannel)
-            vecKeys.back().dDelta[nChannel] *= c_dblMargin;
-    }
-    return vecKeys;
+    return vecFound;
+}
+
+/// One key around all the pixels, widened to the colour that detection pulls it to.
+CALC_KEY FittedKey(const FOUND& _found, eCK_Type _eSpace, const CALC_KEY& _keyPulled)
+{
+    CALC_KEY key = _found.stats.Box(_eSpace);
+    for (int i = 0; i < 3; ++i)
+        key.dDelta[i] *= c_dblMargin;
+    if (_eSpace == eCKT_YUV)
+        ReachTo(_keyPulled.dValue, &key);
+    KeyStats_Widen(&key, _eSpace);
+    return key;
+}
+
+/// The keys of a backdrop under the light that was measured on it.
+std::vector<CALC_KEY> LitKeys(const FOUND& _found, eCK_Type _eSpace)
+{
+    CALC_KEY key = _found.stats.Box(_eSpace);
+    for (int i = 0; i < 3; ++i)
+        key.dDelta[i] = _found.keySmall.dDelta[i] / _found.nBlocks;
+    const KEY_LIGHT light = _found.stats.Light(_eSpace);
+    return KeyRay_Boxes(key, _eSpace, {light.dblDarkest * c_dblDarker, light.dblBrightest * c_dblBrighter});
 }
 
 /// Blackens accepted blocks: they are of no class then.
@@ -135,12 +166,15 @@ FIND Search(WORKING_PICTURE* _pPicture, eCK_Type _eSpace, eZYMatrix _eMatrix, CK
         static_cast<size_t>(std::count_if(find.vecBlocks.begin(), find.vecBlocks.end(), [](const CK_BLOCK& _block) {
             return _block.eVerdict == CKUtils::eCKB_Accepted;
         }));
-    find.vecKeys = FitKeys(_pPicture, find, _eSpace, calc);
-    for (size_t i = 0; i < find.vecKeys.size(); ++i)
+    const std::vector<FOUND> vecFound = SortBlocks(_pPicture, find, _eSpace, calc);
+    for (size_t i = 0; i < vecFound.size(); ++i)
     {
-        if (_eSpace == eCKT_YUV)
-            ReachTo(calcPulled.arrKeys[i].dValue, &find.vecKeys[i]);
-        KeyStats_Widen(&find.vecKeys[i], _eSpace);
+        std::vector<CALC_KEY> vecKeys = {calc.arrKeys[i]};
+        if (vecFound[i].nBlocks > 0 && _options.nMaxKeys < 1 && _eSpace != eCKT_HLS)
+            vecKeys = LitKeys(vecFound[i], _eSpace);
+        else if (vecFound[i].nBlocks > 0)
+            vecKeys[0] = FittedKey(vecFound[i], _eSpace, calcPulled.arrKeys[i]);
+        find.vecKeys.insert(find.vecKeys.end(), vecKeys.begin(), vecKeys.end());
     }
     return find;
 }

@@ -45,17 +45,27 @@ void CKeyStats::Add(const CKeyStats& _stats)
     m_nPixels += _stats.m_nPixels;
 }
 
-int CKeyStats::Median(int _nByte) const
+int CKeyStats::Percentile(int _nByte, uint64_t _nPercent) const
 {
     uint64_t nBelow = 0;
     int nValue = 0;
     for (; nValue < 255; ++nValue)
     {
         nBelow += m_arrCounts[_nByte][nValue];
-        if (2 * nBelow >= m_nPixels)
+        if (100 * nBelow >= _nPercent * m_nPixels)
             break;
     }
     return nValue;
+}
+
+KEY_LIGHT CKeyStats::Light(eCK_Type _eSpace) const
+{
+    int nByte = 0; // luma of YUV, the strongest channel of RGB
+    for (int i = 1; _eSpace == eCKT_RGB && i < 3; ++i)
+        nByte = Median(i) > Median(nByte) ? i : nByte;
+    const int nBlack = _eSpace == eCKT_YUV ? 16 : 0;
+    const double dblMiddle = std::max(Median(nByte) - nBlack, 1);
+    return {std::max(Percentile(nByte, 1) - nBlack, 1) / dblMiddle, (Percentile(nByte, 99) - nBlack) / dblMiddle};
 }
 
 /// The distance from the median that four fifths of the pixels keep to.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Helpers/CKUtils.h"
+#include "ZChromaKey/KeyRay.h"
 
 #include <cstdint>
 
@@ -21,11 +22,17 @@ public:
     /// reach the corners of their boxes. Never below what suits the space (a backdrop has more colours than were
     /// sampled), nor above 80 levels. At least one pixel must have been added. Alpha: 1, one level.
     CKUtils::CALC_KEY Box(eCK_Type _eSpace) const;
+    /// How bright the darkest and the brightest pixels are, one in a hundred aside, compared with the middle of all.
+    KEY_LIGHT Light(eCK_Type _eSpace) const;
     /// Whether most of other pixels are like these: their medians lie in the box.
     bool IsLike(const CKeyStats& _other, eCK_Type _eSpace) const;
 
 private:
-    int Median(int _nByte) const;
+    int Percentile(int _nByte, uint64_t _nPercent) const;
+    int Median(int _nByte) const
+    {
+        return Percentile(_nByte, 50);
+    }
     int Spread(int _nByte, int _nMedian) const;
 
     uint64_t m_nPixels = 0;

@@ -339,7 +339,8 @@ TEST(CoZKeyDetect, MakesAKeyThatKeys)
     };
     for (const RGB& rgb : {c_rgbGreen, c_rgbBlue})
         for (const uint32_t fccType : {eZFCC_ARGB32, eZFCC_UYVY, eZFCC_NV12})
-            for (const wchar_t* pwszProps : {L"", L"detect.type=rgb", L"type=hls", L"detect.type=yuv max_keys=4"})
+            for (const wchar_t* pwszProps :
+                 {L"", L"detect.type=rgb", L"type=hls", L"detect.type=yuv max_keys=4", L"type=yuv max_keys=1"})
             {
                 SCOPED_TRACE(testing::Message() << "G " << rgb.nG << std::hex << " format " << fccType << ' '
                                                 << ZText_FromWide(pwszProps));
@@ -353,8 +354,7 @@ TEST(CoZKeyDetect, MakesAKeyThatKeys)
                 EXPECT_GT(share.dblBackdrop, std::wcsstr(pwszProps, L"rgb") ? 94 : 97);
                 EXPECT_LT(share.dblForeground, 2);
                 EXPECT_EQ(RawOf(cpKey).nMaxTransparent, 255);
-                const bool bMany = std::wcsstr(pwszProps, L"max_keys") != nullptr;
-                EXPECT_LE(Count(cpKey, FALSE), bMany ? 4 : 1);
+                EXPECT_LE(Count(cpKey, FALSE), std::wcsstr(pwszProps, L"max_keys=1") ? 1 : 4);
                 eCK_Type eType = eCKT_None;
                 EXPECT_EQ(cpKey->TypeGet(&eType), S_OK);
                 EXPECT_EQ(eType == eCKT_Auto, *pwszProps == 0) << "a type among the options is set";

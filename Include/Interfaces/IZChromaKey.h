@@ -47,7 +47,7 @@ struct IZChromaKey : public IDispatch
     virtual HRESULT STDMETHODCALLTYPE KeySet(IZKey* _pKeyObject) = 0;
     /// Get key value object, use last input frame or user-specifed key, for specify BG image use _bsProps =
     /// 'background='path''.
-    /// _ppKeyObject: the caller releases it.
+    /// _ppKeyObject: the caller releases it. A frame given becomes the one that keys are taken from.
     virtual HRESULT STDMETHODCALLTYPE KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyObject) = 0;
 };
 Z_INTERFACE_ID(IZChromaKey, 0x142c8364, 0x7806, 0x4577, 0x93, 0xe7, 0x83, 0xe7, 0xeb, 0x04, 0xb3, 0x9b)

@@ -16,6 +16,7 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -75,15 +76,16 @@ private:
     HRESULT OnMediaReceive_I(IZFFrame* _pFrame, IZFFrame** _ppFrameRes);
     template <class Call> HRESULT Edit(const char* _pszOperation, Call&& _call) noexcept;
     template <class Sampling> HRESULT EditKeys(const char* _pszOperation, Sampling&& _sampling) noexcept;
+    CZPtr<IZFFrame> KeyingFrame() const;
     CZPtr<IZFFrame> FrameForKeying() const;
-    eZYMatrix MatrixForKeying() const;
+    std::optional<eZYMatrix> MatrixForKeying() const;
     HRESULT DocumentMake(std::string* _pstrDocument);
     HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason);
 
     CZModuleRef m_refModule;
     CPropStore m_store;
     CKeyState m_keyState;
-    CConfigDoc m_configDoc;          // under the configuration lock
+    CConfigDoc m_configDoc;          // under m_mtxEdit
     std::mutex m_mtxEdit;            // one edit at a time; taken before the configuration lock
     CZPtr<IZFFrame> m_cpFrameMarked; // under m_mtxEdit: what the last detection examined, where it was asked to show
     CFrameKeyer m_keyer;

@@ -50,20 +50,32 @@ template <class Sampling> HRESULT CCoZChromaKey::EditKeys(const char* _pszOperat
     });
 }
 
-CZPtr<IZFFrame> CCoZChromaKey::FrameForKeying() const
+CZPtr<IZFFrame> CCoZChromaKey::KeyingFrame() const
 {
     CZPtr<IZFFrame> cpFrameKeying;
     CZPtr<IZFFrame> cpFrameBG;
     m_keyState.KeyFramesGet(&cpFrameKeying, &cpFrameBG);
+    return cpFrameKeying;
+}
+
+CZPtr<IZFFrame> CCoZChromaKey::FrameForKeying() const
+{
+    const CZPtr<IZFFrame> cpFrameKeying = KeyingFrame();
     ZF_VID_PROPS vidProps;
     return cpFrameKeying ? cpFrameKeying : m_keyState.FrameGet(&vidProps);
 }
 
 HRESULT CCoZChromaKey::KeyFrameSet(IZFFrame* _pZFrameKeyingOrNull, IZFFrame* _pZFrameBGOrNull)
 {
+    CZPtr<IZFFrame> cpFrameMarked; // what was held is released behind the lock: its owner may call back
+    CZPtr<IZFFrame> cpFrameKeying(_pZFrameKeyingOrNull);
+    CZPtr<IZFFrame> cpFrameBG(_pZFrameBGOrNull);
     return Edit("CCoZChromaKey::KeyFrameSet", [&] {
-        m_cpFrameMarked.Reset();
-        m_keyState.KeyFramesSet(_pZFrameKeyingOrNull, _pZFrameBGOrNull);
+        if (_pZFrameKeyingOrNull && _pZFrameKeyingOrNull == m_cpFrameMarked.Get())
+            cpFrameKeying = KeyingFrame(); // handed out with marks on it, but keys are taken from the picture itself
+        else
+            std::swap(cpFrameMarked, m_cpFrameMarked);
+        m_keyState.KeyFramesSwap(&cpFrameKeying, &cpFrameBG);
         return S_OK;
     });
 }
@@ -88,6 +100,7 @@ HRESULT CCoZChromaKey::KeyFrameGet(IZFFrame** _ppZFrameRes, IZFFrame** _ppZFrame
 
 HRESULT CCoZChromaKey::KeyDetect(BSTR _bsProps)
 {
+    CZPtr<IZFFrame> cpFrameMarked; // the old one is released behind the lock
     return EditKeys("CCoZChromaKey::KeyDetect", [&](CKeyBuilder* _pBuilder, IZFFrame* _pFrame) -> HRESULT {
         CKUtils::CK_DETECT_OPTIONS options;
         HRESULT hr = CKUtils::DetectOptions_Read(ZText_FromWide(_bsProps ? _bsProps : L""), &options);
@@ -95,7 +108,7 @@ HRESULT CCoZChromaKey::KeyDetect(BSTR _bsProps)
             return hr;
         std::vector<CKUtils::CK_BLOCK> vecBlocks;
         hr = _pBuilder->Detect(_pFrame, options, options.bShowBlocks ? &vecBlocks : nullptr);
-        m_cpFrameMarked.Reset();
+        std::swap(cpFrameMarked, m_cpFrameMarked);
         if (SUCCEEDED(hr) && options.bShowBlocks && FAILED(BlockMarks_Draw(_pFrame, vecBlocks, m_cpFrameMarked.Put())))
             ZLog(eZLog_Warning, "CCoZChromaKey::KeyDetect: the examined blocks cannot be shown on this frame\n");
         return hr;
@@ -126,7 +139,8 @@ HRESULT CCoZChromaKey::KeyAddRect(int32_t _nX1PosPixels, int32_t _nY1PosPixels, 
 
 HRESULT CCoZChromaKey::KeyAdjustSet(eCK_Adjust _eAdjust, double _dblValue)
 {
-    return Edit("CCoZChromaKey::KeyAdjustSet", [&] { return m_keyState.AdjustSet(_eAdjust, _dblValue); });
+    return Edit("CCoZChromaKey::KeyAdjustSet",
+                [&] { return m_keyState.AdjustSet(_eAdjust, _dblValue, MatrixForKeying()); });
 }
 
 HRESULT CCoZChromaKey::KeyAdjustGet(eCK_Adjust _eAdjust, double* _pdblValue)
@@ -186,11 +200,13 @@ HRESULT CCoZChromaKey::KeyRawGet(CHROMA_KEY_RAW* _pvzKey, CK_ADJUST* _pKeyAdjust
 }
 
 /// The matrix of the frame that keys are for: another type of theirs is computed with it.
-eZYMatrix CCoZChromaKey::MatrixForKeying() const
+std::optional<eZYMatrix> CCoZChromaKey::MatrixForKeying() const
 {
     const CZPtr<IZFFrame> cpFrame = FrameForKeying();
     ZF_VID_PROPS vidProps = {};
-    return cpFrame && SUCCEEDED(cpFrame->VideoPropsGet(&vidProps)) ? Img_MatrixOf(vidProps) : eZYM_601;
+    if (!cpFrame || FAILED(cpFrame->VideoPropsGet(&vidProps)))
+        return {};
+    return Img_MatrixOf(vidProps);
 }
 
 HRESULT CCoZChromaKey::KeySet(IZKey* _pKeyObject)
@@ -208,6 +224,8 @@ HRESULT CCoZChromaKey::KeySet(IZKey* _pKeyObject)
 
 HRESULT CCoZChromaKey::KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyObject)
 {
+    CZPtr<IZFFrame> cpFrameMarked; // released behind the lock
+    CZPtr<IZFFrame> cpFrameKeying(_pZFrameForAdjustOrNull);
     return Edit("CCoZChromaKey::KeyGet", [&]() -> HRESULT {
         if (!Z_VERIFY(_ppKeyObject))
             return E_POINTER;
@@ -220,12 +238,13 @@ HRESULT CCoZChromaKey::KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyO
             hr = cpKey->RawSet(&key);
         if (FAILED(hr))
             return hr;
-        if (_pZFrameForAdjustOrNull) // the frame that the key object's user goes on sampling
+        if (_pZFrameForAdjustOrNull)
         {
-            CZPtr<IZFFrame> cpFrameKeying;
+            std::swap(cpFrameMarked, m_cpFrameMarked);
+            CZPtr<IZFFrame> cpFrameOld;
             CZPtr<IZFFrame> cpFrameBG;
-            m_keyState.KeyFramesGet(&cpFrameKeying, &cpFrameBG);
-            m_keyState.KeyFramesSet(_pZFrameForAdjustOrNull, cpFrameBG.Get());
+            m_keyState.KeyFramesGet(&cpFrameOld, &cpFrameBG);
+            m_keyState.KeyFramesSwap(&cpFrameKeying, &cpFrameBG);
         }
         *_ppKeyObject = cpKey.Detach();
         return S_OK;

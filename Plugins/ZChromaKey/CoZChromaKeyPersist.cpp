@@ -10,19 +10,26 @@ namespace
 
 bool IsDocument(std::string_view _svText)
 {
+    constexpr std::string_view c_svByteOrderMark = "\xEF\xBB\xBF";
+    if (_svText.starts_with(c_svByteOrderMark))
+        _svText.remove_prefix(c_svByteOrderMark.size());
     const size_t nFirst = _svText.find_first_not_of(" \t\r\n");
     return nFirst != std::string_view::npos && _svText[nFirst] == '<';
 }
 
 } // namespace
 
-/// The document of key set, adjustments and options as they are now.
+/// The document of key set, adjustments and options as they are now. The lock on these is held for the copy only.
 HRESULT CCoZChromaKey::DocumentMake(std::string* _pstrDocument)
 {
     CONFIG_CONTENT content = {};
-    const std::lock_guard lock(m_keyState.Lock());
-    m_keyState.RawGet(&content.key, &content.adjust);
-    content.mapOptions = m_store.ValuesGet();
+    const std::lock_guard lockEdit(m_mtxEdit);
+    {
+        const std::lock_guard lock(m_keyState.Lock());
+        m_keyState.RawGet(&content.key, &content.adjust);
+        content.eTakenType = m_keyState.TakenTypeGet();
+        content.mapOptions = m_store.ValuesGet();
+    }
     std::string strReason;
     if (m_configDoc.Save(content, _pstrDocument, &strReason))
         return S_OK;
@@ -85,17 +92,17 @@ HRESULT CCoZChromaKey::PersistLoad(const wchar_t* _pwszPathOrDocument)
 /// Takes a document over: key set and adjustments are one step of editing.
 HRESULT CCoZChromaKey::DocumentTake(std::string_view _svDocument, std::string* _pstrReason)
 {
+    std::unique_ptr<CXmlNode> upRoot = CConfigDoc::Read(_svDocument, _pstrReason);
+    if (!upRoot)
+        return E_INVALIDARG;
     const std::lock_guard lockEdit(m_mtxEdit);
-    const eZYMatrix eMatrix = MatrixForKeying();
+    const std::optional<eZYMatrix> eMatrix = MatrixForKeying();
     const std::lock_guard lock(m_keyState.Lock());
     CONFIG_CONTENT content = {};
     m_keyState.RawGet(nullptr, &content.adjust); // what the document does not name stays
-    if (!m_configDoc.Load(_svDocument, &content, _pstrReason))
-        return E_INVALIDARG;
-    PROP_MAP mapOptions = m_store.ValuesGet();
-    for (const auto& [strName, strValue] : content.mapOptions)
-        mapOptions[strName] = strValue;
-    m_keyState.RawSet(content.key, &content.adjust, eMatrix);
-    m_store.ValuesSet(std::move(mapOptions));
+    content.mapOptions = m_store.ValuesGet();
+    m_configDoc.Take(std::move(upRoot), &content);
+    m_keyState.RawSet(content.key, &content.adjust, eMatrix, content.eTakenType);
+    m_store.ValuesSet(std::move(content.mapOptions));
     return S_OK;
 }

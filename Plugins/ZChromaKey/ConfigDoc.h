@@ -12,8 +12,9 @@
 struct CONFIG_CONTENT
 {
     CHROMA_KEY_RAW key;
-    CK_ADJUST adjust;    ///< what the document does not name stays as the caller put it in
-    PROP_MAP mapOptions; ///< the options that the document names
+    int32_t eTakenType = eCKT_Auto; ///< space of the keys while keying is off
+    CK_ADJUST adjust;               ///< what the document does not name stays as the caller put it in
+    PROP_MAP mapOptions;            ///< all options that are set; as the caller put them in where the document has none
 };
 
 /// The configuration document of a plug-in object: the root "zl-root", in it an element "ZChromaKey" with the key set,
@@ -23,8 +24,10 @@ struct CONFIG_CONTENT
 class CConfigDoc
 {
 public:
-    /// Reads a document. False and a reason ("line 3, column 7: ...") when it is not one; nothing has changed then.
-    bool Load(std::string_view _svDocument, CONFIG_CONTENT* _pContent, std::string* _pstrReason);
+    /// Reads a document and checks it. Null and a reason ("line 3, column 7: ...") when it is not one of ours.
+    static std::unique_ptr<CXmlNode> Read(std::string_view _svDocument, std::string* _pstrReason);
+    /// Takes a document over that Read has given, and its content.
+    void Take(std::unique_ptr<CXmlNode> _upRoot, CONFIG_CONTENT* _pContent);
     /// Writes a document. False and a reason when the content cannot be written as XML.
     bool Save(const CONFIG_CONTENT& _content, std::string* _pstrDocument, std::string* _pstrReason);
 

@@ -7,6 +7,7 @@
 #include "ZChromaKey/KeyStats.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 using CKUtils::CALC_KEY;
@@ -20,7 +21,7 @@ constexpr int c_nMaxParts = 4;   // of a rectangle, in each direction
 constexpr int c_nPartPixels = 16;
 
 /// The smooth range of a key that was made here: follows from its half-widths when it is handed out.
-constexpr int32_t c_nSmoothDerived = -1;
+constexpr int32_t c_nSmoothDerived = std::numeric_limits<int32_t>::min();
 
 bool IsSpace(int32_t _eType)
 {
@@ -125,6 +126,7 @@ void CKeyBuilder::Reset()
 void CKeyBuilder::MaxKeysSet(int32_t _nMaxKeys, bool _bExclude)
 {
     Calc(_bExclude).SetMaxKeys(_nMaxKeys);
+    FitIntoSet();
     ForgetExtras();
 }
 
@@ -151,6 +153,29 @@ void CKeyBuilder::Offer(const CALC_KEY& _key, bool _bExclude)
         vecKeys = KeyRay_Boxes(_key, m_eSpace, c_lightUnknown);
     for (const CALC_KEY& key : vecKeys)
         Calc(_bExclude).AddKey(key, 0, m_eSpace == eCKT_HLS);
+    FitIntoSet();
+}
+
+/// Both kinds of keys have to fit into one set: ordinary ones make room for exclusion keys, down to one. Half-widths
+/// that have grown beyond the levels there are would wrap when they are packed.
+void CKeyBuilder::FitIntoSet()
+{
+    CKeyCalc& calc = Calc(false);
+    CKeyCalc& calcExclude = Calc(true);
+    const int32_t nMostExclude = Z_MAX_KEYS - std::min(calc.nKeys, 1);
+    if (calcExclude.nKeys > nMostExclude)
+        calcExclude.ReduceKeys(nMostExclude);
+    if (calc.nKeys > Z_MAX_KEYS - calcExclude.nKeys)
+        calc.ReduceKeys(Z_MAX_KEYS - calcExclude.nKeys);
+    calc.ClampDeltas(0.0, 1.0);
+    calcExclude.ClampDeltas(0.0, 1.0);
+}
+
+/// Whether the smooth range of a key follows from its half-widths: new keys, and those taken over with what followed.
+bool CKeyBuilder::IsSmoothDerived(const SINGLE_KEY& _extras) const
+{
+    return _extras.nSmoothRange == c_nSmoothDerived ||
+           (_extras.nDelta != 0 && _extras.nSmoothRange == KeyRay_SmoothRange(_extras, m_eSpace));
 }
 
 /// Slots that hold no key get the extras of a new one.
@@ -269,12 +294,13 @@ const CHROMA_KEY_RAW& CKeyBuilder::RawGet()
     {
         KEYS& keys = m_arrKeys[bExclude ? 1 : 0];
         std::copy_n(keys.arrExtras, Z_MAX_KEYS - m_raw.nKeysUsed, m_raw.arrKeys + m_raw.nKeysUsed);
+        const int32_t nFirst = m_raw.nKeysUsed;
         keys.calc.ToRaw(&m_raw, bExclude);
         keys.calc.bChanged = false;
+        for (int32_t i = nFirst; i < m_raw.nKeysUsed; ++i)
+            if (IsSmoothDerived(keys.arrExtras[i - nFirst]))
+                m_raw.arrKeys[i].nSmoothRange = KeyRay_SmoothRange(m_raw.arrKeys[i], m_eSpace);
     }
-    for (int32_t i = 0; i < m_raw.nKeysUsed; ++i)
-        if (m_raw.arrKeys[i].nSmoothRange == c_nSmoothDerived)
-            m_raw.arrKeys[i].nSmoothRange = KeyRay_SmoothRange(m_raw.arrKeys[i], m_eSpace);
     std::fill(m_raw.arrKeys + m_raw.nKeysUsed, m_raw.arrKeys + Z_MAX_KEYS, SINGLE_KEY{});
     return m_raw;
 }

@@ -73,6 +73,8 @@ private:
     eCK_Type SampleSpace() const;
     void SpaceSet(eCK_Type _eSpace);
     void Offer(const CKUtils::CALC_KEY& _key, bool _bExclude);
+    void FitIntoSet();
+    bool IsSmoothDerived(const SINGLE_KEY& _extras) const;
     void ForgetExtras();
 
     eCK_Type m_eType = eCKT_Auto;

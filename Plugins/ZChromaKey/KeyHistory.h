@@ -25,14 +25,24 @@ public:
     /// Makes an edit. Throws bad_alloc and is unchanged when there is no memory.
     void Push(State _state)
     {
-        m_arrStates.resize(m_nCurrent + 1, _state); // shrinks only; the value is never used
-        m_arrStates.push_back(std::move(_state));
+        if (m_nCurrent + 1 < m_arrStates.size())
+        {
+            m_arrStates[m_nCurrent + 1] = std::move(_state);
+            m_arrStates.erase(m_arrStates.begin() + static_cast<ptrdiff_t>(m_nCurrent) + 2, m_arrStates.end());
+        }
+        else
+            m_arrStates.push_back(std::move(_state));
         ++m_nCurrent;
         if (m_arrStates.size() > m_nMaxSteps + 1)
         {
             m_arrStates.pop_front();
             --m_nCurrent;
         }
+    }
+    /// Changes the present state without a step.
+    void Amend(State _state)
+    {
+        m_arrStates[m_nCurrent] = std::move(_state);
     }
     /// Steps by up to _nSteps; answers how many steps were made.
     size_t Back(size_t _nSteps)

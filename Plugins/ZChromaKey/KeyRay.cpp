@@ -34,7 +34,7 @@ RAY RayOf(const CALC_KEY& _sample, eCK_Type _eSpace)
     for (int i = 0; i < 3; ++i)
         ray.arrReach[i] = 255 * _sample.dValue[i] - ray.arrBlack[i];
     if (_eSpace == eCKT_YUV)
-        ray.dblColorful = std::hypot(ray.arrReach[0], ray.arrReach[1]);
+        ray.dblColorful = std::sqrt(ray.arrReach[0] * ray.arrReach[0] + ray.arrReach[1] * ray.arrReach[1]);
     else
         ray.dblColorful =
             *std::max_element(ray.arrReach, ray.arrReach + 3) - *std::min_element(ray.arrReach, ray.arrReach + 3);
@@ -70,6 +70,11 @@ constexpr double c_dblLeastOuter = 2.2; // where the soft edge ends,
 constexpr double c_dblMostOuter = 4.0;  // whatever the way to grey
 constexpr double c_dblWayToGrey = 0.4;
 
+double Square(double _dblValue)
+{
+    return _dblValue * _dblValue;
+}
+
 double Delta(const SINGLE_KEY& _key, int _nByte)
 {
     return std::max<uint32_t>(_key.nDelta >> (8 * _nByte) & 0xFF, 1);
@@ -81,7 +86,7 @@ double GreyLevel(const SINGLE_KEY& _key, eCK_Type _eSpace)
     double dblLevel = 0;
     const auto Value = [&](int _nByte) { return static_cast<double>(_key.nValue >> (8 * _nByte) & 0xFF); };
     for (int i = 1; _eSpace == eCKT_YUV && i < 3; ++i)
-        dblLevel += std::pow((Value(i) - 128) / Delta(_key, i), 2);
+        dblLevel += Square((Value(i) - 128) / Delta(_key, i));
     if (_eSpace != eCKT_RGB)
         return dblLevel;
     double dblWeighted = 0;
@@ -92,8 +97,24 @@ double GreyLevel(const SINGLE_KEY& _key, eCK_Type _eSpace)
         dblWeights += 1 / (Delta(_key, i) * Delta(_key, i));
     }
     for (int i = 0; i < 3; ++i)
-        dblLevel += std::pow((Value(i) - dblWeighted / dblWeights) / Delta(_key, i), 2);
+        dblLevel += Square((Value(i) - dblWeighted / dblWeights) / Delta(_key, i));
     return dblLevel;
+}
+
+/// The factor that takes so many steps to a ratio above 1: by halving, since the roots of libraries differ.
+double StepTo(double _dblRatio, int _nSteps)
+{
+    double dblLow = 1;
+    double dblHigh = _dblRatio;
+    for (int i = 0; i < 50; ++i)
+    {
+        const double dblMiddle = (dblLow + dblHigh) / 2;
+        double dblProduct = 1;
+        for (int n = 0; n < _nSteps; ++n)
+            dblProduct *= dblMiddle;
+        (dblProduct < _dblRatio ? dblLow : dblHigh) = dblMiddle;
+    }
+    return dblHigh;
 }
 
 } // namespace
@@ -106,17 +127,16 @@ std::vector<CALC_KEY> KeyRay_Boxes(const CALC_KEY& _sample, eCK_Type _eSpace, co
     const double dblShare = std::clamp((ray.dblColorful - c_dblGrey) / (c_dblColorful - c_dblGrey), 0.0, 1.0);
     // Shadows of the backdrop that are as grey as dark hair are not worth the hair.
     const double dblLeast = std::min(c_dblColorful / std::max(ray.dblColorful, 1.0), 1.0);
-    const double dblDarkest = std::max(std::exp(dblShare * std::log(_light.dblDarkest)), dblLeast);
-    const double dblBrightest =
-        std::min(std::exp(dblShare * std::log(_light.dblBrightest)), std::max(MostBright(ray), 1.0));
-    const int nKeys =
-        std::max(1, static_cast<int>(std::ceil(std::log(dblBrightest / dblDarkest) / std::log(c_dblMaxRatio))));
+    const double dblDarkest = std::max(1 - dblShare * (1 - _light.dblDarkest), dblLeast);
+    const double dblBrightest = std::min(1 + dblShare * (_light.dblBrightest - 1), std::max(MostBright(ray), 1.0));
+    int nKeys = 1;
+    double dblReached = dblDarkest * c_dblMaxRatio;
+    for (; dblReached < dblBrightest; ++nKeys)
+        dblReached *= c_dblMaxRatio;
+    const double dblStep = StepTo(std::max(dblBrightest / dblDarkest, 1.0), nKeys);
     std::vector<CALC_KEY> vecKeys;
-    for (int n = 0; n < nKeys; ++n)
-    {
-        const auto At = [&](int _n) { return dblDarkest * std::pow(dblBrightest / dblDarkest, 1.0 * _n / nKeys); };
-        vecKeys.push_back(BoxBetween(_sample, ray, At(n), At(n + 1)));
-    }
+    for (double dblDark = dblDarkest; nKeys > 0; --nKeys, dblDark *= dblStep)
+        vecKeys.push_back(BoxBetween(_sample, ray, dblDark, dblDark * dblStep));
     return vecKeys;
 }
 

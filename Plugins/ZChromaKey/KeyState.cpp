@@ -21,9 +21,14 @@ KEY_EDIT Empty()
     return edit;
 }
 
+bool HasSpace(int32_t _eType)
+{
+    return _eType == eCKT_RGB || _eType == eCKT_HLS || _eType == eCKT_YUV;
+}
+
 CHROMA_KEY_RAW Unadjusted(const KEY_EDIT& _edit)
 {
-    return CKUtils::ConvertKeys(_edit.keyTaken, static_cast<eCK_Type>(_edit.eType), _edit.eMatrix);
+    return CKUtils::ConvertKeys(_edit.keyTaken, static_cast<eCK_Type>(_edit.eType), _edit.eMatrix.value_or(eZYM_601));
 }
 
 /// Whether two edits lead to what looks the same from outside. The records have no padding.
@@ -77,14 +82,24 @@ CHROMA_KEY_RAW CKeyState::KeyForSampling() const
 {
     const std::lock_guard lock(m_mtxConfig);
     const KEY_EDIT& edit = m_history.Current();
-    const bool bKeyed = edit.eType == eCKT_RGB || edit.eType == eCKT_HLS || edit.eType == eCKT_YUV;
-    return bKeyed ? Unadjusted(edit) : edit.keyTaken;
+    return HasSpace(edit.eType) || edit.keyTaken.nKeysUsed < 1 ? Unadjusted(edit) : edit.keyTaken;
 }
 
-bool CKeyState::RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull, eZYMatrix _eMatrix)
+int32_t CKeyState::TakenTypeGet() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    return Push({_key, _key.eType, _eMatrix, _pAdjustOrNull ? *_pAdjustOrNull : m_history.Current().adjust});
+    const KEY_EDIT& edit = m_history.Current();
+    return HasSpace(edit.eType) ? edit.eType : edit.keyTaken.eType;
+}
+
+bool CKeyState::RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull, std::optional<eZYMatrix> _eMatrix,
+                       int32_t _eTakenType)
+{
+    const std::lock_guard lock(m_mtxConfig);
+    KEY_EDIT edit = {_key, _key.eType, _eMatrix, _pAdjustOrNull ? *_pAdjustOrNull : m_history.Current().adjust};
+    if (!HasSpace(_key.eType) && HasSpace(_eTakenType))
+        edit.keyTaken.eType = _eTakenType;
+    return Push(edit);
 }
 
 bool CKeyState::Reset()
@@ -93,7 +108,7 @@ bool CKeyState::Reset()
     return Push(Empty());
 }
 
-HRESULT CKeyState::AdjustSet(eCK_Adjust _eAdjust, double _dblValue)
+HRESULT CKeyState::AdjustSet(eCK_Adjust _eAdjust, double _dblValue, std::optional<eZYMatrix> _eMatrix)
 {
     const CK_ADJUST_INFO* const pInfo = FindAdjust(_eAdjust);
     if (!pInfo)
@@ -108,6 +123,8 @@ HRESULT CKeyState::AdjustSet(eCK_Adjust _eAdjust, double _dblValue)
         return Refuse(*pInfo, _dblValue);
     else
         edit.eType = static_cast<int32_t>(_dblValue);
+    if (!edit.eMatrix)
+        edit.eMatrix = _eMatrix;
     return Push(edit) ? S_OK : S_FALSE;
 }
 
@@ -133,11 +150,13 @@ size_t CKeyState::Step(int32_t _nSteps)
 
 bool CKeyState::Push(const KEY_EDIT& _edit)
 {
-    if (Same(_edit, m_history.Current()))
-        return false;
-    m_history.Push(_edit);
+    const bool bStep = !Same(_edit, m_history.Current());
+    if (bStep)
+        m_history.Push(_edit);
+    else if (_edit.eMatrix && !m_history.Current().eMatrix) // the same keys, and now it is known what they are for
+        m_history.Amend(_edit);
     EffectiveUpdate();
-    return true;
+    return bStep;
 }
 
 void CKeyState::EffectiveUpdate()
@@ -160,13 +179,11 @@ CZPtr<IZFFrame> CKeyState::FrameGet(ZF_VID_PROPS* _pVidProps) const
     return m_cpFrameLast;
 }
 
-void CKeyState::KeyFramesSet(IZFFrame* _pFrameKeyingOrNull, IZFFrame* _pFrameBGOrNull)
+void CKeyState::KeyFramesSwap(CZPtr<IZFFrame>* _pcpFrameKeying, CZPtr<IZFFrame>* _pcpFrameBG)
 {
-    CZPtr<IZFFrame> cpFrameKeying(_pFrameKeyingOrNull); // the old ones are released behind the lock
-    CZPtr<IZFFrame> cpFrameBG(_pFrameBGOrNull);
     const std::lock_guard lock(m_mtxConfig);
-    std::swap(m_cpFrameKeying, cpFrameKeying);
-    std::swap(m_cpFrameBG, cpFrameBG);
+    std::swap(m_cpFrameKeying, *_pcpFrameKeying);
+    std::swap(m_cpFrameBG, *_pcpFrameBG);
 }
 
 void CKeyState::KeyFramesGet(CZPtr<IZFFrame>* _pcpFrameKeying, CZPtr<IZFFrame>* _pcpFrameBG) const

@@ -7,13 +7,14 @@
 #include "ZChromaKey/KeyHistory.h"
 
 #include <mutex>
+#include <optional>
 
 /// What one step of editing leads to: keys as they were taken, and what is adjusted about them.
 struct KEY_EDIT
 {
-    CHROMA_KEY_RAW keyTaken; ///< in the space the keys were taken in
-    int32_t eType;           ///< the type in force; another than that of keyTaken after a change of type
-    eZYMatrix eMatrix;       ///< of the picture the keys were taken from
+    CHROMA_KEY_RAW keyTaken;          ///< in the space the keys were taken in
+    int32_t eType;                    ///< the type in force; another than that of keyTaken after a change of type
+    std::optional<eZYMatrix> eMatrix; ///< of the picture the keys are for; empty while there is none
     CK_ADJUST adjust;
 };
 
@@ -40,12 +41,18 @@ public:
     /// The unadjusted keys for taking further samples; while keying is off, in the space they were taken in.
     CHROMA_KEY_RAW KeyForSampling() const;
 
-    /// Null adjustments stay as they are. True when that was a step.
-    bool RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull, eZYMatrix _eMatrix);
+    /// The space that the keys are in, which is not the type in force while keying is off.
+    int32_t TakenTypeGet() const;
+
+    /// Null adjustments stay as they are. _eTakenType: as TakenTypeGet answered when the set was saved. True when that
+    /// was a step.
+    bool RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull, std::optional<eZYMatrix> _eMatrix,
+                int32_t _eTakenType = eCKT_Auto);
     /// No keying, no keys, no adjustments.
     bool Reset();
     /// E_INVALIDARG: no such adjustment, or a value outside its range (logged). S_FALSE: it has that value already.
-    HRESULT AdjustSet(eCK_Adjust _eAdjust, double _dblValue);
+    /// _eMatrix: what a change of type computes with where the keys came without a picture.
+    HRESULT AdjustSet(eCK_Adjust _eAdjust, double _dblValue, std::optional<eZYMatrix> _eMatrix);
     /// E_INVALIDARG: no such adjustment.
     HRESULT AdjustGet(eCK_Adjust _eAdjust, double* _pdblValue) const;
     /// Steps through the history, forward when positive; answers how many steps were made.
@@ -55,8 +62,8 @@ public:
     void FrameSet(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps);
     /// The last frame received, empty where there is none, and its properties.
     CZPtr<IZFFrame> FrameGet(ZF_VID_PROPS* _pVidProps) const;
-    /// The frames set for keying and for the background; null lets them go.
-    void KeyFramesSet(IZFFrame* _pFrameKeyingOrNull, IZFFrame* _pFrameBGOrNull);
+    /// Exchanges the frames set for keying and for the background: the caller lets the old ones go, behind his locks.
+    void KeyFramesSwap(CZPtr<IZFFrame>* _pcpFrameKeying, CZPtr<IZFFrame>* _pcpFrameBG);
     void KeyFramesGet(CZPtr<IZFFrame>* _pcpFrameKeying, CZPtr<IZFFrame>* _pcpFrameBG) const;
 
 private:

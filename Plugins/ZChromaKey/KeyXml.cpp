@@ -12,6 +12,8 @@ namespace
 
 constexpr const char* c_pszKey = "key";
 constexpr const char* c_pszAdjust = "adjust";
+constexpr const char* c_pszType = "type";
+constexpr const char* c_pszKeys = "keys"; // how many; the elements are "key"
 
 /// A field of a record and the attribute that holds it.
 template <class Record, class T> struct XML_FIELD
@@ -29,10 +31,6 @@ constexpr XML_FIELD<SINGLE_KEY, int32_t> c_arrKeyFields[] = {
     {"cancel.range", &SINGLE_KEY::nCancelRange},   {"cancel.power", &SINGLE_KEY::nCancelPower},
     {"cancel.chroma", &SINGLE_KEY::nCancelChroma}, {"cancel.luma", &SINGLE_KEY::nCancelLuma},
     {"cancel.alpha", &SINGLE_KEY::nCancelAlpha},   {"reverse_key", &SINGLE_KEY::nReverseKey},
-};
-constexpr XML_FIELD<CHROMA_KEY_RAW, int32_t> c_arrHeadFields[] = {
-    {"type", &CHROMA_KEY_RAW::eType},
-    {"keys", &CHROMA_KEY_RAW::nKeysUsed},
 };
 constexpr XML_FIELD<CHROMA_KEY_RAW, int32_t> c_arrMaskFields[] = {
     {"transparent.min", &CHROMA_KEY_RAW::nMinTransparent},
@@ -99,6 +97,20 @@ template <class T> bool Read(const CXmlNode& _node, const char* _pszAttr, bool (
     return false;
 }
 
+/// A count of keys: one that is too large for 32 bits, or for any number of bits, is as good as the most there can be.
+bool ReadCount(std::string_view _svText, int32_t* _pnValue)
+{
+    if (PropText_ReadInt32(_svText, _pnValue))
+        return true;
+    std::string_view svDigits = PropText_Trim(_svText);
+    if (svDigits.starts_with('+'))
+        svDigits.remove_prefix(1);
+    if (svDigits.empty() || svDigits.find_first_not_of("0123456789") != std::string_view::npos)
+        return false;
+    *_pnValue = Z_MAX_KEYS;
+    return true;
+}
+
 void Get(const CXmlNode& _node, const char* _pszAttr, int32_t* _pnValue)
 {
     Read(_node, _pszAttr, PropText_ReadInt32, "a whole number of 32 bits", _pnValue);
@@ -137,7 +149,8 @@ void LoadKeys(const CXmlNode& _node, CHROMA_KEY_RAW* _pKey)
 
 void KeyXml_Save(const CHROMA_KEY_RAW& _key, const CK_ADJUST& _adjust, CXmlNode& _node)
 {
-    PutAll(_node, c_arrHeadFields, _key);
+    Put(_node, c_pszType, _key.eType);
+    Put(_node, c_pszKeys, _key.nKeysUsed);
     _node.ChildrenRemove(c_pszKey);
     for (int32_t i = 0; i < std::min(_key.nKeysUsed, Z_MAX_KEYS); ++i)
     {
@@ -158,7 +171,8 @@ void KeyXml_Save(const CHROMA_KEY_RAW& _key, const CK_ADJUST& _adjust, CXmlNode&
 void KeyXml_Load(const CXmlNode& _node, CHROMA_KEY_RAW* _pKey, CK_ADJUST* _pAdjust)
 {
     *_pKey = {};
-    GetAll(_node, c_arrHeadFields, _pKey);
+    Get(_node, c_pszType, &_pKey->eType);
+    Read(_node, c_pszKeys, ReadCount, "a whole number of 32 bits", &_pKey->nKeysUsed);
     LoadKeys(_node, _pKey);
     GetAll(_node, c_arrMaskFields, _pKey);
     bool bColorCancel = false;

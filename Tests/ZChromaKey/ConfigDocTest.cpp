@@ -18,8 +18,17 @@ CONFIG_CONTENT SampleContent()
     content.key.nMaxTransparent = 255;
     content.adjust.dblPower = 0.1;
     content.adjust.colAdjust.dblCancelLuma = -12.5;
+    content.eTakenType = eCKT_YUV;
     content.mapOptions = {{"gpu_mode", "0"}, {"host.own \"name\"", "a<b & c"}};
     return content;
+}
+
+bool Load(CConfigDoc* _pDoc, std::string_view _svDocument, CONFIG_CONTENT* _pContent, std::string* _pstrReason)
+{
+    auto upRoot = CConfigDoc::Read(_svDocument, _pstrReason);
+    if (upRoot)
+        _pDoc->Take(std::move(upRoot), _pContent);
+    return _pstrReason->empty();
 }
 
 TEST(ConfigDoc, GivesBackWhatWasSaved)
@@ -30,7 +39,8 @@ TEST(ConfigDoc, GivesBackWhatWasSaved)
     ASSERT_TRUE(CConfigDoc().Save(content, &strDocument, &strReason)) << strReason;
     CONFIG_CONTENT loaded = {};
     loaded.adjust.dblSmooth = 99; // replaced: a saved document names every adjustment
-    ASSERT_TRUE(CConfigDoc().Load(strDocument, &loaded, &strReason)) << strReason;
+    CConfigDoc doc;
+    ASSERT_TRUE(Load(&doc, strDocument, &loaded, &strReason)) << strReason;
     EXPECT_EQ(std::memcmp(&loaded.key, &content.key, sizeof(content.key)), 0);
     EXPECT_EQ(std::memcmp(&loaded.adjust, &content.adjust, sizeof(content.adjust)), 0);
     EXPECT_EQ(loaded.mapOptions, content.mapOptions);
@@ -42,9 +52,10 @@ TEST(ConfigDoc, KeepsWhatItDoesNotKnow)
     CONFIG_CONTENT content = {};
     std::string strDocument;
     std::string strReason;
-    ASSERT_TRUE(doc.Load("<zl-root by='other'><stranger depth='1'><inner>text</inner></stranger>"
-                         "<ZChromaKey type='2' keys='0' future='7'><newer/></ZChromaKey></zl-root>",
-                         &content, &strReason))
+    ASSERT_TRUE(Load(&doc,
+                     "<zl-root by='other'><stranger depth='1'><inner>text</inner></stranger>"
+                     "<ZChromaKey type='2' keys='0' future='7'><newer/></ZChromaKey></zl-root>",
+                     &content, &strReason))
         << strReason;
     EXPECT_EQ(content.key.eType, eCKT_RGB);
     for (int n = 0; n < 2; ++n) // a second saving adds nothing
@@ -74,7 +85,8 @@ TEST(ConfigDoc, RefusesBadDocumentsWithPlaceAndReasonAndChangesNothing)
     {
         CONFIG_CONTENT content = SampleContent();
         std::string strReason;
-        EXPECT_FALSE(CConfigDoc().Load(test.pszDocument, &content, &strReason)) << test.pszDocument;
+        CConfigDoc doc;
+        EXPECT_FALSE(Load(&doc, test.pszDocument, &content, &strReason)) << test.pszDocument;
         EXPECT_NE(strReason.find(test.pszReason), std::string::npos) << strReason;
         EXPECT_EQ(content.key.eType, eCKT_YUV);
         EXPECT_EQ(content.mapOptions.size(), 2u);

@@ -125,6 +125,56 @@ TEST_F(CKeyEditTest, SwitchingKeyingOffKeepsTheKeysForTheNextPick)
     EXPECT_EQ(State().key.nKeysUsed, nPicked + 1);
 }
 
+TEST_F(CKeyEditTest, KeysSetBeforeThereIsAFrameAreConvertedForTheFrameThatComes)
+{
+    const auto cpFrameHD = TestFrame_Make(eZFCC_UYVY, 1280, 720); // BT.709
+    const CHROMA_KEY_RAW key = TestKey(eCKT_YUV, eZYM_709);
+    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+    ASSERT_EQ(m_cpKey->KeyFrameSet(cpFrameHD.Get(), nullptr), S_OK);
+    ASSERT_EQ(m_cpKey->KeyAdjustSet(eCKA_KeyType, eCKT_RGB), S_OK);
+    const uint32_t nValue = State().key.arrKeys[0].nValue;
+    for (int i = 0; i < 3; ++i)
+        EXPECT_NEAR(nValue >> (8 * i) & 0xFF, TestKey(eCKT_RGB).arrKeys[0].nValue >> (8 * i) & 0xFF, 2) << i;
+}
+
+TEST_F(CKeyEditTest, AFullSetMakesRoomForExclusionKeysAndNoHalfWidthWraps)
+{
+    CHROMA_KEY_RAW key = TestKey(eCKT_YUV);
+    key.nKeysUsed = 16;
+    for (uint32_t i = 0; i < 16; ++i)
+        key.arrKeys[i] = {0xFF000000u | i * 0x0F0F0F, 0x01F0F0F0, 0, 0, 0, 0, 0, 0, 0, 0};
+    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+    ASSERT_EQ(m_cpKey->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
+    ASSERT_EQ(m_cpKey->KeyExcludePoint(60, 40), S_OK);
+    ASSERT_EQ(State().key.nKeysUsed, 16);
+    EXPECT_EQ(State().key.arrKeys[15].nReverseKey, 1);
+    for (int i = 0; i < 15; ++i)
+        EXPECT_GE(State().key.arrKeys[i].nDelta & 0xFFFFFF, 0xF0F0F0u) << "grown, not wrapped: " << i;
+}
+
+TEST_F(CKeyEditTest, AnOwnerMayCallBackWhileItsFrameIsLetGo)
+{
+    bool bCalled = false;
+    std::vector<uint8_t> vecPicture(64 * 48 * 2);
+    ZF_VID_PROPS vidProps = {};
+    EXPECT_EQ(m_cpFrame->VideoPropsGet(&vidProps), S_OK);
+    CZPtr<CZFrame> cpWrapped;
+    ASSERT_EQ(ZFrame_Wrap(
+                  vidProps, vecPicture.data(), vecPicture.size(),
+                  [&] {
+                      CZPtr<IZFFrame> cpKeying;
+                      CZPtr<IZFFrame> cpBG;
+                      m_cpKey->KeyFrameGet(cpKeying.Put(), cpBG.Put());
+                      bCalled = true;
+                  },
+                  cpWrapped.Put()),
+              S_OK);
+    ASSERT_EQ(m_cpKey->KeyFrameSet(cpWrapped.Get(), nullptr), S_OK);
+    cpWrapped.Reset();
+    ASSERT_EQ(m_cpKey->KeyFrameSet(nullptr, nullptr), S_OK);
+    EXPECT_TRUE(bCalled);
+}
+
 TEST_F(CKeyEditTest, AThousandRandomEditsEndWhereReplayingTheSurvivorsEnds)
 {
     std::mt19937 rng(11);
@@ -235,6 +285,10 @@ TEST_F(CKeyEditTest, DetectionShowsTheBlocksItExamined)
     EXPECT_EQ(At(0, 42), 0xFFFFFFFFu) << "a block of the green half";
     EXPECT_EQ(At(63, 47), 0xFF000000u) << "a block of the red half";
     EXPECT_NE(At(4, 45), 0xFFFFFFFFu) << "only the outline is drawn";
+    ASSERT_EQ(m_cpKey->KeyFrameSet(cpShown.Get(), cpBG.Get()), S_OK); // a host that changes the background only
+    ASSERT_EQ(m_cpKey->KeyAddPoint(0, 42), S_OK);
+    for (int32_t i = 0; i < State().key.nKeysUsed; ++i)
+        EXPECT_LT(State().key.arrKeys[i].nValue >> 16 & 0xFF, 110u) << "the green picture, not the white outline on it";
     wstrOptions = L"blocks=many";
     const BSTR bsBad = SysAllocString(wstrOptions.c_str());
     const CLogCatcher log(eZLog_Error);
@@ -265,7 +319,20 @@ TEST_F(CKeyEditTest, IsSavedAndLoadedWithItsOptions)
         EXPECT_EQ(ZQuery<IZProps>(cpOther)->PropsGet(L"process.threads", &bsThreads), S_OK);
         EXPECT_STREQ(bsThreads, L"3");
         SysFreeString(bsThreads);
-        EXPECT_EQ(cpOther->KeyStepBack(1), S_OK) << "loading is a step";
+        EXPECT_EQ(cpOther->KeyAdjustSet(eCKA_KeyType, eCKT_None), S_OK);
+        CZPtr<IZChromaKey> cpThird;
+        ASSERT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, cpThird.PutVoid()), S_OK);
+        ASSERT_EQ(ZQuery<IZProps>(cpThird)->PropsSet(L"gpu_mode", L"0"), S_OK);
+        BSTR bsOff = nullptr;
+        ASSERT_EQ(ZQuery<IZFPersist>(cpOther)->PersistSaveToString(&bsOff), S_OK);
+        ASSERT_EQ(ZQuery<IZFPersist>(cpThird)->PersistLoad(bsOff), S_OK);
+        SysFreeString(bsOff);
+        BSTR bsMode = nullptr;
+        EXPECT_EQ(ZQuery<IZProps>(cpThird)->PropsGet(L"gpu_mode", &bsMode), S_FALSE) << "options are those saved";
+        EXPECT_EQ(cpThird->KeyAdjustSet(eCKA_KeyType, eCKT_RGB), S_OK);
+        EXPECT_EQ(cpOther->KeyAdjustSet(eCKA_KeyType, eCKT_RGB), S_OK);
+        EXPECT_EQ(StateOf(cpThird), StateOf(cpOther)) << "saved while keying was off, the keys keep their space";
+        EXPECT_EQ(cpOther->KeyStepBack(3), S_OK) << "loading is a step";
         EXPECT_EQ(StateOf(cpOther).key.nKeysUsed, 0);
     }
     SysFreeString(bsDocument);

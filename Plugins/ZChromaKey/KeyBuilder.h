@@ -32,16 +32,16 @@ public:
         return Calc(_bExclude).nKeys;
     }
 
-    /// Samples the 7 x 7 pixels around a point, as far as they lie in the frame. E_INVALIDARG: outside the frame.
+    /// Samples the 7 x 7 pixels around a point, as far as they lie in the frame; a colourful backdrop becomes a few
+    /// keys (KeyRay.h). E_INVALIDARG: outside the frame.
     HRESULT AddPoint(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, bool _bExclude);
     /// Samples a rectangle, its corners in any order, clipped to the frame. A large one is cut into up to 4 x 4 parts,
     /// each of which is offered as a key unless it is unlike the whole. E_INVALIDARG: nothing is left of it.
     HRESULT AddRect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2, bool _bExclude);
     /// Replaces the ordinary keys by those of the backdrop; S_FALSE when there is none. Type Auto takes the first of
     /// YUV, HLS and RGB in which one is found; with exclusion keys, theirs. A type among the options is set as by
-    /// TypeSet. _pBlocks: null, or the examined blocks.
-    ///
-    /// A key found reaches from the pixels of the backdrop to the colour that the similarity option pulls it to.
+    /// TypeSet. _pBlocks: null, or the examined blocks. KeyFinder.h says what the keys are like; "max_keys" limits
+    /// those of this detection, not those of the object.
     HRESULT Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS& _options,
                    std::vector<CKUtils::CK_BLOCK>* _pBlocks = nullptr);
 

@@ -1,8 +1,8 @@
 #include "zkhost/Commands.h"
 
 #include "zkhost/Describe.h"
+#include "zkhost/OutFile.h"
 
-#include <cstdio>
 #include <memory>
 
 void Command_AddDescribe(CLI::App& _app)
@@ -14,5 +14,5 @@ void Command_AddDescribe(CLI::App& _app)
     command.footer("Examples:\n"
                    "  zkhost describe --props \"1920x1080@25 UYVY iT\"\n"
                    "  zkhost describe --props \"format=PAL-16x9 v210\"\n");
-    command.callback([spProps] { std::fputs(Describe_Text(*spProps).c_str(), stdout); });
+    command.callback([spProps] { OutFile_Print(Describe_Text(*spProps)); });
 }

@@ -2,6 +2,7 @@
 
 #include "zkhost/HostError.h"
 #include "zkhost/KeyOptions.h"
+#include "zkhost/OutFile.h"
 #include "zkhost/Stream.h"
 
 #include "Base/ZLog.h"
@@ -15,31 +16,35 @@ namespace
 struct DETECT_COMMAND
 {
     CZKeyOptions options;
-    std::string strOutput;
+    std::string strOutput = "-";
 };
 
-void Run(const DETECT_COMMAND& _command)
+/// How many keys were found. The plug-in object is gone when it comes back, and has logged its last.
+int Search(const DETECT_COMMAND& _command)
 {
-    _command.options.ApplyLog();
     const auto upSource = Stream_Open(_command.options.Input(), _command.options.RawSpec());
     const CZPtr<IZFFrame> cpFrame = upSource->Next();
     if (!cpFrame)
         throw CZHostError(ZFormat("%s holds no frame", _command.options.Input()));
+    CZOutFile file(_command.strOutput);
     CZKeyer keyer;
     _command.options.ApplyOptions(keyer);
     CZKeyer::Check(keyer.Key()->KeyFrameSet(cpFrame.Get(), nullptr), "handing over the first frame");
     _command.options.Detect(keyer);
     CHROMA_KEY_RAW key = {};
     CZKeyer::Check(keyer.Key()->KeyRawGet(&key, nullptr), "looking at the keys found");
-    if (_command.strOutput.empty())
-        std::fputs((keyer.Document() + "\n").c_str(), stdout);
-    else
-        keyer.Save(_command.strOutput);
+    keyer.Save(file);
+    file.Commit();
+    return key.nKeysUsed;
+}
+
+void Run(const DETECT_COMMAND& _command)
+{
+    _command.options.Begin();
+    const int nKeys = Search(_command);
     if (!_command.options.IsQuiet())
-        std::fputs(
-            ZFormat("found %d key%s in %s\n", key.nKeysUsed, key.nKeysUsed == 1 ? "" : "s", _command.options.Input())
-                .c_str(),
-            stderr);
+        std::fputs(ZFormat("found %d key%s in %s\n", nKeys, nKeys == 1 ? "" : "s", _command.options.Input()).c_str(),
+                   stderr);
 }
 
 } // namespace
@@ -53,6 +58,7 @@ void Command_AddDetect(CLI::App& _app)
                    "  zkhost detect clip.y4m\n"
                    "  zkhost detect photo.jpg -o keys.xml --set detect.blocks=32 --set detect.max_keys=4\n");
     spCommand->options.AddInput(command);
-    command.add_option("-o,--output", spCommand->strOutput, "A key file, instead of standard output");
+    command.add_option("-o,--output", spCommand->strOutput, "A key file, or - for standard output")
+        ->capture_default_str();
     command.callback([spCommand] { Run(*spCommand); });
 }

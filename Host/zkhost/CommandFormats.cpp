@@ -1,10 +1,10 @@
 #include "zkhost/Commands.h"
 
+#include "zkhost/OutFile.h"
+
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
 #include "Image/ImgRowReader.h"
-
-#include <cstdio>
 
 namespace
 {
@@ -51,5 +51,5 @@ void Command_AddFormats(CLI::App& _app)
     command.footer("Examples:\n"
                    "  zkhost formats\n"
                    "  zkhost formats | awk -F'\\t' '$2 == \"PAL\"'\n");
-    command.callback([] { std::fputs((PixelFormats() + "\n" + VideoFormats()).c_str(), stdout); });
+    command.callback([] { OutFile_Print(PixelFormats() + "\n" + VideoFormats()); });
 }

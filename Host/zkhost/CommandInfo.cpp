@@ -1,12 +1,11 @@
 #include "zkhost/Commands.h"
 
 #include "zkhost/Keyer.h"
+#include "zkhost/OutFile.h"
 
 #include "Base/ZCpu.h"
 #include "Base/ZLog.h"
 #include "Interfaces/ZGuids.h"
-
-#include <cstdio>
 
 namespace
 {
@@ -39,5 +38,5 @@ void Command_AddInfo(CLI::App& _app)
     command.footer("Examples:\n"
                    "  zkhost info\n"
                    "  ZCK_SIMD=none zkhost info\n");
-    command.callback([] { std::fputs(InfoText().c_str(), stdout); });
+    command.callback([] { OutFile_Print(InfoText()); });
 }

@@ -3,6 +3,7 @@
 #include "zkhost/Background.h"
 #include "zkhost/HostError.h"
 #include "zkhost/KeyJob.h"
+#include "zkhost/NamePattern.h"
 #include "zkhost/PictureWriter.h"
 #include "zkhost/Progress.h"
 
@@ -38,12 +39,11 @@ public:
     CZKeyOutputs(const KEY_COMMAND& _command, const STREAM& _stream)
         : m_command(_command)
     {
-        if (_command.strOutput == _command.strMask)
-            throw CZUsageError(ZFormat("-o and --mask both name %s; give each its own", _command.strMask));
-        const bool bRaw = _command.strOutput.ends_with(".raw");
+        const bool bRaw = NamePattern_Extension(_command.strOutput) == "raw";
         m_upPictures = PictureWriter_Open(_command.strOutput, _stream, bRaw ? eZFCC_ARGB32 : eZFCC_Y444, m_files);
         if (!_command.strMask.empty())
             m_upMasks = PictureWriter_Open(_command.strMask, _stream, eZFCC_Y444, m_files);
+        m_pKeys = _command.options.OpenKeys(m_files);
     }
 
     void Write(KEYED& _keyed)
@@ -60,8 +60,10 @@ public:
         }
         m_upPictures->Write(_keyed.picture);
     }
-    void Commit()
+    void Commit(CZKeyer& _keyer)
     {
+        if (m_pKeys)
+            _keyer.Save(*m_pKeys);
         m_files.CommitAll();
     }
 
@@ -70,30 +72,35 @@ private:
     CZOutFiles m_files; // before the writers, which use it
     std::unique_ptr<CZPictureWriter> m_upPictures;
     std::unique_ptr<CZPictureWriter> m_upMasks;
+    CZOutFile* m_pKeys = nullptr; // belongs to m_files
     PICTURE m_background;
 };
 
+/// Keys all frames; the size of the last one. The plug-in object is gone when it comes back, and has logged its last.
+ZF_SIZE KeyAll(const KEY_COMMAND& _command, CZFrameSource& _source, CZProgress& _progress)
+{
+    CZKeyOutputs outputs(_command, _source.Stream());
+    CZKeyer keyer;
+    ZF_SIZE szLast = {};
+    KeyJob_Run(_source, keyer, _command.options, _command.nFrames, [&](KEYED& _keyed) {
+        szLast = {_keyed.picture.nWidth, _keyed.picture.nHeight};
+        outputs.Write(_keyed);
+        _progress.Step();
+    });
+    outputs.Commit(keyer);
+    return szLast;
+}
+
 void Run(const KEY_COMMAND& _command)
 {
-    _command.options.ApplyLog();
+    _command.options.Begin();
     const auto upSource = Stream_Open(_command.options.Input(), _command.options.RawSpec());
-    CZKeyOutputs outputs(_command, upSource->Stream());
-    CZKeyer keyer;
-    keyer.OptionNeed("output.argb", "true"); // the alpha in the frame, and its colours cleaned
     const int64_t nAll = upSource->Stream().nFrames;
     CZProgress progress("keyed",
                         _command.nFrames > 0 && (nAll < 0 || nAll > _command.nFrames) ? _command.nFrames : nAll,
                         _command.options.IsQuiet());
-    int nWidth = 0, nHeight = 0;
-    KeyJob_Run(*upSource, keyer, _command.options, _command.nFrames, [&](KEYED& _keyed) {
-        nWidth = _keyed.picture.nWidth;
-        nHeight = _keyed.picture.nHeight;
-        outputs.Write(_keyed);
-        progress.Step();
-    });
-    outputs.Commit();
-    _command.options.SaveKeys(keyer);
-    progress.Summary(ZFormat("%d x %d to %s", nWidth, nHeight, _command.strOutput));
+    const ZF_SIZE sz = KeyAll(_command, *upSource, progress);
+    progress.Summary(ZFormat("%d x %d to %s", sz.cx, sz.cy, _command.strOutput));
 }
 
 } // namespace
@@ -113,7 +120,7 @@ void Command_AddKey(CLI::App& _app)
     command.add_option("--background", spCommand->strBackground,
                        "Lay the result over a colour (#RRGGBB) or a picture; the output is opaque then");
     command.add_option("--frames", spCommand->nFrames, "Key this many frames; all unless given")
-        ->check(CLI::PositiveNumber);
-    spCommand->options.AddKeys(command);
+        ->check(Command_Whole(1));
+    spCommand->options.AddKeys(command, false);
     command.callback([spCommand] { Run(*spCommand); });
 }

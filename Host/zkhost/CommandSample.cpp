@@ -30,18 +30,22 @@ struct SAMPLE_COMMAND
     bool bQuiet = false;
 };
 
-/// A folder stands for a sequence of pictures in it.
-std::string InFolder(const std::string& _strPath, const char* _pszName)
+/// A folder, or a name without an extension, stands for a sequence of pictures in that folder.
+std::string InFolder(const std::string& _strPath, const char* _pszName, CZOutFiles& _files)
 {
-    return Platform_IsFolder(_strPath) ? _strPath + "/" + _pszName : _strPath;
+    const bool bFolder = Platform_IsFolder(_strPath) || (_strPath != "-" && NamePattern_Extension(_strPath).empty());
+    if (!bFolder)
+        return _strPath;
+    if (NamePattern_IsPattern(_strPath))
+        throw CZUsageError(ZFormat("%s: a picture sequence is named with its extension, as name_%%05d.png", _strPath));
+    _files.MakeFolder(_strPath);
+    return _strPath + "/" + _pszName;
 }
 
 SAMPLE_SCENE SceneOf(const SAMPLE_COMMAND& _command)
 {
     SAMPLE_SCENE scene;
-    if (!Raw_ParseSize(_command.strSize, scene.nWidth, scene.nHeight) || scene.nWidth < 1 || scene.nHeight < 1)
-        throw CZUsageError(ZFormat("--size %s: write it as 1280x720", _command.strSize));
-    Picture_CheckSize(scene.nWidth, scene.nHeight, "--size " + _command.strSize);
+    Raw_ReadSizeOption(_command.strSize, scene.nWidth, scene.nHeight);
     scene.bBlue = _command.strScreen == "blue";
     scene.dblNoise = _command.dblNoise;
     scene.nSeed = _command.nSeed;
@@ -53,21 +57,17 @@ void Run(const SAMPLE_COMMAND& _command)
 {
     HostLog_SetLevel(_command.bQuiet ? eZLog_Error : eZLog_Warning);
     const SAMPLE_SCENE scene = SceneOf(_command);
-    const uint32_t fccType = Raw_ParseFormat(_command.strFormat);
-    if (!fccType)
-        throw CZUsageError(
-            ZFormat("--format %s: there is no such pixel format; zkhost formats lists them", _command.strFormat));
-    if (_command.strOutput == _command.strTruth)
-        throw CZUsageError(ZFormat("-o and --truth both name %s; give each its own", _command.strTruth));
+    const uint32_t fccType = Raw_ReadFormatOption(_command.strFormat);
     STREAM stream;
     stream.vidProps = Stream_Props(fccType, scene.nWidth, scene.nHeight, eZI_Progressive);
     Stream_SetRate(stream, _command.dblRate);
     Stream_SetPixelShape(stream, 1, 1);
     CZOutFiles files;
-    const auto upScene = PictureWriter_Open(InFolder(_command.strOutput, "frame_%05d.png"), stream, fccType, files);
+    const auto upScene =
+        PictureWriter_Open(InFolder(_command.strOutput, "frame_%05d.png", files), stream, fccType, files);
     std::unique_ptr<CZPictureWriter> upTruth;
     if (!_command.strTruth.empty())
-        upTruth = PictureWriter_Open(InFolder(_command.strTruth, "truth_%05d.png"), stream, eZFCC_Y444, files);
+        upTruth = PictureWriter_Open(InFolder(_command.strTruth, "truth_%05d.png", files), stream, eZFCC_Y444, files);
     CZProgress progress("painted", _command.nFrames, _command.bQuiet);
     const CZSampleScene painter(scene);
     PICTURE picture, alpha;
@@ -86,11 +86,12 @@ void Run(const SAMPLE_COMMAND& _command)
 void AddOptions(CLI::App& _app, SAMPLE_COMMAND& _command)
 {
     _app.add_option("-o,--output", _command.strOutput,
-                    "*.y4m or - (I420, I422, Y444), *.raw, *.png, name_%05d.png, or a folder")
+                    "*.y4m or - (I420, I422, Y444), *.raw, *.png, name_%05d.png, or a folder, which is made where it "
+                    "is not there")
         ->required();
     _app.add_option("--truth", _command.strTruth, "Where its true alpha goes, grey, in any of these kinds");
     _app.add_option("--size", _command.strSize, "WxH")->capture_default_str();
-    _app.add_option("--frames", _command.nFrames, "How many frames")->check(CLI::PositiveNumber)->capture_default_str();
+    _app.add_option("--frames", _command.nFrames, "How many frames")->check(Command_Whole(1))->capture_default_str();
     _app.add_option("--format", _command.strFormat, "Pixel format of *.y4m and *.raw")->capture_default_str();
     _app.add_option("--screen", _command.strScreen, "Colour of the backdrop, green or blue")
         ->check(CLI::IsMember({"green", "blue"}))

@@ -4,6 +4,7 @@
 #include "zkhost/HostError.h"
 #include "zkhost/KeyJob.h"
 #include "zkhost/Label.h"
+#include "zkhost/NamePattern.h"
 #include "zkhost/PictureFile.h"
 #include "zkhost/Progress.h"
 
@@ -88,7 +89,6 @@ void KeyOneFrame(const SHEET_COMMAND& _command, CZKeyer& _keyer, PICTURE& _sourc
     CZPtr<IZFFrame> cpFrame = upSource->Next();
     if (!cpFrame)
         throw CZHostError(ZFormat("%s holds no frame", _command.options.Input()));
-    _keyer.OptionNeed("output.argb", "true");
     _command.options.ApplyKeys(_keyer, cpFrame.Get());
     for (int64_t i = 1; i < _command.nFrame; ++i)
     {
@@ -103,33 +103,48 @@ void KeyOneFrame(const SHEET_COMMAND& _command, CZKeyer& _keyer, PICTURE& _sourc
     _keyer.Finish(fnResult);
 }
 
-void Run(const SHEET_COMMAND& _command)
+PICTURE Draw(const SHEET_COMMAND& _command, const PICTURE& _source, const KEYED& _keyed)
 {
-    _command.options.ApplyLog();
-    if (!_command.strOutput.ends_with(".png"))
-        throw CZUsageError(ZFormat("-o %s: a sheet is a *.png", _command.strOutput));
-    CZProgress progress("keyed", 1, _command.options.IsQuiet());
+    const int nWidth = _keyed.picture.nWidth, nHeight = _keyed.picture.nHeight;
+    const int nTileWidth = std::min(nWidth, c_nMaxTile);
+    const int nTileHeight = std::max(static_cast<int>(int64_t{nHeight} * nTileWidth / nWidth), 1);
+    CZSheet sheet(nTileWidth, nTileHeight);
+    sheet.Put(0, 0, _source, ZFormat("source  %d x %d", _source.nWidth, _source.nHeight));
+    sheet.Put(1, 0, _keyed.mask, "matte");
+    sheet.Put(0, 1, Composite(_keyed.picture, Background_Checker(nWidth, nHeight)), "over a checker");
+    const PICTURE background = _command.strBackground.empty()
+                                   ? Background_Scenery(nWidth, nHeight)
+                                   : Background_Load(_command.strBackground, nWidth, nHeight);
+    sheet.Put(1, 1, Composite(_keyed.picture, background), "over a background");
+    return sheet.Picture();
+}
+
+/// Makes the sheet; the size of the picture. The plug-in object is gone when it comes back, and has logged its last.
+ZF_SIZE Make(const SHEET_COMMAND& _command)
+{
+    CZOutFiles files;
+    CZOutFile& file = files.Create(_command.strOutput);
+    CZOutFile* const pKeys = _command.options.OpenKeys(files);
     CZKeyer keyer;
     PICTURE source;
     KEYED keyed;
     KeyOneFrame(_command, keyer, source, keyed);
+    PictureFile_WritePng(Draw(_command, source, keyed), file);
+    if (pKeys)
+        keyer.Save(*pKeys);
+    files.CommitAll();
+    return {keyed.picture.nWidth, keyed.picture.nHeight};
+}
+
+void Run(const SHEET_COMMAND& _command)
+{
+    _command.options.Begin();
+    if (NamePattern_Extension(_command.strOutput) != "png" || NamePattern_IsPattern(_command.strOutput))
+        throw CZUsageError(ZFormat("-o %s: a sheet is one *.png", _command.strOutput));
+    CZProgress progress("keyed", 1, _command.options.IsQuiet());
+    const ZF_SIZE sz = Make(_command);
     progress.Step();
-    const int nWidth = keyed.picture.nWidth, nHeight = keyed.picture.nHeight;
-    const int nTileWidth = std::min(nWidth, c_nMaxTile);
-    const int nTileHeight = std::max(static_cast<int>(int64_t{nHeight} * nTileWidth / nWidth), 1);
-    CZSheet sheet(nTileWidth, nTileHeight);
-    sheet.Put(0, 0, source, ZFormat("source  %d x %d", source.nWidth, source.nHeight));
-    sheet.Put(1, 0, keyed.mask, "matte");
-    sheet.Put(0, 1, Composite(keyed.picture, Background_Checker(nWidth, nHeight)), "over a checker");
-    const PICTURE background = _command.strBackground.empty()
-                                   ? Background_Scenery(nWidth, nHeight)
-                                   : Background_Load(_command.strBackground, nWidth, nHeight);
-    sheet.Put(1, 1, Composite(keyed.picture, background), "over a background");
-    CZOutFile file(_command.strOutput);
-    PictureFile_WritePng(sheet.Picture(), file);
-    file.Commit();
-    _command.options.SaveKeys(keyer);
-    progress.Summary(ZFormat("%d x %d to %s", nWidth, nHeight, _command.strOutput));
+    progress.Summary(ZFormat("%d x %d to %s", sz.cx, sz.cy, _command.strOutput));
 }
 
 } // namespace
@@ -139,8 +154,9 @@ void Command_AddSheet(CLI::App& _app)
     CLI::App& command =
         *_app.add_subcommand("sheet", "One picture of a keyed frame: source, matte, over a checker, over a background");
     const auto spCommand = std::make_shared<SHEET_COMMAND>();
-    command.footer("Examples:\n"
-                   "  zkhost sheet clip.y4m -o sheet.png --auto --frame 30\n"
+    command.footer("Without keys the backdrop is searched for, as with --auto.\n\n"
+                   "Examples:\n"
+                   "  zkhost sheet clip.y4m -o sheet.png --frame 30\n"
                    "  zkhost sheet photo.jpg -o sheet.png --pick 20,40 --background beach.jpg\n");
     spCommand->options.AddInput(command);
     command.add_option("-o,--output", spCommand->strOutput, "The sheet, a *.png")->required();
@@ -148,7 +164,7 @@ void Command_AddSheet(CLI::App& _app)
                        "A colour (#RRGGBB) or a picture instead of the built-in scenery");
     command
         .add_option("--frame", spCommand->nFrame, "Which frame to show, counted from 1; the keys come from the first")
-        ->check(CLI::PositiveNumber);
-    spCommand->options.AddKeys(command);
+        ->check(Command_Whole(1));
+    spCommand->options.AddKeys(command, true);
     command.callback([spCommand] { Run(*spCommand); });
 }

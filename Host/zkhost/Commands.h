@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdint>
+
 /// The subcommands. Each function adds one to the program, with its options, help and examples; its callback does the
 /// work and throws CZHostError.
 
@@ -9,6 +11,10 @@ void Command_AddKey(CLI::App& _app);
 void Command_AddDetect(CLI::App& _app);
 void Command_AddSheet(CLI::App& _app);
 void Command_AddSample(CLI::App& _app);
+void Command_AddBench(CLI::App& _app);
 void Command_AddFormats(CLI::App& _app);
 void Command_AddDescribe(CLI::App& _app);
 void Command_AddInfo(CLI::App& _app);
+
+/// Checks that an option is a whole number in a range; its message names the range, where it has an end.
+CLI::Validator Command_Whole(int64_t _nMin, int64_t _nMax = INT64_MAX);

@@ -8,10 +8,13 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <sstream>
 
 namespace
 {
+
+constexpr double c_dblMaxRate = 10000; // more is a slip of the pen
 
 [[noreturn]] void FailAt(const std::string& _strWord)
 {
@@ -38,7 +41,7 @@ bool ReadSizeAndRate(const std::string& _strWord, ZF_VID_PROPS& _vidProps)
         return true;
     const char* const pEnd = _strWord.data() + _strWord.size();
     const auto res = std::from_chars(_strWord.data() + nAt + 1, pEnd, _vidProps.dblRate);
-    return res.ec == std::errc() && res.ptr == pEnd;
+    return res.ec == std::errc() && res.ptr == pEnd && std::abs(_vidProps.dblRate) < c_dblMaxRate; // nor "nan"
 }
 
 void ReadWord(const std::string& _strWord, ZF_VID_PROPS& _vidProps)
@@ -80,13 +83,17 @@ std::string Describe_Text(const std::string& _strProps)
 {
     ZF_VID_PROPS vidProps = {};
     std::istringstream stream(_strProps);
+    if (_strProps.find_first_not_of(" \t\r\n") == std::string::npos)
+        FailAt(_strProps);
     for (std::string strWord; stream >> strWord;)
         ReadWord(strWord, vidProps);
-    const int nRowSize = Img_RowSizeM(&vidProps);
+    if (!vidProps.eVideoFormat && (!vidProps.nWidth || !vidProps.nHeight))
+        throw CZUsageError(ZFormat("--props \"%s\": there is no size in it; add WxH or format=NAME", _strProps));
     VidProps_Normalize(&vidProps, false);
     const ZF_VID_PTR vidPtr = VidPtr_Build(&vidProps, 0, false);
     const ZF_VID_PROPS vidMask = VidProps_Mask(&vidProps);
-    std::string strText = ZFormat("row_size\t%d\nimage_size\t%d\n", nRowSize, VidProps_ImageSize(&vidProps));
+    std::string strText =
+        ZFormat("row_size\t%d\nimage_size\t%d\n", Img_RowSizeM(&vidProps), VidProps_ImageSize(&vidProps));
     for (int i = 0; i < 4; ++i)
         if (vidPtr.szVideoPlanes[i].cx && vidPtr.szVideoPlanes[i].cy)
             strText += ZFormat("plane_%d\toffset=%d size=%dx%d stride=%d\n", i, vidPtr.lpVideoPlanes[i],

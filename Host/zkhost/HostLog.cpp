@@ -1,5 +1,7 @@
 #include "zkhost/HostLog.h"
 
+#include "zkhost/Platform.h"
+
 #include "Base/ZLog.h"
 
 #include <cstdio>
@@ -37,7 +39,9 @@ public:
         if (_eLevel == eZLog_Error)
             m_strLastError = _pszText;
         const bool bNamed = _eLevel >= 0 && _eLevel <= eZLog_Verbose;
-        std::fprintf(stderr, "zkhost: %s%s\n", bNamed ? c_arrNames[_eLevel] : "", _pszText);
+        // A line of progress may stand on the terminal.
+        std::fprintf(stderr, "%szkhost: %s%s\n", m_bTerminal ? "\r\x1b[K" : "", bNamed ? c_arrNames[_eLevel] : "",
+                     _pszText);
     }
     std::string LastError()
     {
@@ -46,6 +50,7 @@ public:
     }
 
 private:
+    const bool m_bTerminal = Platform_IsTerminal(stderr);
     std::mutex m_mtxText;
     std::string m_strLastError;
 };

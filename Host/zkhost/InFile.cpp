@@ -1,6 +1,7 @@
 #include "zkhost/InFile.h"
 
 #include "zkhost/HostError.h"
+#include "zkhost/OutFile.h"
 #include "zkhost/Platform.h"
 
 #include "Base/ZLog.h"
@@ -36,8 +37,7 @@ int64_t CZInFile::Size() const
 size_t CZInFile::Read(void* _pBytes, size_t _cbBytes)
 {
     const size_t cbRead = std::fread(_pBytes, 1, _cbBytes, m_pFile);
-    if (Platform_WasInterrupted())
-        throw CZHostError("interrupted; nothing was written");
+    OutFile_CheckInterrupt();
     if (cbRead < _cbBytes && std::ferror(m_pFile))
         throw CZHostError(ZFormat("cannot read %s: %s", m_strName, Platform_LastError()));
     return cbRead;

@@ -2,12 +2,14 @@
 
 #include "zkhost/HostError.h"
 #include "zkhost/HostLog.h"
+#include "zkhost/PluginOptions.h"
+#include "zkhost/RawReader.h"
 
 #include "Base/ZLog.h"
-#include "ZChromaKey/ChromaKeyOptions.h"
 #include "ZChromaKey/KeyAdjust.h"
 
 #include <charconv>
+#include <cmath>
 #include <map>
 
 namespace
@@ -44,11 +46,6 @@ std::pair<std::string, std::string> SplitPair(const std::string& _strText, const
     return {_strText.substr(0, nEqual), _strText.substr(nEqual + 1)};
 }
 
-bool IsDetectOption(const std::string& _strName)
-{
-    return _strName.starts_with("detect.") || _strName == "show_blocks";
-}
-
 /// "X,Y" or "X1,Y1,X2,Y2" inside a picture; the second corner may touch its end.
 std::vector<int32_t> ReadPlace(const std::string& _strText, size_t _nNumbers, const ZF_VID_PROPS& _vidProps)
 {
@@ -69,6 +66,8 @@ std::vector<int32_t> ReadPlace(const std::string& _strText, size_t _nNumbers, co
         throw CZUsageError(
             ZFormat("\"%s\" is no place in this picture; write %s, in pixels from the top left of %d x %d", _strText,
                     _nNumbers == 2 ? "X,Y" : "X1,Y1,X2,Y2", _vidProps.nWidth, std::abs(_vidProps.nHeight)));
+    if (_nNumbers == 4 && (vecNumbers[0] == vecNumbers[2] || vecNumbers[1] == vecNumbers[3]))
+        throw CZUsageError(ZFormat("\"%s\" is an empty rectangle; its second corner has to be another one", _strText));
     return vecNumbers;
 }
 
@@ -82,23 +81,6 @@ const CK_ADJUST_INFO& FindAdjust(const std::string& _strName)
         strNames += std::string(strNames.empty() ? "" : ", ") + info.pszName;
     }
     throw CZUsageError(ZFormat("--adjust %s: there is no such adjustment; there are %s", _strName, strNames));
-}
-
-std::string OptionNames()
-{
-    std::string strNames;
-    for (const CK_OPTION& option : ChromaKeyOptions_Table())
-        strNames += std::string(option.pszName) + ", ";
-    return strNames + "detect.type, detect.max_keys, detect.blocks, detect.threshold, detect.key_diff, "
-                      "detect.similarity, detect.borders and show_blocks";
-}
-
-void CheckOptionName(const std::string& _strName)
-{
-    for (const CK_OPTION& option : ChromaKeyOptions_Table())
-        if (_strName == option.pszName)
-            return;
-    throw CZUsageError(ZFormat("--set %s: there is no such option; there are %s", _strName, OptionNames()));
 }
 
 std::string AdjustHelp()
@@ -126,15 +108,17 @@ void CZKeyOptions::AddInput(CLI::App& _command)
                     "What headerless input holds: FCC:WxH[@RATE][i|iT|iB][:STRIDE]; a negative height means "
                     "top-down, for RGB")
         ->type_name("SPEC");
-    _command.add_option("--set", m_vecSets, "An option of the plug-in; may be repeated. There are " + OptionNames())
+    _command
+        .add_option("--set", m_vecSets, "An option of the plug-in; may be repeated. There are " + PluginOptions_Names())
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false);
     _command.add_flag("--quiet,-q", m_bQuiet, "Only errors on standard error");
     _command.add_flag("--verbose,-v", m_bVerbose, "The plug-in's log on standard error");
 }
 
-void CZKeyOptions::AddKeys(CLI::App& _command)
+void CZKeyOptions::AddKeys(CLI::App& _command, bool _bOrAuto)
 {
+    m_eKeys = _bOrAuto ? eKeys_OrAuto : eKeys_Needed;
     constexpr const char* c_pszGroup = "Keys, made on the first frame";
     _command.add_option("--keys", m_strKeys, "Keys and options from a file that was saved before")
         ->type_name("FILE.xml")
@@ -165,9 +149,31 @@ void CZKeyOptions::AddKeys(CLI::App& _command)
     _command.footer(AdjustHelp() + "\n" + _command.get_footer());
 }
 
-void CZKeyOptions::ApplyLog() const
+void CZKeyOptions::Begin() const
 {
     HostLog_SetLevel(m_bVerbose ? eZLog_Verbose : m_bQuiet ? eZLog_Error : eZLog_Warning);
+    if (!m_strRawSpec.empty())
+        Raw_ParseSpec(m_strRawSpec);
+    if (m_eKeys == eKeys_Needed && !m_bAuto && !GivesKeys())
+        throw CZUsageError("nothing says what to key; use --auto, --pick X,Y, --rect X1,Y1,X2,Y2 or --keys FILE.xml");
+    for (const std::string& strSet : m_vecSets)
+    {
+        const auto [strName, strValue] = SplitPair(strSet, "--set");
+        PluginOptions_Check(strName, strValue);
+        if (PluginOptions_IsDetection(strName) && !Detects())
+            throw CZUsageError(ZFormat("--set %s: nothing is detected here; add --auto, or leave it out", strSet));
+    }
+    Adjusts();
+}
+
+bool CZKeyOptions::GivesKeys() const
+{
+    return !m_strKeys.empty() || !m_vecPicks.empty() || !m_vecRects.empty();
+}
+
+bool CZKeyOptions::Detects() const
+{
+    return m_bAuto || m_eKeys == eKeys_None || (m_eKeys == eKeys_OrAuto && !GivesKeys());
 }
 
 void CZKeyOptions::ApplyOptions(CZKeyer& _keyer) const
@@ -175,10 +181,8 @@ void CZKeyOptions::ApplyOptions(CZKeyer& _keyer) const
     for (const std::string& strSet : m_vecSets)
     {
         const auto [strName, strValue] = SplitPair(strSet, "--set");
-        if (IsDetectOption(strName))
-            continue;
-        CheckOptionName(strName);
-        _keyer.OptionSet(strName, strValue);
+        if (!PluginOptions_IsDetection(strName))
+            _keyer.OptionSet(strName, strValue);
     }
 }
 
@@ -186,22 +190,19 @@ void CZKeyOptions::Detect(CZKeyer& _keyer) const
 {
     std::string strProps;
     for (const std::string& strSet : m_vecSets)
-        if (IsDetectOption(SplitPair(strSet, "--set").first))
-            strProps += (strProps.empty() ? "" : " ") + strSet;
+    {
+        const auto [strName, strValue] = SplitPair(strSet, "--set");
+        if (PluginOptions_IsDetection(strName))
+            strProps += ZFormat("%s='%s' ", strName, strValue);
+    }
     if (!m_strType.empty())
-        strProps += (strProps.empty() ? "" : " ") + ("detect.type=" + m_strType);
+        strProps += "detect.type=" + m_strType;
     const HRESULT hr = _keyer.Key()->KeyDetect(CZBStr(strProps).Get());
     CZKeyer::Check(hr, "finding the backdrop");
     if (hr == S_FALSE)
         throw CZHostError(ZFormat("no green or blue backdrop was found in the first frame of %s; pick its colour with "
                                   "--pick X,Y, or change --set detect.threshold=N or detect.borders=N",
                                   m_strInput));
-}
-
-void CZKeyOptions::CheckKeysGiven() const
-{
-    if (m_strKeys.empty() && !m_bAuto && m_vecPicks.empty() && m_vecRects.empty())
-        throw CZUsageError("nothing says what to key; use --auto, --pick X,Y, --rect X1,Y1,X2,Y2 or --keys FILE.xml");
 }
 
 void CZKeyOptions::ApplyType(CZKeyer& _keyer) const
@@ -238,9 +239,9 @@ void CZKeyOptions::ApplyEdit(CZKeyer& _keyer, const EDIT& _edit)
     CZKeyer::Check(hr, "--" + _edit.strName + " " + _edit.strPlace);
 }
 
-std::vector<std::pair<eCK_Adjust, double>> CZKeyOptions::Adjusts() const
+CZKeyOptions::ADJUSTS CZKeyOptions::Adjusts() const
 {
-    std::vector<std::pair<eCK_Adjust, double>> vecAdjusts;
+    ADJUSTS vecAdjusts;
     for (const std::string& strAdjust : m_vecAdjusts)
     {
         const auto [strName, strValue] = SplitPair(strAdjust, "--adjust");
@@ -249,34 +250,35 @@ std::vector<std::pair<eCK_Adjust, double>> CZKeyOptions::Adjusts() const
         const auto res = std::from_chars(strValue.data(), strValue.data() + strValue.size(), dblValue);
         const bool bNumber = res.ec == std::errc() && res.ptr == strValue.data() + strValue.size();
         if (!bNumber || !(dblValue >= info.dblMin && dblValue <= info.dblMax))
-            throw CZUsageError(ZFormat("--adjust %s: the value has to be a number from %g to %g", strAdjust,
+            throw CZUsageError(ZFormat("--adjust %s: %s has to be a number from %g to %g", strAdjust, strName,
                                        info.dblMin, info.dblMax));
-        vecAdjusts.emplace_back(info.eAdjust, dblValue);
+        if (info.eAdjust == eCKA_KeyType && dblValue != std::floor(dblValue))
+            throw CZUsageError(ZFormat("--adjust %s: %s has to be a whole number", strAdjust, strName));
+        vecAdjusts.emplace_back(&info, dblValue);
     }
     return vecAdjusts;
 }
 
 void CZKeyOptions::ApplyKeys(CZKeyer& _keyer, IZFFrame* _pFirstFrame) const
 {
-    CheckKeysGiven();
     const auto vecEdits = Edits(_pFirstFrame); // mistakes in the command line come before anything else
-    const auto vecAdjusts = Adjusts();
+    // The frame comes first: its matrix carries keys that are loaded into another type.
+    CZKeyer::Check(_keyer.Key()->KeyFrameSet(_pFirstFrame, nullptr), "handing over the first frame");
     if (!m_strKeys.empty())
         _keyer.Load(m_strKeys);
+    _keyer.OptionNeed("output.argb", "true"); // the alpha in the frame, and its colours cleaned
     ApplyOptions(_keyer);
-    CZKeyer::Check(_keyer.Key()->KeyFrameSet(_pFirstFrame, nullptr), "handing over the first frame");
-    if (m_bAuto)
+    if (Detects())
         Detect(_keyer);
     ApplyType(_keyer);
     for (const EDIT& edit : vecEdits)
         ApplyEdit(_keyer, edit);
-    for (const auto& [eAdjust, dblValue] : vecAdjusts)
-        CZKeyer::Check(_keyer.Key()->KeyAdjustSet(eAdjust, dblValue), "--adjust " + std::to_string(eAdjust));
+    for (const auto& [pInfo, dblValue] : Adjusts())
+        CZKeyer::Check(_keyer.Key()->KeyAdjustSet(pInfo->eAdjust, dblValue), ZFormat("--adjust %s", pInfo->pszName));
     CZKeyer::Check(_keyer.Key()->KeyFrameSet(nullptr, nullptr), "taking the first frame back");
 }
 
-void CZKeyOptions::SaveKeys(CZKeyer& _keyer) const
+CZOutFile* CZKeyOptions::OpenKeys(CZOutFiles& _files) const
 {
-    if (!m_strSaveKeys.empty())
-        _keyer.Save(m_strSaveKeys);
+    return m_strSaveKeys.empty() ? nullptr : &_files.Create(m_strSaveKeys);
 }

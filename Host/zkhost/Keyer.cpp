@@ -2,6 +2,7 @@
 
 #include "zkhost/HostError.h"
 #include "zkhost/HostLog.h"
+#include "zkhost/OutFile.h"
 #include "zkhost/Platform.h"
 
 #include "Base/ZLog.h"
@@ -84,17 +85,17 @@ void CZKeyer::OptionSet(const std::string& _strName, const std::string& _strValu
 
 void CZKeyer::OptionNeed(const std::string& _strName, const std::string& _strValue)
 {
-    OptionSet(_strName, _strValue);
-    m_mapNeeds[_strName] = _strValue;
+    BSTR bsBefore = nullptr;
+    m_cpProps->PropsGet(ZText_ToWide(_strName).c_str(), &bsBefore);
+    const std::string strBefore = TakeText(bsBefore);
+    PropSet(_strName, _strValue);
+    m_mapNeeds[_strName] = {_strValue, strBefore};
 }
 
-template <class Saving> void CZKeyer::WithoutNeeds(Saving&& _fnSave)
+void CZKeyer::PropSet(const std::string& _strName, const std::string& _strValue)
 {
-    for (const auto& [strName, strValue] : m_mapNeeds)
-        m_cpProps->PropsSet(ZText_ToWide(strName).c_str(), nullptr);
-    _fnSave();
-    for (const auto& [strName, strValue] : m_mapNeeds)
-        m_cpProps->PropsSet(ZText_ToWide(strName).c_str(), ZText_ToWide(strValue).c_str());
+    Check(m_cpProps->PropsSet(ZText_ToWide(_strName).c_str(), ZText_ToWide(_strValue).c_str()),
+          ZFormat("setting %s to \"%s\"", _strName, _strValue));
 }
 
 void CZKeyer::Load(const std::string& _strPath)
@@ -104,18 +105,19 @@ void CZKeyer::Load(const std::string& _strPath)
     Check(m_cpPersist->PersistLoad(ZText_ToWide(_strPath).c_str()), ZFormat("loading the keys of %s", _strPath));
 }
 
-void CZKeyer::Save(const std::string& _strPath)
+void CZKeyer::Save(CZOutFile& _file)
 {
-    HRESULT hr = S_OK;
-    WithoutNeeds([&] { hr = m_cpPersist->PersistSaveToFile(ZText_ToWide(_strPath).c_str()); });
-    Check(hr, ZFormat("saving the keys to %s", _strPath));
+    _file.Write(Document());
 }
 
 std::string CZKeyer::Document()
 {
     BSTR bsDocument = nullptr;
-    HRESULT hr = S_OK;
-    WithoutNeeds([&] { hr = m_cpPersist->PersistSaveToString(&bsDocument); });
+    for (const auto& [strName, need] : m_mapNeeds)
+        PropSet(strName, need.strBefore);
+    const HRESULT hr = m_cpPersist->PersistSaveToString(&bsDocument);
+    for (const auto& [strName, need] : m_mapNeeds)
+        PropSet(strName, need.strValue);
     Check(hr, "writing the keys down");
     return TakeText(bsDocument);
 }
@@ -135,8 +137,7 @@ bool CZKeyer::Receive(IZFFrame* _pFrameOrNull, const std::function<void(IZFFrame
     HRESULT hr = Z_E_TIMEOUT;
     for (int i = 0; hr == Z_E_TIMEOUT && i < c_nMaxTries && !Platform_WasInterrupted(); ++i)
         hr = m_cpProcess->OnMediaReceive(_pFrameOrNull, cpResult.Put());
-    if (Platform_WasInterrupted())
-        throw CZHostError("interrupted; nothing was written");
+    OutFile_CheckInterrupt();
     Check(hr, ZFormat("keying frame %d", m_nResults + 1));
     if (!cpResult)
         return false;

@@ -11,6 +11,8 @@
 #include <map>
 #include <string>
 
+class CZOutFile;
+
 /// A chroma-key object of the plug-in module that lies beside this program, made through its class factory.
 /// Every method throws CZHostError when the module refuses, with the reason that it logged.
 class CZKeyer
@@ -26,10 +28,12 @@ public:
         return m_cpKey.Get();
     }
     void OptionSet(const std::string& _strName, const std::string& _strValue);
-    /// An option that this program needs and the person did not ask for: it is not saved with the keys.
+    /// An option that this program needs and the person did not ask for: saving keeps what it was before. A later
+    /// OptionSet takes its place; call it behind Load, whose options would.
     void OptionNeed(const std::string& _strName, const std::string& _strValue);
     void Load(const std::string& _strPath);
-    void Save(const std::string& _strPath);
+    /// Writes the document to a file of the job.
+    void Save(CZOutFile& _file);
     /// The key set and options as a document.
     std::string Document();
     /// Name and version of the plug-in.
@@ -45,14 +49,21 @@ public:
 
 private:
     bool Receive(IZFFrame* _pFrameOrNull, const std::function<void(IZFFrame*)>& _fnResult);
-    template <class Saving> void WithoutNeeds(Saving&& _fnSave);
+    void PropSet(const std::string& _strName, const std::string& _strValue);
+
+    /// A value that this program set, and the one before it.
+    struct NEED
+    {
+        std::string strValue;
+        std::string strBefore; ///< empty: there was none
+    };
 
     CZPtr<IZChromaKey> m_cpKey;
     CZPtr<IZFProcess> m_cpProcess;
     CZPtr<IZProps> m_cpProps;
     CZPtr<IZPlugin> m_cpPlugin;
     CZPtr<IZFPersist> m_cpPersist;
-    std::map<std::string, std::string> m_mapNeeds;
+    std::map<std::string, NEED> m_mapNeeds;
     int64_t m_nFrames = 0;
     int64_t m_nResults = 0;
 };

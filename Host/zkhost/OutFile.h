@@ -3,11 +3,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
 /// One file being written: bytes go to a temporary name beside the final one, which appears with Commit, whole, or
-/// not at all. "-" (standard output), devices and pipes are written in place.
+/// not at all. "-" (standard output), devices and pipes are written in place; a link stays, its target is written.
 class CZOutFile
 {
 public:
@@ -18,8 +19,12 @@ public:
     CZOutFile(const CZOutFile&) = delete;
     CZOutFile& operator=(const CZOutFile&) = delete;
 
-    /// Throws CZHostError on a full disk or a closed pipe.
+    /// Throws CZHostError on a full disk, a closed pipe or an interrupt.
     void Write(const void* _pBytes, size_t _cbBytes);
+    void Write(const std::string& _strText)
+    {
+        Write(_strText.data(), _strText.size());
+    }
     /// Flushes and closes; errors that show only now throw.
     void Close();
     /// Gives the closed file its final name.
@@ -42,10 +47,27 @@ private:
 class CZOutFiles
 {
 public:
-    /// The file belongs to this collection.
+    CZOutFiles() = default;
+    /// Removes what was not committed, folders made for it included.
+    ~CZOutFiles();
+    CZOutFiles(const CZOutFiles&) = delete;
+    CZOutFiles& operator=(const CZOutFiles&) = delete;
+
+    /// The file belongs to this collection. Throws CZUsageError for one that the job writes already, whatever name it
+    /// is given.
     CZOutFile& Create(const std::string& _strPath);
+    /// Makes a folder for files of the job, unless it is there.
+    void MakeFolder(const std::string& _strPath);
     void CommitAll();
 
 private:
     std::vector<std::unique_ptr<CZOutFile>> m_vecFiles;
+    std::set<std::string> m_setTargets;    ///< what is written, by its one true name
+    std::vector<std::string> m_vecFolders; ///< made, and not yet in use
 };
+
+/// Writes a text to standard output, to its last byte, or throws CZHostError.
+void OutFile_Print(const std::string& _strText);
+
+/// Throws when the program was asked to end, and says what has become of the output.
+void OutFile_CheckInterrupt();

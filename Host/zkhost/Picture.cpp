@@ -18,13 +18,21 @@ void PICTURE::Resize(int _nWidth, int _nHeight, int _nChannels)
     vecPixels.assign(RowBytes() * static_cast<size_t>(_nHeight), 0);
 }
 
-void Picture_CheckSize(int64_t _nWidth, int64_t _nHeight, const std::string& _strWhere)
+std::string Picture_SizeFault(int64_t _nWidth, int64_t _nHeight)
 {
     if (_nWidth < 1 || _nHeight < 1)
-        throw CZHostError(ZFormat("%s: a picture of %d x %d has no pixels", _strWhere, _nWidth, _nHeight));
+        return ZFormat("a picture of %d x %d has no pixels", _nWidth, _nHeight);
     if (_nWidth > c_nMaxSide || _nHeight > c_nMaxSide || _nWidth * _nHeight > c_nMaxPixels)
-        throw CZHostError(ZFormat("%s: %d x %d is too large; the limits are %d a side and %d million pixels", _strWhere,
-                                  _nWidth, _nHeight, c_nMaxSide, c_nMaxPixels >> 20));
+        return ZFormat("%d x %d is too large; the limits are %d a side and %d million pixels", _nWidth, _nHeight,
+                       c_nMaxSide, c_nMaxPixels >> 20);
+    return {};
+}
+
+void Picture_CheckSize(int64_t _nWidth, int64_t _nHeight, const std::string& _strWhere)
+{
+    const std::string strFault = Picture_SizeFault(_nWidth, _nHeight);
+    if (!strFault.empty())
+        throw CZHostError(_strWhere + ": " + strFault);
 }
 
 namespace

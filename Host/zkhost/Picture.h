@@ -36,6 +36,8 @@ struct PICTURE
     void Resize(int _nWidth, int _nHeight, int _nChannels);
 };
 
+/// Why there can be no picture of this size; empty when there can be.
+std::string Picture_SizeFault(int64_t _nWidth, int64_t _nHeight);
 /// Throws CZHostError, naming _strWhere, for a size without pixels or over the limits.
 void Picture_CheckSize(int64_t _nWidth, int64_t _nHeight, const std::string& _strWhere);
 

@@ -47,7 +47,10 @@ void CheckPngSize(const std::vector<uint8_t>& _vecFile, const std::string& _strP
 
 [[noreturn]] void FailDamaged(const std::string& _strPath)
 {
-    throw CZHostError(ZFormat("%s is no PNG or JPEG picture, or a damaged one (%s)", _strPath, stbi_failure_reason()));
+    throw CZHostError(
+        ZFormat("%s cannot be read as a PNG or JPEG picture (%s); save it as one of these, or copy it again "
+                "if it was cut off",
+                _strPath, stbi_failure_reason()));
 }
 
 } // namespace

@@ -19,6 +19,8 @@ public:
         , m_bSequence(NamePattern_IsPattern(_strPath))
         , m_files(_files)
     {
+        if (!m_bSequence)
+            m_pFile = &m_files.Create(m_strPath);
     }
 
     void Write(const PICTURE& _picture) override
@@ -28,9 +30,10 @@ public:
                 ZFormat("%s takes one picture, and there are more; name a sequence, as name_%%05d.png, or "
                         "use --frames 1",
                         m_strPath));
-        CZOutFile& file = m_files.Create(NamePattern_Name(m_strPath, m_nWritten));
-        PictureFile_WritePng(_picture, file);
-        file.Close(); // a long sequence must not keep all its files open
+        if (m_bSequence)
+            m_pFile = &m_files.Create(NamePattern_Name(m_strPath, m_nWritten));
+        PictureFile_WritePng(_picture, *m_pFile);
+        m_pFile->Close(); // a long sequence must not keep all its files open
         ++m_nWritten;
     }
 
@@ -38,6 +41,7 @@ private:
     std::string m_strPath;
     bool m_bSequence;
     CZOutFiles& m_files;
+    CZOutFile* m_pFile = nullptr; // belongs to m_files
     int64_t m_nWritten = 0;
 };
 

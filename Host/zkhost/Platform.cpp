@@ -36,15 +36,6 @@ fs::path PathOf(const std::string& _strPath)
 #endif
 }
 
-std::string TextOf(const fs::path& _path)
-{
-#if defined(_WIN32)
-    return ZText_FromWide(_path.wstring());
-#else
-    return _path.string();
-#endif
-}
-
 } // namespace
 
 bool Platform_Replace(const std::string& _strFrom, const std::string& _strTo)
@@ -60,11 +51,10 @@ void Platform_Remove(const std::string& _strPath)
     fs::remove(PathOf(_strPath), error);
 }
 
-bool Platform_IsDevice(const std::string& _strPath)
+bool Platform_MakeFolder(const std::string& _strPath)
 {
     std::error_code error;
-    const fs::file_status status = fs::status(PathOf(_strPath), error);
-    return fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
+    return fs::create_directory(PathOf(_strPath), error);
 }
 
 bool Platform_IsFolder(const std::string& _strPath)
@@ -84,15 +74,6 @@ bool Platform_Exists(const std::string& _strPath)
 {
     std::error_code error;
     return fs::exists(PathOf(_strPath), error);
-}
-
-std::string Platform_ResolveLink(const std::string& _strPath)
-{
-    std::error_code error;
-    if (!fs::is_symlink(PathOf(_strPath), error))
-        return _strPath;
-    const fs::path pathTarget = fs::weakly_canonical(PathOf(_strPath), error);
-    return error ? _strPath : TextOf(pathTarget);
 }
 
 bool Platform_WasInterrupted()
@@ -161,7 +142,7 @@ std::string Platform_ProgramFolder()
 {
     std::wstring wstrPath(32768, L'\0');
     wstrPath.resize(GetModuleFileNameW(nullptr, wstrPath.data(), static_cast<DWORD>(wstrPath.size())));
-    return TextOf(fs::path(wstrPath).parent_path());
+    return ZText_FromWide(fs::path(wstrPath).parent_path().wstring());
 }
 
 const char* Platform_ModuleName()

@@ -18,11 +18,10 @@ std::FILE* Platform_StandardStream(bool _bOutput);
 std::string Platform_LastError();
 /// Puts a finished file in the place of another one, in one step.
 bool Platform_Replace(const std::string& _strFrom, const std::string& _strTo);
+/// Removes a file or an empty folder.
 void Platform_Remove(const std::string& _strPath);
-/// True for a path that exists and is no ordinary file: a device or a pipe, which is written in place.
-bool Platform_IsDevice(const std::string& _strPath);
-/// The file that a link points at in the end; any other path as it is.
-std::string Platform_ResolveLink(const std::string& _strPath);
+/// Makes a folder in one that is there; false when the system refuses.
+bool Platform_MakeFolder(const std::string& _strPath);
 bool Platform_IsFolder(const std::string& _strPath);
 /// Bytes in an ordinary file, else -1.
 int64_t Platform_FileSize(const std::string& _strPath);

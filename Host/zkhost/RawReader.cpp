@@ -53,7 +53,9 @@ int32_t TakeInterlace(std::string_view& _svText)
 void CheckRecord(STREAM& _stream, const std::string& _strSpec)
 {
     ZF_VID_PROPS& vidProps = _stream.vidProps;
-    Picture_CheckSize(vidProps.nWidth, std::abs(int64_t{vidProps.nHeight}), "--in " + _strSpec);
+    const std::string strFault = Picture_SizeFault(vidProps.nWidth, std::abs(int64_t{vidProps.nHeight}));
+    if (!strFault.empty())
+        FailSpec(_strSpec, strFault);
     if (Img_RowSizeM(&vidProps) < 1 || !Img_IsReadable(vidProps.fccType))
         FailSpec(_strSpec, "frames of this pixel format cannot be read (zkhost formats lists those that can)");
     if (vidProps.nRowBytes && vidProps.nRowBytes < Img_RowSizeM(&vidProps))
@@ -74,6 +76,15 @@ bool Raw_ParseSize(const std::string& _strText, int& _nWidth, int& _nHeight)
     std::string_view svRest = _strText;
     const std::string_view svWidth = TakeUntil(svRest, 'x');
     return ReadNumber(svWidth, _nWidth) && ReadNumber(svRest, _nHeight);
+}
+
+void Raw_ReadSizeOption(const std::string& _strText, int& _nWidth, int& _nHeight)
+{
+    if (!Raw_ParseSize(_strText, _nWidth, _nHeight))
+        throw CZUsageError(ZFormat("--size %s: write it as 1280x720", _strText));
+    const std::string strFault = Picture_SizeFault(_nWidth, _nHeight);
+    if (!strFault.empty())
+        throw CZUsageError(ZFormat("--size %s: %s", _strText, strFault));
 }
 
 STREAM Raw_ParseSpec(const std::string& _strSpec)
@@ -111,10 +122,25 @@ uint32_t Raw_ParseFormat(const std::string& _strName)
     return Img_IsReadable(fccType) ? fccType : 0;
 }
 
+uint32_t Raw_ReadFormatOption(const std::string& _strName)
+{
+    const uint32_t fccType = Raw_ParseFormat(_strName);
+    if (!fccType)
+        throw CZUsageError(ZFormat("--format %s: no frames of such a pixel format can be used; zkhost formats lists "
+                                   "those that can, as keyed",
+                                   _strName));
+    return fccType;
+}
+
 CZRawReader::CZRawReader(const std::string& _strPath, const std::string& _strSpec)
+    : CZRawReader(_strPath, Raw_ParseSpec(_strSpec)) // a wrong description is told before the file is opened
+{
+}
+
+CZRawReader::CZRawReader(const std::string& _strPath, const STREAM& _stream)
     : m_file(_strPath)
 {
-    m_stream = Raw_ParseSpec(_strSpec);
+    m_stream = _stream;
     m_cbFrame = static_cast<size_t>(VidProps_ImageSize(&m_stream.vidProps));
     if (m_file.Size() >= 0)
         m_stream.nFrames = m_file.Size() / static_cast<int64_t>(m_cbFrame);

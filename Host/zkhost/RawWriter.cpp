@@ -31,19 +31,16 @@ void CZFramePacker::Make(const PICTURE& _picture, uint32_t _fccType, int32_t _eI
 }
 
 CZRawWriter::CZRawWriter(const std::string& _strPath, const STREAM& _stream, uint32_t _fccOpaque, CZOutFiles& _files)
-    : m_strPath(_strPath)
-    , m_eInterlace(_stream.vidProps.eInterlace)
+    : m_eInterlace(_stream.vidProps.eInterlace)
     , m_fccOpaque(_fccOpaque)
-    , m_files(_files)
+    , m_file(_files.Create(_strPath))
 {
 }
 
 void CZRawWriter::Write(const PICTURE& _picture)
 {
-    if (!m_pFile)
-        m_pFile = &m_files.Create(m_strPath);
     const uint32_t fccType = _picture.nChannels == 1 ? eZFCC_RGB8 : _picture.bAlpha ? eZFCC_ARGB32 : m_fccOpaque;
     // Field order matters only where chroma is shared between rows.
     m_packer.Make(_picture, fccType, FCC_IsRGB(fccType) ? eZI_Progressive : m_eInterlace);
-    m_pFile->Write(m_packer.Bytes().data(), m_packer.Bytes().size());
+    m_file.Write(m_packer.Bytes().data(), m_packer.Bytes().size());
 }

@@ -31,10 +31,8 @@ public:
     void Write(const PICTURE& _picture) override;
 
 private:
-    std::string m_strPath;
     int32_t m_eInterlace;
     uint32_t m_fccOpaque;
-    CZOutFiles& m_files;
-    CZOutFile* m_pFile = nullptr; // belongs to m_files
+    CZOutFile& m_file; // belongs to the files of the job
     CZFramePacker m_packer;
 };

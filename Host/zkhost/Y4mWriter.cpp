@@ -6,11 +6,12 @@
 #include "Base/ZLog.h"
 #include "Image/ImgColor.h"
 
+#include <utility>
+
 CZY4mWriter::CZY4mWriter(const std::string& _strPath, const STREAM& _stream, uint32_t _fccOpaque, CZOutFiles& _files)
-    : m_strPath(_strPath)
-    , m_stream(_stream)
+    : m_stream(_stream)
     , m_fccOpaque(_fccOpaque)
-    , m_files(_files)
+    , m_file(_files.Create(_strPath))
 {
     if (_fccOpaque != eZFCC_I420 && _fccOpaque != eZFCC_I422 && _fccOpaque != eZFCC_Y444)
         throw CZUsageError(
@@ -26,34 +27,32 @@ const char* CZY4mWriter::LayoutOf(const PICTURE& _picture) const
     return m_fccOpaque == eZFCC_I420 ? "420jpeg" : m_fccOpaque == eZFCC_I422 ? "422" : "444";
 }
 
-void CZY4mWriter::Begin(const PICTURE& _picture)
+void CZY4mWriter::WriteHeaders(const PICTURE& _picture)
 {
-    m_pFile = &m_files.Create(m_strPath);
-    const std::string strHeader = Y4m_HeaderText(m_stream, _picture.nWidth, _picture.nHeight, LayoutOf(_picture));
-    m_pFile->Write(strHeader.data(), strHeader.size());
+    if (!std::exchange(m_bBegun, true))
+        m_file.Write(Y4m_HeaderText(m_stream, _picture.nWidth, _picture.nHeight, LayoutOf(_picture)));
+    m_file.Write("FRAME\n", 6);
 }
 
 void CZY4mWriter::Write(const PICTURE& _picture)
 {
-    if (!m_pFile)
-        Begin(_picture);
-    m_pFile->Write("FRAME\n", 6);
-    if (_picture.nChannels == 1)
-        m_pFile->Write(_picture.vecPixels.data(), _picture.vecPixels.size());
-    else if (_picture.bAlpha || m_fccOpaque == eZFCC_Y444)
-        WriteFullChroma(_picture);
-    else
-    {
+    const bool bPlain = _picture.nChannels == 1 || _picture.bAlpha || m_fccOpaque == eZFCC_Y444;
+    if (!bPlain) // may refuse the size, and does so before anything is written
         m_packer.Make(_picture, m_fccOpaque, m_stream.vidProps.eInterlace);
+    WriteHeaders(_picture);
+    if (!bPlain)
         WritePlanes(m_packer.Planes());
-    }
+    else if (_picture.nChannels == 1)
+        m_file.Write(_picture.vecPixels.data(), _picture.vecPixels.size());
+    else
+        WriteFullChroma(_picture);
 }
 
 void CZY4mWriter::WritePlanes(const ZF_VID_PTR& _vidPtr)
 {
     for (int i = 0; i < 3; ++i)
         for (int y = 0; y < _vidPtr.szVideoPlanes[i].cy; ++y)
-            m_pFile->Write(Img_RowOf(_vidPtr, i, y), static_cast<size_t>(_vidPtr.szVideoPlanes[i].cx));
+            m_file.Write(Img_RowOf(_vidPtr, i, y), static_cast<size_t>(_vidPtr.szVideoPlanes[i].cx));
 }
 
 void CZY4mWriter::WriteFullChroma(const PICTURE& _picture)
@@ -72,5 +71,5 @@ void CZY4mWriter::WriteFullChroma(const PICTURE& _picture)
             for (size_t c = 0; c < nPlanes; ++c)
                 pOut[c * nPixels + static_cast<size_t>(x)] = m_vecRow[4 * static_cast<size_t>(x) + c];
     }
-    m_pFile->Write(m_vecPlanes.data(), m_vecPlanes.size());
+    m_file.Write(m_vecPlanes.data(), m_vecPlanes.size());
 }

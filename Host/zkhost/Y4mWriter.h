@@ -11,15 +11,14 @@ public:
 
 private:
     const char* LayoutOf(const PICTURE& _picture) const;
-    void Begin(const PICTURE& _picture);
+    void WriteHeaders(const PICTURE& _picture);
     void WritePlanes(const ZF_VID_PTR& _vidPtr);
     void WriteFullChroma(const PICTURE& _picture);
 
-    std::string m_strPath;
     STREAM m_stream;
     uint32_t m_fccOpaque;
-    CZOutFiles& m_files;
-    CZOutFile* m_pFile = nullptr; // belongs to m_files
+    CZOutFile& m_file; // belongs to the files of the job
+    bool m_bBegun = false;
     CZFramePacker m_packer;
     std::vector<uint8_t> m_vecPlanes;
     std::vector<uint8_t> m_vecRow;

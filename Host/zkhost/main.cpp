@@ -1,11 +1,13 @@
 #include "zkhost/Commands.h"
 #include "zkhost/HostError.h"
 #include "zkhost/HostLog.h"
+#include "zkhost/OutFile.h"
 #include "zkhost/Platform.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <sstream>
 
 namespace
 {
@@ -20,7 +22,12 @@ int Fail(const std::string& _strText, int _nExitCode)
 int OnParseEnd(const CLI::App& _app, const CLI::ParseError& _error)
 {
     if (_error.get_exit_code() == 0)
-        return _app.exit(_error);
+    {
+        std::ostringstream stream;
+        _app.exit(_error, stream, stream);
+        OutFile_Print(stream.str());
+        return 0;
+    }
     std::string strCommand = "zkhost";
     for (const CLI::App* pCommand : _app.get_subcommands())
         strCommand += " " + pCommand->get_name();
@@ -39,6 +46,7 @@ int Run(int _nArgs, char** _ppszArgs)
     Command_AddDetect(app);
     Command_AddSheet(app);
     Command_AddSample(app);
+    Command_AddBench(app);
     Command_AddFormats(app);
     Command_AddDescribe(app);
     Command_AddInfo(app);

@@ -13,46 +13,45 @@ namespace CKUtils
 namespace
 {
 
-using PAIRS = std::vector<PROP_PAIR>;
-
-bool IsShare(double _dblValue)
-{
-    return _dblValue >= 0 && _dblValue <= 1;
-}
-
-/// Looks an option up, long name first, and hands it to a reader. False: named, but not to be read.
-template <class T, class Reader>
-bool ReadOption(const PAIRS& _vecPairs, const char* _pszShort, const char* _pszRight, Reader&& _reader, T* _pValue)
-{
-    const PROP_PAIR* pPair = PropPairs_Find(_vecPairs, std::string("detect.") + _pszShort);
-    if (!pPair)
-        pPair = PropPairs_Find(_vecPairs, _pszShort);
-    if (!pPair || _reader(pPair->svValue, _pValue))
-        return true;
-    ZLog(eZLog_Error, "Detection option \"%hs\" is \"%hs\"; it takes %hs\n", pPair->svName, pPair->svValue, _pszRight);
-    return false;
-}
-
-bool ReadOptions(const PAIRS& _vecPairs, CK_DETECT_OPTIONS* _pOptions)
-{
-    constexpr char c_szWhole[] = "a whole number";
-    constexpr char c_szNumber[] = "a number";
-    const auto ReadShare = [](std::string_view _svValue, double* _pdblValue) {
-        return PropText_ReadDouble(_svValue, _pdblValue) && IsShare(*_pdblValue);
-    };
-    return ReadOption(_vecPairs, "type", "rgb, hls, yuv or auto", KeyType_FromText, &_pOptions->eType) &&
-           ReadOption(_vecPairs, "max_keys", c_szWhole, PropText_ReadInt32, &_pOptions->nMaxKeys) &&
-           ReadOption(_vecPairs, "blocks", c_szWhole, PropText_ReadInt32, &_pOptions->nBlocks) &&
-           ReadOption(_vecPairs, "threshold", c_szWhole, PropText_ReadInt32, &_pOptions->nThreshold) &&
-           ReadOption(_vecPairs, "key_diff", c_szNumber, PropText_ReadDouble, &_pOptions->dblKeyDiff) &&
-           ReadOption(_vecPairs, "similarity", "a number from 0 to 1", ReadShare, &_pOptions->dblSimilarity) &&
-           ReadOption(_vecPairs, "borders", c_szNumber, PropText_ReadDouble, &_pOptions->dblBorders) &&
-           ReadOption(_vecPairs, "show_blocks", "true or false", PropText_ReadBool, &_pOptions->bShowBlocks);
-}
-
 char ToLower(char _ch)
 {
     return _ch >= 'A' && _ch <= 'Z' ? static_cast<char>(_ch - 'A' + 'a') : _ch;
+}
+
+constexpr char c_szWhole[] = "a whole number";
+constexpr char c_szNumber[] = "a number";
+
+bool ReadShare(std::string_view _svValue, double* _pdblValue)
+{
+    double dblValue = 0;
+    if (!PropText_ReadDouble(_svValue, &dblValue) || !(dblValue >= 0 && dblValue <= 1))
+        return false;
+    *_pdblValue = dblValue;
+    return true;
+}
+
+constexpr CK_DETECT_OPTION c_arrOptions[] = {
+    {"type", "rgb, hls, yuv or auto", [](auto sv, auto* p) { return KeyType_FromText(sv, &p->eType); }},
+    {"max_keys", c_szWhole, [](auto sv, auto* p) { return PropText_ReadInt32(sv, &p->nMaxKeys); }},
+    {"blocks", c_szWhole, [](auto sv, auto* p) { return PropText_ReadInt32(sv, &p->nBlocks); }},
+    {"threshold", c_szWhole, [](auto sv, auto* p) { return PropText_ReadInt32(sv, &p->nThreshold); }},
+    {"key_diff", c_szNumber, [](auto sv, auto* p) { return PropText_ReadDouble(sv, &p->dblKeyDiff); }},
+    {"similarity", "a number from 0 to 1", [](auto sv, auto* p) { return ReadShare(sv, &p->dblSimilarity); }},
+    {"borders", c_szNumber, [](auto sv, auto* p) { return PropText_ReadDouble(sv, &p->dblBorders); }},
+    {"show_blocks", "true or false", [](auto sv, auto* p) { return PropText_ReadBool(sv, &p->bShowBlocks); }},
+};
+
+/// Looks an option up, long name first, and reads it. False: named, but not to be read.
+bool ReadOption(const std::vector<PROP_PAIR>& _vecPairs, const CK_DETECT_OPTION& _option, CK_DETECT_OPTIONS* _pOptions)
+{
+    const PROP_PAIR* pPair = PropPairs_Find(_vecPairs, std::string("detect.") + _option.pszName);
+    if (!pPair)
+        pPair = PropPairs_Find(_vecPairs, _option.pszName);
+    if (!pPair || _option.pfnRead(pPair->svValue, _pOptions))
+        return true;
+    ZLog(eZLog_Error, "Detection option \"%hs\" is \"%hs\"; it takes %hs\n", pPair->svName, pPair->svValue,
+         _option.pszRight);
+    return false;
 }
 
 } // namespace
@@ -78,9 +77,14 @@ bool KeyType_FromText(std::string_view _svText, eCK_Type* _peType)
     return false;
 }
 
+std::span<const CK_DETECT_OPTION> DetectOptions_Table()
+{
+    return c_arrOptions;
+}
+
 HRESULT DetectOptions_Read(std::string_view _svProps, CK_DETECT_OPTIONS* _pOptions)
 {
-    PAIRS vecPairs;
+    std::vector<PROP_PAIR> vecPairs;
     PROP_PAIRS_ERROR error;
     if (!PropPairs_Read(_svProps, &vecPairs, &error))
     {
@@ -88,8 +92,9 @@ HRESULT DetectOptions_Read(std::string_view _svProps, CK_DETECT_OPTIONS* _pOptio
         return E_INVALIDARG;
     }
     CK_DETECT_OPTIONS options = *_pOptions;
-    if (!ReadOptions(vecPairs, &options))
-        return E_INVALIDARG;
+    for (const CK_DETECT_OPTION& option : c_arrOptions)
+        if (!ReadOption(vecPairs, option, &options))
+            return E_INVALIDARG;
     *_pOptions = options;
     return S_OK;
 }

@@ -4,6 +4,7 @@
 #include "Interfaces/ZPlatform.h"
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace CKUtils
@@ -22,6 +23,17 @@ struct CK_DETECT_OPTIONS
     double dblBorders = 0.1;    ///< "borders": fraction of the grid left out on every side
     bool bShowBlocks = false;   ///< "show_blocks": mark the examined blocks in the picture
 };
+
+/// One detection option, as the documentation and command lines list it.
+struct CK_DETECT_OPTION
+{
+    const char* pszName;                                                      ///< without "detect."
+    const char* pszRight;                                                     ///< which values are right
+    bool (*pfnRead)(std::string_view _svValue, CK_DETECT_OPTIONS* _pOptions); ///< false: a wrong value
+};
+
+/// All detection options.
+std::span<const CK_DETECT_OPTION> DetectOptions_Table();
 
 /// Reads options from "name=value" pairs (Props/PropPairs.h). Fields that are not named keep their values, so options
 /// can be laid over others; names of others are passed over. E_INVALIDARG: a value that cannot be read; the log names

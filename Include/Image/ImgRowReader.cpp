@@ -99,7 +99,7 @@ int64_t Img_RowBytesUsed(uint32_t _fccType, int32_t _nWidth)
     return pFormat && _nWidth > 0 ? BytesUsed(pFormat->eLayout, _nWidth) : 0;
 }
 
-HRESULT CImgRowReader::Init(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr)
+HRESULT CImgRowReader::Init(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, std::optional<eZYMatrix> _eMatrix)
 {
     *this = {};
     const READ_FORMAT* const pFormat = FindFormat(_vidProps.fccType);
@@ -116,7 +116,7 @@ HRESULT CImgRowReader::Init(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vi
     }
     m_nHeight = static_cast<int>(nHeight);
     m_nChromaDiv = pFormat->nChromaDiv;
-    m_eMatrix = Img_MatrixOf(_vidProps);
+    m_eMatrix = _eMatrix ? *_eMatrix : Img_MatrixOf(_vidProps);
     m_vidRow.nWidth = _vidProps.nWidth;
     m_vidRow.pCoeff = &Img_CoefFromYUV(m_eMatrix);
     const HRESULT hr = InitPlanes(_vidProps, _vidPtr);
@@ -139,7 +139,7 @@ HRESULT CImgRowReader::InitPlanes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PT
         return hr;
 
     const ZF_SIZE& szChroma = _vidPtr.szVideoPlanes[1];
-    m_nChromaRows = std::min(szChroma.cy, (m_nHeight + m_nChromaDiv - 1) / m_nChromaDiv);
+    m_nChromaRows = std::min(szChroma.cy, (m_nHeight - 1) / m_nChromaDiv + 1);
     m_vidRow.nChroma = std::min(bNV12 ? szChroma.cx / 2 : szChroma.cx, (_vidProps.nWidth + 1) / 2);
     if (m_nChromaRows < 1 || m_vidRow.nChroma < 1) // a picture too small for chroma
     {

@@ -5,6 +5,7 @@
 #include "Interfaces/ZPlatform.h"
 
 #include <cstdint>
+#include <optional>
 
 /// Reads single rows of a picture of any known format as bytes B, G, R, A.
 ///
@@ -24,7 +25,9 @@ public:
     /// The record need not be normalised; its format, width, height and field order count. The planes say where the
     /// samples are: sizes and strides as VidPtr_Build gives them. E_NOTIMPL: a format outside the list above.
     /// E_INVALIDARG: no pixel, a missing plane, or a stride shorter than a row; the log says which.
-    HRESULT Init(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr);
+    /// _eMatrix: what YUV is read with; empty = Img_MatrixOf the record. Parts of a picture are to be read with the
+    /// matrix of the whole, which their own size may not tell.
+    HRESULT Init(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, std::optional<eZYMatrix> _eMatrix = {});
 
     /// Writes row _nRow (0 to Height() - 1) to _pBGRA, Width() x 4 bytes. Only after Init has succeeded.
     void ReadRow(int _nRow, uint8_t* _pBGRA) const

@@ -18,6 +18,12 @@ std::filesystem::path PathOf(std::string_view _svPath)
     return std::filesystem::path(std::u8string(_svPath.begin(), _svPath.end()));
 }
 
+std::string TextOf(const std::filesystem::path& _path)
+{
+    const std::u8string u8Text = _path.u8string();
+    return {u8Text.begin(), u8Text.end()};
+}
+
 std::string LastError()
 {
     return errno ? std::generic_category().message(errno) : "unknown error";
@@ -37,6 +43,16 @@ std::filesystem::path TemporaryBeside(const std::filesystem::path& _path)
     std::filesystem::path pathTemp = _path;
     pathTemp += ZFormat(".%I64x-%x.tmp", nTime, ++s_nCount);
     return pathTemp;
+}
+
+/// Writes a whole file; the reason when that fails, else empty.
+std::string Write(const std::filesystem::path& _path, std::string_view _svText)
+{
+    errno = 0;
+    std::ofstream file(_path, std::ios::binary | std::ios::trunc);
+    file.write(_svText.data(), static_cast<std::streamsize>(_svText.size()));
+    file.close();
+    return file ? std::string() : LastError();
 }
 
 } // namespace
@@ -64,25 +80,41 @@ bool TextFile_Read(std::string_view _svPath, size_t _cbMax, std::string* _pstrTe
     return true;
 }
 
+TEXT_FILE_TARGET TextFile_Target(std::string_view _svPath)
+{
+    namespace fs = std::filesystem;
+    constexpr int c_nMaxLinks = 40;
+    std::error_code err;
+    fs::path path = fs::absolute(PathOf(_svPath), err);
+    const fs::file_status status = fs::status(path, err);
+    // The system follows links only to files that are there already.
+    for (int i = 0; i < c_nMaxLinks && !fs::exists(status) && fs::is_symlink(path, err); ++i)
+        path = path.parent_path() / fs::read_symlink(path, err);
+    const fs::path pathTarget = fs::weakly_canonical(path, err);
+    const bool bInPlace = fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
+    return {TextOf(err ? path : pathTarget), bInPlace};
+}
+
 bool TextFile_Replace(std::string_view _svPath, std::string_view _svText, std::string* _pstrReason)
 {
-    const std::filesystem::path pathFinal = PathOf(_svPath);
-    const std::filesystem::path pathTemp = TemporaryBeside(pathFinal);
     std::error_code err;
-    errno = 0;
-    std::ofstream file(pathTemp, std::ios::binary | std::ios::trunc);
-    file.write(_svText.data(), static_cast<std::streamsize>(_svText.size()));
-    file.close();
-    if (!file)
+    if (std::filesystem::is_directory(PathOf(_svPath), err))
+        return Fail(_pstrReason, "write", _svPath, "it is a folder; name a file in it");
+    const TEXT_FILE_TARGET target = TextFile_Target(_svPath);
+    const std::filesystem::path pathFinal = PathOf(target.bInPlace ? _svPath : std::string_view(target.strPath));
+    const std::filesystem::path pathTemp = target.bInPlace ? pathFinal : TemporaryBeside(pathFinal);
+    const std::string strWhy = Write(pathTemp, _svText);
+    if (!strWhy.empty())
+        Fail(_pstrReason, "write", _svPath, strWhy + "; check that its folder exists and may be written");
+    if (target.bInPlace)
+        return strWhy.empty();
+    if (strWhy.empty())
     {
-        const std::string strWhy = LastError();
-        std::filesystem::remove(pathTemp, err);
-        return Fail(_pstrReason, "write", _svPath, strWhy);
+        std::filesystem::rename(pathTemp, pathFinal, err);
+        if (!err)
+            return true;
+        Fail(_pstrReason, "replace", _svPath, err.message());
     }
-    std::filesystem::rename(pathTemp, pathFinal, err);
-    if (!err)
-        return true;
-    const std::string strWhy = err.message();
     std::filesystem::remove(pathTemp, err);
-    return Fail(_pstrReason, "replace", _svPath, strWhy);
+    return false;
 }

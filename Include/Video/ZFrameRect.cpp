@@ -58,6 +58,15 @@ void ScaleAspect(ZF_VID_PROPS* _pVidProps, int _nWidth, int _nHeight)
     _pVidProps->nAspectY = static_cast<int16_t>(nY);
 }
 
+// The order of the fields, said outright: without it, a part would take that of the format its own size suggests.
+int32_t InterlaceOf(const ZF_VID_PROPS& _vidProps)
+{
+    if (_vidProps.eInterlace != eZI_NotSet)
+        return _vidProps.eInterlace;
+    const int32_t nFieldOrder = VidProps_FieldOrder(&_vidProps);
+    return nFieldOrder > 0 ? eZI_TopFirst : nFieldOrder < 0 ? eZI_BottomFirst : eZI_Progressive;
+}
+
 ZF_VID_PROPS PartProps(const ZF_VID_PROPS& _vidProps, const PART& _part)
 {
     ZF_VID_PROPS vidProps = _vidProps;
@@ -66,6 +75,7 @@ ZF_VID_PROPS PartProps(const ZF_VID_PROPS& _vidProps, const PART& _part)
     if (nWidth == _vidProps.nWidth && nHeight == std::abs(_vidProps.nHeight))
         return vidProps;
     ScaleAspect(&vidProps, nWidth, nHeight);
+    vidProps.eInterlace = InterlaceOf(_vidProps);
     vidProps.eVideoFormat = eZVF_Custom;
     vidProps.nWidth = nWidth;
     vidProps.nHeight = _vidProps.nHeight < 0 ? -nHeight : nHeight;

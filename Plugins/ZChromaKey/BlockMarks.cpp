@@ -37,6 +37,8 @@ HRESULT BlockMarks_Draw(IZFFrame* _pFrame, const std::vector<CKUtils::CK_BLOCK>&
     const auto cpFrame2 = ZQuery<IZFFrame2>(_pFrame);
     CZPtr<IZFFrame> cpMarked;
     HRESULT hr = cpFrame2 ? cpFrame2->FrameConvert(eZFC_Converted, eZFCC_ARGB32, cpMarked.Put()) : E_NOINTERFACE;
+    if (SUCCEEDED(hr) && !cpMarked)
+        hr = E_UNEXPECTED; // a success without a frame
     ZF_VID_PTR vidPtr = {};
     if (SUCCEEDED(hr))
         hr = cpMarked->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtr);

@@ -62,7 +62,7 @@ HRESULT CChromaKey::ProcessFrame(const ZF_VID_PTR* _pInput, uint8_t* _pbAlpha1Ch
 HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, const ZF_VID_PROPS& _vidProps)
 {
     KEY_JOB& job = m_job;
-    if (const HRESULT hr = job.reader.Init(_vidProps, _vidInput); FAILED(hr))
+    if (const HRESULT hr = job.reader.Init(_vidProps, _vidInput, m_eMatrix); FAILED(hr))
         return hr;
     job.alpha = {_pbAlpha1Ch, VidProps_Mask(&_vidProps).nRowBytes, job.reader.Width(), job.reader.Height()};
     if (!Z_VERIFY(job.alpha.nStride >= job.alpha.nWidth))
@@ -77,7 +77,7 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
     job.nRows = job.alpha.nHeight / nThreads; // the remainder at the bottom is not keyed
 
     job.eType = static_cast<eCK_Type>(m_rawKey.eType);
-    job.eMatrix = m_eMatrix.value_or(job.reader.Matrix());
+    job.eMatrix = job.reader.Matrix();
     job.plan = KeyPlan_Make(m_rawKey);
     job.pKernels = &Kernels();
     job.post = MaskPost_Make(m_rawKey, m_bInterlaced || m_rawKey.nInterlacedVideo);

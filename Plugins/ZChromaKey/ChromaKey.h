@@ -25,8 +25,8 @@ public:
     {
         return m_nThreads;
     }
-    /// The matrix to measure YUV keys with; empty (at first) = that of the properties, Img_MatrixOf. Set it when the
-    /// pictures were converted from YUV to RGB before.
+    /// The matrix to read YUV pictures and to measure YUV keys with; empty (at first) = that of the properties,
+    /// Img_MatrixOf. Set it when the pictures were converted from YUV to RGB before, or cut from larger ones.
     void MatrixSet(std::optional<eZYMatrix> _eMatrix)
     {
         m_eMatrix = _eMatrix;

@@ -1,6 +1,7 @@
 #include "ZChromaKey/ChromaKeyOptions.h"
 
 #include "Props/PropStore.h"
+#include "ZChromaKey/KeyPool.h"
 
 #include <algorithm>
 #include <array>
@@ -30,9 +31,10 @@ constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
      "rounded up to multiples of 8."},
     {"output.argb", eCKOptionType_Bool, "false", "Convert the input into ARGB32; the result has its alpha filled."},
     {"output.thread", eCKOptionType_Bool, "true",
-     "Process frames on a thread of their own, one frame behind. Switched off while a result is under way, it takes "
-     "effect when the host has fetched that result with a null frame, or has flushed or closed."},
-    {"process.threads", eCKOptionType_Int, "2", "Threads that key a frame on the CPU, 1 to 16; others are clamped."},
+     "Process frames on a thread of their own, one frame behind. Switched off, a frame's result comes at once, and one "
+     "that is still under way from before is dropped; fetch it first, with a null frame."},
+    {"process.threads", eCKOptionType_Int, "2",
+     "Threads that key a frame on the CPU, 1 to 16; 0 acts as 1, negative and larger numbers as 16."},
 }};
 
 bool GetBool(const CPropStore& _store, eRow _eRow)
@@ -47,6 +49,14 @@ int32_t GetInt(const CPropStore& _store, eRow _eRow)
     int32_t nDefault = 0;
     PropText_ReadInt32(c_arrOptions[_eRow].pszDefault, &nDefault);
     return _store.GetInt(c_arrOptions[_eRow].pszName, nDefault);
+}
+
+/// Within what the engine takes: it compares a number with the one in use before it clamps it, and would start new
+/// threads for every frame otherwise. Read as unsigned, so that a negative number is a large one.
+int32_t GetThreads(const CPropStore& _store)
+{
+    const auto nThreads = static_cast<uint32_t>(GetInt(_store, eRow_Threads));
+    return static_cast<int32_t>(std::clamp(nThreads, 1u, c_nMaxKeyThreads));
 }
 
 } // namespace
@@ -81,7 +91,7 @@ CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store)
     options.nChange = _store.ChangeCount(); // before the values: a change in between is read again
     options.nGPUMode = GetInt(_store, eRow_GPUMode);
     options.bOutputARGB = GetBool(_store, eRow_ARGB);
-    options.nThreads = GetInt(_store, eRow_Threads);
+    options.nThreads = GetThreads(_store);
     options.rectBorders = _store.GetRect(c_arrOptions[eRow_Borders].pszName, {});
     options.bTimeOverlay = GetBool(_store, eRow_TimeOverlay);
     return options;

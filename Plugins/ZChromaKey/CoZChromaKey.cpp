@@ -28,8 +28,8 @@ HRESULT CCoZChromaKey::OnMediaReceive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFra
         ZF_VID_PROPS vidProps = {};
         if (_pFrameOrNull && SUCCEEDED(_pFrameOrNull->VideoPropsGet(&vidProps)))
             m_keyState.FrameSet(_pFrameOrNull, vidProps);
-        if (_pFrameOrNull && !ChromaKeyOptions_OutputThread(m_store) && m_flow.IsIdle())
-            return m_flow.Process(_pFrameOrNull, _ppFrameRes);
+        if (_pFrameOrNull && !ChromaKeyOptions_OutputThread(m_store))
+            return m_flow.ReceiveNow(_pFrameOrNull, _ppFrameRes);
         return m_flow.Receive(_pFrameOrNull, _ppFrameRes);
     });
 }
@@ -78,6 +78,9 @@ bool CCoZChromaKey::FinalRelease()
 
 HRESULT CCoZChromaKey::PluginInfoGet(BSTR* _pbsName, BSTR* _pbsVersion)
 {
+    for (BSTR* pbsOut : {_pbsName, _pbsVersion})
+        if (pbsOut)
+            *pbsOut = nullptr;
     if (!_pbsName || !_pbsVersion)
         return E_POINTER;
     *_pbsName = SysAllocString(L"ZChromaKey");

@@ -22,9 +22,8 @@
 
 /// The chroma-key plug-in object: ties the key set, the options and the frame path to the host's interfaces.
 ///
-/// With "output.thread" on, each frame's result comes with the next call. When the option is switched off while a
-/// result is under way, results stay one call behind, in order and none lost, until the host has fetched the last one
-/// with a null frame, or has flushed or closed.
+/// With "output.thread" on, each frame's result comes with the next call; with it off, with the call itself. A result
+/// that is still under way when a frame comes in with the option off is dropped; a null frame fetches it before.
 class CCoZChromaKey final : public CZUnknown<CZLateBinding<IZChromaKey>, IZFProcess, IZProps, IZPlugin, IZFPersist>
 {
 public:

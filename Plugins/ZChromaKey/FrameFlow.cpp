@@ -26,10 +26,19 @@ HRESULT CFrameFlow::Process(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) const
     return S_OK;
 }
 
+HRESULT CFrameFlow::ReceiveNow(IZFFrame* _pFrame, IZFFrame** _ppFrameRes)
+{
+    Flush(); // first: what the thread has not begun is not worth waiting for
+    if (!m_evtOutputReady.Wait(c_nOutputReadyMs))
+        return Z_E_TIMEOUT;
+    return Process(_pFrame, _ppFrameRes);
+}
+
 HRESULT CFrameFlow::Receive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes)
 {
     if (!m_evtOutputReady.Wait(c_nOutputReadyMs))
         return Z_E_TIMEOUT;
+    // Soon free: Close waits long for the thread only while a frame is under way, and then the event is not set.
     const std::lock_guard lock(m_mtxThread);
     if (const HRESULT hr = _pFrameOrNull ? ThreadStart() : S_OK; FAILED(hr))
         return hr;
@@ -89,12 +98,6 @@ void CFrameFlow::OutputThread()
     cpFrameIn.Reset();
     res.cpFrame.Reset();
     m_evtOutputReady.Set();
-}
-
-bool CFrameFlow::IsIdle()
-{
-    const std::lock_guard lock(m_mtxSlots);
-    return !m_cpFrameIn && m_resOut.hr == S_FALSE;
 }
 
 void CFrameFlow::Flush()

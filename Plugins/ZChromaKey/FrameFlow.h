@@ -11,8 +11,8 @@
 /// The one-slot hand-over between the host's thread and the output thread.
 ///
 /// Each call of Receive takes one frame in and gives the result of the frame before: output runs one frame behind, so
-/// that keying overlaps the host's own work. Receive is called from one thread at a time; everything else may be
-/// called from any thread at any time.
+/// that keying overlaps the host's own work. Receive and ReceiveNow are called from one thread at a time;
+/// everything else may be called from any thread at any time.
 class CFrameFlow
 {
 public:
@@ -21,8 +21,12 @@ public:
 
     explicit CFrameFlow(PROCESS _fnProcess);
 
-    /// Processes a frame on the calling thread. Where processing gave no frame, the frame itself is the result.
-    HRESULT Process(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) const;
+    /// Processes a frame on the calling thread and hands out its result: S_OK and a frame, or the failure of processing
+    /// it. Where processing gave no frame, the frame itself is the result.
+    ///
+    /// What is under way from calls of Receive is dropped. Z_E_TIMEOUT: the output thread is busy with it for more than
+    /// 1000 ms; the given frame has not been processed.
+    HRESULT ReceiveNow(IZFFrame* _pFrame, IZFFrame** _ppFrameRes);
 
     /// Hands out the result of the frame before, and takes a frame (or null) for the output thread.
     ///
@@ -30,9 +34,6 @@ public:
     /// frame has been taken all the same. Z_E_TIMEOUT: the output thread is busy for more than 1000 ms, and
     /// E_OUTOFMEMORY: it could not be started; the given frame has not been taken.
     HRESULT Receive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes);
-
-    /// True when no frame is under way and no result waits to be fetched.
-    bool IsIdle();
 
     /// Drops what is under way: a finished result now, a frame being processed as soon as it is done.
     void Flush();
@@ -51,6 +52,7 @@ private:
         HRESULT hr = S_FALSE;
     };
 
+    HRESULT Process(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) const;
     HRESULT ThreadStart();
     RESULT Swap(IZFFrame* _pFrameOrNull);
     void OutputThread();

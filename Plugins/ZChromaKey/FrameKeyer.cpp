@@ -39,9 +39,10 @@ CZPtr<IZFFrame2> QueryPicture(IZFFrame* _pFrame)
         return {};
     }
     ZF_VID_PTR vidPtr = {};
-    if (FAILED(cpFrame2->VideoPtrGet(eZFP_Stored, &vidPtr)) || !vidPtr.lpVideoPlanes[0])
+    const HRESULT hrPtr = cpFrame2->VideoPtrGet(eZFP_Stored, &vidPtr);
+    if (FAILED(hrPtr) || !vidPtr.lpVideoPlanes[0])
     {
-        ZLog(eZLog_Warning, "ZF_VID_PTR=NULL\n");
+        ZLog(eZLog_Warning, "IZFFrame(0x%08X) ZF_VID_PTR=NULL hr=0x%08X\n", static_cast<const void*>(_pFrame), hrPtr);
         return {};
     }
     return cpFrame2;
@@ -57,14 +58,24 @@ CFrameKeyer::CFrameKeyer(CPropStore* _pStore, std::unique_ptr<CGPUKeyer> _upGPU)
 
 HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes)
 {
+    if (!_pFrame)
+        ZLog(eZLog_Warning, "IZFFrame=NULL (0x%08X)\n", E_POINTER);
     if (!Z_VERIFY_TEXT(_pFrame && _ppFrameRes, "_pFrame"))
         return E_POINTER;
     *_ppFrameRes = nullptr;
+    FRAMES frames; // outlives the lock
     const std::lock_guard lock(m_mtxProcess);
-    OptionsUpdate();
+    return ProcessLocked(_pFrame, _key, _ppFrameRes, &frames);
+}
+
+HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes,
+                                   FRAMES* _pFrames)
+{
     // Whatever happens to this frame, the output before it is not the answer to the frame behind it; only a repeated
     // frame leaves it in place.
-    CZPtr<IZFFrame> cpFrameLast = std::exchange(m_cpFrameLast, {});
+    FramesTake(_pFrames);
+    const bool bOptionsSame = !OptionsUpdate();
+    IZFFrame* const pFrameLast = bOptionsSame ? _pFrames->cpFrameLast.Get() : nullptr;
     ZF_VID_PROPS vidProps = {};
     HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
     if (FAILED(hr))
@@ -74,7 +85,7 @@ HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFF
     }
     const bool bCompared = IsAboveNone(_key) && VidProps_IsSet(&vidProps, true);
     if (bCompared)
-        hr = ZFrameComparer_Check(&m_comparer, _pFrame, _ppFrameRes, &_key, &m_keyLast, cpFrameLast.Get());
+        hr = ZFrameComparer_Check(&m_comparer, _pFrame, _ppFrameRes, &_key, &m_keyLast, pFrameLast);
     else
         m_comparer.Reset();
     if (FAILED(hr))
@@ -82,40 +93,54 @@ HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFF
     if (*_ppFrameRes)
     {
         LogFrame(eZLog_Verbose, "CoZChromaKey::OnMediaReceiveI(%ws) SAME FRAME IN\n", _pFrame, hr);
-        m_cpFrameLast = std::move(cpFrameLast);
+        m_cpFrameLast = std::move(_pFrames->cpFrameLast);
         return hr;
     }
-    cpFrameLast.Reset(); // its memory can serve the new output
-    hr = ProcessNew(_pFrame, vidProps, _key, _ppFrameRes);
+    hr = ProcessNew(_pFrame, vidProps, _key, _ppFrameRes, _pFrames);
     if (SUCCEEDED(hr) && bCompared)
         m_cpFrameLast = CZPtr<IZFFrame>(*_ppFrameRes);
     return hr;
 }
 
 HRESULT CFrameKeyer::ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
-                                IZFFrame** _ppFrameRes)
+                                IZFFrame** _ppFrameRes, FRAMES* _pFrames)
 {
     if (IsKeyed(_key) && m_options->nGPUMode != eCKGPU_Off)
     {
-        const HRESULT hr = KeyOnGPU(_pFrame, _key, _ppFrameRes);
+        const HRESULT hr = KeyOnGPU(_pFrame, _key, _ppFrameRes, _pFrames);
         if (SUCCEEDED(hr) || m_options->nGPUMode == eCKGPU_Only)
             return hr;
         m_pStore->NotifyFailure("gpu_mode", hr);
     }
-    return KeyOnCPU(_pFrame, _vidProps, _key, _ppFrameRes);
+    return KeyOnCPU(_pFrame, _vidProps, _key, _ppFrameRes, _pFrames);
 }
 
-void CFrameKeyer::OptionsUpdate()
+void CFrameKeyer::FramesTake(FRAMES* _pFrames)
+{
+    _pFrames->cpInputLast = m_comparer.FrameLast();
+    _pFrames->cpFrameLast = std::exchange(m_cpFrameLast, {});
+}
+
+/// True when the options are others than those of the frame before.
+bool CFrameKeyer::OptionsUpdate()
 {
     if (m_options && m_options->nChange == m_pStore->ChangeCount())
-        return;
+        return false;
     m_options = ChromaKeyOptions_Read(*m_pStore);
-    m_cpFrameLast.Reset(); // it was made with other options
+    return true;
 }
 
-HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes)
+/// The host hears once that it must not wait for an effect.
+void CFrameKeyer::CancelSay(const CHROMA_KEY_RAW& _key)
 {
-    CZPtr<IZFFrame> cpFrameRes;
+    if (!_key.bColorCancel || std::exchange(m_bCancelSaid, true))
+        return;
+    ZLog(eZLog_Info, "CCoZChromaKey: the key set asks for colour cancel, which changes no pixels yet on the CPU\n");
+}
+
+HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes, FRAMES* _pFrames)
+{
+    CZPtr<IZFFrame>& cpFrameRes = _pFrames->cpFrameGPU;
     HRESULT hr = m_upGPU->ProcessFrame(_pFrame, _key, cpFrameRes.Put());
     if (SUCCEEDED(hr) && !cpFrameRes)
         hr = E_UNEXPECTED; // a success without a frame helps nobody
@@ -144,33 +169,35 @@ void CFrameKeyer::GPUFailed(IZFFrame* _pFrame, HRESULT _hr)
 }
 
 HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
-                              IZFFrame** _ppFrameRes)
+                              IZFFrame** _ppFrameRes, FRAMES* _pFrames)
 {
     if (!IsKeyed(_key) && !m_options->bOutputARGB && m_options->rectBorders == PROP_RECT{})
         return S_FALSE;
     const auto cpFrame2 = QueryPicture(_pFrame);
     if (!cpFrame2)
         return S_FALSE;
-    WORK_FRAME work;
+    WORK_FRAME& work = _pFrames->work;
     HRESULT hr = WorkFrame_Make(cpFrame2.Get(), *m_options, &work);
     if (SUCCEEDED(hr) && IsKeyed(_key))
         hr = WorkFrame_MakeOwn(&work);
     if (SUCCEEDED(hr) && IsKeyed(_key)) // measured as the input is, not as what it was converted into
-        hr = RunEngine(cpFrame2.Get(), Img_MatrixOf(_vidProps), _key, work.cpFrame.Get());
+        hr = RunEngine(cpFrame2.Get(), Img_MatrixOf(_vidProps), _key, _pFrames);
     if (FAILED(hr) || !work.bOwnFrame)
         return FAILED(hr) ? hr : S_FALSE;
     *_ppFrameRes = work.cpFrame.Detach();
     return S_OK;
 }
 
-HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const CHROMA_KEY_RAW& _key, IZFFrame* _pFrame)
+HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const CHROMA_KEY_RAW& _key, FRAMES* _pFrames)
 {
+    CancelSay(_key);
+    IZFFrame* const pFrame = _pFrames->work.cpFrame.Get();
+    WORK_MASK& mask = _pFrames->mask;
     ZF_VID_PROPS vidProps = {};
     ZF_VID_PTR vidPtr = {};
-    WORK_MASK mask;
-    HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
+    HRESULT hr = pFrame->VideoPropsGet(&vidProps);
     if (SUCCEEDED(hr)) // the alpha of ARGB32 is written, the mask is top-down
-        hr = _pFrame->VideoPtrGet(vidProps.fccType == eZFCC_ARGB32 ? eZFP_Flip | eZFP_Write : eZFP_Flip, &vidPtr);
+        hr = pFrame->VideoPtrGet(vidProps.fccType == eZFCC_ARGB32 ? eZFP_Flip | eZFP_Write : eZFP_Flip, &vidPtr);
     if (SUCCEEDED(hr))
         hr = WorkFrame_MakeMask(_pFrameIn, vidProps, &mask);
     if (SUCCEEDED(hr))
@@ -182,10 +209,10 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const C
         hr = m_engine->ProcessFrame(&vidPtr, mask.pbAlpha, &vidProps, &_key);
     }
     if (SUCCEEDED(hr))
-        hr = _pFrame->AttachmentSet(L"mask", mask.cpFrame.Get());
+        hr = pFrame->AttachmentSet(L"mask", mask.cpFrame.Get());
     if (hr == Z_E_TIMEOUT) // a worker may still touch both pictures: they stay in memory for good
     {
-        _pFrame->AddRef();
+        pFrame->AddRef();
         mask.cpFrame.Detach();
     }
     if (FAILED(hr))
@@ -195,9 +222,10 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const C
 
 void CFrameKeyer::Close()
 {
+    FRAMES frames; // outlives the lock
     const std::lock_guard lock(m_mtxProcess);
+    FramesTake(&frames);
     m_comparer.Reset();
-    m_cpFrameLast.Reset();
     m_engine.reset();
     m_upGPU->Close();
 }

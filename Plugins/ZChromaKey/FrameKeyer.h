@@ -5,6 +5,7 @@
 #include "ZChromaKey/ChromaKey.h"
 #include "ZChromaKey/ChromaKeyOptions.h"
 #include "ZChromaKey/GPUKeyer.h"
+#include "ZChromaKey/WorkFrame.h"
 #include "ZChromaKey/ZFrameComparer.h"
 
 #include <memory>
@@ -15,7 +16,8 @@ class CPropStore;
 
 /// The processing step: keys one frame with a key set and the options of the property store.
 ///
-/// Any thread may call; one frame is processed at a time.
+/// Any thread may call; one frame is processed at a time. Frames are let go of behind the lock, so that a host may call
+/// back from their Release.
 class CFrameKeyer
 {
 public:
@@ -32,14 +34,26 @@ public:
     void Close();
 
 private:
+    /// The frames that a call may let go of.
+    struct FRAMES
+    {
+        CZPtr<IZFFrame2> cpInputLast;
+        CZPtr<IZFFrame> cpFrameLast;
+        CZPtr<IZFFrame> cpFrameGPU;
+        WORK_FRAME work;
+        WORK_MASK mask;
+    };
+    HRESULT ProcessLocked(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     HRESULT ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
-                       IZFFrame** _ppFrameRes);
-    void OptionsUpdate();
-    HRESULT KeyOnGPU(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes);
+                       IZFFrame** _ppFrameRes, FRAMES* _pFrames);
+    void FramesTake(FRAMES* _pFrames);
+    bool OptionsUpdate();
+    void CancelSay(const CHROMA_KEY_RAW& _key);
+    HRESULT KeyOnGPU(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     void GPUFailed(IZFFrame* _pFrame, HRESULT _hr);
     HRESULT KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
-                     IZFFrame** _ppFrameRes);
-    HRESULT RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const CHROMA_KEY_RAW& _key, IZFFrame* _pFrame);
+                     IZFFrame** _ppFrameRes, FRAMES* _pFrames);
+    HRESULT RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const CHROMA_KEY_RAW& _key, FRAMES* _pFrames);
 
     CPropStore* m_pStore;
     std::mutex m_mtxProcess; // held while a frame is processed: Close and a change of threading wait for it
@@ -50,5 +64,6 @@ private:
     HRESULT m_hrGPULast = S_OK; // the last failure that was said aloud
     ZFrameComparer m_comparer;
     CHROMA_KEY_RAW m_keyLast = {};
+    bool m_bCancelSaid = false;
     CZPtr<IZFFrame> m_cpFrameLast; // the last output; empty when it may not be handed out again
 };

@@ -36,7 +36,7 @@ void CMaskPost::Run(const MASK_PLANE& _plane, const MASK_POST& _post, const KEY_
             _kernels.pfnThreshold(_plane.Row(nRow), nWidth, _post.nMin, _post.nMax);
     if (_post.bFields)
     {
-        Smooth(_plane.Slice(0, 2, (_plane.nHeight + 1) / 2), _post.nPasses, _kernels);
+        Smooth(_plane.Slice(0, 2, _plane.nHeight - _plane.nHeight / 2), _post.nPasses, _kernels);
         if (_plane.nHeight > 1)
             Smooth(_plane.Slice(1, 2, _plane.nHeight / 2), _post.nPasses, _kernels);
     }

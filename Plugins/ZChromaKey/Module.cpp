@@ -10,6 +10,17 @@ namespace
 {
 
 std::atomic<LONG> s_nModuleRefs{0};
+std::atomic<LONG> s_nServerLocks{0}; // each also counts as a reference
+
+/// Takes one of the locks away; false where there is none.
+bool ServerUnlock()
+{
+    LONG nLocks = s_nServerLocks;
+    while (nLocks > 0 && !s_nServerLocks.compare_exchange_weak(nLocks, nLocks - 1))
+    {
+    }
+    return nLocks > 0;
+}
 
 struct MODULE_CLASS
 {
@@ -42,9 +53,17 @@ public:
     HRESULT STDMETHODCALLTYPE LockServer(BOOL _bLock) override
     {
         if (_bLock)
+        {
             ZModule_AddRef();
-        else
-            ZModule_Release();
+            ++s_nServerLocks;
+            return S_OK;
+        }
+        if (!ServerUnlock()) // the count also holds objects, which must not lose their module
+        {
+            ZLog(eZLog_Warning, "CZClassFactory::LockServer(FALSE): the module is not locked; unlock once per lock\n");
+            return S_FALSE;
+        }
+        ZModule_Release();
         return S_OK;
     }
 

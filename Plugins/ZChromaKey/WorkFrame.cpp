@@ -3,6 +3,7 @@
 #include "Base/ZAssert.h"
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
+#include "Base/ZSaturate.h"
 #include "Image/ImgPlane.h"
 
 #include <algorithm>
@@ -52,11 +53,11 @@ HRESULT CutBorders(const PROP_RECT& _borders, WORK_FRAME* _pWork)
              : E_INVALIDARG;
     if (FAILED(hr) || !cpRect)
     {
-        ZLog(
-            eZLog_Error,
-            "CCoZChromaKey::OnMediaReceive: \"keying.borders\" %d,%d,%d,%d leave nothing of a frame of %dx%d, hr=%08X; "
-            "use narrower ones\n",
-            _borders.nLeft, _borders.nTop, _borders.nRight, _borders.nBottom, vidProps.nWidth, nHeight, hr);
+        ZLog(eZLog_Error,
+             "CCoZChromaKey::OnMediaReceive: \"keying.borders\" %d,%d,%d,%d %hs a frame of %dx%d, hr=%08X\n",
+             _borders.nLeft, _borders.nTop, _borders.nRight, _borders.nBottom,
+             hr == E_INVALIDARG ? "leave nothing (use narrower ones) of" : "cannot be cut from", vidProps.nWidth,
+             nHeight, hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     *_pWork = {std::move(cpRect), true, _pWork->bOwnPixels};
@@ -68,7 +69,7 @@ bool IsMaskUsable(const ZF_VID_PROPS& _vidPropsMask, const ZF_VID_PTR& _vidPtr)
 {
     return _vidPtr.lpVideoPlanes[0] && _vidPtr.cbVideoRowBytes[0] == _vidPropsMask.nRowBytes &&
            _vidPtr.szVideoPlanes[0].cx == _vidPropsMask.nWidth &&
-           _vidPtr.szVideoPlanes[0].cy == std::abs(_vidPropsMask.nHeight);
+           _vidPtr.szVideoPlanes[0].cy == ZAbs32(_vidPropsMask.nHeight);
 }
 
 } // namespace

@@ -4,7 +4,8 @@
 #include "Interfaces/IZFFrame.h"
 #include "ZChromaKey/ChromaKeyOptions.h"
 
-/// The frame that is keyed on the CPU, on its way from the input to the result.
+/// The frame that is keyed on the CPU, on its way from the input to the result. A frame that another one was made from
+/// is let go of at once: pixels that two frames share cannot be written.
 struct WORK_FRAME
 {
     CZPtr<IZFFrame> cpFrame;

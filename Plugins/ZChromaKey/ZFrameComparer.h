@@ -18,6 +18,12 @@ public:
     /// pixels into the same frame object.
     bool IsSameFrame(IZFFrame* _pFrame);
 
+    /// The last frame; empty where there is none. Whoever keeps it decides when the host sees it go.
+    CZPtr<IZFFrame2> FrameLast() const
+    {
+        return m_cpFrameLast;
+    }
+
     /// Forgets the last frame: the next one counts as new.
     void Reset();
 

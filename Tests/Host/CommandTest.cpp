@@ -1,6 +1,7 @@
 #include "Host/TempFolder.h"
 
 #include "Base/ZHelpers.h"
+#include "zkhost/BenchScene.h"
 #include "zkhost/PictureFile.h"
 
 #include <algorithm>
@@ -88,9 +89,15 @@ TEST_F(CCommandTest, DescribePrintsRecords)
     ASSERT_EQ(Run("describe --props \"1920x1080 I420\""), 0);
     EXPECT_NE(m_strOut.find("plane_2\toffset=2592000 size=960x540 stride=960\n"), std::string::npos) << m_strOut;
     ASSERT_EQ(Run("describe --props \"format=PAL-16x9 v210\""), 0);
+    EXPECT_NE(m_strOut.find("row_size\t1920\n"), std::string::npos) << m_strOut;
     EXPECT_NE(m_strOut.find("text\t720(1920)x576(v210)@25.000iT (16:9)\n"), std::string::npos) << m_strOut;
     EXPECT_EQ(Run("describe --props \"1920by1080\""), 2);
     ExpectLastLine("1920by1080");
+    for (const char* pszBad : {"", "  ", "@nan", "1920x1080@inf UYVY", "1920x1080@1e9 UYVY", "UYVY"})
+    {
+        EXPECT_EQ(Run("describe --props " + Quoted(pszBad)), 2) << pszBad;
+        ExpectLastLine("--props");
+    }
 }
 
 TEST_F(CCommandTest, InfoNamesWhatRuns)
@@ -125,7 +132,26 @@ TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
         {"key " + strIn + strOut + " --auto --set gpumode=0", "gpu_mode"},
         {"key " + strIn + strOut + " --auto --set process.threads=many", "process.threads=many"},
         {"key " + strIn + strOut + " --auto --adjust smooth=999", "-255 to 255"},
-        {"key " + strIn + strOut + " --auto --mask " + File("o.png"), "both name"},
+        {"key " + strIn + strOut + " --auto --mask " + File("o.png"), "outputs of this command are one"},
+        {"key " + strIn + strOut + " --auto --mask " + File("no/../o.png"), "are one"},
+        {"key " + strIn + strOut + " --auto --save-keys " + File("./o.png"), "are one"},
+        {"key " + strIn + " -o " + File("o_%d.png") + " --pick 1,1 --mask " + File("o_%01d.png"), "are one"},
+        {"key " + strIn + " -o - --auto --save-keys -", "are one"},
+        {"sample -o " + File("s_%d.png") + " --truth " + File("s_%02d.png") + " --size 16x16 --frames 11", "s_10.png"},
+        {"sheet " + strIn + " -o " + File("s.png") + " --save-keys " + File("./s.png"), "are one"},
+        {"key " + strIn + strOut + " --auto --set detect.blcks=3", "detect.blocks"},
+        {"key " + strIn + strOut + " --auto --set detect.blocks=abc", "detect.blocks=abc: the value has to be a whole"},
+        {"key " + strIn + strOut + " --pick 1,1 --set detect.blocks=3", "--auto"},
+        {"detect " + strIn + " --set detect.similarity=2", "0 to 1"},
+        {"key " + strIn + strOut + " --rect 10,10,10,12", "empty rectangle"},
+        {"key " + strIn + strOut + " --auto --adjust type=2.5", "type has to be a whole number"},
+        {"key " + strIn + strOut + " --auto --frames 0", "\"0\" has to be a whole number from 1 on"},
+        {"key " + File("none.raw") + strOut + " --auto --in UYVY:0x0", "no pixels"},
+        {"key " + File("none.raw") + strOut + " --auto --in UYVY:99999x99999", "too large"},
+        {"sample -o " + File("s.y4m") + " --size 99999x99999", "too large"},
+        {"bench --size 32x32", "64 pixels"},
+        {"bench --keys 17", "1 to 16"},
+        {"bench --format RGB8", "grey"},
         {"sample -o " + File("s.y4m") + " --size 10", "--size"},
         {"sample -o " + File("s.y4m") + " --format UYVY", "I420"},
         {"sheet " + strIn + " --auto -o " + File("s.jpg"), "*.png"},
@@ -137,7 +163,7 @@ TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
         EXPECT_EQ(m_folder.Files(), 1u) << strArgs;
     }
     EXPECT_EQ(Run("--help"), 0);
-    for (const char* pszCommand : {"key", "detect", "sheet", "sample", "formats", "describe", "info"})
+    for (const char* pszCommand : {"key", "detect", "sheet", "sample", "bench", "formats", "describe", "info"})
     {
         EXPECT_EQ(Run(std::string(pszCommand) + " --help"), 0);
         EXPECT_NE(m_strOut.find("Examples:"), std::string::npos) << pszCommand;
@@ -147,15 +173,19 @@ TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
 TEST_F(CCommandTest, FailedJobsEndWithOneAndLeaveNothing)
 {
     m_folder.Write("cut.y4m", "YUV4MPEG2 W16 H16\nFRAME\n" + std::string(16 * 16 * 3 / 2, 'x') + "FRAME\nabc");
-    m_folder.Write("bad.png", "no picture");
+    m_folder.Write("bad.png", "no picture"); // says what to do, too
     const std::pair<std::string, const char*> arrCases[] = {
         {"key " + File("cut.y4m") + " --pick 1,1 -o " + File("o.y4m"), "frame 2 is cut off: 3 of its 384 bytes"},
         {"key " + File("cut.y4m") + " --pick 1,1 --mask " + File("m_%d.png") + " -o " + File("o_%d.png"), "cut off"},
         {"key " + File("none.y4m") + " --auto -o " + File("o.png"), "none.y4m"},
-        {"key " + File("bad.png") + " --auto -o " + File("o.png"), "bad.png"},
+        {"key " + File("bad.png") + " --auto -o " + File("o.png"), "save it as one of these"},
         {"key " + File("cut.y4m") + " --keys " + File("none.xml") + " -o " + File("o.png"), "none.xml"},
         {"sample -o " + File("no/folder.y4m"), "folder exists"},
         {"sample --size 16x16 --frames 2 -o " + File("one.png"), "%05d"},
+        {"sample --size 16x16 --frames 2 --truth " + File("new") + " -o " + File("one.png"), "%05d"},
+        {"key " + File("cut.y4m") + " --frames 1 --pick 1,1 -o " + File("o.y4m") + " --save-keys " + File("no/k.xml"),
+         "folder exists"},
+        {"bench --gpu", "no GPU path"},
     };
     for (const auto& [strArgs, pszPart] : arrCases)
     {
@@ -201,6 +231,81 @@ TEST_F(CCommandTest, KeysAreFoundSavedAndUsedAgain)
     EXPECT_NEAR(opaque.Row(8)[4 * 20], 0x30, 24);
 }
 
+/// What this program needs of the plug-in is not what the person gets to keep.
+TEST_F(CCommandTest, SavedKeysKeepTheOptionsOfTheirFile)
+{
+    ASSERT_EQ(Run("sample --size 160x90 --frames 1 -q -o " + File("c.y4m")), 0) << m_strError;
+    ASSERT_EQ(Run("detect -q -o - " + File("c.y4m")), 0) << m_strError;
+    const std::string strFound = m_strOut;
+    const size_t nOptions = strFound.find("<options/>");
+    ASSERT_NE(nOptions, std::string::npos) << strFound;
+    const std::string strKey = "key " + File("c.y4m") + " -q -o " + File("o.raw") + " --keys " + File("k.xml");
+    std::string strPixels;
+    for (const char* pszOption :
+         {"", "<option name=\"output.argb\" value=\"false\"/>", "<option name=\"output.argb\" value=\"true\"/>"})
+    {
+        std::string strKeys = strFound;
+        m_folder.Write("k.xml", strKeys.replace(nOptions, 10, std::string("<options>") + pszOption + "</options>"));
+        ASSERT_EQ(Run(strKey + " --save-keys " + File("k2.xml")), 0) << m_strError;
+        const std::string strSaved = m_folder.Read("k2.xml");
+        EXPECT_EQ(strSaved.find("output.argb") != std::string::npos, *pszOption != 0) << strSaved;
+        EXPECT_NE(strSaved.find(pszOption), std::string::npos) << strSaved;
+        strPixels = strPixels.empty() ? m_folder.Read("o.raw") : strPixels;
+        EXPECT_EQ(m_folder.Read("o.raw"), strPixels) << "every result has its alpha in the frame: " << pszOption;
+    }
+}
+
+/// Loaded keys go into another colour space by the matrix of the frame, as picked ones do.
+TEST_F(CCommandTest, LoadedKeysTakeTheMatrixOfTheFrame)
+{
+    ASSERT_EQ(Run("sample --size 1280x32 --frames 1 -q --format UYVY -o " + File("c.raw")), 0) << m_strError;
+    const std::string strKey = "key " + File("c.raw") + " --in UYVY:1280x32 -q -o " + File("o.raw");
+    ASSERT_EQ(Run(strKey + " --rect 4,4,40,12 --type rgb --save-keys " + File("rgb.xml")), 0) << m_strError;
+    ASSERT_EQ(Run(strKey + " --rect 4,4,40,12 --type rgb --adjust type=4 --save-keys " + File("yuv.xml")), 0);
+    ASSERT_EQ(Run(strKey + " --keys " + File("rgb.xml") + " --type yuv --save-keys " + File("yuv2.xml")), 0);
+    EXPECT_NE(m_folder.Read("yuv.xml"), m_folder.Read("rgb.xml"));
+    EXPECT_EQ(m_folder.Read("yuv.xml"), m_folder.Read("yuv2.xml"));
+}
+
+TEST_F(CCommandTest, TheSummaryIsTheLastLine)
+{
+    ASSERT_EQ(Run("sample --size 160x90 --frames 2 -o " + File("new folder")), 0) << m_strError;
+    ExpectLastLine("painted 2 frames");
+    EXPECT_TRUE(std::filesystem::exists(m_folder.Path("new folder/frame_00001.png")));
+    const std::string strIn = File("new folder/frame_%05d.png");
+    ASSERT_EQ(Run("key -v --auto -o " + File("o.y4m") + " " + strIn), 0) << m_strError;
+    EXPECT_GT(Lines(m_strError), 1u) << "the log comes before it";
+    ExpectLastLine("keyed 2 frames");
+    ASSERT_EQ(Run("sheet -v -o " + File("s.png") + " " + strIn), 0) << "keys are looked for: " << m_strError;
+    ExpectLastLine("keyed 1 frame");
+    ASSERT_EQ(Run("detect -v " + strIn), 0) << m_strError;
+    ExpectLastLine("found ");
+}
+
+TEST_F(CCommandTest, BenchMeasuresRightMasks)
+{
+    ASSERT_EQ(Run("bench --size 320x64 --keys 3 --threads 2 --format NV12"), 0) << m_strError;
+    for (const char* pszLine : {"size\t320x64\n", "format\tNV12\n", "keys\t3\n", "type\tyuv\n", "threads\t2\n",
+                                "SIMD in use\t", "mask\tright\n", "\nns/pixel\t", "\nstreaming ns/pixel\t"})
+        EXPECT_NE(m_strOut.find(pszLine), std::string::npos) << pszLine << m_strOut;
+    const auto fnValue = [&](const std::string& _strName) {
+        return std::stod(m_strOut.substr(m_strOut.find("\n" + _strName + "\t") + _strName.size() + 2));
+    };
+    EXPECT_NEAR(fnValue("frames/s") * fnValue("ns/pixel") * 320 * 64, 1e9, 2e7);
+    EXPECT_NEAR(fnValue("ns/pixel") / fnValue("streaming ns/pixel") / fnValue("ratio"), 1, 0.05);
+    PICTURE mask;
+    mask.Resize(320, 64, 1);
+    for (int y = 0; y < 64; ++y)
+        std::fill_n(mask.Row(y) + 160, 160, uint8_t{255});
+    BenchScene_Check(mask, 3);
+    for (const auto& [nX, nValue] : {std::pair(300, 254), {20, 1}})
+    {
+        PICTURE wrong = mask;
+        wrong.Row(63)[nX] = static_cast<uint8_t>(nValue);
+        EXPECT_NE(Host_FailureOf([&] { BenchScene_Check(wrong, 3); }).find("mask is wrong at"), std::string::npos);
+    }
+}
+
 #if !defined(_WIN32)
 TEST_F(CCommandTest, AnInterruptLeavesNothing)
 {
@@ -208,6 +313,24 @@ TEST_F(CCommandTest, AnInterruptLeavesNothing)
     EXPECT_EQ(Shell("timeout --preserve-status -s INT 0.7 " + Quoted(ZKHOST_PATH) + strJob), 1) << m_strError;
     ExpectLastLine("interrupted");
     EXPECT_EQ(m_folder.Files(), 0u);
+    const std::string strStream = " sample --frames 1000000 --size 64x64 -q --truth " + File("t.y4m") + " -o -";
+    EXPECT_EQ(Shell("timeout --preserve-status -s INT 0.5 " + Quoted(ZKHOST_PATH) + strStream), 1) << m_strError;
+    ExpectLastLine("standard output got so far is incomplete");
+    EXPECT_EQ(m_folder.Files(), 0u);
+}
+
+TEST_F(CCommandTest, AFullStandardOutputIsAFailure)
+{
+    if (!std::filesystem::exists("/dev/full"))
+        GTEST_SKIP() << "this system has no device that is always full";
+    ASSERT_EQ(Run("sample --size 160x90 --frames 1 -q -o " + File("c.y4m")), 0) << m_strError;
+    for (const std::string& strArgs :
+         {std::string("formats"), std::string("info"), std::string("--help"),
+          std::string("describe --props \"4x4 UYVY\""), "detect " + File("c.y4m"), "key --auto -o - " + File("c.y4m")})
+    {
+        EXPECT_EQ(Shell("( " + Quoted(ZKHOST_PATH) + " " + strArgs + " > /dev/full )"), 1) << strArgs;
+        ExpectLastLine("cannot write standard output");
+    }
 }
 #endif
 

@@ -1,5 +1,6 @@
 #include "Host/TempFolder.h"
 
+#include "zkhost/HostError.h"
 #include "zkhost/NamePattern.h"
 #include "zkhost/PictureFile.h"
 #include "zkhost/PictureReader.h"
@@ -8,6 +9,13 @@
 
 #include "Base/ZHelpers.h"
 #include "Image/ImgRowReader.h"
+#include "Props/TextFile.h"
+
+#include <future>
+
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#endif
 
 namespace
 {
@@ -192,5 +200,77 @@ TEST(OutFile, AppearsWholeOrNotAtAll)
     EXPECT_NE(Host_FailureOf([&] { CZOutFile(folder.Path("no/such/a.txt")); }).find("folder exists"),
               std::string::npos);
 }
+
+TEST(OutFiles, WriteEveryFileOnce)
+{
+    const CTempFolder folder;
+    auto upFiles = std::make_unique<CZOutFiles>();
+    CZOutFiles& files = *upFiles;
+    files.Create(folder.Path("a.txt"));
+    for (const char* pszSame : {"a.txt", "./a.txt", "none/../a.txt"})
+        EXPECT_NE(Host_FailureOf([&] { files.Create(folder.Path(pszSame)); }).find("are one"), std::string::npos);
+    files.Create(folder.Path("b.txt"));
+    files.MakeFolder(folder.Path("c"));
+    files.MakeFolder(folder.Path("c"));
+    EXPECT_EQ(folder.Files(), 3u);
+    upFiles.reset();
+    EXPECT_EQ(folder.Files(), 0u) << "nothing was committed";
+}
+
+#if !defined(_WIN32)
+bool WriteAsText(const std::string& _strPath, const std::string& _strText)
+{
+    std::string strReason;
+    const bool bDone = TextFile_Replace(_strPath, _strText, &strReason);
+    EXPECT_EQ(strReason.empty(), bDone);
+    return bDone;
+}
+
+bool WriteAsOutput(const std::string& _strPath, const std::string& _strText)
+{
+    try
+    {
+        CZOutFile file(_strPath);
+        file.Write(_strText);
+        file.Commit();
+        return true;
+    }
+    catch (const CZHostError&)
+    {
+        return false;
+    }
+}
+
+/// Only ordinary files are replaced; a link stays a link, a pipe a pipe.
+TEST(OutFile, LeavesLinksPipesAndFoldersInPlace)
+{
+    namespace fs = std::filesystem;
+    for (const auto pfnWrite : {WriteAsText, WriteAsOutput})
+    {
+        const CTempFolder folder;
+        folder.Write("real", "old");
+        fs::create_symlink("real", folder.Path("link"));
+        fs::create_symlink("later", folder.Path("dangling"));
+        fs::create_symlink("dangling", folder.Path("twice"));
+        EXPECT_TRUE(pfnWrite(folder.Path("link"), "new"));
+        EXPECT_EQ(folder.Read("real"), "new");
+        EXPECT_TRUE(pfnWrite(folder.Path("twice"), "made"));
+        EXPECT_EQ(folder.Read("later"), "made");
+        for (const char* pszLink : {"link", "dangling", "twice"})
+            EXPECT_TRUE(fs::is_symlink(folder.Path(pszLink))) << pszLink;
+
+        ASSERT_EQ(mkfifo(folder.Path("pipe").c_str(), 0600), 0);
+        auto futRead = std::async(std::launch::async, [&] { return folder.Read("pipe"); });
+        EXPECT_TRUE(pfnWrite(folder.Path("pipe"), "through"));
+        EXPECT_EQ(futRead.get(), "through");
+        EXPECT_TRUE(fs::is_fifo(folder.Path("pipe")));
+
+        fs::create_directory(folder.Path("folder"));
+        EXPECT_FALSE(pfnWrite(folder.Path("folder"), "no"));
+        EXPECT_FALSE(pfnWrite(folder.Path("none/file"), "no"));
+        EXPECT_EQ(folder.Files(), 7u) << "no temporary file is left";
+    }
+}
+#endif
 
 } // namespace

@@ -228,6 +228,44 @@ TEST(ImgRowReader, InterlacedChromaComesFromTheOwnField)
         }
 }
 
+TEST(ImgRowReader, ReadsWithTheMatrixThatIsGiven)
+{
+    GUARDED_PICTURE picture(Props(eZFCC_UYVY, 2, 1), 0, eZGuard_Fence);
+    const uint8_t arrUYVY[4] = {90, 120, 200, 120};
+    std::memcpy(picture.arrPlanes[0]->Row(0), arrUYVY, 4);
+    for (const eZYMatrix eMatrix : {eZYM_601, eZYM_709})
+    {
+        const uint8_t arrYUVA[4] = {120, 90, 200, 255};
+        uint8_t arrExpected[4];
+        uint8_t arrRow[8];
+        Img_RowFromYUV(arrYUVA, arrExpected, 1, eMatrix);
+        CImgRowReader reader;
+        ASSERT_EQ(reader.Init(picture.vidProps, picture.vidPtr, eMatrix), S_OK);
+        EXPECT_EQ(reader.Matrix(), eMatrix);
+        reader.ReadRow(0, arrRow);
+        EXPECT_EQ(std::memcmp(arrRow, arrExpected, 4), 0) << eMatrix;
+    }
+}
+
+TEST(ImgRowReader, TakesTheTallestRecord)
+{
+    GUARDED_PICTURE picture(Props(eZFCC_I420, 2, 2), 0, eZGuard_Fence); // only its first rows are read
+    for (const auto& upPlane : picture.arrPlanes)
+        upPlane->Fill(200);
+    picture.vidProps.nHeight = INT32_MAX;
+    for (ZF_SIZE& szPlane : picture.vidPtr.szVideoPlanes)
+        szPlane.cy = INT32_MAX;
+    const uint8_t arrYUVA[4] = {200, 200, 200, 255};
+    uint8_t arrExpected[4];
+    uint8_t arrRow[8];
+    Img_RowFromYUV(arrYUVA, arrExpected, 1, eZYM_601);
+    CImgRowReader reader;
+    ASSERT_EQ(reader.Init(picture.vidProps, picture.vidPtr, eZYM_601), S_OK);
+    EXPECT_EQ(reader.Height(), INT32_MAX);
+    reader.ReadRow(0, arrRow);
+    EXPECT_EQ(std::memcmp(arrRow, arrExpected, 4), 0) << "the chroma was lost";
+}
+
 TEST(ImgRowReader, GivesRowsInPlaceWhereNothingIsToBeDone)
 {
     for (uint32_t fccType : c_arrFormats)

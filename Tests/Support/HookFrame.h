@@ -13,7 +13,7 @@
 class CHookFrame final : public CZUnknown<IZFFrame2>
 {
 public:
-    /// Called with the name of each method; a failure is what the method answers.
+    /// Called with the name of each method; anything but S_OK is what the method answers, without doing its work.
     using HOOK = std::function<HRESULT(const std::string& _strMethod)>;
 
     static CZPtr<CHookFrame> Make(IZFFrame2* _pFrame, HOOK _fnHook)
@@ -59,7 +59,10 @@ public:
     }
     HRESULT STDMETHODCALLTYPE FrameCreate(const ZF_VID_PROPS* _pVidProps, IZFFrame** _ppFrame) override
     {
-        return Pass("FrameCreate", [&] { return m_cpFrame->FrameCreate(_pVidProps, _ppFrame); });
+        ZF_VID_PROPS vidProps = *_pVidProps;
+        if (m_fnCreate)
+            m_fnCreate(&vidProps);
+        return Pass("FrameCreate", [&] { return m_cpFrame->FrameCreate(&vidProps, _ppFrame); });
     }
     HRESULT STDMETHODCALLTYPE FrameClone(uint32_t _nFlags, IZFFrame** _ppFrame) override
     {
@@ -75,7 +78,8 @@ public:
         return Pass("FrameRect", [&] { return m_cpFrame->FrameRect(_nX1, _nY1, _nX2, _nY2, _ppFrame); });
     }
 
-    std::function<void(ZF_VID_PROPS*)> m_fnProps; ///< changes what VideoPropsGet hands out
+    std::function<void(ZF_VID_PROPS*)> m_fnProps;  ///< changes what VideoPropsGet hands out
+    std::function<void(ZF_VID_PROPS*)> m_fnCreate; ///< changes what FrameCreate is asked for
 
 private:
     CHookFrame(IZFFrame2* _pFrame, HOOK _fnHook)
@@ -88,7 +92,7 @@ private:
     template <class Call> HRESULT Pass(const char* _pszMethod, Call&& _fnCall)
     {
         const HRESULT hr = m_fnHook(_pszMethod);
-        return FAILED(hr) ? hr : _fnCall();
+        return hr != S_OK ? hr : _fnCall();
     }
 
     CZPtr<IZFFrame2> m_cpFrame;

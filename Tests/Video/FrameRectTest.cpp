@@ -117,6 +117,39 @@ TEST(FrameRect, PixelsKeepTheirShape)
     }
 }
 
+TEST(FrameRect, PartsKeepTheFieldOrderThatTheFormatOfTheWholeGives)
+{
+    const struct
+    {
+        ZF_SIZE szWhole; // 25 frames a second, field order not set
+        ZF_SIZE szPart;
+        int nFieldOrder;
+    } arrCases[] = {
+        {{1920, 1080}, {1280, 720}, 1}, // 50i
+        {{3840, 2160}, {1920, 1080}, 0},
+        {{1024, 768}, {720, 576}, 0},
+        {{720, 576}, {704, 576}, 1},
+    };
+    for (const auto& test : arrCases)
+        for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_I420})
+        {
+            SCOPED_TRACE(testing::Message() << test.szWhole.cx << " " << fccType);
+            ZF_VID_PROPS vidProps = Props(fccType, test.szWhole.cx, test.szWhole.cy, eZI_NotSet);
+            vidProps.dblRate = 25;
+            const CZPtr<CZFrame> cpFrame = MakeFrame(vidProps);
+            const ZF_VID_PROPS vidWhole = PropsOf(cpFrame.Get());
+            ASSERT_EQ(VidProps_FieldOrder(&vidWhole), test.nFieldOrder);
+            for (const int nX : {0, 2}) // shared and, where the row would be too long, copied
+            {
+                CZPtr<IZFFrame> cpPart;
+                ASSERT_EQ(cpFrame->FrameRect(nX, 0, nX + test.szPart.cx, test.szPart.cy, cpPart.Put()), S_OK);
+                const ZF_VID_PROPS vidPart = PropsOf(cpPart.Get());
+                EXPECT_EQ(vidPart.nWidth, test.szPart.cx);
+                EXPECT_EQ(VidProps_FieldOrder(&vidPart), test.nFieldOrder);
+            }
+        }
+}
+
 TEST(FrameRect, RefusesEmptyParts)
 {
     const CLogCatcher log(eZLog_Error);

@@ -4,10 +4,13 @@
 #include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
 #include "Support/TestFrames.h"
+#include "ZChromaKey/BlockMarks.h"
+#include "ZChromaKey/WorkFrame.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
@@ -177,7 +180,14 @@ TEST_F(CoZChromaKey, IsOneObjectWithAllItsInterfaces)
     cpFactory->LockServer(TRUE);
     cpFactory.Reset();
     EXPECT_FALSE(ZModule_IsIdle()) << "the module is locked";
-    ZModule_Release();
+    for (const HRESULT hrExpected : {S_OK, S_FALSE}) // the second time there is no lock left
+    {
+        ASSERT_EQ(ZModule_GetClassObject(CLSID_ZChromaKey, IID_IClassFactory, cpFactory.PutVoid()), S_OK);
+        EXPECT_EQ(cpFactory->LockServer(FALSE), hrExpected);
+        EXPECT_FALSE(ZModule_IsIdle()) << "the factory lives";
+        cpFactory.Reset();
+        EXPECT_TRUE(ZModule_IsIdle());
+    }
 }
 
 TEST_F(CoZChromaKey, KeysEveryFormatAndTypeAndLeavesTheInputAlone)
@@ -213,6 +223,36 @@ TEST_F(CoZChromaKey, MeasuresYuvKeysWithTheMatrixOfTheInputEvenAfterConversion)
     ExpectKeyed(Receive(cpFrame.Get()).Get());
     Set(L"output.argb", L"true");
     ExpectKeyed(Receive(cpFrame.Get()).Get());
+}
+
+TEST_F(CoZChromaKey, CutsHighDefinitionWithoutAnotherMatrix)
+{
+    constexpr int c_nX = 160, c_nY = 80, c_nWidth = 960, c_nHeight = 560; // by its size, this would be BT.601
+    const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 1280, 720);
+    for (const int32_t eType : {eCKT_YUV, eCKT_RGB})
+    {
+        CHROMA_KEY_RAW key = TestKey(eType, eZYM_709);
+        key.arrKeys[0].nDelta = 0xFF050505u; // narrower than the two matrices are apart
+        KeySet(key);
+        Set(L"keying.borders", nullptr);
+        const auto cpWhole = Receive(cpFrame.Get());
+        ExpectKeyed(cpWhole.Get());
+        Set(L"keying.borders", L"160,80,160,80");
+        for (const wchar_t* pwszARGB : {L"false", L"true"})
+        {
+            Set(L"output.argb", pwszARGB);
+            const auto cpCut = Receive(cpFrame.Get());
+            ASSERT_EQ(PropsOf(cpCut.Get()).nWidth, c_nWidth);
+            const auto cpMask = MaskOf(cpCut.Get());
+            const auto cpMaskWhole = MaskOf(cpWhole.Get());
+            int nWrong = 0;
+            for (int nRow = 0; nRow < c_nHeight; ++nRow)
+                nWrong +=
+                    std::memcmp(RowOf(cpMask.Get(), nRow), RowOf(cpMaskWhole.Get(), nRow + c_nY) + c_nX, c_nWidth) != 0;
+            EXPECT_EQ(nWrong, 0) << "key type " << eType << ", rows that differ from those of the whole picture";
+        }
+        Set(L"output.argb", L"false");
+    }
 }
 
 TEST_F(CoZChromaKey, LeavesWhatTheEngineLeavesOutOpaque)
@@ -313,7 +353,9 @@ TEST_F(CoZChromaKey, PassesWhatItDoesNotKey)
     EXPECT_EQ(log.Count(") QI FAILED hr=0x80004002"), 1u);
     strFails = "VideoPtrGet";
     EXPECT_EQ(Receive(cpHook.Get()).Get(), cpHook.Get());
-    EXPECT_EQ(log.Count("ZF_VID_PTR=NULL"), 1u);
+    EXPECT_EQ(log.Count(ZFormat("IZFFrame(0x%08X) ZF_VID_PTR=NULL hr=0x80004002",
+                                static_cast<const void*>(static_cast<IZFFrame*>(cpHook.Get())))),
+              1u);
     for (const char* pszFails : {"VideoPropsGet", "FrameCreate", "FrameClone"})
     {
         strFails = pszFails;
@@ -321,6 +363,46 @@ TEST_F(CoZChromaKey, PassesWhatItDoesNotKey)
         EXPECT_GE(log.Count("", eZLog_Error), 1u) << pszFails;
     }
     EXPECT_EQ(log.Count("\"cpZFFrameMask\""), 1u);
+
+    strFails = "FrameRect";
+    Set(L"keying.borders", L"8,8,8,8");
+    Receive(cpHook.Get(), E_NOINTERFACE);
+    EXPECT_EQ(log.Count("8,8,8,8 cannot be cut from a frame of 64x32, hr=80004002"), 1u);
+
+    CPropStore store;
+    CFrameKeyer keyer(&store, GPUKeyer_Create());
+    CZPtr<IZFFrame> cpRes;
+    EXPECT_EQ(keyer.Process(nullptr, TestKey(eCKT_RGB), cpRes.Put()), E_POINTER);
+    EXPECT_EQ(log.Count("IZFFrame=NULL (0x80004003)"), 1u);
+}
+
+TEST_F(CoZChromaKey, StandsFramesThatAnswerNonsense)
+{
+    const CLogCatcher log;
+    const auto cpHook = CHookFrame::Make(TestFrame_Make(eZFCC_RGB32, 64, -32).Get(), [](const std::string& _strMethod) {
+        return _strMethod == "FrameConvert" ? S_FALSE : S_OK;
+    }); // and no frame
+    CZPtr<IZFFrame> cpMarked;
+    EXPECT_EQ(BlockMarks_Draw(cpHook.Get(), {}, cpMarked.Put()), E_UNEXPECTED);
+
+    ZF_VID_PROPS vidProps = PropsOf(cpHook.Get());
+    vidProps.nHeight = INT32_MIN;
+    cpHook->m_fnCreate = [](ZF_VID_PROPS* _pVidProps) { _pVidProps->nHeight = -32; };
+    WORK_MASK mask;
+    EXPECT_EQ(WorkFrame_MakeMask(cpHook.Get(), vidProps, &mask), E_UNEXPECTED) << "another size than asked for";
+}
+
+TEST_F(CoZChromaKey, SaysOnceThatColourCancelHasNoEffect)
+{
+    const CLogCatcher log;
+    CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+    for (int n = 0; n < 4; ++n)
+    {
+        EXPECT_EQ(log.Count("colour cancel", eZLog_Info), n < 2 ? 0u : 1u);
+        key.bColorCancel = n > 0;
+        KeySet(key);
+        Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get());
+    }
 }
 
 TEST_F(CoZChromaKey, KeysARepeatedFrameOnce)
@@ -444,6 +526,10 @@ TEST_F(CoZChromaKey, RefusesWrongArgumentsAndOptions)
     SysFreeString(bsValue);
 
     BSTR bsVersion = nullptr;
+    bsValue = bsVersion = const_cast<BSTR>(L"stale");
+    EXPECT_EQ(m_cpKeyer->PluginInfoGet(nullptr, &bsVersion), E_POINTER);
+    EXPECT_EQ(m_cpKeyer->PluginInfoGet(&bsValue, nullptr), E_POINTER);
+    EXPECT_TRUE(!bsValue && !bsVersion);
     ASSERT_EQ(m_cpKeyer->PluginInfoGet(&bsValue, &bsVersion), S_OK);
     EXPECT_STREQ(bsValue, L"ZChromaKey");
     EXPECT_GT(SysStringLen(bsVersion), 0u);

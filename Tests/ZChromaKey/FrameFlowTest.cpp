@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <memory>
 #include <thread>
 
 namespace
@@ -128,14 +129,40 @@ TEST_F(FrameFlow, TimesOutWithoutTakingTheFrame)
     EXPECT_EQ(Receive(nullptr), 80);
 }
 
-TEST_F(FrameFlow, StaysInOrderWhenTheThreadIsSwitchedOff)
+TEST_F(FrameFlow, DropsWhatIsUnderWayWhenTheThreadIsSwitchedOff)
 {
     EXPECT_EQ(Receive(Frame(64).Get(), S_FALSE), 0);
     EXPECT_EQ(m_cpKeyer->PropsSet(L"output.thread", L"false"), S_OK);
-    EXPECT_EQ(Receive(Frame(72).Get()), 64);
-    EXPECT_EQ(Receive(Frame(80).Get()), 72);
-    EXPECT_EQ(Receive(nullptr), 80);
-    EXPECT_EQ(Receive(Frame(88).Get()), 88) << "nothing is under way any more";
+    EXPECT_EQ(Receive(Frame(72).Get()), 72);
+    EXPECT_EQ(Receive(Frame(80).Get()), 80);
+    EXPECT_EQ(Receive(nullptr, S_FALSE), 0);
+    EXPECT_EQ(m_cpKeyer->PropsSet(L"output.thread", L"true"), S_OK);
+    EXPECT_EQ(Receive(Frame(88).Get(), S_FALSE), 0) << "nothing old comes back";
+    EXPECT_EQ(m_cpKeyer->PropsSet(L"output.thread", L"false"), S_OK);
+    EXPECT_EQ(Receive(nullptr), 88) << "a null frame still fetches it";
+}
+
+TEST_F(FrameFlow, WaitsForTheThreadWhenItIsSwitchedOff)
+{
+    for (const bool bFlush : {false, true})
+    {
+        m_evtGo.Reset();
+        m_evtBusy.Reset();
+        EXPECT_EQ(m_cpKeyer->PropsSet(L"output.thread", L"true"), S_OK);
+        EXPECT_EQ(Receive(SlowFrame(64).Get(), S_FALSE), 0);
+        ASSERT_TRUE(m_evtBusy.Wait(10'000));
+        EXPECT_EQ(m_cpKeyer->PropsSet(L"output.thread", L"false"), S_OK);
+        if (bFlush)
+        {
+            EXPECT_EQ(m_cpKeyer->OnMediaFlush(), S_OK);
+        }
+        const auto timeBegin = std::chrono::steady_clock::now();
+        EXPECT_EQ(Receive(Frame(72).Get(), Z_E_TIMEOUT), 0);
+        EXPECT_GE(std::chrono::steady_clock::now() - timeBegin, std::chrono::milliseconds(1000));
+        m_evtGo.Set();
+        EXPECT_EQ(Receive(Frame(80).Get()), 80);
+        EXPECT_EQ(Receive(nullptr, S_FALSE), 0);
+    }
 }
 
 TEST_F(FrameFlow, FlushAndCloseDropWhatIsUnderWay)
@@ -202,6 +229,29 @@ TEST(FrameFlowThread, OutlivesAStopThatTakesTooLong)
     EXPECT_EQ(RefsOf(cpFrame.Get()), 1u);
 }
 
+TEST(FrameFlowThread, DoesNotWaitForACloseThatTakesLong)
+{
+    CZEvent evtGo;
+    CZEvent evtBusy;
+    CFrameFlow flow([&](IZFFrame*, IZFFrame**) {
+        evtBusy.Set();
+        evtGo.Wait(20'000);
+        return S_FALSE;
+    });
+    const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 32, 16);
+    CZPtr<IZFFrame> cpRes;
+    EXPECT_EQ(flow.Receive(cpFrame.Get(), cpRes.Put()), S_FALSE);
+    ASSERT_TRUE(evtBusy.Wait(10'000));
+    std::thread thrClose([&] { EXPECT_EQ(flow.Close(), S_OK); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // it waits for the frame by now
+    const auto timeBegin = std::chrono::steady_clock::now();
+    EXPECT_EQ(flow.Receive(cpFrame.Get(), cpRes.Put()), Z_E_TIMEOUT);
+    EXPECT_EQ(flow.ReceiveNow(cpFrame.Get(), cpRes.Put()), Z_E_TIMEOUT);
+    EXPECT_LT(std::chrono::steady_clock::now() - timeBegin, std::chrono::milliseconds(4000));
+    evtGo.Set();
+    thrClose.join();
+}
+
 TEST_F(FrameFlow, DoesNotAllocateOnceItIsWarm)
 {
     for (const wchar_t* pwszThread : {L"true", L"false"})
@@ -230,6 +280,44 @@ TEST_F(FrameFlow, DoesNotAllocateOnceItIsWarm)
             EXPECT_EQ(AllocCount() - nWarm, 0u);
         }
     EXPECT_GT(AllocCount(), 0u);
+}
+
+TEST_F(FrameFlow, KeepsItsThreadsWhateverTheirNumber)
+{
+    EXPECT_EQ(m_cpKeyer->PropsSet(L"output.thread", L"false"), S_OK);
+    const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 64, -96);
+    for (const wchar_t* pwszThreads : {L"40", L"0", L"-3", L"-2147483648"})
+    {
+        EXPECT_EQ(m_cpKeyer->PropsSet(L"process.threads", pwszThreads), S_OK);
+        uint64_t nWarm = 0;
+        for (int n = 0; n < 12; ++n)
+        {
+            if (n == 4)
+                nWarm = AllocCount();
+            cpFrame->IdentityRenew();
+            EXPECT_EQ(Receive(cpFrame.Get()), 64);
+        }
+        EXPECT_EQ(AllocCount() - nWarm, 0u) << "a thread that starts takes memory";
+    }
+}
+
+TEST_F(FrameFlow, LetsGoOfFramesBehindItsLocks)
+{
+    int nReleased = 0;
+    EXPECT_EQ(m_cpKeyer->PropsSet(L"output.thread", L"false"), S_OK);
+    for (const int nWidth : {64, 72, 80})
+    {
+        // Called when the frame ends, with its hook: the host calls back, which takes the lock of processing.
+        const auto fnEnd = [this, &nReleased](void*) {
+            ++nReleased;
+            EXPECT_EQ(m_cpKeyer->Close(), S_OK);
+        };
+        std::shared_ptr<void> spEnd(nullptr, fnEnd);
+        EXPECT_EQ(Receive(Frame(nWidth, [spEnd](const std::string&) { return S_OK; }).Get()), nWidth);
+    }
+    EXPECT_EQ(nReleased, 2);
+    EXPECT_EQ(m_cpKeyer->Close(), S_OK);
+    EXPECT_EQ(nReleased, 3);
 }
 
 TEST_F(FrameFlow, StandsCallsFromOtherThreadsWhileFramesRun)

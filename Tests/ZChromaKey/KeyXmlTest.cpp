@@ -153,6 +153,26 @@ TEST(KeyXml, CountsThatDoNotFit)
     }
 }
 
+TEST(KeyXml, CountsBeyondAnyNumberAreTheMost)
+{
+    const std::pair<const char*, int> arrCases[] = {{"2147483647", 16},
+                                                    {"2147483648", 16},
+                                                    {" +9999999999 ", 16},
+                                                    {"99999999999999999999999", 16},
+                                                    {"-9999999999", 0},
+                                                    {"9999999999x", 0},
+                                                    {"+", 0},
+                                                    {"", 0}};
+    for (const auto& [pszKeys, nLoaded] : arrCases)
+    {
+        const CLogCatcher log;
+        const CHROMA_KEY_RAW key = LoadKey(ZFormat("<k keys='%hs'><key value='7'/></k>", pszKeys).c_str());
+        EXPECT_EQ(key.nKeysUsed, nLoaded) << pszKeys;
+        EXPECT_EQ(key.arrKeys[0].nValue, nLoaded ? 7u : 0u);
+        EXPECT_EQ(log.Count("key set: keys=", eZLog_Warning), nLoaded ? 0u : 1u);
+    }
+}
+
 TEST(KeyXml, LoadsWhatIsThere)
 {
     // The keys are counted among themselves; the third is not there and stays zero, the count does not change.

@@ -71,6 +71,15 @@ TEST(MaskPost, MatchesWholePicturesAtEverySize)
         }
 }
 
+TEST(MaskPost, ManyRowsDoNotOverflow)
+{
+    uint8_t arrRow[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    CMaskPost maskPost;
+    maskPost.Run({arrRow, 0, 8, INT32_MAX}, MaskPost_Make(Settings(0, 255, 0, 0), true), Kernels());
+    for (int n = 0; n < 8; ++n)
+        EXPECT_EQ(arrRow[n], n + 1);
+}
+
 TEST(MaskPost, EachStepHasItsEffect)
 {
     const uint8_t arrMask[] = {0, 2, 3, 49, 50, 200, 201, 254, 255, 255, 255, 0};

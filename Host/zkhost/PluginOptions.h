@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+/// What "--set" takes: the options of the plug-in object and those of detection, out of their tables.
+
+/// The names of all of them, for help and messages.
+std::string PluginOptions_Names();
+/// True for an option of detection, which counts only where a backdrop is searched for.
+bool PluginOptions_IsDetection(const std::string& _strName);
+/// Throws CZUsageError when there is no such option, or the value is wrong for it.
+void PluginOptions_Check(const std::string& _strName, const std::string& _strValue);

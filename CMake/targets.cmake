@@ -40,7 +40,7 @@ function(z_simd_sources target level)
     set(flags -mavx512f -mavx512bw -mavx512dq -mavx512vl)
   endif()
   if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-    list(APPEND flags -Wno-maybe-uninitialized) # its own intrinsics start from registers of undefined content
+    list(APPEND flags -Wno-uninitialized -Wno-maybe-uninitialized) # its own intrinsics start from registers of undefined content
     if(WIN32)
       # It takes stack variables for aligned to 32 and 64 bytes, but the stack of Win64 is aligned to 16.
       list(APPEND flags -Wa,-muse-unaligned-vector-move)

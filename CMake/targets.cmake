@@ -39,6 +39,9 @@ function(z_simd_sources target level)
   else()
     set(flags -mavx512f -mavx512bw -mavx512dq -mavx512vl)
   endif()
+  if(NOT MSVC)
+    list(APPEND flags $<$<CONFIG:Release>:-O3>) # -O2 passes vectors through memory between small functions
+  endif()
   if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     list(APPEND flags -Wno-uninitialized -Wno-maybe-uninitialized) # its own intrinsics start from registers of undefined content
     if(WIN32)

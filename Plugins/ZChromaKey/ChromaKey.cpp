@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 namespace
 {
@@ -52,6 +53,8 @@ HRESULT CChromaKey::ProcessFrame(const ZF_VID_PTR* _pInput, uint8_t* _pbAlpha1Ch
             return S_FALSE;
         if (const HRESULT hr = JobMake(*_pInput, _pbAlpha1Ch, *_pInputProps); FAILED(hr))
             return hr;
+        if (m_bFill)
+            LeftOutFill();
         const HRESULT hr = SlicesRun();
         if (SUCCEEDED(hr))
             FrameFinish(hr == S_OK);
@@ -92,6 +95,17 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
     // Masks that need no more work go into the picture while its row is in the cache.
     job.argb = job.bPost || !job.post.IsNeeded() ? m_argb : ARGB_PLANE{};
     return S_OK;
+}
+
+void CChromaKey::LeftOutFill() const
+{
+    const MASK_PLANE& alpha = m_job.alpha;
+    const int nRowsKeyed = m_job.nRows * m_job.nRowStep;
+    const auto nLeftOut = static_cast<size_t>(alpha.nWidth - m_job.nColumns);
+    for (int nRow = 0; nRow < nRowsKeyed && nLeftOut; ++nRow)
+        std::memset(alpha.Row(nRow) + m_job.nColumns, 255, nLeftOut);
+    for (int nRow = nRowsKeyed; nRow < alpha.nHeight; ++nRow)
+        std::memset(alpha.Row(nRow), 255, static_cast<size_t>(alpha.nWidth));
 }
 
 HRESULT CChromaKey::SlicesRun()

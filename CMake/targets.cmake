@@ -17,3 +17,39 @@ function(z_test name)
   endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES LABELS "${labels}" TIMEOUT 300)
 endfunction()
+
+# Runs a whole test program once more for each instruction set below the best, which the others ran with.
+function(z_test_levels name)
+  foreach(level none avx2)
+    add_test(NAME ${name}.${level} COMMAND ${name})
+    set_tests_properties(${name}.${level} PROPERTIES LABELS unit TIMEOUT 300 ENVIRONMENT ZCK_SIMD=${level})
+  endforeach()
+endfunction()
+
+# Kernels that need more than the base instruction set, AVX2 or AVX512. Only these files get the flags: code that they
+# share with others could end up in programs that run on older processors. Elsewhere than on x86-64 they are left out.
+function(z_simd_sources target level)
+  if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
+    return()
+  endif()
+  if(MSVC)
+    set(flags /arch:${level})
+  elseif(level STREQUAL AVX2)
+    set(flags -mavx2)
+  else()
+    set(flags -mavx512f -mavx512bw -mavx512dq -mavx512vl)
+  endif()
+  if(NOT MSVC)
+    list(APPEND flags $<$<CONFIG:Release>:-O3>) # -O2 passes vectors through memory between small functions
+  endif()
+  if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    list(APPEND flags -Wno-uninitialized -Wno-maybe-uninitialized) # its own intrinsics start from registers of undefined content
+    if(WIN32)
+      # It takes stack variables for aligned to 32 and 64 bytes, but the stack of Win64 is aligned to 16.
+      list(APPEND flags -Wa,-muse-unaligned-vector-move)
+    endif()
+  endif()
+  target_sources(${target} PRIVATE ${ARGN})
+  target_compile_definitions(${target} PUBLIC ZCK_X86)
+  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "${flags}")
+endfunction()

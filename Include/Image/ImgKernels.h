@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Base/ZCpu.h"
+
 #include <cstdint>
 
 /// The row kernels and the table that they are called through.
@@ -71,7 +73,7 @@ struct IMG_KERNELS
     PFN_IMG_TO_HLS pfnToHLS;
 };
 
-/// Fills the table with the reference kernels.
-void ImgKernels_InitC(IMG_KERNELS* _pTable);
+/// Fills the table with the fastest kernels that need no more than the given level.
+void ImgKernels_Init(IMG_KERNELS* _pTable, eSIMD_Level _eMax);
 /// The table in use.
 const IMG_KERNELS& ImgKernels();

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 namespace
 {
@@ -52,6 +53,8 @@ HRESULT CChromaKey::ProcessFrame(const ZF_VID_PTR* _pInput, uint8_t* _pbAlpha1Ch
             return S_FALSE;
         if (const HRESULT hr = JobMake(*_pInput, _pbAlpha1Ch, *_pInputProps); FAILED(hr))
             return hr;
+        if (m_bFill)
+            LeftOutFill();
         const HRESULT hr = SlicesRun();
         if (SUCCEEDED(hr))
             FrameFinish(hr == S_OK);
@@ -73,7 +76,6 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
     const int64_t nRowPixels = job.reader.IsInPlace() ? std::abs(nStride) / 4 : int64_t{job.alpha.nWidth};
     job.nColumns = KeySlice_Columns(job.alpha.nWidth, nThreads * nRowPixels);
     job.nMergeColumns = KeySlice_MergeColumns(job.alpha.nWidth, job.nColumns);
-    job.nRowStep = nThreads;
     job.nRows = job.alpha.nHeight / nThreads; // the remainder at the bottom is not keyed
 
     job.eType = static_cast<eCK_Type>(m_rawKey.eType);
@@ -85,6 +87,9 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
     job.bPost = m_nThreads < 2 || (m_nThreads == 2 && m_bInterlaced);
     if (job.bPost && m_nThreads == 2)
         job.post.bFields = false;
+    // Slices that are finished by their workers have every n-th row. Of the others the mask does not tell which worker
+    // keyed a row, and cores that take turns row by row keep each other waiting for memory: they get bands.
+    job.nRowStep = job.bPost ? nThreads : 1;
 
     const bool bArgb = _vidProps.fccType == eZFCC_ARGB32;
     m_argb.pRow0 = bArgb ? Img_Pointer(_vidInput.lpVideoPlanes[0]) : nullptr;
@@ -92,6 +97,17 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
     // Masks that need no more work go into the picture while its row is in the cache.
     job.argb = job.bPost || !job.post.IsNeeded() ? m_argb : ARGB_PLANE{};
     return S_OK;
+}
+
+void CChromaKey::LeftOutFill() const
+{
+    const MASK_PLANE& alpha = m_job.alpha;
+    const int nRowsKeyed = RowsKeyed();
+    const auto nLeftOut = static_cast<size_t>(alpha.nWidth - m_job.nColumns);
+    for (int nRow = 0; nRow < nRowsKeyed && nLeftOut; ++nRow)
+        std::memset(alpha.Row(nRow) + m_job.nColumns, 255, nLeftOut);
+    for (int nRow = nRowsKeyed; nRow < alpha.nHeight; ++nRow)
+        std::memset(alpha.Row(nRow), 255, static_cast<size_t>(alpha.nWidth));
 }
 
 HRESULT CChromaKey::SlicesRun()
@@ -103,7 +119,7 @@ HRESULT CChromaKey::SlicesRun()
         KEY_SLOT& slot = m_pool.Slot(i);
         slot.slice.Reserve(m_job.alpha.nWidth);
         slot.job = m_job;
-        slot.job.nFirstRow = static_cast<int>(i);
+        slot.job.nFirstRow = static_cast<int>(i) * (m_job.bPost ? 1 : m_job.nRows);
         slot.bJob = true;
     }
     if (const HRESULT hr = m_pool.Run(); FAILED(hr))
@@ -123,7 +139,7 @@ void CChromaKey::FrameFinish(bool _bKeyed)
     }
     if (!m_argb.pRow0)
         return;
-    const int nRowsDone = job.argb.pRow0 ? job.nRows * job.nRowStep : 0;
+    const int nRowsDone = job.argb.pRow0 ? RowsKeyed() : 0;
     for (int nRow = nRowsDone; nRow < job.alpha.nHeight; ++nRow)
         m_argb.AlphaSet(job.alpha, nRow, *job.pKernels);
 }

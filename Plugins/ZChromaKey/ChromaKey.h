@@ -12,9 +12,9 @@
 /// The CPU keying engine: turns a picture and a key set into an 8-bit alpha plane of the same size, 0 where the
 /// picture is keyed out, 255 where it stays.
 ///
-/// The picture is cut into as many slices as there are threads: slice i has the rows i, i + n, i + 2n ..., each slice
-/// equally many, so that the last height mod n rows are not keyed. Workers keep their threads and buffers between
-/// frames. All calls come from one thread at a time.
+/// The picture is cut into as many slices as there are threads, each of equally many rows, so that the last height mod
+/// n rows are not keyed. Two slices of an interlaced picture are its fields. Workers keep their threads and buffers
+/// between frames. All calls come from one thread at a time.
 class CChromaKey
 {
 public:
@@ -31,14 +31,19 @@ public:
     {
         m_eMatrix = _eMatrix;
     }
+    /// Whether ProcessFrame sets what it does not key to 255 (off at first), so that a new plane need not be filled.
+    void FillSet(bool _bFill)
+    {
+        m_bFill = _bFill;
+    }
 
     /// Computes the alpha plane of a picture.
     ///
     /// _pInput: the planes, row 0 being the row at the top (negative strides where needed). Only read, but for
     /// eZFCC_ARGB32, whose alpha bytes become the finished mask.
     /// _pbAlpha1Ch: the top row; its stride is that of the mask record of _pInputProps. What is not keyed keeps its
-    /// value, so the caller fills a new plane with 255 first: rows left over by the slices, pictures less than 8
-    /// pixels wide, columns behind the last full group of 8.
+    /// value unless FillSet was called: rows left over by the slices, pictures less than 8 pixels wide, columns behind
+    /// the last full group of 8. Bytes behind the width are never written.
     /// _pInputProps: format, size, field order; a stride of 0 counts as derived.
     ///
     /// S_OK; S_FALSE: a key type other than RGB, HLS and YUV (nothing is written), or no key that keys and no colour
@@ -50,6 +55,11 @@ public:
 
 private:
     HRESULT JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, const ZF_VID_PROPS& _vidProps);
+    int RowsKeyed() const
+    {
+        return m_job.nRows * static_cast<int>(m_nThreads);
+    }
+    void LeftOutFill() const;
     HRESULT SlicesRun();
     void FrameFinish(bool _bKeyed);
 
@@ -60,5 +70,6 @@ private:
     CHROMA_KEY_RAW m_rawKey = {};
     uint32_t m_nThreads = 6;
     bool m_bInterlaced = false;
+    bool m_bFill = false;
     std::optional<eZYMatrix> m_eMatrix;
 };

@@ -206,6 +206,7 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const C
             m_engine.emplace();
         m_engine->ThreadsSet(static_cast<uint32_t>(m_options->nThreads));
         m_engine->MatrixSet(_eMatrix);
+        m_engine->FillSet(true);
         hr = m_engine->ProcessFrame(&vidPtr, mask.pbAlpha, &vidProps, &_key);
     }
     if (SUCCEEDED(hr))

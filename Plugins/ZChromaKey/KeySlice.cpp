@@ -22,11 +22,9 @@ int KeySlice_MergeColumns(int _nWidth, int _nColumns) noexcept
 void CKeySlice::Reserve(int _nWidth)
 {
     const auto nWidth = static_cast<size_t>(_nWidth);
-    if (m_arrExclusion.size() >= nWidth)
-        return;
-    m_arrPixels.resize(4 * nWidth);
+    if (m_arrPixels.size() < 4 * nWidth)
+        m_arrPixels.resize(4 * nWidth);
     m_maskPost.Reserve(_nWidth);
-    m_arrExclusion.resize(nWidth);
 }
 
 HRESULT CKeySlice::Process(const KEY_JOB& _job, const std::atomic<bool>& _bGo) noexcept
@@ -89,19 +87,7 @@ void CKeySlice::RowKey(const KEY_JOB& _job, int _nRow) noexcept
     if (nColumns == 0)
         return;
     const uint8_t* const pPixels = RowConvert(_job, _nRow);
-    RowMerge(_job, pAlpha, pPixels, _job.plan.arrKeying, _job.plan.nKeying);
-    if (_job.plan.nExclude)
-    {
-        RowMerge(_job, m_arrExclusion.data(), pPixels, _job.plan.arrExclude, _job.plan.nExclude);
-        _job.pKernels->pfnExclude(pAlpha, m_arrExclusion.data(), nColumns);
-    }
-}
-
-void CKeySlice::RowMerge(const KEY_JOB& _job, uint8_t* _pAlpha, const uint8_t* _pPixels, const KEY_DISTANCE* _pKeys,
-                         int _nKeys) noexcept
-{
-    _job.pKernels->pfnDistance(_pAlpha, _pPixels, static_cast<size_t>(_job.nColumns), _pKeys[0]);
+    const KEY_SET set = {_job.plan.arrKeying, _job.plan.nKeying, _job.plan.arrExclude, _job.plan.nExclude};
     // Later keys count in whole groups of 16 pixels only; the columns behind keep the first key's result.
-    for (int i = 1; i < _nKeys; ++i)
-        _job.pKernels->pfnDistanceMin(_pAlpha, _pPixels, static_cast<size_t>(_job.nMergeColumns), _pKeys[i]);
+    _job.pKernels->pfnKeySet(pAlpha, pPixels, nColumns, static_cast<size_t>(_job.nMergeColumns), set);
 }

@@ -57,11 +57,8 @@ public:
 private:
     bool RowsKey(const KEY_JOB& _job, const std::atomic<bool>& _bGo, const ARGB_PLANE& _argb) noexcept;
     void RowKey(const KEY_JOB& _job, int _nRow) noexcept;
-    static void RowMerge(const KEY_JOB& _job, uint8_t* _pAlpha, const uint8_t* _pPixels, const KEY_DISTANCE* _pKeys,
-                         int _nKeys) noexcept;
     const uint8_t* RowConvert(const KEY_JOB& _job, int _nRow) noexcept;
 
     std::vector<uint8_t> m_arrPixels;
-    std::vector<uint8_t> m_arrExclusion;
     CMaskPost m_maskPost;
 };

@@ -124,8 +124,10 @@ HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WO
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     _pMask->pbAlpha = Img_Pointer(vidPtr.lpVideoPlanes[0]);
-    // What the engine leaves out (left-over rows and columns) stays opaque.
-    std::memset(_pMask->pbAlpha, 255, static_cast<size_t>(vidPtr.cbVideoRowBytes[0]) * vidPtr.szVideoPlanes[0].cy);
+    const auto nWidth = static_cast<size_t>(vidPropsMask.nWidth);
+    const auto nRowBytes = static_cast<size_t>(vidPtr.cbVideoRowBytes[0]);
+    for (int nRow = 0; nRow < vidPtr.szVideoPlanes[0].cy && nRowBytes > nWidth; ++nRow)
+        std::memset(_pMask->pbAlpha + nRow * vidPtr.cbVideoRowBytes[0] + nWidth, 255, nRowBytes - nWidth);
     _pMask->cpFrame = std::move(cpZFFrameMask);
     return S_OK;
 }

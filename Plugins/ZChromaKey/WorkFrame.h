@@ -30,5 +30,6 @@ struct WORK_MASK
     uint8_t* pbAlpha = nullptr; ///< the top row
 };
 
-/// Makes the mask of a frame with the given properties, opaque (255) everywhere, from the memory of _pFrame.
+/// Makes the mask of a frame with the given properties from the memory of _pFrame. Its pixels are undefined, for the
+/// engine writes them all; the bytes behind its rows are 255.
 HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask);

@@ -1,5 +1,5 @@
-#include "Support/GuardedPlane.h"
 #include "ZChromaKey/KeyReference.h"
+#include "ZChromaKey/Kernels/KeyDistance.h"
 #include "ZChromaKey/Kernels/KeyPrepare.h"
 
 #include <gtest/gtest.h>
@@ -10,16 +10,6 @@
 
 namespace
 {
-
-const KEY_KERNELS& Kernels()
-{
-    static const KEY_KERNELS kernels = [] {
-        KEY_KERNELS res;
-        KeyKernels_Init(&res, eSIMD_None);
-        return res;
-    }();
-    return kernels;
-}
 
 SINGLE_KEY Key(uint32_t _nValue, uint32_t _nDelta, int32_t _nSmooth = 0, int32_t _nAlpha = 0)
 {
@@ -38,7 +28,7 @@ uint8_t AlphaOf(const SINGLE_KEY& _key, std::initializer_list<int> _arrPixel)
         arrPixel.push_back(static_cast<uint8_t>(n));
     arrPixel.push_back(77); // alpha of the input has no say
     uint8_t nAlpha = 0;
-    Kernels().pfnDistance(&nAlpha, arrPixel.data(), 1, KeyDistance_Prepare(_key, false));
+    KeyDistance_C(&nAlpha, arrPixel.data(), 1, KeyDistance_Prepare(_key, false));
     return nAlpha;
 }
 
@@ -138,7 +128,7 @@ TEST(KeyDistance, InsideIsInsideTheRealEllipsoid)
                 dblLevel += std::pow((arrPixel[c] - prepared.arrValue[c]) / dblAxis, 2);
             }
             uint8_t nAlpha = 1;
-            Kernels().pfnDistance(&nAlpha, arrPixel, 1, prepared);
+            KeyDistance_C(&nAlpha, arrPixel, 1, prepared);
             // Halving drops up to half a square, rounding up to 0.5 of a weight of 450 and more.
             if (dblLevel < 0.995)
             {
@@ -154,94 +144,6 @@ TEST(KeyDistance, InsideIsInsideTheRealEllipsoid)
     }
     EXPECT_GT(nInside, 2000);
     EXPECT_GT(nOutside, 20000);
-}
-
-/// Deltas, soft edges and floors of all sizes, the ends of their ranges often.
-SINGLE_KEY RandomKey(CRandom& _rnd)
-{
-    const uint32_t arrMask[] = {0xFFFFFFFF, 0x1F1F1F1F, 0x03030303, 0xFF0F01FF, 0};
-    const int32_t arrSmooth[] = {0, 1, 20, 100, 600, -3};
-    const int32_t arrAlpha[] = {0, 0, 40, 100, 254};
-    return Key(_rnd(), _rnd() & _rnd.OneOf(arrMask), _rnd.OneOf(arrSmooth), _rnd.OneOf(arrAlpha));
-}
-
-/// Half random pixels, half near the key, where alpha is neither 0 nor 255.
-void FillPixels(CGuardedPlane& _plane, const SINGLE_KEY& _key, CRandom& _rnd)
-{
-    uint8_t* const pPixels = _plane.Row(0);
-    for (size_t n = 0; n < _plane.RowBytes(); ++n)
-    {
-        const int nNear = static_cast<int>(_key.nValue >> (8 * (n % 4)) & 255) + static_cast<int>(_rnd() % 31) - 15;
-        pPixels[n] = n & 8 ? static_cast<uint8_t>(_rnd()) : static_cast<uint8_t>(std::clamp(nNear, 0, 255));
-    }
-}
-
-TEST(KeyDistance, RowsMatchTheReferenceAtEveryLength)
-{
-    CRandom rnd(1);
-    const eZGuard arrGuards[] = {eZGuard_Fence, eZGuard_PageEnd, eZGuard_PageStart};
-    int nSoft = 0;
-    for (size_t nWidth = 1; nWidth <= 200; ++nWidth)
-        for (int nRun = 0; nRun < 6; ++nRun)
-        {
-            const eZGuard eGuard = arrGuards[nRun % 3];
-            CGuardedPlane pixels(4 * nWidth, 1, 0, eGuard, static_cast<size_t>(nRun));
-            CGuardedPlane alpha(nWidth, 1, 0, eGuard, nWidth % 16);
-            const SINGLE_KEY arrKeys[2] = {RandomKey(rnd), RandomKey(rnd)};
-            FillPixels(pixels, arrKeys[nRun % 2], rnd);
-            Kernels().pfnDistance(alpha.Row(0), pixels.Row(0), nWidth, KeyDistance_Prepare(arrKeys[0], nRun & 1));
-            Kernels().pfnDistanceMin(alpha.Row(0), pixels.Row(0), nWidth, KeyDistance_Prepare(arrKeys[1], nRun & 1));
-
-            const CKeyReference arrReference[2] = {{arrKeys[0], (nRun & 1) != 0}, {arrKeys[1], (nRun & 1) != 0}};
-            for (size_t n = 0; n < nWidth; ++n)
-            {
-                int nExpected = 255;
-                for (int i = 0; i < 2; ++i)
-                    nExpected = std::min(nExpected, arrReference[i].Alpha(pixels.Row(0) + 4 * n) + arrKeys[i].nAlpha);
-                ASSERT_EQ(alpha.Row(0)[n], nExpected) << "width " << nWidth << " run " << nRun << " pixel " << n;
-                nSoft += nExpected > 0 && nExpected < 255;
-            }
-            ASSERT_TRUE(alpha.Intact() && pixels.Intact());
-        }
-    EXPECT_GT(nSoft, 5000) << "too few pixels on soft edges to mean anything";
-}
-
-TEST(PlaneOps, RowsMatchTheirDefinitionAtEveryLength)
-{
-    for (size_t nWidth = 1; nWidth <= 200; ++nWidth)
-    {
-        CGuardedPlane rows(nWidth, 3, 0, eZGuard_PageEnd);
-        rows.FillRandom(static_cast<uint32_t>(nWidth));
-        const uint8_t* const pA = rows.Row(0);
-        const uint8_t* const pB = rows.Row(1);
-        CGuardedPlane alpha(nWidth, 1, 0, eZGuard_PageEnd);
-        const auto fnExpect = [&](const char* _pszWhat, auto _fnExpected) {
-            for (size_t n = 0; n < nWidth; ++n)
-                ASSERT_EQ(alpha.Row(0)[n], _fnExpected(n)) << _pszWhat << " width " << nWidth << " pixel " << n;
-            ASSERT_TRUE(alpha.Intact() && rows.Intact());
-        };
-        const auto fnReset = [&] { alpha.FillRandom(static_cast<uint32_t>(nWidth)); }; // the bytes of pA
-
-        fnReset();
-        Kernels().pfnExclude(alpha.Row(0), pB, nWidth);
-        fnExpect("exclude", [&](size_t _n) { return std::max<int>(pA[_n], 255 - pB[_n]); });
-        fnReset();
-        Kernels().pfnThreshold(alpha.Row(0), nWidth, 60, 200);
-        fnExpect("threshold", [&](size_t _n) { return pA[_n] < 60 ? 0 : pA[_n] > 200 ? 255 : pA[_n]; });
-        fnReset();
-        Kernels().pfnThreshold(alpha.Row(0), nWidth, 150, 100); // the lower test goes first
-        fnExpect("crossed threshold", [&](size_t _n) { return pA[_n] < 150 ? 0 : 255; });
-        fnReset();
-        Kernels().pfnInvert(alpha.Row(0), nWidth);
-        fnExpect("invert", [&](size_t _n) { return 255 - pA[_n]; });
-
-        CGuardedPlane argb(4 * nWidth, 1, 0, eZGuard_PageEnd);
-        const std::vector<uint8_t> arrBefore(argb.Row(0), argb.Row(0) + 4 * nWidth);
-        Kernels().pfnAlphaSet(argb.Row(0), pA, nWidth);
-        for (size_t n = 0; n < 4 * nWidth; ++n)
-            ASSERT_EQ(argb.Row(0)[n], n % 4 == 3 ? pA[n / 4] : arrBefore[n]);
-        ASSERT_TRUE(argb.Intact());
-    }
 }
 
 } // namespace

@@ -13,8 +13,21 @@ struct KEY_DISTANCE
     int16_t arrValue[3];  ///< centre, 1 to 254
     int16_t arrWeight[3]; ///< weight of the halved squared difference, 0 to 16382
     int32_t nThreshold;   ///< halved level of the key's ellipsoid, 0 to 2^30 - 1
+    int32_t nOpaque;      ///< least excess over nThreshold whose alpha is 255, at least 1; INT32_MAX: there is none
     float fltScale;       ///< alpha per square root of the excess over nThreshold, above 0, at most 1000
     uint8_t nAlphaFloor;  ///< least alpha of a matched pixel, added to every alpha with saturation
+};
+
+/// The most keys of either kind in a set.
+inline constexpr int c_nMaxRowKeys = 16;
+
+/// The keys of a set as the row kernels take them. Borrowed.
+struct KEY_SET
+{
+    const KEY_DISTANCE* pKeying;  ///< keys that lower alpha
+    int nKeying;                  ///< 1 to 16
+    const KEY_DISTANCE* pExclude; ///< keys whose matches stay opaque; their nAlphaFloor is 0
+    int nExclude;                 ///< 0 to 16
 };
 
 /// What the engine does to rows of pixels. Rows need no alignment, may have any length and do not overlap. No kernel
@@ -22,16 +35,14 @@ struct KEY_DISTANCE
 /// and fixed rounding.
 struct KEY_KERNELS
 {
-    /// Alpha of a row of 4-byte pixels for one key. Per pixel:
+    /// Alpha of a row of 4-byte pixels for a set of keys. Per pixel and key:
     ///     n = sum over c of weight[c] * ((x[c] - value[c])^2 >> 1) - threshold      32-bit, no overflow
     ///     f = n <= 0 ? 0 : min(255, sqrt(float(n)) * scale)                         single precision
-    ///     alpha = min(255, trunc(f + 0.5) + floor)
-    void (*pfnDistance)(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels, const KEY_DISTANCE& _key) noexcept;
-    /// The same, and the lesser of it and what _pAlpha holds.
-    void (*pfnDistanceMin)(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels,
-                           const KEY_DISTANCE& _key) noexcept;
-    /// alpha = max(alpha, 255 - exclusion): what an exclusion key matched stays opaque.
-    void (*pfnExclude)(uint8_t* _pAlpha, const uint8_t* _pExclusion, size_t _nPixels) noexcept;
+    ///     a = min(255, trunc(f + 0.5) + floor)
+    /// Alpha is the least a of the keying keys, but not below 255 - the least a of the exclusion keys. Only the first
+    /// _nMerged pixels (at most _nPixels) see all keys; those behind see the first of either kind.
+    void (*pfnKeySet)(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels, size_t _nMerged,
+                      const KEY_SET& _set) noexcept;
     /// Below _nMin: 0, else above _nMax: 255.
     void (*pfnThreshold)(uint8_t* _pAlpha, size_t _nPixels, uint8_t _nMin, uint8_t _nMax) noexcept;
     /// alpha = 255 - alpha

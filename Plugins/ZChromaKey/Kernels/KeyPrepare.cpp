@@ -16,6 +16,27 @@ int32_t ByteOf(uint32_t _nWord, int _nComponent, bool _bSwap02)
     return static_cast<int32_t>(_nWord >> 8 * (_bSwap02 ? 2 - _nComponent : _nComponent) & 0xFF);
 }
 
+/// Whether the kernels give an excess above 0 the alpha 255, in their own arithmetic.
+bool IsOpaque(int32_t _nExcess, float _fltScale)
+{
+    const float fltAlpha = std::sqrt(static_cast<float>(_nExcess)) * _fltScale + 0.5f;
+    return fltAlpha >= 255.0f;
+}
+
+/// Every step from the excess to alpha keeps order, rounding included, so halving the range finds the first that is
+/// opaque.
+int32_t OpaqueFrom(float _fltScale)
+{
+    int32_t nBelow = 0;
+    int32_t nOpaque = INT32_MAX;
+    while (nOpaque - nBelow > 1)
+    {
+        const int32_t nMiddle = nBelow + (nOpaque - nBelow) / 2;
+        (IsOpaque(nMiddle, _fltScale) ? nOpaque : nBelow) = nMiddle;
+    }
+    return nOpaque;
+}
+
 } // namespace
 
 KEY_DISTANCE KeyDistance_Prepare(const SINGLE_KEY& _key, bool _bSwap02) noexcept
@@ -57,6 +78,7 @@ KEY_DISTANCE KeyDistance_Prepare(const SINGLE_KEY& _key, bool _bSwap02) noexcept
     res.nThreshold = static_cast<int32_t>(static_cast<int64_t>(dblThreshold) >> 1);
     // Not above 0 (rounding noise of the weights where there is no smooth range, often negative): a hard edge.
     res.fltScale = dblEdge > 0 ? static_cast<float>(512.0 / std::sqrt(2 * dblEdge)) : c_fltHardEdge;
+    res.nOpaque = OpaqueFrom(res.fltScale);
     res.nAlphaFloor = static_cast<uint8_t>(std::clamp(_key.nAlpha, 0, 255));
     return res;
 }

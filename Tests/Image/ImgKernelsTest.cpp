@@ -1,0 +1,162 @@
+#include "Image/ImgKernels.h"
+
+#include "Image/ImgColor.h"
+#include "Support/GuardedPlane.h"
+#include "Support/SimdLevel.h"
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+/// Every level against the plain kernels, which other tests hold to the definition.
+
+namespace
+{
+
+class ImgKernels : public CSimdLevelTest
+{
+protected:
+    void SetUp() override
+    {
+        CSimdLevelTest::SetUp();
+        ImgKernels_Init(&m_plain, eSIMD_None);
+        ImgKernels_Init(&m_level, GetParam());
+    }
+    IMG_KERNELS m_plain;
+    IMG_KERNELS m_level;
+};
+
+/// Random bytes, or only the ends of the range.
+void Fill(CGuardedPlane& _plane, uint32_t _nSeed)
+{
+    _plane.FillRandom(_nSeed);
+    for (size_t n = 0; n < _plane.RowBytes() && _nSeed % 3 == 0; ++n)
+        _plane.Row(0)[n] = _plane.Row(0)[n] & 64 ? 255 : 0;
+}
+
+/// The bytes of a row of plane 0, as Img_RowBytesUsed counts them.
+size_t RowBytes(eImgLayout _eLayout, int _nWidth)
+{
+    const int nPacked = (_nWidth + 1) / 2 * 4;
+    const int nV210 = _nWidth / 6 * 16 + (2 * (_nWidth % 6) + _nWidth % 2 + 2) / 3 * 4;
+    const bool bPlanar = _eLayout == eIL_Planar || _eLayout == eIL_NV12 || _eLayout == eIL_RGB8;
+    return static_cast<size_t>(bPlanar                 ? _nWidth
+                               : _eLayout == eIL_RGB24 ? 3 * _nWidth
+                               : _eLayout <= eIL_r210  ? 4 * _nWidth
+                               : _eLayout == eIL_v210  ? nV210
+                                                       : nPacked);
+}
+
+TEST_P(ImgKernels, ReadRowsLikeThePlainOnes)
+{
+    uint32_t nSeed = 1;
+    const auto fnTest = [&](int _nLayout, int _nWidth, int _nChroma, eZGuard _eGuard) {
+        SCOPED_TRACE(testing::Message() << "layout " << _nLayout << " width " << _nWidth << " chroma " << _nChroma
+                                        << " guard " << _eGuard << " seed " << nSeed);
+        const size_t nStep = _nLayout == eIL_NV12 ? 2 : 1;
+        const auto nChroma = static_cast<size_t>(_nChroma);
+        CGuardedPlane luma(RowBytes(static_cast<eImgLayout>(_nLayout), _nWidth), 1, 0, _eGuard, nSeed % 64);
+        CGuardedPlane chroma0(std::max<size_t>(nStep * nChroma, 1), 1, 0, _eGuard, nSeed % 7);
+        CGuardedPlane chroma1(std::max<size_t>(nChroma, 1), 1, 0, _eGuard, nSeed % 11);
+        for (CGuardedPlane* pPlane : {&luma, &chroma0, &chroma1})
+            Fill(*pPlane, nSeed++);
+        IMG_ROW row = {luma.Row(0), nullptr, nullptr, _nWidth, _nChroma, &Img_CoefFromYUV(nSeed % 2 ? 0 : 1)};
+        if (_nChroma > 0)
+        {
+            row.pU = chroma0.Row(0);
+            row.pV = nStep == 2 ? row.pU + 1 : chroma1.Row(0);
+        }
+        CGuardedPlane pixels(4 * static_cast<size_t>(_nWidth), 2, 0, _eGuard, nSeed % 64);
+        m_plain.apfnRead[_nLayout](row, pixels.Row(0));
+        CGuardedPlane result(4 * static_cast<size_t>(_nWidth), 1, 0, _eGuard, nSeed % 64);
+        m_level.apfnRead[_nLayout](row, result.Row(0));
+        ASSERT_EQ(std::memcmp(pixels.Row(0), result.Row(0), result.RowBytes()), 0);
+        ASSERT_TRUE(result.Intact() && luma.Intact() && chroma0.Intact() && chroma1.Intact());
+    };
+    for (int nLayout = 0; nLayout < eIL_Count; ++nLayout)
+        ForTestWidths([&](int _nWidth) {
+            const bool bChroma = nLayout == eIL_Planar || nLayout == eIL_NV12;
+            const int nPairs = (_nWidth + 1) / 2;
+            for (const eZGuard eGuard : {eZGuard_Fence, eZGuard_PageEnd, eZGuard_PageStart})
+                fnTest(nLayout, _nWidth, bChroma ? nPairs : 0, eGuard);
+            for (const int nShort : {0, 1, nPairs / 2, nPairs / 16 * 16, nPairs - 1}) // samples that are not there
+                if (bChroma && nShort >= 0)
+                    fnTest(nLayout, _nWidth, nShort, eZGuard_PageEnd);
+        });
+}
+
+TEST_P(ImgKernels, ConvertEveryColourLikeThePlainOnes)
+{
+    constexpr int c_nPlane = 256 * 256;
+    std::vector<uint8_t> arrPixels(4 * c_nPlane);
+    std::vector<uint8_t> arrPlain(4 * c_nPlane);
+    std::vector<uint8_t> arrLevel(4 * c_nPlane);
+    const auto fnSame = [&](int _n0, const char* _pszWhat) {
+        ASSERT_EQ(std::memcmp(arrPlain.data(), arrLevel.data(), arrPlain.size()), 0) << _pszWhat << " byte 0 " << _n0;
+    };
+    for (int n0 = 0; n0 < 256; ++n0)
+    {
+        for (int n = 0; n < c_nPlane; ++n)
+        {
+            const uint8_t arrPixel[4] = {static_cast<uint8_t>(n0), static_cast<uint8_t>(n),
+                                         static_cast<uint8_t>(n >> 8), static_cast<uint8_t>(n * 7)};
+            std::memcpy(&arrPixels[4u * static_cast<unsigned>(n)], arrPixel, 4);
+        }
+        m_plain.pfnToHLS(arrPixels.data(), arrPlain.data(), c_nPlane);
+        m_level.pfnToHLS(arrPixels.data(), arrLevel.data(), c_nPlane);
+        fnSame(n0, "HLS");
+        for (const eZYMatrix eMatrix : {eZYM_601, eZYM_709})
+        {
+            m_plain.pfnToYUV(arrPixels.data(), arrPlain.data(), c_nPlane, Img_CoefToYUV(eMatrix));
+            m_level.pfnToYUV(arrPixels.data(), arrLevel.data(), c_nPlane, Img_CoefToYUV(eMatrix));
+            fnSame(n0, "to YUV");
+            m_plain.pfnFromYUV(arrPixels.data(), arrPlain.data(), c_nPlane, Img_CoefFromYUV(eMatrix));
+            m_level.pfnFromYUV(arrPixels.data(), arrLevel.data(), c_nPlane, Img_CoefFromYUV(eMatrix));
+            fnSame(n0, "from YUV");
+        }
+    }
+}
+
+TEST_P(ImgKernels, ConvertRowsOfEveryLengthInPlace)
+{
+    ForTestWidths([&](int _nWidth) {
+        for (const eZGuard eGuard : {eZGuard_Fence, eZGuard_PageEnd, eZGuard_PageStart})
+            for (int nKind = 0; nKind < 3; ++nKind)
+            {
+                const auto fnConvert = [&](const IMG_KERNELS& _kernels, uint8_t* _pPixels) {
+                    if (nKind == 0)
+                        _kernels.pfnToYUV(_pPixels, _pPixels, _nWidth, Img_CoefToYUV(eZYM_709));
+                    else if (nKind == 1)
+                        _kernels.pfnFromYUV(_pPixels, _pPixels, _nWidth, Img_CoefFromYUV(eZYM_601));
+                    else
+                        _kernels.pfnToHLS(_pPixels, _pPixels, _nWidth);
+                };
+                CGuardedPlane pixels(4 * static_cast<size_t>(_nWidth), 1, 0, eGuard, static_cast<size_t>(_nWidth) % 64);
+                Fill(pixels, static_cast<uint32_t>(_nWidth));
+                std::vector<uint8_t> arrExpected(pixels.Row(0), pixels.Row(0) + pixels.RowBytes());
+                fnConvert(m_plain, arrExpected.data());
+                fnConvert(m_level, pixels.Row(0));
+                ASSERT_TRUE(std::equal(arrExpected.begin(), arrExpected.end(), pixels.Row(0)) && pixels.Intact())
+                    << "width " << _nWidth << " guard " << eGuard << " kind " << nKind;
+            }
+    });
+}
+
+#if defined(ZCK_X86)
+TEST_P(ImgKernels, EveryLevelHasItsOwnKernels)
+{
+    const bool bPlain = GetParam() == eSIMD_None;
+    for (int nLayout = eIL_r210; nLayout < eIL_Count; ++nLayout)
+        EXPECT_EQ(m_level.apfnRead[nLayout] == m_plain.apfnRead[nLayout], bPlain) << nLayout;
+    EXPECT_EQ(m_level.pfnToYUV == m_plain.pfnToYUV, bPlain);
+    EXPECT_EQ(m_level.pfnFromYUV == m_plain.pfnFromYUV, bPlain);
+    EXPECT_EQ(m_level.pfnToHLS == m_plain.pfnToHLS, bPlain);
+    IMG_KERNELS best;
+    ImgKernels_Init(&best, eSIMD_AVX512);
+    EXPECT_EQ(best.pfnToYUV == m_level.pfnToYUV, GetParam() == eSIMD_AVX512);
+}
+#endif
+
+Z_INSTANTIATE_LEVELS(ImgKernels);
+
+} // namespace

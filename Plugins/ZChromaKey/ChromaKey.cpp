@@ -76,6 +76,7 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
     const int64_t nRowPixels = job.reader.IsInPlace() ? std::abs(nStride) / 4 : int64_t{job.alpha.nWidth};
     job.nColumns = KeySlice_Columns(job.alpha.nWidth, nThreads * nRowPixels);
     job.nMergeColumns = KeySlice_MergeColumns(job.alpha.nWidth, job.nColumns);
+    job.nRowStep = nThreads;
     job.nRows = job.alpha.nHeight / nThreads; // the remainder at the bottom is not keyed
 
     job.eType = static_cast<eCK_Type>(m_rawKey.eType);
@@ -87,9 +88,6 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
     job.bPost = m_nThreads < 2 || (m_nThreads == 2 && m_bInterlaced);
     if (job.bPost && m_nThreads == 2)
         job.post.bFields = false;
-    // Slices that are finished by their workers have every n-th row. Of the others the mask does not tell which worker
-    // keyed a row, and cores that take turns row by row keep each other waiting for memory: they get bands.
-    job.nRowStep = job.bPost ? nThreads : 1;
 
     const bool bArgb = _vidProps.fccType == eZFCC_ARGB32;
     m_argb.pRow0 = bArgb ? Img_Pointer(_vidInput.lpVideoPlanes[0]) : nullptr;
@@ -102,7 +100,7 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
 void CChromaKey::LeftOutFill() const
 {
     const MASK_PLANE& alpha = m_job.alpha;
-    const int nRowsKeyed = RowsKeyed();
+    const int nRowsKeyed = m_job.nRows * m_job.nRowStep;
     const auto nLeftOut = static_cast<size_t>(alpha.nWidth - m_job.nColumns);
     for (int nRow = 0; nRow < nRowsKeyed && nLeftOut; ++nRow)
         std::memset(alpha.Row(nRow) + m_job.nColumns, 255, nLeftOut);
@@ -119,7 +117,7 @@ HRESULT CChromaKey::SlicesRun()
         KEY_SLOT& slot = m_pool.Slot(i);
         slot.slice.Reserve(m_job.alpha.nWidth);
         slot.job = m_job;
-        slot.job.nFirstRow = static_cast<int>(i) * (m_job.bPost ? 1 : m_job.nRows);
+        slot.job.nFirstRow = static_cast<int>(i);
         slot.bJob = true;
     }
     if (const HRESULT hr = m_pool.Run(); FAILED(hr))
@@ -139,7 +137,7 @@ void CChromaKey::FrameFinish(bool _bKeyed)
     }
     if (!m_argb.pRow0)
         return;
-    const int nRowsDone = job.argb.pRow0 ? RowsKeyed() : 0;
+    const int nRowsDone = job.argb.pRow0 ? job.nRows * job.nRowStep : 0;
     for (int nRow = nRowsDone; nRow < job.alpha.nHeight; ++nRow)
         m_argb.AlphaSet(job.alpha, nRow, *job.pKernels);
 }

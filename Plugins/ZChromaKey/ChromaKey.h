@@ -12,9 +12,9 @@
 /// The CPU keying engine: turns a picture and a key set into an 8-bit alpha plane of the same size, 0 where the
 /// picture is keyed out, 255 where it stays.
 ///
-/// The picture is cut into as many slices as there are threads, each of equally many rows, so that the last height mod
-/// n rows are not keyed. Two slices of an interlaced picture are its fields. Workers keep their threads and buffers
-/// between frames. All calls come from one thread at a time.
+/// The picture is cut into as many slices as there are threads: slice i has the rows i, i + n, i + 2n ..., each slice
+/// equally many, so that the last height mod n rows are not keyed. Workers keep their threads and buffers between
+/// frames. All calls come from one thread at a time.
 class CChromaKey
 {
 public:
@@ -55,10 +55,6 @@ public:
 
 private:
     HRESULT JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, const ZF_VID_PROPS& _vidProps);
-    int RowsKeyed() const
-    {
-        return m_job.nRows * static_cast<int>(m_nThreads);
-    }
     void LeftOutFill() const;
     HRESULT SlicesRun();
     void FrameFinish(bool _bKeyed);

@@ -115,15 +115,16 @@ public:
     }
     void StreamNext()
     {
-        constexpr size_t c_nPixels = 64; // a block of fixed length becomes vector instructions
+        constexpr size_t c_nPixels = 64; // blocks of fixed length become wide loads and stores, and hardly more
         const uint8_t* pPixels = m_keyer.Picture(m_nNext).vecPixels.data();
         std::vector<uint8_t>& vecMask = m_arrMasks[m_nNext++ % c_nFrames];
         for (size_t n = 0; n + c_nPixels <= vecMask.size(); n += c_nPixels)
         {
-            uint32_t arrPixels[c_nPixels];
+            uint8_t arrPixels[4][c_nPixels];
             std::memcpy(arrPixels, pPixels + 4 * n, sizeof(arrPixels));
             for (size_t i = 0; i < c_nPixels; ++i)
-                vecMask[n + i] = static_cast<uint8_t>(arrPixels[i] ^ arrPixels[i] >> 8 ^ arrPixels[i] >> 16);
+                arrPixels[0][i] ^= arrPixels[1][i] ^ arrPixels[2][i] ^ arrPixels[3][i];
+            std::memcpy(vecMask.data() + n, arrPixels[0], c_nPixels);
         }
         m_nSink = vecMask[vecMask.size() / 2];
     }

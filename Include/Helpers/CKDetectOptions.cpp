@@ -31,14 +31,14 @@ bool ReadShare(std::string_view _svValue, double* _pdblValue)
 }
 
 constexpr CK_DETECT_OPTION c_arrOptions[] = {
-    {"type", "rgb, hls, yuv or auto", [](auto sv, auto* p) { return KeyType_FromText(sv, &p->eType); }},
-    {"max_keys", c_szWhole, [](auto sv, auto* p) { return PropText_ReadInt32(sv, &p->nMaxKeys); }},
-    {"blocks", c_szWhole, [](auto sv, auto* p) { return PropText_ReadInt32(sv, &p->nBlocks); }},
-    {"threshold", c_szWhole, [](auto sv, auto* p) { return PropText_ReadInt32(sv, &p->nThreshold); }},
-    {"key_diff", c_szNumber, [](auto sv, auto* p) { return PropText_ReadDouble(sv, &p->dblKeyDiff); }},
-    {"similarity", "a number from 0 to 1", [](auto sv, auto* p) { return ReadShare(sv, &p->dblSimilarity); }},
-    {"borders", c_szNumber, [](auto sv, auto* p) { return PropText_ReadDouble(sv, &p->dblBorders); }},
-    {"show_blocks", "true or false", [](auto sv, auto* p) { return PropText_ReadBool(sv, &p->bShowBlocks); }},
+    {"type", "rgb, hls, yuv or auto", [](auto _sv, auto* _p) { return KeyType_FromText(_sv, &_p->eType); }},
+    {"max_keys", c_szWhole, [](auto _sv, auto* _p) { return PropText_ReadInt32(_sv, &_p->nMaxKeys); }},
+    {"blocks", c_szWhole, [](auto _sv, auto* _p) { return PropText_ReadInt32(_sv, &_p->nBlocks); }},
+    {"threshold", c_szWhole, [](auto _sv, auto* _p) { return PropText_ReadInt32(_sv, &_p->nThreshold); }},
+    {"key_diff", c_szNumber, [](auto _sv, auto* _p) { return PropText_ReadDouble(_sv, &_p->dblKeyDiff); }},
+    {"similarity", "a number from 0 to 1", [](auto _sv, auto* _p) { return ReadShare(_sv, &_p->dblSimilarity); }},
+    {"borders", c_szNumber, [](auto _sv, auto* _p) { return PropText_ReadDouble(_sv, &_p->dblBorders); }},
+    {"show_blocks", "true or false", [](auto _sv, auto* _p) { return PropText_ReadBool(_sv, &_p->bShowBlocks); }},
 };
 
 /// Looks an option up, long name first, and reads it. False: named, but not to be read.

@@ -22,7 +22,10 @@ namespace fs = std::filesystem;
 namespace
 {
 
-std::atomic<bool> g_bInterrupted{false};
+std::atomic<int> g_nInterrupts{0};
+
+/// Requests to end that are taken as one: some programs send each of them twice. The next one ends the program.
+constexpr int c_nPatience = 3;
 
 fs::path PathOf(const std::string& _strPath)
 {
@@ -94,7 +97,7 @@ std::string Platform_ResolveLink(const std::string& _strPath)
 
 bool Platform_WasInterrupted()
 {
-    return g_bInterrupted.load(std::memory_order_relaxed);
+    return g_nInterrupts.load(std::memory_order_relaxed) > 0;
 }
 
 #if defined(_WIN32)
@@ -104,7 +107,7 @@ namespace
 
 BOOL WINAPI OnConsoleEvent(DWORD)
 {
-    return g_bInterrupted.exchange(true) ? FALSE : TRUE;
+    return ++g_nInterrupts > c_nPatience ? FALSE : TRUE;
 }
 
 } // namespace
@@ -185,9 +188,10 @@ void* Platform_Symbol(void* _pLibrary, const char* _pszName)
 namespace
 {
 
-extern "C" void OnSignal(int)
+extern "C" void OnSignal(int _nSignal)
 {
-    g_bInterrupted.store(true, std::memory_order_relaxed);
+    if (++g_nInterrupts >= c_nPatience)
+        std::signal(_nSignal, SIG_DFL);
 }
 
 } // namespace
@@ -226,7 +230,6 @@ void Platform_CatchInterrupts()
 {
     struct sigaction action = {}; // no SA_RESTART: a read that waits for a pipe has to end
     action.sa_handler = OnSignal;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
     for (const int nSignal : {SIGINT, SIGTERM, SIGHUP})
         sigaction(nSignal, &action, nullptr);
     std::signal(SIGPIPE, SIG_IGN); // the write fails instead, and the job cleans up and says so

@@ -31,7 +31,8 @@ bool Platform_Exists(const std::string& _strPath);
 bool Platform_IsTerminal(std::FILE* _pFile);
 uint32_t Platform_ProcessId();
 
-/// From now on Ctrl-C and the requests to end set a flag instead of ending the program; a second one ends it.
+/// From now on Ctrl-C and the requests to end set a flag instead of ending the program; the fourth one
+/// ends it.
 void Platform_CatchInterrupts();
 bool Platform_WasInterrupted();
 

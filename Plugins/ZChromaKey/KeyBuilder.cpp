@@ -2,6 +2,7 @@
 
 #include "Base/ZLog.h"
 #include "ZChromaKey/KeyFinder.h"
+#include "ZChromaKey/KeyRay.h"
 #include "ZChromaKey/KeySampler.h"
 #include "ZChromaKey/KeyStats.h"
 
@@ -18,8 +19,8 @@ constexpr int c_nPointReach = 3; // pixels to each side of a point
 constexpr int c_nMaxParts = 4;   // of a rectangle, in each direction
 constexpr int c_nPartPixels = 16;
 
-/// A soft edge of new keys that keeps hair and motion blur, and ends well before skin and cloth.
-constexpr int32_t c_nSmoothRange = 32;
+/// The smooth range of a key that was made here: follows from its half-widths when it is handed out.
+constexpr int32_t c_nSmoothDerived = -1;
 
 bool IsSpace(int32_t _eType)
 {
@@ -29,7 +30,7 @@ bool IsSpace(int32_t _eType)
 SINGLE_KEY NewExtras()
 {
     SINGLE_KEY key = {};
-    key.nSmoothRange = c_nSmoothRange;
+    key.nSmoothRange = c_nSmoothDerived;
     return key;
 }
 
@@ -141,9 +142,15 @@ void CKeyBuilder::SpaceSet(eCK_Type _eSpace)
         Reset();
 }
 
+/// Without a limit: a person has pointed at it. What is to be kept is kept as it was shown; the backdrop is assumed to
+/// be lit unevenly.
 void CKeyBuilder::Offer(const CALC_KEY& _key, bool _bExclude)
 {
-    Calc(_bExclude).AddKey(_key, 0, m_eSpace == eCKT_HLS); // without a limit: a person has pointed at it
+    std::vector<CALC_KEY> vecKeys = {_key};
+    if (!_bExclude)
+        vecKeys = KeyRay_Boxes(_key, m_eSpace, c_lightUnknown);
+    for (const CALC_KEY& key : vecKeys)
+        Calc(_bExclude).AddKey(key, 0, m_eSpace == eCKT_HLS);
 }
 
 /// Slots that hold no key get the extras of a new one.
@@ -265,6 +272,9 @@ const CHROMA_KEY_RAW& CKeyBuilder::RawGet()
         keys.calc.ToRaw(&m_raw, bExclude);
         keys.calc.bChanged = false;
     }
+    for (int32_t i = 0; i < m_raw.nKeysUsed; ++i)
+        if (m_raw.arrKeys[i].nSmoothRange == c_nSmoothDerived)
+            m_raw.arrKeys[i].nSmoothRange = KeyRay_SmoothRange(m_raw.arrKeys[i], m_eSpace);
     std::fill(m_raw.arrKeys + m_raw.nKeysUsed, m_raw.arrKeys + Z_MAX_KEYS, SINGLE_KEY{});
     return m_raw;
 }

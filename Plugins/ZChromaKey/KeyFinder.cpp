@@ -17,6 +17,9 @@ namespace
 /// accepted, it may have been a stray one: the search is made again without those blocks, and the larger find counts.
 constexpr size_t c_nFewBlocks = 2;
 
+/// The corners of a picture, which are not examined, are darker than the rest.
+constexpr double c_dblMargin = 1.15;
+
 /// A frame as detection reads it, from its top row.
 struct WORKING_PICTURE
 {
@@ -99,7 +102,11 @@ std::vector<CALC_KEY> FitKeys(WORKING_PICTURE* _pPicture, const FIND& _find, eCK
     }
     std::vector<CALC_KEY> vecKeys;
     for (size_t i = 0; i < vecStats.size(); ++i)
+    {
         vecKeys.push_back(vecStats[i].Count() ? vecStats[i].Box(_eSpace) : _calc.arrKeys[i]);
+        for (int nChannel = 0; nChannel < 3; ++nChannel)
+            vecKeys.back().dDelta[nChannel] *= c_dblMargin;
+    }
     return vecKeys;
 }
 

@@ -21,16 +21,17 @@ KEY_EDIT Empty()
     return edit;
 }
 
-/// Field by field where there is padding; the two records have none.
-bool Same(const KEY_EDIT& _a, const KEY_EDIT& _b)
-{
-    return std::memcmp(&_a.keyTaken, &_b.keyTaken, sizeof(_a.keyTaken)) == 0 && _a.eType == _b.eType &&
-           _a.eMatrix == _b.eMatrix && std::memcmp(&_a.adjust, &_b.adjust, sizeof(_a.adjust)) == 0;
-}
-
 CHROMA_KEY_RAW Unadjusted(const KEY_EDIT& _edit)
 {
     return CKUtils::ConvertKeys(_edit.keyTaken, static_cast<eCK_Type>(_edit.eType), _edit.eMatrix);
+}
+
+/// Whether two edits lead to what looks the same from outside. The records have no padding.
+bool Same(const KEY_EDIT& _a, const KEY_EDIT& _b)
+{
+    const CHROMA_KEY_RAW keyA = Unadjusted(_a);
+    const CHROMA_KEY_RAW keyB = Unadjusted(_b);
+    return std::memcmp(&keyA, &keyB, sizeof(keyA)) == 0 && std::memcmp(&_a.adjust, &_b.adjust, sizeof(_a.adjust)) == 0;
 }
 
 HRESULT Refuse(const CK_ADJUST_INFO& _info, double _dblValue)

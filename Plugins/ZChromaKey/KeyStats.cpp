@@ -13,7 +13,7 @@ struct LEAST
 };
 constexpr LEAST c_leastRGB = {{12, 12, 12}};
 constexpr LEAST c_leastHLS = {{8, 32, 32}};
-constexpr LEAST c_leastYUV = {{24, 10, 10}};
+constexpr LEAST c_leastYUV = {{12, 7, 7}};
 constexpr int c_nMost = 80;
 
 const int (&LeastLevels(eCK_Type _eSpace))[3]

@@ -50,8 +50,9 @@ TEST(Y4mHeader, RefusesWhatItDoesNotUnderstand)
     };
     for (const auto& [pszLine, pszReason] : arrCases)
     {
-        const std::string strText = Host_FailureOf([&] { Y4m_ParseHeader(pszLine, "clip.y4m"); });
-        EXPECT_NE(strText.find(pszReason), std::string::npos) << pszLine << ": " << strText;
+        const std::string strLine = pszLine;
+        const std::string strText = Host_FailureOf([&] { Y4m_ParseHeader(strLine, "clip.y4m"); });
+        EXPECT_NE(strText.find(pszReason), std::string::npos) << strLine << ": " << strText;
         EXPECT_NE(strText.find("clip.y4m"), std::string::npos) << strText;
     }
 }
@@ -111,7 +112,7 @@ TEST_F(CY4mTest, KeepsEveryPixelOfOtherLayouts)
     EXPECT_GT(odd.Row(1)[4 + 2], 250) << "the middle one red";
     const PICTURE grey = First("YUV4MPEG2 W1 H1 Cmono\nFRAME\n\x7E");
     EXPECT_EQ(grey.Row(0)[0], grey.Row(0)[2]);
-    EXPECT_NEAR(grey.Row(0)[0], (0x7E - 16) * 255 / 219, 1);
+    EXPECT_NEAR(grey.Row(0)[0], (0x7E - 16) * 255.0 / 219, 1);
     const PICTURE alpha = First("YUV4MPEG2 W1 H1 C444alpha\nFRAME\n\x51\x5A\xF0\x33", &vidProps);
     EXPECT_EQ(vidProps.fccType, eZFCC_ARGB32);
     EXPECT_EQ(alpha.Row(0)[3], 0x33);

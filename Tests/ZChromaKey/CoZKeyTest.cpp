@@ -128,6 +128,21 @@ int Byte(uint32_t _nWord, int _nByte)
     return static_cast<int>(_nWord >> (8 * _nByte) & 0xFF);
 }
 
+/// Whether one of the keys has a colour in its box.
+bool HasKeyAround(const CHROMA_KEY_RAW& _raw, uint32_t _nValue)
+{
+    for (int32_t nKey = 0; nKey < _raw.nKeysUsed; ++nKey)
+    {
+        bool bInside = true;
+        for (int i = 0; i < 3; ++i)
+            bInside = bInside && std::abs(Byte(_raw.arrKeys[nKey].nValue, i) - Byte(_nValue, i)) <=
+                                     Byte(_raw.arrKeys[nKey].nDelta, i);
+        if (bInside)
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 TEST(CoZKey, PicksFromEveryFormatInEveryType)
@@ -145,9 +160,7 @@ TEST(CoZKey, PicksFromEveryFormatInEveryType)
                 const CHROMA_KEY_RAW raw = RawOf(cpKey);
                 const CHROMA_KEY_RAW rawWanted = TestKey(eType == eCKT_Auto ? eCKT_YUV : eType);
                 EXPECT_EQ(raw.eType, rawWanted.eType);
-                ASSERT_EQ(raw.nKeysUsed, 1);
-                for (int i = 0; i < 4; ++i)
-                    EXPECT_NEAR(Byte(raw.arrKeys[0].nValue, i), Byte(rawWanted.arrKeys[0].nValue, i), 3) << i;
+                EXPECT_TRUE(HasKeyAround(raw, rawWanted.arrKeys[0].nValue));
                 for (int i = 0; i < 3; ++i)
                     EXPECT_GE(Byte(raw.arrKeys[0].nDelta, i), 8);
                 EXPECT_EQ(raw.nMaxTransparent, 255);
@@ -217,13 +230,12 @@ TEST(CoZKey, ExclusionKeysProtect)
     const auto cpKey = NewKey(eCKT_RGB);
     ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 50, 20, TRUE), S_OK);
     ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 10, 20, FALSE), S_OK);
-    EXPECT_EQ(Count(cpKey, FALSE), 1);
     EXPECT_EQ(Count(cpKey, TRUE), 1);
     const CHROMA_KEY_RAW raw = RawOf(cpKey);
-    ASSERT_EQ(raw.nKeysUsed, 2);
-    EXPECT_EQ(raw.arrKeys[0].nReverseKey, 0);
-    EXPECT_EQ(raw.arrKeys[0].nValue, 0xFF3CA032u) << "R, G, B from byte 0";
-    EXPECT_EQ(raw.arrKeys[1].nReverseKey, 1);
+    ASSERT_EQ(raw.nKeysUsed, Count(cpKey, FALSE) + 1);
+    for (int32_t i = 0; i < raw.nKeysUsed; ++i)
+        EXPECT_EQ(raw.arrKeys[i].nReverseKey, i == raw.nKeysUsed - 1) << "exclusion keys come last";
+    EXPECT_EQ(raw.arrKeys[raw.nKeysUsed - 1].nValue, 0xFF4B8C32u) << "R, G, B from byte 0, as it was picked";
     EXPECT_EQ(Keyed(cpKey, cpFrame.Get(), [](int _nX, int) { return _nX < 32; }).dblForeground, 0);
 }
 
@@ -233,14 +245,14 @@ TEST(CoZKey, TypeDropsKeysOfAnotherOne)
     const auto cpKey = NewKey();
     ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 8, 40, FALSE), S_OK);
     ASSERT_EQ(cpKey->TypeSet(eCKT_YUV), S_OK);
-    EXPECT_EQ(Count(cpKey, FALSE), 1) << "Auto had taken it as YUV";
+    EXPECT_GT(Count(cpKey, FALSE), 0) << "Auto had taken it as YUV";
     ASSERT_EQ(cpKey->TypeSet(eCKT_HLS), S_OK);
     EXPECT_EQ(Count(cpKey, FALSE), 0);
     EXPECT_EQ(RawOf(cpKey).eType, eCKT_HLS);
     ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 8, 40, FALSE), S_OK);
     ASSERT_EQ(cpKey->TypeSet(eCKT_Auto), S_OK);
     ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 50, 5, FALSE), S_OK);
-    EXPECT_EQ(Count(cpKey, FALSE), 2) << "keys of one set are of one type";
+    EXPECT_EQ(Count(cpKey, FALSE), 2) << "keys of one set are of one type, and HLS picks are one key each";
     EXPECT_EQ(RawOf(cpKey).eType, eCKT_HLS);
     ASSERT_EQ(cpKey->Reset(), S_OK);
     EXPECT_EQ(RawOf(cpKey).nKeysUsed, 0);
@@ -271,19 +283,20 @@ TEST(CoZKey, KeySetsGoThroughUnchangedUntilAKeyChanges)
     const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 48);
     ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 50, 5, FALSE), S_OK);
     const CHROMA_KEY_RAW rawMore = RawOf(cpKey);
-    ASSERT_EQ(rawMore.nKeysUsed, 5);
-    const int arrOld[] = {0, 2, 3, -1, 1}; // where the keys were
-    for (int i = 0; i < 5; ++i)
+    ASSERT_GT(rawMore.nKeysUsed, 4);
+    const int arrOld[] = {0, 2, 3, 1}; // the ordinary keys, and the exclusion key, which stays last
+    for (int i = 0; i < 4; ++i)
     {
-        const SINGLE_KEY& key = rawMore.arrKeys[i];
-        EXPECT_EQ(key.nSmoothRange, arrOld[i] < 0 ? 32 : 10 + arrOld[i]) << i;
-        EXPECT_EQ(key.nAlpha, arrOld[i] < 0 ? 0 : 20 + arrOld[i]) << i;
+        SINGLE_KEY key = rawMore.arrKeys[i < 3 ? i : rawMore.nKeysUsed - 1];
         EXPECT_EQ(key.nReverseKey, arrOld[i] == 1) << i;
-        if (arrOld[i] >= 0)
-        {
-            EXPECT_EQ(key.nValue, raw.arrKeys[arrOld[i]].nValue);
-            EXPECT_EQ(key.nDelta, raw.arrKeys[arrOld[i]].nDelta);
-        }
+        key.nReverseKey = raw.arrKeys[arrOld[i]].nReverseKey;
+        EXPECT_EQ(std::memcmp(&key, &raw.arrKeys[arrOld[i]], sizeof(key)), 0) << i;
+    }
+    for (int i = 3; i < rawMore.nKeysUsed - 1; ++i)
+    {
+        EXPECT_GT(rawMore.arrKeys[i].nSmoothRange, 0);
+        EXPECT_EQ(rawMore.arrKeys[i].nAlpha, 0);
+        EXPECT_EQ(rawMore.arrKeys[i].nReverseKey, 0);
     }
     EXPECT_EQ(rawMore.nMaxTransparent, 99) << "switches stay";
     EXPECT_EQ(rawMore.bColorCancel, 5);
@@ -305,7 +318,8 @@ TEST(CoZKey, OddKeySetsAreTaken)
             ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 8, 40, FALSE), S_OK);
             const CHROMA_KEY_RAW rawNew = RawOf(cpKey);
             EXPECT_EQ(rawNew.eType, eCKT_YUV);
-            EXPECT_EQ(rawNew.nKeysUsed, 1) << "keys of no space are dropped";
+            EXPECT_EQ(rawNew.nKeysUsed, Count(cpKey, FALSE));
+            EXPECT_TRUE(rawNew.nKeysUsed > 0 && rawNew.nKeysUsed < 6) << "keys of no space are dropped";
             EXPECT_EQ(rawNew.nMaxTransparent, nUsed > 0 ? 0 : 255);
         }
     CHROMA_KEY_RAW rawFull = TestKey(eCKT_YUV);
@@ -383,7 +397,7 @@ TEST(CoZKeyDetect, ReplacesOrdinaryKeysOnlyWhenItFinds)
     EXPECT_EQ(Count(cpKey, FALSE), 1);
     EXPECT_EQ(Count(cpKey, TRUE), 1);
     ASSERT_EQ(cpKey->AddPoint(cpRed.Get(), 9, 9, FALSE), S_OK);
-    EXPECT_EQ(Count(cpKey, FALSE), 2) << "the limit of detection is not that of the object";
+    EXPECT_GT(Count(cpKey, FALSE), 1) << "the limit of detection is not that of the object";
     ASSERT_EQ(Detect(cpKey, cpGreen.Get(), L"type=hls"), S_OK);
     EXPECT_EQ(Count(cpKey, TRUE), 0) << "of another type";
 }

@@ -14,6 +14,7 @@ if(WIN32)
 endif()
 
 if(MSVC)
+  add_compile_definitions(_CRT_SECURE_NO_WARNINGS) # getenv and fopen are the standard's
   add_compile_options(/W4 /WX /utf-8 /fp:precise)
 else()
   # Results must not depend on the compiler: no fused multiply-add behind our back.

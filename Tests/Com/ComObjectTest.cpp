@@ -68,7 +68,7 @@ TEST(ComObject, IsTheSameObjectInEveryApartment)
     IZChromaKey* const pKey = module.Create<IZChromaKey>(CLSID_ZChromaKey).Detach();
     EXPECT_TRUE(ZQuery<IUnknown>(pKey));
     IUnknown* pAgile = nullptr;
-    EXPECT_EQ(pKey->QueryInterface(IID_IAgileObject, reinterpret_cast<void**>(&pAgile)), S_OK);
+    ASSERT_EQ(pKey->QueryInterface(IID_IAgileObject, reinterpret_cast<void**>(&pAgile)), S_OK);
     pAgile->Release();
     IStream* pStream = nullptr;
     ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IZChromaKey, pKey, &pStream), S_OK);

@@ -9,8 +9,12 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 find_package(Threads REQUIRED)
+if(WIN32)
+  add_compile_definitions(_WIN32_WINNT=0x0A00 UNICODE _UNICODE)
+endif()
 
 if(MSVC)
+  add_compile_definitions(_CRT_SECURE_NO_WARNINGS) # getenv and fopen are the standard's
   add_compile_options(/W4 /WX /utf-8 /fp:precise)
 else()
   # Results must not depend on the compiler: no fused multiply-add behind our back.

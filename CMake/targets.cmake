@@ -6,16 +6,18 @@ function(z_library name)
   target_link_libraries(${name} PUBLIC ${ARG_DEPS} Threads::Threads)
 endfunction()
 
-# One GoogleTest program. THREADS marks the ones that the thread sanitizer runs.
+# One GoogleTest program. THREADS marks the ones that the thread sanitizer runs, ALONE those beside which no other
+# test may run.
 function(z_test name)
-  cmake_parse_arguments(ARG "THREADS" "" "SOURCES;DEPS" ${ARGN})
+  cmake_parse_arguments(ARG "THREADS;ALONE" "" "SOURCES;DEPS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_DEPS} z_test_support GTest::gtest_main)
   set(labels "unit")
   if(ARG_THREADS)
     list(APPEND labels "threads")
   endif()
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES LABELS "${labels}" TIMEOUT 300)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
+    PROPERTIES LABELS "${labels}" TIMEOUT 300 RUN_SERIAL ${ARG_ALONE})
 endfunction()
 
 # Runs a whole test program once more for each instruction set below the best, which the others ran with.

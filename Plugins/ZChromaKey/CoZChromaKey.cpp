@@ -4,6 +4,7 @@
 #include "Base/ZBorder.h"
 #include "Base/ZLog.h"
 #include "ZChromaKey/ChromaKeyOptions.h"
+#include "ZChromaKey/UserDefaults.h"
 
 CCoZChromaKey::CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU)
     : m_keyer(&m_store, std::move(_upGPU))
@@ -15,7 +16,9 @@ CCoZChromaKey::CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU)
 
 HRESULT CCoZChromaKey::Create(REFIID _iid, void** _ppvObject)
 {
-    const auto cpObject = CZPtr<IZFProcess>::Adopt(new CCoZChromaKey(GPUKeyer_Create()));
+    auto* const pObject = new CCoZChromaKey(GPUKeyer_Create());
+    const auto cpObject = CZPtr<IZFProcess>::Adopt(pObject);
+    UserDefaults_Apply(&pObject->m_store);
     return cpObject->QueryInterface(_iid, _ppvObject);
 }
 

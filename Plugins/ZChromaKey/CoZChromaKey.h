@@ -72,6 +72,10 @@ public:
 private:
     ~CCoZChromaKey() override = default;
     bool FinalRelease() override;
+    HRESULT QueryOther(REFIID _iid, void** _ppvObject) override
+    {
+        return QueryBinder(_iid, _ppvObject);
+    }
     HRESULT OnMediaReceive_I(IZFFrame* _pFrame, IZFFrame** _ppFrameRes);
     template <class Call> HRESULT Edit(const char* _pszOperation, Call&& _call) noexcept;
     template <class Sampling> HRESULT EditKeys(const char* _pszOperation, Sampling&& _sampling) noexcept;

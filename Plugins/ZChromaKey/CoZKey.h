@@ -30,6 +30,10 @@ public:
 
 private:
     ~CCoZKey() override = default;
+    HRESULT QueryOther(REFIID _iid, void** _ppvObject) override
+    {
+        return QueryBinder(_iid, _ppvObject);
+    }
     template <class Call> HRESULT Locked(const char* _pszOperation, Call&& _call) noexcept;
 
     CZModuleRef m_refModule;

@@ -26,7 +26,7 @@ public:
         else
             (void)(Answer<I>(_iid, _ppvObject) || ...);
         if (!*_ppvObject)
-            return E_NOINTERFACE;
+            return QueryOther(_iid, _ppvObject);
         AddRef();
         return S_OK;
     }
@@ -47,6 +47,11 @@ public:
 
 protected:
     virtual ~CZUnknown() = default;
+    /// Answers interfaces besides I..., with a reference taken; E_NOINTERFACE and null for all others.
+    virtual HRESULT QueryOther(REFIID, void**)
+    {
+        return E_NOINTERFACE;
+    }
     /// Gives back what the object holds. False: something still uses the object, which is therefore left in memory.
     virtual bool FinalRelease()
     {

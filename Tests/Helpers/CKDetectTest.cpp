@@ -17,20 +17,20 @@ namespace
 
 constexpr uint32_t c_fccHLS = eZFCC_None;
 
-struct RGB
+struct COLOR
 {
     int nR;
     int nG;
     int nB;
 };
-constexpr RGB c_rgbGreen = {50, 160, 60};
-constexpr RGB c_rgbBlue = {50, 60, 180};
-constexpr RGB c_rgbRed = {200, 20, 20};
+constexpr COLOR c_rgbGreen = {50, 160, 60};
+constexpr COLOR c_rgbBlue = {50, 60, 180};
+constexpr COLOR c_rgbRed = {200, 20, 20};
 
 /// A working picture between fences, with pixels that a function of column and row (from the top left) gives.
 struct PICTURE : CGuardedPlane
 {
-    PICTURE(uint32_t _fccType, int _nWidth, int _nHeight, const std::function<RGB(int, int)>& _fnPixel,
+    PICTURE(uint32_t _fccType, int _nWidth, int _nHeight, const std::function<COLOR(int, int)>& _fnPixel,
             ptrdiff_t _nStride = 0)
         : CGuardedPlane(size_t{4} * _nWidth, std::abs(_nHeight), _nStride)
     {
@@ -42,7 +42,7 @@ struct PICTURE : CGuardedPlane
         for (int y = 0; y < Rows(); ++y)
             for (int x = 0; x < _nWidth; ++x)
             {
-                const RGB rgb = _fnPixel(x, bBottomUp ? Rows() - 1 - y : y);
+                const COLOR rgb = _fnPixel(x, bBottomUp ? Rows() - 1 - y : y);
                 uint8_t* const pb = Row(y) + ptrdiff_t{4} * x;
                 pb[0] = static_cast<uint8_t>(rgb.nB);
                 pb[1] = static_cast<uint8_t>(rgb.nG);
@@ -65,13 +65,13 @@ struct PICTURE : CGuardedPlane
     ZF_VID_PROPS props = {};
 };
 
-std::function<RGB(int, int)> Flat(RGB _rgb)
+std::function<COLOR(int, int)> Flat(COLOR _rgb)
 {
     return [_rgb](int, int) { return _rgb; };
 }
 
 /// The channels of the calculator that a colour has in a kind of picture.
-std::vector<double> Channels(uint32_t _fccType, RGB _rgb)
+std::vector<double> Channels(uint32_t _fccType, COLOR _rgb)
 {
     PICTURE picture(_fccType, 1, 1, Flat(_rgb));
     const uint8_t* const pb = picture.Row(0);
@@ -93,25 +93,25 @@ TEST(Detect, FindsTheBackdropInEveryKindOfPicture)
     struct LIGHT
     {
         const char* pszName;
-        std::function<RGB(int, int, RGB)> fnPixel;
+        std::function<COLOR(int, int, COLOR)> fnPixel;
     };
     const LIGHT arrLights[] = {
-        {"flat", [](int, int, RGB _rgb) { return _rgb; }},
+        {"flat", [](int, int, COLOR _rgb) { return _rgb; }},
         {"uneven",
-         [](int _nX, int _nY, RGB _rgb) {
+         [](int _nX, int _nY, COLOR _rgb) {
              const int nDark = _nX / 8 + _nY / 8;
-             return RGB{_rgb.nR - nDark, _rgb.nG - nDark, _rgb.nB - nDark};
+             return COLOR{_rgb.nR - nDark, _rgb.nG - nDark, _rgb.nB - nDark};
          }},
         {"noisy",
-         [](int _nX, int _nY, RGB _rgb) {
+         [](int _nX, int _nY, COLOR _rgb) {
              const auto Noise = [n = static_cast<uint32_t>(_nX * 7919 + _nY * 104729)](uint32_t _nSalt) {
                  return static_cast<int>((n * 2654435761u + _nSalt * 40503u) >> 16 & 7) - 4;
              };
-             return RGB{_rgb.nR + Noise(1), _rgb.nG + Noise(2), _rgb.nB + Noise(3)};
+             return COLOR{_rgb.nR + Noise(1), _rgb.nG + Noise(2), _rgb.nB + Noise(3)};
          }},
     };
     for (const uint32_t fccType : {uint32_t{eZFCC_ARGB32}, uint32_t{eZFCC_UYVY}, c_fccHLS})
-        for (const RGB& rgb : {c_rgbGreen, c_rgbBlue})
+        for (const COLOR& rgb : {c_rgbGreen, c_rgbBlue})
             for (const LIGHT& light : arrLights)
             {
                 SCOPED_TRACE(std::string(light.pszName) + (rgb.nG > rgb.nB ? ", green" : ", blue"));
@@ -128,7 +128,7 @@ TEST(Detect, FindsTheBackdropInEveryKindOfPicture)
                 std::vector<CK_BLOCK> vecBlocks;
                 ASSERT_FALSE(picture.Detect(&calc, options, &vecBlocks));
                 ASSERT_EQ(calc.nKeys, 1);
-                const RGB rgbFirst = light.fnPixel(16, 12, rgb);
+                const COLOR rgbFirst = light.fnPixel(16, 12, rgb);
                 const std::vector<double> vecWanted = Channels(fccType, rgbFirst);
                 const std::vector<double> vecRed = Channels(fccType, c_rgbRed);
                 bool bHoldsRed = true;
@@ -225,8 +225,8 @@ TEST(Detect, PullsTowardThePureColour)
 {
     struct CASE
     {
-        RGB rgb;
-        RGB rgbPure;
+        COLOR rgb;
+        COLOR rgbPure;
     };
     for (const CASE& test : {CASE{c_rgbGreen, {0, 128, 0}}, CASE{c_rgbBlue, {0, 0, 180}}})
         for (const uint32_t fccType : {uint32_t{eZFCC_ARGB32}, uint32_t{eZFCC_UYVY}, c_fccHLS})
@@ -265,7 +265,7 @@ TEST(Detect, FindsNothingWhereNothingIs)
 
 TEST(Detect, KeepsASingleKeyUnlessMoreAreAllowed)
 {
-    const auto fnUneven = [](int _nX, int) { return RGB{40, 90 + _nX / 2, 40}; };
+    const auto fnUneven = [](int _nX, int) { return COLOR{40, 90 + _nX / 2, 40}; };
     CKeyCalc calc;
     calc.SetKey({}, 0);
     calc.SetKey({{5, 5, 5, 5}, {}, 0}, 0);
@@ -279,7 +279,7 @@ TEST(Detect, KeepsASingleKeyUnlessMoreAreAllowed)
 TEST(Detect, MarksBlocksOnlyWhenAsked)
 {
     // From the left: green, red, blue (refused: other class counts as not in class), and a border of one block.
-    const auto fnPixel = [](int _nX, int) { return _nX < 20 ? c_rgbGreen : _nX < 30 ? c_rgbRed : RGB{60, 200, 60}; };
+    const auto fnPixel = [](int _nX, int) { return _nX < 20 ? c_rgbGreen : _nX < 30 ? c_rgbRed : COLOR{60, 200, 60}; };
     for (const uint32_t fccType : {uint32_t{eZFCC_ARGB32}, uint32_t{eZFCC_UYVY}, c_fccHLS})
     {
         PICTURE picture(fccType, 40, 40, fnPixel);

@@ -35,6 +35,8 @@ protected:
 #endif
         m_strOut = m_streams.Read("out");
         m_strError = m_streams.Read("err");
+        for (std::string* pstrText : {&m_strOut, &m_strError})
+            std::erase(*pstrText, '\r'); // text lines end as the system ends them
         return nStatus;
     }
     static std::string Quoted(const std::string& _strText)

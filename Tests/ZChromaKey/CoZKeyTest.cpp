@@ -14,21 +14,21 @@
 namespace
 {
 
-struct RGB
+struct COLOR
 {
     int nR;
     int nG;
     int nB;
 };
-constexpr RGB c_rgbGreen = {50, 160, 60};
-constexpr RGB c_rgbBlue = {40, 60, 170};
-constexpr RGB c_rgbRed = {200, 60, 60};
-constexpr RGB c_rgbSkin = {220, 170, 140};
+constexpr COLOR c_rgbGreen = {50, 160, 60};
+constexpr COLOR c_rgbBlue = {40, 60, 170};
+constexpr COLOR c_rgbRed = {200, 60, 60};
+constexpr COLOR c_rgbSkin = {220, 170, 140};
 
-using PAINT = std::function<RGB(int, int)>;
+using PAINT = std::function<COLOR(int, int)>;
 
 /// The same colour with a little light falling off to the right and noise of a few levels.
-RGB Lit(RGB _rgb, int _nX, int _nY)
+COLOR Lit(COLOR _rgb, int _nX, int _nY)
 {
     const auto nHash = static_cast<uint32_t>(_nX * 7919 + _nY * 104729) * 2654435761u;
     const int nDark = _nX / 16;
@@ -43,7 +43,7 @@ CZPtr<CZFrame> Frame(uint32_t _fccType, int _nWidth, int _nHeight, const PAINT& 
     for (int y = 0; y < std::abs(_nHeight); ++y)
         for (int x = 0; x < _nWidth; ++x)
         {
-            const RGB rgb = _fnPaint(x, y);
+            const COLOR rgb = _fnPaint(x, y);
             for (const int nValue : {rgb.nB, rgb.nG, rgb.nR, 255})
                 vecBGRA.push_back(static_cast<uint8_t>(std::clamp(nValue, 0, 255)));
         }
@@ -225,7 +225,7 @@ TEST(CoZKey, RectangleIsCutIntoPartsAndStraysAreLeftOut)
 TEST(CoZKey, ExclusionKeysProtect)
 {
     const auto cpFrame = Frame(eZFCC_ARGB32, 64, 48, [](int _nX, int) {
-        return _nX < 32 ? c_rgbGreen : RGB{50, 140, 75};
+        return _nX < 32 ? c_rgbGreen : COLOR{50, 140, 75};
     });
     const auto cpKey = NewKey(eCKT_RGB);
     ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 50, 20, TRUE), S_OK);
@@ -337,7 +337,7 @@ TEST(CoZKeyDetect, MakesAKeyThatKeys)
     const auto fnIsBackdrop = [](int _nX, int _nY) {
         return (_nX - 160) * (_nX - 160) + (_nY - 120) * (_nY - 120) >= 3600;
     };
-    for (const RGB& rgb : {c_rgbGreen, c_rgbBlue})
+    for (const COLOR& rgb : {c_rgbGreen, c_rgbBlue})
         for (const uint32_t fccType : {eZFCC_ARGB32, eZFCC_UYVY, eZFCC_NV12})
             for (const wchar_t* pwszProps :
                  {L"", L"detect.type=rgb", L"type=hls", L"detect.type=yuv max_keys=4", L"type=yuv max_keys=1"})
@@ -366,7 +366,7 @@ TEST(CoZKeyDetect, StrayBlocksDoNotDecide)
     // Bluish grey at the very top comes first, and would settle on blue.
     const auto fnIsBackdrop = [](int _nX, int _nY) { return _nY >= 40 && _nX >= 60; };
     const auto cpFrame = Frame(eZFCC_UYVY, 320, 240, [&](int _nX, int _nY) {
-        return fnIsBackdrop(_nX, _nY) ? Lit(c_rgbGreen, _nX, _nY) : RGB{100, 104, 112};
+        return fnIsBackdrop(_nX, _nY) ? Lit(c_rgbGreen, _nX, _nY) : COLOR{100, 104, 112};
     });
     const auto cpKey = NewKey();
     ASSERT_EQ(Detect(cpKey, cpFrame.Get(), nullptr), S_OK);

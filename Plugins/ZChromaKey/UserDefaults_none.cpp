@@ -1,0 +1,6 @@
+#include "ZChromaKey/UserDefaults.h"
+
+PROP_MAP UserDefaults_Read()
+{
+    return {};
+}

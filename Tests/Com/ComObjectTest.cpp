@@ -1,0 +1,130 @@
+#include "Com/ComSupport.h"
+#include "Interfaces/IZChromaKey.h"
+#include "Interfaces/IZFPersist.h"
+#include "Interfaces/IZFProcess.h"
+#include "Interfaces/IZKey.h"
+#include "Interfaces/IZPlugin.h"
+#include "Interfaces/IZProps.h"
+#include "Support/TestFrames.h"
+
+#include <objbase.h>
+
+#include <algorithm>
+#include <thread>
+
+namespace
+{
+
+TEST(ComObject, IsCreatedByIdentifierAndByNameOnceRegistered)
+{
+    const APARTMENT apartment(COINIT_APARTMENTTHREADED);
+    const MODULE module;
+    ASSERT_TRUE(Regsvr32(module));
+    CLSID clsid = {};
+    EXPECT_EQ(CLSIDFromProgID(L"ZChromaKey.ZChromaKey", &clsid), S_OK);
+    EXPECT_EQ(clsid, CLSID_ZChromaKey);
+    void* pvKey = nullptr;
+    void* pvKeyObject = nullptr;
+    ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IZChromaKey, &pvKey), S_OK);
+    ASSERT_EQ(CoCreateInstance(CLSID_ZKey, nullptr, CLSCTX_INPROC_SERVER, IID_IZKey, &pvKeyObject), S_OK);
+    auto* const pKey = static_cast<IZChromaKey*>(pvKey);
+    auto* const pKeyObject = static_cast<IZKey*>(pvKeyObject);
+    for (const IID& iid : {IID_IZChromaKey, IID_IZFProcess, IID_IZProps, IID_IZPlugin, IID_IZFPersist, IID_IDispatch})
+    {
+        CZPtr<IUnknown> cpUnknown;
+        EXPECT_EQ(pKey->QueryInterface(iid, cpUnknown.PutVoid()), S_OK);
+    }
+    EXPECT_EQ(pKey->KeySet(pKeyObject), S_OK);
+    EXPECT_FALSE(module.CanUnload());
+    EXPECT_EQ(pKeyObject->Release(), 0u);
+    EXPECT_EQ(pKey->Release(), 0u);
+    EXPECT_TRUE(module.CanUnload());
+    ASSERT_TRUE(Regsvr32(module, L"/u"));
+    EXPECT_EQ(CoCreateInstance(CLSID_ZKey, nullptr, CLSCTX_INPROC_SERVER, IID_IZKey, &pvKeyObject),
+              REGDB_E_CLASSNOTREG);
+}
+
+TEST(ComObject, CanBeRegisteredForTheUserAlone)
+{
+    const MODULE module;
+    const auto RegisteredPath = [] {
+        wchar_t arrPath[MAX_PATH] = L"";
+        DWORD cbPath = sizeof(arrPath);
+        RegGetValueW(HKEY_CURRENT_USER,
+                     L"Software\\Classes\\CLSID\\{FF12951C-DC32-42B7-B676-583883EF574E}\\InprocServer32", nullptr,
+                     RRF_RT_REG_SZ, nullptr, arrPath, &cbPath);
+        return std::wstring(arrPath);
+    };
+    ASSERT_TRUE(Regsvr32(module, L"/n /i:user"));
+    EXPECT_EQ(RegisteredPath(), module.Path());
+    ASSERT_TRUE(Regsvr32(module, L"/u /n /i:user"));
+    EXPECT_EQ(RegisteredPath(), L"");
+}
+
+TEST(ComObject, IsTheSameObjectInEveryApartment)
+{
+    const APARTMENT apartment(COINIT_APARTMENTTHREADED);
+    const MODULE module;
+    IZChromaKey* const pKey = module.Create<IZChromaKey>(CLSID_ZChromaKey).Detach();
+    EXPECT_TRUE(ZQuery<IUnknown>(pKey));
+    IUnknown* pAgile = nullptr;
+    ASSERT_EQ(pKey->QueryInterface(IID_IAgileObject, reinterpret_cast<void**>(&pAgile)), S_OK);
+    pAgile->Release();
+    IStream* pStream = nullptr;
+    ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IZChromaKey, pKey, &pStream), S_OK);
+    std::thread([&] {
+        const APARTMENT other(COINIT_MULTITHREADED);
+        CZPtr<IZChromaKey> cpThere;
+        EXPECT_EQ(CoGetInterfaceAndReleaseStream(pStream, IID_IZChromaKey, cpThere.PutVoid()), S_OK);
+        EXPECT_EQ(cpThere.Get(), pKey);
+    }).join();
+    EXPECT_EQ(pKey->Release(), 0u);
+    EXPECT_TRUE(module.CanUnload());
+}
+
+/// One life of an object, as a host leads it.
+void LifeOfAnObject(const MODULE& _module, IZFFrame* _pFrame, int _nLife)
+{
+    const auto cpProcess = _module.Create<IZFProcess>(CLSID_ZChromaKey);
+    const auto cpKey = ZQuery<IZChromaKey>(cpProcess);
+    ASSERT_EQ(ZQuery<IZProps>(cpKey)->PropsSet(L"output.thread", _nLife % 2 ? L"true" : L"false"), S_OK);
+    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB + _nLife % 3);
+    ASSERT_EQ(cpKey->KeyRawSet(&key, nullptr), S_OK);
+    CZPtr<IZFFrame> cpResult;
+    HRESULT hr = cpProcess->OnMediaReceive(_pFrame, cpResult.Put());
+    if (hr == S_FALSE)
+        hr = cpProcess->OnMediaReceive(nullptr, cpResult.Put());
+    ASSERT_EQ(hr, S_OK);
+    CZPtr<IUnknown> cpMask;
+    EXPECT_EQ(cpResult->AttachmentGet(L"mask", cpMask.Put()), S_OK);
+    CZPtr<IZKey> cpKeyObject;
+    ASSERT_EQ(cpKey->KeyGet(nullptr, cpKeyObject.Put()), S_OK);
+    UINT nInfos = 0;
+    EXPECT_EQ(cpKeyObject->GetTypeInfoCount(&nInfos), S_OK);
+    CZPtr<IUnknown> cpMarshal;
+    EXPECT_EQ(cpKey->QueryInterface(IID_IMarshal, cpMarshal.PutVoid()), S_OK);
+    if (_nLife % 4 == 0)
+    {
+        EXPECT_EQ(ZQuery<IZPlugin>(cpKey)->Close(), S_OK);
+    }
+}
+
+TEST(ComObject, ThousandLivesOnFourThreadsLeaveNothing)
+{
+    const MODULE module;
+    CZPtr<CZFrame> cpFrame = TestFrame_Make(eZFCC_RGB32, 32, 16);
+    ASSERT_TRUE(cpFrame);
+    std::vector<std::thread> vecThreads;
+    for (int nThread = 0; nThread < 4; ++nThread)
+        vecThreads.emplace_back([&, nThread] {
+            const APARTMENT apartment(nThread % 2 ? COINIT_MULTITHREADED : COINIT_APARTMENTTHREADED);
+            for (int nLife = 0; nLife < 250 && !testing::Test::HasFailure(); ++nLife)
+                LifeOfAnObject(module, cpFrame.Get(), nLife + nThread);
+        });
+    for (std::thread& thread : vecThreads)
+        thread.join();
+    EXPECT_TRUE(module.CanUnload());
+    EXPECT_EQ(cpFrame.Detach()->Release(), 0u) << "objects that are gone still hold the frame";
+}
+
+} // namespace

@@ -1,0 +1,191 @@
+#pragma once
+
+#include "Base/ZPtr.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+// A type library as plain values, for tests. What is not there fails the test.
+
+inline std::wstring TakeText(BSTR _bsText)
+{
+    const std::wstring wstrText(_bsText ? _bsText : L"", SysStringLen(_bsText));
+    SysFreeString(_bsText);
+    return wstrText;
+}
+
+/// A member of a record (its offset and size) or of an enumeration (its value).
+struct TYPE_MEMBER
+{
+    std::wstring wstrName;
+    size_t nValue = 0;
+    size_t nBytes = 0;
+};
+
+struct TYPE_METHOD
+{
+    std::wstring wstrName;
+    std::wstring wstrArgs; ///< their names, each after a blank
+    std::wstring wstrHelp;
+    size_t nSlot = 0;
+    std::string strKinds; ///< of the arguments: p = pointer, i = four bytes, d = double
+};
+
+class CTypeReader
+{
+public:
+    explicit CTypeReader(CZPtr<ITypeInfo> _cpInfo)
+        : m_cpInfo(std::move(_cpInfo))
+    {
+        TYPEATTR* pAttr = nullptr;
+        if (m_cpInfo && m_cpInfo->GetTypeAttr(&pAttr) == S_OK)
+            m_attr = *pAttr;
+        else
+            ADD_FAILURE() << "no such type";
+        if (pAttr)
+            m_cpInfo->ReleaseTypeAttr(pAttr);
+    }
+
+    const TYPEATTR& Attr() const
+    {
+        return m_attr;
+    }
+    TYPE_MEMBER Member(UINT _nIndex) const
+    {
+        VARDESC* pVar = nullptr;
+        if (m_cpInfo->GetVarDesc(_nIndex, &pVar) != S_OK)
+            return {};
+        TYPE_MEMBER member = {Text(pVar->memid, false), 0, 0};
+        if (pVar->varkind == VAR_CONST)
+            member.nValue = static_cast<size_t>(pVar->lpvarValue->lVal);
+        else
+            member = {member.wstrName, pVar->oInst, Bytes(pVar->elemdescVar.tdesc)};
+        m_cpInfo->ReleaseVarDesc(pVar);
+        return member;
+    }
+    TYPE_METHOD Method(UINT _nIndex) const
+    {
+        FUNCDESC* pFunc = nullptr;
+        if (m_cpInfo->GetFuncDesc(_nIndex, &pFunc) != S_OK)
+            return {};
+        TYPE_METHOD method = {Text(pFunc->memid, false), {}, Text(pFunc->memid, true), {}, {}};
+        method.nSlot = static_cast<size_t>(pFunc->oVft) / sizeof(void*);
+        BSTR arrNames[16] = {};
+        UINT nNames = 0;
+        m_cpInfo->GetNames(pFunc->memid, arrNames, 16, &nNames);
+        for (UINT n = 0; n < nNames; ++n)
+            method.wstrArgs += n == 0 ? (SysFreeString(arrNames[0]), L"") : L" " + TakeText(arrNames[n]);
+        for (SHORT n = 0; n < pFunc->cParams; ++n)
+            method.strKinds += Kind(pFunc->lprgelemdescParam[n].tdesc);
+        m_cpInfo->ReleaseFuncDesc(pFunc);
+        return method;
+    }
+    /// The table of methods of a dual interface, else the interface itself.
+    CTypeReader Table() const
+    {
+        HREFTYPE nRef = 0;
+        CZPtr<ITypeInfo> cpTable;
+        if (m_attr.typekind != TKIND_DISPATCH || m_cpInfo->GetRefTypeOfImplType(UINT(-1), &nRef) != S_OK ||
+            m_cpInfo->GetRefTypeInfo(nRef, cpTable.Put()) != S_OK)
+            return *this;
+        return CTypeReader(cpTable);
+    }
+
+private:
+    std::wstring Text(MEMBERID _nMember, bool _bHelp) const
+    {
+        BSTR bsText = nullptr;
+        m_cpInfo->GetDocumentation(_nMember, _bHelp ? nullptr : &bsText, _bHelp ? &bsText : nullptr, nullptr, nullptr);
+        return TakeText(bsText);
+    }
+    size_t Bytes(const TYPEDESC& _desc) const
+    {
+        switch (_desc.vt)
+        {
+        case VT_I2:
+            return 2;
+        case VT_I4:
+        case VT_UI4:
+        case VT_INT:
+        case VT_UINT:
+            return 4;
+        case VT_I8:
+        case VT_UI8:
+        case VT_R8:
+            return 8;
+        case VT_CARRAY:
+            return Bytes(_desc.lpadesc->tdescElem) * _desc.lpadesc->rgbounds[0].cElements;
+        case VT_USERDEFINED: {
+            CZPtr<ITypeInfo> cpInfo;
+            m_cpInfo->GetRefTypeInfo(_desc.hreftype, cpInfo.Put());
+            return CTypeReader(cpInfo).Attr().cbSizeInstance;
+        }
+        default:
+            return 0;
+        }
+    }
+    char Kind(const TYPEDESC& _desc) const
+    {
+        switch (_desc.vt)
+        {
+        case VT_PTR:
+        case VT_BSTR:
+        case VT_LPSTR:
+        case VT_LPWSTR:
+        case VT_UNKNOWN:
+        case VT_DISPATCH:
+            return 'p';
+        case VT_R8:
+            return 'd';
+        default:
+            return Bytes(_desc) == 4 ? 'i' : '?';
+        }
+    }
+
+    CZPtr<ITypeInfo> m_cpInfo;
+    TYPEATTR m_attr = {};
+};
+
+class CTypeLibReader
+{
+public:
+    explicit CTypeLibReader(const std::wstring& _wstrPath)
+    {
+        EXPECT_EQ(LoadTypeLibEx(_wstrPath.c_str(), REGKIND_NONE, m_cpLib.Put()), S_OK);
+    }
+    std::wstring Name() const
+    {
+        BSTR bsName = nullptr;
+        m_cpLib->GetDocumentation(-1, &bsName, nullptr, nullptr, nullptr);
+        return TakeText(bsName);
+    }
+    TLIBATTR Attr() const
+    {
+        TLIBATTR* pAttr = nullptr;
+        if (m_cpLib->GetLibAttr(&pAttr) != S_OK)
+            return {};
+        const TLIBATTR attr = *pAttr;
+        m_cpLib->ReleaseTLibAttr(pAttr);
+        return attr;
+    }
+    CTypeReader Type(const std::wstring& _wstrName) const
+    {
+        CZPtr<ITypeInfo> cpInfo;
+        for (UINT n = 0; n < m_cpLib->GetTypeInfoCount(); ++n)
+        {
+            BSTR bsName = nullptr;
+            m_cpLib->GetDocumentation(static_cast<INT>(n), &bsName, nullptr, nullptr, nullptr);
+            if (TakeText(bsName) == _wstrName)
+                m_cpLib->GetTypeInfo(n, cpInfo.Put());
+        }
+        return CTypeReader(cpInfo);
+    }
+    CTypeReader Interface(const std::wstring& _wstrName) const
+    {
+        return Type(_wstrName).Table();
+    }
+
+private:
+    CZPtr<ITypeLib> m_cpLib;
+};

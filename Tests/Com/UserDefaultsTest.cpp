@@ -1,0 +1,68 @@
+#include "Com/ComSupport.h"
+#include "Interfaces/IZPlugin.h"
+#include "Interfaces/IZProps.h"
+#include "Support/LogCatcher.h"
+
+namespace
+{
+
+constexpr const wchar_t* c_pwszKey = L"Software\\Corvala\\ZChromaKey";
+
+void SetText(const CTestRegistry& _registry, const wchar_t* _pwszName, const std::wstring& _wstrText)
+{
+    EXPECT_EQ(RegSetKeyValueW(_registry.Key(), c_pwszKey, _pwszName, REG_SZ, _wstrText.c_str(),
+                              static_cast<DWORD>((_wstrText.size() + 1) * sizeof(wchar_t))),
+              ERROR_SUCCESS);
+}
+
+void SetNumber(const CTestRegistry& _registry, const wchar_t* _pwszName, int32_t _nValue)
+{
+    EXPECT_EQ(RegSetKeyValueW(_registry.Key(), c_pwszKey, _pwszName, REG_DWORD, &_nValue, sizeof(_nValue)),
+              ERROR_SUCCESS);
+}
+
+/// The value of an option; "-" when there is none.
+std::wstring Option(const CZPtr<IZProps>& _cpProps, const wchar_t* _pwszName)
+{
+    BSTR bsValue = nullptr;
+    const HRESULT hr = _cpProps->PropsGet(_pwszName, &bsValue);
+    const std::wstring wstrValue = hr == S_OK ? bsValue : L"-";
+    SysFreeString(bsValue);
+    return wstrValue;
+}
+
+TEST(UserDefaults, AreReadOnceWhenAnObjectIsMade)
+{
+    const MODULE module;
+    CLogCatcher log;
+    ASSERT_EQ(module.Create<IZPlugin>(CLSID_ZChromaKey)->LogSet(log.Sink(), eZLog_Warning), S_OK);
+    const CTestRegistry user(HKEY_CURRENT_USER);
+    EXPECT_EQ(Option(module.Create<IZProps>(CLSID_ZChromaKey), L"gpu_mode"), L"-") << "no key at all";
+    SetText(user, L"keying.borders", L"8,0,8,0");
+    SetText(user, L"process.threads", L"many");
+    SetNumber(user, L"gpu_mode", -1);
+    SetNumber(user, L"output.thread", 0);
+    SetText(user, L"my.own", L"gr\u00fcn");
+    const BYTE arrBytes[3] = {1, 2, 3};
+    ASSERT_EQ(RegSetKeyValueW(user.Key(), c_pwszKey, L"output.argb", REG_BINARY, arrBytes, 3), ERROR_SUCCESS);
+
+    const auto cpProps = module.Create<IZProps>(CLSID_ZChromaKey);
+    EXPECT_EQ(Option(cpProps, L"keying.borders"), L"8,0,8,0");
+    EXPECT_EQ(Option(cpProps, L"gpu_mode"), L"-1");
+    EXPECT_EQ(Option(cpProps, L"output.thread"), L"0");
+    EXPECT_EQ(Option(cpProps, L"my.own"), L"gr\u00fcn");
+    EXPECT_EQ(Option(cpProps, L"process.threads"), L"-");
+    EXPECT_EQ(Option(cpProps, L"output.argb"), L"-");
+    EXPECT_EQ(log.Count("process.threads", eZLog_Warning), 1u);
+    EXPECT_EQ(log.Count("output.argb", eZLog_Warning), 1u);
+
+    EXPECT_EQ(cpProps->PropsSet(L"gpu_mode", L"0"), S_OK);
+    EXPECT_EQ(Option(cpProps, L"gpu_mode"), L"0");
+    SetNumber(user, L"gpu_mode", 1);
+    EXPECT_EQ(cpProps->PropsSet(L"gpu_mode", nullptr), S_OK);
+    EXPECT_EQ(Option(cpProps, L"gpu_mode"), L"-1") << "the default of when the object was made";
+    EXPECT_EQ(Option(module.Create<IZProps>(CLSID_ZChromaKey), L"gpu_mode"), L"1");
+    EXPECT_EQ(ZQuery<IZPlugin>(cpProps)->LogSet(nullptr, eZLog_Warning), S_OK);
+}
+
+} // namespace

@@ -153,5 +153,5 @@ int32_t KeyRay_SmoothRange(const SINGLE_KEY& _key, eCK_Type _eSpace)
         dblB += 2 / (3 * dblDelta);
     }
     const double dblSmooth = (std::sqrt(dblB * dblB + 4 * dblA * (dblOuter - 1)) - dblB) / (2 * dblA);
-    return static_cast<int32_t>(dblSmooth + 0.5);
+    return static_cast<int32_t>(std::floor(dblSmooth + 0.5));
 }

@@ -31,12 +31,18 @@ CHROMA_KEY_RAW Unadjusted(const KEY_EDIT& _edit)
     return CKUtils::ConvertKeys(_edit.keyTaken, static_cast<eCK_Type>(_edit.eType), _edit.eMatrix.value_or(eZYM_601));
 }
 
-/// Whether two edits lead to what looks the same from outside. The records have no padding.
+/// Of records without padding; of doubles, too, every bit counts.
+bool SameBytes(const void* _pA, const void* _pB, size_t _cbSize)
+{
+    return std::memcmp(_pA, _pB, _cbSize) == 0;
+}
+
+/// Whether two edits lead to what looks the same from outside.
 bool Same(const KEY_EDIT& _a, const KEY_EDIT& _b)
 {
     const CHROMA_KEY_RAW keyA = Unadjusted(_a);
     const CHROMA_KEY_RAW keyB = Unadjusted(_b);
-    return std::memcmp(&keyA, &keyB, sizeof(keyA)) == 0 && std::memcmp(&_a.adjust, &_b.adjust, sizeof(_a.adjust)) == 0;
+    return SameBytes(&keyA, &keyB, sizeof(keyA)) && SameBytes(&_a.adjust, &_b.adjust, sizeof(_a.adjust));
 }
 
 HRESULT Refuse(const CK_ADJUST_INFO& _info, double _dblValue)

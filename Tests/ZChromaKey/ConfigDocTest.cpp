@@ -41,8 +41,9 @@ TEST(ConfigDoc, GivesBackWhatWasSaved)
     loaded.adjust.dblSmooth = 99; // replaced: a saved document names every adjustment
     CConfigDoc doc;
     ASSERT_TRUE(Load(&doc, strDocument, &loaded, &strReason)) << strReason;
-    EXPECT_EQ(std::memcmp(&loaded.key, &content.key, sizeof(content.key)), 0);
-    EXPECT_EQ(std::memcmp(&loaded.adjust, &content.adjust, sizeof(content.adjust)), 0);
+    const auto fnSame = [](const void* _pA, const void* _pB, size_t _cb) { return std::memcmp(_pA, _pB, _cb) == 0; };
+    EXPECT_TRUE(fnSame(&loaded.key, &content.key, sizeof(content.key)));
+    EXPECT_TRUE(fnSame(&loaded.adjust, &content.adjust, sizeof(content.adjust)));
     EXPECT_EQ(loaded.mapOptions, content.mapOptions);
 }
 

@@ -25,8 +25,11 @@ struct STATE
 
     bool operator==(const STATE& _other) const
     {
-        return std::memcmp(&key, &_other.key, sizeof(key)) == 0 &&
-               std::memcmp(&adjust, &_other.adjust, sizeof(adjust)) == 0;
+        return Same(&key, &_other.key, sizeof(key)) && Same(&adjust, &_other.adjust, sizeof(adjust));
+    }
+    static bool Same(const void* _pA, const void* _pB, size_t _cbSize)
+    {
+        return std::memcmp(_pA, _pB, _cbSize) == 0; // every bit of a double counts
     }
 };
 

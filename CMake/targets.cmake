@@ -12,12 +12,12 @@ function(z_test name)
   cmake_parse_arguments(ARG "THREADS;ALONE" "" "SOURCES;DEPS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_DEPS} z_test_support GTest::gtest_main)
-  set(labels "unit")
+  set(label unit) # one label: test discovery takes a list apart
   if(ARG_THREADS)
-    list(APPEND labels "threads")
+    set(label threads)
   endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
-    PROPERTIES LABELS "${labels}" TIMEOUT 300 RUN_SERIAL ${ARG_ALONE})
+    PROPERTIES LABELS ${label} TIMEOUT 300 RUN_SERIAL ${ARG_ALONE})
 endfunction()
 
 # Runs a whole test program once more for each instruction set below the best, which the others ran with.

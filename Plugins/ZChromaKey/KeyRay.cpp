@@ -66,9 +66,9 @@ CALC_KEY BoxBetween(const CALC_KEY& _sample, const RAY& _ray, double _dblDark, d
 }
 
 /// Levels of a key's ellipsoid: 1 where its half-axes end, 4 at twice as far.
-constexpr double c_dblLeastOuter = 2.2; // where the soft edge ends,
-constexpr double c_dblMostOuter = 4.0;  // whatever the way to grey
-constexpr double c_dblWayToGrey = 0.4;
+constexpr double c_dblLeastOuter = 1.6; // where the soft edge ends,
+constexpr double c_dblMostOuter = 2.0;  // whatever the way to grey
+constexpr double c_dblWayToGrey = 0.3;
 
 double Square(double _dblValue)
 {

@@ -13,9 +13,9 @@ struct KEY_LIGHT
     double dblBrightest;
 };
 
-/// What is assumed about a backdrop of which one spot was picked: light falls off to half, and the spot may
+/// What is assumed about a backdrop of which one spot was picked: light falls off to three fifths, and the spot may
 /// itself be the darkest or the brightest one.
-inline constexpr KEY_LIGHT c_lightUnknown = {0.5, 2.5};
+inline constexpr KEY_LIGHT c_lightUnknown = {0.6, 2.5};
 
 /// The keys of a backdrop that one sample of it stands for.
 ///
@@ -29,5 +29,5 @@ std::vector<CKUtils::CALC_KEY> KeyRay_Boxes(const CKUtils::CALC_KEY& _sample, eC
                                             const KEY_LIGHT& _light);
 
 /// The smooth range of a key whose word has a value and half-widths. Its soft edge ends on the way to grey, where skin,
-/// hair and cloth begin; that of a key near grey, or of HLS, at about one and a half times its half-widths.
+/// hair and cloth begin; that of a key near grey, or of HLS, at a little over its half-widths.
 int32_t KeyRay_SmoothRange(const SINGLE_KEY& _key, eCK_Type _eSpace);

@@ -5,6 +5,7 @@
 
 #include "Base/ZCpu.h"
 #include "Base/ZLog.h"
+#include "Base/ZSystem.h"
 #include "Interfaces/ZGuids.h"
 
 namespace
@@ -21,6 +22,8 @@ std::string GuidText(REFGUID _guid)
 std::string InfoText()
 {
     std::string strText = ZFormat("plug-in\t%s\n", CZKeyer().NameAndVersion());
+    strText += ZFormat("system\t%s\n", ZSystem_Name());
+    strText += ZFormat("processor\t%s\n", ZSystem_Processor());
     strText += ZFormat("SIMD in use\t%s\n", ZCpu_LevelName(ZCpu_Level()));
     strText += ZFormat("SIMD available\t%s\n", ZCpu_LevelName(ZCpu_Detected()));
     strText += "GPU adapters\tnone\n";

@@ -1,10 +1,10 @@
 #include "Base/ZThread.h"
 
 #include "Base/ZLog.h"
+#include "Base/ZSystem.h"
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -29,51 +29,6 @@ uint32_t CurrentThreadId()
 #endif
 }
 
-#if defined(_WIN32)
-
-std::wstring ModulePath(HMODULE _hModule)
-{
-    wchar_t arrPath[1024];
-    return std::wstring(arrPath, GetModuleFileNameW(_hModule, arrPath, 1024));
-}
-std::wstring ProgramPath()
-{
-    return ModulePath(nullptr);
-}
-std::wstring OwnPath()
-{
-    HMODULE hModule = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       reinterpret_cast<LPCWSTR>(&CurrentThreadId), &hModule);
-    return ModulePath(hModule);
-}
-
-#else
-
-std::string ProgramPath()
-{
-    std::error_code err;
-    return std::filesystem::read_symlink("/proc/self/exe", err).string();
-}
-/// The file that the code of this module was mapped from.
-std::string OwnPath()
-{
-    const auto nAddress = reinterpret_cast<uintptr_t>(&CurrentThreadId);
-    std::ifstream fileMaps("/proc/self/maps");
-    for (std::string strLine; std::getline(fileMaps, strLine);) // "first-last rights offset device inode   path"
-    {
-        char* pszEnd = nullptr;
-        const uintptr_t nFirst = std::strtoull(strLine.c_str(), &pszEnd, 16);
-        const uintptr_t nLast = *pszEnd ? std::strtoull(pszEnd + 1, nullptr, 16) : 0;
-        const size_t nPath = strLine.find('/');
-        if (nAddress >= nFirst && nAddress < nLast && nPath != std::string::npos)
-            return strLine.substr(nPath);
-    }
-    return {};
-}
-
-#endif
-
 void WarnNotStopped(uint32_t _nThreadId, const std::string& _strOwner) noexcept
 {
     try
@@ -81,7 +36,7 @@ void WarnNotStopped(uint32_t _nThreadId, const std::string& _strOwner) noexcept
         const uint32_t nCurrentId = CurrentThreadId();
         ZLog(eZLog_Warning,
              "WARNING !!! Thread %04X(%d) NOT STOPPED before destroying.\nCurrent:%04X(%d) %hs\nEXE: %ws\nDLL: %ws",
-             _nThreadId, _nThreadId, nCurrentId, nCurrentId, _strOwner, ProgramPath().c_str(), OwnPath().c_str());
+             _nThreadId, _nThreadId, nCurrentId, nCurrentId, _strOwner, ZSystem_ProgramPath(), ZSystem_ModulePath());
     }
     catch (...) // out of memory: the destructor that warns must come to its end
     {

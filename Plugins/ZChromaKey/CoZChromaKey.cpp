@@ -2,9 +2,26 @@
 
 #include "Base/ZAssert.h"
 #include "Base/ZBorder.h"
+#include "Base/ZCpu.h"
 #include "Base/ZLog.h"
+#include "Base/ZSystem.h"
 #include "ZChromaKey/ChromaKeyOptions.h"
 #include "ZChromaKey/UserDefaults.h"
+
+namespace
+{
+
+/// What whoever reads a log from somewhere else asks first.
+void SystemSay()
+{
+    if (!ZLog_IsOn(eZLog_Info))
+        return;
+    ZLog(eZLog_Info, "ZChromaKey %hs, module %hs in %hs\n", ZCK_VERSION, ZSystem_ModulePath(), ZSystem_ProgramPath());
+    ZLog(eZLog_Info, "%hs, %hs, SIMD level %hs of %hs\n", ZSystem_Name(), ZSystem_Processor(),
+         ZCpu_LevelName(ZCpu_Level()), ZCpu_LevelName(ZCpu_Detected()));
+}
+
+} // namespace
 
 CCoZChromaKey::CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU)
     : m_keyer(&m_store, std::move(_upGPU))
@@ -105,6 +122,7 @@ HRESULT CCoZChromaKey::LogSet(IZLogSink* _pSinkOrNull, int32_t _eLevel)
             return E_INVALIDARG;
         }
         ZLog_Set(_pSinkOrNull, static_cast<eZLogLevel>(_eLevel));
+        SystemSay();
         return S_OK;
     });
 }

@@ -1,5 +1,6 @@
 #include "ZChromaKey/CoZChromaKey.h"
 
+#include "Base/ZSystem.h"
 #include "Image/ImgPlane.h"
 #include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
@@ -509,6 +510,11 @@ TEST_F(CoZChromaKey, RefusesWrongArgumentsAndOptions)
     EXPECT_EQ(m_cpKeyer->KeyRawSet(nullptr, nullptr), E_POINTER);
     EXPECT_EQ(m_cpKeyer->KeyRawGet(nullptr, nullptr), E_POINTER);
     EXPECT_EQ(m_cpKeyer->LogSet(log.Sink(), 5), E_INVALIDARG);
+    EXPECT_EQ(log.Count("SIMD level"), 0u);
+    EXPECT_EQ(m_cpKeyer->LogSet(log.Sink(), eZLog_Info), S_OK); // a new log starts with what runs here
+    EXPECT_EQ(log.Count(ZSystem_Name() + ", " + ZSystem_Processor() + ", SIMD level ", eZLog_Info), 1u);
+    EXPECT_EQ(log.Count(ZSystem_ModulePath(), eZLog_Info), 1u);
+    EXPECT_EQ(log.Count("unknown"), 0u);
 
     const std::pair<const wchar_t*, const wchar_t*> arrWrong[] = {
         {L"output.thread", L"maybe"}, {L"gpu_mode", L"fast"},      {L"process.threads", L"1.5"},

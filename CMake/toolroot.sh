@@ -6,7 +6,7 @@
 
 readonly toolroot_release=trixie
 readonly toolroot_packages=(wine wine64 libwine libwine-dev g++-mingw-w64-ucrt64 mingw-w64-tools cmake ninja-build
-  googletest libcli11-dev libstb-dev)
+  googletest libcli11-dev libstb-dev ccache)
 # Wine's DLLs without their debug information: a third of the size, there and in every Wine prefix.
 readonly toolroot_hook='chroot "$1" sh -c "cd /usr/lib/x86_64-linux-gnu/wine/x86_64-windows &&
   for f in *.dll *.exe *.drv *.sys *.ocx *.cpl; do x86_64-w64-mingw32ucrt-strip --strip-debug \$f 2>/dev/null; done; true"'
@@ -60,12 +60,16 @@ in_toolroot() {
     "$@"
     return
   fi
-  local namespace=-m clean=(/usr/bin/env -i HOME=/root PATH=/usr/bin:/usr/sbin:/bin LANG=C.UTF-8)
+  local namespace=-m clean=(/usr/bin/env -i HOME=/root PATH=/usr/bin:/usr/sbin:/bin LANG=C.UTF-8
+    CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_DIR=/var/cache/ccache CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1)
+  mkdir -p "$CCACHE_DIR"
   [ "$(id -u)" -eq 0 ] || namespace=-rm
   ROOT=$(toolroot_path) unshare "$namespace" bash -c '
     set -e
     for folder in proc sys dev; do mount --rbind "/$folder" "$ROOT/$folder"; done
     mkdir -p "$ROOT$PWD"
     mount --bind "$PWD" "$ROOT$PWD"
+    mkdir -p "$ROOT/var/cache/ccache"
+    mount --bind "$CCACHE_DIR" "$ROOT/var/cache/ccache"
     exec /usr/sbin/chroot "$ROOT" "$@"' - "${clean[@]}" bash -c 'cd "$0" && exec "$@"' "$PWD" "$@"
 }

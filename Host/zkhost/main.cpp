@@ -49,6 +49,7 @@ int Run(int _nArgs, char** _ppszArgs)
     Command_AddBench(app);
     Command_AddFormats(app);
     Command_AddDescribe(app);
+    Command_AddOptions(app);
     Command_AddInfo(app);
     std::vector<std::string> vecArgs = Platform_Arguments(_nArgs, _ppszArgs);
     vecArgs.erase(vecArgs.begin());

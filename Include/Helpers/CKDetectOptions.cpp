@@ -31,14 +31,23 @@ bool ReadShare(std::string_view _svValue, double* _pdblValue)
 }
 
 constexpr CK_DETECT_OPTION c_arrOptions[] = {
-    {"type", "rgb, hls, yuv or auto", [](auto _sv, auto* _p) { return KeyType_FromText(_sv, &_p->eType); }},
-    {"max_keys", c_szWhole, [](auto _sv, auto* _p) { return PropText_ReadInt32(_sv, &_p->nMaxKeys); }},
-    {"blocks", c_szWhole, [](auto _sv, auto* _p) { return PropText_ReadInt32(_sv, &_p->nBlocks); }},
-    {"threshold", c_szWhole, [](auto _sv, auto* _p) { return PropText_ReadInt32(_sv, &_p->nThreshold); }},
-    {"key_diff", c_szNumber, [](auto _sv, auto* _p) { return PropText_ReadDouble(_sv, &_p->dblKeyDiff); }},
-    {"similarity", "a number from 0 to 1", [](auto _sv, auto* _p) { return ReadShare(_sv, &_p->dblSimilarity); }},
-    {"borders", c_szNumber, [](auto _sv, auto* _p) { return PropText_ReadDouble(_sv, &_p->dblBorders); }},
-    {"show_blocks", "true or false", [](auto _sv, auto* _p) { return PropText_ReadBool(_sv, &_p->bShowBlocks); }},
+    {"type", "auto", "rgb, hls, yuv or auto", "The key type to detect for; auto: that of the key set.",
+     [](auto _sv, auto* _p) { return KeyType_FromText(_sv, &_p->eType); }},
+    {"max_keys", "0", c_szWhole,
+     "Keys allowed, at most 16; the plug-in makes as many as the light on the backdrop asks for.",
+     [](auto _sv, auto* _p) { return PropText_ReadInt32(_sv, &_p->nMaxKeys); }},
+    {"blocks", "48", c_szWhole, "The picture is cut into so many blocks along each side.",
+     [](auto _sv, auto* _p) { return PropText_ReadInt32(_sv, &_p->nBlocks); }},
+    {"threshold", "16", c_szWhole, "How even a block has to be to count, in levels.",
+     [](auto _sv, auto* _p) { return PropText_ReadInt32(_sv, &_p->nThreshold); }},
+    {"key_diff", "1", c_szNumber, "How far a key may grow to take in a block; 0: without limit.",
+     [](auto _sv, auto* _p) { return PropText_ReadDouble(_sv, &_p->dblKeyDiff); }},
+    {"similarity", "0.8", "a number from 0 to 1", "How far found keys are pulled toward pure green or blue (HLS, YUV).",
+     [](auto _sv, auto* _p) { return ReadShare(_sv, &_p->dblSimilarity); }},
+    {"borders", "0.1", c_szNumber, "Share of the picture left out along every side.",
+     [](auto _sv, auto* _p) { return PropText_ReadDouble(_sv, &_p->dblBorders); }},
+    {"show_blocks", "false", "true or false", "Mark the blocks that were examined in the keying frame.",
+     [](auto _sv, auto* _p) { return PropText_ReadBool(_sv, &_p->bShowBlocks); }},
 };
 
 /// Looks an option up, long name first, and reads it. False: named, but not to be read.

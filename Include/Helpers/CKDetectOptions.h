@@ -28,7 +28,9 @@ struct CK_DETECT_OPTIONS
 struct CK_DETECT_OPTION
 {
     const char* pszName;                                                      ///< without "detect."
+    const char* pszDefault;                                                   ///< as text
     const char* pszRight;                                                     ///< which values are right
+    const char* pszHelp;                                                      ///< what it does, one sentence
     bool (*pfnRead)(std::string_view _svValue, CK_DETECT_OPTIONS* _pOptions); ///< false: a wrong value
 };
 

@@ -52,6 +52,17 @@ TEST(LateBinding, RefusesWhatIsNoCall)
     EXPECT_EQ(cpKey->GetIDsOfNames(IID_NULL, nullptr, 1, 0, nullptr), E_INVALIDARG);
 }
 
+/// What a script prints; it has to end well.
+std::string RunScript(const CTempFolder& _folder, const char* _pszScript, const std::string& _strArgs)
+{
+    const std::filesystem::path pathScript = std::filesystem::absolute(_pszScript).make_preferred();
+    const std::string strCommand = "cscript //nologo " + pathScript.string() + " " + _strArgs;
+    EXPECT_EQ(std::system((strCommand + " > " + _folder.Path("out")).c_str()), 0) << strCommand;
+    std::string strOut = _folder.Read("out");
+    std::erase(strOut, '\r');
+    return strOut;
+}
+
 TEST(LateBinding, ServesAScript)
 {
     const CTempFolder folder;
@@ -61,19 +72,16 @@ TEST(LateBinding, ServesAScript)
                     "<adjust power='10'/></ZChromaKey></zl-root>");
     const MODULE module;
     ASSERT_TRUE(Regsvr32(module));
-    const std::filesystem::path pathScript = std::filesystem::absolute(ZCK_SCRIPT).make_preferred();
-    const int nStatus = std::system(("cscript //nologo " + pathScript.string() + " " + folder.Path("saved.xml") + " " +
-                                     strKeys + " > " + folder.Path("out"))
-                                        .c_str());
+    const std::string strOut = RunScript(folder, ZCK_SCRIPT, folder.Path("saved.xml") + " " + strKeys);
+    const std::string strEdited = RunScript(folder, ZCK_EXAMPLE, strKeys + " " + folder.Path("edited.xml"));
     EXPECT_TRUE(Regsvr32(module, L"/u"));
-    EXPECT_EQ(nStatus, 0);
-    std::string strOut = folder.Read("out");
-    std::erase(strOut, '\r');
     EXPECT_EQ(strOut, "threads 4\nfirst output.thread\nremoved []\npower 10\npower 25 least 12.5\nleast 0\n"
                       "document <?xml\ntype 2 keys 1\nother 0\nunknown 1B6\nrefused True\nrefused True\n");
     const std::string strSaved = folder.Read("saved.xml");
     for (const char* pszPart : {"power=\"25\"", "min_trans=\"12.5\"", "output.thread", "reverse_key=\"1\""})
         EXPECT_NE(strSaved.find(pszPart), std::string::npos) << pszPart << " in\n" << strSaved;
+    EXPECT_EQ(strEdited, "smooth is 20 now\n");
+    EXPECT_NE(folder.Read("edited.xml").find("smooth=\"20\""), std::string::npos) << folder.Read("edited.xml");
 }
 
 } // namespace

@@ -1,0 +1,79 @@
+// Keys raw BGRA frames from standard input to standard output, which carries their alpha.
+// Usage: MinimalHost MODULE WIDTH HEIGHT KEYS.xml
+#include "Base/ZPtr.h"
+#include "Interfaces/IZChromaKey.h"
+#include "Interfaces/IZFPersist.h"
+#include "Interfaces/IZFProcess.h"
+#include "Interfaces/IZProps.h"
+#include "Interfaces/ZGuids.h"
+#include "Video/ZFrame.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+static void* Entry(const char* _pszModule)
+{
+    _setmode(0, _O_BINARY), _setmode(1, _O_BINARY);
+    const HMODULE hModule = LoadLibraryA(_pszModule);
+    return hModule ? reinterpret_cast<void*>(GetProcAddress(hModule, "DllGetClassObject")) : nullptr;
+}
+#else
+#include <dlfcn.h>
+static void* Entry(const char* _pszModule)
+{
+    void* pModule = dlopen(_pszModule, RTLD_NOW);
+    return pModule ? dlsym(pModule, "DllGetClassObject") : nullptr;
+}
+#endif
+
+// Moves the rows of a frame, top row first, from or to a stream; where they lie is the frame's business.
+template <class Move> static bool Rows(IZFFrame* _pFrame, uint32_t _nFlags, Move _fnMove, FILE* _pFile)
+{
+    ZF_VID_PTR ptr = {};
+    bool bGood = _pFrame->VideoPtrGet(_nFlags, &ptr) == S_OK;
+    for (int64_t y = 0; bGood && y < ptr.szVideoPlanes[0].cy; ++y)
+    {
+        auto* const pRow = reinterpret_cast<void*>(ptr.lpVideoPlanes[0] + y * ptr.cbVideoRowBytes[0]);
+        bGood = _fnMove(pRow, 4, ptr.szVideoPlanes[0].cx, _pFile) == static_cast<size_t>(ptr.szVideoPlanes[0].cx);
+    }
+    return bGood;
+}
+
+int main(int _nArgs, char** _ppszArgs)
+{
+    if (_nArgs != 5)
+        return fprintf(stderr, "usage: MinimalHost MODULE WIDTH HEIGHT KEYS.xml\n"), 2;
+    ZF_VID_PROPS props = {};
+    props.fccType = eZFCC_RGB32;
+    props.nWidth = atoi(_ppszArgs[2]);
+    props.nHeight = -atoi(_ppszArgs[3]); // top row first
+
+    const auto pfnGetClass = reinterpret_cast<ZDLLGETCLASSOBJECT>(Entry(_ppszArgs[1]));
+    CZPtr<IClassFactory> cpFactory;
+    CZPtr<IZFProcess> cpKeyer;
+    if (!pfnGetClass || FAILED(pfnGetClass(CLSID_ZChromaKey, CZIidOf<IClassFactory>::Value, cpFactory.PutVoid())) ||
+        FAILED(cpFactory->CreateInstance(nullptr, IID_IZFProcess, cpKeyer.PutVoid())))
+        return fprintf(stderr, "cannot make a keyer from %s\n", _ppszArgs[1]), 1;
+    const std::string strKeys = _ppszArgs[4];
+    if (FAILED(ZQuery<IZFPersist>(cpKeyer)->PersistLoad(std::wstring(strKeys.begin(), strKeys.end()).c_str())))
+        return fprintf(stderr, "cannot load %s\n", _ppszArgs[4]), 1;
+    ZQuery<IZProps>(cpKeyer)->PropsSet(L"output.thread", L"false"); // each call gives back its own frame
+    ZQuery<IZProps>(cpKeyer)->PropsSet(L"output.argb", L"true");    // the mask becomes the alpha
+
+    const auto cpPool = CZFramePool::Create(); // frames go back there, so that memory is used again
+    for (;;)
+    {
+        CZPtr<CZFrame> cpFrame; // a new one each time: the keyer still reads the one before
+        CZPtr<IZFFrame> cpResult;
+        if (FAILED(ZFrame_Create(props, cpFrame.Put(), cpPool.Get())))
+            return fprintf(stderr, "cannot make a frame of %s x %s\n", _ppszArgs[2], _ppszArgs[3]), 1;
+        if (!Rows(cpFrame.Get(), eZFP_Write, fread, stdin))
+            return 0; // the end
+        if (FAILED(cpKeyer->OnMediaReceive(cpFrame.Get(), cpResult.Put())) || !cpResult ||
+            !Rows(cpResult.Get(), eZFP_Flip, fwrite, stdout))
+            return fprintf(stderr, "a frame was not keyed\n"), 1;
+    }
+}

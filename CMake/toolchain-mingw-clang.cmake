@@ -2,6 +2,8 @@
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(z_triplet x86_64-w64-mingw32ucrt)
+set(CMAKE_C_COMPILER clang-19) # GoogleTest asks for it
+set(CMAKE_C_COMPILER_TARGET ${z_triplet})
 set(CMAKE_CXX_COMPILER clang++-19)
 set(CMAKE_CXX_COMPILER_TARGET ${z_triplet})
 set(CMAKE_RC_COMPILER ${z_triplet}-windres)

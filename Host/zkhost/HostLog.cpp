@@ -41,7 +41,7 @@ public:
         const bool bNamed = _eLevel >= 0 && _eLevel <= eZLog_Verbose;
         // A line of progress may stand on the terminal.
         std::fprintf(stderr, "%szkhost: %s%s\n", m_bTerminal ? "\r\x1b[K" : "", bNamed ? c_arrNames[_eLevel] : "",
-                     _pszText);
+                     HostLog_Harmless(_pszText).c_str());
     }
     std::string LastError()
     {
@@ -77,6 +77,21 @@ eZLogLevel HostLog_Level()
 IZLogSink* HostLog_Sink()
 {
     return &Sink();
+}
+
+std::string HostLog_Harmless(std::string _strText)
+{
+    uint8_t nBefore = 0;
+    for (char& ch : _strText)
+    {
+        const auto nByte = static_cast<uint8_t>(ch);
+        const bool bControl = (nByte < 0x20 && ch != '\n' && ch != '\t') || nByte == 0x7F;
+        const bool bHighControl = nBefore == 0xC2 && nByte >= 0x80 && nByte < 0xA0; // U+0080 to U+009F
+        if (bControl || bHighControl)
+            ch = '?';
+        nBefore = nByte;
+    }
+    return _strText;
 }
 
 std::string HostLog_LastError()

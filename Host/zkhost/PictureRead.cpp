@@ -45,6 +45,53 @@ void CheckPngSize(const std::vector<uint8_t>& _vecFile, const std::string& _strP
     Picture_CheckSize(fnWord(c_nWidthAt), fnWord(c_nWidthAt + 4), _strPath);
 }
 
+uint32_t Word16(const std::vector<uint8_t>& _vecFile, size_t _nAt)
+{
+    return _nAt + 1 < _vecFile.size() ? uint32_t{_vecFile[_nAt]} << 8 | _vecFile[_nAt + 1] : 0;
+}
+
+/// Whether a Huffman segment of a JPEG, given where its length stands, has a table of more codes than there are bytes.
+bool IsTableOverfull(const std::vector<uint8_t>& _vecFile, size_t _nAt)
+{
+    constexpr uint32_t c_nMostCodes = 256;
+    constexpr size_t c_cbCounts = 16;
+    const size_t nEnd = std::min(_nAt + Word16(_vecFile, _nAt), _vecFile.size());
+    for (size_t n = _nAt + 2; n < nEnd;) // class and number of the table, sixteen counts, the codes
+    {
+        uint32_t nCodes = 0;
+        for (size_t i = n + 1; i <= n + c_cbCounts && i < _vecFile.size(); ++i)
+            nCodes += _vecFile[i];
+        if ((_vecFile[n] & ~0x13) == 0 && nCodes > c_nMostCodes)
+            return true;
+        n += 1 + c_cbCounts + nCodes;
+    }
+    return false;
+}
+
+/// The decoder writes past its tables when a JPEG has an overfull one, so such a file does not get that far. Up to the
+/// first scan the segments are followed as the decoder does; behind it, everything that looks like a table is one.
+void CheckJpegTables(const std::vector<uint8_t>& _vecFile, const std::string& _strPath)
+{
+    constexpr uint8_t c_nTables = 0xC4, c_nScan = 0xDA, c_nStart = 0xD8;
+    bool bScan = false;
+    for (size_t n = 0; n + 1 < _vecFile.size();)
+    {
+        const uint8_t nMarker = _vecFile[n + 1];
+        if (_vecFile[n] != 0xFF || nMarker == 0xFF)
+        {
+            ++n;
+            continue;
+        }
+        n += 2;
+        if (nMarker == c_nTables && IsTableOverfull(_vecFile, n))
+            throw CZHostError(
+                ZFormat("%s: the picture is damaged (a Huffman table with too many codes); save it again", _strPath));
+        bScan = bScan || nMarker == c_nScan;
+        if (!bScan && nMarker != c_nStart)
+            n += Word16(_vecFile, n);
+    }
+}
+
 [[noreturn]] void FailDamaged(const std::string& _strPath)
 {
     throw CZHostError(
@@ -60,6 +107,8 @@ PICTURE PictureFile_Read(const std::string& _strPath)
     const std::vector<uint8_t> vecFile = InFile_ReadAll(_strPath, c_cbMaxFile);
     const int cbFile = static_cast<int>(vecFile.size());
     CheckPngSize(vecFile, _strPath);
+    if (!vecFile.empty() && vecFile[0] == 0xFF)
+        CheckJpegTables(vecFile, _strPath);
     int nWidth = 0, nHeight = 0, nChannels = 0;
     if (!stbi_info_from_memory(vecFile.data(), cbFile, &nWidth, &nHeight, &nChannels))
         FailDamaged(_strPath);

@@ -5,6 +5,7 @@
 #include "Base/ZLog.h"
 #include "Image/ImgColor.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace
@@ -12,6 +13,7 @@ namespace
 
 constexpr size_t c_nMaxLine = 1024;
 constexpr size_t c_cbFrameLine = 6; // "FRAME" and the line end
+constexpr size_t c_cbStep = size_t{16} << 20;
 
 /// What a plane that is not there stands for: no chroma, opaque.
 constexpr uint8_t c_arrAbsent[4] = {16, 128, 128, 255};
@@ -43,7 +45,6 @@ CZY4mReader::CZY4mReader(const std::string& _strPath)
         throw CZHostError(ZFormat("%s is empty; a Y4M stream was expected", m_file.Name()));
     m_header = Y4m_ParseHeader(strLine, m_file.Name());
     m_cbHeader = strLine.size() + 1;
-    m_vecSamples.resize(m_header.FrameBytes());
     InitStream();
 }
 
@@ -67,7 +68,7 @@ void CZY4mReader::InitStream()
     Stream_SetRate(m_stream, m_header.nRateNum, m_header.nRateDen);
     Stream_SetPixelShape(m_stream, m_header.nPixelX, m_header.nPixelY);
     const int64_t cbFile = m_file.Size();
-    const auto cbFrame = static_cast<int64_t>(m_vecSamples.size() + c_cbFrameLine);
+    const auto cbFrame = static_cast<int64_t>(m_header.FrameBytes() + c_cbFrameLine);
     if (cbFile >= 0)
         m_stream.nFrames = (cbFile - static_cast<int64_t>(m_cbHeader)) / cbFrame;
 }
@@ -87,10 +88,17 @@ bool CZY4mReader::ReadFrameLine()
 
 void CZY4mReader::ReadSamples()
 {
-    const size_t cbRead = m_file.Read(m_vecSamples.data(), m_vecSamples.size());
-    if (cbRead < m_vecSamples.size())
-        throw CZHostError(ZFormat("%s: frame %d is cut off: %d of its %d bytes are there; the copy is incomplete",
-                                  m_file.Name(), m_nFrame, cbRead, m_vecSamples.size()));
+    const size_t cbFrame = m_header.FrameBytes();
+    // The memory for the first frame grows with what is there: a header alone must not take a gigabyte.
+    for (size_t cbRead = 0; cbRead < cbFrame;)
+    {
+        const size_t cbWanted = std::min(std::max(m_vecSamples.size(), cbRead + c_cbStep), cbFrame);
+        m_vecSamples.resize(cbWanted);
+        cbRead += m_file.Read(m_vecSamples.data() + cbRead, cbWanted - cbRead);
+        if (cbRead < cbWanted)
+            throw CZHostError(ZFormat("%s: frame %d is cut off: %d of its %d bytes are there; the copy is incomplete",
+                                      m_file.Name(), m_nFrame, cbRead, cbFrame));
+    }
     if (!m_header.bFullRange)
         return;
     const size_t nLuma = m_header.PlaneWidth(0) * m_header.PlaneHeight(0);

@@ -14,7 +14,7 @@ namespace
 
 int Fail(const std::string& _strText, int _nExitCode)
 {
-    std::fprintf(stderr, "zkhost: %s\n", _strText.c_str());
+    std::fprintf(stderr, "zkhost: %s\n", HostLog_Harmless(_strText).c_str());
     return _nExitCode;
 }
 

@@ -28,9 +28,12 @@ HRESULT CompleteForMemory(const char* _pszOperation, ZF_VID_PROPS* _pVidProps)
         return E_INVALIDARG;
     }
     const HRESULT hr = CZFrameMaker::Complete(_pszOperation, _pVidProps);
-    if (FAILED(hr) || vidGiven.nHeight == 0 || !FCC_IsPlanar(_pVidProps->fccType))
+    if (FAILED(hr) || !FCC_IsPlanar(_pVidProps->fccType))
         return hr;
-    if (std::abs(int64_t{vidGiven.nHeight}) == std::abs(_pVidProps->nHeight) && _pVidProps->nRowBytes > 0)
+    // A height of 0 is that of the named format.
+    const bool bLinesKept =
+        vidGiven.nHeight == 0 || std::abs(int64_t{vidGiven.nHeight}) == std::abs(_pVidProps->nHeight);
+    if (bLinesKept && _pVidProps->nRowBytes > 0)
         return S_OK;
     ZLog(eZLog_Error, "%hs: planar pictures in one block need an even height (not %d) and a positive stride (not %d)\n",
          _pszOperation, vidGiven.nHeight, vidGiven.nRowBytes);

@@ -127,7 +127,7 @@ HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WO
     const auto nWidth = static_cast<size_t>(vidPropsMask.nWidth);
     const auto nRowBytes = static_cast<size_t>(vidPtr.cbVideoRowBytes[0]);
     for (int nRow = 0; nRow < vidPtr.szVideoPlanes[0].cy && nRowBytes > nWidth; ++nRow)
-        std::memset(_pMask->pbAlpha + nRow * vidPtr.cbVideoRowBytes[0] + nWidth, 255, nRowBytes - nWidth);
+        std::memset(_pMask->pbAlpha + static_cast<size_t>(nRow) * nRowBytes + nWidth, 255, nRowBytes - nWidth);
     _pMask->cpFrame = std::move(cpZFFrameMask);
     return S_OK;
 }

@@ -197,6 +197,13 @@ TEST_F(CCommandTest, FailedJobsEndWithOneAndLeaveNothing)
     }
 }
 
+TEST_F(CCommandTest, WhatAFileHoldsIsNoCommandToATerminal)
+{
+    const std::string strPath = m_folder.Write("odd.y4m", "YUV4MPEG2 \x1b]0;title\x07\xC2\x9B\n");
+    EXPECT_EQ(Run("key " + Quoted(strPath) + " --auto -o " + File("a.raw")), 1);
+    ExpectLastLine("the stream header is wrong at \"?]0;title?\xC2?\"");
+}
+
 TEST_F(CCommandTest, SamplesCanBeKeyedThroughAPipe)
 {
     const std::string strSample = Quoted(ZKHOST_PATH) + " sample --size 160x90 --frames 3 -o - --quiet";

@@ -74,6 +74,36 @@ TEST(PictureFile, RefusesDamagedFiles)
               std::string::npos);
 }
 
+/// A Huffman table of a JPEG with so many codes of 8 bits, and the codes.
+std::string HuffmanSegment(int _nCodes)
+{
+    std::string strCounts(16, '\0');
+    strCounts[7] = static_cast<char>(std::min(_nCodes, 255));
+    strCounts[8] = static_cast<char>(_nCodes - std::min(_nCodes, 255));
+    const int cbSegment = 2 + 17 + _nCodes;
+    return std::string("\xFF\xC4") + static_cast<char>(cbSegment >> 8) + static_cast<char>(cbSegment) + '\x10' +
+           strCounts + std::string(static_cast<size_t>(_nCodes), 'c');
+}
+
+TEST(PictureFile, KeepsOverfullHuffmanTablesFromTheDecoder)
+{
+    const CTempFolder folder;
+    const std::string strStart = "\xFF\xD8";
+    const std::string strNote("\xFF\xFE\0\x04--", 6);
+    const std::string strScan = "\xFF\xDA" + std::string(1, '\0') + "\x08stream of a scan";
+    const std::string strBad = HuffmanSegment(257);
+    const auto fnFailure = [&](const std::string& _strBytes) {
+        return Host_FailureOf([&] { PictureFile_Read(folder.Write("a.jpg", _strBytes)); });
+    };
+    for (const std::string& strBefore : {strStart, "\xFF" + strStart + "\xFF", strStart + strNote + "junk",
+                                         strStart + HuffmanSegment(256), strStart + strScan})
+        EXPECT_NE(fnFailure(strBefore + strBad).find("Huffman"), std::string::npos);
+    // In a comment it is no table.
+    const std::string strComment =
+        std::string("\xFF\xFE\x02") + '\0' + strBad + std::string(512 - 2 - strBad.size(), ' ');
+    EXPECT_EQ(fnFailure(strStart + strComment + HuffmanSegment(256)).find("Huffman"), std::string::npos);
+}
+
 TEST(PictureReader, WalksASequence)
 {
     const CTempFolder folder;

@@ -132,6 +132,7 @@ TEST_F(CY4mTest, SaysWhatIsMissing)
         {strHead + strFrame + "FRA", "ends inside the header of frame 2"},
         {strHead + strFrame + strFrame + "JUNK\n", "frame 3 does not begin with"},
         {strHead + "FRAME" + std::string(5000, ' '), "longer than 1024"},
+        {"YUV4MPEG2 W32767 H8192 C444alpha\nFRAME\nabcde", "5 of its 1073709056 bytes"},
     };
     for (const auto& [strBytes, pszReason] : arrCases)
     {

@@ -73,7 +73,11 @@ TEST(FrameWrap, RefusesRecordsThatDescribeOtherMemory)
     EXPECT_EQ(fnWrap(eZFCC_NV12, 8, 4, -8), E_INVALIDARG);
     EXPECT_EQ(fnWrap(eZFCC_RGB555, 8, 4, 16), E_INVALIDARG);
     EXPECT_EQ(fnWrap(eZFCC_RGB24, 5, 4, 16), S_OK);
+    ZF_VID_PROPS vidNamed = Props(eZFCC_I420, 2, 0); // the format gives the height
+    vidNamed.eVideoFormat = eZVF_PAL;
+    vidNamed.nRowBytes = -2;
     CZFrame* pFrame = nullptr;
+    EXPECT_EQ(ZFrame_Wrap(vidNamed, vecMemory.data(), vecMemory.size(), {}, &pFrame), E_INVALIDARG);
     EXPECT_EQ(ZFrame_Wrap(Props(eZFCC_RGB32, 8, 4), nullptr, 4096, {}, &pFrame), E_POINTER);
 
     // rows of an odd width lie as far apart as its own row size says, not as that of the even width

@@ -1,0 +1,153 @@
+// Option strings, numbers, rectangles, wide texts, and the store behind them. The first byte says what the rest is.
+
+#include "Support/FuzzTarget.h"
+
+#include "Base/ZHelpers.h"
+#include "Base/ZLog.h"
+#include "Helpers/CKDetectOptions.h"
+#include "Props/PropPairs.h"
+#include "Props/PropStore.h"
+#include "ZChromaKey/ChromaKeyOptions.h"
+
+#include <cmath>
+#include <vector>
+
+namespace
+{
+
+bool LiesIn(std::string_view _svPart, std::string_view _svWhole)
+{
+    return _svPart.empty() ||
+           (_svPart.data() >= _svWhole.data() && _svPart.data() + _svPart.size() <= _svWhole.data() + _svWhole.size());
+}
+
+void CheckPairs(std::string_view _svText)
+{
+    std::vector<PROP_PAIR> vecPairs;
+    PROP_PAIRS_ERROR error;
+    const bool bRead = PropPairs_Read(_svText, &vecPairs, &error);
+    if (!bRead)
+        FUZZ_REQUIRE(vecPairs.empty() && error.nPosition >= 1 && error.nPosition <= _svText.size() + 1 &&
+                     !error.strReason.empty());
+    for (const PROP_PAIR& pair : vecPairs)
+    {
+        FUZZ_REQUIRE(!pair.svName.empty() && LiesIn(pair.svName, _svText) && LiesIn(pair.svValue, _svText));
+        FUZZ_REQUIRE(PropPairs_Find(vecPairs, pair.svName) != nullptr);
+        static_cast<void>(ChromaKeyOptions_Validate(pair.svName, pair.svValue));
+    }
+    CKUtils::CK_DETECT_OPTIONS options;
+    const HRESULT hr = CKUtils::DetectOptions_Read(_svText, &options);
+    FUZZ_REQUIRE(bRead || FAILED(hr));
+    FUZZ_REQUIRE(std::isfinite(options.dblKeyDiff) && std::isfinite(options.dblBorders));
+    FUZZ_REQUIRE(options.dblSimilarity >= 0 && options.dblSimilarity <= 1);
+}
+
+/// What is read prints as a text that reads as the same.
+void CheckNumbers(std::string_view _svText)
+{
+    int64_t nInt = 0, nIntAgain = 0;
+    if (PropText_ReadInt(_svText, &nInt))
+        FUZZ_REQUIRE(PropText_ReadInt(PropText_FromInt(nInt), &nIntAgain) && nInt == nIntAgain);
+    int32_t nInt32 = 0;
+    if (PropText_ReadInt32(_svText, &nInt32))
+        FUZZ_REQUIRE(nInt32 == nInt);
+    uint64_t nUInt = 0, nUIntAgain = 0;
+    if (PropText_ReadUInt(_svText, &nUInt))
+        FUZZ_REQUIRE(PropText_ReadUInt(PropText_FromUInt(nUInt), &nUIntAgain) && nUInt == nUIntAgain);
+    double dbl = 0, dblAgain = 0;
+    if (PropText_ReadDouble(_svText, &dbl))
+        FUZZ_REQUIRE(PropText_ReadDouble(PropText_FromDouble(dbl), &dblAgain) && dbl == dblAgain);
+    bool bValue = false, bAgain = false;
+    if (PropText_ReadBool(_svText, &bValue))
+        FUZZ_REQUIRE(PropText_ReadBool(PropText_FromBool(bValue), &bAgain) && bValue == bAgain);
+    PROP_RECT rect = {}, rectAgain = {};
+    if (PropText_ReadRect(_svText, &rect))
+        FUZZ_REQUIRE(
+            PropText_ReadRect(ZFormat("%d,%d,%d,%d", rect.nLeft, rect.nTop, rect.nRight, rect.nBottom), &rectAgain) &&
+            rect == rectAgain);
+    eCK_Type eType = eCKT_None;
+    if (CKUtils::KeyType_FromText(_svText, &eType))
+        FUZZ_REQUIRE(eType >= eCKT_RGB && eType <= eCKT_Auto);
+    FUZZ_REQUIRE(LiesIn(PropText_Trim(_svText), _svText));
+    FUZZ_REQUIRE(PropText_Quote(_svText).size() < 80);
+}
+
+void CheckNames(std::string_view _svText)
+{
+    const uint32_t fccType = FCC_Parse(_svText);
+    CByteReader in(_svText);
+    const uint32_t fccAny = in.Take<uint32_t>();
+    FUZZ_REQUIRE(!FCC_Name(fccType).empty() && !FCC_Name(fccAny).empty());
+    // Wide and back is the same, once what is not valid has been replaced.
+    const std::string strValid = ZText_FromWide(ZText_ToWide(_svText));
+    FUZZ_REQUIRE(ZText_FromWide(ZText_ToWide(strValid)) == strValid);
+    std::wstring wstrAny;
+    while (!in.AtEnd())
+        wstrAny += static_cast<wchar_t>(in.Take<int32_t>());
+    const std::string strAny = ZText_FromWide(wstrAny);
+    FUZZ_REQUIRE(ZText_FromWide(ZText_ToWide(strAny)) == strAny);
+}
+
+/// A line each: how, name, value.
+void CheckStore(CByteReader& _in)
+{
+    CPropStore store;
+    PROP_MAP mapValues;
+    for (int nCalls = 0; !_in.AtEnd() && nCalls < 100; ++nCalls)
+    {
+        const uint8_t nHow = _in.Byte();
+        const std::string strName(_in.Line());
+        const std::string strValue(_in.Line());
+        const std::wstring wstrName = ZText_ToWide(strName);
+        switch (nHow % 5)
+        {
+        case 0: {
+            const HRESULT hr =
+                PropStore_PropsSet(&store, wstrName.c_str(), ZText_ToWide(strValue).c_str(), ChromaKeyOptions_Validate);
+            FUZZ_REQUIRE(hr == S_OK || hr == S_FALSE || hr == E_INVALIDARG);
+            break;
+        }
+        case 1: {
+            BSTR bsValue = nullptr;
+            PropStore_PropsGet(store, wstrName.c_str(), &bsValue);
+            SysFreeString(bsValue);
+            break;
+        }
+        case 2: {
+            BSTR bsName = nullptr;
+            const HRESULT hr = PropStore_PropsNameGet(store, nHow / 5, &bsName);
+            FUZZ_REQUIRE((hr == S_OK) == (bsName != nullptr));
+            SysFreeString(bsName);
+            break;
+        }
+        case 3:
+            mapValues[strName] = strValue;
+            nHow & 0x80 ? store.ValuesSet(mapValues) : store.DefaultsSet(mapValues);
+            break;
+        default:
+            store.Set(strName, strValue);
+            FUZZ_REQUIRE(strName.empty() || strValue.empty() || store.GetText(strName, "") == strValue);
+            FUZZ_REQUIRE(std::isfinite(store.GetDouble(strName, 0)));
+            static_cast<void>(store.GetBool(strName, false));
+        }
+        const CK_FRAME_OPTIONS options = ChromaKeyOptions_Read(store);
+        FUZZ_REQUIRE(options.nThreads >= 1 && options.nThreads <= 16);
+    }
+}
+
+} // namespace
+
+void FuzzTarget_Run(CByteReader& _in)
+{
+    switch (_in.Byte() % 4)
+    {
+    case 0:
+        return CheckPairs(_in.Rest());
+    case 1:
+        return CheckNumbers(_in.Rest());
+    case 2:
+        return CheckNames(_in.Rest());
+    default:
+        return CheckStore(_in);
+    }
+}

@@ -1,0 +1,149 @@
+// Video properties of any content: nothing overflows, and the planes of a picture that is taken for one lie in its
+// memory. The first byte chooses between records and the text that zkhost describes.
+
+#include "Support/FuzzTarget.h"
+
+#include "Base/ZHelpers.h"
+#include "Base/ZSaturate.h"
+#include "Image/ImgRowReader.h"
+#include "Video/ZFrame.h"
+#include "zkhost/Describe.h"
+#include "zkhost/HostError.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+namespace
+{
+
+/// A record whose fields are what hosts write into them, or anything.
+ZF_VID_PROPS TakeProps(CByteReader& _in)
+{
+    if (_in.Flag())
+        return _in.Take<ZF_VID_PROPS>();
+    constexpr int32_t c_arrSizes[] = {0, 1, 2, 3, 6, 16, 47, 48, 49, 480, 576, 720, 1080, 1920, 32767, INT32_MAX};
+    ZF_VID_PROPS vidProps = {};
+    vidProps.eVideoFormat = _in.Range(0, 95);
+    const auto spanFormats = FCC_All();
+    vidProps.fccType = spanFormats[static_cast<size_t>(_in.Range(0, static_cast<int>(spanFormats.size()) - 1))].fccType;
+    vidProps.nWidth = _in.OneOf(c_arrSizes);
+    vidProps.nHeight = _in.OneOf(c_arrSizes) * (_in.Flag() ? -1 : 1);
+    vidProps.nRowBytes = _in.Number();
+    vidProps.eInterlace = _in.Range(-1, 6);
+    vidProps.nAspectX = _in.Take<int16_t>();
+    vidProps.nAspectY = _in.Take<int16_t>();
+    vidProps.dblRate = _in.Double();
+    vidProps.nGPUFlags = _in.Byte() < 0xF0 ? 0 : _in.Take<uint32_t>();
+    return vidProps;
+}
+
+/// A buffer that a record is accepted for holds every row of every plane.
+void CheckPlanes(const ZF_VID_PROPS& _vidProps, bool _bFlip)
+{
+    const int64_t nStart = 4096; // as an address: 0 means offsets
+    const int64_t nRows = ZAbs32(_vidProps.nHeight);
+    const int64_t nStride = VidProps_Stride(&_vidProps);
+    const ZF_VID_PTR vidPtr = VidPtr_Build(&_vidProps, nStart - (nStride < 0 ? nStride * (nRows - 1) : 0), _bFlip);
+    int64_t nEnd = nStart;
+    for (int nPlane = 0; nPlane < 4; ++nPlane)
+    {
+        const ZF_SIZE& szPlane = vidPtr.szVideoPlanes[nPlane];
+        if (szPlane.cx < 1 || szPlane.cy < 1)
+            continue;
+        const int64_t cbRow = nPlane == 0 ? Img_RowSizeM(&_vidProps) : szPlane.cx;
+        const int64_t nRow0 = vidPtr.lpVideoPlanes[nPlane];
+        const int64_t nRowLast = nRow0 + int64_t{vidPtr.cbVideoRowBytes[nPlane]} * (szPlane.cy - 1);
+        FUZZ_REQUIRE(std::min(nRow0, nRowLast) >= nStart);
+        nEnd = std::max(nEnd, std::max(nRow0, nRowLast) + cbRow);
+    }
+    FUZZ_REQUIRE(!VidProps_Validate(&_vidProps, static_cast<uint64_t>(nEnd - nStart - 1)).empty());
+}
+
+/// A frame in memory of exactly the image size is read to its last byte.
+void CheckFrame(const ZF_VID_PROPS& _vidProps)
+{
+    constexpr int64_t c_cbMost = 1 << 18;
+    const int64_t cbImage = VidProps_ImageSize(&_vidProps);
+    if (cbImage < 1 || cbImage > c_cbMost)
+        return;
+    const auto upMemory = std::make_unique<uint8_t[]>(static_cast<size_t>(cbImage));
+    CZPtr<CZFrame> cpFrame;
+    if (FAILED(ZFrame_Wrap(_vidProps, upMemory.get(), static_cast<size_t>(cbImage), {}, cpFrame.Put())))
+        return;
+    ZF_VID_PROPS vidProps = {};
+    ZF_VID_PTR vidPtr = {};
+    FUZZ_REQUIRE(cpFrame->VideoPropsGet(&vidProps) == S_OK && cpFrame->VideoPtrGet(eZFP_Flip, &vidPtr) == S_OK);
+    CImgRowReader reader;
+    if (FAILED(reader.Init(vidProps, vidPtr)))
+        return;
+    std::vector<uint8_t> vecRow(size_t{4} * static_cast<size_t>(reader.Width()));
+    for (int nRow = 0; nRow < reader.Height(); ++nRow)
+        reader.ReadRow(nRow, vecRow.data());
+}
+
+void CheckRecord(CByteReader& _in)
+{
+    const ZF_VID_PROPS vidGiven = TakeProps(_in);
+    const bool bStrict = _in.Flag();
+    const bool bFlip = _in.Flag();
+    for (const bool bNormal : {false, true})
+    {
+        ZF_VID_PROPS vidProps = vidGiven;
+        if (bNormal)
+        {
+            VidProps_Normalize(&vidProps, bStrict);
+            const ZF_VID_PROPS vidOnce = vidProps;
+            VidProps_Normalize(&vidProps, bStrict);
+            FUZZ_REQUIRE(VidProps_Same(&vidOnce, &vidProps, 3));
+        }
+        static_cast<void>(VidPtr_Build(&vidProps, _in.Take<int64_t>(), bFlip));
+        FUZZ_REQUIRE(VidProps_ImageSize(&vidProps) >= 0);
+        if (VidProps_Validate(&vidProps, UINT64_MAX).empty())
+        {
+            CheckPlanes(vidProps, bFlip);
+        }
+        CheckFrame(vidProps);
+        const ZF_VID_PROPS vidMask = VidProps_Mask(&vidProps);
+        if (VidProps_Validate(&vidProps, UINT64_MAX).empty() && vidProps.nWidth <= INT32_MAX - 8)
+            FUZZ_REQUIRE(vidMask.fccType == eZFCC_RGB8 && vidMask.nRowBytes >= vidMask.nWidth);
+        static_cast<void>(VidProps_Text(&vidProps));
+        static_cast<void>(VidProps_DetectFormat(&vidProps, bStrict));
+        static_cast<void>(VidProps_FieldOrder(&vidProps));
+        static_cast<void>(VidProps_DisplayAspect(&vidProps));
+        static_cast<void>(VidProps_PixelAspect(&vidProps));
+        static_cast<void>(VidProps_IsSet(&vidProps, bStrict));
+        static_cast<void>(VidProps_Same(&vidProps, &vidGiven, _in.Range(-1, 4)));
+        static_cast<void>(Img_WidthFromRowBytes(vidProps.fccType, vidProps.nRowBytes));
+    }
+    const auto eVideoFormat = _in.Take<int32_t>();
+    static_cast<void>(VidProps_FromFormat(eVideoFormat, vidGiven.fccType, vidGiven.eInterlace));
+    static_cast<void>(VidFormat_Size(eVideoFormat));
+    const auto timeCode = _in.Take<ZF_TIMECODE>();
+    static_cast<void>(TimeCode_Text(&timeCode));
+    const auto audProps = _in.Take<ZF_AUD_PROPS>();
+    static_cast<void>(Aud_BytesToTime(&audProps, _in.Take<int64_t>()));
+}
+
+void CheckDescribe(CByteReader& _in)
+{
+    try
+    {
+        FUZZ_REQUIRE(!Describe_Text(std::string(_in.Rest())).empty());
+    }
+    catch (const CZHostError& error)
+    {
+        FUZZ_REQUIRE(error.ExitCode() == 2);
+    }
+}
+
+} // namespace
+
+void FuzzTarget_Run(CByteReader& _in)
+{
+    if (_in.Byte() % 4 == 0)
+        CheckDescribe(_in);
+    else
+        CheckRecord(_in);
+}

@@ -69,13 +69,14 @@ PICTURE BenchScene_Picture(int _nWidth, int _nHeight, int _nKeys, uint32_t _nNum
     return picture;
 }
 
-CZPtr<IZFFrame> BenchScene_Frame(const PICTURE& _picture, uint32_t _fccType)
+CZPtr<IZFFrame> BenchScene_Frame(const PICTURE& _picture, uint32_t _fccType, CZFramePool* _pPoolOrNull)
 {
     const int nHeight = FCC_IsRGB(_fccType) ? -_picture.nHeight : _picture.nHeight; // RGB top-down
     CZPtr<CZFrame> cpFrame;
     ZF_VID_PROPS vidProps = {};
     ZF_VID_PTR vidPtr = {};
-    HRESULT hr = ZFrame_Create(Stream_Props(_fccType, _picture.nWidth, nHeight, eZI_Progressive), cpFrame.Put());
+    HRESULT hr =
+        ZFrame_Create(Stream_Props(_fccType, _picture.nWidth, nHeight, eZI_Progressive), cpFrame.Put(), _pPoolOrNull);
     if (SUCCEEDED(hr))
         hr = cpFrame->VideoPropsGet(&vidProps);
     if (SUCCEEDED(hr) && (vidProps.nWidth != _picture.nWidth || vidProps.nHeight != nHeight))

@@ -5,6 +5,7 @@
 #include "Base/ZPtr.h"
 #include "Interfaces/ChromaKeyTypes.h"
 #include "Interfaces/IZFFrame.h"
+#include "Video/ZFramePool.h"
 
 /// A picture whose mask is known: the left half is stripes of backdrop, one a key, the right half is none; all with a
 /// little noise. At least c_nBenchMinSide pixels each way.
@@ -14,8 +15,8 @@ inline constexpr int c_nBenchMinSide = 64;
 PICTURE BenchScene_Picture(int _nWidth, int _nHeight, int _nKeys, uint32_t _nNumber);
 
 /// A frame of the picture in a pixel format. Throws CZUsageError for a format that is not written, or cannot keep the
-/// size.
-CZPtr<IZFFrame> BenchScene_Frame(const PICTURE& _picture, uint32_t _fccType);
+/// size. _pPoolOrNull: where its memory, and that of frames made from it, comes from; null: a pool of its own.
+CZPtr<IZFFrame> BenchScene_Frame(const PICTURE& _picture, uint32_t _fccType, CZFramePool* _pPoolOrNull = nullptr);
 
 /// The keys of the stripes, in the space of the pixel format: RGB, or YUV with the matrix of such a frame.
 CHROMA_KEY_RAW BenchScene_Keys(const ZF_VID_PROPS& _vidProps, int _nKeys);

@@ -12,6 +12,7 @@ void Command_AddDetect(CLI::App& _app);
 void Command_AddSheet(CLI::App& _app);
 void Command_AddSample(CLI::App& _app);
 void Command_AddBench(CLI::App& _app);
+void Command_AddSoak(CLI::App& _app);
 void Command_AddFormats(CLI::App& _app);
 void Command_AddOptions(CLI::App& _app);
 void Command_AddDescribe(CLI::App& _app);

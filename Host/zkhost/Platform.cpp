@@ -6,14 +6,23 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #if defined(_WIN32)
 #include <fcntl.h>
 #include <io.h>
+#include <malloc.h>
+#include <psapi.h>
 #include <shellapi.h>
+#include <tlhelp32.h>
 #else
 #include <cerrno>
 #include <dlfcn.h>
+#include <sstream>
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 #include <unistd.h>
 #endif
 
@@ -133,6 +142,32 @@ uint32_t Platform_ProcessId()
     return GetCurrentProcessId();
 }
 
+PLATFORM_USAGE Platform_Usage()
+{
+    PLATFORM_USAGE usage;
+    PROCESS_MEMORY_COUNTERS counters = {};
+    if (GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters)))
+    {
+        usage.cbResident = static_cast<int64_t>(counters.WorkingSetSize);
+        usage.cbPeak = static_cast<int64_t>(counters.PeakWorkingSetSize);
+    }
+    DWORD nHandles = 0;
+    if (GetProcessHandleCount(GetCurrentProcess(), &nHandles))
+        usage.nHandles = static_cast<int>(nHandles);
+    const HANDLE hThreads = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry = {};
+    entry.dwSize = sizeof(entry);
+    for (BOOL bMore = Thread32First(hThreads, &entry); bMore; bMore = Thread32Next(hThreads, &entry))
+        usage.nThreads += entry.th32OwnerProcessID == GetCurrentProcessId();
+    CloseHandle(hThreads);
+    return usage;
+}
+
+void Platform_TrimMemory()
+{
+    _heapmin();
+}
+
 void Platform_CatchInterrupts()
 {
     SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
@@ -205,6 +240,39 @@ bool Platform_IsTerminal(std::FILE* _pFile)
 uint32_t Platform_ProcessId()
 {
     return static_cast<uint32_t>(getpid());
+}
+
+PLATFORM_USAGE Platform_Usage()
+{
+    PLATFORM_USAGE usage;
+    std::ifstream file("/proc/self/status"); // lines "VmHWM:     1234 kB"
+    std::string strName;
+    int64_t nValue = 0;
+    for (std::string strLine; std::getline(file, strLine);)
+    {
+        std::istringstream line(strLine);
+        if (!(line >> strName >> nValue))
+            continue;
+        if (strName == "VmHWM:")
+            usage.cbPeak = nValue * 1024;
+        else if (strName == "VmRSS:")
+            usage.cbResident = nValue * 1024;
+        else if (strName == "Threads:")
+            usage.nThreads = static_cast<int>(nValue);
+    }
+    std::error_code error;
+    usage.nHandles = static_cast<int>(std::distance(fs::directory_iterator("/proc/self/fd", error), {}));
+    return usage;
+}
+
+void Platform_TrimMemory()
+{
+#if defined(__GLIBC__)
+    constexpr int c_cbLarge = 128 * 1024; // as in a fresh process; otherwise it grows with the blocks that are freed
+    mallopt(M_MMAP_THRESHOLD, c_cbLarge);
+    mallopt(M_TRIM_THRESHOLD, c_cbLarge);
+    malloc_trim(0);
+#endif
 }
 
 void Platform_CatchInterrupts()

@@ -30,6 +30,19 @@ bool Platform_Exists(const std::string& _strPath);
 bool Platform_IsTerminal(std::FILE* _pFile);
 uint32_t Platform_ProcessId();
 
+/// What this program takes of the system.
+struct PLATFORM_USAGE
+{
+    int64_t cbResident = 0; ///< memory that is in use now, with that of libraries
+    int64_t cbPeak = 0;     ///< the most that was in use at a time
+    int nThreads = 0;
+    int nHandles = 0; ///< open files; on Windows all kernel objects
+};
+PLATFORM_USAGE Platform_Usage();
+/// Gives memory that was freed back to the system, and from now on large blocks at once, so that the resident memory
+/// tells what is in use.
+void Platform_TrimMemory();
+
 /// From now on Ctrl-C and the requests to end set a flag instead of ending the program; the fourth one
 /// ends it.
 void Platform_CatchInterrupts();

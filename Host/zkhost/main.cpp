@@ -47,6 +47,7 @@ int Run(int _nArgs, char** _ppszArgs)
     Command_AddSheet(app);
     Command_AddSample(app);
     Command_AddBench(app);
+    Command_AddSoak(app);
     Command_AddFormats(app);
     Command_AddDescribe(app);
     Command_AddOptions(app);

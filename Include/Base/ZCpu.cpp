@@ -1,6 +1,7 @@
 #include "Base/ZCpu.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
@@ -12,6 +13,8 @@ namespace
 {
 
 constexpr const char* c_arrNames[] = {"none", "avx2", "avx512"};
+
+std::atomic<eSIMD_Level> s_eCap{eSIMD_AVX512};
 
 #if defined(_MSC_VER) && defined(_M_X64)
 
@@ -70,9 +73,14 @@ eSIMD_Level ZCpu_Detected()
     return eLevel;
 }
 
+void ZCpu_Cap(eSIMD_Level _eMax)
+{
+    s_eCap = _eMax;
+}
+
 eSIMD_Level ZCpu_Level()
 {
-    static const eSIMD_Level eLevel = std::min(ZCpu_Detected(), CapOf(std::getenv("ZCK_SIMD")));
+    static const eSIMD_Level eLevel = std::min({ZCpu_Detected(), CapOf(std::getenv("ZCK_SIMD")), s_eCap.load()});
     return eLevel;
 }
 

@@ -12,8 +12,12 @@ enum eSIMD_Level : int
 eSIMD_Level ZCpu_Detected();
 
 /// The level in use: the detected one, capped by the environment variable ZCK_SIMD ("none", "avx2" or "avx512"; other
-/// values cap nothing). Read once per process.
+/// values cap nothing) and ZCpu_Cap. Read once per process.
 eSIMD_Level ZCpu_Level();
+
+/// Caps the level further, for the program or module that calls it, which is to check one level by another. It counts
+/// until ZCpu_Level is asked for the first time.
+void ZCpu_Cap(eSIMD_Level _eMax);
 
 /// "none", "avx2" or "avx512".
 const char* ZCpu_LevelName(eSIMD_Level _eLevel);

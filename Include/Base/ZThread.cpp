@@ -4,28 +4,35 @@
 #include "Base/ZSystem.h"
 
 #include <chrono>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #if defined(_WIN32)
 #include <objbase.h>
+#else
+#include <unistd.h>
 #endif
 
 namespace
 {
 
-/// The system's number of the calling thread, as debuggers and process viewers show it.
+/// The system's number of the calling thread, as debuggers and process viewers show it. Takes no memory: each thread
+/// begins with it, where nobody could catch a failure.
 uint32_t CurrentThreadId()
 {
 #if defined(_WIN32)
     return GetCurrentThreadId();
 #else
-    std::error_code err;
-    const std::string strId = std::filesystem::read_symlink("/proc/thread-self", err).filename().string();
+    char szPath[64] = {}; // "PROCESS/task/THREAD"
+    const char* const pszSlash =
+        readlink("/proc/thread-self", szPath, sizeof(szPath) - 1) > 0 ? std::strrchr(szPath, '/') : nullptr;
     const size_t nHash = std::hash<std::thread::id>()(std::this_thread::get_id());
-    return err ? static_cast<uint32_t>(nHash) : static_cast<uint32_t>(std::strtoul(strId.c_str(), nullptr, 10));
+    return static_cast<uint32_t>(pszSlash ? std::strtoul(pszSlash + 1, nullptr, 10) : nHash);
 #endif
 }
 
@@ -99,11 +106,14 @@ struct CZWorkerThread::STATE
     bool bDone = false; ///< the thread touches nothing but this state from here on
     uint32_t nThreadId = 0;
     std::function<void()> fnBody;
+    std::function<void()> fnAfter; ///< the thread's own
     std::string strOwner;
     std::thread thrWorker; ///< the owner's; joined or detached before the owner lets go
 
     void Run();
     bool NextWakeUp();
+
+    static inline thread_local STATE* t_pCurrent = nullptr; ///< of the calling thread
 };
 
 bool CZWorkerThread::STATE::NextWakeUp()
@@ -118,6 +128,7 @@ bool CZWorkerThread::STATE::NextWakeUp()
 
 void CZWorkerThread::STATE::Run()
 {
+    t_pCurrent = this;
     {
         const std::lock_guard lock(mtxState);
         nThreadId = CurrentThreadId();
@@ -126,6 +137,8 @@ void CZWorkerThread::STATE::Run()
         [[maybe_unused]] const CComApartment apartment;
         while (NextWakeUp())
             fnBody();
+        while (const std::function<void()> fnLast = std::exchange(fnAfter, {}))
+            fnLast();
     }
     const std::lock_guard lock(mtxState);
     bDone = true;
@@ -136,6 +149,11 @@ CZWorkerThread::~CZWorkerThread()
 {
     if (!m_spState)
         return;
+    if (m_spState.get() == STATE::t_pCurrent) // the thread's own last act
+    {
+        m_spState->thrWorker.detach();
+        return;
+    }
     uint32_t nId = 0;
     {
         const std::lock_guard lock(m_spState->mtxState);
@@ -190,6 +208,16 @@ HRESULT CZWorkerThread::Stop(uint32_t _nMaxMs)
     m_spState->thrWorker.join(); // its body is over, so this is short
     m_spState.reset();
     return S_OK;
+}
+
+void CZWorkerThread::EndCurrent(std::function<void()> _fnAfter)
+{
+    STATE* const pState = STATE::t_pCurrent;
+    if (!pState)
+        return;
+    pState->fnAfter = std::move(_fnAfter);
+    const std::lock_guard lock(pState->mtxState);
+    pState->bStop = true;
 }
 
 bool CZWorkerThread::IsRunning() const

@@ -51,6 +51,11 @@ public:
     HRESULT Stop(uint32_t _nMaxMs = c_nThreadStopMs);
     bool IsRunning() const;
 
+    /// For the body itself: its thread ends when the body under way is done, and calls _fnAfter as its last act, from
+    /// which the thread object may be destroyed. A later call takes the place of this one. Stop then only has to wait.
+    /// Nothing happens on a thread that is no worker's.
+    static void EndCurrent(std::function<void()> _fnAfter);
+
 private:
     struct STATE;
     std::shared_ptr<STATE> m_spState;

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <system_error>
+#include <utility>
 
 namespace
 {
@@ -44,6 +45,25 @@ std::filesystem::path TemporaryBeside(const std::filesystem::path& _path)
     pathTemp += ZFormat(".%I64x-%x.tmp", nTime, ++s_nCount);
     return pathTemp;
 }
+
+/// Removes a file when it goes, also when memory runs out on the way; unless the path is empty.
+struct FILE_REMOVER
+{
+    std::filesystem::path path;
+
+    explicit FILE_REMOVER(std::filesystem::path _path)
+        : path(std::move(_path))
+    {
+    }
+    FILE_REMOVER(const FILE_REMOVER&) = delete;
+    FILE_REMOVER& operator=(const FILE_REMOVER&) = delete;
+    ~FILE_REMOVER()
+    {
+        std::error_code err;
+        if (!path.empty())
+            std::filesystem::remove(path, err);
+    }
+};
 
 /// Writes a whole file; the reason when that fails, else empty.
 std::string Write(const std::filesystem::path& _path, std::string_view _svText)
@@ -102,19 +122,15 @@ bool TextFile_Replace(std::string_view _svPath, std::string_view _svText, std::s
         return Fail(_pstrReason, "write", _svPath, "it is a folder; name a file in it");
     const TEXT_FILE_TARGET target = TextFile_Target(_svPath);
     const std::filesystem::path pathFinal = PathOf(target.bInPlace ? _svPath : std::string_view(target.strPath));
-    const std::filesystem::path pathTemp = target.bInPlace ? pathFinal : TemporaryBeside(pathFinal);
-    const std::string strWhy = Write(pathTemp, _svText);
+    FILE_REMOVER temporary(target.bInPlace ? std::filesystem::path() : TemporaryBeside(pathFinal));
+    const std::string strWhy = Write(target.bInPlace ? pathFinal : temporary.path, _svText);
     if (!strWhy.empty())
-        Fail(_pstrReason, "write", _svPath, strWhy + "; check that its folder exists and may be written");
+        return Fail(_pstrReason, "write", _svPath, strWhy + "; check that its folder exists and may be written");
     if (target.bInPlace)
-        return strWhy.empty();
-    if (strWhy.empty())
-    {
-        std::filesystem::rename(pathTemp, pathFinal, err);
-        if (!err)
-            return true;
-        Fail(_pstrReason, "replace", _svPath, err.message());
-    }
-    std::filesystem::remove(pathTemp, err);
-    return false;
+        return true;
+    std::filesystem::rename(temporary.path, pathFinal, err);
+    if (err)
+        return Fail(_pstrReason, "replace", _svPath, err.message());
+    temporary.path.clear();
+    return true;
 }

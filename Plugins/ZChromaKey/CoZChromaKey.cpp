@@ -41,6 +41,7 @@ HRESULT CCoZChromaKey::Create(REFIID _iid, void** _ppvObject)
 
 HRESULT CCoZChromaKey::OnMediaReceive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes)
 {
+    const CZPtr<IZFProcess> cpSelf(this); // the host may release it from a method of its frame
     return ZBorder("CCoZChromaKey::OnMediaReceive", [&]() -> HRESULT {
         if (!Z_VERIFY(_ppFrameRes))
             return E_POINTER;
@@ -79,17 +80,36 @@ HRESULT CCoZChromaKey::Close()
 {
     return ZBorder("CCoZChromaKey::Close", [&]() -> HRESULT {
         ZLog(eZLog_Info, "CCoZChromaKey::Close()\n");
+        if (m_flow.IsOutputThread())
+        {
+            m_flow.CloseFromWithin([this] { ProcessorsClose(); });
+            return S_OK;
+        }
         if (const HRESULT hr = m_flow.Close(); FAILED(hr)) // the thread still uses the processors
             return hr;
-        m_keyer.Close();
-        m_keyState.FrameSet(nullptr, {});
+        ProcessorsClose();
         return S_OK;
     });
+}
+
+void CCoZChromaKey::ProcessorsClose()
+{
+    m_keyer.Close();
+    m_keyState.FrameSet(nullptr, {});
 }
 
 bool CCoZChromaKey::FinalRelease()
 {
     ZLog(eZLog_Info, "CCoZChromaKey::FinalRelease()\n");
+    if (m_flow.IsOutputThread())
+    {
+        ZLog(eZLog_Info, "CCoZChromaKey::Close()\n");
+        m_flow.CloseFromWithin([this] {
+            ProcessorsClose();
+            delete this;
+        });
+        return false;
+    }
     if (SUCCEEDED(Close()))
         return true;
     m_flow.Abandon();

@@ -77,6 +77,7 @@ private:
         return QueryBinder(_iid, _ppvObject);
     }
     HRESULT OnMediaReceive_I(IZFFrame* _pFrame, IZFFrame** _ppFrameRes);
+    void ProcessorsClose();
     template <class Call> HRESULT Edit(const char* _pszOperation, Call&& _call) noexcept;
     template <class Sampling> HRESULT EditKeys(const char* _pszOperation, Sampling&& _sampling) noexcept;
     CZPtr<IZFFrame> KeyingFrame() const;

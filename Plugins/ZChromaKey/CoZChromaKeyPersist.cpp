@@ -101,8 +101,9 @@ HRESULT CCoZChromaKey::DocumentTake(std::string_view _svDocument, std::string* _
     CONFIG_CONTENT content = {};
     m_keyState.RawGet(nullptr, &content.adjust); // what the document does not name stays
     content.mapOptions = m_store.ValuesGet();
-    m_configDoc.Take(std::move(upRoot), &content);
-    m_keyState.RawSet(content.key, &content.adjust, eMatrix, content.eTakenType);
+    CConfigDoc::ContentGet(*upRoot, &content);
+    m_keyState.RawSet(content.key, &content.adjust, eMatrix, content.eTakenType); // the last that memory can fail
     m_store.ValuesSet(std::move(content.mapOptions));
+    m_configDoc.Take(std::move(upRoot));
     return S_OK;
 }

@@ -75,9 +75,9 @@ std::unique_ptr<CXmlNode> CConfigDoc::Read(std::string_view _svDocument, std::st
     return !pOptions || CheckOptions(*pOptions, _pstrReason) ? std::move(upRoot) : nullptr;
 }
 
-void CConfigDoc::Take(std::unique_ptr<CXmlNode> _upRoot, CONFIG_CONTENT* _pContent)
+void CConfigDoc::ContentGet(const CXmlNode& _root, CONFIG_CONTENT* _pContent)
 {
-    const CXmlNode& nodeOwn = *OwnNode(*_upRoot);
+    const CXmlNode& nodeOwn = *OwnNode(_root);
     KeyXml_Load(nodeOwn, &_pContent->key, &_pContent->adjust);
     _pContent->eTakenType = static_cast<int32_t>(nodeOwn.AttrInt(c_pszTakenType, eCKT_Auto));
     if (const CXmlNode* const pOptions = nodeOwn.ChildFind("options"))
@@ -88,7 +88,6 @@ void CConfigDoc::Take(std::unique_ptr<CXmlNode> _upRoot, CONFIG_CONTENT* _pConte
             return true;
         });
     }
-    m_upRoot = std::move(_upRoot);
 }
 
 bool CConfigDoc::Save(const CONFIG_CONTENT& _content, std::string* _pstrDocument, std::string* _pstrReason)

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 /// What a configuration document holds for the chroma key.
 struct CONFIG_CONTENT
@@ -26,8 +27,13 @@ class CConfigDoc
 public:
     /// Reads a document and checks it. Null and a reason ("line 3, column 7: ...") when it is not one of ours.
     static std::unique_ptr<CXmlNode> Read(std::string_view _svDocument, std::string* _pstrReason);
-    /// Takes a document over that Read has given, and its content.
-    void Take(std::unique_ptr<CXmlNode> _upRoot, CONFIG_CONTENT* _pContent);
+    /// The content of a document that Read has given.
+    static void ContentGet(const CXmlNode& _root, CONFIG_CONTENT* _pContent);
+    /// Takes such a document over, to keep what is not ours in it.
+    void Take(std::unique_ptr<CXmlNode> _upRoot) noexcept
+    {
+        m_upRoot = std::move(_upRoot);
+    }
     /// Writes a document. False and a reason when the content cannot be written as XML.
     bool Save(const CONFIG_CONTENT& _content, std::string* _pstrDocument, std::string* _pstrReason);
 

@@ -7,6 +7,8 @@
 namespace
 {
 constexpr uint32_t c_nOutputReadyMs = 1000;
+
+thread_local const CFrameFlow* t_pFlow = nullptr; // whose output thread the calling one is
 } // namespace
 
 CFrameFlow::CFrameFlow(PROCESS _fnProcess)
@@ -39,7 +41,14 @@ HRESULT CFrameFlow::Receive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes)
     if (!m_evtOutputReady.Wait(c_nOutputReadyMs))
         return Z_E_TIMEOUT;
     // Soon free: Close waits long for the thread only while a frame is under way, and then the event is not set.
-    const std::lock_guard lock(m_mtxThread);
+    std::unique_lock lock(m_mtxThread);
+    while (!m_evtOutputReady.Wait(0)) // a call from another thread was faster
+    {
+        lock.unlock();
+        if (!m_evtOutputReady.Wait(c_nOutputReadyMs))
+            return Z_E_TIMEOUT;
+        lock.lock();
+    }
     if (const HRESULT hr = _pFrameOrNull ? ThreadStart() : S_OK; FAILED(hr))
         return hr;
     RESULT res = Swap(_pFrameOrNull);
@@ -64,13 +73,13 @@ CFrameFlow::RESULT CFrameFlow::Swap(IZFFrame* _pFrameOrNull)
     const std::lock_guard lock(m_mtxSlots);
     if (_pFrameOrNull && !Z_VERIFY_TEXT(!m_cpFrameIn, "!m_cpFrameIn"))
         return {{}, E_UNEXPECTED};
+    if (_pFrameOrNull && ZLog_IsOn(eZLog_Verbose)) // first: the text takes memory, and nothing may fail half-way
+        ZLog(eZLog_Verbose, "CK::OnMediaReceive() m_cpFrameIn=%ws\n", FrameText(_pFrameOrNull));
     RESULT res = std::exchange(m_resOut, {});
     if (_pFrameOrNull)
     {
         m_cpFrameIn = CZPtr<IZFFrame>(_pFrameOrNull);
         m_bDrop = false;
-        if (ZLog_IsOn(eZLog_Verbose))
-            ZLog(eZLog_Verbose, "CK::OnMediaReceive() m_cpFrameIn=%ws\n", FrameText(_pFrameOrNull));
         m_evtOutputReady.Reset();
         m_thrOutput->Wake();
     }
@@ -79,6 +88,7 @@ CFrameFlow::RESULT CFrameFlow::Swap(IZFFrame* _pFrameOrNull)
 
 void CFrameFlow::OutputThread()
 {
+    t_pFlow = this;
     CZPtr<IZFFrame> cpFrameIn;
     {
         const std::lock_guard lock(m_mtxSlots);
@@ -123,6 +133,20 @@ HRESULT CFrameFlow::Close(uint32_t _nMaxMs)
     }
     m_evtOutputReady.Set();
     return S_OK;
+}
+
+bool CFrameFlow::IsOutputThread() const
+{
+    return t_pFlow == this;
+}
+
+void CFrameFlow::CloseFromWithin(std::function<void()> _fnAfter)
+{
+    Flush();
+    // Before the event is set, and so before the next frame can come in. Without the lock, which another thread's Close
+    // may hold while it waits for this one.
+    m_bStopping = true;
+    CZWorkerThread::EndCurrent(std::move(_fnAfter));
 }
 
 void CFrameFlow::Abandon()

@@ -4,6 +4,7 @@
 #include "Base/ZThread.h"
 #include "Interfaces/IZFFrame.h"
 
+#include <atomic>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -11,8 +12,8 @@
 /// The one-slot hand-over between the host's thread and the output thread.
 ///
 /// Each call of Receive takes one frame in and gives the result of the frame before: output runs one frame behind, so
-/// that keying overlaps the host's own work. Receive and ReceiveNow are called from one thread at a time;
-/// everything else may be called from any thread at any time.
+/// that keying overlaps the host's own work. Any thread may call at any time; where several hand frames in, each result
+/// comes with whichever call is the next.
 class CFrameFlow
 {
 public:
@@ -42,6 +43,13 @@ public:
     /// did not end in time, and the thread still uses this object.
     HRESULT Close(uint32_t _nMaxMs = c_nThreadStopMs);
 
+    /// Whether the caller is the output thread: the host calls back while a frame is processed or let go.
+    bool IsOutputThread() const;
+
+    /// Close for the output thread itself, which cannot wait for its own end: it stops behind the frame under way, and
+    /// calls _fnAfter as its last act. Other threads' Close waits for that, too.
+    void CloseFromWithin(std::function<void()> _fnAfter);
+
     /// Lets go of a thread that Close could not stop. This object must stay in memory, for the thread still uses it.
     void Abandon();
 
@@ -62,7 +70,7 @@ private:
 
     std::mutex m_mtxThread; // guards the thread object
     std::optional<CSimpleThreadBase<CFrameFlow>> m_thrOutput{std::in_place};
-    bool m_bStopping = false;
+    std::atomic<bool> m_bStopping = false; // told to stop, and not waited for
 
     std::mutex m_mtxSlots; // guards what follows; never held while a frame is processed or released
     CZPtr<IZFFrame> m_cpFrameIn;

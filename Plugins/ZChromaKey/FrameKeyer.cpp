@@ -63,9 +63,30 @@ HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFF
     if (!Z_VERIFY_TEXT(_pFrame && _ppFrameRes, "_pFrame"))
         return E_POINTER;
     *_ppFrameRes = nullptr;
+    if (m_idProcessing == std::this_thread::get_id())
+    {
+        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: called from a method of the frame that is being processed\n");
+        return E_UNEXPECTED;
+    }
     FRAMES frames; // outlives the lock
+    FRAMES framesClosed;
     const std::lock_guard lock(m_mtxProcess);
+    const PROCESSING processing(this, &framesClosed);
     return ProcessLocked(_pFrame, _key, _ppFrameRes, &frames);
+}
+
+CFrameKeyer::PROCESSING::PROCESSING(CFrameKeyer* _pKeyer, FRAMES* _pFrames)
+    : pKeyer(_pKeyer)
+    , pFrames(_pFrames)
+{
+    pKeyer->m_idProcessing = std::this_thread::get_id();
+}
+
+CFrameKeyer::PROCESSING::~PROCESSING()
+{
+    if (std::exchange(pKeyer->m_bCloseWanted, false))
+        pKeyer->CloseLocked(pFrames);
+    pKeyer->m_idProcessing = std::thread::id();
 }
 
 HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes,
@@ -223,9 +244,19 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const C
 
 void CFrameKeyer::Close()
 {
+    if (m_idProcessing == std::this_thread::get_id())
+    {
+        m_bCloseWanted = true;
+        return;
+    }
     FRAMES frames; // outlives the lock
     const std::lock_guard lock(m_mtxProcess);
-    FramesTake(&frames);
+    CloseLocked(&frames);
+}
+
+void CFrameKeyer::CloseLocked(FRAMES* _pFrames)
+{
+    FramesTake(_pFrames);
     m_comparer.Reset();
     m_engine.reset();
     m_upGPU->Close();

@@ -8,9 +8,11 @@
 #include "ZChromaKey/WorkFrame.h"
 #include "ZChromaKey/ZFrameComparer.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <thread>
 
 class CPropStore;
 
@@ -27,10 +29,12 @@ public:
     /// Hands out the keyed frame, which the caller releases; the input is never written to.
     ///
     /// S_OK and a frame; S_FALSE and null: the input passes as it is (key types that do not key, a frame without a
-    /// picture in system memory); else the failure, which has been logged.
+    /// picture in system memory); E_UNEXPECTED: called from a method of the frame that is processed; else the failure,
+    /// which has been logged.
     HRESULT Process(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes);
 
-    /// Gives back frames and processors once the frame under way is done; the next frame makes them again.
+    /// Gives back frames and processors once the frame under way is done; the next frame makes them again. From a
+    /// method of the frame under way: that is seen to behind it.
     void Close();
 
 private:
@@ -43,10 +47,22 @@ private:
         WORK_FRAME work;
         WORK_MASK mask;
     };
+    /// While it lives, under the lock, the calling thread processes a frame; in the end it does what Close put off.
+    struct PROCESSING
+    {
+        PROCESSING(CFrameKeyer* _pKeyer, FRAMES* _pFrames);
+        ~PROCESSING();
+        PROCESSING(const PROCESSING&) = delete;
+        PROCESSING& operator=(const PROCESSING&) = delete;
+
+        CFrameKeyer* pKeyer;
+        FRAMES* pFrames; ///< takes what Close lets go of
+    };
     HRESULT ProcessLocked(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     HRESULT ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
                        IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     void FramesTake(FRAMES* _pFrames);
+    void CloseLocked(FRAMES* _pFrames);
     bool OptionsUpdate();
     void CancelSay(const CHROMA_KEY_RAW& _key);
     HRESULT KeyOnGPU(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes, FRAMES* _pFrames);
@@ -57,6 +73,8 @@ private:
 
     CPropStore* m_pStore;
     std::mutex m_mtxProcess; // held while a frame is processed: Close and a change of threading wait for it
+    std::atomic<std::thread::id> m_idProcessing; // the thread that holds it for a frame
+    bool m_bCloseWanted = false;                 // by that thread
 
     std::optional<CK_FRAME_OPTIONS> m_options;
     std::optional<CChromaKey> m_engine;

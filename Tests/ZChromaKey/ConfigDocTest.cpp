@@ -27,7 +27,10 @@ bool Load(CConfigDoc* _pDoc, std::string_view _svDocument, CONFIG_CONTENT* _pCon
 {
     auto upRoot = CConfigDoc::Read(_svDocument, _pstrReason);
     if (upRoot)
-        _pDoc->Take(std::move(upRoot), _pContent);
+    {
+        CConfigDoc::ContentGet(*upRoot, _pContent);
+        _pDoc->Take(std::move(upRoot));
+    }
     return _pstrReason->empty();
 }
 

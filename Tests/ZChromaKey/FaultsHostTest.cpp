@@ -1,0 +1,300 @@
+#include "Host/TempFolder.h"
+#include "Support/HookFrame.h"
+#include "Support/LogCatcher.h"
+#include "Support/TestFrames.h"
+#include "ZChromaKey/CoZChromaKey.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#if !defined(_WIN32)
+#include "Support/Refuse.h"
+
+#include <csignal>
+#include <sys/resource.h>
+#endif
+
+namespace
+{
+
+CZPtr<CCoZChromaKey> Make(const wchar_t* _pwszOutputThread)
+{
+    auto cpKeyer = CZPtr<CCoZChromaKey>::Adopt(new CCoZChromaKey(GPUKeyer_Create()));
+    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+    EXPECT_EQ(cpKeyer->KeyRawSet(&key, nullptr), S_OK);
+    EXPECT_EQ(cpKeyer->PropsSet(L"output.thread", _pwszOutputThread), S_OK);
+    return cpKeyer;
+}
+
+/// Hands a frame in and takes its result; the first failure of the calls that it takes.
+HRESULT Key(CCoZChromaKey* _pKeyer, IZFFrame* _pFrame)
+{
+    CZPtr<IZFFrame> cpRes;
+    HRESULT hr = _pKeyer->OnMediaReceive(_pFrame, cpRes.Put());
+    if (hr == S_FALSE)
+        hr = _pKeyer->OnMediaReceive(nullptr, cpRes.Put());
+    return FAILED(hr) || cpRes ? hr : E_FAIL;
+}
+
+#if !defined(_WIN32)
+
+TEST(FaultsThreads, ThreadsThatCannotBeStarted)
+{
+    for (const wchar_t* pwszOutputThread : {L"false", L"true"})
+    {
+        int nPoints = 0;
+        bool bRefused = true;
+        while (bRefused)
+        {
+            const auto cpKeyer = Make(pwszOutputThread);
+            const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 64, 48);
+            EXPECT_EQ(cpKeyer->PropsSet(L"process.threads", L"5"), S_OK);
+            const CLogCatcher log(eZLog_Error);
+            Refuse_Thread(nPoints + 1);
+            const HRESULT hr = Key(cpKeyer.Get(), cpFrame.Get());
+            bRefused = Refuse_End();
+            nPoints += bRefused;
+            EXPECT_EQ(hr, bRefused ? E_OUTOFMEMORY : S_OK);
+            EXPECT_EQ(log.Count("no thread for"), bRefused ? 1u : 0u);
+            EXPECT_EQ(Key(cpKeyer.Get(), cpFrame.Get()), S_OK) << "there are threads again";
+            ASSERT_LT(nPoints, 100);
+        }
+        EXPECT_EQ(nPoints, *pwszOutputThread == L't' ? 6 : 5);
+        std::printf("output.thread %ls: %d threads refused\n", pwszOutputThread, nPoints);
+    }
+    EXPECT_TRUE(ZModule_IsIdle());
+}
+
+/// No file of this program can grow beyond a few bytes while this lives.
+class CFullDisk
+{
+public:
+    CFullDisk()
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_limitBefore);
+        const rlimit limit = {100, m_limitBefore.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~CFullDisk()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_limitBefore);
+        std::signal(SIGXFSZ, SIG_DFL);
+    }
+    CFullDisk(const CFullDisk&) = delete;
+    CFullDisk& operator=(const CFullDisk&) = delete;
+
+private:
+    rlimit m_limitBefore = {};
+};
+
+#endif
+
+TEST(FaultsDisk, DocumentsThatCannotBeSaved)
+{
+    const CTempFolder folder;
+    const auto cpKeyer = Make(L"false");
+    folder.Write("keys.xml", "as it was");
+    folder.Write("folder.xml", "");
+    std::filesystem::remove(folder.Path("folder.xml"));
+    std::filesystem::create_directory(folder.Path("folder.xml"));
+    const auto fnSave = [&](const std::string& _strPath) {
+        return cpKeyer->PersistSaveToFile(ZText_ToWide(_strPath).c_str());
+    };
+    const auto fnRefused = [&](const std::string& _strPath, const char* _pszReason) {
+        const CLogCatcher log(eZLog_Error);
+        EXPECT_EQ(fnSave(_strPath), E_FAIL) << _strPath;
+        EXPECT_EQ(log.Count(_strPath), 1u) << "the message names the file";
+        EXPECT_EQ(log.Count(_pszReason), 1u) << _strPath;
+        EXPECT_EQ(folder.Read("keys.xml"), "as it was");
+        EXPECT_EQ(folder.Files(), 2u) << "a temporary file is left";
+    };
+    fnRefused(folder.Path("folder.xml"), "folder");
+    fnRefused(folder.Path("keys.xml/keys.xml"), "check that its folder exists");
+    fnRefused(folder.Path("none/keys.xml"), "check that its folder exists");
+#if !defined(_WIN32)
+    fnRefused("/dev/full", "No space left on device");
+    {
+        const CFullDisk disk;
+        fnRefused(folder.Path("keys.xml"), "File too large");
+        fnRefused(folder.Path("new.xml"), "File too large");
+    }
+#endif
+    EXPECT_EQ(fnSave(folder.Path("keys.xml")), S_OK);
+    EXPECT_EQ(cpKeyer->PersistLoad(ZText_ToWide(folder.Path("keys.xml")).c_str()), S_OK);
+}
+
+/// Where in a frame the host calls back.
+enum eWhere
+{
+    eWhere_Method,  ///< from a method of the frame, while it is processed
+    eWhere_Release, ///< when the last reference to the frame goes, on the output thread
+};
+
+class FaultsHost : public testing::TestWithParam<std::tuple<const wchar_t*, eWhere>>
+{
+protected:
+    /// Hands a frame in from which _fnCall is made, once, and waits until it has been.
+    void Receive(CCoZChromaKey* _pKeyer, const std::function<void()>& _fnCall)
+    {
+        const auto [pwszOutputThread, eFrom] = GetParam();
+        auto spOnce = std::make_shared<std::atomic<bool>>(false);
+        const auto fnOnce = [this, spOnce, _fnCall] {
+            if (!spOnce->exchange(true))
+            {
+                _fnCall();
+                m_evtCalled.Set();
+            }
+        };
+        CHookFrame::HOOK fnHook = [fnOnce](const std::string& _strMethod) {
+            if (_strMethod == "FrameCreate")
+                fnOnce();
+            return S_OK;
+        };
+        if (eFrom == eWhere_Release)
+            fnHook = [spEnd = std::shared_ptr<void>(nullptr, [fnOnce](void*) { fnOnce(); })](const std::string&) {
+                return S_OK;
+            };
+        auto cpFrame = CHookFrame::Make(TestFrame_Make(eZFCC_RGB32, 64, -48).Get(), std::move(fnHook));
+        fnHook = {};
+        CZPtr<IZFFrame> cpRes;
+        const HRESULT hr = _pKeyer->OnMediaReceive(cpFrame.Get(), cpRes.Put());
+        EXPECT_TRUE(hr == S_OK || hr == S_FALSE) << std::hex << hr;
+        cpFrame.Reset();
+    }
+
+    CZEvent m_evtCalled;
+};
+
+TEST_P(FaultsHost, ClosesInTheMiddleOfAFrame)
+{
+    const auto [pwszOutputThread, eFrom] = GetParam();
+    const CLogCatcher log(eZLog_Warning);
+    const auto timeBegin = std::chrono::steady_clock::now();
+    const auto cpKeyer = Make(pwszOutputThread);
+    HRESULT hrClose = E_FAIL;
+    const auto fnClose = [&] { hrClose = cpKeyer->Close(); };
+    for (int n = 0; n < 2; ++n) // it works again after the first time
+    {
+        m_evtCalled.Reset();
+        Receive(cpKeyer.Get(), fnClose);
+        if (eFrom == eWhere_Release && !m_evtCalled.Wait(0)) // the plug-in holds the last frame it has seen
+        {
+            CZPtr<IZFFrame> cpRes;
+            cpKeyer->OnMediaReceive(TestFrame_Make(eZFCC_RGB32, 72, -48).Get(), cpRes.Put());
+        }
+        ASSERT_TRUE(m_evtCalled.Wait(5000));
+        EXPECT_EQ(hrClose, S_OK);
+    }
+    EXPECT_EQ(cpKeyer->OnMediaFlush(), S_OK);
+    CZPtr<IZFFrame> cpRes;
+    while (cpKeyer->OnMediaReceive(nullptr, cpRes.Put()) != S_FALSE)
+    {
+    }
+    EXPECT_EQ(Key(cpKeyer.Get(), TestFrame_Make(eZFCC_RGB32, 80, -48).Get()), S_OK);
+    EXPECT_LT(std::chrono::steady_clock::now() - timeBegin, std::chrono::seconds(5)) << "somebody waited for himself";
+    EXPECT_EQ(log.Count(""), 0u);
+}
+
+TEST_P(FaultsHost, LetsEverythingGoInTheMiddleOfAFrame)
+{
+    const auto [pwszOutputThread, eFrom] = GetParam();
+    const CLogCatcher log(eZLog_Warning);
+    const auto timeBegin = std::chrono::steady_clock::now();
+    CCoZChromaKey* const pKeyer = Make(pwszOutputThread).Detach();
+    Receive(pKeyer, [&] { pKeyer->Release(); });
+    if (eFrom == eWhere_Release) // the plug-in holds the last frame it has seen
+    {
+        CZPtr<IZFFrame> cpRes;
+        pKeyer->OnMediaReceive(TestFrame_Make(eZFCC_RGB32, 72, -48).Get(), cpRes.Put());
+    }
+    ASSERT_TRUE(m_evtCalled.Wait(5000));
+    while (!ZModule_IsIdle() && std::chrono::steady_clock::now() - timeBegin < std::chrono::seconds(5))
+        std::this_thread::sleep_for(std::chrono::milliseconds(1)); // the output thread comes to its end
+    EXPECT_TRUE(ZModule_IsIdle());
+    EXPECT_EQ(log.Count(""), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(From, FaultsHost,
+                         testing::Combine(testing::Values(L"false", L"true"),
+                                          testing::Values(eWhere_Method, eWhere_Release)),
+                         [](const auto& _info) {
+                             const std::string strThread =
+                                 *std::get<0>(_info.param) == L't' ? "OutputThread" : "CallingThread";
+                             return strThread + (std::get<1>(_info.param) == eWhere_Method ? "Method" : "Release");
+                         });
+
+TEST(FaultsHosts, CallFromManyThreadsAtOnce)
+{
+    const CLogCatcher log(eZLog_Error);
+    const auto cpKeyer = Make(L"true");
+    const auto cpPicture = TestFrame_Make(eZFCC_UYVY, 64, 48);
+    EXPECT_EQ(cpKeyer->KeyFrameSet(cpPicture.Get(), nullptr), S_OK);
+    std::atomic<bool> bStop{false};
+    std::atomic<int> nResults{0};
+    std::atomic<int> nSaved{0};
+    const auto fnFrames = [&](int _n) {
+        static const uint32_t s_arrFormats[] = {eZFCC_RGB32, eZFCC_UYVY, eZFCC_ARGB32};
+        thread_local const auto t_cpFrame = TestFrame_Make(s_arrFormats[_n % 3], 64 + 8 * (_n % 5), 48);
+        CZPtr<IZFFrame> cpRes;
+        t_cpFrame->IdentityRenew();
+        const HRESULT hr = cpKeyer->OnMediaReceive(_n % 7 ? t_cpFrame.Get() : nullptr, cpRes.Put());
+        EXPECT_TRUE(hr == S_OK || hr == S_FALSE) << std::hex << hr;
+        nResults += hr == S_OK;
+    };
+    const auto fnSaveAndLoad = [&](int _n) {
+        BSTR bsDocument = nullptr;
+        EXPECT_EQ(cpKeyer->PersistSaveToString(&bsDocument), S_OK);
+        EXPECT_EQ(_n % 4 ? S_OK : cpKeyer->PersistLoad(bsDocument), S_OK);
+        SysFreeString(bsDocument);
+        ++nSaved;
+    };
+    const auto fnEdit = [&](int _n) {
+        static wchar_t s_wszProps[] = L"blocks=8";
+        const CHROMA_KEY_RAW key = TestKey(eCKT_RGB + _n % 3);
+        EXPECT_GE(cpKeyer->KeyRawSet(&key, nullptr), 0);
+        EXPECT_GE(cpKeyer->KeyAddPoint(5, 40), 0);
+        EXPECT_GE(_n % 8 ? S_OK : cpKeyer->KeyDetect(s_wszProps), 0);
+        EXPECT_GE(cpKeyer->KeyStepBack(1), 0);
+    };
+    const auto fnOptions = [&](int _n) {
+        const wchar_t* const arrNumbers[] = {L"1", L"2", L"3"};
+        EXPECT_EQ(cpKeyer->PropsSet(L"process.threads", arrNumbers[_n % 3]), S_OK);
+        EXPECT_EQ(cpKeyer->PropsSet(L"output.argb", _n % 2 ? L"true" : L"false"), S_OK);
+        EXPECT_EQ(cpKeyer->PropsSet(L"output.thread", _n % 16 < 8 ? L"true" : L"false"), S_OK);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    };
+    const auto fnInterrupt = [&](int _n) {
+        EXPECT_EQ(_n % 4 ? cpKeyer->OnMediaFlush() : cpKeyer->Close(), S_OK);
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    };
+    std::vector<std::thread> vecThreads;
+    for (const std::function<void(int)>& fnStep : {std::function<void(int)>(fnFrames),
+                                                   {fnFrames},
+                                                   {fnFrames},
+                                                   {fnSaveAndLoad},
+                                                   {fnEdit},
+                                                   {fnOptions},
+                                                   {fnInterrupt}})
+        vecThreads.emplace_back([&bStop, fnStep] {
+            for (int n = 0; !bStop; ++n)
+                fnStep(n);
+        });
+    const auto timeBegin = std::chrono::steady_clock::now();
+    while (std::chrono::steady_clock::now() - timeBegin < std::chrono::seconds(20) && (nResults < 300 || nSaved < 50))
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    bStop = true;
+    for (std::thread& thrCall : vecThreads)
+        thrCall.join();
+    EXPECT_GE(nResults, 300);
+    EXPECT_GE(nSaved, 50);
+    EXPECT_EQ(log.Count(""), 0u);
+}
+
+} // namespace

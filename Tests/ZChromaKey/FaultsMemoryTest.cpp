@@ -1,0 +1,358 @@
+#include "Host/TempFolder.h"
+#include "Image/ImgPlane.h"
+#include "Interfaces/IZKey.h"
+#include "Interfaces/ZGuids.h"
+#include "Support/AllocCounter.h"
+#include "Support/TestFrames.h"
+#include "ZChromaKey/CoZChromaKey.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+// Every allocation of every kind of call is refused once, alone and with all that follow it. Each time the call has to
+// say that memory is short, or succeed all the same; what was set before is still there, nothing is lost, and the same
+// call succeeds afterwards.
+
+namespace
+{
+
+/// Takes lines at all levels and keeps none, so that making them is part of what can fail.
+class CNullSink final : public IZLogSink
+{
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** _ppvObject) override
+    {
+        *_ppvObject = nullptr;
+        return E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override
+    {
+        return 2;
+    }
+    ULONG STDMETHODCALLTYPE Release() override
+    {
+        return 1;
+    }
+    void STDMETHODCALLTYPE LogLine(int32_t, const char*) override
+    {
+    }
+};
+
+constexpr int c_nWidth = 64;
+constexpr int c_nHeight = 48;
+
+/// A plug-in object, and the frames that a call may need, made while there is memory.
+struct SUBJECT
+{
+    SUBJECT()
+        : cpFrame(TestFrame_Make(eZFCC_RGB32, c_nWidth, -c_nHeight))
+        , cpFrameLarge(TestFrame_Make(eZFCC_UYVY, 2 * c_nWidth, 2 * c_nHeight))
+    {
+    }
+    void Make()
+    {
+        EXPECT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, cpKey.PutVoid()), S_OK);
+    }
+    void Option(const wchar_t* _pwszName, const wchar_t* _pwszValue) const
+    {
+        EXPECT_EQ(ZQuery<IZProps>(cpKey)->PropsSet(_pwszName, _pwszValue), S_OK);
+    }
+    HRESULT Receive(IZFFrame* _pFrameOrNull)
+    {
+        return cpProcess->OnMediaReceive(_pFrameOrNull, cpResult.Put());
+    }
+    std::string Document() const
+    {
+        BSTR bsDocument = nullptr;
+        EXPECT_EQ(ZQuery<IZFPersist>(cpKey)->PersistSaveToString(&bsDocument), S_OK);
+        std::string strDocument = ZText_FromWide({bsDocument ? bsDocument : L"", SysStringLen(bsDocument)});
+        SysFreeString(bsDocument);
+        return strDocument;
+    }
+
+    CZPtr<CZFrame> cpFrame;
+    CZPtr<CZFrame> cpFrameLarge;
+    CZPtr<IZChromaKey> cpKey;
+    CZPtr<IZFProcess> cpProcess;
+    CZPtr<IZFPersist> cpPersist;
+    CZPtr<IZProps> cpProps;
+    CZPtr<IZFFrame> cpResult;
+    CZPtr<IZKey> cpKeyObject;
+    BSTR bsText = nullptr;
+};
+
+/// A mask is there, and is that of the test picture.
+bool IsKeyed(IZFFrame* _pFrame)
+{
+    CZPtr<IUnknown> cpAttached;
+    if (!_pFrame || FAILED(_pFrame->AttachmentGet(L"mask", cpAttached.Put())))
+        return false;
+    const auto cpMask = ZQuery<IZFFrame>(cpAttached);
+    ZF_VID_PTR vidPtr = {};
+    if (!cpMask || FAILED(cpMask->VideoPtrGet(eZFP_Flip, &vidPtr)))
+        return false;
+    const ZF_SIZE& szMask = vidPtr.szVideoPlanes[0];
+    const uint8_t* const pRow = Img_RowOf(vidPtr, 0, szMask.cy - 1);
+    return pRow[2] == 0 && pRow[szMask.cx / 2 - 3] == 0 && pRow[szMask.cx / 2 + 2] == 255;
+}
+
+/// A call that is made with too little memory.
+struct OPERATION
+{
+    const char* pszName;
+    std::function<void(SUBJECT&)> fnPrepare; ///< with memory
+    std::function<HRESULT(SUBJECT&)> fnCall;
+    std::function<bool(SUBJECT&)> fnDone; ///< whether all that the call had to do is done
+    std::function<bool()> fnIntact = {};  ///< whether a failed call left what is outside the object as it was
+};
+
+struct COUNTS
+{
+    int nPoints = 0;   ///< allocations refused, one a run
+    int nFailed = 0;   ///< runs that answered a failure
+    int nSurvived = 0; ///< runs that succeeded all the same
+};
+
+class Faults : public testing::Test
+{
+protected:
+    Faults()
+    {
+        ZLog_Set(&m_sink, eZLog_Verbose);
+    }
+    ~Faults() override
+    {
+        ZLog_Set(nullptr, eZLog_Warning);
+    }
+
+    /// How an object ends that was prepared and called with all the memory it wants, and how it began.
+    void Reference(const OPERATION& _op)
+    {
+        SUBJECT subject;
+        Prepare(_op, &subject);
+        m_strBefore = subject.cpKey ? subject.Document() : "";
+        EXPECT_GE(_op.fnCall(subject), 0);
+        EXPECT_TRUE(_op.fnDone(subject));
+        m_strAfter = subject.Document();
+        SysFreeString(subject.bsText);
+    }
+    static void Prepare(const OPERATION& _op, SUBJECT* _pSubject)
+    {
+        _op.fnPrepare(*_pSubject);
+        _pSubject->cpProcess = ZQuery<IZFProcess>(_pSubject->cpKey);
+        _pSubject->cpPersist = ZQuery<IZFPersist>(_pSubject->cpKey);
+        _pSubject->cpProps = ZQuery<IZProps>(_pSubject->cpKey);
+    }
+
+    /// One run; false when the call came to its end before the allocation that was to be refused.
+    bool Run(const OPERATION& _op, uint64_t _nFirst, uint64_t _nCount, COUNTS* _pCounts)
+    {
+        const int64_t nLive = AllocLive();
+        uint64_t nRefused = 0;
+        {
+            SUBJECT subject;
+            Prepare(_op, &subject);
+            const bool bAlive = static_cast<bool>(subject.cpKey);
+            AllocFault_Set(_nFirst, _nCount);
+            const HRESULT hr = _op.fnCall(subject);
+            nRefused = AllocFault_End();
+            if (FAILED(hr))
+            {
+                EXPECT_EQ(hr, E_OUTOFMEMORY);
+                EXPECT_FALSE(subject.cpResult || subject.bsText || subject.cpKeyObject) << "something was handed out";
+                EXPECT_TRUE(!_op.fnIntact || _op.fnIntact());
+                EXPECT_EQ(bAlive ? subject.Document() : "", m_strBefore);
+                EXPECT_GE(_op.fnCall(subject), 0) << "there is memory again";
+            }
+            EXPECT_TRUE(_op.fnDone(subject)) << std::hex << hr;
+            EXPECT_EQ(subject.Document(), m_strAfter);
+            _pCounts->nFailed += FAILED(hr);
+            _pCounts->nSurvived += nRefused && SUCCEEDED(hr);
+            SysFreeString(subject.bsText);
+            subject.cpResult.Reset();
+            subject.cpKeyObject.Reset();
+            subject.cpProcess.Reset();
+            subject.cpPersist.Reset();
+            subject.cpProps.Reset();
+            subject.cpKey.Reset();
+            for (const auto& cpFrame : {subject.cpFrame, subject.cpFrameLarge})
+                EXPECT_EQ(RefsOf(cpFrame.Get()), 2u) << "the frame and its copy in this loop";
+        }
+        EXPECT_TRUE(ZModule_IsIdle());
+        EXPECT_EQ(AllocLive(), nLive);
+        _pCounts->nPoints += nRefused > 0;
+        return nRefused > 0;
+    }
+    /// All runs of a call.
+    void RunAll(const OPERATION& _op)
+    {
+        SCOPED_TRACE(_op.pszName);
+        Reference(_op);
+        COUNTS counts;
+        for (const uint64_t nCount : {uint64_t{1}, uint64_t{1} << 40})
+        {
+            uint64_t nFirst = 1;
+            while (!HasFailure() && Run(_op, nFirst, nCount, &counts))
+                ++nFirst;
+            EXPECT_FALSE(HasFailure()) << "allocation " << nFirst << ", " << nCount << " refused";
+        }
+        EXPECT_GT(counts.nPoints, 0) << "nothing was refused";
+        RecordProperty(std::string(_op.pszName) + ".points", counts.nPoints);
+        std::printf("%-34s %4d points: %4d failed cleanly, %4d succeeded all the same\n", _op.pszName, counts.nPoints,
+                    counts.nFailed, counts.nSurvived);
+    }
+    static ULONG RefsOf(IZFFrame* _pFrame)
+    {
+        _pFrame->AddRef();
+        return _pFrame->Release();
+    }
+
+    CNullSink m_sink;
+    std::string m_strBefore;
+    std::string m_strAfter;
+};
+
+void MakeDirect(SUBJECT& _subject)
+{
+    _subject.Make();
+    _subject.Option(L"output.thread", L"false");
+    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+    EXPECT_EQ(_subject.cpKey->KeyRawSet(&key, nullptr), S_OK);
+}
+
+void MakeThreaded(SUBJECT& _subject)
+{
+    MakeDirect(_subject);
+    _subject.Option(L"output.thread", L"true");
+}
+
+/// With another frame behind it, in another format, for more threads, with more to do.
+void MakeWarm(SUBJECT& _subject)
+{
+    MakeDirect(_subject);
+    CZPtr<IZFFrame> cpResult;
+    EXPECT_EQ(ZQuery<IZFProcess>(_subject.cpKey)->OnMediaReceive(_subject.cpFrame.Get(), cpResult.Put()), S_OK);
+    _subject.Option(L"output.argb", L"true");
+    _subject.Option(L"keying.borders", L"8,0,8,0");
+    _subject.Option(L"process.threads", L"4");
+    CHROMA_KEY_RAW key = TestKey(eCKT_HLS);
+    key.nEdgesSmooth = 1;
+    EXPECT_EQ(_subject.cpKey->KeyRawSet(&key, nullptr), S_OK);
+}
+
+void MakeForEditing(SUBJECT& _subject)
+{
+    MakeDirect(_subject);
+    EXPECT_EQ(_subject.cpKey->KeyFrameSet(_subject.cpFrame.Get(), nullptr), S_OK);
+}
+
+bool KeyedResult(SUBJECT& _subject)
+{
+    return IsKeyed(_subject.cpResult.Get());
+}
+
+bool Keys(SUBJECT& _subject)
+{
+    CZPtr<IZFFrame> cpResult;
+    _subject.Option(L"output.thread", L"false");
+    const bool bKeys =
+        SUCCEEDED(ZQuery<IZFProcess>(_subject.cpKey)->OnMediaReceive(_subject.cpFrame.Get(), cpResult.Put()));
+    return bKeys && IsKeyed(cpResult.Get());
+}
+
+HRESULT CreateThroughFactory(SUBJECT& _subject)
+{
+    CZPtr<IClassFactory> cpFactory;
+    const HRESULT hr = ZModule_GetClassObject(CLSID_ZChromaKey, CZIidOf<IClassFactory>::Value, cpFactory.PutVoid());
+    return FAILED(hr) ? hr : cpFactory->CreateInstance(nullptr, IID_IZChromaKey, _subject.cpKey.PutVoid());
+}
+
+HRESULT ReceiveThreaded(SUBJECT& _subject)
+{
+    const HRESULT hr = _subject.Receive(_subject.cpFrame.Get());
+    return FAILED(hr) ? hr : _subject.Receive(nullptr);
+}
+
+TEST_F(Faults, MemoryRunsOutInEveryCall)
+{
+    const OPERATION arrOperations[] = {
+        {"create", [](SUBJECT&) {}, CreateThroughFactory,
+         [](SUBJECT& _s) {
+             const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+             return SUCCEEDED(_s.cpKey->KeyRawSet(&key, nullptr)) && Keys(_s);
+         }},
+        {"set keys", MakeDirect,
+         [](SUBJECT& _s) {
+             const CHROMA_KEY_RAW key = TestKey(eCKT_YUV);
+             return _s.cpKey->KeyRawSet(&key, nullptr);
+         },
+         [](SUBJECT& _s) {
+             CHROMA_KEY_RAW key = {};
+             return SUCCEEDED(_s.cpKey->KeyRawGet(&key, nullptr)) && key.eType == eCKT_YUV;
+         }},
+        {"set option", MakeDirect,
+         [](SUBJECT& _s) { return _s.cpProps->PropsSet(L"some.option", L"a value that is longer than a short text"); },
+         [](SUBJECT& _s) { return _s.Document().find("some.option") != std::string::npos; }},
+        {"get option", MakeDirect, [](SUBJECT& _s) { return _s.cpProps->PropsGet(L"output.thread", &_s.bsText); },
+         [](SUBJECT& _s) { return SysStringLen(_s.bsText) == 5; }},
+        {"first frame", MakeDirect, [](SUBJECT& _s) { return _s.Receive(_s.cpFrame.Get()); }, KeyedResult},
+        {"second frame", MakeWarm, [](SUBJECT& _s) { return _s.Receive(_s.cpFrameLarge.Get()); }, KeyedResult},
+        {"first frame, output thread", MakeThreaded, ReceiveThreaded, KeyedResult},
+    };
+    for (const OPERATION& op : arrOperations)
+        RunAll(op);
+}
+
+TEST_F(Faults, MemoryRunsOutWhileKeysAreEdited)
+{
+    static wchar_t s_wszBlocks[] = L"show_blocks=true";
+    const OPERATION arrOperations[] = {
+        {"detect", MakeForEditing, [](SUBJECT& _s) { return _s.cpKey->KeyDetect(s_wszBlocks); }, Keys},
+        {"pick a point", MakeForEditing, [](SUBJECT& _s) { return _s.cpKey->KeyAddPoint(5, 40); }, Keys},
+        {"exclude a point", MakeForEditing, [](SUBJECT& _s) { return _s.cpKey->KeyExcludePoint(60, 10); }, Keys},
+        {"add a rectangle", MakeForEditing, [](SUBJECT& _s) { return _s.cpKey->KeyAddRect(2, 20, 25, 44); }, Keys},
+        {"adjust", MakeForEditing, [](SUBJECT& _s) { return _s.cpKey->KeyAdjustSet(eCKA_KeyType, eCKT_YUV); }, Keys},
+        {"get key object", MakeForEditing, [](SUBJECT& _s) { return _s.cpKey->KeyGet(nullptr, _s.cpKeyObject.Put()); },
+         [](SUBJECT& _s) { return static_cast<bool>(_s.cpKeyObject); }},
+    };
+    for (const OPERATION& op : arrOperations)
+        RunAll(op);
+}
+
+TEST_F(Faults, MemoryRunsOutWhileSavingAndLoading)
+{
+    const CTempFolder folder;
+    const std::wstring wstrFile = ZText_ToWide(folder.Path("keys.xml"));
+    const std::wstring wstrOther = ZText_ToWide(folder.Path("other.xml"));
+    const auto fnMake = [](SUBJECT& _s, const wchar_t* _pwszDocument, eCK_Type _eType) {
+        MakeDirect(_s);
+        const CHROMA_KEY_RAW key = TestKey(_eType);
+        EXPECT_EQ(ZQuery<IZFPersist>(_s.cpKey)->PersistLoad(_pwszDocument), S_OK);
+        EXPECT_EQ(_s.cpKey->KeyRawSet(&key, nullptr), S_OK);
+    };
+    const auto fnPrepare = [&](SUBJECT& _s) {
+        folder.Write("keys.xml", "as it was");
+        fnMake(_s, L"<zl-root><guest b=\"of the first document\"/><ZChromaKey/></zl-root>", eCKT_RGB);
+    };
+    SUBJECT other;
+    fnMake(other, L"<zl-root><guest a=\"of another program\"/><ZChromaKey/></zl-root>", eCKT_YUV);
+    other.Option(L"process.threads", L"3");
+    ASSERT_EQ(ZQuery<IZFPersist>(other.cpKey)->PersistSaveToFile(wstrOther.c_str()), S_OK);
+    other.cpKey.Reset();
+    const auto fnLoaded = [](SUBJECT& _s) { return _s.Document().find("of another program") != std::string::npos; };
+    const OPERATION arrOperations[] = {
+        {"save to a string", fnPrepare, [](SUBJECT& _s) { return _s.cpPersist->PersistSaveToString(&_s.bsText); },
+         [](SUBJECT& _s) {
+             return ZText_FromWide({_s.bsText, SysStringLen(_s.bsText)}) == _s.Document();
+         }},
+        {"save to a file", fnPrepare, [&](SUBJECT& _s) { return _s.cpPersist->PersistSaveToFile(wstrFile.c_str()); },
+         [&](SUBJECT& _s) { return folder.Read("keys.xml") == _s.Document(); },
+         [&] { return folder.Files() == 2 && folder.Read("keys.xml") == "as it was"; }},
+        {"load a file", fnPrepare, [&](SUBJECT& _s) { return _s.cpPersist->PersistLoad(wstrOther.c_str()); }, fnLoaded},
+    };
+    for (const OPERATION& op : arrOperations)
+        RunAll(op);
+}
+
+} // namespace

@@ -47,11 +47,15 @@ int KeyAt(int _nX, int _nWidth, int _nKeys)
 
 } // namespace
 
-PICTURE BenchScene_Picture(int _nWidth, int _nHeight, int _nKeys, uint32_t _nNumber)
+PICTURE BenchScene_Picture(int _nWidth, int _nHeight, int _nKeys, eBenchScene _eScene)
 {
     PICTURE picture;
     picture.Resize(_nWidth, _nHeight, 4);
-    uint32_t nRandom = _nNumber;
+    uint32_t nRandom = 1;
+    const auto fnNoise = [&](uint32_t _nRange) {
+        nRandom = nRandom * 1664525u + 1013904223u;
+        return (nRandom >> 24) % _nRange;
+    };
     for (int y = 0; y < _nHeight; ++y)
         for (int x = 0; x < _nWidth; ++x)
         {
@@ -60,10 +64,8 @@ PICTURE BenchScene_Picture(int _nWidth, int _nHeight, int _nKeys, uint32_t _nNum
             const uint8_t* pColor = nKey < 0 ? c_arrFigure : color.arrBGRA;
             uint8_t* pPixel = picture.Row(y) + 4 * x;
             for (int c = 0; c < 3; ++c)
-            {
-                nRandom = nRandom * 1664525u + 1013904223u;
-                pPixel[c] = static_cast<uint8_t>(pColor[c] + (nRandom >> 24) % c_nNoise - c_nNoise / 2);
-            }
+                pPixel[c] = static_cast<uint8_t>(_eScene == eBS_Random ? fnNoise(256)
+                                                                       : pColor[c] + fnNoise(c_nNoise) - c_nNoise / 2);
             pPixel[3] = 255;
         }
     return picture;
@@ -94,21 +96,38 @@ CZPtr<IZFFrame> BenchScene_Frame(const PICTURE& _picture, uint32_t _fccType, CZF
     return CZPtr<IZFFrame>::Adopt(cpFrame.Detach());
 }
 
-CHROMA_KEY_RAW BenchScene_Keys(const ZF_VID_PROPS& _vidProps, int _nKeys)
+BENCH_RING BenchScene_Ring(const PICTURE& _picture, uint32_t _fccType)
+{
+    BENCH_RING ring;
+    ring[0] = BenchScene_Frame(_picture, _fccType);
+    for (size_t i = 1; i < ring.size(); ++i)
+        if (const HRESULT hr = ZQuery<IZFFrame2>(ring[0])->FrameClone(eZFC_OwnPicture, ring[i].Put()); FAILED(hr))
+            throw CZHostError(ZFormat("no memory for %d frames (hr=%08X); measure a smaller size", ring.size(), hr));
+    return ring;
+}
+
+eCK_Type BenchScene_Type(uint32_t _fccType)
+{
+    return FCC_IsRGB(_fccType) ? eCKT_RGB : eCKT_YUV;
+}
+
+CHROMA_KEY_RAW BenchScene_Keys(const ZF_VID_PROPS& _vidProps, eCK_Type _eType, int _nKeys)
 {
     CHROMA_KEY_RAW keys = {};
-    keys.eType = FCC_IsRGB(_vidProps.fccType) ? eCKT_RGB : eCKT_YUV;
+    keys.eType = _eType;
     keys.nKeysUsed = _nKeys;
     keys.nMaxTransparent = 255;
     for (int i = 0; i < _nKeys; ++i)
     {
         const STRIPE_COLOR color = ColorOf(i);
         uint8_t arrWord[4] = {color.arrBGRA[2], color.arrBGRA[1], color.arrBGRA[0], 0};
-        if (keys.eType == eCKT_YUV)
+        if (_eType == eCKT_YUV)
             Img_RowToYUV(color.arrBGRA, arrWord, 1, Img_MatrixOf(_vidProps));
+        if (_eType == eCKT_HLS)
+            Img_RowToHLS(color.arrBGRA, arrWord, 1);
         keys.arrKeys[i].nValue = arrWord[0] | uint32_t{arrWord[1]} << 8 | uint32_t{arrWord[2]} << 16;
-        keys.arrKeys[i].nDelta = 0x101010;
-        keys.arrKeys[i].nSmoothRange = 24;
+        keys.arrKeys[i].nDelta = 0x202020;
+        keys.arrKeys[i].nSmoothRange = 40;
     }
     return keys;
 }

@@ -19,6 +19,16 @@ std::string GuidText(REFGUID _guid)
     return strText + "}";
 }
 
+/// What ZCK_SIMD can ask for here.
+std::string LevelsText()
+{
+    std::string strText;
+    for (const eSIMD_Level eLevel : {eSIMD_None, eSIMD_AVX2, eSIMD_AVX512})
+        if (eLevel <= ZCpu_Detected())
+            strText += ZFormat(strText.empty() ? "%hs" : " %hs", ZCpu_LevelName(eLevel));
+    return strText;
+}
+
 std::string InfoText()
 {
     std::string strText = ZFormat("plug-in\t%s\n", CZKeyer().NameAndVersion());
@@ -26,6 +36,7 @@ std::string InfoText()
     strText += ZFormat("processor\t%s\n", ZSystem_Processor());
     strText += ZFormat("SIMD in use\t%s\n", ZCpu_LevelName(ZCpu_Level()));
     strText += ZFormat("SIMD available\t%s\n", ZCpu_LevelName(ZCpu_Detected()));
+    strText += "SIMD levels\t" + LevelsText() + "\n";
     strText += "GPU adapters\tnone\n";
     strText += ZFormat("class ZChromaKey\t%s\n", GuidText(CLSID_ZChromaKey));
     strText += ZFormat("class ZKey\t%s\n", GuidText(CLSID_ZKey));

@@ -88,7 +88,7 @@ void CZSoaker::SourcesMake()
     const auto cpPool = CZFramePool::Create();
     const auto fnAdd = [&](uint32_t _fccType, const SOAK_SIZE& _size) {
         const PICTURE picture =
-            BenchScene_Picture(_size.nWidth, _size.nHeight, c_nSceneKeys, static_cast<uint32_t>(m_random()));
+            BenchScene_Picture(_size.nWidth, _size.nHeight, c_nSceneKeys, OneIn(3) ? eBS_Random : eBS_Screen);
         m_vecSources.push_back({ZFormat("%dx%d %s", _size.nWidth, _size.nHeight, FCC_Name(_fccType)),
                                 ZQuery<IZFFrame2>(BenchScene_Frame(picture, _fccType, cpPool.Get()))});
     };
@@ -231,7 +231,7 @@ void CZSoaker::KeysChange()
 {
     ZF_VID_PROPS vidProps = {};
     CZKeyer::Check(SourceAny().cpFrame->VideoPropsGet(&vidProps), "looking at a frame");
-    CHROMA_KEY_RAW keys = BenchScene_Keys(vidProps, Pick(1, c_nSceneKeys));
+    CHROMA_KEY_RAW keys = BenchScene_Keys(vidProps, BenchScene_Type(vidProps.fccType), Pick(1, c_nSceneKeys));
     if (OneIn(2))
     {
         keys.eType = OneIn(16) ? Pick(eCKT_Alpha, eCKT_Auto) : Pick(eCKT_RGB, eCKT_YUV);

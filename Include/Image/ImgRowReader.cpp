@@ -39,6 +39,9 @@ constexpr READ_FORMAT c_arrFormats[] = {
 };
 // clang-format on
 
+// Longer rows would drive from the cache what is worked on.
+constexpr int64_t c_cbMaxExpect = 32768;
+
 // Wider rows would not fit the 32-bit sizes that callers work with.
 constexpr int c_nMaxWidth = 1 << 26;
 
@@ -123,6 +126,7 @@ HRESULT CImgRowReader::Init(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vi
     if (FAILED(hr))
         return hr;
     m_bFields = m_nChromaDiv > 1 && VidProps_FieldOrder(&_vidProps) != 0;
+    m_cbExpect = static_cast<size_t>(std::min(BytesUsed(pFormat->eLayout, _vidProps.nWidth), c_cbMaxExpect));
     m_bInPlace = pFormat->eLayout == eIL_RGB32 || pFormat->eLayout == eIL_ARGB32;
     m_pfnRead = ImgKernels().apfnRead[pFormat->eLayout];
     return S_OK;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZPrefetch.h"
 #include "Image/ImgColor.h"
 #include "Image/ImgKernels.h"
 #include "Interfaces/ZPlatform.h"
@@ -47,6 +48,12 @@ public:
         ReadRow(_nRow, _pScratch);
         return _pScratch;
     }
+    /// Row _nRow will be read next: has it fetched while another row is worked on. The processor alone looks ahead no
+    /// further than the end of a page, and does not see at all which rows a worker reads.
+    void RowExpect(int _nRow) const
+    {
+        ZPrefetch(m_vidRow.pPlane0 + _nRow * m_anStride[0], m_cbExpect);
+    }
     int Width() const
     {
         return m_vidRow.nWidth;
@@ -74,6 +81,7 @@ private:
     PFN_IMG_READ m_pfnRead = nullptr;
     IMG_ROW m_vidRow = {}; // row 0, with the planes' first rows
     int64_t m_anStride[3] = {};
+    size_t m_cbExpect = 0;
     int m_nHeight = 0;
     int m_nChromaRows = 0;
     int m_nChromaDiv = 1;   // luma rows that share a chroma row

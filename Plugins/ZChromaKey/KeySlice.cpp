@@ -52,6 +52,8 @@ bool CKeySlice::RowsKey(const KEY_JOB& _job, const std::atomic<bool>& _bGo, cons
         if (!_bGo.load(std::memory_order_relaxed))
             return false;
         const int nRow = _job.nFirstRow + i * _job.nRowStep;
+        if (i + 1 < _job.nRows)
+            _job.reader.RowExpect(nRow + _job.nRowStep);
         RowKey(_job, nRow);
         if (_argb.pRow0)
             _argb.AlphaSet(_job.alpha, nRow, *_job.pKernels);

@@ -1,8 +1,8 @@
-#include "Stream.h"
+#include "zkhost/BenchRow.h"
 
 #include <immintrin.h>
 
-void Stream_AVX2(uint8_t* _pMask, const uint8_t* _pPixels, size_t _nPixels) noexcept
+void BenchRow_AVX2(uint8_t* _pMask, const uint8_t* _pPixels, size_t _nPixels) noexcept
 {
     constexpr size_t c_nBlock = 32;
     size_t n = 0;
@@ -18,5 +18,5 @@ void Stream_AVX2(uint8_t* _pMask, const uint8_t* _pPixels, size_t _nPixels) noex
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(_pMask + n),
                             _mm256_permutevar8x32_epi32(_mm256_packus_epi16(vecLow, vecHigh), vecOrder));
     }
-    Stream_C(_pMask + n, _pPixels + 4 * n, _nPixels - n);
+    BenchRow_C(_pMask + n, _pPixels + 4 * n, _nPixels - n);
 }

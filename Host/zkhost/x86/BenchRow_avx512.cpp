@@ -1,8 +1,8 @@
-#include "Stream.h"
+#include "zkhost/BenchRow.h"
 
 #include <immintrin.h>
 
-void Stream_AVX512(uint8_t* _pMask, const uint8_t* _pPixels, size_t _nPixels) noexcept
+void BenchRow_AVX512(uint8_t* _pMask, const uint8_t* _pPixels, size_t _nPixels) noexcept
 {
     constexpr size_t c_nBlock = 64;
     size_t n = 0;
@@ -17,5 +17,5 @@ void Stream_AVX512(uint8_t* _pMask, const uint8_t* _pPixels, size_t _nPixels) no
         const __m512i vecOrder = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
         _mm512_storeu_si512(_pMask + n, _mm512_permutexvar_epi32(vecOrder, _mm512_packus_epi16(vecLow, vecHigh)));
     }
-    Stream_C(_pMask + n, _pPixels + 4 * n, _nPixels - n);
+    BenchRow_C(_pMask + n, _pPixels + 4 * n, _nPixels - n);
 }

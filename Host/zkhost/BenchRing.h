@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Base/ZPtr.h"
+#include "Interfaces/IZFFrame.h"
+
+#include <array>
+#include <cstdint>
+
+/// Frames in turn, so that every one comes from memory as in a video, and not from the caches. A module hands the last
+/// result out again for a frame that it has just seen: one frame alone would measure that.
+inline constexpr size_t c_nBenchRing = 10;
+using BENCH_RING = std::array<CZPtr<IZFFrame>, c_nBenchRing>;
+
+/// Frames with all bytes 255, top-down; the pictures begin at a multiple of 64 bytes, as those of hosts do. RGB
+/// formats. Throws CZHostError.
+BENCH_RING BenchRing_Make(uint32_t _fccType, int _nWidth, int _nHeight);
+/// The first byte of a frame made by BenchRing_Make.
+uint8_t* BenchRing_Bytes(IZFFrame* _pFrame);

@@ -4,6 +4,7 @@
 #include "Base/ZBorder.h"
 #include "Base/ZHelpers.h"
 #include "Image/ImgPlane.h"
+#include "ZChromaKey/Kernels/ColorCancelPrepare.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -89,8 +90,16 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
     if (job.bPost && m_nThreads == 2)
         job.post.bFields = false;
 
+    uint8_t* const pRow0 = Img_Pointer(_vidInput.lpVideoPlanes[0]);
+    job.cancel = {};
+    if (m_bClean && job.plan.bColorCancel && CancelPlane_IsKnown(_vidProps.fccType))
+    {
+        job.cancel = CancelPlane_Make(_vidProps.fccType, job.alpha.nWidth, pRow0, static_cast<ptrdiff_t>(nStride));
+        job.cancelSet = ColorCancel_Prepare(m_rawKey, job.eMatrix == eZYM_709);
+    }
+
     const bool bArgb = _vidProps.fccType == eZFCC_ARGB32;
-    m_argb.pRow0 = bArgb ? Img_Pointer(_vidInput.lpVideoPlanes[0]) : nullptr;
+    m_argb.pRow0 = bArgb ? pRow0 : nullptr;
     m_argb.nStride = static_cast<ptrdiff_t>(nStride);
     // Masks that need no more work go into the picture while its row is in the cache.
     job.argb = job.bPost || !job.post.IsNeeded() ? m_argb : ARGB_PLANE{};

@@ -36,11 +36,18 @@ public:
     {
         m_bFill = _bFill;
     }
+    /// Whether ProcessFrame cleans the colours of the picture where the key set asks for it (off at first) and its
+    /// format is one that CancelPlane_IsKnown.
+    void CleanSet(bool _bClean)
+    {
+        m_bClean = _bClean;
+    }
 
     /// Computes the alpha plane of a picture.
     ///
     /// _pInput: the planes, row 0 being the row at the top (negative strides where needed). Only read, but for
-    /// eZFCC_ARGB32, whose alpha bytes become the finished mask.
+    /// eZFCC_ARGB32, whose alpha bytes become the finished mask, and for colours that are cleaned (CleanSet): those of
+    /// the whole picture, whatever is keyed of it.
     /// _pbAlpha1Ch: the top row; its stride is that of the mask record of _pInputProps. What is not keyed keeps its
     /// value unless FillSet was called: rows left over by the slices, pictures less than 8 pixels wide, columns behind
     /// the last full group of 8. Bytes behind the width are never written.
@@ -67,5 +74,6 @@ private:
     uint32_t m_nThreads = 6;
     bool m_bInterlaced = false;
     bool m_bFill = false;
+    bool m_bClean = false;
     std::optional<eZYMatrix> m_eMatrix;
 };

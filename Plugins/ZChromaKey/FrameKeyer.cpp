@@ -5,6 +5,7 @@
 #include "Base/ZLog.h"
 #include "Props/PropStore.h"
 #include "ZChromaKey/FrameText.h"
+#include "ZChromaKey/KeyPlan.h"
 #include "ZChromaKey/WorkFrame.h"
 
 namespace
@@ -151,12 +152,17 @@ bool CFrameKeyer::OptionsUpdate()
     return true;
 }
 
-/// The host hears once that it must not wait for an effect.
-void CFrameKeyer::CancelSay(const CHROMA_KEY_RAW& _key)
+/// The host hears once, not with every frame, where colour cancel has no effect.
+void CFrameKeyer::CancelSay(uint32_t _fccType)
 {
-    if (!_key.bColorCancel || std::exchange(m_bCancelSaid, true))
+    if (CancelPlane_IsKnown(_fccType) || std::exchange(m_fccCancelSaid, _fccType) == _fccType)
         return;
-    ZLog(eZLog_Info, "CCoZChromaKey: the key set asks for colour cancel, which changes no pixels yet on the CPU\n");
+    const PIXEL_FORMAT* const pFormat = FCC_Lookup(_fccType);
+    ZLog(
+        eZLog_Info,
+        "CCoZChromaKey: colour cancel leaves the colours of %hs frames as they are; switch \"output.argb\" on, or hand "
+        "in RGB24, RGB32, ARGB32, UYVY, HDYC, YUY2 or YVYU\n",
+        pFormat ? pFormat->pszName : "unknown");
 }
 
 HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes, FRAMES* _pFrames)
@@ -200,7 +206,7 @@ HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
     WORK_FRAME& work = _pFrames->work;
     HRESULT hr = WorkFrame_Make(cpFrame2.Get(), *m_options, &work);
     if (SUCCEEDED(hr) && IsKeyed(_key))
-        hr = WorkFrame_MakeOwn(&work);
+        hr = WorkFrame_MakeOwn(KeyPlan_HasColorCancel(_key), &work);
     if (SUCCEEDED(hr) && IsKeyed(_key)) // measured as the input is, not as what it was converted into
         hr = RunEngine(cpFrame2.Get(), Img_MatrixOf(_vidProps), _key, _pFrames);
     if (FAILED(hr) || !work.bOwnFrame)
@@ -211,16 +217,18 @@ HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
 
 HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const CHROMA_KEY_RAW& _key, FRAMES* _pFrames)
 {
-    CancelSay(_key);
     IZFFrame* const pFrame = _pFrames->work.cpFrame.Get();
+    const bool bWrite = _pFrames->work.bOwnPixels; // alpha of ARGB32, clean colours
     WORK_MASK& mask = _pFrames->mask;
     ZF_VID_PROPS vidProps = {};
     ZF_VID_PTR vidPtr = {};
     HRESULT hr = pFrame->VideoPropsGet(&vidProps);
-    if (SUCCEEDED(hr)) // the alpha of ARGB32 is written, the mask is top-down
-        hr = pFrame->VideoPtrGet(vidProps.fccType == eZFCC_ARGB32 ? eZFP_Flip | eZFP_Write : eZFP_Flip, &vidPtr);
+    if (SUCCEEDED(hr)) // the mask is top-down
+        hr = pFrame->VideoPtrGet(bWrite ? eZFP_Flip | eZFP_Write : eZFP_Flip, &vidPtr);
     if (SUCCEEDED(hr))
         hr = WorkFrame_MakeMask(_pFrameIn, vidProps, &mask);
+    if (KeyPlan_HasColorCancel(_key))
+        CancelSay(vidProps.fccType);
     if (SUCCEEDED(hr))
     {
         if (!m_engine)
@@ -228,6 +236,7 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const C
         m_engine->ThreadsSet(static_cast<uint32_t>(m_options->nThreads));
         m_engine->MatrixSet(_eMatrix);
         m_engine->FillSet(true);
+        m_engine->CleanSet(bWrite);
         hr = m_engine->ProcessFrame(&vidPtr, mask.pbAlpha, &vidProps, &_key);
     }
     if (SUCCEEDED(hr))

@@ -64,7 +64,7 @@ private:
     void FramesTake(FRAMES* _pFrames);
     void CloseLocked(FRAMES* _pFrames);
     bool OptionsUpdate();
-    void CancelSay(const CHROMA_KEY_RAW& _key);
+    void CancelSay(uint32_t _fccType);
     HRESULT KeyOnGPU(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     void GPUFailed(IZFFrame* _pFrame, HRESULT _hr);
     HRESULT KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
@@ -82,6 +82,6 @@ private:
     HRESULT m_hrGPULast = S_OK; // the last failure that was said aloud
     ZFrameComparer m_comparer;
     CHROMA_KEY_RAW m_keyLast = {};
-    bool m_bCancelSaid = false;
+    uint32_t m_fccCancelSaid = 0;  // the last format whose colours were said to stay
     CZPtr<IZFFrame> m_cpFrameLast; // the last output; empty when it may not be handed out again
 };

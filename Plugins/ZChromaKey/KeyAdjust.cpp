@@ -12,7 +12,7 @@ constexpr CK_ADJUST_INFO c_arrAdjust[] = {
     {eCKA_Power,              "power",            -100,  100, 0, "%",        "scales the half-widths of the keys, from a quarter to four times", "more or less of the backdrop goes"},
     {eCKA_Transparent,        "transparent",         0,  255, 0, "levels",   "added to the least alpha of the keys",                            "the backdrop stays partly visible"},
     {eCKA_Smooth,             "smooth",           -255,  255, 0, "levels",   "added to the soft edge of the keys",                              "edges softer or harder"},
-    {eCKA_Colors,             "colors",              0,  100, 0, "%",        "above 0 switches colour cancel on, with this share of full power", "the backdrop's tint leaves the picture"},
+    {eCKA_Colors,             "colors",              0,  100, 0, "%",        "above 0 switches colour cancel on; YUV: from the key half way to grey and this share of the rest", "the backdrop's tint leaves the picture"},
     {eCKA_MinTransparent,     "min_transparent",     0,  255, 0, "levels",   "added to the lower limit of the mask",                            "thin remains of the backdrop vanish"},
     {eCKA_MaxTransparent,     "max_transparent",  -255,    0, 0, "levels",   "added to the upper limit of the mask",                            "thin holes in the foreground close"},
     {eCKA_ExcludePower,       "exclude_power",    -100,  100, 0, "%",        "scales the half-widths of the exclusion keys",                    "more or less of the picture is protected"},
@@ -28,9 +28,12 @@ constexpr CK_ADJUST_INFO c_arrAdjust[] = {
 };
 // clang-format on
 
-/// Colour cancel at "colors" 100 %: the push is half the chroma circle, over a margin that reaches edge pixels.
-constexpr int c_nFullCancelPower = 64;
-constexpr int c_nFullCancelRange = 64;
+/// The nCancelAlpha at which cleaning ends right where the key does; each step more is a level of width.
+constexpr int c_nNoWidth = -128;
+/// At "colors" 100 %: chroma less by a fifth, which hides what hue is left of the tint. More makes faces pale.
+constexpr int c_nFullCancelChroma = -26;
+/// The width for keys in RGB and HLS, in levels.
+constexpr int c_nPlainWidth = 32;
 
 double Value(double _dblValue, eCK_Adjust _eAdjust)
 {
@@ -66,20 +69,64 @@ uint32_t ScaledByte(uint32_t _nWord, int _nByte, double _dblFactor)
     return (_nWord & ~(0xFFu << (8 * _nByte))) | (nNew << (8 * _nByte));
 }
 
-void ApplyColors(const CK_ADJUST& _adjust, SINGLE_KEY* _pKey)
+int ByteOf(uint32_t _nWord, int _nByte)
 {
-    const CK_COLOR_ADJUST& col = _adjust.colAdjust;
-    const double dblShare = Value(_adjust.dblColors, eCKA_Colors) / 100.0;
-    const auto nRange = Value(col.dblCancelRange, eCKA_Colors_Range) + Round(dblShare * c_nFullCancelRange);
-    const auto nPower = Value(col.dblCancelPower, eCKA_Colors_Power) + Round(dblShare * c_nFullCancelPower);
-    _pKey->nCancelRange = Added(_pKey->nCancelRange, nRange, -255, 255);
-    _pKey->nCancelPower = Added(_pKey->nCancelPower, nPower, -255, 255);
-    _pKey->nCancelChroma = Added(_pKey->nCancelChroma, Value(col.dblCancelChroma, eCKA_Colors_Chroma), -255, 255);
-    _pKey->nCancelLuma = Added(_pKey->nCancelLuma, Value(col.dblCancelLuma, eCKA_Colors_Luma), -255, 255);
-    _pKey->nCancelAlpha = Added(_pKey->nCancelAlpha, Value(col.dblCancelAlpha, eCKA_Colors_Alpha), -255, 255);
+    return static_cast<int>(_nWord >> (8 * _nByte) & 0xFF);
 }
 
-void ApplyKey(const CK_ADJUST& _adjust, SINGLE_KEY* _pKey)
+/// What "colors" adds to the colour cancel of a key.
+struct COLORS
+{
+    int nRange;
+    int nPower;
+    int nChroma;
+    int nAlpha;
+};
+
+/// A key in YUV. Chroma is pushed from the key to a circle around it, and the cleaning ends at that circle, whatever
+/// the shape of the key. The radius is half the way to grey at 0 %, where it hardly leaves the key, and all of it at
+/// 100 %: greys are just out of reach then, what lies between them and the backdrop becomes grey or the hue that it
+/// leans to, and nothing changes in steps.
+COLORS ColorsOfYUV(const SINGLE_KEY& _key, double _dblShare)
+{
+    const double dblU = ByteOf(_key.nValue, 1) - 128;
+    const double dblV = ByteOf(_key.nValue, 2) - 128;
+    const int nRadius = Round((0.5 + _dblShare / 2) * std::sqrt(dblU * dblU + dblV * dblV));
+    const int nLongest = std::max(ByteOf(_key.nDelta, 1), ByteOf(_key.nDelta, 2));
+    return {-2 * nLongest, nRadius, Round(_dblShare * c_nFullCancelChroma), c_nNoWidth + nRadius};
+}
+
+/// A key in RGB or HLS, whose distances are no directions in chroma: chroma is shifted away from
+/// the key's, the less the further off. No further than the key itself reaches, for within that it is pulled instead.
+COLORS ColorsOfOthers(const SINGLE_KEY& _key, double _dblShare)
+{
+    return {0, -Round(_dblShare * std::min(ByteOf(_key.nDelta, 1), ByteOf(_key.nDelta, 2))), 0,
+            c_nNoWidth + c_nPlainWidth};
+}
+
+COLORS ColorsOf(const SINGLE_KEY& _key, int32_t _eType, double _dblShare)
+{
+    if (!(_dblShare > 0))
+        return {};
+    return _eType == eCKT_YUV ? ColorsOfYUV(_key, _dblShare) : ColorsOfOthers(_key, _dblShare);
+}
+
+void ApplyColors(const CK_ADJUST& _adjust, int32_t _eType, SINGLE_KEY* _pKey)
+{
+    const CK_COLOR_ADJUST& col = _adjust.colAdjust;
+    const COLORS colors = ColorsOf(*_pKey, _eType, Value(_adjust.dblColors, eCKA_Colors) / 100);
+    const double dblRange = Value(col.dblCancelRange, eCKA_Colors_Range) + colors.nRange;
+    const double dblPower = Value(col.dblCancelPower, eCKA_Colors_Power) + colors.nPower;
+    const double dblChroma = Value(col.dblCancelChroma, eCKA_Colors_Chroma) + colors.nChroma;
+    const double dblAlpha = Value(col.dblCancelAlpha, eCKA_Colors_Alpha) + colors.nAlpha;
+    _pKey->nCancelRange = Added(_pKey->nCancelRange, dblRange, -255, 255);
+    _pKey->nCancelPower = Added(_pKey->nCancelPower, dblPower, -255, 255);
+    _pKey->nCancelChroma = Added(_pKey->nCancelChroma, dblChroma, -255, 255);
+    _pKey->nCancelLuma = Added(_pKey->nCancelLuma, Value(col.dblCancelLuma, eCKA_Colors_Luma), -255, 255);
+    _pKey->nCancelAlpha = Added(_pKey->nCancelAlpha, dblAlpha, -255, 255);
+}
+
+void ApplyKey(const CK_ADJUST& _adjust, int32_t _eType, SINGLE_KEY* _pKey)
 {
     const bool bExclusion = _pKey->nReverseKey > 0;
     const double dblPower =
@@ -95,7 +142,7 @@ void ApplyKey(const CK_ADJUST& _adjust, SINGLE_KEY* _pKey)
     if (bExclusion)
         return;
     _pKey->nAlpha = Added(_pKey->nAlpha, Value(_adjust.dblTransparent, eCKA_Transparent), 0, 255);
-    ApplyColors(_adjust, _pKey);
+    ApplyColors(_adjust, _eType, _pKey);
 }
 
 } // namespace
@@ -142,7 +189,7 @@ CHROMA_KEY_RAW KeyAdjust_Apply(const CHROMA_KEY_RAW& _keyUnadjusted, const CK_AD
     CHROMA_KEY_RAW key = _keyUnadjusted;
     const int32_t nKeys = std::clamp<int32_t>(key.nKeysUsed, 0, Z_MAX_KEYS);
     for (int32_t i = 0; i < nKeys; ++i)
-        ApplyKey(_adjust, &key.arrKeys[i]);
+        ApplyKey(_adjust, key.eType, &key.arrKeys[i]);
     key.nMinTransparent = Added(key.nMinTransparent, Value(_adjust.dblMinTransparent, eCKA_MinTransparent), 0, 255);
     key.nMaxTransparent = Added(key.nMaxTransparent, Value(_adjust.dblMaxTransparent, eCKA_MaxTransparent), 0, 255);
     if (Value(_adjust.dblColors, eCKA_Colors) > 0)

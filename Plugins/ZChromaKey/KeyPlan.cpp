@@ -17,16 +17,22 @@ bool IsCancelKey(const SINGLE_KEY& _key)
 
 } // namespace
 
+bool KeyPlan_HasColorCancel(const CHROMA_KEY_RAW& _rawKey) noexcept
+{
+    const int nKeys = std::clamp(_rawKey.nKeysUsed, 0, Z_MAX_KEYS);
+    return _rawKey.bColorCancel && std::any_of(_rawKey.arrKeys, _rawKey.arrKeys + nKeys, IsCancelKey);
+}
+
 KEY_PLAN KeyPlan_Make(const CHROMA_KEY_RAW& _rawKey) noexcept
 {
     KEY_PLAN plan = {};
+    plan.bColorCancel = KeyPlan_HasColorCancel(_rawKey);
     // RGB keys have R in byte 0, pixels have B there.
     const bool bSwap02 = _rawKey.eType == eCKT_RGB;
     const int nKeys = std::clamp(_rawKey.nKeysUsed, 0, Z_MAX_KEYS);
     for (int i = 0; i < nKeys; ++i)
     {
         const SINGLE_KEY& key = _rawKey.arrKeys[i];
-        plan.bColorCancel |= _rawKey.bColorCancel && IsCancelKey(key);
         if (key.nDelta == 0 || key.nAlpha == c_nNoKey)
             continue;
         if (key.nReverseKey <= 0)

@@ -10,8 +10,11 @@ struct KEY_PLAN
     KEY_DISTANCE arrExclude[Z_MAX_KEYS];
     int nKeying;
     int nExclude;
-    bool bColorCancel; ///< colour cancel is on and some key has a cancel parameter
+    bool bColorCancel; ///< KeyPlan_HasColorCancel
 };
+
+/// Whether the key set asks for clean colours: colour cancel is on and some key has a cancel parameter.
+bool KeyPlan_HasColorCancel(const CHROMA_KEY_RAW& _rawKey) noexcept;
 
 /// Keys without delta or with nAlpha 255 take no part. Counts outside 0...16 are clamped.
 KEY_PLAN KeyPlan_Make(const CHROMA_KEY_RAW& _rawKey) noexcept;

@@ -55,9 +55,12 @@ bool CKeySlice::RowsKey(const KEY_JOB& _job, const std::atomic<bool>& _bGo, cons
         if (i + 1 < _job.nRows)
             _job.reader.RowExpect(nRow + _job.nRowStep);
         RowKey(_job, nRow);
+        RowClean(_job, nRow);
         if (_argb.pRow0)
             _argb.AlphaSet(_job.alpha, nRow, *_job.pKernels);
     }
+    for (int nRow = _job.nFirstRow + _job.nRows * _job.nRowStep; nRow < _job.alpha.nHeight; nRow += _job.nRowStep)
+        RowClean(_job, nRow);
     if (bTimed)
         ZLog(eZLog_Verbose, "[MMXGetAlphaCenter_AC4C1 + Min (%d keys)] %.3f ms\n", _job.plan.nKeying,
              std::chrono::duration<double, std::milli>(CLOCK::now() - tpStart).count());
@@ -92,4 +95,11 @@ void CKeySlice::RowKey(const KEY_JOB& _job, int _nRow) noexcept
     const KEY_SET set = {_job.plan.arrKeying, _job.plan.nKeying, _job.plan.arrExclude, _job.plan.nExclude};
     // Later keys count in whole groups of 16 pixels only; the columns behind keep the first key's result.
     _job.pKernels->pfnKeySet(pAlpha, pPixels, nColumns, static_cast<size_t>(_job.nMergeColumns), set);
+}
+
+/// Behind the keying, which needs the row as it was.
+void CKeySlice::RowClean(const KEY_JOB& _job, int _nRow) noexcept
+{
+    if (_job.cancel.pRow0)
+        _job.cancel.RowClean(_nRow, _job.cancelSet, *_job.pKernels, m_arrPixels.data());
 }

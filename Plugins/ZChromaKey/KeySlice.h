@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Image/ImgRowReader.h"
+#include "ZChromaKey/CancelPlane.h"
 #include "ZChromaKey/KeyPlan.h"
 #include "ZChromaKey/MaskPost.h"
 
@@ -35,6 +36,8 @@ struct KEY_JOB
     bool bPost; ///< the slice does the post-processing itself
     MASK_POST post;
     KEY_PLAN plan;
+    CANCEL_PLANE cancel;  ///< the picture whose colours the slice cleans, rows that are not keyed included
+    CANCEL_SET cancelSet; ///< with what
     const KEY_KERNELS* pKernels;
 };
 
@@ -57,6 +60,7 @@ public:
 private:
     bool RowsKey(const KEY_JOB& _job, const std::atomic<bool>& _bGo, const ARGB_PLANE& _argb) noexcept;
     void RowKey(const KEY_JOB& _job, int _nRow) noexcept;
+    void RowClean(const KEY_JOB& _job, int _nRow) noexcept;
     const uint8_t* RowConvert(const KEY_JOB& _job, int _nRow) noexcept;
 
     std::vector<uint8_t> m_arrPixels;

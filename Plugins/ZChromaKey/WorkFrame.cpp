@@ -5,6 +5,7 @@
 #include "Base/ZLog.h"
 #include "Base/ZSaturate.h"
 #include "Image/ImgPlane.h"
+#include "ZChromaKey/CancelPlane.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -86,11 +87,11 @@ HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WOR
     return hr;
 }
 
-HRESULT WorkFrame_MakeOwn(WORK_FRAME* _pWork)
+HRESULT WorkFrame_MakeOwn(bool _bClean, WORK_FRAME* _pWork)
 {
     ZF_VID_PROPS vidProps = {};
     HRESULT hr = _pWork->cpFrame->VideoPropsGet(&vidProps);
-    const bool bWritten = vidProps.fccType == eZFCC_ARGB32;
+    const bool bWritten = vidProps.fccType == eZFCC_ARGB32 || (_bClean && CancelPlane_IsKnown(vidProps.fccType));
     if (FAILED(hr) || (_pWork->bOwnFrame && (_pWork->bOwnPixels || !bWritten)))
         return hr;
     const auto cpFrame2 = ZQuery<IZFFrame2>(_pWork->cpFrame);

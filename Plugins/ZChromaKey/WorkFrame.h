@@ -10,7 +10,7 @@ struct WORK_FRAME
 {
     CZPtr<IZFFrame> cpFrame;
     bool bOwnFrame = false;  ///< not the host's frame object: a mask may be attached
-    bool bOwnPixels = false; ///< not the host's pixels: alpha may be written
+    bool bOwnPixels = false; ///< not the host's pixels: alpha and colours may be written
 };
 
 /// Makes the frame that the options ask for: converted into ARGB32, then cut by the borders; else the input itself.
@@ -20,8 +20,9 @@ struct WORK_FRAME
 /// conversion.
 HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork);
 
-/// Makes the frame one that a mask can be attached to, and whose alpha can be written when it is ARGB32.
-HRESULT WorkFrame_MakeOwn(WORK_FRAME* _pWork);
+/// Makes the frame one that a mask can be attached to, and whose pixels can be written when it is ARGB32 or _bClean
+/// asks for clean colours in a format that has them cleaned.
+HRESULT WorkFrame_MakeOwn(bool _bClean, WORK_FRAME* _pWork);
 
 /// Where the alpha plane of a frame is computed.
 struct WORK_MASK

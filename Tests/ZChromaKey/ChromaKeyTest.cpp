@@ -2,6 +2,7 @@
 #include "Support/LogCatcher.h"
 #include "ZChromaKey/ChromaKey.h"
 #include "ZChromaKey/EngineReference.h"
+#include "ZChromaKey/Kernels/ColorCancelPrepare.h"
 
 #include <gtest/gtest.h>
 
@@ -136,6 +137,54 @@ TEST(ChromaKey, MatchesWholePictureKeyingEverywhere)
             }
     }
     EXPECT_GT(nSoft, 10'000) << "too few soft pixels to mean anything";
+}
+
+TEST(ChromaKey, CleansEveryRowWhateverTheSlices)
+{
+    CRandom rnd(3);
+    for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_ARGB32, eZFCC_RGB24, eZFCC_UYVY})
+        for (const int32_t eType : {eCKT_RGB, eCKT_HLS, eCKT_YUV})
+            for (const int nThreads : {1, 2, 3, 16})
+            {
+                SCOPED_TRACE(testing::Message() << std::hex << fccType << " type " << eType << " threads " << nThreads);
+                CTestPicture picture(fccType, 38, 13, 8, nThreads == 2);
+                picture.Fill(0xFF32B428, rnd);
+                CHROMA_KEY_RAW rawKey = KeySet(eType, {Key(0x8080A0, 0x181818), Key(c_nGreen, 0x282828)});
+                rawKey.arrKeys[0].nCancelPower = 70;
+                rawKey.arrKeys[1].nCancelChroma = -60;
+                rawKey.bColorCancel = 1;
+                // Row by row with the plain kernels, chroma and alpha as the definition of the format has them.
+                const CANCEL_SET set = ColorCancel_Prepare(rawKey, false);
+                CEngineReference expected(picture, rawKey, nThreads, 255);
+                std::vector<uint8_t> arrExpected = picture.Bytes();
+                const size_t cbRow = picture.m_arrPlanes[0]->RowBytes();
+                for (uint8_t* pRow = arrExpected.data(); pRow < arrExpected.data() + arrExpected.size(); pRow += cbRow)
+                    for (size_t n = 0; n < (fccType == eZFCC_UYVY ? 19u : 38u); ++n)
+                    {
+                        uint8_t arrUnit[4] = {};
+                        const size_t cbUnit = fccType == eZFCC_RGB24 ? 3 : 4;
+                        std::memcpy(arrUnit, pRow + n * cbUnit, cbUnit);
+                        if (fccType == eZFCC_UYVY)
+                            CancelPairs_C(arrUnit, 1, {8, 24, 0, 16}, set);
+                        else
+                            CancelBGRA_C(arrUnit, 1, set);
+                        std::memcpy(pRow + n * cbUnit, arrUnit, cbUnit);
+                    }
+                for (size_t n = 3; fccType == eZFCC_ARGB32 && n < arrExpected.size(); n += 4)
+                    arrExpected[n] = expected.mask.arrPixels[n / 4];
+                const std::vector<uint8_t> arrBefore = picture.Bytes();
+
+                CChromaKey engine;
+                engine.ThreadsSet(static_cast<uint32_t>(nThreads));
+                engine.FillSet(true);
+                engine.CleanSet(true);
+                CTestMask mask(picture, 90);
+                ASSERT_EQ(Process(engine, picture, mask, rawKey), S_OK);
+                EXPECT_TRUE(mask.Equals(expected.mask));
+                EXPECT_TRUE(picture.Intact());
+                EXPECT_EQ(picture.Bytes(), arrExpected);
+                EXPECT_NE(arrExpected, arrBefore);
+            }
 }
 
 TEST(ChromaKey, TypesThatAreNotKeyedLeaveTheMask)

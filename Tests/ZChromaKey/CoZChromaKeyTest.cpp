@@ -393,17 +393,76 @@ TEST_F(CoZChromaKey, StandsFramesThatAnswerNonsense)
     EXPECT_EQ(WorkFrame_MakeMask(cpHook.Get(), vidProps, &mask), E_UNEXPECTED) << "another size than asked for";
 }
 
-TEST_F(CoZChromaKey, SaysOnceThatColourCancelHasNoEffect)
+/// The test key with a colour cancel that turns what it reaches grey.
+CHROMA_KEY_RAW CancelKey(int32_t _eType, int32_t _bColorCancel)
 {
-    const CLogCatcher log;
-    CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
-    for (int n = 0; n < 4; ++n)
-    {
-        EXPECT_EQ(log.Count("colour cancel", eZLog_Info), n < 2 ? 0u : 1u);
-        key.bColorCancel = n > 0;
-        KeySet(key);
-        Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get());
-    }
+    CHROMA_KEY_RAW key = TestKey(_eType);
+    key.bColorCancel = _bColorCancel;
+    key.arrKeys[0].nCancelChroma = -128;
+    key.arrKeys[0].nCancelAlpha = -120;
+    return key;
+}
+
+/// Whether a result shows the test picture, its green as grey when that was cleaned. Read as ARGB32.
+void ExpectColours(IZFFrame* _pFrameRes, bool _bClean)
+{
+    CZPtr<IZFFrame> cpARGB;
+    ASSERT_EQ(ZQuery<IZFFrame2>(_pFrameRes)->FrameConvert(eZFC_Converted, eZFCC_ARGB32, cpARGB.Put()), S_OK);
+    const ZF_VID_PROPS vidProps = PropsOf(cpARGB.Get());
+    const int nRows = std::abs(vidProps.nHeight);
+    int nWrong = 0;
+    for (int nY = 0; nY < nRows; ++nY)
+        for (int nX = 0; nX < vidProps.nWidth; ++nX)
+        {
+            const uint8_t* const pPixel = RowOf(cpARGB.Get(), nY) + 4 * nX;
+            const bool bGreen = TestFrame_IsGreen(nX, nY, vidProps.nWidth, nRows);
+            const int nMax = std::max({pPixel[0], pPixel[1], pPixel[2]});
+            const int nMin = std::min({pPixel[0], pPixel[1], pPixel[2]});
+            nWrong += (nMax - nMin <= 4) != (bGreen && _bClean);
+        }
+    EXPECT_EQ(nWrong, 0);
+}
+
+TEST_F(CoZChromaKey, CleansColoursOfItsOwnFrameAndKeysAsWithout)
+{
+    const uint32_t arrFormats[] = {eZFCC_RGB24, eZFCC_RGB32, eZFCC_ARGB32, eZFCC_YUY2, eZFCC_UYVY, eZFCC_HDYC,
+                                   eZFCC_YVYU,  eZFCC_r210,  eZFCC_v210,   eZFCC_I420, eZFCC_NV12};
+    for (const uint32_t fccType : arrFormats)
+        for (const int32_t eType : {eCKT_RGB, eCKT_HLS, eCKT_YUV})
+            for (const bool bARGB : {false, true})
+            {
+                SCOPED_TRACE(testing::Message()
+                             << std::hex << fccType << std::dec << " type " << eType << " argb " << bARGB);
+                Set(L"output.argb", bARGB ? L"true" : L"false");
+                Set(L"keying.borders", nullptr);
+                const auto cpFrame = TestFrame_Make(fccType, 96, 48);
+                const auto vecBefore = BytesOf(cpFrame.Get());
+                KeySet(CancelKey(eType, 0));
+                const auto cpOff = Receive(cpFrame.Get());
+                ExpectColours(cpOff.Get(), false);
+                KeySet(CancelKey(eType, 1));
+                const CLogCatcher log;
+                const auto cpOn = Receive(cpFrame.Get());
+                cpFrame->IdentityRenew();
+                const auto cpTwice = Receive(cpFrame.Get());
+                ASSERT_TRUE(cpOff && cpOn && cpTwice);
+                const bool bKnown =
+                    fccType != eZFCC_r210 && fccType != eZFCC_v210 && FCC_Lookup(fccType) && !FCC_IsPlanar(fccType);
+                ExpectColours(cpOn.Get(), bKnown || bARGB);
+                EXPECT_EQ(log.Count("colour cancel leaves the colours of", eZLog_Info),
+                          bKnown || bARGB ? 0u : eType == eCKT_RGB);
+                EXPECT_EQ(PropsOf(cpOn.Get()).fccType, bARGB ? eZFCC_ARGB32 : fccType);
+                EXPECT_EQ(BytesOf(cpFrame.Get()), vecBefore);
+                EXPECT_EQ(BytesOf(cpOn.Get()), BytesOf(cpTwice.Get()));
+                EXPECT_EQ(BytesOf(MaskOf(cpOn.Get()).Get()), BytesOf(MaskOf(cpOff.Get()).Get()));
+                if (!bARGB && fccType != eZFCC_ARGB32)
+                {
+                    EXPECT_EQ(BytesOf(cpOff.Get()), vecBefore);
+                }
+                Set(L"keying.borders", L"8,4,8,4"); // a part shares the host's pixels
+                EXPECT_EQ(PropsOf(Receive(cpFrame.Get()).Get()).nWidth, 80);
+                EXPECT_EQ(BytesOf(cpFrame.Get()), vecBefore);
+            }
 }
 
 TEST_F(CoZChromaKey, KeysARepeatedFrameOnce)

@@ -255,9 +255,13 @@ TEST(FrameFlowThread, DoesNotWaitForACloseThatTakesLong)
 TEST_F(FrameFlow, DoesNotAllocateOnceItIsWarm)
 {
     for (const wchar_t* pwszThread : {L"true", L"false"})
-        for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_ARGB32, eZFCC_UYVY})
+        for (const uint32_t fccType : {eZFCC_RGB24, eZFCC_RGB32, eZFCC_ARGB32, eZFCC_UYVY})
         {
             SCOPED_TRACE(testing::Message() << std::hex << fccType);
+            CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+            key.arrKeys[0].nCancelPower = 64;
+            key.bColorCancel = fccType == eZFCC_RGB24 || fccType == eZFCC_UYVY;
+            KeySet(key);
             EXPECT_EQ(m_cpKeyer->PropsSet(L"output.thread", pwszThread), S_OK);
             EXPECT_EQ(m_cpKeyer->PropsSet(L"output.argb", fccType == eZFCC_UYVY ? L"true" : L"false"), S_OK);
             // The first results are kept for a while, so that as many frames are made as can be under way at a time.

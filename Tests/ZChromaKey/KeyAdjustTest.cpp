@@ -87,8 +87,14 @@ TEST(KeyAdjust, EachAdjustmentChangesWhatItsRowSays)
     EXPECT_EQ(Adjusted(eCKA_Transparent, 100).arrKeys[1].nAlpha, 0);
     EXPECT_EQ(Adjusted(eCKA_MinTransparent, 30).nMinTransparent, 30);
     EXPECT_EQ(Adjusted(eCKA_MaxTransparent, -30).nMaxTransparent, 225);
-    EXPECT_EQ(Adjusted(eCKA_Colors, 100).bColorCancel, 1);
-    EXPECT_GT(Adjusted(eCKA_Colors, 100).arrKeys[0].nCancelPower, key.arrKeys[0].nCancelPower);
+    const CHROMA_KEY_RAW keyColors = Adjusted(eCKA_Colors, 100);
+    EXPECT_EQ(keyColors.bColorCancel, 1);
+    EXPECT_EQ(keyColors.arrKeys[0].nCancelRange, 8 - 2 * 16)
+        << "the key's own ellipse goes, the longest half-axis is 16";
+    EXPECT_EQ(keyColors.arrKeys[0].nCancelPower, 20 + 72) << "grey is sqrt(32^2 + 64^2) away";
+    EXPECT_EQ(keyColors.arrKeys[0].nCancelAlpha, 3 + 72 - 128);
+    EXPECT_EQ(Adjusted(eCKA_Colors, 50).arrKeys[0].nCancelPower, 20 + 54) << "half and a quarter of the way";
+    EXPECT_TRUE(std::memcmp(&keyColors.arrKeys[1], &key.arrKeys[1], sizeof(SINGLE_KEY)) == 0) << "exclusion keys stay";
     EXPECT_EQ(Adjusted(eCKA_Colors_Luma, -5).arrKeys[0].nCancelLuma, -3);
     EXPECT_TRUE(SameBytes(Adjusted(eCKA_Power, std::nan("")), key));
     EXPECT_TRUE(SameBytes(Adjusted(eCKA_Power, 1e300), Adjusted(eCKA_Power, 100)));

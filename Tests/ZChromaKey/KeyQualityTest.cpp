@@ -1,3 +1,4 @@
+#include "Image/ImgPlane.h"
 #include "Support/TestFrames.h"
 #include "ZChromaKey/CoZChromaKey.h"
 #include "zkhost/SampleScene.h"
@@ -151,6 +152,72 @@ TEST(KeyQuality, OneDetectionOrOnePickKeysTheBackdropAndKeepsTheForeground)
             ASSERT_EQ(plugin.cpKey->KeyReset(), S_OK);
             ASSERT_EQ(plugin.cpKey->KeyAddRect(20, 200, 220, 400), S_OK);
             Expect(pszScene, fccType, "one rectangle", plugin.Key(scene, cpFrame.Get()));
+        }
+}
+
+/// The colours of a result, of pixels that stay: how much of the backdrop's colour edge pixels have, in levels of their
+/// strongest component over the others, and how far solid ones are from their source.
+struct TINT
+{
+    double dblEdges;
+    double dblSolid;
+};
+
+TINT TintOf(const SCENE& _scene, bool _bBlue, const PLUGIN& _plugin, IZFFrame* _pFrame)
+{
+    CZPtr<IZFFrame> cpResult;
+    CZPtr<IZFFrame> cpARGB;
+    CZPtr<IUnknown> cpAttached;
+    ZF_VID_PTR vidPtr = {};
+    ZF_VID_PTR vidMask = {};
+    EXPECT_EQ(_plugin.cpProcess->OnMediaReceive(_pFrame, cpResult.Put()), S_OK);
+    EXPECT_EQ(cpResult->AttachmentGet(L"mask", cpAttached.Put()), S_OK);
+    EXPECT_EQ(ZQuery<IZFFrame2>(cpResult)->FrameConvert(eZFC_Converted, eZFCC_ARGB32, cpARGB.Put()), S_OK);
+    EXPECT_EQ(cpARGB->VideoPtrGet(eZFP_Flip, &vidPtr), S_OK);
+    EXPECT_EQ(ZQuery<IZFFrame>(cpAttached)->VideoPtrGet(eZFP_Flip, &vidMask), S_OK);
+    double arrSum[2] = {};
+    double arrCount[2] = {};
+    for (int y = 0; y < c_nHeight; ++y)
+        for (int x = 0; x < c_nWidth; ++x)
+        {
+            const uint8_t* const pPixel = Img_RowOf(vidPtr, 0, y) + 4 * x;
+            const uint8_t* const pSource = _scene.picture.Row(y) + 4 * x;
+            const uint8_t nTruth = Truth(_scene, x, y);
+            if (Img_RowOf(vidMask, 0, y)[x] < 255 || nTruth < 10)
+                continue;
+            const bool bSolid = nTruth == 255;
+            const int nTint = pPixel[_bBlue ? 0 : 1] - std::max<int>(pPixel[_bBlue ? 1 : 0], pPixel[2]);
+            const int nMoved = std::max(
+                {std::abs(pPixel[0] - pSource[0]), std::abs(pPixel[1] - pSource[1]), std::abs(pPixel[2] - pSource[2])});
+            arrSum[bSolid] += bSolid ? nMoved : std::max(nTint, 0);
+            ++arrCount[bSolid];
+        }
+    return {arrSum[0] / arrCount[0], arrSum[1] / arrCount[1]};
+}
+
+TEST(KeyQuality, ColoursLoseTheTintOfTheBackdropAndNothingElse)
+{
+    for (const bool bBlue : {false, true})
+        for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_UYVY})
+        {
+            const SCENE& scene = Scene(bBlue);
+            const auto cpFrame = SceneFrame(scene, fccType);
+            const PLUGIN plugin;
+            ASSERT_EQ(plugin.cpKey->KeyFrameSet(cpFrame.Get(), nullptr), S_OK);
+            EXPECT_EQ(plugin.cpKey->KeyDetect(nullptr), S_OK);
+            TINT before = {};
+            for (const double dblColors : {0.0, 50.0, 100.0})
+            {
+                EXPECT_GE(plugin.cpKey->KeyAdjustSet(eCKA_Colors, dblColors), S_OK);
+                const TINT tint = TintOf(scene, bBlue, plugin, cpFrame.Get());
+                std::printf("%-5s  %-6s  colors %3.0f %%  tint of edges %5.2f levels   solid colours moved by %5.2f\n",
+                            bBlue ? "blue" : "green", FCC_Name(fccType).c_str(), dblColors, tint.dblEdges,
+                            tint.dblSolid);
+                if (dblColors == 0)
+                    before = tint;
+                EXPECT_LE(tint.dblEdges, before.dblEdges * (dblColors == 0 ? 1 : dblColors == 50 ? 0.85 : 0.4));
+                EXPECT_LE(tint.dblSolid, before.dblSolid + 1);
+            }
         }
 }
 

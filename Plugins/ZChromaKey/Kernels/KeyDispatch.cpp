@@ -10,6 +10,8 @@ void KeyKernels_Init(KEY_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _eMax)
         .pfnInvert = Invert_C,
         .pfnSmooth = Smooth_C,
         .pfnAlphaSet = AlphaSet_C,
+        .pfnCancelBGRA = CancelBGRA_C,
+        .pfnCancelPairs = CancelPairs_C,
     };
 #if defined(ZCK_X86)
     if (_eMax >= eSIMD_AVX2)
@@ -19,6 +21,8 @@ void KeyKernels_Init(KEY_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _eMax)
             .pfnInvert = Invert_AVX2,
             .pfnSmooth = Smooth_AVX2,
             .pfnAlphaSet = AlphaSet_AVX2,
+            .pfnCancelBGRA = CancelBGRA_AVX2,
+            .pfnCancelPairs = CancelPairs_AVX2,
         };
     if (_eMax >= eSIMD_AVX512)
         *_pKernels = {
@@ -27,6 +31,8 @@ void KeyKernels_Init(KEY_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _eMax)
             .pfnInvert = Invert_AVX512,
             .pfnSmooth = Smooth_AVX512,
             .pfnAlphaSet = AlphaSet_AVX512,
+            .pfnCancelBGRA = CancelBGRA_AVX512,
+            .pfnCancelPairs = CancelPairs_AVX512,
         };
 #endif
 }

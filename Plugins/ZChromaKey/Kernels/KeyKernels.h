@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Base/ZCpu.h"
+#include "ZChromaKey/Kernels/ColorCancel.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -31,8 +32,8 @@ struct KEY_SET
 };
 
 /// What the engine does to rows of pixels. Rows need no alignment, may have any length and do not overlap. No kernel
-/// reads or writes a byte behind its row. Every level gives the same bytes: integer arithmetic, a true square root
-/// and fixed rounding.
+/// reads or writes a byte behind its row. Every level gives the same bytes: integer arithmetic, or single precision in
+/// a fixed order, true square roots and fixed rounding.
 struct KEY_KERNELS
 {
     /// Alpha of a row of 4-byte pixels for a set of keys. Per pixel and key:
@@ -53,6 +54,12 @@ struct KEY_KERNELS
                       size_t _nPixels) noexcept;
     /// Sets the alpha bytes of a row of B, G, R, A pixels.
     void (*pfnAlphaSet)(uint8_t* _pPixels, const uint8_t* _pAlpha, size_t _nPixels) noexcept;
+    /// Colour cancel (ColorCancel.h) of a row of B, G, R, A pixels; alpha bytes are left as they are. The set has a
+    /// key.
+    void (*pfnCancelBGRA)(uint8_t* _pPixels, size_t _nPixels, const CANCEL_SET& _set) noexcept;
+    /// Colour cancel of a row of packed 4:2:2, two pixels a unit. Chroma becomes the mean of the pixels' cleaned ones.
+    void (*pfnCancelPairs)(uint8_t* _pPairs, size_t _nPairs, const PAIR_LAYOUT& _layout,
+                           const CANCEL_SET& _set) noexcept;
 };
 
 /// Fills the table with the fastest kernels that need no more than the given level.

@@ -11,6 +11,8 @@ void Invert_AVX2(uint8_t* _pAlpha, size_t _nPixels) noexcept;
 void Smooth_AVX2(uint8_t* _pResult, const uint8_t* _pAbove, const uint8_t* _pRow, const uint8_t* _pBelow,
                  size_t _nPixels) noexcept;
 void AlphaSet_AVX2(uint8_t* _pPixels, const uint8_t* _pAlpha, size_t _nPixels) noexcept;
+void CancelBGRA_AVX2(uint8_t* _pPixels, size_t _nPixels, const CANCEL_SET& _set) noexcept;
+void CancelPairs_AVX2(uint8_t* _pPairs, size_t _nPairs, const PAIR_LAYOUT& _layout, const CANCEL_SET& _set) noexcept;
 
 void KeySet_AVX512(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels, size_t _nMerged,
                    const KEY_SET& _set) noexcept;
@@ -19,3 +21,5 @@ void Invert_AVX512(uint8_t* _pAlpha, size_t _nPixels) noexcept;
 void Smooth_AVX512(uint8_t* _pResult, const uint8_t* _pAbove, const uint8_t* _pRow, const uint8_t* _pBelow,
                    size_t _nPixels) noexcept;
 void AlphaSet_AVX512(uint8_t* _pPixels, const uint8_t* _pAlpha, size_t _nPixels) noexcept;
+void CancelBGRA_AVX512(uint8_t* _pPixels, size_t _nPixels, const CANCEL_SET& _set) noexcept;
+void CancelPairs_AVX512(uint8_t* _pPairs, size_t _nPairs, const PAIR_LAYOUT& _layout, const CANCEL_SET& _set) noexcept;

@@ -12,7 +12,7 @@
 #include "ZChromaKey/KeyState.h"
 #include "ZChromaKey/LateBinding.h"
 #include "ZChromaKey/Module.h"
-#include "ZChromaKey/ZUnknown.h"
+#include "Base/ZUnknown.h"
 
 #include <memory>
 #include <mutex>

@@ -4,7 +4,7 @@
 #include "ZChromaKey/KeyBuilder.h"
 #include "ZChromaKey/LateBinding.h"
 #include "ZChromaKey/Module.h"
-#include "ZChromaKey/ZUnknown.h"
+#include "Base/ZUnknown.h"
 
 #include <mutex>
 

@@ -4,7 +4,7 @@
 #include "Base/ZPtr.h"
 #include "ZChromaKey/CoZChromaKey.h"
 #include "ZChromaKey/CoZKey.h"
-#include "ZChromaKey/ZUnknown.h"
+#include "Base/ZUnknown.h"
 
 namespace
 {

@@ -3,7 +3,7 @@
 #include "Base/ZPtr.h"
 #include "Interfaces/IZFFrame.h"
 #include "Interfaces/IZProps.h"
-#include "ZChromaKey/ZUnknown.h"
+#include "Base/ZUnknown.h"
 
 #include <functional>
 #include <string>

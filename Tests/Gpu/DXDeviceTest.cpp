@@ -1,0 +1,457 @@
+#include "DirectX/DXDevice.h"
+
+#include "DirectX/Shaders/VertexShader.h"
+#include "Gpu/DeviceHooks.h"
+#include "Gpu/GpuEnvironment.h"
+#include "Support/LogCatcher.h"
+
+#include <algorithm>
+#include <array>
+#include <cfloat>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+
+namespace
+{
+
+constexpr char c_szRed[] = "float4 PS() : SV_TARGET { return float4(1, 0, 0, 1); }";
+constexpr char c_szBlue[] = "float4 PS() : SV_TARGET { return float4(0, 0, 1, 1); }";
+
+struct CREATE_CALL
+{
+    IDXGIAdapter* pAdapter;
+    D3D_DRIVER_TYPE eDriver;
+    HMODULE hSoftware;
+    UINT nFlags;
+    std::vector<D3D_FEATURE_LEVEL> vecLevels;
+    UINT nVersion;
+};
+std::vector<CREATE_CALL> g_vecCreateCalls;
+std::vector<HRESULT> g_vecCreateResults; // of the first calls; then the shared device
+
+HRESULT WINAPI FakeCreate(IDXGIAdapter* _pAdapter, D3D_DRIVER_TYPE _eDriver, HMODULE _hSoftware, UINT _nFlags,
+                          const D3D_FEATURE_LEVEL* _pLevels, UINT _nLevels, UINT _nVersion, ID3D11Device** _ppDevice,
+                          D3D_FEATURE_LEVEL* _peLevel, ID3D11DeviceContext**)
+{
+    const size_t nCall = g_vecCreateCalls.size();
+    g_vecCreateCalls.push_back({_pAdapter, _eDriver, _hSoftware, _nFlags, {_pLevels, _pLevels + _nLevels}, _nVersion});
+    if (nCall < g_vecCreateResults.size())
+        return g_vecCreateResults[nCall];
+    *_ppDevice = CZPtr<ID3D11Device>(Gpu_Device()).Detach();
+    *_peLevel = (*_ppDevice)->GetFeatureLevel();
+    return S_OK;
+}
+
+/// Other entry points while it lives.
+class CFakeFunctions
+{
+public:
+    CFakeFunctions()
+        : m_functions(DX_Functions())
+    {
+        g_vecCreateCalls.clear();
+        g_vecCreateResults.clear();
+        m_functions.pfnD3D11CreateDevice = &FakeCreate;
+        DX_FunctionsSet(&m_functions);
+    }
+    ~CFakeFunctions()
+    {
+        DX_FunctionsSet(nullptr);
+    }
+    DX_FUNCTIONS m_functions;
+};
+
+std::string g_strCompiled;
+HRESULT WINAPI FakeCompile(LPCVOID, SIZE_T _cbText, LPCSTR _pszName, const D3D_SHADER_MACRO* _pMacros,
+                           ID3DInclude* _pInclude, LPCSTR _pszEntry, LPCSTR _pszTarget, UINT _nFlags1, UINT _nFlags2,
+                           ID3DBlob**, ID3DBlob**)
+{
+    const bool bPlain = !_pszName && !_pMacros && !_pInclude && _nFlags1 == 0 && _nFlags2 == 0;
+    g_strCompiled = std::string(_pszEntry) + " " + _pszTarget + " " + std::to_string(_cbText) + (bPlain ? "" : " !");
+    return E_FAIL; // and neither code nor a text
+}
+
+} // namespace
+
+TEST(DXDevice, TakesTheDeviceOfItsSource)
+{
+    const auto cpTexture = Gpu_Texture(4, 4);
+    for (IUnknown* const pSource : {static_cast<IUnknown*>(Gpu_Device()), static_cast<IUnknown*>(cpTexture.Get())})
+    {
+        CLogCatcher log;
+        CZPtr<DX11Device> cpWrapper;
+        ASSERT_EQ(DX11Device::Create(pSource, cpWrapper.Put()), S_OK);
+        EXPECT_EQ(cpWrapper->Device(), Gpu_Device());
+        EXPECT_EQ(log.Count("Init by ID3D11Resource/ID3D11Device", eZLog_Info), 1u);
+        EXPECT_EQ(log.Count("D3D11CreateDevice("), 0u);
+        EXPECT_TRUE(cpWrapper->Context() && cpWrapper->SamplerPoint() && cpWrapper->SamplerLinear());
+        EXPECT_EQ(cpWrapper->Init(nullptr), S_FALSE);
+        EXPECT_EQ(log.Count("", eZLog_Error), 0u);
+    }
+    EXPECT_EQ(DX11Device::Create(nullptr, nullptr), E_POINTER);
+}
+
+TEST(DXDevice, IsProtectedFromOtherThreads)
+{
+    const auto cpProtection = ZQuery<ID3D10Multithread>(Gpu_Device());
+    cpProtection->SetMultithreadProtected(FALSE);
+    Gpu_Wrapper();
+    EXPECT_TRUE(cpProtection->GetMultithreadProtected());
+}
+
+TEST(DXDevice, AsksForTheAdapterOrTheDefaultOne)
+{
+    const auto cpAdapter = DX_AdapterGet(Gpu_Device());
+    DXGI_ADAPTER_DESC desc = {};
+    ASSERT_EQ(cpAdapter->GetDesc(&desc), S_OK);
+    const std::string strName = ZText_FromWide(desc.Description);
+    const std::vector<D3D_FEATURE_LEVEL> vecLevels = {
+        D3D_FEATURE_LEVEL_11_1, D3D_FEATURE_LEVEL_11_0, D3D_FEATURE_LEVEL_10_1, D3D_FEATURE_LEVEL_10_0,
+        D3D_FEATURE_LEVEL_9_3,  D3D_FEATURE_LEVEL_9_2,  D3D_FEATURE_LEVEL_9_1};
+    // A context is of a device, but neither device nor resource.
+    for (IUnknown* const pSource : {static_cast<IUnknown*>(cpAdapter.Get()), static_cast<IUnknown*>(nullptr),
+                                    static_cast<IUnknown*>(Gpu_Context())})
+    {
+        CFakeFunctions fakes;
+        CLogCatcher log;
+        CZPtr<DX11Device> cpWrapper;
+        ASSERT_EQ(DX11Device::Create(pSource, cpWrapper.Put()), S_OK);
+        ASSERT_EQ(g_vecCreateCalls.size(), 1u);
+        const CREATE_CALL& call = g_vecCreateCalls[0];
+        const bool bAdapter = pSource == cpAdapter.Get();
+        EXPECT_EQ(call.pAdapter, bAdapter ? cpAdapter.Get() : nullptr);
+        EXPECT_EQ(call.eDriver, bAdapter ? D3D_DRIVER_TYPE_UNKNOWN : D3D_DRIVER_TYPE_HARDWARE);
+        EXPECT_EQ(call.hSoftware, nullptr);
+        EXPECT_EQ(call.nFlags, 0x20u);
+        EXPECT_EQ(call.vecLevels, vecLevels);
+        EXPECT_EQ(call.nVersion, 7u);
+        EXPECT_EQ(log.Count("Init by IDXGIAdapter:" + (bAdapter ? strName : "Default"), eZLog_Info), 1u);
+        EXPECT_EQ(log.Count(ZFormat("D3D11CreateDevice(%hs, VendorID:%08X, LCID:%I64X)=00000000 d3dFeature:%08X",
+                                    strName, desc.VendorId,
+                                    static_cast<uint64_t>(static_cast<uint32_t>(desc.AdapterLuid.HighPart)) << 32 |
+                                        desc.AdapterLuid.LowPart,
+                                    Gpu_Device()->GetFeatureLevel()),
+                            eZLog_Info),
+                  1u);
+    }
+}
+
+TEST(DXDevice, DebugLayerIsAskedForAndDoneWithout)
+{
+    const auto fnCreate = [](std::vector<HRESULT> _vecResults) {
+        g_vecCreateCalls.clear();
+        g_vecCreateResults = std::move(_vecResults);
+        CZPtr<DX11Device> cpWrapper;
+        return DX11Device::Create(nullptr, cpWrapper.Put());
+    };
+    CFakeFunctions fakes;
+    CLogCatcher log;
+    _putenv("ZCK_D3D_DEBUG=1");
+    EXPECT_EQ(fnCreate({}), S_OK);
+    ASSERT_EQ(g_vecCreateCalls.size(), 1u);
+    EXPECT_EQ(g_vecCreateCalls[0].nFlags, 0x22u);
+    EXPECT_EQ(fnCreate({static_cast<HRESULT>(0x887A002D)}), S_OK);
+    ASSERT_EQ(g_vecCreateCalls.size(), 2u);
+    EXPECT_EQ(g_vecCreateCalls[1].nFlags, 0x20u);
+    EXPECT_EQ(log.Count("no debug layer", eZLog_Warning), 1u);
+    EXPECT_EQ(fnCreate({E_INVALIDARG}), E_INVALIDARG);
+    EXPECT_EQ(g_vecCreateCalls.size(), 1u);
+    _putenv("ZCK_D3D_DEBUG=");
+}
+
+TEST(DXDevice, CreationThatFailsIsNotRetried)
+{
+    CFakeFunctions fakes;
+    CLogCatcher log;
+    CZPtr<DX11Device> cpWrapper;
+    g_vecCreateResults = {E_INVALIDARG};
+    EXPECT_EQ(DX11Device::Create(nullptr, cpWrapper.Put()), E_INVALIDARG);
+    EXPECT_EQ(g_vecCreateCalls.size(), 1u);
+    EXPECT_EQ(
+        log.Count("D3D11CreateDevice(Default, VendorID:00000000, LCID:0)=80070057 d3dFeature:00000000", eZLog_Error),
+        1u);
+    EXPECT_FALSE(cpWrapper);
+}
+
+TEST(DXDevice, SystemsWithoutDirect3DSayWhatIsMissing)
+{
+    CFakeFunctions fakes;
+    CZPtr<DX11Device> cpWrapper;
+    fakes.m_functions.pfnD3D11CreateDevice = nullptr;
+    EXPECT_EQ(DX11Device::Create(nullptr, cpWrapper.Put()), HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND));
+    fakes.m_functions.pfnD3DCompile = nullptr;
+    EXPECT_EQ(DX11Device::Create(Gpu_Device(), cpWrapper.Put()), HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND));
+    EXPECT_FALSE(cpWrapper);
+}
+
+TEST(DXDevice, EveryStepOfInitMayFail)
+{
+    // What is logged when the n-th call of a method fails.
+    const std::map<std::string, std::vector<std::string>> mapMessages = {
+        {"D3DCompile", {"Failed to compile vertex shader!"}},
+        {"CreateVertexShader", {"Unable to create vertex shader. Error code 0X8007000E!"}},
+        {"CreateInputLayout", {"Unable to create input layout! Error code 0X8007000E!"}},
+        {"CreateBuffer", {"Cannot create vertex buffer!"}},
+        {"CreateSamplerState", {"Cannot create point sampler!", "Cannot create linear sampler!"}},
+    };
+    CCallFaults faults(Gpu_Device());
+    int nCall = 1;
+    for (;; ++nCall)
+    {
+        CLogCatcher log;
+        CZPtr<DX11Device> cpWrapper;
+        const ULONG nRefs = Gpu_Refs(Gpu_Device());
+        faults.FailAt(nCall, E_OUTOFMEMORY);
+        const HRESULT hr = DX11Device::Create(Gpu_Device(), cpWrapper.Put());
+        if (faults.Failed().empty())
+        {
+            EXPECT_EQ(hr, S_OK);
+            break;
+        }
+        SCOPED_TRACE(faults.Failed());
+        EXPECT_EQ(hr, E_OUTOFMEMORY);
+        EXPECT_FALSE(cpWrapper);
+        EXPECT_EQ(Gpu_Refs(Gpu_Device()), nRefs);
+        ASSERT_EQ(mapMessages.count(faults.Failed()), 1u);
+        EXPECT_EQ(log.Count(mapMessages.at(faults.Failed())[faults.Count(faults.Failed()) - 1], eZLog_Error), 1u);
+    }
+    EXPECT_EQ(nCall, 7);
+}
+
+TEST(DXShader, EntryAndTargetFollowKindAndLevel)
+{
+    const std::pair<D3D_FEATURE_LEVEL, const char*> arrLevels[] = {
+        {D3D_FEATURE_LEVEL_9_1, "2_0"},  {D3D_FEATURE_LEVEL_9_2, "2_0"},
+        {D3D_FEATURE_LEVEL_9_3, "2_0"},  {D3D_FEATURE_LEVEL_10_0, "4_0"},
+        {D3D_FEATURE_LEVEL_10_1, "4_1"}, {D3D_FEATURE_LEVEL_11_0, "5_0"},
+        {D3D_FEATURE_LEVEL_11_1, "5_0"}, {static_cast<D3D_FEATURE_LEVEL>(0xC000), "2_0"},
+    };
+    CFakeFunctions fakes;
+    fakes.m_functions.pfnD3DCompile = &FakeCompile;
+    CZPtr<ID3DBlob> cpCode;
+    for (const auto& [eLevel, pszSuffix] : arrLevels)
+        for (const auto& [eType, strStart] :
+             {std::pair{eDXS_Pixel, std::string("PS ps_")}, std::pair{eDXS_Vertex, std::string("VS vs_")},
+              std::pair{eDXS_Compute, std::string("CS_Main cs_")}})
+        {
+            CLogCatcher log;
+            EXPECT_EQ(DX11Device::Shader_Compile("text", eType, eLevel, cpCode.Put()), E_FAIL);
+            EXPECT_EQ(g_strCompiled, strStart + pszSuffix + " 4");
+            EXPECT_EQ(log.Count("Failed to compile shader"), 1u);
+            EXPECT_EQ(log.Count("with error"), 0u);
+        }
+    CLogCatcher log;
+    const auto eOther = static_cast<eDX_Shader>(2);
+    EXPECT_EQ(DX11Device::Shader_Compile("text", eOther, D3D_FEATURE_LEVEL_11_0, cpCode.Put()), E_NOTIMPL);
+    EXPECT_EQ(log.Count("Unknown shader type!"), 1u);
+    EXPECT_EQ(DX11Device::Shader_Compile("", eOther, D3D_FEATURE_LEVEL_11_0, cpCode.Put()), E_INVALIDARG);
+    EXPECT_EQ(DX11Device::Shader_Compile(nullptr, eDXS_Pixel, D3D_FEATURE_LEVEL_11_0, cpCode.Put()), E_INVALIDARG);
+    EXPECT_EQ(log.Count("!( !(_pszShaderCode) || !(_pszShaderCode)[0] )"), 2u);
+}
+
+TEST(DXShader, CompilerErrorsAreLoggedWithTheText)
+{
+    const auto cpWrapper = Gpu_Wrapper();
+    CLogCatcher log;
+    CZPtr<ID3D11PixelShader> cpShader;
+    EXPECT_LT(cpWrapper->PixelShader_Create("float4 PS() : SV_TARGET { return nothing; }", cpShader.Put()), 0);
+    EXPECT_FALSE(cpShader);
+    EXPECT_EQ(log.Count("Failed to compile shader PS VER. ps_5_0 with error: ", eZLog_Error), 1u);
+    EXPECT_EQ(log.Count("\ncode:float4 PS() : SV_TARGET { return nothing; }", eZLog_Error), 1u);
+    EXPECT_EQ(log.Count("!\"Shader not compiled!\""), 1u);
+    EXPECT_EQ(log.Count("DX11Device::PixelShader_Create: Failed to compile pixel shader", eZLog_Error), 1u);
+}
+
+TEST(DXShader, KeptByTagAndWholeText)
+{
+    auto cpWrapper = Gpu_Wrapper();
+    CCallFaults faults(Gpu_Device());
+    faults.FailAt(0, S_OK);
+    CZPtr<ID3D11PixelShader> arrShaders[5];
+    const auto fnGet = [](const char* _pszText, uint32_t _nTag) {
+        CZPtr<ID3D11PixelShader> cpShader;
+        EXPECT_EQ(DX11Device::PixelShader_Get(Gpu_Device(), _pszText, _nTag, cpShader.Put()), S_OK);
+        return cpShader;
+    };
+    const std::string strLong = std::string(c_szRed) + "//" + std::string(3000, '-');
+    arrShaders[0] = fnGet(c_szRed, 0);
+    arrShaders[1] = fnGet(c_szRed, 1);
+    arrShaders[2] = fnGet(c_szBlue, 0);
+    arrShaders[3] = fnGet((strLong + "a").c_str(), 0);
+    arrShaders[4] = fnGet((strLong + "b").c_str(), 0);
+    EXPECT_EQ(faults.Count("D3DCompile"), 5);
+    for (int n = 0; n < 5; ++n)
+        for (int nOther = 0; nOther < n; ++nOther)
+            EXPECT_NE(arrShaders[n].Get(), arrShaders[nOther].Get());
+    EXPECT_EQ(fnGet(c_szRed, 0).Get(), arrShaders[0].Get());
+    EXPECT_EQ(fnGet((strLong + "b").c_str(), 0).Get(), arrShaders[4].Get());
+    EXPECT_EQ(faults.Count("D3DCompile"), 5);
+
+    // Kept as long as some wrapper uses the device.
+    auto cpWrapper2 = Gpu_Wrapper();
+    cpWrapper.Reset();
+    EXPECT_EQ(fnGet(c_szBlue, 0).Get(), arrShaders[2].Get());
+    cpWrapper2.Reset();
+    faults.FailAt(0, S_OK);
+    fnGet(c_szBlue, 0);
+    EXPECT_EQ(faults.Count("D3DCompile"), 1);
+
+    CLogCatcher log;
+    CZPtr<ID3D11PixelShader> cpShader;
+    EXPECT_EQ(DX11Device::PixelShader_Get(Gpu_Device(), "", 0, cpShader.Put()), E_INVALIDARG);
+    EXPECT_EQ(DX11Device::PixelShader_Get(nullptr, c_szRed, 0, cpShader.Put()), E_INVALIDARG);
+    faults.FailAt(2, E_OUTOFMEMORY);
+    EXPECT_EQ(DX11Device::PixelShader_Get(Gpu_Device(), c_szRed, 9, cpShader.Put()), E_OUTOFMEMORY);
+    EXPECT_EQ(log.Count("DX11Device::PixelShader_Get: Unable to create pixel shader! Error code 0X8007000E!"), 1u);
+}
+
+TEST(DXBuffers, SamplersClampTheirAnisotropy)
+{
+    for (const auto& [nAsked, nGot] : {std::pair{0u, 1u}, {1u, 1u}, {2u, 2u}, {16u, 16u}, {40u, 16u}, {~0u, 16u}})
+    {
+        // As it was asked for: a sampler's own description leaves out what has no effect.
+        D3D11_SAMPLER_DESC desc = {};
+        const HOOK_CREATESAMPLER hook(
+            Gpu_Device(), [&](auto _pfnOriginal, auto* _pDevice, const D3D11_SAMPLER_DESC* _pDesc, auto** _ppSampler) {
+                desc = *_pDesc;
+                return _pfnOriginal(_pDevice, _pDesc, _ppSampler);
+            });
+        CZPtr<ID3D11SamplerState> cpSampler;
+        EXPECT_EQ(DX11Device::CreateSampler(Gpu_Device(), D3D11_FILTER_ANISOTROPIC, nAsked, cpSampler.Put()), S_OK);
+        const D3D11_SAMPLER_DESC descExpected = {D3D11_FILTER_ANISOTROPIC,
+                                                 D3D11_TEXTURE_ADDRESS_CLAMP,
+                                                 D3D11_TEXTURE_ADDRESS_CLAMP,
+                                                 D3D11_TEXTURE_ADDRESS_CLAMP,
+                                                 0,
+                                                 nGot,
+                                                 D3D11_COMPARISON_NEVER,
+                                                 {0, 0, 0, 1},
+                                                 0,
+                                                 FLT_MAX};
+        EXPECT_EQ(std::memcmp(&desc, &descExpected, sizeof(desc)), 0) << nAsked;
+    }
+    CLogCatcher log;
+    CZPtr<ID3D11SamplerState> cpSampler;
+    EXPECT_EQ(DX11Device::CreateSampler(nullptr, 0, 2, cpSampler.Put()), E_INVALIDARG);
+    EXPECT_EQ(DX11Device::CreateSampler(Gpu_Device(), 0, 2, nullptr), E_INVALIDARG);
+    ASSERT_EQ(DX11Device::CreateSampler(Gpu_Device(), 0, 2, cpSampler.Put()), S_OK);
+    ID3D11SamplerState* pTaken = cpSampler.Get();
+    EXPECT_EQ(DX11Device::CreateSampler(Gpu_Device(), 0, 2, &pTaken), E_INVALIDARG);
+    EXPECT_EQ(log.Count("_pDevice && _ppSamplerState && !(*_ppSamplerState)"), 3u);
+    CCallFaults faults(Gpu_Device());
+    faults.FailAt(1, E_OUTOFMEMORY);
+    EXPECT_EQ(DX11Device::PS_SetSampler(Gpu_Device(), 20, 99), E_OUTOFMEMORY);
+    EXPECT_EQ(log.Count("_pDevice->CreateSamplerState(Filter=20 MaxAsinitropy=16)=8007000E"), 1u);
+    EXPECT_EQ(log.Count("DX11Device::PS_SetSampler: Sampler state is not available!"), 1u);
+}
+
+TEST(DXBuffers, ConstantBlocksMayHaveAnyLength)
+{
+    const std::vector<uint8_t> vecData(8192, 1);
+    // bind flags, bytes, width of the buffer (0: refused)
+    const std::array<size_t, 3> arrRows[] = {
+        {D3D11_BIND_CONSTANT_BUFFER, 1, 16},      {D3D11_BIND_CONSTANT_BUFFER, 16, 16},
+        {D3D11_BIND_CONSTANT_BUFFER, 20, 32},     {D3D11_BIND_CONSTANT_BUFFER, 4095, 4096},
+        {D3D11_BIND_CONSTANT_BUFFER, 4096, 4096}, {D3D11_BIND_CONSTANT_BUFFER, 4100, 0},
+        {D3D11_BIND_CONSTANT_BUFFER, 4112, 4112}, {D3D11_BIND_VERTEX_BUFFER, 20, 20},
+        {D3D11_BIND_VERTEX_BUFFER, 5000, 5000},   {D3D11_BIND_CONSTANT_BUFFER, 0, 0},
+    };
+    CLogCatcher log;
+    CZPtr<ID3D11Buffer> cpBuffer;
+    for (const auto& [nFlags, cbData, cbBuffer] : arrRows)
+    {
+        SCOPED_TRACE(cbData);
+        EXPECT_EQ(DX11Device::Buffer_Create(Gpu_Device(), static_cast<uint32_t>(nFlags), vecData.data(), cbData,
+                                            cpBuffer.Put()),
+                  cbBuffer ? S_OK : E_INVALIDARG);
+        D3D11_BUFFER_DESC desc = {};
+        if (cpBuffer)
+            cpBuffer->GetDesc(&desc);
+        EXPECT_EQ(desc.ByteWidth, cbBuffer);
+    }
+    EXPECT_EQ(log.Count("_cbData <= ( 4096 )"), 1u);
+    EXPECT_EQ(DX11Device::CreateConstantBuffer(Gpu_Device(), nullptr, 16, cpBuffer.Put()), E_INVALIDARG);
+    EXPECT_EQ(DX11Device::CreateConstantBuffer(Gpu_Device(), vecData.data(), 0, cpBuffer.Put()), E_INVALIDARG);
+    EXPECT_EQ(log.Count("_pCBufData && _nCBufSize"), 2u);
+    EXPECT_EQ(DX11Device::VertexConstants_Create(Gpu_Device(), vecData.data(), 20, cpBuffer.Put()), E_INVALIDARG);
+    EXPECT_EQ(log.Count("!(_nSize % 16)"), 1u);
+    EXPECT_EQ(DX11Device::VertexConstants_Create(Gpu_Device(), vecData.data(), sizeof(VS_ROTATE), cpBuffer.Put()),
+              S_OK);
+    {
+        CCallFaults faults(Gpu_Device());
+        faults.FailAt(1, E_OUTOFMEMORY);
+        EXPECT_EQ(DX11Device::CreateConstantBuffer(Gpu_Device(), vecData.data(), 20, cpBuffer.Put()), E_OUTOFMEMORY);
+        EXPECT_EQ(log.Count("_pDevice->CreateBuffer(20, 4, 0) FAILED hr=8007000E"), 1u);
+        EXPECT_EQ(log.Count("DX11Device::CreateConstantBuffer: Failed to create constant buffer!"), 1u);
+    }
+    // What reaches the device is the block and then nothing that happened to lie on the stack; it may yield no buffer.
+    const HOOK_CREATEBUFFER hook(
+        Gpu_Device(), [](auto, auto*, const D3D11_BUFFER_DESC* _pDesc, const D3D11_SUBRESOURCE_DATA* _pData, auto) {
+            const auto* const pBytes = static_cast<const uint8_t*>(_pData->pSysMem);
+            EXPECT_EQ(std::count(pBytes, pBytes + _pDesc->ByteWidth, uint8_t{0}), 4096 - 4081);
+            return S_OK;
+        });
+    EXPECT_EQ(DX11Device::Buffer_Create(Gpu_Device(), 4, vecData.data(), 4081, cpBuffer.Put()), E_UNEXPECTED);
+}
+
+TEST(DXBuffers, ViewsNeedWhatTheTextureSays)
+{
+    CLogCatcher log;
+    CZPtr<ID3D11ShaderResourceView> cpView;
+    CZPtr<ID3D11ShaderResourceView> cpView2;
+    CZPtr<ID3D11RenderTargetView> cpTarget;
+    D3D11_TEXTURE2D_DESC desc = {
+        16, 16, 3, 1, DXGI_FORMAT_B8G8R8A8_UNORM, {1, 0}, D3D11_USAGE_DEFAULT, D3D11_BIND_RENDER_TARGET, 0, 0};
+    CZPtr<ID3D11Texture2D> cpTexture;
+    ASSERT_EQ(Gpu_Device()->CreateTexture2D(&desc, nullptr, cpTexture.Put()), S_OK);
+    EXPECT_EQ(DX11Device::Texture2SRV(cpTexture.Get(), false, cpView.Put()), E_INVALIDARG);
+    EXPECT_EQ(log.Count("tDesc.BindFlags & D3D11_BIND_SHADER_RESOURCE"), 1u);
+    EXPECT_EQ(DX11Device::Texture2SRV(nullptr, false, cpView.Put()), E_INVALIDARG);
+
+    desc.BindFlags |= D3D11_BIND_SHADER_RESOURCE;
+    desc.MiscFlags = D3D11_RESOURCE_MISC_GENERATE_MIPS;
+    ASSERT_EQ(Gpu_Device()->CreateTexture2D(&desc, nullptr, cpTexture.Put()), S_OK);
+    EXPECT_EQ(DX11Device::Texture2SRV(cpTexture.Get(), false, cpView.Put(), cpView2.Put()), S_OK);
+    EXPECT_EQ(log.Count("GenerateMips"), 0u);
+    EXPECT_EQ(DX11Device::Texture2SRV(cpTexture.Get(), true, cpView.Put()), S_OK);
+    EXPECT_FALSE(cpView2);
+    EXPECT_EQ(log.Count("cpD3D11DeviceContext->GenerateMips(3)"), 1u);
+
+    CCallFaults faults(Gpu_Device());
+    faults.FailAt(1, E_OUTOFMEMORY);
+    EXPECT_EQ(DX11Device::Texture2SRV(cpTexture.Get(), false, cpView.Put()), E_OUTOFMEMORY);
+    EXPECT_EQ(log.Count("cpD3D11Device->CreateShaderResourceView(87, 16x16 Fmt:87 Mip:3 Usage:0 BindFlags:28 "
+                        "MiscFlags:0001) FAILED hr=8007000E"),
+              1u);
+    faults.FailAt(1, E_OUTOFMEMORY);
+    EXPECT_EQ(DX11Device::Texture_SetAsRenderTarget(cpTexture.Get(), cpTarget.Put()), E_OUTOFMEMORY);
+    EXPECT_EQ(log.Count("Failed to create render target view!"), 1u);
+    EXPECT_EQ(DX11Device::Texture_SetAsRenderTarget(nullptr, cpTarget.Put()), E_INVALIDARG);
+    EXPECT_EQ(log.Count("cpD3D11Device && cpD3D11DeviceContext"), 1u);
+}
+
+TEST(DXBuffers, TwoViewsOfNV12)
+{
+    D3D11_TEXTURE2D_DESC desc = {
+        16, 16, 1, 1, DXGI_FORMAT_NV12, {1, 0}, D3D11_USAGE_DEFAULT, D3D11_BIND_SHADER_RESOURCE, 0, 0};
+    CZPtr<ID3D11Texture2D> cpTexture;
+    if (FAILED(Gpu_Device()->CreateTexture2D(&desc, nullptr, cpTexture.Put())))
+        GTEST_SKIP() << "this Direct3D has no NV12 textures";
+    CLogCatcher log;
+    CZPtr<ID3D11ShaderResourceView> cpView;
+    CZPtr<ID3D11ShaderResourceView> cpView2;
+    EXPECT_EQ(DX11Device::Texture2SRV(cpTexture.Get(), false, cpView.Put()), E_INVALIDARG);
+    EXPECT_EQ(log.Count("tDesc.Format != DXGI_FORMAT_NV12 || _ppShaderResource2"), 1u);
+    ASSERT_EQ(DX11Device::Texture2SRV(cpTexture.Get(), false, cpView.Put(), cpView2.Put()), S_OK);
+    D3D11_SHADER_RESOURCE_VIEW_DESC descView = {};
+    cpView->GetDesc(&descView);
+    EXPECT_EQ(descView.Format, DXGI_FORMAT_R8_UNORM);
+    cpView2->GetDesc(&descView);
+    EXPECT_EQ(descView.Format, DXGI_FORMAT_R8G8_UNORM);
+    CCallFaults faults(Gpu_Device());
+    faults.FailAt(2, E_OUTOFMEMORY);
+    EXPECT_EQ(DX11Device::Texture2SRV(cpTexture.Get(), false, cpView.Put(), cpView2.Put()), E_OUTOFMEMORY);
+    EXPECT_FALSE(cpView || cpView2);
+    EXPECT_EQ(log.Count("cpD3D11Device->CreateShaderResourceView(DXGI_FORMAT_R8G8_UNORM) FAILED"), 1u);
+}

@@ -1,0 +1,218 @@
+#include "DirectX/DXHelpers.h"
+
+#include "Base/ZPixelFormats.h"
+#include "Base/ZUnknown.h"
+#include "Gpu/DeviceHooks.h"
+#include "Gpu/GpuEnvironment.h"
+#include "Support/LogCatcher.h"
+
+#include <climits>
+#include <cstring>
+
+namespace
+{
+
+/// Any object, to see references to it.
+class CCounted final : public CZUnknown<IUnknown>
+{
+};
+
+const D3D11_TEXTURE2D_DESC c_descAny = {
+    64, 32, 1, 1, DXGI_FORMAT_B8G8R8A8_UNORM, {1, 0}, D3D11_USAGE_DEFAULT, D3D11_BIND_SHADER_RESOURCE, 0, 0};
+
+} // namespace
+
+TEST(DXNamedData, IdentifiersHashTheWholeName)
+{
+    // Values that the authors of the hash publish.
+    EXPECT_EQ(DX_DataId("a"), (GUID{0xD228CB69, 0x6F1A, 0x8CAF, {0x78, 0x91, 0x2B, 0x70, 0x4E, 0x4A, 0x89, 0x64}}));
+    EXPECT_EQ(DX_DataId("foobar"),
+              (GUID{0x343E1662, 0x793C, 0x64BF, {0x6F, 0x0D, 0x35, 0x97, 0xBA, 0x44, 0x6F, 0x18}}));
+    EXPECT_EQ(DX_DataId("foo", "bar"), DX_DataId("foobar"));
+    const std::string strLong(5000, 'x');
+    EXPECT_NE(DX_DataId(strLong + "a"), DX_DataId(strLong + "b"));
+    EXPECT_NE(DX_DataId(strLong), DX_DataId(strLong + "x"));
+}
+
+TEST(DXNamedData, NumbersAndObjectsComeBack)
+{
+    const auto cpTexture = Gpu_Texture(4, 4);
+    for (IUnknown* const pHolder : {static_cast<IUnknown*>(cpTexture.Get()), static_cast<IUnknown*>(Gpu_Device())})
+    {
+        EXPECT_EQ(DX_DataGet(pHolder, c_svDataInCache, LONGLONG{0}), 0);
+        EXPECT_EQ(DX_DataGet(pHolder, c_svDataInCache, LONGLONG{-7}), -7);
+        for (const LONGLONG llValue : {LLONG_MIN, LONGLONG{0}, LLONG_MAX})
+        {
+            EXPECT_EQ(DX_DataSet(pHolder, c_svDataInCache, llValue), S_OK);
+            EXPECT_EQ(DX_DataGet(pHolder, c_svDataInCache, LONGLONG{5}), llValue);
+        }
+        EXPECT_FALSE(DX_DataGet<IUnknown>(pHolder, "object"));
+        const auto cpObject = CZPtr<CCounted>::Adopt(new CCounted);
+        const auto cpOther = CZPtr<CCounted>::Adopt(new CCounted);
+        EXPECT_EQ(DX_DataSet(pHolder, "object", cpObject.Get()), S_OK);
+        EXPECT_EQ(Gpu_Refs(cpObject.Get()), 2u);
+        EXPECT_EQ(DX_DataGet<IUnknown>(pHolder, "object").Get(), cpObject.Get());
+        EXPECT_EQ(Gpu_Refs(cpObject.Get()), 2u) << "a reader's reference was lost or kept";
+        EXPECT_FALSE(DX_DataGet<ID3D11Query>(pHolder, "object"));
+        EXPECT_EQ(DX_DataSet(pHolder, "object", cpOther.Get()), S_OK);
+        EXPECT_EQ(Gpu_Refs(cpObject.Get()), 1u) << "the replaced object is still held";
+        EXPECT_GE(DX_DataSet(pHolder, "object", nullptr), S_OK);
+        EXPECT_EQ(Gpu_Refs(cpOther.Get()), 1u);
+        EXPECT_FALSE(DX_DataGet<IUnknown>(pHolder, "object"));
+        EXPECT_GE(DX_DataSet(pHolder, "object", nullptr), S_OK);
+    }
+}
+
+TEST(DXNamedData, RefusesWhatCannotHoldData)
+{
+    CLogCatcher log;
+    CZPtr<IUnknown> cpOut;
+    EXPECT_EQ(DX_DataSet(nullptr, "x", LONGLONG{1}), E_INVALIDARG);
+    EXPECT_EQ(DX_DataSet(nullptr, "x", Gpu_Device()), E_INVALIDARG);
+    EXPECT_EQ(log.Count("_pDevChild"), 2u);
+    EXPECT_EQ(DX_DataGet(nullptr, "x", LONGLONG{3}), 3);
+    EXPECT_EQ(DX_DataGet(nullptr, "x", IID_IUnknown, cpOut.PutVoid()), E_INVALIDARG);
+    EXPECT_EQ(DX_DataGet(Gpu_Device(), "x", IID_IUnknown, nullptr), E_INVALIDARG);
+    EXPECT_EQ(log.Count("_pDevChild && _ppObj"), 2u);
+    const auto cpStranger = CZPtr<CCounted>::Adopt(new CCounted);
+    EXPECT_EQ(DX_DataSet(cpStranger.Get(), "x", LONGLONG{1}), E_NOINTERFACE);
+    EXPECT_EQ(DX_DataGet(cpStranger.Get(), "x", LONGLONG{3}), 3);
+}
+
+TEST(DXHelpers, TextOfADescription)
+{
+    D3D11_TEXTURE2D_DESC desc = c_descAny;
+    EXPECT_EQ(DX_TextureText(&desc), "64x32 Fmt:87 Mip:1 Usage:0 BindFlags:08 MiscFlags:0000");
+    desc.Usage = D3D11_USAGE_STAGING;
+    desc.BindFlags = 0x28;
+    desc.MiscFlags = D3D11_RESOURCE_MISC_SHARED;
+    desc.CPUAccessFlags = D3D11_CPU_ACCESS_READ | D3D11_CPU_ACCESS_WRITE;
+    EXPECT_EQ(DX_TextureText(&desc), "64x32 Fmt:87 Mip:1 Usage:3 BindFlags:28 MiscFlags:0002 CPURead CPUWrite");
+    desc.Width = 0;
+    EXPECT_EQ(DX_TextureText(&desc), "NULL/EMPTY");
+    EXPECT_EQ(DX_TextureText(static_cast<ID3D11Texture2D*>(nullptr)), "NULL");
+    EXPECT_EQ(DX_TextureText(Gpu_Texture(3, 2, DXGI_FORMAT_R8_UNORM).Get()),
+              "3x2 Fmt:61 Mip:1 Usage:0 BindFlags:28 MiscFlags:0000");
+}
+
+TEST(DXHelpers, SizesInTexels)
+{
+    // format, texel format, size in texels of 1919x1079 and of 720x576
+    struct ROW
+    {
+        uint32_t fccType;
+        DXGI_FORMAT eFormat;
+        UINT arrOdd[2];
+        UINT arrEven[2];
+    };
+    const ROW arrRows[] = {
+        {eZFCC_RGB32, DXGI_FORMAT_B8G8R8A8_UNORM, {1919, 1079}, {720, 576}},
+        {eZFCC_ARGB32, DXGI_FORMAT_B8G8R8A8_UNORM, {1919, 1079}, {720, 576}},
+        {eZFCC_UYVY, DXGI_FORMAT_B8G8R8A8_UNORM, {960, 1079}, {360, 576}},
+        {eZFCC_HDYC, DXGI_FORMAT_B8G8R8A8_UNORM, {960, 1079}, {360, 576}},
+        {eZFCC_YUY2, DXGI_FORMAT_B8G8R8A8_UNORM, {960, 1079}, {360, 576}},
+        {eZFCC_RGB8, DXGI_FORMAT_R8_UNORM, {1919, 1079}, {720, 576}},
+        {eZFCC_NV12, DXGI_FORMAT_R8_UNORM, {1919, 1620}, {720, 864}},
+        {eZFCC_YV12, DXGI_FORMAT_R8_UNORM, {1919, 1620}, {720, 864}},
+        {eZFCC_I420, DXGI_FORMAT_R8_UNORM, {1919, 1620}, {720, 864}},
+        {eZFCC_YV16, DXGI_FORMAT_R8_UNORM, {1919, 2158}, {720, 1152}},
+        {eZFCC_I422, DXGI_FORMAT_R8_UNORM, {1919, 2158}, {720, 1152}},
+        {eZFCC_Y422, DXGI_FORMAT_R8_UNORM, {1919, 2158}, {720, 1152}},
+        {eZFCC_Y444, DXGI_FORMAT_R8_UNORM, {1919, 2158}, {720, 1152}},
+    };
+    size_t nWithTexture = 0;
+    for (const PIXEL_FORMAT& format : FCC_All())
+    {
+        SCOPED_TRACE(format.pszName);
+        ZF_VID_PROPS vidProps = {};
+        vidProps.fccType = format.fccType;
+        vidProps.nWidth = 720;
+        vidProps.nHeight = -576;
+        const ROW* pRow = nullptr;
+        for (const ROW& row : arrRows)
+            pRow = row.fccType == format.fccType ? &row : pRow;
+        nWithTexture += pRow != nullptr;
+        D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(vidProps);
+        EXPECT_EQ(desc.Width, pRow ? pRow->arrEven[0] : 0);
+        if (!pRow)
+            continue;
+        EXPECT_EQ(desc.Height, pRow->arrEven[1]);
+        EXPECT_EQ(desc.Format, pRow->eFormat);
+        EXPECT_EQ(desc.MipLevels * desc.ArraySize * desc.SampleDesc.Count, 1u);
+        EXPECT_TRUE(DX_TextureFits(desc, vidProps));
+        EXPECT_EQ(DX_PictureHeight(format.fccType, static_cast<int32_t>(desc.Height)), 576);
+        ++desc.Height;
+        EXPECT_FALSE(DX_TextureFits(desc, vidProps));
+        vidProps.nWidth = 1919;
+        vidProps.nHeight = 1079;
+        desc = DX_TextureDesc(vidProps);
+        EXPECT_EQ(desc.Width, pRow->arrOdd[0]);
+        EXPECT_EQ(desc.Height, pRow->arrOdd[1]);
+    }
+    EXPECT_EQ(nWithTexture, std::size(arrRows));
+    for (const auto& [nWidth, nHeight] : {std::pair{0, 576}, {-720, 576}, {720, 0}, {720, INT_MIN}, {720, INT_MAX}})
+    {
+        ZF_VID_PROPS vidProps = {};
+        vidProps.fccType = eZFCC_YV16;
+        vidProps.nWidth = nWidth;
+        vidProps.nHeight = nHeight;
+        EXPECT_EQ(DX_TextureDesc(vidProps).Width, 0u) << nWidth << "x" << nHeight;
+        EXPECT_FALSE(DX_TextureFits(DX_TextureDesc(vidProps), vidProps));
+    }
+    CLogCatcher log;
+    EXPECT_EQ(DX_PictureHeight(eZFCC_NV12, 1620), 1080);
+    EXPECT_EQ(DX_PictureHeight(eZFCC_YV16, 2160), 1080);
+    EXPECT_EQ(log.Count(""), 0u);
+    DX_PictureHeight(eZFCC_YV12, 1621);
+    DX_PictureHeight(eZFCC_I422, 2161);
+    EXPECT_EQ(log.Count("_nTexelHeight * 2 % 3 == 0"), 1u);
+    EXPECT_EQ(log.Count("_nTexelHeight % 2 == 0"), 1u);
+}
+
+TEST(DXHelpers, FormatsThatDirect3DKnowsAsYUV)
+{
+    for (const DXGI_FORMAT eFormat : {DXGI_FORMAT_NV12, DXGI_FORMAT_P010, DXGI_FORMAT_P016, DXGI_FORMAT_YUY2,
+                                      DXGI_FORMAT_AYUV, DXGI_FORMAT_Y410, DXGI_FORMAT_NV11, DXGI_FORMAT_420_OPAQUE})
+        EXPECT_TRUE(DX_IsYUV(eFormat)) << eFormat;
+    for (const DXGI_FORMAT eFormat : {DXGI_FORMAT_B8G8R8A8_UNORM, DXGI_FORMAT_R8_UNORM, DXGI_FORMAT_UNKNOWN,
+                                      DXGI_FORMAT_B4G4R4A4_UNORM, DXGI_FORMAT_BC7_UNORM_SRGB, DXGI_FORMAT_P8})
+        EXPECT_FALSE(DX_IsYUV(eFormat)) << eFormat;
+}
+
+TEST(DXAdapter, KindsByVendor)
+{
+    const auto cpTexture = Gpu_Texture(4, 4);
+    const std::pair<uint32_t, eGPU_Type> arrRows[] = {
+        {0x10DE, eGPU_NVIDIA}, {0x8086, eGPU_Intel},  {0x163C, eGPU_Intel}, {0x1002, eGPU_AMD},
+        {0x1022, eGPU_AMD},    {0x10005, eGPU_Other}, {0, eGPU_Other},
+    };
+    for (const auto& [nVendor, eType] : arrRows)
+    {
+        const auto hook = AdapterHook(Gpu_Device(), [n = nVendor](auto*, auto* _pDesc) { _pDesc->VendorId = n; });
+        EXPECT_EQ(DX_GPUType(cpTexture.Get()), eType) << std::hex << nVendor;
+        EXPECT_EQ(DX_GPUType(Gpu_Device()), eType);
+    }
+    CLogCatcher log;
+    const auto cpStranger = CZPtr<CCounted>::Adopt(new CCounted);
+    EXPECT_EQ(DX_GPUType(cpStranger.Get()), eGPU_Other);
+    EXPECT_EQ(DX_GPUType(nullptr), eGPU_Other);
+    EXPECT_EQ(log.Count("cpAdapter"), 2u);
+}
+
+TEST(DXAdapter, SameOnlyWithTheSameIdentifier)
+{
+    const auto cpTexture = Gpu_Texture(4, 4);
+    EXPECT_TRUE(DX_SameAdapter(cpTexture.Get(), Gpu_Device()));
+    EXPECT_FALSE(DX_SameAdapter(cpTexture.Get(), nullptr));
+    EXPECT_FALSE(DX_SameAdapter(nullptr, nullptr));
+    LONG nAsked = 0;
+    {
+        const auto hook =
+            AdapterHook(Gpu_Device(), [&](auto*, auto* _pDesc) { _pDesc->AdapterLuid.HighPart = ++nAsked; });
+        EXPECT_FALSE(DX_SameAdapter(cpTexture.Get(), Gpu_Device()));
+    }
+    EXPECT_EQ(nAsked, 2);
+    EXPECT_TRUE(DX_SameObject(cpTexture.Get(), ZQuery<ID3D11Resource>(cpTexture).Get()));
+    EXPECT_FALSE(DX_SameObject(cpTexture.Get(), Gpu_Device()));
+    EXPECT_FALSE(DX_SameObject(nullptr, nullptr));
+}

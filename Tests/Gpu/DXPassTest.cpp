@@ -1,0 +1,254 @@
+#include "DirectX/DXDevice.h"
+
+#include "DirectX/DXHelpers.h"
+#include "DirectX/Shaders/VertexShader.h"
+#include "Gpu/DeviceHooks.h"
+#include "Gpu/GpuEnvironment.h"
+#include "Support/LogCatcher.h"
+
+#include <map>
+
+namespace
+{
+
+constexpr char c_szCopy[] = R"(
+Texture2D tx : register(t0);
+SamplerState sampler_in : register(s0);
+struct PS_INPUT { float4 Pos : SV_POSITION; float2 Tex : TEXCOORD; };
+float4 PS(PS_INPUT input) : SV_TARGET { return tx.Sample(sampler_in, input.Tex); })";
+
+constexpr char c_szConstants[] = R"(
+cbuffer BLOCK : register(b0) { float4 first; float last; };
+float4 PS() : SV_TARGET { return float4(first.x, first.w, last, 1); })";
+
+/// A picture without symmetry, alpha included.
+std::vector<uint8_t> Picture(uint32_t _nWidth, uint32_t _nHeight)
+{
+    std::vector<uint8_t> vecBytes(size_t{4} * _nWidth * _nHeight);
+    uint32_t nSeed = 1;
+    for (uint8_t& nByte : vecBytes)
+    {
+        nSeed = nSeed * 1664525u + 1013904223u;
+        nByte = static_cast<uint8_t>(nSeed >> 24);
+    }
+    return vecBytes;
+}
+
+/// What a host may have left on the shared context: nothing of it is good for a pass. Keeps what it bound.
+struct HOSTILE_STATE
+{
+    explicit HOSTILE_STATE(ID3D11Texture2D* _pInput, ID3D11Texture2D* _pTarget)
+    {
+        ID3D11DeviceContext* const pContext = Gpu_Context();
+        const D3D11_VIEWPORT viewport = {1, 1, 1, 1, 0, 1};
+        const D3D11_RECT rect = {0, 0, 1, 1};
+        D3D11_RASTERIZER_DESC descRasterizer = {};
+        descRasterizer.FillMode = D3D11_FILL_WIREFRAME;
+        descRasterizer.CullMode = D3D11_CULL_FRONT;
+        descRasterizer.ScissorEnable = TRUE;
+        Gpu_Device()->CreateRasterizerState(&descRasterizer, cpRasterizer.Put());
+        D3D11_BLEND_DESC descBlend = {};
+        descBlend.RenderTarget[0] = {TRUE,
+                                     D3D11_BLEND_ZERO,
+                                     D3D11_BLEND_ONE,
+                                     D3D11_BLEND_OP_ADD,
+                                     D3D11_BLEND_ZERO,
+                                     D3D11_BLEND_ONE,
+                                     D3D11_BLEND_OP_ADD,
+                                     1};
+        Gpu_Device()->CreateBlendState(&descBlend, cpBlend.Put());
+        D3D11_DEPTH_STENCIL_DESC descDepth = {};
+        descDepth.DepthEnable = TRUE;
+        descDepth.DepthFunc = D3D11_COMPARISON_NEVER;
+        Gpu_Device()->CreateDepthStencilState(&descDepth, cpDepth.Put());
+        const VS_ROTATE rotate = {0, 0, 45, 0.5f, 4, 4, {0, 0}};
+        DX11Device::VertexConstants_Create(Gpu_Device(), &rotate, sizeof(rotate), cpConstants.Put());
+        Gpu_Device()->CreateRenderTargetView(_pInput, nullptr, cpInputAsTarget.Put());
+        DX11Device::Texture2SRV(_pTarget, false, cpTargetAsInput.Put());
+
+        pContext->RSSetViewports(1, &viewport);
+        pContext->RSSetScissorRects(1, &rect);
+        pContext->RSSetState(cpRasterizer.Get());
+        const float arrFactor[4] = {};
+        pContext->OMSetBlendState(cpBlend.Get(), arrFactor, 0);
+        pContext->OMSetDepthStencilState(cpDepth.Get(), 3);
+        ID3D11Buffer* pBuffer = cpConstants.Get();
+        pContext->VSSetConstantBuffers(0, 1, &pBuffer);
+        pContext->VSSetShader(nullptr, nullptr, 0);
+        const UINT nStride = 7;
+        pContext->IASetVertexBuffers(0, 1, &pBuffer, &nStride, &nStride);
+        pContext->IASetPrimitiveTopology(D3D11_PRIMITIVE_TOPOLOGY_LINELIST);
+        pContext->IASetInputLayout(nullptr);
+        ID3D11ShaderResourceView* pView = cpTargetAsInput.Get();
+        pContext->PSSetShaderResources(2, 1, &pView);
+        ID3D11RenderTargetView* pTarget = cpInputAsTarget.Get();
+        pContext->OMSetRenderTargets(1, &pTarget, nullptr);
+    }
+    CZPtr<ID3D11RasterizerState> cpRasterizer;
+    CZPtr<ID3D11BlendState> cpBlend;
+    CZPtr<ID3D11DepthStencilState> cpDepth;
+    CZPtr<ID3D11Buffer> cpConstants;
+    CZPtr<ID3D11RenderTargetView> cpInputAsTarget;
+    CZPtr<ID3D11ShaderResourceView> cpTargetAsInput;
+};
+
+/// Inputs, target, pixel shader and its constants are what a pass must not leave behind.
+void ExpectUnbound()
+{
+    CZPtr<ID3D11ShaderResourceView> cpInput;
+    CZPtr<ID3D11RenderTargetView> cpTarget;
+    CZPtr<ID3D11PixelShader> cpShader;
+    CZPtr<ID3D11Buffer> cpConstants;
+    Gpu_Context()->PSGetShaderResources(0, 1, cpInput.Put());
+    Gpu_Context()->OMGetRenderTargets(1, cpTarget.Put(), nullptr);
+    Gpu_Context()->PSGetShader(cpShader.Put(), nullptr, nullptr);
+    Gpu_Context()->PSGetConstantBuffers(0, 1, cpConstants.Put());
+    EXPECT_FALSE(cpInput);
+    EXPECT_FALSE(cpTarget);
+    EXPECT_FALSE(cpShader);
+    EXPECT_FALSE(cpConstants);
+}
+
+/// Draws with clear; the shader may read one input.
+HRESULT QuadDraw(DX11Device* _pWrapper, ID3D11Texture2D* _pTarget, const char* _pszShader)
+{
+    CZPtr<ID3D11PixelShader> cpShader;
+    CZPtr<ID3D11RenderTargetView> cpView;
+    EXPECT_EQ(_pWrapper->PixelShader_Create(_pszShader, cpShader.Put()), S_OK);
+    EXPECT_EQ(DX11Device::Texture_SetAsRenderTarget(_pTarget, cpView.Put()), S_OK);
+    _pWrapper->Context()->PSSetShader(cpShader.Get(), nullptr, 0);
+    ID3D11RenderTargetView* const pView = cpView.Get();
+    return _pWrapper->Quad_Draw(&pView);
+}
+
+} // namespace
+
+TEST(DXPass, CopiesThePictureUpright)
+{
+    const auto cpWrapper = Gpu_Wrapper();
+    for (const auto& [nWidth, nHeight] : {std::pair{7u, 5u}, {1u, 1u}, {64u, 36u}})
+    {
+        const std::vector<uint8_t> vecPicture = Picture(nWidth, nHeight);
+        const auto cpInput = Gpu_Texture(nWidth, nHeight, DXGI_FORMAT_B8G8R8A8_UNORM, vecPicture);
+        const auto cpTarget = Gpu_Texture(nWidth, nHeight);
+        EXPECT_EQ(cpWrapper->PixelShader_Execute(cpTarget.Get(), {cpInput.Get()}, c_szCopy, nullptr, 0, 0, 2), S_OK);
+        EXPECT_EQ(DX_WaitExecution(cpTarget.Get()), S_OK);
+        EXPECT_TRUE(DX_DataGet<ID3D11Query>(cpTarget.Get(), c_svDataQuery));
+        EXPECT_EQ(Gpu_Read(cpTarget.Get()), vecPicture) << nWidth << "x" << nHeight;
+        ExpectUnbound();
+    }
+}
+
+TEST(DXPass, NothingIsAssumedOfTheContext)
+{
+    const auto cpWrapper = Gpu_Wrapper();
+    const std::vector<uint8_t> vecPicture = Picture(8, 8);
+    const auto cpInput = Gpu_Texture(8, 8, DXGI_FORMAT_B8G8R8A8_UNORM, vecPicture);
+    const auto cpTarget = Gpu_Texture(8, 8);
+    {
+        const HOSTILE_STATE state(cpInput.Get(), cpTarget.Get());
+        EXPECT_EQ(cpWrapper->PixelShader_Execute(cpTarget.Get(), {cpInput.Get()}, c_szCopy, nullptr, 0, 0, 2), S_OK);
+        EXPECT_EQ(Gpu_Read(cpTarget.Get()), vecPicture);
+    }
+    const HOSTILE_STATE state(cpInput.Get(), cpTarget.Get());
+    EXPECT_EQ(QuadDraw(cpWrapper.Get(), cpTarget.Get(), "float4 PS() : SV_TARGET { return float4(1, 0, 0, 1); }"),
+              S_OK);
+    std::vector<uint8_t> vecRed;
+    for (int n = 0; n < 64; ++n)
+        vecRed.insert(vecRed.end(), {0, 0, 255, 255});
+    EXPECT_EQ(Gpu_Read(cpTarget.Get()), vecRed);
+}
+
+TEST(DXPass, ClearsWhatIsNotCovered)
+{
+    const auto cpWrapper = Gpu_Wrapper();
+    const auto cpTarget = Gpu_Texture(4, 2, DXGI_FORMAT_B8G8R8A8_UNORM, Picture(4, 2));
+    EXPECT_EQ(
+        QuadDraw(cpWrapper.Get(), cpTarget.Get(), "float4 PS() : SV_TARGET { discard; return float4(1, 1, 1, 1); }"),
+        S_OK);
+    std::vector<uint8_t> vecGreen;
+    for (int n = 0; n < 8; ++n)
+        vecGreen.insert(vecGreen.end(), {0, 255, 0, 0});
+    EXPECT_EQ(Gpu_Read(cpTarget.Get()), vecGreen);
+    CLogCatcher log;
+    ID3D11RenderTargetView* const pNone = nullptr;
+    EXPECT_EQ(cpWrapper->Quad_Draw(nullptr), E_INVALIDARG);
+    EXPECT_EQ(cpWrapper->Quad_Draw(&pNone), E_INVALIDARG);
+    EXPECT_EQ(log.Count("_ppRTV && *_ppRTV"), 2u);
+}
+
+TEST(DXPass, ConstantsArriveToTheirLastByte)
+{
+    const auto cpWrapper = Gpu_Wrapper();
+    const auto cpTarget = Gpu_Texture(1, 1);
+    const float arrBlock[5] = {1, 9, 9, 0.2f, 0.4f};
+    EXPECT_EQ(
+        cpWrapper->PixelShader_Execute(cpTarget.Get(), {}, c_szConstants, arrBlock, sizeof(arrBlock), c_nFilterNone, 0),
+        S_OK);
+    EXPECT_EQ(Gpu_Read(cpTarget.Get()), (std::vector<uint8_t>{102, 51, 255, 255}));
+}
+
+TEST(DXPass, OnlyOnItsOwnDevice)
+{
+    const auto cpWrapper = Gpu_Wrapper();
+    const auto cpOther = Gpu_OtherDevice();
+    const auto cpForeign = Gpu_Texture(4, 4, DXGI_FORMAT_B8G8R8A8_UNORM, {}, cpOther.Get());
+    CLogCatcher log;
+    EXPECT_EQ(cpWrapper->PixelShader_Execute(cpForeign.Get(), {}, c_szConstants, nullptr, 0, c_nFilterNone, 0),
+              E_UNEXPECTED);
+    EXPECT_EQ(log.Count("Failed to obtain device and context!", eZLog_Error), 1u);
+    EXPECT_EQ(cpWrapper->PixelShader_Execute(nullptr, {}, c_szConstants, nullptr, 0, c_nFilterNone, 0), E_UNEXPECTED);
+    EXPECT_EQ(QuadDraw(cpWrapper.Get(), cpForeign.Get(), c_szConstants), E_UNEXPECTED);
+}
+
+TEST(DXPass, EveryCallMayFail)
+{
+    const std::map<std::string, std::vector<std::string>> mapMessages = {
+        {"D3DCompile", {"DX11Device::PixelShader_Get: Failed to compile pixel shader"}},
+        {"CreatePixelShader", {"DX11Device::PixelShader_Get: Unable to create pixel shader! Error code 0X887A0005!"}},
+        {"CreateBuffer", {"_pDevice->CreateBuffer(20, 4, 0) FAILED hr=887A0005"}},
+        {"CreateSamplerState", {"Sampler state is not available for frame conversion!"}},
+        {"CreateShaderResourceView", {"Failed to set shader resource!", "Failed to set shader resource!"}},
+        {"CreateRenderTargetView", {"Failed to create render target!"}},
+        {"CreateQuery", {"cpD3DQuery"}},
+    };
+    const std::vector<uint8_t> vecPicture = Picture(4, 4);
+    const auto cpInput = Gpu_Texture(4, 4, DXGI_FORMAT_B8G8R8A8_UNORM, vecPicture);
+    const auto cpTarget = Gpu_Texture(4, 4);
+    CCallFaults faults(Gpu_Device());
+    int nCall = 1;
+    for (;; ++nCall)
+    {
+        auto cpWrapper = Gpu_Wrapper();
+        Gpu_Context()->ClearState();
+        const ULONG nRefs = Gpu_Refs(Gpu_Device());
+        const float arrBlock[5] = {};
+        const auto fnPass = [&] {
+            return cpWrapper->PixelShader_Execute(cpTarget.Get(), {cpInput.Get(), cpInput.Get()}, c_szCopy, arrBlock,
+                                                  sizeof(arrBlock), 0, 2);
+        };
+        CLogCatcher log;
+        faults.FailAt(nCall, DXGI_ERROR_DEVICE_REMOVED);
+        const HRESULT hr = fnPass();
+        const std::string strFailed = faults.Failed();
+        ExpectUnbound();
+        if (strFailed.empty())
+        {
+            EXPECT_EQ(hr, S_OK);
+            break;
+        }
+        SCOPED_TRACE(strFailed);
+        EXPECT_EQ(hr, strFailed == "CreateQuery" ? E_OUTOFMEMORY : DXGI_ERROR_DEVICE_REMOVED);
+        ASSERT_EQ(mapMessages.count(strFailed), 1u);
+        EXPECT_EQ(log.Count(mapMessages.at(strFailed)[faults.Count(strFailed) - 1], eZLog_Error), 1u);
+        // The next pass works, and what both kept goes with the wrapper.
+        faults.FailAt(0, S_OK);
+        EXPECT_EQ(fnPass(), S_OK);
+        EXPECT_EQ(Gpu_Read(cpTarget.Get()), vecPicture);
+        Gpu_Context()->ClearState();
+        DX_DataSet(cpTarget.Get(), c_svDataQuery, nullptr);
+        const ULONG nRefsKit = Gpu_Refs(Gpu_Device());
+        EXPECT_LE(nRefsKit, nRefs + 1) << "only the shader is kept";
+    }
+    EXPECT_EQ(nCall, 9);
+}

@@ -1,0 +1,139 @@
+#include "Gpu/GpuEnvironment.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace
+{
+
+CZPtr<ID3D11Device> g_cpDevice;
+CZPtr<ID3D11DeviceContext> g_cpContext;
+
+size_t BytesPerTexel(DXGI_FORMAT _eFormat)
+{
+    return _eFormat == DXGI_FORMAT_R8_UNORM ? 1 : 4;
+}
+
+/// Watches what each test leaves behind.
+class CLeakWatch final : public testing::EmptyTestEventListener
+{
+    void OnTestStart(const testing::TestInfo&) override
+    {
+        m_nRefs = Gpu_Refs(g_cpDevice.Get());
+    }
+    void OnTestEnd(const testing::TestInfo&) override
+    {
+        g_cpContext->ClearState(); // what is bound is no leak
+        g_cpContext->Flush();
+        EXPECT_EQ(Gpu_Refs(g_cpDevice.Get()), m_nRefs) << "objects of the device that the test has left behind";
+    }
+    ULONG m_nRefs = 0;
+};
+
+class CGpuEnvironment final : public testing::Environment
+{
+    void SetUp() override
+    {
+        CZPtr<DX11Device> cpWrapper;
+        const HRESULT hr = DX11Device::Create(nullptr, cpWrapper.Put());
+        ASSERT_EQ(hr, S_OK) << "no Direct3D 11 device: the GPU tests need one, software will do";
+        g_cpDevice = cpWrapper->Device();
+        g_cpContext = cpWrapper->Context();
+        // A run that is to see another kind of adapter names its vendor.
+        if (const char* const pszVendor = std::getenv("ZCK_TEST_GPU_VENDOR"))
+        {
+            ASSERT_EQ(DX_GPUType(g_cpDevice.Get()), std::strtoul(pszVendor, nullptr, 16));
+        }
+        testing::UnitTest::GetInstance()->listeners().Append(new CLeakWatch);
+    }
+    void TearDown() override
+    {
+        if (!g_cpDevice)
+            return;
+        g_cpContext.Reset();
+        ID3D11Device* const pDevice = g_cpDevice.Detach();
+        EXPECT_EQ(pDevice->Release(), 0u) << "the device outlives its last user";
+    }
+};
+
+[[maybe_unused]] const testing::Environment* const g_pEnvironment =
+    testing::AddGlobalTestEnvironment(new CGpuEnvironment);
+
+} // namespace
+
+ID3D11Device* Gpu_Device()
+{
+    return g_cpDevice.Get();
+}
+
+ID3D11DeviceContext* Gpu_Context()
+{
+    return g_cpContext.Get();
+}
+
+CZPtr<DX11Device> Gpu_Wrapper()
+{
+    CZPtr<DX11Device> cpWrapper;
+    EXPECT_EQ(DX11Device::Create(g_cpDevice.Get(), cpWrapper.Put()), S_OK);
+    return cpWrapper;
+}
+
+CZPtr<ID3D11Device> Gpu_OtherDevice()
+{
+    CZPtr<DX11Device> cpWrapper;
+    EXPECT_EQ(DX11Device::Create(nullptr, cpWrapper.Put()), S_OK);
+    return cpWrapper ? cpWrapper->Device() : nullptr;
+}
+
+ULONG Gpu_Refs(IUnknown* _pObject)
+{
+    _pObject->AddRef();
+    return _pObject->Release();
+}
+
+CZPtr<ID3D11Texture2D> Gpu_Texture(uint32_t _nWidth, uint32_t _nHeight, DXGI_FORMAT _eFormat,
+                                   const std::vector<uint8_t>& _vecBytes, ID3D11Device* _pDevice)
+{
+    const D3D11_TEXTURE2D_DESC desc = {_nWidth,
+                                       _nHeight,
+                                       1,
+                                       1,
+                                       _eFormat,
+                                       {1, 0},
+                                       D3D11_USAGE_DEFAULT,
+                                       D3D11_BIND_SHADER_RESOURCE | D3D11_BIND_RENDER_TARGET,
+                                       0,
+                                       0};
+    const D3D11_SUBRESOURCE_DATA data = {_vecBytes.data(), static_cast<UINT>(_nWidth * BytesPerTexel(_eFormat)), 0};
+    CZPtr<ID3D11Texture2D> cpTexture;
+    EXPECT_EQ(_pDevice->CreateTexture2D(&desc, _vecBytes.empty() ? nullptr : &data, cpTexture.Put()), S_OK);
+    return cpTexture;
+}
+
+std::vector<uint8_t> Gpu_Read(ID3D11Texture2D* _pTexture)
+{
+    D3D11_TEXTURE2D_DESC desc = {};
+    _pTexture->GetDesc(&desc);
+    desc.Usage = D3D11_USAGE_STAGING;
+    desc.BindFlags = 0;
+    desc.MiscFlags = 0;
+    desc.CPUAccessFlags = D3D11_CPU_ACCESS_READ;
+    const auto cpDevice = DX_DeviceOf(_pTexture);
+    const auto cpContext = DX_ContextOf(cpDevice.Get());
+    CZPtr<ID3D11Texture2D> cpStaging;
+    D3D11_MAPPED_SUBRESOURCE mapped = {};
+    std::vector<uint8_t> vecBytes;
+    EXPECT_EQ(cpDevice->CreateTexture2D(&desc, nullptr, cpStaging.Put()), S_OK);
+    if (!cpStaging)
+        return vecBytes;
+    cpContext->CopyResource(cpStaging.Get(), _pTexture);
+    EXPECT_EQ(cpContext->Map(cpStaging.Get(), 0, D3D11_MAP_READ, 0, &mapped), S_OK);
+    if (!mapped.pData)
+        return vecBytes;
+    const size_t cbRow = desc.Width * BytesPerTexel(desc.Format);
+    vecBytes.resize(cbRow * desc.Height);
+    for (size_t nRow = 0; nRow < desc.Height; ++nRow)
+        std::memcpy(&vecBytes[nRow * cbRow], static_cast<const uint8_t*>(mapped.pData) + nRow * mapped.RowPitch, cbRow);
+    cpContext->Unmap(cpStaging.Get(), 0);
+    return vecBytes;
+}

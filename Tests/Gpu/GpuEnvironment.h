@@ -1,0 +1,28 @@
+#pragma once
+
+#include "DirectX/DXDevice.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+/// The device that all GPU tests of a process share; after each test nothing may hold it that did not hold it before.
+
+/// The device; created before the first test, which fails when it cannot be had.
+ID3D11Device* Gpu_Device();
+ID3D11DeviceContext* Gpu_Context();
+/// A wrapper around that device.
+CZPtr<DX11Device> Gpu_Wrapper();
+/// Another device on the same adapter.
+CZPtr<ID3D11Device> Gpu_OtherDevice();
+
+/// References to an object, its device's children included.
+ULONG Gpu_Refs(IUnknown* _pObject);
+
+/// A texture of one level that shaders can read and draw to; the bytes of its rows, or undefined content.
+CZPtr<ID3D11Texture2D> Gpu_Texture(uint32_t _nWidth, uint32_t _nHeight,
+                                   DXGI_FORMAT _eFormat = DXGI_FORMAT_B8G8R8A8_UNORM,
+                                   const std::vector<uint8_t>& _vecBytes = {}, ID3D11Device* _pDevice = Gpu_Device());
+/// The bytes of a texture, row after row without padding.
+std::vector<uint8_t> Gpu_Read(ID3D11Texture2D* _pTexture);

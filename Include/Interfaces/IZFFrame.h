@@ -16,12 +16,20 @@ enum eZFCopy : uint32_t
 {
     eZFC_OwnPicture = 0x001,   ///< the new frame has pixels of its own, which may be written
     eZFC_SharePicture = 0x002, ///< the new frame shows the same pixels; they may not be written
+    eZFC_NewPicture = 0x004,   ///< FrameConvert: the new frame has pixels of its own that are not initialised
     eZFC_Identity = 0x010,     ///< identity value (kept only where the pixels stay the same) and time code
     eZFC_Texts = 0x100,        ///< the texts of IZProps
     eZFC_Attachments = 0x200,  ///< the named attachments, by reference
     eZFC_Converted = 0x311,    ///< what a converted frame takes over: all, on pixels of its own
     eZFC_Cloned = 0x312,       ///< what a clone takes over: all, on shared pixels
+    eZFC_Renewed = 0x314,      ///< what a frame that others fill takes over: all but the pixels
 };
+
+/// The attachment that holds the picture of a frame in a texture (eZGPU_DX11Texture): an ID3D11Texture2D of the host's
+/// device, or an object of the GPU path around one. Whatever the record says, the texture's first row is the picture's
+/// top row. Packed 4:2:2 lies in B8G8R8A8, two pixels a texel; planar formats in one channel, the chroma planes below
+/// the luma plane, two rows of a half-width plane side by side.
+inline constexpr wchar_t c_wszFrameTexture[] = L"texture";
 
 /// One video frame: a picture with its properties, and named objects that travel with it.
 ///
@@ -52,13 +60,15 @@ struct IZFFrame2 : public IZFFrame
     /// A value that two frames share only when their pixels are the same. A host that writes new pixels into a frame
     /// gives it a new identity.
     virtual HRESULT STDMETHODCALLTYPE FrameIdGet(uint64_t* _pnIdentity) = 0;
-    /// A frame of the given properties (normalised on the way) whose pixels are not initialised.
+    /// A frame of the given properties (normalised on the way) whose pixels are not initialised; where nGPUFlags is
+    /// not 0, a frame without pixels, for a texture to be attached.
     /// E_INVALIDARG: no known row size, or no pixel; E_OUTOFMEMORY.
     virtual HRESULT STDMETHODCALLTYPE FrameCreate(const ZF_VID_PROPS* _pVidProps, IZFFrame** _ppFrame) = 0;
     /// A second frame of this picture. _nFlags: eZFCopy, usually eZFC_Cloned.
     virtual HRESULT STDMETHODCALLTYPE FrameClone(uint32_t _nFlags, IZFFrame** _ppFrame) = 0;
     /// This picture in another pixel format, top-down, on pixels of its own. _nFlags: eZFCopy, usually
-    /// eZFC_Converted. E_NOTIMPL: no conversion between the two formats.
+    /// eZFC_Converted; eZFC_Renewed makes a frame for another picture in any format. E_NOTIMPL: no conversion between
+    /// the two formats, or a picture in a texture.
     virtual HRESULT STDMETHODCALLTYPE FrameConvert(uint32_t _nFlags, uint32_t _fccType, IZFFrame** _ppFrame) = 0;
     /// The part of this picture from column _nX1, row _nY1 up to, not including, column _nX2, row _nY2, counted from
     /// the top left; takes over all but the identity. The rectangle is clipped to the picture and widened to whole

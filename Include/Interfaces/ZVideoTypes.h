@@ -76,6 +76,13 @@ enum eZVideoFormat : int32_t
 };
 // clang-format on
 
+/// Where the pixels of a frame are.
+enum eZGPU : uint32_t
+{
+    eZGPU_None = 0,        ///< in system memory
+    eZGPU_DX11Texture = 1, ///< in a Direct3D 11 texture that is attached to the frame
+};
+
 /// Video properties of a frame, 48 bytes.
 struct ZF_VID_PROPS
 {
@@ -89,7 +96,7 @@ struct ZF_VID_PROPS
     int16_t nAspectY;     ///< display aspect denominator
     double dblRate;       ///< frames per second; the sign says the direction of play
     int32_t nAspectMode;  ///< 0 to 4; text forms print nothing, "I", "L", "C", "N"
-    uint32_t nGPUFlags;   ///< 0 = system memory; low 12 bits: GPU surface kind; 0x2000: double-size surface
+    uint32_t nGPUFlags;   ///< 0 = system memory; low 12 bits: eZGPU, GPU surface kind; 0x2000: double-size surface
 };
 static_assert(sizeof(ZF_VID_PROPS) == 48);
 static_assert(offsetof(ZF_VID_PROPS, nAspectX) == 24 && offsetof(ZF_VID_PROPS, dblRate) == 32);

@@ -75,6 +75,8 @@ HRESULT CZFrame::VideoPtrGet(uint32_t _nFlags, ZF_VID_PTR* _pVidPtr)
     if (!_pVidPtr)
         return E_POINTER;
     *_pVidPtr = {};
+    if (!m_pPicture)
+        return S_FALSE;
     if (_nFlags & eZFP_Write)
     {
         if (m_pPicture->bReadOnly || m_pPicture->nRefs > 1)
@@ -123,7 +125,7 @@ void CZFrame::TimeCodeSet(const ZF_TIMECODE& _timeCode)
 void CZFrame::TakeOver(CZFrame* _pSource, uint32_t _nFlags)
 {
     // pixels of its own may be written by whoever gets the frame, so they count as others
-    if ((_nFlags & eZFC_Identity) && m_pPicture == _pSource->m_pPicture)
+    if ((_nFlags & eZFC_Identity) && (_nFlags & eZFC_SharePicture))
         m_nIdentity = _pSource->m_nIdentity.load();
     std::lock_guard lock(_pSource->m_mtxState);
     if (_nFlags & eZFC_Identity)
@@ -132,6 +134,13 @@ void CZFrame::TakeOver(CZFrame* _pSource, uint32_t _nFlags)
         m_spTexts = _pSource->m_spTexts;
     if (_nFlags & eZFC_Attachments)
         m_vecAttachments = _pSource->m_vecAttachments;
+}
+
+HRESULT CZFrame::NoPicture(const char* _pszOperation) const
+{
+    ZLog(eZLog_Error, "%hs: the picture (%hs) is not in system memory; download it first\n", _pszOperation,
+         VidProps_Text(&m_vidProps));
+    return E_NOTIMPL;
 }
 
 HRESULT CZFrame::FrameCreate(const ZF_VID_PROPS* _pVidProps, IZFFrame** _ppFrame)
@@ -161,6 +170,8 @@ HRESULT CZFrame::FrameClone(uint32_t _nFlags, IZFFrame** _ppFrame)
         ZLog(eZLog_Error, "CZFrame::FrameClone: flags 0x%X must ask for one of own and shared pixels\n", _nFlags);
         return E_INVALIDARG;
     }
+    if (bOwn && !m_pPicture)
+        return NoPicture("CZFrame::FrameClone");
     return ZBorder("CZFrame::FrameClone", [&] {
         HRESULT hr = S_OK;
         CZPtr<CZFrame> cpFrame;
@@ -182,7 +193,10 @@ HRESULT CZFrame::FrameConvert(uint32_t _nFlags, uint32_t _fccType, IZFFrame** _p
     if (!_ppFrame)
         return E_POINTER;
     *_ppFrame = nullptr;
-    if (!ZConvert_IsKnown(m_vidProps.fccType, _fccType))
+    const bool bNew = (_nFlags & eZFC_NewPicture) != 0;
+    if (!bNew && !m_pPicture)
+        return NoPicture("CZFrame::FrameConvert");
+    if (!bNew && !ZConvert_IsKnown(m_vidProps.fccType, _fccType))
         return E_NOTIMPL;
     return ZBorder("CZFrame::FrameConvert", [&] {
         ZF_VID_PROPS vidProps = m_vidProps;
@@ -190,7 +204,8 @@ HRESULT CZFrame::FrameConvert(uint32_t _nFlags, uint32_t _fccType, IZFFrame** _p
         vidProps.nRowBytes = 0;
         vidProps.nHeight = -std::abs(vidProps.nHeight); // top-down; formats without orientation lose the sign
         CZPtr<CZFrame> cpFrame;
-        const HRESULT hr = CZFrameMaker::Convert("CZFrame::FrameConvert", this, vidProps, &cpFrame);
+        const HRESULT hr = bNew ? CZFrameMaker::Create("CZFrame::FrameConvert", vidProps, Pool(), &cpFrame)
+                                : CZFrameMaker::Convert("CZFrame::FrameConvert", this, vidProps, &cpFrame);
         if (SUCCEEDED(hr))
             cpFrame->TakeOver(this, _nFlags);
         *_ppFrame = cpFrame.Detach();
@@ -203,6 +218,8 @@ HRESULT CZFrame::FrameRect(int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY
     if (!_ppFrame)
         return E_POINTER;
     *_ppFrame = nullptr;
+    if (!m_pPicture)
+        return NoPicture("CZFrame::FrameRect");
     return ZBorder("CZFrame::FrameRect", [&] {
         CZPtr<CZFrame> cpFrame;
         const HRESULT hr = CZFrameMaker::Rect(this, _nX1, _nY1, _nX2, _nY2, &cpFrame);

@@ -20,7 +20,8 @@ struct IZFrameLinks : public IUnknown
 };
 Z_INTERFACE_ID(IZFrameLinks, 0x0b4d5ba2, 0x9f2c, 0x4f0e, 0xa6, 0x4c, 0x3d, 0x5d, 0x50, 0x8e, 0x27, 0x61)
 
-/// A video frame in system memory, for hosts and tests: IZFFrame, IZFFrame2 and IZProps.
+/// A video frame in system memory, for hosts and tests: IZFFrame, IZFFrame2 and IZProps. A frame whose record has
+/// nGPUFlags is without pixels: its picture is in the attached texture, and a new texture gives it a new identity.
 ///
 /// Pictures are shared by clones and sub-rectangles; eZFP_Write is refused while another frame shows the picture, and
 /// gives the frame a new identity. Texts and attachments: names at most 256 characters. An attachment that would close
@@ -83,13 +84,14 @@ private:
     ~CZFrame() = default;
     void Clear();
     void TakeOver(CZFrame* _pSource, uint32_t _nFlags);
+    HRESULT NoPicture(const char* _pszOperation) const;
     HRESULT AttachmentSwap(const std::string& _strName, CZPtr<IUnknown>* _pcpObject);
     void TextSet(const std::string& _strName, const std::string& _strValue);
     std::shared_ptr<const TEXTS> Texts();
 
     std::atomic<ULONG> m_nRefs{1};
     CZPtr<CZFramePool> m_cpPool;
-    CZPicture* m_pPicture = nullptr; // counted by hand: it goes back to the pool
+    CZPicture* m_pPicture = nullptr; // counted by hand: it goes back to the pool; null: no pixels in system memory
     ZF_VID_PROPS m_vidProps = {};
     ZF_VID_PTR m_vidPtr = {}; // as stored
     std::atomic<uint64_t> m_nIdentity{0};
@@ -100,9 +102,9 @@ private:
     std::vector<ATTACHMENT> m_vecAttachments;
 };
 
-/// A frame of the given properties (normalised on the way, system memory) with pixels that are not initialised.
-/// _pPoolOrNull: where its memory comes from; null: a pool of its own, which frames made from it share.
-/// E_INVALIDARG: no known row size, or no pixel, or a planar format with a negative stride; E_OUTOFMEMORY.
+/// A frame of the given properties (normalised on the way) with pixels that are not initialised, or without pixels
+/// where nGPUFlags is not 0. _pPoolOrNull: where its memory comes from; null: a pool of its own, which frames made from
+/// it share. E_INVALIDARG: no known row size, or no pixel, or a planar format with a negative stride; E_OUTOFMEMORY.
 HRESULT ZFrame_Create(const ZF_VID_PROPS& _vidProps, CZFrame** _ppFrame, CZFramePool* _pPoolOrNull = nullptr);
 
 /// What a frame does with memory of the host.

@@ -66,6 +66,8 @@ HRESULT CZFrame::AttachmentSet(const wchar_t* _pwszName, IUnknown* _pObjectOrNul
 // What was attached comes back in the pointer.
 HRESULT CZFrame::AttachmentSwap(const std::string& _strName, CZPtr<IUnknown>* _pcpObject)
 {
+    if (_strName == ZText_FromWide(c_wszFrameTexture))
+        IdentityRenew();
     std::lock_guard lock(m_mtxState);
     const auto itFound = std::find_if(m_vecAttachments.begin(), m_vecAttachments.end(),
                                       [&](const ATTACHMENT& _entry) { return _entry.strName == _strName; });

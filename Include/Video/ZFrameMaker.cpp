@@ -33,7 +33,6 @@ HRESULT CZFrameMaker::Complete(const char* _pszOperation, ZF_VID_PROPS* _pVidPro
     ZF_VID_PROPS vidProps = *_pVidProps;
     if (!IsSane(vidProps))
         return WrongRecord(_pszOperation, *_pVidProps, "the size is beyond any picture");
-    vidProps.nGPUFlags = 0;
     VidProps_Normalize(&vidProps, false);
     if (vidProps.nWidth < 1 || vidProps.nHeight == 0)
         return WrongRecord(_pszOperation, *_pVidProps, "there is no pixel in it; give width and height");
@@ -68,8 +67,14 @@ HRESULT CZFrameMaker::Create(const char* _pszOperation, const ZF_VID_PROPS& _vid
         return hr;
     if (vidProps.nRowBytes < 0 && FCC_IsPlanar(vidProps.fccType))
         return WrongRecord(_pszOperation, vidProps, "planes in one block of memory have no negative stride");
-    const int64_t cbPicture = VidProps_ImageSize(&vidProps);
     CZPtr<CZFrame> cpFrame = NewFrame(_pPool);
+    cpFrame->m_vidProps = vidProps;
+    if (vidProps.nGPUFlags != 0)
+    {
+        *_pcpFrame = std::move(cpFrame);
+        return S_OK;
+    }
+    const int64_t cbPicture = VidProps_ImageSize(&vidProps);
     cpFrame->m_pPicture = _pPool->PictureTake(static_cast<size_t>(cbPicture));
     if (!cpFrame->m_pPicture)
     {
@@ -79,7 +84,6 @@ HRESULT CZFrameMaker::Create(const char* _pszOperation, const ZF_VID_PROPS& _vid
     const int64_t nFirst =
         vidProps.nRowBytes < 0 ? -int64_t{vidProps.nRowBytes} * (std::abs(int64_t{vidProps.nHeight}) - 1) : 0;
     const auto nAddress = Img_Address(cpFrame->m_pPicture->pData) + nFirst;
-    cpFrame->m_vidProps = vidProps;
     cpFrame->m_vidPtr = VidPtr_Build(&vidProps, nAddress, false);
     *_pcpFrame = std::move(cpFrame);
     return S_OK;
@@ -101,7 +105,8 @@ CZPtr<CZFrame> CZFrameMaker::Wrap(const ZF_VID_PROPS& _vidProps, const ZF_VID_PT
 CZPtr<CZFrame> CZFrameMaker::Share(CZFrame* _pSource, const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr)
 {
     CZPtr<CZFrame> cpFrame = NewFrame(_pSource->Pool());
-    ++_pSource->m_pPicture->nRefs;
+    if (_pSource->m_pPicture)
+        ++_pSource->m_pPicture->nRefs;
     cpFrame->m_pPicture = _pSource->m_pPicture;
     cpFrame->m_vidProps = _vidProps;
     cpFrame->m_vidPtr = _vidPtr;

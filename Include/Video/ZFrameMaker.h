@@ -6,12 +6,12 @@
 class CZFrameMaker
 {
 public:
-    /// Completes a record in place: normalised, system memory. E_INVALIDARG with a log line naming the operation: no
+    /// Completes a record in place: normalised. E_INVALIDARG with a log line naming the operation: no
     /// known row size, no pixel, or a picture larger than any memory.
     static HRESULT Complete(const char* _pszOperation, ZF_VID_PROPS* _pVidProps);
     /// A frame with a new identity and nothing else.
     static CZPtr<CZFrame> NewFrame(CZFramePool* _pPool);
-    /// A frame of a record (completed on the way) with pixels of its own.
+    /// A frame of a record (completed on the way) with pixels of its own; without pixels where nGPUFlags is not 0.
     static HRESULT Create(const char* _pszOperation, const ZF_VID_PROPS& _vidProps, CZFramePool* _pPool,
                           CZPtr<CZFrame>* _pcpFrame);
     /// A frame of a completed record on memory of the host.

@@ -17,6 +17,7 @@ CZPtr<CZFramePool> PoolOr(CZFramePool* _pPoolOrNull)
 // Memory lies as it lies: a record may be completed, but not changed so that it describes other memory.
 HRESULT CompleteForMemory(const char* _pszOperation, ZF_VID_PROPS* _pVidProps)
 {
+    _pVidProps->nGPUFlags = 0;
     const ZF_VID_PROPS vidGiven = *_pVidProps;
     const int nRowSize = Img_RowSizeM(_pVidProps); // before an odd width becomes even
     if (vidGiven.nRowBytes == 0)
@@ -120,6 +121,7 @@ HRESULT ZFrame_WrapPlanes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidP
     return ZBorder("ZFrame_WrapPlanes", [&] {
         ZF_VID_PROPS vidProps = _vidProps;
         vidProps.nRowBytes = 0; // the strides of the planes count
+        vidProps.nGPUFlags = 0;
         HRESULT hr = CZFrameMaker::Complete("ZFrame_WrapPlanes", &vidProps);
         if (FAILED(hr))
             return hr;

@@ -57,8 +57,7 @@ TEST(Frame, CreateCompletesTheRecordAndAligns)
     for (uint32_t fccType : c_arrFormats)
     {
         SCOPED_TRACE(fccType);
-        ZF_VID_PROPS vidGiven = Props(fccType, 35, 9, eZI_TopFirst);
-        vidGiven.nGPUFlags = 0x2001;
+        const ZF_VID_PROPS vidGiven = Props(fccType, 35, 9, eZI_TopFirst);
         const CZPtr<CZFrame> cpFrame = MakeFrame(vidGiven);
         ZF_VID_PROPS vidExpected = vidGiven;
         VidProps_Normalize(&vidExpected, false);
@@ -183,6 +182,69 @@ TEST(Frame, ConvertMakesTopDownFramesThatTakeAllOver)
                       S_OK); // and nothing but pixels
             EXPECT_EQ(cpResult->AttachmentGet(L"mask", cpAttached.Put()), S_FALSE);
         }
+}
+
+TEST(Frame, InATextureHasNoPixels)
+{
+    const CLogCatcher log(eZLog_Error);
+    ZF_VID_PROPS vidGiven = Props(eZFCC_RGB32, 36, 8, eZI_TopFirst);
+    vidGiven.nGPUFlags = eZGPU_DX11Texture;
+    const CZPtr<CZFrame> cpOwner = MakeFrame(Props(eZFCC_RGB32, 4, 4));
+    CZPtr<IZFFrame> cpMade;
+    ASSERT_EQ(cpOwner->FrameCreate(&vidGiven, cpMade.Put()), S_OK);
+    const auto cpFrame = ZQuery<IZFFrame2>(cpMade);
+    EXPECT_EQ(PropsOf(cpFrame.Get()).nGPUFlags, eZGPU_DX11Texture);
+    for (uint32_t nFlags : {eZFP_Stored, eZFP_Flip, eZFP_Write})
+    {
+        ZF_VID_PTR vidPtr = {{1, 1, 1, 1}, {}, {}};
+        EXPECT_EQ(cpFrame->VideoPtrGet(nFlags, &vidPtr), S_FALSE);
+        EXPECT_EQ(vidPtr.lpVideoPlanes[0], 0);
+    }
+
+    const CZPtr<IUnknown> cpTexture = CZPtr<IUnknown>::Adopt(static_cast<IZFFrame2*>(MakeFrame(vidGiven).Detach()));
+    const uint64_t nIdentityBare = IdOf(cpFrame.Get());
+    ASSERT_EQ(cpFrame->AttachmentSet(c_wszFrameTexture, cpTexture.Get()), S_OK);
+    const uint64_t nIdentity = IdOf(cpFrame.Get());
+    EXPECT_NE(nIdentity, nIdentityBare);
+
+    const auto fnTextureOf = [](IZFFrame* _pFrame) {
+        CZPtr<IUnknown> cpFound;
+        EXPECT_GE(_pFrame->AttachmentGet(c_wszFrameTexture, cpFound.Put()), 0);
+        return cpFound;
+    };
+    CZPtr<IZFFrame> cpOther;
+    ASSERT_EQ(cpFrame->FrameClone(eZFC_Cloned, cpOther.Put()), S_OK);
+    EXPECT_EQ(fnTextureOf(cpOther.Get()).Get(), cpTexture.Get());
+    EXPECT_EQ(IdOf(cpOther.Get()), nIdentity);
+    ASSERT_EQ(cpFrame->FrameConvert(eZFC_Renewed, eZFCC_ARGB32, cpOther.Put()), S_OK);
+    EXPECT_EQ(PropsOf(cpOther.Get()).fccType, eZFCC_ARGB32);
+    EXPECT_EQ(PropsOf(cpOther.Get()).nGPUFlags, eZGPU_DX11Texture);
+    EXPECT_NE(IdOf(cpOther.Get()), nIdentity);
+
+    EXPECT_EQ(cpFrame->FrameClone(eZFC_Converted, cpOther.Put()), E_NOTIMPL);
+    EXPECT_EQ(cpFrame->FrameConvert(eZFC_Converted, eZFCC_ARGB32, cpOther.Put()), E_NOTIMPL);
+    EXPECT_EQ(cpFrame->FrameRect(0, 0, 2, 2, cpOther.Put()), E_NOTIMPL);
+    EXPECT_EQ(log.Count("is not in system memory"), 3u);
+}
+
+TEST(Frame, RenewedTakesAllOverButPixels)
+{
+    const CZPtr<CZFrame> cpFrame = MakeFrame(Props(eZFCC_UYVY, 8, 4, eZI_TopFirst));
+    cpFrame->TimeCodeSet({1, 2, 3, 4, 0});
+    ASSERT_EQ(cpFrame->PropsSet(L"name", L"value"), S_OK);
+    CZPtr<IZFFrame> cpNew;
+    ASSERT_EQ(cpFrame->FrameConvert(eZFC_Renewed, eZFCC_ARGB32, cpNew.Put()), S_OK);
+    ZF_TIMECODE timeCode = {};
+    EXPECT_EQ(cpNew->TimeCodeGet(&timeCode), S_OK);
+    EXPECT_EQ(timeCode.nFrames, 4);
+    EXPECT_EQ(PropsOf(cpNew.Get()).nHeight, -4);
+    EXPECT_EQ(PropsOf(cpNew.Get()).eInterlace, eZI_TopFirst);
+    EXPECT_NE(IdOf(cpNew.Get()), IdOf(cpFrame.Get()));
+    BSTR bsValue = nullptr;
+    EXPECT_EQ(ZQuery<IZProps>(cpNew)->PropsGet(L"name", &bsValue), S_OK);
+    SysFreeString(bsValue);
+    ZF_VID_PTR vidPtr = {};
+    EXPECT_EQ(cpNew->VideoPtrGet(eZFP_Write, &vidPtr), S_OK);
 }
 
 TEST(Frame, PicturesComeBackToTheirPool)

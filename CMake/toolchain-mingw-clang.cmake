@@ -7,6 +7,8 @@ set(CMAKE_C_COMPILER_TARGET ${z_triplet})
 set(CMAKE_CXX_COMPILER clang++-19)
 set(CMAKE_CXX_COMPILER_TARGET ${z_triplet})
 set(CMAKE_RC_COMPILER ${z_triplet}-windres)
+# The standard library is the GCC's, which has its own kind of thread-local variables.
+set(CMAKE_CXX_FLAGS_INIT "-femulated-tls")
 foreach(z_kind EXE SHARED MODULE)
   set(CMAKE_${z_kind}_LINKER_FLAGS_INIT "-fuse-ld=lld-19 -static -pthread")
 endforeach()

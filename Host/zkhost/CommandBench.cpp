@@ -1,5 +1,6 @@
 #include "zkhost/Commands.h"
 
+#include "zkhost/Adapters.h"
 #include "zkhost/BenchScene.h"
 #include "zkhost/BenchStream.h"
 #include "zkhost/BenchTimes.h"
@@ -44,7 +45,7 @@ public:
     {
         m_arrFrames = BenchScene_Ring(BenchScene_Picture(_command.nWidth, _command.nHeight, m_nKeys), _command.fccType);
         m_keyer.OptionSet("output.thread", "false");
-        m_keyer.OptionSet("gpu_mode", "0");
+        m_keyer.OptionSet("gpu_mode", _command.bGPU ? "1" : "0");
         m_keyer.OptionSet("process.threads", std::to_string(_command.nThreads));
         ZF_VID_PROPS vidProps = {};
         CZKeyer::Check(m_arrFrames[0]->VideoPropsGet(&vidProps), "looking at the first frame");
@@ -99,6 +100,7 @@ std::string Report(const BENCH_COMMAND& _command, const char* _pszType, CZBenchT
     std::string strText =
         ZFormat("size\t%dx%d\nformat\t%s\nkeys\t%d\ntype\t%s\nthreads\t%d\n", _command.nWidth, _command.nHeight,
                 FCC_Name(_command.fccType), _command.nKeys, _pszType, _command.nThreads);
+    strText += ZFormat("keyed on\t%s\n", _command.bGPU ? "GPU" : "CPU");
     strText += ZFormat("SIMD in use\t%s\n", ZCpu_LevelName(ZCpu_Level()));
     strText += ZFormat("mask\tright\nframes measured\t%d\n", _timesKeyed.Count());
     strText += ZFormat("ns/pixel\t%.3f\nframes/s\t%.1f\n", dblKeyed / dblPixels * 1e9, 1 / dblKeyed);
@@ -116,8 +118,9 @@ void Run(BENCH_COMMAND _command)
     _command.fccType = Raw_ReadFormatOption(_command.strFormat);
     if (_command.fccType == eZFCC_RGB8)
         throw CZUsageError(ZFormat("--format %s: a grey picture has no colours to key", _command.strFormat));
-    if (_command.bGPU)
-        throw CZHostError("this build has no GPU path to measure; leave --gpu out to measure the CPU");
+    if (_command.bGPU && Adapters_List().empty())
+        throw CZHostError("there is no GPU path to measure: this build has none, or the system has no adapter "
+                          "(\"zkhost info\" lists them); leave --gpu out to measure the CPU");
     CZBenchKeyer keyer(_command);
     CZBenchStream stream(_command.nWidth, _command.nHeight);
     for (size_t i = 0; i < c_nWarmUp; ++i)
@@ -157,11 +160,13 @@ void Command_AddBench(CLI::App& _app)
         .add_option("--threads", spCommand->nThreads, "How many threads key a frame, 1 to 16; the other pass has one")
         ->check(Command_Whole(1, 16))
         ->capture_default_str();
-    command.add_flag("--gpu", spCommand->bGPU, "Measure the GPU path");
+    command.add_flag("--gpu", spCommand->bGPU,
+                     "Measure the GPU path, upload and download included; threads do not count then");
     command.footer("Times are the lowest deciles over the frames of at least a second.\n\n"
                    "Examples:\n"
                    "  zkhost bench\n"
                    "  zkhost bench --size 3840x2160 --format UYVY --keys 4 --threads 2\n"
+                   "  zkhost bench --gpu --format UYVY\n"
                    "  ZCK_SIMD=none zkhost bench\n");
     command.callback([spCommand] { Run(*spCommand); });
 }

@@ -1,5 +1,6 @@
 #include "zkhost/Commands.h"
 
+#include "zkhost/Adapters.h"
 #include "zkhost/Keyer.h"
 #include "zkhost/OutFile.h"
 
@@ -37,7 +38,11 @@ std::string InfoText()
     strText += ZFormat("SIMD in use\t%s\n", ZCpu_LevelName(ZCpu_Level()));
     strText += ZFormat("SIMD available\t%s\n", ZCpu_LevelName(ZCpu_Detected()));
     strText += "SIMD levels\t" + LevelsText() + "\n";
-    strText += "GPU adapters\tnone\n";
+    const std::vector<std::string> vecAdapters = Adapters_List();
+    for (const std::string& strAdapter : vecAdapters)
+        strText += ZFormat("GPU adapters\t%s\n", strAdapter);
+    if (vecAdapters.empty())
+        strText += "GPU adapters\tnone\n";
     strText += ZFormat("class ZChromaKey\t%s\n", GuidText(CLSID_ZChromaKey));
     strText += ZFormat("class ZKey\t%s\n", GuidText(CLSID_ZKey));
     return strText + ZFormat("type library ZCHROMAKEYLib\t%s\n", GuidText(LIBID_ZCHROMAKEYLib));

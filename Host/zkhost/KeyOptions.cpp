@@ -109,7 +109,10 @@ void CZKeyOptions::AddInput(CLI::App& _command)
                     "top-down, for RGB")
         ->type_name("SPEC");
     _command
-        .add_option("--set", m_vecSets, "An option of the plug-in; may be repeated. There are " + PluginOptions_Names())
+        .add_option("--set", m_vecSets,
+                    "An option of the plug-in; may be repeated. There are " + PluginOptions_Names() +
+                        ". What is not set has the plug-in's default: on Windows, frames are keyed on the GPU where "
+                        "there is one; gpu_mode=0 keys on the CPU, whose results are the same on every machine")
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false);
     _command.add_flag("--quiet,-q", m_bQuiet, "Only errors on standard error");

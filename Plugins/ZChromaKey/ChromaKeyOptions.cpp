@@ -13,6 +13,7 @@ namespace
 enum eRow : size_t
 {
     eRow_TimeOverlay,
+    eRow_GPUFlush,
     eRow_GPUMode,
     eRow_Borders,
     eRow_ARGB,
@@ -23,12 +24,14 @@ enum eRow : size_t
 
 constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
     {"debug.time_overlay", eCKOptionType_Bool, "false", "Draw the time on the output (GPU path only)."},
+    {"gpu_flush_context", eCKOptionType_Bool, "false",
+     "Hand the work to the GPU as soon as it is recorded. For hosts whose own work waits in the same context."},
     {"gpu_mode", eCKOptionType_Int, "-1",
      "0: key on the CPU; 1: on the GPU, and fail where that fails; other values: on the GPU, and on the CPU where that "
-     "fails."},
+     "fails. Where there is no device, frames go to the CPU, and one is looked for every few seconds."},
     {"keying.borders", eCKOptionType_Borders, "",
      "Left, top, right and bottom border in pixels; the result is the frame less these borders, left and right edge "
-     "rounded up to multiples of 8."},
+     "rounded up to multiples of 8. Frames in a texture are keyed whole."},
     {"output.argb", eCKOptionType_Bool, "false", "Convert the input into ARGB32; the result has its alpha filled."},
     {"output.thread", eCKOptionType_Bool, "true",
      "Process frames on a thread of their own, one frame behind. Switched off, a frame's result comes at once, and one "
@@ -90,6 +93,7 @@ CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store)
     CK_FRAME_OPTIONS options = {};
     options.nChange = _store.ChangeCount(); // before the values: a change in between is read again
     options.nGPUMode = GetInt(_store, eRow_GPUMode);
+    options.bGPUFlush = GetBool(_store, eRow_GPUFlush);
     options.bOutputARGB = GetBool(_store, eRow_ARGB);
     options.nThreads = GetThreads(_store);
     options.rectBorders = _store.GetRect(c_arrOptions[eRow_Borders].pszName, {});

@@ -44,6 +44,7 @@ struct CK_FRAME_OPTIONS
 {
     uint64_t nChange; ///< the store's change count these values belong to
     int32_t nGPUMode;
+    bool bGPUFlush;
     bool bOutputARGB;
     int32_t nThreads;      ///< 1 to 16
     PROP_RECT rectBorders; ///< four border widths in pixels

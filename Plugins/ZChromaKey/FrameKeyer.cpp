@@ -6,6 +6,7 @@
 #include "Props/PropStore.h"
 #include "ZChromaKey/FrameText.h"
 #include "ZChromaKey/KeyPlan.h"
+#include "ZChromaKey/TimeOverlay.h"
 #include "ZChromaKey/WorkFrame.h"
 
 namespace
@@ -129,7 +130,7 @@ HRESULT CFrameKeyer::ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps
 {
     if (IsKeyed(_key) && m_options->nGPUMode != eCKGPU_Off)
     {
-        const HRESULT hr = KeyOnGPU(_pFrame, _key, _ppFrameRes, _pFrames);
+        const HRESULT hr = KeyOnGPU(_pFrame, _vidProps, _key, _ppFrameRes, _pFrames);
         if (SUCCEEDED(hr) || m_options->nGPUMode == eCKGPU_Only)
             return hr;
         m_pStore->NotifyFailure("gpu_mode", hr);
@@ -165,12 +166,30 @@ void CFrameKeyer::CancelSay(uint32_t _fccType)
         pFormat ? pFormat->pszName : "unknown");
 }
 
-HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes, FRAMES* _pFrames)
+/// The frame less its borders, as on the CPU. A frame in a texture has no picture that could be cut.
+HRESULT CFrameKeyer::GPUInput(IZFFrame* _pFrame, WORK_FRAME* _pWork)
+{
+    *_pWork = {CZPtr<IZFFrame>(_pFrame), false, false};
+    ZF_VID_PTR vidPtr = {};
+    return _pFrame->VideoPtrGet(eZFP_Stored, &vidPtr) == S_OK ? WorkFrame_Cut(m_options->rectBorders, _pWork) : S_OK;
+}
+
+HRESULT CFrameKeyer::RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+                            FRAMES* _pFrames)
+{
+    HRESULT hr = GPUInput(_pFrame, &_pFrames->workGPU);
+    const GPU_KEY_OPTIONS options = {m_options->bOutputARGB, m_options->bGPUFlush, Img_MatrixOf(_vidProps),
+                                     m_options->nChange};
+    if (SUCCEEDED(hr))
+        hr = m_upGPU->ProcessFrame(_pFrames->workGPU.cpFrame.Get(), _key, options, _pFrames->cpFrameGPU.Put());
+    return SUCCEEDED(hr) && !_pFrames->cpFrameGPU ? E_UNEXPECTED : hr; // a success without a frame helps nobody
+}
+
+HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+                              IZFFrame** _ppFrameRes, FRAMES* _pFrames)
 {
     CZPtr<IZFFrame>& cpFrameRes = _pFrames->cpFrameGPU;
-    HRESULT hr = m_upGPU->ProcessFrame(_pFrame, _key, cpFrameRes.Put());
-    if (SUCCEEDED(hr) && !cpFrameRes)
-        hr = E_UNEXPECTED; // a success without a frame helps nobody
+    const HRESULT hr = RunGPU(_pFrame, _vidProps, _key, _pFrames);
     if (FAILED(hr))
     {
         GPUFailed(_pFrame, hr);
@@ -178,7 +197,7 @@ HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZF
     }
     m_hrGPULast = S_OK;
     if (m_options->bTimeOverlay)
-        m_upGPU->DrawTime(cpFrameRes.Get(), "bg-color=black(100)");
+        TimeOverlay_Draw(&cpFrameRes);
     LogFrame(eZLog_Verbose, "CoZChromaKey::OnMediaReceiveI(%ws) GPU Processed(%d) OK\n", _pFrame, hr);
     *_ppFrameRes = cpFrameRes.Detach();
     return S_OK;

@@ -43,6 +43,7 @@ private:
     {
         CZPtr<IZFFrame2> cpInputLast;
         CZPtr<IZFFrame> cpFrameLast;
+        WORK_FRAME workGPU;
         CZPtr<IZFFrame> cpFrameGPU;
         WORK_FRAME work;
         WORK_MASK mask;
@@ -65,7 +66,10 @@ private:
     void CloseLocked(FRAMES* _pFrames);
     bool OptionsUpdate();
     void CancelSay(uint32_t _fccType);
-    HRESULT KeyOnGPU(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes, FRAMES* _pFrames);
+    HRESULT GPUInput(IZFFrame* _pFrame, WORK_FRAME* _pWork);
+    HRESULT KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+                     IZFFrame** _ppFrameRes, FRAMES* _pFrames);
+    HRESULT RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key, FRAMES* _pFrames);
     void GPUFailed(IZFFrame* _pFrame, HRESULT _hr);
     HRESULT KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
                      IZFFrame** _ppFrameRes, FRAMES* _pFrames);

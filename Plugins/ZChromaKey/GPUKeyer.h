@@ -1,9 +1,20 @@
 #pragma once
 
+#include "Image/ImgColor.h"
 #include "Interfaces/ChromaKeyTypes.h"
 #include "Interfaces/IZFFrame.h"
 
+#include <cstdint>
 #include <memory>
+
+/// What the frame path asks of the GPU besides the keys.
+struct GPU_KEY_OPTIONS
+{
+    bool bOutputARGB;   ///< the result is ARGB32, whatever the input is
+    bool bFlushContext; ///< hand the recorded work to the GPU before the result is waited for
+    eZYMatrix eMatrix;  ///< of YUV pictures, and what YUV keys of them are measured with
+    uint64_t nChange;   ///< of the options: a device that could not be made is tried again at once when it changes
+};
 
 /// Keying on the GPU, as the frame path sees it. Calls come from one thread at a time.
 class CGPUKeyer
@@ -14,10 +25,10 @@ public:
     CGPUKeyer(const CGPUKeyer&) = delete;
     CGPUKeyer& operator=(const CGPUKeyer&) = delete;
 
-    /// Keys a frame (types RGB, HLS and YUV) into a new one. Any failure, or no frame: it can be keyed on the CPU.
-    virtual HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes) = 0;
-    /// Draws the frame's time onto a frame that ProcessFrame made. _pszProps: how, "bg-color=black(100)".
-    virtual HRESULT DrawTime(IZFFrame* _pFrame, const char* _pszProps) = 0;
+    /// Keys a frame (types RGB, HLS and YUV) into a new one with a mask attached, as the CPU does; a frame in a texture
+    /// into a new texture of the same device. Any failure, or no frame: it can be keyed on the CPU.
+    virtual HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, const GPU_KEY_OPTIONS& _options,
+                                 IZFFrame** _ppFrameRes) = 0;
     /// Gives device and textures back; the next frame makes them again.
     virtual void Close() = 0;
 };

@@ -34,8 +34,20 @@ int64_t RoundUpTo8(int64_t _nValue)
     return (_nValue + 7) & ~int64_t{7};
 }
 
-HRESULT CutBorders(const PROP_RECT& _borders, WORK_FRAME* _pWork)
+/// The engine takes the stride of a mask from the frame's properties, so the mask made has to agree.
+bool IsMaskUsable(const ZF_VID_PROPS& _vidPropsMask, const ZF_VID_PTR& _vidPtr)
 {
+    return _vidPtr.lpVideoPlanes[0] && _vidPtr.cbVideoRowBytes[0] == _vidPropsMask.nRowBytes &&
+           _vidPtr.szVideoPlanes[0].cx == _vidPropsMask.nWidth &&
+           _vidPtr.szVideoPlanes[0].cy == ZAbs32(_vidPropsMask.nHeight);
+}
+
+} // namespace
+
+HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork)
+{
+    if (_borders == PROP_RECT{})
+        return S_OK;
     ZF_VID_PROPS vidProps = {};
     const auto cpFrame2 = ZQuery<IZFFrame2>(_pWork->cpFrame);
     HRESULT hr = cpFrame2 ? cpFrame2->VideoPropsGet(&vidProps) : E_NOINTERFACE;
@@ -65,16 +77,6 @@ HRESULT CutBorders(const PROP_RECT& _borders, WORK_FRAME* _pWork)
     return S_OK;
 }
 
-/// The engine takes the stride of a mask from the frame's properties, so the mask made has to agree.
-bool IsMaskUsable(const ZF_VID_PROPS& _vidPropsMask, const ZF_VID_PTR& _vidPtr)
-{
-    return _vidPtr.lpVideoPlanes[0] && _vidPtr.cbVideoRowBytes[0] == _vidPropsMask.nRowBytes &&
-           _vidPtr.szVideoPlanes[0].cx == _vidPropsMask.nWidth &&
-           _vidPtr.szVideoPlanes[0].cy == ZAbs32(_vidPropsMask.nHeight);
-}
-
-} // namespace
-
 HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork)
 {
     *_pWork = {CZPtr<IZFFrame>(_pFrame), false, false};
@@ -82,9 +84,7 @@ HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WOR
     HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
     if (SUCCEEDED(hr) && _options.bOutputARGB && vidProps.fccType != eZFCC_ARGB32)
         hr = ConvertToARGB(_pWork);
-    if (SUCCEEDED(hr) && _options.rectBorders != PROP_RECT{})
-        hr = CutBorders(_options.rectBorders, _pWork);
-    return hr;
+    return SUCCEEDED(hr) ? WorkFrame_Cut(_options.rectBorders, _pWork) : hr;
 }
 
 HRESULT WorkFrame_MakeOwn(bool _bClean, WORK_FRAME* _pWork)

@@ -13,11 +13,12 @@ struct WORK_FRAME
     bool bOwnPixels = false; ///< not the host's pixels: alpha and colours may be written
 };
 
+/// Cuts the borders off, if there are any: from column "left rounded up to a multiple of 8" to "width - right rounded
+/// up to a multiple of 8", at most the width. E_INVALIDARG: they leave nothing (the log says of what).
+HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork);
+
 /// Makes the frame that the options ask for: converted into ARGB32, then cut by the borders; else the input itself.
-///
-/// The cut goes from column "left rounded up to a multiple of 8" to "width - right rounded up to a multiple of 8", at
-/// most the width. E_INVALIDARG: the borders leave nothing (the log says of what); else the failure of the input's own
-/// conversion.
+/// Fails as its parts do.
 HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork);
 
 /// Makes the frame one that a mask can be attached to, and whose pixels can be written when it is ARGB32 or _bClean

@@ -25,7 +25,8 @@ public:
         HRESULT hr = E_FAIL;
         CZPtr<IZFFrame> cpResult;
         int nFrames = 0;
-        std::string strTimeProps;
+        ZF_VID_PROPS vidPropsLast = {};
+        GPU_KEY_OPTIONS optionsLast = {};
         int nClosed = 0;
     };
 
@@ -33,16 +34,14 @@ public:
         : m_pScript(_pScript)
     {
     }
-    HRESULT ProcessFrame(IZFFrame*, const CHROMA_KEY_RAW&, IZFFrame** _ppFrameRes) override
+    HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW&, const GPU_KEY_OPTIONS& _options,
+                         IZFFrame** _ppFrameRes) override
     {
         ++m_pScript->nFrames;
+        m_pScript->optionsLast = _options;
+        EXPECT_EQ(_pFrame->VideoPropsGet(&m_pScript->vidPropsLast), S_OK);
         *_ppFrameRes = CZPtr<IZFFrame>(m_pScript->cpResult).Detach();
         return m_pScript->hr;
-    }
-    HRESULT DrawTime(IZFFrame*, const char* _pszProps) override
-    {
-        m_pScript->strTimeProps = _pszProps;
-        return S_OK;
     }
     void Close() override
     {
@@ -548,15 +547,60 @@ TEST_F(CoZChromaKey, UsesTheGpuAsTheModeSays)
     m_gpu.cpResult = CZPtr<IZFFrame>(cpGpuFrame.Get());
     EXPECT_EQ(Receive(cpNext.Get()).Get(), cpGpuFrame.Get());
     EXPECT_EQ(log.Count(") GPU Processed(0) OK", eZLog_Verbose), 1u);
-    EXPECT_EQ(m_gpu.strTimeProps, "");
     const int nFrames = m_gpu.nFrames;
     Receive(cpNext.Get());
     EXPECT_EQ(m_gpu.nFrames, nFrames) << "the GPU's output is remembered, too";
-    Set(L"debug.time_overlay", L"true");
+    EXPECT_FALSE(m_gpu.optionsLast.bOutputARGB || m_gpu.optionsLast.bFlushContext);
+    Set(L"output.argb", L"true");
+    Set(L"gpu_flush_context", L"true");
+    Set(L"keying.borders", L"8,2,16,4");
+    const uint64_t nChange = m_gpu.optionsLast.nChange;
     Receive(cpNext.Get());
-    EXPECT_EQ(m_gpu.strTimeProps, "bg-color=black(100)");
+    EXPECT_TRUE(m_gpu.optionsLast.bOutputARGB && m_gpu.optionsLast.bFlushContext);
+    EXPECT_NE(m_gpu.optionsLast.nChange, nChange);
+    EXPECT_EQ(m_gpu.vidPropsLast.nWidth, 40) << "the borders are cut off before";
+    EXPECT_EQ(std::abs(m_gpu.vidPropsLast.nHeight), 26);
+    const auto cpTexture = CHookFrame::Make(
+        cpNext.Get(), [](const std::string& _strMethod) { return _strMethod == "VideoPtrGet" ? S_FALSE : S_OK; });
+    Set(L"keying.borders", L"8,2,16,5");
+    Receive(cpTexture.Get());
+    EXPECT_EQ(m_gpu.vidPropsLast.nWidth, 64) << "a frame without a picture in system memory is keyed whole";
     EXPECT_EQ(m_cpKeyer->Close(), S_OK);
     EXPECT_EQ(m_gpu.nClosed, 1);
+}
+
+TEST_F(CoZChromaKey, DrawsTheTimeIntoPictureAndMask)
+{
+    Set(L"debug.time_overlay", L"true");
+    Set(L"gpu_mode", L"1");
+    m_gpu.hr = S_OK;
+    const std::pair<uint32_t, int> arrRows[] = {{eZFCC_RGB32, 160}, {eZFCC_ARGB32, -160}, {eZFCC_UYVY, 160},
+                                                {eZFCC_YUY2, 160},  {eZFCC_NV12, 160},    {eZFCC_UYVY, 360}};
+    for (const auto& [fccType, nHeight] : arrRows)
+    {
+        const auto cpShared = TestFrame_Make(fccType, 320, nHeight);
+        ASSERT_EQ(cpShared->FrameClone(eZFC_Cloned, m_gpu.cpResult.Put()), S_OK); // its pixels may not be written
+        cpShared->TimeCodeSet({1, 20, 33, 4, 0});
+        const auto cpMask = TestFrame_Make(eZFCC_RGB8, 320, -std::abs(nHeight));
+        ASSERT_EQ(m_gpu.cpResult->AttachmentSet(L"mask", ZQuery<IZFFrame>(cpMask).Get()), S_OK);
+        const auto cpBefore = TestFrame_Make(fccType, 320, nHeight);
+        const auto cpRes = Receive(TestFrame_Make(fccType, 320, nHeight).Get());
+        ASSERT_TRUE(cpRes);
+        const int nScale = nHeight == 360 ? 2 : 1;
+        const bool bRGB = FCC_IsRGB(fccType) || fccType == eZFCC_ARGB32;
+        const int nBytes = bRGB ? 4 : fccType == eZFCC_NV12 ? 1 : 2;
+        const int nLuma = fccType == eZFCC_UYVY ? 1 : 0;
+        // the zero that all time codes start with: its top row is white in three of five columns
+        std::string strTop;
+        for (int nX = 0; nX < 9; ++nX)
+            strTop += RowOf(cpRes.Get(), 2 * nScale)[nBytes * nX * nScale + nLuma] == (bRGB ? 255 : 235) ? 'X' : '.';
+        EXPECT_EQ(strTop, "...XXX...") << fccType;
+        EXPECT_EQ(RowOf(cpRes.Get(), 0)[nLuma], bRGB ? 0 : 16) << "the background";
+        EXPECT_EQ(RowOf(MaskOf(cpRes.Get()).Get(), 0)[0], 255) << "the box is not transparent";
+        const int nOutside = 11 * nScale; // the row below the box
+        EXPECT_EQ(RowOf(cpRes.Get(), nOutside)[nLuma], RowOf(cpBefore.Get(), nOutside)[nLuma]);
+        EXPECT_EQ(RowOf(cpShared.Get(), 0)[nLuma], RowOf(cpBefore.Get(), 0)[nLuma]) << "shared pixels stay";
+    }
 }
 
 TEST_F(CoZChromaKey, RefusesWrongArgumentsAndOptions)

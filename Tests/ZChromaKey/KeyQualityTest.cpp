@@ -70,6 +70,7 @@ struct PLUGIN
         EXPECT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, cpKey.PutVoid()), S_OK);
         cpProcess = ZQuery<IZFProcess>(cpKey);
         ZQuery<IZProps>(cpKey)->PropsSet(L"output.thread", L"false");
+        ZQuery<IZProps>(cpKey)->PropsSet(L"gpu_mode", L"0");
     }
     QUALITY Key(const SCENE& _scene, IZFFrame* _pFrame) const
     {

@@ -1,0 +1,71 @@
+#include "ZChromaKey/GPUKeyer.h"
+
+#include "Base/ZLog.h"
+#include "DirectX/GPUChromaKey.h"
+#include "ZChromaKey/SystemInfo_DX11.h"
+
+#include <chrono>
+#include <optional>
+
+namespace
+{
+
+/// How long a device that could not be made is not asked for again: making one takes longer than a frame lasts, and a
+/// late frame is worse than one keyed on the CPU.
+constexpr std::chrono::seconds c_timeRetry{5};
+
+/// The GPU path on Direct3D 11.
+class CGPUKeyerDX11 final : public CGPUKeyer
+{
+public:
+    HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, const GPU_KEY_OPTIONS& _options,
+                         IZFFrame** _ppFrameRes) override
+    {
+        const HRESULT hr = GPU_TextureOf(_pFrame) ? S_OK : DeviceEnsure(_options.nChange);
+        if (FAILED(hr))
+            return hr;
+        return m_keyer.Key(
+            _pFrame,
+            {_key, _options.bOutputARGB, _options.bFlushContext, _options.eMatrix == eZYM_709 ? eSYM_709 : eSYM_601},
+            _ppFrameRes);
+    }
+    void Close() override
+    {
+        m_keyer.Close();
+        m_failure.reset();
+    }
+
+private:
+    /// A device for frames that bring none.
+    HRESULT DeviceEnsure(uint64_t _nChange)
+    {
+        const auto timeNow = std::chrono::steady_clock::now();
+        if (m_failure && m_failure->nChange == _nChange && timeNow - m_failure->time < c_timeRetry)
+            return m_failure->hr;
+        m_failure.reset();
+        const HRESULT hr = m_keyer.DeviceInit(nullptr);
+        if (FAILED(hr))
+            m_failure = {hr, timeNow, _nChange};
+        else if (hr == S_OK)
+            SystemInfo_Log(*m_keyer.DeviceGet());
+        return hr;
+    }
+
+    /// The last device that could not be made.
+    struct FAILURE
+    {
+        HRESULT hr;
+        std::chrono::steady_clock::time_point time;
+        uint64_t nChange;
+    };
+
+    GPUChromaKey m_keyer;
+    std::optional<FAILURE> m_failure;
+};
+
+} // namespace
+
+std::unique_ptr<CGPUKeyer> GPUKeyer_Create()
+{
+    return std::make_unique<CGPUKeyerDX11>();
+}

@@ -1,0 +1,461 @@
+// The keyer on the GPU: rendered pixels against the formulas, what a frame costs, and what becomes of failures.
+
+#include "DirectX/GPUChromaKey.h"
+
+#include "DirectX/DXHelpers.h"
+#include "Gpu/DeviceHooks.h"
+#include "Gpu/GpuEnvironment.h"
+#include "Image/ImgPlane.h"
+#include "Support/LogCatcher.h"
+#include "Support/ShaderTwin.h"
+#include "Support/TestFrames.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <string>
+
+namespace
+{
+
+using ShaderTwin::PICTURE;
+
+constexpr int c_nHeight = 6;
+
+struct FORMAT
+{
+    uint32_t fccType;
+    eKeyInput eInput; ///< that its texture is keyed as
+    bool bBottomUp;
+};
+
+constexpr FORMAT c_arrFormats[] = {{eZFCC_RGB32, eKI_RGB, false},  {eZFCC_RGB32, eKI_RGB, true},
+                                   {eZFCC_ARGB32, eKI_RGB, false}, {eZFCC_UYVY, eKI_UYVY, false},
+                                   {eZFCC_HDYC, eKI_HDYC, false},  {eZFCC_YUY2, eKI_YUY2, false},
+                                   {eZFCC_NV12, eKI_UYVY, false}};
+
+struct OPTION
+{
+    const char* pszName;
+    bool bARGB;
+    bool bCancel;
+    int32_t nSmooth;
+    int32_t nInterlaced;
+    int32_t nInverse;
+    eSYMatrix eMatrix;
+    int nKeys;
+};
+
+constexpr OPTION c_arrOptions[] = {
+    {"plain", false, false, 0, 0, 0, eSYM_601, 3},  {"ARGB, one key", true, false, 0, 0, 1, eSYM_709, 1},
+    {"cancel", false, true, 0, 0, 0, eSYM_601, 3},  {"cancel, ARGB, 16 keys", true, true, 0, 0, 0, eSYM_709, 16},
+    {"smooth", false, false, 2, 0, 1, eSYM_601, 3}, {"smooth, interlaced, cancel", false, true, 1, 1, 0, eSYM_601, 2},
+};
+
+/// Keys of all kinds around greens, dead and inverse ones among them; the first is an ordinary one.
+CHROMA_KEY_RAW RandomKeys(int32_t _eType, const OPTION& _option, std::mt19937* _pRandom)
+{
+    const auto Upto = [&](uint32_t _n) { return static_cast<int32_t>((*_pRandom)() % (_n + 1)); };
+    CHROMA_KEY_RAW key = {};
+    key.eType = _eType;
+    key.nKeysUsed = _option.nKeys;
+    for (int i = 0; i < _option.nKeys; ++i)
+    {
+        SINGLE_KEY& single = key.arrKeys[i];
+        single.nValue = (*_pRandom)();
+        single.nDelta = (*_pRandom)() & 0x3F3F3F3Fu;
+        if (i % 3 == 1)
+            single.nDelta &= 0xFFFF00FFu; // no width in one component
+        single.nSmoothRange = i % 4 == 2 ? 0 : 10 + Upto(190);
+        single.nAlpha = i % 8 == 5 ? 255 : 0;
+        single.nReverseKey = i % 4 == 3;
+        single.nCancelRange = Upto(100);
+        single.nCancelPower = Upto(200) - 60;
+        single.nCancelChroma = Upto(100) - 50;
+        single.nCancelLuma = Upto(100) - 50;
+        single.nCancelAlpha = i % 5 == 4 ? -128 : Upto(60);
+    }
+    key.nMaxTransparent = 255;
+    key.nEdgesSmooth = _option.nSmooth;
+    key.bColorCancel = _option.bCancel;
+    key.nInterlacedVideo = _option.nInterlaced;
+    key.nInverseKey = _option.nInverse;
+    return key;
+}
+
+/// Noise; greys, pure colours and the first key's centre among it.
+PICTURE RandomPicture(uint32_t _fccType, int _nWidth, uint32_t _nCentre, std::mt19937* _pRandom)
+{
+    PICTURE picture = ShaderTwin::Make(_fccType, _nWidth, c_nHeight);
+    for (double& dblByte : picture.arrBytes)
+        dblByte = static_cast<double>((*_pRandom)() & 0xFF) / 255;
+    const uint32_t arrSpecial[] = {
+        0x00000000, 0xFFFFFFFF, 0x80808080, 0x00FF0000,
+        0x0000FF00, 0x000000FF, _nCentre,   (_nCentre & 0xFF00u) | (_nCentre >> 16 & 0xFFu) | (_nCentre & 0xFFu) << 16};
+    const int nBytes = std::min<int>(picture.nStride, sizeof(arrSpecial));
+    for (int i = 0; i < nBytes; ++i)
+        picture.Byte(1, i) = static_cast<double>(arrSpecial[i / 4] >> (i % 4 * 8) & 0xFF) / 255;
+    return picture;
+}
+
+/// What an 8-bit texture keeps of a picture.
+PICTURE Rounded(PICTURE _picture)
+{
+    for (double& dblByte : _picture.arrBytes)
+        dblByte = std::floor(dblByte * 255 + 0.5) / 255;
+    return _picture;
+}
+
+CZPtr<CZFrame> FrameOf(const PICTURE& _picture, bool _bBottomUp)
+{
+    ZF_VID_PROPS vidProps = {};
+    vidProps.fccType = _picture.fccType;
+    vidProps.nWidth = _picture.nWidth;
+    vidProps.nHeight = FCC_IsRGB(_picture.fccType) && !_bBottomUp ? -_picture.nHeight : _picture.nHeight;
+    vidProps.dblRate = 25;
+    vidProps.eInterlace = eZI_Progressive;
+    CZPtr<CZFrame> cpFrame;
+    ZF_VID_PTR vidPtr = {};
+    EXPECT_EQ(ZFrame_Create(vidProps, cpFrame.Put()), S_OK);
+    EXPECT_EQ(cpFrame->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtr), S_OK);
+    size_t nByte = 0;
+    for (int nPlane = 0; nPlane < 4 && vidPtr.lpVideoPlanes[nPlane]; ++nPlane)
+        for (int nY = 0; nY < vidPtr.szVideoPlanes[nPlane].cy; ++nY)
+            for (int nX = 0; nX < _picture.nStride; ++nX)
+                Img_RowOf(vidPtr, nPlane, nY)[nX] = static_cast<uint8_t>(_picture.arrBytes[nByte++] * 255 + 0.5);
+    EXPECT_EQ(nByte, _picture.arrBytes.size());
+    return cpFrame;
+}
+
+/// How far a rendered picture is from its formulas, in levels.
+struct DISTANCE
+{
+    int nBytes = 0;
+    int nOver1 = 0;
+    int nOver2 = 0;
+
+    void Add(int _nRendered, double _dblExpected)
+    {
+        const double dblApart = std::fabs(_nRendered - _dblExpected * 255);
+        ++nBytes;
+        nOver1 += dblApart > 1.5; // the formula's own rounding counts half a level
+        nOver2 += dblApart > 2.5;
+    }
+    void Add(IZFFrame* _pFrame, const PICTURE& _picture, int _nRowBytes)
+    {
+        ZF_VID_PTR vidPtr = {};
+        ASSERT_EQ(_pFrame->VideoPtrGet(eZFP_Flip, &vidPtr), S_OK);
+        ASSERT_GE(vidPtr.cbVideoRowBytes[0] < 0 ? -vidPtr.cbVideoRowBytes[0] : vidPtr.cbVideoRowBytes[0], _nRowBytes);
+        for (int nY = 0; nY < _picture.nHeight; ++nY)
+            for (int nX = 0; nX < _nRowBytes; ++nX)
+                Add(Img_RowOf(vidPtr, 0, nY)[nX], _picture.Byte(nY, nX));
+    }
+};
+
+CZPtr<IZFFrame> MaskOf(IZFFrame* _pFrame)
+{
+    CZPtr<IUnknown> cpObject;
+    EXPECT_EQ(_pFrame->AttachmentGet(L"mask", cpObject.Put()), S_OK);
+    return ZQuery<IZFFrame>(cpObject);
+}
+
+uint32_t FormatOf(IZFFrame* _pFrame)
+{
+    ZF_VID_PROPS vidProps = {};
+    EXPECT_EQ(_pFrame->VideoPropsGet(&vidProps), S_OK);
+    return vidProps.fccType;
+}
+
+/// The keyer under test, on the tests' device.
+class GpuKeyer : public testing::Test
+{
+protected:
+    GpuKeyer()
+    {
+        EXPECT_EQ(m_keyer.DeviceInit(Gpu_Device()), S_OK);
+    }
+    CZPtr<IZFFrame> Key(IZFFrame* _pFrame, const GPU_KEY_SETTINGS& _settings, HRESULT _hrExpected = S_OK)
+    {
+        CZPtr<IZFFrame> cpRes;
+        EXPECT_EQ(m_keyer.Key(_pFrame, _settings, cpRes.Put()), _hrExpected);
+        EXPECT_EQ(static_cast<bool>(cpRes), _hrExpected == S_OK);
+        return cpRes;
+    }
+    void CheckRendered(const FORMAT& _format, const OPTION& _option, const CHROMA_KEY_RAW& _key, int _nWidth,
+                       std::mt19937* _pRandom, DISTANCE* _pDistance);
+
+    GPUChromaKey m_keyer;
+};
+
+/// The alpha of a keyed picture, in the bytes of a mask.
+PICTURE AlphaOf(const PICTURE& _picture)
+{
+    PICTURE mask = ShaderTwin::Make(eZFCC_RGB8, _picture.nWidth, _picture.nHeight);
+    for (int nY = 0; nY < mask.nHeight; ++nY)
+        for (int nX = 0; nX < mask.nWidth; ++nX)
+            mask.Byte(nY, nX) = _picture.Byte(nY, 4 * nX + 3);
+    return mask;
+}
+
+void GpuKeyer::CheckRendered(const FORMAT& _format, const OPTION& _option, const CHROMA_KEY_RAW& _key, int _nWidth,
+                             std::mt19937* _pRandom, DISTANCE* _pDistance)
+{
+    const bool bRGB = _format.eInput == eKI_RGB;
+    const int nWidth = bRGB ? _nWidth : std::max(_nWidth / 2 * 2, 2);
+    const PICTURE source = RandomPicture(_format.fccType, nWidth, _key.arrKeys[0].nValue, _pRandom);
+    const auto cpFrame = FrameOf(source, _format.bBottomUp);
+    const auto cpRes = Key(cpFrame.Get(), {_key, _option.bARGB, false, _option.eMatrix});
+    ASSERT_TRUE(cpRes);
+
+    CK_SETTINGS settings = {};
+    Shader_FillKeys(_key, nWidth, c_nHeight, false, &settings);
+    const bool bPlanar = _format.fccType == eZFCC_NV12;
+    const PICTURE input =
+        bPlanar ? Rounded(ShaderTwin::Convert({eZFCC_NV12, eZFCC_UYVY}, source, nWidth, c_nHeight)) : source;
+    const bool bARGB = _option.bARGB || _format.fccType == eZFCC_ARGB32;
+    const bool bCancel = Shader_NeedsCancel(_key);
+    const bool bCleanPicture = bCancel && (bARGB || bRGB);
+    KEY_SHADER shader = {static_cast<eCK_Type>(_key.eType), _format.eInput, eKO_Picture, bCleanPicture,
+                         _option.eMatrix};
+    PICTURE keyed = Rounded(ShaderTwin::Key(shader, settings, input));
+    for (int n = 0; n < _option.nSmooth; ++n)
+        keyed = Rounded(ShaderTwin::Smooth(keyed, _option.nInterlaced, false));
+    PICTURE mask = AlphaOf(keyed);
+    if (!bCleanPicture && _option.nSmooth == 0) // HDYC repeats its pairs there
+    {
+        shader.eOutput = eKO_Mask;
+        mask = ShaderTwin::Key(shader, settings, input);
+    }
+    _pDistance->Add(MaskOf(cpRes.Get()).Get(), mask, nWidth);
+
+    EXPECT_EQ(FormatOf(cpRes.Get()), bARGB ? uint32_t{eZFCC_ARGB32} : _format.fccType);
+    if (bCleanPicture)
+    {
+        _pDistance->Add(cpRes.Get(), keyed, 4 * nWidth);
+        return;
+    }
+    if (bCancel && !bPlanar)
+    {
+        shader.eOutput = eKO_Packed;
+        shader.bColorCancel = true;
+        _pDistance->Add(cpRes.Get(), ShaderTwin::Key(shader, settings, input), 2 * nWidth);
+        return;
+    }
+    // The colours are the input's own, to the bit.
+    CZPtr<IZFFrame> cpColours;
+    EXPECT_EQ(cpFrame->FrameConvert(eZFC_Converted, FormatOf(cpRes.Get()), cpColours.Put()), S_OK);
+    ZF_VID_PTR vidPtr = {}, vidPtrRes = {};
+    EXPECT_EQ(cpColours->VideoPtrGet(eZFP_Flip, &vidPtr), S_OK);
+    EXPECT_EQ(cpRes->VideoPtrGet(eZFP_Flip, &vidPtrRes), S_OK);
+    const int nRow = bARGB || bRGB ? 4 * nWidth : bPlanar ? nWidth : 2 * nWidth;
+    int nWrong = 0;
+    for (int nY = 0; nY < c_nHeight; ++nY)
+        for (int nX = 0; nX < nRow; ++nX)
+        {
+            const int nByte = Img_RowOf(vidPtrRes, 0, nY)[nX];
+            if ((bARGB || bRGB) && nX % 4 == 3)
+                nWrong += bARGB && nByte != Img_RowOf(
+                                                [&] {
+                                                    ZF_VID_PTR vidPtrMask = {};
+                                                    MaskOf(cpRes.Get())->VideoPtrGet(eZFP_Flip, &vidPtrMask);
+                                                    return vidPtrMask;
+                                                }(),
+                                                0, nY)[nX / 4];
+            else
+                nWrong += nByte != Img_RowOf(vidPtr, 0, nY)[nX];
+        }
+    EXPECT_EQ(nWrong, 0);
+}
+
+TEST_F(GpuKeyer, RendersWhatTheFormulasSay)
+{
+    std::mt19937 random(1);
+    DISTANCE total;
+    constexpr int c_arrWidths[] = {719, 720, 1919, 718};
+    size_t nCase = 0;
+    for (const int32_t eType : {eCKT_RGB, eCKT_HLS, eCKT_YUV})
+        for (const OPTION& option : c_arrOptions)
+            for (const FORMAT& format : c_arrFormats)
+                for (const int nWidth : {1, 2, c_arrWidths[nCase++ % std::size(c_arrWidths)]})
+                {
+                    SCOPED_TRACE(std::string(option.pszName) + ", type " + std::to_string(eType) + ", format " +
+                                 std::to_string(&format - c_arrFormats) + ", width " + std::to_string(nWidth));
+                    DISTANCE distance;
+                    CheckRendered(format, option, RandomKeys(eType, option, &random), nWidth, &random, &distance);
+                    EXPECT_EQ(distance.nOver2, 0) << "of " << distance.nBytes;
+                    EXPECT_LE(distance.nOver1 * 1000, distance.nBytes);
+                    total.nBytes += distance.nBytes;
+                    total.nOver1 += distance.nOver1;
+                }
+    RecordProperty("bytes", total.nBytes);
+    RecordProperty("more_than_one_level", total.nOver1);
+}
+
+TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
+{
+    std::mt19937 random(2);
+    const CHROMA_KEY_RAW key = RandomKeys(eCKT_YUV, c_arrOptions[2], &random);
+    const auto cpOther = Gpu_OtherDevice();
+    for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_UYVY})
+        for (ID3D11Device* const pDevice : {Gpu_Device(), cpOther.Get()})
+        {
+            constexpr int c_nWidth = 718;
+            const PICTURE source = RandomPicture(fccType, c_nWidth, key.arrKeys[0].nValue, &random);
+            std::vector<uint8_t> vecBytes;
+            for (const double dblByte : source.arrBytes)
+                vecBytes.push_back(static_cast<uint8_t>(dblByte * 255 + 0.5));
+            const auto cpTexture =
+                Gpu_Texture(source.nStride / 4, c_nHeight, DXGI_FORMAT_B8G8R8A8_UNORM, vecBytes, pDevice);
+            ZF_VID_PROPS vidProps = {};
+            vidProps.fccType = fccType;
+            vidProps.nWidth = c_nWidth;
+            vidProps.nHeight = c_nHeight; // bottom-up says nothing about textures
+            vidProps.dblRate = 25;
+            vidProps.nGPUFlags = eZGPU_DX11Texture;
+            CZPtr<CZFrame> cpFrame;
+            ASSERT_EQ(ZFrame_Create(vidProps, cpFrame.Put()), S_OK);
+            ASSERT_EQ(cpFrame->AttachmentSet(c_wszFrameTexture, cpTexture.Get()), S_OK);
+            cpFrame->TimeCodeSet({1, 2, 3, 4, 0});
+            const CCallFaults calls(pDevice);
+            const auto cpRes = Key(cpFrame.Get(), {key, false, true, eSYM_601});
+            ASSERT_TRUE(cpRes);
+            EXPECT_EQ(calls.Count("Map"), 0) << "nothing is brought back";
+            ZF_TIMECODE timeCode = {};
+            EXPECT_EQ(cpRes->TimeCodeGet(&timeCode), S_OK);
+            EXPECT_EQ(timeCode.nSeconds, 3);
+            CZPtr<ID3D11Texture2D> cpKeyed;
+            const auto cpResTexture = GPU_TextureOf(cpRes.Get());
+            ASSERT_TRUE(cpResTexture && SUCCEEDED(cpResTexture->TextureGet(cpKeyed.Put())));
+            EXPECT_TRUE(DX_SameObject(DX_DeviceOf(cpKeyed.Get()).Get(), pDevice));
+
+            CK_SETTINGS settings = {};
+            Shader_FillKeys(key, c_nWidth, c_nHeight, false, &settings);
+            const PICTURE keyed = ShaderTwin::Key(
+                {eCKT_YUV, fccType == eZFCC_RGB32 ? eKI_RGB : eKI_UYVY, eKO_Picture, true, eSYM_601}, settings, source);
+            const auto vecKeyed = Gpu_Read(cpKeyed.Get());
+            ASSERT_EQ(vecKeyed.size(), keyed.arrBytes.size());
+            DISTANCE distance;
+            for (size_t i = 0; i < vecKeyed.size(); ++i)
+                distance.Add(vecKeyed[i], keyed.arrBytes[i]);
+            EXPECT_EQ(distance.nOver2, 0);
+        }
+    m_keyer.Close();
+}
+
+TEST_F(GpuKeyer, CostsWhatItMust)
+{
+    struct ROW
+    {
+        uint32_t fccType;
+        int nOption;
+        int nPasses;
+        int nMaps; ///< the upload and what is brought back
+    };
+    const ROW arrRows[] = {
+        {eZFCC_RGB32, 0, 1, 2}, {eZFCC_UYVY, 0, 1, 2},  {eZFCC_UYVY, 1, 1, 2},
+        {eZFCC_NV12, 0, 2, 2},  {eZFCC_RGB32, 2, 1, 2}, {eZFCC_UYVY, 2, 2, 3},
+        {eZFCC_UYVY, 3, 1, 2},  {eZFCC_RGB32, 4, 4, 2}, {eZFCC_UYVY, 5, 4, 3},
+    };
+    std::mt19937 random(3);
+    for (const ROW& row : arrRows)
+    {
+        SCOPED_TRACE(std::to_string(row.fccType) + " " + c_arrOptions[row.nOption].pszName);
+        const OPTION& option = c_arrOptions[row.nOption];
+        const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_HLS, option, &random), option.bARGB, false, eSYM_601};
+        const auto cpFrame = FrameOf(RandomPicture(row.fccType, 64, 0, &random), false);
+        for (int n = 0; n < 3; ++n)
+            Key(cpFrame.Get(), settings);
+        CCallFaults calls(Gpu_Device());
+        CHROMA_KEY_RAW keyMoved = settings.key;
+        keyMoved.arrKeys[0].nValue ^= 0x101010; // other keys need no other shaders
+        Key(cpFrame.Get(), {keyMoved, option.bARGB, false, eSYM_601});
+        EXPECT_EQ(calls.Count("CreateTexture2D"), 0);
+        EXPECT_EQ(calls.Count("D3DCompile"), 0);
+        EXPECT_EQ(calls.Count("CreatePixelShader"), 0);
+        EXPECT_EQ(calls.Count("CreateRenderTargetView"), row.nPasses);
+        EXPECT_EQ(calls.Count("Map"), row.nMaps);
+        calls.FailAt(0, S_OK);
+        keyMoved.eType = eCKT_YUV;
+        Key(cpFrame.Get(), {keyMoved, option.bARGB, false, eSYM_601});
+        EXPECT_GT(calls.Count("D3DCompile"), 0) << "another type, other shaders";
+    }
+}
+
+TEST_F(GpuKeyer, FailsOneFrameWholeAndKeysTheNext)
+{
+    std::mt19937 random(4);
+    const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_RGB, c_arrOptions[5], &random), false, false, eSYM_601};
+    const auto cpFrame = FrameOf(RandomPicture(eZFCC_UYVY, 64, 0, &random), false);
+    int nCalls = 0;
+    for (bool bFailed = true; bFailed; ++nCalls)
+    {
+        m_keyer.Close(); // everything is made anew, and anything may fail
+        ASSERT_EQ(m_keyer.DeviceInit(Gpu_Device()), S_OK);
+        const CLogCatcher log(eZLog_Error);
+        CCallFaults faults(Gpu_Device());
+        faults.FailAt(nCalls + 1, E_OUTOFMEMORY);
+        CZPtr<IZFFrame> cpRes;
+        const HRESULT hr = m_keyer.Key(cpFrame.Get(), settings, cpRes.Put());
+        bFailed = !faults.Failed().empty();
+        EXPECT_EQ(FAILED(hr), bFailed) << faults.Failed();
+        EXPECT_EQ(!cpRes, bFailed);
+        EXPECT_EQ(log.Count("") > 0, bFailed) << faults.Failed();
+        faults.FailAt(0, S_OK);
+        Key(cpFrame.Get(), settings);
+    }
+    EXPECT_GT(nCalls, 20);
+    m_keyer.Close();
+}
+
+TEST_F(GpuKeyer, MakesAnotherDeviceWhenOneIsRemoved)
+{
+    std::mt19937 random(5);
+    const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_RGB, c_arrOptions[0], &random), false, false, eSYM_601};
+    const auto cpFrame = FrameOf(RandomPicture(eZFCC_RGB32, 64, 0, &random), false);
+    Key(cpFrame.Get(), settings);
+    ASSERT_EQ(m_keyer.DeviceGet()->Device(), Gpu_Device());
+    {
+        const CLogCatcher log(eZLog_Error);
+        const HOOK_REMOVEDREASON hookReason(Gpu_Device(),
+                                            [](auto, ID3D11Device*) { return DXGI_ERROR_DEVICE_REMOVED; });
+        const HOOK_MAP hookMap(Gpu_Context(), [](auto, auto*, auto...) { return DXGI_ERROR_DEVICE_REMOVED; });
+        Key(cpFrame.Get(), settings, DXGI_ERROR_DEVICE_REMOVED);
+        EXPECT_EQ(m_keyer.DeviceGet(), nullptr);
+    }
+    Key(cpFrame.Get(), settings);
+    ASSERT_TRUE(m_keyer.DeviceGet());
+    EXPECT_NE(m_keyer.DeviceGet()->Device(), Gpu_Device());
+}
+
+TEST_F(GpuKeyer, RefusesWhatItCannotKey)
+{
+    struct ROW
+    {
+        uint32_t fccType;
+        int32_t eType;
+        int nOption;
+        eSYMatrix eMatrix;
+        HRESULT hr;
+    };
+    const ROW arrRows[] = {
+        {eZFCC_v210, eCKT_RGB, 0, eSYM_709, S_OK},       {eZFCC_v210, eCKT_YUV, 0, eSYM_601, S_OK},
+        {eZFCC_v210, eCKT_YUV, 0, eSYM_709, E_NOTIMPL},  {eZFCC_RGB24, eCKT_YUV, 0, eSYM_601, S_OK},
+        {eZFCC_RGB24, eCKT_RGB, 2, eSYM_601, E_NOTIMPL}, {eZFCC_RGB24, eCKT_RGB, 3, eSYM_601, S_OK},
+        {eZFCC_YVYU, eCKT_RGB, 2, eSYM_601, E_NOTIMPL},  {eZFCC_UYVY, eCKT_None, 0, eSYM_601, E_INVALIDARG},
+    };
+    std::mt19937 random(6);
+    for (const ROW& row : arrRows)
+    {
+        SCOPED_TRACE(row.fccType);
+        const CLogCatcher log;
+        const OPTION& option = c_arrOptions[row.nOption];
+        const GPU_KEY_SETTINGS settings = {RandomKeys(row.eType, option, &random), option.bARGB, false, row.eMatrix};
+        Key(TestFrame_Make(row.fccType, 96, 32).Get(), settings, row.hr);
+        EXPECT_EQ(log.Count("Invalid FCC type of input frame!"), row.hr == E_NOTIMPL ? 1u : 0u);
+        EXPECT_EQ(log.Count("!\"Unexpected CK type!\""), row.hr == E_INVALIDARG ? 1u : 0u);
+        EXPECT_EQ(log.Count("HARDWARE; OUTPUT MASK ", eZLog_Verbose), row.hr == S_OK ? 1u : 0u);
+    }
+}
+
+} // namespace

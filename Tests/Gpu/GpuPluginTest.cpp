@@ -1,0 +1,163 @@
+// The plug-in object with its frames on the GPU: the same results as on the CPU, and what happens without a device.
+
+#include "ZChromaKey/CoZChromaKey.h"
+
+#include "DirectX/DXBase.h"
+#include "Image/ImgPlane.h"
+#include "Image/ImgRowReader.h"
+#include "Support/LogCatcher.h"
+#include "Support/TestFrames.h"
+#include "ZChromaKey/GPUKeyer.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace
+{
+
+/// Bytes that a frame shows: all planes, top row first, without what lies behind the rows.
+std::string Shown(IZFFrame* _pFrame)
+{
+    ZF_VID_PROPS vidProps = {};
+    ZF_VID_PTR vidPtr = {};
+    std::string strBytes;
+    EXPECT_EQ(_pFrame->VideoPropsGet(&vidProps), S_OK);
+    EXPECT_EQ(_pFrame->VideoPtrGet(eZFP_Flip, &vidPtr), S_OK);
+    vidProps.nRowBytes = 0;
+    strBytes = VidProps_Text(&vidProps) + "\n";
+    for (int nPlane = 0; nPlane < 4 && vidPtr.lpVideoPlanes[nPlane]; ++nPlane)
+        for (int nY = 0; nY < vidPtr.szVideoPlanes[nPlane].cy; ++nY)
+        {
+            const auto nBytes = static_cast<size_t>(nPlane == 0 ? Img_RowBytesUsed(vidProps.fccType, vidProps.nWidth)
+                                                                : vidPtr.szVideoPlanes[nPlane].cx);
+            strBytes.append(reinterpret_cast<const char*>(Img_RowOf(vidPtr, nPlane, nY)), nBytes);
+        }
+    return strBytes;
+}
+
+class GpuPlugin : public testing::Test
+{
+protected:
+    GpuPlugin()
+    {
+        EXPECT_EQ(CCoZChromaKey::Create(IID_IZFProcess, m_cpProcess.PutVoid()), S_OK);
+        m_cpProps = ZQuery<IZProps>(m_cpProcess);
+        m_cpKey = ZQuery<IZChromaKey>(m_cpProcess);
+        Set(L"output.thread", L"false");
+    }
+    void Set(const wchar_t* _pwszName, const wchar_t* _pwszValue)
+    {
+        EXPECT_EQ(m_cpProps->PropsSet(_pwszName, _pwszValue), S_OK);
+    }
+    CZPtr<IZFFrame> Receive(IZFFrame* _pFrame, const wchar_t* _pwszMode)
+    {
+        Set(L"gpu_mode", _pwszMode);
+        CZPtr<IZFFrame> cpRes;
+        EXPECT_EQ(m_cpProcess->OnMediaReceive(_pFrame, cpRes.Put()), S_OK);
+        return cpRes;
+    }
+
+    CZPtr<IZFProcess> m_cpProcess;
+    CZPtr<IZProps> m_cpProps;
+    CZPtr<IZChromaKey> m_cpKey;
+};
+
+CZPtr<IUnknown> AttachmentOf(IZFFrame* _pFrame, const wchar_t* _pwszName)
+{
+    CZPtr<IUnknown> cpObject;
+    EXPECT_EQ(_pFrame->AttachmentGet(_pwszName, cpObject.Put()), S_OK) << _pwszName;
+    return cpObject;
+}
+
+/// Time code, texts and attachments as the test put them on the input.
+void ExpectTakenOver(IZFFrame* _pFrame)
+{
+    ZF_TIMECODE timeCode = {};
+    BSTR bsText = nullptr;
+    EXPECT_EQ(_pFrame->TimeCodeGet(&timeCode), S_OK);
+    EXPECT_EQ(timeCode.nMinutes, 20);
+    const auto cpProps = ZQuery<IZProps>(_pFrame);
+    ASSERT_TRUE(cpProps);
+    EXPECT_EQ(cpProps->PropsGet(L"camera", &bsText), S_OK);
+    EXPECT_STREQ(bsText, L"two");
+    SysFreeString(bsText);
+    EXPECT_TRUE(AttachmentOf(_pFrame, L"other"));
+}
+
+TEST_F(GpuPlugin, GivesWhatTheCpuGives)
+{
+    const CLogCatcher log;
+    const std::pair<uint32_t, int> arrFormats[] = {
+        {eZFCC_RGB32, 32}, {eZFCC_RGB32, -32}, {eZFCC_ARGB32, 32}, {eZFCC_ARGB32, -32}, {eZFCC_UYVY, 32},
+        {eZFCC_HDYC, 32},  {eZFCC_YUY2, 32},   {eZFCC_YVYU, 32},   {eZFCC_NV12, 32},    {eZFCC_I420, 32},
+        {eZFCC_YV12, 32},  {eZFCC_I422, 32},   {eZFCC_YV16, 32},   {eZFCC_v210, 32},    {eZFCC_RGB24, 32}};
+    size_t nKeyed = 0;
+    for (const int32_t eType : {eCKT_RGB, eCKT_HLS, eCKT_YUV})
+        for (const wchar_t* const pwszARGB : {L"false", L"true"})
+            for (const auto& [fccType, nHeight] : arrFormats)
+            {
+                const wchar_t* const pwszBorders = eType == eCKT_YUV ? L"8,4,8,2" : L"";
+                SCOPED_TRACE(std::to_string(eType) + " " + ZText_FromWide(pwszARGB) + " " +
+                             ZText_FromWide(pwszBorders) + " " + FCC_Name(fccType) + " " + std::to_string(nHeight));
+                const CHROMA_KEY_RAW key = TestKey(eType);
+                ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+                Set(L"output.argb", pwszARGB);
+                Set(L"keying.borders", pwszBorders);
+                const auto cpFrame = TestFrame_Make(fccType, 96, nHeight);
+                cpFrame->TimeCodeSet({1, 20, 33, 4, 0});
+                ASSERT_EQ(cpFrame->PropsSet(L"camera", L"two"), S_OK);
+                ASSERT_EQ(cpFrame->AttachmentSet(L"other", ZQuery<IZFFrame>(TestFrame_Make(eZFCC_UYVY, 8, 8)).Get()),
+                          S_OK);
+                const std::string strBefore = Shown(cpFrame.Get());
+                const auto cpCPU = Receive(cpFrame.Get(), L"0");
+                const auto cpGPU = Receive(cpFrame.Get(), L"1");
+                ASSERT_TRUE(cpCPU && cpGPU);
+                EXPECT_EQ(log.Count(") GPU Processed(0) OK"), ++nKeyed);
+                EXPECT_TRUE(Shown(cpGPU.Get()) == Shown(cpCPU.Get()));
+                const auto cpMaskCPU = ZQuery<IZFFrame>(AttachmentOf(cpCPU.Get(), L"mask"));
+                const auto cpMaskGPU = ZQuery<IZFFrame>(AttachmentOf(cpGPU.Get(), L"mask"));
+                ASSERT_TRUE(cpMaskCPU && cpMaskGPU);
+                EXPECT_TRUE(Shown(cpMaskGPU.Get()) == Shown(cpMaskCPU.Get()));
+                ExpectTakenOver(cpGPU.Get());
+                EXPECT_TRUE(Shown(cpFrame.Get()) == strBefore) << "the input is never written";
+            }
+    EXPECT_EQ(log.Count("System: adapter "), 1u);
+}
+
+int g_nDevicesAsked = 0;
+
+HRESULT WINAPI NoDevice(IDXGIAdapter*, D3D_DRIVER_TYPE, HMODULE, UINT, const D3D_FEATURE_LEVEL*, UINT, UINT,
+                        ID3D11Device**, D3D_FEATURE_LEVEL*, ID3D11DeviceContext**)
+{
+    ++g_nDevicesAsked;
+    return DXGI_ERROR_UNSUPPORTED;
+}
+
+TEST_F(GpuPlugin, AsksForAMissingDeviceNotWithEveryFrame)
+{
+    DX_FUNCTIONS functions = DX_Functions();
+    functions.pfnD3D11CreateDevice = &NoDevice;
+    DX_FunctionsSet(&functions);
+    g_nDevicesAsked = 0;
+    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+    const CLogCatcher log;
+    for (int n = 0; n < 3; ++n)
+    {
+        const auto cpRes = Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get(), L"-1");
+        ASSERT_TRUE(cpRes) << "keyed on the CPU";
+        EXPECT_TRUE(AttachmentOf(cpRes.Get(), L"mask"));
+        EXPECT_EQ(g_nDevicesAsked, 1);
+    }
+    EXPECT_EQ(log.Count("Failed to perform GPU chroma key! hr=887A0004", eZLog_Error), 1u);
+    Set(L"process.threads", L"3");
+    Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get(), L"-1");
+    EXPECT_EQ(g_nDevicesAsked, 2) << "an option has changed";
+    DX_FunctionsSet(nullptr);
+    Set(L"process.threads", L"2");
+    Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get(), L"1");
+    EXPECT_EQ(log.Count(") GPU Processed(0) OK"), 1u);
+}
+
+} // namespace

@@ -11,8 +11,8 @@ enum eGPURows
     eGPUR_Download, ///< texture to picture
 };
 
-/// Whether a picture of a format with texture form can lie in a texture: it has pixels, not more than Direct3D takes, and
-/// chroma samples are not cut in half.
+/// Whether a picture of a format with texture form can lie in a texture: it has pixels, not more than Direct3D takes,
+/// and chroma samples are not cut in half.
 bool GPU_SizeIsValid(const ZF_VID_PROPS& _vidProps);
 
 /// Copies the pixels of all planes, no byte beside them. _vidPtr: planes walked top-down. _bFields: the rows of the two

@@ -166,7 +166,8 @@ TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
         EXPECT_EQ(m_folder.Files(), 1u) << strArgs;
     }
     EXPECT_EQ(Run("--help"), 0);
-    for (const char* pszCommand : {"key", "detect", "sheet", "sample", "bench", "formats", "options", "describe", "info"})
+    for (const char* pszCommand :
+         {"key", "detect", "sheet", "sample", "bench", "formats", "options", "describe", "info"})
     {
         EXPECT_EQ(Run(std::string(pszCommand) + " --help"), 0);
         EXPECT_NE(m_strOut.find("Examples:"), std::string::npos) << pszCommand;

@@ -103,16 +103,19 @@ void AddPlugIn(CASES& _cases)
                       .nThreads = 2,
                       .eAsk = eBA_Over,
                       .limit = Both(1.1)});
-    _cases.push_back({.eSubject = eBSub_PlugIn,
-                      .fccType = eZFCC_UYVY,
-                      .eType = eCKT_YUV,
-                      .nKeys = 4,
-                      .nThreads = 2,
-                      .nWidth = 3840,
-                      .nHeight = 2160,
-                      .nSmooth = c_nSmoothPasses,
-                      .eAsk = eBA_FPS,
-                      .limit = Both(60)});
+    for (const bool bClean : {false, true})
+        _cases.push_back({.eSubject = eBSub_PlugIn,
+                          .fccType = eZFCC_UYVY,
+                          .eType = eCKT_YUV,
+                          .nKeys = 4,
+                          .nThreads = 2,
+                          .nWidth = 3840,
+                          .nHeight = 2160,
+                          .nSmooth = c_nSmoothPasses,
+                          .bClean = bClean,
+                          .eAsk = eBA_FPS,
+                          .limit = Both(60)});
+    _cases.push_back({.eSubject = eBSub_PlugIn, .eType = eCKT_YUV, .bClean = true});
     for (const int nThreads : {1, 2, 4})
         _cases.push_back({.eSubject = eBSub_HandOver,
                           .nThreads = nThreads,
@@ -150,6 +153,8 @@ std::string KeyText(const BENCH_CASE& _case)
         strText += ZFormat(" exclusion %d", _case.nExclude);
     if (_case.nSmooth)
         strText += ZFormat(" smoothing %d", _case.nSmooth);
+    if (_case.bClean)
+        strText += " colour cancel";
     return strText + ZFormat(" threads %d", _case.nThreads) + (_case.eScene == eBS_Random ? " random" : "");
 }
 

@@ -46,8 +46,9 @@ struct BENCH_CASE
     int nWidth = 1920;
     int nHeight = 1080;
     eBenchScene eScene = eBS_Screen;
-    int nExclude = 0; ///< the last keys of the set that are exclusion keys
-    int nSmooth = 0;  ///< passes of edge smoothing
+    int nExclude = 0;    ///< the last keys of the set that are exclusion keys
+    int nSmooth = 0;     ///< passes of edge smoothing
+    bool bClean = false; ///< with colour cancel, which the backdrop half of the screen needs
     eBenchAsk eAsk = eBA_Nothing;
     BENCH_LIMIT limit = {};
     const char* pszFilter = "";      ///< of FFmpeg, with its options

@@ -142,6 +142,12 @@ CHROMA_KEY_RAW BenchSubject_Keys(const BENCH_CASE& _case, const BENCH_RING& _rin
     CZKeyer::Check(_ring[0]->VideoPropsGet(&vidProps), "looking at a frame");
     CHROMA_KEY_RAW rawKey = BenchScene_Keys(vidProps, _case.eType, _case.nKeys);
     rawKey.nEdgesSmooth = _case.nSmooth;
+    rawKey.bColorCancel = _case.bClean;
+    for (int i = 0; _case.bClean && i < _case.nKeys; ++i)
+    {
+        rawKey.arrKeys[i].nCancelPower = 64;
+        rawKey.arrKeys[i].nCancelAlpha = -64; // ends about where the push does
+    }
     for (int i = _case.nKeys - _case.nExclude; i < _case.nKeys; ++i)
     {
         rawKey.arrKeys[i].nReverseKey = 1;

@@ -177,7 +177,8 @@ HRESULT DX11Device::KitCreate()
         return hr;
     }
     // With such a filter the anisotropy has no effect.
-    hr = CreateSampler(m_cpDevice.Get(), D3D11_FILTER_MIN_MAG_MIP_LINEAR, 2, m_cpSamplerLinear.Put());
+    // 0x14; textures here have one mip level, so what is done between levels does not count.
+    hr = CreateSampler(m_cpDevice.Get(), D3D11_FILTER_MIN_MAG_LINEAR_MIP_POINT, 2, m_cpSamplerLinear.Put());
     if (FAILED(hr))
         ZLog(eZLog_Error, "DX11Device::Init: Cannot create linear sampler!\n");
     return hr;

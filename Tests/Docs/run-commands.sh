@@ -26,6 +26,6 @@ for document in "$checkout"/README.md "$checkout"/Docs/*.md; do
     ran=$((ran + 1))
   done < <(awk '/^```sh$/ { on = 1; next } /^```/ { on = 0 } on' "$document" | sed 's/  *#.*//' | grep -E '(^|\| )(zkhost|MinimalHost) ')
 done
-cmp out.raw same.raw # what the host guide says
+cmp hosted.raw same.raw # what the host guide says
 echo "$ran commands"
 [ "$ran" -ge 10 ]

@@ -29,6 +29,7 @@ struct SOAK_COMMAND
     uint64_t nSeed = 1;
     int nThreadsMax = 16;
     bool bNoMemory = false;
+    bool bGPU = false;
 };
 
 double MB(int64_t _cbSize)
@@ -74,7 +75,7 @@ private:
     PLATFORM_USAGE Part(uint64_t _nSeed, double _dblEnd)
     {
         {
-            CZSoaker soaker(_nSeed, m_command.nThreadsMax);
+            CZSoaker soaker(_nSeed, m_command.nThreadsMax, m_command.bGPU);
             soaker.Fill();
             do
             {
@@ -172,6 +173,8 @@ void Command_AddSoak(CLI::App& _app)
         ->capture_default_str();
     command.add_flag("--no-memory", spCommand->bNoMemory,
                      "Growing memory is no failure (for builds with a sanitizer, which keeps freed memory)");
+    command.add_flag("--gpu", spCommand->bGPU,
+                     "Key on the GPU where there is one; results are looked at for their size only");
     command.footer(
         "Sizes, formats, key sets, options, threads and objects change between frames; keys are picked,\n"
         "detected, saved and loaded. Every hundredth frame is held against the plain C++ path. After a\n"

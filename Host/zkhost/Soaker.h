@@ -42,8 +42,9 @@ struct SOAK_COUNTS
 class CZSoaker
 {
 public:
-    /// _nThreadsMax: the most threads that key a frame, 1 to 16.
-    CZSoaker(uint64_t _nSeed, int _nThreadsMax);
+    /// _nThreadsMax: the most threads that key a frame, 1 to 16. _bGPU: the GPU keys what it takes; of the results only
+    /// the sizes are held against the plain path then, which measures otherwise.
+    CZSoaker(uint64_t _nSeed, int _nThreadsMax, bool _bGPU);
 
     /// Takes as much memory as a run can come to: all that frames are kept for, and all threads; and keys each source.
     void Fill();
@@ -82,6 +83,7 @@ private:
 
     std::mt19937_64 m_random;
     int m_nThreadsMax;
+    bool m_bGPU;
     std::vector<SOURCE> m_vecSources;
     const SOURCE* m_pSource = nullptr; ///< of the frame under way
     CZPtr<IZFFrame> m_cpFrame;         ///< as it is handed in: another one each time, on the source's pixels

@@ -29,6 +29,7 @@ CZPtr<CCoZChromaKey> Make(const wchar_t* _pwszOutputThread)
     const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
     EXPECT_EQ(cpKeyer->KeyRawSet(&key, nullptr), S_OK);
     EXPECT_EQ(cpKeyer->PropsSet(L"output.thread", _pwszOutputThread), S_OK);
+    EXPECT_EQ(cpKeyer->PropsSet(L"gpu_mode", L"0"), S_OK);
     return cpKeyer;
 }
 

@@ -217,6 +217,7 @@ void MakeDirect(SUBJECT& _subject)
 {
     _subject.Make();
     _subject.Option(L"output.thread", L"false");
+    _subject.Option(L"gpu_mode", L"0");
     const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
     EXPECT_EQ(_subject.cpKey->KeyRawSet(&key, nullptr), S_OK);
 }
@@ -294,8 +295,10 @@ TEST_F(Faults, MemoryRunsOutInEveryCall)
         {"set option", MakeDirect,
          [](SUBJECT& _s) { return _s.cpProps->PropsSet(L"some.option", L"a value that is longer than a short text"); },
          [](SUBJECT& _s) { return _s.Document().find("some.option") != std::string::npos; }},
+#if !defined(_WIN32) // the texts come from the system there, which is not refused anything
         {"get option", MakeDirect, [](SUBJECT& _s) { return _s.cpProps->PropsGet(L"output.thread", &_s.bsText); },
          [](SUBJECT& _s) { return SysStringLen(_s.bsText) == 5; }},
+#endif
         {"first frame", MakeDirect, [](SUBJECT& _s) { return _s.Receive(_s.cpFrame.Get()); }, KeyedResult},
         {"second frame", MakeWarm, [](SUBJECT& _s) { return _s.Receive(_s.cpFrameLarge.Get()); }, KeyedResult},
         {"first frame, output thread", MakeThreaded, ReceiveThreaded, KeyedResult},

@@ -67,14 +67,15 @@ void CheckConfig(std::string_view _svDocument)
         return;
     CConfigDoc doc;
     CONFIG_CONTENT content = {};
-    doc.Take(std::move(upRoot), &content);
+    CConfigDoc::ContentGet(*upRoot, &content);
+    doc.Take(std::move(upRoot));
     FUZZ_REQUIRE(content.key.nKeysUsed <= Z_MAX_KEYS);
     std::string strSaved;
     FUZZ_REQUIRE(doc.Save(content, &strSaved, &strReason));
     upRoot = CConfigDoc::Read(strSaved, &strReason);
     FUZZ_REQUIRE(upRoot != nullptr);
     CONFIG_CONTENT contentAgain = {};
-    doc.Take(std::move(upRoot), &contentAgain);
+    CConfigDoc::ContentGet(*upRoot, &contentAgain);
     FUZZ_REQUIRE(IsSame(content, contentAgain));
 }
 

@@ -132,12 +132,12 @@ void CheckFrames(CByteReader& _in)
     for (const uint32_t fccType : {eZFCC_ARGB32, eZFCC_RGB32})
     {
         CZPtr<IZFFrame> cpConverted;
-        FUZZ_REQUIRE(
-            cpOf->FrameConvert(_in.Flag() ? eZFC_Converted : _in.Take<uint16_t>(), fccType, cpConverted.Put()) == S_OK);
+        FUZZ_REQUIRE(cpOf->FrameConvert(_in.Flag() ? uint32_t{eZFC_Converted} : _in.Take<uint16_t>(), fccType,
+                                        cpConverted.Put()) == S_OK);
         ReadAll(cpConverted.Get(), eZFP_Flip);
     }
     CZPtr<IZFFrame> cpClone;
-    if (cpOf->FrameClone(_in.Flag() ? eZFC_Converted : _in.Take<uint16_t>(), cpClone.Put()) == S_OK)
+    if (cpOf->FrameClone(_in.Flag() ? uint32_t{eZFC_Converted} : _in.Take<uint16_t>(), cpClone.Put()) == S_OK)
         ReadAll(cpClone.Get(), eZFP_Flip);
     ZF_VID_PROPS vidAny = _in.Take<ZF_VID_PROPS>();
     CZPtr<IZFFrame> cpNew;

@@ -82,7 +82,10 @@ HRESULT STDMETHODCALLTYPE CDX11Allocator::TexturePut(ID3D11Texture2D* _pTexture)
         if (!DX_SameObject(cpOwner.Get(), this))
             return E_INVALIDARG;
         if (bGone)
+        {
+            DX_DataSet(_pTexture, c_svDataAllocator, nullptr);
             return S_FALSE;
+        }
         m_vecCache.reserve(c_nTexturesMax);
         const HRESULT hr = DX_DataSet(_pTexture, c_svDataInCache, LONGLONG{1});
         if (FAILED(hr))

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZModuleRef.h"
 #include "DirectX/DXBase.h"
 #include "Interfaces/ZVideoTypes.h"
 
@@ -68,6 +69,7 @@ private:
     ~DX11Texture() override;
     void PutToCache();
 
+    CZModuleRef m_refModule; // hosts hold results beyond the keyer's life
     CZPtr<ID3D11Texture2D> m_cpTexture;
     CZPtr<IDX11Texture> m_cpParent;
     bool m_bExternal;
@@ -81,7 +83,7 @@ private:
 /// its allocator; a cached one does not, so nothing keeps itself alive. Thread safe.
 ///
 /// TexturePut refuses (E_INVALIDARG) what this allocator did not hand out or has back already, and answers S_FALSE for
-/// a texture of a removed device, which is not kept.
+/// a texture of a removed device, which is not kept and no longer its own.
 class CDX11Allocator final : public CZUnknown<IDX11Allocator>
 {
 public:
@@ -100,6 +102,7 @@ private:
     CZPtr<ID3D11Texture2D> CacheTake(ID3D11Device* _pDevice, const D3D11_TEXTURE2D_DESC& _desc);
     void DeviceForget(ID3D11Device* _pDevice);
 
+    CZModuleRef m_refModule; // textures in use hold it
     std::mutex m_mtxCache;
     std::vector<CZPtr<ID3D11Texture2D>> m_vecCache; // the oldest first
 };

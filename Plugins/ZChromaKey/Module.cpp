@@ -9,7 +9,6 @@
 namespace
 {
 
-std::atomic<LONG> s_nModuleRefs{0};
 std::atomic<LONG> s_nServerLocks{0}; // each also counts as a reference
 
 /// Takes one of the locks away; false where there is none.
@@ -75,21 +74,6 @@ private:
 };
 
 } // namespace
-
-void ZModule_AddRef()
-{
-    ++s_nModuleRefs;
-}
-
-void ZModule_Release()
-{
-    --s_nModuleRefs;
-}
-
-bool ZModule_IsIdle()
-{
-    return s_nModuleRefs <= 0;
-}
 
 HRESULT ZModule_GetClassObject(REFCLSID _clsid, REFIID _iid, void** _ppvFactory)
 {

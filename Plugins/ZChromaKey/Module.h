@@ -1,28 +1,7 @@
 #pragma once
 
+#include "Base/ZModuleRef.h"
 #include "Interfaces/ZGuids.h"
-
-/// What the module counts: as long as one object, class factory or server lock lives, it must stay loaded.
-void ZModule_AddRef();
-void ZModule_Release();
-/// True when nothing of the module is in use.
-bool ZModule_IsIdle();
-
-/// Keeps the module loaded while it lives; a member of every object that hosts can hold.
-class CZModuleRef
-{
-public:
-    CZModuleRef()
-    {
-        ZModule_AddRef();
-    }
-    ~CZModuleRef()
-    {
-        ZModule_Release();
-    }
-    CZModuleRef(const CZModuleRef&) = delete;
-    CZModuleRef& operator=(const CZModuleRef&) = delete;
-};
 
 /// Hands out the class factory of a class of this module; CLASS_E_CLASSNOTAVAILABLE for any other class.
 HRESULT ZModule_GetClassObject(REFCLSID _clsid, REFIID _iid, void** _ppvFactory);

@@ -257,5 +257,6 @@ TEST(DXAllocator, ForgetsADeviceThatIsGone)
     EXPECT_EQ(log.Count("GetDeviceRemovedReason()=887A0006", eZLog_Error), 1u);
     EXPECT_EQ(Gpu_Refs(cpCached.Get()), 1u);
     EXPECT_EQ(cpAllocator->TexturePut(cpInUse.Get()), S_FALSE);
+    EXPECT_FALSE(DX_DataGet<IDX11Allocator>(cpInUse.Get(), c_svDataAllocator)) << "it would keep its allocator";
     EXPECT_EQ(Gpu_Refs(cpInUse.Get()), 1u);
 }

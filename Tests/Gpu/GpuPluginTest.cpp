@@ -2,12 +2,14 @@
 
 #include "ZChromaKey/CoZChromaKey.h"
 
-#include "DirectX/DXBase.h"
+#include "DirectX/GPUProcessorCK.h"
+#include "Gpu/GpuEnvironment.h"
 #include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"
 #include "Support/LogCatcher.h"
 #include "Support/TestFrames.h"
 #include "ZChromaKey/GPUKeyer.h"
+#include "ZChromaKey/Module.h"
 
 #include <gtest/gtest.h>
 
@@ -123,6 +125,34 @@ TEST_F(GpuPlugin, GivesWhatTheCpuGives)
                 EXPECT_TRUE(Shown(cpFrame.Get()) == strBefore) << "the input is never written";
             }
     EXPECT_EQ(log.Count("System: adapter "), 1u);
+}
+
+TEST_F(GpuPlugin, StaysLoadedWhileTheHostHoldsAResultsTexture)
+{
+    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+    ZF_VID_PROPS vidProps = {};
+    vidProps.fccType = eZFCC_RGB32;
+    vidProps.nWidth = 16;
+    vidProps.nHeight = -8;
+    vidProps.dblRate = 25;
+    vidProps.nGPUFlags = eZGPU_DX11Texture;
+    CZPtr<CZFrame> cpFrame;
+    ASSERT_EQ(ZFrame_Create(vidProps, cpFrame.Put()), S_OK);
+    ASSERT_EQ(cpFrame->AttachmentSet(c_wszFrameTexture, Gpu_Texture(16, 8).Get()), S_OK);
+    CZPtr<IDX11Texture> cpTexture;
+    {
+        const auto cpRes = Receive(cpFrame.Get(), L"1");
+        ASSERT_TRUE(cpRes);
+        cpTexture = GPU_TextureOf(cpRes.Get());
+        ASSERT_TRUE(cpTexture);
+    }
+    m_cpKey.Reset();
+    m_cpProps.Reset();
+    m_cpProcess.Reset();
+    EXPECT_FALSE(ZModule_IsIdle());
+    cpTexture.Reset();
+    EXPECT_TRUE(ZModule_IsIdle());
 }
 
 int g_nDevicesAsked = 0;

@@ -50,6 +50,8 @@ HRESULT GPUChromaKey::Key(IZFFrame* _pFrame, const GPU_KEY_SETTINGS& _settings, 
     if (SUCCEEDED(hr))
     {
         Shader_FillKeys(_settings.key, vidProps.nWidth, vidProps.nHeight, false, &m_ckSettings);
+        if (m_plan.nSmooth > 0) // the last smoothing pass inverts
+            m_ckSettings.ipar[3] = 0;
         ShadersCheck(_settings.key);
         hr = ProcessFrameExternal(cpInput.Get(), _settings.bFlushContext, _ppFrameRes);
     }
@@ -214,10 +216,10 @@ HRESULT GPUChromaKey::SmoothPasses(CZPtr<IDX11Texture>* _pcpPicture)
     ZF_VID_PROPS vidProps = {};
     HRESULT hr = (*_pcpPicture)->VideoPropsGet(&vidProps);
     const SMOOTH_SETTINGS settings = Shader_FillSmooth(vidProps.nWidth, std::abs(vidProps.nHeight), m_plan.bInterlaced);
-    const std::string strText = SmoothShader_Text({});
     for (int32_t n = 0; n < m_plan.nSmooth && SUCCEEDED(hr); ++n)
     {
         CZPtr<IDX11Texture> cpSmoothed;
+        const std::string strText = SmoothShader_Text({false, m_plan.bInverse && n + 1 == m_plan.nSmooth});
         hr = Pass(strText, c_szNoSmoothShader, &settings, sizeof(settings), _pcpPicture->Get(), GPU_TargetOf(vidProps),
                   cpSmoothed.Put());
         *_pcpPicture = std::move(cpSmoothed);

@@ -82,6 +82,7 @@ HRESULT GPUKeyPlan_Make(const ZF_VID_PROPS& _vidProps, bool _bTexture, const GPU
     plan.shader.bColorCancel = bCancel && plan.eResult != eGR_Clone;
     plan.shader.eMatrix = _settings.eMatrix;
     plan.nSmooth = Shader_SmoothPasses(key.nEdgesSmooth);
+    plan.bInverse = Shader_NeedsInverse(key);
     plan.bInterlaced = key.nInterlacedVideo || VidProps_FieldOrder(&_vidProps) != 0;
     return S_OK;
 }

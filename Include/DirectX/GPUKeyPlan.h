@@ -42,6 +42,7 @@ struct GPU_KEY_PLAN
     bool bARGB;        ///< the result is ARGB32
     KEY_SHADER shader; ///< what all passes of the frame have in common; its output is that of no pass
     int32_t nSmooth;   ///< smoothing passes
+    bool bInverse;     ///< the last of them inverts the alpha, last of all as on the CPU
     bool bInterlaced;
 };
 

@@ -125,7 +125,7 @@ TEST(KeyConstants, DeadKeysMatchNothing)
         EXPECT_EQ(settings.ipar[1], 1);
         ExpectNear(settings.keys[0].pos, {-8, -8, -8, -8}, "pos");
         ExpectNear(settings.keys[0].dist, {1 / 256.0f, 1 / 256.0f, 1 / 256.0f, 1 / 256.0f}, "dist");
-        ExpectNear(settings.keys[0].scal1, {0, 0, 0, 1}, "scal1");
+        ExpectNear(settings.keys[0].scal1, {}, "scal1");
         EXPECT_FALSE(Shader_NeedsCancel(key));
     }
 }
@@ -140,6 +140,11 @@ TEST(KeyConstants, CancelIsNeededForLiveKeysThatCancel)
     key.nKeysUsed = 0;
     EXPECT_FALSE(Shader_NeedsCancel(key));
     key.nKeysUsed = 1;
+    key.arrKeys[0].nReverseKey = 1;
+    key.nInverseKey = 1;
+    EXPECT_FALSE(Shader_NeedsCancel(key) || Shader_NeedsInverse(key));
+    key.arrKeys[0].nReverseKey = 0;
+    EXPECT_TRUE(Shader_NeedsInverse(key));
     key.bColorCancel = 0;
     EXPECT_FALSE(Shader_NeedsCancel(key));
 }

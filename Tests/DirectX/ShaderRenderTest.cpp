@@ -298,12 +298,12 @@ TEST_F(ShaderRender, Smoothing)
 {
     const PICTURE picture = Noise(eZFCC_ARGB32, 33, 26);
     for (const bool bInterlaced : {false, true})
-        for (const bool bPremultiplied : {false, true})
+        for (const SMOOTH_SHADER shader : {SMOOTH_SHADER{}, {true, false}, {false, true}})
         {
-            SCOPED_TRACE(testing::Message() << bInterlaced << bPremultiplied);
+            SCOPED_TRACE(testing::Message() << bInterlaced << shader.bPremultiplied << shader.bInverse);
             const SMOOTH_SETTINGS settings = Shader_FillSmooth(33, 26, bInterlaced);
-            s_pDrawing->Check(SmoothShader_Text({bPremultiplied}), &settings, sizeof(settings), {&picture},
-                              ShaderTwin::Smooth(picture, bInterlaced, bPremultiplied), c_dblRounded);
+            s_pDrawing->Check(SmoothShader_Text(shader), &settings, sizeof(settings), {&picture},
+                              ShaderTwin::Smooth(picture, bInterlaced, shader), c_dblRounded);
         }
 }
 

@@ -26,6 +26,7 @@ constexpr const char* c_arrGolden[] = {
     "key_hls_UYVY_picture_cancel_709",
     "alpha_mask",
     "smooth",
+    "smooth_inverse",
     "convert_RGB32_UYVY",
     "convert_NV12_RGB32_linear",
     "convert_HDYC_YV16",

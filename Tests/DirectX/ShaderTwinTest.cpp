@@ -78,6 +78,10 @@ TEST(ShaderTwin, AlphaAtTheEdgesOfAKey)
         _pSettings->keys[1].scal1[3] = -1;
     };
     const auto Inverted = [](CK_SETTINGS* _pSettings) { _pSettings->ipar[3] = 1; };
+    const auto InverseInverted = [](CK_SETTINGS* _pSettings) {
+        _pSettings->keys[0].scal1[3] = -1;
+        _pSettings->ipar[3] = 1;
+    };
     const auto NoKeys = [](CK_SETTINGS* _pSettings) { _pSettings->ipar[1] = 0, _pSettings->ipar[3] = 1; };
     const auto Thresholds = [](CK_SETTINGS* _pSettings) {
         _pSettings->fpar[0] = 0.25f;
@@ -101,6 +105,7 @@ TEST(ShaderTwin, AlphaAtTheEdgesOfAKey)
         {"both ramps meet", 0.75, 0.25, 0.5, Both},
         {"inverted", 0.5, 0.25, 1, Inverted},
         {"inverted far", 0, 1, 0, Inverted},
+        {"no keying key to invert", 0.5, 0.25, 1, InverseInverted},
         {"no keys", 0.5, 0.25, 1, NoKeys},
         {"below the lower threshold", 0.625 + 0.06, 0.25, 0, Thresholds},
         {"on the lower threshold", 0.625 + 0.0625, 0.25, 0.25, Thresholds},
@@ -147,14 +152,14 @@ TEST(ShaderTwin, SmoothingKeepsFlatAlphaAndStaysInItsField)
     for (double& dblByte : picture.arrBytes)
         dblByte = 1;
     picture.Byte(2, 4 * 2 + 3) = 0; // a hole
-    const PICTURE frame = ShaderTwin::Smooth(picture, false, false);
-    const PICTURE fields = ShaderTwin::Smooth(picture, true, false);
+    const PICTURE frame = ShaderTwin::Smooth(picture, false, {});
+    const PICTURE fields = ShaderTwin::Smooth(picture, true, {});
     EXPECT_DOUBLE_EQ(frame.Byte(5, 3), 1);
     EXPECT_DOUBLE_EQ(frame.Byte(2, 4 * 2 + 3), 0); // clear pixels stay clear
     EXPECT_DOUBLE_EQ(frame.Byte(2, 4 * 1 + 3), 0.875);
     EXPECT_DOUBLE_EQ(frame.Byte(3, 4 * 1 + 3), 0.9375);
     EXPECT_DOUBLE_EQ(frame.Byte(2, 4 * 1), 1); // straight colour
-    EXPECT_DOUBLE_EQ(ShaderTwin::Smooth(picture, false, true).Byte(2, 4 * 1), 0.875);
+    EXPECT_DOUBLE_EQ(ShaderTwin::Smooth(picture, false, {true, false}).Byte(2, 4 * 1), 0.875);
     EXPECT_DOUBLE_EQ(fields.Byte(3, 4 * 2 + 3), 1);
     EXPECT_DOUBLE_EQ(fields.Byte(4, 4 * 2 + 3), 0.875);
 }

@@ -218,9 +218,12 @@ void GpuKeyer::CheckRendered(const FORMAT& _format, const OPTION& _option, const
     const bool bCleanPicture = bCancel && (bARGB || bRGB);
     KEY_SHADER shader = {static_cast<eCK_Type>(_key.eType), _format.eInput, eKO_Picture, bCleanPicture,
                          _option.eMatrix};
+    if (_option.nSmooth > 0) // the last smoothing inverts
+        settings.ipar[3] = 0;
     PICTURE keyed = Rounded(ShaderTwin::Key(shader, settings, input));
-    for (int n = 0; n < _option.nSmooth; ++n)
-        keyed = Rounded(ShaderTwin::Smooth(keyed, _option.nInterlaced, false));
+    for (int n = 1; n <= _option.nSmooth; ++n)
+        keyed =
+            Rounded(ShaderTwin::Smooth(keyed, _option.nInterlaced, {false, _option.nInverse && n == _option.nSmooth}));
     PICTURE mask = AlphaOf(keyed);
     if (!bCleanPicture && _option.nSmooth == 0) // HDYC repeats its pairs there
     {

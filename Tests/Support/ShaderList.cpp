@@ -80,6 +80,7 @@ std::vector<SHADER_CASE> ShaderList_All()
     list.Add("alpha_mask", AlphaMaskShader_Text());
     for (const bool bPremultiplied : {false, true})
         list.Add(bPremultiplied ? "smooth_premultiplied" : "smooth", SmoothShader_Text({bPremultiplied}));
+    list.Add("smooth_inverse", SmoothShader_Text({false, true}));
     AddConversions(&list);
     return list.Take();
 }

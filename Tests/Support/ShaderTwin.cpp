@@ -334,9 +334,11 @@ COLOR RGBFromHLS(const COLOR& _hls)
 double Alpha(const CK_SETTINGS& _settings, const COLOR& _color)
 {
     double dblResult = 1;
+    bool bKeyed = false;
     for (int i = 0; i < _settings.ipar[1]; ++i)
     {
         const CK_SHADER_KEY& key = _settings.keys[i];
+        bKeyed = bKeyed || key.scal1[3] > 0;
         const double dblOutside = Outside(_color[1] - key.pos[1], _color[2] - key.pos[2], key.dist[1], key.dist[2]);
         double dblAlpha = Ramp(dblOutside, key.scal[0]);
         if (dblOutside >= 0 && dblAlpha < 1)
@@ -346,7 +348,7 @@ double Alpha(const CK_SETTINGS& _settings, const COLOR& _color)
         else
             dblResult = std::max(dblResult, 1 - dblAlpha);
     }
-    return _settings.ipar[3] && _settings.ipar[1] > 0 ? 1 - dblResult : dblResult;
+    return _settings.ipar[3] && bKeyed ? 1 - dblResult : dblResult;
 }
 
 COLOR Cancel(const CK_SETTINGS& _settings, const COLOR& _color, const COLOR& _yvu)
@@ -414,22 +416,25 @@ PICTURE Key(const KEY_SHADER& _shader, const CK_SETTINGS& _settings, const PICTU
     return output;
 }
 
-PICTURE Smooth(const PICTURE& _picture, bool _bInterlaced, bool _bPremultiplied)
+PICTURE Smooth(const PICTURE& _picture, bool _bInterlaced, const SMOOTH_SHADER& _shader)
 {
     PICTURE output = _picture;
     const int nStep = _bInterlaced ? 2 : 1;
     Store(&output, [&](int _nX, int _nY) -> std::array<double, 4> {
         std::array<double, 4> pixel = Pixel(_picture, _nX, _nY);
         if (pixel[3] < 0.01)
+        {
+            pixel[3] = _shader.bInverse ? 1 - pixel[3] : pixel[3];
             return pixel;
+        }
         double dblMean = 0;
         for (int y = -1; y <= 1; ++y)
             for (int x = -1; x <= 1; ++x)
                 dblMean += Pixel(_picture, _nX + x, _nY + y * nStep)[3] / (4 << (std::abs(x) + std::abs(y)));
-        if (_bPremultiplied)
+        if (_shader.bPremultiplied)
             for (size_t i = 0; i < 3; ++i)
                 pixel[i] *= dblMean / pixel[3];
-        pixel[3] = dblMean;
+        pixel[3] = _shader.bInverse ? 1 - dblMean : dblMean;
         return pixel;
     });
     return output;

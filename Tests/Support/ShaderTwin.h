@@ -9,6 +9,7 @@
 #include "DirectX/Shaders/DXVShader.h"
 #include "DirectX/Shaders/KeyConstants.h"
 #include "DirectX/Shaders/KeyShader.h"
+#include "DirectX/Shaders/SmoothShader.h"
 
 #include <array>
 #include <cstdint>
@@ -56,7 +57,7 @@ PICTURE Make(uint32_t _fccType, int _nWidth, int _nHeight, int _nStride = 0);
 PICTURE Key(const KEY_SHADER& _shader, const CK_SETTINGS& _settings, const PICTURE& _picture);
 
 /// A smoothing pass over an ARGB32 picture.
-PICTURE Smooth(const PICTURE& _picture, bool _bInterlaced, bool _bPremultiplied);
+PICTURE Smooth(const PICTURE& _picture, bool _bInterlaced, const SMOOTH_SHADER& _shader);
 
 /// A conversion pass; also what UYVY into planar gives, with that pass's stride.
 PICTURE Convert(const CONVERT_SHADER& _shader, const PICTURE& _picture, int _nWidth, int _nHeight, int _nStride = 0);

@@ -118,11 +118,15 @@ bool IsDead(const SINGLE_KEY& _key)
     return _key.nDelta == 0 || _key.nAlpha == c_nNoKey;
 }
 
+bool IsKeying(const SINGLE_KEY& _key)
+{
+    return !IsDead(_key) && _key.nReverseKey <= 0;
+}
+
 void FillDead(CK_SHADER_KEY* _pKey)
 {
     std::fill(std::begin(_pKey->pos), std::end(_pKey->pos), c_fNowhere);
     std::fill(std::begin(_pKey->dist), std::end(_pKey->dist), 1.0f / 256);
-    _pKey->scal1[3] = 1;
 }
 
 void FillKey(const CHROMA_KEY_RAW* _pCPU, const SINGLE_KEY& _key, bool _bSnap, CK_SHADER_KEY* _pKey)
@@ -167,7 +171,12 @@ void Shader_FillKeys(const CHROMA_KEY_RAW& _key, int32_t _nWidth, int32_t _nHeig
 bool Shader_NeedsCancel(const CHROMA_KEY_RAW& _key)
 {
     return _key.bColorCancel && std::any_of(_key.arrKeys, _key.arrKeys + KeysUsed(_key), [](const SINGLE_KEY& _single) {
-               return !IsDead(_single) &&
+               return IsKeying(_single) &&
                       (_single.nCancelPower || _single.nCancelChroma || _single.nCancelLuma || _single.nCancelAlpha);
            });
+}
+
+bool Shader_NeedsInverse(const CHROMA_KEY_RAW& _key)
+{
+    return _key.nInverseKey && std::any_of(_key.arrKeys, _key.arrKeys + KeysUsed(_key), IsKeying);
 }

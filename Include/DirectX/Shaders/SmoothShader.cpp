@@ -39,8 +39,25 @@ float4 PS( PS_INPUT input ) : SV_Target
     }
     if( mean < pc.w )
         mean *= smooth.y;
-    if( pc.w < 0.01 )
+)";
+
+constexpr char c_szPremultiplied[] = R"(    if( pc.w < 0.01 )
         return pc;
+    return pc * ( mean / pc.w );
+}
+)";
+
+constexpr char c_szStraight[] = R"(    if( pc.w < 0.01 )
+        return pc;
+    return float4( pc.rgb, mean );
+}
+)";
+
+// Clear pixels are not smoothed, but inverted.
+constexpr char c_szInverse[] = R"(    if( pc.w < 0.01 )
+        mean = pc.w;
+    return float4( pc.rgb, 1.0 - mean );
+}
 )";
 
 } // namespace
@@ -48,8 +65,9 @@ float4 PS( PS_INPUT input ) : SV_Target
 std::string SmoothShader_Text(const SMOOTH_SHADER& _shader)
 {
     return std::string(c_szHead) + c_szShaderInput + c_szBody +
-           (_shader.bPremultiplied ? "    return pc * ( mean / pc.w );\n}\n"
-                                   : "    return float4( pc.rgb, mean );\n}\n");
+           (_shader.bPremultiplied ? c_szPremultiplied
+            : _shader.bInverse     ? c_szInverse
+                                   : c_szStraight);
 }
 
 SMOOTH_SETTINGS Shader_FillSmooth(int32_t _nWidth, int32_t _nHeight, bool _bInterlaced)

@@ -17,6 +17,8 @@ struct SMOOTH_SHADER
     /// Whether the keyed picture's colours are multiplied by its alpha. Our pictures are not: the pass changes their
     /// alpha alone.
     bool bPremultiplied = false;
+    /// Straight pictures: the pass inverts the alpha that it has smoothed.
+    bool bInverse = false;
 };
 
 std::string SmoothShader_Text(const SMOOTH_SHADER& _shader);

@@ -120,16 +120,20 @@ float KeyAlpha( float2 r, int i )
 float KeysAlpha( float3 color )
 {
     float outAlpha = 1.0;
+    bool keyed = false;
     for( int i = 0; i < ipar.y; i++ )
     {
         float alpha = KeyAlpha( color.yz - keys[i].pos.yz, i );
         if( keys[i].scal1.w > 0.0 )
+        {
             outAlpha = min( outAlpha, alpha );
+            keyed = true;
+        }
         else
             outAlpha = max( outAlpha, 1.0 - alpha );
     }
-    // The whole set inverted; without keys everything stays.
-    if( ipar.w != 0 && ipar.y > 0 )
+    // The whole set inverted; without a keying key everything stays.
+    if( ipar.w != 0 && keyed )
         outAlpha = 1.0 - outAlpha;
     return outAlpha;
 }

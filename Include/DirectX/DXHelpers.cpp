@@ -142,5 +142,6 @@ D3D11_TEXTURE2D_DESC DX_TextureDesc(const ZF_VID_PROPS& _vidProps)
 bool DX_TextureFits(const D3D11_TEXTURE2D_DESC& _desc, const ZF_VID_PROPS& _vidProps)
 {
     const D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(_vidProps);
-    return desc.Width != 0 && desc.Width == _desc.Width && desc.Height == _desc.Height && desc.Format == _desc.Format;
+    return desc.Width != 0 && desc.Width == _desc.Width && desc.Height == _desc.Height && desc.Format == _desc.Format &&
+           desc.ArraySize == _desc.ArraySize && desc.SampleDesc.Count == _desc.SampleDesc.Count;
 }

@@ -83,7 +83,7 @@ bool DX_IsYUV(DXGI_FORMAT _eFormat);
 /// The description of a texture for a picture: size in texels, format, one mip level, one sample; usage DEFAULT and no
 /// flags. Width 0 when the format has no texture form.
 D3D11_TEXTURE2D_DESC DX_TextureDesc(const ZF_VID_PROPS& _vidProps);
-/// Whether a texture can hold a picture: texture format, texels a row, rows.
+/// Whether a texture can hold a picture: texture format, texels a row, rows; one texture, one sample a texel.
 bool DX_TextureFits(const D3D11_TEXTURE2D_DESC& _desc, const ZF_VID_PROPS& _vidProps);
 ///@}
 
@@ -105,6 +105,6 @@ HANDLE DX_SharedHandle(ID3D11Resource* _pResource);
 HRESULT DX_TextureMakeCompatible(ID3D11Texture2D* _pTexture, ID3D11Device* _pDeviceLocal,
                                  ID3D11Texture2D** _ppTextureLocal);
 /// Copies a whole texture on the target's context, once the source is complete; from another device of the same
-/// adapter too.
+/// adapter too. A source that is not complete in time is logged, and copied as it is.
 HRESULT DX_TextureCopy(ID3D11Texture2D* _pTextureTo, ID3D11Texture2D* _pTextureFrom);
 ///@}

@@ -23,6 +23,14 @@ ZF_VID_PROPS PropsInTexture(const ZF_VID_PROPS& _vidProps)
     return vidProps;
 }
 
+constexpr uint32_t c_nGPUKindMask = 0xFFF; // of nGPUFlags: where the picture is; 0: in memory
+
+bool IsSamePicture(const ZF_VID_PROPS& _vidPropsA, const ZF_VID_PROPS& _vidPropsB)
+{
+    return _vidPropsA.fccType == _vidPropsB.fccType && _vidPropsA.nWidth == _vidPropsB.nWidth &&
+           std::abs(int64_t{_vidPropsA.nHeight}) == std::abs(int64_t{_vidPropsB.nHeight});
+}
+
 HRESULT FailureOf(HRESULT _hr)
 {
     return FAILED(_hr) ? _hr : E_UNEXPECTED;
@@ -47,13 +55,14 @@ CZPtr<IDX11Texture> GPU_TextureOf(IZFFrame* _pFrame)
 {
     CZPtr<IUnknown> cpAttached;
     ZF_VID_PROPS vidProps = {};
-    if (!_pFrame || FAILED(_pFrame->AttachmentGet(c_wszFrameTexture, cpAttached.Put())) || !cpAttached)
+    if (!_pFrame || FAILED(_pFrame->VideoPropsGet(&vidProps)) || !(vidProps.nGPUFlags & c_nGPUKindMask) ||
+        FAILED(_pFrame->AttachmentGet(c_wszFrameTexture, cpAttached.Put())) || !cpAttached)
         return {};
     if (auto cpTexture = ZQuery<IDX11Texture>(cpAttached))
         return cpTexture;
     const auto cpTexture2D = ZQuery<ID3D11Texture2D>(cpAttached);
     CZPtr<IDX11Texture> cpTexture;
-    if (cpTexture2D && SUCCEEDED(_pFrame->VideoPropsGet(&vidProps)))
+    if (cpTexture2D)
         DX11Texture::CreateExternal(cpTexture2D.Get(), PropsInTexture(vidProps), cpTexture.Put());
     return cpTexture;
 }
@@ -120,16 +129,15 @@ HRESULT GPUProcessorCore::PutFrame(IZFFrame* _pFrameIn, bool _bTaken, bool _bFie
     m_bFields = false;
     const CZPtr<IDX11Texture> cpTexture = GPU_TextureOf(_pFrameIn);
     m_bGPUFrame = static_cast<bool>(cpTexture);
-    HRESULT hr = S_OK;
+    ZF_VID_PROPS vidProps = {};
+    HRESULT hr = cpFrame->VideoPropsGet(&vidProps);
     if (cpTexture)
     {
-        hr = PutTexture(cpTexture);
+        hr = SUCCEEDED(hr) ? PutTexture(cpTexture, vidProps) : hr;
     }
     else
     {
-        ZF_VID_PROPS vidProps = {};
         ZF_VID_PTR vidPtr = {};
-        hr = cpFrame->VideoPropsGet(&vidProps);
         if (SUCCEEDED(hr))
             hr = cpFrame->VideoPtrGet(eZFP_Flip, &vidPtr);
         if (SUCCEEDED(hr))
@@ -142,7 +150,7 @@ HRESULT GPUProcessorCore::PutFrame(IZFFrame* _pFrameIn, bool _bTaken, bool _bFie
     return hr;
 }
 
-HRESULT GPUProcessorCore::PutTexture(const CZPtr<IDX11Texture>& _cpTexture)
+HRESULT GPUProcessorCore::PutTexture(const CZPtr<IDX11Texture>& _cpTexture, const ZF_VID_PROPS& _vidPropsFrame)
 {
     ZF_VID_PROPS vidProps = {};
     CZPtr<ID3D11Texture2D> cpTexture2D;
@@ -151,6 +159,8 @@ HRESULT GPUProcessorCore::PutTexture(const CZPtr<IDX11Texture>& _cpTexture)
         hr = _cpTexture->TextureGet(cpTexture2D.Put());
     if (FAILED(hr) || !cpTexture2D)
         return Failed("PutFrame", "Surface not obtained!", hr);
+    if (!IsSamePicture(vidProps, _vidPropsFrame))
+        return Failed("PutFrame", "The frame and its texture differ in format or size!", E_INVALIDARG);
     D3D11_TEXTURE2D_DESC desc = {};
     cpTexture2D->GetDesc(&desc);
     if (!GPU_SizeIsValid(vidProps) || !DX_TextureFits(desc, vidProps))

@@ -58,8 +58,9 @@ struct GPU_TARGET
 /// The target for a picture; size 0 when its format has no texture form.
 GPU_TARGET GPU_TargetOf(const ZF_VID_PROPS& _vidProps);
 
-/// The texture that a frame carries, as a texture object: one around the host's texture when it is given bare. Empty
-/// when the frame has none. The object's properties are the frame's, RGB formats top-down.
+/// The texture that a frame's picture is in (nGPUFlags), as a texture object: one around the host's texture when it is
+/// given bare. Empty when the frame has none, or has its picture in memory. The object's properties are the frame's,
+/// RGB formats top-down.
 CZPtr<IDX11Texture> GPU_TextureOf(IZFFrame* _pFrame);
 
 /// What the stages have in common: how they log.
@@ -231,7 +232,7 @@ protected:
     ///@}
 
 private:
-    HRESULT PutTexture(const CZPtr<IDX11Texture>& _cpTexture);
+    HRESULT PutTexture(const CZPtr<IDX11Texture>& _cpTexture, const ZF_VID_PROPS& _vidPropsFrame);
 
     std::string m_strName;
     Uploader m_uploader;
@@ -266,6 +267,22 @@ protected:
     ~GPUProcessorBase() = default;
 
 private:
+    /// Ends the frame under way, also where something throws.
+    struct FRAME_GUARD
+    {
+        GPUProcessorBase* pProcessor;
+        explicit FRAME_GUARD(GPUProcessorBase* _pProcessor)
+            : pProcessor(_pProcessor)
+        {
+        }
+        ~FRAME_GUARD()
+        {
+            pProcessor->FrameEnd();
+        }
+        FRAME_GUARD(const FRAME_GUARD&) = delete;
+        FRAME_GUARD& operator=(const FRAME_GUARD&) = delete;
+    };
+
     HRESULT PutAndProcess(IZFFrame* _pFrameIn, bool _bFlushContext);
     Processor* Self()
     {
@@ -302,6 +319,7 @@ template <class Processor> HRESULT GPUProcessorBase<Processor>::ProcessFrameExte
     if (!_ppFrameOut)
         return E_POINTER;
     *_ppFrameOut = nullptr;
+    const FRAME_GUARD guard(this);
     HRESULT hr = PutAndProcess(_pFrameIn, _bFlushContext);
     if (SUCCEEDED(hr))
     {
@@ -309,6 +327,5 @@ template <class Processor> HRESULT GPUProcessorBase<Processor>::ProcessFrameExte
         if (FAILED(hr))
             Failed("ProcessFrameExternal", "Failed to get frame!", hr);
     }
-    FrameEnd();
     return hr;
 }

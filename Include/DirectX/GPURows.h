@@ -15,6 +15,9 @@ enum eGPURows
 /// and chroma samples are not cut in half.
 bool GPU_SizeIsValid(const ZF_VID_PROPS& _vidProps);
 
+/// Whether a picture has all the planes that its format needs.
+bool GPU_HasPlanes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr);
+
 /// Copies the pixels of all planes, no byte beside them. _vidPtr: planes walked top-down. _bFields: the rows of the two
 /// fields lie one above the other in the texture; a last row of an odd height lies behind both.
 void GPU_RowsCopy(eGPURows _eWay, const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, bool _bFields,

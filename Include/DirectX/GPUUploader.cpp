@@ -94,6 +94,8 @@ HRESULT Uploader::Upload(ID3D11Device* _pDevice, const ZF_VID_PROPS* _pVidPropsI
         return Failed("Upload", "Invalid FCC type of input frame!", E_NOTIMPL);
     if (!GPU_SizeIsValid(vidProps))
         return Failed("Upload", "Invalid input frame size!", E_INVALIDARG);
+    if (!GPU_HasPlanes(vidProps, *_pVidPtrIn))
+        return Failed("Upload", "A plane of the input frame is missing!", E_INVALIDARG);
 
     CZPtr<ID3D11Texture2D> cpTexture = TextureIn(m_cpTexUpload.Get());
     if (cpTexture && !IsFor(m_cpTexUpload.Get(), cpTexture.Get(), _pDevice, vidProps))

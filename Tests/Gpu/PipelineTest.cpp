@@ -247,6 +247,15 @@ TEST(Pipeline, RefusesWhatHasNoTextureForm)
         EXPECT_EQ(uploader.Upload(Gpu_Device(), &vidOdd, &vidPtr, false, cpAllocator.Get(), cpSurface.Put()),
                   E_INVALIDARG);
     EXPECT_EQ(log.Count("Invalid input frame size!", eZLog_Error), 4u);
+    uint8_t arrLuma[16 * 4] = {};
+    for (const ZF_VID_PROPS& vidPlanar : {Gpu_Props(eZFCC_NV12, 16, 4), Gpu_Props(eZFCC_I420, 16, 4)})
+    {
+        ZF_VID_PTR vidLuma = VidPtr_Build(&vidPlanar, reinterpret_cast<intptr_t>(arrLuma), false);
+        vidLuma.lpVideoPlanes[vidPlanar.fccType == eZFCC_NV12 ? 1 : 2] = 0;
+        EXPECT_EQ(uploader.Upload(Gpu_Device(), &vidPlanar, &vidLuma, false, cpAllocator.Get(), cpSurface.Put()),
+                  E_INVALIDARG);
+    }
+    EXPECT_EQ(log.Count("A plane of the input frame is missing!", eZLog_Error), 2u);
 }
 
 TEST(Pipeline, MakesNothingAnewForTheNextFrame)
@@ -338,7 +347,24 @@ TEST(Pipeline, WorksOnTheHostsTextures)
     CZPtr<IZFFrame> cpRefused;
     const CZPtr<CZFrame> cpWrong = TextureFrame(cpTexture.Get(), Gpu_Props(eZFCC_RGB32, 8, 5));
     EXPECT_EQ(processor.ProcessFrameExternal(cpWrong.Get(), false, cpRefused.Put()), E_INVALIDARG);
-    EXPECT_EQ(log.Count("Video properties and input texture description do not match!", eZLog_Error), 1u);
+    D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(vidProps);
+    desc.ArraySize = 2;
+    CZPtr<ID3D11Texture2D> cpArray;
+    ASSERT_EQ(Gpu_Device()->CreateTexture2D(&desc, nullptr, cpArray.Put()), S_OK);
+    EXPECT_EQ(processor.ProcessFrameExternal(TextureFrame(cpArray.Get(), vidProps).Get(), false, cpRefused.Put()),
+              E_INVALIDARG);
+    EXPECT_EQ(log.Count("Video properties and input texture description do not match!", eZLog_Error), 2u);
+    const auto cpOther = TextureFrame(cpTexture.Get(), Gpu_Props(eZFCC_ARGB32, 8, 4));
+    ASSERT_EQ(cpOther->AttachmentSet(c_wszFrameTexture, cpTexResult.Get()), S_OK);
+    EXPECT_EQ(processor.ProcessFrameExternal(cpOther.Get(), false, cpRefused.Put()), E_INVALIDARG);
+    EXPECT_EQ(log.Count("The frame and its texture differ in format or size!", eZLog_Error), 1u);
+
+    // a frame in memory is taken from there, whatever is attached to it
+    const auto cpMemory = Gpu_Frame(vidProps);
+    ASSERT_EQ(cpMemory->AttachmentSet(c_wszFrameTexture, cpTexture.Get()), S_OK);
+    CZPtr<IZFFrame> cpPlain;
+    ASSERT_EQ(processor.ProcessFrameExternal(cpMemory.Get(), false, cpPlain.Put()), S_OK);
+    EXPECT_TRUE(Gpu_Pixels(cpPlain.Get()) == Gpu_Pixels(cpMemory.Get()));
 }
 
 TEST(Pipeline, StaysOnItsDevice)

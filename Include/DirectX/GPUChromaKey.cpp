@@ -24,15 +24,6 @@ HRESULT Said(const char* _pszMessage, HRESULT _hr)
     return _hr;
 }
 
-ZF_VID_PROPS PropsOf(uint32_t _fccType, int32_t _nWidth, int32_t _nHeight)
-{
-    ZF_VID_PROPS vidProps = {};
-    vidProps.fccType = _fccType;
-    vidProps.nWidth = _nWidth;
-    vidProps.nHeight = FCC_IsRGB(_fccType) ? -std::abs(_nHeight) : std::abs(_nHeight);
-    return vidProps;
-}
-
 int32_t EvenUp(int32_t _nWidth)
 {
     return _nWidth + _nWidth % 2;
@@ -40,8 +31,36 @@ int32_t EvenUp(int32_t _nWidth)
 
 } // namespace
 
+/// Drops what belongs to the frame under way, also where something throws.
+struct GPUChromaKey::FRAME_STATE
+{
+    GPUChromaKey* pKeyer;
+    explicit FRAME_STATE(GPUChromaKey* _pKeyer)
+        : pKeyer(_pKeyer)
+    {
+    }
+    ~FRAME_STATE()
+    {
+        pKeyer->FrameDrop();
+    }
+    FRAME_STATE(const FRAME_STATE&) = delete;
+    FRAME_STATE& operator=(const FRAME_STATE&) = delete;
+};
+
+/// The record of a pass's target: the input's, of another format and size.
+ZF_VID_PROPS GPUChromaKey::PropsOf(uint32_t _fccType, int32_t _nWidth, int32_t _nHeight) const
+{
+    ZF_VID_PROPS vidProps = VidPropsIn();
+    vidProps.fccType = _fccType;
+    vidProps.nWidth = _nWidth;
+    vidProps.nHeight = FCC_IsRGB(_fccType) ? -std::abs(_nHeight) : std::abs(_nHeight);
+    vidProps.nRowBytes = 0;
+    return vidProps;
+}
+
 HRESULT GPUChromaKey::Key(IZFFrame* _pFrame, const GPU_KEY_SETTINGS& _settings, IZFFrame** _ppFrameRes)
 {
+    const FRAME_STATE state(this);
     ZF_VID_PROPS vidProps = {};
     HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
     CZPtr<IZFFrame> cpInput;
@@ -55,7 +74,6 @@ HRESULT GPUChromaKey::Key(IZFFrame* _pFrame, const GPU_KEY_SETTINGS& _settings, 
         ShadersCheck(_settings.key);
         hr = ProcessFrameExternal(cpInput.Get(), _settings.bFlushContext, _ppFrameRes);
     }
-    FrameDrop();
     return hr;
 }
 

@@ -44,6 +44,7 @@ public:
 private:
     HRESULT InputMake(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const GPU_KEY_SETTINGS& _settings,
                       CZPtr<IZFFrame>* _pcpInput);
+    struct FRAME_STATE;
     void FrameDrop();
     void ShadersDrop();
 
@@ -59,11 +60,13 @@ private:
     HRESULT MaskPasses(IDX11Texture* _pTexIn);
 
     // The result
+    HRESULT AttributesCopy();
     HRESULT ResultMake(IZFFrame** _ppFrameRes);
     HRESULT ResultFill(IZFFrame* _pFrameRes);
     HRESULT MaskMake(IZFFrame** _ppMask, ZF_VID_PTR* _pVidPtr);
     HRESULT Download(IDX11Texture* _pTexture, const ZF_VID_PTR& _vidPtr);
     HRESULT MaskAttach(IZFFrame* _pFrameRes);
+    ZF_VID_PROPS PropsOf(uint32_t _fccType, int32_t _nWidth, int32_t _nHeight) const;
 
     Downloader m_downloader{"GPUChromaKey::Downloader"};
     DX11Converter m_converter;

@@ -36,6 +36,15 @@ HRESULT PictureOf(IZFFrame* _pFrame, ZF_VID_PTR* _pVidPtr)
     return SUCCEEDED(hr) && !_pVidPtr->lpVideoPlanes[0] ? E_UNEXPECTED : hr;
 }
 
+/// The bytes behind the rows of a mask are 255.
+void MaskRowsEnd(const ZF_VID_PTR& _vidPtrMask)
+{
+    const ZF_SIZE& size = _vidPtrMask.szVideoPlanes[0];
+    for (int32_t nRow = 0; nRow < size.cy; ++nRow)
+        std::memset(RowOf(_vidPtrMask, nRow) + size.cx, 255,
+                    static_cast<size_t>(_vidPtrMask.cbVideoRowBytes[0] - size.cx));
+}
+
 /// Calls _fnPixel with the alpha of each pixel of B, G, R, A and the byte of the mask below it.
 template <class Call> void ForAlpha(const ZF_VID_PTR& _vidPtr, const ZF_VID_PTR& _vidPtrMask, Call&& _fnPixel)
 {
@@ -51,12 +60,24 @@ template <class Call> void ForAlpha(const ZF_VID_PTR& _vidPtr, const ZF_VID_PTR&
 
 } // namespace
 
+/// The picture attributes of the input's texture belong to the result's, too.
+HRESULT GPUChromaKey::AttributesCopy()
+{
+    DX_PICTURE_ATTRIBUTES attributes = {};
+    const HRESULT hr = TexIn()->AttributesGet(&attributes);
+    return SUCCEEDED(hr) ? m_cpTexPicture->AttributesSet(&attributes) : hr;
+}
+
 HRESULT GPUChromaKey::GetFrame(IZFFrame** _ppFrameOut)
 {
+    HRESULT hr = S_OK;
     if (m_plan.eResult == eGR_Texture)
-        return GetGPUFrame(m_cpTexPicture.Get(), _ppFrameOut);
+    {
+        hr = Said("Failed to copy picture attributes!", AttributesCopy());
+        return SUCCEEDED(hr) ? GetGPUFrame(m_cpTexPicture.Get(), _ppFrameOut) : hr;
+    }
     CZPtr<IZFFrame> cpFrameRes; // while the GPU works
-    HRESULT hr = ResultMake(cpFrameRes.Put());
+    hr = ResultMake(cpFrameRes.Put());
     if (SUCCEEDED(hr) && !cpFrameRes)
         hr = E_UNEXPECTED;
     if (SUCCEEDED(hr))
@@ -107,7 +128,7 @@ HRESULT GPUChromaKey::ResultFill(IZFFrame* _pFrameRes)
     return Said("Unable to convert GPU frame to CPU frame!", hr);
 }
 
-/// A mask frame for the result, without pixels yet; the bytes behind its rows are 255.
+/// A mask frame for the result, without pixels yet.
 HRESULT GPUChromaKey::MaskMake(IZFFrame** _ppMask, ZF_VID_PTR* _pVidPtr)
 {
     ZF_VID_PROPS vidProps = {};
@@ -125,8 +146,6 @@ HRESULT GPUChromaKey::MaskMake(IZFFrame** _ppMask, ZF_VID_PTR* _pVidPtr)
     const int32_t nRowBytes = _pVidPtr->cbVideoRowBytes[0];
     if (size.cx != vidProps.nWidth || size.cy != std::abs(vidProps.nHeight) || nRowBytes < (size.cx + 7) / 8 * 8)
         return E_UNEXPECTED; // a host that makes other frames than it is asked for
-    for (int32_t nRow = 0; nRow < size.cy; ++nRow)
-        std::memset(RowOf(*_pVidPtr, nRow) + size.cx, 255, static_cast<size_t>(nRowBytes - size.cx));
     *_ppMask = cpMask.Detach();
     return S_OK;
 }
@@ -154,6 +173,7 @@ HRESULT GPUChromaKey::MaskAttach(IZFFrame* _pFrameRes)
         hr = Download(m_cpTexMask.Get(), vidPtrMask);
     if (FAILED(hr))
         return Said("Unable to convert GPU mask to CPU mask!", hr);
+    MaskRowsEnd(vidPtrMask); // behind the download, which writes whole texels
     if (m_plan.eResult == eGR_ARGB || m_plan.eResult == eGR_Picture)
         hr = PictureOf(_pFrameRes, &vidPtr);
     if (SUCCEEDED(hr) && m_plan.eResult == eGR_ARGB)

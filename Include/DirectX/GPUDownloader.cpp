@@ -92,6 +92,7 @@ HRESULT Downloader::_Download(IZFFrame2* _pFrameIn, IDX11Texture* _pTexIn, IZFFr
         hr = pFrameOut->AttachmentSet(c_wszFrameTexture, _pTexIn);
     if (FAILED(hr) || !Z_VERIFY(pFrameOut))
         return Failed("_Download", "Failed to create GPU frame!", hr);
+    pFrameOut->AttachmentSet(L"mask", nullptr); // that of the input, if there is one, is not this picture's
     *_ppFrameOut = pFrameOut.Detach();
     return S_OK;
 }
@@ -133,6 +134,8 @@ HRESULT Downloader::_Download_Tex(const ZF_VID_PTR* _pVideoOut, ID3D11Texture2D*
     if (!DX_TextureFits(inDesc, *_pVidPropsIn) || !GPU_SizeIsValid(*_pVidPropsIn) ||
         (_bFields && FCC_IsPlanar(_pVidPropsIn->fccType)))
         return Failed("_Download_Tex", "Video properties and input texture description do not match!", E_INVALIDARG);
+    if (!GPU_HasPlanes(*_pVidPropsIn, *_pVideoOut))
+        return Failed("_Download_Tex", "A plane of the output frame is missing!", E_INVALIDARG);
     D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(*_pVidPropsIn);
     desc.Usage = D3D11_USAGE_STAGING;
     desc.CPUAccessFlags = D3D11_CPU_ACCESS_READ;

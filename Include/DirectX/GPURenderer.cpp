@@ -78,15 +78,15 @@ HRESULT Renderer::_RenderBase(DX11Device* _pTheDevice, ID3D11Texture2D* _pTexIn,
         return Failed("_RenderBase", "Failed to create 2D texture!", hr);
 
     const CDXPassLock lock(pDevice);
-    CZPtr<ID3D11RenderTargetView> cpRTV;
-    hr = DX11Device::Texture_SetAsRenderTarget(cpTarget.Get(), cpRTV.Put());
-    if (FAILED(hr))
-        return Failed("_RenderBase", "Failed to create render target view!", hr);
     CZPtr<ID3D11Buffer> cpConstants;
     if (_pass.pConstants)
         hr = DX11Device::CreateConstantBuffer(pDevice, _pass.pConstants, _pass.cbConstants, cpConstants.Put());
     if (FAILED(hr))
         return Failed("_RenderBase", "Failed to create constant buffer!", hr);
+    CZPtr<ID3D11RenderTargetView> cpRTV;
+    hr = DX11Device::Texture_SetAsRenderTarget(cpTarget.Get(), cpRTV.Put());
+    if (FAILED(hr))
+        return Failed("_RenderBase", "Failed to create render target view!", hr);
 
     const CDXPassBinding binding(_pTheDevice->Context());
     binding.Bind(_pass.pPixelShader, cpInput.Get(), _pass.pSampler, cpConstants.Get());

@@ -217,8 +217,8 @@ TEST(Converter, EveryCallMayFail)
         {"CreateSamplerState", "Sampler state is not available for frame conversion!"},
         {"CreateShaderResourceView", "DX11Converter::_RenderBase: Failed to create shader resource view!"},
         {"CreateTexture2D", "DX11Converter::_RenderBase: Failed to create 2D texture!"},
-        {"CreateRenderTargetView", "DX11Converter::_RenderBase: Failed to create render target view!"},
         {"CreateBuffer", "DX11Converter::_RenderBase: Failed to create constant buffer!"},
+        {"CreateRenderTargetView", "DX11Converter::_RenderBase: Failed to create render target view!"},
         {"CreateQuery", "cpD3DQuery"},
     };
     const PICTURE picture = RandomPicture(eZFCC_UYVY, 8, 4);

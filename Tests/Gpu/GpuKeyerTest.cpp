@@ -231,6 +231,10 @@ void GpuKeyer::CheckRendered(const FORMAT& _format, const OPTION& _option, const
         mask = ShaderTwin::Key(shader, settings, input);
     }
     _pDistance->Add(MaskOf(cpRes.Get()).Get(), mask, nWidth);
+    ZF_VID_PTR vidPtrTail = {};
+    EXPECT_EQ(MaskOf(cpRes.Get())->VideoPtrGet(eZFP_Flip, &vidPtrTail), S_OK);
+    for (int nX = nWidth; nX < vidPtrTail.cbVideoRowBytes[0]; ++nX)
+        EXPECT_EQ(Img_RowOf(vidPtrTail, 0, c_nHeight - 1)[nX], 255) << "behind the row, byte " << nX;
 
     EXPECT_EQ(FormatOf(cpRes.Get()), bARGB ? uint32_t{eZFCC_ARGB32} : _format.fccType);
     if (bCleanPicture)
@@ -323,7 +327,12 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
             vidProps.nGPUFlags = eZGPU_DX11Texture;
             CZPtr<CZFrame> cpFrame;
             ASSERT_EQ(ZFrame_Create(vidProps, cpFrame.Put()), S_OK);
-            ASSERT_EQ(cpFrame->AttachmentSet(c_wszFrameTexture, cpTexture.Get()), S_OK);
+            CZPtr<IDX11Texture> cpHosts;
+            ASSERT_EQ(DX11Texture::CreateExternal(cpTexture.Get(), vidProps, cpHosts.Put()), S_OK);
+            const DX_PICTURE_ATTRIBUTES attributes = {{1, 2, 3}};
+            ASSERT_EQ(cpHosts->AttributesSet(&attributes), S_OK);
+            ASSERT_EQ(cpFrame->AttachmentSet(c_wszFrameTexture, cpHosts.Get()), S_OK);
+            ASSERT_EQ(cpFrame->AttachmentSet(L"mask", cpTexture.Get()), S_OK);
             cpFrame->TimeCodeSet({1, 2, 3, 4, 0});
             const CCallFaults calls(pDevice);
             const auto cpRes = Key(cpFrame.Get(), {key, false, true, eSYM_601});
@@ -336,6 +345,14 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
             const auto cpResTexture = GPU_TextureOf(cpRes.Get());
             ASSERT_TRUE(cpResTexture && SUCCEEDED(cpResTexture->TextureGet(cpKeyed.Put())));
             EXPECT_TRUE(DX_SameObject(DX_DeviceOf(cpKeyed.Get()).Get(), pDevice));
+            CZPtr<IUnknown> cpMask;
+            EXPECT_EQ(cpRes->AttachmentGet(L"mask", cpMask.Put()), S_FALSE) << "the input's mask";
+            DX_PICTURE_ATTRIBUTES attributesRes = {};
+            EXPECT_EQ(cpResTexture->AttributesGet(&attributesRes), S_OK);
+            EXPECT_EQ(attributesRes.arrBytes[2], 3);
+            ZF_VID_PROPS vidPropsRes = {};
+            EXPECT_EQ(cpResTexture->VideoPropsGet(&vidPropsRes), S_OK);
+            EXPECT_EQ(vidPropsRes.dblRate, 25);
 
             CK_SETTINGS settings = {};
             Shader_FillKeys(key, c_nWidth, c_nHeight, false, &settings);

@@ -196,6 +196,8 @@ HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
         return hr;
     }
     m_hrGPULast = S_OK;
+    if (KeyPlan_HasColorCancel(_key))
+        CancelSay(m_options->bOutputARGB ? uint32_t{eZFCC_ARGB32} : _vidProps.fccType);
     if (m_options->bTimeOverlay)
         TimeOverlay_Draw(&cpFrameRes);
     LogFrame(eZLog_Verbose, "CoZChromaKey::OnMediaReceiveI(%ws) GPU Processed(%d) OK\n", _pFrame, hr);

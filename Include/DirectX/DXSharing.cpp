@@ -153,7 +153,10 @@ HRESULT DX_TextureCopy(ID3D11Texture2D* _pTextureTo, ID3D11Texture2D* _pTextureF
     }
     // On the source itself: the marker is not on the texture that was opened from its handle.
     hr = DX_WaitExecution(_pTextureFrom);
-    if (FAILED(hr))
+    if (hr == Z_E_TIMEOUT)
+        ZLog(eZLog_Warning, "DX_TextureCopy: copies a texture (%ws) that may not be finished\n",
+             DX_TextureText(_pTextureFrom));
+    else if (FAILED(hr))
         return hr;
     cpContextTo->CopyResource(_pTextureTo, cpTextureLocal.Get());
     // Mapping a staging texture waits by itself; readers of any other one wait for its marker, which is an old one yet.

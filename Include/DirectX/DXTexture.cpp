@@ -95,7 +95,10 @@ HRESULT DX11Texture::CreateChild(IDX11Texture* _pParent, IDX11Texture** _ppObjec
 DX11Texture::~DX11Texture()
 {
     if (m_cpParent) // keeps the texture alive
+    {
         ZLog(eZLog_Verbose, "(%08X) UNREF PARENT:%08X Tex:%08X\n", this, m_cpParent.Get(), m_cpTexture.Get());
+        m_cpTexture.Reset(); // before the parent, which may put it into a cache now
+    }
     else if (m_bExternal)
         ZLog(eZLog_Verbose, "(%08X) UNREF EXTERNAL (ID:%I64X) Tex:%08X\n", this,
              ZLog_IsOn(eZLog_Verbose) ? DX_SharedHandle(m_cpTexture.Get()) : nullptr, m_cpTexture.Get());

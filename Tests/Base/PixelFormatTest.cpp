@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-
 TEST(PixelFormat, RowSizesFollowTheirRules)
 {
     const struct
@@ -43,34 +41,6 @@ TEST(PixelFormat, WidthsComeBackFromRows)
             {
                 EXPECT_GE(Img_WidthFromRowBytes(format.fccType, nBytes), nWidth) << format.pszName;
             }
-}
-
-TEST(PixelFormat, TheTableAgreesWithItself)
-{
-    std::set<uint32_t> setCodes;
-    for (const PIXEL_FORMAT& format : FCC_All())
-    {
-        SCOPED_TRACE(format.pszName);
-        EXPECT_TRUE(setCodes.insert(format.fccType).second);
-        EXPECT_EQ(FCC_Name(format.fccType), format.pszName);
-        EXPECT_EQ(FCC_Lookup(format.fccType), &format);
-        EXPECT_EQ(Img_RowSize(format.fccType, 96) != 0, format.bRowSize);
-        const ZF_SIZE sz = FCC_Subsampling(format.fccType, 1);
-        const bool bHalfWidth = format.fccType == eZFCC_I420 || format.fccType == eZFCC_YV12 ||
-                                format.fccType == eZFCC_I422 || format.fccType == eZFCC_YV16;
-        const bool bHalfHeight =
-            format.fccType == eZFCC_I420 || format.fccType == eZFCC_YV12 || format.fccType == eZFCC_NV12;
-        EXPECT_EQ(sz.cx, bHalfWidth ? 2 : 1);
-        EXPECT_EQ(sz.cy, bHalfHeight ? 2 : 1);
-        EXPECT_EQ(FCC_Subsampling(format.fccType, 2).cy, bHalfHeight && format.fccType != eZFCC_NV12 ? 2 : 1);
-        for (const int32_t nPlane : {-1, 0, 3})
-            EXPECT_EQ(FCC_Subsampling(format.fccType, nPlane).cx * FCC_Subsampling(format.fccType, nPlane).cy, 1);
-    }
-    EXPECT_EQ(setCodes.size(), 21u);
-    EXPECT_EQ(FCC_BitsPerPixel(eZFCC_NV12), 16);
-    EXPECT_EQ(FCC_BitsPerPixel(0x12345678), 0);
-    EXPECT_FALSE(FCC_IsRGB(0x12345678) || FCC_IsPlanar(0x12345678));
-    EXPECT_TRUE(FCC_IsRGB(eZFCC_r210) && FCC_IsRGB(eZFCC_ARGB32) && !FCC_IsRGB(eZFCC_v210) && !FCC_IsRGB(eZFCC_None));
 }
 
 TEST(PixelFormat, NamesPrintAndParse)

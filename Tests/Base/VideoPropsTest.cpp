@@ -17,26 +17,6 @@ ZF_VID_PROPS Record(uint32_t _fccType, int32_t _nWidth, int32_t _nHeight, int32_
 
 } // namespace
 
-TEST(VideoProps, FromFormat)
-{
-    const ZF_VID_PROPS vidPal = VidProps_FromFormat(eZVF_PAL, 0, 0);
-    EXPECT_EQ(vidPal.eVideoFormat, eZVF_PAL);
-    EXPECT_EQ(vidPal.fccType, eZFCC_UYVY);
-    EXPECT_EQ(vidPal.nHeight, 576);
-    EXPECT_EQ(vidPal.nRowBytes, 1440);
-    EXPECT_EQ(vidPal.eInterlace, eZI_TopFirst);
-    EXPECT_EQ(vidPal.dblRate, 25);
-    EXPECT_EQ(vidPal.nAspectX * 100 + vidPal.nAspectY, 403);
-    const ZF_VID_PROPS vidRGB = VidProps_FromFormat(eZVF_HD1080_5994p, eZFCC_RGB32, eZI_BottomFirst);
-    EXPECT_EQ(vidRGB.nHeight, -1080);
-    EXPECT_EQ(vidRGB.nRowBytes, 7680);
-    EXPECT_EQ(vidRGB.eInterlace, eZI_BottomFirst);
-    EXPECT_EQ(VidProps_FromFormat(eZVF_HD720_50p, 0, 0).fccType, eZFCC_HDYC);
-    EXPECT_EQ(VidProps_FromFormat(eZVF_Disabled, 0, 0).fccType, eZFCC_HDYC);
-    for (const int32_t eNone : {0, 95, -1})
-        EXPECT_EQ(VidProps_FromFormat(eNone, eZFCC_RGB32, 1).fccType, 0u) << eNone;
-}
-
 TEST(VideoProps, MasksHaveRoomForTheirRows)
 {
     const struct

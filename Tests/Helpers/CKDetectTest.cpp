@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -87,64 +86,6 @@ CK_DETECT_OPTIONS Options(int _nMaxKeys, int _nBlocks = 8)
 }
 
 } // namespace
-
-TEST(Detect, FindsTheBackdropInEveryKindOfPicture)
-{
-    struct LIGHT
-    {
-        const char* pszName;
-        std::function<COLOR(int, int, COLOR)> fnPixel;
-    };
-    const LIGHT arrLights[] = {
-        {"flat", [](int, int, COLOR _rgb) { return _rgb; }},
-        {"uneven",
-         [](int _nX, int _nY, COLOR _rgb) {
-             const int nDark = _nX / 8 + _nY / 8;
-             return COLOR{_rgb.nR - nDark, _rgb.nG - nDark, _rgb.nB - nDark};
-         }},
-        {"noisy",
-         [](int _nX, int _nY, COLOR _rgb) {
-             const auto Noise = [n = static_cast<uint32_t>(_nX * 7919 + _nY * 104729)](uint32_t _nSalt) {
-                 return static_cast<int>((n * 2654435761u + _nSalt * 40503u) >> 16 & 7) - 4;
-             };
-             return COLOR{_rgb.nR + Noise(1), _rgb.nG + Noise(2), _rgb.nB + Noise(3)};
-         }},
-    };
-    for (const uint32_t fccType : {uint32_t{eZFCC_ARGB32}, uint32_t{eZFCC_UYVY}, c_fccHLS})
-        for (const COLOR& rgb : {c_rgbGreen, c_rgbBlue})
-            for (const LIGHT& light : arrLights)
-            {
-                SCOPED_TRACE(std::string(light.pszName) + (rgb.nG > rgb.nB ? ", green" : ", blue"));
-                SCOPED_TRACE(fccType);
-                // A red disc stands in front of the backdrop.
-                PICTURE picture(fccType, 160, 120, [&](int _nX, int _nY) {
-                    const int nX = _nX - 80;
-                    const int nY = _nY - 60;
-                    return nX * nX + nY * nY < 900 ? c_rgbRed : light.fnPixel(_nX, _nY, rgb);
-                });
-                CKeyCalc calc;
-                CK_DETECT_OPTIONS options = Options(1, 12);
-                options.dblSimilarity = 0;
-                std::vector<CK_BLOCK> vecBlocks;
-                ASSERT_FALSE(picture.Detect(&calc, options, &vecBlocks));
-                ASSERT_EQ(calc.nKeys, 1);
-                const COLOR rgbFirst = light.fnPixel(16, 12, rgb);
-                const std::vector<double> vecWanted = Channels(fccType, rgbFirst);
-                const std::vector<double> vecRed = Channels(fccType, c_rgbRed);
-                bool bHoldsRed = true;
-                for (size_t i = 0; i < 3; ++i)
-                {
-                    const CALC_KEY& key = calc.arrKeys[0];
-                    EXPECT_NEAR(key.dValue[i], vecWanted[i], 12 / 255.0) << i;
-                    bHoldsRed = bHoldsRed && std::abs(vecRed[i] - key.dValue[i]) <= key.dDelta[i];
-                }
-                EXPECT_FALSE(bHoldsRed);
-                const auto nAccepted = std::count_if(vecBlocks.begin(), vecBlocks.end(),
-                                                     [](const CK_BLOCK& _b) { return _b.eVerdict == eCKB_Accepted; });
-                EXPECT_GT(nAccepted, 60);
-                EXPECT_LT(nAccepted, 90) << "of 100, with the disc";
-            }
-}
 
 TEST(Detect, ExaminesTheGridInsideTheBorders)
 {

@@ -83,20 +83,6 @@ TEST(KeyCalcAdd, SampleAroundAKeyReplacesIt)
     }
 }
 
-// Centre and half-width of a union are computed from its edges; where that rounds up, a sample around a key is not seen
-// as one. Dyadic numbers are exact.
-TEST(KeyCalcAdd, SwallowingDependsOnExactEdges)
-{
-    CKeyCalc calcExact = Calc({Line(0.5, 0.125)});
-    EXPECT_EQ(calcExact.AddKey(Line(0.5, 0.25), 0, false), eCR_Covered);
-    const double dblValue = 0.7;
-    double dblDelta = 0.1;
-    while (((dblValue + dblDelta) - (dblValue - dblDelta)) * 0.5 <= dblDelta)
-        dblDelta = std::nextafter(dblDelta, 1.0);
-    CKeyCalc calcRounded = Calc({Line(0.7, 0.01)});
-    EXPECT_EQ(calcRounded.AddKey(Line(dblValue, dblDelta), 0, false), eCR_New) << dblDelta;
-}
-
 TEST(KeyCalcAdd, RoomIsUsedForSamplesThatAreSmallBesideTheGrowth)
 {
     // Key: 0 +- 0.25. A sample s +- 0.25 gives a union of half-width (0.5 + s) / 2, so it is appended when
@@ -349,26 +335,4 @@ TEST(KeyCalcRaw, SixteenIsTheLimit)
     calc.FromRaw(raw, false);
     EXPECT_EQ(calc.AddKey(Box(100, 0.001), 0, false), eCR_Merged);
     EXPECT_EQ(calc.nKeys, 3);
-}
-
-TEST(KeyCalcLog, VerboseLinesTellEachDecision)
-{
-    const std::string strNew = "[R:0.500(0.004) G:0.500(0.004) B:0.500(0.004) A:1.000(0.250)]";
-    EXPECT_EQ(CKeyCalc::FormatKey(Box(0.5, 1 / 255.0)), strNew);
-    CLogCatcher log;
-    CKeyCalc calc;
-    calc.AddKey(Box(0.5, 1 / 255.0), 0, false);
-    calc.AddKey(Box(0.5, 1 / 255.0), 0, false);
-    calc.AddKey(Line(9, 0), 0.5, false);
-    calc.SetMaxKeys(2);
-    calc.SetKey(Line(2, 0.25), 0);
-    calc.SetKey(Line(1, 0.25), 1);
-    calc.AddKey(Line(1.5, 0.25), 0, false);
-    const std::string strLine = "[R:1.500(0.250) G:0.000(0.000) B:0.000(0.000) A:0.000(0.000)]";
-    for (const std::string& strWanted :
-         {ZFormat("AddKey() Key: %s NEW:0", strNew), ZFormat("IsSimilar() SIMILAR New:%s Old(0):%s", strNew, strNew),
-          std::string("TOO BIG DIFF: Cur:"), std::string("A:0.000(0.000)] NEW:1"),
-          std::string("A:0.000(0.000)] REPLACE:1"), ZFormat("->0.18750 New:%s Old(1):[R:1.000(0.250) ", strLine),
-          ZFormat("MERGE (MAX USED) Add:0.06250 Diff:0.18750 New:%s Old(1):[R:1.000(0.500) ", strLine)})
-        EXPECT_EQ(log.Count(strWanted, eZLog_Verbose), 1u) << strWanted;
 }

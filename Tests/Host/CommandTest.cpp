@@ -270,18 +270,6 @@ TEST_F(CCommandTest, SavedKeysKeepTheOptionsOfTheirFile)
     }
 }
 
-/// Loaded keys go into another colour space by the matrix of the frame, as picked ones do.
-TEST_F(CCommandTest, LoadedKeysTakeTheMatrixOfTheFrame)
-{
-    ASSERT_EQ(Run("sample --size 1280x32 --frames 1 -q --format UYVY -o " + File("c.raw")), 0) << m_strError;
-    const std::string strKey = "key " + File("c.raw") + " --in UYVY:1280x32 -q -o " + File("o.raw");
-    ASSERT_EQ(Run(strKey + " --rect 4,4,40,12 --type rgb --save-keys " + File("rgb.xml")), 0) << m_strError;
-    ASSERT_EQ(Run(strKey + " --rect 4,4,40,12 --type rgb --adjust type=4 --save-keys " + File("yuv.xml")), 0);
-    ASSERT_EQ(Run(strKey + " --keys " + File("rgb.xml") + " --type yuv --save-keys " + File("yuv2.xml")), 0);
-    EXPECT_NE(m_folder.Read("yuv.xml"), m_folder.Read("rgb.xml"));
-    EXPECT_EQ(m_folder.Read("yuv.xml"), m_folder.Read("yuv2.xml"));
-}
-
 TEST_F(CCommandTest, TheSummaryIsTheLastLine)
 {
     ASSERT_EQ(Run("sample --size 160x90 --frames 2 -o " + File("new folder")), 0) << m_strError;

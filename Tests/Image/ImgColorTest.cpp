@@ -111,17 +111,6 @@ TEST(ImgColor, RowFromYUVKeepsItsBound)
     }
 }
 
-TEST(ImgColor, MatricesAreInverse)
-{
-    for (eZYMatrix eMatrix : {eZYM_601, eZYM_709})
-    {
-        const IMG_COLOR col = Img_ColorFromYUV(Img_ColorToYUV({0.2, 0.7, 0.45}, eMatrix), eMatrix);
-        EXPECT_NEAR(col.dbl0, 0.2, 1e-12);
-        EXPECT_NEAR(col.dbl1, 0.7, 1e-12);
-        EXPECT_NEAR(col.dbl2, 0.45, 1e-12);
-    }
-}
-
 TEST(ImgColor, RowToHLSIsCorrectlyRounded)
 {
     const std::vector<uint8_t> vecGrid = ColorGrid();

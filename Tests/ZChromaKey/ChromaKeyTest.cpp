@@ -187,19 +187,6 @@ TEST(ChromaKey, CleansEveryRowWhateverTheSlices)
             }
 }
 
-TEST(ChromaKey, TypesThatAreNotKeyedLeaveTheMask)
-{
-    CTestPicture picture(eZFCC_RGB32, 32, 4, 0, false);
-    CChromaKey engine;
-    for (const int32_t eType : {int32_t{eCKT_Alpha}, int32_t{eCKT_None}, int32_t{eCKT_Auto}, 77, -1})
-    {
-        CTestMask mask(picture, 90);
-        MASK_REFERENCE expected(32, 4, 90);
-        EXPECT_EQ(Process(engine, picture, mask, KeySet(eType, {Key(c_nGreen, 0x202020)})), S_FALSE) << eType;
-        EXPECT_TRUE(mask.Equals(expected)) << eType;
-    }
-}
-
 TEST(ChromaKey, MissingArgumentsAreRefusedAndLogged)
 {
     CTestPicture picture(eZFCC_RGB32, 16, 2, 0, false);
@@ -236,21 +223,6 @@ TEST(ChromaKey, PicturesThatCannotBeReadAreRefused)
     EXPECT_EQ(Process(engine, picture, mask, rawKey), S_OK);
 }
 
-TEST(ChromaKey, RowsLeftOverByTheSlicesAreNotKeyed)
-{
-    CTestPicture picture(eZFCC_RGB32, 16, 1080, 0, false);
-    for (int nRow = 0; nRow < 1080; ++nRow)
-        for (int n = 0; n < 64; ++n)
-            picture.m_arrPlanes[0]->Row(nRow)[n] = static_cast<uint8_t>(0x32B428u >> (8 * (n % 4)));
-    CChromaKey engine;
-    engine.ThreadsSet(16);
-    CTestMask mask(picture, 90);
-    EXPECT_EQ(Process(engine, picture, mask, KeySet(eCKT_RGB, {Key(c_nGreen, 0x010101)})), S_OK);
-    for (int nRow = 0; nRow < 1080; ++nRow)
-        for (int n = 0; n < 16; ++n)
-            ASSERT_EQ(mask.plane.Row(nRow)[n], nRow < 1072 ? 0 : 90) << nRow;
-}
-
 TEST(ChromaKey, ThreadCountIsComparedBeforeItIsClamped)
 {
     CChromaKey engine;
@@ -267,30 +239,6 @@ TEST(ChromaKey, ThreadCountIsComparedBeforeItIsClamped)
         EXPECT_EQ(engine.ThreadsSet(testCase.nSet), testCase.hr) << testCase.nSet;
         EXPECT_EQ(engine.ThreadsGet(), testCase.nThen) << testCase.nSet;
     }
-}
-
-TEST(ChromaKey, YUVKeysAreMeasuredWithTheMatrixThatIsSet)
-{
-    CTestPicture picture(eZFCC_RGB32, 16, 2, 0, false);
-    const uint8_t arrGreen[4] = {40, 180, 50, 0};
-    for (int nRow = 0; nRow < 2; ++nRow)
-        for (int n = 0; n < 64; ++n)
-            picture.m_arrPlanes[0]->Row(nRow)[n] = arrGreen[n % 4];
-    uint8_t arrYUVA[4];
-    Img_RowToYUV(arrGreen, arrYUVA, 1, eZYM_709);
-    const uint32_t nValue = arrYUVA[0] | arrYUVA[1] << 8 | arrYUVA[2] << 16;
-    const CHROMA_KEY_RAW rawKey = KeySet(eCKT_YUV, {Key(nValue, 0x020202)});
-    CChromaKey engine;
-    engine.ThreadsSet(1);
-    CTestMask mask(picture, 90);
-    EXPECT_EQ(Process(engine, picture, mask, rawKey), S_OK);
-    EXPECT_EQ(mask.plane.Row(0)[0], 255); // BT.601 for RGB
-    engine.MatrixSet(eZYM_709);
-    EXPECT_EQ(Process(engine, picture, mask, rawKey), S_OK);
-    EXPECT_EQ(mask.plane.Row(0)[0], 0);
-    engine.MatrixSet({});
-    EXPECT_EQ(Process(engine, picture, mask, rawKey), S_OK);
-    EXPECT_EQ(mask.plane.Row(0)[0], 255);
 }
 
 TEST(ChromaKey, WarmFramesAllocateNothingAndLogNothing)

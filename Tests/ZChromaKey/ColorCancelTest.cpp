@@ -211,33 +211,4 @@ TEST(ColorCancelPlain, GivesWhatWasWorkedOutByHand)
     }
 }
 
-TEST(ColorCancelPrepare, ConstantsHaveTheirUnequalDivisors)
-{
-    const SINGLE_KEY key = {0x40208060, 0x10080402, 32, 64, 128, 96, -64, 32, 16, 0};
-    const YVU_MATRIX& matrix = ColorCancel_Matrix(false);
-    const auto ExpectFour = [](const float(&_arr)[4], double _dbl0, double _dbl1, double _dbl2, double _dbl3) {
-        const double arrExpected[4] = {_dbl0, _dbl1, _dbl2, _dbl3};
-        for (int i = 0; i < 4; ++i)
-            EXPECT_NEAR(_arr[i], arrExpected[i], 1e-6) << i;
-    };
-    CANCEL_CONSTANTS res = ColorCancel_Constants(key, eCKT_YUV, matrix);
-    ExpectFour(res.arrPos, 0.375, 0.125, 0.5, 0.25); // Y, V, U
-    ExpectFour(res.arrYVUPos, 0.375, -0.375, 0, 0.25);
-    ExpectFour(res.arrDist, 2 / 256.0, 8 / 256.0, 4 / 256.0, 16 / 256.0);
-    ExpectFour(res.arrScal, 0.125, 0.25, 0.25, 0.75);
-    ExpectFour(res.arrScal1, -0.5, 0.125, 0.125, 1);
-    SINGLE_KEY keyExclude = key;
-    keyExclude.nReverseKey = -1;
-    res = ColorCancel_Constants(keyExclude, eCKT_RGB, matrix);
-    ExpectFour(res.arrPos, 0.375, 0.5, 0.125, 0.25);
-    // 0.0625 + 0.257 x 0.375 + 0.504 x 0.5 + 0.098 x 0.125 ...
-    ExpectFour(res.arrYVUPos, 0.423125, -0.02825, -0.146125, 0.25);
-    EXPECT_EQ(res.arrScal1[3], -1);
-    // Hue 1/3 (85 of 256), half light, all saturated: green, a little to the red.
-    res = ColorCancel_Constants({0xFF8055, 1, 0, 0, 0, 0, 0, 0, 0, 0}, eCKT_HLS, matrix);
-    ExpectFour(res.arrYVUPos, 0.0625 + 0.257 * 0.009735 + 0.504 * 0.998047 + 0.098 * 0.001953,
-               0.439 * 0.009735 - 0.368 * 0.998047 - 0.071 * 0.001953,
-               -0.148 * 0.009735 - 0.291 * 0.998047 + 0.439 * 0.001953, 0);
-}
-
 } // namespace

@@ -80,36 +80,4 @@ TEST(MaskPost, ManyRowsDoNotOverflow)
         EXPECT_EQ(arrRow[n], n + 1);
 }
 
-TEST(MaskPost, EachStepHasItsEffect)
-{
-    const uint8_t arrMask[] = {0, 2, 3, 49, 50, 200, 201, 254, 255, 255, 255, 0};
-    struct CASE
-    {
-        CHROMA_KEY_RAW rawKey;
-        bool bNeeded;
-        uint8_t arrExpected[12];
-    };
-    const CASE arrCases[] = {
-        {Settings(0, 255, 0, 0), false, {0, 2, 3, 49, 50, 200, 201, 254, 255, 255, 255, 0}},
-        {Settings(50, 200, 0, 0), true, {0, 0, 0, 0, 50, 200, 255, 255, 255, 255, 255, 0}},
-        {Settings(0, 255, 0, 1), true, {255, 253, 252, 206, 205, 55, 54, 1, 0, 0, 0, 255}},
-        {Settings(0, 0, 0, 0), true, {0, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 0}},
-        // One row: the rows above and below are the same, and the filter is 1 2 1 along it.
-        {Settings(0, 255, 1, 0), true, {0, 2, 14, 38, 87, 163, 214, 241, 255, 255, 191, 0}},
-        {Settings(50, 200, 1, 1), true, {255, 255, 255, 255, 180, 79, 14, 0, 0, 0, 64, 255}},
-    };
-    CMaskPost maskPost;
-    maskPost.Reserve(12);
-    for (const CASE& testCase : arrCases)
-    {
-        uint8_t arrResult[12];
-        std::memcpy(arrResult, arrMask, sizeof(arrMask));
-        const MASK_POST post = MaskPost_Make(testCase.rawKey, false);
-        EXPECT_EQ(post.IsNeeded(), testCase.bNeeded);
-        maskPost.Run({arrResult, 12, 12, 1}, post, Kernels());
-        for (int n = 0; n < 12; ++n)
-            EXPECT_EQ(arrResult[n], testCase.arrExpected[n]) << "case " << &testCase - arrCases << " pixel " << n;
-    }
-}
-
 } // namespace

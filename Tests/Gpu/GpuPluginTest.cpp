@@ -127,6 +127,19 @@ TEST_F(GpuPlugin, GivesWhatTheCpuGives)
     EXPECT_EQ(log.Count("System: adapter "), 1u);
 }
 
+TEST_F(GpuPlugin, SaysWhereColourCancelHasNoEffect)
+{
+    CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+    key.bColorCancel = 1;
+    key.arrKeys[0].nCancelPower = 50;
+    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+    const CLogCatcher log;
+    for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_NV12, eZFCC_NV12})
+        EXPECT_TRUE(Receive(TestFrame_Make(fccType, 64, 32).Get(), L"1"));
+    EXPECT_EQ(log.Count(") GPU Processed(0) OK"), 3u);
+    EXPECT_EQ(log.Count("colour cancel leaves the colours of NV12 frames"), 1u);
+}
+
 TEST_F(GpuPlugin, StaysLoadedWhileTheHostHoldsAResultsTexture)
 {
     const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);

@@ -24,7 +24,7 @@ namespace
 
 constexpr const char* c_pszUnknown = "unknown";
 
-std::string OrUnknown(std::string _strText)
+std::string OrUnknown(const std::string& _strText)
 {
     return _strText.empty() ? c_pszUnknown : _strText;
 }

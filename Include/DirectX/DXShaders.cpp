@@ -91,7 +91,7 @@ HRESULT DX11Device::Shader_Compile(const char* _pszShaderCode, eDX_Shader _eType
         ZLog(eZLog_Error,
              "DX11Device::Shader_Compile: Failed to compile shader %hs VER. %hs with error: %hs\ncode:%hs\n", pszEntry,
              arrTarget, Blob_Text(cpErrors.Get()), _pszShaderCode);
-        Z_VERIFY(!"Shader not compiled!");
+        Z_VERIFY_TEXT(false, "!\"Shader not compiled!\"");
     }
     else
         ZLog(eZLog_Error, "DX11Device::Shader_Compile: Failed to compile shader %hs VER. %hs\n", pszEntry, arrTarget);

@@ -65,10 +65,11 @@ private:
 template <class Owner> class CSimpleThreadBase : public CZWorkerThread
 {
 public:
-    HRESULT Start(Owner* _pOwner, void (Owner::*_pfnBody)(), const char* _pszOwner)
+    /// _pOwner: a pointer that is borrowed, or a std::shared_ptr, which keeps the owner as long as the thread runs.
+    template <class OwnerPtr> HRESULT Start(OwnerPtr _pOwner, void (Owner::*_pfnBody)(), const char* _pszOwner)
     {
         if (IsRunning())
             return S_FALSE; // before the body is wrapped, which takes memory
-        return CZWorkerThread::Start([_pOwner, _pfnBody] { (_pOwner->*_pfnBody)(); }, _pszOwner);
+        return CZWorkerThread::Start([_pOwner, _pfnBody] { ((*_pOwner).*_pfnBody)(); }, _pszOwner);
     }
 };

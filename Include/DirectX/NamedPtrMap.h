@@ -8,6 +8,7 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -25,8 +26,10 @@ inline constexpr uint32_t c_nNamedPtrUnusedMs = 5'000;
 template <class T> class CNamedPtrMap_GC
 {
 public:
-    explicit CNamedPtrMap_GC(uint32_t _nUnusedMs = c_nNamedPtrUnusedMs)
-        : m_nUnused(_nUnusedMs)
+    /// _nStopMs: how long Close and the destructor wait for a release that is under way.
+    explicit CNamedPtrMap_GC(uint32_t _nUnusedMs = c_nNamedPtrUnusedMs, uint32_t _nStopMs = c_nThreadStopMs)
+        : m_spState(std::make_shared<STATE>(_nUnusedMs))
+        , m_nStopMs(_nStopMs)
     {
     }
     ~CNamedPtrMap_GC()
@@ -40,15 +43,16 @@ public:
     /// the map's lock and must not use the map.
     HRESULT GetOrMake(std::string_view _svName, const std::function<HRESULT(T**)>& _fnMake, T** _ppObject)
     {
-        const std::lock_guard lock(m_mtxEntries);
-        auto itFound = m_mapEntries.find(_svName);
-        if (itFound == m_mapEntries.end())
+        STATE& state = *m_spState;
+        const std::lock_guard lock(state.mtxEntries);
+        auto itFound = state.mapEntries.find(_svName);
+        if (itFound == state.mapEntries.end())
         {
             CZPtr<T> cpObject;
             const HRESULT hr = _fnMake(cpObject.Put());
             if (FAILED(hr) || !cpObject)
                 return FAILED(hr) ? hr : E_UNEXPECTED;
-            itFound = m_mapEntries.emplace(_svName, ENTRY{std::move(cpObject), {}}).first;
+            itFound = state.mapEntries.emplace(_svName, ENTRY{std::move(cpObject), {}}).first;
             CollectorWake();
         }
         itFound->second.timUsed = CLOCK::now();
@@ -58,22 +62,23 @@ public:
 
     size_t Count()
     {
-        const std::lock_guard lock(m_mtxEntries);
-        return m_mapEntries.size();
+        const std::lock_guard lock(m_spState->mtxEntries);
+        return m_spState->mapEntries.size();
     }
 
     /// Lets go of all objects and ends the thread; the map can be used again. Z_E_TIMEOUT: the release of an object
-    /// does not come to its end.
+    /// does not come to its end; until a later Close succeeds, the map keeps what it is given.
     HRESULT Close()
     {
-        m_evtStop.Set();
-        const HRESULT hr = m_thrCollector.Stop();
+        STATE& state = *m_spState;
+        state.evtStop.Set();
+        const HRESULT hr = m_thrCollector.Stop(m_nStopMs);
         ENTRIES mapGone;
-        const std::lock_guard lock(m_mtxEntries);
-        mapGone.swap(m_mapEntries);
+        const std::lock_guard lock(state.mtxEntries);
+        mapGone.swap(state.mapEntries);
         if (SUCCEEDED(hr))
-            m_evtStop.Reset();
-        m_bCollecting = false;
+            state.evtStop.Reset();
+        state.bCollecting = false;
         return hr;
     }
 
@@ -86,54 +91,69 @@ private:
     };
     using ENTRIES = std::map<std::string, ENTRY, std::less<>>;
 
+    /// What map and thread share: it lives as long as either of them, for a thread that could not be stopped goes on
+    /// when the map is gone.
+    struct STATE
+    {
+        explicit STATE(uint32_t _nUnusedMs)
+            : nUnused(_nUnusedMs)
+        {
+        }
+        void Collect();
+        void TakeUnused(std::vector<CZPtr<T>>* _pvecGone);
+
+        uint32_t nUnused;
+        std::mutex mtxEntries;
+        ENTRIES mapEntries;
+        bool bCollecting = false;
+        CZEvent evtStop;
+    };
+
     /// With the lock held.
     void CollectorWake()
     {
-        if (std::exchange(m_bCollecting, true))
+        if (std::exchange(m_spState->bCollecting, true))
             return;
-        if (SUCCEEDED(m_thrCollector.Start(this, &CNamedPtrMap_GC::Collect, "CNamedPtrMap_GC")))
+        if (SUCCEEDED(m_thrCollector.Start(m_spState, &STATE::Collect, "CNamedPtrMap_GC")))
             m_thrCollector.Wake();
         else
-            m_bCollecting = false; // the objects stay until Close; the failure has been logged
+            m_spState->bCollecting = false; // the objects stay until Close; the failure has been logged
     }
 
-    /// The thread's body: until there is no object left.
-    void Collect()
-    {
-        while (!m_evtStop.Wait(m_nUnused / 4 + 1))
-        {
-            std::vector<CZPtr<T>> vecGone; // released without the lock
-            const std::lock_guard lock(m_mtxEntries);
-            TakeUnused(&vecGone);
-            m_bCollecting = !m_mapEntries.empty();
-            if (!m_bCollecting)
-                return;
-        }
-    }
-
-    void TakeUnused(std::vector<CZPtr<T>>* _pvecGone)
-    {
-        const auto timNow = CLOCK::now();
-        for (auto it = m_mapEntries.begin(); it != m_mapEntries.end();)
-        {
-            ENTRY& entry = it->second;
-            entry.cpObject->AddRef();
-            if (entry.cpObject->Release() > 1) // somebody else holds it
-                entry.timUsed = timNow;
-            if (timNow - entry.timUsed < std::chrono::milliseconds(m_nUnused))
-            {
-                ++it;
-                continue;
-            }
-            _pvecGone->push_back(std::move(entry.cpObject));
-            it = m_mapEntries.erase(it);
-        }
-    }
-
-    uint32_t m_nUnused;
-    std::mutex m_mtxEntries;
-    ENTRIES m_mapEntries;
-    bool m_bCollecting = false;
-    CZEvent m_evtStop;
-    CSimpleThreadBase<CNamedPtrMap_GC> m_thrCollector;
+    std::shared_ptr<STATE> m_spState;
+    uint32_t m_nStopMs;
+    CSimpleThreadBase<STATE> m_thrCollector;
 };
+
+/// The thread's body: until there is no object left.
+template <class T> void CNamedPtrMap_GC<T>::STATE::Collect()
+{
+    while (!evtStop.Wait(nUnused / 4 + 1))
+    {
+        std::vector<CZPtr<T>> vecGone; // released without the lock
+        const std::lock_guard lock(mtxEntries);
+        TakeUnused(&vecGone);
+        bCollecting = !mapEntries.empty();
+        if (!bCollecting)
+            return;
+    }
+}
+
+template <class T> void CNamedPtrMap_GC<T>::STATE::TakeUnused(std::vector<CZPtr<T>>* _pvecGone)
+{
+    const auto timNow = CLOCK::now();
+    for (auto it = mapEntries.begin(); it != mapEntries.end();)
+    {
+        ENTRY& entry = it->second;
+        entry.cpObject->AddRef();
+        if (entry.cpObject->Release() > 1) // somebody else holds it
+            entry.timUsed = timNow;
+        if (timNow - entry.timUsed < std::chrono::milliseconds(nUnused))
+        {
+            ++it;
+            continue;
+        }
+        _pvecGone->push_back(std::move(entry.cpObject));
+        it = mapEntries.erase(it);
+    }
+}

@@ -5,12 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <thread>
 
 namespace
 {
 
 std::atomic<int> g_nAlive{0};
+CZEvent g_evtMayEnd{true}; // else objects do not come to their end
 
 class CThing final : public CZUnknown<IUnknown>
 {
@@ -23,6 +25,7 @@ public:
 private:
     ~CThing() override
     {
+        g_evtMayEnd.Wait(c_nThreadStopMs);
         --g_nAlive;
     }
 };
@@ -112,5 +115,22 @@ TEST(NamedPtrMap, ServesManyThreads)
         });
     for (std::thread& thrEach : arrThreads)
         thrEach.join();
+    EXPECT_TRUE(Within10s([&] { return g_nAlive == 0; }));
+}
+
+TEST(NamedPtrMap, GoesThoughItsThreadCannotBeStopped)
+{
+    const CLogCatcher log;
+    alignas(MAP) std::byte arrMemory[sizeof(MAP)];
+    MAP* const pMap = new (arrMemory) MAP(1, 50);
+    g_evtMayEnd.Reset();
+    Get(pMap, "stuck");
+    EXPECT_TRUE(Within10s([&] { return pMap->Count() == 0; })) << "the thread is about to release it";
+    EXPECT_EQ(pMap->Close(), Z_E_TIMEOUT);
+    pMap->~MAP();
+    std::memset(arrMemory, 0xA5, sizeof(arrMemory)); // what the thread may not touch from here on
+    EXPECT_EQ(log.Count("NOT STOPPED"), 1u);
+    EXPECT_EQ(g_nAlive, 1);
+    g_evtMayEnd.Set();
     EXPECT_TRUE(Within10s([&] { return g_nAlive == 0; }));
 }

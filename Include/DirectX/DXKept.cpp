@@ -17,6 +17,8 @@ struct KEPT
     std::vector<GUID> vecIds;
 };
 
+// The innermost lock: callers may hold the device's own, which its private data may take, too; so nothing of the
+// device's is changed under this one.
 std::mutex g_mtxKept;
 std::vector<KEPT> g_vecKept;
 
@@ -56,10 +58,20 @@ void DX_KeptLeave(ID3D11Device* _pDevice)
 
 HRESULT DX_KeptAdd(ID3D11Device* _pDevice, REFGUID _id, IUnknown* _pObject)
 {
-    const std::lock_guard lock(g_mtxKept);
-    const auto itKept = Kept_Find(_pDevice);
-    if (itKept == g_vecKept.end())
-        return S_FALSE;
-    itKept->vecIds.push_back(_id);
-    return DX_DataSet(_pDevice, _id, _pObject);
+    {
+        const std::lock_guard lock(g_mtxKept);
+        const auto itKept = Kept_Find(_pDevice);
+        if (itKept == g_vecKept.end())
+            return S_FALSE;
+        itKept->vecIds.push_back(_id);
+    }
+    const HRESULT hr = DX_DataSet(_pDevice, _id, _pObject);
+    {
+        const std::lock_guard lock(g_mtxKept);
+        const auto itKept = Kept_Find(_pDevice);
+        if (itKept != g_vecKept.end() && std::ranges::find(itKept->vecIds, _id) != itKept->vecIds.end())
+            return hr;
+    }
+    DX_DataSet(_pDevice, _id, nullptr); // the last user left in the meantime, and may have been too early to do so
+    return S_FALSE;
 }

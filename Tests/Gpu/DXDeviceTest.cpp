@@ -1,5 +1,6 @@
 #include "DirectX/DXDevice.h"
 
+#include "Base/ZThread.h"
 #include "DirectX/Shaders/VertexShader.h"
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/GpuEnvironment.h"
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <thread>
 
 namespace
 {
@@ -454,4 +456,26 @@ TEST(DXBuffers, TwoViewsOfNV12)
     EXPECT_EQ(DX11Device::Texture2SRV(cpTexture.Get(), false, cpView.Put(), cpView2.Put()), E_OUTOFMEMORY);
     EXPECT_FALSE(cpView || cpView2);
     EXPECT_EQ(log.Count("cpD3D11Device->CreateShaderResourceView(DXGI_FORMAT_R8G8_UNORM) FAILED"), 1u);
+}
+
+TEST(DXShader, AreKeptWithNoLockThatTheLastWrapperWaitsFor)
+{
+    auto cpWrapper = Gpu_Wrapper();
+    CZEvent evtGone;
+    std::thread thrOther;
+    CZPtr<ID3D11PixelShader> cpShader;
+    {
+        const HOOK_SETINTERFACE hook(Gpu_Device(), [&](auto _pfnOriginal, auto... _args) {
+            thrOther = std::thread([&] {
+                cpWrapper.Reset();
+                evtGone.Set();
+            });
+            EXPECT_TRUE(evtGone.Wait(5000));
+            return _pfnOriginal(_args...);
+        });
+        EXPECT_EQ(DX11Device::PixelShader_Get(Gpu_Device(), c_szRed, 0, cpShader.Put()), S_OK);
+    }
+    ASSERT_TRUE(thrOther.joinable());
+    thrOther.join();
+    EXPECT_EQ(Gpu_Refs(cpShader.Get()), 1u) << "kept on a device that nobody takes it away from";
 }

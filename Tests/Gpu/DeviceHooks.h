@@ -66,6 +66,7 @@ using HOOK_CREATEPIXELSHADER = CMethodHook<&ID3D11Device::CreatePixelShader, 15>
 using HOOK_CREATESAMPLER = CMethodHook<&ID3D11Device::CreateSamplerState, 23>;
 using HOOK_CREATEQUERY = CMethodHook<&ID3D11Device::CreateQuery, 24>;
 using HOOK_OPENSHARED = CMethodHook<&ID3D11Device::OpenSharedResource, 28>;
+using HOOK_SETINTERFACE = CMethodHook<&ID3D11Device::SetPrivateDataInterface, 36>;
 using HOOK_REMOVEDREASON = CMethodHook<&ID3D11Device::GetDeviceRemovedReason, 39>;
 using HOOK_MAP = CMethodHook<&ID3D11DeviceContext::Map, 14>;
 using HOOK_GETDATA = CMethodHook<&ID3D11DeviceContext::GetData, 29>;

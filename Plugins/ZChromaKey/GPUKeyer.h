@@ -13,7 +13,7 @@ struct GPU_KEY_OPTIONS
     bool bOutputARGB;   ///< the result is ARGB32, whatever the input is
     bool bFlushContext; ///< hand the recorded work to the GPU before the result is waited for
     eZYMatrix eMatrix;  ///< of YUV pictures, and what YUV keys of them are measured with
-    uint64_t nChange;   ///< of the options: a device that could not be made is tried again at once when it changes
+    uint64_t nChange;   ///< of the options: a device that could not be had is asked for again at once when it changes
 };
 
 /// Keying on the GPU, as the frame path sees it. Calls come from one thread at a time.

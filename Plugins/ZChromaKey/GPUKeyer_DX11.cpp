@@ -10,8 +10,8 @@
 namespace
 {
 
-/// How long a device that could not be made is not asked for again: making one takes longer than a frame lasts, and a
-/// late frame is worse than one keyed on the CPU.
+/// How long after one device no other one is made, be it that the first could not be made or was removed: making one
+/// takes longer than a frame lasts, and a late frame is worse than one keyed on the CPU.
 constexpr std::chrono::seconds c_timeRetry{5};
 
 /// The GPU path on Direct3D 11.
@@ -32,27 +32,34 @@ public:
     void Close() override
     {
         m_keyer.Close();
-        m_failure.reset();
+        m_attempt.reset();
     }
 
 private:
     /// A device for frames that bring none.
     HRESULT DeviceEnsure(uint64_t _nChange)
     {
+        const HRESULT hrRemoved =
+            m_keyer.DeviceGet() ? m_keyer.DeviceGet()->Device()->GetDeviceRemovedReason() : DXGI_ERROR_DEVICE_REMOVED;
+        if (SUCCEEDED(hrRemoved))
+            return S_OK;
+        m_keyer.Close();
         const auto timeNow = std::chrono::steady_clock::now();
-        if (m_failure && m_failure->nChange == _nChange && timeNow - m_failure->time < c_timeRetry)
-            return m_failure->hr;
-        m_failure.reset();
-        const HRESULT hr = m_keyer.DeviceInit(nullptr);
+        if (m_attempt && m_attempt->nChange == _nChange && timeNow - m_attempt->time < c_timeRetry)
+            return FAILED(m_attempt->hr) ? m_attempt->hr : hrRemoved;
+        HRESULT hr = m_keyer.DeviceInit(nullptr);
+        if (SUCCEEDED(hr))
+            hr = m_keyer.DeviceGet()->Device()->GetDeviceRemovedReason();
+        m_attempt = {hr, timeNow, _nChange};
         if (FAILED(hr))
-            m_failure = {hr, timeNow, _nChange};
-        else if (hr == S_OK)
+            m_keyer.Close();
+        else
             SystemInfo_Log(*m_keyer.DeviceGet());
         return hr;
     }
 
-    /// The last device that could not be made.
-    struct FAILURE
+    /// The last device that was asked for.
+    struct ATTEMPT
     {
         HRESULT hr;
         std::chrono::steady_clock::time_point time;
@@ -60,7 +67,7 @@ private:
     };
 
     GPUChromaKey m_keyer;
-    std::optional<FAILURE> m_failure;
+    std::optional<ATTEMPT> m_attempt;
 };
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "ZChromaKey/CoZChromaKey.h"
 
 #include "DirectX/GPUProcessorCK.h"
+#include "Gpu/DeviceHooks.h"
 #include "Gpu/GpuEnvironment.h"
 #include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"
@@ -169,6 +170,7 @@ TEST_F(GpuPlugin, StaysLoadedWhileTheHostHoldsAResultsTexture)
 }
 
 int g_nDevicesAsked = 0;
+decltype(DX_FUNCTIONS::pfnD3D11CreateDevice) g_pfnCreateDevice;
 
 HRESULT WINAPI NoDevice(IDXGIAdapter*, D3D_DRIVER_TYPE, HMODULE, UINT, const D3D_FEATURE_LEVEL*, UINT, UINT,
                         ID3D11Device**, D3D_FEATURE_LEVEL*, ID3D11DeviceContext**)
@@ -201,6 +203,46 @@ TEST_F(GpuPlugin, AsksForAMissingDeviceNotWithEveryFrame)
     Set(L"process.threads", L"2");
     Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get(), L"1");
     EXPECT_EQ(log.Count(") GPU Processed(0) OK"), 1u);
+}
+
+HRESULT WINAPI CountedDevice(IDXGIAdapter* _pAdapter, D3D_DRIVER_TYPE _eDriver, HMODULE _hSoftware, UINT _nFlags,
+                             const D3D_FEATURE_LEVEL* _pLevels, UINT _nLevels, UINT _nVersion, ID3D11Device** _ppDevice,
+                             D3D_FEATURE_LEVEL* _peLevel, ID3D11DeviceContext** _ppContext)
+{
+    ++g_nDevicesAsked;
+    return g_pfnCreateDevice(_pAdapter, _eDriver, _hSoftware, _nFlags, _pLevels, _nLevels, _nVersion, _ppDevice,
+                             _peLevel, _ppContext);
+}
+
+TEST_F(GpuPlugin, MakesNoDeviceAfterTheOtherWhenAllAreRemoved)
+{
+    DX_FUNCTIONS functions = DX_Functions();
+    g_pfnCreateDevice = functions.pfnD3D11CreateDevice;
+    functions.pfnD3D11CreateDevice = &CountedDevice;
+    DX_FunctionsSet(&functions);
+    g_nDevicesAsked = 0;
+    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+    const CLogCatcher log;
+    const auto fnKey = [&] {
+        EXPECT_TRUE(AttachmentOf(Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get(), L"-1").Get(), L"mask"));
+    };
+    fnKey();
+    {
+        const HOOK_REMOVEDREASON hook(Gpu_Device(), [](auto...) { return DXGI_ERROR_DEVICE_HUNG; });
+        for (int n = 0; n < 3; ++n)
+            fnKey();
+        EXPECT_EQ(g_nDevicesAsked, 1);
+        EXPECT_EQ(log.Count("Failed to perform GPU chroma key! hr=887A0006"), 1u) << "between frames";
+        Set(L"process.threads", L"3");
+        fnKey();
+        EXPECT_EQ(g_nDevicesAsked, 2) << "an option has changed";
+    }
+    Set(L"process.threads", L"2");
+    fnKey();
+    EXPECT_EQ(g_nDevicesAsked, 3);
+    EXPECT_EQ(log.Count(") GPU Processed(0) OK"), 2u);
+    DX_FunctionsSet(nullptr);
 }
 
 } // namespace

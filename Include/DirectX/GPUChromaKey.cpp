@@ -61,6 +61,7 @@ ZF_VID_PROPS GPUChromaKey::PropsOf(uint32_t _fccType, int32_t _nWidth, int32_t _
 HRESULT GPUChromaKey::Key(IZFFrame* _pFrame, const GPU_KEY_SETTINGS& _settings, IZFFrame** _ppFrameRes)
 {
     const FRAME_STATE state(this);
+    m_vecFrames.clear();
     ZF_VID_PROPS vidProps = {};
     HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
     CZPtr<IZFFrame> cpInput;
@@ -111,6 +112,7 @@ HRESULT GPUChromaKey::InputMake(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps
     if (FAILED(hr) || m_plan.eInput != eGI_CPUARGB)
         return hr;
     hr = m_cpFrameOriginal->FrameConvert(eZFC_Converted, eZFCC_ARGB32, _pcpInput->Put());
+    m_vecFrames.push_back(*_pcpInput);
     return Said("Failed to convert to ARGB!", SUCCEEDED(hr) && !*_pcpInput ? E_UNEXPECTED : hr);
 }
 

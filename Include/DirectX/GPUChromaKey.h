@@ -24,6 +24,12 @@ public:
     /// an ARGB32 texture of the same device. E_NOTIMPL: a picture that is not keyed on the GPU. A device that was
     /// removed fails the frame; the next one makes another.
     HRESULT Key(IZFFrame* _pFrame, const GPU_KEY_SETTINGS& _settings, IZFFrame** _ppFrameRes);
+    /// The frames that the last Key has made, the result among them: a host may call back from their Release, so they
+    /// are let go of where no lock is held.
+    std::vector<CZPtr<IZFFrame>> FramesTake()
+    {
+        return std::exchange(m_vecFrames, {});
+    }
     /// The device in use; null when there is none.
     DX11Device* DeviceGet() const
     {
@@ -76,6 +82,7 @@ private:
     std::vector<std::pair<std::string, CZPtr<ID3D11PixelShader>>> m_vecShaders; ///< by their text
 
     uint32_t m_fccRefused = 0; ///< the last format that was said not to be keyed
+    std::vector<CZPtr<IZFFrame>> m_vecFrames;
 
     // Of the frame under way
     GPU_KEY_PLAN m_plan = {};

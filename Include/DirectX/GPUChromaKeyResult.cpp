@@ -78,6 +78,7 @@ HRESULT GPUChromaKey::GetFrame(IZFFrame** _ppFrameOut)
     }
     CZPtr<IZFFrame> cpFrameRes; // while the GPU works
     hr = ResultMake(cpFrameRes.Put());
+    m_vecFrames.push_back(cpFrameRes);
     if (SUCCEEDED(hr) && !cpFrameRes)
         hr = E_UNEXPECTED;
     if (SUCCEEDED(hr))
@@ -138,6 +139,7 @@ HRESULT GPUChromaKey::MaskMake(IZFFrame** _ppMask, ZF_VID_PTR* _pVidPtr)
     CZPtr<IZFFrame> cpMask;
     if (SUCCEEDED(hr))
         hr = m_cpFrameOriginal->FrameCreate(&vidPropsMask, cpMask.Put());
+    m_vecFrames.push_back(cpMask);
     if (SUCCEEDED(hr))
         hr = cpMask ? PictureOf(cpMask.Get(), _pVidPtr) : E_OUTOFMEMORY;
     if (FAILED(hr))

@@ -182,6 +182,7 @@ HRESULT CFrameKeyer::RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, co
                                      m_options->nChange};
     if (SUCCEEDED(hr))
         hr = m_upGPU->ProcessFrame(_pFrames->workGPU.cpFrame.Get(), _key, options, _pFrames->cpFrameGPU.Put());
+    _pFrames->vecFramesGPU = m_upGPU->FramesTake();
     return SUCCEEDED(hr) && !_pFrames->cpFrameGPU ? E_UNEXPECTED : hr; // a success without a frame helps nobody
 }
 
@@ -198,6 +199,7 @@ HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
     m_hrGPULast = S_OK;
     if (KeyPlan_HasColorCancel(_key))
         CancelSay(m_options->bOutputARGB ? uint32_t{eZFCC_ARGB32} : _vidProps.fccType);
+    _pFrames->cpFrameUndrawn = cpFrameRes;
     if (m_options->bTimeOverlay)
         TimeOverlay_Draw(&cpFrameRes);
     LogFrame(eZLog_Verbose, "CoZChromaKey::OnMediaReceiveI(%ws) GPU Processed(%d) OK\n", _pFrame, hr);

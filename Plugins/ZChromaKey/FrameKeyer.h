@@ -13,6 +13,7 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <vector>
 
 class CPropStore;
 
@@ -45,6 +46,8 @@ private:
         CZPtr<IZFFrame> cpFrameLast;
         WORK_FRAME workGPU;
         CZPtr<IZFFrame> cpFrameGPU;
+        CZPtr<IZFFrame> cpFrameUndrawn; ///< the GPU's, should the time be drawn into a copy
+        std::vector<CZPtr<IZFFrame>> vecFramesGPU;
         WORK_FRAME work;
         WORK_MASK mask;
     };

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "Base/ZPtr.h"
 #include "Image/ImgColor.h"
 #include "Interfaces/ChromaKeyTypes.h"
 #include "Interfaces/IZFFrame.h"
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 /// What the frame path asks of the GPU besides the keys.
 struct GPU_KEY_OPTIONS
@@ -29,6 +31,11 @@ public:
     /// into a new texture of the same device. Any failure, or no frame: it can be keyed on the CPU.
     virtual HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, const GPU_KEY_OPTIONS& _options,
                                  IZFFrame** _ppFrameRes) = 0;
+    /// The frames that the last ProcessFrame has made, so that the caller can let go of them where it holds no lock.
+    virtual std::vector<CZPtr<IZFFrame>> FramesTake()
+    {
+        return {};
+    }
     /// Gives device and textures back; the next frame makes them again.
     virtual void Close() = 0;
 };

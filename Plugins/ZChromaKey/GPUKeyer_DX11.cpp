@@ -29,6 +29,10 @@ public:
             {_key, _options.bOutputARGB, _options.bFlushContext, _options.eMatrix == eZYM_709 ? eSYM_709 : eSYM_601},
             _ppFrameRes);
     }
+    std::vector<CZPtr<IZFFrame>> FramesTake() override
+    {
+        return m_keyer.FramesTake();
+    }
     void Close() override
     {
         m_keyer.Close();

@@ -7,6 +7,7 @@
 #include "Gpu/GpuEnvironment.h"
 #include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"
+#include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
 #include "Support/TestFrames.h"
 #include "ZChromaKey/GPUKeyer.h"
@@ -14,7 +15,10 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace
 {
@@ -243,6 +247,35 @@ TEST_F(GpuPlugin, MakesNoDeviceAfterTheOtherWhenAllAreRemoved)
     EXPECT_EQ(g_nDevicesAsked, 3);
     EXPECT_EQ(log.Count(") GPU Processed(0) OK"), 2u);
     DX_FunctionsSet(nullptr);
+}
+
+TEST_F(GpuPlugin, LetsGoOfFramesBehindItsLocks)
+{
+    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+    Set(L"debug.time_overlay", L"true");
+    // Called when a frame that the plug-in has made ends, with its hook: another thread takes the lock of processing.
+    std::vector<std::thread> vecThreads;
+    const auto fnEnd = [&](void*) {
+        const auto spClosed = std::make_shared<CZEvent>();
+        vecThreads.emplace_back([this, spClosed] {
+            EXPECT_EQ(ZQuery<IZPlugin>(m_cpProcess)->Close(), S_OK);
+            spClosed->Set();
+        });
+        EXPECT_TRUE(spClosed->Wait(5000));
+    };
+    const auto cpFrame =
+        CHookFrame::Make(TestFrame_Make(eZFCC_v210, 96, 32).Get(), [](const std::string&) { return S_OK; });
+    cpFrame->m_fnMade = [&](IZFFrame** _ppFrame) {
+        std::shared_ptr<void> spEnd(nullptr, fnEnd);
+        const auto cpMade = CZPtr<IZFFrame>::Adopt(*_ppFrame);
+        *_ppFrame =
+            CHookFrame::Make(ZQuery<IZFFrame2>(cpMade).Get(), [spEnd](const std::string&) { return S_OK; }).Detach();
+    };
+    EXPECT_TRUE(Receive(cpFrame.Get(), L"1"));
+    EXPECT_EQ(vecThreads.size(), 2u) << "the picture that was uploaded, and the result before the time was drawn";
+    for (std::thread& thrOther : vecThreads)
+        thrOther.join();
 }
 
 } // namespace

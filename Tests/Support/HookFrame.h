@@ -66,11 +66,17 @@ public:
     }
     HRESULT STDMETHODCALLTYPE FrameClone(uint32_t _nFlags, IZFFrame** _ppFrame) override
     {
-        return Pass("FrameClone", [&] { return m_cpFrame->FrameClone(_nFlags, _ppFrame); });
+        const HRESULT hr = Pass("FrameClone", [&] { return m_cpFrame->FrameClone(_nFlags, _ppFrame); });
+        if (SUCCEEDED(hr) && m_fnMade)
+            m_fnMade(_ppFrame);
+        return hr;
     }
     HRESULT STDMETHODCALLTYPE FrameConvert(uint32_t _nFlags, uint32_t _fccType, IZFFrame** _ppFrame) override
     {
-        return Pass("FrameConvert", [&] { return m_cpFrame->FrameConvert(_nFlags, _fccType, _ppFrame); });
+        const HRESULT hr = Pass("FrameConvert", [&] { return m_cpFrame->FrameConvert(_nFlags, _fccType, _ppFrame); });
+        if (SUCCEEDED(hr) && m_fnMade)
+            m_fnMade(_ppFrame);
+        return hr;
     }
     HRESULT STDMETHODCALLTYPE FrameRect(int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2,
                                         IZFFrame** _ppFrame) override
@@ -80,6 +86,7 @@ public:
 
     std::function<void(ZF_VID_PROPS*)> m_fnProps;  ///< changes what VideoPropsGet hands out
     std::function<void(ZF_VID_PROPS*)> m_fnCreate; ///< changes what FrameCreate is asked for
+    std::function<void(IZFFrame**)> m_fnMade;      ///< puts another frame in the place of a clone or a converted one
 
 private:
     CHookFrame(IZFFrame2* _pFrame, HOOK _fnHook)

@@ -197,8 +197,9 @@ HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
         return hr;
     }
     m_hrGPULast = S_OK;
-    if (KeyPlan_HasColorCancel(_key))
-        CancelSay(m_options->bOutputARGB ? uint32_t{eZFCC_ARGB32} : _vidProps.fccType);
+    ZF_VID_PROPS vidPropsRes = {};
+    if (KeyPlan_HasColorCancel(_key) && SUCCEEDED(cpFrameRes->VideoPropsGet(&vidPropsRes)))
+        CancelSay(vidPropsRes.fccType);
     _pFrames->cpFrameUndrawn = cpFrameRes;
     if (m_options->bTimeOverlay)
         TimeOverlay_Draw(&cpFrameRes);

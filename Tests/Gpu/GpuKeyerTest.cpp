@@ -309,16 +309,18 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
     std::mt19937 random(2);
     const CHROMA_KEY_RAW key = RandomKeys(eCKT_YUV, c_arrOptions[2], &random);
     const auto cpOther = Gpu_OtherDevice();
-    for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_UYVY})
+    for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_UYVY, eZFCC_NV12})
         for (ID3D11Device* const pDevice : {Gpu_Device(), cpOther.Get()})
         {
             constexpr int c_nWidth = 718;
+            const bool bPlanar = fccType == eZFCC_NV12;
             const PICTURE source = RandomPicture(fccType, c_nWidth, key.arrKeys[0].nValue, &random);
             std::vector<uint8_t> vecBytes;
             for (const double dblByte : source.arrBytes)
                 vecBytes.push_back(static_cast<uint8_t>(dblByte * 255 + 0.5));
             const auto cpTexture =
-                Gpu_Texture(source.nStride / 4, c_nHeight, DXGI_FORMAT_B8G8R8A8_UNORM, vecBytes, pDevice);
+                bPlanar ? Gpu_Texture(source.nStride, c_nHeight * 3 / 2, DXGI_FORMAT_R8_UNORM, vecBytes, pDevice)
+                        : Gpu_Texture(source.nStride / 4, c_nHeight, DXGI_FORMAT_B8G8R8A8_UNORM, vecBytes, pDevice);
             ZF_VID_PROPS vidProps = {};
             vidProps.fccType = fccType;
             vidProps.nWidth = c_nWidth;
@@ -356,8 +358,10 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
 
             CK_SETTINGS settings = {};
             Shader_FillKeys(key, c_nWidth, c_nHeight, false, &settings);
+            const PICTURE input =
+                bPlanar ? Rounded(ShaderTwin::Convert({eZFCC_NV12, eZFCC_UYVY}, source, c_nWidth, c_nHeight)) : source;
             const PICTURE keyed = ShaderTwin::Key(
-                {eCKT_YUV, fccType == eZFCC_RGB32 ? eKI_RGB : eKI_UYVY, eKO_Picture, true, eSYM_601}, settings, source);
+                {eCKT_YUV, fccType == eZFCC_RGB32 ? eKI_RGB : eKI_UYVY, eKO_Picture, true, eSYM_601}, settings, input);
             const auto vecKeyed = Gpu_Read(cpKeyed.Get());
             ASSERT_EQ(vecKeyed.size(), keyed.arrBytes.size());
             DISTANCE distance;

@@ -30,6 +30,16 @@ void LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame* _pFrame, HRE
         ZLog(_eLevel, _pszFormat, FrameText(_pFrame), _hr);
 }
 
+/// A texture attached to an input in system memory shows another picture than the result, which took it over.
+void TextureDrop(IZFFrame* _pFrameRes)
+{
+    ZF_VID_PROPS vidProps = {};
+    CZPtr<IUnknown> cpTexture;
+    if (SUCCEEDED(_pFrameRes->VideoPropsGet(&vidProps)) && vidProps.nGPUFlags == 0 &&
+        _pFrameRes->AttachmentGet(c_wszFrameTexture, cpTexture.Put()) == S_OK)
+        _pFrameRes->AttachmentSet(c_wszFrameTexture, nullptr);
+}
+
 /// The second interface of a frame that has a picture in system memory; the others are passed on untouched.
 CZPtr<IZFFrame2> QueryPicture(IZFFrame* _pFrame)
 {
@@ -120,6 +130,8 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key
         return hr;
     }
     hr = ProcessNew(_pFrame, vidProps, _key, _ppFrameRes, _pFrames);
+    if (*_ppFrameRes)
+        TextureDrop(*_ppFrameRes);
     if (SUCCEEDED(hr) && bCompared)
         m_cpFrameLast = CZPtr<IZFFrame>(*_ppFrameRes);
     return hr;

@@ -90,6 +90,8 @@ void ExpectTakenOver(IZFFrame* _pFrame)
     EXPECT_STREQ(bsText, L"two");
     SysFreeString(bsText);
     EXPECT_TRUE(AttachmentOf(_pFrame, L"other"));
+    CZPtr<IUnknown> cpTexture;
+    EXPECT_EQ(_pFrame->AttachmentGet(c_wszFrameTexture, cpTexture.Put()), S_FALSE) << "of the input";
 }
 
 TEST_F(GpuPlugin, GivesWhatTheCpuGives)
@@ -99,6 +101,7 @@ TEST_F(GpuPlugin, GivesWhatTheCpuGives)
         {eZFCC_RGB32, 32}, {eZFCC_RGB32, -32}, {eZFCC_ARGB32, 32}, {eZFCC_ARGB32, -32}, {eZFCC_UYVY, 32},
         {eZFCC_HDYC, 32},  {eZFCC_YUY2, 32},   {eZFCC_YVYU, 32},   {eZFCC_NV12, 32},    {eZFCC_I420, 32},
         {eZFCC_YV12, 32},  {eZFCC_I422, 32},   {eZFCC_YV16, 32},   {eZFCC_v210, 32},    {eZFCC_RGB24, 32}};
+    const auto cpTexture = Gpu_Texture(96, 32);
     size_t nKeyed = 0;
     for (const int32_t eType : {eCKT_RGB, eCKT_HLS, eCKT_YUV})
         for (const wchar_t* const pwszARGB : {L"false", L"true"})
@@ -116,6 +119,7 @@ TEST_F(GpuPlugin, GivesWhatTheCpuGives)
                 ASSERT_EQ(cpFrame->PropsSet(L"camera", L"two"), S_OK);
                 ASSERT_EQ(cpFrame->AttachmentSet(L"other", ZQuery<IZFFrame>(TestFrame_Make(eZFCC_UYVY, 8, 8)).Get()),
                           S_OK);
+                ASSERT_EQ(cpFrame->AttachmentSet(c_wszFrameTexture, cpTexture.Get()), S_OK);
                 const std::string strBefore = Shown(cpFrame.Get());
                 const auto cpCPU = Receive(cpFrame.Get(), L"0");
                 const auto cpGPU = Receive(cpFrame.Get(), L"1");
@@ -126,6 +130,7 @@ TEST_F(GpuPlugin, GivesWhatTheCpuGives)
                 const auto cpMaskGPU = ZQuery<IZFFrame>(AttachmentOf(cpGPU.Get(), L"mask"));
                 ASSERT_TRUE(cpMaskCPU && cpMaskGPU);
                 EXPECT_TRUE(Shown(cpMaskGPU.Get()) == Shown(cpMaskCPU.Get()));
+                ExpectTakenOver(cpCPU.Get());
                 ExpectTakenOver(cpGPU.Get());
                 EXPECT_TRUE(Shown(cpFrame.Get()) == strBefore) << "the input is never written";
             }

@@ -140,9 +140,12 @@ TEST(KeyConstants, CancelIsNeededForLiveKeysThatCancel)
     key.nKeysUsed = 0;
     EXPECT_FALSE(Shader_NeedsCancel(key));
     key.nKeysUsed = 1;
-    key.arrKeys[0].nReverseKey = 1;
     key.nInverseKey = 1;
-    EXPECT_FALSE(Shader_NeedsCancel(key) || Shader_NeedsInverse(key));
+    for (const int32_t nReverseKey : {1, -1})
+    {
+        key.arrKeys[0].nReverseKey = nReverseKey;
+        EXPECT_FALSE(Shader_NeedsCancel(key) || Shader_NeedsInverse(key)) << nReverseKey;
+    }
     key.arrKeys[0].nReverseKey = 0;
     EXPECT_TRUE(Shader_NeedsInverse(key));
     key.bColorCancel = 0;

@@ -120,7 +120,7 @@ bool IsDead(const SINGLE_KEY& _key)
 
 bool IsKeying(const SINGLE_KEY& _key)
 {
-    return !IsDead(_key) && _key.nReverseKey <= 0;
+    return !IsDead(_key) && _key.nReverseKey == 0;
 }
 
 void FillDead(CK_SHADER_KEY* _pKey)

@@ -56,9 +56,16 @@ public:
     /// S_OK; S_FALSE: a key type other than RGB, HLS and YUV (nothing is written), or no key that keys and no colour
     /// cancel (the slices are set to 255); E_POINTER; E_NOTIMPL: a format that cannot be read; E_INVALIDARG: planes or
     /// properties that do not fit; E_OUTOFMEMORY; Z_E_TIMEOUT: the workers were not done within 10 s. A worker that
-    /// cannot be stopped then may still touch the planes.
+    /// cannot be stopped then may still touch the planes: see Hold.
     HRESULT ProcessFrame(const ZF_VID_PTR* _pInput, uint8_t* _pbAlpha1Ch, const ZF_VID_PROPS* _pInputProps,
                          const CHROMA_KEY_RAW* _pChromaKey);
+
+    /// Behind a ProcessFrame that timed out: keeps the owners of picture and mask for as long as a worker may touch
+    /// them.
+    void Hold(IUnknown* _pPicture, IUnknown* _pMask)
+    {
+        m_pool.Hold(_pPicture, _pMask);
+    }
 
 private:
     HRESULT JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, const ZF_VID_PROPS& _vidProps);

@@ -112,8 +112,10 @@ bool CCoZChromaKey::FinalRelease()
     }
     if (SUCCEEDED(Close()))
         return true;
-    m_flow.Abandon();
-    return false;
+    return !m_flow.Abandon([this] {
+        ProcessorsClose();
+        delete this;
+    });
 }
 
 HRESULT CCoZChromaKey::PluginInfoGet(BSTR* _pbsName, BSTR* _pbsVersion)

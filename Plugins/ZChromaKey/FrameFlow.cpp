@@ -81,6 +81,7 @@ CFrameFlow::RESULT CFrameFlow::Swap(IZFFrame* _pFrameOrNull)
         m_cpFrameIn = CZPtr<IZFFrame>(_pFrameOrNull);
         m_bDrop = false;
         m_evtOutputReady.Reset();
+        ++m_nUnderWay;
         m_thrOutput->Wake();
     }
     return res;
@@ -108,6 +109,10 @@ void CFrameFlow::OutputThread()
     cpFrameIn.Reset();
     res.cpFrame.Reset();
     m_evtOutputReady.Set();
+    const std::lock_guard lock(m_mtxSlots); // last: an abandoned object may be gone behind it
+    --m_nUnderWay;
+    if (m_fnAbandoned)
+        CZWorkerThread::EndCurrent(std::exchange(m_fnAbandoned, {}));
 }
 
 void CFrameFlow::Flush()
@@ -130,6 +135,7 @@ HRESULT CFrameFlow::Close(uint32_t _nMaxMs)
     {
         const std::lock_guard lockSlots(m_mtxSlots);
         cpDropped = std::exchange(m_cpFrameIn, {}); // a frame that the thread had not begun
+        m_nUnderWay = 0;
     }
     m_evtOutputReady.Set();
     return S_OK;
@@ -149,8 +155,15 @@ void CFrameFlow::CloseFromWithin(std::function<void()> _fnAfter)
     CZWorkerThread::EndCurrent(std::move(_fnAfter));
 }
 
-void CFrameFlow::Abandon()
+bool CFrameFlow::Abandon(std::function<void()> _fnAfter)
 {
-    const std::lock_guard lock(m_mtxThread);
-    m_thrOutput.reset(); // logs that the thread was not stopped
+    {
+        const std::lock_guard lock(m_mtxThread);
+        m_thrOutput.reset(); // logs that the thread was not stopped
+    }
+    const std::lock_guard lock(m_mtxSlots);
+    if (m_nUnderWay == 0)
+        return false;
+    m_fnAbandoned = std::move(_fnAfter);
+    return true;
 }

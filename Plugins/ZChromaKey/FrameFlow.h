@@ -50,8 +50,9 @@ public:
     /// calls _fnAfter as its last act. Other threads' Close waits for that, too.
     void CloseFromWithin(std::function<void()> _fnAfter);
 
-    /// Lets go of a thread that Close could not stop. This object must stay in memory, for the thread still uses it.
-    void Abandon();
+    /// Lets go of a thread that Close could not stop, and that still uses this object: it calls _fnAfter as its last
+    /// act. False: the thread has come to its end after all, and does not. The object may be gone when this comes back.
+    bool Abandon(std::function<void()> _fnAfter);
 
 private:
     struct RESULT
@@ -76,4 +77,6 @@ private:
     CZPtr<IZFFrame> m_cpFrameIn;
     RESULT m_resOut;
     bool m_bDrop = false; // the result of the frame under way is not wanted
+    int m_nUnderWay = 0;  // frames that the thread was woken for and is not done with
+    std::function<void()> m_fnAbandoned;
 };

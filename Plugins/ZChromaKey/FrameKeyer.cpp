@@ -277,12 +277,14 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const C
     }
     if (SUCCEEDED(hr))
         hr = pFrame->AttachmentSet(L"mask", mask.cpFrame.Get());
-    if (hr == Z_E_TIMEOUT) // a worker may still touch both pictures: they stay in memory for good
+    if (hr == Z_E_TIMEOUT)
     {
-        pFrame->AddRef();
-        mask.cpFrame.Detach();
+        m_engine->Hold(pFrame, mask.cpFrame.Get());
+        ZLog(eZLog_Error,
+             "CCoZChromaKey::OnMediaReceive: keying was given up: a thread waited too long for the frame's "
+             "memory or for the log; it is left to itself, and the next frame gets another one\n");
     }
-    if (FAILED(hr))
+    else if (FAILED(hr))
         ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: keying on the CPU failed, hr=%08X\n", hr);
     return hr;
 }

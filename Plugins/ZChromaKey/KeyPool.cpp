@@ -96,3 +96,14 @@ void CKeyPool::Stop(uint32_t _nMaxMs)
         WorkerStop(upWorker, _nMaxMs);
     m_nReady = 0;
 }
+
+void CKeyPool::Hold(IUnknown* _pPicture, IUnknown* _pMask)
+{
+    for (auto& upWorker : m_arrWorkers)
+    {
+        if (!upWorker || !upWorker->bStuck)
+            continue;
+        upWorker->spSlot->arrHeld[0] = CZPtr<IUnknown>(_pPicture);
+        upWorker->spSlot->arrHeld[1] = CZPtr<IUnknown>(_pMask);
+    }
+}

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Base/ZModuleRef.h"
+#include "Base/ZPtr.h"
 #include "Base/ZThread.h"
 #include "ZChromaKey/KeySlice.h"
 
@@ -14,12 +16,14 @@ inline constexpr uint32_t c_nMaxKeyThreads = 16;
 /// touches freed memory. Written by the frame thread before the worker is woken, read again when it is done.
 struct KEY_SLOT
 {
+    CZModuleRef refModule; ///< first: a worker that hangs runs code of this module
     KEY_JOB job = {};
     bool bJob = false; ///< there is a job; the worker clears it
     CKeySlice slice;
     HRESULT hrResult = S_OK;
     std::atomic<bool> bGo = true; ///< false: the worker ends at the next row
     CZEvent evtDone;
+    CZPtr<IUnknown> arrHeld[2]; ///< of CKeyPool::Hold
 };
 
 /// The worker threads of an engine, which run one slice of a frame each.
@@ -48,6 +52,8 @@ public:
     HRESULT Run(uint32_t _nMaxMs = c_nThreadStopMs);
     /// Stops all workers, waiting that long for each.
     void Stop(uint32_t _nMaxMs = c_nThreadStopMs);
+    /// Keeps what owns the planes of a job for as long as a worker that could not be stopped may touch them.
+    void Hold(IUnknown* _pPicture, IUnknown* _pMask);
 
     /// Does the slot's job; S_FALSE without one.
     static HRESULT KeySlice(KEY_SLOT& _slot);

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -296,6 +297,100 @@ TEST(FaultsHosts, CallFromManyThreadsAtOnce)
     EXPECT_GE(nResults, 300);
     EXPECT_GE(nSaved, 50);
     EXPECT_EQ(log.Count(""), 0u);
+}
+
+/// A host's log that does not come back from the first line of a keying thread until it is told to.
+class CHangingLog final : public CZUnknown<IZLogSink>
+{
+public:
+    void STDMETHODCALLTYPE LogLine(int32_t, const char* _pszText) override
+    {
+        const std::string_view svText(_pszText);
+        m_nLeft += svText.find("NOT STOPPED") != std::string_view::npos;
+        m_nGivenUp += svText.find("keying was given up") != std::string_view::npos;
+        if (svText.find("keys)]") == std::string_view::npos || m_bHung.exchange(true))
+            return;
+        m_evtInside.Set();
+        m_evtGo.Wait(120'000);
+    }
+
+    CZEvent m_evtInside;
+    CZEvent m_evtGo;
+    std::atomic<bool> m_bHung{false};
+    std::atomic<int> m_nLeft{0};    ///< threads that were left to themselves
+    std::atomic<int> m_nGivenUp{0}; ///< frames
+};
+
+/// A keying thread that hangs in the host's log and an output thread that hangs in the host's frame, side by side, for
+/// each is waited for twice.
+TEST(FaultsHosts, HangForLongerThanTheyAreWaitedFor)
+{
+    using CLOCK = std::chrono::steady_clock;
+    const auto timeBegin = CLOCK::now();
+    const auto fnSeconds = [&] { return std::chrono::duration<double>(CLOCK::now() - timeBegin).count(); };
+    const auto cpLog = CZPtr<CHangingLog>::Adopt(new CHangingLog);
+    ZLog_Set(cpLog.Get(), eZLog_Verbose);
+    const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 64, -48);
+    ZF_VID_PROPS vidProps = {};
+    ZF_VID_PTR vidPtr = {};
+    EXPECT_EQ(cpFrame->VideoPropsGet(&vidProps), S_OK);
+    EXPECT_EQ(cpFrame->VideoPtrGet(eZFP_Stored, &vidPtr), S_OK);
+    std::atomic<bool> bGivenBack{false};
+    CZPtr<CZFrame> cpPixels;
+    EXPECT_EQ(ZFrame_WrapPlanes(
+                  vidProps, vidPtr, [&] { bGivenBack = true; }, cpPixels.Put()),
+              S_OK);
+    auto cpKeyer = Make(L"false");
+    HRESULT hrHung = S_OK;
+    std::thread thrHost([&] { hrHung = Key(cpKeyer.Get(), cpPixels.Get()); });
+    ASSERT_TRUE(cpLog->m_evtInside.Wait(10'000));
+
+    auto cpOther = Make(L"true");
+    CZEvent evtAsked;
+    CZEvent evtAnswer;
+    const auto fnHandIn = [&] {
+        CZPtr<IZFFrame> cpRes;
+        const auto cpSlow = CHookFrame::Make(cpFrame.Get(), [&](const std::string& _strMethod) {
+            if (_strMethod == "FrameCreate")
+            {
+                evtAsked.Set();
+                evtAnswer.Wait(120'000);
+            }
+            return S_OK;
+        });
+        return cpOther->OnMediaReceive(cpSlow.Get(), cpRes.Put());
+    };
+    EXPECT_EQ(fnHandIn(), S_FALSE);
+    EXPECT_EQ(fnHandIn(), Z_E_TIMEOUT) << "one second";
+    EXPECT_EQ(cpOther->Close(), Z_E_TIMEOUT) << "ten";
+    evtAnswer.Set();
+    EXPECT_EQ(Key(cpOther.Get(), TestFrame_Make(eZFCC_RGB32, 72, -48).Get()), S_OK) << "it works again";
+    evtAnswer.Reset();
+    evtAsked.Reset();
+    EXPECT_EQ(fnHandIn(), S_FALSE);
+    EXPECT_TRUE(evtAsked.Wait(10'000)); // otherwise the frame would just not be begun
+    cpOther.Reset();
+
+    thrHost.join();
+    EXPECT_EQ(hrHung, Z_E_TIMEOUT);
+    EXPECT_EQ(cpLog->m_nGivenUp, 1);
+    EXPECT_EQ(Key(cpKeyer.Get(), TestFrame_Make(eZFCC_RGB32, 80, -48).Get()), S_OK) << "with another thread";
+    cpKeyer.Reset();
+    cpPixels.Reset();
+    EXPECT_EQ(cpLog->m_nLeft, 2) << "one thread of each object";
+    EXPECT_GT(fnSeconds(), 20);
+    EXPECT_LT(fnSeconds(), 60);
+
+    evtAnswer.Set();
+    std::this_thread::sleep_for(std::chrono::milliseconds(200)); // the output thread ends, and its object with it
+    EXPECT_FALSE(ZModule_IsIdle()) << "the keying thread still runs code of the module";
+    EXPECT_FALSE(bGivenBack) << "and may touch the host's pixels";
+    cpLog->m_evtGo.Set();
+    for (int n = 0; n < 10'000 && !(ZModule_IsIdle() && bGivenBack); ++n)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_TRUE(ZModule_IsIdle());
+    EXPECT_TRUE(bGivenBack);
+    ZLog_Set(nullptr, eZLog_Warning);
 }
 
 } // namespace

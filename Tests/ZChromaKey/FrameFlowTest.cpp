@@ -235,10 +235,12 @@ TEST(FrameFlowThread, OutlivesAStopThatTakesTooLong)
     ASSERT_TRUE(evtBusy.Wait(10'000));
     EXPECT_EQ(flow.Close(10), Z_E_TIMEOUT);
     const CLogCatcher log;
-    flow.Abandon();
+    CZEvent evtGone;
+    EXPECT_TRUE(flow.Abandon([&] { evtGone.Set(); }));
     EXPECT_EQ(log.Count("NOT STOPPED before destroying", eZLog_Warning), 1u);
+    EXPECT_FALSE(evtGone.Wait(0));
     evtGo.Set();
-    EXPECT_EQ(flow.Receive(nullptr, cpRes.Put()), S_FALSE) << "waits until the thread has let go";
+    EXPECT_TRUE(evtGone.Wait(10'000)) << "the thread's last act";
     EXPECT_EQ(RefsOf(cpFrame.Get()), 1u);
 }
 

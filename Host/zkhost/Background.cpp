@@ -2,6 +2,7 @@
 
 #include "zkhost/HostError.h"
 #include "zkhost/PictureFile.h"
+#include "zkhost/Platform.h"
 
 #include "Base/ZLog.h"
 
@@ -65,6 +66,9 @@ PICTURE Background_Load(const std::string& _strColorOrPath, int _nWidth, int _nH
             throw CZUsageError(ZFormat("--background %s: a colour is written as #RRGGBB", _strColorOrPath));
         return Plain(nRGB, _nWidth, _nHeight);
     }
+    if (!Platform_Exists(_strColorOrPath))
+        throw CZHostError(
+            ZFormat("--background %s: there is no such picture; a colour is written as #RRGGBB", _strColorOrPath));
     PICTURE picture = PictureFile_Read(_strColorOrPath);
     if (picture.bAlpha)
         Picture_Over(picture, Plain(0, picture.nWidth, picture.nHeight));

@@ -148,16 +148,21 @@ void Command_AddBench(CLI::App& _app)
     CLI::App& command = *_app.add_subcommand(
         "bench", "Measure how fast frames are keyed, beside a pass that only reads a frame and writes a mask");
     const auto spCommand = std::make_shared<BENCH_COMMAND>();
-    command.add_option("--size", spCommand->strSize, "WxH")->capture_default_str();
+    command.add_option("--size", spCommand->strSize, "Width and height in pixels")
+        ->type_name("WxH")
+        ->capture_default_str();
     command
         .add_option("--format", spCommand->strFormat,
                     "Pixel format of the frames; RGB ones are keyed in RGB, the others in YUV")
+        ->type_name("NAME")
         ->capture_default_str();
     command.add_option("--keys", spCommand->nKeys, "How many keys, 1 to 16")
+        ->type_name("N")
         ->check(Command_Whole(1, Z_MAX_KEYS))
         ->capture_default_str();
     command
         .add_option("--threads", spCommand->nThreads, "How many threads key a frame, 1 to 16; the other pass has one")
+        ->type_name("N")
         ->check(Command_Whole(1, 16))
         ->capture_default_str();
     command.add_flag("--gpu", spCommand->bGPU,

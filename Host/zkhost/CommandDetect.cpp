@@ -26,7 +26,9 @@ int Search(const DETECT_COMMAND& _command)
     const CZPtr<IZFFrame> cpFrame = upSource->Next();
     if (!cpFrame)
         throw CZHostError(ZFormat("%s holds no frame", _command.options.Input()));
-    CZOutFile file(_command.strOutput);
+    CZOutFiles files;
+    files.Protect(_command.options.Input());
+    CZOutFile& file = files.Create(_command.strOutput);
     CZKeyer keyer;
     _command.options.ApplyOptions(keyer);
     CZKeyer::Check(keyer.Key()->KeyFrameSet(cpFrame.Get(), nullptr), "handing over the first frame");
@@ -34,7 +36,7 @@ int Search(const DETECT_COMMAND& _command)
     CHROMA_KEY_RAW key = {};
     CZKeyer::Check(keyer.Key()->KeyRawGet(&key, nullptr), "looking at the keys found");
     keyer.Save(file);
-    file.Commit();
+    files.CommitAll();
     return key.nKeysUsed;
 }
 
@@ -59,6 +61,8 @@ void Command_AddDetect(CLI::App& _app)
                    "  zkhost detect photo.jpg -o keys.xml --set detect.blocks=32 --set detect.max_keys=4\n");
     spCommand->options.AddInput(command);
     command.add_option("-o,--output", spCommand->strOutput, "A key file, or - for standard output")
+        ->type_name("FILE")
+        ->check(Command_File())
         ->capture_default_str();
     command.callback([spCommand] { Run(*spCommand); });
 }

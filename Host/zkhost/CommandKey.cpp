@@ -39,6 +39,7 @@ public:
     CZKeyOutputs(const KEY_COMMAND& _command, const STREAM& _stream)
         : m_command(_command)
     {
+        m_files.Protect(_command.options.Input());
         const bool bRaw = NamePattern_Extension(_command.strOutput) == "raw";
         m_upPictures = PictureWriter_Open(_command.strOutput, _stream, bRaw ? eZFCC_ARGB32 : eZFCC_Y444, m_files);
         if (!_command.strMask.empty())
@@ -115,11 +116,18 @@ void Command_AddKey(CLI::App& _app)
         .add_option("-o,--output", spCommand->strOutput,
                     "*.png or name_%05d.png (straight alpha), *.y4m or - (4:4:4 with alpha), *.raw (ARGB32)")
         ->type_name("FILE")
+        ->check(Command_File())
         ->required();
-    command.add_option("--mask", spCommand->strMask, "The mask alone, grey, in any of the kinds of -o");
-    command.add_option("--background", spCommand->strBackground,
-                       "Lay the result over a colour (#RRGGBB) or a picture; the output is opaque then");
+    command.add_option("--mask", spCommand->strMask, "The mask alone, grey, in any of the kinds of -o")
+        ->type_name("FILE")
+        ->check(Command_File());
+    command
+        .add_option("--background", spCommand->strBackground,
+                    "Lay the result over a colour (#RRGGBB) or a picture; the output is opaque then")
+        ->type_name("FILE")
+        ->check(Command_File());
     command.add_option("--frames", spCommand->nFrames, "Key this many frames; all unless given")
+        ->type_name("N")
         ->check(Command_Whole(1));
     spCommand->options.AddKeys(command, false);
     command.callback([spCommand] { Run(*spCommand); });

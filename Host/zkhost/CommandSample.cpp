@@ -80,7 +80,7 @@ void Run(const SAMPLE_COMMAND& _command)
         progress.Step();
     }
     files.CommitAll();
-    progress.Summary(ZFormat("%d x %d %s to %s", scene.nWidth, scene.nHeight, _command.strFormat, _command.strOutput));
+    progress.Summary(ZFormat("%d x %d to %s", scene.nWidth, scene.nHeight, _command.strOutput));
 }
 
 void AddOptions(CLI::App& _app, SAMPLE_COMMAND& _command)
@@ -88,11 +88,20 @@ void AddOptions(CLI::App& _app, SAMPLE_COMMAND& _command)
     _app.add_option("-o,--output", _command.strOutput,
                     "*.y4m or - (I420, I422, Y444), *.raw, *.png, name_%05d.png, or a folder, which is made where it "
                     "is not there")
+        ->type_name("FILE")
+        ->check(Command_File())
         ->required();
-    _app.add_option("--truth", _command.strTruth, "Where its true alpha goes, grey, in any of these kinds");
-    _app.add_option("--size", _command.strSize, "WxH")->capture_default_str();
-    _app.add_option("--frames", _command.nFrames, "How many frames")->check(Command_Whole(1))->capture_default_str();
-    _app.add_option("--format", _command.strFormat, "Pixel format of *.y4m and *.raw")->capture_default_str();
+    _app.add_option("--truth", _command.strTruth, "Where its true alpha goes, grey, in any of these kinds")
+        ->type_name("FILE")
+        ->check(Command_File());
+    _app.add_option("--size", _command.strSize, "Width and height in pixels")->type_name("WxH")->capture_default_str();
+    _app.add_option("--frames", _command.nFrames, "How many frames")
+        ->type_name("N")
+        ->check(Command_Whole(1))
+        ->capture_default_str();
+    _app.add_option("--format", _command.strFormat, "Pixel format of *.y4m and *.raw (\"zkhost formats\" lists them)")
+        ->type_name("NAME")
+        ->capture_default_str();
     _app.add_option("--screen", _command.strScreen, "Colour of the backdrop, green or blue")
         ->check(CLI::IsMember({"green", "blue"}))
         ->capture_default_str();

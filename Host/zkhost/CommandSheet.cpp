@@ -123,6 +123,7 @@ PICTURE Draw(const SHEET_COMMAND& _command, const PICTURE& _source, const KEYED&
 ZF_SIZE Make(const SHEET_COMMAND& _command)
 {
     CZOutFiles files;
+    files.Protect(_command.options.Input());
     CZOutFile& file = files.Create(_command.strOutput);
     CZOutFile* const pKeys = _command.options.OpenKeys(files);
     CZKeyer keyer;
@@ -159,11 +160,18 @@ void Command_AddSheet(CLI::App& _app)
                    "  zkhost sheet clip.y4m -o sheet.png --frame 30\n"
                    "  zkhost sheet photo.jpg -o sheet.png --pick 20,40 --background beach.jpg\n");
     spCommand->options.AddInput(command);
-    command.add_option("-o,--output", spCommand->strOutput, "The sheet, a *.png")->required();
-    command.add_option("--background", spCommand->strBackground,
-                       "A colour (#RRGGBB) or a picture instead of the built-in scenery");
+    command.add_option("-o,--output", spCommand->strOutput, "The sheet, a *.png")
+        ->type_name("FILE")
+        ->check(Command_File())
+        ->required();
+    command
+        .add_option("--background", spCommand->strBackground,
+                    "A colour (#RRGGBB) or a picture instead of the built-in scenery")
+        ->type_name("FILE")
+        ->check(Command_File());
     command
         .add_option("--frame", spCommand->nFrame, "Which frame to show, counted from 1; the keys come from the first")
+        ->type_name("N")
         ->check(Command_Whole(1));
     spCommand->options.AddKeys(command, true);
     command.callback([spCommand] { Run(*spCommand); });

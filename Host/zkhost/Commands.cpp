@@ -15,3 +15,15 @@ CLI::Validator Command_Whole(int64_t _nMin, int64_t _nMax)
         },
         "");
 }
+
+CLI::Validator Command_File()
+{
+    return CLI::Validator(
+        [](const std::string& _strValue) {
+            const bool bOption = _strValue.size() > 1 && _strValue.front() == '-';
+            return bOption
+                       ? ZFormat("a file name is missing before %s; a file of that name is ./%s", _strValue, _strValue)
+                       : std::string();
+        },
+        "");
+}

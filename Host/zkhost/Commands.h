@@ -20,3 +20,6 @@ void Command_AddInfo(CLI::App& _app);
 
 /// Checks that an option is a whole number in a range; its message names the range, where it has an end.
 CLI::Validator Command_Whole(int64_t _nMin, int64_t _nMax = INT64_MAX);
+
+/// Checks that an option that names a file has not taken the next option for one.
+CLI::Validator Command_File();

@@ -14,11 +14,11 @@ CZInFile::CZInFile(const std::string& _strPath)
 {
     if (_strPath == "-")
         m_pFile = Platform_StandardStream(false);
-    else if (Platform_IsFolder(_strPath))
-        throw CZHostError(
-            ZFormat("%s is a folder; name a file, or a picture sequence as \"%s/name_%%05d.png\"", _strPath, _strPath));
     else
+    {
+        InFile_CheckNoFolder(_strPath);
         m_pFile = Platform_Open(_strPath, false);
+    }
     if (!m_pFile)
         throw CZHostError(ZFormat("cannot open %s: %s", _strPath, Platform_LastError()));
 }
@@ -58,6 +58,13 @@ bool CZInFile::ReadLine(std::string& _strLine, size_t _nMaxLength, const char* _
     if (_strLine.empty())
         return false;
     throw CZHostError(ZFormat("%s ends inside %s, after %d bytes of it", m_strName, _pszWhat, _strLine.size()));
+}
+
+void InFile_CheckNoFolder(const std::string& _strPath)
+{
+    if (Platform_IsFolder(_strPath))
+        throw CZHostError(
+            ZFormat("%s is a folder; name a file, or a picture sequence as \"%s/name_%%05d.png\"", _strPath, _strPath));
 }
 
 std::vector<uint8_t> InFile_ReadAll(const std::string& _strPath, size_t _nMaxBytes)

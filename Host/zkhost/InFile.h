@@ -34,5 +34,8 @@ private:
     std::FILE* m_pFile = nullptr;
 };
 
+/// Throws CZHostError where a folder is named instead of a file.
+void InFile_CheckNoFolder(const std::string& _strPath);
+
 /// A whole file in memory; throws CZHostError when it cannot be read or is larger than allowed.
 std::vector<uint8_t> InFile_ReadAll(const std::string& _strPath, size_t _nMaxBytes);

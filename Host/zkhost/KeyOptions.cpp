@@ -1,5 +1,6 @@
 #include "zkhost/KeyOptions.h"
 
+#include "zkhost/Commands.h"
 #include "zkhost/HostError.h"
 #include "zkhost/HostLog.h"
 #include "zkhost/PluginOptions.h"
@@ -110,9 +111,9 @@ void CZKeyOptions::AddInput(CLI::App& _command)
         ->type_name("SPEC");
     _command
         .add_option("--set", m_vecSets,
-                    "An option of the plug-in; may be repeated. There are " + PluginOptions_Names() +
-                        ". What is not set has the plug-in's default: on Windows, frames are keyed on the GPU where "
-                        "there is one; gpu_mode=0 keys on the CPU, whose results are the same on every machine")
+                    "An option of the plug-in; may be repeated. \"zkhost options\" lists and explains them. On\n"
+                    "Windows, frames are keyed on the GPU where there is one, unless gpu_mode=0 is set: the\n"
+                    "results of the CPU are the same on every machine")
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false);
     _command.add_flag("--quiet,-q", m_bQuiet, "Only errors on standard error");
@@ -125,6 +126,7 @@ void CZKeyOptions::AddKeys(CLI::App& _command, bool _bOrAuto)
     constexpr const char* c_pszGroup = "Keys, made on the first frame";
     _command.add_option("--keys", m_strKeys, "Keys and options from a file that was saved before")
         ->type_name("FILE.xml")
+        ->check(Command_File())
         ->group(c_pszGroup);
     _command.add_flag("--auto", m_bAuto, "Find a green or blue backdrop")->group(c_pszGroup);
     _command.add_option("--pick", m_vecPicks, "Key the colour at X,Y; --pick, --rect and --exclude may be repeated")
@@ -148,6 +150,7 @@ void CZKeyOptions::AddKeys(CLI::App& _command, bool _bOrAuto)
         ->group(c_pszGroup);
     _command.add_option("--save-keys", m_strSaveKeys, "Save what was used to a file")
         ->type_name("FILE.xml")
+        ->check(Command_File())
         ->group(c_pszGroup);
     _command.footer(AdjustHelp() + "\n" + _command.get_footer());
 }

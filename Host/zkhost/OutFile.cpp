@@ -93,8 +93,20 @@ CZOutFiles::~CZOutFiles()
         Platform_Remove(strFolder);
 }
 
+void CZOutFiles::Protect(const std::string& _strInput)
+{
+    m_strProtected = _strInput == "-" ? "" : TextFile_Target(_strInput).strPath;
+}
+
+void CZOutFiles::Check(const std::string& _strPath) const
+{
+    if (!m_strProtected.empty() && _strPath != "-" && TextFile_Target(_strPath).strPath == m_strProtected)
+        throw CZUsageError(ZFormat("%s is what this command reads; give the output another name", _strPath));
+}
+
 CZOutFile& CZOutFiles::Create(const std::string& _strPath)
 {
+    Check(_strPath);
     if (!m_setTargets.insert(_strPath == "-" ? "-" : TextFile_Target(_strPath).strPath).second)
         throw CZUsageError(ZFormat("two outputs of this command are one: %s; give each its own name", _strPath));
     m_vecFiles.push_back(std::make_unique<CZOutFile>(_strPath));

@@ -53,6 +53,10 @@ public:
     CZOutFiles(const CZOutFiles&) = delete;
     CZOutFiles& operator=(const CZOutFiles&) = delete;
 
+    /// What the job reads (a file, "-" or the name of a sequence) is not to be written.
+    void Protect(const std::string& _strInput);
+    /// Throws CZUsageError for what is protected, whatever name it is given. Create does so by itself.
+    void Check(const std::string& _strPath) const;
     /// The file belongs to this collection. Throws CZUsageError for one that the job writes already, whatever name it
     /// is given.
     CZOutFile& Create(const std::string& _strPath);
@@ -62,6 +66,7 @@ public:
 
 private:
     std::vector<std::unique_ptr<CZOutFile>> m_vecFiles;
+    std::string m_strProtected;            ///< by its one true name; empty: nothing
     std::set<std::string> m_setTargets;    ///< what is written, by its one true name
     std::vector<std::string> m_vecFolders; ///< made, and not yet in use
 };

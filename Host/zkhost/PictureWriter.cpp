@@ -19,7 +19,9 @@ public:
         , m_bSequence(NamePattern_IsPattern(_strPath))
         , m_files(_files)
     {
-        if (!m_bSequence)
+        if (m_bSequence)
+            m_files.Check(m_strPath);
+        else
             m_pFile = &m_files.Create(m_strPath);
     }
 

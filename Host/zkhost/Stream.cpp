@@ -1,6 +1,7 @@
 #include "zkhost/Stream.h"
 
 #include "zkhost/HostError.h"
+#include "zkhost/InFile.h"
 #include "zkhost/NamePattern.h"
 #include "zkhost/PictureReader.h"
 #include "zkhost/RawReader.h"
@@ -91,8 +92,10 @@ std::unique_ptr<CZFrameSource> Stream_Open(const std::string& _strPath, const st
         return std::make_unique<CZY4mReader>(_strPath);
     if (strType == "png" || strType == "jpg" || strType == "jpeg")
         return std::make_unique<CZPictureReader>(_strPath);
+    InFile_CheckNoFolder(_strPath);
     throw CZUsageError(
         ZFormat("%s: unknown kind of input; use *.png, *.jpg, name_%%05d.png, *.y4m, *.raw with --in, or "
-                "- for Y4M on standard input",
+                "- for Y4M on standard input, which a decoder makes of other videos: "
+                "ffmpeg -v error -i VIDEO -f yuv4mpegpipe - | zkhost key - ...",
                 _strPath));
 }

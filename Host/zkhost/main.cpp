@@ -4,6 +4,8 @@
 #include "zkhost/OutFile.h"
 #include "zkhost/Platform.h"
 
+#include "Base/ZLog.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -36,10 +38,38 @@ int OnParseEnd(const CLI::App& _app, const CLI::ParseError& _error)
     return Fail(strText + "; see " + strCommand + " --help", 2);
 }
 
+/// "help" and "help COMMAND" are what many type first.
+void TakeHelp(std::vector<std::string>& _vecArgs)
+{
+    if (_vecArgs.empty() || _vecArgs.front() != "help")
+        return;
+    _vecArgs.erase(_vecArgs.begin());
+    _vecArgs.emplace_back("--help");
+}
+
+/// The parser itself only says that a command is missing.
+void CheckCommand(const CLI::App& _app, const std::vector<std::string>& _vecArgs)
+{
+    const bool bNone = _vecArgs.empty();
+    bool bRight = !bNone && _vecArgs.front().starts_with('-');
+    std::string strNames;
+    for (const CLI::App* pCommand : _app.get_subcommands({}))
+    {
+        bRight = bRight || (!bNone && _vecArgs.front() == pCommand->get_name());
+        strNames += (strNames.empty() ? "" : ", ") + pCommand->get_name();
+    }
+    if (bRight)
+        return;
+    const std::string strWrong =
+        bNone ? "a command is missing" : ZFormat("there is no command \"%s\"", _vecArgs.front());
+    throw CZUsageError(ZFormat("%s; there are %s; see zkhost --help", strWrong, strNames));
+}
+
 int Run(int _nArgs, char** _ppszArgs)
 {
     CLI::App app("Keys a green, blue or any other backdrop out of video and pictures.", "zkhost");
     app.require_subcommand(1);
+    app.set_version_flag("--version", "zkhost " ZCK_VERSION, "Print the version and exit");
     app.footer("zkhost COMMAND --help explains a command and gives examples.\n"
                "Exit status: 0 done, 1 the job failed, 2 the command line is wrong.");
     Command_AddKey(app);
@@ -54,6 +84,8 @@ int Run(int _nArgs, char** _ppszArgs)
     Command_AddInfo(app);
     std::vector<std::string> vecArgs = Platform_Arguments(_nArgs, _ppszArgs);
     vecArgs.erase(vecArgs.begin());
+    TakeHelp(vecArgs);
+    CheckCommand(app, vecArgs);
     std::reverse(vecArgs.begin(), vecArgs.end()); // the parser takes them off the end
     try
     {

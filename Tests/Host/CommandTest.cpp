@@ -118,7 +118,9 @@ TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
     const std::string strOut = " -o " + File("o.png");
     const std::pair<std::string, const char*> arrCases[] = {
         {"", "--help"},
-        {"nosuch", "--help"},
+        {"nosuch", "no command \"nosuch\"; there are key, "},
+        {"key " + strIn + " -o --auto", "a file name is missing before --auto"},
+        {"key " + strIn + " --auto -o " + File("no/../a.y4m"), "is what this command reads"},
         {"key", "zkhost key --help"},
         {"key " + strIn + strOut, "--auto"},
         {"key " + strIn + strOut + " --frames -1 --auto", "--frames"},

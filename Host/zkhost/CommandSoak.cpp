@@ -130,8 +130,9 @@ private:
     {
         std::string strText = ZFormat("seconds\t%.0f\nseed\t%I64u\nframes\t%I64d\nresults\t%I64d\n", Seconds(),
                                       m_command.nSeed, m_counts.nFrames, m_counts.nResults);
-        strText += ZFormat("checked against the plain path\t%I64d, all equal%hs\nobjects\t%I64d\n", m_counts.nChecks,
-                           m_command.bGPU ? " in size" : "", m_counts.nObjects);
+        strText += ZFormat("checked against the plain path\t%I64d, all equal%hs\nof these with colour cancel\t%I64d\n",
+                           m_counts.nChecks, m_command.bGPU ? " in size" : "", m_counts.nCleaned);
+        strText += ZFormat("objects\t%I64d\n", m_counts.nObjects);
         strText += ZFormat("edits\t%I64d\nsaved and loaded\t%I64d\n", m_counts.nEdits, m_counts.nDocuments);
         strText += ZFormat("most memory\t%.1f MB, %.1f MB when warm (%+.2f %%)\n", MB(_end.cbPeak), MB(_warm.cbPeak),
                            100 * Share(_end.cbPeak - _warm.cbPeak, _warm.cbPeak));
@@ -169,6 +170,7 @@ void Command_AddSoak(CLI::App& _app)
         ->capture_default_str();
     command.add_option("--seed", spCommand->nSeed, "Another number: other changes")->capture_default_str();
     command.add_option("--threads-max", spCommand->nThreadsMax, "The most threads that key a frame, 1 to 16")
+        ->type_name("N")
         ->check(Command_Whole(1, 16))
         ->capture_default_str();
     command.add_flag("--no-memory", spCommand->bNoMemory,
@@ -176,8 +178,8 @@ void Command_AddSoak(CLI::App& _app)
     command.add_flag("--gpu", spCommand->bGPU,
                      "Key on the GPU where there is one; results are looked at for their size only");
     command.footer(
-        "Sizes, formats, key sets, options, threads and objects change between frames; keys are picked,\n"
-        "detected, saved and loaded. Every hundredth frame is held against the plain C++ path. After a\n"
+        "Sizes, formats, key sets, adjustments, options, threads and objects change between frames; keys are\n"
+        "picked, detected, saved and loaded. Every hundredth frame is held against the plain C++ path. After a\n"
         "minute (in runs under two minutes: half of the time) and at the end all objects are given back: no\n"
         "threads or handles may have been added in between. Neither the memory in use then nor the most in\n"
         "use at a time may have grown by more than 1 % of the most.\n\n"

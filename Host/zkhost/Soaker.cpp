@@ -7,8 +7,10 @@
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
 #include "Base/ZPixelNames.h"
+#include "ZChromaKey/CancelPlane.h"
 #include "ZChromaKey/CoZChromaKey.h"
 #include "ZChromaKey/KeyAdjust.h"
+#include "ZChromaKey/KeyPlan.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -171,6 +173,7 @@ void CZSoaker::Check()
         throw CZHostError(ZFormat("frame %d (%s) did not come back", m_counts.nFrames, m_pSource->strName));
     Compare(cpResult.Get(), cpExpected.Get());
     ++m_counts.nChecks;
+    m_counts.nCleaned += IsCleaned(cpResult.Get());
 }
 
 void CZSoaker::Compare(IZFFrame* _pResult, IZFFrame* _pExpected) const
@@ -249,15 +252,52 @@ void CZSoaker::KeysChange()
             keys.arrKeys[i].nSmoothRange = Pick(0, 60);
             keys.arrKeys[i].nAlpha = OneIn(4) ? Pick(0, 255) : 0;
             keys.arrKeys[i].nReverseKey = OneIn(8);
+            if (OneIn(4))
+                continue; // a key that cleans nothing
+            for (int32_t* const pnCancel :
+                 {&keys.arrKeys[i].nCancelRange, &keys.arrKeys[i].nCancelPower, &keys.arrKeys[i].nCancelChroma,
+                  &keys.arrKeys[i].nCancelLuma, &keys.arrKeys[i].nCancelAlpha})
+                *pnCancel = Pick(-255, 255);
         }
+        keys.bColorCancel = OneIn(2);
     }
     keys.nEdgesSmooth = OneIn(4) ? Pick(0, 10) : 0;
     keys.nMinTransparent = OneIn(4) ? Pick(0, 100) : 0;
     keys.nMaxTransparent = OneIn(4) ? Pick(150, 255) : 255;
     keys.nInterlacedVideo = OneIn(8);
     keys.nInverseKey = OneIn(8);
-    CZKeyer::Check(m_upKeyer->Key()->KeyRawSet(&keys, nullptr), "setting the keys");
+    const CK_ADJUST adjust = AdjustAny();
+    CZKeyer::Check(m_upKeyer->Key()->KeyRawSet(&keys, OneIn(4) ? nullptr : &adjust), "setting the keys");
     ++m_counts.nEdits;
+}
+
+/// Half of the time at rest, else each adjustment moved by one chance in four.
+CK_ADJUST CZSoaker::AdjustAny()
+{
+    CK_ADJUST adjust = {};
+    if (OneIn(2))
+        return adjust;
+    for (const CK_ADJUST_INFO& info : KeyAdjust_Table())
+        if (double* const pdblField = KeyAdjust_Field(&adjust, info.eAdjust); pdblField && OneIn(4))
+            *pdblField = AdjustValue(info);
+    return adjust;
+}
+
+double CZSoaker::AdjustValue(const CK_ADJUST_INFO& _info)
+{
+    return _info.dblMin + (_info.dblMax - _info.dblMin) * Pick(0, 8) / 8;
+}
+
+/// Whether the colours of a result have been cleaned.
+bool CZSoaker::IsCleaned(IZFFrame* _pResult) const
+{
+    CHROMA_KEY_RAW key = {};
+    CK_ADJUST adjust = {};
+    ZF_VID_PROPS vidProps = {};
+    CZKeyer::Check(m_upKeyer->Key()->KeyRawGet(&key, &adjust), "looking at the keys");
+    CZKeyer::Check(_pResult->VideoPropsGet(&vidProps), "looking at a result");
+    return key.eType >= eCKT_RGB && key.eType <= eCKT_YUV && CancelPlane_IsKnown(vidProps.fccType) &&
+           KeyPlan_HasColorCancel(KeyAdjust_Apply(key, adjust));
 }
 
 void CZSoaker::KeysEdit()
@@ -272,8 +312,7 @@ void CZSoaker::KeysEdit()
     CZKeyer::Check(pKey->KeyAddPoint(nX, nY), ZFormat("picking %d,%d", nX, nY));
     CZKeyer::Check(pKey->KeyExcludePoint(vidProps.nWidth - 1, nY), "excluding a point");
     CZKeyer::Check(pKey->KeyAddRect(0, 0, 16, 16), "adding a rectangle");
-    CZKeyer::Check(pKey->KeyAdjustSet(adjust.eAdjust, adjust.dblMin + (adjust.dblMax - adjust.dblMin) * Pick(0, 8) / 8),
-                   ZFormat("adjusting %s", adjust.pszName));
+    CZKeyer::Check(pKey->KeyAdjustSet(adjust.eAdjust, AdjustValue(adjust)), ZFormat("adjusting %s", adjust.pszName));
     CZKeyer::Check(pKey->KeyStepBack(Pick(0, 4)), "stepping back");
     CZKeyer::Check(pKey->KeyStepFwd(Pick(0, 2)), "stepping forward");
     m_counts.nEdits += 6;

@@ -6,6 +6,7 @@
 #include "Base/ZPtr.h"
 #include "Interfaces/IZChromaKey.h"
 #include "Interfaces/IZFFrame.h"
+#include "ZChromaKey/KeyAdjust.h"
 
 #include <memory>
 #include <random>
@@ -18,6 +19,7 @@ struct SOAK_COUNTS
     int64_t nFrames = 0;
     int64_t nResults = 0;
     int64_t nChecks = 0;    ///< results held against the plain path
+    int64_t nCleaned = 0;   ///< of these, with colour cancel
     int64_t nObjects = 0;   ///< plug-in objects made
     int64_t nEdits = 0;     ///< key sets, picks, adjustments, detections
     int64_t nDocuments = 0; ///< saved and loaded again
@@ -27,6 +29,7 @@ struct SOAK_COUNTS
         nFrames += _other.nFrames;
         nResults += _other.nResults;
         nChecks += _other.nChecks;
+        nCleaned += _other.nCleaned;
         nObjects += _other.nObjects;
         nEdits += _other.nEdits;
         nDocuments += _other.nDocuments;
@@ -73,6 +76,9 @@ private:
     void Change();
     void OptionChange();
     void KeysChange();
+    CK_ADJUST AdjustAny();
+    double AdjustValue(const CK_ADJUST_INFO& _info);
+    bool IsCleaned(IZFFrame* _pResult) const;
     void KeysEdit();
     void Detect();
     void SaveAndLoad();

@@ -207,7 +207,7 @@ void CZKeyOptions::Detect(CZKeyer& _keyer) const
     CZKeyer::Check(hr, "finding the backdrop");
     if (hr == S_FALSE)
         throw CZHostError(ZFormat("no green or blue backdrop was found in the first frame of %s; pick its colour with "
-                                  "--pick X,Y, or change --set detect.threshold=N or detect.borders=N",
+                                  "--pick X,Y, or change --set detect.threshold=N, detect.blocks=N or detect.borders=N",
                                   m_strInput));
 }
 

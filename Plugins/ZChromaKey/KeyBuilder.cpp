@@ -255,6 +255,7 @@ HRESULT CKeyBuilder::Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS&
         std::copy(vecKeys.begin(), vecKeys.end(), calc.arrKeys);
         calc.bChanged = true;
         std::fill(m_arrKeys[0].arrExtras, m_arrKeys[0].arrExtras + Z_MAX_KEYS, NewExtras());
+        FitIntoSet();
         return S_OK;
     }
     ZLog(eZLog_Info, "Detection found no backdrop in the frame of %d x %d pixels\n", sampler.Width(), sampler.Height());

@@ -417,3 +417,18 @@ TEST(CoZKeyBorder, BadCallsAreAnswered)
     EXPECT_TRUE(ZQuery<IDispatch>(cpKey));
     EXPECT_FALSE(ZModule_IsIdle());
 }
+
+TEST(CoZKeyDetect, MakesRoomForExclusionKeys)
+{
+    const auto cpGreen = Frame(eZFCC_UYVY, 160, 120, [](int, int) { return c_rgbGreen; });
+    CHROMA_KEY_RAW raw = {};
+    raw.eType = eCKT_YUV;
+    raw.nKeysUsed = Z_MAX_KEYS;
+    for (uint32_t i = 0; i < Z_MAX_KEYS; ++i)
+        raw.arrKeys[i] = {0xFF808000u + 15 * i, 0x01010101, 0, 0, 0, 0, 0, 0, 0, 1};
+    const auto cpKey = NewKey();
+    ASSERT_EQ(cpKey->RawSet(&raw), S_OK);
+    ASSERT_EQ(Detect(cpKey, cpGreen.Get(), L""), S_OK);
+    EXPECT_EQ(Count(cpKey, TRUE), Z_MAX_KEYS - 1);
+    EXPECT_EQ(RawOf(cpKey).nKeysUsed, Count(cpKey, FALSE) + Count(cpKey, TRUE)) << "keys got lost";
+}

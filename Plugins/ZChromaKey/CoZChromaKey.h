@@ -81,7 +81,7 @@ private:
     template <class Call> HRESULT Edit(const char* _pszOperation, Call&& _call) noexcept;
     template <class Sampling> HRESULT EditKeys(const char* _pszOperation, Sampling&& _sampling) noexcept;
     CZPtr<IZFFrame> KeyingFrame() const;
-    CZPtr<IZFFrame> FrameForKeying() const;
+    CZPtr<IZFFrame> FrameForKeying(ZF_VID_PROPS* _pVidProps) const;
     std::optional<eZYMatrix> MatrixForKeying() const;
     HRESULT DocumentMake(std::string* _pstrDocument);
     HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason);
@@ -89,8 +89,9 @@ private:
     CZModuleRef m_refModule;
     CPropStore m_store;
     CKeyState m_keyState;
-    CConfigDoc m_configDoc;          // under m_mtxEdit
-    std::mutex m_mtxEdit;            // one edit at a time; taken before the configuration lock
+    CConfigDoc m_configDoc; // under m_mtxEdit
+    // One edit at a time; taken before the configuration lock. Recursive: a frame that is sampled may call back.
+    std::recursive_mutex m_mtxEdit;
     CZPtr<IZFFrame> m_cpFrameMarked; // under m_mtxEdit: what the last detection examined, where it was asked to show
     CFrameKeyer m_keyer;
     CFrameFlow m_flow; // last: its thread uses the others

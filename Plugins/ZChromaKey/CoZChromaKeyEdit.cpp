@@ -32,10 +32,11 @@ template <class Call> HRESULT CCoZChromaKey::Edit(const char* _pszOperation, Cal
 /// An edit that takes samples of the frame for keying into the key set.
 template <class Sampling> HRESULT CCoZChromaKey::EditKeys(const char* _pszOperation, Sampling&& _sampling) noexcept
 {
+    CZPtr<IZFFrame> cpFrame; // released behind the lock
     return Edit(_pszOperation, [&]() -> HRESULT {
-        const CZPtr<IZFFrame> cpFrame = FrameForKeying();
         ZF_VID_PROPS vidProps = {};
-        if (!cpFrame || FAILED(cpFrame->VideoPropsGet(&vidProps)))
+        cpFrame = FrameForKeying(&vidProps);
+        if (!cpFrame)
         {
             ZLog(eZLog_Error, "%hs: there is no frame to take keys from; set one with KeyFrameSet or send one in\n",
                  _pszOperation);
@@ -58,11 +59,15 @@ CZPtr<IZFFrame> CCoZChromaKey::KeyingFrame() const
     return cpFrameKeying;
 }
 
-CZPtr<IZFFrame> CCoZChromaKey::FrameForKeying() const
+/// The frame set for keying, else the last input, and its properties. Empty where there is none that has any.
+CZPtr<IZFFrame> CCoZChromaKey::FrameForKeying(ZF_VID_PROPS* _pVidProps) const
 {
-    const CZPtr<IZFFrame> cpFrameKeying = KeyingFrame();
-    ZF_VID_PROPS vidProps;
-    return cpFrameKeying ? cpFrameKeying : m_keyState.FrameGet(&vidProps);
+    CZPtr<IZFFrame> cpFrameKeying = KeyingFrame();
+    if (!cpFrameKeying)
+        return m_keyState.FrameGet(_pVidProps);
+    if (FAILED(cpFrameKeying->VideoPropsGet(_pVidProps)))
+        cpFrameKeying.Reset();
+    return cpFrameKeying;
 }
 
 HRESULT CCoZChromaKey::KeyFrameSet(IZFFrame* _pZFrameKeyingOrNull, IZFFrame* _pZFrameBGOrNull)
@@ -202,9 +207,8 @@ HRESULT CCoZChromaKey::KeyRawGet(CHROMA_KEY_RAW* _pvzKey, CK_ADJUST* _pKeyAdjust
 /// The matrix of the frame that keys are for: another type of theirs is computed with it.
 std::optional<eZYMatrix> CCoZChromaKey::MatrixForKeying() const
 {
-    const CZPtr<IZFFrame> cpFrame = FrameForKeying();
     ZF_VID_PROPS vidProps = {};
-    if (!cpFrame || FAILED(cpFrame->VideoPropsGet(&vidProps)))
+    if (!FrameForKeying(&vidProps))
         return {};
     return Img_MatrixOf(vidProps);
 }

@@ -62,9 +62,8 @@ HRESULT CCoZKey::AddRect(IZFFrame* _pZFrame, int32_t _nX1PosPixels, int32_t _nY1
 HRESULT CCoZKey::Detect(IZFFrame* _pZFrame, BSTR _bsProps)
 {
     return Locked("CCoZKey::Detect", [&] {
-        const std::wstring_view wsvProps(_bsProps ? _bsProps : L"", SysStringLen(_bsProps));
         CKUtils::CK_DETECT_OPTIONS options;
-        const HRESULT hr = CKUtils::DetectOptions_Read(ZText_FromWide(wsvProps), &options);
+        const HRESULT hr = CKUtils::DetectOptions_Read(ZText_FromWide(_bsProps ? _bsProps : L""), &options);
         return FAILED(hr) ? hr : m_builder.Detect(_pZFrame, options);
     });
 }

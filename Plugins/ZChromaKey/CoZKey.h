@@ -37,6 +37,6 @@ private:
     template <class Call> HRESULT Locked(const char* _pszOperation, Call&& _call) noexcept;
 
     CZModuleRef m_refModule;
-    std::mutex m_mtxKeys;
+    std::recursive_mutex m_mtxKeys; // a frame that is sampled may call back
     CKeyBuilder m_builder;
 };

@@ -1,6 +1,7 @@
 #include "ZChromaKey/CoZKey.h"
 
 #include "Base/ZHelpers.h"
+#include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
 #include "Support/TestFrames.h"
 #include "ZChromaKey/ChromaKey.h"
@@ -431,4 +432,17 @@ TEST(CoZKeyDetect, MakesRoomForExclusionKeys)
     ASSERT_EQ(Detect(cpKey, cpGreen.Get(), L""), S_OK);
     EXPECT_EQ(Count(cpKey, TRUE), Z_MAX_KEYS - 1);
     EXPECT_EQ(RawOf(cpKey).nKeysUsed, Count(cpKey, FALSE) + Count(cpKey, TRUE)) << "keys got lost";
+}
+
+TEST(CoZKeyBorder, TakesACallOutOfAMethodOfItsFrame)
+{
+    const auto cpGreen = Frame(eZFCC_UYVY, 64, 48, [](int, int) { return c_rgbGreen; });
+    const auto cpKey = NewKey();
+    int nKeys = -1;
+    const auto cpFrame = CHookFrame::Make(cpGreen.Get(), [&](const std::string& _strMethod) {
+        nKeys = _strMethod == "VideoPtrGet" ? Count(cpKey, FALSE) : nKeys;
+        return S_OK;
+    });
+    EXPECT_EQ(cpKey->AddPoint(cpFrame.Get(), 9, 9, FALSE), S_OK);
+    EXPECT_EQ(nKeys, 0);
 }

@@ -1,4 +1,5 @@
 #include "Interfaces/IZKey.h"
+#include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
 #include "Support/TestFrames.h"
 #include "ZChromaKey/CoZChromaKey.h"
@@ -13,6 +14,7 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -350,6 +352,20 @@ TEST_F(CKeyEditTest, IsSavedAndLoadedWithItsOptions)
     EXPECT_EQ(cpPersist->PersistLoad(nullptr), E_POINTER);
     EXPECT_EQ(cpPersist->PersistSaveToFile(L"no/such/folder/file.xml"), E_FAIL);
     EXPECT_EQ(State(), stateBefore);
+}
+
+TEST_F(CKeyEditTest, TakesAnEditOutOfAMethodOfItsFrame)
+{
+    bool bCalled = false;
+    const auto cpFrame = CHookFrame::Make(m_cpFrame.Get(), [&](const std::string& _strMethod) {
+        const bool bCall = _strMethod == "VideoPtrGet" && !std::exchange(bCalled, true);
+        return bCall ? m_cpKey->KeyAdjustSet(eCKA_Power, 10) : S_OK;
+    });
+    ASSERT_EQ(m_cpKey->KeyFrameSet(cpFrame.Get(), nullptr), S_OK);
+    EXPECT_EQ(m_cpKey->KeyAddPoint(8, 40), S_OK);
+    EXPECT_TRUE(bCalled);
+    EXPECT_GT(State().key.nKeysUsed, 0);
+    EXPECT_EQ(State().adjust.dblPower, 10);
 }
 
 } // namespace

@@ -40,6 +40,9 @@ HRESULT CFrameFlow::Receive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes)
 {
     if (!m_evtOutputReady.Wait(c_nOutputReadyMs))
         return Z_E_TIMEOUT;
+    std::string strFrame; // before the locks: the host's frame says it
+    if (_pFrameOrNull && ZLog_IsOn(eZLog_Verbose))
+        strFrame = FrameText(_pFrameOrNull);
     // Soon free: Close waits long for the thread only while a frame is under way, and then the event is not set.
     std::unique_lock lock(m_mtxThread);
     while (!m_evtOutputReady.Wait(0)) // a call from another thread was faster
@@ -51,7 +54,7 @@ HRESULT CFrameFlow::Receive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes)
     }
     if (const HRESULT hr = _pFrameOrNull ? ThreadStart() : S_OK; FAILED(hr))
         return hr;
-    RESULT res = Swap(_pFrameOrNull);
+    RESULT res = Swap(_pFrameOrNull, strFrame);
     if (res.hr == S_OK && Z_VERIFY_TEXT(_ppFrameRes && res.cpFrame, "_ppFrameRes && *_ppFrameRes"))
         *_ppFrameRes = res.cpFrame.Detach();
     return res.hr;
@@ -68,13 +71,13 @@ HRESULT CFrameFlow::ThreadStart()
 }
 
 /// Takes the finished result out, and puts the next frame in.
-CFrameFlow::RESULT CFrameFlow::Swap(IZFFrame* _pFrameOrNull)
+CFrameFlow::RESULT CFrameFlow::Swap(IZFFrame* _pFrameOrNull, const std::string& _strFrame)
 {
     const std::lock_guard lock(m_mtxSlots);
     if (_pFrameOrNull && !Z_VERIFY_TEXT(!m_cpFrameIn, "!m_cpFrameIn"))
         return {{}, E_UNEXPECTED};
-    if (_pFrameOrNull && ZLog_IsOn(eZLog_Verbose)) // first: the text takes memory, and nothing may fail half-way
-        ZLog(eZLog_Verbose, "CK::OnMediaReceive() m_cpFrameIn=%ws\n", FrameText(_pFrameOrNull));
+    if (!_strFrame.empty())
+        ZLog(eZLog_Verbose, "CK::OnMediaReceive() m_cpFrameIn=%ws\n", _strFrame);
     RESULT res = std::exchange(m_resOut, {});
     if (_pFrameOrNull)
     {

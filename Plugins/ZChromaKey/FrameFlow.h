@@ -8,6 +8,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <string>
 
 /// The one-slot hand-over between the host's thread and the output thread.
 ///
@@ -63,7 +64,7 @@ private:
 
     HRESULT Process(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) const;
     HRESULT ThreadStart();
-    RESULT Swap(IZFFrame* _pFrameOrNull);
+    RESULT Swap(IZFFrame* _pFrameOrNull, const std::string& _strFrame);
     void OutputThread();
 
     PROCESS m_fnProcess;

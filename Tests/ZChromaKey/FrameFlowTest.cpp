@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <thread>
@@ -384,6 +385,28 @@ TEST_F(FrameFlow, StandsCallsFromOtherThreadsWhileFramesRun)
         thrOther.join();
     EXPECT_GT(nResults, 100);
     EXPECT_EQ(log.Count(""), 0u);
+}
+
+TEST_F(FrameFlow, AsksAFrameForItsTextUnderNoLock)
+{
+    const CLogCatcher log;
+    std::atomic<bool> bAsked = false;
+    CZEvent evtFlushed;
+    std::thread thrFlush;
+    const auto cpFrame = Frame(64, [&](const std::string& _strMethod) {
+        if (_strMethod == "TimeCodeGet" && !bAsked.exchange(true))
+        {
+            thrFlush = std::thread([&] {
+                m_cpKeyer->OnMediaFlush();
+                evtFlushed.Set();
+            });
+            EXPECT_TRUE(evtFlushed.Wait(5000));
+        }
+        return S_OK;
+    });
+    Receive(cpFrame.Get(), S_FALSE);
+    thrFlush.join();
+    EXPECT_EQ(Receive(nullptr), 64);
 }
 
 } // namespace

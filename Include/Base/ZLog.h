@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZText.h"
 #include "Interfaces/IZPlugin.h"
 
 #include <concepts>
@@ -103,7 +104,3 @@ template <class... Args> void ZLog(eZLogLevel _eLevel, const char* _pszFormat, c
         ZLog_Line(_eLevel, _pszFormat);
     }
 }
-
-/// Conversion between UTF-8 and wide text; what is not valid becomes U+FFFD.
-std::string ZText_FromWide(std::wstring_view _wsvText);
-std::wstring ZText_ToWide(std::string_view _svText);

@@ -3,8 +3,6 @@
 #include "Base/ZLog.h"
 #include "Interfaces/ZVideoTypes.h"
 
-#include <algorithm>
-
 namespace
 {
 
@@ -40,17 +38,6 @@ constexpr uint32_t c_arrParsed[] = {
     0x6E6415E6 /* ARGB4444 */,
 };
 // clang-format on
-
-char LowerOf(char _ch)
-{
-    return _ch >= 'A' && _ch <= 'Z' ? static_cast<char>(_ch - 'A' + 'a') : _ch;
-}
-
-bool IsSameName(std::string_view _svA, std::string_view _svB)
-{
-    return std::equal(_svA.begin(), _svA.end(), _svB.begin(), _svB.end(),
-                      [](char _chA, char _chB) { return LowerOf(_chA) == LowerOf(_chB); });
-}
 
 /// The four characters of a code; false when one is not printable, by ASCII alone: a locale could call the RGB codes'
 /// bytes letters.
@@ -98,7 +85,7 @@ std::string FCC_Name(uint32_t _fccType)
 uint32_t FCC_Parse(std::string_view _svName)
 {
     for (const uint32_t fccType : c_arrParsed)
-        if (IsSameName(_svName, FCC_Name(fccType)))
+        if (ZText_IsSame(_svName, FCC_Name(fccType)))
             return fccType;
     return FromCharacters(_svName);
 }

@@ -1,4 +1,6 @@
-#include "Base/ZLog.h"
+#include "Base/ZText.h"
+
+#include <algorithm>
 
 namespace
 {
@@ -10,18 +12,9 @@ bool IsScalar(char32_t _ch)
     return _ch < 0xD800 || (_ch > 0xDFFF && _ch < 0x110000);
 }
 
-void AppendUtf8(std::string& _strOut, char32_t _ch)
+char LowerOf(char _ch)
 {
-    if (_ch < 0x80)
-    {
-        _strOut += static_cast<char>(_ch);
-        return;
-    }
-    const int nFollow = _ch < 0x800 ? 1 : _ch < 0x10000 ? 2 : 3;
-    const char32_t arrLead[] = {0, 0xC0, 0xE0, 0xF0};
-    _strOut += static_cast<char>(arrLead[nFollow] | (_ch >> (6 * nFollow)));
-    for (int i = nFollow - 1; i >= 0; --i)
-        _strOut += static_cast<char>(0x80 | ((_ch >> (6 * i)) & 0x3F));
+    return _ch >= 'A' && _ch <= 'Z' ? static_cast<char>(_ch - 'A' + 'a') : _ch;
 }
 
 /// Takes one character off the front of UTF-8 text; a byte that starts no valid character counts as one.
@@ -58,7 +51,7 @@ std::string ZText_FromWide(std::wstring_view _wsvText)
             ch = 0x10000 + ((ch - 0xD800) << 10) + (chLow - 0xDC00);
             ++i;
         }
-        AppendUtf8(strOut, IsScalar(ch) ? ch : c_chReplacement);
+        ZText_Append(&strOut, IsScalar(ch) ? ch : c_chReplacement);
     }
     return strOut;
 }
@@ -78,4 +71,31 @@ std::wstring ZText_ToWide(std::string_view _svText)
         wstrOut += static_cast<wchar_t>(ch);
     }
     return wstrOut;
+}
+
+HRESULT ZText_HandOut(std::string_view _svText, BSTR* _pbsText)
+{
+    const std::wstring wstrText = ZText_ToWide(_svText);
+    *_pbsText = SysAllocStringLen(wstrText.data(), static_cast<UINT>(wstrText.size()));
+    return *_pbsText ? S_OK : E_OUTOFMEMORY;
+}
+
+void ZText_Append(std::string* _pstrText, char32_t _ch)
+{
+    if (_ch < 0x80)
+    {
+        *_pstrText += static_cast<char>(_ch);
+        return;
+    }
+    const int nFollow = _ch < 0x800 ? 1 : _ch < 0x10000 ? 2 : 3;
+    constexpr char32_t c_arrLead[] = {0, 0xC0, 0xE0, 0xF0};
+    *_pstrText += static_cast<char>(c_arrLead[nFollow] | (_ch >> (6 * nFollow)));
+    for (int i = nFollow - 1; i >= 0; --i)
+        *_pstrText += static_cast<char>(0x80 | ((_ch >> (6 * i)) & 0x3F));
+}
+
+bool ZText_IsSame(std::string_view _svA, std::string_view _svB)
+{
+    return std::equal(_svA.begin(), _svA.end(), _svB.begin(), _svB.end(),
+                      [](char _chA, char _chB) { return LowerOf(_chA) == LowerOf(_chB); });
 }

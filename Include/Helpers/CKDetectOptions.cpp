@@ -13,11 +13,6 @@ namespace CKUtils
 namespace
 {
 
-char ToLower(char _ch)
-{
-    return _ch >= 'A' && _ch <= 'Z' ? static_cast<char>(_ch - 'A' + 'a') : _ch;
-}
-
 constexpr char c_szWhole[] = "a whole number";
 constexpr char c_szNumber[] = "a number";
 
@@ -74,11 +69,8 @@ bool KeyType_FromText(std::string_view _svText, eCK_Type* _peType)
     };
     constexpr NAME c_arrNames[] = {{"rgb", eCKT_RGB}, {"hls", eCKT_HLS}, {"yuv", eCKT_YUV}, {"auto", eCKT_Auto},
                                    {"2", eCKT_RGB},   {"3", eCKT_HLS},   {"4", eCKT_YUV},   {"5", eCKT_Auto}};
-    std::string strLower(PropText_Trim(_svText));
-    for (char& ch : strLower)
-        ch = ToLower(ch);
     for (const NAME& name : c_arrNames)
-        if (strLower == name.svName)
+        if (ZText_IsSame(PropText_Trim(_svText), name.svName))
         {
             *_peType = name.eType;
             return true;

@@ -23,13 +23,6 @@ HRESULT Refuse(const std::string& _strName, const std::string& _strReason)
     return E_INVALIDARG;
 }
 
-HRESULT HandOut(const std::string& _strText, BSTR* _pbsText)
-{
-    const std::wstring wstrText = ZText_ToWide(_strText);
-    *_pbsText = SysAllocStringLen(wstrText.data(), static_cast<UINT>(wstrText.size()));
-    return *_pbsText ? S_OK : E_OUTOFMEMORY;
-}
-
 HRESULT SetChecked(CPropStore* _pStore, const std::string& _strName, const std::string& _strValue,
                    PROPS_VALIDATE _pfnValidateOrNull)
 {
@@ -68,7 +61,7 @@ HRESULT PropStore_PropsGet(const CPropStore& _store, const wchar_t* _pwszName, B
             return E_POINTER;
         const std::wstring_view wsvName(_pwszName, LengthUpTo(_pwszName, c_nMaxNameChars + 1));
         std::string strValue;
-        return _store.Find(ZText_FromWide(wsvName), &strValue) ? HandOut(strValue, _pbsValue) : S_FALSE;
+        return _store.Find(ZText_FromWide(wsvName), &strValue) ? ZText_HandOut(strValue, _pbsValue) : S_FALSE;
     });
 }
 
@@ -79,6 +72,6 @@ HRESULT PropStore_PropsNameGet(const CPropStore& _store, UINT _nIndex, BSTR* _pb
             return E_POINTER;
         *_pbsName = nullptr;
         std::string strName;
-        return _store.NameGet(_nIndex, &strName) ? HandOut(strName, _pbsName) : S_FALSE;
+        return _store.NameGet(_nIndex, &strName) ? ZText_HandOut(strName, _pbsName) : S_FALSE;
     });
 }

@@ -1,5 +1,7 @@
 #include "Props/PropText.h"
 
+#include "Base/ZText.h"
+
 #include <charconv>
 #include <cmath>
 #include <utility>
@@ -46,19 +48,6 @@ template <class T> std::string NumberText(T _value)
     char arrText[32]; // the longest double, -2.2250738585072014e-308, has 24 characters
     const auto res = std::to_chars(arrText, arrText + sizeof(arrText), _value);
     return std::string(arrText, res.ptr);
-}
-
-bool EqualsLower(std::string_view _svText, std::string_view _svLower)
-{
-    if (_svText.size() != _svLower.size())
-        return false;
-    for (size_t i = 0; i < _svText.size(); ++i)
-    {
-        const bool bUpper = _svText[i] >= 'A' && _svText[i] <= 'Z';
-        if ((bUpper ? _svText[i] - 'A' + 'a' : _svText[i]) != _svLower[i])
-            return false;
-    }
-    return true;
 }
 
 /// Takes what stands between two numbers of a rectangle: blanks, of which one may be a comma.
@@ -121,7 +110,7 @@ bool PropText_ReadBool(std::string_view _svText, bool* _pbValue)
     constexpr std::pair<const char*, bool> c_arrWords[] = {{"true", true},   {"yes", true}, {"on", true},
                                                            {"false", false}, {"no", false}, {"off", false}};
     for (const auto& [pszWord, bValue] : c_arrWords)
-        if (EqualsLower(svText, pszWord))
+        if (ZText_IsSame(svText, pszWord))
         {
             *_pbValue = bValue;
             return true;

@@ -28,13 +28,6 @@ HRESULT NameOf(const char* _pszOperation, const wchar_t* _pwszName, std::string*
     return S_OK;
 }
 
-HRESULT HandOut(const std::string& _strText, BSTR* _pbsText)
-{
-    const std::wstring wstrText = ZText_ToWide(_strText);
-    *_pbsText = SysAllocStringLen(wstrText.data(), static_cast<UINT>(wstrText.size()));
-    return *_pbsText ? S_OK : E_OUTOFMEMORY;
-}
-
 template <class Texts> auto FindText(Texts& _vecTexts, const std::string& _strName)
 {
     return std::lower_bound(_vecTexts.begin(), _vecTexts.end(), _strName,
@@ -163,7 +156,8 @@ HRESULT CZFrame::PropsGet(const wchar_t* _pwszName, BSTR* _pbsValue)
         if (!spTexts)
             return S_FALSE;
         const auto itPlace = FindText(*spTexts, strName);
-        return itPlace != spTexts->end() && itPlace->first == strName ? HandOut(itPlace->second, _pbsValue) : S_FALSE;
+        return itPlace != spTexts->end() && itPlace->first == strName ? ZText_HandOut(itPlace->second, _pbsValue)
+                                                                      : S_FALSE;
     });
 }
 
@@ -174,6 +168,6 @@ HRESULT CZFrame::PropsNameGet(UINT _nIndex, BSTR* _pbsName)
     *_pbsName = nullptr;
     return ZBorder("CZFrame::PropsNameGet", [&] {
         const std::shared_ptr<const TEXTS> spTexts = Texts();
-        return spTexts && _nIndex < spTexts->size() ? HandOut((*spTexts)[_nIndex].first, _pbsName) : S_FALSE;
+        return spTexts && _nIndex < spTexts->size() ? ZText_HandOut((*spTexts)[_nIndex].first, _pbsName) : S_FALSE;
     });
 }

@@ -60,11 +60,7 @@ HRESULT CCoZChromaKey::PersistSaveToString(BSTR* _pbsDocument)
         *_pbsDocument = nullptr;
         std::string strDocument;
         const HRESULT hr = DocumentMake(&strDocument);
-        if (FAILED(hr))
-            return hr;
-        const std::wstring wstrDocument = ZText_ToWide(strDocument);
-        *_pbsDocument = SysAllocStringLen(wstrDocument.data(), static_cast<UINT>(wstrDocument.size()));
-        return *_pbsDocument ? S_OK : E_OUTOFMEMORY;
+        return FAILED(hr) ? hr : ZText_HandOut(strDocument, _pbsDocument);
     });
 }
 

@@ -104,17 +104,3 @@ bool XmlChars_IsBlank(char _ch)
 {
     return _ch == ' ' || _ch == '\t' || _ch == '\n' || _ch == '\r';
 }
-
-void XmlChars_Append(std::string* _pstrText, char32_t _ch)
-{
-    if (_ch < 0x80)
-    {
-        *_pstrText += static_cast<char>(_ch);
-        return;
-    }
-    const int nFollow = _ch < 0x800 ? 1 : _ch < 0x10000 ? 2 : 3;
-    constexpr char32_t c_arrLead[] = {0, 0xC0, 0xE0, 0xF0};
-    *_pstrText += static_cast<char>(c_arrLead[nFollow] | (_ch >> (6 * nFollow)));
-    for (int i = nFollow - 1; i >= 0; --i)
-        *_pstrText += static_cast<char>(0x80 | ((_ch >> (6 * i)) & 0x3F));
-}

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 
 /// Characters as XML 1.0 has them.
@@ -21,6 +20,3 @@ bool XmlChars_IsName(std::string_view _svText);
 
 /// Space, tab, line feed or carriage return.
 bool XmlChars_IsBlank(char _ch);
-
-/// Appends a character, which must be one that XML can hold.
-void XmlChars_Append(std::string* _pstrText, char32_t _ch);

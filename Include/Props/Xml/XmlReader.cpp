@@ -1,11 +1,11 @@
 #include "Props/Xml/XmlReader.h"
 
+#include "Base/ZText.h"
 #include "Props/PropText.h"
 #include "Props/Xml/XmlChars.h"
 #include "Props/Xml/XmlLimits.h"
 #include "Props/Xml/XmlScanner.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace
@@ -64,13 +64,6 @@ private:
     size_t m_nAttrs = 0;
 };
 
-bool IsUtf8Name(const std::string& _strEncoding)
-{
-    constexpr std::string_view c_svUtf8 = "utf-8";
-    return std::equal(_strEncoding.begin(), _strEncoding.end(), c_svUtf8.begin(), c_svUtf8.end(),
-                      [](char _ch, char _chLower) { return _ch == _chLower || _ch == _chLower - 'a' + 'A'; });
-}
-
 void CXmlTreeReader::TakeDeclaration()
 {
     if (!m_scan.Take("<?xml"))
@@ -82,7 +75,7 @@ void CXmlTreeReader::TakeDeclaration()
     const size_t nEncoding = m_scan.Pos();
     if (bBlank && m_scan.Take("encoding"))
     {
-        if (!IsUtf8Name(m_scan.TakeAttrValue()))
+        if (!ZText_IsSame(m_scan.TakeAttrValue(), "utf-8"))
             m_scan.Fail(nEncoding, "the encoding must be UTF-8");
         bBlank = m_scan.SkipBlanks();
     }

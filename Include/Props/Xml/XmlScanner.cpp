@@ -1,5 +1,6 @@
 #include "Props/Xml/XmlScanner.h"
 
+#include "Base/ZText.h"
 #include "Props/PropText.h"
 #include "Props/Xml/XmlChars.h"
 
@@ -132,7 +133,7 @@ void CXmlScanner::TakeReference(std::string* _pstrText)
     const std::string_view svReference = m_svDocument.substr(m_nPos, nLength);
     m_nPos += nLength + 1;
     if (svReference.starts_with('#'))
-        return XmlChars_Append(_pstrText, CharOf(svReference.substr(1), nStart));
+        return ZText_Append(_pstrText, CharOf(svReference.substr(1), nStart));
     for (const auto& [svName, ch] : c_arrEntities)
         if (svReference == svName)
         {

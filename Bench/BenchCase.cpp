@@ -3,8 +3,6 @@
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
 
-#include <cstdlib>
-
 namespace
 {
 

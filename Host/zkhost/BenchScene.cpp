@@ -9,7 +9,6 @@
 #include "Video/ZFrameWriter.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace
 {

@@ -1,7 +1,6 @@
 #include "zkhost/Commands.h"
 
 #include "zkhost/Background.h"
-#include "zkhost/HostError.h"
 #include "zkhost/KeyJob.h"
 #include "zkhost/NamePattern.h"
 #include "zkhost/PictureWriter.h"

@@ -6,7 +6,6 @@
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <sstream>

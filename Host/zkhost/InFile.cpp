@@ -6,8 +6,6 @@
 
 #include "Base/ZLog.h"
 
-#include <algorithm>
-
 CZInFile::CZInFile(const std::string& _strPath)
     : m_strPath(_strPath)
     , m_strName(_strPath == "-" ? "standard input" : _strPath)

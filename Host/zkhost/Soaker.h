@@ -1,7 +1,6 @@
 #pragma once
 
 #include "zkhost/Keyer.h"
-#include "zkhost/Picture.h"
 
 #include "Base/ZPtr.h"
 #include "Interfaces/IZChromaKey.h"

@@ -3,8 +3,6 @@
 #include "zkhost/InFile.h"
 #include "zkhost/Y4mHeader.h"
 
-#include <array>
-
 /// A Y4M file or pipe.
 ///
 /// 4:2:0 and 4:2:2 of even size become I420 and I422 frames, sample by sample. All other layouts and odd sizes become

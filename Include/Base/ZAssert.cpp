@@ -2,8 +2,6 @@
 
 #include "Base/ZLog.h"
 
-#include <cstring>
-
 bool ZAssert_Failed(const char* _pszFile, int _nLine, const char* _pszText) noexcept
 {
     const char* pszName = _pszFile;

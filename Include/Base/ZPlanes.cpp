@@ -1,9 +1,7 @@
 #include "Base/ZPlanes.h"
 
 #include "Base/ZAssert.h"
-#include "Base/ZLog.h"
 #include "Base/ZPixelFormats.h"
-#include "Base/ZPixelNames.h"
 #include "Base/ZSaturate.h"
 #include "Base/ZVideoProps.h"
 
@@ -55,39 +53,6 @@ int64_t SizeOf(const ZF_VID_PROPS& _vidProps)
     return nBytes;
 }
 
-/// Why a record describes no picture in memory; null when it does.
-const char* WhyNoPicture(const ZF_VID_PROPS& _vidProps)
-{
-    if (_vidProps.nGPUFlags != 0)
-        return "the pixels are not in system memory; download the picture first";
-    if (_vidProps.nWidth < 1 || _vidProps.nHeight == 0 || _vidProps.nHeight == INT32_MIN)
-        return "there is no pixel in it; give width and height";
-    if (Img_RowSizeM(&_vidProps) < 1)
-        return "the format has no known row size at this width; give a format of the format table";
-    if (_vidProps.nRowBytes != 0 && std::abs(int64_t{_vidProps.nRowBytes}) < Img_RowSizeM(&_vidProps))
-        return "the stride is shorter than a row; give bytes per row, or 0 to derive them";
-    return nullptr;
-}
-
-/// Why the planes of a picture do not fit together; null when they do.
-const char* WhyNoPlanes(const ZF_VID_PROPS& _vidProps)
-{
-    if (!FCC_IsPlanar(_vidProps.fccType))
-        return nullptr;
-    if (_vidProps.nRowBytes < 0)
-        return "planes in one buffer have no negative stride; give a positive one";
-    const bool bOddLines = FCC_Subsampling(_vidProps.fccType, 1).cy == 2 && _vidProps.nHeight % 2 != 0;
-    if (bOddLines || _vidProps.nWidth % 2 != 0)
-        return "half a chroma sample is left over; give an even size";
-    return nullptr;
-}
-
-std::string Reason(const ZF_VID_PROPS& _vidProps, const char* _pszWhy)
-{
-    return ZFormat("%dx%d, format %hs, %d bytes a row: %hs", _vidProps.nWidth, _vidProps.nHeight,
-                   FCC_Name(_vidProps.fccType), _vidProps.nRowBytes, _pszWhy);
-}
-
 } // namespace
 
 int32_t VidProps_Stride(const ZF_VID_PROPS* _pVidProps)
@@ -121,20 +86,4 @@ int64_t VidProps_ImageSize(const ZF_VID_PROPS* _pVidProps)
     if (vidProps.nRowBytes <= 0 || vidProps.nHeight == 0)
         VidProps_Normalize(&vidProps, false);
     return SizeOf(vidProps);
-}
-
-std::string VidProps_Validate(const ZF_VID_PROPS* _pVidProps, uint64_t _cbBuffer)
-{
-    if (!Z_VERIFY(_pVidProps))
-        return "no video properties; give a record";
-    const char* pszWhy = WhyNoPicture(*_pVidProps);
-    if (!pszWhy)
-        pszWhy = WhyNoPlanes(*_pVidProps);
-    if (pszWhy)
-        return Reason(*_pVidProps, pszWhy);
-    const int64_t nBytes = SizeOf(*_pVidProps);
-    if (static_cast<uint64_t>(nBytes) > _cbBuffer)
-        return Reason(*_pVidProps,
-                      ZFormat("the picture takes %I64d bytes, the buffer has %I64u", nBytes, _cbBuffer).c_str());
-    return {};
 }

@@ -12,11 +12,6 @@ namespace
 /// Components in the order of the key word's bytes.
 using COLOR = std::array<double, 3>;
 
-bool HasSpace(int32_t _eType)
-{
-    return _eType == eCKT_RGB || _eType == eCKT_HLS || _eType == eCKT_YUV;
-}
-
 /// Hue bytes count 256 to a turn, all others 255 to 1.
 double Unit(int32_t _eType, size_t _nComponent)
 {
@@ -114,7 +109,7 @@ CHROMA_KEY_RAW ConvertKeys(const CHROMA_KEY_RAW& _key, eCK_Type _eType, eZYMatri
 {
     CHROMA_KEY_RAW key = _key;
     key.eType = _eType;
-    if (_key.eType == _eType || !HasSpace(_key.eType) || !HasSpace(_eType))
+    if (_key.eType == _eType || !KeyType_HasSpace(_key.eType) || !KeyType_HasSpace(_eType))
         return key;
     const int32_t nKeys = std::clamp<int32_t>(key.nKeysUsed, 0, Z_MAX_KEYS);
     for (int32_t i = 0; i < nKeys; ++i)

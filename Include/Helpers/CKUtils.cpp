@@ -256,10 +256,7 @@ void CKeyCalc::SetMaxKeys(int32_t _nKeys)
 {
     const int32_t nAllowed = std::clamp(_nKeys, 1, Z_MAX_KEYS);
     if (nAllowed < nKeys)
-    {
         ReduceKeys(nAllowed);
-        bChanged = true;
-    }
     nMaxKeys = nAllowed;
 }
 

@@ -18,6 +18,12 @@ enum eCK_Type : int32_t
     eCKT_Auto = 5, ///< chosen by detection
 };
 
+/// Whether a type (eCK_Type) has a space that keys are measured in: RGB, HLS and YUV have.
+constexpr bool KeyType_HasSpace(int32_t _eType)
+{
+    return _eType == eCKT_RGB || _eType == eCKT_HLS || _eType == eCKT_YUV;
+}
+
 /// What KeyAdjustSet and KeyAdjustGet address. Not an index into CK_ADJUST: the orders differ on purpose.
 enum eCK_Adjust : int32_t
 {

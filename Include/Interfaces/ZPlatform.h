@@ -40,7 +40,6 @@ using DWORD = uint32_t;
 using UINT = uint32_t;
 using WORD = uint16_t;
 using BOOL = int32_t;
-using WCHAR = wchar_t;
 using OLECHAR = wchar_t;
 using BSTR = OLECHAR*;
 using LPCWSTR = const wchar_t*;

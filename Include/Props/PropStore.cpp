@@ -43,20 +43,9 @@ int32_t CPropStore::GetInt(std::string_view _svName, int32_t _nDefault) const
     return Read(_svName, _nDefault, PropText_ReadInt32);
 }
 
-double CPropStore::GetDouble(std::string_view _svName, double _dblDefault) const
-{
-    return Read(_svName, _dblDefault, PropText_ReadDouble);
-}
-
 PROP_RECT CPropStore::GetRect(std::string_view _svName, const PROP_RECT& _rectDefault) const
 {
     return Read(_svName, _rectDefault, PropText_ReadRect);
-}
-
-std::string CPropStore::GetText(std::string_view _svName, std::string_view _svDefault) const
-{
-    std::string strValue;
-    return Find(_svName, &strValue) ? strValue : std::string(_svDefault);
 }
 
 bool CPropStore::Find(std::string_view _svName, std::string* _pstrValue) const

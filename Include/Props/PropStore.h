@@ -31,9 +31,7 @@ public:
     /// for reads as _default.
     bool GetBool(std::string_view _svName, bool _bDefault) const;
     int32_t GetInt(std::string_view _svName, int32_t _nDefault) const;
-    double GetDouble(std::string_view _svName, double _dblDefault) const;
     PROP_RECT GetRect(std::string_view _svName, const PROP_RECT& _rectDefault) const;
-    std::string GetText(std::string_view _svName, std::string_view _svDefault) const;
     /// False when neither layer has the name; the text then stays as it is.
     bool Find(std::string_view _svName, std::string* _pstrValue) const;
 

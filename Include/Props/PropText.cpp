@@ -90,11 +90,6 @@ bool PropText_ReadInt32(std::string_view _svText, int32_t* _pnValue)
     return ReadNumber(_svText, _pnValue);
 }
 
-bool PropText_ReadUInt(std::string_view _svText, uint64_t* _pnValue)
-{
-    return ReadNumber(_svText, _pnValue);
-}
-
 bool PropText_ReadDouble(std::string_view _svText, double* _pdblValue)
 {
     double dblValue = 0;

@@ -28,7 +28,6 @@ std::string PropText_Quote(std::string_view _svText);
 /// A decimal whole number with an optional sign. One that does not fit is refused, never cut.
 bool PropText_ReadInt(std::string_view _svText, int64_t* _pnValue);
 bool PropText_ReadInt32(std::string_view _svText, int32_t* _pnValue);
-bool PropText_ReadUInt(std::string_view _svText, uint64_t* _pnValue);
 /// A decimal number, "-12", "0.5", "1e-3"; a comma, "inf" and "nan" are refused, and so is what a double cannot hold.
 bool PropText_ReadDouble(std::string_view _svText, double* _pdblValue);
 /// true, yes, on, false, no, off in any case; or a whole number, of which 0 is false.

@@ -4,7 +4,6 @@
 #include "Video/ZFrame.h"
 
 #include <algorithm>
-#include <cwchar>
 #include <string_view>
 
 namespace

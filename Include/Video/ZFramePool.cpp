@@ -4,7 +4,6 @@
 #include "Video/ZFrame.h"
 
 #include <new>
-#include <utility>
 
 namespace
 {
@@ -47,7 +46,7 @@ CZPicture* MakePicture(size_t _cbPicture)
 
 CZPtr<CZFramePool> CZFramePool::Create()
 {
-    return CZPtr<CZFramePool>::Adopt(new (std::nothrow) CZFramePool);
+    return CZPtr<CZFramePool>::Adopt(new CZFramePool);
 }
 
 CZFramePool::CZFramePool()

@@ -29,7 +29,7 @@ struct CZPicture
 class CZFramePool
 {
 public:
-    /// A new pool; empty when memory is short.
+    /// A new pool. May throw std::bad_alloc.
     static CZPtr<CZFramePool> Create();
 
     uint32_t AddRef();

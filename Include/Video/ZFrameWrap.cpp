@@ -69,8 +69,6 @@ HRESULT ZFrame_Create(const ZF_VID_PROPS& _vidProps, CZFrame** _ppFrame, CZFrame
     *_ppFrame = nullptr;
     return ZBorder("ZFrame_Create", [&] {
         const CZPtr<CZFramePool> cpPool = PoolOr(_pPoolOrNull);
-        if (!cpPool)
-            return E_OUTOFMEMORY;
         CZPtr<CZFrame> cpFrame;
         const HRESULT hr = CZFrameMaker::Create("ZFrame_Create", _vidProps, cpPool.Get(), &cpFrame);
         *_ppFrame = cpFrame.Detach();
@@ -100,8 +98,6 @@ HRESULT ZFrame_Wrap(const ZF_VID_PROPS& _vidProps, void* _pMemory, size_t _cbMem
             return E_INVALIDARG;
         }
         const CZPtr<CZFramePool> cpPool = PoolOr(_pPoolOrNull);
-        if (!cpPool)
-            return E_OUTOFMEMORY;
         int64_t nAddress = Img_Address(_pMemory);
         if (vidProps.nRowBytes < 0) // the row walked first is the highest
             nAddress -= int64_t{vidProps.nRowBytes} * (std::abs(int64_t{vidProps.nHeight}) - 1);
@@ -136,8 +132,6 @@ HRESULT ZFrame_WrapPlanes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidP
             return hr;
         vidProps.nRowBytes = vidPtr.cbVideoRowBytes[0];
         const CZPtr<CZFramePool> cpPool = PoolOr(_pPoolOrNull);
-        if (!cpPool)
-            return E_OUTOFMEMORY;
         *_ppFrame =
             CZFrameMaker::Wrap(vidProps, vidPtr, (_nWrap & eZWrap_Write) != 0, std::move(_fnRelease), cpPool.Get())
                 .Detach();

@@ -24,11 +24,6 @@ const KEY_KERNELS& Kernels()
     return kernels;
 }
 
-bool IsKeyed(int32_t _eType)
-{
-    return _eType == eCKT_RGB || _eType == eCKT_HLS || _eType == eCKT_YUV;
-}
-
 } // namespace
 
 HRESULT CChromaKey::ThreadsSet(uint32_t _nThreads)
@@ -50,7 +45,7 @@ HRESULT CChromaKey::ProcessFrame(const ZF_VID_PTR* _pInput, uint8_t* _pbAlpha1Ch
         m_rawKey = *_pChromaKey;
         m_rawKey.nKeysUsed = std::clamp(m_rawKey.nKeysUsed, 0, Z_MAX_KEYS);
         m_bInterlaced = VidProps_FieldOrder(_pInputProps) != 0;
-        if (!IsKeyed(m_rawKey.eType))
+        if (!KeyType_HasSpace(m_rawKey.eType))
             return S_FALSE;
         if (const HRESULT hr = JobMake(*_pInput, _pbAlpha1Ch, *_pInputProps); FAILED(hr))
             return hr;

@@ -6,8 +6,6 @@
 #include "ZChromaKey/CoZKey.h"
 #include "ZChromaKey/KeyBuilder.h"
 
-#include <string_view>
-
 namespace
 {
 

@@ -4,8 +4,6 @@
 #include "Base/ZBorder.h"
 #include "Base/ZPtr.h"
 
-#include <string_view>
-
 HRESULT CCoZKey::Create(REFIID _iid, void** _ppvObject)
 {
     const auto cpObject = CZPtr<IZKey>::Adopt(new CCoZKey);

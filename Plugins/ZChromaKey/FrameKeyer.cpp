@@ -18,12 +18,6 @@ bool IsAboveNone(const CHROMA_KEY_RAW& _key)
     return _key.eType > eCKT_None && _key.eType <= eCKT_Auto;
 }
 
-/// Key types that are keyed: not "auto", which stands for a detection that has not been made.
-bool IsKeyed(const CHROMA_KEY_RAW& _key)
-{
-    return _key.eType == eCKT_RGB || _key.eType == eCKT_HLS || _key.eType == eCKT_YUV;
-}
-
 void LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame* _pFrame, HRESULT _hr)
 {
     if (ZLog_IsOn(_eLevel))
@@ -140,7 +134,7 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key
 HRESULT CFrameKeyer::ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
                                 IZFFrame** _ppFrameRes, FRAMES* _pFrames)
 {
-    if (IsKeyed(_key) && m_options->nGPUMode != eCKGPU_Off)
+    if (KeyType_HasSpace(_key.eType) && m_options->nGPUMode != eCKGPU_Off)
     {
         const HRESULT hr = KeyOnGPU(_pFrame, _vidProps, _key, _ppFrameRes, _pFrames);
         if (SUCCEEDED(hr) || m_options->nGPUMode == eCKGPU_Only)
@@ -234,16 +228,17 @@ void CFrameKeyer::GPUFailed(IZFFrame* _pFrame, HRESULT _hr)
 HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
                               IZFFrame** _ppFrameRes, FRAMES* _pFrames)
 {
-    if (!IsKeyed(_key) && !m_options->bOutputARGB && m_options->rectBorders == PROP_RECT{})
+    const bool bKeyed = KeyType_HasSpace(_key.eType);
+    if (!bKeyed && !m_options->bOutputARGB && m_options->rectBorders == PROP_RECT{})
         return S_FALSE;
     const auto cpFrame2 = QueryPicture(_pFrame);
     if (!cpFrame2)
         return S_FALSE;
     WORK_FRAME& work = _pFrames->work;
     HRESULT hr = WorkFrame_Make(cpFrame2.Get(), *m_options, &work);
-    if (SUCCEEDED(hr) && IsKeyed(_key))
+    if (SUCCEEDED(hr) && bKeyed)
         hr = WorkFrame_MakeOwn(KeyPlan_HasColorCancel(_key), &work);
-    if (SUCCEEDED(hr) && IsKeyed(_key)) // measured as the input is, not as what it was converted into
+    if (SUCCEEDED(hr) && bKeyed) // measured as the input is, not as what it was converted into
         hr = RunEngine(cpFrame2.Get(), Img_MatrixOf(_vidProps), _key, _pFrames);
     if (FAILED(hr) || !work.bOwnFrame)
         return FAILED(hr) ? hr : S_FALSE;

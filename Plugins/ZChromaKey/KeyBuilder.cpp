@@ -23,11 +23,6 @@ constexpr int c_nPartPixels = 16;
 /// The smooth range of a key that was made here: follows from its half-widths when it is handed out.
 constexpr int32_t c_nSmoothDerived = std::numeric_limits<int32_t>::min();
 
-bool IsSpace(int32_t _eType)
-{
-    return _eType == eCKT_RGB || _eType == eCKT_HLS || _eType == eCKT_YUV;
-}
-
 SINGLE_KEY NewExtras()
 {
     SINGLE_KEY key = {};
@@ -101,7 +96,7 @@ CKeyBuilder::CKeyBuilder()
 
 HRESULT CKeyBuilder::TypeSet(eCK_Type _eType)
 {
-    if (!IsSpace(_eType) && _eType != eCKT_Auto)
+    if (!KeyType_HasSpace(_eType) && _eType != eCKT_Auto)
     {
         ZLog(eZLog_Error, "Keys cannot be of type %d; take 2 (RGB), 3 (HLS), 4 (YUV) or 5 (Auto)\n", _eType);
         return E_INVALIDARG;
@@ -265,14 +260,14 @@ HRESULT CKeyBuilder::Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS&
 void CKeyBuilder::RawSet(const CHROMA_KEY_RAW& _raw)
 {
     m_raw = _raw;
-    m_eType = IsSpace(_raw.eType) ? static_cast<eCK_Type>(_raw.eType) : eCKT_Auto;
-    m_eSpace = IsSpace(_raw.eType) ? m_eType : eCKT_YUV;
+    m_eType = KeyType_HasSpace(_raw.eType) ? static_cast<eCK_Type>(_raw.eType) : eCKT_Auto;
+    m_eSpace = KeyType_HasSpace(_raw.eType) ? m_eType : eCKT_YUV;
     for (const bool bExclude : {false, true})
     {
         // Each calculator gets a set of its own kind, so that no slot is left to what it held before.
         CHROMA_KEY_RAW rawKind = _raw;
         rawKind.nKeysUsed = 0;
-        for (int32_t i = 0; IsSpace(_raw.eType) && i < std::min(_raw.nKeysUsed, Z_MAX_KEYS); ++i)
+        for (int32_t i = 0; KeyType_HasSpace(_raw.eType) && i < std::min(_raw.nKeysUsed, Z_MAX_KEYS); ++i)
             if ((_raw.arrKeys[i].nReverseKey > 0) == bExclude)
                 rawKind.arrKeys[rawKind.nKeysUsed++] = _raw.arrKeys[i];
         KEYS& keys = m_arrKeys[bExclude ? 1 : 0];

@@ -21,11 +21,6 @@ KEY_EDIT Empty()
     return edit;
 }
 
-bool HasSpace(int32_t _eType)
-{
-    return _eType == eCKT_RGB || _eType == eCKT_HLS || _eType == eCKT_YUV;
-}
-
 CHROMA_KEY_RAW Unadjusted(const KEY_EDIT& _edit)
 {
     return CKUtils::ConvertKeys(_edit.keyTaken, static_cast<eCK_Type>(_edit.eType), _edit.eMatrix.value_or(eZYM_601));
@@ -88,30 +83,30 @@ CHROMA_KEY_RAW CKeyState::KeyForSampling() const
 {
     const std::lock_guard lock(m_mtxConfig);
     const KEY_EDIT& edit = m_history.Current();
-    return HasSpace(edit.eType) || edit.keyTaken.nKeysUsed < 1 ? Unadjusted(edit) : edit.keyTaken;
+    return KeyType_HasSpace(edit.eType) || edit.keyTaken.nKeysUsed < 1 ? Unadjusted(edit) : edit.keyTaken;
 }
 
 int32_t CKeyState::TakenTypeGet() const
 {
     const std::lock_guard lock(m_mtxConfig);
     const KEY_EDIT& edit = m_history.Current();
-    return HasSpace(edit.eType) ? edit.eType : edit.keyTaken.eType;
+    return KeyType_HasSpace(edit.eType) ? edit.eType : edit.keyTaken.eType;
 }
 
-bool CKeyState::RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull, std::optional<eZYMatrix> _eMatrix,
+void CKeyState::RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull, std::optional<eZYMatrix> _eMatrix,
                        int32_t _eTakenType)
 {
     const std::lock_guard lock(m_mtxConfig);
     KEY_EDIT edit = {_key, _key.eType, _eMatrix, _pAdjustOrNull ? *_pAdjustOrNull : m_history.Current().adjust};
-    if (!HasSpace(_key.eType) && HasSpace(_eTakenType))
+    if (!KeyType_HasSpace(_key.eType) && KeyType_HasSpace(_eTakenType))
         edit.keyTaken.eType = _eTakenType;
-    return Push(edit);
+    Push(edit);
 }
 
-bool CKeyState::Reset()
+void CKeyState::Reset()
 {
     const std::lock_guard lock(m_mtxConfig);
-    return Push(Empty());
+    Push(Empty());
 }
 
 HRESULT CKeyState::AdjustSet(eCK_Adjust _eAdjust, double _dblValue, std::optional<eZYMatrix> _eMatrix)

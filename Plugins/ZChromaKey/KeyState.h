@@ -44,12 +44,11 @@ public:
     /// The space that the keys are in, which is not the type in force while keying is off.
     int32_t TakenTypeGet() const;
 
-    /// Null adjustments stay as they are. _eTakenType: as TakenTypeGet answered when the set was saved. True when that
-    /// was a step.
-    bool RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull, std::optional<eZYMatrix> _eMatrix,
+    /// Null adjustments stay as they are. _eTakenType: as TakenTypeGet answered when the set was saved.
+    void RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull, std::optional<eZYMatrix> _eMatrix,
                 int32_t _eTakenType = eCKT_Auto);
     /// No keying, no keys, no adjustments.
-    bool Reset();
+    void Reset();
     /// E_INVALIDARG: no such adjustment, or a value outside its range (logged). S_FALSE: it has that value already.
     /// _eMatrix: what a change of type computes with where the keys came without a picture.
     HRESULT AdjustSet(eCK_Adjust _eAdjust, double _dblValue, std::optional<eZYMatrix> _eMatrix);

@@ -5,7 +5,6 @@
 #include "Props/Xml/XmlNode.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace
 {

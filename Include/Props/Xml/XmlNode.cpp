@@ -5,19 +5,6 @@
 #include <algorithm>
 #include <utility>
 
-namespace
-{
-
-template <class T> T ReadOr(const std::string* _pstrValue, bool (*_pfnRead)(std::string_view, T*), T _default)
-{
-    T value = _default;
-    if (_pstrValue)
-        _pfnRead(*_pstrValue, &value);
-    return value;
-}
-
-} // namespace
-
 XML_ATTR* CXmlNode::AttrFindOwn(std::string_view _svName)
 {
     const auto it = std::find_if(m_vecAttrs.begin(), m_vecAttrs.end(),
@@ -39,22 +26,9 @@ std::string_view CXmlNode::AttrText(std::string_view _svName, std::string_view _
 
 int64_t CXmlNode::AttrInt(std::string_view _svName, int64_t _nDefault) const
 {
-    return ReadOr(AttrFind(_svName), PropText_ReadInt, _nDefault);
-}
-
-uint64_t CXmlNode::AttrUInt(std::string_view _svName, uint64_t _nDefault) const
-{
-    return ReadOr(AttrFind(_svName), PropText_ReadUInt, _nDefault);
-}
-
-double CXmlNode::AttrDouble(std::string_view _svName, double _dblDefault) const
-{
-    return ReadOr(AttrFind(_svName), PropText_ReadDouble, _dblDefault);
-}
-
-bool CXmlNode::AttrBool(std::string_view _svName, bool _bDefault) const
-{
-    return ReadOr(AttrFind(_svName), PropText_ReadBool, _bDefault);
+    int64_t nValue = _nDefault;
+    PropText_ReadInt(AttrText(_svName, ""), &nValue);
+    return nValue;
 }
 
 void CXmlNode::AttrSetText(std::string_view _svName, std::string_view _svValue)
@@ -117,18 +91,6 @@ CXmlNode* CXmlNode::ChildAdopt(std::unique_ptr<CXmlNode> _upChild)
 {
     m_vecChildren.push_back(std::move(_upChild));
     return m_vecChildren.back().get();
-}
-
-std::unique_ptr<CXmlNode> CXmlNode::ChildTake(std::string_view _svName, size_t _nIndex)
-{
-    const CXmlNode* pChild = ChildFind(_svName, _nIndex);
-    const auto it = std::find_if(m_vecChildren.begin(), m_vecChildren.end(),
-                                 [&](const auto& _upChild) { return _upChild.get() == pChild; });
-    if (it == m_vecChildren.end())
-        return nullptr;
-    std::unique_ptr<CXmlNode> upChild = std::move(*it);
-    m_vecChildren.erase(it);
-    return upChild;
 }
 
 void CXmlNode::ChildrenRemove(std::string_view _svName)

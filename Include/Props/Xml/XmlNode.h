@@ -46,12 +46,9 @@ public:
     }
     /// The value of an attribute; null when there is none.
     const std::string* AttrFind(std::string_view _svName) const;
-    /// Readers answer _default when the attribute is absent or is no such value (PropText.h says what is read).
+    /// Readers answer _default when the attribute is absent or is no such value.
     std::string_view AttrText(std::string_view _svName, std::string_view _svDefault) const;
     int64_t AttrInt(std::string_view _svName, int64_t _nDefault) const;
-    uint64_t AttrUInt(std::string_view _svName, uint64_t _nDefault) const;
-    double AttrDouble(std::string_view _svName, double _dblDefault) const;
-    bool AttrBool(std::string_view _svName, bool _bDefault) const;
     /// Replaces the value where the attribute is there, else appends it.
     void AttrSetText(std::string_view _svName, std::string_view _svValue);
     void AttrSetInt(std::string_view _svName, int64_t _nValue);
@@ -78,8 +75,6 @@ public:
     CXmlNode* ChildAdd(std::string_view _svName);
     /// Appends a tree and lends it.
     CXmlNode* ChildAdopt(std::unique_ptr<CXmlNode> _upChild);
-    /// Takes the n-th child of a name out and gives it to the caller; null when there is none.
-    std::unique_ptr<CXmlNode> ChildTake(std::string_view _svName, size_t _nIndex = 0);
     /// Removes all children of a name.
     void ChildrenRemove(std::string_view _svName);
 

@@ -32,12 +32,10 @@ struct THREE_ROWS
     }
 };
 
-constexpr uint8_t c_nTransparent = 3; // pixels below it are left as they are: less than 1 % of 255
-
 uint8_t SmoothOne(uint8_t _nPixel, uint16_t _nLeft, uint16_t _nMiddle, uint16_t _nRight)
 {
     const int nMean = (_nLeft + 2 * _nMiddle + _nRight + 8) >> 4;
-    return static_cast<uint8_t>(_nPixel < c_nTransparent ? _nPixel : nMean);
+    return static_cast<uint8_t>(_nPixel < c_nLeastSmoothed ? _nPixel : nMean);
 }
 
 void SmoothClamped(uint8_t* _pResult, const THREE_ROWS& _rows, size_t _nFirst, size_t _nEnd, size_t _nPixels)

@@ -3,6 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 
+/// Smoothing leaves pixels below it as they are: less than 1 % of 255.
+inline constexpr uint8_t c_nLeastSmoothed = 3;
+
 /// The plain C++ kernels over rows of a mask; KEY_KERNELS says what each does.
 void Exclude_C(uint8_t* _pAlpha, const uint8_t* _pExclusion, size_t _nPixels) noexcept;
 void Threshold_C(uint8_t* _pAlpha, size_t _nPixels, uint8_t _nMin, uint8_t _nMax) noexcept;

@@ -5,22 +5,6 @@
 namespace
 {
 
-/// A key's constants as they lie in every 32-bit lane. Two components of a pixel, or one component of two pixels, are
-/// the words of a lane.
-struct KEY_LANES
-{
-    uint32_t nValue02;
-    uint32_t nValue11;
-    uint32_t nWeight02;
-    uint32_t nWeight1Low;
-    uint32_t nWeight1High;
-    int32_t nOpaque; // least sum whose alpha is 255
-    int32_t nInside; // least sum outside the key
-    int32_t nSoft;   // number of sums between the two
-    int32_t nFloor;
-    float fltScale;
-};
-
 constexpr size_t c_nBlock = 64; // pixels in four vectors
 
 /// 64 pixels: their components 0 and 2, and component 1 of the first and second, third and fourth vector.
@@ -35,30 +19,6 @@ struct LEAST
 {
     __m512i vec0, vec1, vec2, vec3;
 };
-
-uint32_t Pair(int16_t _nLow, int16_t _nHigh)
-{
-    return static_cast<uint32_t>(static_cast<uint16_t>(_nLow)) | static_cast<uint32_t>(_nHigh) << 16;
-}
-
-void LanesMake(KEY_LANES* _pLanes, const KEY_DISTANCE* _pKeys, int _nKeys)
-{
-    for (int i = 0; i < _nKeys; ++i)
-    {
-        const KEY_DISTANCE& key = _pKeys[i];
-        const int64_t nOpaque = int64_t{key.nThreshold} + key.nOpaque;
-        _pLanes[i] = {Pair(key.arrValue[0], key.arrValue[2]),
-                      Pair(key.arrValue[1], key.arrValue[1]),
-                      Pair(key.arrWeight[0], key.arrWeight[2]),
-                      Pair(key.arrWeight[1], 0),
-                      Pair(0, key.arrWeight[1]),
-                      nOpaque < INT32_MAX ? static_cast<int32_t>(nOpaque) : INT32_MAX,
-                      key.nThreshold + 1,
-                      key.nOpaque - 1,
-                      key.nAlphaFloor,
-                      key.fltScale};
-    }
-}
 
 __m512i Lanes(uint32_t _nLane)
 {
@@ -201,8 +161,8 @@ void KeySet_AVX512(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels, s
 {
     KEY_LANES arrKeying[c_nMaxRowKeys];
     KEY_LANES arrExclude[c_nMaxRowKeys];
-    LanesMake(arrKeying, _set.pKeying, _set.nKeying);
-    LanesMake(arrExclude, _set.pExclude, _set.nExclude);
+    KeyLanes_Make(arrKeying, _set.pKeying, _set.nKeying);
+    KeyLanes_Make(arrExclude, _set.pExclude, _set.nExclude);
     SpanKey(_pAlpha, _pPixels, _nMerged, {arrKeying, _set.nKeying, arrExclude, _set.nExclude});
     SpanKey(_pAlpha + _nMerged, _pPixels + 4 * _nMerged, _nPixels - _nMerged,
             {arrKeying, 1, arrExclude, _set.nExclude > 0});

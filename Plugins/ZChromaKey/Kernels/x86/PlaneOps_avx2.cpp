@@ -7,7 +7,6 @@ namespace
 {
 
 constexpr size_t c_nBytes = 32; // in a vector
-constexpr uint8_t c_nTransparent = 3;
 
 __m256i Load(const uint8_t* _pBytes)
 {
@@ -55,7 +54,7 @@ void SmoothVector(uint8_t* _pResult, const uint8_t* _pAbove, const uint8_t* _pRo
     const __m256i vecMean =
         _mm256_or_si256(_mm256_srli_epi16(vecEven, 4), _mm256_slli_epi16(_mm256_srli_epi16(vecOdd, 4), 8));
     const __m256i vecRow = Load(_pRow);
-    const __m256i vecBig = _mm256_set1_epi8(c_nTransparent);
+    const __m256i vecBig = _mm256_set1_epi8(c_nLeastSmoothed);
     const __m256i vecChange = _mm256_cmpeq_epi8(_mm256_max_epu8(vecRow, vecBig), vecRow);
     Store(_pResult, _mm256_blendv_epi8(vecRow, vecMean, vecChange));
 }

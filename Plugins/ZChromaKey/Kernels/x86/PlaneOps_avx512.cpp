@@ -7,7 +7,6 @@ namespace
 {
 
 constexpr size_t c_nBytes = 64; // in a vector
-constexpr uint8_t c_nTransparent = 3;
 
 /// The first bytes of a vector, all of them when there are more.
 __mmask64 FirstBytes(size_t _nBytes)
@@ -51,7 +50,7 @@ void SmoothVector(uint8_t* _pResult, const uint8_t* _pAbove, const uint8_t* _pRo
     const __m512i vecMean =
         _mm512_or_si512(_mm512_srli_epi16(vecEven, 4), _mm512_slli_epi16(_mm512_srli_epi16(vecOdd, 4), 8));
     const __m512i vecRow = _mm512_loadu_si512(_pRow);
-    const __mmask64 nKeep = _mm512_cmplt_epu8_mask(vecRow, _mm512_set1_epi8(c_nTransparent));
+    const __mmask64 nKeep = _mm512_cmplt_epu8_mask(vecRow, _mm512_set1_epi8(c_nLeastSmoothed));
     _mm512_storeu_si512(_pResult, _mm512_mask_mov_epi8(vecMean, nKeep, vecRow));
 }
 

@@ -90,12 +90,7 @@ public:
     std::vector<uint8_t> Mask() override
     {
         PICTURE mask;
-        m_keyer.Process(m_ring[0].Get(), [&](IZFFrame* _pResult) {
-            CZPtr<IUnknown> cpMask;
-            CZKeyer::Check(_pResult->AttachmentGet(L"mask", cpMask.Put()), "taking the mask of a frame");
-            if (const auto cpFrame = ZQuery<IZFFrame>(cpMask))
-                Picture_FromMask(cpFrame.Get(), mask);
-        });
+        m_keyer.Process(m_ring[0].Get(), [&](IZFFrame* _pResult) { Picture_FromMask(_pResult, mask); });
         return mask.vecPixels;
     }
 

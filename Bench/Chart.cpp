@@ -40,14 +40,6 @@ struct FRAME
     }
 };
 
-void FillRect(PICTURE& _picture, int _nLeft, int _nTop, int _nRight, int _nBottom, uint32_t _nRGB)
-{
-    for (int y = std::max(_nTop, 0); y < std::min(_nBottom, _picture.nHeight); ++y)
-        for (int x = std::max(_nLeft, 0); x < std::min(_nRight, _picture.nWidth); ++x)
-            for (int c = 0; c < 3; ++c)
-                _picture.Row(y)[4 * x + c] = static_cast<uint8_t>(_nRGB >> 8 * c);
-}
-
 void DrawLine(PICTURE& _picture, POINT _from, POINT _to, uint32_t _nRGB)
 {
     const double dblLength = std::max(std::abs(_to.dblX - _from.dblX), std::abs(_to.dblY - _from.dblY));
@@ -57,7 +49,7 @@ void DrawLine(PICTURE& _picture, POINT _from, POINT _to, uint32_t _nRGB)
         const double dblPart = static_cast<double>(i) / nSteps;
         const int nX = static_cast<int>(std::lround(_from.dblX + (_to.dblX - _from.dblX) * dblPart));
         const int nY = static_cast<int>(std::lround(_from.dblY + (_to.dblY - _from.dblY) * dblPart));
-        FillRect(_picture, nX - 1, nY - 1, nX + 1, nY + 1, _nRGB);
+        Picture_Fill(_picture, nX - 1, nY - 1, nX + 1, nY + 1, _nRGB);
     }
 }
 
@@ -87,7 +79,7 @@ void DrawGrid(PICTURE& _picture, const FRAME& _frame)
             if (std::log10(dblHeight) < _frame.dblLow || std::log10(dblHeight) > _frame.dblHigh)
                 continue;
             const int nLine = static_cast<int>(_frame.Line(dblHeight));
-            FillRect(_picture, _frame.nLeft, nLine, _frame.nRight, nLine + 1, c_nGrid);
+            Picture_Fill(_picture, _frame.nLeft, nLine, _frame.nRight, nLine + 1, c_nGrid);
             const std::string strHeight = ZFormat("%g", dblHeight);
             Label_Draw(_picture, _frame.nLeft - 6 - c_nLetter * static_cast<int>(strHeight.size()), nLine - 4, 1,
                        c_nInk, strHeight);
@@ -101,8 +93,8 @@ void Chart_Draw(PICTURE& _picture, int _nLeft, int _nTop, int _nWidth, int _nHei
     const FRAME frame = FrameOf(_nLeft, _nTop, _nWidth, _nHeight, _chart);
     Label_Draw(_picture, frame.nLeft, _nTop + 8, 2, c_nInk, _chart.strTitle);
     DrawGrid(_picture, frame);
-    FillRect(_picture, frame.nLeft, frame.nTop, frame.nLeft + 1, frame.nBottom, c_nInk);
-    FillRect(_picture, frame.nLeft, frame.nBottom, frame.nRight, frame.nBottom + 1, c_nInk);
+    Picture_Fill(_picture, frame.nLeft, frame.nTop, frame.nLeft + 1, frame.nBottom, c_nInk);
+    Picture_Fill(_picture, frame.nLeft, frame.nBottom, frame.nRight, frame.nBottom + 1, c_nInk);
     for (size_t i = 0; i < _chart.arrTicks.size(); ++i)
         Label_Draw(_picture,
                    static_cast<int>(frame.Column(i)) - c_nLetter * static_cast<int>(_chart.arrTicks[i].size()) / 2,
@@ -110,7 +102,7 @@ void Chart_Draw(PICTURE& _picture, int _nLeft, int _nTop, int _nWidth, int _nHei
     int nLegend = _nTop + 30;
     for (const CHART_LINE& line : _chart.arrLines)
     {
-        FillRect(_picture, frame.nLeft, nLegend + 3, frame.nLeft + 20, nLegend + 5, line.nRGB);
+        Picture_Fill(_picture, frame.nLeft, nLegend + 3, frame.nLeft + 20, nLegend + 5, line.nRGB);
         Label_Draw(_picture, frame.nLeft + 28, nLegend, 1, c_nInk, line.strName);
         nLegend += c_nLegendRow;
         for (size_t i = 0; i < line.arrPoints.size(); ++i)
@@ -121,7 +113,7 @@ void Chart_Draw(PICTURE& _picture, int _nLeft, int _nTop, int _nWidth, int _nHei
             };
             const POINT point = fnPoint(i);
             const int nX = static_cast<int>(point.dblX), nY = static_cast<int>(point.dblY);
-            FillRect(_picture, nX - 3, nY - 3, nX + 3, nY + 3, line.nRGB);
+            Picture_Fill(_picture, nX - 3, nY - 3, nX + 3, nY + 3, line.nRGB);
             if (i > 0)
                 DrawLine(_picture, fnPoint(i - 1), point, line.nRGB);
         }

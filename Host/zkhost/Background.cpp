@@ -17,13 +17,7 @@ PICTURE Plain(uint32_t _nRGB, int _nWidth, int _nHeight)
 {
     PICTURE picture;
     picture.Resize(_nWidth, _nHeight, 4);
-    for (size_t i = 0; i < picture.vecPixels.size(); i += 4)
-    {
-        picture.vecPixels[i] = static_cast<uint8_t>(_nRGB);
-        picture.vecPixels[i + 1] = static_cast<uint8_t>(_nRGB >> 8);
-        picture.vecPixels[i + 2] = static_cast<uint8_t>(_nRGB >> 16);
-        picture.vecPixels[i + 3] = 255;
-    }
+    Picture_Fill(picture, 0, 0, _nWidth, _nHeight, _nRGB);
     return picture;
 }
 

@@ -64,15 +64,10 @@ public:
         {
             bool bAnswer = false;
             m_keyer.Process(cpFrame.Get(), [&](IZFFrame* _pResult) {
-                CZPtr<IUnknown> cpAttached;
-                CZKeyer::Check(_pResult->AttachmentGet(L"mask", cpAttached.Put()), "taking the mask of a frame");
-                const auto cpMask = ZQuery<IZFFrame>(cpAttached);
-                if (!cpMask)
-                    return;
                 PICTURE mask;
-                Picture_FromMask(cpMask.Get(), mask);
-                BenchScene_Check(mask, m_nKeys);
-                bAnswer = true;
+                bAnswer = Picture_FromMask(_pResult, mask);
+                if (bAnswer)
+                    BenchScene_Check(mask, m_nKeys);
             });
             if (!bAnswer)
                 throw CZHostError("the module answers without a mask; measuring it means nothing");

@@ -11,7 +11,6 @@
 #include "Base/ZLog.h"
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 
 namespace
@@ -40,13 +39,7 @@ public:
         , m_nHeight(_nHeight)
     {
         m_sheet.Resize(2 * (_nWidth + c_nMargin) + c_nMargin, 2 * (_nHeight + c_nLabelHeight + c_nMargin), 4);
-        for (size_t i = 0; i < m_sheet.vecPixels.size(); i += 4)
-        {
-            m_sheet.vecPixels[i] = static_cast<uint8_t>(c_nPaper);
-            m_sheet.vecPixels[i + 1] = static_cast<uint8_t>(c_nPaper >> 8);
-            m_sheet.vecPixels[i + 2] = static_cast<uint8_t>(c_nPaper >> 16);
-            m_sheet.vecPixels[i + 3] = 255;
-        }
+        Picture_Fill(m_sheet, 0, 0, m_sheet.nWidth, m_sheet.nHeight, c_nPaper);
     }
     void Put(int _nColumn, int _nRow, const PICTURE& _picture, const std::string& _strLabel)
     {

@@ -7,13 +7,8 @@
 void KeyJob_Read(IZFFrame* _pResult, KEYED& _keyed)
 {
     Picture_FromFrame(_pResult, _keyed.picture);
-    CZPtr<IUnknown> cpAttached;
-    CZKeyer::Check(_pResult->AttachmentGet(L"mask", cpAttached.Put()), "taking the mask of a frame");
-    if (const auto cpMask = ZQuery<IZFFrame>(cpAttached))
-    {
-        Picture_FromMask(cpMask.Get(), _keyed.mask);
+    if (Picture_FromMask(_pResult, _keyed.mask))
         Picture_PutAlpha(_keyed.mask, _keyed.picture);
-    }
     else
     {
         Picture_TakeAlpha(_keyed.picture, _keyed.mask);

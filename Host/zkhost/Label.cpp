@@ -1,6 +1,5 @@
 #include "zkhost/Label.h"
 
-#include <algorithm>
 #include <vector>
 
 #if defined(__GNUC__)
@@ -24,19 +23,6 @@ struct FONT_VERTEX
 
 constexpr size_t c_cbPerLetter = 300; // as the font's maker says
 
-void FillRect(PICTURE& _picture, int _nLeft, int _nTop, int _nRight, int _nBottom, uint32_t _nRGB)
-{
-    for (int y = std::max(_nTop, 0); y < std::min(_nBottom, _picture.nHeight); ++y)
-        for (int x = std::max(_nLeft, 0); x < std::min(_nRight, _picture.nWidth); ++x)
-        {
-            uint8_t* pPixel = _picture.Row(y) + 4 * x;
-            pPixel[0] = static_cast<uint8_t>(_nRGB);
-            pPixel[1] = static_cast<uint8_t>(_nRGB >> 8);
-            pPixel[2] = static_cast<uint8_t>(_nRGB >> 16);
-            pPixel[3] = 255;
-        }
-}
-
 } // namespace
 
 void Label_Draw(PICTURE& _picture, int _nLeft, int _nTop, int _nScale, uint32_t _nRGB, const std::string& _strText)
@@ -51,8 +37,8 @@ void Label_Draw(PICTURE& _picture, int _nLeft, int _nTop, int _nScale, uint32_t 
     {
         const FONT_VERTEX& first = vecVertices[size_t{4} * static_cast<size_t>(i)];
         const FONT_VERTEX& opposite = vecVertices[size_t{4} * static_cast<size_t>(i) + 2];
-        FillRect(_picture, _nLeft + static_cast<int>(first.x) * _nScale, _nTop + static_cast<int>(first.y) * _nScale,
-                 _nLeft + static_cast<int>(opposite.x) * _nScale, _nTop + static_cast<int>(opposite.y) * _nScale,
-                 _nRGB);
+        Picture_Fill(_picture, _nLeft + static_cast<int>(first.x) * _nScale,
+                     _nTop + static_cast<int>(first.y) * _nScale, _nLeft + static_cast<int>(opposite.x) * _nScale,
+                     _nTop + static_cast<int>(opposite.y) * _nScale, _nRGB);
     }
 }

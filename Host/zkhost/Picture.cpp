@@ -18,6 +18,18 @@ void PICTURE::Resize(int _nWidth, int _nHeight, int _nChannels)
     vecPixels.assign(RowBytes() * static_cast<size_t>(_nHeight), 0);
 }
 
+void Picture_Fill(PICTURE& _picture, int _nLeft, int _nTop, int _nRight, int _nBottom, uint32_t _nRGB)
+{
+    for (int y = std::max(_nTop, 0); y < std::min(_nBottom, _picture.nHeight); ++y)
+        for (int x = std::max(_nLeft, 0); x < std::min(_nRight, _picture.nWidth); ++x)
+        {
+            uint8_t* const pPixel = _picture.Row(y) + 4 * x;
+            for (int c = 0; c < 3; ++c)
+                pPixel[c] = static_cast<uint8_t>(_nRGB >> 8 * c);
+            pPixel[3] = 255;
+        }
+}
+
 std::string Picture_SizeFault(int64_t _nWidth, int64_t _nHeight)
 {
     if (_nWidth < 1 || _nHeight < 1)
@@ -75,16 +87,21 @@ void Picture_FromFrame(IZFFrame* _pFrame, PICTURE& _picture)
         MakeOpaque(_picture);
 }
 
-void Picture_FromMask(IZFFrame* _pMask, PICTURE& _picture)
+bool Picture_FromMask(IZFFrame* _pResult, PICTURE& _picture)
 {
+    CZPtr<IUnknown> cpAttached;
+    if (_pResult->AttachmentGet(L"mask", cpAttached.Put()) == S_FALSE)
+        return false;
+    const auto cpMask = ZQuery<IZFFrame>(cpAttached);
     ZF_VID_PROPS vidProps = {};
     ZF_VID_PTR vidPtr = {};
-    if (FAILED(_pMask->VideoPropsGet(&vidProps)) || vidProps.fccType != eZFCC_RGB8 ||
-        _pMask->VideoPtrGet(eZFP_Flip, &vidPtr) != S_OK)
+    if (!cpMask || FAILED(cpMask->VideoPropsGet(&vidProps)) || vidProps.fccType != eZFCC_RGB8 ||
+        cpMask->VideoPtrGet(eZFP_Flip, &vidPtr) != S_OK)
         throw CZHostError("the mask of a frame could not be read; it is no 8-bit picture in memory");
     _picture.Resize(vidPtr.szVideoPlanes[0].cx, vidPtr.szVideoPlanes[0].cy, 1);
     for (int y = 0; y < _picture.nHeight; ++y)
         std::memcpy(_picture.Row(y), Img_RowOf(vidPtr, 0, y), _picture.RowBytes());
+    return true;
 }
 
 void Picture_TakeAlpha(const PICTURE& _picture, PICTURE& _mask)

@@ -36,6 +36,9 @@ struct PICTURE
     void Resize(int _nWidth, int _nHeight, int _nChannels);
 };
 
+/// Fills a rectangle of a picture of B, G, R, A, as far as it lies in the picture, with an opaque colour, 0xRRGGBB.
+void Picture_Fill(PICTURE& _picture, int _nLeft, int _nTop, int _nRight, int _nBottom, uint32_t _nRGB);
+
 /// Why there can be no picture of this size; empty when there can be.
 std::string Picture_SizeFault(int64_t _nWidth, int64_t _nHeight);
 /// Throws CZHostError, naming _strWhere, for a size without pixels or over the limits.
@@ -43,8 +46,8 @@ void Picture_CheckSize(int64_t _nWidth, int64_t _nHeight, const std::string& _st
 
 /// Reads a frame of any readable format as B, G, R, A. The alpha is the frame's own for ARGB32, else 255.
 void Picture_FromFrame(IZFFrame* _pFrame, PICTURE& _picture);
-/// Reads an 8-bit frame (a mask) as a grey picture.
-void Picture_FromMask(IZFFrame* _pMask, PICTURE& _picture);
+/// Reads the mask that is attached to a result frame as a grey picture; false, and nothing read, where there is none.
+bool Picture_FromMask(IZFFrame* _pResult, PICTURE& _picture);
 /// Takes the alpha of a picture out as a grey picture, and the other way round; sizes must agree.
 void Picture_TakeAlpha(const PICTURE& _picture, PICTURE& _mask);
 void Picture_PutAlpha(const PICTURE& _mask, PICTURE& _picture);

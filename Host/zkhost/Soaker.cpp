@@ -39,10 +39,7 @@ constexpr SOAK_SIZE c_szOdd = {1001, 563};
 PICTURE MaskOf(IZFFrame* _pFrame)
 {
     PICTURE mask;
-    CZPtr<IUnknown> cpAttached;
-    CZKeyer::Check(_pFrame->AttachmentGet(L"mask", cpAttached.Put()), "taking the mask of a frame");
-    if (const auto cpMask = ZQuery<IZFFrame>(cpAttached))
-        Picture_FromMask(cpMask.Get(), mask);
+    Picture_FromMask(_pFrame, mask);
     return mask;
 }
 

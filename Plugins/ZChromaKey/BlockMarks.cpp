@@ -1,6 +1,7 @@
 #include "ZChromaKey/BlockMarks.h"
 
 #include "Base/ZPtr.h"
+#include "Image/ImgPlane.h"
 
 #include <algorithm>
 #include <cstring>
@@ -20,8 +21,7 @@ void DrawFrame(const ZF_VID_PTR& _vidPtr, const CKUtils::CK_BLOCK& _block)
     const uint32_t nColor = ColorOf(_block.eVerdict);
     for (int32_t y = _block.nY; y < _block.nY + _block.nHeight; ++y)
     {
-        auto* const pRow = reinterpret_cast<uint8_t*>(_vidPtr.lpVideoPlanes[0]) +
-                           static_cast<ptrdiff_t>(_vidPtr.cbVideoRowBytes[0]) * y;
+        uint8_t* const pRow = Img_RowOf(_vidPtr, 0, y);
         const bool bWhole = y == _block.nY || y == _block.nY + _block.nHeight - 1;
         const int32_t nStep = bWhole ? 1 : std::max(_block.nWidth - 1, 1);
         for (int32_t x = _block.nX; x < _block.nX + _block.nWidth; x += nStep)

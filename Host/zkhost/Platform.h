@@ -23,7 +23,7 @@ void Platform_Remove(const std::string& _strPath);
 /// Makes a folder in one that is there; false when the system refuses.
 bool Platform_MakeFolder(const std::string& _strPath);
 bool Platform_IsFolder(const std::string& _strPath);
-/// Bytes in an ordinary file, else -1.
+/// Bytes in an ordinary file that has any, else -1: files that the system makes up say 0.
 int64_t Platform_FileSize(const std::string& _strPath);
 bool Platform_Exists(const std::string& _strPath);
 

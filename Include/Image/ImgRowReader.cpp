@@ -81,12 +81,11 @@ HRESULT CheckPlane(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, int
     const int64_t nStride = _vidPtr.cbVideoRowBytes[_nPlane];
     if (_vidPtr.lpVideoPlanes[_nPlane] && (_nRows < 2 || std::abs(nStride) >= _cbRow))
         return S_OK;
-    ZLog(
-        eZLog_Error,
-        "CImgRowReader::Init: plane %d of %dx%d, format 0x%08X: address 0x%I64X, stride %I64d, %I64d bytes a row; give "
-        "the planes that belong to the record\n",
-        _nPlane, _vidProps.nWidth, _vidProps.nHeight, _vidProps.fccType, _vidPtr.lpVideoPlanes[_nPlane], nStride,
-        _cbRow);
+    ZLog(eZLog_Error,
+         "CImgRowReader::Init: plane %d of %dx%d, format %hs: address 0x%I64X, stride %I64d, %I64d bytes a row; give "
+         "the planes that belong to the record\n",
+         _nPlane, _vidProps.nWidth, _vidProps.nHeight, FCC_Name(_vidProps.fccType), _vidPtr.lpVideoPlanes[_nPlane],
+         nStride, _cbRow);
     return E_INVALIDARG;
 }
 } // namespace

@@ -20,6 +20,7 @@ struct IZChromaKey : public IDispatch
     /// _bsProps: "detect." options as "name=value" pairs; null or "" for the defaults. S_FALSE: nothing found.
     virtual HRESULT STDMETHODCALLTYPE KeyDetect(BSTR _bsProps) = 0;
     /// Add point to key
+    /// This and the other samples: E_UNEXPECTED: there is no frame; E_INVALIDARG: outside it.
     virtual HRESULT STDMETHODCALLTYPE KeyAddPoint(int32_t _nXPosPixels, int32_t _nYPosPixels) = 0;
     /// Exclude point from key
     virtual HRESULT STDMETHODCALLTYPE KeyExcludePoint(int32_t _nXPosPixels, int32_t _nYPosPixels) = 0;
@@ -32,6 +33,7 @@ struct IZChromaKey : public IDispatch
     /// Get keying ajust propeties
     virtual HRESULT STDMETHODCALLTYPE KeyAdjustGet(eCK_Adjust _eAdjust, double* _pdblValue) = 0;
     /// Cancel last adjustement steps
+    /// As many as there are. S_FALSE: none; E_INVALIDARG: a negative number. KeyStepFwd likewise.
     virtual HRESULT STDMETHODCALLTYPE KeyStepBack(int32_t _nSteps) = 0;
     /// Apply last adjustement steps (after step frwd)
     virtual HRESULT STDMETHODCALLTYPE KeyStepFwd(int32_t _nSteps) = 0;

@@ -23,8 +23,9 @@ int64_t SampleBytes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, in
 
 HRESULT WrongPicture(const ZF_VID_PROPS& _vidPropsIn, const ZF_VID_PROPS& _vidPropsOut, const char* _pszWhat)
 {
-    ZLog(eZLog_Error, "ZConvert_Frame: %hs: %dx%d (0x%08X) to %dx%d (0x%08X)\n", _pszWhat, _vidPropsIn.nWidth,
-         _vidPropsIn.nHeight, _vidPropsIn.fccType, _vidPropsOut.nWidth, _vidPropsOut.nHeight, _vidPropsOut.fccType);
+    ZLog(eZLog_Error, "ZConvert_Frame: %hs: %dx%d (%hs) to %dx%d (%hs)\n", _pszWhat, _vidPropsIn.nWidth,
+         _vidPropsIn.nHeight, FCC_Name(_vidPropsIn.fccType), _vidPropsOut.nWidth, _vidPropsOut.nHeight,
+         FCC_Name(_vidPropsOut.fccType));
     return E_INVALIDARG;
 }
 

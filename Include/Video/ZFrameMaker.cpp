@@ -22,8 +22,8 @@ bool IsSane(const ZF_VID_PROPS& _vidProps)
 
 HRESULT WrongRecord(const char* _pszOperation, const ZF_VID_PROPS& _vidProps, const char* _pszWhy)
 {
-    ZLog(eZLog_Error, "%hs: a record of %dx%d, format 0x%08X, %d bytes a row: %hs\n", _pszOperation, _vidProps.nWidth,
-         _vidProps.nHeight, _vidProps.fccType, _vidProps.nRowBytes, _pszWhy);
+    ZLog(eZLog_Error, "%hs: a record of %dx%d, format %hs, %d bytes a row: %hs\n", _pszOperation, _vidProps.nWidth,
+         _vidProps.nHeight, FCC_Name(_vidProps.fccType), _vidProps.nRowBytes, _pszWhy);
     return E_INVALIDARG;
 }
 } // namespace

@@ -24,8 +24,8 @@ HRESULT CompleteForMemory(const char* _pszOperation, ZF_VID_PROPS* _pVidProps)
         _pVidProps->nRowBytes = nRowSize;
     else if (std::abs(int64_t{vidGiven.nRowBytes}) < nRowSize)
     {
-        ZLog(eZLog_Error, "%hs: rows of %d pixels in format 0x%08X take %d bytes, but they lie %d bytes apart\n",
-             _pszOperation, vidGiven.nWidth, vidGiven.fccType, nRowSize, vidGiven.nRowBytes);
+        ZLog(eZLog_Error, "%hs: rows of %d pixels in format %hs take %d bytes, but they lie %d bytes apart\n",
+             _pszOperation, vidGiven.nWidth, FCC_Name(vidGiven.fccType), nRowSize, vidGiven.nRowBytes);
         return E_INVALIDARG;
     }
     const HRESULT hr = CZFrameMaker::Complete(_pszOperation, _pVidProps);
@@ -52,9 +52,8 @@ HRESULT CheckPlanes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr)
         if (_vidPtr.lpVideoPlanes[nPlane] && std::abs(int64_t{_vidPtr.cbVideoRowBytes[nPlane]}) >= cbRow)
             continue;
         ZLog(eZLog_Error,
-             "ZFrame_WrapPlanes: plane %d of %dx%d, format 0x%08X: address 0x%I64X, stride %d, %I64d bytes "
-             "a row\n",
-             nPlane, _vidProps.nWidth, _vidProps.nHeight, _vidProps.fccType, _vidPtr.lpVideoPlanes[nPlane],
+             "ZFrame_WrapPlanes: plane %d of %dx%d, format %hs: address 0x%I64X, stride %d, %I64d bytes a row\n",
+             nPlane, _vidProps.nWidth, _vidProps.nHeight, FCC_Name(_vidProps.fccType), _vidPtr.lpVideoPlanes[nPlane],
              _vidPtr.cbVideoRowBytes[nPlane], cbRow);
         return E_INVALIDARG;
     }
@@ -92,9 +91,9 @@ HRESULT ZFrame_Wrap(const ZF_VID_PROPS& _vidProps, void* _pMemory, size_t _cbMem
         const int64_t cbPicture = VidProps_ImageSize(&vidProps);
         if (_cbMemory < static_cast<uint64_t>(cbPicture))
         {
-            ZLog(eZLog_Error,
-                 "ZFrame_Wrap: %dx%d, format 0x%08X, %d bytes a row takes %I64d bytes, the buffer has %zu\n",
-                 vidProps.nWidth, vidProps.nHeight, vidProps.fccType, vidProps.nRowBytes, cbPicture, _cbMemory);
+            ZLog(eZLog_Error, "ZFrame_Wrap: %dx%d, format %hs, %d bytes a row takes %I64d bytes, the buffer has %zu\n",
+                 vidProps.nWidth, vidProps.nHeight, FCC_Name(vidProps.fccType), vidProps.nRowBytes, cbPicture,
+                 _cbMemory);
             return E_INVALIDARG;
         }
         const CZPtr<CZFramePool> cpPool = PoolOr(_pPoolOrNull);

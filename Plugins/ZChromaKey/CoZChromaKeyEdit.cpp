@@ -159,7 +159,7 @@ HRESULT CCoZChromaKey::KeyAdjustGet(eCK_Adjust _eAdjust, double* _pdblValue)
 HRESULT CCoZChromaKey::KeyStepBack(int32_t _nSteps)
 {
     return Edit("CCoZChromaKey::KeyStepBack", [&]() -> HRESULT {
-        if (_nSteps < 0)
+        if (!Z_VERIFY(_nSteps >= 0))
             return E_INVALIDARG;
         return m_keyState.Step(-_nSteps) > 0 ? S_OK : S_FALSE;
     });
@@ -168,7 +168,7 @@ HRESULT CCoZChromaKey::KeyStepBack(int32_t _nSteps)
 HRESULT CCoZChromaKey::KeyStepFwd(int32_t _nSteps)
 {
     return Edit("CCoZChromaKey::KeyStepFwd", [&]() -> HRESULT {
-        if (_nSteps < 0)
+        if (!Z_VERIFY(_nSteps >= 0))
             return E_INVALIDARG;
         return m_keyState.Step(_nSteps) > 0 ? S_OK : S_FALSE;
     });

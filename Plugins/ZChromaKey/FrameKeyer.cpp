@@ -164,12 +164,11 @@ void CFrameKeyer::CancelSay(uint32_t _fccType)
 {
     if (CancelPlane_IsKnown(_fccType) || std::exchange(m_fccCancelSaid, _fccType) == _fccType)
         return;
-    const PIXEL_FORMAT* const pFormat = FCC_Lookup(_fccType);
     ZLog(
         eZLog_Info,
         "CCoZChromaKey: colour cancel leaves the colours of %hs frames as they are; switch \"output.argb\" on, or hand "
         "in RGB24, RGB32, ARGB32, UYVY, HDYC, YUY2 or YVYU\n",
-        pFormat ? pFormat->pszName : "unknown");
+        FCC_Name(_fccType));
 }
 
 /// The frame less its borders, as on the CPU. A frame in a texture has no picture that could be cut.
@@ -280,7 +279,8 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const C
              "memory or for the log; it is left to itself, and the next frame gets another one\n");
     }
     else if (FAILED(hr))
-        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: keying on the CPU failed, hr=%08X\n", hr);
+        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: a frame (%hs) cannot be keyed on the CPU, hr=%08X\n",
+             VidProps_Text(&vidProps), hr);
     return hr;
 }
 

@@ -6,7 +6,7 @@
 
 /// One adjustment, as KeyAdjustSet takes it, hosts show it and the documentation lists it.
 ///
-/// Every default is 0 and means "the keys as they were taken", so that a zero-filled CK_ADJUST adjusts nothing.
+/// Every default of CK_ADJUST is 0 and means "the keys as they were taken": a zero-filled one adjusts nothing.
 struct CK_ADJUST_INFO
 {
     eCK_Adjust eAdjust;

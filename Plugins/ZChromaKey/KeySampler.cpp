@@ -1,6 +1,7 @@
 #include "ZChromaKey/KeySampler.h"
 
 #include "Base/ZLog.h"
+#include "Base/ZVideoText.h"
 
 #include <cstring>
 
@@ -26,7 +27,7 @@ HRESULT CKeySampler::Open(IZFFrame* _pFrame)
         hr = m_reader.Init(vidProps, vidPtr);
     if (FAILED(hr))
     {
-        ZLog(eZLog_Error, "The picture of the frame cannot be read, hr=%08X\n", hr);
+        ZLog(eZLog_Error, "The picture of the frame (%hs) cannot be read, hr=%08X\n", VidProps_Text(&vidProps), hr);
         return hr;
     }
     m_vecRow.resize(size_t{4} * static_cast<size_t>(Width()));

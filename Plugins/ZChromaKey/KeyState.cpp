@@ -42,8 +42,9 @@ bool Same(const KEY_EDIT& _a, const KEY_EDIT& _b)
 
 HRESULT Refuse(const CK_ADJUST_INFO& _info, double _dblValue)
 {
-    ZLog(eZLog_Error, "CCoZChromaKey::KeyAdjustSet: \"%hs\" %g is outside %g to %g %hs\n", _info.pszName, _dblValue,
-         _info.dblMin, _info.dblMax, _info.pszUnit);
+    ZLog(eZLog_Error, "CCoZChromaKey::KeyAdjustSet: \"%hs\" cannot be %g; use a %hsnumber from %g to %g (%hs)\n",
+         _info.pszName, _dblValue, _info.eAdjust == eCKA_KeyType ? "whole " : "", _info.dblMin, _info.dblMax,
+         _info.pszUnit);
     return E_INVALIDARG;
 }
 
@@ -114,14 +115,13 @@ HRESULT CKeyState::AdjustSet(eCK_Adjust _eAdjust, double _dblValue, std::optiona
     const CK_ADJUST_INFO* const pInfo = FindAdjust(_eAdjust);
     if (!pInfo)
         return E_INVALIDARG;
-    if (!(_dblValue >= pInfo->dblMin && _dblValue <= pInfo->dblMax)) // a value that is no number, too
+    const bool bInRange = _dblValue >= pInfo->dblMin && _dblValue <= pInfo->dblMax; // not so a value that is no number
+    if (!bInRange || (_eAdjust == eCKA_KeyType && _dblValue != static_cast<int32_t>(_dblValue)))
         return Refuse(*pInfo, _dblValue);
     const std::lock_guard lock(m_mtxConfig);
     KEY_EDIT edit = m_history.Current();
     if (double* const pField = KeyAdjust_Field(&edit.adjust, _eAdjust))
         *pField = _dblValue;
-    else if (_dblValue != static_cast<int32_t>(_dblValue))
-        return Refuse(*pInfo, _dblValue);
     else
         edit.eType = static_cast<int32_t>(_dblValue);
     if (!edit.eMatrix)

@@ -138,9 +138,11 @@ void CZFrame::TakeOver(CZFrame* _pSource, uint32_t _nFlags)
 
 HRESULT CZFrame::NoPicture(const char* _pszOperation) const
 {
-    ZLog(eZLog_Error, "%hs: the picture (%hs) is not in system memory; download it first\n", _pszOperation,
-         VidProps_Text(&m_vidProps));
-    return E_NOTIMPL;
+    return ZBorder(_pszOperation, [&] { // the text takes memory
+        ZLog(eZLog_Error, "%hs: the picture (%hs) is not in system memory; download it first\n", _pszOperation,
+             VidProps_Text(&m_vidProps));
+        return E_NOTIMPL;
+    });
 }
 
 HRESULT CZFrame::FrameCreate(const ZF_VID_PROPS* _pVidProps, IZFFrame** _ppFrame)

@@ -47,3 +47,15 @@ TEST(FrameAlloc, LargePicturesDoNotStayForEver)
         fnAllocs(vidSmall);
     EXPECT_GT(fnAllocs(vidLarge), 0u); // given back in the meantime
 }
+
+TEST(FrameAlloc, NothingIsThrownWhereEvenWordsNeedMemory)
+{
+    ZF_VID_PROPS vidProps = Props(eZFCC_RGB32, 64, -64);
+    vidProps.nGPUFlags = eZGPU_DX11Texture;
+    const CZPtr<CZFrame> cpFrame = MakeFrame(vidProps);
+    CZPtr<IZFFrame> cpNew;
+    AllocFault_Set(1, 1000);
+    const HRESULT hr = cpFrame->FrameConvert(eZFC_Converted, eZFCC_ARGB32, cpNew.Put());
+    AllocFault_End();
+    EXPECT_EQ(hr, E_OUTOFMEMORY);
+}

@@ -98,7 +98,8 @@ HRESULT CKeyBuilder::TypeSet(eCK_Type _eType)
 {
     if (!KeyType_HasSpace(_eType) && _eType != eCKT_Auto)
     {
-        ZLog(eZLog_Error, "Keys cannot be of type %d; take 2 (RGB), 3 (HLS), 4 (YUV) or 5 (Auto)\n", _eType);
+        ZLog(eZLog_Error,
+             "CKeyBuilder::TypeSet: keys cannot be of type %d; take 2 (RGB), 3 (HLS), 4 (YUV) or 5 (Auto)\n", _eType);
         return E_INVALIDARG;
     }
     m_eType = _eType;
@@ -188,8 +189,9 @@ HRESULT CKeyBuilder::AddPoint(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, bool 
         return hr;
     if (_nX < 0 || _nX >= sampler.Width() || _nY < 0 || _nY >= sampler.Height())
     {
-        ZLog(eZLog_Error, "Point %d,%d is outside the frame of %d x %d pixels\n", _nX, _nY, sampler.Width(),
-             sampler.Height());
+        ZLog(eZLog_Error,
+             "CKeyBuilder::AddPoint: %d,%d is outside the frame of %d x %d pixels; count from its top left\n", _nX, _nY,
+             sampler.Width(), sampler.Height());
         return E_INVALIDARG;
     }
     const RECT_PIXELS rect = {std::max(_nX - c_nPointReach, 0), std::max(_nY - c_nPointReach, 0),
@@ -213,8 +215,11 @@ HRESULT CKeyBuilder::AddRect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int3
                               std::min(std::max(_nY1, _nY2), sampler.Height())};
     if (rect.nX1 >= rect.nX2 || rect.nY1 >= rect.nY2)
     {
-        ZLog(eZLog_Error, "Rectangle %d,%d,%d,%d holds no pixel of the frame of %d x %d pixels\n", _nX1, _nY1, _nX2,
-             _nY2, sampler.Width(), sampler.Height());
+        ZLog(
+            eZLog_Error,
+            "CKeyBuilder::AddRect: %d,%d,%d,%d holds no pixel of the frame of %d x %d pixels; count from its top left, "
+            "the second corner not included\n",
+            _nX1, _nY1, _nX2, _nY2, sampler.Width(), sampler.Height());
         return E_INVALIDARG;
     }
     const eCK_Type eSpace = SampleSpace();
@@ -253,7 +258,8 @@ HRESULT CKeyBuilder::Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS&
         FitIntoSet();
         return S_OK;
     }
-    ZLog(eZLog_Info, "Detection found no backdrop in the frame of %d x %d pixels\n", sampler.Width(), sampler.Height());
+    ZLog(eZLog_Info, "CKeyBuilder::Detect: there is no backdrop in the frame of %d x %d pixels\n", sampler.Width(),
+         sampler.Height());
     return S_FALSE;
 }
 

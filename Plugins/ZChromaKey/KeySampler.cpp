@@ -9,7 +9,7 @@ HRESULT CKeySampler::Open(IZFFrame* _pFrame)
 {
     if (!_pFrame)
     {
-        ZLog(eZLog_Error, "No frame to take keys from\n");
+        ZLog(eZLog_Error, "CKeySampler::Open: there is no frame to take keys from; give one\n");
         return E_POINTER;
     }
     m_cpFrame = _pFrame;
@@ -20,14 +20,15 @@ HRESULT CKeySampler::Open(IZFFrame* _pFrame)
         hr = _pFrame->VideoPtrGet(eZFP_Flip, &vidPtr);
     if (SUCCEEDED(hr) && !vidPtr.lpVideoPlanes[0])
     {
-        ZLog(eZLog_Error, "The frame has no picture in system memory; keys cannot be taken from it\n");
+        ZLog(eZLog_Error,
+             "CKeySampler::Open: keys cannot be taken from a frame without a picture in system memory; download it\n");
         return E_INVALIDARG;
     }
     if (SUCCEEDED(hr))
         hr = m_reader.Init(vidProps, vidPtr);
     if (FAILED(hr))
     {
-        ZLog(eZLog_Error, "The picture of the frame (%hs) cannot be read, hr=%08X\n", VidProps_Text(&vidProps), hr);
+        ZLog(eZLog_Error, "CKeySampler::Open: the frame (%hs) cannot be read, hr=%08X\n", VidProps_Text(&vidProps), hr);
         return hr;
     }
     m_vecRow.resize(size_t{4} * static_cast<size_t>(Width()));

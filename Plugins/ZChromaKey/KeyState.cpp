@@ -10,7 +10,7 @@
 namespace
 {
 
-constexpr size_t c_nMaxSteps = 256; // 240 KB
+constexpr size_t c_nMaxSteps = 256; // 210 KB
 
 KEY_EDIT Empty()
 {

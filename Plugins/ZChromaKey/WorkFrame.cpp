@@ -6,6 +6,7 @@
 #include "Base/ZSaturate.h"
 #include "Image/ImgPlane.h"
 #include "ZChromaKey/CancelPlane.h"
+#include "ZChromaKey/FrameText.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -21,8 +22,10 @@ HRESULT ConvertToARGB(WORK_FRAME* _pWork)
     const HRESULT hr = cpFrame2 ? cpFrame2->FrameConvert(eZFC_Converted, eZFCC_ARGB32, cpARGB.Put()) : E_NOINTERFACE;
     if (FAILED(hr) || !cpARGB)
     {
-        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: \"output.argb\": the frame cannot be converted, hr=%08X\n",
-             hr);
+        ZLog(eZLog_Error,
+             "CCoZChromaKey::OnMediaReceive: \"output.argb\": the frame (%hs) cannot be converted, hr=%08X; switch the "
+             "option off\n",
+             FrameText(_pWork->cpFrame.Get()), hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     *_pWork = {std::move(cpARGB), true, true};

@@ -45,7 +45,8 @@ struct IZFFrame : public IUnknown
     virtual HRESULT STDMETHODCALLTYPE VideoPtrGet(uint32_t _nFlags, ZF_VID_PTR* _pVidPtr) = 0;
     /// The time code; all zero where none was given.
     virtual HRESULT STDMETHODCALLTYPE TimeCodeGet(ZF_TIMECODE* _pTimeCode) = 0;
-    /// Attaches an object under a name ("mask"), instead of one already there; null takes it away.
+    /// Attaches an object under a name ("mask"), instead of one already there; null takes it away, S_FALSE where there
+    /// was none.
     virtual HRESULT STDMETHODCALLTYPE AttachmentSet(const wchar_t* _pwszName, IUnknown* _pObjectOrNull) = 0;
     /// Hands out a reference to the object attached under a name; S_FALSE and null when there is none.
     virtual HRESULT STDMETHODCALLTYPE AttachmentGet(const wchar_t* _pwszName, IUnknown** _ppObject) = 0;

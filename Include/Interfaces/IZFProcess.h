@@ -9,7 +9,8 @@ struct IZFProcess : public IUnknown
     /// releases. The input is never written to; a reference to the last one is kept for picking keys and for telling
     /// repeated frames, until the next one or Close.
     /// S_FALSE and null: no result for this call. Z_E_TIMEOUT and null: the frame before is still being processed
-    /// after 1000 ms, and this one was not taken. E_POINTER: no result pointer.
+    /// after 1000 ms, and this one was not taken. E_POINTER: no result pointer. Other failures: the frame whose result
+    /// it is could not be processed; the log says why.
     /// Calls come from one thread at a time.
     virtual HRESULT STDMETHODCALLTYPE OnMediaReceive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes) = 0;
     /// The stream has ended; a result still under way can be fetched with a null frame.

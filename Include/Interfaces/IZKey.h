@@ -16,6 +16,7 @@ struct IZKey : public IDispatch
     /// Remove all keys.
     virtual HRESULT STDMETHODCALLTYPE Reset() = 0;
     /// Sample the colour around a point of a frame (pixels from the top left).
+    /// This and the other samples: E_POINTER: no frame; E_INVALIDARG: outside it, or it has no picture in memory.
     virtual HRESULT STDMETHODCALLTYPE AddPoint(IZFFrame* _pZFrame, int32_t _nXPosPixels, int32_t _nYPosPixels,
                                                BOOL _bExclude) = 0;
     /// Sample the colours in a rectangle of a frame (pixels from the top left, second corner not included).

@@ -27,7 +27,7 @@ struct IZPlugin : public IUnknown
     /// Name and version as strings the caller frees.
     virtual HRESULT STDMETHODCALLTYPE PluginInfoGet(BSTR* _pbsName, BSTR* _pbsVersion) = 0;
     /// Sets the sink and level of the whole module; null goes back to the default (errors and warnings to standard
-    /// error, on Windows to the debugger).
+    /// error, on Windows to the debugger). _eLevel: eZLogLevel; E_INVALIDARG: another number.
     virtual HRESULT STDMETHODCALLTYPE LogSet(IZLogSink* _pSinkOrNull, int32_t _eLevel) = 0;
     /// Stops the threads and gives back frames and processors. The object can be used again afterwards.
     virtual HRESULT STDMETHODCALLTYPE Close() = 0;

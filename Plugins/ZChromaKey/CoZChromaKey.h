@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZUnknown.h"
 #include "Interfaces/IZChromaKey.h"
 #include "Interfaces/IZFPersist.h"
 #include "Interfaces/IZFProcess.h"
@@ -12,7 +13,6 @@
 #include "ZChromaKey/KeyState.h"
 #include "ZChromaKey/LateBinding.h"
 #include "ZChromaKey/Module.h"
-#include "Base/ZUnknown.h"
 
 #include <memory>
 #include <mutex>

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Base/ZUnknown.h"
 #include "Interfaces/IZKey.h"
 #include "ZChromaKey/KeyBuilder.h"
 #include "ZChromaKey/LateBinding.h"
 #include "ZChromaKey/Module.h"
-#include "Base/ZUnknown.h"
 
 #include <mutex>
 

@@ -2,9 +2,9 @@
 
 #include "Base/ZBorder.h"
 #include "Base/ZPtr.h"
+#include "Base/ZUnknown.h"
 #include "ZChromaKey/CoZChromaKey.h"
 #include "ZChromaKey/CoZKey.h"
-#include "Base/ZUnknown.h"
 
 namespace
 {

@@ -115,10 +115,10 @@ void CheckReference(CByteReader& _in)
     const int nHeight = _in.Range(1, 8) * (bEven ? 2 : 1);
     const int nPad = _in.Range(0, 3) * 4;
     CTestPicture picture(fccType, nWidth, nHeight, nPad, _in.Flag());
-    for (auto& upPlane : picture.m_arrPlanes)
-        for (int nRow = 0; nRow < upPlane->Rows(); ++nRow)
+    for (const auto& upPlane : picture.arrPlanes)
+        for (int nRow = 0; upPlane && nRow < upPlane->Rows(); ++nRow)
             _in.Fill(upPlane->Row(nRow), upPlane->RowBytes());
-    picture.m_vidProps.eInterlace = _in.Range(0, 3);
+    picture.vidProps.eInterlace = _in.Range(0, 3);
     CHROMA_KEY_RAW key = TakeKeys(_in);
     key.eType = eCKT_RGB + static_cast<int>(static_cast<uint32_t>(key.eType) % 3);
     for (SINGLE_KEY& single : key.arrKeys)
@@ -126,12 +126,12 @@ void CheckReference(CByteReader& _in)
     const int nThreads = _in.Range(1, 4);
 
     const CEngineReference reference(picture, key, nThreads, 77);
-    const ZF_VID_PROPS vidMask = VidProps_Mask(&picture.m_vidProps);
+    const ZF_VID_PROPS vidMask = VidProps_Mask(&picture.vidProps);
     CGuardedPlane mask(static_cast<size_t>(nWidth), nHeight, vidMask.nRowBytes);
     mask.Fill(77);
     CChromaKey engine;
     engine.ThreadsSet(static_cast<uint32_t>(nThreads));
-    const HRESULT hr = engine.ProcessFrame(&picture.m_vidPtr, mask.Row(0), &picture.m_vidProps, &key);
+    const HRESULT hr = engine.ProcessFrame(&picture.vidPtr, mask.Row(0), &picture.vidProps, &key);
     FUZZ_REQUIRE(hr == reference.hrResult || nHeight < nThreads);
     MASK_REFERENCE expected = reference.mask;
     for (int nRow = 0; nRow < nHeight; ++nRow)

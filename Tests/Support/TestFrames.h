@@ -19,16 +19,11 @@ inline bool TestFrame_IsGreen(int _nX, int _nY, int _nWidth, int _nHeight)
     return _nX < _nWidth / 2 && _nY >= _nHeight / 4;
 }
 
-/// A frame with the test picture; a positive _nHeight stores RGB bottom-up. Null when it cannot be made.
-inline CZPtr<CZFrame> TestFrame_Make(uint32_t _fccType, int _nWidth, int _nHeight, CZFramePool* _pPoolOrNull = nullptr)
+/// A frame with a picture of B, G, R, A bytes, from its top; a positive _nHeight stores RGB bottom-up. Null when it
+/// cannot be made.
+inline CZPtr<CZFrame> TestFrame_Of(const std::vector<uint8_t>& _vecBGRA, uint32_t _fccType, int _nWidth, int _nHeight,
+                                   CZFramePool* _pPoolOrNull = nullptr)
 {
-    const int nRows = std::abs(_nHeight);
-    std::vector<uint8_t> vecBGRA(size_t{4} * _nWidth * nRows);
-    for (int nY = 0; nY < nRows; ++nY)
-        for (int nX = 0; nX < _nWidth; ++nX)
-            for (int nByte = 0; nByte < 4; ++nByte)
-                vecBGRA[(size_t{1} * nY * _nWidth + nX) * 4 + nByte] =
-                    (TestFrame_IsGreen(nX, nY, _nWidth, nRows) ? c_arrTestGreen : c_arrTestRed)[nByte];
     ZF_VID_PROPS vidProps = {};
     vidProps.fccType = _fccType;
     vidProps.nWidth = _nWidth;
@@ -38,9 +33,24 @@ inline CZPtr<CZFrame> TestFrame_Make(uint32_t _fccType, int _nWidth, int _nHeigh
     ZF_VID_PTR vidPtr = {};
     if (FAILED(ZFrame_Create(vidProps, cpFrame.Put(), _pPoolOrNull)) || FAILED(cpFrame->VideoPropsGet(&vidProps)) ||
         FAILED(cpFrame->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtr)) ||
-        FAILED(ZFrameWriter_Write(vidProps, vidPtr, vecBGRA.data(), ptrdiff_t{4} * _nWidth)))
+        FAILED(ZFrameWriter_Write(vidProps, vidPtr, _vecBGRA.data(), ptrdiff_t{4} * _nWidth)))
         return {};
     return cpFrame;
+}
+
+/// A frame with the test picture.
+inline CZPtr<CZFrame> TestFrame_Make(uint32_t _fccType, int _nWidth, int _nHeight, CZFramePool* _pPoolOrNull = nullptr)
+{
+    const int nRows = std::abs(_nHeight);
+    std::vector<uint8_t> vecBGRA;
+    vecBGRA.reserve(size_t{4} * _nWidth * nRows);
+    for (int nY = 0; nY < nRows; ++nY)
+        for (int nX = 0; nX < _nWidth; ++nX)
+        {
+            const auto& arrPixel = TestFrame_IsGreen(nX, nY, _nWidth, nRows) ? c_arrTestGreen : c_arrTestRed;
+            vecBGRA.insert(vecBGRA.end(), arrPixel, arrPixel + 4);
+        }
+    return TestFrame_Of(vecBGRA, _fccType, _nWidth, _nHeight, _pPoolOrNull);
 }
 
 /// A key of a type that takes the green of the test picture and not the red. _eMatrix: what YUV is measured with.

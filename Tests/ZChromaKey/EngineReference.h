@@ -1,8 +1,6 @@
 #pragma once
 
-#include "Image/ImgPlane.h"
-#include "Image/ImgRowReader.h"
-#include "Support/GuardedPlane.h"
+#include "Support/GuardedPicture.h"
 #include "ZChromaKey/KeyReference.h"
 #include "ZChromaKey/MaskReference.h"
 
@@ -10,32 +8,21 @@
 #include <stdexcept>
 #include <vector>
 
-/// A picture of one to three guarded planes.
-class CTestPicture
+/// A picture of guarded planes, as the engine takes it.
+class CTestPicture : public GUARDED_PICTURE
 {
 public:
-    /// _nPad: bytes between a row of the first plane and the next. _bUp: rows are walked from high to low addresses.
+    /// _nPad: bytes between a row and the next. _bUp: rows are walked from high to low addresses.
     CTestPicture(uint32_t _fccType, int _nWidth, int _nHeight, int _nPad, bool _bUp)
+        : GUARDED_PICTURE(Props(_fccType, _nWidth, -_nHeight), _bUp ? -1 - _nPad : _nPad, eZGuard_Fence)
     {
-        m_vidProps.fccType = _fccType;
-        m_vidProps.nWidth = _nWidth;
-        m_vidProps.nHeight = -_nHeight;
-        m_vidProps.eInterlace = eZI_Progressive;
-        const bool bPlanar = _fccType == eZFCC_I420;
-        const int nRow = bPlanar                   ? _nWidth
-                         : _fccType == eZFCC_RGB24 ? 3 * _nWidth
-                         : _fccType == eZFCC_UYVY  ? 2 * _nWidth
-                                                   : 4 * _nWidth;
-        PlaneAdd(nRow, _nHeight, _nPad, _bUp);
-        m_vidProps.nRowBytes = nRow + _nPad;
-        for (int i = 0; bPlanar && i < 2; ++i)
-            PlaneAdd(_nWidth / 2, _nHeight / 2, 3, !_bUp);
+        vidProps.nRowBytes = std::abs(vidPtr.cbVideoRowBytes[0]);
     }
     /// Fills the picture with one colour, near it or far from it in turns.
     void Fill(uint32_t _nColour, CRandom& _rnd)
     {
-        for (auto& upPlane : m_arrPlanes)
-            for (int nRow = 0; nRow < upPlane->Rows(); ++nRow)
+        for (const auto& upPlane : arrPlanes)
+            for (int nRow = 0; upPlane && nRow < upPlane->Rows(); ++nRow)
                 for (size_t n = 0; n < upPlane->RowBytes(); ++n)
                 {
                     const int nNear =
@@ -47,29 +34,10 @@ public:
     std::vector<uint8_t> Bytes() const
     {
         std::vector<uint8_t> arrBytes;
-        for (const auto& upPlane : m_arrPlanes)
-            for (int nRow = 0; nRow < upPlane->Rows(); ++nRow)
+        for (const auto& upPlane : arrPlanes)
+            for (int nRow = 0; upPlane && nRow < upPlane->Rows(); ++nRow)
                 arrBytes.insert(arrBytes.end(), upPlane->Row(nRow), upPlane->Row(nRow) + upPlane->RowBytes());
         return arrBytes;
-    }
-    bool Intact() const
-    {
-        return std::all_of(m_arrPlanes.begin(), m_arrPlanes.end(), [](const auto& _up) { return _up->Intact(); });
-    }
-
-    ZF_VID_PROPS m_vidProps = {};
-    ZF_VID_PTR m_vidPtr = {};
-    std::vector<std::unique_ptr<CGuardedPlane>> m_arrPlanes;
-
-private:
-    void PlaneAdd(int _nRow, int _nHeight, int _nPad, bool _bUp)
-    {
-        const size_t nPlane = m_arrPlanes.size();
-        const ptrdiff_t nStride = _bUp ? -(_nRow + _nPad) : _nRow + _nPad;
-        m_arrPlanes.push_back(std::make_unique<CGuardedPlane>(static_cast<size_t>(_nRow), _nHeight, nStride));
-        m_vidPtr.lpVideoPlanes[nPlane] = Img_Address(m_arrPlanes[nPlane]->Row(0));
-        m_vidPtr.szVideoPlanes[nPlane] = {nPlane == 0 ? m_vidProps.nWidth : _nRow, _nHeight};
-        m_vidPtr.cbVideoRowBytes[nPlane] = static_cast<int32_t>(nStride);
     }
 };
 
@@ -78,12 +46,12 @@ class CEngineReference
 {
 public:
     CEngineReference(const CTestPicture& _picture, const CHROMA_KEY_RAW& _rawKey, int _nThreads, uint8_t _nBefore)
-        : mask(_picture.m_vidProps.nWidth, -_picture.m_vidProps.nHeight, _nBefore)
+        : mask(_picture.vidProps.nWidth, -_picture.vidProps.nHeight, _nBefore)
         , m_rawKey(_rawKey)
         , m_nThreads(_nThreads)
     {
         Convert(_picture);
-        const bool bInterlaced = _picture.m_vidProps.eInterlace == 1 || _picture.m_vidProps.eInterlace == 2;
+        const bool bInterlaced = _picture.vidProps.eInterlace == 1 || _picture.vidProps.eInterlace == 2;
         const bool bWholeFrame = _nThreads < 2 || (_nThreads == 2 && bInterlaced);
         const bool bFields = bInterlaced || _rawKey.nInterlacedVideo;
         for (int nSlice = 0; nSlice < _nThreads; ++nSlice)
@@ -107,10 +75,10 @@ private:
     void Convert(const CTestPicture& _picture)
     {
         CImgRowReader reader;
-        if (FAILED(reader.Init(_picture.m_vidProps, _picture.m_vidPtr)))
+        if (FAILED(reader.Init(_picture.vidProps, _picture.vidPtr)))
             throw std::runtime_error("the test picture cannot be read");
         const size_t nWidth = static_cast<size_t>(mask.nWidth);
-        m_nRowPixels = reader.IsInPlace() ? std::abs(_picture.m_vidPtr.cbVideoRowBytes[0]) / 4 : mask.nWidth;
+        m_nRowPixels = reader.IsInPlace() ? std::abs(_picture.vidPtr.cbVideoRowBytes[0]) / 4 : mask.nWidth;
         for (int nRow = 0; nRow < mask.nHeight; ++nRow)
         {
             m_arrRows.emplace_back(4 * nWidth);
@@ -119,7 +87,7 @@ private:
             if (m_rawKey.eType == eCKT_HLS)
                 Img_RowToHLS(pRow, pRow, mask.nWidth);
             if (m_rawKey.eType == eCKT_YUV)
-                Img_RowToYUV(pRow, pRow, mask.nWidth, Img_MatrixOf(_picture.m_vidProps));
+                Img_RowToYUV(pRow, pRow, mask.nWidth, Img_MatrixOf(_picture.vidProps));
         }
     }
     HRESULT SliceKey(MASK_REFERENCE& _slice, int _nSlice)

@@ -1,10 +1,8 @@
 #include "Host/TempFolder.h"
+#include "Props/TextFile.h"
 #include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
-#include "Support/TestFrames.h"
-#include "ZChromaKey/CoZChromaKey.h"
-
-#include <gtest/gtest.h>
+#include "ZChromaKey/TestKeyer.h"
 
 #include <atomic>
 #include <chrono>
@@ -26,11 +24,8 @@ namespace
 
 CZPtr<CCoZChromaKey> Make(const wchar_t* _pwszOutputThread)
 {
-    auto cpKeyer = CZPtr<CCoZChromaKey>::Adopt(new CCoZChromaKey(GPUKeyer_Create()));
-    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
-    EXPECT_EQ(cpKeyer->KeyRawSet(&key, nullptr), S_OK);
+    auto cpKeyer = TestKeyer_Make();
     EXPECT_EQ(cpKeyer->PropsSet(L"output.thread", _pwszOutputThread), S_OK);
-    EXPECT_EQ(cpKeyer->PropsSet(L"gpu_mode", L"0"), S_OK);
     return cpKeyer;
 }
 
@@ -128,7 +123,12 @@ TEST(FaultsDisk, DocumentsThatCannotBeSaved)
         fnRefused(folder.Path("new.xml"), "File too large");
     }
 #endif
+    EXPECT_EQ(cpKeyer->PersistLoad(ZText_ToWide(folder.Path("folder.xml")).c_str()), E_FAIL);
     EXPECT_EQ(fnSave(folder.Path("keys.xml")), S_OK);
+    std::string strText;
+    std::string strReason;
+    EXPECT_FALSE(TextFile_Read(folder.Path("keys.xml"), 20, &strText, &strReason)) << "more bytes than are taken";
+    EXPECT_NE(strReason.find("keys.xml"), std::string::npos);
     EXPECT_EQ(cpKeyer->PersistLoad(ZText_ToWide(folder.Path("keys.xml")).c_str()), S_OK);
 }
 
@@ -171,6 +171,16 @@ protected:
         cpFrame.Reset();
     }
 
+    /// Makes the plug-in let go of the last frame, for another one or for none.
+    static void LetGo(CCoZChromaKey* _pKeyer, bool _bClose)
+    {
+        CZPtr<IZFFrame> cpRes;
+        if (_bClose)
+            EXPECT_EQ(_pKeyer->Close(), S_OK);
+        else
+            _pKeyer->OnMediaReceive(TestFrame_Make(eZFCC_RGB32, 72, -48).Get(), cpRes.Put());
+    }
+
     CZEvent m_evtCalled;
 };
 
@@ -187,10 +197,7 @@ TEST_P(FaultsHost, ClosesInTheMiddleOfAFrame)
         m_evtCalled.Reset();
         Receive(cpKeyer.Get(), fnClose);
         if (eFrom == eWhere_Release && !m_evtCalled.Wait(0)) // the plug-in holds the last frame it has seen
-        {
-            CZPtr<IZFFrame> cpRes;
-            cpKeyer->OnMediaReceive(TestFrame_Make(eZFCC_RGB32, 72, -48).Get(), cpRes.Put());
-        }
+            LetGo(cpKeyer.Get(), n == 1);
         ASSERT_TRUE(m_evtCalled.Wait(5000));
         EXPECT_EQ(hrClose, S_OK);
     }
@@ -212,10 +219,7 @@ TEST_P(FaultsHost, LetsEverythingGoInTheMiddleOfAFrame)
     CCoZChromaKey* const pKeyer = Make(pwszOutputThread).Detach();
     Receive(pKeyer, [&] { pKeyer->Release(); });
     if (eFrom == eWhere_Release) // the plug-in holds the last frame it has seen
-    {
-        CZPtr<IZFFrame> cpRes;
-        pKeyer->OnMediaReceive(TestFrame_Make(eZFCC_RGB32, 72, -48).Get(), cpRes.Put());
-    }
+        LetGo(pKeyer, false);
     ASSERT_TRUE(m_evtCalled.Wait(5000));
     while (!ZModule_IsIdle() && std::chrono::steady_clock::now() - timeBegin < std::chrono::seconds(5))
         std::this_thread::sleep_for(std::chrono::milliseconds(1)); // the output thread comes to its end
@@ -251,16 +255,15 @@ TEST(FaultsHosts, CallFromManyThreadsAtOnce)
         nResults += hr == S_OK;
     };
     const auto fnSaveAndLoad = [&](int _n) {
-        BSTR bsDocument = nullptr;
-        EXPECT_EQ(cpKeyer->PersistSaveToString(&bsDocument), S_OK);
-        EXPECT_EQ(_n % 4 ? S_OK : cpKeyer->PersistLoad(bsDocument), S_OK);
-        SysFreeString(bsDocument);
+        const std::wstring wstrDocument = DocumentOf(cpKeyer.Get());
+        EXPECT_EQ(_n % 4 ? S_OK : cpKeyer->PersistLoad(wstrDocument.c_str()), S_OK);
         ++nSaved;
     };
     const auto fnEdit = [&](int _n) {
         static wchar_t s_wszProps[] = L"blocks=8";
-        const CHROMA_KEY_RAW key = TestKey(eCKT_RGB + _n % 3);
+        CHROMA_KEY_RAW key = TestKey(_n % 5 ? eCKT_RGB + _n % 3 : eCKT_None);
         EXPECT_GE(cpKeyer->KeyRawSet(&key, nullptr), 0);
+        EXPECT_EQ(cpKeyer->KeyRawGet(&key, nullptr), S_OK);
         EXPECT_GE(cpKeyer->KeyAddPoint(5, 40), 0);
         EXPECT_GE(_n % 8 ? S_OK : cpKeyer->KeyDetect(s_wszProps), 0);
         EXPECT_GE(cpKeyer->KeyStepBack(1), 0);
@@ -269,6 +272,7 @@ TEST(FaultsHosts, CallFromManyThreadsAtOnce)
         const wchar_t* const arrNumbers[] = {L"1", L"2", L"3"};
         EXPECT_EQ(cpKeyer->PropsSet(L"process.threads", arrNumbers[_n % 3]), S_OK);
         EXPECT_EQ(cpKeyer->PropsSet(L"output.argb", _n % 2 ? L"true" : L"false"), S_OK);
+        EXPECT_EQ(cpKeyer->PropsSet(L"keying.borders", _n % 3 ? L"" : L"8,2,8,2"), S_OK);
         EXPECT_EQ(cpKeyer->PropsSet(L"output.thread", _n % 16 < 8 ? L"true" : L"false"), S_OK);
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     };
@@ -276,14 +280,10 @@ TEST(FaultsHosts, CallFromManyThreadsAtOnce)
         EXPECT_EQ(_n % 4 ? cpKeyer->OnMediaFlush() : cpKeyer->Close(), S_OK);
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     };
+    const std::vector<std::function<void(int)>> vecSteps = {fnFrames,      fnFrames, fnFrames,  fnFrames,
+                                                            fnSaveAndLoad, fnEdit,   fnOptions, fnInterrupt};
     std::vector<std::thread> vecThreads;
-    for (const std::function<void(int)>& fnStep : {std::function<void(int)>(fnFrames),
-                                                   {fnFrames},
-                                                   {fnFrames},
-                                                   {fnSaveAndLoad},
-                                                   {fnEdit},
-                                                   {fnOptions},
-                                                   {fnInterrupt}})
+    for (const std::function<void(int)>& fnStep : vecSteps)
         vecThreads.emplace_back([&bStop, fnStep] {
             for (int n = 0; !bStop; ++n)
                 fnStep(n);

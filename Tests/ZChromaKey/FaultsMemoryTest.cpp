@@ -1,12 +1,7 @@
 #include "Host/TempFolder.h"
-#include "Image/ImgPlane.h"
-#include "Interfaces/IZKey.h"
-#include "Interfaces/ZGuids.h"
 #include "Support/AllocCounter.h"
-#include "Support/TestFrames.h"
-#include "ZChromaKey/CoZChromaKey.h"
-
-#include <gtest/gtest.h>
+#include "Support/NullSink.h"
+#include "ZChromaKey/TestKeyer.h"
 
 #include <functional>
 
@@ -17,66 +12,30 @@
 namespace
 {
 
-/// Takes lines at all levels and keeps none, so that making them is part of what can fail.
-class CNullSink final : public IZLogSink
-{
-public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** _ppvObject) override
-    {
-        *_ppvObject = nullptr;
-        return E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override
-    {
-        return 2;
-    }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
-        return 1;
-    }
-    void STDMETHODCALLTYPE LogLine(int32_t, const char*) override
-    {
-    }
-};
-
-constexpr int c_nWidth = 64;
-constexpr int c_nHeight = 48;
-
 /// A plug-in object, and the frames that a call may need, made while there is memory.
 struct SUBJECT
 {
-    SUBJECT()
-        : cpFrame(TestFrame_Make(eZFCC_RGB32, c_nWidth, -c_nHeight))
-        , cpFrameLarge(TestFrame_Make(eZFCC_UYVY, 2 * c_nWidth, 2 * c_nHeight))
-    {
-    }
-    void Make()
-    {
-        EXPECT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, cpKey.PutVoid()), S_OK);
-    }
     void Option(const wchar_t* _pwszName, const wchar_t* _pwszValue) const
     {
-        EXPECT_EQ(ZQuery<IZProps>(cpKey)->PropsSet(_pwszName, _pwszValue), S_OK);
+        EXPECT_EQ(cpKey->PropsSet(_pwszName, _pwszValue), S_OK);
+    }
+    HRESULT KeySet(eCK_Type _eType) const
+    {
+        const CHROMA_KEY_RAW key = TestKey(_eType);
+        return cpKey->KeyRawSet(&key, nullptr);
     }
     HRESULT Receive(IZFFrame* _pFrameOrNull)
     {
-        return cpProcess->OnMediaReceive(_pFrameOrNull, cpResult.Put());
+        return cpKey->OnMediaReceive(_pFrameOrNull, cpResult.Put());
     }
     std::string Document() const
     {
-        BSTR bsDocument = nullptr;
-        EXPECT_EQ(ZQuery<IZFPersist>(cpKey)->PersistSaveToString(&bsDocument), S_OK);
-        std::string strDocument = ZText_FromWide({bsDocument ? bsDocument : L"", SysStringLen(bsDocument)});
-        SysFreeString(bsDocument);
-        return strDocument;
+        return ZText_FromWide(DocumentOf(cpKey.Get()));
     }
 
-    CZPtr<CZFrame> cpFrame;
-    CZPtr<CZFrame> cpFrameLarge;
-    CZPtr<IZChromaKey> cpKey;
-    CZPtr<IZFProcess> cpProcess;
-    CZPtr<IZFPersist> cpPersist;
-    CZPtr<IZProps> cpProps;
+    CZPtr<CZFrame> cpFrame = TestFrame_Make(eZFCC_RGB32, 64, -48);
+    CZPtr<CZFrame> cpFrameLarge = TestFrame_Make(eZFCC_UYVY, 128, 96);
+    CZPtr<CCoZChromaKey> cpKey;
     CZPtr<IZFFrame> cpResult;
     CZPtr<IZKey> cpKeyObject;
     BSTR bsText = nullptr;
@@ -85,16 +44,12 @@ struct SUBJECT
 /// A mask is there, and is that of the test picture.
 bool IsKeyed(IZFFrame* _pFrame)
 {
-    CZPtr<IUnknown> cpAttached;
-    if (!_pFrame || FAILED(_pFrame->AttachmentGet(L"mask", cpAttached.Put())))
+    const auto cpMask = MaskOf(_pFrame);
+    if (!cpMask)
         return false;
-    const auto cpMask = ZQuery<IZFFrame>(cpAttached);
-    ZF_VID_PTR vidPtr = {};
-    if (!cpMask || FAILED(cpMask->VideoPtrGet(eZFP_Flip, &vidPtr)))
-        return false;
-    const ZF_SIZE& szMask = vidPtr.szVideoPlanes[0];
-    const uint8_t* const pRow = Img_RowOf(vidPtr, 0, szMask.cy - 1);
-    return pRow[2] == 0 && pRow[szMask.cx / 2 - 3] == 0 && pRow[szMask.cx / 2 + 2] == 255;
+    const ZF_VID_PROPS vidMask = PropsOf(cpMask.Get());
+    const uint8_t* const pRow = RowOf(cpMask.Get(), -vidMask.nHeight - 1);
+    return pRow[2] == 0 && pRow[vidMask.nWidth / 2 - 3] == 0 && pRow[vidMask.nWidth / 2 + 2] == 255;
 }
 
 /// A call that is made with too little memory.
@@ -130,19 +85,12 @@ protected:
     void Reference(const OPERATION& _op)
     {
         SUBJECT subject;
-        Prepare(_op, &subject);
+        _op.fnPrepare(subject);
         m_strBefore = subject.cpKey ? subject.Document() : "";
         EXPECT_GE(_op.fnCall(subject), 0);
         EXPECT_TRUE(_op.fnDone(subject));
         m_strAfter = subject.Document();
         SysFreeString(subject.bsText);
-    }
-    static void Prepare(const OPERATION& _op, SUBJECT* _pSubject)
-    {
-        _op.fnPrepare(*_pSubject);
-        _pSubject->cpProcess = ZQuery<IZFProcess>(_pSubject->cpKey);
-        _pSubject->cpPersist = ZQuery<IZFPersist>(_pSubject->cpKey);
-        _pSubject->cpProps = ZQuery<IZProps>(_pSubject->cpKey);
     }
 
     /// One run; false when the call came to its end before the allocation that was to be refused.
@@ -152,7 +100,7 @@ protected:
         uint64_t nRefused = 0;
         {
             SUBJECT subject;
-            Prepare(_op, &subject);
+            _op.fnPrepare(subject);
             const bool bAlive = static_cast<bool>(subject.cpKey);
             AllocFault_Set(_nFirst, _nCount);
             const HRESULT hr = _op.fnCall(subject);
@@ -172,12 +120,9 @@ protected:
             SysFreeString(subject.bsText);
             subject.cpResult.Reset();
             subject.cpKeyObject.Reset();
-            subject.cpProcess.Reset();
-            subject.cpPersist.Reset();
-            subject.cpProps.Reset();
             subject.cpKey.Reset();
-            for (const auto& cpFrame : {subject.cpFrame, subject.cpFrameLarge})
-                EXPECT_EQ(RefsOf(cpFrame.Get()), 2u) << "the frame and its copy in this loop";
+            for (IZFFrame2* const pFrame : {subject.cpFrame.Get(), subject.cpFrameLarge.Get()})
+                EXPECT_EQ(RefsOf(pFrame), 1u);
         }
         EXPECT_TRUE(ZModule_IsIdle());
         EXPECT_EQ(AllocLive(), nLive);
@@ -198,14 +143,8 @@ protected:
             EXPECT_FALSE(HasFailure()) << "allocation " << nFirst << ", " << nCount << " refused";
         }
         EXPECT_GT(counts.nPoints, 0) << "nothing was refused";
-        RecordProperty(std::string(_op.pszName) + ".points", counts.nPoints);
         std::printf("%-34s %4d points: %4d failed cleanly, %4d succeeded all the same\n", _op.pszName, counts.nPoints,
                     counts.nFailed, counts.nSurvived);
-    }
-    static ULONG RefsOf(IZFFrame* _pFrame)
-    {
-        _pFrame->AddRef();
-        return _pFrame->Release();
     }
 
     CNullSink m_sink;
@@ -215,11 +154,7 @@ protected:
 
 void MakeDirect(SUBJECT& _subject)
 {
-    _subject.Make();
-    _subject.Option(L"output.thread", L"false");
-    _subject.Option(L"gpu_mode", L"0");
-    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
-    EXPECT_EQ(_subject.cpKey->KeyRawSet(&key, nullptr), S_OK);
+    _subject.cpKey = TestKeyer_Make();
 }
 
 void MakeThreaded(SUBJECT& _subject)
@@ -233,7 +168,7 @@ void MakeWarm(SUBJECT& _subject)
 {
     MakeDirect(_subject);
     CZPtr<IZFFrame> cpResult;
-    EXPECT_EQ(ZQuery<IZFProcess>(_subject.cpKey)->OnMediaReceive(_subject.cpFrame.Get(), cpResult.Put()), S_OK);
+    EXPECT_EQ(_subject.cpKey->OnMediaReceive(_subject.cpFrame.Get(), cpResult.Put()), S_OK);
     _subject.Option(L"output.argb", L"true");
     _subject.Option(L"keying.borders", L"8,0,8,0");
     _subject.Option(L"process.threads", L"4");
@@ -257,16 +192,18 @@ bool Keys(SUBJECT& _subject)
 {
     CZPtr<IZFFrame> cpResult;
     _subject.Option(L"output.thread", L"false");
-    const bool bKeys =
-        SUCCEEDED(ZQuery<IZFProcess>(_subject.cpKey)->OnMediaReceive(_subject.cpFrame.Get(), cpResult.Put()));
-    return bKeys && IsKeyed(cpResult.Get());
+    return SUCCEEDED(_subject.cpKey->OnMediaReceive(_subject.cpFrame.Get(), cpResult.Put())) && IsKeyed(cpResult.Get());
 }
 
 HRESULT CreateThroughFactory(SUBJECT& _subject)
 {
     CZPtr<IClassFactory> cpFactory;
-    const HRESULT hr = ZModule_GetClassObject(CLSID_ZChromaKey, CZIidOf<IClassFactory>::Value, cpFactory.PutVoid());
-    return FAILED(hr) ? hr : cpFactory->CreateInstance(nullptr, IID_IZChromaKey, _subject.cpKey.PutVoid());
+    CZPtr<IZChromaKey> cpKey;
+    HRESULT hr = ZModule_GetClassObject(CLSID_ZChromaKey, CZIidOf<IClassFactory>::Value, cpFactory.PutVoid());
+    if (SUCCEEDED(hr))
+        hr = cpFactory->CreateInstance(nullptr, IID_IZChromaKey, cpKey.PutVoid());
+    _subject.cpKey = CZPtr<CCoZChromaKey>(static_cast<CCoZChromaKey*>(cpKey.Get()));
+    return hr;
 }
 
 HRESULT ReceiveThreaded(SUBJECT& _subject)
@@ -279,24 +216,17 @@ TEST_F(Faults, MemoryRunsOutInEveryCall)
 {
     const OPERATION arrOperations[] = {
         {"create", [](SUBJECT&) {}, CreateThroughFactory,
-         [](SUBJECT& _s) {
-             const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
-             return SUCCEEDED(_s.cpKey->KeyRawSet(&key, nullptr)) && Keys(_s);
-         }},
-        {"set keys", MakeDirect,
-         [](SUBJECT& _s) {
-             const CHROMA_KEY_RAW key = TestKey(eCKT_YUV);
-             return _s.cpKey->KeyRawSet(&key, nullptr);
-         },
+         [](SUBJECT& _s) { return SUCCEEDED(_s.KeySet(eCKT_RGB)) && Keys(_s); }},
+        {"set keys", MakeDirect, [](SUBJECT& _s) { return _s.KeySet(eCKT_YUV); },
          [](SUBJECT& _s) {
              CHROMA_KEY_RAW key = {};
              return SUCCEEDED(_s.cpKey->KeyRawGet(&key, nullptr)) && key.eType == eCKT_YUV;
          }},
         {"set option", MakeDirect,
-         [](SUBJECT& _s) { return _s.cpProps->PropsSet(L"some.option", L"a value that is longer than a short text"); },
+         [](SUBJECT& _s) { return _s.cpKey->PropsSet(L"some.option", L"a value that is longer than a short text"); },
          [](SUBJECT& _s) { return _s.Document().find("some.option") != std::string::npos; }},
 #if !defined(_WIN32) // the texts come from the system there, which is not refused anything
-        {"get option", MakeDirect, [](SUBJECT& _s) { return _s.cpProps->PropsGet(L"output.thread", &_s.bsText); },
+        {"get option", MakeDirect, [](SUBJECT& _s) { return _s.cpKey->PropsGet(L"output.thread", &_s.bsText); },
          [](SUBJECT& _s) { return SysStringLen(_s.bsText) == 5; }},
 #endif
         {"first frame", MakeDirect, [](SUBJECT& _s) { return _s.Receive(_s.cpFrame.Get()); }, KeyedResult},
@@ -330,9 +260,8 @@ TEST_F(Faults, MemoryRunsOutWhileSavingAndLoading)
     const std::wstring wstrOther = ZText_ToWide(folder.Path("other.xml"));
     const auto fnMake = [](SUBJECT& _s, const wchar_t* _pwszDocument, eCK_Type _eType) {
         MakeDirect(_s);
-        const CHROMA_KEY_RAW key = TestKey(_eType);
-        EXPECT_EQ(ZQuery<IZFPersist>(_s.cpKey)->PersistLoad(_pwszDocument), S_OK);
-        EXPECT_EQ(_s.cpKey->KeyRawSet(&key, nullptr), S_OK);
+        EXPECT_EQ(_s.cpKey->PersistLoad(_pwszDocument), S_OK);
+        EXPECT_EQ(_s.KeySet(_eType), S_OK);
     };
     const auto fnPrepare = [&](SUBJECT& _s) {
         folder.Write("keys.xml", "as it was");
@@ -341,18 +270,18 @@ TEST_F(Faults, MemoryRunsOutWhileSavingAndLoading)
     SUBJECT other;
     fnMake(other, L"<zl-root><guest a=\"of another program\"/><ZChromaKey/></zl-root>", eCKT_YUV);
     other.Option(L"process.threads", L"3");
-    ASSERT_EQ(ZQuery<IZFPersist>(other.cpKey)->PersistSaveToFile(wstrOther.c_str()), S_OK);
+    ASSERT_EQ(other.cpKey->PersistSaveToFile(wstrOther.c_str()), S_OK);
     other.cpKey.Reset();
     const auto fnLoaded = [](SUBJECT& _s) { return _s.Document().find("of another program") != std::string::npos; };
     const OPERATION arrOperations[] = {
-        {"save to a string", fnPrepare, [](SUBJECT& _s) { return _s.cpPersist->PersistSaveToString(&_s.bsText); },
+        {"save to a string", fnPrepare, [](SUBJECT& _s) { return _s.cpKey->PersistSaveToString(&_s.bsText); },
          [](SUBJECT& _s) {
              return ZText_FromWide({_s.bsText, SysStringLen(_s.bsText)}) == _s.Document();
          }},
-        {"save to a file", fnPrepare, [&](SUBJECT& _s) { return _s.cpPersist->PersistSaveToFile(wstrFile.c_str()); },
+        {"save to a file", fnPrepare, [&](SUBJECT& _s) { return _s.cpKey->PersistSaveToFile(wstrFile.c_str()); },
          [&](SUBJECT& _s) { return folder.Read("keys.xml") == _s.Document(); },
          [&] { return folder.Files() == 2 && folder.Read("keys.xml") == "as it was"; }},
-        {"load a file", fnPrepare, [&](SUBJECT& _s) { return _s.cpPersist->PersistLoad(wstrOther.c_str()); }, fnLoaded},
+        {"load a file", fnPrepare, [&](SUBJECT& _s) { return _s.cpKey->PersistLoad(wstrOther.c_str()); }, fnLoaded},
     };
     for (const OPERATION& op : arrOperations)
         RunAll(op);

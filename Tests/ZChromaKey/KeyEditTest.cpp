@@ -1,16 +1,11 @@
-#include "Interfaces/IZKey.h"
+#include "Host/TempFolder.h"
 #include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
-#include "Support/TestFrames.h"
-#include "ZChromaKey/CoZChromaKey.h"
 #include "ZChromaKey/KeyAdjust.h"
-
-#include <gtest/gtest.h>
+#include "ZChromaKey/TestKeyer.h"
 
 #include <cmath>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <random>
 #include <string>
@@ -35,27 +30,34 @@ struct STATE
     }
 };
 
+CZPtr<CCoZChromaKey> NewKeyer()
+{
+    return CZPtr<CCoZChromaKey>::Adopt(new CCoZChromaKey(GPUKeyer_Create()));
+}
+
+STATE StateOf(const CZPtr<CCoZChromaKey>& _cpKey)
+{
+    STATE state;
+    EXPECT_EQ(_cpKey->KeyRawGet(&state.key, &state.adjust), S_OK);
+    return state;
+}
+
 class CKeyEditTest : public testing::Test
 {
 protected:
-    CKeyEditTest()
+    /// Sets the frame that keys come from, and takes one of its green.
+    void Pick()
     {
-        EXPECT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, m_cpKey.PutVoid()), S_OK);
-        m_cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 48);
-    }
-    static STATE StateOf(const CZPtr<IZChromaKey>& _cpKey)
-    {
-        STATE state;
-        EXPECT_EQ(_cpKey->KeyRawGet(&state.key, &state.adjust), S_OK);
-        return state;
+        EXPECT_EQ(m_cpKey->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
+        EXPECT_EQ(m_cpKey->KeyAddPoint(8, 40), S_OK);
     }
     STATE State() const
     {
         return StateOf(m_cpKey);
     }
 
-    CZPtr<IZChromaKey> m_cpKey;
-    CZPtr<CZFrame> m_cpFrame;
+    CZPtr<CCoZChromaKey> m_cpKey = NewKeyer();
+    CZPtr<CZFrame> m_cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 48);
 };
 
 TEST_F(CKeyEditTest, PicksComeFromTheFrameForKeyingElseFromTheLastInput)
@@ -64,7 +66,7 @@ TEST_F(CKeyEditTest, PicksComeFromTheFrameForKeyingElseFromTheLastInput)
     EXPECT_EQ(m_cpKey->KeyAddPoint(1, 40), E_UNEXPECTED) << "no frame yet";
     EXPECT_GT(log.Count("KeyFrameSet"), 0u);
     CZPtr<IZFFrame> cpResult;
-    ASSERT_EQ(ZQuery<IZFProcess>(m_cpKey)->OnMediaReceive(m_cpFrame.Get(), cpResult.Put()), S_FALSE);
+    ASSERT_EQ(m_cpKey->OnMediaReceive(m_cpFrame.Get(), cpResult.Put()), S_FALSE);
     ASSERT_EQ(m_cpKey->KeyAddPoint(8, 40), S_OK);
     const STATE statePicked = State();
     EXPECT_EQ(statePicked.key.eType, eCKT_YUV);
@@ -93,8 +95,7 @@ TEST_F(CKeyEditTest, PicksComeFromTheFrameForKeyingElseFromTheLastInput)
 
 TEST_F(CKeyEditTest, AdjustmentsGoThereAndBackWithoutATrace)
 {
-    ASSERT_EQ(m_cpKey->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
-    ASSERT_EQ(m_cpKey->KeyAddPoint(8, 40), S_OK);
+    Pick();
     ASSERT_EQ(m_cpKey->KeyExcludePoint(60, 40), S_OK);
     const STATE stateBefore = State();
     for (const CK_ADJUST_INFO& info : KeyAdjust_Table())
@@ -120,8 +121,7 @@ TEST_F(CKeyEditTest, AdjustmentsGoThereAndBackWithoutATrace)
 
 TEST_F(CKeyEditTest, SwitchingKeyingOffKeepsTheKeysForTheNextPick)
 {
-    ASSERT_EQ(m_cpKey->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
-    ASSERT_EQ(m_cpKey->KeyAddPoint(8, 40), S_OK);
+    Pick();
     const int32_t nPicked = State().key.nKeysUsed;
     ASSERT_EQ(m_cpKey->KeyAdjustSet(eCKA_KeyType, eCKT_None), S_OK);
     EXPECT_EQ(State().key.eType, eCKT_None);
@@ -161,18 +161,14 @@ TEST_F(CKeyEditTest, AnOwnerMayCallBackWhileItsFrameIsLetGo)
 {
     bool bCalled = false;
     std::vector<uint8_t> vecPicture(64 * 48 * 2);
-    ZF_VID_PROPS vidProps = {};
-    EXPECT_EQ(m_cpFrame->VideoPropsGet(&vidProps), S_OK);
     CZPtr<CZFrame> cpWrapped;
-    ASSERT_EQ(ZFrame_Wrap(
-                  vidProps, vecPicture.data(), vecPicture.size(),
-                  [&] {
-                      CZPtr<IZFFrame> cpKeying;
-                      CZPtr<IZFFrame> cpBG;
-                      m_cpKey->KeyFrameGet(cpKeying.Put(), cpBG.Put());
-                      bCalled = true;
-                  },
-                  cpWrapped.Put()),
+    const auto fnEnd = [&] {
+        CZPtr<IZFFrame> cpKeying;
+        CZPtr<IZFFrame> cpBG;
+        m_cpKey->KeyFrameGet(cpKeying.Put(), cpBG.Put());
+        bCalled = true;
+    };
+    ASSERT_EQ(ZFrame_Wrap(PropsOf(m_cpFrame.Get()), vecPicture.data(), vecPicture.size(), fnEnd, cpWrapped.Put()),
               S_OK);
     ASSERT_EQ(m_cpKey->KeyFrameSet(cpWrapped.Get(), nullptr), S_OK);
     cpWrapped.Reset();
@@ -180,7 +176,7 @@ TEST_F(CKeyEditTest, AnOwnerMayCallBackWhileItsFrameIsLetGo)
     EXPECT_TRUE(bCalled);
 }
 
-TEST_F(CKeyEditTest, AThousandRandomEditsEndWhereReplayingTheSurvivorsEnds)
+TEST_F(CKeyEditTest, RandomEditsEndWhereReplayingTheSurvivorsEnds)
 {
     std::mt19937 rng(11);
     const auto Random = [&rng](int _nBound) { return static_cast<int>(rng() % static_cast<unsigned>(_nBound)); };
@@ -209,22 +205,17 @@ TEST_F(CKeyEditTest, AThousandRandomEditsEndWhereReplayingTheSurvivorsEnds)
     std::vector<EDIT> vecEdits; // those that were steps; the first nInForce are in force
     size_t nInForce = 0;
     size_t nOldest = 0; // the history keeps 256 steps
-    for (int i = 0; i < 1000; ++i)
+    for (int i = 0; i < 3000; ++i)
     {
         const int nSteps = Random(4);
-        const int nKind = Random(5);
-        if (nKind == 1)
+        const int nKind = Random(8);
+        if (nKind < 2)
         {
-            const size_t nBack = std::min<size_t>(static_cast<size_t>(nSteps), nInForce - nOldest);
-            EXPECT_EQ(m_cpKey->KeyStepBack(nSteps), nBack ? S_OK : S_FALSE);
-            nInForce -= nBack;
-            continue;
-        }
-        if (nKind == 2)
-        {
-            const size_t nForward = std::min<size_t>(static_cast<size_t>(nSteps), vecEdits.size() - nInForce);
-            EXPECT_EQ(m_cpKey->KeyStepFwd(nSteps), nForward ? S_OK : S_FALSE);
-            nInForce += nForward;
+            const bool bBack = nKind == 0;
+            const size_t nMost = bBack ? nInForce - nOldest : vecEdits.size() - nInForce;
+            const size_t nMade = std::min(static_cast<size_t>(nSteps), nMost);
+            EXPECT_EQ(bBack ? m_cpKey->KeyStepBack(nSteps) : m_cpKey->KeyStepFwd(nSteps), nMade ? S_OK : S_FALSE);
+            nInForce = bBack ? nInForce - nMade : nInForce + nMade;
             continue;
         }
         const EDIT fnEdit = RandomEdit();
@@ -237,28 +228,31 @@ TEST_F(CKeyEditTest, AThousandRandomEditsEndWhereReplayingTheSurvivorsEnds)
         ++nInForce;
         nOldest = std::max(nOldest, nInForce > 256 ? nInForce - 256 : 0);
     }
-    CZPtr<IZChromaKey> cpReplay;
-    ASSERT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, cpReplay.PutVoid()), S_OK);
+    const auto cpReplay = NewKeyer();
     ASSERT_EQ(cpReplay->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
-    for (size_t i = 0; i < nInForce; ++i)
-        vecEdits[i](cpReplay.Get());
-    ASSERT_GT(nInForce, 20u) << "too few edits survived to say anything";
-    EXPECT_EQ(StateOf(cpReplay), State());
+    size_t nReplayed = 0;
+    const auto ReplayTo = [&](size_t _nEdits) {
+        for (; nReplayed < _nEdits; ++nReplayed)
+            vecEdits[nReplayed](cpReplay.Get());
+        return StateOf(cpReplay);
+    };
+    const STATE stateLast = State();
+    ASSERT_GT(nOldest, 20u) << "too few edits survived to say anything";
     EXPECT_EQ(m_cpKey->KeyStepBack(-1), E_INVALIDARG);
     EXPECT_EQ(m_cpKey->KeyStepFwd(INT32_MIN), E_INVALIDARG);
     EXPECT_EQ(m_cpKey->KeyStepBack(INT32_MAX), S_OK);
     EXPECT_EQ(m_cpKey->KeyStepBack(1), S_FALSE);
+    EXPECT_EQ(ReplayTo(nOldest), State());
+    EXPECT_EQ(ReplayTo(nInForce), stateLast);
 }
 
 TEST_F(CKeyEditTest, KeyObjectsCarryTheSetBetweenPlugIns)
 {
-    ASSERT_EQ(m_cpKey->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
-    ASSERT_EQ(m_cpKey->KeyAddPoint(8, 40), S_OK);
+    Pick();
     CZPtr<IZKey> cpObject;
     ASSERT_EQ(m_cpKey->KeyGet(nullptr, cpObject.Put()), S_OK);
     ASSERT_EQ(cpObject->AddPoint(m_cpFrame.Get(), 60, 40, TRUE), S_OK);
-    CZPtr<IZChromaKey> cpOther;
-    ASSERT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, cpOther.PutVoid()), S_OK);
+    const auto cpOther = NewKeyer();
     ASSERT_EQ(cpOther->KeySet(cpObject.Get()), S_OK);
     ASSERT_EQ(m_cpKey->KeyExcludePoint(60, 40), S_OK);
     EXPECT_EQ(StateOf(cpOther), State());
@@ -268,23 +262,16 @@ TEST_F(CKeyEditTest, KeyObjectsCarryTheSetBetweenPlugIns)
 
 TEST_F(CKeyEditTest, DetectionShowsTheBlocksItExamined)
 {
+    static wchar_t s_wszOptions[] = L"blocks=8 borders=0 show_blocks=true";
+    static wchar_t s_wszBad[] = L"blocks=many";
     ASSERT_EQ(m_cpKey->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
-    std::wstring wstrOptions = L"blocks=8 borders=0 show_blocks=true";
-    const BSTR bsOptions = SysAllocString(wstrOptions.c_str());
-    ASSERT_EQ(m_cpKey->KeyDetect(bsOptions), S_OK);
-    SysFreeString(bsOptions);
+    ASSERT_EQ(m_cpKey->KeyDetect(s_wszOptions), S_OK);
     CZPtr<IZFFrame> cpShown;
     CZPtr<IZFFrame> cpBG;
     ASSERT_EQ(m_cpKey->KeyFrameGet(cpShown.Put(), cpBG.Put()), S_OK);
-    ASSERT_NE(cpShown.Get(), static_cast<IZFFrame*>(m_cpFrame.Get()));
-    ZF_VID_PTR vidPtr = {};
-    ASSERT_EQ(cpShown->VideoPtrGet(eZFP_Flip, &vidPtr), S_OK);
     const auto At = [&](int _nX, int _nY) {
         uint32_t nPixel = 0;
-        std::memcpy(&nPixel,
-                    reinterpret_cast<const uint8_t*>(vidPtr.lpVideoPlanes[0]) +
-                        ptrdiff_t{vidPtr.cbVideoRowBytes[0]} * _nY + 4 * _nX,
-                    4);
+        std::memcpy(&nPixel, RowOf(cpShown.Get(), _nY) + 4 * _nX, 4);
         return nPixel;
     };
     EXPECT_EQ(At(0, 42), 0xFFFFFFFFu) << "a block of the green half";
@@ -294,63 +281,44 @@ TEST_F(CKeyEditTest, DetectionShowsTheBlocksItExamined)
     ASSERT_EQ(m_cpKey->KeyAddPoint(0, 42), S_OK);
     for (int32_t i = 0; i < State().key.nKeysUsed; ++i)
         EXPECT_LT(State().key.arrKeys[i].nValue >> 16 & 0xFF, 110u) << "the green picture, not the white outline on it";
-    wstrOptions = L"blocks=many";
-    const BSTR bsBad = SysAllocString(wstrOptions.c_str());
     const CLogCatcher log(eZLog_Error);
-    EXPECT_EQ(m_cpKey->KeyDetect(bsBad), E_INVALIDARG);
-    SysFreeString(bsBad);
+    EXPECT_EQ(m_cpKey->KeyDetect(s_wszBad), E_INVALIDARG);
     EXPECT_GT(log.Count("blocks"), 0u);
 }
 
 TEST_F(CKeyEditTest, IsSavedAndLoadedWithItsOptions)
 {
-    const auto pathFile = std::filesystem::temp_directory_path() / "zck_key_edit_test.xml";
-    ASSERT_EQ(m_cpKey->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
-    ASSERT_EQ(m_cpKey->KeyAddPoint(8, 40), S_OK);
+    const CTempFolder folder;
+    const std::wstring wstrFile = ZText_ToWide(folder.Path("")) + L"gr\u00fcn.xml";
+    Pick();
     ASSERT_EQ(m_cpKey->KeyAdjustSet(eCKA_Power, 12.5), S_OK);
-    ASSERT_EQ(ZQuery<IZProps>(m_cpKey)->PropsSet(L"process.threads", L"3"), S_OK);
-    const auto cpPersist = ZQuery<IZFPersist>(m_cpKey);
-    ASSERT_EQ(cpPersist->PersistSaveToFile(pathFile.wstring().c_str()), S_OK);
-    BSTR bsDocument = nullptr;
-    ASSERT_EQ(cpPersist->PersistSaveToString(&bsDocument), S_OK);
-
-    for (const std::wstring& wstrFrom : {pathFile.wstring(), std::wstring(bsDocument)})
+    ASSERT_EQ(m_cpKey->PropsSet(L"host.own \"name\"", L"a<b & c"), S_OK);
+    ASSERT_EQ(m_cpKey->PersistSaveToFile(wstrFile.c_str()), S_OK);
+    for (const std::wstring& wstrFrom : {wstrFile, DocumentOf(m_cpKey.Get())})
     {
-        CZPtr<IZChromaKey> cpOther;
-        ASSERT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, cpOther.PutVoid()), S_OK);
-        ASSERT_EQ(ZQuery<IZFPersist>(cpOther)->PersistLoad(wstrFrom.c_str()), S_OK);
+        const auto cpOther = NewKeyer();
+        ASSERT_EQ(cpOther->PersistLoad(wstrFrom.c_str()), S_OK);
         EXPECT_EQ(StateOf(cpOther), State());
-        BSTR bsThreads = nullptr;
-        EXPECT_EQ(ZQuery<IZProps>(cpOther)->PropsGet(L"process.threads", &bsThreads), S_OK);
-        EXPECT_STREQ(bsThreads, L"3");
-        SysFreeString(bsThreads);
+        EXPECT_EQ(OptionOf(cpOther.Get(), L"host.own \"name\""), L"a<b & c");
         EXPECT_EQ(cpOther->KeyAdjustSet(eCKA_KeyType, eCKT_None), S_OK);
-        CZPtr<IZChromaKey> cpThird;
-        ASSERT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, cpThird.PutVoid()), S_OK);
-        ASSERT_EQ(ZQuery<IZProps>(cpThird)->PropsSet(L"gpu_mode", L"0"), S_OK);
-        BSTR bsOff = nullptr;
-        ASSERT_EQ(ZQuery<IZFPersist>(cpOther)->PersistSaveToString(&bsOff), S_OK);
-        ASSERT_EQ(ZQuery<IZFPersist>(cpThird)->PersistLoad(bsOff), S_OK);
-        SysFreeString(bsOff);
-        BSTR bsMode = nullptr;
-        EXPECT_EQ(ZQuery<IZProps>(cpThird)->PropsGet(L"gpu_mode", &bsMode), S_FALSE) << "options are those saved";
+        const auto cpThird = NewKeyer();
+        ASSERT_EQ(cpThird->PropsSet(L"gpu_mode", L"0"), S_OK);
+        ASSERT_EQ(cpThird->PersistLoad(DocumentOf(cpOther.Get()).c_str()), S_OK);
+        EXPECT_EQ(OptionOf(cpThird.Get(), L"gpu_mode"), L"-") << "options are those saved";
         EXPECT_EQ(cpThird->KeyAdjustSet(eCKA_KeyType, eCKT_RGB), S_OK);
         EXPECT_EQ(cpOther->KeyAdjustSet(eCKA_KeyType, eCKT_RGB), S_OK);
         EXPECT_EQ(StateOf(cpThird), StateOf(cpOther)) << "saved while keying was off, the keys keep their space";
         EXPECT_EQ(cpOther->KeyStepBack(3), S_OK) << "loading is a step";
         EXPECT_EQ(StateOf(cpOther).key.nKeysUsed, 0);
     }
-    SysFreeString(bsDocument);
-    std::filesystem::remove(pathFile);
 
     const STATE stateBefore = State();
     const CLogCatcher log(eZLog_Error);
-    EXPECT_EQ(cpPersist->PersistLoad(L"<zl-root>\n<ZChromaKey"), E_INVALIDARG);
+    EXPECT_EQ(m_cpKey->PersistLoad(L"<zl-root>\n<ZChromaKey"), E_INVALIDARG);
     EXPECT_GT(log.Count("line 2, column"), 0u);
-    EXPECT_EQ(cpPersist->PersistLoad(L"no/such/file.xml"), E_FAIL);
+    EXPECT_EQ(m_cpKey->PersistLoad(L"no/such/file.xml"), E_FAIL);
     EXPECT_GT(log.Count("no/such/file.xml"), 0u);
-    EXPECT_EQ(cpPersist->PersistLoad(nullptr), E_POINTER);
-    EXPECT_EQ(cpPersist->PersistSaveToFile(L"no/such/folder/file.xml"), E_FAIL);
+    EXPECT_EQ(m_cpKey->PersistLoad(nullptr), E_POINTER);
     EXPECT_EQ(State(), stateBefore);
 }
 

@@ -1,9 +1,5 @@
-#include "Image/ImgPlane.h"
-#include "Support/TestFrames.h"
-#include "ZChromaKey/CoZChromaKey.h"
+#include "ZChromaKey/TestKeyer.h"
 #include "zkhost/SampleScene.h"
-
-#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <random>
@@ -38,23 +34,6 @@ uint8_t Truth(const SCENE& _scene, int _nX, int _nY)
     return _scene.truth.Row(_nY)[_nX];
 }
 
-CZPtr<CZFrame> SceneFrame(const SCENE& _scene, uint32_t _fccType)
-{
-    ZF_VID_PROPS vidProps = {};
-    vidProps.fccType = _fccType;
-    vidProps.nWidth = c_nWidth;
-    vidProps.nHeight = -c_nHeight;
-    vidProps.dblRate = 50;
-    vidProps.eInterlace = eZI_Progressive;
-    CZPtr<CZFrame> cpFrame;
-    ZF_VID_PTR vidPtr = {};
-    EXPECT_EQ(ZFrame_Create(vidProps, cpFrame.Put()), S_OK);
-    EXPECT_EQ(cpFrame->VideoPropsGet(&vidProps), S_OK);
-    EXPECT_EQ(cpFrame->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtr), S_OK);
-    EXPECT_EQ(ZFrameWriter_Write(vidProps, vidPtr, _scene.picture.vecPixels.data(), ptrdiff_t{4} * c_nWidth), S_OK);
-    return cpFrame;
-}
-
 /// Share of the backdrop keyed to 0, and of the solid foreground kept at 255.
 struct QUALITY
 {
@@ -62,45 +41,41 @@ struct QUALITY
     double dblKept;
 };
 
-/// The plug-in object, working on the calling thread.
-struct PLUGIN
+CZPtr<IZFFrame> Result(CCoZChromaKey* _pKeyer, IZFFrame* _pFrame)
 {
-    PLUGIN()
-    {
-        EXPECT_EQ(CCoZChromaKey::Create(IID_IZChromaKey, cpKey.PutVoid()), S_OK);
-        cpProcess = ZQuery<IZFProcess>(cpKey);
-        ZQuery<IZProps>(cpKey)->PropsSet(L"output.thread", L"false");
-        ZQuery<IZProps>(cpKey)->PropsSet(L"gpu_mode", L"0");
-    }
-    QUALITY Key(const SCENE& _scene, IZFFrame* _pFrame) const
-    {
-        CZPtr<IZFFrame> cpResult;
-        EXPECT_EQ(cpProcess->OnMediaReceive(_pFrame, cpResult.Put()), S_OK);
-        CZPtr<IUnknown> cpAttached;
-        EXPECT_EQ(cpResult->AttachmentGet(L"mask", cpAttached.Put()), S_OK);
-        const auto cpMask = ZQuery<IZFFrame>(cpAttached);
-        ZF_VID_PTR vidPtr = {};
-        if (!cpMask || FAILED(cpMask->VideoPtrGet(eZFP_Flip, &vidPtr)))
-            return {};
-        double arrCount[2] = {};
-        double arrRight[2] = {};
-        for (int y = 0; y < c_nHeight; ++y)
-            for (int x = 0; x < c_nWidth; ++x)
-            {
-                const uint8_t nTruth = Truth(_scene, x, y);
-                if (nTruth != 0 && nTruth != 255)
-                    continue;
-                const auto* const pRow = reinterpret_cast<const uint8_t*>(vidPtr.lpVideoPlanes[0]) +
-                                         ptrdiff_t{vidPtr.cbVideoRowBytes[0]} * y;
-                ++arrCount[nTruth != 0];
-                arrRight[nTruth != 0] += pRow[x] == nTruth;
-            }
-        return {100 * arrRight[0] / arrCount[0], 100 * arrRight[1] / arrCount[1]};
-    }
+    CZPtr<IZFFrame> cpResult;
+    EXPECT_EQ(_pKeyer->OnMediaReceive(_pFrame, cpResult.Put()), S_OK);
+    return cpResult;
+}
 
-    CZPtr<IZChromaKey> cpKey;
-    CZPtr<IZFProcess> cpProcess;
-};
+QUALITY Quality(const SCENE& _scene, CCoZChromaKey* _pKeyer, IZFFrame* _pFrame)
+{
+    const auto cpMask = MaskOf(Result(_pKeyer, _pFrame).Get());
+    if (!cpMask)
+        return {};
+    const ZF_VID_PTR vidPtr = PtrOf(cpMask.Get());
+    double arrCount[2] = {};
+    double arrRight[2] = {};
+    for (int y = 0; y < c_nHeight; ++y)
+        for (int x = 0; x < c_nWidth; ++x)
+        {
+            const uint8_t nTruth = Truth(_scene, x, y);
+            if (nTruth != 0 && nTruth != 255)
+                continue;
+            ++arrCount[nTruth != 0];
+            arrRight[nTruth != 0] += Img_RowOf(vidPtr, 0, y)[x] == nTruth;
+        }
+    return {100 * arrRight[0] / arrCount[0], 100 * arrRight[1] / arrCount[1]};
+}
+
+/// An object that takes its keys from a frame.
+CZPtr<CCoZChromaKey> KeyerFor(IZFFrame* _pFrame)
+{
+    auto cpKeyer = TestKeyer_Make();
+    EXPECT_EQ(cpKeyer->KeyReset(), S_OK);
+    EXPECT_EQ(cpKeyer->KeyFrameSet(_pFrame, nullptr), S_OK);
+    return cpKeyer;
+}
 
 void Expect(const char* _pszScene, uint32_t _fccType, const std::string& _strMethod, const QUALITY& _quality)
 {
@@ -136,23 +111,22 @@ TEST(KeyQuality, OneDetectionOrOnePickKeysTheBackdropAndKeepsTheForeground)
         {
             const SCENE& scene = Scene(bBlue);
             const char* const pszScene = bBlue ? "blue" : "green";
-            const auto cpFrame = SceneFrame(scene, fccType);
-            const PLUGIN plugin;
-            ASSERT_EQ(plugin.cpKey->KeyFrameSet(cpFrame.Get(), nullptr), S_OK);
-            EXPECT_EQ(plugin.cpKey->KeyDetect(nullptr), S_OK);
-            Expect(pszScene, fccType, "auto", plugin.Key(scene, cpFrame.Get()));
+            const auto cpFrame = TestFrame_Of(scene.picture.vecPixels, fccType, c_nWidth, -c_nHeight);
+            const auto cpKeyer = KeyerFor(cpFrame.Get());
+            EXPECT_EQ(cpKeyer->KeyDetect(nullptr), S_OK);
+            Expect(pszScene, fccType, "auto", Quality(scene, cpKeyer.Get(), cpFrame.Get()));
             QUALITY worst = {100, 100};
             for (const auto& [nX, nY] : BackdropPoints(scene, 20))
             {
-                ASSERT_EQ(plugin.cpKey->KeyReset(), S_OK);
-                ASSERT_EQ(plugin.cpKey->KeyAddPoint(nX, nY), S_OK);
-                const QUALITY quality = plugin.Key(scene, cpFrame.Get());
+                ASSERT_EQ(cpKeyer->KeyReset(), S_OK);
+                ASSERT_EQ(cpKeyer->KeyAddPoint(nX, nY), S_OK);
+                const QUALITY quality = Quality(scene, cpKeyer.Get(), cpFrame.Get());
                 worst = {std::min(worst.dblKeyed, quality.dblKeyed), std::min(worst.dblKept, quality.dblKept)};
             }
             Expect(pszScene, fccType, "worst of 20 picks", worst);
-            ASSERT_EQ(plugin.cpKey->KeyReset(), S_OK);
-            ASSERT_EQ(plugin.cpKey->KeyAddRect(20, 200, 220, 400), S_OK);
-            Expect(pszScene, fccType, "one rectangle", plugin.Key(scene, cpFrame.Get()));
+            ASSERT_EQ(cpKeyer->KeyReset(), S_OK);
+            ASSERT_EQ(cpKeyer->KeyAddRect(20, 200, 220, 400), S_OK);
+            Expect(pszScene, fccType, "one rectangle", Quality(scene, cpKeyer.Get(), cpFrame.Get()));
         }
 }
 
@@ -164,24 +138,16 @@ struct TINT
     double dblSolid;
 };
 
-TINT TintOf(const SCENE& _scene, bool _bBlue, const PLUGIN& _plugin, IZFFrame* _pFrame)
+TINT TintOf(const SCENE& _scene, bool _bBlue, IZFFrame* _pResult)
 {
-    CZPtr<IZFFrame> cpResult;
-    CZPtr<IZFFrame> cpARGB;
-    CZPtr<IUnknown> cpAttached;
-    ZF_VID_PTR vidPtr = {};
-    ZF_VID_PTR vidMask = {};
-    EXPECT_EQ(_plugin.cpProcess->OnMediaReceive(_pFrame, cpResult.Put()), S_OK);
-    EXPECT_EQ(cpResult->AttachmentGet(L"mask", cpAttached.Put()), S_OK);
-    EXPECT_EQ(ZQuery<IZFFrame2>(cpResult)->FrameConvert(eZFC_Converted, eZFCC_ARGB32, cpARGB.Put()), S_OK);
-    EXPECT_EQ(cpARGB->VideoPtrGet(eZFP_Flip, &vidPtr), S_OK);
-    EXPECT_EQ(ZQuery<IZFFrame>(cpAttached)->VideoPtrGet(eZFP_Flip, &vidMask), S_OK);
+    const std::vector<uint8_t> vecBGRA = PixelsOf(_pResult);
+    const uint8_t* pPixel = vecBGRA.data();
+    const ZF_VID_PTR vidMask = PtrOf(MaskOf(_pResult).Get());
     double arrSum[2] = {};
     double arrCount[2] = {};
     for (int y = 0; y < c_nHeight; ++y)
-        for (int x = 0; x < c_nWidth; ++x)
+        for (int x = 0; x < c_nWidth; ++x, pPixel += 4)
         {
-            const uint8_t* const pPixel = Img_RowOf(vidPtr, 0, y) + 4 * x;
             const uint8_t* const pSource = _scene.picture.Row(y) + 4 * x;
             const uint8_t nTruth = Truth(_scene, x, y);
             if (Img_RowOf(vidMask, 0, y)[x] < 255 || nTruth < 10)
@@ -202,15 +168,14 @@ TEST(KeyQuality, ColoursLoseTheTintOfTheBackdropAndNothingElse)
         for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_UYVY})
         {
             const SCENE& scene = Scene(bBlue);
-            const auto cpFrame = SceneFrame(scene, fccType);
-            const PLUGIN plugin;
-            ASSERT_EQ(plugin.cpKey->KeyFrameSet(cpFrame.Get(), nullptr), S_OK);
-            EXPECT_EQ(plugin.cpKey->KeyDetect(nullptr), S_OK);
+            const auto cpFrame = TestFrame_Of(scene.picture.vecPixels, fccType, c_nWidth, -c_nHeight);
+            const auto cpKeyer = KeyerFor(cpFrame.Get());
+            EXPECT_EQ(cpKeyer->KeyDetect(nullptr), S_OK);
             TINT before = {};
             for (const double dblColors : {0.0, 50.0, 100.0})
             {
-                EXPECT_GE(plugin.cpKey->KeyAdjustSet(eCKA_Colors, dblColors), S_OK);
-                const TINT tint = TintOf(scene, bBlue, plugin, cpFrame.Get());
+                EXPECT_GE(cpKeyer->KeyAdjustSet(eCKA_Colors, dblColors), S_OK);
+                const TINT tint = TintOf(scene, bBlue, Result(cpKeyer.Get(), cpFrame.Get()).Get());
                 std::printf("%-5s  %-6s  colors %3.0f %%  tint of edges %5.2f levels   solid colours moved by %5.2f\n",
                             bBlue ? "blue" : "green", FCC_Name(fccType).c_str(), dblColors, tint.dblEdges,
                             tint.dblSolid);

@@ -1,0 +1,112 @@
+#pragma once
+
+#include "Image/ImgPlane.h"
+#include "Interfaces/IZKey.h"
+#include "Interfaces/ZGuids.h"
+#include "Support/TestFrames.h"
+#include "Support/Texts.h"
+#include "Video/FrameShorthand.h"
+#include "ZChromaKey/CoZChromaKey.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+/// Shorthand of the tests of the plug-in object.
+
+/// An object with the test key, that keys on the CPU and on the calling thread.
+inline CZPtr<CCoZChromaKey> TestKeyer_Make(std::unique_ptr<CGPUKeyer> _upGPU = GPUKeyer_Create())
+{
+    auto cpKeyer = CZPtr<CCoZChromaKey>::Adopt(new CCoZChromaKey(std::move(_upGPU)));
+    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+    EXPECT_EQ(cpKeyer->KeyRawSet(&key, nullptr), S_OK);
+    EXPECT_EQ(cpKeyer->PropsSet(L"output.thread", L"false"), S_OK);
+    EXPECT_EQ(cpKeyer->PropsSet(L"gpu_mode", L"0"), S_OK);
+    return cpKeyer;
+}
+
+/// The mask at a result; null where there is none.
+inline CZPtr<IZFFrame> MaskOf(IZFFrame* _pFrame)
+{
+    CZPtr<IUnknown> cpObject;
+    if (!_pFrame || _pFrame->AttachmentGet(L"mask", cpObject.Put()) != S_OK)
+        return {};
+    return ZQuery<IZFFrame>(cpObject);
+}
+
+/// A row of plane 0, from the top of the picture.
+inline const uint8_t* RowOf(IZFFrame* _pFrame, int _nRow)
+{
+    return Img_RowOf(PtrOf(_pFrame), 0, _nRow);
+}
+
+/// A GPU path that does what the test says.
+class CFakeGPU final : public CGPUKeyer
+{
+public:
+    struct SCRIPT
+    {
+        HRESULT hr = E_FAIL;
+        CZPtr<IZFFrame> cpResult;
+        int nFrames = 0;
+        ZF_VID_PROPS vidPropsLast = {};
+        GPU_KEY_OPTIONS optionsLast = {};
+        int nClosed = 0;
+    };
+
+    explicit CFakeGPU(SCRIPT* _pScript)
+        : m_pScript(_pScript)
+    {
+    }
+    HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW&, const GPU_KEY_OPTIONS& _options,
+                         IZFFrame** _ppFrameRes) override
+    {
+        ++m_pScript->nFrames;
+        m_pScript->optionsLast = _options;
+        m_pScript->vidPropsLast = PropsOf(_pFrame);
+        *_ppFrameRes = CZPtr<IZFFrame>(m_pScript->cpResult).Detach();
+        return m_pScript->hr;
+    }
+    void Close() override
+    {
+        ++m_pScript->nClosed;
+    }
+
+private:
+    SCRIPT* m_pScript;
+};
+
+/// Tests of an object of TestKeyer_Make with a GPU path of the test's; nothing of it may be left behind.
+class CKeyerTest : public testing::Test
+{
+protected:
+    CKeyerTest()
+        : m_cpKeyer(TestKeyer_Make(std::make_unique<CFakeGPU>(&m_gpu)))
+    {
+    }
+    void TearDown() override
+    {
+        m_gpu.cpResult.Reset();
+        m_cpKeyer.Reset();
+        EXPECT_TRUE(ZModule_IsIdle());
+    }
+    void Set(const wchar_t* _pwszName, const wchar_t* _pwszValue)
+    {
+        EXPECT_EQ(m_cpKeyer->PropsSet(_pwszName, _pwszValue), S_OK);
+    }
+    void KeySet(const CHROMA_KEY_RAW& _key)
+    {
+        EXPECT_EQ(m_cpKeyer->KeyRawSet(&_key, nullptr), S_OK);
+    }
+    CZPtr<IZFFrame> Receive(IZFFrame* _pFrame, HRESULT _hrExpected = S_OK)
+    {
+        CZPtr<IZFFrame> cpRes;
+        EXPECT_EQ(m_cpKeyer->OnMediaReceive(_pFrame, cpRes.Put()), _hrExpected);
+        EXPECT_EQ(static_cast<bool>(cpRes), _hrExpected == S_OK);
+        return cpRes;
+    }
+
+    CFakeGPU::SCRIPT m_gpu;
+    CZPtr<CCoZChromaKey> m_cpKeyer;
+};

@@ -122,15 +122,15 @@ TEST(Detect, ExaminesTheGridInsideTheBorders)
         }
         const int nWidth = 101 / test.nBlocks;
         const int nHeight = 50 / test.nBlocks;
-        const auto nSide = static_cast<size_t>(test.nLast - test.nFirst) + 1;
-        ASSERT_EQ(vecBlocks.size(), nSide * nSide);
-        EXPECT_EQ(vecBlocks[0].nX, test.nFirst * nWidth);
-        EXPECT_EQ(vecBlocks[0].nY, test.nFirst * nHeight);
-        EXPECT_EQ(vecBlocks.back().nX, test.nLast * nWidth);
-        EXPECT_EQ(vecBlocks.back().nY, test.nLast * nHeight);
-        EXPECT_EQ(vecBlocks.back().nWidth, nWidth);
-        EXPECT_EQ(vecBlocks.back().nHeight, nHeight);
-        EXPECT_EQ(vecBlocks[nSide > 1 ? 1 : 0].nY, vecBlocks[0].nY) << "row by row";
+        const int nSide = test.nLast - test.nFirst + 1;
+        ASSERT_EQ(vecBlocks.size(), static_cast<size_t>(nSide * nSide));
+        for (int n = 0; n < nSide * nSide; ++n) // row by row
+        {
+            const CK_BLOCK& block = vecBlocks[static_cast<size_t>(n)];
+            EXPECT_EQ(block.nX, (test.nFirst + n % nSide) * nWidth) << n;
+            EXPECT_EQ(block.nY, (test.nFirst + n / nSide) * nHeight) << n;
+            EXPECT_TRUE(block.nWidth == nWidth && block.nHeight == nHeight);
+        }
     }
 }
 
@@ -296,14 +296,9 @@ TEST(DetectOptions, LongNamesGoBeforeShortOnes)
                                  "type=HLS",
                                  &options),
               S_OK);
-    EXPECT_EQ(options.nBlocks, 33);
-    EXPECT_EQ(options.nMaxKeys, 4);
-    EXPECT_EQ(options.nThreshold, -3);
-    EXPECT_EQ(options.dblKeyDiff, 0.25);
-    EXPECT_EQ(options.dblSimilarity, 1);
-    EXPECT_EQ(options.dblBorders, 0);
-    EXPECT_TRUE(options.bShowBlocks);
-    EXPECT_EQ(options.eType, eCKT_HLS);
+    EXPECT_TRUE(options.nBlocks == 33 && options.nMaxKeys == 4 && options.nThreshold == -3);
+    EXPECT_TRUE(options.dblKeyDiff == 0.25 && options.dblSimilarity == 1 && options.dblBorders == 0);
+    EXPECT_TRUE(options.bShowBlocks && options.eType == eCKT_HLS);
     ASSERT_EQ(DetectOptions_Read("detect.type=auto", &options), S_OK);
     EXPECT_EQ(options.eType, eCKT_Auto);
     EXPECT_EQ(options.nBlocks, 33) << "what is not named stays";

@@ -30,6 +30,13 @@ PICTURE Pattern(int _nWidth, int _nHeight, int _nChannels, bool _bAlpha)
     return picture;
 }
 
+void WritePng(const CTempFolder& _folder, const char* _pszName, const PICTURE& _picture)
+{
+    CZOutFile file(_folder.Path(_pszName));
+    PictureFile_WritePng(_picture, file);
+    file.Commit();
+}
+
 TEST(PictureFile, KeepsEveryByteThatIsSeen)
 {
     const CTempFolder folder;
@@ -37,9 +44,7 @@ TEST(PictureFile, KeepsEveryByteThatIsSeen)
     {
         PICTURE picture = Pattern(7, 5, nChannels, bAlpha);
         picture.vecPixels[3] = nChannels == 4 && bAlpha ? 0 : picture.vecPixels[3];
-        CZOutFile file(folder.Path("a.png"));
-        PictureFile_WritePng(picture, file);
-        file.Commit();
+        WritePng(folder, "a.png", picture);
         const PICTURE read = PictureFile_Read(folder.Path("a.png"));
         EXPECT_EQ(read.bAlpha, bAlpha);
         ASSERT_EQ(read.vecPixels.size(), 7u * 5 * 4);
@@ -56,9 +61,7 @@ TEST(PictureFile, KeepsEveryByteThatIsSeen)
 TEST(PictureFile, RefusesDamagedFiles)
 {
     const CTempFolder folder;
-    CZOutFile file(folder.Path("a.png"));
-    PictureFile_WritePng(Pattern(9, 9, 4, true), file);
-    file.Commit();
+    WritePng(folder, "a.png", Pattern(9, 9, 4, true));
     const std::string strGood = folder.Read("a.png");
     const size_t nPixels = strGood.find("IDAT");
     for (size_t nLength = 0; nLength < nPixels + 40; ++nLength)
@@ -107,19 +110,14 @@ TEST(PictureFile, KeepsOverfullHuffmanTablesFromTheDecoder)
 TEST(PictureReader, WalksASequence)
 {
     const CTempFolder folder;
-    const auto fnWrite = [&](const char* _pszName, int _nWidth) {
-        CZOutFile file(folder.Path(_pszName));
-        PictureFile_WritePng(Pattern(_nWidth, 3, 4, false), file);
-        file.Commit();
-    };
     for (const char* pszName : {"p_01.png", "p_02.png", "p_04.png"})
-        fnWrite(pszName, 5);
+        WritePng(folder, pszName, Pattern(5, 3, 4, false));
     CZPictureReader reader(folder.Path("p_%02d.png"));
     EXPECT_EQ(reader.Stream().nFrames, 2) << "from the first number there is to the first one missing";
     EXPECT_TRUE(reader.Next());
     EXPECT_TRUE(reader.Next());
     EXPECT_FALSE(reader.Next());
-    fnWrite("p_02.png", 6);
+    WritePng(folder, "p_02.png", Pattern(6, 3, 4, false));
     CZPictureReader mixed(folder.Path("p_%02d.png"));
     EXPECT_TRUE(mixed.Next());
     EXPECT_NE(Host_FailureOf([&] { mixed.Next(); }).find("6 x 3"), std::string::npos);
@@ -147,30 +145,16 @@ TEST(RawSpec, ReadsAndRefuses)
     EXPECT_EQ(stream.nRateNum, 25);
     EXPECT_EQ(Raw_ParseSpec("RGB32:5x-3@59.94").vidProps.nHeight, -3);
     EXPECT_EQ(Raw_ParseSpec("rgb24:5x3@59.94").nRateNum, 60000);
-    for (const char* pszBad : {"",
-                               "UYVY",
-                               "UYVY:",
-                               "UYVY:4",
-                               "UYVY:4x",
-                               "UYVY:4x4x4",
-                               "UYVY:0x4",
-                               "UYVY:4x-4",
-                               "UYVY:5x4",
-                               "I420:4x5",
-                               "UYVY:4x5i",
-                               "UYVY:4x4@",
-                               "UYVY:4x4@x",
-                               "UYVY:4x4@-1",
-                               "UYVY:4x4@nan",
-                               "UYVY:4x4:7",
-                               "UYVY:4x4:-8",
-                               "UYVY:4x4:2147483647",
-                               "NOPE:4x4",
-                               "RGB565:4x4",
-                               "UYVY:99999x99999",
-                               "UYVY:4x-2147483648",
-                               "UYVY:4x99999999999"})
-        EXPECT_NE(Host_FailureOf([&] { Raw_ParseSpec(pszBad); }).find("--in"), std::string::npos) << pszBad;
+    const std::vector<const char*> arrBad[] = {
+        {"", "UYVY", "UYVY:", "UYVY:4", "UYVY:4x", "UYVY:4x4x4", "UYVY:4x5i"}, // not whole
+        {"UYVY:0x4", "UYVY:4x-4", "UYVY:5x4", "I420:4x5", "UYVY:99999x99999"}, // no such size
+        {"UYVY:4x-2147483648", "UYVY:4x99999999999", "UYVY:4x4:2147483647"},   // no such number
+        {"UYVY:4x4@", "UYVY:4x4@x", "UYVY:4x4@-1", "UYVY:4x4@nan"},            // no rate
+        {"UYVY:4x4:7", "UYVY:4x4:-8", "NOPE:4x4", "RGB565:4x4"},               // rows, formats
+    };
+    for (const auto& vecBad : arrBad)
+        for (const char* pszBad : vecBad)
+            EXPECT_NE(Host_FailureOf([&] { Raw_ParseSpec(pszBad); }).find("--in"), std::string::npos) << pszBad;
 }
 
 /// What is written in a pixel format reads back as the same colours.
@@ -210,17 +194,22 @@ TEST(RawFiles, EveryReadableFormatComesBack)
     EXPECT_NE(Host_FailureOf([&] { cut.Next(); }).find("frame 2 is cut off: 5 of its 768 bytes"), std::string::npos);
 }
 
-TEST(OutFile, AppearsWholeOrNotAtAll)
+TEST(OutFiles, AppearWholeOrNotAtAllAndOnce)
 {
     const CTempFolder folder;
     folder.Write("a.txt", "old");
     {
-        CZOutFile file(folder.Path("a.txt"));
-        file.Write("new", 3);
+        CZOutFiles files;
+        files.Create(folder.Path("a.txt")).Write("new", 3);
+        for (const char* pszSame : {"a.txt", "./a.txt", "none/../a.txt"})
+            EXPECT_NE(Host_FailureOf([&] { files.Create(folder.Path(pszSame)); }).find("are one"), std::string::npos);
+        files.MakeFolder(folder.Path("c"));
+        files.MakeFolder(folder.Path("c"));
         EXPECT_EQ(folder.Read("a.txt"), "old");
+        EXPECT_EQ(folder.Files(), 3u);
     }
     EXPECT_EQ(folder.Read("a.txt"), "old");
-    EXPECT_EQ(folder.Files(), 1u) << "no temporary file is left";
+    EXPECT_EQ(folder.Files(), 1u) << "nothing was committed, and no temporary file is left";
     CZOutFiles files;
     files.Create(folder.Path("a.txt")).Write("new", 3);
     files.Create(folder.Path("b.txt")).Write("b", 1);
@@ -229,22 +218,6 @@ TEST(OutFile, AppearsWholeOrNotAtAll)
     EXPECT_EQ(folder.Files(), 2u);
     EXPECT_NE(Host_FailureOf([&] { CZOutFile(folder.Path("no/such/a.txt")); }).find("folder exists"),
               std::string::npos);
-}
-
-TEST(OutFiles, WriteEveryFileOnce)
-{
-    const CTempFolder folder;
-    auto upFiles = std::make_unique<CZOutFiles>();
-    CZOutFiles& files = *upFiles;
-    files.Create(folder.Path("a.txt"));
-    for (const char* pszSame : {"a.txt", "./a.txt", "none/../a.txt"})
-        EXPECT_NE(Host_FailureOf([&] { files.Create(folder.Path(pszSame)); }).find("are one"), std::string::npos);
-    files.Create(folder.Path("b.txt"));
-    files.MakeFolder(folder.Path("c"));
-    files.MakeFolder(folder.Path("c"));
-    EXPECT_EQ(folder.Files(), 3u);
-    upFiles.reset();
-    EXPECT_EQ(folder.Files(), 0u) << "nothing was committed";
 }
 
 #if !defined(_WIN32)

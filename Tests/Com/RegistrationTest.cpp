@@ -68,6 +68,9 @@ TEST_F(CRegistrationTest, LeavesNothingBehind)
         EXPECT_EQ(Install(TRUE, row.pwszFor), S_OK);
         EXPECT_EQ(Install(TRUE, row.pwszFor), S_OK) << "registering again is no mistake";
         EXPECT_GT(row.registry.Content().size(), mapBefore.size() + 40);
+        EXPECT_EQ(row.registry.Content()[L"Software\\Classes\\CLSID\\{FF12951C-DC32-42B7-B676-583883EF574E}"
+                                         L"\\InprocServer32|"],
+                  m_module.Path());
         EXPECT_EQ(Install(FALSE, row.pwszFor), S_OK);
         EXPECT_EQ(row.registry.Content(), mapBefore);
         EXPECT_EQ(Install(FALSE, row.pwszFor), S_OK) << "nothing to take away is no mistake";

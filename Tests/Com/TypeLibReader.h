@@ -1,27 +1,8 @@
 #pragma once
 
-#include "Base/ZPtr.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
+#include "Support/Texts.h"
 
 // A type library as plain values, for tests. What is not there fails the test.
-
-inline std::wstring TakeText(BSTR _bsText)
-{
-    const std::wstring wstrText(_bsText ? _bsText : L"", SysStringLen(_bsText));
-    SysFreeString(_bsText);
-    return wstrText;
-}
-
-/// A member of a record (its offset and size) or of an enumeration (its value).
-struct TYPE_MEMBER
-{
-    std::wstring wstrName;
-    size_t nValue = 0;
-    size_t nBytes = 0;
-};
 
 struct TYPE_METHOD
 {
@@ -51,18 +32,21 @@ public:
     {
         return m_attr;
     }
-    TYPE_MEMBER Member(UINT _nIndex) const
+    /// Members apart by blanks: of a record as NAME:OFFSET, of an enumeration as NAME=VALUE.
+    std::wstring Members() const
     {
-        VARDESC* pVar = nullptr;
-        if (m_cpInfo->GetVarDesc(_nIndex, &pVar) != S_OK)
-            return {};
-        TYPE_MEMBER member = {Text(pVar->memid, false), 0, 0};
-        if (pVar->varkind == VAR_CONST)
-            member.nValue = static_cast<size_t>(pVar->lpvarValue->lVal);
-        else
-            member = {member.wstrName, pVar->oInst, Bytes(pVar->elemdescVar.tdesc)};
-        m_cpInfo->ReleaseVarDesc(pVar);
-        return member;
+        std::wstring wstrMembers;
+        for (UINT n = 0; n < m_attr.cVars; ++n)
+        {
+            VARDESC* pVar = nullptr;
+            if (m_cpInfo->GetVarDesc(n, &pVar) != S_OK)
+                return L"unreadable";
+            wstrMembers += (n ? L" " : L"") + Text(pVar->memid, false);
+            wstrMembers += pVar->varkind == VAR_CONST ? L"=" + std::to_wstring(pVar->lpvarValue->lVal)
+                                                      : L":" + std::to_wstring(pVar->oInst);
+            m_cpInfo->ReleaseVarDesc(pVar);
+        }
+        return wstrMembers;
     }
     TYPE_METHOD Method(UINT _nIndex) const
     {
@@ -99,33 +83,7 @@ private:
         m_cpInfo->GetDocumentation(_nMember, _bHelp ? nullptr : &bsText, _bHelp ? &bsText : nullptr, nullptr, nullptr);
         return TakeText(bsText);
     }
-    size_t Bytes(const TYPEDESC& _desc) const
-    {
-        switch (_desc.vt)
-        {
-        case VT_I2:
-            return 2;
-        case VT_I4:
-        case VT_UI4:
-        case VT_INT:
-        case VT_UINT:
-            return 4;
-        case VT_I8:
-        case VT_UI8:
-        case VT_R8:
-            return 8;
-        case VT_CARRAY:
-            return Bytes(_desc.lpadesc->tdescElem) * _desc.lpadesc->rgbounds[0].cElements;
-        case VT_USERDEFINED: {
-            CZPtr<ITypeInfo> cpInfo;
-            m_cpInfo->GetRefTypeInfo(_desc.hreftype, cpInfo.Put());
-            return CTypeReader(cpInfo).Attr().cbSizeInstance;
-        }
-        default:
-            return 0;
-        }
-    }
-    char Kind(const TYPEDESC& _desc) const
+    static char Kind(const TYPEDESC& _desc)
     {
         switch (_desc.vt)
         {
@@ -138,8 +96,14 @@ private:
             return 'p';
         case VT_R8:
             return 'd';
+        case VT_I4:
+        case VT_UI4:
+        case VT_INT:
+        case VT_UINT:
+        case VT_USERDEFINED: // an enumeration: records come as pointers
+            return 'i';
         default:
-            return Bytes(_desc) == 4 ? 'i' : '?';
+            return '?';
         }
     }
 

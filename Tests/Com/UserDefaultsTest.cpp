@@ -1,7 +1,7 @@
 #include "Com/ComSupport.h"
 #include "Interfaces/IZPlugin.h"
-#include "Interfaces/IZProps.h"
 #include "Support/LogCatcher.h"
+#include "Support/Texts.h"
 
 namespace
 {
@@ -21,23 +21,13 @@ void SetNumber(const CTestRegistry& _registry, const wchar_t* _pwszName, int32_t
               ERROR_SUCCESS);
 }
 
-/// The value of an option; "-" when there is none.
-std::wstring Option(const CZPtr<IZProps>& _cpProps, const wchar_t* _pwszName)
-{
-    BSTR bsValue = nullptr;
-    const HRESULT hr = _cpProps->PropsGet(_pwszName, &bsValue);
-    const std::wstring wstrValue = hr == S_OK ? bsValue : L"-";
-    SysFreeString(bsValue);
-    return wstrValue;
-}
-
 TEST(UserDefaults, AreReadOnceWhenAnObjectIsMade)
 {
     const MODULE module;
     CLogCatcher log;
     ASSERT_EQ(module.Create<IZPlugin>(CLSID_ZChromaKey)->LogSet(log.Sink(), eZLog_Warning), S_OK);
     const CTestRegistry user(HKEY_CURRENT_USER);
-    EXPECT_EQ(Option(module.Create<IZProps>(CLSID_ZChromaKey), L"gpu_mode"), L"-") << "no key at all";
+    EXPECT_EQ(OptionOf(module.Create<IZProps>(CLSID_ZChromaKey).Get(), L"gpu_mode"), L"-") << "no key at all";
     SetText(user, L"keying.borders", L"8,0,8,0");
     SetText(user, L"process.threads", L"many");
     SetNumber(user, L"gpu_mode", -1);
@@ -47,21 +37,21 @@ TEST(UserDefaults, AreReadOnceWhenAnObjectIsMade)
     ASSERT_EQ(RegSetKeyValueW(user.Key(), c_pwszKey, L"output.argb", REG_BINARY, arrBytes, 3), ERROR_SUCCESS);
 
     const auto cpProps = module.Create<IZProps>(CLSID_ZChromaKey);
-    EXPECT_EQ(Option(cpProps, L"keying.borders"), L"8,0,8,0");
-    EXPECT_EQ(Option(cpProps, L"gpu_mode"), L"-1");
-    EXPECT_EQ(Option(cpProps, L"output.thread"), L"0");
-    EXPECT_EQ(Option(cpProps, L"my.own"), L"gr\u00fcn");
-    EXPECT_EQ(Option(cpProps, L"process.threads"), L"-");
-    EXPECT_EQ(Option(cpProps, L"output.argb"), L"-");
+    EXPECT_EQ(OptionOf(cpProps.Get(), L"keying.borders"), L"8,0,8,0");
+    EXPECT_EQ(OptionOf(cpProps.Get(), L"gpu_mode"), L"-1");
+    EXPECT_EQ(OptionOf(cpProps.Get(), L"output.thread"), L"0");
+    EXPECT_EQ(OptionOf(cpProps.Get(), L"my.own"), L"gr\u00fcn");
+    EXPECT_EQ(OptionOf(cpProps.Get(), L"process.threads"), L"-");
+    EXPECT_EQ(OptionOf(cpProps.Get(), L"output.argb"), L"-");
     EXPECT_EQ(log.Count("process.threads", eZLog_Warning), 1u);
     EXPECT_EQ(log.Count("output.argb", eZLog_Warning), 1u);
 
     EXPECT_EQ(cpProps->PropsSet(L"gpu_mode", L"0"), S_OK);
-    EXPECT_EQ(Option(cpProps, L"gpu_mode"), L"0");
+    EXPECT_EQ(OptionOf(cpProps.Get(), L"gpu_mode"), L"0");
     SetNumber(user, L"gpu_mode", 1);
     EXPECT_EQ(cpProps->PropsSet(L"gpu_mode", nullptr), S_OK);
-    EXPECT_EQ(Option(cpProps, L"gpu_mode"), L"-1") << "the default of when the object was made";
-    EXPECT_EQ(Option(module.Create<IZProps>(CLSID_ZChromaKey), L"gpu_mode"), L"1");
+    EXPECT_EQ(OptionOf(cpProps.Get(), L"gpu_mode"), L"-1") << "the default of when the object was made";
+    EXPECT_EQ(OptionOf(module.Create<IZProps>(CLSID_ZChromaKey).Get(), L"gpu_mode"), L"1");
     EXPECT_EQ(ZQuery<IZPlugin>(cpProps)->LogSet(nullptr, eZLog_Warning), S_OK);
 }
 

@@ -52,6 +52,10 @@ const TYPE c_arrTypes[] = {
     {L"ZF_TIMECODE", TKIND_RECORD, sizeof(ZF_TIMECODE), L"nHours:0 nMinutes:4 nSeconds:8 nFrames:12 nFlags:16"},
 };
 
+// Where the headers do not say themselves what their members' offsets are.
+static_assert(offsetof(ZF_SIZE, cy) == 4 && offsetof(ZF_TIMECODE, nMinutes) == 4);
+static_assert(offsetof(ZF_TIMECODE, nSeconds) == 8 && offsetof(ZF_TIMECODE, nFrames) == 12);
+
 TEST(TypeLib, RecordsAndEnumerationsAreThoseOfTheHeaders)
 {
     const CTypeLibReader library(MODULE().Path());

@@ -182,6 +182,14 @@ TEST(KeyCalcSet, AppendsWhileThereIsRoomThenReplaces)
     ExpectKeys(calc, {Box(0.1, 0.1), Box(0.3, 0.1)});
 }
 
+TEST(KeyCalcSet, ClampingLeavesAlphaAlone)
+{
+    CKeyCalc calc = Calc({{{0.5, 0.25, 0, 1}, {0.001, 0.5, 0.1, 10}, 0}});
+    calc.ClampDeltas(0.0625, 0.25);
+    ExpectKey(calc.arrKeys[0], {{0.5, 0.25, 0, 1}, {0.0625, 0.25, 0.1, 10}, 0});
+    EXPECT_TRUE(calc.bChanged);
+}
+
 TEST(KeyCalcRaw, WordsHoldChannelsInTheOrderOfTheType)
 {
     struct CASE

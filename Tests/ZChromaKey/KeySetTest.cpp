@@ -18,7 +18,7 @@ SINGLE_KEY RandomKey(CRandom& _rnd, bool _bExclude)
 {
     const uint32_t arrMask[] = {0xFFFFFFFF, 0x1F1F1F1F, 0x03030303, 0xFF0F01FF, 0};
     const int32_t arrSmooth[] = {0, 1, 20, 100, 600, -3, INT32_MAX};
-    const int32_t arrAlpha[] = {0, 0, 40, 100, 254};
+    const int32_t arrAlpha[] = {0, 0, 40, 100, 254, -5, 300};
     SINGLE_KEY key = {};
     key.nValue = _rnd();
     key.nDelta = _rnd() & _rnd.OneOf(arrMask);
@@ -40,7 +40,7 @@ struct TEST_KEYS
             nFirstValue = i ? nFirstValue : key.nValue;
             arrPrepared.push_back(KeyDistance_Prepare(key, bRGB));
             arrReference.emplace_back(key, bRGB);
-            arrFloor.push_back(key.nAlpha);
+            arrFloor.push_back(std::clamp(key.nAlpha, 0, 255));
         }
     }
     int Least(const uint8_t* _pPixel, size_t _nKeys) const

@@ -116,20 +116,6 @@ TEST(KeyXml, ComesBackAsItWas)
     }
 }
 
-TEST(KeyXml, SavingReplacesTheSetAndKeepsTheRest)
-{
-    CXmlNode node("keyer");
-    node.AttrSetText("mine", "x");
-    KeyXml_Save(DistinctKey(16), DistinctAdjust(), node);
-    node.ChildAdd("other");
-    KeyXml_Save(DistinctKey(2), {}, node);
-    EXPECT_EQ(node.ChildCount(), 4u); // other, two keys, adjust
-    EXPECT_NE(node.ChildFind("other"), nullptr);
-    EXPECT_EQ(node.ChildFind("key", 2), nullptr);
-    EXPECT_EQ(node.AttrText("mine", ""), "x");
-    EXPECT_EQ(node.AttrInt("keys", 0), 2);
-}
-
 TEST(KeyXml, CountsThatDoNotFit)
 {
     for (const auto& [nKeys, nElements] : {std::pair{40, 16}, std::pair{-3, 0}})

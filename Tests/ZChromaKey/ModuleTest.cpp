@@ -2,34 +2,20 @@
 #include "Interfaces/IZFProcess.h"
 #include "Interfaces/IZPlugin.h"
 #include "Interfaces/ZGuids.h"
+#include "zkhost/Platform.h"
 
 #include <gtest/gtest.h>
-
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <dlfcn.h>
-#endif
 
 namespace
 {
 
-/// An export of the module file, which stays loaded.
-template <class Function> Function Export(const char* _pszName)
-{
-#if defined(_WIN32)
-    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(LoadLibraryA(ZCK_MODULE), _pszName)));
-#else
-    void* const pModule = dlopen(ZCK_MODULE, RTLD_NOW | RTLD_LOCAL);
-    EXPECT_NE(pModule, nullptr) << dlerror();
-    return reinterpret_cast<Function>(dlsym(pModule, _pszName));
-#endif
-}
-
 TEST(Module, MakesObjectsAndKnowsWhenItCanGo)
 {
-    const auto pfnGetClassObject = Export<ZDLLGETCLASSOBJECT>("DllGetClassObject");
-    const auto pfnCanUnloadNow = Export<ZDLLCANUNLOADNOW>("DllCanUnloadNow");
+    std::string strReason;
+    void* const pModule = Platform_LoadLibrary(ZCK_MODULE, strReason);
+    ASSERT_TRUE(pModule) << strReason;
+    const auto pfnGetClassObject = reinterpret_cast<ZDLLGETCLASSOBJECT>(Platform_Symbol(pModule, "DllGetClassObject"));
+    const auto pfnCanUnloadNow = reinterpret_cast<ZDLLCANUNLOADNOW>(Platform_Symbol(pModule, "DllCanUnloadNow"));
     ASSERT_TRUE(pfnGetClassObject && pfnCanUnloadNow);
     EXPECT_EQ(pfnCanUnloadNow(), S_OK);
     CZPtr<IClassFactory> cpFactory;

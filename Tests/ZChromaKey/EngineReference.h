@@ -70,6 +70,7 @@ public:
 
     MASK_REFERENCE mask;
     HRESULT hrResult = S_OK;
+    bool bCleans = false; ///< colours of the picture are to be cleaned
 
 private:
     void Convert(const CTestPicture& _picture)
@@ -101,10 +102,11 @@ private:
             bKeying |= bOrdinary && key.nAlpha != 255;
             bCancel |= bOrdinary && (key.nCancelPower || key.nCancelChroma || key.nCancelLuma || key.nCancelAlpha);
         }
+        bCleans = bCancel && m_rawKey.bColorCancel;
         if (!bKeying)
         {
             std::fill(_slice.arrPixels.begin(), _slice.arrPixels.end(), uint8_t{255});
-            if (!bCancel || !m_rawKey.bColorCancel)
+            if (!bCleans)
                 return S_FALSE;
         }
         MASK_REFERENCE exclusion(_slice.nWidth, _slice.nHeight, 255);

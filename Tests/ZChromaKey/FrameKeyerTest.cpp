@@ -4,43 +4,12 @@
 #include "ZChromaKey/TestKeyer.h"
 #include "ZChromaKey/WorkFrame.h"
 
-#include <algorithm>
-
 // What the plug-in object makes of a frame.
 
 namespace
 {
 
 using FrameKeyer = CKeyerTest;
-
-/// Holds a result against the test picture: its mask, its alpha where it is ARGB32, and its colours, of which the green
-/// is grey where it was cleaned.
-void ExpectKeyed(IZFFrame* _pFrameRes, bool _bClean = false)
-{
-    const auto cpMask = MaskOf(_pFrameRes);
-    ASSERT_TRUE(cpMask);
-    const ZF_VID_PROPS vidProps = PropsOf(_pFrameRes);
-    const ZF_VID_PROPS vidMask = PropsOf(cpMask.Get());
-    const int nRows = std::abs(vidProps.nHeight);
-    EXPECT_EQ(vidMask.fccType, eZFCC_RGB8);
-    EXPECT_EQ(vidMask.nWidth, vidProps.nWidth);
-    EXPECT_EQ(vidMask.nHeight, -nRows);
-    EXPECT_EQ(vidMask.nRowBytes % 8, 0);
-    const std::vector<uint8_t> vecBGRA = PixelsOf(_pFrameRes);
-    const uint8_t* pPixel = vecBGRA.data();
-    int nWrong = 0;
-    for (int nY = 0; nY < nRows; ++nY)
-        for (int nX = 0; nX < vidProps.nWidth; ++nX, pPixel += 4)
-        {
-            const bool bGreen = TestFrame_IsGreen(nX, nY, vidProps.nWidth, nRows);
-            const int nAlpha = bGreen ? 0 : 255;
-            const auto [nMin, nMax] = std::minmax({pPixel[0], pPixel[1], pPixel[2]});
-            nWrong += RowOf(cpMask.Get(), nY)[nX] != nAlpha;
-            nWrong += vidProps.fccType == eZFCC_ARGB32 && pPixel[3] != nAlpha;
-            nWrong += (nMax - nMin <= 4) != (bGreen && _bClean);
-        }
-    EXPECT_EQ(nWrong, 0);
-}
 
 /// The stored bytes of plane 0.
 std::vector<uint8_t> BytesOf(IZFFrame* _pFrame)
@@ -281,91 +250,6 @@ TEST_F(FrameKeyer, KeysARepeatedFrameOnce)
     EXPECT_FALSE(IsRepeated(cpHook.Get())) << "keying it has failed in between";
     EXPECT_EQ(m_cpKeyer->Close(), S_OK);
     EXPECT_FALSE(IsRepeated(cpHook.Get()));
-}
-
-TEST_F(FrameKeyer, UsesTheGpuAsTheModeSays)
-{
-    const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 64, 32);
-    const auto cpNext = TestFrame_Make(eZFCC_RGB32, 64, 32);
-    const auto cpGpuFrame = TestFrame_Make(eZFCC_ARGB32, 64, 32);
-    const CLogCatcher log;
-    ExpectKeyed(Receive(cpFrame.Get()).Get());
-    EXPECT_EQ(m_gpu.nFrames, 0) << "mode 0";
-
-    const char* const pszFailed = ") Failed to perform GPU chroma key! hr=80004005";
-    Set(L"gpu_mode", nullptr);
-    ExpectKeyed(Receive(cpFrame.Get()).Get());
-    ExpectKeyed(Receive(cpNext.Get()).Get());
-    EXPECT_EQ(m_gpu.nFrames, 2);
-    EXPECT_EQ(log.Count(pszFailed, eZLog_Error), 1u) << "said aloud once";
-    EXPECT_EQ(log.Count(pszFailed, eZLog_Verbose), 1u);
-    ExpectKeyed(Receive(cpNext.Get()).Get());
-    EXPECT_EQ(m_gpu.nFrames, 2) << "what the CPU made instead is remembered";
-
-    Set(L"gpu_mode", L"1");
-    Receive(cpFrame.Get(), E_FAIL);
-    m_gpu.hr = S_OK; // and no frame
-    Receive(cpFrame.Get(), E_UNEXPECTED);
-    EXPECT_EQ(log.Count("Failed to perform GPU chroma key! hr=8000FFFF", eZLog_Error), 1u) << "another code";
-    Set(L"gpu_mode", L"2");
-    ExpectKeyed(Receive(cpFrame.Get()).Get());
-
-    m_gpu.cpResult = CZPtr<IZFFrame>(cpGpuFrame.Get());
-    EXPECT_EQ(Receive(cpNext.Get()).Get(), cpGpuFrame.Get());
-    EXPECT_EQ(log.Count(") GPU Processed(0) OK", eZLog_Verbose), 1u);
-    const int nFrames = m_gpu.nFrames;
-    Receive(cpNext.Get());
-    EXPECT_EQ(m_gpu.nFrames, nFrames) << "the GPU's output is remembered, too";
-    EXPECT_FALSE(m_gpu.optionsLast.bOutputARGB || m_gpu.optionsLast.bFlushContext);
-    Set(L"output.argb", L"true");
-    Set(L"gpu_flush_context", L"true");
-    Set(L"keying.borders", L"8,2,16,4");
-    const uint64_t nChange = m_gpu.optionsLast.nChange;
-    Receive(cpNext.Get());
-    EXPECT_TRUE(m_gpu.optionsLast.bOutputARGB && m_gpu.optionsLast.bFlushContext);
-    EXPECT_NE(m_gpu.optionsLast.nChange, nChange);
-    EXPECT_EQ(m_gpu.vidPropsLast.nWidth, 40) << "the borders are cut off before";
-    EXPECT_EQ(std::abs(m_gpu.vidPropsLast.nHeight), 26);
-    const auto cpTexture = CHookFrame::Make(
-        cpNext.Get(), [](const std::string& _strMethod) { return _strMethod == "VideoPtrGet" ? S_FALSE : S_OK; });
-    Set(L"keying.borders", L"8,2,16,5");
-    Receive(cpTexture.Get());
-    EXPECT_EQ(m_gpu.vidPropsLast.nWidth, 64) << "a frame without a picture in system memory is keyed whole";
-    EXPECT_EQ(m_cpKeyer->Close(), S_OK);
-    EXPECT_EQ(m_gpu.nClosed, 1);
-}
-
-TEST_F(FrameKeyer, DrawsTheTimeIntoPictureAndMask)
-{
-    Set(L"debug.time_overlay", L"true");
-    Set(L"gpu_mode", L"1");
-    m_gpu.hr = S_OK;
-    const std::pair<uint32_t, int> arrRows[] = {{eZFCC_RGB32, 160}, {eZFCC_ARGB32, -160}, {eZFCC_UYVY, 160},
-                                                {eZFCC_YUY2, 160},  {eZFCC_NV12, 160},    {eZFCC_UYVY, 360}};
-    for (const auto& [fccType, nHeight] : arrRows)
-    {
-        SCOPED_TRACE(FCC_Name(fccType));
-        const auto cpShared = TestFrame_Make(fccType, 320, nHeight);
-        ASSERT_EQ(cpShared->FrameClone(eZFC_Cloned, m_gpu.cpResult.Put()), S_OK); // its pixels may not be written
-        cpShared->TimeCodeSet({1, 20, 33, 4, 0});
-        const auto cpMask = TestFrame_Make(eZFCC_RGB8, 320, -std::abs(nHeight));
-        ASSERT_EQ(m_gpu.cpResult->AttachmentSet(L"mask", ZQuery<IZFFrame>(cpMask).Get()), S_OK);
-        const auto vecBefore = PixelsOf(cpShared.Get());
-        const auto cpRes = Receive(TestFrame_Make(fccType, 320, nHeight).Get());
-        ASSERT_TRUE(cpRes);
-        const auto vecRes = PixelsOf(cpRes.Get());
-        const size_t nScale = nHeight == 360 ? 2 : 1;
-        // the zero that all time codes start with: its top row is white in three of five columns
-        std::string strTop;
-        for (size_t nX = 0; nX < 9 * nScale; nX += nScale)
-            strTop += vecRes[4 * (2 * nScale * 320 + nX) + 1] > 200 ? 'X' : '.';
-        EXPECT_EQ(strTop, "...XXX...");
-        EXPECT_LT(vecRes[1], 20) << "the background";
-        EXPECT_EQ(RowOf(MaskOf(cpRes.Get()).Get(), 0)[0], 255) << "the box is not transparent";
-        const auto nBelow = static_cast<ptrdiff_t>(4 * 320 * 11 * nScale); // the rows below the box
-        EXPECT_TRUE(std::equal(vecRes.begin() + nBelow, vecRes.end(), vecBefore.begin() + nBelow));
-        EXPECT_EQ(PixelsOf(cpShared.Get()), vecBefore) << "shared pixels stay";
-    }
 }
 
 } // namespace

@@ -10,8 +10,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <string>
+#include <vector>
 
 /// Shorthand of the tests of the plug-in object.
 
@@ -39,6 +42,35 @@ inline CZPtr<IZFFrame> MaskOf(IZFFrame* _pFrame)
 inline const uint8_t* RowOf(IZFFrame* _pFrame, int _nRow)
 {
     return Img_RowOf(PtrOf(_pFrame), 0, _nRow);
+}
+
+/// Holds a result against the test picture: its mask, its alpha where it is ARGB32, and its colours, of which the green
+/// is grey where it was cleaned.
+inline void ExpectKeyed(IZFFrame* _pFrameRes, bool _bClean = false)
+{
+    const auto cpMask = MaskOf(_pFrameRes);
+    ASSERT_TRUE(cpMask);
+    const ZF_VID_PROPS vidProps = PropsOf(_pFrameRes);
+    const ZF_VID_PROPS vidMask = PropsOf(cpMask.Get());
+    const int nRows = std::abs(vidProps.nHeight);
+    EXPECT_EQ(vidMask.fccType, eZFCC_RGB8);
+    EXPECT_EQ(vidMask.nWidth, vidProps.nWidth);
+    EXPECT_EQ(vidMask.nHeight, -nRows);
+    EXPECT_EQ(vidMask.nRowBytes % 8, 0);
+    const std::vector<uint8_t> vecBGRA = PixelsOf(_pFrameRes);
+    const uint8_t* pPixel = vecBGRA.data();
+    int nWrong = 0;
+    for (int nY = 0; nY < nRows; ++nY)
+        for (int nX = 0; nX < vidProps.nWidth; ++nX, pPixel += 4)
+        {
+            const bool bGreen = TestFrame_IsGreen(nX, nY, vidProps.nWidth, nRows);
+            const int nAlpha = bGreen ? 0 : 255;
+            const auto [nMin, nMax] = std::minmax({pPixel[0], pPixel[1], pPixel[2]});
+            nWrong += RowOf(cpMask.Get(), nY)[nX] != nAlpha;
+            nWrong += vidProps.fccType == eZFCC_ARGB32 && pPixel[3] != nAlpha;
+            nWrong += (nMax - nMin <= 4) != (bGreen && _bClean);
+        }
+    EXPECT_EQ(nWrong, 0);
 }
 
 /// A GPU path that does what the test says.

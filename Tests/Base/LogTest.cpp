@@ -1,7 +1,7 @@
 #include "Base/ZAssert.h"
 #include "Base/ZBorder.h"
 #include "Base/ZLog.h"
-#include "Base/ZPtr.h"
+#include "Support/LogCatcher.h"
 
 #include <gtest/gtest.h>
 
@@ -13,35 +13,6 @@
 
 namespace
 {
-
-/// Keeps the lines it is given, and counts who holds it.
-class CFakeSink : public IZLogSink
-{
-public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID _iid, void** _ppvObject) override
-    {
-        *_ppvObject = _iid == IID_IZLogSink || _iid == IID_IUnknown ? this : nullptr;
-        if (!*_ppvObject)
-            return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override
-    {
-        return ++m_nRefs;
-    }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
-        return --m_nRefs;
-    }
-    void STDMETHODCALLTYPE LogLine(int32_t _eLevel, const char* _pszText) override
-    {
-        m_arrLines.push_back(std::to_string(_eLevel) + ":" + _pszText);
-    }
-
-    ULONG m_nRefs = 1;
-    std::vector<std::string> m_arrLines;
-};
 
 /// Counts how often it is asked for its text.
 struct COSTLY
@@ -92,36 +63,35 @@ TEST(LogFormat, IgnoresTheLocale)
 
 TEST(LogSink, TakesLinesUpToItsLevelAndGivesTheReferenceBack)
 {
-    CFakeSink sink;
-    ZLog_Set(&sink, eZLog_Warning);
-    EXPECT_EQ(sink.m_nRefs, 2u);
+    const CLogCatcher log(eZLog_Warning);
+    log.Sink()->AddRef();
+    EXPECT_EQ(log.Sink()->Release(), 2u) << "the catcher and the module";
     int nAsked = 0;
     ZLog(eZLog_Error, "one %d\n", 1);
     ZLog(eZLog_Info, "off %s\n", COSTLY{&nAsked});
     EXPECT_EQ(nAsked, 0) << "arguments of a level that is off are not formatted";
-    EXPECT_FALSE(Z_VERIFY_TEXT(sink.m_nRefs == 0, "_pProps"));
-    EXPECT_TRUE(Z_VERIFY(sink.m_nRefs == 2));
+    EXPECT_FALSE(Z_VERIFY_TEXT(nAsked == 1, "_pProps"));
+    EXPECT_TRUE(Z_VERIFY(nAsked == 0));
     ZLog_Set(nullptr, eZLog_Off);
-    EXPECT_EQ(sink.m_nRefs, 1u);
+    log.Sink()->AddRef();
+    EXPECT_EQ(log.Sink()->Release(), 1u);
     ZLog(eZLog_Error, "nobody hears this\n");
-    ZLog_Set(nullptr, eZLog_Warning);
-    ASSERT_EQ(sink.m_arrLines.size(), 2u);
-    EXPECT_EQ(sink.m_arrLines[0], "1:one 1");
-    EXPECT_NE(sink.m_arrLines[1].find("LogTest.cpp("), std::string::npos);
-    EXPECT_NE(sink.m_arrLines[1].find("\"_pProps\""), std::string::npos);
+    const std::vector<std::string> vecLines = log.Lines();
+    ASSERT_EQ(vecLines.size(), 2u);
+    EXPECT_EQ(vecLines[0], "1:one 1");
+    EXPECT_NE(vecLines[1].find("LogTest.cpp("), std::string::npos);
+    EXPECT_NE(vecLines[1].find("\"_pProps\""), std::string::npos);
 }
 
 TEST(Border, TurnsExceptionsIntoResultCodes)
 {
-    CFakeSink sink;
-    ZLog_Set(&sink, eZLog_Error);
+    const CLogCatcher log(eZLog_Error);
     EXPECT_EQ(ZBorder("A", [] { return S_FALSE; }), S_FALSE);
     EXPECT_EQ(ZBorder("CCoZ::Alloc", []() -> HRESULT { throw std::bad_alloc(); }), E_OUTOFMEMORY);
     EXPECT_EQ(ZBorder("CCoZ::Std", []() -> HRESULT { throw std::runtime_error("why"); }), E_UNEXPECTED);
     EXPECT_EQ(ZBorder("CCoZ::Any", []() -> HRESULT { throw 1; }), E_UNEXPECTED);
-    ZLog_Set(nullptr, eZLog_Warning);
-    EXPECT_EQ(sink.m_arrLines, (std::vector<std::string>{"1:CCoZ::Alloc: out of memory", "1:CCoZ::Std: why",
-                                                         "1:CCoZ::Any: unknown exception"}));
+    EXPECT_EQ(log.Lines(), (std::vector<std::string>{"1:CCoZ::Alloc: out of memory", "1:CCoZ::Std: why",
+                                                     "1:CCoZ::Any: unknown exception"}));
 }
 
 TEST(Text, ConvertsBetweenUtf8AndWideAndRepairsWhatIsNotValid)

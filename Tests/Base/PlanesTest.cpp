@@ -1,4 +1,4 @@
-#include "Base/ZHelpers.h"
+#include "Support/TestProps.h"
 
 #include <gtest/gtest.h>
 
@@ -8,16 +8,6 @@ namespace
 {
 
 constexpr int64_t c_nAddress = 0x10000000;
-
-ZF_VID_PROPS Record(uint32_t _fccType, int32_t _nWidth, int32_t _nHeight, int32_t _nRowBytes = 0)
-{
-    ZF_VID_PROPS vidProps = {};
-    vidProps.fccType = _fccType;
-    vidProps.nWidth = _nWidth;
-    vidProps.nHeight = _nHeight;
-    vidProps.nRowBytes = _nRowBytes;
-    return vidProps;
-}
 
 struct PLANE
 {

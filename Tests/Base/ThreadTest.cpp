@@ -1,10 +1,12 @@
-#include "Base/ZLog.h"
 #include "Base/ZThread.h"
+
+#include "Support/LogCatcher.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
+#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,38 +20,6 @@ double SecondsSince(CLOCK::time_point _tpStart)
 {
     return std::chrono::duration<double>(CLOCK::now() - _tpStart).count();
 }
-
-/// Keeps the last line while it is the module's sink.
-class CLastLine : public IZLogSink
-{
-public:
-    CLastLine()
-    {
-        ZLog_Set(this, eZLog_Warning);
-    }
-    ~CLastLine()
-    {
-        ZLog_Set(nullptr, eZLog_Warning);
-    }
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** _ppvObject) override
-    {
-        *_ppvObject = nullptr;
-        return E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override
-    {
-        return 2;
-    }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
-        return 1;
-    }
-    void STDMETHODCALLTYPE LogLine(int32_t, const char* _pszText) override
-    {
-        m_strLine = _pszText;
-    }
-    std::string m_strLine;
-};
 
 TEST(Event, StaysSignalledUntilReset)
 {
@@ -144,7 +114,7 @@ TEST(Thread, StopIsBoundedWhileTheBodyHangs)
 
 TEST(Thread, DestroyedWhileRunningWarnsAndLeavesTheThreadItsState)
 {
-    CLastLine line;
+    const CLogCatcher log(eZLog_Warning);
     // Held by the body alone once the thread object has gone, so a thread that lost its state would be seen here.
     const auto spRuns = std::make_shared<std::atomic<int>>(0);
     const auto spInside = std::make_shared<CZEvent>();
@@ -169,26 +139,18 @@ TEST(Thread, DestroyedWhileRunningWarnsAndLeavesTheThreadItsState)
     EXPECT_EQ(spRuns.use_count(), 1) << "the thread did not come to its end";
     EXPECT_EQ(*spRuns, 1);
 
-    unsigned nId = 0;
-    unsigned nCurrentId = 0;
-    int nDecimal = 0;
-    int nCurrentDecimal = 0;
-    char szOwner[64] = "";
-    ASSERT_EQ(std::sscanf(line.m_strLine.c_str(),
-                          "WARNING !!! Thread %X(%d) NOT STOPPED before destroying.\nCurrent:%X(%d) %63s", &nId,
-                          &nDecimal, &nCurrentId, &nCurrentDecimal, szOwner),
-              5)
-        << line.m_strLine;
-    EXPECT_EQ(nId, static_cast<unsigned>(nDecimal));
-    EXPECT_EQ(nCurrentId, static_cast<unsigned>(nCurrentDecimal));
-    EXPECT_NE(nId, nCurrentId);
-    EXPECT_STREQ(szOwner, "CThreadTest");
-    const size_t nExe = line.m_strLine.find("\nEXE: ");
-    const size_t nDll = line.m_strLine.find("\nDLL: ");
-    ASSERT_NE(nExe, std::string::npos);
-    ASSERT_NE(nDll, std::string::npos);
-    EXPECT_GT(nDll - nExe, 8u) << "no path of the program";
-    EXPECT_GT(line.m_strLine.size() - nDll, 8u) << "no path of the module";
+    ASSERT_EQ(log.Count(""), 1u);
+    const std::string strLine = log.Lines()[0];
+    // The thread's identifier in both bases, that of the caller, the owner, and two paths that are not empty.
+    std::smatch match;
+    ASSERT_TRUE(std::regex_search(
+        strLine, match,
+        std::regex("WARNING !!! Thread ([0-9A-F]+)\\(([0-9]+)\\) NOT STOPPED before destroying\\.\nCurrent:([0-9A-F]+)"
+                   "\\(([0-9]+)\\) CThreadTest\nEXE: .{2,}\nDLL: .{2,}")))
+        << strLine;
+    EXPECT_EQ(std::stoul(match[1], nullptr, 16), std::stoul(match[2]));
+    EXPECT_EQ(std::stoul(match[3], nullptr, 16), std::stoul(match[4]));
+    EXPECT_NE(match[1], match[3]);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "Base/ZVideoFormats.h"
 #include "Base/ZVideoProps.h"
+#include "Support/TestProps.h"
 
 #include <gtest/gtest.h>
 
@@ -38,14 +39,11 @@ bool HasRateInName(const VIDEO_FORMAT& _row)
     return std::string(_row.pszEnum).back() == 'p' || std::string(_row.pszEnum).back() == 'i';
 }
 
-ZF_VID_PROPS Record(int32_t _nWidth, int32_t _nHeight, double _dblRate, int32_t _eInterlace = 0, int _nAspectX = 0,
-                    int _nAspectY = 0)
+/// A record of a format to be found.
+ZF_VID_PROPS Timed(int32_t _nWidth, int32_t _nHeight, double _dblRate, int32_t _eInterlace = 0, int _nAspectX = 0,
+                   int _nAspectY = 0)
 {
-    ZF_VID_PROPS vidProps = {};
-    vidProps.nWidth = _nWidth;
-    vidProps.nHeight = _nHeight;
-    vidProps.dblRate = _dblRate;
-    vidProps.eInterlace = _eInterlace;
+    ZF_VID_PROPS vidProps = Record(0, _nWidth, _nHeight, 0, _eInterlace, _dblRate);
     vidProps.nAspectX = static_cast<int16_t>(_nAspectX);
     vidProps.nAspectY = static_cast<int16_t>(_nAspectY);
     return vidProps;
@@ -146,37 +144,37 @@ TEST(VideoFormat, DetectionAtTheEdges)
         ZF_VID_PROPS vidProps;
         int32_t eLoose, eExact;
     } c_arrCases[] = {
-        {Record(1920, 1080, 25), eZVF_HD1080_50i, eZVF_HD1080_50i},
-        {Record(1920, 1080, 25, 3), eZVF_HD1080_25p, eZVF_HD1080_25p},
-        {Record(1920, -1080, 25, 2), 0, 0},
-        {Record(1920, 1080, 25.009), eZVF_HD1080_50i, eZVF_HD1080_50i},
-        {Record(1920, 1080, 24.989), 0, 0},
-        {Record(1920, 1088, 29.97, 3), eZVF_HD1080_2997p, 0},
-        {Record(1920, 1125, 25), eZVF_HD1080_50i, 0},
-        {Record(1920, 1126, 25), 0, 0},
-        {Record(1920, 1079, 25), 0, 0},
-        {Record(3840, 2160, 25), eZVF_4K_UHD_25p, eZVF_4K_UHD_25p},
-        {Record(3840, 2161, 25), 0, 0},
-        {Record(1280, 750, 50), eZVF_HD720_50p, 0},
-        {Record(1280, 751, 50), 0, 0},
-        {Record(2048, 1556, 24), eZVF_2K_24p, eZVF_2K_24p},
-        {Record(2048, 1556, 30), 0, 0},
-        {Record(720, 576, 25, 0, 16, 9), eZVF_PAL_16x9, eZVF_PAL_16x9},
-        {Record(720, 576, 25, 1, 4, 3), eZVF_PAL, eZVF_PAL},
-        {Record(720, 576, 25, 3), 0, 0},
-        {Record(720, 608, 25), eZVF_PAL, 0},
-        {Record(720, 615, 25), eZVF_PAL, 0}, // 39 extra lines, as NTSC has
-        {Record(720, 616, 25), 0, 0},
-        {Record(720, 486, 29.97, 0, 4, 3), eZVF_NTSC, eZVF_NTSC},
-        {Record(720, 486, 29.97), eZVF_NTSC_16x9, eZVF_NTSC_16x9}, // 720 / 486 is wide
-        {Record(720, 525, 29.97), eZVF_NTSC, 0},
-        {Record(720, 526, 29.97), 0, 0},
-        {Record(720, 480, 23.976, 3, 16, 9), eZVF_NTSC_2398p, eZVF_NTSC_2398p},
-        {Record(720, 480, 29.97, 1), 0, 0},
-        {Record(720, 479, 29.97), 0, 0},
-        {Record(721, 576, 25), 0, 0},
-        {Record(1920, INT32_MIN, 25), 0, 0},
-        {Record(1920, 1080, std::nan("")), 0, 0},
+        {Timed(1920, 1080, 25), eZVF_HD1080_50i, eZVF_HD1080_50i},
+        {Timed(1920, 1080, 25, 3), eZVF_HD1080_25p, eZVF_HD1080_25p},
+        {Timed(1920, -1080, 25, 2), 0, 0},
+        {Timed(1920, 1080, 25.009), eZVF_HD1080_50i, eZVF_HD1080_50i},
+        {Timed(1920, 1080, 24.989), 0, 0},
+        {Timed(1920, 1088, 29.97, 3), eZVF_HD1080_2997p, 0},
+        {Timed(1920, 1125, 25), eZVF_HD1080_50i, 0},
+        {Timed(1920, 1126, 25), 0, 0},
+        {Timed(1920, 1079, 25), 0, 0},
+        {Timed(3840, 2160, 25), eZVF_4K_UHD_25p, eZVF_4K_UHD_25p},
+        {Timed(3840, 2161, 25), 0, 0},
+        {Timed(1280, 750, 50), eZVF_HD720_50p, 0},
+        {Timed(1280, 751, 50), 0, 0},
+        {Timed(2048, 1556, 24), eZVF_2K_24p, eZVF_2K_24p},
+        {Timed(2048, 1556, 30), 0, 0},
+        {Timed(720, 576, 25, 0, 16, 9), eZVF_PAL_16x9, eZVF_PAL_16x9},
+        {Timed(720, 576, 25, 1, 4, 3), eZVF_PAL, eZVF_PAL},
+        {Timed(720, 576, 25, 3), 0, 0},
+        {Timed(720, 608, 25), eZVF_PAL, 0},
+        {Timed(720, 615, 25), eZVF_PAL, 0}, // 39 extra lines, as NTSC has
+        {Timed(720, 616, 25), 0, 0},
+        {Timed(720, 486, 29.97, 0, 4, 3), eZVF_NTSC, eZVF_NTSC},
+        {Timed(720, 486, 29.97), eZVF_NTSC_16x9, eZVF_NTSC_16x9}, // 720 / 486 is wide
+        {Timed(720, 525, 29.97), eZVF_NTSC, 0},
+        {Timed(720, 526, 29.97), 0, 0},
+        {Timed(720, 480, 23.976, 3, 16, 9), eZVF_NTSC_2398p, eZVF_NTSC_2398p},
+        {Timed(720, 480, 29.97, 1), 0, 0},
+        {Timed(720, 479, 29.97), 0, 0},
+        {Timed(721, 576, 25), 0, 0},
+        {Timed(1920, INT32_MIN, 25), 0, 0},
+        {Timed(1920, 1080, std::nan("")), 0, 0},
     };
     for (const auto& c : c_arrCases)
     {

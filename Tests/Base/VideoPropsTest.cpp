@@ -1,21 +1,8 @@
 #include "Base/ZVideoProps.h"
 
+#include "Support/TestProps.h"
+
 #include <gtest/gtest.h>
-
-namespace
-{
-
-ZF_VID_PROPS Record(uint32_t _fccType, int32_t _nWidth, int32_t _nHeight, int32_t _nRowBytes = 0)
-{
-    ZF_VID_PROPS vidProps = {};
-    vidProps.fccType = _fccType;
-    vidProps.nWidth = _nWidth;
-    vidProps.nHeight = _nHeight;
-    vidProps.nRowBytes = _nRowBytes;
-    return vidProps;
-}
-
-} // namespace
 
 TEST(VideoProps, MasksHaveRoomForTheirRows)
 {

@@ -26,10 +26,6 @@ IMG_COLOR Fractions(int _n0, int _n1, int _n2)
     return {_n0 / 255.0, _n1 / 255.0, _n2 / 255.0};
 }
 
-double Limited(double _dblLevel)
-{
-    return std::clamp(_dblLevel, 0.0, 255.0);
-}
 } // namespace
 
 // The levels that the standards give for full colours, 8-bit: the only place where the numbers come from outside.
@@ -61,53 +57,46 @@ TEST(ImgColor, FullColoursHaveTheLevelsOfTheStandards)
     }
 }
 
-TEST(ImgColor, RowToYUVKeepsItsBound)
+/// The largest distance of a row's components from the colours that doubles give, within the levels of a byte.
+/// _fnExact: of a pixel, its components in the order of the bytes.
+template <class Fn>
+double WorstOf(const std::vector<uint8_t>& _vecFrom, const std::vector<uint8_t>& _vecTo, Fn&& _fnExact)
 {
-    const std::vector<uint8_t> vecGrid = ColorGrid();
-    const int nPixels = static_cast<int>(vecGrid.size() / 4);
-    std::vector<uint8_t> vecYUVA(vecGrid.size());
-    for (eZYMatrix eMatrix : {eZYM_601, eZYM_709})
+    double dblWorst = 0;
+    for (size_t n = 0; n < _vecFrom.size(); n += 4)
     {
-        Img_RowToYUV(vecGrid.data(), vecYUVA.data(), nPixels, eMatrix);
-        double dblWorst = 0;
-        bool bGreysNeutral = true;
-        bool bAlphaKept = true;
-        for (int n = 0; n < nPixels; ++n)
-        {
-            const uint8_t* const pBGRA = &vecGrid[n * 4u];
-            const uint8_t* const pYUVA = &vecYUVA[n * 4u];
-            const IMG_COLOR colYUV = Img_ColorToYUV(Fractions(pBGRA[2], pBGRA[1], pBGRA[0]), eMatrix);
-            dblWorst = std::max({dblWorst, std::fabs(pYUVA[0] - 255 * colYUV.dbl0),
-                                 std::fabs(pYUVA[1] - 255 * colYUV.dbl1), std::fabs(pYUVA[2] - 255 * colYUV.dbl2)});
-            if (pBGRA[0] == pBGRA[1] && pBGRA[1] == pBGRA[2])
-                bGreysNeutral = bGreysNeutral && pYUVA[1] == 128 && pYUVA[2] == 128;
-            bAlphaKept = bAlphaKept && pYUVA[3] == pBGRA[3];
-        }
-        EXPECT_LE(dblWorst, 0.51);
-        EXPECT_TRUE(bGreysNeutral);
-        EXPECT_TRUE(bAlphaKept);
+        const IMG_COLOR col = _fnExact(&_vecFrom[n]);
+        const double arrLevels[3] = {col.dbl0, col.dbl1, col.dbl2};
+        for (size_t c = 0; c < 3; ++c)
+            dblWorst = std::max(dblWorst, std::fabs(_vecTo[n + c] - std::clamp(255 * arrLevels[c], 0.0, 255.0)));
     }
+    return dblWorst;
 }
 
-TEST(ImgColor, RowFromYUVKeepsItsBound)
+TEST(ImgColor, RowsOfYUVKeepTheirBounds)
 {
-    const std::vector<uint8_t> vecGrid = ColorGrid(); // any bytes, also outside the studio range
+    const std::vector<uint8_t> vecGrid = ColorGrid(); // as YUV, any bytes: also outside the studio range
     const int nPixels = static_cast<int>(vecGrid.size() / 4);
-    std::vector<uint8_t> vecBGRA(vecGrid.size());
+    std::vector<uint8_t> vecTo(vecGrid.size());
     for (eZYMatrix eMatrix : {eZYM_601, eZYM_709})
     {
-        Img_RowFromYUV(vecGrid.data(), vecBGRA.data(), nPixels, eMatrix);
-        double dblWorst = 0;
-        for (int n = 0; n < nPixels; ++n)
+        Img_RowToYUV(vecGrid.data(), vecTo.data(), nPixels, eMatrix);
+        EXPECT_LE(WorstOf(vecGrid, vecTo,
+                          [&](const uint8_t* _p) { return Img_ColorToYUV(Fractions(_p[2], _p[1], _p[0]), eMatrix); }),
+                  0.51);
+        for (size_t n = 0; n < vecGrid.size(); n += 4)
         {
-            const uint8_t* const pYUVA = &vecGrid[n * 4u];
-            const uint8_t* const pBGRA = &vecBGRA[n * 4u];
-            const IMG_COLOR colRGB = Img_ColorFromYUV(Fractions(pYUVA[0], pYUVA[1], pYUVA[2]), eMatrix);
-            dblWorst = std::max({dblWorst, std::fabs(pBGRA[2] - Limited(255 * colRGB.dbl0)),
-                                 std::fabs(pBGRA[1] - Limited(255 * colRGB.dbl1)),
-                                 std::fabs(pBGRA[0] - Limited(255 * colRGB.dbl2))});
+            const bool bGrey = vecGrid[n] == vecGrid[n + 1] && vecGrid[n + 1] == vecGrid[n + 2];
+            ASSERT_TRUE(!bGrey || (vecTo[n + 1] == 128 && vecTo[n + 2] == 128)) << "grey " << int{vecGrid[n]};
+            ASSERT_EQ(vecTo[n + 3], vecGrid[n + 3]) << "alpha";
         }
-        EXPECT_LE(dblWorst, 0.53);
+        Img_RowFromYUV(vecGrid.data(), vecTo.data(), nPixels, eMatrix);
+        EXPECT_LE(WorstOf(vecGrid, vecTo,
+                          [&](const uint8_t* _p) {
+                              const IMG_COLOR col = Img_ColorFromYUV(Fractions(_p[0], _p[1], _p[2]), eMatrix);
+                              return IMG_COLOR{col.dbl2, col.dbl1, col.dbl0};
+                          }),
+                  0.53);
     }
 }
 

@@ -79,22 +79,24 @@ TEST_PIXEL PixelOf(const GUARDED_PICTURE& _picture, int _nRow, int _nX)
             {double(fnByte(nUnit + _nY + _nX % 2 * 2)), double(fnByte(nUnit + _nU)), double(fnByte(nUnit + _nV))},
             255};
     };
+    const auto fnRGB = [](int _nB, int _nG, int _nR, int _nAlpha = 255) {
+        return TEST_PIXEL{false, {double(_nB), double(_nG), double(_nR)}, _nAlpha};
+    };
     switch (_picture.vidProps.fccType)
     {
     case eZFCC_RGB8:
-        return {false, {double(fnByte(_nX)), double(fnByte(_nX)), double(fnByte(_nX))}, 255};
+        return fnRGB(fnByte(_nX), fnByte(_nX), fnByte(_nX));
     case eZFCC_RGB24:
-        return {false, {double(fnByte(_nX * 3)), double(fnByte(_nX * 3 + 1)), double(fnByte(_nX * 3 + 2))}, 255};
+        return fnRGB(fnByte(_nX * 3), fnByte(_nX * 3 + 1), fnByte(_nX * 3 + 2));
     case eZFCC_RGB32:
+        return fnRGB(fnByte(_nX * 4), fnByte(_nX * 4 + 1), fnByte(_nX * 4 + 2));
     case eZFCC_ARGB32:
-        return {false,
-                {double(fnByte(_nX * 4)), double(fnByte(_nX * 4 + 1)), double(fnByte(_nX * 4 + 2))},
-                _picture.vidProps.fccType == eZFCC_ARGB32 ? fnByte(_nX * 4 + 3) : 255};
+        return fnRGB(fnByte(_nX * 4), fnByte(_nX * 4 + 1), fnByte(_nX * 4 + 2), fnByte(_nX * 4 + 3));
     case eZFCC_r210: {
         const int nHigh = (fnByte(_nX * 4) << 8 | fnByte(_nX * 4 + 1)),
                   nLow = fnByte(_nX * 4 + 2) << 8 | fnByte(_nX * 4 + 3);
         const int nG = (nHigh & 15) << 6 | nLow >> 10;
-        return {false, {double(Round10(nLow & 1023)), double(Round10(nG)), double(Round10(nHigh >> 4 & 1023))}, 255};
+        return fnRGB(Round10(nLow & 1023), Round10(nG), Round10(nHigh >> 4 & 1023));
     }
     case eZFCC_v210: {
         const int nPair = _nX / 2 * 4;
@@ -158,7 +160,7 @@ TEST(ImgRowReader, ReadsEveryFormatAndSizeWithinItsPlanes)
         int nPadding;
         eZGuard eGuard;
     } arrShapes[] = {{0, eZGuard_PageEnd}, {-1, eZGuard_PageStart}, {13, eZGuard_Fence}, {-9, eZGuard_PageEnd}};
-    for (uint32_t fccType : c_arrFormats)
+    for (uint32_t fccType : c_arrTestFormats)
         for (int nWidth = 1; nWidth <= 34; ++nWidth)
             for (int nHeight = 1; nHeight <= 9; ++nHeight)
             {
@@ -195,7 +197,7 @@ TEST(ImgRowReader, TakesTheTallestRecord)
 
 TEST(ImgRowReader, GivesRowsInPlaceWhereNothingIsToBeDone)
 {
-    for (uint32_t fccType : c_arrFormats)
+    for (uint32_t fccType : c_arrTestFormats)
     {
         const GUARDED_PICTURE picture(Props(fccType, 6, 2), -5, eZGuard_Fence);
         CImgRowReader reader;

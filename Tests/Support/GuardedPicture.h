@@ -1,26 +1,15 @@
 #pragma once
 
-#include "Base/ZHelpers.h"
 #include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"
 #include "Support/GuardedPlane.h"
+#include "Support/TestProps.h"
 
 #include <memory>
 
-/// The pixel formats that are read, written and framed.
-inline const uint32_t c_arrFormats[] = {
-    eZFCC_RGB8, eZFCC_RGB24, eZFCC_RGB32, eZFCC_ARGB32, eZFCC_r210, eZFCC_v210, eZFCC_YUY2, eZFCC_UYVY, eZFCC_HDYC,
-    eZFCC_YVYU, eZFCC_I420,  eZFCC_YV12,  eZFCC_NV12,   eZFCC_I422, eZFCC_YV16, eZFCC_Y422, eZFCC_Y444,
-};
-
 inline ZF_VID_PROPS Props(uint32_t _fccType, int _nWidth, int _nHeight, int _eInterlace = eZI_Progressive)
 {
-    ZF_VID_PROPS vidProps = {};
-    vidProps.fccType = _fccType;
-    vidProps.nWidth = _nWidth;
-    vidProps.nHeight = _nHeight;
-    vidProps.eInterlace = _eInterlace;
-    return vidProps;
+    return Record(_fccType, _nWidth, _nHeight, 0, _eInterlace);
 }
 
 /// The planes of a record, each in guarded memory whose rows have exactly the bytes that samples need.

@@ -2,8 +2,8 @@
 
 #include "Base/ZLog.h"
 #include "Base/ZPtr.h"
+#include "Base/ZUnknown.h"
 
-#include <atomic>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -34,46 +34,31 @@ public:
             nCount += (_eLevel == 0 || eLevel == _eLevel) && strLine.find(_strText) != std::string::npos;
         return nCount;
     }
+    /// All lines, each behind its level and a colon.
+    std::vector<std::string> Lines() const
+    {
+        const std::lock_guard lock(m_cpSink->m_mtxLines);
+        std::vector<std::string> vecLines;
+        for (const auto& [eLevel, strLine] : m_cpSink->m_vecLines)
+            vecLines.push_back(std::to_string(eLevel) + ":" + strLine);
+        return vecLines;
+    }
     IZLogSink* Sink() const
     {
         return m_cpSink.Get();
     }
 
 private:
-    class CSink final : public IZLogSink
+    class CSink final : public CZUnknown<IZLogSink>
     {
     public:
-        HRESULT STDMETHODCALLTYPE QueryInterface(REFIID _iid, void** _ppvObject) override
-        {
-            const bool bMine = _iid == CZIidOf<IZLogSink>::Value || _iid == CZIidOf<IUnknown>::Value;
-            *_ppvObject = bMine ? this : nullptr;
-            if (bMine)
-                AddRef();
-            return bMine ? S_OK : E_NOINTERFACE;
-        }
-        ULONG STDMETHODCALLTYPE AddRef() override
-        {
-            return ++m_nRefs;
-        }
-        ULONG STDMETHODCALLTYPE Release() override
-        {
-            const ULONG nRefs = --m_nRefs;
-            if (nRefs == 0)
-                delete this;
-            return nRefs;
-        }
         void STDMETHODCALLTYPE LogLine(int32_t _eLevel, const char* _pszText) override
         {
             const std::lock_guard lock(m_mtxLines);
             m_vecLines.emplace_back(_eLevel, _pszText);
         }
-
         std::mutex m_mtxLines;
         std::vector<std::pair<int32_t, std::string>> m_vecLines;
-
-    private:
-        ~CSink() = default;
-        std::atomic<ULONG> m_nRefs{1};
     };
 
     CZPtr<CSink> m_cpSink;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Base/ZHelpers.h"
 #include "Image/ImgColor.h"
 #include "Interfaces/ChromaKeyTypes.h"
+#include "Support/TestProps.h"
 #include "Video/ZFrame.h"
 #include "Video/ZFrameWriter.h"
 
@@ -24,11 +24,7 @@ inline bool TestFrame_IsGreen(int _nX, int _nY, int _nWidth, int _nHeight)
 inline CZPtr<CZFrame> TestFrame_Of(const std::vector<uint8_t>& _vecBGRA, uint32_t _fccType, int _nWidth, int _nHeight,
                                    CZFramePool* _pPoolOrNull = nullptr)
 {
-    ZF_VID_PROPS vidProps = {};
-    vidProps.fccType = _fccType;
-    vidProps.nWidth = _nWidth;
-    vidProps.nHeight = _nHeight;
-    vidProps.dblRate = 25;
+    ZF_VID_PROPS vidProps = Record(_fccType, _nWidth, _nHeight, 0, eZI_NotSet, 25);
     CZPtr<CZFrame> cpFrame;
     ZF_VID_PTR vidPtr = {};
     if (FAILED(ZFrame_Create(vidProps, cpFrame.Put(), _pPoolOrNull)) || FAILED(cpFrame->VideoPropsGet(&vidProps)) ||

@@ -13,16 +13,6 @@ IZFFrame* Frame(const CZPtr<CZFrame>& _cpFrame)
     return _cpFrame.Get();
 }
 
-std::wstring TextOf(IZFFrame* _pFrame, const wchar_t* _pwszName)
-{
-    BSTR bsText = nullptr;
-    const HRESULT hr = ZQuery<IZProps>(_pFrame)->PropsGet(_pwszName, &bsText);
-    EXPECT_EQ(hr, bsText ? S_OK : S_FALSE);
-    std::wstring wstrText = bsText ? bsText : L"(none)";
-    SysFreeString(bsText);
-    return wstrText;
-}
-
 std::wstring NamesOf(IZProps* _pProps)
 {
     std::wstring wstrNames;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Support/FrameAccess.h"
 #include "Support/GuardedPicture.h"
 #include "Video/ZConverter.h"
 #include "Video/ZFrame.h"
@@ -19,33 +20,12 @@ inline CZPtr<CZFrame> MakeFrame(const ZF_VID_PROPS& _vidProps, CZFramePool* _pPo
     return cpFrame;
 }
 
-inline ZF_VID_PROPS PropsOf(IZFFrame* _pFrame)
-{
-    ZF_VID_PROPS vidProps = {};
-    EXPECT_EQ(_pFrame->VideoPropsGet(&vidProps), S_OK);
-    return vidProps;
-}
-
-inline ZF_VID_PTR PtrOf(IZFFrame* _pFrame, uint32_t _nFlags = eZFP_Flip)
-{
-    ZF_VID_PTR vidPtr = {};
-    EXPECT_EQ(_pFrame->VideoPtrGet(_nFlags, &vidPtr), S_OK);
-    return vidPtr;
-}
-
 inline uint64_t IdOf(IZFFrame* _pFrame)
 {
     uint64_t nIdentity = 0;
     const CZPtr<IZFFrame2> cpFrame2 = ZQuery<IZFFrame2>(_pFrame);
     EXPECT_TRUE(cpFrame2 && cpFrame2->FrameIdGet(&nIdentity) == S_OK);
     return nIdentity;
-}
-
-/// References held on an object.
-inline ULONG RefsOf(IUnknown* _pObject)
-{
-    _pObject->AddRef();
-    return _pObject->Release();
 }
 
 /// A picture of B, G, R, A bytes whose pixels all differ, but for pairs of columns: they can share chroma without loss.

@@ -2,7 +2,9 @@
 
 #include "Support/LogCatcher.h"
 
+#include <functional>
 #include <thread>
+#include <utility>
 
 TEST(Frame, AnswersForItsInterfaces)
 {
@@ -24,37 +26,32 @@ TEST(Frame, AnswersForItsInterfaces)
 
 TEST(Frame, ChecksPointersAndNullsItsOuts)
 {
+    const CLogCatcher log(eZLog_Error);
     const CZPtr<CZFrame> cpFrame = MakeFrame(Props(eZFCC_RGB32, 4, -4));
     EXPECT_EQ(cpFrame->VideoPropsGet(nullptr), E_POINTER);
     EXPECT_EQ(cpFrame->VideoPtrGet(eZFP_Stored, nullptr), E_POINTER);
     EXPECT_EQ(cpFrame->TimeCodeGet(nullptr), E_POINTER);
     EXPECT_EQ(cpFrame->FrameIdGet(nullptr), E_POINTER);
-    const ZF_VID_PROPS vidProps = Props(eZFCC_RGB32, 4, -4);
-    EXPECT_EQ(cpFrame->FrameCreate(&vidProps, nullptr), E_POINTER);
-    EXPECT_EQ(cpFrame->FrameClone(eZFC_Cloned, nullptr), E_POINTER);
-    EXPECT_EQ(cpFrame->FrameConvert(eZFC_Converted, eZFCC_ARGB32, nullptr), E_POINTER);
-    EXPECT_EQ(cpFrame->FrameRect(0, 0, 1, 1, nullptr), E_POINTER);
-    EXPECT_EQ(ZFrame_Create(vidProps, nullptr), E_POINTER);
-
-    const CLogCatcher log(eZLog_Error);
-    IZFFrame* const pGarbage = cpFrame.Get();
-    IZFFrame* pFrame = pGarbage;
-    EXPECT_EQ(cpFrame->FrameCreate(nullptr, &pFrame), E_POINTER);
-    EXPECT_EQ(pFrame, nullptr);
-    pFrame = pGarbage;
-    EXPECT_EQ(cpFrame->FrameClone(eZFC_OwnPicture | eZFC_SharePicture, &pFrame), E_INVALIDARG);
-    EXPECT_EQ(pFrame, nullptr);
-    pFrame = pGarbage;
-    EXPECT_EQ(cpFrame->FrameConvert(eZFC_Converted, eZFCC_UYVY, &pFrame), E_NOTIMPL);
-    EXPECT_EQ(pFrame, nullptr);
-    pFrame = pGarbage;
-    EXPECT_EQ(cpFrame->FrameRect(2, 0, 2, 4, &pFrame), E_INVALIDARG);
-    EXPECT_EQ(pFrame, nullptr);
+    EXPECT_EQ(ZFrame_Create(Props(eZFCC_RGB32, 4, -4), nullptr), E_POINTER);
+    const std::pair<HRESULT, std::function<HRESULT(IZFFrame**)>> arrCalls[] = {
+        {E_POINTER, [&](IZFFrame** _ppFrame) { return cpFrame->FrameCreate(nullptr, _ppFrame); }},
+        {E_INVALIDARG,
+         [&](IZFFrame** _ppFrame) { return cpFrame->FrameClone(eZFC_OwnPicture | eZFC_SharePicture, _ppFrame); }},
+        {E_NOTIMPL, [&](IZFFrame** _ppFrame) { return cpFrame->FrameConvert(eZFC_Converted, eZFCC_UYVY, _ppFrame); }},
+        {E_INVALIDARG, [&](IZFFrame** _ppFrame) { return cpFrame->FrameRect(2, 0, 2, 4, _ppFrame); }},
+    };
+    for (const auto& [hrExpected, fnCall] : arrCalls)
+    {
+        IZFFrame* pFrame = cpFrame.Get(); // what lies there before is nobody's reference
+        EXPECT_EQ(fnCall(nullptr), E_POINTER);
+        EXPECT_EQ(fnCall(&pFrame), hrExpected);
+        EXPECT_EQ(pFrame, nullptr);
+    }
 }
 
 TEST(Frame, CreateCompletesTheRecordAndAligns)
 {
-    for (uint32_t fccType : c_arrFormats)
+    for (uint32_t fccType : c_arrTestFormats)
     {
         SCOPED_TRACE(fccType);
         const ZF_VID_PROPS vidGiven = Props(fccType, 35, 9, eZI_TopFirst);
@@ -67,9 +64,7 @@ TEST(Frame, CreateCompletesTheRecordAndAligns)
         EXPECT_EQ(vidProps.nRowBytes, vidExpected.nRowBytes);
         EXPECT_EQ(vidProps.nGPUFlags, 0u);
         EXPECT_EQ(PtrOf(cpFrame.Get(), eZFP_Stored).lpVideoPlanes[0] % 64, 0);
-        ZF_TIMECODE timeCode = {1, 2, 3, 4, 5};
-        EXPECT_EQ(cpFrame->TimeCodeGet(&timeCode), S_OK);
-        EXPECT_EQ(timeCode.nHours + timeCode.nSeconds, 0);
+        EXPECT_EQ(TimeCodeOf(cpFrame.Get()).nHours, 0);
         std::memset(Img_RowOf(PtrOf(cpFrame.Get(), eZFP_Stored), 0, 0), 7,
                     static_cast<size_t>(VidProps_ImageSize(&vidProps)));
     }
@@ -78,7 +73,7 @@ TEST(Frame, CreateCompletesTheRecordAndAligns)
 TEST(Frame, CreateRefusesWrongRecords)
 {
     const CLogCatcher log(eZLog_Error);
-    ZF_VID_PROPS arrWrong[] = {
+    const ZF_VID_PROPS arrWrong[] = {
         Props(eZFCC_RGB565, 8, 8),
         Props(0x12345678, 8, 8),
         Props(eZFCC_None, 8, 8),
@@ -89,9 +84,8 @@ TEST(Frame, CreateRefusesWrongRecords)
         Props(eZFCC_I420, 8, 1),
         Props(eZFCC_RGB32, INT32_MAX, INT32_MIN),
         Props(eZFCC_RGB32, 1 << 25, 1 << 25),
-        Props(eZFCC_I420, 8, 8),
+        Record(eZFCC_I420, 8, 8, -16),
     };
-    arrWrong[std::size(arrWrong) - 1].nRowBytes = -16;
     for (const ZF_VID_PROPS& vidProps : arrWrong)
     {
         CZFrame* pFrame = nullptr;
@@ -107,9 +101,7 @@ TEST(Frame, AddressesAPictureAsStoredAndFromItsTop)
         for (int nHeight : {6, -6})
         {
             SCOPED_TRACE(testing::Message() << nRowBytes << " " << nHeight);
-            ZF_VID_PROPS vidProps = Props(eZFCC_RGB32, 8, nHeight);
-            vidProps.nRowBytes = nRowBytes;
-            const CZPtr<CZFrame> cpFrame = MakeFrame(vidProps);
+            const CZPtr<CZFrame> cpFrame = MakeFrame(Record(eZFCC_RGB32, 8, nHeight, nRowBytes, eZI_Progressive));
             const ZF_VID_PTR vidStored = PtrOf(cpFrame.Get(), eZFP_Stored);
             const ZF_VID_PTR vidFlipped = PtrOf(cpFrame.Get(), eZFP_Flip);
             const int nStride = nRowBytes ? nRowBytes : 32;
@@ -151,36 +143,35 @@ TEST(Frame, SharedPicturesAreProtected)
     EXPECT_NE(IdOf(cpFrame.Get()), nIdentity);
 }
 
-TEST(Frame, ConvertMakesTopDownFramesThatTakeAllOver)
+TEST(Frame, ConvertMakesTopDownFramesThatTakeOverWhatIsAskedFor)
 {
-    for (uint32_t fccType : c_arrFormats)
+    for (uint32_t fccType : c_arrTestFormats)
         for (uint32_t fccTarget : {uint32_t{eZFCC_RGB32}, uint32_t{eZFCC_ARGB32}, fccType})
         {
-            SCOPED_TRACE(testing::Message() << fccType << " to " << fccTarget);
-            const CZPtr<CZFrame> cpFrame = MakePicture(Props(fccType, 14, 8));
+            const CZPtr<CZFrame> cpFrame = MakePicture(Props(fccType, 14, 8, eZI_TopFirst));
             const CZPtr<CZFrame> cpMask = MakeFrame(Props(eZFCC_RGB8, 14, -8));
             cpFrame->TimeCodeSet({1, 2, 3, 4, 0});
             ASSERT_EQ(cpFrame->PropsSet(L"crop", L"1,2"), S_OK);
             ASSERT_EQ(cpFrame->AttachmentSet(L"mask", static_cast<IZFFrame*>(cpMask.Get())), S_OK);
-
-            CZPtr<IZFFrame> cpResult;
-            ASSERT_EQ(cpFrame->FrameConvert(eZFC_Converted, fccTarget, cpResult.Put()), S_OK);
-            const ZF_VID_PROPS vidProps = PropsOf(cpResult.Get());
-            EXPECT_EQ(vidProps.fccType, fccTarget);
-            EXPECT_EQ(vidProps.nHeight, FCC_IsRGB(fccTarget) ? -8 : 8);
-            EXPECT_EQ(PixelsOf(cpResult.Get()), PixelsOf(cpFrame.Get()));
-            EXPECT_NE(IdOf(cpResult.Get()), IdOf(cpFrame.Get()));
-            ZF_TIMECODE timeCode = {};
-            EXPECT_EQ(cpResult->TimeCodeGet(&timeCode), S_OK);
-            EXPECT_EQ(timeCode.nFrames, 4);
-            CZPtr<IUnknown> cpAttached;
-            EXPECT_EQ(cpResult->AttachmentGet(L"mask", cpAttached.Put()), S_OK);
-            BSTR bsText = nullptr;
-            EXPECT_EQ(ZQuery<IZProps>(cpResult)->PropsGet(L"crop", &bsText), S_OK);
-            SysFreeString(bsText);
-            ASSERT_EQ(cpFrame->FrameConvert(eZFC_OwnPicture, fccTarget, cpResult.Put()),
-                      S_OK); // and nothing but pixels
-            EXPECT_EQ(cpResult->AttachmentGet(L"mask", cpAttached.Put()), S_FALSE);
+            for (uint32_t nFlags : {eZFC_Converted, eZFC_Renewed, eZFC_OwnPicture})
+            {
+                SCOPED_TRACE(testing::Message() << fccType << " to " << fccTarget << " flags " << nFlags);
+                CZPtr<IZFFrame> cpResult;
+                ASSERT_EQ(cpFrame->FrameConvert(nFlags, fccTarget, cpResult.Put()), S_OK);
+                EXPECT_EQ(PropsOf(cpResult.Get()).fccType, fccTarget);
+                EXPECT_EQ(PropsOf(cpResult.Get()).nHeight, FCC_IsRGB(fccTarget) ? -8 : 8);
+                EXPECT_EQ(PropsOf(cpResult.Get()).eInterlace, eZI_TopFirst);
+                EXPECT_NE(IdOf(cpResult.Get()), IdOf(cpFrame.Get()));
+                if (nFlags != eZFC_Renewed)
+                {
+                    EXPECT_EQ(PixelsOf(cpResult.Get()), PixelsOf(cpFrame.Get()));
+                }
+                const bool bPixelsOnly = nFlags == eZFC_OwnPicture;
+                EXPECT_EQ(TimeCodeOf(cpResult.Get()).nFrames, bPixelsOnly ? 0 : 4);
+                EXPECT_EQ(TextOf(cpResult.Get(), L"crop"), bPixelsOnly ? L"(none)" : L"1,2");
+                EXPECT_EQ(!AttachmentOf(cpResult.Get(), L"mask"), bPixelsOnly);
+                PtrOf(cpResult.Get(), eZFP_Write);
+            }
         }
 }
 
@@ -207,14 +198,9 @@ TEST(Frame, InATextureHasNoPixels)
     const uint64_t nIdentity = IdOf(cpFrame.Get());
     EXPECT_NE(nIdentity, nIdentityBare);
 
-    const auto fnTextureOf = [](IZFFrame* _pFrame) {
-        CZPtr<IUnknown> cpFound;
-        EXPECT_GE(_pFrame->AttachmentGet(c_wszFrameTexture, cpFound.Put()), 0);
-        return cpFound;
-    };
     CZPtr<IZFFrame> cpOther;
     ASSERT_EQ(cpFrame->FrameClone(eZFC_Cloned, cpOther.Put()), S_OK);
-    EXPECT_EQ(fnTextureOf(cpOther.Get()).Get(), cpTexture.Get());
+    EXPECT_EQ(AttachmentOf(cpOther.Get(), c_wszFrameTexture).Get(), cpTexture.Get());
     EXPECT_EQ(IdOf(cpOther.Get()), nIdentity);
     ASSERT_EQ(cpFrame->FrameConvert(eZFC_Renewed, eZFCC_ARGB32, cpOther.Put()), S_OK);
     EXPECT_EQ(PropsOf(cpOther.Get()).fccType, eZFCC_ARGB32);
@@ -225,26 +211,6 @@ TEST(Frame, InATextureHasNoPixels)
     EXPECT_EQ(cpFrame->FrameConvert(eZFC_Converted, eZFCC_ARGB32, cpOther.Put()), E_NOTIMPL);
     EXPECT_EQ(cpFrame->FrameRect(0, 0, 2, 2, cpOther.Put()), E_NOTIMPL);
     EXPECT_EQ(log.Count("is not in system memory"), 3u);
-}
-
-TEST(Frame, RenewedTakesAllOverButPixels)
-{
-    const CZPtr<CZFrame> cpFrame = MakeFrame(Props(eZFCC_UYVY, 8, 4, eZI_TopFirst));
-    cpFrame->TimeCodeSet({1, 2, 3, 4, 0});
-    ASSERT_EQ(cpFrame->PropsSet(L"name", L"value"), S_OK);
-    CZPtr<IZFFrame> cpNew;
-    ASSERT_EQ(cpFrame->FrameConvert(eZFC_Renewed, eZFCC_ARGB32, cpNew.Put()), S_OK);
-    ZF_TIMECODE timeCode = {};
-    EXPECT_EQ(cpNew->TimeCodeGet(&timeCode), S_OK);
-    EXPECT_EQ(timeCode.nFrames, 4);
-    EXPECT_EQ(PropsOf(cpNew.Get()).nHeight, -4);
-    EXPECT_EQ(PropsOf(cpNew.Get()).eInterlace, eZI_TopFirst);
-    EXPECT_NE(IdOf(cpNew.Get()), IdOf(cpFrame.Get()));
-    BSTR bsValue = nullptr;
-    EXPECT_EQ(ZQuery<IZProps>(cpNew)->PropsGet(L"name", &bsValue), S_OK);
-    SysFreeString(bsValue);
-    ZF_VID_PTR vidPtr = {};
-    EXPECT_EQ(cpNew->VideoPtrGet(eZFP_Write, &vidPtr), S_OK);
 }
 
 TEST(Frame, PicturesComeBackToTheirPool)
@@ -264,8 +230,7 @@ TEST(Frame, PicturesComeBackToTheirPool)
     ASSERT_EQ(cpFirst->FrameCreate(&vidProps, cpSecond.Put()), S_OK);
     EXPECT_EQ(PtrOf(cpSecond.Get()).lpVideoPlanes[0], nAddress);
     EXPECT_NE(IdOf(cpSecond.Get()), nIdentity);
-    CZPtr<IUnknown> cpNone;
-    EXPECT_EQ(cpSecond->AttachmentGet(L"mask", cpNone.Put()), S_FALSE);
+    EXPECT_FALSE(AttachmentOf(cpSecond.Get(), L"mask"));
 
     // a small picture does not take the memory of a large one, and a frame outlives the one it was made from
     cpSecond.Reset();

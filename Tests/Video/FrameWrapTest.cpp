@@ -33,7 +33,7 @@ TEST(FrameWrap, HoldsTheMemoryUntilTheLastFrameGoes)
 
 TEST(FrameWrap, RefusesABufferThatIsTooShort)
 {
-    for (uint32_t fccType : c_arrFormats)
+    for (uint32_t fccType : c_arrTestFormats)
     {
         SCOPED_TRACE(fccType);
         const CLogCatcher log(eZLog_Error);
@@ -42,18 +42,14 @@ TEST(FrameWrap, RefusesABufferThatIsTooShort)
         const auto cbPicture = static_cast<size_t>(VidProps_ImageSize(&vidProps));
         std::vector<uint8_t> vecMemory(cbPicture);
         bool bReleased = false;
-        CZFrame* pFrame = nullptr;
+        CZPtr<CZFrame> cpFrame;
         EXPECT_EQ(ZFrame_Wrap(
-                      vidProps, vecMemory.data(), cbPicture - 1, [&] { bReleased = true; }, &pFrame),
+                      vidProps, vecMemory.data(), cbPicture - 1, [&] { bReleased = true; }, cpFrame.Put()),
                   E_INVALIDARG);
-        EXPECT_EQ(pFrame, nullptr);
+        EXPECT_FALSE(cpFrame);
         EXPECT_FALSE(bReleased);
         EXPECT_EQ(log.Count(std::to_string(cbPicture) + " bytes, the buffer has " + std::to_string(cbPicture - 1)), 1u);
-        const CZPtr<CZFrame> cpFrame = [&] {
-            CZPtr<CZFrame> cp;
-            EXPECT_EQ(ZFrame_Wrap(vidProps, vecMemory.data(), cbPicture, {}, cp.Put()), S_OK);
-            return cp;
-        }();
+        ASSERT_EQ(ZFrame_Wrap(vidProps, vecMemory.data(), cbPicture, {}, cpFrame.Put()), S_OK);
         EXPECT_EQ(PixelsOf(cpFrame.Get()).size(), 36u * 6 * 4);
     }
 }
@@ -63,10 +59,9 @@ TEST(FrameWrap, RefusesRecordsThatDescribeOtherMemory)
     const CLogCatcher log(eZLog_Error);
     std::vector<uint8_t> vecMemory(4096);
     const auto fnWrap = [&](uint32_t _fccType, int _nWidth, int _nHeight, int _nRowBytes) {
-        ZF_VID_PROPS vidProps = Props(_fccType, _nWidth, _nHeight);
-        vidProps.nRowBytes = _nRowBytes;
         CZPtr<CZFrame> cpFrame;
-        return ZFrame_Wrap(vidProps, vecMemory.data(), vecMemory.size(), {}, cpFrame.Put());
+        return ZFrame_Wrap(Record(_fccType, _nWidth, _nHeight, _nRowBytes, eZI_Progressive), vecMemory.data(),
+                           vecMemory.size(), {}, cpFrame.Put());
     };
     EXPECT_EQ(fnWrap(eZFCC_RGB24, 5, 4, 15), E_INVALIDARG); // rows closer than they are long
     EXPECT_EQ(fnWrap(eZFCC_I420, 8, 5, 8), E_INVALIDARG);   // where the chroma lies is anybody's guess
@@ -103,8 +98,7 @@ TEST(FrameWrap, FindsTheFirstRow)
         std::vector<uint8_t> vecMemory(static_cast<size_t>(nStride) * 4);
         for (size_t n = 0; n < vecMemory.size(); ++n)
             vecMemory[n] = static_cast<uint8_t>(n / static_cast<size_t>(nStride));
-        ZF_VID_PROPS vidProps = Props(eZFCC_RGB32, 8, test.nHeight);
-        vidProps.nRowBytes = test.nRowBytes;
+        const ZF_VID_PROPS vidProps = Record(eZFCC_RGB32, 8, test.nHeight, test.nRowBytes, eZI_Progressive);
         CZPtr<CZFrame> cpFrame;
         ASSERT_EQ(ZFrame_Wrap(vidProps, vecMemory.data(), vecMemory.size(), {}, cpFrame.Put()), S_OK);
         const std::vector<uint8_t> vecPixels = PixelsOf(cpFrame.Get());

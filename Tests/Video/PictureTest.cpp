@@ -34,7 +34,7 @@ std::vector<uint8_t> GreyPicture(int _nWidth, int _nHeight)
 // What is written in any format comes back through the converter, right way up, and nothing outside the rows changes.
 TEST(Picture, WrittenAndConvertedInEveryFormatAndSize)
 {
-    for (uint32_t fccType : c_arrFormats)
+    for (uint32_t fccType : c_arrTestFormats)
         for (int nWidth = 1; nWidth <= 34; ++nWidth)
             for (int nLines = 1; nLines <= 6; ++nLines)
             {

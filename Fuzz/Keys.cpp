@@ -1,12 +1,10 @@
-// Sequences of calls on what makes and edits keys: calculator, detection, key builder, editing state.
+// What makes and edits keys: detection, and sequences of calls on the editing state.
 
 #include "Support/ExactPicture.h"
 
 #include "Helpers/CKConvert.h"
 #include "Helpers/CKDetect.h"
-#include "Video/ZFrame.h"
 #include "ZChromaKey/KeyAdjust.h"
-#include "ZChromaKey/KeyBuilder.h"
 #include "ZChromaKey/KeyState.h"
 
 #include <algorithm>
@@ -16,18 +14,6 @@ namespace
 {
 
 constexpr int c_nMostCalls = 60;
-
-/// A key as sampling makes them: centre and half-widths of bytes, or a little beyond.
-CKUtils::CALC_KEY TakeCalcKey(CByteReader& _in)
-{
-    CKUtils::CALC_KEY key = {};
-    for (int i = 0; i < 4; ++i)
-    {
-        key.dValue[i] = _in.Take<int16_t>() / 16000.0;
-        key.dDelta[i] = _in.Byte() / 255.0;
-    }
-    return key;
-}
 
 CHROMA_KEY_RAW TakeRaw(CByteReader& _in)
 {
@@ -80,44 +66,6 @@ CExactBytes TakePixels(CByteReader& _in, int _nWidth, int _nHeight)
     return pixels;
 }
 
-void CheckCalculator(CByteReader& _in)
-{
-    CKUtils::CKeyCalc calc;
-    for (int nCalls = 0; !_in.AtEnd() && nCalls < c_nMostCalls; ++nCalls)
-    {
-        switch (_in.Byte() % 8)
-        {
-        case 0:
-        case 1:
-            static_cast<void>(calc.AddKey(TakeCalcKey(_in), std::abs(_in.Take<int16_t>() / 4000.0), _in.Flag()));
-            break;
-        case 2:
-            calc.SetKey(TakeCalcKey(_in), _in.Number());
-            break;
-        case 3:
-            calc.SetMaxKeys(_in.Number());
-            break;
-        case 4:
-            calc.ReduceKeys(_in.Number());
-            break;
-        case 5:
-            calc.FromRaw(TakeRaw(_in), _in.Flag());
-            break;
-        case 6:
-            calc.ClampDeltas(0, _in.Byte() / 255.0);
-            calc.BlendValues({_in.Byte() / 255.0, _in.Byte() / 255.0, 0.5}, _in.Byte() / 255.0);
-            break;
-        default: {
-            CHROMA_KEY_RAW raw = TakeRaw(_in);
-            calc.ToRaw(&raw, _in.Flag());
-            FUZZ_REQUIRE(raw.nKeysUsed >= 0 && raw.nKeysUsed <= Z_MAX_KEYS);
-        }
-        }
-        FUZZ_REQUIRE(calc.nKeys >= 0 && calc.nKeys <= Z_MAX_KEYS);
-        FUZZ_REQUIRE(calc.nMaxKeys >= 1 && calc.nMaxKeys <= Z_MAX_KEYS);
-    }
-}
-
 void CheckDetection(CByteReader& _in)
 {
     constexpr uint32_t c_arrFormats[] = {eZFCC_None, eZFCC_ARGB32, eZFCC_Y444};
@@ -137,55 +85,6 @@ void CheckDetection(CByteReader& _in)
     for (const CKUtils::CK_BLOCK& block : vecBlocks)
         FUZZ_REQUIRE(block.nX >= 0 && block.nY >= 0 && block.nX + block.nWidth <= vidProps.nWidth &&
                      block.nY + block.nHeight <= std::abs(vidProps.nHeight));
-}
-
-void CheckBuilder(CByteReader& _in)
-{
-    ZF_VID_PROPS vidProps = {};
-    vidProps.fccType = _in.Flag() ? eZFCC_ARGB32 : eZFCC_RGB32;
-    vidProps.nWidth = _in.Range(1, 100);
-    vidProps.nHeight = -_in.Range(1, 60);
-    CExactBytes pixels = TakePixels(_in, vidProps.nWidth, -vidProps.nHeight);
-    CZPtr<CZFrame> cpFrame;
-    FUZZ_REQUIRE(ZFrame_Wrap(vidProps, pixels.Data(), pixels.Size(), {}, cpFrame.Put()) == S_OK);
-    CKeyBuilder builder;
-    for (int nCalls = 0; !_in.AtEnd() && nCalls < c_nMostCalls / 4; ++nCalls)
-    {
-        const bool bExclude = _in.Flag();
-        switch (_in.Byte() % 7)
-        {
-        case 0:
-            static_cast<void>(builder.TypeSet(static_cast<eCK_Type>(_in.Range(-1, 6))));
-            break;
-        case 1: {
-            const int32_t nX = _in.Number(), nY = _in.Number();
-            static_cast<void>(builder.AddPoint(cpFrame.Get(), nX, nY, bExclude));
-            break;
-        }
-        case 2: {
-            const int32_t nX1 = _in.Number(), nY1 = _in.Number(), nX2 = _in.Number(), nY2 = _in.Number();
-            static_cast<void>(builder.AddRect(cpFrame.Get(), nX1, nY1, nX2, nY2, bExclude));
-            break;
-        }
-        case 3:
-            static_cast<void>(builder.Detect(cpFrame.Get(), TakeOptions(_in)));
-            break;
-        case 4:
-            builder.RawSet(TakeRaw(_in));
-            break;
-        case 5:
-            builder.MaxKeysSet(_in.Number(), bExclude);
-            break;
-        default:
-            builder.Reset();
-        }
-        FUZZ_REQUIRE(builder.KeysCount(false) >= 0 && builder.KeysCount(true) >= 0);
-        if (_in.Flag())
-            continue;
-        CKeyBuilder copy = builder;
-        const CHROMA_KEY_RAW key = copy.RawGet();
-        FUZZ_REQUIRE(std::memcmp(&key, &copy.RawGet(), sizeof(key)) == 0);
-    }
 }
 
 /// Editing: whatever was done, stepping back and forth leads to the same key sets.
@@ -234,15 +133,8 @@ void CheckState(CByteReader& _in)
 
 void FuzzTarget_Run(CByteReader& _in)
 {
-    switch (_in.Byte() % 4)
-    {
-    case 0:
-        return CheckCalculator(_in);
-    case 1:
-        return CheckDetection(_in);
-    case 2:
-        return CheckBuilder(_in);
-    default:
-        return CheckState(_in);
-    }
+    if (_in.Byte() % 4 < 2)
+        CheckDetection(_in);
+    else
+        CheckState(_in);
 }

@@ -1,17 +1,15 @@
 // Video properties of any content: nothing overflows, and the planes of a picture that is taken for one lie in its
 // memory. The first byte chooses between records and the text that zkhost describes.
 
-#include "Support/FuzzTarget.h"
+#include "Support/ExactPicture.h"
 
 #include "Base/ZHelpers.h"
-#include "Image/ImgRowReader.h"
 #include "Video/ZFrame.h"
 #include "zkhost/Describe.h"
 #include "zkhost/HostError.h"
 
 #include <cstdlib>
 #include <memory>
-#include <vector>
 
 namespace
 {
@@ -48,15 +46,7 @@ void CheckFrame(const ZF_VID_PROPS& _vidProps)
     CZPtr<CZFrame> cpFrame;
     if (FAILED(ZFrame_Wrap(_vidProps, upMemory.get(), static_cast<size_t>(cbImage), {}, cpFrame.Put())))
         return;
-    ZF_VID_PROPS vidProps = {};
-    ZF_VID_PTR vidPtr = {};
-    FUZZ_REQUIRE(cpFrame->VideoPropsGet(&vidProps) == S_OK && cpFrame->VideoPtrGet(eZFP_Flip, &vidPtr) == S_OK);
-    CImgRowReader reader;
-    if (FAILED(reader.Init(vidProps, vidPtr)))
-        return;
-    std::vector<uint8_t> vecRow(size_t{4} * static_cast<size_t>(reader.Width()));
-    for (int nRow = 0; nRow < reader.Height(); ++nRow)
-        reader.ReadRow(nRow, vecRow.data());
+    static_cast<void>(FuzzFrame_Read(cpFrame.Get(), eZFP_Flip));
 }
 
 void CheckRecord(CByteReader& _in)

@@ -2,27 +2,22 @@
 
 #include "Support/FuzzTarget.h"
 
-#include "Base/ZHelpers.h"
 #include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"
+#include "Interfaces/IZFFrame.h"
+#include "Support/TestProps.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
-
-/// The pixel formats that are read, written and framed.
-inline constexpr uint32_t c_arrFuzzFormats[] = {
-    eZFCC_RGB8, eZFCC_RGB24, eZFCC_RGB32, eZFCC_ARGB32, eZFCC_r210, eZFCC_v210, eZFCC_YUY2, eZFCC_UYVY, eZFCC_HDYC,
-    eZFCC_YVYU, eZFCC_I420,  eZFCC_YV12,  eZFCC_NV12,   eZFCC_I422, eZFCC_YV16, eZFCC_Y422, eZFCC_Y444,
-};
+#include <vector>
 
 /// A record of a small picture.
 inline ZF_VID_PROPS FuzzProps_Take(CByteReader& _in, int _nMaxWidth, int _nMaxHeight)
 {
     ZF_VID_PROPS vidProps = {};
-    vidProps.fccType = _in.OneOf(c_arrFuzzFormats);
+    vidProps.fccType = _in.OneOf(c_arrTestFormats);
     vidProps.nWidth = _in.Range(1, _nMaxWidth);
     vidProps.nHeight = _in.Range(1, _nMaxHeight) * (_in.Flag() ? -1 : 1);
     vidProps.eInterlace = _in.Range(0, 5);
@@ -50,10 +45,6 @@ public:
     size_t Size() const
     {
         return m_cbBytes;
-    }
-    bool operator==(const CExactBytes& _other) const
-    {
-        return m_cbBytes == _other.m_cbBytes && std::memcmp(m_upBytes.get(), _other.m_upBytes.get(), m_cbBytes) == 0;
     }
 
 private:
@@ -97,3 +88,18 @@ private:
 
     std::unique_ptr<CExactBytes> m_arrPlanes[3];
 };
+
+/// Reads every row of a frame; false where it has no pixels that can be read.
+inline bool FuzzFrame_Read(IZFFrame* _pFrame, uint32_t _nFlags)
+{
+    ZF_VID_PROPS vidProps = {};
+    ZF_VID_PTR vidPtr = {};
+    CImgRowReader reader;
+    FUZZ_REQUIRE(_pFrame->VideoPropsGet(&vidProps) == S_OK && _pFrame->VideoPtrGet(_nFlags, &vidPtr) == S_OK);
+    if (FAILED(reader.Init(vidProps, vidPtr)))
+        return false;
+    std::vector<uint8_t> vecRow(size_t{4} * static_cast<size_t>(reader.Width()));
+    for (int nRow = 0; nRow < reader.Height(); ++nRow)
+        reader.ReadRow(nRow, vecRow.data());
+    return true;
+}

@@ -54,6 +54,7 @@ const NORMALIZE_CASE c_arrCases[] = {
     {"YUV loses the sign of the height", false, {0, c_fcc422, 1919, -99, 0, 0, 0, 0, 0}, {0, c_fcc422, 1918, 99, 3836, 0, 0, 0, 0}},
     {"no code counts as YUV", false, {0, 0, 5, -4, 0, 0, 0, 0, 0}, {0, 0, 4, 4, 0, 0, 0, 0, 0}},
     {"r210 is top-down", false, {0, eZFCC_r210, 5, 4, 0, 0, 0, 0, 0}, {0, eZFCC_r210, 5, -4, 20, 0, 0, 0, 0}},
+    {"r210 stays top-down", false, {0, eZFCC_r210, 5, -4, 0, 0, 0, 0, 0}, {0, eZFCC_r210, 5, -4, 20, 0, 0, 0, 0}},
     {"a longer stride and its sign stay", false, {0, c_fcc32, 10, 4, -64, 0, 0, 0, 0}, {0, c_fcc32, 10, 4, -64, 0, 0, 0, 0}},
     {"the extremes", false, {0, c_fcc420, INT32_MAX, INT32_MIN, INT32_MIN, 1, 0, 0, 0}, {0, c_fcc420, INT32_MAX - 1, INT32_MAX - 1, -INT32_MAX, 1, 0, 0, 0}},
     {"fields of the format", false, {4, c_fcc422, 720, 577, 0, 0, 0, 0, 0}, {4, c_fcc422, 720, 576, 1440, 1, 4, 3, 25}},

@@ -11,7 +11,6 @@
 #include <cfloat>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <thread>
 
 namespace
@@ -79,12 +78,15 @@ HRESULT WINAPI FakeCompile(LPCVOID, SIZE_T _cbText, LPCSTR _pszName, const D3D_S
 TEST(DXDevice, TakesTheDeviceOfItsSource)
 {
     const auto cpTexture = Gpu_Texture(4, 4);
+    const auto cpProtection = ZQuery<ID3D10Multithread>(Gpu_Device());
     for (IUnknown* const pSource : {static_cast<IUnknown*>(Gpu_Device()), static_cast<IUnknown*>(cpTexture.Get())})
     {
         CLogCatcher log;
+        cpProtection->SetMultithreadProtected(FALSE);
         CZPtr<DX11Device> cpWrapper;
         ASSERT_EQ(DX11Device::Create(pSource, cpWrapper.Put()), S_OK);
         EXPECT_EQ(cpWrapper->Device(), Gpu_Device());
+        EXPECT_TRUE(cpProtection->GetMultithreadProtected());
         EXPECT_EQ(log.Count("Init by ID3D11Resource/ID3D11Device", eZLog_Info), 1u);
         EXPECT_EQ(log.Count("D3D11CreateDevice("), 0u);
         EXPECT_TRUE(cpWrapper->Context() && cpWrapper->SamplerPoint() && cpWrapper->SamplerLinear());
@@ -92,14 +94,6 @@ TEST(DXDevice, TakesTheDeviceOfItsSource)
         EXPECT_EQ(log.Count("", eZLog_Error), 0u);
     }
     EXPECT_EQ(DX11Device::Create(nullptr, nullptr), E_POINTER);
-}
-
-TEST(DXDevice, IsProtectedFromOtherThreads)
-{
-    const auto cpProtection = ZQuery<ID3D10Multithread>(Gpu_Device());
-    cpProtection->SetMultithreadProtected(FALSE);
-    Gpu_Wrapper();
-    EXPECT_TRUE(cpProtection->GetMultithreadProtected());
 }
 
 TEST(DXDevice, AsksForTheAdapterOrTheDefaultOne)
@@ -145,7 +139,9 @@ TEST(DXDevice, DebugLayerIsAskedForAndDoneWithout)
         g_vecCreateCalls.clear();
         g_vecCreateResults = std::move(_vecResults);
         CZPtr<DX11Device> cpWrapper;
-        return DX11Device::Create(nullptr, cpWrapper.Put());
+        const HRESULT hr = DX11Device::Create(nullptr, cpWrapper.Put());
+        EXPECT_EQ(!cpWrapper, FAILED(hr));
+        return hr;
     };
     CFakeFunctions fakes;
     CLogCatcher log;
@@ -157,23 +153,15 @@ TEST(DXDevice, DebugLayerIsAskedForAndDoneWithout)
     ASSERT_EQ(g_vecCreateCalls.size(), 2u);
     EXPECT_EQ(g_vecCreateCalls[1].nFlags, 0x20u);
     EXPECT_EQ(log.Count("no debug layer", eZLog_Warning), 1u);
-    EXPECT_EQ(fnCreate({E_INVALIDARG}), E_INVALIDARG);
-    EXPECT_EQ(g_vecCreateCalls.size(), 1u);
-    _putenv("ZCK_D3D_DEBUG=");
-}
-
-TEST(DXDevice, CreationThatFailsIsNotRetried)
-{
-    CFakeFunctions fakes;
-    CLogCatcher log;
-    CZPtr<DX11Device> cpWrapper;
-    g_vecCreateResults = {E_INVALIDARG};
-    EXPECT_EQ(DX11Device::Create(nullptr, cpWrapper.Put()), E_INVALIDARG);
-    EXPECT_EQ(g_vecCreateCalls.size(), 1u);
+    for (const char* const pszSetting : {"ZCK_D3D_DEBUG=1", "ZCK_D3D_DEBUG="}) // other failures are not retried
+    {
+        _putenv(pszSetting);
+        EXPECT_EQ(fnCreate({E_INVALIDARG}), E_INVALIDARG);
+        EXPECT_EQ(g_vecCreateCalls.size(), 1u);
+    }
     EXPECT_EQ(
         log.Count("D3D11CreateDevice(Default, VendorID:00000000, LCID:0)=80070057 d3dFeature:00000000", eZLog_Error),
-        1u);
-    EXPECT_FALSE(cpWrapper);
+        2u);
 }
 
 TEST(DXDevice, SystemsWithoutDirect3DSayWhatIsMissing)
@@ -189,8 +177,7 @@ TEST(DXDevice, SystemsWithoutDirect3DSayWhatIsMissing)
 
 TEST(DXDevice, EveryStepOfInitMayFail)
 {
-    // What is logged when the n-th call of a method fails.
-    const std::map<std::string, std::vector<std::string>> mapMessages = {
+    const FAULT_MESSAGES mapMessages = {
         {"D3DCompile", {"Failed to compile vertex shader!"}},
         {"CreateVertexShader", {"Unable to create vertex shader. Error code 0X8007000E!"}},
         {"CreateInputLayout", {"Unable to create input layout! Error code 0X8007000E!"}},
@@ -198,25 +185,16 @@ TEST(DXDevice, EveryStepOfInitMayFail)
         {"CreateSamplerState", {"Cannot create point sampler!", "Cannot create linear sampler!"}},
     };
     CCallFaults faults(Gpu_Device());
-    int nCall = 1;
-    for (;; ++nCall)
+    int nCall = 0;
+    for (bool bFailed = true; bFailed;)
     {
-        CLogCatcher log;
         CZPtr<DX11Device> cpWrapper;
         const ULONG nRefs = Gpu_Refs(Gpu_Device());
-        faults.FailAt(nCall, E_OUTOFMEMORY);
-        const HRESULT hr = DX11Device::Create(Gpu_Device(), cpWrapper.Put());
-        if (faults.Failed().empty())
-        {
-            EXPECT_EQ(hr, S_OK);
-            break;
-        }
-        SCOPED_TRACE(faults.Failed());
-        EXPECT_EQ(hr, E_OUTOFMEMORY);
-        EXPECT_FALSE(cpWrapper);
+        bFailed = faults.Try(++nCall, E_OUTOFMEMORY, mapMessages,
+                             [&] { return DX11Device::Create(Gpu_Device(), cpWrapper.Put()); });
+        EXPECT_EQ(!cpWrapper, bFailed);
+        cpWrapper.Reset();
         EXPECT_EQ(Gpu_Refs(Gpu_Device()), nRefs);
-        ASSERT_EQ(mapMessages.count(faults.Failed()), 1u);
-        EXPECT_EQ(log.Count(mapMessages.at(faults.Failed())[faults.Count(faults.Failed()) - 1], eZLog_Error), 1u);
     }
     EXPECT_EQ(nCall, 7);
 }
@@ -270,24 +248,19 @@ TEST(DXShader, KeptByTagAndWholeText)
     auto cpWrapper = Gpu_Wrapper();
     CCallFaults faults(Gpu_Device());
     faults.FailAt(0, S_OK);
-    CZPtr<ID3D11PixelShader> arrShaders[5];
     const auto fnGet = [](const char* _pszText, uint32_t _nTag) {
         CZPtr<ID3D11PixelShader> cpShader;
         EXPECT_EQ(DX11Device::PixelShader_Get(Gpu_Device(), _pszText, _nTag, cpShader.Put()), S_OK);
         return cpShader;
     };
     const std::string strLong = std::string(c_szRed) + "//" + std::string(3000, '-');
-    arrShaders[0] = fnGet(c_szRed, 0);
-    arrShaders[1] = fnGet(c_szRed, 1);
-    arrShaders[2] = fnGet(c_szBlue, 0);
-    arrShaders[3] = fnGet((strLong + "a").c_str(), 0);
-    arrShaders[4] = fnGet((strLong + "b").c_str(), 0);
-    EXPECT_EQ(faults.Count("D3DCompile"), 5);
+    const auto fnGetAll = [&] {
+        return std::array{fnGet(c_szRed, 0), fnGet(c_szRed, 1), fnGet(c_szBlue, 0), fnGet((strLong + "a").c_str(), 0),
+                          fnGet((strLong + "b").c_str(), 0)};
+    };
+    auto arrShaders = fnGetAll();
     for (int n = 0; n < 5; ++n)
-        for (int nOther = 0; nOther < n; ++nOther)
-            EXPECT_NE(arrShaders[n].Get(), arrShaders[nOther].Get());
-    EXPECT_EQ(fnGet(c_szRed, 0).Get(), arrShaders[0].Get());
-    EXPECT_EQ(fnGet((strLong + "b").c_str(), 0).Get(), arrShaders[4].Get());
+        EXPECT_EQ(arrShaders[n].Get(), fnGetAll()[n].Get());
     EXPECT_EQ(faults.Count("D3DCompile"), 5);
 
     // Kept as long as some wrapper uses the device.
@@ -321,16 +294,13 @@ TEST(DXBuffers, SamplersClampTheirAnisotropy)
             });
         CZPtr<ID3D11SamplerState> cpSampler;
         EXPECT_EQ(DX11Device::CreateSampler(Gpu_Device(), D3D11_FILTER_ANISOTROPIC, nAsked, cpSampler.Put()), S_OK);
-        const D3D11_SAMPLER_DESC descExpected = {D3D11_FILTER_ANISOTROPIC,
-                                                 D3D11_TEXTURE_ADDRESS_CLAMP,
-                                                 D3D11_TEXTURE_ADDRESS_CLAMP,
-                                                 D3D11_TEXTURE_ADDRESS_CLAMP,
-                                                 0,
-                                                 nGot,
-                                                 D3D11_COMPARISON_NEVER,
-                                                 {0, 0, 0, 1},
-                                                 0,
-                                                 FLT_MAX};
+        D3D11_SAMPLER_DESC descExpected = {};
+        descExpected.Filter = D3D11_FILTER_ANISOTROPIC;
+        descExpected.AddressU = descExpected.AddressV = descExpected.AddressW = D3D11_TEXTURE_ADDRESS_CLAMP;
+        descExpected.MaxAnisotropy = nGot;
+        descExpected.ComparisonFunc = D3D11_COMPARISON_NEVER;
+        descExpected.BorderColor[3] = 1;
+        descExpected.MaxLOD = FLT_MAX;
         EXPECT_EQ(std::memcmp(&desc, &descExpected, sizeof(desc)), 0) << nAsked;
     }
     CLogCatcher log;

@@ -5,6 +5,7 @@
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/GpuEnvironment.h"
 #include "Support/LogCatcher.h"
+#include "Support/TestProps.h"
 
 #include <climits>
 #include <cstring>
@@ -124,10 +125,7 @@ TEST(DXHelpers, SizesInTexels)
     for (const PIXEL_FORMAT& format : FCC_All())
     {
         SCOPED_TRACE(format.pszName);
-        ZF_VID_PROPS vidProps = {};
-        vidProps.fccType = format.fccType;
-        vidProps.nWidth = 720;
-        vidProps.nHeight = -576;
+        const ZF_VID_PROPS vidProps = Record(format.fccType, 720, -576);
         const ROW* pRow = nullptr;
         for (const ROW& row : arrRows)
             pRow = row.fccType == format.fccType ? &row : pRow;
@@ -143,19 +141,14 @@ TEST(DXHelpers, SizesInTexels)
         EXPECT_EQ(DX_PictureHeight(format.fccType, static_cast<int32_t>(desc.Height)), 576);
         ++desc.Height;
         EXPECT_FALSE(DX_TextureFits(desc, vidProps));
-        vidProps.nWidth = 1919;
-        vidProps.nHeight = 1079;
-        desc = DX_TextureDesc(vidProps);
+        desc = DX_TextureDesc(Record(format.fccType, 1919, 1079));
         EXPECT_EQ(desc.Width, pRow->arrOdd[0]);
         EXPECT_EQ(desc.Height, pRow->arrOdd[1]);
     }
     EXPECT_EQ(nWithTexture, std::size(arrRows));
     for (const auto& [nWidth, nHeight] : {std::pair{0, 576}, {-720, 576}, {720, 0}, {720, INT_MIN}, {720, INT_MAX}})
     {
-        ZF_VID_PROPS vidProps = {};
-        vidProps.fccType = eZFCC_YV16;
-        vidProps.nWidth = nWidth;
-        vidProps.nHeight = nHeight;
+        const ZF_VID_PROPS vidProps = Record(eZFCC_YV16, nWidth, nHeight);
         EXPECT_EQ(DX_TextureDesc(vidProps).Width, 0u) << nWidth << "x" << nHeight;
         EXPECT_FALSE(DX_TextureFits(DX_TextureDesc(vidProps), vidProps));
     }

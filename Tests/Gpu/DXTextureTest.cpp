@@ -1,8 +1,7 @@
 #include "DirectX/DXTexture.h"
 
-#include "DirectX/DXHelpers.h"
 #include "Gpu/DeviceHooks.h"
-#include "Gpu/GpuEnvironment.h"
+#include "Gpu/PipelineSupport.h"
 #include "Support/LogCatcher.h"
 
 #include <cstring>
@@ -13,21 +12,7 @@ namespace
 const D3D11_TEXTURE2D_DESC c_desc = {
     8, 4, 1, 1, DXGI_FORMAT_B8G8R8A8_UNORM, {1, 0}, D3D11_USAGE_DEFAULT, D3D11_BIND_SHADER_RESOURCE, 0, 0};
 
-ZF_VID_PROPS Props()
-{
-    ZF_VID_PROPS vidProps = {};
-    vidProps.fccType = eZFCC_ARGB32;
-    vidProps.nWidth = 8;
-    vidProps.nHeight = -4;
-    return vidProps;
-}
-
-CZPtr<IDX11Allocator> Allocator()
-{
-    CZPtr<IDX11Allocator> cpAllocator;
-    EXPECT_EQ(CDX11Allocator::Create(cpAllocator.Put()), S_OK);
-    return cpAllocator;
-}
+const ZF_VID_PROPS c_vidProps = Record(eZFCC_ARGB32, 8, -4);
 
 CZPtr<ID3D11Texture2D> Get(IDX11Allocator* _pAllocator, uint32_t _nWidth = 8, ID3D11Device* _pDevice = Gpu_Device())
 {
@@ -68,16 +53,14 @@ public:
 
 TEST(DXTexture, PooledGoesBackToItsAllocator)
 {
-    const auto cpAllocator = Allocator();
+    const auto cpAllocator = Gpu_Allocator();
     CZPtr<IDX11Texture> cpTexture;
     CLogCatcher log;
-    ASSERT_EQ(DX11Texture::Create(cpAllocator.Get(), Gpu_Device(), &c_desc, Props(), cpTexture.Put()), S_OK);
+    ASSERT_EQ(DX11Texture::Create(cpAllocator.Get(), Gpu_Device(), &c_desc, c_vidProps, cpTexture.Put()), S_OK);
     CZPtr<IDX11Allocator> cpOwner;
     EXPECT_EQ(cpTexture->AllocatorGet(cpOwner.Put()), S_OK);
     EXPECT_EQ(cpOwner.Get(), cpAllocator.Get());
-    ZF_VID_PROPS vidProps = {};
-    EXPECT_EQ(cpTexture->VideoPropsGet(&vidProps), S_OK);
-    EXPECT_EQ(vidProps.nHeight, -4);
+    EXPECT_EQ(PropsOf(cpTexture.Get()).nHeight, -4);
     EXPECT_EQ(cpTexture->VideoPropsGet(nullptr), E_POINTER);
     EXPECT_EQ(cpTexture->TextureGet(nullptr), E_POINTER);
     EXPECT_EQ(cpTexture->AttributesGet(nullptr), E_POINTER);
@@ -97,7 +80,7 @@ TEST(DXTexture, PooledGoesBackToItsAllocator)
     cpTexture.Reset();
     EXPECT_EQ(log.Count("PUT TO CACHE (cpMFAllocator=", eZLog_Verbose), 1u);
     EXPECT_EQ(DX_DataGet(cpTex2D.Get(), c_svDataInCache, LONGLONG{0}), 1);
-    ASSERT_EQ(DX11Texture::Create(cpAllocator.Get(), Gpu_Device(), &c_desc, Props(), cpTexture.Put()), S_OK);
+    ASSERT_EQ(DX11Texture::Create(cpAllocator.Get(), Gpu_Device(), &c_desc, c_vidProps, cpTexture.Put()), S_OK);
     ID3D11Texture2D* const pBefore = cpTex2D.Get();
     ASSERT_EQ(cpTexture->TextureGet(cpTex2D.Put()), S_OK);
     EXPECT_EQ(cpTex2D.Get(), pBefore);
@@ -110,22 +93,22 @@ TEST(DXTexture, ForeignIsOnlyReleased)
     const ULONG nRefs = Gpu_Refs(cpTex2D.Get());
     CLogCatcher log;
     CZPtr<IDX11Texture> cpTexture;
-    ASSERT_EQ(DX11Texture::CreateExternal(cpTex2D.Get(), Props(), cpTexture.Put()), S_OK);
+    ASSERT_EQ(DX11Texture::CreateExternal(cpTex2D.Get(), c_vidProps, cpTexture.Put()), S_OK);
     CZPtr<IDX11Allocator> cpOwner;
     EXPECT_EQ(cpTexture->AllocatorGet(cpOwner.Put()), HRESULT_FROM_WIN32(4306));
     cpTexture.Reset();
     EXPECT_EQ(Gpu_Refs(cpTex2D.Get()), nRefs);
     EXPECT_EQ(log.Count("UNREF EXTERNAL (ID:0) Tex:", eZLog_Verbose), 1u);
     EXPECT_EQ(DX_DataGet(cpTex2D.Get(), c_svDataInCache, LONGLONG{0}), 0);
-    EXPECT_EQ(DX11Texture::CreateExternal(nullptr, Props(), cpTexture.Put()), E_INVALIDARG);
+    EXPECT_EQ(DX11Texture::CreateExternal(nullptr, c_vidProps, cpTexture.Put()), E_INVALIDARG);
 }
 
 TEST(DXTexture, ChildSharesItsParent)
 {
-    const auto cpAllocator = Allocator();
+    const auto cpAllocator = Gpu_Allocator();
     CZPtr<IDX11Texture> cpParent;
     CZPtr<IDX11Texture> cpChild;
-    ASSERT_EQ(DX11Texture::Create(cpAllocator.Get(), Gpu_Device(), &c_desc, Props(), cpParent.Put()), S_OK);
+    ASSERT_EQ(DX11Texture::Create(cpAllocator.Get(), Gpu_Device(), &c_desc, c_vidProps, cpParent.Put()), S_OK);
     DX_PICTURE_ATTRIBUTES attributes = {};
     std::memset(attributes.arrBytes, 0x5A, sizeof(attributes.arrBytes));
     EXPECT_EQ(cpParent->AttributesSet(&attributes), S_OK);
@@ -135,9 +118,7 @@ TEST(DXTexture, ChildSharesItsParent)
     EXPECT_EQ(cpChild->AttributesGet(&attributes), S_OK);
     EXPECT_EQ(attributes.arrBytes[0], 0x5A) << "a copy of its own";
     EXPECT_EQ(attributes.arrBytes[47], 0x5A);
-    ZF_VID_PROPS vidProps = {};
-    EXPECT_EQ(cpChild->VideoPropsGet(&vidProps), S_OK);
-    EXPECT_EQ(vidProps.nWidth, 8);
+    EXPECT_EQ(PropsOf(cpChild.Get()).nWidth, 8);
 
     CLogCatcher log;
     CZPtr<ID3D11Texture2D> cpTex2D;
@@ -158,22 +139,22 @@ TEST(DXTexture, HostsAllocatorsAreHeldToTheirWord)
     CZPtr<IDX11Texture> cpTexture;
     CLogCatcher log;
     // One that says nothing about its textures gets them back all the same.
-    ASSERT_EQ(DX11Texture::Create(cpHost.Get(), Gpu_Device(), &c_desc, Props(), cpTexture.Put()), S_OK);
+    ASSERT_EQ(DX11Texture::Create(cpHost.Get(), Gpu_Device(), &c_desc, c_vidProps, cpTexture.Put()), S_OK);
     cpTexture.Reset();
     EXPECT_EQ(cpHost->m_nPut, 1);
-    cpHost->m_cpOwner = Allocator();
-    EXPECT_EQ(DX11Texture::Create(cpHost.Get(), Gpu_Device(), &c_desc, Props(), cpTexture.Put()), E_UNEXPECTED);
+    cpHost->m_cpOwner = Gpu_Allocator();
+    EXPECT_EQ(DX11Texture::Create(cpHost.Get(), Gpu_Device(), &c_desc, c_vidProps, cpTexture.Put()), E_UNEXPECTED);
     EXPECT_EQ(log.Count("!cpMFAllocatorTextureCheck || cpMFAllocatorTextureCheck.IsEqualObject(cpMFAllocatorTexture)"),
               1u);
     cpHost->m_hrGet = E_OUTOFMEMORY;
-    EXPECT_EQ(DX11Texture::Create(cpHost.Get(), Gpu_Device(), &c_desc, Props(), cpTexture.Put()), E_OUTOFMEMORY);
-    EXPECT_EQ(DX11Texture::Create(cpHost.Get(), Gpu_Device(), nullptr, Props(), cpTexture.Put()), E_INVALIDARG);
+    EXPECT_EQ(DX11Texture::Create(cpHost.Get(), Gpu_Device(), &c_desc, c_vidProps, cpTexture.Put()), E_OUTOFMEMORY);
+    EXPECT_EQ(DX11Texture::Create(cpHost.Get(), Gpu_Device(), nullptr, c_vidProps, cpTexture.Put()), E_INVALIDARG);
     EXPECT_EQ(log.Count("_pTexDesc && _ppObject"), 1u);
 
     // Whoever takes the allocator's name off a texture leaves it without a way back.
     cpHost->m_hrGet = S_OK;
     cpHost->m_cpOwner.Reset();
-    ASSERT_EQ(DX11Texture::Create(cpHost.Get(), Gpu_Device(), &c_desc, Props(), cpTexture.Put()), S_OK);
+    ASSERT_EQ(DX11Texture::Create(cpHost.Get(), Gpu_Device(), &c_desc, c_vidProps, cpTexture.Put()), S_OK);
     CZPtr<ID3D11Texture2D> cpTex2D;
     cpTexture->TextureGet(cpTex2D.Put());
     DX_DataSet(cpTex2D.Get(), c_svDataAllocator, nullptr);
@@ -183,7 +164,7 @@ TEST(DXTexture, HostsAllocatorsAreHeldToTheirWord)
 
 TEST(DXAllocator, HandsOutWhatFitsAndMarksIt)
 {
-    const auto cpAllocator = Allocator();
+    const auto cpAllocator = Gpu_Allocator();
     const auto cpOtherDevice = Gpu_OtherDevice();
     auto cpTexture = Get(cpAllocator.Get());
     ASSERT_EQ(DX_QuerySet(cpTexture.Get()), S_OK);
@@ -192,7 +173,7 @@ TEST(DXAllocator, HandsOutWhatFitsAndMarksIt)
     EXPECT_FALSE(DX_DataGet<IDX11Allocator>(cpTexture.Get(), c_svDataAllocator)) << "the two hold each other";
     EXPECT_EQ(cpAllocator->TexturePut(cpTexture.Get()), E_INVALIDARG) << "twice in the cache";
     EXPECT_EQ(cpAllocator->TexturePut(Gpu_Texture(8, 4).Get()), E_INVALIDARG);
-    EXPECT_EQ(cpAllocator->TexturePut(Get(Allocator().Get()).Get()), E_INVALIDARG);
+    EXPECT_EQ(cpAllocator->TexturePut(Get(Gpu_Allocator().Get()).Get()), E_INVALIDARG);
     EXPECT_EQ(cpAllocator->TexturePut(nullptr), E_POINTER);
 
     EXPECT_NE(Get(cpAllocator.Get(), 9).Get(), cpTexture.Get());
@@ -217,7 +198,7 @@ TEST(DXAllocator, HandsOutWhatFitsAndMarksIt)
 TEST(DXAllocator, KeepsSoManyAndDropsTheOldest)
 {
     const ULONG nRefs = Gpu_Refs(Gpu_Device());
-    const auto cpAllocator = Allocator();
+    const auto cpAllocator = Gpu_Allocator();
     std::vector<ID3D11Texture2D*> vecTextures;
     {
         std::vector<CZPtr<ID3D11Texture2D>> vecOwned;
@@ -245,7 +226,7 @@ TEST(DXAllocator, KeepsSoManyAndDropsTheOldest)
 
 TEST(DXAllocator, ForgetsADeviceThatIsGone)
 {
-    const auto cpAllocator = Allocator();
+    const auto cpAllocator = Gpu_Allocator();
     const auto cpCached = Get(cpAllocator.Get());
     const auto cpInUse = Get(cpAllocator.Get());
     EXPECT_EQ(cpAllocator->TexturePut(cpCached.Get()), S_OK);

@@ -1,5 +1,9 @@
 #include "Gpu/DeviceHooks.h"
 
+#include "Support/LogCatcher.h"
+
+#include <gtest/gtest.h>
+
 #include <algorithm>
 
 namespace
@@ -91,6 +95,30 @@ void CCallFaults::FailAt(int _nCall, HRESULT _hr)
 int CCallFaults::Count(const std::string& _strMethod) const
 {
     return static_cast<int>(std::count(m_vecCalls.begin(), m_vecCalls.end(), _strMethod));
+}
+
+bool CCallFaults::Try(int _nCall, HRESULT _hr, const FAULT_MESSAGES& _mapMessages,
+                      const std::function<HRESULT()>& _fnWork, const std::string& _strAlways)
+{
+    const CLogCatcher log;
+    FailAt(_nCall, _hr);
+    const HRESULT hr = _fnWork();
+    const std::string strFailed = m_strFailed;
+    const auto nTime = static_cast<size_t>(Count(strFailed));
+    FailAt(0, S_OK);
+    SCOPED_TRACE(strFailed + " " + std::to_string(nTime));
+    if (strFailed.empty())
+    {
+        EXPECT_EQ(hr, S_OK);
+        return false;
+    }
+    EXPECT_EQ(hr, strFailed == "CreateQuery" ? E_OUTOFMEMORY : _hr);
+    const auto itMessages = _mapMessages.find(strFailed);
+    const bool bExpected = itMessages != _mapMessages.end() && nTime <= itMessages->second.size();
+    EXPECT_TRUE(bExpected) << "a call that nobody expects";
+    EXPECT_TRUE(!bExpected || log.Count(itMessages->second[nTime - 1], eZLog_Error) == 1);
+    EXPECT_TRUE(_strAlways.empty() || log.Count(_strAlways, eZLog_Error) == 1);
+    return true;
 }
 
 HRESULT CCallFaults::Call(const char* _pszMethod)

@@ -3,6 +3,7 @@
 #include "DirectX/DXBase.h"
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -73,6 +74,9 @@ using HOOK_GETDATA = CMethodHook<&ID3D11DeviceContext::GetData, 29>;
 using HOOK_ADAPTERDESC = CMethodHook<&IDXGIAdapter::GetDesc, 8>;
 using HOOK_SHAREDHANDLE = CMethodHook<&IDXGIResource::GetSharedHandle, 8>;
 
+/// What is logged when the first, the second ... call of a method fails.
+using FAULT_MESSAGES = std::map<std::string, std::vector<std::string>>;
+
 /// Counts the calls that create or map something, compiling included, and makes one of them fail.
 class CCallFaults
 {
@@ -89,6 +93,12 @@ public:
     }
     /// Calls of one method since the last FailAt.
     int Count(const std::string& _strMethod) const;
+
+    /// Makes the n-th call of a piece of work fail, and checks what the work answers, which is the failure's own code
+    /// (for a query, that memory is short), and what it logs: once what _mapMessages says, and _strAlways once, if
+    /// it is given. Nothing fails afterwards. False when the work came to its end before that call.
+    bool Try(int _nCall, HRESULT _hr, const FAULT_MESSAGES& _mapMessages, const std::function<HRESULT()>& _fnWork,
+             const std::string& _strAlways = "");
 
 private:
     /// Notes a call; the failure when it is the one.

@@ -110,6 +110,17 @@ CZPtr<ID3D11Texture2D> Gpu_Texture(uint32_t _nWidth, uint32_t _nHeight, DXGI_FOR
     return cpTexture;
 }
 
+std::vector<uint8_t> Gpu_RandomBytes(size_t _nBytes, uint32_t _nSeed)
+{
+    std::vector<uint8_t> vecBytes(_nBytes);
+    for (uint8_t& nByte : vecBytes)
+    {
+        _nSeed = _nSeed * 1664525u + 1013904223u;
+        nByte = static_cast<uint8_t>(_nSeed >> 24);
+    }
+    return vecBytes;
+}
+
 std::vector<uint8_t> Gpu_Read(ID3D11Texture2D* _pTexture)
 {
     D3D11_TEXTURE2D_DESC desc = {};

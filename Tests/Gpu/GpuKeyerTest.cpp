@@ -2,12 +2,10 @@
 
 #include "DirectX/GPUChromaKey.h"
 
-#include "DirectX/DXHelpers.h"
 #include "Gpu/DeviceHooks.h"
-#include "Gpu/GpuEnvironment.h"
-#include "Image/ImgPlane.h"
+#include "Gpu/PipelineSupport.h"
+#include "Gpu/TwinPictures.h"
 #include "Support/LogCatcher.h"
-#include "Support/ShaderTwin.h"
 #include "Support/TestFrames.h"
 
 #include <gtest/gtest.h>
@@ -87,9 +85,7 @@ CHROMA_KEY_RAW RandomKeys(int32_t _eType, const OPTION& _option, std::mt19937* _
 /// Noise; greys, pure colours and the first key's centre among it.
 PICTURE RandomPicture(uint32_t _fccType, int _nWidth, uint32_t _nCentre, std::mt19937* _pRandom)
 {
-    PICTURE picture = ShaderTwin::Make(_fccType, _nWidth, c_nHeight);
-    for (double& dblByte : picture.arrBytes)
-        dblByte = static_cast<double>((*_pRandom)() & 0xFF) / 255;
+    PICTURE picture = Twin_Random(_fccType, _nWidth, c_nHeight, (*_pRandom)());
     const uint32_t arrSpecial[] = {
         0x00000000, 0xFFFFFFFF, 0x80808080, 0x00FF0000,
         0x0000FF00, 0x000000FF, _nCentre,   (_nCentre & 0xFF00u) | (_nCentre >> 16 & 0xFFu) | (_nCentre & 0xFFu) << 16};
@@ -109,16 +105,13 @@ PICTURE Rounded(PICTURE _picture)
 
 CZPtr<CZFrame> FrameOf(const PICTURE& _picture, bool _bBottomUp)
 {
-    ZF_VID_PROPS vidProps = {};
-    vidProps.fccType = _picture.fccType;
-    vidProps.nWidth = _picture.nWidth;
-    vidProps.nHeight = FCC_IsRGB(_picture.fccType) && !_bBottomUp ? -_picture.nHeight : _picture.nHeight;
-    vidProps.dblRate = 25;
-    vidProps.eInterlace = eZI_Progressive;
+    const bool bTopDown = FCC_IsRGB(_picture.fccType) && !_bBottomUp;
     CZPtr<CZFrame> cpFrame;
-    ZF_VID_PTR vidPtr = {};
-    EXPECT_EQ(ZFrame_Create(vidProps, cpFrame.Put()), S_OK);
-    EXPECT_EQ(cpFrame->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtr), S_OK);
+    EXPECT_EQ(
+        ZFrame_Create(Gpu_Props(_picture.fccType, _picture.nWidth, bTopDown ? -_picture.nHeight : _picture.nHeight),
+                      cpFrame.Put()),
+        S_OK);
+    const ZF_VID_PTR vidPtr = PtrOf(cpFrame.Get(), eZFP_Flip | eZFP_Write);
     size_t nByte = 0;
     for (int nPlane = 0; nPlane < 4 && vidPtr.lpVideoPlanes[nPlane]; ++nPlane)
         for (int nY = 0; nY < vidPtr.szVideoPlanes[nPlane].cy; ++nY)
@@ -144,8 +137,7 @@ struct DISTANCE
     }
     void Add(IZFFrame* _pFrame, const PICTURE& _picture, int _nRowBytes)
     {
-        ZF_VID_PTR vidPtr = {};
-        ASSERT_EQ(_pFrame->VideoPtrGet(eZFP_Flip, &vidPtr), S_OK);
+        const ZF_VID_PTR vidPtr = PtrOf(_pFrame);
         ASSERT_GE(vidPtr.cbVideoRowBytes[0] < 0 ? -vidPtr.cbVideoRowBytes[0] : vidPtr.cbVideoRowBytes[0], _nRowBytes);
         for (int nY = 0; nY < _picture.nHeight; ++nY)
             for (int nX = 0; nX < _nRowBytes; ++nX)
@@ -155,16 +147,9 @@ struct DISTANCE
 
 CZPtr<IZFFrame> MaskOf(IZFFrame* _pFrame)
 {
-    CZPtr<IUnknown> cpObject;
-    EXPECT_EQ(_pFrame->AttachmentGet(L"mask", cpObject.Put()), S_OK);
-    return ZQuery<IZFFrame>(cpObject);
-}
-
-uint32_t FormatOf(IZFFrame* _pFrame)
-{
-    ZF_VID_PROPS vidProps = {};
-    EXPECT_EQ(_pFrame->VideoPropsGet(&vidProps), S_OK);
-    return vidProps.fccType;
+    const auto cpMask = ZQuery<IZFFrame>(AttachmentOf(_pFrame, L"mask"));
+    EXPECT_TRUE(cpMask);
+    return cpMask;
 }
 
 /// The keyer under test, on the tests' device.
@@ -230,13 +215,15 @@ void GpuKeyer::CheckRendered(const FORMAT& _format, const OPTION& _option, const
         shader.eOutput = eKO_Mask;
         mask = ShaderTwin::Key(shader, settings, input);
     }
-    _pDistance->Add(MaskOf(cpRes.Get()).Get(), mask, nWidth);
-    ZF_VID_PTR vidPtrTail = {};
-    EXPECT_EQ(MaskOf(cpRes.Get())->VideoPtrGet(eZFP_Flip, &vidPtrTail), S_OK);
+    const auto cpMask = MaskOf(cpRes.Get());
+    ASSERT_TRUE(cpMask);
+    _pDistance->Add(cpMask.Get(), mask, nWidth);
+    const ZF_VID_PTR vidPtrTail = PtrOf(cpMask.Get());
     for (int nX = nWidth; nX < vidPtrTail.cbVideoRowBytes[0]; ++nX)
         EXPECT_EQ(Img_RowOf(vidPtrTail, 0, c_nHeight - 1)[nX], 255) << "behind the row, byte " << nX;
 
-    EXPECT_EQ(FormatOf(cpRes.Get()), bARGB ? uint32_t{eZFCC_ARGB32} : _format.fccType);
+    const uint32_t fccRes = PropsOf(cpRes.Get()).fccType;
+    EXPECT_EQ(fccRes, bARGB ? uint32_t{eZFCC_ARGB32} : _format.fccType);
     if (bCleanPicture)
     {
         _pDistance->Add(cpRes.Get(), keyed, 4 * nWidth);
@@ -249,36 +236,21 @@ void GpuKeyer::CheckRendered(const FORMAT& _format, const OPTION& _option, const
         _pDistance->Add(cpRes.Get(), ShaderTwin::Key(shader, settings, input), 2 * nWidth);
         return;
     }
-    // The colours are the input's own, to the bit.
+    // The colours are the input's own, to the bit; the alpha of ARGB32 is the mask, that of RGB32 nobody's.
     CZPtr<IZFFrame> cpColours;
-    EXPECT_EQ(cpFrame->FrameConvert(eZFC_Converted, FormatOf(cpRes.Get()), cpColours.Put()), S_OK);
-    ZF_VID_PTR vidPtr = {}, vidPtrRes = {};
-    EXPECT_EQ(cpColours->VideoPtrGet(eZFP_Flip, &vidPtr), S_OK);
-    EXPECT_EQ(cpRes->VideoPtrGet(eZFP_Flip, &vidPtrRes), S_OK);
-    const int nRow = bARGB || bRGB ? 4 * nWidth : bPlanar ? nWidth : 2 * nWidth;
-    int nWrong = 0;
-    for (int nY = 0; nY < c_nHeight; ++nY)
-        for (int nX = 0; nX < nRow; ++nX)
-        {
-            const int nByte = Img_RowOf(vidPtrRes, 0, nY)[nX];
-            if ((bARGB || bRGB) && nX % 4 == 3)
-                nWrong += bARGB && nByte != Img_RowOf(
-                                                [&] {
-                                                    ZF_VID_PTR vidPtrMask = {};
-                                                    MaskOf(cpRes.Get())->VideoPtrGet(eZFP_Flip, &vidPtrMask);
-                                                    return vidPtrMask;
-                                                }(),
-                                                0, nY)[nX / 4];
-            else
-                nWrong += nByte != Img_RowOf(vidPtr, 0, nY)[nX];
-        }
-    EXPECT_EQ(nWrong, 0);
+    EXPECT_EQ(cpFrame->FrameConvert(eZFC_Converted, fccRes, cpColours.Put()), S_OK);
+    const std::vector<uint8_t> vecRes = Gpu_Pixels(cpRes.Get());
+    const std::vector<uint8_t> vecMask = Gpu_Pixels(cpMask.Get());
+    std::vector<uint8_t> vecExpected = Gpu_Pixels(cpColours.Get());
+    ASSERT_EQ(vecRes.size(), vecExpected.size());
+    for (size_t n = 3; (bARGB || bRGB) && n < vecRes.size(); n += 4)
+        vecExpected[n] = bARGB ? vecMask[n / 4] : vecRes[n];
+    EXPECT_TRUE(vecRes == vecExpected);
 }
 
 TEST_F(GpuKeyer, RendersWhatTheFormulasSay)
 {
     std::mt19937 random(1);
-    DISTANCE total;
     constexpr int c_arrWidths[] = {719, 720, 1919, 718};
     size_t nCase = 0;
     // Every option with every format, the key types in turn: compiling shaders is what takes the time.
@@ -296,12 +268,8 @@ TEST_F(GpuKeyer, RendersWhatTheFormulasSay)
                               &distance);
                 EXPECT_EQ(distance.nOver2, 0) << "of " << distance.nBytes;
                 EXPECT_LE(distance.nOver1 * 1000, distance.nBytes);
-                total.nBytes += distance.nBytes;
-                total.nOver1 += distance.nOver1;
             }
         }
-    RecordProperty("bytes", total.nBytes);
-    RecordProperty("more_than_one_level", total.nOver1);
 }
 
 TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
@@ -315,46 +283,27 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
             constexpr int c_nWidth = 718;
             const bool bPlanar = fccType == eZFCC_NV12;
             const PICTURE source = RandomPicture(fccType, c_nWidth, key.arrKeys[0].nValue, &random);
-            std::vector<uint8_t> vecBytes;
-            for (const double dblByte : source.arrBytes)
-                vecBytes.push_back(static_cast<uint8_t>(dblByte * 255 + 0.5));
-            const auto cpTexture =
-                bPlanar ? Gpu_Texture(source.nStride, c_nHeight * 3 / 2, DXGI_FORMAT_R8_UNORM, vecBytes, pDevice)
-                        : Gpu_Texture(source.nStride / 4, c_nHeight, DXGI_FORMAT_B8G8R8A8_UNORM, vecBytes, pDevice);
-            ZF_VID_PROPS vidProps = {};
-            vidProps.fccType = fccType;
-            vidProps.nWidth = c_nWidth;
-            vidProps.nHeight = c_nHeight; // bottom-up says nothing about textures
-            vidProps.dblRate = 25;
-            vidProps.nGPUFlags = eZGPU_DX11Texture;
-            CZPtr<CZFrame> cpFrame;
-            ASSERT_EQ(ZFrame_Create(vidProps, cpFrame.Put()), S_OK);
+            const auto cpTexture = Twin_Texture(source, true, pDevice);
+            const ZF_VID_PROPS vidProps = Gpu_Props(fccType, c_nWidth, c_nHeight); // bottom-up: nothing to textures
             CZPtr<IDX11Texture> cpHosts;
             ASSERT_EQ(DX11Texture::CreateExternal(cpTexture.Get(), vidProps, cpHosts.Put()), S_OK);
             const DX_PICTURE_ATTRIBUTES attributes = {{1, 2, 3}};
             ASSERT_EQ(cpHosts->AttributesSet(&attributes), S_OK);
-            ASSERT_EQ(cpFrame->AttachmentSet(c_wszFrameTexture, cpHosts.Get()), S_OK);
+            const auto cpFrame = Gpu_TextureFrame(cpHosts.Get(), vidProps);
             ASSERT_EQ(cpFrame->AttachmentSet(L"mask", cpTexture.Get()), S_OK);
-            cpFrame->TimeCodeSet({1, 2, 3, 4, 0});
             const CCallFaults calls(pDevice);
             const auto cpRes = Key(cpFrame.Get(), {key, false, true, eSYM_601});
             ASSERT_TRUE(cpRes);
             EXPECT_EQ(calls.Count("Map"), 0) << "nothing is brought back";
-            ZF_TIMECODE timeCode = {};
-            EXPECT_EQ(cpRes->TimeCodeGet(&timeCode), S_OK);
-            EXPECT_EQ(timeCode.nSeconds, 3);
-            CZPtr<ID3D11Texture2D> cpKeyed;
+            EXPECT_FALSE(AttachmentOf(cpRes.Get(), L"mask")) << "the input's mask";
             const auto cpResTexture = GPU_TextureOf(cpRes.Get());
-            ASSERT_TRUE(cpResTexture && SUCCEEDED(cpResTexture->TextureGet(cpKeyed.Put())));
+            ASSERT_TRUE(cpResTexture);
+            const auto cpKeyed = Gpu_TextureIn(cpResTexture.Get());
             EXPECT_TRUE(DX_SameObject(DX_DeviceOf(cpKeyed.Get()).Get(), pDevice));
-            CZPtr<IUnknown> cpMask;
-            EXPECT_EQ(cpRes->AttachmentGet(L"mask", cpMask.Put()), S_FALSE) << "the input's mask";
             DX_PICTURE_ATTRIBUTES attributesRes = {};
             EXPECT_EQ(cpResTexture->AttributesGet(&attributesRes), S_OK);
             EXPECT_EQ(attributesRes.arrBytes[2], 3);
-            ZF_VID_PROPS vidPropsRes = {};
-            EXPECT_EQ(cpResTexture->VideoPropsGet(&vidPropsRes), S_OK);
-            EXPECT_EQ(vidPropsRes.dblRate, 25);
+            EXPECT_EQ(PropsOf(cpResTexture.Get()).dblRate, 25);
 
             CK_SETTINGS settings = {};
             Shader_FillKeys(key, c_nWidth, c_nHeight, false, &settings);
@@ -362,12 +311,7 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
                 bPlanar ? Rounded(ShaderTwin::Convert({eZFCC_NV12, eZFCC_UYVY}, source, c_nWidth, c_nHeight)) : source;
             const PICTURE keyed = ShaderTwin::Key(
                 {eCKT_YUV, fccType == eZFCC_RGB32 ? eKI_RGB : eKI_UYVY, eKO_Picture, true, eSYM_601}, settings, input);
-            const auto vecKeyed = Gpu_Read(cpKeyed.Get());
-            ASSERT_EQ(vecKeyed.size(), keyed.arrBytes.size());
-            DISTANCE distance;
-            for (size_t i = 0; i < vecKeyed.size(); ++i)
-                distance.Add(vecKeyed[i], keyed.arrBytes[i]);
-            EXPECT_EQ(distance.nOver2, 0);
+            EXPECT_TRUE(Twin_Matches(Gpu_Read(cpKeyed.Get()), keyed, 2.5));
         }
     m_keyer.Close();
 }
@@ -402,7 +346,10 @@ TEST_F(GpuKeyer, CostsWhatItMust)
         EXPECT_EQ(calls.Count("CreateTexture2D"), 0);
         EXPECT_EQ(calls.Count("D3DCompile"), 0);
         EXPECT_EQ(calls.Count("CreatePixelShader"), 0);
-        EXPECT_EQ(calls.Count("CreateRenderTargetView"), row.nPasses);
+        EXPECT_EQ(calls.Count("CreateSamplerState"), 0);
+        for (const char* const pszMethod : {"CreateShaderResourceView", "CreateRenderTargetView", "CreateQuery"})
+            EXPECT_EQ(calls.Count(pszMethod), row.nPasses) << pszMethod;
+        EXPECT_LE(calls.Count("CreateBuffer"), row.nPasses);
         EXPECT_EQ(calls.Count("Map"), row.nMaps);
         calls.FailAt(0, S_OK);
         keyMoved.eType = eCKT_YUV;
@@ -439,9 +386,12 @@ TEST_F(GpuKeyer, FailsOneFrameWholeAndKeysTheNext)
 
 TEST_F(GpuKeyer, MakesAnotherDeviceWhenOneIsRemoved)
 {
+    m_keyer.Close(); // counted from here
     std::mt19937 random(5);
     const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_RGB, c_arrOptions[0], &random), false, false, eSYM_601};
     const auto cpFrame = FrameOf(RandomPicture(eZFCC_RGB32, 64, 0, &random), false);
+    const ULONG nRefs = Gpu_Refs(Gpu_Device());
+    m_keyer.DeviceInit(Gpu_Device());
     Key(cpFrame.Get(), settings);
     ASSERT_EQ(m_keyer.DeviceGet()->Device(), Gpu_Device());
     {
@@ -452,6 +402,8 @@ TEST_F(GpuKeyer, MakesAnotherDeviceWhenOneIsRemoved)
         Key(cpFrame.Get(), settings, DXGI_ERROR_DEVICE_REMOVED);
         EXPECT_EQ(m_keyer.DeviceGet(), nullptr);
     }
+    Gpu_Context()->ClearState();
+    EXPECT_EQ(Gpu_Refs(Gpu_Device()), nRefs) << "nothing of the removed device is kept";
     Key(cpFrame.Get(), settings);
     ASSERT_TRUE(m_keyer.DeviceGet());
     EXPECT_NE(m_keyer.DeviceGet()->Device(), Gpu_Device());
@@ -485,6 +437,19 @@ TEST_F(GpuKeyer, RefusesWhatItCannotKey)
         EXPECT_EQ(log.Count("!\"Unexpected CK type!\""), row.hr == E_INVALIDARG ? 1u : 0u);
         EXPECT_EQ(log.Count("HARDWARE; OUTPUT MASK ", eZLog_Verbose), row.hr == S_OK ? 1u : 0u);
     }
+}
+
+// The keyer smooths straight colours only.
+TEST(SmoothShader, LowersPremultipliedColoursWithTheirAlpha)
+{
+    const PICTURE picture = Twin_Random(eZFCC_ARGB32, 33, 26);
+    const auto cpTarget = Twin_Texture(picture, false);
+    const SMOOTH_SETTINGS settings = Shader_FillSmooth(33, 26, true);
+    EXPECT_EQ(Gpu_Wrapper()->PixelShader_Execute(cpTarget.Get(), {Twin_Texture(picture).Get()},
+                                                 SmoothShader_Text({true, false}).c_str(), &settings, sizeof(settings),
+                                                 D3D11_FILTER_MIN_MAG_MIP_POINT, 1),
+              S_OK);
+    EXPECT_TRUE(Twin_Matches(Gpu_Read(cpTarget.Get()), ShaderTwin::Smooth(picture, true, {true, false}), 0.51));
 }
 
 } // namespace

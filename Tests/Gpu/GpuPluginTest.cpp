@@ -4,9 +4,7 @@
 
 #include "DirectX/GPUProcessorCK.h"
 #include "Gpu/DeviceHooks.h"
-#include "Gpu/GpuEnvironment.h"
-#include "Image/ImgPlane.h"
-#include "Image/ImgRowReader.h"
+#include "Gpu/PipelineSupport.h"
 #include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
 #include "Support/TestFrames.h"
@@ -23,24 +21,14 @@
 namespace
 {
 
-/// Bytes that a frame shows: all planes, top row first, without what lies behind the rows.
-std::string Shown(IZFFrame* _pFrame)
+/// The same picture, and a record that says the same but for the stride.
+void ExpectSame(IZFFrame* _pFrame, IZFFrame* _pExpected)
 {
-    ZF_VID_PROPS vidProps = {};
-    ZF_VID_PTR vidPtr = {};
-    std::string strBytes;
-    EXPECT_EQ(_pFrame->VideoPropsGet(&vidProps), S_OK);
-    EXPECT_EQ(_pFrame->VideoPtrGet(eZFP_Flip, &vidPtr), S_OK);
-    vidProps.nRowBytes = 0;
-    strBytes = VidProps_Text(&vidProps) + "\n";
-    for (int nPlane = 0; nPlane < 4 && vidPtr.lpVideoPlanes[nPlane]; ++nPlane)
-        for (int nY = 0; nY < vidPtr.szVideoPlanes[nPlane].cy; ++nY)
-        {
-            const auto nBytes = static_cast<size_t>(nPlane == 0 ? Img_RowBytesUsed(vidProps.fccType, vidProps.nWidth)
-                                                                : vidPtr.szVideoPlanes[nPlane].cx);
-            strBytes.append(reinterpret_cast<const char*>(Img_RowOf(vidPtr, nPlane, nY)), nBytes);
-        }
-    return strBytes;
+    ZF_VID_PROPS vidProps = PropsOf(_pFrame);
+    ZF_VID_PROPS vidPropsExpected = PropsOf(_pExpected);
+    vidProps.nRowBytes = vidPropsExpected.nRowBytes = 0;
+    EXPECT_EQ(VidProps_Text(&vidProps), VidProps_Text(&vidPropsExpected));
+    EXPECT_TRUE(Gpu_Pixels(_pFrame) == Gpu_Pixels(_pExpected));
 }
 
 class GpuPlugin : public testing::Test
@@ -70,25 +58,11 @@ protected:
     CZPtr<IZChromaKey> m_cpKey;
 };
 
-CZPtr<IUnknown> AttachmentOf(IZFFrame* _pFrame, const wchar_t* _pwszName)
-{
-    CZPtr<IUnknown> cpObject;
-    EXPECT_EQ(_pFrame->AttachmentGet(_pwszName, cpObject.Put()), S_OK) << _pwszName;
-    return cpObject;
-}
-
 /// Time code, texts and attachments as the test put them on the input.
 void ExpectTakenOver(IZFFrame* _pFrame)
 {
-    ZF_TIMECODE timeCode = {};
-    BSTR bsText = nullptr;
-    EXPECT_EQ(_pFrame->TimeCodeGet(&timeCode), S_OK);
-    EXPECT_EQ(timeCode.nMinutes, 20);
-    const auto cpProps = ZQuery<IZProps>(_pFrame);
-    ASSERT_TRUE(cpProps);
-    EXPECT_EQ(cpProps->PropsGet(L"camera", &bsText), S_OK);
-    EXPECT_STREQ(bsText, L"two");
-    SysFreeString(bsText);
+    EXPECT_EQ(TimeCodeOf(_pFrame).nMinutes, 20);
+    EXPECT_EQ(TextOf(_pFrame, L"camera"), L"two");
     EXPECT_TRUE(AttachmentOf(_pFrame, L"other"));
     CZPtr<IUnknown> cpTexture;
     EXPECT_EQ(_pFrame->AttachmentGet(c_wszFrameTexture, cpTexture.Put()), S_FALSE) << "of the input";
@@ -120,19 +94,19 @@ TEST_F(GpuPlugin, GivesWhatTheCpuGives)
                 ASSERT_EQ(cpFrame->AttachmentSet(L"other", ZQuery<IZFFrame>(TestFrame_Make(eZFCC_UYVY, 8, 8)).Get()),
                           S_OK);
                 ASSERT_EQ(cpFrame->AttachmentSet(c_wszFrameTexture, cpTexture.Get()), S_OK);
-                const std::string strBefore = Shown(cpFrame.Get());
+                const std::vector<uint8_t> vecBefore = Gpu_Pixels(cpFrame.Get());
                 const auto cpCPU = Receive(cpFrame.Get(), L"0");
                 const auto cpGPU = Receive(cpFrame.Get(), L"1");
                 ASSERT_TRUE(cpCPU && cpGPU);
                 EXPECT_EQ(log.Count(") GPU Processed(0) OK"), ++nKeyed);
-                EXPECT_TRUE(Shown(cpGPU.Get()) == Shown(cpCPU.Get()));
+                ExpectSame(cpGPU.Get(), cpCPU.Get());
                 const auto cpMaskCPU = ZQuery<IZFFrame>(AttachmentOf(cpCPU.Get(), L"mask"));
                 const auto cpMaskGPU = ZQuery<IZFFrame>(AttachmentOf(cpGPU.Get(), L"mask"));
                 ASSERT_TRUE(cpMaskCPU && cpMaskGPU);
-                EXPECT_TRUE(Shown(cpMaskGPU.Get()) == Shown(cpMaskCPU.Get()));
+                ExpectSame(cpMaskGPU.Get(), cpMaskCPU.Get());
                 ExpectTakenOver(cpCPU.Get());
                 ExpectTakenOver(cpGPU.Get());
-                EXPECT_TRUE(Shown(cpFrame.Get()) == strBefore) << "the input is never written";
+                EXPECT_TRUE(Gpu_Pixels(cpFrame.Get()) == vecBefore) << "the input is never written";
             }
     EXPECT_EQ(log.Count("System: adapter "), 1u);
 }
@@ -154,15 +128,7 @@ TEST_F(GpuPlugin, StaysLoadedWhileTheHostHoldsAResultsTexture)
 {
     const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
     ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
-    ZF_VID_PROPS vidProps = {};
-    vidProps.fccType = eZFCC_RGB32;
-    vidProps.nWidth = 16;
-    vidProps.nHeight = -8;
-    vidProps.dblRate = 25;
-    vidProps.nGPUFlags = eZGPU_DX11Texture;
-    CZPtr<CZFrame> cpFrame;
-    ASSERT_EQ(ZFrame_Create(vidProps, cpFrame.Put()), S_OK);
-    ASSERT_EQ(cpFrame->AttachmentSet(c_wszFrameTexture, Gpu_Texture(16, 8).Get()), S_OK);
+    auto cpFrame = Gpu_TextureFrame(Gpu_Texture(16, 8).Get(), Gpu_Props(eZFCC_RGB32, 16, -8));
     CZPtr<IDX11Texture> cpTexture;
     {
         const auto cpRes = Receive(cpFrame.Get(), L"1");

@@ -1,11 +1,12 @@
 #pragma once
 
-#include "Base/ZHelpers.h"
 #include "DirectX/DXHelpers.h"
 #include "DirectX/GPUProcessorCK.h"
 #include "Gpu/GpuEnvironment.h"
 #include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"
+#include "Support/FrameAccess.h"
+#include "Support/TestProps.h"
 #include "Video/ZFrame.h"
 
 #include <cstring>
@@ -46,10 +47,8 @@ float4 PS(PS_INPUT input) : SV_TARGET { return tx.Sample(sampler_in, input.Tex) 
     HRESULT GetFrame(IZFFrame** _ppFrameOut)
     {
         const CZPtr<IDX11Texture> cpResult = std::move(m_cpResult);
-        ZF_VID_PROPS vidProps = {};
-        FrameIn()->VideoPropsGet(&vidProps);
         return IsGPUFrame() ? GetGPUFrame(cpResult.Get(), _ppFrameOut)
-                            : GetPlainFrame(cpResult.Get(), vidProps, _ppFrameOut);
+                            : GetPlainFrame(cpResult.Get(), PropsOf(FrameIn()), _ppFrameOut);
     }
     using GPUProcessorCore::TexIn;
 
@@ -60,43 +59,37 @@ private:
 inline ZF_VID_PROPS Gpu_Props(uint32_t _fccType, int _nWidth, int _nHeight, int _nRowBytes = 0,
                               int _eInterlace = eZI_Progressive)
 {
-    ZF_VID_PROPS vidProps = {};
-    vidProps.fccType = _fccType;
-    vidProps.nWidth = _nWidth;
-    vidProps.nHeight = _nHeight;
-    vidProps.nRowBytes = _nRowBytes;
-    vidProps.eInterlace = _eInterlace;
-    vidProps.dblRate = 25;
-    return vidProps;
+    return Record(_fccType, _nWidth, _nHeight, _nRowBytes, _eInterlace, 25);
 }
 
 /// A frame of random bytes.
-inline CZPtr<CZFrame> Gpu_Frame(const ZF_VID_PROPS& _vidProps, uint32_t _nSeed = 1)
+inline CZPtr<CZFrame> Gpu_Frame(const ZF_VID_PROPS& _vidProps)
 {
     CZPtr<CZFrame> cpFrame;
-    ZF_VID_PROPS vidProps = {};
-    ZF_VID_PTR vidPtr = {};
     EXPECT_EQ(ZFrame_Create(_vidProps, cpFrame.Put()), S_OK);
-    EXPECT_EQ(cpFrame->VideoPropsGet(&vidProps), S_OK);
-    EXPECT_EQ(cpFrame->VideoPtrGet(eZFP_Write, &vidPtr), S_OK);
-    const int64_t nStride = vidPtr.cbVideoRowBytes[0];
-    uint8_t* pByte =
-        Img_Pointer(vidPtr.lpVideoPlanes[0] + (nStride < 0 ? nStride * (std::abs(int64_t{vidProps.nHeight}) - 1) : 0));
-    for (int64_t n = VidProps_ImageSize(&vidProps); n > 0; --n)
-    {
-        _nSeed = _nSeed * 1664525u + 1013904223u;
-        *pByte++ = static_cast<uint8_t>(_nSeed >> 24);
-    }
+    const ZF_VID_PROPS vidProps = PropsOf(cpFrame.Get());
+    const ZF_VID_PTR vidPtr = PtrOf(cpFrame.Get(), eZFP_Write);
+    const bool bUp = vidPtr.cbVideoRowBytes[0] < 0; // then the last row is the lowest in memory
+    const auto vecBytes = Gpu_RandomBytes(static_cast<size_t>(VidProps_ImageSize(&vidProps)));
+    std::memcpy(Img_RowOf(vidPtr, 0, bUp ? vidPtr.szVideoPlanes[0].cy - 1 : 0), vecBytes.data(), vecBytes.size());
+    return cpFrame;
+}
+
+/// A frame that carries a texture.
+inline CZPtr<CZFrame> Gpu_TextureFrame(IUnknown* _pTexture, ZF_VID_PROPS _vidProps)
+{
+    _vidProps.nGPUFlags = eZGPU_DX11Texture;
+    CZPtr<CZFrame> cpFrame;
+    EXPECT_EQ(ZFrame_Create(_vidProps, cpFrame.Put()), S_OK);
+    EXPECT_EQ(cpFrame->AttachmentSet(c_wszFrameTexture, _pTexture), S_OK);
     return cpFrame;
 }
 
 /// The pixels of all planes from the picture's top, without padding.
 inline std::vector<uint8_t> Gpu_Pixels(IZFFrame* _pFrame)
 {
-    ZF_VID_PROPS vidProps = {};
-    ZF_VID_PTR vidPtr = {};
-    EXPECT_EQ(_pFrame->VideoPropsGet(&vidProps), S_OK);
-    EXPECT_EQ(_pFrame->VideoPtrGet(eZFP_Flip, &vidPtr), S_OK);
+    const ZF_VID_PROPS vidProps = PropsOf(_pFrame);
+    const ZF_VID_PTR vidPtr = PtrOf(_pFrame);
     std::vector<uint8_t> vecBytes;
     for (int nPlane = 0; nPlane < 4 && vidPtr.lpVideoPlanes[nPlane]; ++nPlane)
     {
@@ -104,8 +97,7 @@ inline std::vector<uint8_t> Gpu_Pixels(IZFFrame* _pFrame)
         const int64_t cbRow = nPlane ? szPlane.cx : Img_RowBytesUsed(vidProps.fccType, vidProps.nWidth);
         for (int nRow = 0; nRow < szPlane.cy; ++nRow)
         {
-            const uint8_t* const pRow =
-                Img_Pointer(vidPtr.lpVideoPlanes[nPlane] + int64_t{nRow} * vidPtr.cbVideoRowBytes[nPlane]);
+            const uint8_t* const pRow = Img_RowOf(vidPtr, nPlane, nRow);
             vecBytes.insert(vecBytes.end(), pRow, pRow + cbRow);
         }
     }

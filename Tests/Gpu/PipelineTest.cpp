@@ -3,37 +3,32 @@
 #include "Gpu/PipelineSupport.h"
 #include "Support/LogCatcher.h"
 
-#include <map>
-
 namespace
 {
 
 constexpr uint32_t c_arrPacked[] = {eZFCC_RGB32, eZFCC_ARGB32, eZFCC_RGB8, eZFCC_UYVY, eZFCC_HDYC, eZFCC_YUY2};
 constexpr uint32_t c_arrPlanar[] = {eZFCC_NV12, eZFCC_YV12, eZFCC_I420, eZFCC_YV16, eZFCC_I422, eZFCC_Y422, eZFCC_Y444};
 
+CZPtr<IZFFrame> Process(CCopyProcessor* _pProcessor, IZFFrame* _pFrame, HRESULT _hrExpected = S_OK,
+                        bool _bFlush = false)
+{
+    CZPtr<IZFFrame> cpResult;
+    EXPECT_EQ(_pProcessor->ProcessFrameExternal(_pFrame, _bFlush, cpResult.Put()), _hrExpected);
+    EXPECT_EQ(!cpResult, FAILED(_hrExpected));
+    return cpResult;
+}
+
 /// Frames copied by a processor have the same record and the same pixels.
 void ExpectSame(CCopyProcessor* _pProcessor, const ZF_VID_PROPS& _vidProps)
 {
     SCOPED_TRACE(VidProps_Text(&_vidProps));
     const CZPtr<CZFrame> cpFrame = Gpu_Frame(_vidProps);
-    CZPtr<IZFFrame> cpResult;
-    ASSERT_EQ(_pProcessor->ProcessFrameExternal(cpFrame.Get(), false, cpResult.Put()), S_OK);
-    ZF_VID_PROPS vidProps = {};
-    ZF_VID_PROPS vidPropsResult = {};
-    EXPECT_EQ(cpFrame->VideoPropsGet(&vidProps), S_OK);
-    EXPECT_EQ(cpResult->VideoPropsGet(&vidPropsResult), S_OK);
+    const CZPtr<IZFFrame> cpResult = Process(_pProcessor, cpFrame.Get());
+    ASSERT_TRUE(cpResult);
+    const ZF_VID_PROPS vidProps = PropsOf(cpFrame.Get());
+    const ZF_VID_PROPS vidPropsResult = PropsOf(cpResult.Get());
     EXPECT_EQ(VidProps_Text(&vidPropsResult), VidProps_Text(&vidProps));
     EXPECT_TRUE(Gpu_Pixels(cpResult.Get()) == Gpu_Pixels(cpFrame.Get()));
-}
-
-/// A frame that carries a texture.
-CZPtr<CZFrame> TextureFrame(ID3D11Texture2D* _pTexture, ZF_VID_PROPS _vidProps)
-{
-    _vidProps.nGPUFlags = eZGPU_DX11Texture;
-    CZPtr<CZFrame> cpFrame;
-    EXPECT_EQ(ZFrame_Create(_vidProps, cpFrame.Put()), S_OK);
-    EXPECT_EQ(cpFrame->AttachmentSet(c_wszFrameTexture, _pTexture), S_OK);
-    return cpFrame;
 }
 
 /// A picture of one byte for each place, uploaded; what the texture holds.
@@ -97,14 +92,6 @@ TEST(Pipeline, TexturesHoldTheTopRowFirst)
     // the fields count from the picture's top row; the last row of an odd height is behind both
     EXPECT_EQ(Uploaded(Gpu_Props(eZFCC_RGB32, 1, 5), vecUp, true), Rows({0, 2, 1, 3, 4}));
     EXPECT_EQ(Uploaded(Gpu_Props(eZFCC_ARGB32, 1, -4), Rows({0, 1, 2, 3}), true), Rows({0, 2, 1, 3}));
-    std::vector<int> vecRows;
-    std::vector<int> vecFields;
-    for (int nRow = 0; nRow < 576; ++nRow)
-    {
-        vecRows.push_back(nRow);
-        vecFields.push_back(nRow < 288 ? nRow * 2 : (nRow - 288) * 2 + 1);
-    }
-    EXPECT_TRUE(Uploaded(Gpu_Props(eZFCC_UYVY, 2, 576), Rows(vecRows), true) == Rows(vecFields));
 }
 
 TEST(Pipeline, PlanesLieBelowEachOther)
@@ -115,9 +102,7 @@ TEST(Pipeline, PlanesLieBelowEachOther)
         const ZF_VID_PROPS vidProps = Gpu_Props(fccType, 6, 6, 6);
         const auto cbPicture = static_cast<size_t>(VidProps_ImageSize(&vidProps));
         EXPECT_EQ(cbPicture, 6u * static_cast<size_t>(DX_TexelHeight(fccType, 6)));
-        std::vector<uint8_t> vecBytes(cbPicture);
-        for (size_t n = 0; n < cbPicture; ++n)
-            vecBytes[n] = static_cast<uint8_t>(n * 3);
+        const std::vector<uint8_t> vecBytes = Gpu_RandomBytes(cbPicture);
         EXPECT_EQ(Uploaded(vidProps, vecBytes, false), vecBytes);
     }
 }
@@ -158,8 +143,7 @@ TEST(Pipeline, KeepsTheUploadTextureWhileItFits)
             uploader.Upload(Gpu_Device(), &vidProps, &vidPtr, false, cpAllocator.Get(), vecHeld.emplace_back().Put()),
             S_OK);
         EXPECT_EQ(calls.Count("CreateTexture2D"), nMade) << VidProps_Text(&vidProps);
-        ZF_VID_PROPS vidPropsSurface = {};
-        EXPECT_EQ(vecHeld.back()->VideoPropsGet(&vidPropsSurface), S_OK);
+        const ZF_VID_PROPS vidPropsSurface = PropsOf(vecHeld.back().Get());
         EXPECT_EQ(VidProps_Text(&vidPropsSurface), VidProps_Text(&vidProps));
     }
     uploader.Close();
@@ -178,34 +162,30 @@ TEST(Pipeline, DownloadChecksItsArguments)
     ASSERT_EQ(downloader._Download_Tex(&vidPtr, cpTexture.Get(), &vidProps, false, cpAllocator.Get()), S_OK);
     EXPECT_EQ(vecMemory, std::vector<uint8_t>(24, 7));
 
-    CLogCatcher log;
-    EXPECT_EQ(downloader._Download_Tex(nullptr, cpTexture.Get(), &vidProps, false, cpAllocator.Get()), E_INVALIDARG);
-    EXPECT_EQ(downloader._Download_Tex(&vidPtr, nullptr, &vidProps, false, cpAllocator.Get()), E_INVALIDARG);
-    const ZF_VID_PROPS vidNone = {};
-    EXPECT_EQ(downloader._Download_Tex(&vidPtr, cpTexture.Get(), &vidNone, false, cpAllocator.Get()), E_INVALIDARG);
-    EXPECT_EQ(log.Count("Downloader::_Download_Tex: Invalid arguments!", eZLog_Error), 3u);
+    const auto fnRefuses = [&](const ZF_VID_PTR* _pVidPtr, ID3D11Texture2D* _pTexture, const ZF_VID_PROPS& _vidProps,
+                               const char* _pszMessage) {
+        const CLogCatcher log;
+        EXPECT_EQ(downloader._Download_Tex(_pVidPtr, _pTexture, &_vidProps, false, cpAllocator.Get()), E_INVALIDARG);
+        EXPECT_EQ(log.Count(_pszMessage, eZLog_Error), 1u) << VidProps_Text(&_vidProps);
+    };
+    fnRefuses(nullptr, cpTexture.Get(), vidProps, "Downloader::_Download_Tex: Invalid arguments!");
+    fnRefuses(&vidPtr, nullptr, vidProps, "Downloader::_Download_Tex: Invalid arguments!");
+    fnRefuses(&vidPtr, cpTexture.Get(), {}, "Downloader::_Download_Tex: Invalid arguments!");
     for (const ZF_VID_PROPS& vidOther :
          {Gpu_Props(eZFCC_RGB32, 2, -2), Gpu_Props(eZFCC_RGB32, 3, -3), Gpu_Props(eZFCC_UYVY, 3, 2),
           Gpu_Props(eZFCC_RGB8, 3, 2), Gpu_Props(eZFCC_RGB24, 3, 2)})
-        EXPECT_EQ(downloader._Download_Tex(&vidPtr, cpTexture.Get(), &vidOther, false, cpAllocator.Get()),
-                  E_INVALIDARG);
-    EXPECT_EQ(log.Count("Video properties and input texture description do not match!", eZLog_Error), 5u);
-
+        fnRefuses(&vidPtr, cpTexture.Get(), vidOther, "Video properties and input texture description do not match!");
+    D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(vidProps);
+    desc.Usage = D3D11_USAGE_STAGING;
     for (UINT nAccess : {UINT{D3D11_CPU_ACCESS_READ}, UINT{D3D11_CPU_ACCESS_READ | D3D11_CPU_ACCESS_WRITE}})
     {
-        D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(vidProps);
-        desc.Usage = D3D11_USAGE_STAGING;
         desc.CPUAccessFlags = nAccess;
         CZPtr<ID3D11Texture2D> cpReadable;
         ASSERT_EQ(Gpu_Device()->CreateTexture2D(&desc, nullptr, cpReadable.Put()), S_OK);
-        EXPECT_EQ(downloader._Download_Tex(&vidPtr, cpReadable.Get(), &vidProps, false, cpAllocator.Get()),
-                  E_INVALIDARG);
+        fnRefuses(&vidPtr, cpReadable.Get(), vidProps, "inDesc.CPUAccessFlags != D3D11_CPU_ACCESS_READ");
+        fnRefuses(&vidPtr, cpReadable.Get(), vidProps,
+                  "Texture was in system memory! Using software texture for hardware operations is unacceptable!");
     }
-    EXPECT_EQ(log.Count("inDesc.CPUAccessFlags != D3D11_CPU_ACCESS_READ"), 2u);
-    EXPECT_EQ(log.Count("Texture was in system memory! Using software texture for hardware operations is "
-                        "unacceptable!",
-                        eZLog_Error),
-              2u);
     cpAllocator->CacheClear();
 }
 
@@ -217,70 +197,42 @@ TEST(Pipeline, RefusesWhatHasNoTextureForm)
     size_t nRefused = 0;
     for (uint32_t fccType : {eZFCC_RGB24, eZFCC_v210, eZFCC_r210, eZFCC_YVYU})
     {
-        CZPtr<IZFFrame> cpResult;
-        EXPECT_EQ(processor.ProcessFrameExternal(Gpu_Frame(Gpu_Props(fccType, 48, 4)).Get(), false, cpResult.Put()),
-                  E_NOTIMPL);
-        EXPECT_FALSE(cpResult);
+        Process(&processor, Gpu_Frame(Gpu_Props(fccType, 48, 4)).Get(), E_NOTIMPL);
         EXPECT_EQ(log.Count("GPUProcessorBase<class CCopyProcessor>::PutFrame: Invalid FCC type of input frame!",
                             eZLog_Error),
                   ++nRefused);
     }
     EXPECT_EQ(log.Count("GPUProcessorBase<class CCopyProcessor>::ProcessFrameExternal: Failed to put frame!"),
               nRefused);
-    CZPtr<IZFFrame> cpResult;
-    EXPECT_EQ(processor.ProcessFrameExternal(nullptr, false, cpResult.Put()), E_INVALIDARG);
+    Process(&processor, nullptr, E_INVALIDARG);
     EXPECT_EQ(processor.ProcessFrameExternal(Gpu_Frame(Gpu_Props(eZFCC_UYVY, 4, 4)).Get(), false, nullptr), E_POINTER);
+}
 
+TEST(Pipeline, UploadChecksItsArguments)
+{
     Uploader uploader("Uploader");
     CZPtr<IDX11Texture> cpSurface;
     const auto cpAllocator = Gpu_Allocator();
     const ZF_VID_PROPS vidProps = Gpu_Props(eZFCC_RGB32, 4, 4);
-    const ZF_VID_PTR vidNone = {};
-    EXPECT_EQ(uploader.Upload(Gpu_Device(), nullptr, &vidNone, false, cpAllocator.Get(), cpSurface.Put()),
-              E_INVALIDARG);
-    EXPECT_EQ(uploader.Upload(Gpu_Device(), &vidProps, &vidNone, false, cpAllocator.Get(), cpSurface.Put()),
-              E_INVALIDARG);
-    EXPECT_EQ(log.Count("_pVidPropsIn && IsSpecified(_pVidPropsIn) && _pbVideoIn && _ppSurfaceOut"), 2u);
     const ZF_VID_PTR vidPtr = VidPtr_Build(&vidProps, 16, false);
+    const auto fnRefuses = [&](const ZF_VID_PROPS* _pVidProps, const ZF_VID_PTR& _vidPtr, const char* _pszMessage) {
+        const CLogCatcher log;
+        EXPECT_EQ(uploader.Upload(Gpu_Device(), _pVidProps, &_vidPtr, false, cpAllocator.Get(), cpSurface.Put()),
+                  E_INVALIDARG);
+        EXPECT_EQ(log.Count(_pszMessage, eZLog_Error), 1u) << VidProps_Text(_pVidProps);
+    };
+    fnRefuses(nullptr, vidPtr, "_pVidPropsIn && IsSpecified(_pVidPropsIn) && _pbVideoIn && _ppSurfaceOut");
+    fnRefuses(&vidProps, {}, "_pVidPropsIn && IsSpecified(_pVidPropsIn) && _pbVideoIn && _ppSurfaceOut");
     for (const ZF_VID_PROPS& vidOdd : {Gpu_Props(eZFCC_NV12, 5, 4), Gpu_Props(eZFCC_I420, 4, 5),
                                        Gpu_Props(eZFCC_RGB32, 20000, 4), Gpu_Props(eZFCC_I422, 16, 9000)})
-        EXPECT_EQ(uploader.Upload(Gpu_Device(), &vidOdd, &vidPtr, false, cpAllocator.Get(), cpSurface.Put()),
-                  E_INVALIDARG);
-    EXPECT_EQ(log.Count("Invalid input frame size!", eZLog_Error), 4u);
+        fnRefuses(&vidOdd, vidPtr, "Invalid input frame size!");
     uint8_t arrLuma[16 * 4] = {};
-    for (const ZF_VID_PROPS& vidPlanar : {Gpu_Props(eZFCC_NV12, 16, 4), Gpu_Props(eZFCC_I420, 16, 4)})
+    for (const auto& [fccType, nPlane] : {std::pair{eZFCC_NV12, 1}, {eZFCC_I420, 2}})
     {
-        ZF_VID_PTR vidLuma = VidPtr_Build(&vidPlanar, reinterpret_cast<intptr_t>(arrLuma), false);
-        vidLuma.lpVideoPlanes[vidPlanar.fccType == eZFCC_NV12 ? 1 : 2] = 0;
-        EXPECT_EQ(uploader.Upload(Gpu_Device(), &vidPlanar, &vidLuma, false, cpAllocator.Get(), cpSurface.Put()),
-                  E_INVALIDARG);
-    }
-    EXPECT_EQ(log.Count("A plane of the input frame is missing!", eZLog_Error), 2u);
-}
-
-TEST(Pipeline, MakesNothingAnewForTheNextFrame)
-{
-    CCopyProcessor processor;
-    ASSERT_EQ(processor.DeviceInit(Gpu_Device()), S_OK);
-    CCallFaults calls(Gpu_Device());
-    for (int nFrame = 0; nFrame < 6; ++nFrame)
-    {
-        calls.FailAt(0, S_OK);
-        CZPtr<IZFFrame> cpResult;
-        ASSERT_EQ(processor.ProcessFrameExternal(Gpu_Frame(Gpu_Props(eZFCC_UYVY, 64, 36)).Get(), false, cpResult.Put()),
-                  S_OK);
-        if (nFrame < 2)
-            continue;
-        for (const auto& [pszMethod, nExpected] : {std::pair{"CreateTexture2D", 0},
-                                                   {"CreatePixelShader", 0},
-                                                   {"D3DCompile", 0},
-                                                   {"CreateSamplerState", 0},
-                                                   {"CreateShaderResourceView", 1},
-                                                   {"CreateRenderTargetView", 1},
-                                                   {"CreateBuffer", 1},
-                                                   {"CreateQuery", 1},
-                                                   {"Map", 2}})
-            EXPECT_EQ(calls.Count(pszMethod), nExpected) << pszMethod;
+        const ZF_VID_PROPS vidPlanar = Gpu_Props(fccType, 16, 4);
+        ZF_VID_PTR vidLacking = VidPtr_Build(&vidPlanar, Img_Address(arrLuma), false);
+        vidLacking.lpVideoPlanes[nPlane] = 0;
+        fnRefuses(&vidPlanar, vidLacking, "A plane of the input frame is missing!");
     }
 }
 
@@ -296,10 +248,7 @@ TEST(Pipeline, FlushesWhenAsked)
         });
         for (bool bFlush : {false, true})
         {
-            CZPtr<IZFFrame> cpResult;
-            EXPECT_EQ(
-                processor.ProcessFrameExternal(Gpu_Frame(Gpu_Props(eZFCC_RGB8, 8, 4)).Get(), bFlush, cpResult.Put()),
-                S_OK);
+            Process(&processor, Gpu_Frame(Gpu_Props(eZFCC_RGB8, 8, 4)).Get(), S_OK, bFlush);
             EXPECT_EQ(nFlushes, bFlush ? 1 : 0);
         }
     }
@@ -309,27 +258,22 @@ TEST(Pipeline, WorksOnTheHostsTextures)
 {
     CCopyProcessor processor;
     const ZF_VID_PROPS vidProps = Gpu_Props(eZFCC_RGB32, 8, 4); // bottom-up is a thing of memory
-    std::vector<uint8_t> vecBytes(8 * 4 * 4);
-    for (size_t n = 0; n < vecBytes.size(); ++n)
-        vecBytes[n] = static_cast<uint8_t>(n);
+    const std::vector<uint8_t> vecBytes = Gpu_RandomBytes(8 * 4 * 4);
     const auto cpTexture = Gpu_Texture(8, 4, DXGI_FORMAT_B8G8R8A8_UNORM, vecBytes);
-    const CZPtr<CZFrame> cpFrame = TextureFrame(cpTexture.Get(), vidProps);
+    const CZPtr<CZFrame> cpFrame = Gpu_TextureFrame(cpTexture.Get(), vidProps);
     cpFrame->TimeCodeSet({1, 2, 3, 4, 0});
     CZPtr<IZFFrame> cpResult;
     {
         CCallFaults calls(Gpu_Device());
         calls.FailAt(0, S_OK);
-        ASSERT_EQ(processor.ProcessFrameExternal(cpFrame.Get(), false, cpResult.Put()), S_OK);
+        cpResult = Process(&processor, cpFrame.Get());
+        ASSERT_TRUE(cpResult);
         EXPECT_EQ(calls.Count("Map"), 0) << "no pixel passes through memory";
         EXPECT_EQ(calls.Count("CreateTexture2D"), 1);
     }
-    ZF_VID_PROPS vidPropsResult = {};
-    EXPECT_EQ(cpResult->VideoPropsGet(&vidPropsResult), S_OK);
-    EXPECT_EQ(vidPropsResult.nGPUFlags, eZGPU_DX11Texture);
-    EXPECT_EQ(vidPropsResult.nHeight, -4);
-    ZF_TIMECODE timeCode = {};
-    EXPECT_EQ(cpResult->TimeCodeGet(&timeCode), S_OK);
-    EXPECT_EQ(timeCode.nMinutes, 2);
+    EXPECT_EQ(PropsOf(cpResult.Get()).nGPUFlags, eZGPU_DX11Texture);
+    EXPECT_EQ(PropsOf(cpResult.Get()).nHeight, -4);
+    EXPECT_EQ(TimeCodeOf(cpResult.Get()).nMinutes, 2);
     const CZPtr<IDX11Texture> cpTexResult = GPU_TextureOf(cpResult.Get());
     ASSERT_TRUE(cpTexResult);
     const auto cpTextureResult = Gpu_TextureIn(cpTexResult.Get());
@@ -339,31 +283,26 @@ TEST(Pipeline, WorksOnTheHostsTextures)
     EXPECT_EQ(Gpu_Read(cpTextureResult.Get()), vecBytes);
 
     // the result is a frame like any other: it can be put again
-    CZPtr<IZFFrame> cpAgain;
-    ASSERT_EQ(processor.ProcessFrameExternal(cpResult.Get(), false, cpAgain.Put()), S_OK);
+    const CZPtr<IZFFrame> cpAgain = Process(&processor, cpResult.Get());
+    ASSERT_TRUE(cpAgain);
     EXPECT_EQ(Gpu_Read(Gpu_TextureIn(GPU_TextureOf(cpAgain.Get()).Get()).Get()), vecBytes);
 
     CLogCatcher log;
-    CZPtr<IZFFrame> cpRefused;
-    const CZPtr<CZFrame> cpWrong = TextureFrame(cpTexture.Get(), Gpu_Props(eZFCC_RGB32, 8, 5));
-    EXPECT_EQ(processor.ProcessFrameExternal(cpWrong.Get(), false, cpRefused.Put()), E_INVALIDARG);
+    Process(&processor, Gpu_TextureFrame(cpTexture.Get(), Gpu_Props(eZFCC_RGB32, 8, 5)).Get(), E_INVALIDARG);
     D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(vidProps);
     desc.ArraySize = 2;
     CZPtr<ID3D11Texture2D> cpArray;
     ASSERT_EQ(Gpu_Device()->CreateTexture2D(&desc, nullptr, cpArray.Put()), S_OK);
-    EXPECT_EQ(processor.ProcessFrameExternal(TextureFrame(cpArray.Get(), vidProps).Get(), false, cpRefused.Put()),
-              E_INVALIDARG);
+    Process(&processor, Gpu_TextureFrame(cpArray.Get(), vidProps).Get(), E_INVALIDARG);
     EXPECT_EQ(log.Count("Video properties and input texture description do not match!", eZLog_Error), 2u);
-    const auto cpOther = TextureFrame(cpTexture.Get(), Gpu_Props(eZFCC_ARGB32, 8, 4));
-    ASSERT_EQ(cpOther->AttachmentSet(c_wszFrameTexture, cpTexResult.Get()), S_OK);
-    EXPECT_EQ(processor.ProcessFrameExternal(cpOther.Get(), false, cpRefused.Put()), E_INVALIDARG);
+    Process(&processor, Gpu_TextureFrame(cpTexResult.Get(), Gpu_Props(eZFCC_ARGB32, 8, 4)).Get(), E_INVALIDARG);
     EXPECT_EQ(log.Count("The frame and its texture differ in format or size!", eZLog_Error), 1u);
 
     // a frame in memory is taken from there, whatever is attached to it
     const auto cpMemory = Gpu_Frame(vidProps);
     ASSERT_EQ(cpMemory->AttachmentSet(c_wszFrameTexture, cpTexture.Get()), S_OK);
-    CZPtr<IZFFrame> cpPlain;
-    ASSERT_EQ(processor.ProcessFrameExternal(cpMemory.Get(), false, cpPlain.Put()), S_OK);
+    const CZPtr<IZFFrame> cpPlain = Process(&processor, cpMemory.Get());
+    ASSERT_TRUE(cpPlain);
     EXPECT_TRUE(Gpu_Pixels(cpPlain.Get()) == Gpu_Pixels(cpMemory.Get()));
 }
 
@@ -374,17 +313,17 @@ TEST(Pipeline, StaysOnItsDevice)
     const ZF_VID_PROPS vidProps = Gpu_Props(eZFCC_ARGB32, 4, -2);
     const std::vector<uint8_t> vecBytes(4 * 2 * 4, 99);
     const auto cpTexture = Gpu_Texture(4, 2, DXGI_FORMAT_B8G8R8A8_UNORM, vecBytes, cpOther.Get());
-    const CZPtr<CZFrame> cpForeign = TextureFrame(cpTexture.Get(), vidProps);
-    CZPtr<IZFFrame> cpResult;
+    const CZPtr<CZFrame> cpForeign = Gpu_TextureFrame(cpTexture.Get(), vidProps);
     ASSERT_EQ(processor.DeviceInit(Gpu_Device()), S_OK);
     {
         CLogCatcher log;
-        EXPECT_EQ(processor.ProcessFrameExternal(cpForeign.Get(), false, cpResult.Put()), E_INVALIDARG);
+        Process(&processor, cpForeign.Get(), E_INVALIDARG);
         EXPECT_EQ(log.Count("m_pDX11Device->m_cpDevice.IsEqualObject(cpDeviceTex)"), 1u);
     }
     ExpectSame(&processor, Gpu_Props(eZFCC_UYVY, 4, 2));
     processor.Close();
-    EXPECT_EQ(processor.ProcessFrameExternal(cpForeign.Get(), false, cpResult.Put()), S_OK);
+    const CZPtr<IZFFrame> cpResult = Process(&processor, cpForeign.Get());
+    ASSERT_TRUE(cpResult);
     EXPECT_EQ(Gpu_Read(Gpu_TextureIn(GPU_TextureOf(cpResult.Get()).Get()).Get()), vecBytes);
 }
 
@@ -398,7 +337,7 @@ TEST(Pipeline, EveryCallMayFail)
                                             strStage + "Downloader::_Download_Tex: Texture not created"};
     if (bStaging)
         vecTextures.insert(vecTextures.begin(), vecTextures[0]);
-    const std::map<std::string, std::vector<std::string>> mapMessages = {
+    const FAULT_MESSAGES mapMessages = {
         {"CreateTexture2D", vecTextures},
         {"Map",
          {strStage + "Uploader::Upload: Failed to map texture!",
@@ -413,58 +352,22 @@ TEST(Pipeline, EveryCallMayFail)
     const CZPtr<CZFrame> cpFrame = Gpu_Frame(Gpu_Props(eZFCC_YUY2, 16, 8));
     const std::vector<uint8_t> vecPixels = Gpu_Pixels(cpFrame.Get());
     CCallFaults faults(Gpu_Device());
-    int nCall = 1;
-    for (;; ++nCall)
+    int nCall = 0;
+    for (bool bFailed = true; bFailed;)
     {
         Gpu_Context()->ClearState();
         const ULONG nRefs = Gpu_Refs(Gpu_Device());
         CCopyProcessor processor;
-        faults.FailAt(0, S_OK);
         ASSERT_EQ(processor.DeviceInit(Gpu_Device()), S_OK);
-        CLogCatcher log;
         CZPtr<IZFFrame> cpResult;
-        faults.FailAt(nCall, E_FAIL);
-        const HRESULT hr = processor.ProcessFrameExternal(cpFrame.Get(), false, cpResult.Put());
-        const std::string strFailed = faults.Failed();
-        if (strFailed.empty())
-        {
-            EXPECT_EQ(hr, S_OK);
-            break;
-        }
-        SCOPED_TRACE(strFailed);
-        EXPECT_EQ(hr, strFailed == "CreateQuery" ? E_OUTOFMEMORY : E_FAIL);
-        EXPECT_FALSE(cpResult);
-        ASSERT_EQ(mapMessages.count(strFailed), 1u);
-        const size_t nTime = static_cast<size_t>(faults.Count(strFailed));
-        ASSERT_LE(nTime, mapMessages.at(strFailed).size());
-        EXPECT_EQ(log.Count(mapMessages.at(strFailed)[nTime - 1]), 1u);
-        EXPECT_EQ(log.Count(strStage + "ProcessFrameExternal: Failed to ", eZLog_Error), 1u);
-        faults.FailAt(0, S_OK);
-        EXPECT_EQ(processor.ProcessFrameExternal(cpFrame.Get(), false, cpResult.Put()), S_OK);
+        const auto fnProcess = [&] { return processor.ProcessFrameExternal(cpFrame.Get(), false, cpResult.Put()); };
+        bFailed = faults.Try(++nCall, E_FAIL, mapMessages, fnProcess, strStage + "ProcessFrameExternal: Failed to ");
+        EXPECT_EQ(!cpResult, bFailed);
+        EXPECT_EQ(fnProcess(), S_OK);
         EXPECT_EQ(Gpu_Pixels(cpResult.Get()), vecPixels);
         processor.Close();
         Gpu_Context()->ClearState();
         EXPECT_EQ(Gpu_Refs(Gpu_Device()), nRefs);
     }
     EXPECT_EQ(nCall, bStaging ? 13 : 12);
-}
-
-TEST(Pipeline, StartsAfreshWhenTheDeviceIsRemoved)
-{
-    CCopyProcessor processor;
-    const ULONG nRefs = Gpu_Refs(Gpu_Device());
-    ASSERT_EQ(processor.DeviceInit(Gpu_Device()), S_OK);
-    ExpectSame(&processor, Gpu_Props(eZFCC_UYVY, 16, 8));
-    {
-        const HOOK_REMOVEDREASON hookReason(Gpu_Device(), [](auto, auto*) { return DXGI_ERROR_DEVICE_REMOVED; });
-        const HOOK_MAP hookMap(Gpu_Context(), [](auto, auto*, auto...) { return DXGI_ERROR_DEVICE_REMOVED; });
-        CLogCatcher log;
-        CZPtr<IZFFrame> cpResult;
-        EXPECT_EQ(processor.ProcessFrameExternal(Gpu_Frame(Gpu_Props(eZFCC_UYVY, 16, 8)).Get(), false, cpResult.Put()),
-                  DXGI_ERROR_DEVICE_REMOVED);
-        EXPECT_FALSE(cpResult);
-    }
-    Gpu_Context()->ClearState();
-    EXPECT_EQ(Gpu_Refs(Gpu_Device()), nRefs) << "nothing of the removed device is kept";
-    ExpectSame(&processor, Gpu_Props(eZFCC_UYVY, 16, 8));
 }

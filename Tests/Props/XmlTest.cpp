@@ -36,14 +36,14 @@ TEST(XmlReader, ReadsWhatItSupports)
 {
     const auto upRoot = Parse("\xEF\xBB\xBF<?xml version='1.0' encoding=\"utf-8\" standalone='yes' ?>\r\n<!-- c -->\n"
                               "<r a = '1' color::range=\"&lt;&#x41;&#66;\t&apos;\r\n'\">\n"
-                              "  <k/>\n  <!-- <k> - --> <k n='1'> x&amp;<![CDATA[<y>&]]>\r\nz </k >\n"
+                              "  <k/>\n  <!-- <k> - --> <k n='1'> x\xF0\x9F\x8E\xAC&amp;<![CDATA[<y>&]]>\r\nz </k >\n"
                               "  <\xC3\xA4.-1>\n</\xC3\xA4.-1><e> <f/>&#32;</e></r>\n<!----> ");
     EXPECT_EQ(upRoot->Name(), "r");
     EXPECT_EQ(upRoot->Text(), "") << "blanks between elements are no text";
     ASSERT_EQ(upRoot->Attrs().size(), 2u);
     EXPECT_EQ(upRoot->AttrText("color::range", ""), "<AB ' '");
     ASSERT_EQ(upRoot->ChildCount(), 4u);
-    EXPECT_EQ(upRoot->ChildFind("k", 1)->Text(), " x&<y>&\nz ");
+    EXPECT_EQ(upRoot->ChildFind("k", 1)->Text(), " x\xF0\x9F\x8E\xAC&<y>&\nz ");
     EXPECT_EQ(upRoot->Child(2).Name(), "\xC3\xA4.-1");
     EXPECT_EQ(upRoot->Child(2).Text(), "\n");
     EXPECT_EQ(upRoot->Child(3).Text(), "  ") << "a blank that is written as a reference is meant";
@@ -163,7 +163,7 @@ TEST(XmlNode, KeepsOrderAndConvertsValues)
 TEST(XmlWriter, WritesReadableText)
 {
     CXmlNode root("zl-root");
-    root.AttrSetText("a", "<\"&\n\t'>");
+    root.AttrSetText("a", "<\"&\n\t\r'>");
     root.ChildAdd("key")->AttrSetDouble("color::range", 0.5);
     root.ChildAdd("note")->TextSet("1 < 2\r]]>");
     CXmlNode* pMixed = root.ChildAdd("mixed");
@@ -173,7 +173,7 @@ TEST(XmlWriter, WritesReadableText)
     std::string strReason;
     ASSERT_TRUE(XmlWriter_Write(root, &strDocument, &strReason));
     EXPECT_EQ(strDocument, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                           "<zl-root a=\"&lt;&quot;&amp;&#10;&#9;'>\">\n"
+                           "<zl-root a=\"&lt;&quot;&amp;&#10;&#9;&#13;'>\">\n"
                            "  <key color::range=\"0.5\"/>\n"
                            "  <note>1 &lt; 2&#13;]]&gt;</note>\n"
                            "  <mixed>&#32;x<b>\n      <c/>\n    </b></mixed>\n"

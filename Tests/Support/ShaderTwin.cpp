@@ -3,6 +3,7 @@
 #include "Interfaces/ZVideoTypes.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
 
@@ -10,6 +11,8 @@ namespace ShaderTwin
 {
 namespace
 {
+
+using COLOR = std::array<double, 3>;
 
 double Clamp1(double _dblValue)
 {
@@ -45,6 +48,35 @@ COLOR ToRGB(const COLOR& _yvu, const YUV_ROWS& _rows)
     const double dblU = _yvu[2] - 128 / 255.0;
     return {Clamp1(dblY + _rows.dblRV * dblV), Clamp1(dblY + _rows.dblGV * dblV + _rows.dblGU * dblU),
             Clamp1(dblY + _rows.dblBU * dblU)};
+}
+
+COLOR YVUFromRGB(const COLOR& _rgb)
+{
+    return ToYVU(_rgb, c_rows601);
+}
+
+COLOR RGBFromYVU(const COLOR& _yvu)
+{
+    const COLOR rgb = {1.164 * _yvu[0] + 1.596 * _yvu[1] - 0.871,
+                       1.164 * _yvu[0] - 0.813 * _yvu[1] - 0.391 * _yvu[2] + 0.531,
+                       1.164 * _yvu[0] + 2.018 * _yvu[2] - 1.082};
+    return {Clamp1(rgb[0]), Clamp1(rgb[1]), Clamp1(rgb[2])};
+}
+
+COLOR HLSFromRGB(const COLOR& _rgb)
+{
+    const auto [r, g, b] = _rgb;
+    const double dblMax = std::max({r, g, b});
+    const double dblDelta = dblMax - std::min({r, g, b});
+    const double dblL = dblMax - dblDelta / 2;
+    if (dblDelta <= 0)
+        return {0, dblL, 0};
+    const double dblS = dblDelta / (1 - std::fabs(2 * dblL - 1));
+    if (r > g && r > b)
+        return {(g - b) / dblDelta / 6, dblL, dblS}; // negative towards magenta
+    if (g > b)
+        return {(b - r) / dblDelta / 6 + 1 / 3.0, dblL, dblS};
+    return {(r - g) / dblDelta / 6 + 2 / 3.0, dblL, dblS};
 }
 
 const YUV_ROWS& Rows(eSYMatrix _eMatrix)
@@ -85,6 +117,51 @@ COLOR Push(const CK_SHADER_KEY& _key, const COLOR& _yvu, double _dblR1, double _
     const double dblShrink = std::min(1.0, 0.5 / std::max(std::hypot(dblV, dblU), 0.5)) * (_key.scal1[0] + 1.0);
     return {Clamp1(_yvu[0] * (_key.scal1[1] + 1.0)), std::clamp(dblV * dblShrink, -0.5, 0.5),
             std::clamp(dblU * dblShrink, -0.5, 0.5)};
+}
+
+/// The alpha of a colour in the space of the keys.
+double Alpha(const CK_SETTINGS& _settings, const COLOR& _color)
+{
+    double dblResult = 1;
+    bool bKeyed = false;
+    for (int i = 0; i < _settings.ipar[1]; ++i)
+    {
+        const CK_SHADER_KEY& key = _settings.keys[i];
+        bKeyed = bKeyed || key.scal1[3] > 0;
+        const double dblOutside = Outside(_color[1] - key.pos[1], _color[2] - key.pos[2], key.dist[1], key.dist[2]);
+        double dblAlpha = Ramp(dblOutside, key.scal[0]);
+        if (dblOutside >= 0 && dblAlpha < 1)
+            dblAlpha = dblAlpha < _settings.fpar[0] ? 0 : dblAlpha > _settings.fpar[1] ? 1 : dblAlpha;
+        if (key.scal1[3] > 0)
+            dblResult = std::min(dblResult, dblAlpha);
+        else
+            dblResult = std::max(dblResult, 1 - dblAlpha);
+    }
+    return _settings.ipar[3] && bKeyed ? 1 - dblResult : dblResult;
+}
+
+/// The corrected colour. _yvu and the result: Y, V, U with chroma around 0.5.
+COLOR Cancel(const CK_SETTINGS& _settings, const COLOR& _color, const COLOR& _yvu)
+{
+    const COLOR centred = {_yvu[0], _yvu[1] - 0.5, _yvu[2] - 0.5};
+    COLOR sum = {};
+    double dblTotal = 0;
+    for (int i = 0; i < _settings.ipar[1]; ++i)
+    {
+        const CK_SHADER_KEY& key = _settings.keys[i];
+        const double dblR1 = _color[1] - key.pos[1];
+        const double dblR2 = _color[2] - key.pos[2];
+        const double dblOutside =
+            Outside(dblR1, dblR2, double{key.dist[1]} + key.scal[2], double{key.dist[2]} + key.scal[2]);
+        const double dblWeight = 1 - Ramp(dblOutside, (key.scal1[2] + 1.0) / 2);
+        const COLOR part = key.scal1[3] > 0 ? Push(key, centred, dblR1, dblR2, dblWeight) : centred;
+        for (size_t j = 0; j < 3; ++j)
+            sum[j] += dblWeight * part[j];
+        dblTotal += dblWeight;
+    }
+    if (dblTotal <= 0.01)
+        return _yvu;
+    return {sum[0] / dblTotal, sum[1] / dblTotal + 0.5, sum[2] / dblTotal + 0.5};
 }
 
 struct PACKING
@@ -288,91 +365,6 @@ PICTURE KeyMask(const KEY_SHADER& _shader, const CK_SETTINGS& _settings, const P
 }
 
 } // namespace
-
-COLOR YVUFromRGB(const COLOR& _rgb)
-{
-    return ToYVU(_rgb, c_rows601);
-}
-
-COLOR RGBFromYVU(const COLOR& _yvu)
-{
-    const COLOR rgb = {1.164 * _yvu[0] + 1.596 * _yvu[1] - 0.871,
-                       1.164 * _yvu[0] - 0.813 * _yvu[1] - 0.391 * _yvu[2] + 0.531,
-                       1.164 * _yvu[0] + 2.018 * _yvu[2] - 1.082};
-    return {Clamp1(rgb[0]), Clamp1(rgb[1]), Clamp1(rgb[2])};
-}
-
-COLOR HLSFromRGB(const COLOR& _rgb)
-{
-    const auto [r, g, b] = _rgb;
-    const double dblMax = std::max({r, g, b});
-    const double dblDelta = dblMax - std::min({r, g, b});
-    const double dblL = dblMax - dblDelta / 2;
-    if (dblDelta <= 0)
-        return {0, dblL, 0};
-    const double dblS = dblDelta / (1 - std::fabs(2 * dblL - 1));
-    if (r > g && r > b)
-        return {(g - b) / dblDelta / 6, dblL, dblS}; // negative towards magenta
-    if (g > b)
-        return {(b - r) / dblDelta / 6 + 1 / 3.0, dblL, dblS};
-    return {(r - g) / dblDelta / 6 + 2 / 3.0, dblL, dblS};
-}
-
-COLOR RGBFromHLS(const COLOR& _hls)
-{
-    const double dblChroma = (1 - std::fabs(2 * _hls[1] - 1)) * _hls[2];
-    COLOR rgb;
-    for (size_t i = 0; i < 3; ++i)
-    {
-        const double dblTurn = _hls[0] - static_cast<double>(i) / 3;
-        const double dblSixths = 6 * std::fabs(dblTurn - std::round(dblTurn)); // from the component's own hue
-        rgb[i] = _hls[1] + dblChroma * (Clamp1(2 - dblSixths) - 0.5);
-    }
-    return rgb;
-}
-
-double Alpha(const CK_SETTINGS& _settings, const COLOR& _color)
-{
-    double dblResult = 1;
-    bool bKeyed = false;
-    for (int i = 0; i < _settings.ipar[1]; ++i)
-    {
-        const CK_SHADER_KEY& key = _settings.keys[i];
-        bKeyed = bKeyed || key.scal1[3] > 0;
-        const double dblOutside = Outside(_color[1] - key.pos[1], _color[2] - key.pos[2], key.dist[1], key.dist[2]);
-        double dblAlpha = Ramp(dblOutside, key.scal[0]);
-        if (dblOutside >= 0 && dblAlpha < 1)
-            dblAlpha = dblAlpha < _settings.fpar[0] ? 0 : dblAlpha > _settings.fpar[1] ? 1 : dblAlpha;
-        if (key.scal1[3] > 0)
-            dblResult = std::min(dblResult, dblAlpha);
-        else
-            dblResult = std::max(dblResult, 1 - dblAlpha);
-    }
-    return _settings.ipar[3] && bKeyed ? 1 - dblResult : dblResult;
-}
-
-COLOR Cancel(const CK_SETTINGS& _settings, const COLOR& _color, const COLOR& _yvu)
-{
-    const COLOR centred = {_yvu[0], _yvu[1] - 0.5, _yvu[2] - 0.5};
-    COLOR sum = {};
-    double dblTotal = 0;
-    for (int i = 0; i < _settings.ipar[1]; ++i)
-    {
-        const CK_SHADER_KEY& key = _settings.keys[i];
-        const double dblR1 = _color[1] - key.pos[1];
-        const double dblR2 = _color[2] - key.pos[2];
-        const double dblOutside =
-            Outside(dblR1, dblR2, double{key.dist[1]} + key.scal[2], double{key.dist[2]} + key.scal[2]);
-        const double dblWeight = 1 - Ramp(dblOutside, (key.scal1[2] + 1.0) / 2);
-        const COLOR part = key.scal1[3] > 0 ? Push(key, centred, dblR1, dblR2, dblWeight) : centred;
-        for (size_t j = 0; j < 3; ++j)
-            sum[j] += dblWeight * part[j];
-        dblTotal += dblWeight;
-    }
-    if (dblTotal <= 0.01)
-        return _yvu;
-    return {sum[0] / dblTotal, sum[1] / dblTotal + 0.5, sum[2] / dblTotal + 0.5};
-}
 
 PICTURE Make(uint32_t _fccType, int _nWidth, int _nHeight, int _nStride)
 {

@@ -11,25 +11,11 @@
 #include "DirectX/Shaders/KeyShader.h"
 #include "DirectX/Shaders/SmoothShader.h"
 
-#include <array>
 #include <cstdint>
 #include <vector>
 
 namespace ShaderTwin
 {
-
-using COLOR = std::array<double, 3>;
-
-// Colour spaces as keys are measured in: unclamped inputs, results as the shaders clamp them.
-COLOR YVUFromRGB(const COLOR& _rgb);
-COLOR RGBFromYVU(const COLOR& _yvu);
-COLOR HLSFromRGB(const COLOR& _rgb);
-COLOR RGBFromHLS(const COLOR& _hls);
-
-/// The alpha of a colour in the space of the keys.
-double Alpha(const CK_SETTINGS& _settings, const COLOR& _color);
-/// The corrected colour. _yvu and the result: Y, V, U with chroma around 0.5.
-COLOR Cancel(const CK_SETTINGS& _settings, const COLOR& _color, const COLOR& _yvu);
 
 struct PICTURE
 {

@@ -54,25 +54,23 @@ void CheckPairs(std::string_view _svText)
 }
 
 /// What is read prints as a text that reads as the same.
+template <class T, class Print>
+void CheckPrinted(std::string_view _svText, bool (*_pfnRead)(std::string_view, T*), Print&& _fnPrint)
+{
+    T value{}, valueAgain{};
+    if (_pfnRead(_svText, &value))
+        FUZZ_REQUIRE(_pfnRead(_fnPrint(value), &valueAgain) && value == valueAgain);
+}
+
 void CheckNumbers(std::string_view _svText)
 {
-    int64_t nInt = 0, nIntAgain = 0;
-    if (PropText_ReadInt(_svText, &nInt))
-        FUZZ_REQUIRE(PropText_ReadInt(PropText_FromInt(nInt), &nIntAgain) && nInt == nIntAgain);
-    int32_t nInt32 = 0;
-    if (PropText_ReadInt32(_svText, &nInt32))
-        FUZZ_REQUIRE(nInt32 == nInt);
-    double dbl = 0, dblAgain = 0;
-    if (PropText_ReadDouble(_svText, &dbl))
-        FUZZ_REQUIRE(PropText_ReadDouble(PropText_FromDouble(dbl), &dblAgain) && dbl == dblAgain);
-    bool bValue = false, bAgain = false;
-    if (PropText_ReadBool(_svText, &bValue))
-        FUZZ_REQUIRE(PropText_ReadBool(PropText_FromBool(bValue), &bAgain) && bValue == bAgain);
-    PROP_RECT rect = {}, rectAgain = {};
-    if (PropText_ReadRect(_svText, &rect))
-        FUZZ_REQUIRE(
-            PropText_ReadRect(ZFormat("%d,%d,%d,%d", rect.nLeft, rect.nTop, rect.nRight, rect.nBottom), &rectAgain) &&
-            rect == rectAgain);
+    CheckPrinted<int64_t>(_svText, PropText_ReadInt, PropText_FromInt);
+    CheckPrinted<int32_t>(_svText, PropText_ReadInt32, PropText_FromInt);
+    CheckPrinted<double>(_svText, PropText_ReadDouble, PropText_FromDouble);
+    CheckPrinted<bool>(_svText, PropText_ReadBool, PropText_FromBool);
+    CheckPrinted<PROP_RECT>(_svText, PropText_ReadRect, [](const PROP_RECT& _rect) {
+        return ZFormat("%d,%d,%d,%d", _rect.nLeft, _rect.nTop, _rect.nRight, _rect.nBottom);
+    });
     eCK_Type eType = eCKT_None;
     if (CKUtils::KeyType_FromText(_svText, &eType))
         FUZZ_REQUIRE(eType >= eCKT_RGB && eType <= eCKT_Auto);

@@ -28,23 +28,20 @@ TEST_F(CRegistrationTest, NamesClassesLibraryAndInterfaces)
     ASSERT_EQ(Call("DllRegisterServer"), S_OK);
     auto mapContent = m_machine.Content();
     const std::wstring wstrLib = L"{D3F4C631-FC55-4B9E-A300-5E86F7BA97EF}";
-    const struct
+    const std::pair<std::wstring, std::wstring> arrClasses[] = {
+        {L"{FF12951C-DC32-42B7-B676-583883EF574E}", L"ZChromaKey.ZChromaKey"},
+        {L"{F74E5C32-D592-4C20-A4E7-A470A713FF8A}", L"ZChromaKey.ZKey"}};
+    for (const auto& [wstrClass, wstrName] : arrClasses)
     {
-        std::wstring wstrClass;
-        std::wstring wstrName;
-    } arrClasses[] = {{L"{FF12951C-DC32-42B7-B676-583883EF574E}", L"ZChromaKey.ZChromaKey"},
-                      {L"{F74E5C32-D592-4C20-A4E7-A470A713FF8A}", L"ZChromaKey.ZKey"}};
-    for (const auto& row : arrClasses)
-    {
-        const std::wstring wstrKey = L"Software\\Classes\\CLSID\\" + row.wstrClass;
+        const std::wstring wstrKey = L"Software\\Classes\\CLSID\\" + wstrClass;
         EXPECT_EQ(mapContent[wstrKey + L"\\InprocServer32|"], m_module.Path());
         EXPECT_EQ(mapContent[wstrKey + L"\\InprocServer32|ThreadingModel"], L"Neutral");
         EXPECT_EQ(mapContent[wstrKey + L"\\TypeLib|"], wstrLib);
-        EXPECT_EQ(mapContent[wstrKey + L"\\ProgID|"], row.wstrName + L".1");
-        EXPECT_EQ(mapContent[wstrKey + L"\\VersionIndependentProgID|"], row.wstrName);
-        EXPECT_EQ(mapContent[L"Software\\Classes\\" + row.wstrName + L".1\\CLSID|"], row.wstrClass);
-        EXPECT_EQ(mapContent[L"Software\\Classes\\" + row.wstrName + L"\\CLSID|"], row.wstrClass);
-        EXPECT_EQ(mapContent[L"Software\\Classes\\" + row.wstrName + L"\\CurVer|"], row.wstrName + L".1");
+        EXPECT_EQ(mapContent[wstrKey + L"\\ProgID|"], wstrName + L".1");
+        EXPECT_EQ(mapContent[wstrKey + L"\\VersionIndependentProgID|"], wstrName);
+        EXPECT_EQ(mapContent[L"Software\\Classes\\" + wstrName + L".1\\CLSID|"], wstrClass);
+        EXPECT_EQ(mapContent[L"Software\\Classes\\" + wstrName + L"\\CLSID|"], wstrClass);
+        EXPECT_EQ(mapContent[L"Software\\Classes\\" + wstrName + L"\\CurVer|"], wstrName + L".1");
     }
     EXPECT_EQ(mapContent[L"Software\\Classes\\TypeLib\\" + wstrLib + L"\\1.0\\0\\win64|"], m_module.Path());
     EXPECT_EQ(mapContent[L"Software\\Classes\\Interface\\{142C8364-7806-4577-93E7-83E7EB04B39B}\\TypeLib|"], wstrLib);

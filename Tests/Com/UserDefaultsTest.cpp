@@ -8,17 +8,10 @@ namespace
 
 constexpr const wchar_t* c_pwszKey = L"Software\\Corvala\\ZChromaKey";
 
-void SetText(const CTestRegistry& _registry, const wchar_t* _pwszName, const std::wstring& _wstrText)
+template <class T>
+void SetValue(const CTestRegistry& _registry, const wchar_t* _pwszName, DWORD _nType, const T& _value)
 {
-    EXPECT_EQ(RegSetKeyValueW(_registry.Key(), c_pwszKey, _pwszName, REG_SZ, _wstrText.c_str(),
-                              static_cast<DWORD>((_wstrText.size() + 1) * sizeof(wchar_t))),
-              ERROR_SUCCESS);
-}
-
-void SetNumber(const CTestRegistry& _registry, const wchar_t* _pwszName, int32_t _nValue)
-{
-    EXPECT_EQ(RegSetKeyValueW(_registry.Key(), c_pwszKey, _pwszName, REG_DWORD, &_nValue, sizeof(_nValue)),
-              ERROR_SUCCESS);
+    EXPECT_EQ(RegSetKeyValueW(_registry.Key(), c_pwszKey, _pwszName, _nType, &_value, sizeof(_value)), ERROR_SUCCESS);
 }
 
 TEST(UserDefaults, AreReadOnceWhenAnObjectIsMade)
@@ -28,13 +21,13 @@ TEST(UserDefaults, AreReadOnceWhenAnObjectIsMade)
     ASSERT_EQ(module.Create<IZPlugin>(CLSID_ZChromaKey)->LogSet(log.Sink(), eZLog_Warning), S_OK);
     const CTestRegistry user(HKEY_CURRENT_USER);
     EXPECT_EQ(OptionOf(module.Create<IZProps>(CLSID_ZChromaKey).Get(), L"gpu_mode"), L"-") << "no key at all";
-    SetText(user, L"keying.borders", L"8,0,8,0");
-    SetText(user, L"process.threads", L"many");
-    SetNumber(user, L"gpu_mode", -1);
-    SetNumber(user, L"output.thread", 0);
-    SetText(user, L"my.own", L"gr\u00fcn");
+    SetValue(user, L"keying.borders", REG_SZ, L"8,0,8,0");
+    SetValue(user, L"process.threads", REG_SZ, L"many");
+    SetValue(user, L"gpu_mode", REG_DWORD, int32_t{-1});
+    SetValue(user, L"output.thread", REG_DWORD, int32_t{0});
+    SetValue(user, L"my.own", REG_SZ, L"gr\u00fcn");
     const BYTE arrBytes[3] = {1, 2, 3};
-    ASSERT_EQ(RegSetKeyValueW(user.Key(), c_pwszKey, L"output.argb", REG_BINARY, arrBytes, 3), ERROR_SUCCESS);
+    SetValue(user, L"output.argb", REG_BINARY, arrBytes);
 
     const auto cpProps = module.Create<IZProps>(CLSID_ZChromaKey);
     EXPECT_EQ(OptionOf(cpProps.Get(), L"keying.borders"), L"8,0,8,0");
@@ -48,7 +41,7 @@ TEST(UserDefaults, AreReadOnceWhenAnObjectIsMade)
 
     EXPECT_EQ(cpProps->PropsSet(L"gpu_mode", L"0"), S_OK);
     EXPECT_EQ(OptionOf(cpProps.Get(), L"gpu_mode"), L"0");
-    SetNumber(user, L"gpu_mode", 1);
+    SetValue(user, L"gpu_mode", REG_DWORD, int32_t{1});
     EXPECT_EQ(cpProps->PropsSet(L"gpu_mode", nullptr), S_OK);
     EXPECT_EQ(OptionOf(cpProps.Get(), L"gpu_mode"), L"-1") << "the default of when the object was made";
     EXPECT_EQ(OptionOf(module.Create<IZProps>(CLSID_ZChromaKey).Get(), L"gpu_mode"), L"1");

@@ -315,7 +315,6 @@ TEST_F(CKeyEditTest, IsSavedAndLoadedWithItsOptions)
     const STATE stateBefore = State();
     const CLogCatcher log(eZLog_Error);
     EXPECT_EQ(m_cpKey->PersistLoad(L"<zl-root>\n<ZChromaKey"), E_INVALIDARG);
-    EXPECT_GT(log.Count("line 2, column"), 0u);
     EXPECT_EQ(m_cpKey->PersistLoad(L"no/such/file.xml"), E_FAIL);
     EXPECT_GT(log.Count("no/such/file.xml"), 0u);
     EXPECT_EQ(m_cpKey->PersistLoad(nullptr), E_POINTER);

@@ -74,6 +74,13 @@ eGPU_Type DX_GPUType(IUnknown* _pDeviceOrChild)
     return DX_GPUTypeOf(desc.VendorId);
 }
 
+bool DX_IsSoftware(IUnknown* _pDeviceOrChild)
+{
+    const auto cpAdapter = ZQuery<IDXGIAdapter1>(DX_AdapterGet(_pDeviceOrChild));
+    DXGI_ADAPTER_DESC1 desc = {};
+    return cpAdapter && SUCCEEDED(cpAdapter->GetDesc1(&desc)) && (desc.Flags & DXGI_ADAPTER_FLAG_SOFTWARE);
+}
+
 bool DX_SameAdapter(IUnknown* _pObject1, IUnknown* _pObject2)
 {
     const auto cpAdapter1 = DX_AdapterGet(_pObject1);

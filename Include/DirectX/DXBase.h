@@ -23,6 +23,7 @@ DX_INTERFACE_ID(ID3D11Query)
 DX_INTERFACE_ID(ID3D11PixelShader)
 DX_INTERFACE_ID(ID3D10Multithread)
 DX_INTERFACE_ID(IDXGIAdapter)
+DX_INTERFACE_ID(IDXGIAdapter1)
 DX_INTERFACE_ID(IDXGIDevice)
 DX_INTERFACE_ID(IDXGIResource)
 #undef DX_INTERFACE_ID
@@ -57,6 +58,8 @@ eGPU_Type DX_GPUTypeOf(uint32_t _nVendorId);
 CZPtr<IDXGIAdapter> DX_AdapterGet(IUnknown* _pDeviceOrChild);
 /// The kind of adapter a device or device child is on; eGPU_Other when it cannot be found (asserted "cpAdapter").
 eGPU_Type DX_GPUType(IUnknown* _pDeviceOrChild);
+/// Whether a device or device child is on an adapter that calls itself software: the processor draws.
+bool DX_IsSoftware(IUnknown* _pDeviceOrChild);
 /// Whether two objects are on one adapter: locally unique identifiers are compared.
 bool DX_SameAdapter(IUnknown* _pObject1, IUnknown* _pObject2);
 /// Whether two interfaces are of one object: identity pointers are compared. Null equals nothing.

@@ -28,7 +28,8 @@ constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
      "Hand the work to the GPU as soon as it is recorded. For hosts whose own work waits in the same context."},
     {"gpu_mode", eCKOptionType_Int, "-1",
      "0: key on the CPU; 1: on the GPU, and fail where that fails; other values: on the GPU, and on the CPU where that "
-     "fails. Where there is no device, frames go to the CPU, and one is looked for every few seconds."},
+     "fails. Where there is no device, frames go to the CPU, and one is looked for every few seconds; one that is "
+     "software is used with 1 only."},
     {"keying.borders", eCKOptionType_Borders, "",
      "Left, top, right and bottom border in pixels; the result is the frame less these borders, left and right edge "
      "rounded up to multiples of 8. Frames in a texture are keyed whole."},

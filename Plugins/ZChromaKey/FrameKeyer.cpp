@@ -184,7 +184,7 @@ HRESULT CFrameKeyer::RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, co
 {
     HRESULT hr = GPUInput(_pFrame, &_pFrames->workGPU);
     const GPU_KEY_OPTIONS options = {m_options->bOutputARGB, m_options->bGPUFlush, Img_MatrixOf(_vidProps),
-                                     m_options->nChange};
+                                     m_options->nGPUMode == eCKGPU_Only, m_options->nChange};
     if (SUCCEEDED(hr))
         hr = m_upGPU->ProcessFrame(_pFrames->workGPU.cpFrame.Get(), _key, options, _pFrames->cpFrameGPU.Put());
     _pFrames->vecFramesGPU = m_upGPU->FramesTake();

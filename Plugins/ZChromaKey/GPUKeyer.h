@@ -15,6 +15,7 @@ struct GPU_KEY_OPTIONS
     bool bOutputARGB;   ///< the result is ARGB32, whatever the input is
     bool bFlushContext; ///< hand the recorded work to the GPU before the result is waited for
     eZYMatrix eMatrix;  ///< of YUV pictures, and what YUV keys of them are measured with
+    bool bSoftware;     ///< make a device also where the processor stands in for a graphics card
     uint64_t nChange;   ///< of the options: a device that could not be had is asked for again at once when it changes
 };
 

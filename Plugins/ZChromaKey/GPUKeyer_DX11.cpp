@@ -21,7 +21,10 @@ public:
     HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, const GPU_KEY_OPTIONS& _options,
                          IZFFrame** _ppFrameRes) override
     {
-        const HRESULT hr = GPU_TextureOf(_pFrame) ? S_OK : DeviceEnsure(_options.nChange);
+        const bool bTexture = static_cast<bool>(GPU_TextureOf(_pFrame));
+        if (bTexture)
+            m_bSoftware = false; // whatever its device is, the host has chosen it
+        const HRESULT hr = bTexture ? S_OK : DeviceEnsure(_options);
         if (FAILED(hr))
             return hr;
         return m_keyer.Key(
@@ -41,25 +44,38 @@ public:
 
 private:
     /// A device for frames that bring none.
-    HRESULT DeviceEnsure(uint64_t _nChange)
+    HRESULT DeviceEnsure(const GPU_KEY_OPTIONS& _options)
     {
-        const HRESULT hrRemoved =
-            m_keyer.DeviceGet() ? m_keyer.DeviceGet()->Device()->GetDeviceRemovedReason() : DXGI_ERROR_DEVICE_REMOVED;
-        if (SUCCEEDED(hrRemoved))
-            return S_OK;
+        const HRESULT hrNow = DeviceCheck(_options);
+        if (SUCCEEDED(hrNow))
+            return hrNow;
         m_keyer.Close();
         const auto timeNow = std::chrono::steady_clock::now();
-        if (m_attempt && m_attempt->nChange == _nChange && timeNow - m_attempt->time < c_timeRetry)
-            return FAILED(m_attempt->hr) ? m_attempt->hr : hrRemoved;
+        if (m_attempt && m_attempt->nChange == _options.nChange &&
+            (m_attempt->hr == E_NOTIMPL || timeNow - m_attempt->time < c_timeRetry))
+            return FAILED(m_attempt->hr) ? m_attempt->hr : hrNow;
         HRESULT hr = m_keyer.DeviceInit(nullptr);
         if (SUCCEEDED(hr))
-            hr = m_keyer.DeviceGet()->Device()->GetDeviceRemovedReason();
-        m_attempt = {hr, timeNow, _nChange};
+        {
+            m_bSoftware = DX_IsSoftware(m_keyer.DeviceGet()->Device());
+            SystemInfo_Log(*m_keyer.DeviceGet());
+            hr = DeviceCheck(_options);
+        }
         if (FAILED(hr))
             m_keyer.Close();
-        else
-            SystemInfo_Log(*m_keyer.DeviceGet());
+        if (hr == E_NOTIMPL)
+            ZLog(eZLog_Info, "GPUKeyer: the adapter is no graphics card but the processor, which keys faster without "
+                             "Direct3D; \"gpu_mode\" 1 uses it all the same\n");
+        m_attempt = {hr, timeNow, _options.nChange};
         return hr;
+    }
+
+    /// Whether there is a device to go on with. E_NOTIMPL: one that takes longer than the CPU.
+    HRESULT DeviceCheck(const GPU_KEY_OPTIONS& _options) const
+    {
+        const DX11Device* const pDevice = m_keyer.DeviceGet();
+        const HRESULT hr = pDevice ? pDevice->Device()->GetDeviceRemovedReason() : DXGI_ERROR_DEVICE_REMOVED;
+        return SUCCEEDED(hr) && m_bSoftware && !_options.bSoftware ? E_NOTIMPL : hr;
     }
 
     /// The last device that was asked for.
@@ -71,6 +87,7 @@ private:
     };
 
     GPUChromaKey m_keyer;
+    bool m_bSoftware = false; ///< of a device that was made here
     std::optional<ATTEMPT> m_attempt;
 };
 

@@ -72,6 +72,7 @@ using HOOK_REMOVEDREASON = CMethodHook<&ID3D11Device::GetDeviceRemovedReason, 39
 using HOOK_MAP = CMethodHook<&ID3D11DeviceContext::Map, 14>;
 using HOOK_GETDATA = CMethodHook<&ID3D11DeviceContext::GetData, 29>;
 using HOOK_ADAPTERDESC = CMethodHook<&IDXGIAdapter::GetDesc, 8>;
+using HOOK_ADAPTERDESC1 = CMethodHook<&IDXGIAdapter1::GetDesc1, 10>;
 using HOOK_SHAREDHANDLE = CMethodHook<&IDXGIResource::GetSharedHandle, 8>;
 
 /// What is logged when the first, the second ... call of a method fails.

@@ -180,6 +180,17 @@ TEST_F(GpuPlugin, AsksForAMissingDeviceNotWithEveryFrame)
     EXPECT_EQ(log.Count(") GPU Processed(0) OK"), 1u);
 }
 
+/// Adapters are said to be software, or not, while it lives.
+HOOK_ADAPTERDESC1 SoftwareHook(bool _bSoftware)
+{
+    return HOOK_ADAPTERDESC1(ZQuery<IDXGIAdapter1>(DX_AdapterGet(Gpu_Device())).Get(),
+                             [_bSoftware](auto _pfnOriginal, IDXGIAdapter1* _pThis, DXGI_ADAPTER_DESC1* _pDesc) {
+                                 const HRESULT hr = _pfnOriginal(_pThis, _pDesc);
+                                 _pDesc->Flags = _bSoftware ? UINT{DXGI_ADAPTER_FLAG_SOFTWARE} : 0;
+                                 return hr;
+                             });
+}
+
 HRESULT WINAPI CountedDevice(IDXGIAdapter* _pAdapter, D3D_DRIVER_TYPE _eDriver, HMODULE _hSoftware, UINT _nFlags,
                              const D3D_FEATURE_LEVEL* _pLevels, UINT _nLevels, UINT _nVersion, ID3D11Device** _ppDevice,
                              D3D_FEATURE_LEVEL* _peLevel, ID3D11DeviceContext** _ppContext)
@@ -191,6 +202,7 @@ HRESULT WINAPI CountedDevice(IDXGIAdapter* _pAdapter, D3D_DRIVER_TYPE _eDriver, 
 
 TEST_F(GpuPlugin, MakesNoDeviceAfterTheOtherWhenAllAreRemoved)
 {
+    const auto hookAdapter = SoftwareHook(false);
     DX_FUNCTIONS functions = DX_Functions();
     g_pfnCreateDevice = functions.pfnD3D11CreateDevice;
     functions.pfnD3D11CreateDevice = &CountedDevice;
@@ -218,6 +230,25 @@ TEST_F(GpuPlugin, MakesNoDeviceAfterTheOtherWhenAllAreRemoved)
     EXPECT_EQ(g_nDevicesAsked, 3);
     EXPECT_EQ(log.Count(") GPU Processed(0) OK"), 2u);
     DX_FunctionsSet(nullptr);
+}
+
+TEST_F(GpuPlugin, LeavesASoftwareAdapterAloneUnlessTold)
+{
+    const auto hook = SoftwareHook(true);
+    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+    const CLogCatcher log;
+    size_t nOnGPU = 0;
+    for (const wchar_t* const pwszMode : {L"-1", L"1", L"-1"})
+        for (int n = 0; n < 3; ++n)
+        {
+            EXPECT_TRUE(AttachmentOf(Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get(), pwszMode).Get(), L"mask"));
+            nOnGPU += *pwszMode == L'1';
+            EXPECT_EQ(log.Count(") GPU Processed(0) OK"), nOnGPU);
+        }
+    EXPECT_EQ(log.Count("no graphics card but the processor", eZLog_Info), 2u) << "once for each change of the mode";
+    EXPECT_EQ(log.Count("D3D11CreateDevice("), 3u);
+    EXPECT_EQ(log.Count("", eZLog_Error), 0u);
 }
 
 TEST_F(GpuPlugin, LetsGoOfFramesBehindItsLocks)

@@ -11,7 +11,7 @@
 /// Takes over a text that a call handed out; empty where there is none.
 inline std::wstring TakeText(BSTR _bsText)
 {
-    const std::wstring wstrText(_bsText ? _bsText : L"", SysStringLen(_bsText));
+    std::wstring wstrText(_bsText ? _bsText : L"", SysStringLen(_bsText));
     SysFreeString(_bsText);
     return wstrText;
 }

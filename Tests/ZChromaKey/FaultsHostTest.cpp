@@ -280,10 +280,10 @@ TEST(FaultsHosts, CallFromManyThreadsAtOnce)
         EXPECT_EQ(_n % 4 ? cpKeyer->OnMediaFlush() : cpKeyer->Close(), S_OK);
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     };
-    const std::vector<std::function<void(int)>> vecSteps = {fnFrames, fnFrames,  fnFrames,   fnSaveAndLoad,
-                                                            fnEdit,   fnOptions, fnInterrupt};
+    const std::function<void(int)> arrSteps[] = {fnFrames, fnFrames,  fnFrames,   fnSaveAndLoad,
+                                                 fnEdit,   fnOptions, fnInterrupt};
     std::vector<std::thread> vecThreads;
-    for (const std::function<void(int)>& fnStep : vecSteps)
+    for (const std::function<void(int)>& fnStep : arrSteps)
         vecThreads.emplace_back([&bStop, fnStep] {
             for (int n = 0; !bStop; ++n)
                 fnStep(n);

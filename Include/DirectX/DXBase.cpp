@@ -29,6 +29,14 @@ constexpr uint32_t c_arrVendors[][2] = {
     {eGPU_AMD, 0x1022},
 };
 
+eGPU_Type GPUTypeOf(uint32_t _nVendorId)
+{
+    for (const auto& arrRow : c_arrVendors)
+        if (_nVendorId == arrRow[0] || _nVendorId == arrRow[1])
+            return static_cast<eGPU_Type>(arrRow[0]);
+    return eGPU_Other;
+}
+
 } // namespace
 
 const DX_FUNCTIONS& DX_Functions()
@@ -48,14 +56,6 @@ void DX_FunctionsSet(const DX_FUNCTIONS* _pFunctionsOrNull)
     g_pFunctionsForTests = _pFunctionsOrNull;
 }
 
-eGPU_Type DX_GPUTypeOf(uint32_t _nVendorId)
-{
-    for (const auto& arrRow : c_arrVendors)
-        if (_nVendorId == arrRow[0] || _nVendorId == arrRow[1])
-            return static_cast<eGPU_Type>(arrRow[0]);
-    return eGPU_Other;
-}
-
 CZPtr<IDXGIAdapter> DX_AdapterGet(IUnknown* _pDeviceOrChild)
 {
     const auto cpDXGI = ZQuery<IDXGIDevice>(DX_DeviceOf(_pDeviceOrChild));
@@ -71,7 +71,7 @@ eGPU_Type DX_GPUType(IUnknown* _pDeviceOrChild)
     DXGI_ADAPTER_DESC desc = {};
     if (!Z_VERIFY(cpAdapter) || FAILED(cpAdapter->GetDesc(&desc)))
         return eGPU_Other;
-    return DX_GPUTypeOf(desc.VendorId);
+    return GPUTypeOf(desc.VendorId);
 }
 
 bool DX_IsSoftware(IUnknown* _pDeviceOrChild)

@@ -53,7 +53,6 @@ enum eGPU_Type : uint32_t
 };
 static_assert(sizeof(eGPU_Type) == sizeof(DWORD));
 
-eGPU_Type DX_GPUTypeOf(uint32_t _nVendorId);
 /// The adapter that a device, or the device of a device child, is on; empty when it cannot be found.
 CZPtr<IDXGIAdapter> DX_AdapterGet(IUnknown* _pDeviceOrChild);
 /// The kind of adapter a device or device child is on; eGPU_Other when it cannot be found (asserted "cpAdapter").

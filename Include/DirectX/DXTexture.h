@@ -87,7 +87,7 @@ private:
 class CDX11Allocator final : public CZUnknown<IDX11Allocator>
 {
 public:
-    static constexpr size_t c_nTexturesMax = 16;
+    static constexpr size_t c_nTexturesMax = 8; ///< a frame takes at most seven at a time
 
     static HRESULT Create(IDX11Allocator** _ppAllocator);
 

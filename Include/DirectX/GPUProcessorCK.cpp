@@ -31,11 +31,6 @@ bool IsSamePicture(const ZF_VID_PROPS& _vidPropsA, const ZF_VID_PROPS& _vidProps
            std::abs(int64_t{_vidPropsA.nHeight}) == std::abs(int64_t{_vidPropsB.nHeight});
 }
 
-HRESULT FailureOf(HRESULT _hr)
-{
-    return FAILED(_hr) ? _hr : E_UNEXPECTED;
-}
-
 } // namespace
 
 CDXPassLock::CDXPassLock(ID3D11Device* _pDevice)
@@ -69,24 +64,17 @@ CZPtr<IDX11Texture> GPU_TextureOf(IZFFrame* _pFrame)
 
 HRESULT GPUStage::Failed(const char* _pszOperation, const char* _pszMessage, HRESULT _hr) const
 {
-    const HRESULT hr = FailureOf(_hr);
+    const HRESULT hr = FAILED(_hr) ? _hr : E_UNEXPECTED;
     ZLog(eZLog_Error, "%hs::%hs: %hs hr=%08X\n", m_strName, _pszOperation, _pszMessage, hr);
     return hr;
 }
 
 GPUProcessorCore::GPUProcessorCore(const char* _pszClass)
-    : m_strName(ZFormat("GPUProcessorBase<class %hs>", _pszClass))
-    , m_uploader(m_strName + "::Uploader")
-    , m_renderer(m_strName + "::Renderer")
-    , m_downloader(m_strName + "::Downloader")
+    : GPUStage(ZFormat("GPUProcessorBase<class %hs>", _pszClass))
+    , m_uploader(Name() + "::Uploader")
+    , m_renderer(Name() + "::Renderer")
+    , m_downloader(Name() + "::Downloader")
 {
-}
-
-HRESULT GPUProcessorCore::Failed(const char* _pszOperation, const char* _pszMessage, HRESULT _hr) const
-{
-    const HRESULT hr = FailureOf(_hr);
-    ZLog(eZLog_Error, "%hs::%hs: %hs hr=%08X\n", m_strName, _pszOperation, _pszMessage, hr);
-    return hr;
 }
 
 HRESULT GPUProcessorCore::DeviceInit(IUnknown* _pSourceOrNull)

@@ -63,7 +63,7 @@ GPU_TARGET GPU_TargetOf(const ZF_VID_PROPS& _vidProps);
 /// RGB formats top-down.
 CZPtr<IDX11Texture> GPU_TextureOf(IZFFrame* _pFrame);
 
-/// What the stages have in common: how they log.
+/// What the pipeline and its stages have in common: how they log.
 class GPUStage
 {
 protected:
@@ -72,6 +72,10 @@ protected:
     {
     }
     ~GPUStage() = default;
+    const std::string& Name() const
+    {
+        return m_strName;
+    }
     /// Logs a message under the operation's qualified name and returns the code; a success counts as E_UNEXPECTED.
     HRESULT Failed(const char* _pszOperation, const char* _pszMessage, HRESULT _hr) const;
 
@@ -162,7 +166,7 @@ private:
 };
 
 /// The part of the pipeline that is the same for all processors. For GPUProcessorBase.
-class GPUProcessorCore
+class GPUProcessorCore : protected GPUStage
 {
 public:
     GPUProcessorCore(const GPUProcessorCore&) = delete;
@@ -216,11 +220,6 @@ protected:
     {
         return m_bGPUFrame;
     }
-    /// Whether TexIn() holds the two fields one above the other.
-    bool IsFieldSplitIn() const
-    {
-        return m_bFields;
-    }
     /// A pass into a texture that goes back to the cache with its last reference.
     HRESULT Render(IDX11Texture* _pTexIn, const GPU_PASS& _pass, const GPU_TARGET& _target,
                    IDX11Texture** _ppTexOutput);
@@ -228,13 +227,11 @@ protected:
     HRESULT GetGPUFrame(IDX11Texture* _pTexture, IZFFrame** _ppFrameOut);
     /// A result in system memory; _vidPropsOut says orientation and stride. It waits for the GPU.
     HRESULT GetPlainFrame(IDX11Texture* _pTexture, const ZF_VID_PROPS& _vidPropsOut, IZFFrame** _ppFrameOut);
-    HRESULT Failed(const char* _pszOperation, const char* _pszMessage, HRESULT _hr) const;
     ///@}
 
 private:
     HRESULT PutTexture(const CZPtr<IDX11Texture>& _cpTexture, const ZF_VID_PROPS& _vidPropsFrame);
 
-    std::string m_strName;
     Uploader m_uploader;
     Renderer m_renderer;
     Downloader m_downloader;

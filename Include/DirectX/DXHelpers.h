@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+struct IDX11Texture;
+
 /// \name Named data
 /// Values kept in the private data of a device or device child, under a 16-byte identifier made from the whole name.
 /// E_INVALIDARG for null arguments (asserted).
@@ -107,4 +109,7 @@ HRESULT DX_TextureMakeCompatible(ID3D11Texture2D* _pTexture, ID3D11Device* _pDev
 /// Copies a whole texture on the target's context, once the source is complete; from another device of the same
 /// adapter too. A source that is not complete in time is logged, and copied as it is.
 HRESULT DX_TextureCopy(ID3D11Texture2D* _pTextureTo, ID3D11Texture2D* _pTextureFrom);
+/// The same for two pictures of one pixel format. E_INVALIDARG (asserted) where the texture has another format than the
+/// pixels, unless they are packed 4:2:2.
+HRESULT DX_TextureCopy(IDX11Texture* _pPictureTo, IDX11Texture* _pPictureFrom);
 ///@}

@@ -4,6 +4,7 @@
 
 #include "Base/ZAssert.h"
 #include "Base/ZLog.h"
+#include "DirectX/DXTexture.h"
 
 #include <chrono>
 
@@ -161,4 +162,23 @@ HRESULT DX_TextureCopy(ID3D11Texture2D* _pTextureTo, ID3D11Texture2D* _pTextureF
     cpContextTo->CopyResource(_pTextureTo, cpTextureLocal.Get());
     // Mapping a staging texture waits by itself; readers of any other one wait for its marker, which is an old one yet.
     return IsStaging(_pTextureTo) ? S_OK : DX_QuerySet(_pTextureTo);
+}
+
+HRESULT DX_TextureCopy(IDX11Texture* _pPictureTo, IDX11Texture* _pPictureFrom)
+{
+    ZF_VID_PROPS vidPropsTo = {};
+    ZF_VID_PROPS vidPropsFrom = {};
+    CZPtr<ID3D11Texture2D> cpTextureTo;
+    CZPtr<ID3D11Texture2D> cpTextureFrom;
+    if (!Z_VERIFY(_pPictureTo && _pPictureFrom) || FAILED(_pPictureTo->VideoPropsGet(&vidPropsTo)) ||
+        FAILED(_pPictureFrom->VideoPropsGet(&vidPropsFrom)) || vidPropsTo.fccType != vidPropsFrom.fccType)
+        return E_INVALIDARG;
+    const uint32_t eFCCTex = vidPropsFrom.fccType;
+    const bool bSameFormat = eFCCTex == eZFCC_RGB32 || eFCCTex == eZFCC_ARGB32 || eFCCTex == eZFCC_RGB8;
+    if (!bSameFormat && !Z_VERIFY(eFCCTex == eZFCC_HDYC || eFCCTex == eZFCC_UYVY || eFCCTex == eZFCC_YUY2))
+        return E_INVALIDARG;
+    HRESULT hr = _pPictureTo->TextureGet(cpTextureTo.Put());
+    if (SUCCEEDED(hr))
+        hr = _pPictureFrom->TextureGet(cpTextureFrom.Put());
+    return SUCCEEDED(hr) ? DX_TextureCopy(cpTextureTo.Get(), cpTextureFrom.Get()) : hr;
 }

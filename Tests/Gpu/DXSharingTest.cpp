@@ -1,4 +1,5 @@
 #include "DirectX/DXHelpers.h"
+#include "DirectX/DXTexture.h"
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/GpuEnvironment.h"
 #include "Support/LogCatcher.h"
@@ -195,4 +196,29 @@ TEST(DXSharing, CopiesOnceTheSourceIsDone)
     CFakeGPU gpu(cpContextOther.Get(), {DXGI_ERROR_DEVICE_REMOVED});
     const CFakeSharing sharing(cpForeign.Get(), Gpu_Device(), S_OK, cpSource.Get());
     EXPECT_EQ(DX_TextureCopy(cpTarget2.Get(), cpForeign.Get()), DXGI_ERROR_DEVICE_REMOVED);
+}
+
+TEST(DXSharing, CopiesPicturesOfOneFormat)
+{
+    const std::vector<uint8_t> vecPicture(4 * 4 * 4, 7);
+    const std::vector<uint8_t> vecOther(4 * 4 * 4, 8);
+    const auto cpFrom = Gpu_Texture(4, 4, DXGI_FORMAT_B8G8R8A8_UNORM, vecPicture);
+    const auto fnPicture = [](ID3D11Texture2D* _pTexture, uint32_t _fccType) {
+        ZF_VID_PROPS vidProps = {};
+        vidProps.fccType = _fccType;
+        CZPtr<IDX11Texture> cpPicture;
+        EXPECT_EQ(DX11Texture::CreateExternal(_pTexture, vidProps, cpPicture.Put()), S_OK);
+        return cpPicture;
+    };
+    const CLogCatcher log;
+    for (const auto& [fccTo, fccFrom, hr] : {std::tuple{eZFCC_UYVY, eZFCC_UYVY, S_OK},
+                                             {eZFCC_ARGB32, eZFCC_ARGB32, S_OK},
+                                             {eZFCC_UYVY, eZFCC_HDYC, E_INVALIDARG},
+                                             {eZFCC_v210, eZFCC_v210, E_INVALIDARG}})
+    {
+        const auto cpTo = Gpu_Texture(4, 4, DXGI_FORMAT_B8G8R8A8_UNORM, vecOther);
+        EXPECT_EQ(DX_TextureCopy(fnPicture(cpTo.Get(), fccTo).Get(), fnPicture(cpFrom.Get(), fccFrom).Get()), hr);
+        EXPECT_EQ(Gpu_Read(cpTo.Get()) == vecPicture, hr == S_OK);
+    }
+    EXPECT_EQ(log.Count("eFCCTex == eZFCC_HDYC || eFCCTex == eZFCC_UYVY || eFCCTex == eZFCC_YUY2"), 1u);
 }

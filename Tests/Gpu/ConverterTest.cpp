@@ -200,8 +200,10 @@ TEST(VideoProcessor, MakesPackedVideo)
     ASSERT_EQ(DXV11Processor_Get(&map, cpWrapper.Get(), cpSame.Put()), S_OK);
     EXPECT_EQ(cpSame.Get(), cpProcessor.Get());
 
-    const PICTURE top = Twin_Random(eZFCC_ARGB32, 8, 4, 1);
-    const PICTURE bottom = Twin_Random(eZFCC_ARGB32, 8, 4, 2);
+    PICTURE top = ShaderTwin::Make(eZFCC_ARGB32, 8, 4); // pairs of pure colours, which the ranges cut
+    for (int n = 0; n < 8 * 4 * 4; ++n)
+        top.arrBytes[static_cast<size_t>(n)] = n / 8 >> (n % 4) & 1;
+    const PICTURE bottom = Twin_Random(eZFCC_ARGB32, 8, 4);
     const CZPtr<IDX11Texture> cpTop = TextureOf(top);
     const CZPtr<IDX11Texture> cpBottom = TextureOf(bottom);
     std::array<float, 12> arrCrossed = Shader_MatrixRGB2YUV(eSYM_709);

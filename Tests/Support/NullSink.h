@@ -3,7 +3,7 @@
 #include "Base/ZLog.h"
 
 /// Takes log lines and keeps none: their texts are made all the same. Uses no memory, and lives longer than its use.
-class CNullSink final : public IZLogSink
+class CNullSink : public IZLogSink
 {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** _ppvObject) override

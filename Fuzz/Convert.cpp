@@ -57,7 +57,7 @@ void CheckFrames(CByteReader& _in)
         FUZZ_REQUIRE(FuzzFrame_Read(cpClone.Get(), eZFP_Flip));
     ZF_VID_PROPS vidAny = _in.Take<ZF_VID_PROPS>();
     CZPtr<IZFFrame> cpNew;
-    if (int64_t{vidAny.nWidth} * vidAny.nHeight < 1 << 16 && std::abs(int64_t{vidAny.nRowBytes}) < 1 << 16 &&
+    if (std::abs(int64_t{vidAny.nWidth} * vidAny.nHeight) < 1 << 16 && std::abs(int64_t{vidAny.nRowBytes}) < 1 << 16 &&
         vidAny.eVideoFormat == 0)
         static_cast<void>(cpOf->FrameCreate(&vidAny, cpNew.Put()));
 }

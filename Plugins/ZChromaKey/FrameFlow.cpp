@@ -118,23 +118,29 @@ void CFrameFlow::OutputThread()
         CZWorkerThread::EndCurrent(std::exchange(m_fnAbandoned, {}));
 }
 
-void CFrameFlow::Flush()
+/// Takes out what is finished, and marks what is under way.
+CFrameFlow::RESULT CFrameFlow::Drop()
 {
-    RESULT resDropped; // released behind the lock
     const std::lock_guard lock(m_mtxSlots);
     m_bDrop = true;
-    resDropped = std::exchange(m_resOut, {});
+    return std::exchange(m_resOut, {});
+}
+
+void CFrameFlow::Flush()
+{
+    Drop();
 }
 
 HRESULT CFrameFlow::Close(uint32_t _nMaxMs)
 {
+    CZPtr<IZFFrame> cpDropped; // both are released behind the lock: the host's frames may call back
+    RESULT resDropped;
     const std::lock_guard lock(m_mtxThread);
-    Flush();
+    resDropped = Drop();
     const HRESULT hr = m_thrOutput->Stop(_nMaxMs);
     m_bStopping = FAILED(hr);
     if (m_bStopping)
         return hr;
-    CZPtr<IZFFrame> cpDropped;
     {
         const std::lock_guard lockSlots(m_mtxSlots);
         cpDropped = std::exchange(m_cpFrameIn, {}); // a frame that the thread had not begun

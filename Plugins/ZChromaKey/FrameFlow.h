@@ -65,6 +65,7 @@ private:
     HRESULT Process(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) const;
     HRESULT ThreadStart();
     RESULT Swap(IZFFrame* _pFrameOrNull, const std::string& _strFrame);
+    RESULT Drop();
     void OutputThread();
 
     PROCESS m_fnProcess;

@@ -283,6 +283,7 @@ TEST(FaultsHosts, CallFromManyThreadsAtOnce)
     const std::function<void(int)> arrSteps[] = {fnFrames, fnFrames,  fnFrames,   fnSaveAndLoad,
                                                  fnEdit,   fnOptions, fnInterrupt};
     std::vector<std::thread> vecThreads;
+    vecThreads.reserve(std::size(arrSteps));
     for (const std::function<void(int)>& fnStep : arrSteps)
         vecThreads.emplace_back([&bStop, fnStep] {
             for (int n = 0; !bStop; ++n)

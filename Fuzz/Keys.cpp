@@ -121,6 +121,11 @@ void CheckState(CByteReader& _in)
             state.Reset();
         }
         static_cast<void>(state.KeyForSampling());
+        CHROMA_KEY_RAW keySet = {};
+        CK_ADJUST adjustSet = {};
+        state.RawGet(&keySet, &adjustSet);
+        const CHROMA_KEY_RAW keyAdjusted = KeyAdjust_Apply(keySet, adjustSet), keyOfFrames = state.KeyGet();
+        FUZZ_REQUIRE(std::memcmp(&keyAdjusted, &keyOfFrames, sizeof(keyOfFrames)) == 0);
     }
     const CHROMA_KEY_RAW key = state.KeyGet();
     const size_t nSteps = state.Step(INT32_MIN);

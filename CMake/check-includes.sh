@@ -22,7 +22,7 @@ declare -A may=(
 )
 
 # The engine and the objects share a folder; the engine's files are listed here.
-engine_files='^(CancelPlane|ChromaKey|MaskPost|KeySlice|WorkerPool|KeyPlan|KeyPool)\.'
+engine_files='^(CancelPlane|ChromaKey|MaskPost|KeySlice|KeyPlan|KeyPool)\.'
 
 box() { # path from the root of its include tree -> name of its box
   case "$1" in

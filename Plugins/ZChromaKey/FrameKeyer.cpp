@@ -176,7 +176,11 @@ HRESULT CFrameKeyer::GPUInput(IZFFrame* _pFrame, WORK_FRAME* _pWork)
 {
     *_pWork = {CZPtr<IZFFrame>(_pFrame), false, false};
     ZF_VID_PTR vidPtr = {};
-    return _pFrame->VideoPtrGet(eZFP_Stored, &vidPtr) == S_OK ? WorkFrame_Cut(m_options->rectBorders, _pWork) : S_OK;
+    if (_pFrame->VideoPtrGet(eZFP_Stored, &vidPtr) != S_OK)
+        return S_OK;
+    const HRESULT hr = WorkFrame_Cut(m_options->rectBorders, _pWork);
+    // The CPU converts first and cuts to the pixel: only it can give the result that size.
+    return SUCCEEDED(hr) && m_options->bOutputARGB && _pWork->bWidened ? E_NOTIMPL : hr;
 }
 
 HRESULT CFrameKeyer::RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,

@@ -76,8 +76,10 @@ HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork)
              nHeight, hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
-    *_pWork = {std::move(cpRect), true, _pWork->bOwnPixels};
-    return S_OK;
+    hr = cpRect->VideoPropsGet(&vidProps);
+    const bool bWidened = vidProps.nWidth != nX2 - nX1 || ZAbs32(vidProps.nHeight) != nY2 - nY1;
+    *_pWork = {std::move(cpRect), true, _pWork->bOwnPixels, bWidened};
+    return hr;
 }
 
 HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork)

@@ -11,6 +11,7 @@ struct WORK_FRAME
     CZPtr<IZFFrame> cpFrame;
     bool bOwnFrame = false;  ///< not the host's frame object: a mask may be attached
     bool bOwnPixels = false; ///< not the host's pixels: alpha and colours may be written
+    bool bWidened = false;   ///< more was cut out than the borders leave: chroma samples are whole
 };
 
 /// Cuts the borders off, if there are any: from column "left rounded up to a multiple of 8" to "width - right rounded

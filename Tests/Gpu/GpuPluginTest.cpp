@@ -111,6 +111,24 @@ TEST_F(GpuPlugin, GivesWhatTheCpuGives)
     EXPECT_EQ(log.Count("System: adapter "), 1u);
 }
 
+TEST_F(GpuPlugin, LeavesBordersThroughChromaSamplesToTheCpu)
+{
+    const CLogCatcher log;
+    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+    Set(L"output.argb", L"true");
+    const auto cpFrame = TestFrame_Make(eZFCC_YV12, 96, 32);
+    for (const auto& [pwszBorders, nKeyed] : {std::pair(L"8,4,8,2", 1u), std::pair(L"8,3,8,3", 1u)})
+    {
+        Set(L"keying.borders", pwszBorders);
+        const auto cpGPU = Receive(cpFrame.Get(), L"-1");
+        const auto cpCPU = Receive(cpFrame.Get(), L"0");
+        ASSERT_TRUE(cpGPU && cpCPU);
+        ExpectSame(cpGPU.Get(), cpCPU.Get());
+        EXPECT_EQ(log.Count(") GPU Processed(0) OK"), nKeyed) << pwszBorders;
+    }
+}
+
 TEST_F(GpuPlugin, SaysWhereColourCancelHasNoEffect)
 {
     CHROMA_KEY_RAW key = TestKey(eCKT_RGB);

@@ -188,8 +188,8 @@ TEST_F(CoZChromaKey, DrawsTheTimeIntoPictureAndMask)
         // the zero that all time codes start with: its top row is white in three of five columns
         std::string strTop;
         for (size_t nX = 0; nX < 9 * nScale; nX += nScale)
-            strTop += vecRes[4 * (2 * nScale * 320 + nX) + 1] > 200 ? 'X' : '.';
-        EXPECT_EQ(strTop, "...XXX...");
+            strTop += vecRes[4 * (2 * nScale * 320 + nX) + 1] > 200 ? '#' : '.';
+        EXPECT_EQ(strTop, "...###...");
         EXPECT_LT(vecRes[1], 20) << "the background";
         EXPECT_EQ(RowOf(MaskOf(cpRes.Get()).Get(), 0)[0], 255) << "the box is not transparent";
         const auto nBelow = static_cast<ptrdiff_t>(4 * 320 * 11 * nScale); // the rows below the box

@@ -116,7 +116,15 @@ private:
         const int nMostThreads = _warm.nThreads + 2 * (m_command.nThreadsMax + 1);
         if (m_nMostThreads > nMostThreads && !m_command.bGPU) // a graphics driver has threads of its own
             throw CZHostError(ZFormat("%d threads ran at a time; two objects need %d", m_nMostThreads, nMostThreads));
-        if (m_command.bNoMemory)
+        if (!m_command.bNoMemory)
+            CompareMemory(_warm, _end);
+    }
+    void CompareMemory(const PLATFORM_USAGE& _warm, const PLATFORM_USAGE& _end) const
+    {
+        if (Share(_end.cbHeap - _warm.cbHeap, _warm.cbPeak) > c_dblMaxGrowth)
+            throw CZHostError(ZFormat("memory is lost: %.2f MB allocated without objects at the end, %.2f MB when warm",
+                                      MB(_end.cbHeap), MB(_warm.cbHeap)));
+        if (m_command.bGPU) // a graphics driver keeps shaders while its device is there, and freed memory for later
             return;
         // Stacks that the system keeps, and parts of libraries that came to use, are among it: some hundred KB.
         if (Share(_end.cbResident - _warm.cbResident, _warm.cbPeak) > c_dblMaxGrowth)
@@ -138,6 +146,7 @@ private:
                            100 * Share(_end.cbPeak - _warm.cbPeak, _warm.cbPeak));
         strText +=
             ZFormat("memory without objects\t%.2f MB, %.2f MB when warm\n", MB(_end.cbResident), MB(_warm.cbResident));
+        strText += ZFormat("allocated of it\t%.2f MB, %.2f MB when warm\n", MB(_end.cbHeap), MB(_warm.cbHeap));
         OutFile_Print(strText + ZFormat("threads\tmost %d, then %d, %d when warm\nhandles\t%d, %d when warm\n",
                                         m_nMostThreads, _end.nThreads, _warm.nThreads, _end.nHandles, _warm.nHandles));
     }
@@ -175,14 +184,16 @@ void Command_AddSoak(CLI::App& _app)
         ->capture_default_str();
     command.add_flag("--no-memory", spCommand->bNoMemory,
                      "Growing memory is no failure (for builds with a sanitizer, which keeps freed memory)");
-    command.add_flag("--gpu", spCommand->bGPU,
-                     "Key on the GPU where there is one; results are looked at for their size only");
+    command.add_flag(
+        "--gpu", spCommand->bGPU,
+        "Key on the GPU where there is one; results are looked at for their size only, memory for what is\n"
+        "allocated without objects: drivers keep more");
     command.footer(
         "Sizes, formats, key sets, adjustments, options, threads and objects change between frames; keys are\n"
         "picked, detected, saved and loaded. Every hundredth frame is held against the plain C++ path. After a\n"
         "minute (in runs under two minutes: half of the time) and at the end all objects are given back: no\n"
-        "threads or handles may have been added in between. Neither the memory in use then nor the most in\n"
-        "use at a time may have grown by more than 1 % of the most.\n\n"
+        "threads or handles may have been added in between. Neither the memory in use then (allocated,\n"
+        "resident) nor the most in use at a time may have grown by more than 1 % of the most.\n\n"
         "Examples:\n"
         "  zkhost soak --minutes 20\n"
         "  zkhost soak --minutes 1 --seed 7 --threads-max 4\n");

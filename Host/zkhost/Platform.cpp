@@ -100,6 +100,20 @@ BOOL WINAPI OnConsoleEvent(DWORD)
     return ++g_nInterrupts > c_nPatience ? FALSE : TRUE;
 }
 
+/// Bytes in the blocks that are taken from the heap of the process, which the runtime library allocates from.
+int64_t HeapInUse()
+{
+    const HANDLE hHeap = GetProcessHeap();
+    int64_t cbHeap = 0;
+    PROCESS_HEAP_ENTRY entry = {};
+    HeapLock(hHeap);
+    while (HeapWalk(hHeap, &entry))
+        if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY)
+            cbHeap += entry.cbData;
+    HeapUnlock(hHeap);
+    return cbHeap;
+}
+
 } // namespace
 
 std::vector<std::string> Platform_Arguments(int, char**)
@@ -151,6 +165,7 @@ PLATFORM_USAGE Platform_Usage()
         usage.cbResident = static_cast<int64_t>(counters.WorkingSetSize);
         usage.cbPeak = static_cast<int64_t>(counters.PeakWorkingSetSize);
     }
+    usage.cbHeap = HeapInUse();
     DWORD nHandles = 0;
     if (GetProcessHandleCount(GetCurrentProcess(), &nHandles))
         usage.nHandles = static_cast<int>(nHandles);
@@ -210,6 +225,17 @@ extern "C" void OnSignal(int _nSignal)
         std::signal(_nSignal, SIG_DFL);
 }
 
+int64_t HeapInUse()
+{
+#if defined(__GLIBC__)
+#if __GLIBC_PREREQ(2, 33)
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<int64_t>(info.uordblks + info.hblkhd);
+#endif
+#endif
+    return 0;
+}
+
 } // namespace
 
 std::vector<std::string> Platform_Arguments(int _nArgs, char** _ppszArgs)
@@ -245,6 +271,7 @@ uint32_t Platform_ProcessId()
 PLATFORM_USAGE Platform_Usage()
 {
     PLATFORM_USAGE usage;
+    usage.cbHeap = HeapInUse();
     std::ifstream file("/proc/self/status"); // lines "VmHWM:     1234 kB"
     std::string strName;
     int64_t nValue = 0;

@@ -6,9 +6,31 @@
 #include "Base/ZLog.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 #include <memory>
 
+namespace
+{
+
+/// The most that the decoder may allocate at a time. How long a piece of a file is, and what it unpacks to, is only the
+/// file's word: without a limit a hundred bytes take gigabytes.
+thread_local size_t g_cbDecoderMost = 0;
+thread_local bool g_bDecoderRefused = false;
+
+void* Decoder_Allocate(void* _pBlockOrNull, size_t _cbBlock)
+{
+    if (_cbBlock <= g_cbDecoderMost)
+        return std::realloc(_pBlockOrNull, _cbBlock);
+    g_bDecoderRefused = true;
+    return nullptr;
+}
+
+} // namespace
+
+#define STBI_MALLOC(cb) Decoder_Allocate(nullptr, cb)
+#define STBI_REALLOC(p, cb) Decoder_Allocate(p, cb)
+#define STBI_FREE(p) std::free(p)
 #define STBI_ONLY_PNG
 #define STBI_ONLY_JPEG
 #define STBI_NO_STDIO
@@ -97,7 +119,17 @@ void CheckJpegTables(const std::vector<uint8_t>& _vecFile, const std::string& _s
     throw CZHostError(
         ZFormat("%s cannot be read as a PNG or JPEG picture (%s); save it as one of these, or copy it again "
                 "if it was cut off",
-                _strPath, stbi_failure_reason()));
+                _strPath, g_bDecoderRefused ? "it wants more memory than its picture takes" : stbi_failure_reason()));
+}
+
+/// Limits the decoder for a picture of a file; 0 x 0 while only the file's head is read.
+void LimitDecoder(size_t _cbFile, int _nWidth, int _nHeight)
+{
+    constexpr size_t c_cbTables = size_t{1} << 20;
+    constexpr size_t c_cbPixel = 4 * 2; // four channels of 16 bits
+    const size_t cbPicture = (static_cast<size_t>(_nWidth) * c_cbPixel + 1) * static_cast<size_t>(_nHeight);
+    g_cbDecoderMost = c_cbTables + 2 * (_cbFile + 2 * cbPicture); // blocks double as they grow
+    g_bDecoderRefused = false;
 }
 
 } // namespace
@@ -110,9 +142,11 @@ PICTURE PictureFile_Read(const std::string& _strPath)
     if (!vecFile.empty() && vecFile[0] == 0xFF)
         CheckJpegTables(vecFile, _strPath);
     int nWidth = 0, nHeight = 0, nChannels = 0;
+    LimitDecoder(vecFile.size(), 0, 0);
     if (!stbi_info_from_memory(vecFile.data(), cbFile, &nWidth, &nHeight, &nChannels))
         FailDamaged(_strPath);
     Picture_CheckSize(nWidth, nHeight, _strPath);
+    LimitDecoder(vecFile.size(), nWidth, nHeight);
     const std::unique_ptr<stbi_uc, void (*)(void*)> upPixels(
         stbi_load_from_memory(vecFile.data(), cbFile, &nWidth, &nHeight, &nChannels, STBI_rgb_alpha), stbi_image_free);
     if (!upPixels)

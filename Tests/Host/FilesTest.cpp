@@ -73,6 +73,14 @@ TEST(PictureFile, RefusesDamagedFiles)
     strHuge.replace(16, 8, std::string("\0\0\x7F\xFF\0\0\x7F\xFF", 8));
     EXPECT_NE(Host_FailureOf([&] { PictureFile_Read(folder.Write("huge.png", strHuge)); }).find("too large"),
               std::string::npos);
+    std::string strLong = strGood; // a piece of more than a gigabyte, says the file
+    strLong.replace(nPixels - 4, 4, "IHDR");
+    WritePng(folder, "even.png", PICTURE{1000, 1000, 4, true, std::vector<uint8_t>(4'000'000)});
+    std::string strBomb = folder.Read("even.png"); // unpacks to four megabytes for 8 x 8 pixels
+    strBomb.replace(16, 8, std::string("\0\0\0\x08\0\0\0\x08", 8));
+    for (const std::string& strFile : {strLong, strBomb})
+        EXPECT_NE(Host_FailureOf([&] { PictureFile_Read(folder.Write("more.png", strFile)); }).find("more memory"),
+                  std::string::npos);
     EXPECT_NE(Host_FailureOf([&] { PictureFile_Read(folder.Path("none.png")); }).find("cannot open"),
               std::string::npos);
 }

@@ -6,6 +6,9 @@
 #include "Video/ZFrame.h"
 #include "Video/ZFrameWriter.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 namespace
 {
 
@@ -57,8 +60,8 @@ void CheckFrames(CByteReader& _in)
         FUZZ_REQUIRE(FuzzFrame_Read(cpClone.Get(), eZFP_Flip));
     ZF_VID_PROPS vidAny = _in.Take<ZF_VID_PROPS>();
     CZPtr<IZFFrame> cpNew;
-    if (std::abs(int64_t{vidAny.nWidth} * vidAny.nHeight) < 1 << 16 && std::abs(int64_t{vidAny.nRowBytes}) < 1 << 16 &&
-        vidAny.eVideoFormat == 0)
+    const int64_t nRowMost = std::max(std::abs(int64_t{vidAny.nRowBytes}), 4 * std::abs(int64_t{vidAny.nWidth}));
+    if (nRowMost < 1 << 22 && nRowMost * std::abs(int64_t{vidAny.nHeight}) < 1 << 22 && vidAny.eVideoFormat == 0)
         static_cast<void>(cpOf->FrameCreate(&vidAny, cpNew.Put()));
 }
 

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -66,15 +65,6 @@ TEST(LogFormat, SurvivesWrongArguments)
     EXPECT_EQ(ZFormat("%s %ws", static_cast<const char*>(nullptr), static_cast<const wchar_t*>(nullptr)),
               "(null) (null)");
     EXPECT_LE(ZFormat("%99999999999d", 1).size(), 5000u);
-}
-
-TEST(LogFormat, IgnoresTheLocale)
-{
-    for (const char* pszLocale : {"de_DE.UTF-8", "de_DE", "fr_FR.UTF-8"})
-        if (std::setlocale(LC_ALL, pszLocale))
-            break;
-    EXPECT_EQ(ZFormat("%.3f", 29.97), "29.970");
-    std::setlocale(LC_ALL, "C");
 }
 
 TEST(LogSink, TakesLinesUpToItsLevelAndGivesTheReferenceBack)

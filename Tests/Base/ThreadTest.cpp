@@ -21,20 +21,6 @@ double SecondsSince(CLOCK::time_point _tpStart)
     return std::chrono::duration<double>(CLOCK::now() - _tpStart).count();
 }
 
-TEST(Event, StaysSignalledUntilReset)
-{
-    CZEvent evtDone;
-    const auto tpStart = CLOCK::now();
-    EXPECT_FALSE(evtDone.Wait(30));
-    EXPECT_GE(SecondsSince(tpStart), 0.029);
-    evtDone.Set();
-    EXPECT_TRUE(evtDone.Wait(0));
-    EXPECT_TRUE(evtDone.Wait(0));
-    evtDone.Reset();
-    EXPECT_FALSE(evtDone.Wait(0));
-    EXPECT_TRUE(CZEvent(true).Wait(0));
-}
-
 TEST(Thread, RunsTheBodyOncePerWakeUp)
 {
     struct OWNER

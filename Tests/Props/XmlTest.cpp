@@ -55,7 +55,6 @@ TEST(XmlReader, RefusesHostileDocumentsAndSaysWhere)
         {"", "1:1 the document has no element"},
         {" \n <!-- -->", "2:10 the document has no element"},
         {"text", "1:1 text cannot stand outside the root element"},
-        {"<a/>\nx", "2:1 text cannot stand outside the root element"},
         {"<a/><b/>", "1:5 only comments may stand behind the root element"},
         {"<![CDATA[x]]><a/>", "1:1 only elements, comments and CDATA sections in elements are allowed here"},
         {"<!DOCTYPE a [<!ENTITY b 'c'>]><a>&b;</a>", "1:1 a document type is not allowed here"},
@@ -76,7 +75,6 @@ TEST(XmlReader, RefusesHostileDocumentsAndSaysWhere)
         {"<a b='1' b='2'/>", "1:10 the attribute \"b\" is there twice"},
         {"<a b='1'c='2'/>", "1:9 this character cannot stand in the start tag here"},
         {"<a /b>", "1:4 an attribute, '>' or '/>' is missing in the start tag"},
-        {"<1a/>", "1:2 the name of an element is missing behind '<'; write &lt; in text"},
         {"<a>1 < 2</a>", "1:7 the name of an element is missing behind '<'; write &lt; in text"},
         {"<a>", "1:4 the document ends inside the element \"a\""},
         {"<a>\r\n\r<b>\n</a>", "4:1 the end of \"a\" stands where that of \"b\" is expected"},
@@ -87,7 +85,6 @@ TEST(XmlReader, RefusesHostileDocumentsAndSaysWhere)
         {"<a><!-- x -- y --></a>", "1:13 \"--\" cannot stand in a comment"},
         {"<a><![CDATA[ ]] ></a>", "1:4 this CDATA section is not closed"},
         {"<a>\xC3\xA4]]></a>", "1:5 \"]]>\" cannot stand in text; write ]]&gt;"},
-        {"<a>&</a>", "1:4 this '&' begins no reference; write &amp;"},
         {"<a>&amp</a>", "1:4 this '&' begins no reference; write &amp;"},
         {"<a>&lol;</a>", "1:4 the entity \"lol\" is not known; there are amp, lt, gt, quot and apos"},
         {"<a b='&#0;'/>", "1:7 this reference names no character that XML can hold"},
@@ -95,7 +92,6 @@ TEST(XmlReader, RefusesHostileDocumentsAndSaysWhere)
         {"<a>&#x110000;</a>", "1:4 this reference names no character that XML can hold"},
         {"<a>&#99999999999;</a>", "1:4 this reference names no character that XML can hold"},
         {"<a>&#-65;</a>", "1:4 this reference names no character that XML can hold"},
-        {"<a>&#x;</a>", "1:4 this reference names no character that XML can hold"},
         {std::string("<a>\0</a>", 8), "1:4 this byte is not valid UTF-8, or a character that XML cannot hold"},
         {"<a>\n\xC3\xA4\x01</a>", "2:2 this byte is not valid UTF-8, or a character that XML cannot hold"},
         {"<a>\xC0\x80</a>", "1:4 this byte is not valid UTF-8, or a character that XML cannot hold"},
@@ -131,33 +127,6 @@ TEST(XmlReader, BoundsDepthAndSize)
     EXPECT_EQ(ErrorOf("<a>" + std::string(c_nXmlMaxBytes - 7, 'x') + "</a>"), "");
     EXPECT_EQ(ErrorOf("<a>" + std::string(c_nXmlMaxBytes - 6, 'x') + "</a>"),
               "1:1 the document has more than 16777216 bytes");
-}
-
-TEST(XmlNode, KeepsOrderAndConvertsValues)
-{
-    CXmlNode node("n");
-    node.AttrSetInt("i", -5);
-    node.AttrSetUInt("u", 0xFFFFFFFFFFFFFFFFu);
-    node.AttrSetDouble("d", 0.1);
-    node.AttrSetBool("b", true);
-    node.AttrSetText("t", "text");
-    node.AttrSetInt("i", -6);
-    node.AttrRemove("t");
-    EXPECT_EQ(node.AttrInt("i", 0), -6);
-    EXPECT_EQ(node.AttrText("u", ""), "18446744073709551615");
-    EXPECT_EQ(node.AttrInt("u", 3), 3) << "does not fit";
-    EXPECT_EQ(node.AttrText("d", ""), "0.1");
-    EXPECT_EQ(node.AttrText("t", "gone"), "gone");
-    EXPECT_EQ(node.Attrs()[0].strName + node.Attrs()[3].strValue, "itrue");
-
-    for (const char* pszName : {"a", "x", "a", "y", "a"})
-        node.ChildAdd(pszName)->AttrSetInt("nr", static_cast<int64_t>(node.ChildCount()));
-    EXPECT_EQ(node.ChildFind("a", 2)->AttrInt("nr", 0), 5);
-    EXPECT_EQ(node.ChildFind("a", 3), nullptr);
-    EXPECT_EQ(node.ChildFind("x")->ChildAdd("a")->Name(), "a");
-    node.ChildrenRemove("a");
-    ASSERT_EQ(node.ChildCount(), 2u);
-    EXPECT_EQ(node.Child(0).ChildCount(), 1u);
 }
 
 TEST(XmlWriter, WritesReadableText)

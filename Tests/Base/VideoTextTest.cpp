@@ -45,9 +45,7 @@ TEST(VideoText, SoundToTime)
         bool bFails;           // the check of the block
     } c_arrCases[] = {
         {192000, 10'000'000, {2, 48000, 16}, false},
-        {-192000, -10'000'000, {2, 48000, 16}, false},
         {1, 208, {1, 48000, 8}, false},    // 208.33
-        {1, 227, {1, 44100, 8}, false},    // 226.76
         {1, 1, {1, 20'000'000, 8}, false}, // a half goes away from zero
         {-1, -1, {1, 20'000'000, 8}, false},
         {1, 0, {1, 20'000'001, 8}, false},
@@ -55,13 +53,10 @@ TEST(VideoText, SoundToTime)
         {193, 10052, {2, 48000, 16}, true},
         {192, 0, {2, 48000, 4}, true},
         {192, 0, {0, 48000, 16}, true},
-        {192, 0, {-1, 48000, 16}, true},
         {192, 0, {2, 0, 16}, false},
-        {192, 0, {2, -48000, 16}, false},
         {9'000'000'000'000'001, INT64_MAX, {1, 1000, 8}, false},
         {6'144'000'000'000'000, 10'000'000'000'000'000, {8, 192000, 32}, false}, // the product has 76 bits
         {INT64_MIN, -INT64_MAX, {1, 1, 8}, false},
-        {INT64_MAX, INT64_MAX, {1, 10'000'000, 8}, false},
         {0, 0, {INT32_MAX, INT32_MAX, INT32_MAX}, false},
     };
     for (const auto& c : c_arrCases)

@@ -187,19 +187,6 @@ TEST(Detect, FindsNothingWhereNothingIs)
     EXPECT_EQ(calc.arrKeys[0].dValue[2], calc.arrKeys[1].dValue[2]);
 }
 
-TEST(Detect, KeepsASingleKeyUnlessMoreAreAllowed)
-{
-    const auto fnUneven = [](int _nX, int) { return COLOR{40, 90 + _nX / 2, 40}; };
-    CKeyCalc calc;
-    calc.SetKey({}, 0);
-    calc.SetKey({{5, 5, 5, 5}, {}, 0}, 0);
-    CKeyCalc calcMany;
-    ASSERT_FALSE(PICTURE(eZFCC_ARGB32, 200, 60, fnUneven).Detect(&calc, Options(0, 10)));
-    ASSERT_FALSE(PICTURE(eZFCC_ARGB32, 200, 60, fnUneven).Detect(&calcMany, Options(16, 10)));
-    EXPECT_EQ(calc.nKeys, 1);
-    EXPECT_GT(calcMany.nKeys, 1);
-}
-
 TEST(Detect, MarksBlocksOnlyWhenAsked)
 {
     // From the left: green, red, blue (refused: other class counts as not in class), and a border of one block.

@@ -1,6 +1,7 @@
 #include "FrameShorthand.h"
 
 #include "Support/LogCatcher.h"
+#include "Support/Texts.h"
 
 #include <atomic>
 #include <string>
@@ -18,10 +19,7 @@ std::wstring NamesOf(IZProps* _pProps)
     std::wstring wstrNames;
     BSTR bsName = nullptr;
     for (UINT n = 0; _pProps->PropsNameGet(n, &bsName) == S_OK; ++n)
-    {
-        wstrNames += std::wstring(bsName) + L" ";
-        SysFreeString(bsName);
-    }
+        wstrNames += TakeText(bsName) + L" ";
     EXPECT_EQ(bsName, nullptr);
     return wstrNames;
 }

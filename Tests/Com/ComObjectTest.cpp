@@ -23,19 +23,17 @@ TEST(ComObject, IsCreatedByIdentifierAndByNameOnceRegistered)
     CLSID clsid = {};
     EXPECT_EQ(CLSIDFromProgID(L"ZChromaKey.ZChromaKey", &clsid), S_OK);
     EXPECT_EQ(clsid, CLSID_ZChromaKey);
-    void* pvKey = nullptr;
-    void* pvKeyObject = nullptr;
-    ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IZChromaKey, &pvKey), S_OK);
-    ASSERT_EQ(CoCreateInstance(CLSID_ZKey, nullptr, CLSCTX_INPROC_SERVER, IID_IZKey, &pvKeyObject), S_OK);
-    auto* const pKey = static_cast<IZChromaKey*>(pvKey);
-    auto* const pKeyObject = static_cast<IZKey*>(pvKeyObject);
-    EXPECT_EQ(pKey->KeySet(pKeyObject), S_OK);
+    CZPtr<IZChromaKey> cpKey;
+    CZPtr<IZKey> cpKeyObject;
+    ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IZChromaKey, cpKey.PutVoid()), S_OK);
+    ASSERT_EQ(CoCreateInstance(CLSID_ZKey, nullptr, CLSCTX_INPROC_SERVER, IID_IZKey, cpKeyObject.PutVoid()), S_OK);
+    EXPECT_EQ(cpKey->KeySet(cpKeyObject.Get()), S_OK);
     EXPECT_FALSE(module.CanUnload());
-    EXPECT_EQ(pKeyObject->Release(), 0u);
-    EXPECT_EQ(pKey->Release(), 0u);
+    EXPECT_EQ(cpKeyObject.Detach()->Release(), 0u);
+    EXPECT_EQ(cpKey.Detach()->Release(), 0u);
     EXPECT_TRUE(module.CanUnload());
     ASSERT_TRUE(Regsvr32(module, L"/u"));
-    EXPECT_EQ(CoCreateInstance(CLSID_ZKey, nullptr, CLSCTX_INPROC_SERVER, IID_IZKey, &pvKeyObject),
+    EXPECT_EQ(CoCreateInstance(CLSID_ZKey, nullptr, CLSCTX_INPROC_SERVER, IID_IZKey, cpKeyObject.PutVoid()),
               REGDB_E_CLASSNOTREG);
 }
 
@@ -45,9 +43,9 @@ TEST(ComObject, IsTheSameObjectInEveryApartment)
     const MODULE module;
     IZChromaKey* const pKey = module.Create<IZChromaKey>(CLSID_ZChromaKey).Detach();
     EXPECT_TRUE(ZQuery<IUnknown>(pKey));
-    IUnknown* pAgile = nullptr;
-    ASSERT_EQ(pKey->QueryInterface(IID_IAgileObject, reinterpret_cast<void**>(&pAgile)), S_OK);
-    pAgile->Release();
+    CZPtr<IUnknown> cpAgile;
+    EXPECT_EQ(pKey->QueryInterface(IID_IAgileObject, cpAgile.PutVoid()), S_OK);
+    cpAgile.Reset();
     IStream* pStream = nullptr;
     ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IZChromaKey, pKey, &pStream), S_OK);
     std::thread([&] {

@@ -45,16 +45,11 @@ struct MODULE
     HMODULE hModule;
 };
 
-/// Runs a program of the system silently; true when it says that all went well.
-inline bool RunSilently(const std::wstring& _wstrCommand)
-{
-    return _wsystem((_wstrCommand + L" >NUL 2>NUL").c_str()) == 0;
-}
-
-/// Registers the module with the system's own program; _wstrSwitches: "/u" and such.
+/// Registers the module with the system's own program; _wstrSwitches: "/u" and such. True when it says that all went
+/// well.
 inline bool Regsvr32(const MODULE& _module, const std::wstring& _wstrSwitches = L"")
 {
-    return RunSilently(L"regsvr32 /s " + _wstrSwitches + L" " + _module.Path());
+    return _wsystem((L"regsvr32 /s " + _wstrSwitches + L" " + _module.Path() + L" >NUL 2>NUL").c_str()) == 0;
 }
 
 /// COM of the calling thread.

@@ -18,7 +18,7 @@ DISPID IDOf(IDispatch* _pObject, const wchar_t* _pwszName)
     return nID;
 }
 
-TEST(LateBinding, KnowsTheNamesOfAllThatAScriptUses)
+TEST(LateBinding, KnowsTheNamesThatAScriptUsesAndRefusesWhatIsNoCall)
 {
     const MODULE module;
     const auto cpKey = module.Create<IZChromaKey>(CLSID_ZChromaKey);
@@ -29,12 +29,6 @@ TEST(LateBinding, KnowsTheNamesOfAllThatAScriptUses)
     const auto cpKeyObject = module.Create<IZKey>(CLSID_ZKey);
     EXPECT_EQ(IDOf(cpKeyObject.Get(), L"RawGet"), 10);
     EXPECT_EQ(IDOf(cpKeyObject.Get(), L"PropsSet"), DISPID_UNKNOWN) << "it has no options";
-}
-
-TEST(LateBinding, RefusesWhatIsNoCall)
-{
-    const MODULE module;
-    const auto cpKey = module.Create<IZChromaKey>(CLSID_ZChromaKey);
     DISPPARAMS noParams = {};
     EXPECT_EQ(cpKey->Invoke(4711, IID_NULL, 0, DISPATCH_METHOD, &noParams, nullptr, nullptr, nullptr),
               DISP_E_MEMBERNOTFOUND);

@@ -8,7 +8,6 @@ struct TYPE_METHOD
 {
     std::wstring wstrName;
     std::wstring wstrArgs; ///< their names, each after a blank
-    std::wstring wstrHelp;
     size_t nSlot = 0;
     std::string strKinds; ///< of the arguments: p = pointer, i = four bytes, d = double
 };
@@ -41,7 +40,7 @@ public:
             VARDESC* pVar = nullptr;
             if (m_cpInfo->GetVarDesc(n, &pVar) != S_OK)
                 return L"unreadable";
-            wstrMembers += (n ? L" " : L"") + Text(pVar->memid, false);
+            wstrMembers += (n ? L" " : L"") + Name(pVar->memid);
             wstrMembers += pVar->varkind == VAR_CONST ? L"=" + std::to_wstring(pVar->lpvarValue->lVal)
                                                       : L":" + std::to_wstring(pVar->oInst);
             m_cpInfo->ReleaseVarDesc(pVar);
@@ -53,7 +52,7 @@ public:
         FUNCDESC* pFunc = nullptr;
         if (m_cpInfo->GetFuncDesc(_nIndex, &pFunc) != S_OK)
             return {};
-        TYPE_METHOD method = {Text(pFunc->memid, false), {}, Text(pFunc->memid, true), {}, {}};
+        TYPE_METHOD method = {Name(pFunc->memid), {}, 0, {}};
         method.nSlot = static_cast<size_t>(pFunc->oVft) / sizeof(void*);
         BSTR arrNames[16] = {};
         UINT nNames = 0;
@@ -77,11 +76,11 @@ public:
     }
 
 private:
-    std::wstring Text(MEMBERID _nMember, bool _bHelp) const
+    std::wstring Name(MEMBERID _nMember) const
     {
-        BSTR bsText = nullptr;
-        m_cpInfo->GetDocumentation(_nMember, _bHelp ? nullptr : &bsText, _bHelp ? &bsText : nullptr, nullptr, nullptr);
-        return TakeText(bsText);
+        BSTR bsName = nullptr;
+        m_cpInfo->GetDocumentation(_nMember, &bsName, nullptr, nullptr, nullptr);
+        return TakeText(bsName);
     }
     static char Kind(const TYPEDESC& _desc)
     {

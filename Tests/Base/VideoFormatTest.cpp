@@ -94,9 +94,6 @@ TEST(VideoFormat, SizesAndClassesByFamily)
         EXPECT_EQ(VidFormat_SizeClass(row.eVideoFormat), family.nClass);
         EXPECT_EQ(VidFormat_ExtraLines(row.eVideoFormat), family.nExtraLines);
     }
-    for (const int32_t eInterlaced : {1, 3})
-        EXPECT_EQ(VidFormat_Interlace(eInterlaced), eZI_BottomFirst);
-    EXPECT_EQ(VidFormat_Aspect(eZVF_PAL_16x9).cx * 9, VidFormat_Aspect(eZVF_NTSC_16x9).cy * 16);
     EXPECT_EQ(VidFormat_Aspect(eZVF_2K_24p).cx, 239);
 }
 

@@ -48,7 +48,7 @@ TEST_F(CRegistrationTest, NamesClassesLibraryAndInterfaces)
     EXPECT_TRUE(m_user.Content().empty());
 }
 
-TEST_F(CRegistrationTest, LeavesNothingBehind)
+TEST_F(CRegistrationTest, LeavesNothingBehindAndRefusesWhatItDoesNotKnow)
 {
     const struct
     {
@@ -75,6 +75,8 @@ TEST_F(CRegistrationTest, LeavesNothingBehind)
         EXPECT_TRUE(row.other.Content().empty());
     }
     EXPECT_EQ(Call("DllUnregisterServer"), S_OK);
+    EXPECT_EQ(Install(TRUE, L"everyone"), E_INVALIDARG);
+    EXPECT_TRUE(m_machine.Content().empty() && m_user.Content().empty());
 }
 
 TEST_F(CRegistrationTest, TakesItselfBackWhenItFails)
@@ -90,12 +92,6 @@ TEST_F(CRegistrationTest, TakesItselfBackWhenItFails)
     RegCloseKey(hKey);
     EXPECT_EQ(Call("DllRegisterServer"), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));
     EXPECT_EQ(m_machine.Content(), mapBefore);
-}
-
-TEST_F(CRegistrationTest, RefusesWhatItDoesNotKnow)
-{
-    EXPECT_EQ(Install(TRUE, L"everyone"), E_INVALIDARG);
-    EXPECT_TRUE(m_machine.Content().empty() && m_user.Content().empty());
 }
 
 } // namespace

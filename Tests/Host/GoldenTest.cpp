@@ -1,6 +1,7 @@
 #include "Host/TempFolder.h"
 
 #include "Support/TestFrames.h"
+#include "zkhost/PictureWriter.h"
 #include "zkhost/RawReader.h"
 
 #include <algorithm>
@@ -19,10 +20,11 @@ constexpr int c_nWidth = 48;
 constexpr int c_nHeight = 32;
 constexpr int c_nFrames = 2;
 
-/// Backdrop with grain, red with a soft edge to it, and the edge moves: bytes B, G, R, A.
-std::vector<uint8_t> Picture(int _nFrame)
+/// Backdrop with grain, red with a soft edge to it, and the edge moves.
+PICTURE Painted(int _nFrame)
 {
-    std::vector<uint8_t> vecBGRA;
+    PICTURE picture;
+    picture.Resize(c_nWidth, c_nHeight, 4);
     uint32_t nNoise = 1 + _nFrame;
     for (int y = 0; y < c_nHeight; ++y)
         for (int x = 0; x < c_nWidth; ++x)
@@ -33,27 +35,22 @@ std::vector<uint8_t> Picture(int _nFrame)
             {
                 const int nGrain = static_cast<int>(nNoise >> (8 + 5 * nByte) & 7);
                 const int nLevel = (c_arrTestGreen[nByte] * (256 - nShare) + c_arrTestRed[nByte] * nShare) / 256;
-                vecBGRA.push_back(static_cast<uint8_t>(std::min(nLevel + nGrain, 255)));
+                picture.Row(y)[4 * x + nByte] = static_cast<uint8_t>(std::min(nLevel + nGrain, 255));
             }
         }
-    return vecBGRA;
+    return picture;
 }
 
-/// The clip as a headerless file holds it.
-std::string Clip(uint32_t _fccType)
+/// Writes the clip as a headerless file.
+void WriteClip(const std::string& _strPath, uint32_t _fccType)
 {
-    std::string strClip;
+    STREAM stream;
+    stream.vidProps = Stream_Props(_fccType, c_nWidth, c_nHeight, eZI_Progressive);
+    CZOutFiles files;
+    const auto upWriter = PictureWriter_Open(_strPath, stream, _fccType, files);
     for (int nFrame = 0; nFrame < c_nFrames; ++nFrame)
-    {
-        const auto cpFrame =
-            TestFrame_Of(Picture(nFrame), _fccType, c_nWidth, FCC_IsRGB(_fccType) ? -c_nHeight : c_nHeight);
-        ZF_VID_PROPS vidProps = {};
-        ZF_VID_PTR vidPtr = {};
-        EXPECT_TRUE(cpFrame->VideoPropsGet(&vidProps) == S_OK && cpFrame->VideoPtrGet(eZFP_Stored, &vidPtr) == S_OK);
-        strClip.append(reinterpret_cast<const char*>(vidPtr.lpVideoPlanes[0]),
-                       static_cast<size_t>(VidProps_ImageSize(&vidProps)));
-    }
-    return strClip;
+        upWriter->Write(Painted(nFrame));
+    files.CommitAll();
 }
 
 std::string Keys(int32_t _eType)
@@ -78,7 +75,8 @@ TEST(Golden, KeyingGivesTheSameBytesEverywhere)
     std::string strLines;
     for (const char* pszFormat : {"RGB32", "RGB24", "UYVY", "I420", "NV12", "v210"})
     {
-        const std::string strClip = folder.Write("in.raw", Clip(Raw_ParseFormat(pszFormat)));
+        const std::string strClip = folder.Path("in.raw");
+        WriteClip(strClip, Raw_ParseFormat(pszFormat));
         for (const int32_t eType : {eCKT_RGB, eCKT_HLS, eCKT_YUV})
         {
             const std::string strCommand =

@@ -20,19 +20,6 @@ struct TEST_PIXEL
     int nAlpha;
 };
 
-int Round10(int _nLevel)
-{
-    return std::min(255, static_cast<int>(std::floor(_nLevel / 4.0 + 0.5)));
-}
-
-int SampleV210(const GUARDED_PICTURE& _picture, int _nRow, int _nSample)
-{
-    int nWord = 0;
-    for (int n = 3; n >= 0; --n)
-        nWord = nWord << 8 | _picture.Byte(0, _nRow, _nSample / 3 * 4 + n);
-    return Round10(nWord >> (_nSample % 3 * 10) & 1023);
-}
-
 // The chroma row of a luma row, by walking the rows: every second row of a field (or of the picture) starts a new one.
 int ChromaRowOf(const GUARDED_PICTURE& _picture, int _nRow)
 {
@@ -69,69 +56,16 @@ TEST_PIXEL PlanarPixel(const GUARDED_PICTURE& _picture, int _nRow, int _nX)
     return pixel;
 }
 
-TEST_PIXEL PixelOf(const GUARDED_PICTURE& _picture, int _nRow, int _nX)
+// Largest distance of the four bytes of a pixel as read from what they should be.
+double WorstOf(const TEST_PIXEL& _pixel, eZYMatrix _eMatrix, const uint8_t* _pBGRA)
 {
-    const auto fnByte = [&](int _nByte) { return _picture.Byte(0, _nRow, _nByte); };
-    const auto fnPacked = [&](int _nY, int _nU, int _nV) {
-        const int nUnit = _nX / 2 * 4;
-        return TEST_PIXEL{
-            true,
-            {double(fnByte(nUnit + _nY + _nX % 2 * 2)), double(fnByte(nUnit + _nU)), double(fnByte(nUnit + _nV))},
-            255};
-    };
-    const auto fnRGB = [](int _nB, int _nG, int _nR, int _nAlpha = 255) {
-        return TEST_PIXEL{false, {double(_nB), double(_nG), double(_nR)}, _nAlpha};
-    };
-    switch (_picture.vidProps.fccType)
-    {
-    case eZFCC_RGB8:
-        return fnRGB(fnByte(_nX), fnByte(_nX), fnByte(_nX));
-    case eZFCC_RGB24:
-        return fnRGB(fnByte(_nX * 3), fnByte(_nX * 3 + 1), fnByte(_nX * 3 + 2));
-    case eZFCC_RGB32:
-        return fnRGB(fnByte(_nX * 4), fnByte(_nX * 4 + 1), fnByte(_nX * 4 + 2));
-    case eZFCC_ARGB32:
-        return fnRGB(fnByte(_nX * 4), fnByte(_nX * 4 + 1), fnByte(_nX * 4 + 2), fnByte(_nX * 4 + 3));
-    case eZFCC_r210: {
-        const int nHigh = (fnByte(_nX * 4) << 8 | fnByte(_nX * 4 + 1)),
-                  nLow = fnByte(_nX * 4 + 2) << 8 | fnByte(_nX * 4 + 3);
-        const int nG = (nHigh & 15) << 6 | nLow >> 10;
-        return fnRGB(Round10(nLow & 1023), Round10(nG), Round10(nHigh >> 4 & 1023));
-    }
-    case eZFCC_v210: {
-        const int nPair = _nX / 2 * 4;
-        return {true,
-                {double(SampleV210(_picture, _nRow, nPair + 1 + _nX % 2 * 2)),
-                 double(SampleV210(_picture, _nRow, nPair)), double(SampleV210(_picture, _nRow, nPair + 2))},
-                255};
-    }
-    case eZFCC_YUY2:
-        return fnPacked(0, 1, 3);
-    case eZFCC_YVYU:
-        return fnPacked(0, 3, 1);
-    case eZFCC_UYVY:
-    case eZFCC_HDYC:
-        return fnPacked(1, 0, 2);
-    default:
-        return PlanarPixel(_picture, _nRow, _nX);
-    }
-}
-
-// Largest distance of a row as read from the row as it should be.
-double WorstOfRow(const GUARDED_PICTURE& _picture, int _nRow, const uint8_t* _pBGRA)
-{
-    const eZYMatrix eMatrix = Img_MatrixOf(_picture.vidProps);
+    IMG_COLOR col = {_pixel.arrLevels[2] / 255, _pixel.arrLevels[1] / 255, _pixel.arrLevels[0] / 255};
+    if (_pixel.bYUV)
+        col = Img_ColorFromYUV({col.dbl2, col.dbl1, col.dbl0}, _eMatrix);
+    const double arrExpected[4] = {col.dbl2 * 255, col.dbl1 * 255, col.dbl0 * 255, double(_pixel.nAlpha)};
     double dblWorst = 0;
-    for (int x = 0; x < _picture.vidProps.nWidth; ++x, _pBGRA += 4)
-    {
-        const TEST_PIXEL pixel = PixelOf(_picture, _nRow, x);
-        IMG_COLOR col = {pixel.arrLevels[2] / 255, pixel.arrLevels[1] / 255, pixel.arrLevels[0] / 255};
-        if (pixel.bYUV)
-            col = Img_ColorFromYUV({col.dbl2, col.dbl1, col.dbl0}, eMatrix);
-        const double arrExpected[4] = {col.dbl2 * 255, col.dbl1 * 255, col.dbl0 * 255, double(pixel.nAlpha)};
-        for (int n = 0; n < 4; ++n)
-            dblWorst = std::max(dblWorst, std::fabs(_pBGRA[n] - std::clamp(arrExpected[n], 0.0, 255.0)));
-    }
+    for (int n = 0; n < 4; ++n)
+        dblWorst = std::max(dblWorst, std::fabs(_pBGRA[n] - std::clamp(arrExpected[n], 0.0, 255.0)));
     return dblWorst;
 }
 
@@ -148,13 +82,60 @@ void ExpectReads(GUARDED_PICTURE _picture, eZGuard _eGuard)
     {
         EXPECT_EQ(reader.RowInPlace(nRow), bInPlace ? _picture.arrPlanes[0]->Row(nRow) : nullptr);
         reader.ReadRow(nRow, planeOut.Row(0));
-        dblWorst = std::max(dblWorst, WorstOfRow(_picture, nRow, planeOut.Row(0)));
+        for (int x = 0; x < reader.Width() && FCC_IsPlanar(_picture.vidProps.fccType); ++x)
+            dblWorst = std::max(dblWorst, WorstOf(PlanarPixel(_picture, nRow, x), Img_MatrixOf(_picture.vidProps),
+                                                  planeOut.Row(0) + ptrdiff_t{4} * x));
     }
     EXPECT_LE(dblWorst, 0.53);
     EXPECT_TRUE(planeOut.Intact());
     EXPECT_TRUE(_picture.Intact());
 }
 } // namespace
+
+// Other sizes of these formats are read in the tests of frames, which write them.
+TEST(ImgRowReader, FindsThePixelsInPackedRows)
+{
+    const struct
+    {
+        uint32_t fccType;
+        std::vector<uint8_t> vecBytes;
+        std::vector<TEST_PIXEL> vecPixels;
+    } arrCases[] = {
+        {eZFCC_RGB8, {7, 200}, {{false, {7, 7, 7}, 255}, {false, {200, 200, 200}, 255}}},
+        {eZFCC_RGB24, {1, 2, 3, 4, 5, 6}, {{false, {1, 2, 3}, 255}, {false, {4, 5, 6}, 255}}},
+        {eZFCC_RGB32, {1, 2, 3, 4, 5, 6, 7, 8}, {{false, {1, 2, 3}, 255}, {false, {5, 6, 7}, 255}}},
+        {eZFCC_ARGB32, {1, 2, 3, 4, 5, 6, 7, 8}, {{false, {1, 2, 3}, 4}, {false, {5, 6, 7}, 8}}},
+        {eZFCC_YUY2, {60, 100, 90, 150}, {{true, {60, 100, 150}, 255}, {true, {90, 100, 150}, 255}}},
+        {eZFCC_YVYU, {60, 100, 90, 150}, {{true, {60, 150, 100}, 255}, {true, {90, 150, 100}, 255}}},
+        {eZFCC_UYVY, {60, 100, 90, 150}, {{true, {100, 60, 90}, 255}, {true, {150, 60, 90}, 255}}},
+        {eZFCC_HDYC, {60, 100, 90, 150}, {{true, {100, 60, 90}, 255}, {true, {150, 60, 90}, 255}}},
+        // 10 bits: R 402, G 401, B 1023; halves of a level go upward, and 255 is the most
+        {eZFCC_r210, {0x19, 0x26, 0x47, 0xFF}, {{false, {255, 100, 101}, 255}}},
+        // 10 bits in threes, the first lowest in its word: U Y V Y through six pixels
+        {eZFCC_v210,
+         {0x90, 0xC1, 0x03, 0x1E, 0x18, 0xE1, 0x06, 0x14, 0x08, 0xA6, 0x25, 0x19, 0x91, 0xFD, 0xFF, 0x18},
+         {{true, {60, 100, 120}, 255},
+          {true, {70, 100, 120}, 255},
+          {true, {80, 110, 130}, 255},
+          {true, {90, 110, 130}, 255},
+          {true, {100, 101, 255}, 255},
+          {true, {100, 101, 255}, 255}}},
+    };
+    for (const auto& test : arrCases)
+    {
+        SCOPED_TRACE(FCC_Name(test.fccType));
+        const GUARDED_PICTURE picture(Props(test.fccType, static_cast<int>(test.vecPixels.size()), 1), 0,
+                                      eZGuard_Fence);
+        ASSERT_EQ(picture.arrPlanes[0]->RowBytes(), test.vecBytes.size());
+        std::memcpy(picture.arrPlanes[0]->Row(0), test.vecBytes.data(), test.vecBytes.size());
+        CImgRowReader reader;
+        ASSERT_EQ(reader.Init(picture.vidProps, picture.vidPtr), S_OK);
+        uint8_t arrRow[6 * 4];
+        reader.ReadRow(0, arrRow);
+        for (size_t x = 0; x < test.vecPixels.size(); ++x)
+            EXPECT_LE(WorstOf(test.vecPixels[x], eZYM_601, arrRow + 4 * x), 0.53) << x;
+    }
+}
 
 TEST(ImgRowReader, ReadsEveryFormatAndSizeWithinItsPlanes)
 {

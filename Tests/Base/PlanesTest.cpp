@@ -32,7 +32,6 @@ const PLANES_CASE c_arrPictures[] = {
     {Record(eZFCC_NV12, 8, 4, 32), false, {{0, 8, 4, 32}, {128, 8, 2, 32}, c_none}, 192},
     {Record(eZFCC_I422, 8, 3), false, {{0, 8, 3, 8}, {24, 4, 3, 4}, {36, 4, 3, 4}}, 48},
     {Record(eZFCC_YV16, 8, 3, 9), false, {{0, 8, 3, 9}, {27, 4, 3, 4}, {39, 4, 3, 4}}, 51},
-    {Record(eZFCC_Y422, 8, 3), false, {{0, 8, 3, 8}, {24, 4, 3, 4}, {36, 4, 3, 4}}, 48},
     {Record(eZFCC_Y444, 8, 3, 8), false, {{0, 8, 3, 8}, {24, 4, 3, 4}, {36, 4, 3, 4}}, 48}, // half chroma all the same
     {Record(eZFCC_UYVY, 8, 4, 4), true, {{0, 8, 4, 16}, c_none, c_none}, 64}, // a short stride is raised
     {Record(eZFCC_RGB32, 8, 4), false, {{0, 8, 4, 32}, c_none, c_none}, 128},

@@ -1,5 +1,4 @@
 #include "Helpers/CKDetect.h"
-#include "Support/AllocCounter.h"
 #include "Support/GuardedPlane.h"
 #include "Support/LogCatcher.h"
 
@@ -243,16 +242,6 @@ TEST(Detect, BadPicturesAreRefused)
         EXPECT_TRUE(DetectKeys(&calc, picture.Row(0), &props, options, eZYM_601));
     }
     EXPECT_EQ(log.Count("no picture", eZLog_Error), std::size(arrBad));
-}
-
-TEST(Detect, TakesNoMemory)
-{
-    PICTURE picture(eZFCC_UYVY, 96, 96, Flat(c_rgbGreen));
-    CKeyCalc calc;
-    picture.Detect(&calc, Options(16, 48));
-    const uint64_t nBefore = AllocCount();
-    picture.Detect(&calc, Options(16, 48));
-    EXPECT_EQ(AllocCount(), nBefore);
 }
 
 TEST(DetectOptions, LongNamesGoBeforeShortOnes)

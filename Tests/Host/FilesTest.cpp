@@ -168,12 +168,12 @@ TEST(RawSpec, ReadsAndRefuses)
 TEST(RawFiles, EveryReadableFormatComesBack)
 {
     const CTempFolder folder;
-    PICTURE picture = Pattern(48, 4, 4, false);
-    for (size_t i = 0; i < picture.vecPixels.size(); i += 4) // blocks of one colour, as subsampled chroma keeps them
+    PICTURE picture; // of two colours, as subsampled chroma keeps them
+    picture.Resize(48, 4, 4);
+    for (size_t i = 0; i < picture.vecPixels.size(); i += 4)
     {
-        const size_t nBlock = i / 4 % 48 / 24;
-        const uint8_t arrColor[2][4] = {{200, 90, 60, 255}, {30, 160, 220, 255}};
-        std::copy_n(arrColor[nBlock], 4, picture.vecPixels.data() + i);
+        const uint8_t arrColors[2][4] = {{200, 90, 60, 255}, {30, 160, 220, 255}};
+        std::copy_n(arrColors[i / 4 % 48 / 24], 4, picture.vecPixels.data() + i);
     }
     int nFormats = 0;
     for (const PIXEL_FORMAT& info : FCC_All())

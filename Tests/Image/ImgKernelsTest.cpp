@@ -26,6 +26,20 @@ protected:
     IMG_KERNELS m_level;
 };
 
+/// The conversions of rows, by number.
+constexpr int c_nConversions = 5;
+
+void Convert(int _nConversion, const IMG_KERNELS& _kernels, const uint8_t* _pFrom, uint8_t* _pTo, int _nPixels)
+{
+    const eZYMatrix eMatrix = _nConversion % 2 ? eZYM_709 : eZYM_601;
+    if (_nConversion < 2)
+        _kernels.pfnToYUV(_pFrom, _pTo, _nPixels, Img_CoefToYUV(eMatrix));
+    else if (_nConversion < 4)
+        _kernels.pfnFromYUV(_pFrom, _pTo, _nPixels, Img_CoefFromYUV(eMatrix));
+    else
+        _kernels.pfnToHLS(_pFrom, _pTo, _nPixels);
+}
+
 /// Random bytes, or only the ends of the range.
 void Fill(CGuardedPlane& _plane, uint32_t _nSeed)
 {
@@ -91,9 +105,6 @@ TEST_P(ImgKernels, ConvertEveryColourLikeThePlainOnes)
     std::vector<uint8_t> arrPixels(4 * c_nPlane);
     std::vector<uint8_t> arrPlain(4 * c_nPlane);
     std::vector<uint8_t> arrLevel(4 * c_nPlane);
-    const auto fnSame = [&](int _n0, const char* _pszWhat) {
-        ASSERT_EQ(std::memcmp(arrPlain.data(), arrLevel.data(), arrPlain.size()), 0) << _pszWhat << " byte 0 " << _n0;
-    };
     for (int n0 = 0; n0 < 256; ++n0)
     {
         for (int n = 0; n < c_nPlane; ++n)
@@ -102,17 +113,11 @@ TEST_P(ImgKernels, ConvertEveryColourLikeThePlainOnes)
                                          static_cast<uint8_t>(n >> 8), static_cast<uint8_t>(n * 7)};
             std::memcpy(&arrPixels[4u * static_cast<unsigned>(n)], arrPixel, 4);
         }
-        m_plain.pfnToHLS(arrPixels.data(), arrPlain.data(), c_nPlane);
-        m_level.pfnToHLS(arrPixels.data(), arrLevel.data(), c_nPlane);
-        fnSame(n0, "HLS");
-        for (const eZYMatrix eMatrix : {eZYM_601, eZYM_709})
+        for (int nConversion = 0; nConversion < c_nConversions; ++nConversion)
         {
-            m_plain.pfnToYUV(arrPixels.data(), arrPlain.data(), c_nPlane, Img_CoefToYUV(eMatrix));
-            m_level.pfnToYUV(arrPixels.data(), arrLevel.data(), c_nPlane, Img_CoefToYUV(eMatrix));
-            fnSame(n0, "to YUV");
-            m_plain.pfnFromYUV(arrPixels.data(), arrPlain.data(), c_nPlane, Img_CoefFromYUV(eMatrix));
-            m_level.pfnFromYUV(arrPixels.data(), arrLevel.data(), c_nPlane, Img_CoefFromYUV(eMatrix));
-            fnSame(n0, "from YUV");
+            Convert(nConversion, m_plain, arrPixels.data(), arrPlain.data(), c_nPlane);
+            Convert(nConversion, m_level, arrPixels.data(), arrLevel.data(), c_nPlane);
+            ASSERT_EQ(std::memcmp(arrPlain.data(), arrLevel.data(), arrPlain.size()), 0) << nConversion << " of " << n0;
         }
     }
 }
@@ -121,23 +126,15 @@ TEST_P(ImgKernels, ConvertRowsOfEveryLengthInPlace)
 {
     ForTestWidths([&](int _nWidth) {
         for (const eZGuard eGuard : {eZGuard_Fence, eZGuard_PageEnd, eZGuard_PageStart})
-            for (int nKind = 0; nKind < 3; ++nKind)
+            for (int nConversion = 0; nConversion < c_nConversions; ++nConversion)
             {
-                const auto fnConvert = [&](const IMG_KERNELS& _kernels, uint8_t* _pPixels) {
-                    if (nKind == 0)
-                        _kernels.pfnToYUV(_pPixels, _pPixels, _nWidth, Img_CoefToYUV(eZYM_709));
-                    else if (nKind == 1)
-                        _kernels.pfnFromYUV(_pPixels, _pPixels, _nWidth, Img_CoefFromYUV(eZYM_601));
-                    else
-                        _kernels.pfnToHLS(_pPixels, _pPixels, _nWidth);
-                };
                 CGuardedPlane pixels(4 * static_cast<size_t>(_nWidth), 1, 0, eGuard, static_cast<size_t>(_nWidth) % 64);
                 Fill(pixels, static_cast<uint32_t>(_nWidth));
                 std::vector<uint8_t> arrExpected(pixels.Row(0), pixels.Row(0) + pixels.RowBytes());
-                fnConvert(m_plain, arrExpected.data());
-                fnConvert(m_level, pixels.Row(0));
+                Convert(nConversion, m_plain, arrExpected.data(), arrExpected.data(), _nWidth);
+                Convert(nConversion, m_level, pixels.Row(0), pixels.Row(0), _nWidth);
                 ASSERT_TRUE(std::equal(arrExpected.begin(), arrExpected.end(), pixels.Row(0)) && pixels.Intact())
-                    << "width " << _nWidth << " guard " << eGuard << " kind " << nKind;
+                    << "width " << _nWidth << " guard " << eGuard << " conversion " << nConversion;
             }
     });
 }

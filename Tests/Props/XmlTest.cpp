@@ -16,14 +16,6 @@ std::string ErrorOf(std::string_view _svDocument)
     return std::to_string(error.nLine) + ":" + std::to_string(error.nColumn) + " " + error.strReason;
 }
 
-std::unique_ptr<CXmlNode> Parse(std::string_view _svDocument)
-{
-    XML_READ_ERROR error;
-    auto upRoot = XmlReader_Read(_svDocument, &error);
-    EXPECT_TRUE(upRoot) << error.nLine << ":" << error.nColumn << " " << error.strReason;
-    return upRoot ? std::move(upRoot) : std::make_unique<CXmlNode>("unreadable");
-}
-
 std::string Repeat(std::string_view _svText, size_t _nTimes)
 {
     std::string strText;
@@ -34,10 +26,14 @@ std::string Repeat(std::string_view _svText, size_t _nTimes)
 
 TEST(XmlReader, ReadsWhatItSupports)
 {
-    const auto upRoot = Parse("\xEF\xBB\xBF<?xml version='1.0' encoding=\"utf-8\" standalone='yes' ?>\r\n<!-- c -->\n"
-                              "<r a = '1' color::range=\"&lt;&#x41;&#66;\t&apos;\r\n'\">\n"
-                              "  <k/>\n  <!-- <k> - --> <k n='1'> x\xF0\x9F\x8E\xAC&amp;<![CDATA[<y>&]]>\r\nz </k >\n"
-                              "  <\xC3\xA4.-1>\n</\xC3\xA4.-1><e> <f/>&#32;</e></r>\n<!----> ");
+    XML_READ_ERROR error;
+    const auto upRoot =
+        XmlReader_Read("\xEF\xBB\xBF<?xml version='1.0' encoding=\"utf-8\" standalone='yes' ?>\r\n<!-- c -->\n"
+                       "<r a = '1' color::range=\"&lt;&#x41;&#66;\t&apos;\r\n'\">\n"
+                       "  <k/>\n  <!-- <k> - --> <k n='1'> x\xF0\x9F\x8E\xAC&amp;<![CDATA[<y>&]]>\r\nz </k >\n"
+                       "  <\xC3\xA4.-1>\n</\xC3\xA4.-1><e> <f/>&#32;</e></r>\n<!----> ",
+                       &error);
+    ASSERT_TRUE(upRoot) << error.nLine << ":" << error.nColumn << " " << error.strReason;
     EXPECT_EQ(upRoot->Name(), "r");
     EXPECT_EQ(upRoot->Text(), "") << "blanks between elements are no text";
     ASSERT_EQ(upRoot->Attrs().size(), 2u);

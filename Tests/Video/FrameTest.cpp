@@ -60,6 +60,13 @@ TEST(Frame, CreateRefusesWrongRecords)
     EXPECT_EQ(log.Count("ZFrame_Create: a record of", eZLog_Error), std::size(arrWrong));
 }
 
+TEST(Frame, RowsMayRunUpwardsInMemory)
+{
+    const CZPtr<CZFrame> cpFrame = MakePicture(Record(eZFCC_RGB32, 8, -6, -48, eZI_Progressive));
+    EXPECT_EQ(PixelsOf(cpFrame.Get()), PairedPicture(8, 6));
+    EXPECT_EQ(Img_Address(Img_RowOf(PtrOf(cpFrame.Get()), 0, 5)) % 64, 0) << "the last one is where memory begins";
+}
+
 TEST(Frame, SharedPicturesAreProtected)
 {
     const CZPtr<CZFrame> cpFrame = MakePicture(Props(eZFCC_RGB32, 8, -4));

@@ -1,5 +1,4 @@
 #include "Base/ZHelpers.h"
-#include "Support/LogCatcher.h"
 
 #include <gtest/gtest.h>
 
@@ -78,25 +77,4 @@ TEST(PixelFormat, NamesPrintAndParse)
     };
     for (const auto& [pszText, fccType] : c_arrTexts)
         EXPECT_EQ(FCC_Parse(pszText), fccType) << pszText;
-}
-
-TEST(PixelFormat, NullRecordsAreNeutralAndLogged)
-{
-    const CLogCatcher log;
-    EXPECT_EQ(Img_RowSizeM(nullptr), 0);
-    EXPECT_EQ(VidProps_Mask(nullptr).fccType, 0u);
-    EXPECT_EQ(VidProps_Normalize(nullptr, false), 0);
-    EXPECT_EQ(VidProps_DetectFormat(nullptr, true), 0);
-    EXPECT_EQ(VidProps_FieldOrder(nullptr), 0);
-    EXPECT_EQ(VidProps_DisplayAspect(nullptr), 1.0);
-    EXPECT_EQ(VidProps_PixelAspect(nullptr), 1.0);
-    EXPECT_FALSE(VidProps_IsBottomUp(nullptr) || VidProps_IsSet(nullptr, false) || VidProps_IsSet(nullptr, true));
-    EXPECT_EQ(VidPtr_Build(nullptr, 4096, true).lpVideoPlanes[0], 0);
-    EXPECT_EQ(VidProps_ImageSize(nullptr), 0);
-    EXPECT_EQ(VidProps_Stride(nullptr), 0);
-    EXPECT_EQ(VidProps_Text(nullptr), "");
-    EXPECT_EQ(log.Count("ASSERT \"_pVidProps\"", eZLog_Error), 14u);
-    EXPECT_EQ(TimeCode_Text(nullptr), "");
-    EXPECT_EQ(Aud_BytesToTime(nullptr, 4), 0);
-    EXPECT_EQ(log.Count("ASSERT \"_pAudProps\"", eZLog_Error), 1u);
 }

@@ -104,11 +104,6 @@ TEST(FrameWrap, FindsTheFirstRow)
         const std::vector<uint8_t> vecPixels = PixelsOf(cpFrame.Get());
         EXPECT_EQ(vecPixels.front(), test.bTopIsLowest ? 0 : 3);
         EXPECT_EQ(vecPixels[vecPixels.size() - 4], test.bTopIsLowest ? 3 : 0);
-        CZPtr<IZFFrame> cpOwn;
-        ASSERT_EQ(cpFrame->FrameConvert(eZFC_Converted, eZFCC_RGB32, cpOwn.Put()), S_OK);
-        EXPECT_EQ(PixelsOf(cpOwn.Get()), vecPixels);
-        ASSERT_EQ(cpFrame->FrameClone(eZFC_OwnPicture, cpOwn.Put()), S_OK);
-        EXPECT_EQ(PixelsOf(cpOwn.Get()), vecPixels);
     }
 }
 

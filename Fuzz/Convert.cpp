@@ -29,9 +29,10 @@ void CheckPictures(CByteReader& _in)
     const HRESULT hr = ZConvert_Frame(source.m_vidProps, source.m_vidPtr, target.m_vidProps, target.m_vidPtr);
     FUZZ_REQUIRE(hr == S_OK || hr == E_INVALIDARG);
 
-    CExactBytes pixels(size_t{4} * static_cast<size_t>(vidProps.nWidth * std::abs(vidProps.nHeight)), _in);
+    const size_t nPixels = static_cast<size_t>(vidProps.nWidth) * static_cast<size_t>(std::abs(vidProps.nHeight));
+    const std::vector<uint8_t> vecPixels = FuzzBytes_Take(_in, 4 * nPixels);
     const HRESULT hrWrite =
-        ZFrameWriter_Write(target.m_vidProps, target.m_vidPtr, pixels.Data(), ptrdiff_t{4} * vidProps.nWidth);
+        ZFrameWriter_Write(target.m_vidProps, target.m_vidPtr, vecPixels.data(), ptrdiff_t{4} * vidProps.nWidth);
     FUZZ_REQUIRE(hrWrite == S_OK || hrWrite == E_INVALIDARG);
 }
 

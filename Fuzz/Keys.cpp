@@ -51,19 +51,19 @@ CKUtils::CK_DETECT_OPTIONS TakeOptions(CByteReader& _in)
 }
 
 /// A picture of few colours, so that there are flat blocks in it, on memory of its own.
-CExactBytes TakePixels(CByteReader& _in, int _nWidth, int _nHeight)
+std::vector<uint8_t> TakePixels(CByteReader& _in, int _nWidth, int _nHeight)
 {
-    CExactBytes pixels(size_t{4} * static_cast<size_t>(_nWidth * _nHeight));
+    std::vector<uint8_t> vecPixels(size_t{4} * static_cast<size_t>(_nWidth * _nHeight));
     const auto nFirst = _in.Take<uint32_t>(), nSecond = _in.Take<uint32_t>();
     const uint8_t nNoise = _in.Byte();
-    for (size_t n = 0; n < pixels.Size(); ++n)
+    for (size_t n = 0; n < vecPixels.size(); ++n)
     {
         const uint32_t nColour =
             n / 4 % static_cast<size_t>(_nWidth) < static_cast<size_t>(_nWidth) / 2 ? nFirst : nSecond;
         const auto nStray = static_cast<uint8_t>(nNoise < 8 ? 0 : n * 2654435761u >> 24 & nNoise);
-        pixels.Data()[n] = n % 4 == 3 ? 255 : static_cast<uint8_t>((nColour >> (8 * (n % 4))) + nStray);
+        vecPixels[n] = n % 4 == 3 ? 255 : static_cast<uint8_t>((nColour >> (8 * (n % 4))) + nStray);
     }
-    return pixels;
+    return vecPixels;
 }
 
 void CheckDetection(CByteReader& _in)
@@ -73,13 +73,13 @@ void CheckDetection(CByteReader& _in)
     vidProps.fccType = _in.OneOf(c_arrFormats);
     vidProps.nWidth = _in.Range(1, 100);
     vidProps.nHeight = _in.Range(1, 60);
-    CExactBytes pixels = TakePixels(_in, vidProps.nWidth, vidProps.nHeight);
+    std::vector<uint8_t> vecPixels = TakePixels(_in, vidProps.nWidth, vidProps.nHeight);
     if (_in.Flag())
         vidProps.nHeight = -vidProps.nHeight;
     const CKUtils::CK_DETECT_OPTIONS options = TakeOptions(_in);
     CKUtils::CKeyCalc calc;
     std::vector<CKUtils::CK_BLOCK> vecBlocks;
-    const bool bNone = CKUtils::DetectKeys(&calc, pixels.Data(), &vidProps, options, eZYM_709, &vecBlocks);
+    const bool bNone = CKUtils::DetectKeys(&calc, vecPixels.data(), &vidProps, options, eZYM_709, &vecBlocks);
     FUZZ_REQUIRE(bNone == (calc.nKeys == 0));
     FUZZ_REQUIRE(calc.nKeys <= std::max(options.nMaxKeys, 1));
     for (const CKUtils::CK_BLOCK& block : vecBlocks)

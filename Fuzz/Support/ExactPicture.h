@@ -10,7 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <vector>
 
 /// A record of a small picture.
@@ -25,32 +24,12 @@ inline ZF_VID_PROPS FuzzProps_Take(CByteReader& _in, int _nMaxWidth, int _nMaxHe
 }
 
 /// A block of bytes of which not one outside can be touched unnoticed under the address sanitizer.
-class CExactBytes
+inline std::vector<uint8_t> FuzzBytes_Take(CByteReader& _in, size_t _cbBytes)
 {
-public:
-    explicit CExactBytes(size_t _cbBytes)
-        : m_upBytes(new uint8_t[_cbBytes])
-        , m_cbBytes(_cbBytes)
-    {
-    }
-    CExactBytes(size_t _cbBytes, CByteReader& _in)
-        : CExactBytes(_cbBytes)
-    {
-        _in.Fill(m_upBytes.get(), _cbBytes);
-    }
-    uint8_t* Data()
-    {
-        return m_upBytes.get();
-    }
-    size_t Size() const
-    {
-        return m_cbBytes;
-    }
-
-private:
-    std::unique_ptr<uint8_t[]> m_upBytes;
-    size_t m_cbBytes;
-};
+    std::vector<uint8_t> vecBytes(_cbBytes);
+    _in.Fill(vecBytes.data(), _cbBytes);
+    return vecBytes;
+}
 
 /// A picture whose planes lie in blocks of their own, which end with the last byte of the last row's samples.
 class CExactPicture
@@ -79,14 +58,13 @@ private:
             return;
         const int64_t cbStride = cbRow + _in.Range(0, 9);
         const bool bUp = _in.Flag();
-        m_arrPlanes[_nPlane] =
-            std::make_unique<CExactBytes>(static_cast<size_t>(cbStride * (szPlane.cy - 1) + cbRow), _in);
+        m_arrPlanes[_nPlane] = FuzzBytes_Take(_in, static_cast<size_t>(cbStride * (szPlane.cy - 1) + cbRow));
         m_vidPtr.cbVideoRowBytes[_nPlane] = static_cast<int32_t>(bUp ? -cbStride : cbStride);
         m_vidPtr.lpVideoPlanes[_nPlane] =
-            Img_Address(m_arrPlanes[_nPlane]->Data()) + (bUp ? cbStride * (szPlane.cy - 1) : 0);
+            Img_Address(m_arrPlanes[_nPlane].data()) + (bUp ? cbStride * (szPlane.cy - 1) : 0);
     }
 
-    std::unique_ptr<CExactBytes> m_arrPlanes[3];
+    std::vector<uint8_t> m_arrPlanes[3];
 };
 
 /// Reads every row of a frame; false where it has no pixels that can be read.

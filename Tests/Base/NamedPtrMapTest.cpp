@@ -91,12 +91,11 @@ TEST(NamedPtrMap, ClosesAndOpensAgain)
     EXPECT_EQ(log.Count("NOT STOPPED"), 0u);
     MAP map;
     CZPtr<CThing> cpThing;
-    EXPECT_EQ(map.GetOrMake(
-                  "x", [](CThing**) { return E_FAIL; }, cpThing.Put()),
-              E_FAIL);
-    EXPECT_EQ(map.GetOrMake(
-                  "x", [](CThing**) { return S_OK; }, cpThing.Put()),
-              E_UNEXPECTED);
+    for (const auto& [hrMade, hrExpected] : {std::pair{E_FAIL, E_FAIL}, {S_OK, E_UNEXPECTED}}) // and no object
+    {
+        const auto fnMake = [hr = hrMade](CThing**) { return hr; };
+        EXPECT_EQ(map.GetOrMake("x", fnMake, cpThing.Put()), hrExpected);
+    }
     EXPECT_EQ(map.Count(), 0u);
 }
 

@@ -53,14 +53,12 @@ TEST(Thread, CountsWakeUpsThatComeEarly)
     CZEvent evtGo;
     CZEvent evtThird;
     CZWorkerThread thread;
-    ASSERT_EQ(thread.Start(
-                  [&] {
-                      evtGo.Wait(10'000);
-                      if (++nRuns == 3)
-                          evtThird.Set();
-                  },
-                  "counter"),
-              S_OK);
+    const auto fnBody = [&] {
+        evtGo.Wait(10'000);
+        if (++nRuns == 3)
+            evtThird.Set();
+    };
+    ASSERT_EQ(thread.Start(fnBody, "counter"), S_OK);
     for (int i = 0; i < 3; ++i)
         thread.Wake();
     evtGo.Set();
@@ -78,14 +76,12 @@ TEST(Thread, DestroyedWhileRunningWarnsAndLeavesTheThreadItsState)
     const auto spGo = std::make_shared<CZEvent>();
     {
         CZWorkerThread thread;
-        ASSERT_EQ(thread.Start(
-                      [spRuns, spInside, spGo] {
-                          ++*spRuns;
-                          spInside->Set();
-                          spGo->Wait(60'000);
-                      },
-                      "CThreadTest"),
-                  S_OK);
+        const auto fnBody = [spRuns, spInside, spGo] {
+            ++*spRuns;
+            spInside->Set();
+            spGo->Wait(60'000);
+        };
+        ASSERT_EQ(thread.Start(fnBody, "CThreadTest"), S_OK);
         thread.Wake();
         thread.Wake(); // must not run any more
         ASSERT_TRUE(spInside->Wait(10'000));

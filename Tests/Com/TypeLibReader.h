@@ -12,6 +12,14 @@ struct TYPE_METHOD
     std::string strKinds; ///< of the arguments: p = pointer, i = four bytes, d = double
 };
 
+/// The name of a type in a library, or of a member in a type; of the library itself: -1.
+template <class Info> std::wstring TypeLib_Name(Info* _pInfo, LONG _nItem)
+{
+    BSTR bsName = nullptr;
+    _pInfo->GetDocumentation(_nItem, &bsName, nullptr, nullptr, nullptr);
+    return TakeText(bsName);
+}
+
 class CTypeReader
 {
 public:
@@ -40,7 +48,7 @@ public:
             VARDESC* pVar = nullptr;
             if (m_cpInfo->GetVarDesc(n, &pVar) != S_OK)
                 return L"unreadable";
-            wstrMembers += (n ? L" " : L"") + Name(pVar->memid);
+            wstrMembers += (n ? L" " : L"") + TypeLib_Name(m_cpInfo.Get(), pVar->memid);
             wstrMembers += pVar->varkind == VAR_CONST ? L"=" + std::to_wstring(pVar->lpvarValue->lVal)
                                                       : L":" + std::to_wstring(pVar->oInst);
             m_cpInfo->ReleaseVarDesc(pVar);
@@ -52,7 +60,7 @@ public:
         FUNCDESC* pFunc = nullptr;
         if (m_cpInfo->GetFuncDesc(_nIndex, &pFunc) != S_OK)
             return {};
-        TYPE_METHOD method = {Name(pFunc->memid), {}, 0, {}};
+        TYPE_METHOD method = {TypeLib_Name(m_cpInfo.Get(), pFunc->memid), {}, 0, {}};
         method.nSlot = static_cast<size_t>(pFunc->oVft) / sizeof(void*);
         BSTR arrNames[16] = {};
         UINT nNames = 0;
@@ -76,12 +84,6 @@ public:
     }
 
 private:
-    std::wstring Name(MEMBERID _nMember) const
-    {
-        BSTR bsName = nullptr;
-        m_cpInfo->GetDocumentation(_nMember, &bsName, nullptr, nullptr, nullptr);
-        return TakeText(bsName);
-    }
     static char Kind(const TYPEDESC& _desc)
     {
         switch (_desc.vt)
@@ -119,9 +121,7 @@ public:
     }
     std::wstring Name() const
     {
-        BSTR bsName = nullptr;
-        m_cpLib->GetDocumentation(-1, &bsName, nullptr, nullptr, nullptr);
-        return TakeText(bsName);
+        return TypeLib_Name(m_cpLib.Get(), -1);
     }
     TLIBATTR Attr() const
     {
@@ -136,12 +136,8 @@ public:
     {
         CZPtr<ITypeInfo> cpInfo;
         for (UINT n = 0; n < m_cpLib->GetTypeInfoCount(); ++n)
-        {
-            BSTR bsName = nullptr;
-            m_cpLib->GetDocumentation(static_cast<INT>(n), &bsName, nullptr, nullptr, nullptr);
-            if (TakeText(bsName) == _wstrName)
+            if (TypeLib_Name(m_cpLib.Get(), static_cast<LONG>(n)) == _wstrName)
                 m_cpLib->GetTypeInfo(n, cpInfo.Put());
-        }
         return CTypeReader(cpInfo);
     }
     CTypeReader Interface(const std::wstring& _wstrName) const

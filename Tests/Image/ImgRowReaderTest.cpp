@@ -42,17 +42,12 @@ TEST_PIXEL PlanarPixel(const GUARDED_PICTURE& _picture, int _nRow, int _nX)
     if (!_picture.arrPlanes[1])
         return pixel;
     const int nRow = ChromaRowOf(_picture, _nRow);
-    if (fccType == eZFCC_NV12)
-    {
-        const int nPair = std::min(_nX / 2, _picture.vidPtr.szVideoPlanes[1].cx / 2 - 1);
-        pixel.arrLevels[1] = _picture.Byte(1, nRow, nPair * 2);
-        pixel.arrLevels[2] = _picture.Byte(1, nRow, nPair * 2 + 1);
-        return pixel;
-    }
+    const bool bNV12 = fccType == eZFCC_NV12; // U and V in turn
     const bool bVFirst = fccType == eZFCC_YV12 || fccType == eZFCC_YV16;
-    const int nSample = std::min(_nX / 2, _picture.vidPtr.szVideoPlanes[1].cx - 1);
-    pixel.arrLevels[1] = _picture.Byte(bVFirst ? 2 : 1, nRow, nSample);
-    pixel.arrLevels[2] = _picture.Byte(bVFirst ? 1 : 2, nRow, nSample);
+    const int nStep = bNV12 ? 2 : 1;
+    const int nByte = std::min(_nX / 2, _picture.vidPtr.szVideoPlanes[1].cx / nStep - 1) * nStep;
+    pixel.arrLevels[1] = _picture.Byte(bVFirst ? 2 : 1, nRow, nByte);
+    pixel.arrLevels[2] = _picture.Byte(bVFirst || bNV12 ? 1 : 2, nRow, nByte + nStep - 1);
     return pixel;
 }
 

@@ -9,7 +9,6 @@
 #include <regex>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace
 {

@@ -132,13 +132,16 @@ TEST(VideoFormat, DetectionAtTheEdges)
         {Timed(1920, 1126, 25), 0, 0},
         {Timed(1920, 1079, 25), 0, 0},
         {Timed(3840, 2161, 25), 0, 0},
+        {Timed(1280, 751, 50), 0, 0},
         {Timed(2048, 1556, 30), 0, 0},
         {Timed(720, 576, 25, 3), 0, 0},
         {Timed(720, 615, 25), eZVF_PAL, 0}, // 39 extra lines, as NTSC has
         {Timed(720, 616, 25), 0, 0},
         {Timed(720, 486, 29.97), eZVF_NTSC_16x9, eZVF_NTSC_16x9}, // 720 / 486 is wide
+        {Timed(720, 526, 29.97), 0, 0},
         {Timed(720, 480, 23.976, 3, 16, 9), eZVF_NTSC_2398p, eZVF_NTSC_2398p},
         {Timed(720, 480, 29.97, 1), 0, 0},
+        {Timed(720, 479, 29.97), 0, 0},
         {Timed(721, 576, 25), 0, 0},
         {Timed(1920, INT32_MIN, 25), 0, 0},
         {Timed(1920, 1080, std::nan("")), 0, 0},

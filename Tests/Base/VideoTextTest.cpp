@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
-
 TEST(VideoText, Records)
 {
     // format, code, width, height, stride, interlace, aspect, rate, aspect mode, GPU

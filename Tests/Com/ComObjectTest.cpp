@@ -9,7 +9,6 @@
 
 #include <objbase.h>
 
-#include <algorithm>
 #include <thread>
 
 namespace

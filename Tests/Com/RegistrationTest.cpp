@@ -34,13 +34,10 @@ TEST_F(CRegistrationTest, NamesClassesLibraryAndInterfaces)
     for (const auto& [wstrClass, wstrName] : arrClasses)
     {
         const std::wstring wstrKey = L"Software\\Classes\\CLSID\\" + wstrClass;
-        EXPECT_EQ(mapContent[wstrKey + L"\\InprocServer32|"], m_module.Path());
         EXPECT_EQ(mapContent[wstrKey + L"\\InprocServer32|ThreadingModel"], L"Neutral");
         EXPECT_EQ(mapContent[wstrKey + L"\\TypeLib|"], wstrLib);
         EXPECT_EQ(mapContent[wstrKey + L"\\ProgID|"], wstrName + L".1");
         EXPECT_EQ(mapContent[wstrKey + L"\\VersionIndependentProgID|"], wstrName);
-        EXPECT_EQ(mapContent[L"Software\\Classes\\" + wstrName + L".1\\CLSID|"], wstrClass);
-        EXPECT_EQ(mapContent[L"Software\\Classes\\" + wstrName + L"\\CLSID|"], wstrClass);
         EXPECT_EQ(mapContent[L"Software\\Classes\\" + wstrName + L"\\CurVer|"], wstrName + L".1");
     }
     EXPECT_EQ(mapContent[L"Software\\Classes\\TypeLib\\" + wstrLib + L"\\1.0\\0\\win64|"], m_module.Path());

@@ -3,7 +3,6 @@
 #include "Support/LogCatcher.h"
 
 #include <algorithm>
-#include <memory>
 
 namespace
 {

@@ -61,8 +61,8 @@ TEST_F(CY4mTest, KeepsEveryPixelOfOtherLayouts)
     EXPECT_EQ(odd.nWidth * 10 + odd.nHeight, 33);
     EXPECT_GT(odd.Row(2)[8 + 0], 250) << "the last pixel is blue";
     EXPECT_GT(odd.Row(1)[4 + 2], 250) << "the middle one red";
-    const PICTURE half = First("YUV4MPEG2 W2 H1 C422\nFRAME\n\x51\x51\x5A\xF0");
-    EXPECT_GT(half.Row(0)[4 + 2], 250);
+    const PICTURE half = First("YUV4MPEG2 W2 H2 C422\nFRAME\n\x51\x51\x51\x51\x5A\x5A\xF0\xF0");
+    EXPECT_GT(half.Row(1)[4 + 2], 250);
     const PICTURE grey = First("YUV4MPEG2 W1 H1 Cmono\nFRAME\n\x7E");
     EXPECT_EQ(grey.Row(0)[0], grey.Row(0)[2]);
     EXPECT_NEAR(grey.Row(0)[0], (0x7E - 16) * 255.0 / 219, 1);

@@ -1,6 +1,5 @@
 #include "DirectX/Shaders/KeyConstants.h"
 #include "DirectX/Shaders/SmoothShader.h"
-#include "Support/LogCatcher.h"
 
 #include <gtest/gtest.h>
 
@@ -152,17 +151,8 @@ TEST(KeyConstants, CancelIsNeededForLiveKeysThatCancel)
     EXPECT_FALSE(Shader_NeedsCancel(key));
 }
 
-TEST(KeyConstants, OtherTypesAreLogged)
+TEST(KeyConstants, SmoothingPassesAreLimited)
 {
-    CLogCatcher log;
-    Fill(OneKey(eCKT_Auto, {0xFF00FF00, 0x101010, 0, 0, 0, 0, 0, 0, 0, 0}));
-    EXPECT_EQ(log.Count("_pCPU->eType == eCKT_YUV"), 1u);
-}
-
-TEST(KeyConstants, SmoothingStepsOverRowsOfAField)
-{
-    ExpectNear(Shader_FillSmooth(1280, 500, false).smooth, {1, 1, 1 / 1280.0f, 0.002f}, "progressive");
-    ExpectNear(Shader_FillSmooth(1280, 500, true).smooth, {0, 1, 1 / 1280.0f, 0.004f}, "interlaced");
     for (const auto& [nAmount, nPasses] : {std::pair{-1, 0}, {0, 0}, {3, 3}, {99, 10}})
         EXPECT_EQ(Shader_SmoothPasses(nAmount), nPasses);
 }

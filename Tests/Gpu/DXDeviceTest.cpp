@@ -189,12 +189,12 @@ TEST(DXDevice, EveryStepOfInitMayFail)
     for (bool bFailed = true; bFailed;)
     {
         CZPtr<DX11Device> cpWrapper;
-        const ULONG nRefs = Gpu_Refs(Gpu_Device());
+        const ULONG nRefs = RefsOf(Gpu_Device());
         bFailed = faults.Try(++nCall, E_OUTOFMEMORY, mapMessages,
                              [&] { return DX11Device::Create(Gpu_Device(), cpWrapper.Put()); });
         EXPECT_EQ(!cpWrapper, bFailed);
         cpWrapper.Reset();
-        EXPECT_EQ(Gpu_Refs(Gpu_Device()), nRefs);
+        EXPECT_EQ(RefsOf(Gpu_Device()), nRefs);
     }
     EXPECT_EQ(nCall, 7);
 }
@@ -447,5 +447,5 @@ TEST(DXShader, AreKeptWithNoLockThatTheLastWrapperWaitsFor)
     }
     ASSERT_TRUE(thrOther.joinable());
     thrOther.join();
-    EXPECT_EQ(Gpu_Refs(cpShader.Get()), 1u) << "kept on a device that nobody takes it away from";
+    EXPECT_EQ(RefsOf(cpShader.Get()), 1u) << "kept on a device that nobody takes it away from";
 }

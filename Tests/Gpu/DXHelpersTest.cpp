@@ -51,14 +51,14 @@ TEST(DXNamedData, NumbersAndObjectsComeBack)
         const auto cpObject = CZPtr<CCounted>::Adopt(new CCounted);
         const auto cpOther = CZPtr<CCounted>::Adopt(new CCounted);
         EXPECT_EQ(DX_DataSet(pHolder, "object", cpObject.Get()), S_OK);
-        EXPECT_EQ(Gpu_Refs(cpObject.Get()), 2u);
+        EXPECT_EQ(RefsOf(cpObject.Get()), 2u);
         EXPECT_EQ(DX_DataGet<IUnknown>(pHolder, "object").Get(), cpObject.Get());
-        EXPECT_EQ(Gpu_Refs(cpObject.Get()), 2u) << "a reader's reference was lost or kept";
+        EXPECT_EQ(RefsOf(cpObject.Get()), 2u) << "a reader's reference was lost or kept";
         EXPECT_FALSE(DX_DataGet<ID3D11Query>(pHolder, "object"));
         EXPECT_EQ(DX_DataSet(pHolder, "object", cpOther.Get()), S_OK);
-        EXPECT_EQ(Gpu_Refs(cpObject.Get()), 1u) << "the replaced object is still held";
+        EXPECT_EQ(RefsOf(cpObject.Get()), 1u) << "the replaced object is still held";
         EXPECT_GE(DX_DataSet(pHolder, "object", nullptr), S_OK);
-        EXPECT_EQ(Gpu_Refs(cpOther.Get()), 1u);
+        EXPECT_EQ(RefsOf(cpOther.Get()), 1u);
         EXPECT_FALSE(DX_DataGet<IUnknown>(pHolder, "object"));
         EXPECT_GE(DX_DataSet(pHolder, "object", nullptr), S_OK);
     }

@@ -148,6 +148,27 @@ TEST(DXPass, NothingIsAssumedOfTheContext)
     EXPECT_EQ(Gpu_Read(cpTarget.Get()), vecRed);
 }
 
+TEST(DXPass, VertexConstantsTurnTheQuad)
+{
+    const auto cpWrapper = Gpu_Wrapper();
+    const auto cpTarget = Gpu_Texture(8, 4, DXGI_FORMAT_R8_UNORM);
+    ASSERT_EQ(QuadDraw(cpWrapper.Get(), cpTarget.Get(), "float4 PS() : SV_TARGET { return 1; }"), S_OK);
+    // No pass turns anything: what this one has left bound draws once more, one triangle of the two.
+    const VS_ROTATE rotate = {70, 80, 90, 0.5f, 8, 4, {3, 3}};
+    CZPtr<ID3D11Buffer> cpConstants;
+    CZPtr<ID3D11RenderTargetView> cpView;
+    ASSERT_EQ(DX11Device::VertexConstants_Create(Gpu_Device(), &rotate, sizeof(rotate), cpConstants.Put()), S_OK);
+    ASSERT_EQ(DX11Device::Texture_SetAsRenderTarget(cpTarget.Get(), cpView.Put()), S_OK);
+    ID3D11Buffer* const pConstants = cpConstants.Get();
+    Gpu_Context()->VSSetConstantBuffers(0, 1, &pConstants);
+    const float arrBlack[4] = {};
+    Gpu_Context()->ClearRenderTargetView(cpView.Get(), arrBlack);
+    Gpu_Context()->Draw(3, 0);
+    const std::vector<uint8_t> vecTurned = {0, 0, 0, 0, 0,   0, 0, 0, 0, 0, 0, 0,   255, 0, 0, 0,
+                                            0, 0, 0, 0, 255, 0, 0, 0, 0, 0, 0, 255, 255, 0, 0, 0};
+    EXPECT_EQ(Gpu_Read(cpTarget.Get()), vecTurned);
+}
+
 TEST(DXPass, ClearsWhatIsNotCovered)
 {
     const auto cpWrapper = Gpu_Wrapper();
@@ -210,7 +231,7 @@ TEST(DXPass, EveryCallMayFail)
     {
         auto cpWrapper = Gpu_Wrapper();
         Gpu_Context()->ClearState();
-        const ULONG nRefs = Gpu_Refs(Gpu_Device());
+        const ULONG nRefs = RefsOf(Gpu_Device());
         const float arrBlock[5] = {};
         const auto fnPass = [&] {
             return cpWrapper->PixelShader_Execute(cpTarget.Get(), {cpInput.Get(), cpInput.Get()}, c_szCopy, arrBlock,
@@ -223,7 +244,7 @@ TEST(DXPass, EveryCallMayFail)
         EXPECT_EQ(Gpu_Read(cpTarget.Get()), vecPicture);
         Gpu_Context()->ClearState();
         DX_DataSet(cpTarget.Get(), c_svDataQuery, nullptr);
-        EXPECT_LE(Gpu_Refs(Gpu_Device()), nRefs + 1) << "only the shader is kept";
+        EXPECT_LE(RefsOf(Gpu_Device()), nRefs + 1) << "only the shader is kept";
     }
     EXPECT_EQ(nCall, 9);
 }

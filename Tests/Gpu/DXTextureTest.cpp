@@ -90,14 +90,14 @@ TEST(DXTexture, PooledGoesBackToItsAllocator)
 TEST(DXTexture, ForeignIsOnlyReleased)
 {
     auto cpTex2D = Gpu_Texture(8, 4);
-    const ULONG nRefs = Gpu_Refs(cpTex2D.Get());
+    const ULONG nRefs = RefsOf(cpTex2D.Get());
     CLogCatcher log;
     CZPtr<IDX11Texture> cpTexture;
     ASSERT_EQ(DX11Texture::CreateExternal(cpTex2D.Get(), c_vidProps, cpTexture.Put()), S_OK);
     CZPtr<IDX11Allocator> cpOwner;
     EXPECT_EQ(cpTexture->AllocatorGet(cpOwner.Put()), HRESULT_FROM_WIN32(4306));
     cpTexture.Reset();
-    EXPECT_EQ(Gpu_Refs(cpTex2D.Get()), nRefs);
+    EXPECT_EQ(RefsOf(cpTex2D.Get()), nRefs);
     EXPECT_EQ(log.Count("UNREF EXTERNAL (ID:0) Tex:", eZLog_Verbose), 1u);
     EXPECT_EQ(DX_DataGet(cpTex2D.Get(), c_svDataInCache, LONGLONG{0}), 0);
     EXPECT_EQ(DX11Texture::CreateExternal(nullptr, c_vidProps, cpTexture.Put()), E_INVALIDARG);
@@ -197,7 +197,7 @@ TEST(DXAllocator, HandsOutWhatFitsAndMarksIt)
 
 TEST(DXAllocator, KeepsSoManyAndDropsTheOldest)
 {
-    const ULONG nRefs = Gpu_Refs(Gpu_Device());
+    const ULONG nRefs = RefsOf(Gpu_Device());
     const auto cpAllocator = Gpu_Allocator();
     std::vector<ID3D11Texture2D*> vecTextures;
     {
@@ -220,8 +220,8 @@ TEST(DXAllocator, KeepsSoManyAndDropsTheOldest)
     const auto cpKept = Get(cpAllocator.Get());
     EXPECT_EQ(cpAllocator->TexturePut(cpKept.Get()), S_OK);
     EXPECT_EQ(cpAllocator->CacheClear(), S_OK);
-    EXPECT_EQ(Gpu_Refs(cpKept.Get()), 1u);
-    EXPECT_EQ(Gpu_Refs(Gpu_Device()), nRefs + 1);
+    EXPECT_EQ(RefsOf(cpKept.Get()), 1u);
+    EXPECT_EQ(RefsOf(Gpu_Device()), nRefs + 1);
 }
 
 TEST(DXAllocator, ForgetsADeviceThatIsGone)
@@ -230,14 +230,14 @@ TEST(DXAllocator, ForgetsADeviceThatIsGone)
     const auto cpCached = Get(cpAllocator.Get());
     const auto cpInUse = Get(cpAllocator.Get());
     EXPECT_EQ(cpAllocator->TexturePut(cpCached.Get()), S_OK);
-    EXPECT_EQ(Gpu_Refs(cpCached.Get()), 2u);
+    EXPECT_EQ(RefsOf(cpCached.Get()), 2u);
     CLogCatcher log;
     const HOOK_REMOVEDREASON hook(Gpu_Device(), [](auto...) { return DXGI_ERROR_DEVICE_HUNG; });
     CZPtr<ID3D11Texture2D> cpTexture;
     EXPECT_EQ(cpAllocator->TextureGet(Gpu_Device(), &c_desc, cpTexture.Put()), DXGI_ERROR_DEVICE_HUNG);
     EXPECT_EQ(log.Count("GetDeviceRemovedReason()=887A0006", eZLog_Error), 1u);
-    EXPECT_EQ(Gpu_Refs(cpCached.Get()), 1u);
+    EXPECT_EQ(RefsOf(cpCached.Get()), 1u);
     EXPECT_EQ(cpAllocator->TexturePut(cpInUse.Get()), S_FALSE);
     EXPECT_FALSE(DX_DataGet<IDX11Allocator>(cpInUse.Get(), c_svDataAllocator)) << "it would keep its allocator";
-    EXPECT_EQ(Gpu_Refs(cpInUse.Get()), 1u);
+    EXPECT_EQ(RefsOf(cpInUse.Get()), 1u);
 }

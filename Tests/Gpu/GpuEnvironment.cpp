@@ -19,13 +19,13 @@ class CLeakWatch final : public testing::EmptyTestEventListener
 {
     void OnTestStart(const testing::TestInfo&) override
     {
-        m_nRefs = Gpu_Refs(g_cpDevice.Get());
+        m_nRefs = RefsOf(g_cpDevice.Get());
     }
     void OnTestEnd(const testing::TestInfo&) override
     {
         g_cpContext->ClearState(); // what is bound is no leak
         g_cpContext->Flush();
-        EXPECT_EQ(Gpu_Refs(g_cpDevice.Get()), m_nRefs) << "objects of the device that the test has left behind";
+        EXPECT_EQ(RefsOf(g_cpDevice.Get()), m_nRefs) << "objects of the device that the test has left behind";
     }
     ULONG m_nRefs = 0;
 };
@@ -85,25 +85,11 @@ CZPtr<ID3D11Device> Gpu_OtherDevice()
     return cpWrapper ? cpWrapper->Device() : nullptr;
 }
 
-ULONG Gpu_Refs(IUnknown* _pObject)
-{
-    _pObject->AddRef();
-    return _pObject->Release();
-}
-
 CZPtr<ID3D11Texture2D> Gpu_Texture(uint32_t _nWidth, uint32_t _nHeight, DXGI_FORMAT _eFormat,
                                    const std::vector<uint8_t>& _vecBytes, ID3D11Device* _pDevice)
 {
-    const D3D11_TEXTURE2D_DESC desc = {_nWidth,
-                                       _nHeight,
-                                       1,
-                                       1,
-                                       _eFormat,
-                                       {1, 0},
-                                       D3D11_USAGE_DEFAULT,
-                                       D3D11_BIND_SHADER_RESOURCE | D3D11_BIND_RENDER_TARGET,
-                                       0,
-                                       0};
+    const CD3D11_TEXTURE2D_DESC desc(_eFormat, _nWidth, _nHeight, 1, 1,
+                                     D3D11_BIND_SHADER_RESOURCE | D3D11_BIND_RENDER_TARGET);
     const D3D11_SUBRESOURCE_DATA data = {_vecBytes.data(), static_cast<UINT>(_nWidth * BytesPerTexel(_eFormat)), 0};
     CZPtr<ID3D11Texture2D> cpTexture;
     EXPECT_EQ(_pDevice->CreateTexture2D(&desc, _vecBytes.empty() ? nullptr : &data, cpTexture.Put()), S_OK);
@@ -125,10 +111,8 @@ std::vector<uint8_t> Gpu_Read(ID3D11Texture2D* _pTexture)
 {
     D3D11_TEXTURE2D_DESC desc = {};
     _pTexture->GetDesc(&desc);
-    desc.Usage = D3D11_USAGE_STAGING;
-    desc.BindFlags = 0;
-    desc.MiscFlags = 0;
-    desc.CPUAccessFlags = D3D11_CPU_ACCESS_READ;
+    desc = CD3D11_TEXTURE2D_DESC(desc.Format, desc.Width, desc.Height, 1, 1, 0, D3D11_USAGE_STAGING,
+                                 D3D11_CPU_ACCESS_READ);
     const auto cpDevice = DX_DeviceOf(_pTexture);
     const auto cpContext = DX_ContextOf(cpDevice.Get());
     CZPtr<ID3D11Texture2D> cpStaging;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DirectX/DXDevice.h"
+#include "Support/FrameAccess.h"
 
 #include <gtest/gtest.h>
 
@@ -16,9 +17,6 @@ ID3D11DeviceContext* Gpu_Context();
 CZPtr<DX11Device> Gpu_Wrapper();
 /// Another device on the same adapter.
 CZPtr<ID3D11Device> Gpu_OtherDevice();
-
-/// References to an object, its device's children included.
-ULONG Gpu_Refs(IUnknown* _pObject);
 
 /// A texture of one level that shaders can read and draw to; the bytes of its rows, or undefined content.
 CZPtr<ID3D11Texture2D> Gpu_Texture(uint32_t _nWidth, uint32_t _nHeight,

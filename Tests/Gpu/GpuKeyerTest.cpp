@@ -391,7 +391,7 @@ TEST_F(GpuKeyer, MakesAnotherDeviceWhenOneIsRemoved)
     std::mt19937 random(5);
     const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_RGB, c_arrOptions[0], &random), false, false, eSYM_601};
     const auto cpFrame = FrameOf(RandomPicture(eZFCC_RGB32, 64, 0, &random), false);
-    const ULONG nRefs = Gpu_Refs(Gpu_Device());
+    const ULONG nRefs = RefsOf(Gpu_Device());
     m_keyer.DeviceInit(Gpu_Device());
     Key(cpFrame.Get(), settings);
     ASSERT_EQ(m_keyer.DeviceGet()->Device(), Gpu_Device());
@@ -404,7 +404,7 @@ TEST_F(GpuKeyer, MakesAnotherDeviceWhenOneIsRemoved)
         EXPECT_EQ(m_keyer.DeviceGet(), nullptr);
     }
     Gpu_Context()->ClearState();
-    EXPECT_EQ(Gpu_Refs(Gpu_Device()), nRefs) << "nothing of the removed device is kept";
+    EXPECT_EQ(RefsOf(Gpu_Device()), nRefs) << "nothing of the removed device is kept";
     Key(cpFrame.Get(), settings);
     ASSERT_TRUE(m_keyer.DeviceGet());
     EXPECT_NE(m_keyer.DeviceGet()->Device(), Gpu_Device());

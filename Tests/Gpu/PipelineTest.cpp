@@ -356,7 +356,7 @@ TEST(Pipeline, EveryCallMayFail)
     for (bool bFailed = true; bFailed;)
     {
         Gpu_Context()->ClearState();
-        const ULONG nRefs = Gpu_Refs(Gpu_Device());
+        const ULONG nRefs = RefsOf(Gpu_Device());
         CCopyProcessor processor;
         ASSERT_EQ(processor.DeviceInit(Gpu_Device()), S_OK);
         CZPtr<IZFFrame> cpResult;
@@ -367,7 +367,7 @@ TEST(Pipeline, EveryCallMayFail)
         EXPECT_EQ(Gpu_Pixels(cpResult.Get()), vecPixels);
         processor.Close();
         Gpu_Context()->ClearState();
-        EXPECT_EQ(Gpu_Refs(Gpu_Device()), nRefs);
+        EXPECT_EQ(RefsOf(Gpu_Device()), nRefs);
     }
     EXPECT_EQ(nCall, bStaging ? 13 : 12);
 }

@@ -40,6 +40,15 @@ protected:
         m_cpProps = ZQuery<IZProps>(m_cpProcess);
         m_cpKey = ZQuery<IZChromaKey>(m_cpProcess);
         Set(L"output.thread", L"false");
+        KeySet(TestKey(eCKT_RGB));
+    }
+    ~GpuPlugin() override
+    {
+        DX_FunctionsSet(nullptr);
+    }
+    void KeySet(const CHROMA_KEY_RAW& _key)
+    {
+        EXPECT_EQ(m_cpKey->KeyRawSet(&_key, nullptr), S_OK);
     }
     void Set(const wchar_t* _pwszName, const wchar_t* _pwszValue)
     {
@@ -51,6 +60,17 @@ protected:
         CZPtr<IZFFrame> cpRes;
         EXPECT_EQ(m_cpProcess->OnMediaReceive(_pFrame, cpRes.Put()), S_OK);
         return cpRes;
+    }
+    /// A frame is keyed, wherever.
+    void Key(const wchar_t* _pwszMode)
+    {
+        const auto cpRes = Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get(), _pwszMode);
+        ASSERT_TRUE(cpRes);
+        EXPECT_TRUE(AttachmentOf(cpRes.Get(), L"mask"));
+    }
+    static size_t OnGPU(const CLogCatcher& _log)
+    {
+        return _log.Count(") GPU Processed(0) OK");
     }
 
     CZPtr<IZFProcess> m_cpProcess;
@@ -84,8 +104,7 @@ TEST_F(GpuPlugin, GivesWhatTheCpuGives)
                 const wchar_t* const pwszBorders = eType == eCKT_YUV ? L"8,4,8,2" : L"";
                 SCOPED_TRACE(std::to_string(eType) + " " + ZText_FromWide(pwszARGB) + " " +
                              ZText_FromWide(pwszBorders) + " " + FCC_Name(fccType) + " " + std::to_string(nHeight));
-                const CHROMA_KEY_RAW key = TestKey(eType);
-                ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+                KeySet(TestKey(eType));
                 Set(L"output.argb", pwszARGB);
                 Set(L"keying.borders", pwszBorders);
                 const auto cpFrame = TestFrame_Make(fccType, 96, nHeight);
@@ -98,7 +117,7 @@ TEST_F(GpuPlugin, GivesWhatTheCpuGives)
                 const auto cpCPU = Receive(cpFrame.Get(), L"0");
                 const auto cpGPU = Receive(cpFrame.Get(), L"1");
                 ASSERT_TRUE(cpCPU && cpGPU);
-                EXPECT_EQ(log.Count(") GPU Processed(0) OK"), ++nKeyed);
+                EXPECT_EQ(OnGPU(log), ++nKeyed);
                 ExpectSame(cpGPU.Get(), cpCPU.Get());
                 const auto cpMaskCPU = ZQuery<IZFFrame>(AttachmentOf(cpCPU.Get(), L"mask"));
                 const auto cpMaskGPU = ZQuery<IZFFrame>(AttachmentOf(cpGPU.Get(), L"mask"));
@@ -114,8 +133,6 @@ TEST_F(GpuPlugin, GivesWhatTheCpuGives)
 TEST_F(GpuPlugin, LeavesBordersThroughChromaSamplesToTheCpu)
 {
     const CLogCatcher log;
-    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
-    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
     Set(L"output.argb", L"true");
     const auto cpFrame = TestFrame_Make(eZFCC_YV12, 96, 32);
     for (const auto& [pwszBorders, nKeyed] : {std::pair(L"8,4,8,2", 1u), std::pair(L"8,3,8,3", 1u)})
@@ -125,7 +142,7 @@ TEST_F(GpuPlugin, LeavesBordersThroughChromaSamplesToTheCpu)
         const auto cpCPU = Receive(cpFrame.Get(), L"0");
         ASSERT_TRUE(cpGPU && cpCPU);
         ExpectSame(cpGPU.Get(), cpCPU.Get());
-        EXPECT_EQ(log.Count(") GPU Processed(0) OK"), nKeyed) << pwszBorders;
+        EXPECT_EQ(OnGPU(log), nKeyed) << pwszBorders;
     }
 }
 
@@ -134,18 +151,16 @@ TEST_F(GpuPlugin, SaysWhereColourCancelHasNoEffect)
     CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
     key.bColorCancel = 1;
     key.arrKeys[0].nCancelPower = 50;
-    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+    KeySet(key);
     const CLogCatcher log;
     for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_NV12, eZFCC_NV12})
         EXPECT_TRUE(Receive(TestFrame_Make(fccType, 64, 32).Get(), L"1"));
-    EXPECT_EQ(log.Count(") GPU Processed(0) OK"), 3u);
+    EXPECT_EQ(OnGPU(log), 3u);
     EXPECT_EQ(log.Count("colour cancel leaves the colours of NV12 frames"), 1u);
 }
 
 TEST_F(GpuPlugin, StaysLoadedWhileTheHostHoldsAResultsTexture)
 {
-    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
-    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
     auto cpFrame = Gpu_TextureFrame(Gpu_Texture(16, 8).Get(), Gpu_Props(eZFCC_RGB32, 16, -8));
     CZPtr<IDX11Texture> cpTexture;
     {
@@ -163,39 +178,44 @@ TEST_F(GpuPlugin, StaysLoadedWhileTheHostHoldsAResultsTexture)
 }
 
 int g_nDevicesAsked = 0;
-decltype(DX_FUNCTIONS::pfnD3D11CreateDevice) g_pfnCreateDevice;
+decltype(DX_FUNCTIONS::pfnD3D11CreateDevice) g_pfnCreateDevice; // null: no device can be made
 
-HRESULT WINAPI NoDevice(IDXGIAdapter*, D3D_DRIVER_TYPE, HMODULE, UINT, const D3D_FEATURE_LEVEL*, UINT, UINT,
-                        ID3D11Device**, D3D_FEATURE_LEVEL*, ID3D11DeviceContext**)
+HRESULT WINAPI CountedDevice(IDXGIAdapter* _pAdapter, D3D_DRIVER_TYPE _eDriver, HMODULE _hSoftware, UINT _nFlags,
+                             const D3D_FEATURE_LEVEL* _pLevels, UINT _nLevels, UINT _nVersion, ID3D11Device** _ppDevice,
+                             D3D_FEATURE_LEVEL* _peLevel, ID3D11DeviceContext** _ppContext)
 {
     ++g_nDevicesAsked;
-    return DXGI_ERROR_UNSUPPORTED;
+    return g_pfnCreateDevice ? g_pfnCreateDevice(_pAdapter, _eDriver, _hSoftware, _nFlags, _pLevels, _nLevels,
+                                                 _nVersion, _ppDevice, _peLevel, _ppContext)
+                             : DXGI_ERROR_UNSUPPORTED;
+}
+
+/// From now on devices are counted, until the test ends.
+void CountDevices(bool _bAny)
+{
+    static DX_FUNCTIONS functions; // is not copied
+    functions = DX_Functions();
+    g_pfnCreateDevice = _bAny ? functions.pfnD3D11CreateDevice : nullptr;
+    g_nDevicesAsked = 0;
+    functions.pfnD3D11CreateDevice = &CountedDevice;
+    DX_FunctionsSet(&functions);
 }
 
 TEST_F(GpuPlugin, AsksForAMissingDeviceNotWithEveryFrame)
 {
-    DX_FUNCTIONS functions = DX_Functions();
-    functions.pfnD3D11CreateDevice = &NoDevice;
-    DX_FunctionsSet(&functions);
-    g_nDevicesAsked = 0;
-    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
-    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+    CountDevices(false);
     const CLogCatcher log;
     for (int n = 0; n < 3; ++n)
-    {
-        const auto cpRes = Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get(), L"-1");
-        ASSERT_TRUE(cpRes) << "keyed on the CPU";
-        EXPECT_TRUE(AttachmentOf(cpRes.Get(), L"mask"));
-        EXPECT_EQ(g_nDevicesAsked, 1);
-    }
+        Key(L"-1");
+    EXPECT_EQ(g_nDevicesAsked, 1);
     EXPECT_EQ(log.Count("Failed to perform GPU chroma key! hr=887A0004", eZLog_Error), 1u);
     Set(L"process.threads", L"3");
-    Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get(), L"-1");
+    Key(L"-1");
     EXPECT_EQ(g_nDevicesAsked, 2) << "an option has changed";
     DX_FunctionsSet(nullptr);
     Set(L"process.threads", L"2");
-    Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get(), L"1");
-    EXPECT_EQ(log.Count(") GPU Processed(0) OK"), 1u);
+    Key(L"1");
+    EXPECT_EQ(OnGPU(log), 1u);
 }
 
 /// Adapters are said to be software, or not, while it lives.
@@ -209,60 +229,39 @@ HOOK_ADAPTERDESC1 SoftwareHook(bool _bSoftware)
                              });
 }
 
-HRESULT WINAPI CountedDevice(IDXGIAdapter* _pAdapter, D3D_DRIVER_TYPE _eDriver, HMODULE _hSoftware, UINT _nFlags,
-                             const D3D_FEATURE_LEVEL* _pLevels, UINT _nLevels, UINT _nVersion, ID3D11Device** _ppDevice,
-                             D3D_FEATURE_LEVEL* _peLevel, ID3D11DeviceContext** _ppContext)
-{
-    ++g_nDevicesAsked;
-    return g_pfnCreateDevice(_pAdapter, _eDriver, _hSoftware, _nFlags, _pLevels, _nLevels, _nVersion, _ppDevice,
-                             _peLevel, _ppContext);
-}
-
 TEST_F(GpuPlugin, MakesNoDeviceAfterTheOtherWhenAllAreRemoved)
 {
     const auto hookAdapter = SoftwareHook(false);
-    DX_FUNCTIONS functions = DX_Functions();
-    g_pfnCreateDevice = functions.pfnD3D11CreateDevice;
-    functions.pfnD3D11CreateDevice = &CountedDevice;
-    DX_FunctionsSet(&functions);
-    g_nDevicesAsked = 0;
-    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
-    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
+    CountDevices(true);
     const CLogCatcher log;
-    const auto fnKey = [&] {
-        EXPECT_TRUE(AttachmentOf(Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get(), L"-1").Get(), L"mask"));
-    };
-    fnKey();
+    Key(L"-1");
     {
         const HOOK_REMOVEDREASON hook(Gpu_Device(), [](auto...) { return DXGI_ERROR_DEVICE_HUNG; });
         for (int n = 0; n < 3; ++n)
-            fnKey();
+            Key(L"-1");
         EXPECT_EQ(g_nDevicesAsked, 1);
         EXPECT_EQ(log.Count("Failed to perform GPU chroma key! hr=887A0006"), 1u) << "between frames";
         Set(L"process.threads", L"3");
-        fnKey();
+        Key(L"-1");
         EXPECT_EQ(g_nDevicesAsked, 2) << "an option has changed";
     }
     Set(L"process.threads", L"2");
-    fnKey();
+    Key(L"-1");
     EXPECT_EQ(g_nDevicesAsked, 3);
-    EXPECT_EQ(log.Count(") GPU Processed(0) OK"), 2u);
-    DX_FunctionsSet(nullptr);
+    EXPECT_EQ(OnGPU(log), 2u);
 }
 
 TEST_F(GpuPlugin, LeavesASoftwareAdapterAloneUnlessTold)
 {
     const auto hook = SoftwareHook(true);
-    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
-    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
     const CLogCatcher log;
     size_t nOnGPU = 0;
     for (const wchar_t* const pwszMode : {L"-1", L"1", L"-1"})
         for (int n = 0; n < 3; ++n)
         {
-            EXPECT_TRUE(AttachmentOf(Receive(TestFrame_Make(eZFCC_RGB32, 64, 32).Get(), pwszMode).Get(), L"mask"));
+            Key(pwszMode);
             nOnGPU += *pwszMode == L'1';
-            EXPECT_EQ(log.Count(") GPU Processed(0) OK"), nOnGPU);
+            EXPECT_EQ(OnGPU(log), nOnGPU);
         }
     EXPECT_EQ(log.Count("no graphics card but the processor", eZLog_Info), 2u) << "once for each change of the mode";
     EXPECT_EQ(log.Count("D3D11CreateDevice("), 3u);
@@ -271,8 +270,6 @@ TEST_F(GpuPlugin, LeavesASoftwareAdapterAloneUnlessTold)
 
 TEST_F(GpuPlugin, LetsGoOfFramesBehindItsLocks)
 {
-    const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
-    ASSERT_EQ(m_cpKey->KeyRawSet(&key, nullptr), S_OK);
     Set(L"debug.time_overlay", L"true");
     // Called when a frame that the plug-in has made ends, with its hook: another thread takes the lock of processing.
     std::vector<std::thread> vecThreads;

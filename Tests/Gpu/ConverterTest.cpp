@@ -149,46 +149,6 @@ TEST(Converter, DrawsNothingThatIsNotNeeded)
     cpAllocator->CacheClear();
 }
 
-TEST(Converter, EveryCallMayFail)
-{
-    const FAULT_MESSAGES mapMessages = {
-        {"D3DCompile", {"Failed to set pixel shader for conversion!"}},
-        {"CreatePixelShader",
-         {"DX11Converter::UpdatePixelShader: Unable to create pixel shader! Error code 0X80004005!"}},
-        {"CreateSamplerState", {"Sampler state is not available for frame conversion!"}},
-        {"CreateShaderResourceView", {"DX11Converter::_RenderBase: Failed to create shader resource view!"}},
-        {"CreateTexture2D", {"DX11Converter::_RenderBase: Failed to create 2D texture!"}},
-        {"CreateBuffer", {"DX11Converter::_RenderBase: Failed to create constant buffer!"}},
-        {"CreateRenderTargetView", {"DX11Converter::_RenderBase: Failed to create render target view!"}},
-        {"CreateQuery", {"cpD3DQuery"}},
-    };
-    const PICTURE picture = Twin_Random(eZFCC_UYVY, 8, 4);
-    const CZPtr<IDX11Texture> cpPicture = TextureOf(picture);
-    const auto cpTexture = Gpu_TextureIn(cpPicture.Get());
-    const ZF_VID_PROPS vidProps = PropsOf(picture);
-    const ZF_VID_PROPS vidARGB = Gpu_Props(eZFCC_ARGB32, 8, -4);
-    CCallFaults faults(Gpu_Device());
-    int nCall = 0;
-    for (bool bFailed = true; bFailed;)
-    {
-        const auto cpWrapper = Gpu_Wrapper();
-        const auto cpAllocator = Gpu_Allocator();
-        DX11Converter converter;
-        CZPtr<IDX11Texture> cpSurface;
-        const auto fnConvert = [&] {
-            return converter.Convert(cpWrapper.Get(), &vidProps, &vidARGB, cpTexture.Get(), cpAllocator.Get(),
-                                     cpSurface.Put());
-        };
-        bFailed = faults.Try(++nCall, E_FAIL, mapMessages, fnConvert);
-        EXPECT_EQ(!cpSurface, bFailed);
-        EXPECT_EQ(fnConvert(), S_OK);
-        converter.Close();
-        cpAllocator->CacheClear();
-        Gpu_Context()->ClearState();
-    }
-    EXPECT_EQ(nCall, 9);
-}
-
 TEST(VideoProcessor, MakesPackedVideo)
 {
     const auto cpWrapper = Gpu_Wrapper();

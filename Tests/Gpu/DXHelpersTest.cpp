@@ -18,9 +18,6 @@ class CCounted final : public CZUnknown<IUnknown>
 {
 };
 
-const D3D11_TEXTURE2D_DESC c_descAny = {
-    64, 32, 1, 1, DXGI_FORMAT_B8G8R8A8_UNORM, {1, 0}, D3D11_USAGE_DEFAULT, D3D11_BIND_SHADER_RESOURCE, 0, 0};
-
 } // namespace
 
 TEST(DXNamedData, IdentifiersHashTheWholeName)
@@ -82,70 +79,52 @@ TEST(DXNamedData, RefusesWhatCannotHoldData)
 
 TEST(DXHelpers, TextOfADescription)
 {
-    D3D11_TEXTURE2D_DESC desc = c_descAny;
-    EXPECT_EQ(DX_TextureText(&desc), "64x32 Fmt:87 Mip:1 Usage:0 BindFlags:08 MiscFlags:0000");
-    desc.Usage = D3D11_USAGE_STAGING;
-    desc.BindFlags = 0x28;
-    desc.MiscFlags = D3D11_RESOURCE_MISC_SHARED;
-    desc.CPUAccessFlags = D3D11_CPU_ACCESS_READ | D3D11_CPU_ACCESS_WRITE;
+    CD3D11_TEXTURE2D_DESC desc(DXGI_FORMAT_B8G8R8A8_UNORM, 64, 32, 1, 1, 0x28, D3D11_USAGE_STAGING,
+                               D3D11_CPU_ACCESS_READ | D3D11_CPU_ACCESS_WRITE, 1, 0, D3D11_RESOURCE_MISC_SHARED);
     EXPECT_EQ(DX_TextureText(&desc), "64x32 Fmt:87 Mip:1 Usage:3 BindFlags:28 MiscFlags:0002 CPURead CPUWrite");
     desc.Width = 0;
     EXPECT_EQ(DX_TextureText(&desc), "NULL/EMPTY");
     EXPECT_EQ(DX_TextureText(static_cast<ID3D11Texture2D*>(nullptr)), "NULL");
-    EXPECT_EQ(DX_TextureText(Gpu_Texture(3, 2, DXGI_FORMAT_R8_UNORM).Get()),
-              "3x2 Fmt:61 Mip:1 Usage:0 BindFlags:28 MiscFlags:0000");
 }
 
 TEST(DXHelpers, SizesInTexels)
 {
-    // format, texel format, size in texels of 1919x1079 and of 720x576
+    // formats, texel format, size in texels of 1919x1079 and of 720x576
     struct ROW
     {
-        uint32_t fccType;
+        std::vector<uint32_t> vecTypes;
         DXGI_FORMAT eFormat;
         UINT arrOdd[2];
         UINT arrEven[2];
     };
     const ROW arrRows[] = {
-        {eZFCC_RGB32, DXGI_FORMAT_B8G8R8A8_UNORM, {1919, 1079}, {720, 576}},
-        {eZFCC_ARGB32, DXGI_FORMAT_B8G8R8A8_UNORM, {1919, 1079}, {720, 576}},
-        {eZFCC_UYVY, DXGI_FORMAT_B8G8R8A8_UNORM, {960, 1079}, {360, 576}},
-        {eZFCC_HDYC, DXGI_FORMAT_B8G8R8A8_UNORM, {960, 1079}, {360, 576}},
-        {eZFCC_YUY2, DXGI_FORMAT_B8G8R8A8_UNORM, {960, 1079}, {360, 576}},
-        {eZFCC_RGB8, DXGI_FORMAT_R8_UNORM, {1919, 1079}, {720, 576}},
-        {eZFCC_NV12, DXGI_FORMAT_R8_UNORM, {1919, 1620}, {720, 864}},
-        {eZFCC_YV12, DXGI_FORMAT_R8_UNORM, {1919, 1620}, {720, 864}},
-        {eZFCC_I420, DXGI_FORMAT_R8_UNORM, {1919, 1620}, {720, 864}},
-        {eZFCC_YV16, DXGI_FORMAT_R8_UNORM, {1919, 2158}, {720, 1152}},
-        {eZFCC_I422, DXGI_FORMAT_R8_UNORM, {1919, 2158}, {720, 1152}},
-        {eZFCC_Y422, DXGI_FORMAT_R8_UNORM, {1919, 2158}, {720, 1152}},
-        {eZFCC_Y444, DXGI_FORMAT_R8_UNORM, {1919, 2158}, {720, 1152}},
+        {{eZFCC_RGB32, eZFCC_ARGB32}, DXGI_FORMAT_B8G8R8A8_UNORM, {1919, 1079}, {720, 576}},
+        {{eZFCC_UYVY, eZFCC_HDYC, eZFCC_YUY2}, DXGI_FORMAT_B8G8R8A8_UNORM, {960, 1079}, {360, 576}},
+        {{eZFCC_RGB8}, DXGI_FORMAT_R8_UNORM, {1919, 1079}, {720, 576}},
+        {{eZFCC_NV12, eZFCC_YV12, eZFCC_I420}, DXGI_FORMAT_R8_UNORM, {1919, 1620}, {720, 864}},
+        {{eZFCC_YV16, eZFCC_I422, eZFCC_Y422, eZFCC_Y444}, DXGI_FORMAT_R8_UNORM, {1919, 2158}, {720, 1152}},
     };
     size_t nWithTexture = 0;
+    for (const ROW& row : arrRows)
+        for (const uint32_t fccType : row.vecTypes)
+        {
+            SCOPED_TRACE(FCC_Name(fccType));
+            const ZF_VID_PROPS vidProps = Record(fccType, 720, -576);
+            D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(vidProps);
+            const CD3D11_TEXTURE2D_DESC descExpected(row.eFormat, row.arrEven[0], row.arrEven[1], 1, 1, 0);
+            EXPECT_EQ(std::memcmp(&desc, &descExpected, sizeof(desc)), 0) << DX_TextureText(&desc);
+            EXPECT_TRUE(DX_TextureFits(desc, vidProps));
+            EXPECT_EQ(DX_PictureHeight(fccType, static_cast<int32_t>(desc.Height)), 576);
+            ++desc.Height;
+            EXPECT_FALSE(DX_TextureFits(desc, vidProps));
+            desc = DX_TextureDesc(Record(fccType, 1919, 1079));
+            EXPECT_EQ(desc.Width, row.arrOdd[0]);
+            EXPECT_EQ(desc.Height, row.arrOdd[1]);
+            ++nWithTexture;
+        }
     for (const PIXEL_FORMAT& format : FCC_All())
-    {
-        SCOPED_TRACE(format.pszName);
-        const ZF_VID_PROPS vidProps = Record(format.fccType, 720, -576);
-        const ROW* pRow = nullptr;
-        for (const ROW& row : arrRows)
-            pRow = row.fccType == format.fccType ? &row : pRow;
-        nWithTexture += pRow != nullptr;
-        D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(vidProps);
-        EXPECT_EQ(desc.Width, pRow ? pRow->arrEven[0] : 0);
-        if (!pRow)
-            continue;
-        EXPECT_EQ(desc.Height, pRow->arrEven[1]);
-        EXPECT_EQ(desc.Format, pRow->eFormat);
-        EXPECT_EQ(desc.MipLevels * desc.ArraySize * desc.SampleDesc.Count, 1u);
-        EXPECT_TRUE(DX_TextureFits(desc, vidProps));
-        EXPECT_EQ(DX_PictureHeight(format.fccType, static_cast<int32_t>(desc.Height)), 576);
-        ++desc.Height;
-        EXPECT_FALSE(DX_TextureFits(desc, vidProps));
-        desc = DX_TextureDesc(Record(format.fccType, 1919, 1079));
-        EXPECT_EQ(desc.Width, pRow->arrOdd[0]);
-        EXPECT_EQ(desc.Height, pRow->arrOdd[1]);
-    }
-    EXPECT_EQ(nWithTexture, std::size(arrRows));
+        nWithTexture -= DX_TextureDesc(Record(format.fccType, 720, 576)).Width != 0;
+    EXPECT_EQ(nWithTexture, 0u) << "a format that is in no row, or none";
     for (const auto& [nWidth, nHeight] : {std::pair{0, 576}, {-720, 576}, {720, 0}, {720, INT_MIN}, {720, INT_MAX}})
     {
         const ZF_VID_PROPS vidProps = Record(eZFCC_YV16, nWidth, nHeight);
@@ -153,9 +132,6 @@ TEST(DXHelpers, SizesInTexels)
         EXPECT_FALSE(DX_TextureFits(DX_TextureDesc(vidProps), vidProps));
     }
     CLogCatcher log;
-    EXPECT_EQ(DX_PictureHeight(eZFCC_NV12, 1620), 1080);
-    EXPECT_EQ(DX_PictureHeight(eZFCC_YV16, 2160), 1080);
-    EXPECT_EQ(log.Count(""), 0u);
     DX_PictureHeight(eZFCC_YV12, 1621);
     DX_PictureHeight(eZFCC_I422, 2161);
     EXPECT_EQ(log.Count("_nTexelHeight * 2 % 3 == 0"), 1u);
@@ -188,8 +164,7 @@ TEST(DXAdapter, KindsByVendor)
     CLogCatcher log;
     const auto cpStranger = CZPtr<CCounted>::Adopt(new CCounted);
     EXPECT_EQ(DX_GPUType(cpStranger.Get()), eGPU_Other);
-    EXPECT_EQ(DX_GPUType(nullptr), eGPU_Other);
-    EXPECT_EQ(log.Count("cpAdapter"), 2u);
+    EXPECT_EQ(log.Count("cpAdapter"), 1u);
 }
 
 TEST(DXAdapter, SameOnlyWithTheSameIdentifier)

@@ -121,6 +121,21 @@ CZPtr<CZFrame> FrameOf(const PICTURE& _picture, bool _bBottomUp)
     return cpFrame;
 }
 
+/// What is keyed: planar pictures are packed first.
+PICTURE KeyedInput(const PICTURE& _source)
+{
+    return _source.fccType == eZFCC_NV12
+               ? Rounded(ShaderTwin::Convert({eZFCC_NV12, eZFCC_UYVY}, _source, _source.nWidth, c_nHeight))
+               : _source;
+}
+
+CK_SETTINGS SettingsOf(const CHROMA_KEY_RAW& _key, int _nWidth)
+{
+    CK_SETTINGS settings = {};
+    Shader_FillKeys(_key, _nWidth, c_nHeight, false, &settings);
+    return settings;
+}
+
 /// How far a rendered picture is from its formulas, in levels.
 struct DISTANCE
 {
@@ -174,16 +189,6 @@ protected:
     GPUChromaKey m_keyer;
 };
 
-/// The alpha of a keyed picture, in the bytes of a mask.
-PICTURE AlphaOf(const PICTURE& _picture)
-{
-    PICTURE mask = ShaderTwin::Make(eZFCC_RGB8, _picture.nWidth, _picture.nHeight);
-    for (int nY = 0; nY < mask.nHeight; ++nY)
-        for (int nX = 0; nX < mask.nWidth; ++nX)
-            mask.Byte(nY, nX) = _picture.Byte(nY, 4 * nX + 3);
-    return mask;
-}
-
 void GpuKeyer::CheckRendered(const FORMAT& _format, const OPTION& _option, const CHROMA_KEY_RAW& _key, int _nWidth,
                              std::mt19937* _pRandom, DISTANCE* _pDistance)
 {
@@ -194,11 +199,8 @@ void GpuKeyer::CheckRendered(const FORMAT& _format, const OPTION& _option, const
     const auto cpRes = Key(cpFrame.Get(), {_key, _option.bARGB, false, _option.eMatrix});
     ASSERT_TRUE(cpRes);
 
-    CK_SETTINGS settings = {};
-    Shader_FillKeys(_key, nWidth, c_nHeight, false, &settings);
-    const bool bPlanar = _format.fccType == eZFCC_NV12;
-    const PICTURE input =
-        bPlanar ? Rounded(ShaderTwin::Convert({eZFCC_NV12, eZFCC_UYVY}, source, nWidth, c_nHeight)) : source;
+    CK_SETTINGS settings = SettingsOf(_key, nWidth);
+    const PICTURE input = KeyedInput(source);
     const bool bARGB = _option.bARGB || _format.fccType == eZFCC_ARGB32;
     const bool bCancel = Shader_NeedsCancel(_key);
     const bool bCleanPicture = bCancel && (bARGB || bRGB);
@@ -210,7 +212,9 @@ void GpuKeyer::CheckRendered(const FORMAT& _format, const OPTION& _option, const
     for (int n = 1; n <= _option.nSmooth; ++n)
         keyed =
             Rounded(ShaderTwin::Smooth(keyed, _option.nInterlaced, {false, _option.nInverse && n == _option.nSmooth}));
-    PICTURE mask = AlphaOf(keyed);
+    PICTURE mask = ShaderTwin::Make(eZFCC_RGB8, nWidth, c_nHeight); // the alpha of the keyed picture
+    for (size_t n = 0; n < mask.arrBytes.size(); ++n)
+        mask.arrBytes[n] = keyed.arrBytes[4 * n + 3];
     if (!bCleanPicture && _option.nSmooth == 0) // HDYC repeats its pairs there
     {
         shader.eOutput = eKO_Mask;
@@ -230,7 +234,7 @@ void GpuKeyer::CheckRendered(const FORMAT& _format, const OPTION& _option, const
         _pDistance->Add(cpRes.Get(), keyed, 4 * nWidth);
         return;
     }
-    if (bCancel && !bPlanar)
+    if (bCancel && _format.fccType != eZFCC_NV12)
     {
         shader.eOutput = eKO_Packed;
         shader.bColorCancel = true;
@@ -282,7 +286,6 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
         for (ID3D11Device* const pDevice : {Gpu_Device(), cpOther.Get()})
         {
             constexpr int c_nWidth = 718;
-            const bool bPlanar = fccType == eZFCC_NV12;
             const PICTURE source = RandomPicture(fccType, c_nWidth, key.arrKeys[0].nValue, &random);
             const auto cpTexture = Twin_Texture(source, true, pDevice);
             const ZF_VID_PROPS vidProps = Gpu_Props(fccType, c_nWidth, c_nHeight); // bottom-up: nothing to textures
@@ -306,12 +309,9 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
             EXPECT_EQ(attributesRes.arrBytes[2], 3);
             EXPECT_EQ(PropsOf(cpResTexture.Get()).dblRate, 25);
 
-            CK_SETTINGS settings = {};
-            Shader_FillKeys(key, c_nWidth, c_nHeight, false, &settings);
-            const PICTURE input =
-                bPlanar ? Rounded(ShaderTwin::Convert({eZFCC_NV12, eZFCC_UYVY}, source, c_nWidth, c_nHeight)) : source;
-            const PICTURE keyed = ShaderTwin::Key(
-                {eCKT_YUV, fccType == eZFCC_RGB32 ? eKI_RGB : eKI_UYVY, eKO_Picture, true, eSYM_601}, settings, input);
+            const PICTURE keyed =
+                ShaderTwin::Key({eCKT_YUV, fccType == eZFCC_RGB32 ? eKI_RGB : eKI_UYVY, eKO_Picture, true, eSYM_601},
+                                SettingsOf(key, c_nWidth), KeyedInput(source));
             EXPECT_TRUE(Twin_Matches(Gpu_Read(cpKeyed.Get()), keyed, 2.5));
         }
     m_keyer.Close();
@@ -319,39 +319,31 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
 
 TEST_F(GpuKeyer, CostsWhatItMust)
 {
-    struct ROW
-    {
-        uint32_t fccType;
-        int nOption;
-        int nPasses;
-        int nMaps; ///< the upload and what is brought back
-    };
-    const ROW arrRows[] = {
+    // format, option, passes, maps: the upload and what is brought back
+    const std::tuple<uint32_t, int, int, int> arrRows[] = {
         {eZFCC_RGB32, 0, 1, 2}, {eZFCC_UYVY, 0, 1, 2},  {eZFCC_UYVY, 1, 1, 2},
         {eZFCC_NV12, 0, 2, 2},  {eZFCC_RGB32, 2, 1, 2}, {eZFCC_UYVY, 2, 2, 3},
         {eZFCC_UYVY, 3, 1, 2},  {eZFCC_RGB32, 4, 4, 2}, {eZFCC_UYVY, 5, 4, 3},
     };
     std::mt19937 random(3);
-    for (const ROW& row : arrRows)
+    for (const auto& [fccType, nOption, nPasses, nMaps] : arrRows)
     {
-        SCOPED_TRACE(std::to_string(row.fccType) + " " + c_arrOptions[row.nOption].pszName);
-        const OPTION& option = c_arrOptions[row.nOption];
+        const OPTION& option = c_arrOptions[nOption];
+        SCOPED_TRACE(FCC_Name(fccType) + " " + option.pszName);
         const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_HLS, option, &random), option.bARGB, false, eSYM_601};
-        const auto cpFrame = FrameOf(RandomPicture(row.fccType, 64, 0, &random), false);
+        const auto cpFrame = FrameOf(RandomPicture(fccType, 64, 0, &random), false);
         for (int n = 0; n < 3; ++n)
             Key(cpFrame.Get(), settings);
         CCallFaults calls(Gpu_Device());
         CHROMA_KEY_RAW keyMoved = settings.key;
         keyMoved.arrKeys[0].nValue ^= 0x101010; // other keys need no other shaders
         Key(cpFrame.Get(), {keyMoved, option.bARGB, false, eSYM_601});
-        EXPECT_EQ(calls.Count("CreateTexture2D"), 0);
-        EXPECT_EQ(calls.Count("D3DCompile"), 0);
-        EXPECT_EQ(calls.Count("CreatePixelShader"), 0);
-        EXPECT_EQ(calls.Count("CreateSamplerState"), 0);
+        for (const char* const pszMethod : {"CreateTexture2D", "D3DCompile", "CreatePixelShader", "CreateSamplerState"})
+            EXPECT_EQ(calls.Count(pszMethod), 0) << pszMethod;
         for (const char* const pszMethod : {"CreateShaderResourceView", "CreateRenderTargetView", "CreateQuery"})
-            EXPECT_EQ(calls.Count(pszMethod), row.nPasses) << pszMethod;
-        EXPECT_LE(calls.Count("CreateBuffer"), row.nPasses);
-        EXPECT_EQ(calls.Count("Map"), row.nMaps);
+            EXPECT_EQ(calls.Count(pszMethod), nPasses) << pszMethod;
+        EXPECT_LE(calls.Count("CreateBuffer"), nPasses);
+        EXPECT_EQ(calls.Count("Map"), nMaps);
         calls.FailAt(0, S_OK);
         keyMoved.eType = eCKT_YUV;
         Key(cpFrame.Get(), {keyMoved, option.bARGB, false, eSYM_601});
@@ -359,30 +351,69 @@ TEST_F(GpuKeyer, CostsWhatItMust)
     }
 }
 
+/// What is logged when calls fail: the upload, four passes, and bringing back. A planar picture is converted in the
+/// first pass, and only its mask comes back; staged uploads take another texture.
+FAULT_MESSAGES MessagesOf(bool _bPlanar, bool _bStaging)
+{
+    using TEXTS = std::vector<std::string>;
+    const std::string strStage = "GPUProcessorBase<class GPUChromaKey>::";
+    const std::string strPass = "::_RenderBase: Failed to create ";
+    const size_t nDownloads = _bPlanar ? 1 : 2;
+    TEXTS vecTextures(_bStaging ? 2 : 1, strStage + "Uploader::Upload: Texture not created");
+    vecTextures.insert(vecTextures.end(), 4, strPass + "2D texture!");
+    vecTextures.insert(vecTextures.end(), nDownloads, "::Downloader::_Download_Tex: Texture not created");
+    TEXTS vecMaps(1 + nDownloads, "::Downloader::_Download_Tex: Failed to map texture!");
+    vecMaps[0] = strStage + "Uploader::Upload: Failed to map texture!";
+    FAULT_MESSAGES mapMessages = {
+        {"CreateTexture2D", vecTextures},
+        {"Map", vecMaps},
+        {"D3DCompile", TEXTS(4, "DX11Device::PixelShader_Create: Failed to compile pixel shader")},
+        {"CreatePixelShader", TEXTS(4, "DX11Device::PixelShader_Create: Unable to create pixel shader! Error code")},
+        {"CreateShaderResourceView", TEXTS(4, strPass + "shader resource view!")},
+        {"CreateRenderTargetView", TEXTS(4, strPass + "render target view!")},
+        {"CreateBuffer", TEXTS(3, strPass + "constant buffer!")},
+        {"CreateQuery", TEXTS(4, "cpD3DQuery")},
+    };
+    if (_bPlanar)
+    {
+        mapMessages["D3DCompile"][0] = "Failed to set pixel shader for conversion!";
+        mapMessages["CreatePixelShader"][0] = "DX11Converter::UpdatePixelShader: Unable to create pixel shader!";
+        mapMessages["CreateSamplerState"] = {"Sampler state is not available for frame conversion!"};
+    }
+    return mapMessages;
+}
+
 TEST_F(GpuKeyer, FailsOneFrameWholeAndKeysTheNext)
 {
     std::mt19937 random(4);
     const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_RGB, c_arrOptions[5], &random), false, false, eSYM_601};
-    const auto cpFrame = FrameOf(RandomPicture(eZFCC_UYVY, 64, 0, &random), false);
-    int nCalls = 0;
-    for (bool bFailed = true; bFailed; ++nCalls)
+    for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_NV12})
     {
-        m_keyer.Close(); // everything is made anew, and anything may fail
-        ASSERT_EQ(m_keyer.DeviceInit(Gpu_Device()), S_OK);
-        const CLogCatcher log(eZLog_Error);
+        const auto cpFrame = FrameOf(RandomPicture(fccType, 64, 0, &random), false);
+        const FAULT_MESSAGES mapMessages = MessagesOf(fccType == eZFCC_NV12, DX_GPUType(Gpu_Device()) == eGPU_Intel);
+        const auto vecMask = Gpu_Pixels(MaskOf(Key(cpFrame.Get(), settings).Get()).Get());
+        m_keyer.Close();
+        const ULONG nRefs = RefsOf(Gpu_Device());
         CCallFaults faults(Gpu_Device());
-        faults.FailAt(nCalls + 1, E_OUTOFMEMORY);
-        CZPtr<IZFFrame> cpRes;
-        const HRESULT hr = m_keyer.Key(cpFrame.Get(), settings, cpRes.Put());
-        bFailed = !faults.Failed().empty();
-        EXPECT_EQ(FAILED(hr), bFailed) << faults.Failed();
-        EXPECT_EQ(!cpRes, bFailed);
-        EXPECT_EQ(log.Count("") > 0, bFailed) << faults.Failed();
-        faults.FailAt(0, S_OK);
-        Key(cpFrame.Get(), settings);
+        int nCalls = 0;
+        for (bool bFailed = true; bFailed;)
+        {
+            // everything is made anew, and anything may fail
+            ASSERT_EQ(m_keyer.DeviceInit(Gpu_Device()), S_OK);
+            CZPtr<IZFFrame> cpRes;
+            bFailed = faults.Try(
+                ++nCalls, E_FAIL, mapMessages, [&] { return m_keyer.Key(cpFrame.Get(), settings, cpRes.Put()); },
+                "GPUProcessorBase<class GPUChromaKey>::ProcessFrameExternal: Failed to ");
+            EXPECT_EQ(!cpRes, bFailed);
+            EXPECT_EQ(Gpu_Pixels(MaskOf(Key(cpFrame.Get(), settings).Get()).Get()), vecMask);
+            m_keyer.Close();
+            Gpu_Context()->ClearState();
+            EXPECT_EQ(RefsOf(Gpu_Device()), nRefs);
+        }
+        for (const auto& [strMethod, vecMessages] : mapMessages)
+            nCalls -= static_cast<int>(vecMessages.size());
+        EXPECT_EQ(nCalls, 1) << "not all of them were made";
     }
-    EXPECT_GT(nCalls, 20);
-    m_keyer.Close();
 }
 
 TEST_F(GpuKeyer, MakesAnotherDeviceWhenOneIsRemoved)
@@ -412,31 +443,24 @@ TEST_F(GpuKeyer, MakesAnotherDeviceWhenOneIsRemoved)
 
 TEST_F(GpuKeyer, RefusesWhatItCannotKey)
 {
-    struct ROW
-    {
-        uint32_t fccType;
-        int32_t eType;
-        int nOption;
-        eSYMatrix eMatrix;
-        HRESULT hr;
-    };
-    const ROW arrRows[] = {
+    // format, type of the keys, option, matrix, answer
+    const std::tuple<uint32_t, int32_t, int, eSYMatrix, HRESULT> arrRows[] = {
         {eZFCC_v210, eCKT_RGB, 0, eSYM_709, S_OK},       {eZFCC_v210, eCKT_YUV, 0, eSYM_601, S_OK},
         {eZFCC_v210, eCKT_YUV, 0, eSYM_709, E_NOTIMPL},  {eZFCC_RGB24, eCKT_YUV, 0, eSYM_601, S_OK},
         {eZFCC_RGB24, eCKT_RGB, 2, eSYM_601, E_NOTIMPL}, {eZFCC_RGB24, eCKT_RGB, 3, eSYM_601, S_OK},
         {eZFCC_YVYU, eCKT_RGB, 2, eSYM_601, E_NOTIMPL},  {eZFCC_UYVY, eCKT_None, 0, eSYM_601, E_INVALIDARG},
     };
     std::mt19937 random(6);
-    for (const ROW& row : arrRows)
+    for (const auto& [fccType, eType, nOption, eMatrix, hr] : arrRows)
     {
-        SCOPED_TRACE(row.fccType);
+        SCOPED_TRACE(FCC_Name(fccType));
         const CLogCatcher log;
-        const OPTION& option = c_arrOptions[row.nOption];
-        const GPU_KEY_SETTINGS settings = {RandomKeys(row.eType, option, &random), option.bARGB, false, row.eMatrix};
-        Key(TestFrame_Make(row.fccType, 96, 32).Get(), settings, row.hr);
-        EXPECT_EQ(log.Count("Invalid FCC type of input frame!"), row.hr == E_NOTIMPL ? 1u : 0u);
-        EXPECT_EQ(log.Count("!\"Unexpected CK type!\""), row.hr == E_INVALIDARG ? 1u : 0u);
-        EXPECT_EQ(log.Count("HARDWARE; OUTPUT MASK ", eZLog_Verbose), row.hr == S_OK ? 1u : 0u);
+        const OPTION& option = c_arrOptions[nOption];
+        Key(TestFrame_Make(fccType, 96, 32).Get(), {RandomKeys(eType, option, &random), option.bARGB, false, eMatrix},
+            hr);
+        EXPECT_EQ(log.Count("Invalid FCC type of input frame!"), hr == E_NOTIMPL ? 1u : 0u);
+        EXPECT_EQ(log.Count("!\"Unexpected CK type!\""), hr == E_INVALIDARG ? 1u : 0u);
+        EXPECT_EQ(log.Count("HARDWARE; OUTPUT MASK ", eZLog_Verbose), hr == S_OK ? 1u : 0u);
     }
 }
 

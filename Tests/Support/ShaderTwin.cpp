@@ -1,5 +1,6 @@
 #include "Support/ShaderTwin.h"
 
+#include "Base/ZPixelFormats.h"
 #include "Interfaces/ZVideoTypes.h"
 
 #include <algorithm>
@@ -48,11 +49,6 @@ COLOR ToRGB(const COLOR& _yvu, const YUV_ROWS& _rows)
     const double dblU = _yvu[2] - 128 / 255.0;
     return {Clamp1(dblY + _rows.dblRV * dblV), Clamp1(dblY + _rows.dblGV * dblV + _rows.dblGU * dblU),
             Clamp1(dblY + _rows.dblBU * dblU)};
-}
-
-COLOR YVUFromRGB(const COLOR& _rgb)
-{
-    return ToYVU(_rgb, c_rows601);
 }
 
 COLOR RGBFromYVU(const COLOR& _yvu)
@@ -164,28 +160,20 @@ COLOR Cancel(const CK_SETTINGS& _settings, const COLOR& _color, const COLOR& _yv
     return {sum[0] / dblTotal, sum[1] / dblTotal + 0.5, sum[2] / dblTotal + 0.5};
 }
 
+/// Bytes of the first luma and of the chroma in a group of four.
 struct PACKING
 {
-    int nY = 0, nU = 0, nV = 0; ///< bytes of the first luma and of the chroma in a group of four
+    uint32_t fccType;
+    int nY, nU, nV;
 };
 
-bool PackingOf(uint32_t _fccType, PACKING* _pPacking)
+/// Null for formats that are not packed.
+const PACKING* PackingOf(uint32_t _fccType)
 {
-    switch (_fccType)
-    {
-    case eZFCC_UYVY:
-    case eZFCC_HDYC:
-        *_pPacking = {1, 0, 2};
-        return true;
-    case eZFCC_YUY2:
-        *_pPacking = {0, 1, 3};
-        return true;
-    case eZFCC_YVYU:
-        *_pPacking = {0, 3, 1};
-        return true;
-    default:
-        return false;
-    }
+    static constexpr PACKING c_arrPackings[] = {
+        {eZFCC_UYVY, 1, 0, 2}, {eZFCC_HDYC, 1, 0, 2}, {eZFCC_YUY2, 0, 1, 3}, {eZFCC_YVYU, 0, 3, 1}};
+    const auto* const pPacking = std::ranges::find(c_arrPackings, _fccType, &PACKING::fccType);
+    return pPacking == std::end(c_arrPackings) ? nullptr : pPacking;
 }
 
 bool IsRGB(uint32_t _fccType)
@@ -193,15 +181,10 @@ bool IsRGB(uint32_t _fccType)
     return _fccType == eZFCC_RGB32 || _fccType == eZFCC_ARGB32;
 }
 
-bool IsPlanar(uint32_t _fccType)
-{
-    PACKING packing;
-    return !IsRGB(_fccType) && _fccType != eZFCC_RGB8 && !PackingOf(_fccType, &packing);
-}
-
+/// Rows that share one of chroma.
 int ChromaLines(uint32_t _fccType)
 {
-    return _fccType == eZFCC_YV16 || _fccType == eZFCC_I422 ? 1 : 2;
+    return FCC_Subsampling(_fccType, 1).cy;
 }
 
 /// Where a planar picture keeps a sample of chroma, in bytes from its start.
@@ -221,15 +204,14 @@ std::array<double, 4> Pixel(const PICTURE& _picture, int _nX, int _nY)
 {
     const int x = std::clamp(_nX, 0, _picture.nWidth - 1);
     const int y = std::clamp(_nY, 0, _picture.nHeight - 1);
-    PACKING packing;
     if (IsRGB(_picture.fccType))
         return {_picture.Byte(y, 4 * x + 2), _picture.Byte(y, 4 * x + 1), _picture.Byte(y, 4 * x),
                 _picture.Byte(y, 4 * x + 3)};
     if (_picture.fccType == eZFCC_RGB8)
         return {_picture.Byte(y, x), _picture.Byte(y, x), _picture.Byte(y, x), 1};
-    if (PackingOf(_picture.fccType, &packing))
-        return {_picture.Byte(y, 2 * x + packing.nY), _picture.Byte(y, x / 2 * 4 + packing.nV),
-                _picture.Byte(y, x / 2 * 4 + packing.nU), 1};
+    if (const PACKING* const pPacking = PackingOf(_picture.fccType))
+        return {_picture.Byte(y, 2 * x + pPacking->nY), _picture.Byte(y, x / 2 * 4 + pPacking->nV),
+                _picture.Byte(y, x / 2 * 4 + pPacking->nU), 1};
     const int nRow = y / ChromaLines(_picture.fccType);
     return {_picture.Byte(y, x), _picture.arrBytes[ChromaAt(_picture, true, x / 2, nRow)],
             _picture.arrBytes[ChromaAt(_picture, false, x / 2, nRow)], 1};
@@ -259,9 +241,8 @@ using PIXELS = std::function<std::array<double, 4>(int _nX, int _nY)>;
 /// Stores pixels, which are in the picture's own colours, into all its planes.
 void Store(PICTURE* _pPicture, const PIXELS& _pixels)
 {
-    PACKING packing;
-    const bool bPacked = PackingOf(_pPicture->fccType, &packing);
-    const int nLines = IsPlanar(_pPicture->fccType) ? ChromaLines(_pPicture->fccType) : 1;
+    const PACKING* const pPacking = PackingOf(_pPicture->fccType);
+    const int nLines = ChromaLines(_pPicture->fccType);
     for (int y = 0; y < _pPicture->nHeight; ++y)
         for (int x = 0; x < _pPicture->nWidth; ++x)
         {
@@ -270,7 +251,7 @@ void Store(PICTURE* _pPicture, const PIXELS& _pixels)
                 for (int i = 0; i < 4; ++i)
                     _pPicture->Byte(y, 4 * x + i) = Clamp1(pixel[i == 3 ? 3 : 2 - i]);
             else
-                _pPicture->Byte(y, bPacked ? 2 * x + packing.nY : x) = Clamp1(pixel[0]);
+                _pPicture->Byte(y, pPacking ? 2 * x + pPacking->nY : x) = Clamp1(pixel[0]);
             if (IsRGB(_pPicture->fccType) || _pPicture->fccType == eZFCC_RGB8 || x % 2 || y % nLines)
                 continue;
             double dblV = 0;
@@ -281,10 +262,10 @@ void Store(PICTURE* _pPicture, const PIXELS& _pixels)
                 dblV += Clamp1(sample[1]) / (2 * nLines);
                 dblU += Clamp1(sample[2]) / (2 * nLines);
             }
-            if (bPacked)
+            if (pPacking)
             {
-                _pPicture->Byte(y, 2 * x + packing.nV) = dblV;
-                _pPicture->Byte(y, 2 * x + packing.nU) = dblU;
+                _pPicture->Byte(y, 2 * x + pPacking->nV) = dblV;
+                _pPicture->Byte(y, 2 * x + pPacking->nU) = dblU;
                 continue;
             }
             _pPicture->arrBytes[ChromaAt(*_pPicture, true, x / 2, y / nLines)] = dblV;
@@ -336,7 +317,7 @@ KEYED PixelToKey(const KEY_SHADER& _shader, const std::array<double, 4>& _pixel)
     KEYED keyed = {color, color};
     const bool bRGB = _shader.eInput == eKI_RGB;
     if (bRGB)
-        keyed.yvu = YVUFromRGB(color);
+        keyed.yvu = ToYVU(color, c_rows601);
     if (_shader.eType == eCKT_YUV)
     {
         keyed.colKey = keyed.yvu;
@@ -368,15 +349,14 @@ PICTURE KeyMask(const KEY_SHADER& _shader, const CK_SETTINGS& _settings, const P
 
 PICTURE Make(uint32_t _fccType, int _nWidth, int _nHeight, int _nStride)
 {
-    PACKING packing;
     PICTURE picture = {_fccType, _nWidth, _nHeight, _nStride, {}};
     int nRow = _nWidth;
     int nHalves = 2; // of the picture's height
     if (IsRGB(_fccType))
         nRow = 4 * _nWidth;
-    else if (PackingOf(_fccType, &packing))
+    else if (PackingOf(_fccType))
         nRow = (_nWidth + 1) / 2 * 4;
-    else if (_fccType != eZFCC_RGB8)
+    else if (FCC_IsPlanar(_fccType))
         nHalves = ChromaLines(_fccType) == 1 ? 4 : 3;
     picture.nStride = _nStride ? _nStride : nRow;
     picture.arrBytes.resize(static_cast<size_t>(picture.nStride) * _nHeight * nHalves / 2);

@@ -42,26 +42,23 @@ std::vector<uint8_t> Read(const CZPtr<IDX11Texture>& _cpTexture)
 
 TEST(Converter, ChoosesTheFilter)
 {
-    const ZF_VID_PROPS vidSmall = Gpu_Props(eZFCC_RGB32, 8, 4, 0, eZI_Progressive);
-    const ZF_VID_PROPS vidSmallTop = Gpu_Props(eZFCC_UYVY, 8, -4, 0, eZI_TopFirst);
-    const ZF_VID_PROPS vidLarge = Gpu_Props(eZFCC_RGB32, 16, 8, 0, eZI_Progressive);
-    const ZF_VID_PROPS vidLargeTop = Gpu_Props(eZFCC_RGB32, 16, 8, 0, eZI_TopFirst);
-    const ZF_VID_PROPS vidLargeBottom = Gpu_Props(eZFCC_RGB32, 16, 8, 0, eZI_BottomFirst);
-    const ZF_VID_PROPS vidNotSet = Gpu_Props(eZFCC_RGB32, 16, 8, 0, eZI_NotSet);
-    const struct
+    // width and field order of the input and of the output
+    const std::tuple<int, int, int, int, uint32_t> arrRows[] = {
+        {8, eZI_Progressive, 8, eZI_TopFirst, 0},   {8, eZI_Progressive, 16, eZI_Progressive, 0x14},
+        {8, eZI_Progressive, 16, eZI_TopFirst, 0},  {16, eZI_TopFirst, 8, eZI_Progressive, 0},
+        {8, eZI_TopFirst, 16, eZI_TopFirst, 0x14},  {8, eZI_TopFirst, 16, eZI_BottomFirst, 0x14},
+        {8, eZI_Progressive, 16, eZI_NotSet, 0x14},
+    };
+    for (const auto& [nWidthIn, eIn, nWidthOut, eOut, nFilter] : arrRows)
     {
-        const ZF_VID_PROPS* pIn;
-        const ZF_VID_PROPS* pOut;
-        uint32_t nFilter;
-    } arrCases[] = {{&vidSmall, &vidSmallTop, 0},       {&vidSmall, &vidLarge, 0x14},
-                    {&vidSmall, &vidLargeTop, 0},       {&vidLargeTop, &vidSmall, 0},
-                    {&vidSmallTop, &vidLargeTop, 0x14}, {&vidSmallTop, &vidLargeBottom, 0x14},
-                    {&vidSmall, &vidNotSet, 0x14}};
-    for (const auto& [pIn, pOut, nFilter] : arrCases)
-        EXPECT_EQ(DX11Converter::GetFilterType(pIn, pOut), nFilter) << VidProps_Text(pIn) << VidProps_Text(pOut);
+        const ZF_VID_PROPS vidIn = Gpu_Props(eZFCC_RGB32, nWidthIn, nWidthIn / 2, 0, eIn);
+        const ZF_VID_PROPS vidOut = Gpu_Props(eZFCC_UYVY, nWidthOut, -nWidthOut / 2, 0, eOut);
+        EXPECT_EQ(DX11Converter::GetFilterType(&vidIn, &vidOut), nFilter) << VidProps_Text(&vidIn) << eOut;
+    }
+    const ZF_VID_PROPS vidProps = Gpu_Props(eZFCC_RGB32, 8, 4);
     CLogCatcher log;
-    EXPECT_EQ(DX11Converter::GetFilterType(nullptr, &vidSmall), 0u);
-    EXPECT_EQ(DX11Converter::GetFilterType(&vidSmall, nullptr), 0u);
+    EXPECT_EQ(DX11Converter::GetFilterType(nullptr, &vidProps), 0u);
+    EXPECT_EQ(DX11Converter::GetFilterType(&vidProps, nullptr), 0u);
     EXPECT_EQ(log.Count("Video properties not provided, no selection!"), 2u);
 }
 

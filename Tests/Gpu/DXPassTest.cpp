@@ -112,22 +112,6 @@ HRESULT QuadDraw(DX11Device* _pWrapper, ID3D11Texture2D* _pTarget, const char* _
 
 } // namespace
 
-TEST(DXPass, CopiesThePictureUpright)
-{
-    const auto cpWrapper = Gpu_Wrapper();
-    for (const auto& [nWidth, nHeight] : {std::pair{7u, 5u}, {1u, 1u}, {64u, 36u}})
-    {
-        const std::vector<uint8_t> vecPicture = Picture(nWidth, nHeight);
-        const auto cpInput = Gpu_Texture(nWidth, nHeight, DXGI_FORMAT_B8G8R8A8_UNORM, vecPicture);
-        const auto cpTarget = Gpu_Texture(nWidth, nHeight);
-        EXPECT_EQ(cpWrapper->PixelShader_Execute(cpTarget.Get(), {cpInput.Get()}, c_szCopy, nullptr, 0, 0, 2), S_OK);
-        EXPECT_EQ(DX_WaitExecution(cpTarget.Get()), S_OK);
-        EXPECT_TRUE(DX_DataGet<ID3D11Query>(cpTarget.Get(), c_svDataQuery));
-        EXPECT_EQ(Gpu_Read(cpTarget.Get()), vecPicture) << nWidth << "x" << nHeight;
-        ExpectUnbound();
-    }
-}
-
 TEST(DXPass, NothingIsAssumedOfTheContext)
 {
     const auto cpWrapper = Gpu_Wrapper();

@@ -3,6 +3,7 @@
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/GpuEnvironment.h"
 #include "Support/LogCatcher.h"
+#include "Support/TestProps.h"
 
 #include <algorithm>
 #include <chrono>
@@ -54,13 +55,6 @@ private:
     HOOK_OPENSHARED m_open;
 };
 
-double Seconds(const std::function<void()>& _fnCall)
-{
-    const auto tmStart = std::chrono::steady_clock::now();
-    _fnCall();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - tmStart).count();
-}
-
 constexpr char c_szDifferent[] =
     "DIFFERENT ADAPTERS - Have to use DX_TextureCopyToDevice()\nTexture belongs to another device! Copy need sync and "
     "can slow down performance!";
@@ -102,10 +96,12 @@ TEST(DXWait, PollsUntilTheGPUIsDone)
     }
     CFakeGPU gpu(Gpu_Context(), {S_FALSE});
     const auto cpCopy = Gpu_Texture(4, 4);
-    const double dblSeconds = Seconds([&] { EXPECT_EQ(DX_TextureCopy(cpCopy.Get(), cpTexture.Get()), S_OK); });
+    const auto tmStart = std::chrono::steady_clock::now();
+    EXPECT_EQ(DX_TextureCopy(cpCopy.Get(), cpTexture.Get()), S_OK);
+    const std::chrono::duration<double> tmTaken = std::chrono::steady_clock::now() - tmStart;
     EXPECT_EQ(log.Count("copies a texture", eZLog_Warning), 1u) << "it gives up waiting, not the picture";
-    EXPECT_GE(dblSeconds, 5.0);
-    EXPECT_LT(dblSeconds, 8.0);
+    EXPECT_GE(tmTaken.count(), 5.0);
+    EXPECT_LT(tmTaken.count(), 8.0);
     EXPECT_LT(gpu.m_nPolls, 6000u) << "it does not sleep between polls";
 }
 
@@ -161,9 +157,7 @@ TEST(DXSharing, OpensTexturesOfTheSameAdapterOnly)
 
 TEST(DXSharing, CopiesOnceTheSourceIsDone)
 {
-    std::vector<uint8_t> vecPicture(4 * 4 * 4);
-    for (size_t n = 0; n < vecPicture.size(); ++n)
-        vecPicture[n] = static_cast<uint8_t>(n * 7);
+    const std::vector<uint8_t> vecPicture = Gpu_RandomBytes(4 * 4 * 4);
     const auto cpTarget = Gpu_Texture(4, 4);
     const auto cpSource = Gpu_Texture(4, 4, DXGI_FORMAT_B8G8R8A8_UNORM, vecPicture);
     ASSERT_EQ(DX_QuerySet(cpSource.Get()), S_OK);
@@ -204,10 +198,8 @@ TEST(DXSharing, CopiesPicturesOfOneFormat)
     const std::vector<uint8_t> vecOther(4 * 4 * 4, 8);
     const auto cpFrom = Gpu_Texture(4, 4, DXGI_FORMAT_B8G8R8A8_UNORM, vecPicture);
     const auto fnPicture = [](ID3D11Texture2D* _pTexture, uint32_t _fccType) {
-        ZF_VID_PROPS vidProps = {};
-        vidProps.fccType = _fccType;
         CZPtr<IDX11Texture> cpPicture;
-        EXPECT_EQ(DX11Texture::CreateExternal(_pTexture, vidProps, cpPicture.Put()), S_OK);
+        EXPECT_EQ(DX11Texture::CreateExternal(_pTexture, Record(_fccType, 4, 4), cpPicture.Put()), S_OK);
         return cpPicture;
     };
     const CLogCatcher log;

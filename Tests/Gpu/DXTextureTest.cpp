@@ -199,19 +199,16 @@ TEST(DXAllocator, KeepsSoManyAndDropsTheOldest)
 {
     const ULONG nRefs = RefsOf(Gpu_Device());
     const auto cpAllocator = Gpu_Allocator();
-    std::vector<ID3D11Texture2D*> vecTextures;
+    constexpr uint32_t c_nTextures = CDX11Allocator::c_nTexturesMax + 2;
     {
         std::vector<CZPtr<ID3D11Texture2D>> vecOwned;
-        for (uint32_t n = 0; n < CDX11Allocator::c_nTexturesMax + 2; ++n)
+        for (uint32_t n = 0; n < c_nTextures; ++n)
             vecOwned.push_back(Get(cpAllocator.Get(), 8 + n));
         for (const auto& cpTexture : vecOwned)
-        {
             EXPECT_EQ(cpAllocator->TexturePut(cpTexture.Get()), S_OK);
-            vecTextures.push_back(cpTexture.Get());
-        }
     }
     CCallFaults faults(Gpu_Device());
-    for (uint32_t n = 0; n < vecTextures.size(); ++n)
+    for (uint32_t n = 0; n < c_nTextures; ++n)
     {
         faults.FailAt(0, S_OK);
         const auto cpTexture = Get(cpAllocator.Get(), 8 + n);

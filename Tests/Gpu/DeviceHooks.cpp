@@ -62,6 +62,7 @@ template <class Hook, class I> void CCallFaults::Add(I* _pObject, const char* _p
 
 CCallFaults::CCallFaults(ID3D11Device* _pDevice)
     : m_functions(DX_Functions())
+    , m_pfnCompile(m_functions.pfnD3DCompile)
 {
     Add<HOOK_CREATEBUFFER>(_pDevice, "CreateBuffer");
     Add<HOOK_CREATETEXTURE2D>(_pDevice, "CreateTexture2D");
@@ -135,12 +136,7 @@ HRESULT WINAPI CCallFaults::Compile(LPCVOID _pText, SIZE_T _cbText, LPCSTR _pszN
                                     UINT _nFlags2, ID3DBlob** _ppCode, ID3DBlob** _ppErrors)
 {
     const HRESULT hr = g_pFaults->Call("D3DCompile");
-    if (FAILED(hr))
-        return hr;
-    CCallFaults* const pFaults = g_pFaults;
-    DX_FunctionsSet(nullptr);
-    const auto pfnCompile = DX_Functions().pfnD3DCompile;
-    DX_FunctionsSet(&pFaults->m_functions);
-    return pfnCompile(_pText, _cbText, _pszName, _pMacros, _pInclude, _pszEntry, _pszTarget, _nFlags1, _nFlags2,
-                      _ppCode, _ppErrors);
+    return FAILED(hr) ? hr
+                      : g_pFaults->m_pfnCompile(_pText, _cbText, _pszName, _pMacros, _pInclude, _pszEntry, _pszTarget,
+                                                _nFlags1, _nFlags2, _ppCode, _ppErrors);
 }

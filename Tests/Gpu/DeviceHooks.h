@@ -114,6 +114,7 @@ private:
     int m_nFailAt = 0;
     HRESULT m_hrFail = S_OK;
     DX_FUNCTIONS m_functions;
+    decltype(DX_FUNCTIONS::pfnD3DCompile) m_pfnCompile; // the real one
 };
 
 /// What adapters say of themselves, while it lives: the description of every adapter asked is changed.

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 #include <string>
@@ -82,16 +83,27 @@ CHROMA_KEY_RAW RandomKeys(int32_t _eType, const OPTION& _option, std::mt19937* _
     return key;
 }
 
-/// Noise; greys, pure colours and the first key's centre among it.
-PICTURE RandomPicture(uint32_t _fccType, int _nWidth, uint32_t _nCentre, std::mt19937* _pRandom)
+/// A frame of noise; greys, pure colours and the first key's centre are among it.
+CZPtr<CZFrame> RandomFrame(uint32_t _fccType, int _nWidth, uint32_t _nCentre, std::mt19937* _pRandom,
+                           int _nHeight = c_nHeight)
 {
-    PICTURE picture = Twin_Random(_fccType, _nWidth, c_nHeight, (*_pRandom)());
+    const auto cpFrame = Gpu_Frame(Gpu_Props(_fccType, _nWidth, _nHeight), (*_pRandom)());
     const uint32_t arrSpecial[] = {
         0x00000000, 0xFFFFFFFF, 0x80808080, 0x00FF0000,
         0x0000FF00, 0x000000FF, _nCentre,   (_nCentre & 0xFF00u) | (_nCentre >> 16 & 0xFFu) | (_nCentre & 0xFFu) << 16};
-    const int nBytes = std::min<int>(picture.nStride, sizeof(arrSpecial));
-    for (int i = 0; i < nBytes; ++i)
-        picture.Byte(1, i) = static_cast<double>(arrSpecial[i / 4] >> (i % 4 * 8) & 0xFF) / 255;
+    const auto nBytes = static_cast<size_t>(Img_RowBytesUsed(_fccType, _nWidth));
+    std::memcpy(Img_RowOf(PtrOf(cpFrame.Get(), eZFP_Flip | eZFP_Write), 0, 1), arrSpecial,
+                std::min(nBytes, sizeof(arrSpecial)));
+    return cpFrame;
+}
+
+PICTURE PictureOf(IZFFrame* _pFrame)
+{
+    const ZF_VID_PROPS vidProps = PropsOf(_pFrame);
+    PICTURE picture = ShaderTwin::Make(vidProps.fccType, vidProps.nWidth, c_nHeight);
+    const std::vector<uint8_t> vecBytes = Gpu_Pixels(_pFrame);
+    EXPECT_EQ(vecBytes.size(), picture.arrBytes.size());
+    std::ranges::transform(vecBytes, picture.arrBytes.begin(), [](uint8_t _n) { return _n / 255.0; });
     return picture;
 }
 
@@ -101,24 +113,6 @@ PICTURE Rounded(PICTURE _picture)
     for (double& dblByte : _picture.arrBytes)
         dblByte = std::floor(dblByte * 255 + 0.5) / 255;
     return _picture;
-}
-
-CZPtr<CZFrame> FrameOf(const PICTURE& _picture, bool _bBottomUp)
-{
-    const bool bTopDown = FCC_IsRGB(_picture.fccType) && !_bBottomUp;
-    CZPtr<CZFrame> cpFrame;
-    EXPECT_EQ(
-        ZFrame_Create(Gpu_Props(_picture.fccType, _picture.nWidth, bTopDown ? -_picture.nHeight : _picture.nHeight),
-                      cpFrame.Put()),
-        S_OK);
-    const ZF_VID_PTR vidPtr = PtrOf(cpFrame.Get(), eZFP_Flip | eZFP_Write);
-    size_t nByte = 0;
-    for (int nPlane = 0; nPlane < 4 && vidPtr.lpVideoPlanes[nPlane]; ++nPlane)
-        for (int nY = 0; nY < vidPtr.szVideoPlanes[nPlane].cy; ++nY)
-            for (int nX = 0; nX < _picture.nStride; ++nX)
-                Img_RowOf(vidPtr, nPlane, nY)[nX] = static_cast<uint8_t>(_picture.arrBytes[nByte++] * 255 + 0.5);
-    EXPECT_EQ(nByte, _picture.arrBytes.size());
-    return cpFrame;
 }
 
 /// What is keyed: planar pictures are packed first.
@@ -144,20 +138,18 @@ struct DISTANCE
     int nNotNear = 0;
     int nOver2 = 0;
 
-    void Add(int _nRendered, double _dblExpected)
-    {
-        const double dblApart = std::fabs(_nRendered - _dblExpected * 255);
-        ++nBytes;
-        nNotNear += dblApart > dblNear;
-        nOver2 += dblApart > 2.5; // the formula's own rounding counts half a level
-    }
     void Add(IZFFrame* _pFrame, const PICTURE& _picture, int _nRowBytes)
     {
         const ZF_VID_PTR vidPtr = PtrOf(_pFrame);
         ASSERT_GE(vidPtr.cbVideoRowBytes[0] < 0 ? -vidPtr.cbVideoRowBytes[0] : vidPtr.cbVideoRowBytes[0], _nRowBytes);
         for (int nY = 0; nY < _picture.nHeight; ++nY)
             for (int nX = 0; nX < _nRowBytes; ++nX)
-                Add(Img_RowOf(vidPtr, 0, nY)[nX], _picture.Byte(nY, nX));
+            {
+                const double dblApart = std::fabs(Img_RowOf(vidPtr, 0, nY)[nX] - _picture.Byte(nY, nX) * 255);
+                ++nBytes;
+                nNotNear += dblApart > dblNear;
+                nOver2 += dblApart > 2.5; // the formula's own rounding counts half a level
+            }
     }
 };
 
@@ -194,8 +186,9 @@ void GpuKeyer::CheckRendered(const FORMAT& _format, const OPTION& _option, const
 {
     const bool bRGB = _format.eInput == eKI_RGB;
     const int nWidth = bRGB ? _nWidth : std::max(_nWidth / 2 * 2, 2);
-    const PICTURE source = RandomPicture(_format.fccType, nWidth, _key.arrKeys[0].nValue, _pRandom);
-    const auto cpFrame = FrameOf(source, _format.bBottomUp);
+    const auto cpFrame = RandomFrame(_format.fccType, nWidth, _key.arrKeys[0].nValue, _pRandom,
+                                     bRGB && !_format.bBottomUp ? -c_nHeight : c_nHeight);
+    const PICTURE source = PictureOf(cpFrame.Get());
     const auto cpRes = Key(cpFrame.Get(), {_key, _option.bARGB, false, _option.eMatrix});
     ASSERT_TRUE(cpRes);
 
@@ -286,7 +279,7 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
         for (ID3D11Device* const pDevice : {Gpu_Device(), cpOther.Get()})
         {
             constexpr int c_nWidth = 718;
-            const PICTURE source = RandomPicture(fccType, c_nWidth, key.arrKeys[0].nValue, &random);
+            const PICTURE source = PictureOf(RandomFrame(fccType, c_nWidth, key.arrKeys[0].nValue, &random).Get());
             const auto cpTexture = Twin_Texture(source, true, pDevice);
             const ZF_VID_PROPS vidProps = Gpu_Props(fccType, c_nWidth, c_nHeight); // bottom-up: nothing to textures
             CZPtr<IDX11Texture> cpHosts;
@@ -331,7 +324,7 @@ TEST_F(GpuKeyer, CostsWhatItMust)
         const OPTION& option = c_arrOptions[nOption];
         SCOPED_TRACE(FCC_Name(fccType) + " " + option.pszName);
         const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_HLS, option, &random), option.bARGB, false, eSYM_601};
-        const auto cpFrame = FrameOf(RandomPicture(fccType, 64, 0, &random), false);
+        const auto cpFrame = RandomFrame(fccType, 64, 0, &random);
         for (int n = 0; n < 3; ++n)
             Key(cpFrame.Get(), settings);
         CCallFaults calls(Gpu_Device());
@@ -389,7 +382,7 @@ TEST_F(GpuKeyer, FailsOneFrameWholeAndKeysTheNext)
     const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_RGB, c_arrOptions[5], &random), false, false, eSYM_601};
     for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_NV12})
     {
-        const auto cpFrame = FrameOf(RandomPicture(fccType, 64, 0, &random), false);
+        const auto cpFrame = RandomFrame(fccType, 64, 0, &random);
         const FAULT_MESSAGES mapMessages = MessagesOf(fccType == eZFCC_NV12, DX_GPUType(Gpu_Device()) == eGPU_Intel);
         const auto vecMask = Gpu_Pixels(MaskOf(Key(cpFrame.Get(), settings).Get()).Get());
         m_keyer.Close();
@@ -421,7 +414,7 @@ TEST_F(GpuKeyer, MakesAnotherDeviceWhenOneIsRemoved)
     m_keyer.Close(); // counted from here
     std::mt19937 random(5);
     const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_RGB, c_arrOptions[0], &random), false, false, eSYM_601};
-    const auto cpFrame = FrameOf(RandomPicture(eZFCC_RGB32, 64, 0, &random), false);
+    const auto cpFrame = RandomFrame(eZFCC_RGB32, 64, 0, &random);
     const ULONG nRefs = RefsOf(Gpu_Device());
     m_keyer.DeviceInit(Gpu_Device());
     Key(cpFrame.Get(), settings);

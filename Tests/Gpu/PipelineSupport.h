@@ -63,14 +63,14 @@ inline ZF_VID_PROPS Gpu_Props(uint32_t _fccType, int _nWidth, int _nHeight, int 
 }
 
 /// A frame of random bytes.
-inline CZPtr<CZFrame> Gpu_Frame(const ZF_VID_PROPS& _vidProps)
+inline CZPtr<CZFrame> Gpu_Frame(const ZF_VID_PROPS& _vidProps, uint32_t _nSeed = 1)
 {
     CZPtr<CZFrame> cpFrame;
     EXPECT_EQ(ZFrame_Create(_vidProps, cpFrame.Put()), S_OK);
     const ZF_VID_PROPS vidProps = PropsOf(cpFrame.Get());
     const ZF_VID_PTR vidPtr = PtrOf(cpFrame.Get(), eZFP_Write);
     const bool bUp = vidPtr.cbVideoRowBytes[0] < 0; // then the last row is the lowest in memory
-    const auto vecBytes = Gpu_RandomBytes(static_cast<size_t>(VidProps_ImageSize(&vidProps)));
+    const auto vecBytes = Gpu_RandomBytes(static_cast<size_t>(VidProps_ImageSize(&vidProps)), _nSeed);
     std::memcpy(Img_RowOf(vidPtr, 0, bUp ? vidPtr.szVideoPlanes[0].cy - 1 : 0), vecBytes.data(), vecBytes.size());
     return cpFrame;
 }

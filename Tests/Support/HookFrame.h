@@ -66,17 +66,12 @@ public:
     }
     HRESULT STDMETHODCALLTYPE FrameClone(uint32_t _nFlags, IZFFrame** _ppFrame) override
     {
-        const HRESULT hr = Pass("FrameClone", [&] { return m_cpFrame->FrameClone(_nFlags, _ppFrame); });
-        if (SUCCEEDED(hr) && m_fnMade)
-            m_fnMade(_ppFrame);
-        return hr;
+        return Made(Pass("FrameClone", [&] { return m_cpFrame->FrameClone(_nFlags, _ppFrame); }), _ppFrame);
     }
     HRESULT STDMETHODCALLTYPE FrameConvert(uint32_t _nFlags, uint32_t _fccType, IZFFrame** _ppFrame) override
     {
-        const HRESULT hr = Pass("FrameConvert", [&] { return m_cpFrame->FrameConvert(_nFlags, _fccType, _ppFrame); });
-        if (SUCCEEDED(hr) && m_fnMade)
-            m_fnMade(_ppFrame);
-        return hr;
+        return Made(Pass("FrameConvert", [&] { return m_cpFrame->FrameConvert(_nFlags, _fccType, _ppFrame); }),
+                    _ppFrame);
     }
     HRESULT STDMETHODCALLTYPE FrameRect(int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2,
                                         IZFFrame** _ppFrame) override
@@ -100,6 +95,12 @@ private:
     {
         const HRESULT hr = m_fnHook(_pszMethod);
         return hr != S_OK ? hr : _fnCall();
+    }
+    HRESULT Made(HRESULT _hr, IZFFrame** _ppFrame)
+    {
+        if (SUCCEEDED(_hr) && m_fnMade)
+            m_fnMade(_ppFrame);
+        return _hr;
     }
 
     CZPtr<IZFFrame2> m_cpFrame;

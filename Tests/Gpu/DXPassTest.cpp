@@ -25,6 +25,14 @@ std::vector<uint8_t> Picture(uint32_t _nWidth, uint32_t _nHeight)
     return Gpu_RandomBytes(size_t{4} * _nWidth * _nHeight);
 }
 
+std::vector<uint8_t> Filled(int _nPixels, const std::vector<uint8_t>& _vecPixel)
+{
+    std::vector<uint8_t> vecPicture;
+    for (int n = 0; n < _nPixels; ++n)
+        vecPicture.insert(vecPicture.end(), _vecPixel.begin(), _vecPixel.end());
+    return vecPicture;
+}
+
 /// What a host may have left on the shared context: nothing of it is good for a pass. Keeps what it bound.
 struct HOSTILE_STATE
 {
@@ -126,10 +134,7 @@ TEST(DXPass, NothingIsAssumedOfTheContext)
     const HOSTILE_STATE state(cpInput.Get(), cpTarget.Get());
     EXPECT_EQ(QuadDraw(cpWrapper.Get(), cpTarget.Get(), "float4 PS() : SV_TARGET { return float4(1, 0, 0, 1); }"),
               S_OK);
-    std::vector<uint8_t> vecRed;
-    for (int n = 0; n < 64; ++n)
-        vecRed.insert(vecRed.end(), {0, 0, 255, 255});
-    EXPECT_EQ(Gpu_Read(cpTarget.Get()), vecRed);
+    EXPECT_EQ(Gpu_Read(cpTarget.Get()), Filled(64, {0, 0, 255, 255}));
 }
 
 TEST(DXPass, VertexConstantsTurnTheQuad)
@@ -160,10 +165,7 @@ TEST(DXPass, ClearsWhatIsNotCovered)
     EXPECT_EQ(
         QuadDraw(cpWrapper.Get(), cpTarget.Get(), "float4 PS() : SV_TARGET { discard; return float4(1, 1, 1, 1); }"),
         S_OK);
-    std::vector<uint8_t> vecGreen;
-    for (int n = 0; n < 8; ++n)
-        vecGreen.insert(vecGreen.end(), {0, 255, 0, 0});
-    EXPECT_EQ(Gpu_Read(cpTarget.Get()), vecGreen);
+    EXPECT_EQ(Gpu_Read(cpTarget.Get()), Filled(8, {0, 255, 0, 0}));
     CLogCatcher log;
     ID3D11RenderTargetView* const pNone = nullptr;
     EXPECT_EQ(cpWrapper->Quad_Draw(nullptr), E_INVALIDARG);

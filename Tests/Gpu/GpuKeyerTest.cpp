@@ -280,7 +280,7 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
         {
             constexpr int c_nWidth = 718;
             const PICTURE source = PictureOf(RandomFrame(fccType, c_nWidth, key.arrKeys[0].nValue, &random).Get());
-            const auto cpTexture = Twin_Texture(source, true, pDevice);
+            const auto cpTexture = Twin_Texture(source, pDevice);
             const ZF_VID_PROPS vidProps = Gpu_Props(fccType, c_nWidth, c_nHeight); // bottom-up: nothing to textures
             CZPtr<IDX11Texture> cpHosts;
             ASSERT_EQ(DX11Texture::CreateExternal(cpTexture.Get(), vidProps, cpHosts.Put()), S_OK);
@@ -461,7 +461,7 @@ TEST_F(GpuKeyer, RefusesWhatItCannotKey)
 TEST(SmoothShader, LowersPremultipliedColoursWithTheirAlpha)
 {
     const PICTURE picture = Twin_Random(eZFCC_ARGB32, 33, 26);
-    const auto cpTarget = Twin_Texture(picture, false);
+    const auto cpTarget = Gpu_Texture(33, 26);
     const SMOOTH_SETTINGS settings = Shader_FillSmooth(33, 26, true);
     EXPECT_EQ(Gpu_Wrapper()->PixelShader_Execute(cpTarget.Get(), {Twin_Texture(picture).Get()},
                                                  SmoothShader_Text({true, false}).c_str(), &settings, sizeof(settings),

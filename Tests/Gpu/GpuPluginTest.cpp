@@ -42,10 +42,6 @@ protected:
         Set(L"output.thread", L"false");
         KeySet(TestKey(eCKT_RGB));
     }
-    ~GpuPlugin() override
-    {
-        DX_FunctionsSet(nullptr);
-    }
     void KeySet(const CHROMA_KEY_RAW& _key)
     {
         EXPECT_EQ(m_cpKey->KeyRawSet(&_key, nullptr), S_OK);
@@ -190,34 +186,6 @@ HRESULT WINAPI CountedDevice(IDXGIAdapter* _pAdapter, D3D_DRIVER_TYPE _eDriver, 
                              : DXGI_ERROR_UNSUPPORTED;
 }
 
-/// From now on devices are counted, until the test ends.
-void CountDevices(bool _bAny)
-{
-    static DX_FUNCTIONS functions; // is not copied
-    functions = DX_Functions();
-    g_pfnCreateDevice = _bAny ? functions.pfnD3D11CreateDevice : nullptr;
-    g_nDevicesAsked = 0;
-    functions.pfnD3D11CreateDevice = &CountedDevice;
-    DX_FunctionsSet(&functions);
-}
-
-TEST_F(GpuPlugin, AsksForAMissingDeviceNotWithEveryFrame)
-{
-    CountDevices(false);
-    const CLogCatcher log;
-    for (int n = 0; n < 3; ++n)
-        Key(L"-1");
-    EXPECT_EQ(g_nDevicesAsked, 1);
-    EXPECT_EQ(log.Count("Failed to perform GPU chroma key! hr=887A0004", eZLog_Error), 1u);
-    Set(L"process.threads", L"3");
-    Key(L"-1");
-    EXPECT_EQ(g_nDevicesAsked, 2) << "an option has changed";
-    DX_FunctionsSet(nullptr);
-    Set(L"process.threads", L"2");
-    Key(L"1");
-    EXPECT_EQ(OnGPU(log), 1u);
-}
-
 /// Adapters are said to be software, or not, while it lives.
 HOOK_ADAPTERDESC1 SoftwareHook(bool _bSoftware)
 {
@@ -229,26 +197,37 @@ HOOK_ADAPTERDESC1 SoftwareHook(bool _bSoftware)
                              });
 }
 
-TEST_F(GpuPlugin, MakesNoDeviceAfterTheOtherWhenAllAreRemoved)
+TEST_F(GpuPlugin, AsksForADeviceOnceUntilAnOptionChanges)
 {
     const auto hookAdapter = SoftwareHook(false);
-    CountDevices(true);
+    DX_FUNCTIONS functions = DX_Functions();
+    const auto pfnCreateDevice = std::exchange(functions.pfnD3D11CreateDevice, &CountedDevice);
+    DX_FunctionsSet(&functions);
     const CLogCatcher log;
-    Key(L"-1");
-    {
-        const HOOK_REMOVEDREASON hook(Gpu_Device(), [](auto...) { return DXGI_ERROR_DEVICE_HUNG; });
+    const auto fnKey = [&](const wchar_t* _pwszThreads, int _nDevices) {
+        Set(L"process.threads", _pwszThreads);
         for (int n = 0; n < 3; ++n)
             Key(L"-1");
-        EXPECT_EQ(g_nDevicesAsked, 1);
+        EXPECT_EQ(g_nDevicesAsked, _nDevices);
+    };
+    g_nDevicesAsked = 0;
+    g_pfnCreateDevice = nullptr;
+    fnKey(L"2", 1);
+    EXPECT_EQ(log.Count("Failed to perform GPU chroma key! hr=887A0004", eZLog_Error), 1u);
+    fnKey(L"3", 2);
+    EXPECT_EQ(OnGPU(log), 0u);
+    g_pfnCreateDevice = pfnCreateDevice;
+    fnKey(L"4", 3);
+    EXPECT_EQ(OnGPU(log), 3u);
+    {
+        const HOOK_REMOVEDREASON hook(Gpu_Device(), [](auto...) { return DXGI_ERROR_DEVICE_HUNG; });
+        fnKey(L"4", 3);
         EXPECT_EQ(log.Count("Failed to perform GPU chroma key! hr=887A0006"), 1u) << "between frames";
-        Set(L"process.threads", L"3");
-        Key(L"-1");
-        EXPECT_EQ(g_nDevicesAsked, 2) << "an option has changed";
+        fnKey(L"5", 4);
     }
-    Set(L"process.threads", L"2");
-    Key(L"-1");
-    EXPECT_EQ(g_nDevicesAsked, 3);
-    EXPECT_EQ(OnGPU(log), 2u);
+    fnKey(L"6", 5);
+    EXPECT_EQ(OnGPU(log), 6u);
+    DX_FunctionsSet(nullptr);
 }
 
 TEST_F(GpuPlugin, LeavesASoftwareAdapterAloneUnlessTold)

@@ -21,9 +21,8 @@ inline ShaderTwin::PICTURE Twin_Random(uint32_t _fccType, int _nWidth, int _nHei
     return picture;
 }
 
-/// A texture with the bytes of a picture, or one for a pass to fill.
-inline CZPtr<ID3D11Texture2D> Twin_Texture(const ShaderTwin::PICTURE& _picture, bool _bFilled = true,
-                                           ID3D11Device* _pDevice = Gpu_Device())
+/// A texture with the bytes of a picture.
+inline CZPtr<ID3D11Texture2D> Twin_Texture(const ShaderTwin::PICTURE& _picture, ID3D11Device* _pDevice = Gpu_Device())
 {
     std::vector<uint8_t> vecBytes;
     for (const double dblByte : _picture.arrBytes)
@@ -31,8 +30,7 @@ inline CZPtr<ID3D11Texture2D> Twin_Texture(const ShaderTwin::PICTURE& _picture, 
     const bool bBytes = DX_TextureFormat(_picture.fccType) == DXGI_FORMAT_R8_UNORM;
     return Gpu_Texture(static_cast<uint32_t>(_picture.nStride) / (bBytes ? 1 : 4),
                        static_cast<uint32_t>(vecBytes.size()) / static_cast<uint32_t>(_picture.nStride),
-                       bBytes ? DXGI_FORMAT_R8_UNORM : DXGI_FORMAT_B8G8R8A8_UNORM,
-                       _bFilled ? vecBytes : std::vector<uint8_t>(), _pDevice);
+                       bBytes ? DXGI_FORMAT_R8_UNORM : DXGI_FORMAT_B8G8R8A8_UNORM, vecBytes, _pDevice);
 }
 
 /// Whether each rendered byte is as near to the formulas' as it has to be. _dblTolerance: in levels of 8 bits.

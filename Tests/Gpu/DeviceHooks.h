@@ -87,11 +87,6 @@ public:
 
     /// The n-th call from now on fails, counted from 1; 0: none.
     void FailAt(int _nCall, HRESULT _hr);
-    /// The method that was made to fail ("CreateBuffer", "D3DCompile" ...); empty when none was.
-    const std::string& Failed() const
-    {
-        return m_strFailed;
-    }
     /// Calls of one method since the last FailAt.
     int Count(const std::string& _strMethod) const;
 

@@ -123,6 +123,34 @@ TEST(Pipeline, CopiesNothingBesidePixels)
         EXPECT_EQ(vecPicture[n], n % 20 < 12 ? 3 : 1) << n;
 }
 
+TEST(Pipeline, KeepsTheUploadTextureWhileItFits)
+{
+    const auto cpAllocator = Gpu_Allocator();
+    const int nMore = DX_GPUType(Gpu_Device()) == eGPU_Intel ? 1 : 0; // what shaders read there is another texture
+    CCallFaults calls(Gpu_Device());
+    Uploader uploader("Uploader");
+    std::vector<CZPtr<IDX11Texture>> vecHeld;
+    const ZF_VID_PROPS vidRGB = Gpu_Props(eZFCC_RGB32, 4, -4);
+    for (const auto& [vidProps, nMade] : {std::pair{vidRGB, 1 + nMore},
+                                          {vidRGB, nMore},
+                                          {Gpu_Props(eZFCC_UYVY, 8, 4), 1}, // the kept one would fit, but says RGB32
+                                          {Gpu_Props(eZFCC_UYVY, 8, 5), 1 + nMore}})
+    {
+        std::vector<uint8_t> vecBytes(128);
+        const ZF_VID_PTR vidPtr = VidPtr_Build(&vidProps, Img_Address(vecBytes.data()), true);
+        calls.FailAt(0, S_OK);
+        ASSERT_EQ(
+            uploader.Upload(Gpu_Device(), &vidProps, &vidPtr, false, cpAllocator.Get(), vecHeld.emplace_back().Put()),
+            S_OK);
+        EXPECT_EQ(calls.Count("CreateTexture2D"), nMade) << VidProps_Text(&vidProps);
+        const ZF_VID_PROPS vidPropsSurface = PropsOf(vecHeld.back().Get());
+        EXPECT_EQ(VidProps_Text(&vidPropsSurface), VidProps_Text(&vidProps));
+    }
+    uploader.Close();
+    vecHeld.clear();
+    cpAllocator->CacheClear();
+}
+
 TEST(Pipeline, DownloadChecksItsArguments)
 {
     const auto cpAllocator = Gpu_Allocator();

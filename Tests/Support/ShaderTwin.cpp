@@ -313,20 +313,15 @@ struct KEYED
 
 KEYED PixelToKey(const KEY_SHADER& _shader, const std::array<double, 4>& _pixel)
 {
-    COLOR color = {_pixel[0], _pixel[1], _pixel[2]};
-    KEYED keyed = {color, color};
+    const COLOR color = {_pixel[0], _pixel[1], _pixel[2]};
     const bool bRGB = _shader.eInput == eKI_RGB;
-    if (bRGB)
-        keyed.yvu = ToYVU(color, c_rows601);
+    const COLOR yvu = bRGB ? ToYVU(color, c_rows601) : color;
     if (_shader.eType == eCKT_YUV)
-    {
-        keyed.colKey = keyed.yvu;
-        return keyed;
-    }
+        return {yvu, yvu};
+    COLOR rgb = color;
     if (!bRGB)
-        color = _shader.eMatrix == eSYM_709 ? ToRGB(color, c_rows709) : RGBFromYVU(color);
-    keyed.colKey = _shader.eType == eCKT_HLS ? HLSFromRGB(color) : color;
-    return keyed;
+        rgb = _shader.eMatrix == eSYM_709 ? ToRGB(color, c_rows709) : RGBFromYVU(color);
+    return {_shader.eType == eCKT_HLS ? HLSFromRGB(rgb) : rgb, yvu};
 }
 
 PICTURE KeyMask(const KEY_SHADER& _shader, const CK_SETTINGS& _settings, const PICTURE& _picture)
@@ -394,19 +389,17 @@ PICTURE Smooth(const PICTURE& _picture, bool _bInterlaced, const SMOOTH_SHADER& 
     const int nStep = _bInterlaced ? 2 : 1;
     Store(&output, [&](int _nX, int _nY) -> std::array<double, 4> {
         std::array<double, 4> pixel = Pixel(_picture, _nX, _nY);
-        if (pixel[3] < 0.01)
+        double dblAlpha = pixel[3];
+        if (dblAlpha >= 0.01)
         {
-            pixel[3] = _shader.bInverse ? 1 - pixel[3] : pixel[3];
-            return pixel;
+            dblAlpha = 0;
+            for (int y = -1; y <= 1; ++y)
+                for (int x = -1; x <= 1; ++x)
+                    dblAlpha += Pixel(_picture, _nX + x, _nY + y * nStep)[3] / (4 << (std::abs(x) + std::abs(y)));
+            for (size_t i = 0; _shader.bPremultiplied && i < 3; ++i)
+                pixel[i] *= dblAlpha / pixel[3];
         }
-        double dblMean = 0;
-        for (int y = -1; y <= 1; ++y)
-            for (int x = -1; x <= 1; ++x)
-                dblMean += Pixel(_picture, _nX + x, _nY + y * nStep)[3] / (4 << (std::abs(x) + std::abs(y)));
-        if (_shader.bPremultiplied)
-            for (size_t i = 0; i < 3; ++i)
-                pixel[i] *= dblMean / pixel[3];
-        pixel[3] = _shader.bInverse ? 1 - dblMean : dblMean;
+        pixel[3] = _shader.bInverse ? 1 - dblAlpha : dblAlpha;
         return pixel;
     });
     return output;

@@ -15,10 +15,6 @@ SamplerState sampler_in : register(s0);
 struct PS_INPUT { float4 Pos : SV_POSITION; float2 Tex : TEXCOORD; };
 float4 PS(PS_INPUT input) : SV_TARGET { return tx.Sample(sampler_in, input.Tex); })";
 
-constexpr char c_szConstants[] = R"(
-cbuffer BLOCK : register(b0) { float4 first; float last; };
-float4 PS() : SV_TARGET { return float4(first.x, first.w, last, 1); })";
-
 /// A picture without symmetry, alpha included.
 std::vector<uint8_t> Picture(uint32_t _nWidth, uint32_t _nHeight)
 {
@@ -173,28 +169,17 @@ TEST(DXPass, ClearsWhatIsNotCovered)
     EXPECT_EQ(log.Count("_ppRTV && *_ppRTV"), 2u);
 }
 
-TEST(DXPass, ConstantsArriveToTheirLastByte)
-{
-    const auto cpWrapper = Gpu_Wrapper();
-    const auto cpTarget = Gpu_Texture(1, 1);
-    const float arrBlock[5] = {1, 9, 9, 0.2f, 0.4f};
-    EXPECT_EQ(
-        cpWrapper->PixelShader_Execute(cpTarget.Get(), {}, c_szConstants, arrBlock, sizeof(arrBlock), c_nFilterNone, 0),
-        S_OK);
-    EXPECT_EQ(Gpu_Read(cpTarget.Get()), (std::vector<uint8_t>{102, 51, 255, 255}));
-}
-
 TEST(DXPass, OnlyOnItsOwnDevice)
 {
     const auto cpWrapper = Gpu_Wrapper();
     const auto cpOther = Gpu_OtherDevice();
     const auto cpForeign = Gpu_Texture(4, 4, DXGI_FORMAT_B8G8R8A8_UNORM, {}, cpOther.Get());
     CLogCatcher log;
-    EXPECT_EQ(cpWrapper->PixelShader_Execute(cpForeign.Get(), {}, c_szConstants, nullptr, 0, c_nFilterNone, 0),
+    EXPECT_EQ(cpWrapper->PixelShader_Execute(cpForeign.Get(), {}, c_szCopy, nullptr, 0, c_nFilterNone, 0),
               E_UNEXPECTED);
     EXPECT_EQ(log.Count("Failed to obtain device and context!", eZLog_Error), 1u);
-    EXPECT_EQ(cpWrapper->PixelShader_Execute(nullptr, {}, c_szConstants, nullptr, 0, c_nFilterNone, 0), E_UNEXPECTED);
-    EXPECT_EQ(QuadDraw(cpWrapper.Get(), cpForeign.Get(), c_szConstants), E_UNEXPECTED);
+    EXPECT_EQ(cpWrapper->PixelShader_Execute(nullptr, {}, c_szCopy, nullptr, 0, c_nFilterNone, 0), E_UNEXPECTED);
+    EXPECT_EQ(QuadDraw(cpWrapper.Get(), cpForeign.Get(), c_szCopy), E_UNEXPECTED);
 }
 
 TEST(DXPass, EveryCallMayFail)

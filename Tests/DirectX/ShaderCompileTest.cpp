@@ -1,5 +1,6 @@
 // Every shader text goes through the system's HLSL compiler, for every profile that devices ask for. Needs no device.
 
+#include "Base/ZPixelFormats.h"
 #include "DirectX/DXDevice.h"
 #include "DirectX/Shaders/ConvertShader.h"
 #include "DirectX/Shaders/DXVShader.h"
@@ -47,7 +48,8 @@ void AddConversions(TEXTS* _pTexts)
         for (const uint32_t fccOut : c_arrFormats)
             for (const bool bLinear : {false, true})
                 _pTexts->insert(ConvertShader_Text({fccIn, fccOut, bLinear, eSYM_601}));
-        _pTexts->insert(DXVPlanarShader_Text(fccIn));
+        EXPECT_EQ(_pTexts->insert(DXVPlanarShader_Text(fccIn)).first->empty(), !FCC_IsPlanar(fccIn));
+        EXPECT_EQ(ConvertShader_Text({fccIn, eZFCC_v210}) + ConvertShader_Text({eZFCC_RGB24, fccIn}), "");
     }
     for (const bool bBottom : {false, true})
         for (const bool bFull : {false, true})

@@ -3,6 +3,7 @@
 #include "Support/GuardedPicture.h"
 #include "ZChromaKey/KeyReference.h"
 #include "ZChromaKey/MaskReference.h"
+#include "ZChromaKey/RandomInput.h"
 
 #include <memory>
 #include <stdexcept>
@@ -18,18 +19,11 @@ public:
     {
         vidProps.nRowBytes = std::abs(vidPtr.cbVideoRowBytes[0]);
     }
-    /// Fills the picture with one colour, near it or far from it in turns.
-    void Fill(uint32_t _nColour, CRandom& _rnd)
+    void Fill(uint32_t _nNear, CRandom& _rnd)
     {
         for (const auto& upPlane : arrPlanes)
-            for (int nRow = 0; upPlane && nRow < upPlane->Rows(); ++nRow)
-                for (size_t n = 0; n < upPlane->RowBytes(); ++n)
-                {
-                    const int nNear =
-                        static_cast<int>(_nColour >> (8 * (n % 4)) & 255) + static_cast<int>(_rnd() % 41) - 20;
-                    upPlane->Row(nRow)[n] =
-                        n / 12 % 2 ? static_cast<uint8_t>(_rnd()) : static_cast<uint8_t>(std::clamp(nNear, 0, 255));
-                }
+            if (upPlane)
+                FillPixels(*upPlane, _nNear, _rnd);
     }
     std::vector<uint8_t> Bytes() const
     {
@@ -41,48 +35,61 @@ public:
     }
 };
 
-/// The engine's definition on whole pictures: convert, cut into slices, key by key into planes, merge, finish.
+/// The engine's definition on whole pictures: convert, take the least alpha of the keys pixel by pixel, finish.
 class CEngineReference
 {
 public:
     CEngineReference(const CTestPicture& _picture, const CHROMA_KEY_RAW& _rawKey, int _nThreads, uint8_t _nBefore)
         : mask(_picture.vidProps.nWidth, -_picture.vidProps.nHeight, _nBefore)
         , m_rawKey(_rawKey)
-        , m_nThreads(_nThreads)
     {
-        Convert(_picture);
-        const bool bInterlaced = _picture.vidProps.eInterlace == 1 || _picture.vidProps.eInterlace == 2;
-        const bool bWholeFrame = _nThreads < 2 || (_nThreads == 2 && bInterlaced);
-        const bool bFields = bInterlaced || _rawKey.nInterlacedVideo;
-        for (int nSlice = 0; nSlice < _nThreads; ++nSlice)
+        Convert(_picture, _nThreads);
+        bool bKeying = false;
+        for (int i = 0; i < std::clamp(m_rawKey.nKeysUsed, 0, 16); ++i)
         {
-            MASK_REFERENCE slice(mask.nWidth, mask.nHeight / _nThreads, _nBefore);
-            hrResult = SliceKey(slice, nSlice);
-            if (bWholeFrame && hrResult == S_OK)
-                slice.Post(_rawKey, _nThreads == 1 && bFields);
-            for (int nRow = 0; nRow < slice.nHeight; ++nRow)
-                for (int nColumn = 0; nColumn < mask.nWidth; ++nColumn)
-                    mask.At(nColumn, nSlice + nRow * _nThreads) = slice.At(nColumn, nRow);
+            const SINGLE_KEY& key = m_rawKey.arrKeys[i];
+            const bool bOrdinary = key.nDelta != 0 && key.nReverseKey <= 0;
+            bKeying |= bOrdinary && key.nAlpha != 255;
+            bCleans |= bOrdinary && m_rawKey.bColorCancel &&
+                       (key.nCancelPower || key.nCancelChroma || key.nCancelLuma || key.nCancelAlpha);
+            if (key.nDelta != 0 && key.nAlpha != 255)
+                m_arrKeys.push_back({key, CKeyReference(key, m_rawKey.eType == eCKT_RGB)});
         }
-        if (!bWholeFrame && hrResult == S_OK)
-            mask.Post(_rawKey, bFields);
+        for (int nRow = 0; nRow < mask.nHeight / _nThreads * _nThreads; ++nRow) // the same number for every thread
+            for (int nColumn = 0; nColumn < mask.nWidth; ++nColumn)
+            {
+                uint8_t& nPixel = mask.At(nColumn, nRow);
+                const int nExclusion = Least(true, nColumn, nRow, 255);
+                const int nAlpha = bKeying ? Least(false, nColumn, nRow, nPixel) : 255;
+                nPixel = static_cast<uint8_t>(std::max(nAlpha, 255 - nExclusion));
+            }
+        hrResult = bKeying || bCleans ? S_OK : S_FALSE;
+        if (hrResult == S_OK)
+            Finish(_picture.vidProps.eInterlace == 1 || _picture.vidProps.eInterlace == 2, _nThreads);
     }
 
     MASK_REFERENCE mask;
-    HRESULT hrResult = S_OK;
+    HRESULT hrResult;
     bool bCleans = false; ///< colours of the picture are to be cleaned
 
 private:
-    void Convert(const CTestPicture& _picture)
+    struct KEY
+    {
+        SINGLE_KEY key;
+        CKeyReference reference;
+    };
+
+    void Convert(const CTestPicture& _picture, int _nThreads)
     {
         CImgRowReader reader;
         if (FAILED(reader.Init(_picture.vidProps, _picture.vidPtr)))
             throw std::runtime_error("the test picture cannot be read");
-        const size_t nWidth = static_cast<size_t>(mask.nWidth);
-        m_nRowPixels = reader.IsInPlace() ? std::abs(_picture.vidPtr.cbVideoRowBytes[0]) / 4 : mask.nWidth;
+        const int nRowPixels = reader.IsInPlace() ? std::abs(_picture.vidPtr.cbVideoRowBytes[0]) / 4 : mask.nWidth;
+        const int nProcessed = std::min((mask.nWidth + 3) & ~3, _nThreads * nRowPixels);
+        m_nKeyed = mask.nWidth < 8 ? 0 : std::min(nProcessed - nProcessed % 8, mask.nWidth);
         for (int nRow = 0; nRow < mask.nHeight; ++nRow)
         {
-            m_arrRows.emplace_back(4 * nWidth);
+            m_arrRows.emplace_back(4 * static_cast<size_t>(mask.nWidth));
             uint8_t* const pRow = m_arrRows.back().data();
             reader.ReadRow(nRow, pRow);
             if (m_rawKey.eType == eCKT_HLS)
@@ -91,61 +98,38 @@ private:
                 Img_RowToYUV(pRow, pRow, mask.nWidth, Img_MatrixOf(_picture.vidProps));
         }
     }
-    HRESULT SliceKey(MASK_REFERENCE& _slice, int _nSlice)
+    /// Over the keys of a kind. Later keys count in whole groups of 16 pixels; _nElse is behind what the first keys.
+    int Least(bool _bExclude, int _nColumn, int _nRow, int _nElse) const
     {
-        bool bKeying = false;
-        bool bCancel = false;
-        for (int i = 0; i < std::clamp(m_rawKey.nKeysUsed, 0, 16); ++i)
+        int nKeys = 0;
+        int nLeast = _nElse;
+        for (const auto& [key, reference] : m_arrKeys)
         {
-            const SINGLE_KEY& key = m_rawKey.arrKeys[i];
-            const bool bOrdinary = key.nDelta != 0 && key.nReverseKey <= 0;
-            bKeying |= bOrdinary && key.nAlpha != 255;
-            bCancel |= bOrdinary && (key.nCancelPower || key.nCancelChroma || key.nCancelLuma || key.nCancelAlpha);
-        }
-        bCleans = bCancel && m_rawKey.bColorCancel;
-        if (!bKeying)
-        {
-            std::fill(_slice.arrPixels.begin(), _slice.arrPixels.end(), uint8_t{255});
-            if (!bCleans)
-                return S_FALSE;
-        }
-        MASK_REFERENCE exclusion(_slice.nWidth, _slice.nHeight, 255);
-        bool bFirst = bKeying;
-        bool bFirstExclusion = true;
-        for (int i = 0; i < std::clamp(m_rawKey.nKeysUsed, 0, 16); ++i)
-        {
-            const SINGLE_KEY& key = m_rawKey.arrKeys[i];
-            if (key.nDelta == 0 || key.nAlpha == 255)
+            if ((key.nReverseKey > 0) != _bExclude)
                 continue;
-            if (key.nReverseKey > 0)
-                Merge(exclusion, key, _nSlice, 0, bFirstExclusion);
-            else
-                Merge(_slice, key, _nSlice, key.nAlpha, bFirst);
+            const bool bFirst = nKeys++ == 0;
+            if (_nColumn >= (bFirst ? m_nKeyed : std::min(mask.nWidth - mask.nWidth % 16, m_nKeyed)))
+                continue;
+            const int nAlpha = reference.Alpha(m_arrRows.at(static_cast<size_t>(_nRow)).data() + 4 * _nColumn);
+            const int nFloored = std::min(nAlpha + (_bExclude ? 0 : key.nAlpha), 255);
+            nLeast = bFirst ? nFloored : std::min(nLeast, nFloored);
         }
-        for (size_t n = 0; n < _slice.arrPixels.size(); ++n)
-            _slice.arrPixels[n] = std::max(_slice.arrPixels[n], static_cast<uint8_t>(255 - exclusion.arrPixels[n]));
-        return S_OK;
+        return nLeast;
     }
-    void Merge(MASK_REFERENCE& _plane, const SINGLE_KEY& _key, int _nSlice, int _nFloor, bool& _bFirst)
+    void Finish(bool _bInterlaced, int _nThreads)
     {
-        const CKeyReference reference(_key, m_rawKey.eType == eCKT_RGB);
-        const int nProcessed = std::min((_plane.nWidth + 3) & ~3, m_nThreads * m_nRowPixels);
-        const int nKeyed = _plane.nWidth < 8 ? 0 : std::min(nProcessed - nProcessed % 8, _plane.nWidth);
-        const int nColumns = _bFirst ? nKeyed : std::min(_plane.nWidth - _plane.nWidth % 16, nKeyed);
-        for (int nRow = 0; nRow < _plane.nHeight; ++nRow)
-            for (int nColumn = 0; nColumn < nColumns; ++nColumn)
-            {
-                const int nSourceRow = _nSlice + nRow * m_nThreads;
-                const uint8_t* const pPixel = m_arrRows.at(static_cast<size_t>(nSourceRow)).data() + 4 * nColumn;
-                const auto nAlpha = static_cast<uint8_t>(std::min(reference.Alpha(pPixel) + _nFloor, 255));
-                uint8_t& nPixel = _plane.At(nColumn, nRow);
-                nPixel = _bFirst ? nAlpha : std::min(nPixel, nAlpha);
-            }
-        _bFirst = false;
+        if (_nThreads != 2 || !_bInterlaced)
+            return mask.Post(m_rawKey, _bInterlaced || m_rawKey.nInterlacedVideo);
+        // Each of two threads has a field, without the last row of an odd height.
+        MASK_REFERENCE fields = mask;
+        fields.nHeight -= fields.nHeight % 2;
+        fields.arrPixels.resize(static_cast<size_t>(fields.nWidth) * static_cast<size_t>(fields.nHeight));
+        fields.Post(m_rawKey, true);
+        std::copy(fields.arrPixels.begin(), fields.arrPixels.end(), mask.arrPixels.begin());
     }
 
     CHROMA_KEY_RAW m_rawKey;
-    int m_nThreads;
-    int m_nRowPixels = 0;
+    std::vector<KEY> m_arrKeys;                  // those that are alive
+    int m_nKeyed = 0;                            // columns
     std::vector<std::vector<uint8_t>> m_arrRows; // in the space of the keys
 };

@@ -8,31 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Numbers that follow from the seed, the same everywhere (splitmix).
-class CRandom
-{
-public:
-    explicit CRandom(uint64_t _nSeed)
-        : m_nState(_nSeed)
-    {
-    }
-    uint32_t operator()()
-    {
-        uint64_t n = m_nState += 0x9E3779B97F4A7C15u;
-        n = (n ^ n >> 30) * 0xBF58476D1CE4E5B9u;
-        n = (n ^ n >> 27) * 0x94D049BB133111EBu;
-        return static_cast<uint32_t>(n >> 32);
-    }
-    /// One of the values of a table.
-    template <class T, size_t N> T OneOf(const T (&_arrValues)[N])
-    {
-        return _arrValues[(*this)() % N];
-    }
-
-private:
-    uint64_t m_nState;
-};
-
 /// A slow keyer of single pixels, written from the definition in 64-bit and double arithmetic, to hold the fast one to.
 class CKeyReference
 {

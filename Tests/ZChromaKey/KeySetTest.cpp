@@ -2,6 +2,7 @@
 #include "Support/SimdLevel.h"
 #include "ZChromaKey/KeyReference.h"
 #include "ZChromaKey/Kernels/KeyPrepare.h"
+#include "ZChromaKey/RandomInput.h"
 
 #include <algorithm>
 #include <vector>
@@ -55,20 +56,6 @@ struct TEST_KEYS
     std::vector<int> arrFloor;
     uint32_t nFirstValue;
 };
-
-/// Random pixels, pixels near a key, where alpha is neither 0 nor 255, and the ends of the range, in runs.
-void FillPixels(CGuardedPlane& _plane, uint32_t _nNear, CRandom& _rnd)
-{
-    uint8_t* const pPixels = _plane.Row(0);
-    for (size_t n = 0; n < _plane.RowBytes(); ++n)
-    {
-        const int nNear = static_cast<int>(_nNear >> (8 * (n % 4)) & 255) + static_cast<int>(_rnd() % 31) - 15;
-        const size_t nRun = n / 36 % 4;
-        pPixels[n] = nRun == 0   ? static_cast<uint8_t>(_rnd())
-                     : nRun == 1 ? static_cast<uint8_t>(_rnd() % 2 ? 255 : 0)
-                                 : static_cast<uint8_t>(std::clamp(nNear, 0, 255));
-    }
-}
 
 TEST_P(KeySet, MatchesTheDefinition)
 {

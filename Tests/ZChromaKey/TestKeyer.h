@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -71,6 +72,36 @@ inline void ExpectKeyed(IZFFrame* _pFrameRes, bool _bClean = false)
             nWrong += (nMax - nMin <= 4) != (bGreen && _bClean);
         }
     EXPECT_EQ(nWrong, 0);
+}
+
+/// How a key does, in percent: the backdrop that is keyed out to 0, and the foreground that is kept at 255.
+struct KEY_QUALITY
+{
+    double dblKeyed;
+    double dblKept;
+};
+
+/// What a plug-in object makes of a frame. _fnTruth: 0 for the backdrop, 255 for the foreground; others do not count.
+inline KEY_QUALITY QualityOf(CCoZChromaKey* _pKeyer, IZFFrame* _pFrame, const std::function<int(int, int)>& _fnTruth)
+{
+    CZPtr<IZFFrame> cpRes;
+    EXPECT_EQ(_pKeyer->OnMediaReceive(_pFrame, cpRes.Put()), S_OK);
+    const auto cpMask = MaskOf(cpRes.Get());
+    if (!cpMask)
+        return {};
+    const ZF_VID_PTR vidPtr = PtrOf(cpMask.Get());
+    double arrAll[2] = {};
+    double arrRight[2] = {};
+    for (int y = 0; y < vidPtr.szVideoPlanes[0].cy; ++y)
+        for (int x = 0; x < vidPtr.szVideoPlanes[0].cx; ++x)
+        {
+            const int nTruth = _fnTruth(x, y);
+            if (nTruth != 0 && nTruth != 255)
+                continue;
+            ++arrAll[nTruth != 0];
+            arrRight[nTruth != 0] += Img_RowOf(vidPtr, 0, y)[x] == nTruth;
+        }
+    return {100 * arrRight[0] / arrAll[0], 100 * arrRight[1] / arrAll[1]};
 }
 
 /// A GPU path that does what the test says.

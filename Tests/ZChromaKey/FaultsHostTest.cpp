@@ -245,21 +245,27 @@ TEST(FaultsHosts, CallFromManyThreadsAtOnce)
     std::atomic<bool> bStop{false};
     std::atomic<int> nResults{0};
     std::atomic<int> nSaved{0};
-    const auto fnFrames = [&](int _n) {
-        static const uint32_t s_arrFormats[] = {eZFCC_RGB32, eZFCC_UYVY, eZFCC_ARGB32};
-        thread_local const auto t_cpFrame = TestFrame_Make(s_arrFormats[_n % 3], 64 + 8 * (_n % 5), 48);
-        CZPtr<IZFFrame> cpRes;
-        t_cpFrame->IdentityRenew();
-        const HRESULT hr = cpKeyer->OnMediaReceive(_n % 7 ? t_cpFrame.Get() : nullptr, cpRes.Put());
-        EXPECT_TRUE(hr == S_OK || hr == S_FALSE) << std::hex << hr;
-        nResults += hr == S_OK;
+    std::vector<std::thread> vecThreads;
+    const auto fnStart = [&](auto _fnStep) {
+        vecThreads.emplace_back([&bStop, _fnStep] {
+            for (int n = 0; !bStop; ++n)
+                _fnStep(n);
+        });
     };
-    const auto fnSaveAndLoad = [&](int _n) {
+    for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_UYVY, eZFCC_ARGB32})
+        fnStart([&, cpFrame = TestFrame_Make(fccType, 72, 48)](int _n) {
+            CZPtr<IZFFrame> cpRes;
+            cpFrame->IdentityRenew();
+            const HRESULT hr = cpKeyer->OnMediaReceive(_n % 7 ? cpFrame.Get() : nullptr, cpRes.Put());
+            EXPECT_TRUE(hr == S_OK || hr == S_FALSE) << std::hex << hr;
+            nResults += hr == S_OK;
+        });
+    fnStart([&](int _n) {
         const std::wstring wstrDocument = DocumentOf(cpKeyer.Get());
         EXPECT_EQ(_n % 4 ? S_OK : cpKeyer->PersistLoad(wstrDocument.c_str()), S_OK);
         ++nSaved;
-    };
-    const auto fnEdit = [&](int _n) {
+    });
+    fnStart([&](int _n) {
         static wchar_t s_wszProps[] = L"blocks=8";
         CHROMA_KEY_RAW key = TestKey(_n % 5 ? eCKT_RGB + _n % 3 : eCKT_None);
         EXPECT_GE(cpKeyer->KeyRawSet(&key, nullptr), 0);
@@ -267,28 +273,19 @@ TEST(FaultsHosts, CallFromManyThreadsAtOnce)
         EXPECT_GE(cpKeyer->KeyAddPoint(5, 40), 0);
         EXPECT_GE(_n % 8 ? S_OK : cpKeyer->KeyDetect(s_wszProps), 0);
         EXPECT_GE(cpKeyer->KeyStepBack(1), 0);
-    };
-    const auto fnOptions = [&](int _n) {
+    });
+    fnStart([&](int _n) {
         const wchar_t* const arrNumbers[] = {L"1", L"2", L"3"};
         EXPECT_EQ(cpKeyer->PropsSet(L"process.threads", arrNumbers[_n % 3]), S_OK);
         EXPECT_EQ(cpKeyer->PropsSet(L"output.argb", _n % 2 ? L"true" : L"false"), S_OK);
         EXPECT_EQ(cpKeyer->PropsSet(L"keying.borders", _n % 3 ? L"" : L"8,2,8,2"), S_OK);
         EXPECT_EQ(cpKeyer->PropsSet(L"output.thread", _n % 16 < 8 ? L"true" : L"false"), S_OK);
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    };
-    const auto fnInterrupt = [&](int _n) {
+    });
+    fnStart([&](int _n) {
         EXPECT_EQ(_n % 4 ? cpKeyer->OnMediaFlush() : cpKeyer->Close(), S_OK);
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    };
-    const std::function<void(int)> arrSteps[] = {fnFrames, fnFrames,  fnFrames,   fnSaveAndLoad,
-                                                 fnEdit,   fnOptions, fnInterrupt};
-    std::vector<std::thread> vecThreads;
-    vecThreads.reserve(std::size(arrSteps));
-    for (const std::function<void(int)>& fnStep : arrSteps)
-        vecThreads.emplace_back([&bStop, fnStep] {
-            for (int n = 0; !bStop; ++n)
-                fnStep(n);
-        });
+    });
     const auto timeBegin = std::chrono::steady_clock::now();
     while (std::chrono::steady_clock::now() - timeBegin < std::chrono::seconds(20) && (nResults < 1000 || nSaved < 100))
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -332,14 +329,10 @@ TEST(FaultsHosts, HangForLongerThanTheyAreWaitedFor)
     const auto cpLog = CZPtr<CHangingLog>::Adopt(new CHangingLog);
     ZLog_Set(cpLog.Get(), eZLog_Verbose);
     const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 64, -48);
-    ZF_VID_PROPS vidProps = {};
-    ZF_VID_PTR vidPtr = {};
-    EXPECT_EQ(cpFrame->VideoPropsGet(&vidProps), S_OK);
-    EXPECT_EQ(cpFrame->VideoPtrGet(eZFP_Stored, &vidPtr), S_OK);
     std::atomic<bool> bGivenBack{false};
+    const auto fnGivenBack = [&] { bGivenBack = true; };
     CZPtr<CZFrame> cpPixels;
-    EXPECT_EQ(ZFrame_WrapPlanes(
-                  vidProps, vidPtr, [&] { bGivenBack = true; }, cpPixels.Put()),
+    EXPECT_EQ(ZFrame_WrapPlanes(PropsOf(cpFrame.Get()), PtrOf(cpFrame.Get(), eZFP_Stored), fnGivenBack, cpPixels.Put()),
               S_OK);
     auto cpKeyer = Make(L"false");
     HRESULT hrHung = S_OK;

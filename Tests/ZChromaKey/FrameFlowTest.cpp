@@ -73,7 +73,7 @@ TEST_F(FrameFlow, GivesEachResultOrFailureWithTheNextCall)
     EXPECT_EQ(log.Count("CCoZChromaKey::OnMediaEnd()"), 1u);
 }
 
-TEST_F(FrameFlow, TimesOutWithoutTakingTheFrame)
+TEST_F(FrameFlow, TimesOutWithoutTakingTheFrameAndDropsWhenTheThreadIsSwitchedOff)
 {
     for (const auto& [bSwitchOff, bFlush] : {std::pair{false, false}, {true, false}, {true, true}})
     {
@@ -90,21 +90,9 @@ TEST_F(FrameFlow, TimesOutWithoutTakingTheFrame)
         EXPECT_GE(std::chrono::steady_clock::now() - timeBegin, std::chrono::milliseconds(1000));
         m_evtGo.Set();
         EXPECT_EQ(Receive(Frame(80).Get()), bSwitchOff ? 80 : 64);
+        Set(L"output.thread", L"false"); // a null frame still fetches what has not been dropped
         EXPECT_EQ(Receive(nullptr, bSwitchOff ? S_FALSE : S_OK), bSwitchOff ? 0 : 80);
     }
-}
-
-TEST_F(FrameFlow, DropsWhatIsUnderWayWhenTheThreadIsSwitchedOff)
-{
-    EXPECT_EQ(Receive(Frame(64).Get(), S_FALSE), 0);
-    Set(L"output.thread", L"false");
-    EXPECT_EQ(Receive(Frame(72).Get()), 72);
-    EXPECT_EQ(Receive(Frame(80).Get()), 80);
-    EXPECT_EQ(Receive(nullptr, S_FALSE), 0);
-    Set(L"output.thread", L"true");
-    EXPECT_EQ(Receive(Frame(88).Get(), S_FALSE), 0) << "nothing old comes back";
-    Set(L"output.thread", L"false");
-    EXPECT_EQ(Receive(nullptr), 88) << "a null frame still fetches it";
 }
 
 TEST_F(FrameFlow, FlushAndCloseDropWhatIsUnderWay)
@@ -136,67 +124,18 @@ TEST_F(FrameFlow, FlushAndCloseDropWhatIsUnderWay)
     EXPECT_EQ(log.Count("WARNING"), 0u);
 }
 
-/// A flow alone, whose frames wait for m_evtGo and are results themselves.
-class FrameFlowThread : public testing::Test
+TEST_F(FrameFlow, DoesNotWaitForACloseThatTakesLong)
 {
-protected:
-    FrameFlowThread()
-        : m_flow([this](IZFFrame*, IZFFrame**) {
-            m_evtBusy.Set();
-            m_evtGo.Wait(20'000);
-            ++m_nProcessed;
-            return S_FALSE;
-        })
-    {
-    }
-    /// Hands a frame in and waits until it is processed.
-    void Begin()
-    {
-        m_evtGo.Reset();
-        m_evtBusy.Reset();
-        EXPECT_EQ(m_flow.Receive(m_cpFrame.Get(), m_cpRes.Put()), S_FALSE);
-        ASSERT_TRUE(m_evtBusy.Wait(10'000));
-    }
-
-    CZEvent m_evtGo;
-    CZEvent m_evtBusy;
-    std::atomic<int> m_nProcessed{0};
-    CZPtr<IZFFrame> m_cpFrame{TestFrame_Make(eZFCC_RGB32, 32, 16).Get()};
-    CZPtr<IZFFrame> m_cpRes;
-    CFrameFlow m_flow;
-};
-
-TEST_F(FrameFlowThread, OutlivesAStopThatTakesTooLong)
-{
-    Begin();
-    EXPECT_EQ(m_flow.Close(10), Z_E_TIMEOUT);
-    m_evtGo.Set();
-    EXPECT_EQ(m_flow.Receive(m_cpFrame.Get(), m_cpRes.Put()), S_FALSE) << "starts again; the frame before was dropped";
-    EXPECT_EQ(m_flow.Receive(nullptr, m_cpRes.Put()), S_OK);
-    EXPECT_EQ(m_cpRes.Get(), m_cpFrame.Get());
-    EXPECT_EQ(m_nProcessed, 2);
-    m_cpRes.Reset();
-
-    Begin();
-    EXPECT_EQ(m_flow.Close(10), Z_E_TIMEOUT);
-    const CLogCatcher log;
-    CZEvent evtGone;
-    EXPECT_TRUE(m_flow.Abandon([&] { evtGone.Set(); }));
-    EXPECT_EQ(log.Count("NOT STOPPED before destroying", eZLog_Warning), 1u);
-    EXPECT_FALSE(evtGone.Wait(0));
-    m_evtGo.Set();
-    EXPECT_TRUE(evtGone.Wait(10'000)) << "the thread's last act";
-    EXPECT_EQ(RefsOf(m_cpFrame.Get()), 1u);
-}
-
-TEST_F(FrameFlowThread, DoesNotWaitForACloseThatTakesLong)
-{
-    Begin();
-    std::thread thrClose([&] { EXPECT_EQ(m_flow.Close(), S_OK); });
+    EXPECT_EQ(Receive(SlowFrame(64).Get(), S_FALSE), 0);
+    ASSERT_TRUE(m_evtBusy.Wait(10'000));
+    std::thread thrClose([&] { EXPECT_EQ(m_cpKeyer->Close(), S_OK); });
     std::this_thread::sleep_for(std::chrono::milliseconds(50)); // it waits for the frame by now
     const auto timeBegin = std::chrono::steady_clock::now();
-    EXPECT_EQ(m_flow.Receive(m_cpFrame.Get(), m_cpRes.Put()), Z_E_TIMEOUT);
-    EXPECT_EQ(m_flow.ReceiveNow(m_cpFrame.Get(), m_cpRes.Put()), Z_E_TIMEOUT);
+    for (const wchar_t* pwszThread : {L"true", L"false"})
+    {
+        Set(L"output.thread", pwszThread);
+        EXPECT_EQ(Receive(Frame(72).Get(), Z_E_TIMEOUT), 0);
+    }
     EXPECT_LT(std::chrono::steady_clock::now() - timeBegin, std::chrono::milliseconds(4000));
     m_evtGo.Set();
     thrClose.join();
@@ -204,56 +143,43 @@ TEST_F(FrameFlowThread, DoesNotWaitForACloseThatTakesLong)
 
 TEST_F(FrameFlow, DoesNotAllocateOnceItIsWarm)
 {
-    struct CASE
-    {
-        const wchar_t* pwszThread;
-        const wchar_t* pwszThreads;
-        const wchar_t* pwszARGB;
-        uint32_t fccType;
-        int32_t eType;
-        int32_t bColorCancel;
-    };
-    const CASE arrCases[] = {
-        {L"true", nullptr, L"false", eZFCC_RGB24, eCKT_RGB, 1},
-        {L"true", nullptr, L"false", eZFCC_RGB32, eCKT_HLS, 0},
-        {L"true", L"1", L"false", eZFCC_ARGB32, eCKT_YUV, 0},
-        {L"true", L"40", L"true", eZFCC_UYVY, eCKT_RGB, 1},
-        {L"false", L"40", L"false", eZFCC_RGB24, eCKT_YUV, 1},
-        {L"false", L"0", L"false", eZFCC_RGB32, eCKT_RGB, 0},
-        {L"false", L"-3", L"false", eZFCC_UYVY, eCKT_HLS, 0},
-        {L"false", L"-2147483648", L"true", eZFCC_UYVY, eCKT_RGB, 1},
-    };
-    for (const CASE& row : arrCases)
-    {
-        SCOPED_TRACE(testing::Message() << std::hex << row.fccType << " type " << row.eType);
-        CHROMA_KEY_RAW key = TestKey(row.eType);
-        key.nKeysUsed = 2;
-        key.arrKeys[0].nCancelPower = 64;
-        key.arrKeys[1] = {0x102030, 0x101010, 0, 0, 0, 0, 0, 0, 0, 1};
-        key.nEdgesSmooth = 1;
-        key.bColorCancel = row.bColorCancel;
-        KeySet(key);
-        Set(L"output.thread", row.pwszThread);
-        Set(L"process.threads", row.pwszThreads);
-        Set(L"output.argb", row.pwszARGB);
-        // The first results are kept for a while, so that as many frames are made as can be under way at a time.
-        CZPtr<IZFFrame> arrRes[4];
-        std::vector<CZPtr<CZFrame>> vecFrames; // two, in turn, with a new identity each time
-        vecFrames.push_back(TestFrame_Make(row.fccType, 320, -96));
-        vecFrames.push_back(TestFrame_Make(row.fccType, 320, -96, vecFrames[0]->Pool()));
-        uint64_t nWarm = 0;
-        for (int n = 0; n < 40; ++n)
+    const std::pair<const wchar_t*, const wchar_t*> arrThreads[] = {
+        {L"true", nullptr}, {L"true", L"1"},   {L"true", L"40"},          {L"false", L"40"},
+        {L"false", L"0"},   {L"false", L"-3"}, {L"false", L"-2147483648"}};
+    const uint32_t arrFormats[] = {eZFCC_RGB24, eZFCC_RGB32, eZFCC_ARGB32, eZFCC_UYVY};
+    int nRun = 0;
+    for (const auto& [pwszOutput, pwszProcess] : arrThreads)
+        for (const uint32_t fccType : arrFormats)
         {
-            if (n == 4)
-                nWarm = AllocCount();
-            vecFrames[n % 2]->IdentityRenew();
-            m_cpKeyer->OnMediaReceive(vecFrames[n % 2].Get(), arrRes[n < 4 ? n : 0].Put());
-            if (n == 3)
-                std::ranges::for_each(arrRes, &CZPtr<IZFFrame>::Reset);
+            SCOPED_TRACE(testing::Message() << "run " << nRun << " format " << std::hex << fccType);
+            CHROMA_KEY_RAW key = TestKey(eCKT_RGB + nRun % 3);
+            key.nKeysUsed = 2;
+            key.arrKeys[0].nCancelPower = 64;
+            key.arrKeys[1] = {0x102030, 0x101010, 0, 0, 0, 0, 0, 0, 0, 1};
+            key.nEdgesSmooth = 1;
+            key.bColorCancel = nRun % 2;
+            KeySet(key);
+            Set(L"output.thread", pwszOutput);
+            Set(L"process.threads", pwszProcess);
+            Set(L"output.argb", nRun++ % 5 ? L"false" : L"true");
+            // The first results are kept for a while, so that as many frames are made as can be under way at a time.
+            CZPtr<IZFFrame> arrRes[4];
+            std::vector<CZPtr<CZFrame>> vecFrames; // two, in turn, with a new identity each time
+            vecFrames.push_back(TestFrame_Make(fccType, 320, -96));
+            vecFrames.push_back(TestFrame_Make(fccType, 320, -96, vecFrames[0]->Pool()));
+            uint64_t nWarm = 0;
+            for (int n = 0; n < 40; ++n)
+            {
+                if (n == 4)
+                    nWarm = AllocCount();
+                vecFrames[n % 2]->IdentityRenew();
+                m_cpKeyer->OnMediaReceive(vecFrames[n % 2].Get(), arrRes[n < 4 ? n : 0].Put());
+                if (n == 3)
+                    std::ranges::for_each(arrRes, &CZPtr<IZFFrame>::Reset);
+            }
+            m_cpKeyer->OnMediaReceive(nullptr, arrRes[0].Put());
+            EXPECT_EQ(AllocCount() - nWarm, 0u) << "a thread that starts takes memory, too";
         }
-        m_cpKeyer->OnMediaReceive(nullptr, arrRes[0].Put());
-        EXPECT_EQ(AllocCount() - nWarm, 0u) << "a thread that starts takes memory, too";
-    }
     EXPECT_GT(AllocCount(), 0u);
 }
 

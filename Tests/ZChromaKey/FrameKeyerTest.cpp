@@ -3,6 +3,7 @@
 #include "ZChromaKey/BlockMarks.h"
 #include "ZChromaKey/TestKeyer.h"
 #include "ZChromaKey/WorkFrame.h"
+#include "ZChromaKey/ZFrameComparer.h"
 
 // What the plug-in object makes of a frame.
 
@@ -71,9 +72,9 @@ TEST_F(FrameKeyer, KeysAndCleansEveryFormatAndLeavesTheInputAlone)
 
 TEST_F(FrameKeyer, CutsHighDefinitionWithoutAnotherMatrix)
 {
-    constexpr int c_nX = 160, c_nY = 80, c_nWidth = 960, c_nHeight = 560; // by its size, this would be BT.601
     const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 1280, 720);
-    Set(L"keying.borders", L"160,80,160,80");
+    Set(L"keying.borders", L"160,80,160,80"); // by its size, what is left would be BT.601
+    const auto fnTruth = [](int _nX, int _nY) { return TestFrame_IsGreen(_nX + 160, _nY + 80, 1280, 720) ? 0 : 255; };
     for (const int32_t eType : {eCKT_YUV, eCKT_RGB})
         for (const wchar_t* pwszARGB : {L"false", L"true"})
         {
@@ -81,16 +82,8 @@ TEST_F(FrameKeyer, CutsHighDefinitionWithoutAnotherMatrix)
             key.arrKeys[0].nDelta = 0xFF050505u; // narrower than the two matrices are apart
             KeySet(key);
             Set(L"output.argb", pwszARGB);
-            const auto cpMask = MaskOf(Receive(cpFrame.Get()).Get());
-            ASSERT_EQ(PropsOf(cpMask.Get()).nWidth, c_nWidth);
-            int nWrong = 0;
-            for (int nRow = 0; nRow < c_nHeight; ++nRow)
-            {
-                const uint8_t* const pRow = RowOf(cpMask.Get(), nRow);
-                for (int nX = 0; nX < c_nWidth; ++nX)
-                    nWrong += (pRow[nX] == 0) != TestFrame_IsGreen(nX + c_nX, nRow + c_nY, 1280, 720);
-            }
-            EXPECT_EQ(nWrong, 0) << "key type " << eType;
+            const KEY_QUALITY quality = QualityOf(m_cpKeyer.Get(), cpFrame.Get(), fnTruth);
+            EXPECT_EQ(quality.dblKeyed + quality.dblKept, 200) << "key type " << eType;
         }
 }
 
@@ -108,38 +101,30 @@ TEST_F(FrameKeyer, LeavesWhatTheEngineLeavesOutOpaque)
 
 TEST_F(FrameKeyer, CutsBorders)
 {
-    struct CASE
-    {
-        const wchar_t* pwszBorders;
-        int nWidth;
-        int nHeight; // 0: refused
-    };
-    const CASE arrCases[] = {{L"0,0,0,0", 1918, 64},
-                             {L"1,2,3,4", 1910, 58},
-                             {L"0,0,1,0", 1918, 64},
-                             {L"0,0,9,0", 1912, 64},
-                             {L"-5,-1,-9,-1", 1918, 64},
-                             {L"1904,0,0,0", 14, 64},
-                             {L"1920,0,0,0", 0, 0},
-                             {L"960,0,960,0", 0, 0},
-                             {L"0,32,0,32", 0, 0},
-                             {L"0,2147483647,0,1", 0, 0},
-                             {L"2147483647,0,2147483647,0", 0, 0}};
     const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 1918, -64);
-    for (const CASE& row : arrCases)
+    for (const auto& [pwszBorders, nWidth, nHeight] : {std::tuple{L"0,0,0,0", 1918, 64},
+                                                       {L"1,2,3,4", 1910, 58},
+                                                       {L"0,0,1,0", 1918, 64},
+                                                       {L"0,0,9,0", 1912, 64},
+                                                       {L"-5,-1,-9,-1", 1918, 64},
+                                                       {L"1904,0,0,0", 14, 64}})
     {
-        SCOPED_TRACE(testing::Message() << row.pwszBorders);
-        const CLogCatcher log(eZLog_Error);
-        Set(L"keying.borders", row.pwszBorders);
-        const auto cpRes = Receive(cpFrame.Get(), row.nHeight ? S_OK : E_INVALIDARG);
-        EXPECT_EQ(log.Count("\"keying.borders\""), row.nHeight ? 0u : 1u);
+        Set(L"keying.borders", pwszBorders);
+        const auto cpRes = Receive(cpFrame.Get());
         for (const auto& cpPicture : {cpRes, MaskOf(cpRes.Get())})
-            if (row.nHeight)
-            {
-                ASSERT_TRUE(cpPicture);
-                EXPECT_EQ(PropsOf(cpPicture.Get()).nWidth, row.nWidth);
-                EXPECT_EQ(PropsOf(cpPicture.Get()).nHeight, -row.nHeight);
-            }
+        {
+            ASSERT_TRUE(cpPicture);
+            EXPECT_EQ(PropsOf(cpPicture.Get()).nWidth, nWidth) << pwszBorders;
+            EXPECT_EQ(PropsOf(cpPicture.Get()).nHeight, -nHeight) << pwszBorders;
+        }
+    }
+    for (const wchar_t* pwszBorders :
+         {L"1920,0,0,0", L"960,0,960,0", L"0,32,0,32", L"0,2147483647,0,1", L"2147483647,0,2147483647,0"})
+    {
+        const CLogCatcher log(eZLog_Error);
+        Set(L"keying.borders", pwszBorders);
+        Receive(cpFrame.Get(), E_INVALIDARG);
+        EXPECT_EQ(log.Count("\"keying.borders\""), 1u) << pwszBorders;
     }
 }
 
@@ -162,14 +147,8 @@ TEST_F(FrameKeyer, PassesWhatItDoesNotKey)
 
 TEST_F(FrameKeyer, SaysWhatAFrameFails)
 {
-    struct CASE
-    {
-        const char* pszMethod;
-        const wchar_t* pwszBorders;
-        HRESULT hr; // S_OK: the frame is passed on
-        const char* pszText;
-    };
-    const CASE arrCases[] = {
+    // A method, the borders, what keying answers - S_OK: the frame is passed on - and says.
+    const std::tuple<const char*, const wchar_t*, HRESULT, const char*> arrCases[] = {
         {"IZFFrame2", nullptr, S_OK, ") QI FAILED hr=0x80004002"},
         {"VideoPtrGet", nullptr, S_OK, ") ZF_VID_PTR=NULL hr=0x80004002"},
         {"VideoPropsGet", nullptr, E_NOINTERFACE, "the frame has no video properties, hr=80004002"},
@@ -178,16 +157,17 @@ TEST_F(FrameKeyer, SaysWhatAFrameFails)
         {"FrameRect", L"8,8,8,8", E_NOINTERFACE, "8,8,8,8 cannot be cut from a frame of 64x32, hr=80004002"},
     };
     const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 64, 32);
-    for (const CASE& row : arrCases)
+    for (const auto& [pszMethod, pwszBorders, hr, pszText] : arrCases)
     {
         const CLogCatcher log;
-        const auto cpHook = CHookFrame::Make(cpFrame.Get(), [&](const std::string& _strMethod) {
-            return _strMethod == row.pszMethod ? E_NOINTERFACE : S_OK;
-        });
-        Set(L"keying.borders", row.pwszBorders);
-        const auto cpRes = Receive(cpHook.Get(), row.hr);
-        EXPECT_TRUE(FAILED(row.hr) || cpRes.Get() == cpHook.Get()) << row.pszMethod;
-        EXPECT_EQ(log.Count(row.pszText), 1u) << row.pszMethod;
+        const auto cpHook =
+            CHookFrame::Make(cpFrame.Get(), [strFails = std::string(pszMethod)](const std::string& _strMethod) {
+                return _strMethod == strFails ? E_NOINTERFACE : S_OK;
+            });
+        Set(L"keying.borders", pwszBorders);
+        const auto cpRes = Receive(cpHook.Get(), hr);
+        EXPECT_TRUE(FAILED(hr) || cpRes.Get() == cpHook.Get()) << pszMethod;
+        EXPECT_EQ(log.Count(pszText), 1u) << pszMethod;
     }
 }
 
@@ -225,9 +205,13 @@ TEST_F(FrameKeyer, KeysARepeatedFrameOnce)
     };
     EXPECT_FALSE(IsRepeated(cpA.Get()));
     EXPECT_TRUE(IsRepeated(cpA.Get()));
-    EXPECT_TRUE(IsRepeated(cpA.Get()));
+    CZPtr<IZFFrame> cpCloneOfA;
+    ASSERT_EQ(cpA->FrameClone(eZFC_Cloned, cpCloneOfA.Put()), S_OK);
+    EXPECT_TRUE(IsRepeated(cpCloneOfA.Get())) << "another object with the same pixels";
     EXPECT_EQ(log.Count(") SAME FRAME IN", eZLog_Verbose), 2u);
-    EXPECT_FALSE(IsRepeated(cpB.Get()));
+    cpA->IdentityRenew();
+    EXPECT_FALSE(IsRepeated(cpA.Get())) << "new pixels in the same object";
+    EXPECT_FALSE(IsRepeated(cpB.Get())) << "equal pixels, but another identity";
     KeySet(keyOther);
     EXPECT_FALSE(IsRepeated(cpB.Get())) << "the key set has changed";
     Set(L"process.threads", L"3");
@@ -250,6 +234,46 @@ TEST_F(FrameKeyer, KeysARepeatedFrameOnce)
     EXPECT_FALSE(IsRepeated(cpHook.Get())) << "keying it has failed in between";
     EXPECT_EQ(m_cpKeyer->Close(), S_OK);
     EXPECT_FALSE(IsRepeated(cpHook.Get()));
+}
+
+TEST(ZFrameComparer, LooksAtPropertiesAndFailures)
+{
+    const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 32, 16);
+    HRESULT hrId = S_OK;
+    const auto cpHook = CHookFrame::Make(
+        cpFrame.Get(), [&](const std::string& _strMethod) { return _strMethod == "FrameIdGet" ? hrId : S_OK; });
+    ZFrameComparer comparer;
+    EXPECT_FALSE(comparer.IsSameFrame(cpHook.Get()));
+    EXPECT_TRUE(comparer.IsSameFrame(cpHook.Get()));
+    cpHook->m_fnProps = [](ZF_VID_PROPS* _pVidProps) { _pVidProps->eInterlace = eZI_TopFirst; };
+    EXPECT_FALSE(comparer.IsSameFrame(cpHook.Get())) << "the same pixels, shown in another way";
+    EXPECT_TRUE(comparer.IsSameFrame(cpHook.Get()));
+    hrId = E_FAIL;
+    EXPECT_FALSE(comparer.IsSameFrame(cpHook.Get()));
+    hrId = S_OK;
+    EXPECT_FALSE(comparer.IsSameFrame(cpHook.Get())) << "a frame without identity is no frame to compare with";
+
+    const auto cpNoSecond = CHookFrame::Make(
+        cpFrame.Get(), [](const std::string& _strMethod) { return _strMethod == "IZFFrame2" ? E_NOINTERFACE : S_OK; });
+    const CLogCatcher log;
+    EXPECT_FALSE(comparer.IsSameFrame(cpNoSecond.Get()));
+    EXPECT_EQ(log.Count("\"qpZFrameNext\"", eZLog_Error), 1u);
+}
+
+TEST(ZFrameComparer, SeesTextsThatChangeWhatAFrameShows)
+{
+    const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 32, -16);
+    ZFrameComparer comparer;
+    comparer.IsSameFrame(cpFrame.Get());
+    for (const wchar_t* pwszName : {L"crop", L"mirror", L"rotate"})
+        for (const wchar_t* pwszValue : {L"1", L"2", static_cast<const wchar_t*>(nullptr)})
+        {
+            ASSERT_EQ(cpFrame->PropsSet(pwszName, pwszValue), S_OK);
+            EXPECT_FALSE(comparer.IsSameFrame(cpFrame.Get())) << "set, changed, removed";
+            EXPECT_TRUE(comparer.IsSameFrame(cpFrame.Get()));
+        }
+    ASSERT_EQ(cpFrame->PropsSet(L"title", L"x"), S_OK);
+    EXPECT_TRUE(comparer.IsSameFrame(cpFrame.Get())) << "other texts do not count";
 }
 
 } // namespace

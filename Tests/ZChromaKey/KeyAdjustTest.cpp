@@ -24,23 +24,6 @@ bool SameBytes(const CHROMA_KEY_RAW& _a, const CHROMA_KEY_RAW& _b)
     return std::memcmp(&_a, &_b, sizeof(_a)) == 0;
 }
 
-TEST(KeyAdjust, TableNamesEveryAdjustmentOnceWithRestInsideItsRange)
-{
-    const auto arrTable = KeyAdjust_Table();
-    ASSERT_EQ(arrTable.size(), 17u);
-    CK_ADJUST adjust{};
-    for (size_t i = 0; i < arrTable.size(); ++i)
-    {
-        const CK_ADJUST_INFO& info = arrTable[i];
-        EXPECT_EQ(static_cast<size_t>(info.eAdjust), i);
-        EXPECT_TRUE(info.dblMin <= info.dblDefault && info.dblDefault <= info.dblMax) << info.pszName;
-        EXPECT_EQ(KeyAdjust_Field(&adjust, info.eAdjust) == nullptr, info.eAdjust == eCKA_KeyType);
-    }
-    for (const int nAdjust : {17, -1})
-        EXPECT_FALSE(KeyAdjust_Find(static_cast<eCK_Adjust>(nAdjust)) ||
-                     KeyAdjust_Field(&adjust, static_cast<eCK_Adjust>(nAdjust)));
-}
-
 TEST(KeyAdjust, AtRestLeavesEveryByteAlone)
 {
     CHROMA_KEY_RAW key = SampleKeys();

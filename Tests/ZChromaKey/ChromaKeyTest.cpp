@@ -170,32 +170,6 @@ TEST(MaskPost, ManyRowsDoNotOverflow)
         EXPECT_EQ(arrRow[n], n + 1);
 }
 
-CZEvent g_evtHang;
-
-HRESULT Hang(KEY_SLOT& _slot)
-{
-    g_evtHang.Wait(60'000);
-    _slot.bJob = false; // the slot is still there, whatever has become of the pool
-    return S_OK;
-}
-
-TEST(KeyPool, WorkersThatHangAreLeftToThemselves)
-{
-    const CLogCatcher log;
-    {
-        CKeyPool pool(Hang);
-        for (int nFrame = 1; nFrame <= 2; ++nFrame) // the second frame gets new workers
-        {
-            ASSERT_EQ(pool.Prepare(2), S_OK);
-            EXPECT_EQ(pool.Run(20), Z_E_TIMEOUT);
-            EXPECT_EQ(log.Count("NOT STOPPED before destroying", eZLog_Warning), 2u * (nFrame - 1));
-        }
-        g_evtHang.Set();
-        ASSERT_EQ(pool.Prepare(2), S_OK);
-        EXPECT_EQ(pool.Run(10'000), S_OK);
-    }
-}
-
 TEST(KeyPool, AWorkerWithoutAJobAnswersThatItDidNothing)
 {
     CKeyPool pool;

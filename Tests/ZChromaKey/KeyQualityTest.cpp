@@ -97,6 +97,9 @@ TEST(KeyQuality, OneDetectionOrOnePickKeysTheBackdropAndKeepsTheForeground)
             {
                 ASSERT_EQ(cpKeyer->KeyReset(), S_OK);
                 EXPECT_EQ(cpKeyer->KeyDetect(wstrOptions.data()), S_OK);
+                CHROMA_KEY_RAW key = {};
+                EXPECT_EQ(cpKeyer->KeyRawGet(&key, nullptr), S_OK);
+                EXPECT_TRUE(key.nKeysUsed == 1 || wstrOptions != L"max_keys=1");
                 Expect(pszScene, fccType, "auto " + ZText_FromWide(wstrOptions),
                        Quality(scene, cpKeyer.Get(), cpFrame.Get()));
             }

@@ -131,13 +131,13 @@ void CFrameFlow::Flush()
     Drop();
 }
 
-HRESULT CFrameFlow::Close(uint32_t _nMaxMs)
+HRESULT CFrameFlow::Close()
 {
     CZPtr<IZFFrame> cpDropped; // both are released behind the lock: the host's frames may call back
     RESULT resDropped;
     const std::lock_guard lock(m_mtxThread);
     resDropped = Drop();
-    const HRESULT hr = m_thrOutput->Stop(_nMaxMs);
+    const HRESULT hr = m_thrOutput->Stop();
     m_bStopping = FAILED(hr);
     if (m_bStopping)
         return hr;

@@ -42,7 +42,7 @@ public:
 
     /// Stops the output thread and drops what is under way; the next Receive starts it again. Z_E_TIMEOUT: processing
     /// did not end in time, and the thread still uses this object.
-    HRESULT Close(uint32_t _nMaxMs = c_nThreadStopMs);
+    HRESULT Close();
 
     /// Whether the caller is the output thread: the host calls back while a frame is processed or let go.
     bool IsOutputThread() const;

@@ -2,18 +2,24 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
+
+namespace
+{
+
+/// Does the slot's job; S_FALSE without one.
+HRESULT SlotWork(KEY_SLOT* _pSlot)
+{
+    if (!std::exchange(_pSlot->bJob, false))
+        return S_FALSE;
+    return _pSlot->slice.Process(_pSlot->job, _pSlot->bGo);
+}
+
+} // namespace
 
 CKeyPool::~CKeyPool()
 {
     Stop();
-}
-
-HRESULT CKeyPool::KeySlice(KEY_SLOT& _slot)
-{
-    if (!_slot.bJob)
-        return S_FALSE;
-    _slot.bJob = false;
-    return _slot.slice.Process(_slot.job, _slot.bGo);
 }
 
 HRESULT CKeyPool::WorkerStart(std::unique_ptr<WORKER>& _upWorker)
@@ -30,8 +36,8 @@ HRESULT CKeyPool::WorkerStart(std::unique_ptr<WORKER>& _upWorker)
     }
     auto upWorker = std::make_unique<WORKER>();
     const HRESULT hr = upWorker->thread.Start(
-        [spSlot = upWorker->spSlot, pfnWork = m_pfnWork] {
-            spSlot->hrResult = pfnWork(*spSlot);
+        [spSlot = upWorker->spSlot] {
+            spSlot->hrResult = SlotWork(spSlot.get());
             spSlot->evtDone.Set();
         },
         "CChromaKey");
@@ -64,20 +70,20 @@ HRESULT CKeyPool::Prepare(uint32_t _nWorkers)
     return S_OK;
 }
 
-HRESULT CKeyPool::Run(uint32_t _nMaxMs)
+HRESULT CKeyPool::Run()
 {
     for (uint32_t i = 0; i < m_nReady; ++i)
         m_arrWorkers[i]->thread.Wake();
-    if (WaitAll(_nMaxMs))
+    if (WaitAll())
         return S_OK;
-    Stop(_nMaxMs);
+    Stop();
     return Z_E_TIMEOUT;
 }
 
-bool CKeyPool::WaitAll(uint32_t _nMaxMs)
+bool CKeyPool::WaitAll()
 {
     using CLOCK = std::chrono::steady_clock;
-    const auto tpEnd = CLOCK::now() + std::chrono::milliseconds(_nMaxMs);
+    const auto tpEnd = CLOCK::now() + std::chrono::milliseconds(c_nThreadStopMs);
     for (uint32_t i = 0; i < m_nReady; ++i)
     {
         const auto nLeft = std::chrono::duration_cast<std::chrono::milliseconds>(tpEnd - CLOCK::now()).count();
@@ -87,13 +93,13 @@ bool CKeyPool::WaitAll(uint32_t _nMaxMs)
     return true;
 }
 
-void CKeyPool::Stop(uint32_t _nMaxMs)
+void CKeyPool::Stop()
 {
     for (auto& upWorker : m_arrWorkers)
         if (upWorker)
             upWorker->spSlot->bGo = false; // all at once, so that the waits below overlap
     for (auto& upWorker : m_arrWorkers)
-        WorkerStop(upWorker, _nMaxMs);
+        WorkerStop(upWorker, c_nThreadStopMs);
     m_nReady = 0;
 }
 

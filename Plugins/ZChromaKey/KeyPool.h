@@ -30,13 +30,7 @@ struct KEY_SLOT
 class CKeyPool
 {
 public:
-    /// What a worker does when it is woken.
-    using PFN_WORK = HRESULT (*)(KEY_SLOT& _slot);
-
-    explicit CKeyPool(PFN_WORK _pfnWork = KeySlice)
-        : m_pfnWork(_pfnWork)
-    {
-    }
+    CKeyPool() = default;
     /// Stops the workers; one that does not stop is reported in the log and left to itself.
     ~CKeyPool();
 
@@ -47,16 +41,13 @@ public:
     {
         return *m_arrWorkers[_nWorker]->spSlot;
     }
-    /// Wakes the workers that were made ready and waits until all are done. Z_E_TIMEOUT: they were not within the
-    /// time; all workers have then been told to stop and been waited for that long again, each.
-    HRESULT Run(uint32_t _nMaxMs = c_nThreadStopMs);
+    /// Wakes the workers that were made ready and waits until all are done. Z_E_TIMEOUT: they were not within
+    /// c_nThreadStopMs; all workers have then been told to stop and been waited for that long again, each.
+    HRESULT Run();
     /// Stops all workers, waiting that long for each.
-    void Stop(uint32_t _nMaxMs = c_nThreadStopMs);
+    void Stop();
     /// Keeps what owns the planes of a job for as long as a worker that could not be stopped may touch them.
     void Hold(IUnknown* _pPicture, IUnknown* _pMask);
-
-    /// Does the slot's job; S_FALSE without one.
-    static HRESULT KeySlice(KEY_SLOT& _slot);
 
 private:
     struct WORKER
@@ -67,9 +58,8 @@ private:
     };
     HRESULT WorkerStart(std::unique_ptr<WORKER>& _upWorker);
     static void WorkerStop(std::unique_ptr<WORKER>& _upWorker, uint32_t _nMaxMs);
-    bool WaitAll(uint32_t _nMaxMs);
+    bool WaitAll();
 
-    PFN_WORK m_pfnWork;
     uint32_t m_nReady = 0;
     std::array<std::unique_ptr<WORKER>, c_nMaxKeyThreads> m_arrWorkers;
 };

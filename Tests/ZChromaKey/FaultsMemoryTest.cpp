@@ -215,9 +215,17 @@ HRESULT ReceiveThreaded(SUBJECT& _subject)
 
 TEST_F(Faults, MemoryRunsOutInEveryCall)
 {
+    SUBJECT warm; // what a program keeps from its first object on is no loss
+    ASSERT_TRUE(SUCCEEDED(CreateThroughFactory(warm)) && SUCCEEDED(warm.KeySet(eCKT_RGB)) && Keys(warm));
+    warm.cpKey.Reset();
     const OPERATION arrOperations[] = {
         {"create", [](SUBJECT&) {}, CreateThroughFactory,
          [](SUBJECT& _s) { return SUCCEEDED(_s.KeySet(eCKT_RGB)) && Keys(_s); }},
+        {"set keys", MakeDirect, [](SUBJECT& _s) { return _s.KeySet(eCKT_YUV); },
+         [](SUBJECT& _s) {
+             CHROMA_KEY_RAW key = {};
+             return SUCCEEDED(_s.cpKey->KeyRawGet(&key, nullptr)) && key.eType == eCKT_YUV;
+         }},
         {"set option", MakeDirect,
          [](SUBJECT& _s) { return _s.cpKey->PropsSet(L"some.option", L"a value that is longer than a short text"); },
          [](SUBJECT& _s) { return _s.Document().find("some.option") != std::string::npos; }},

@@ -15,14 +15,14 @@ namespace
 
 /// The most that the decoder may allocate at a time. How long a piece of a file is, and what it unpacks to, is only the
 /// file's word: without a limit a hundred bytes take gigabytes.
-thread_local size_t g_cbDecoderMost = 0;
-thread_local bool g_bDecoderRefused = false;
+thread_local size_t t_cbDecoderMost = 0;
+thread_local bool t_bDecoderRefused = false;
 
 void* Decoder_Allocate(void* _pBlockOrNull, size_t _cbBlock)
 {
-    if (_cbBlock <= g_cbDecoderMost)
+    if (_cbBlock <= t_cbDecoderMost)
         return std::realloc(_pBlockOrNull, _cbBlock);
-    g_bDecoderRefused = true;
+    t_bDecoderRefused = true;
     return nullptr;
 }
 
@@ -119,7 +119,7 @@ void CheckJpegTables(const std::vector<uint8_t>& _vecFile, const std::string& _s
     throw CZHostError(
         ZFormat("%s cannot be read as a PNG or JPEG picture (%s); save it as one of these, or copy it again "
                 "if it was cut off",
-                _strPath, g_bDecoderRefused ? "it wants more memory than its picture takes" : stbi_failure_reason()));
+                _strPath, t_bDecoderRefused ? "it wants more memory than its picture takes" : stbi_failure_reason()));
 }
 
 /// Limits the decoder for a picture of a file; 0 x 0 while only the file's head is read.
@@ -128,8 +128,8 @@ void LimitDecoder(size_t _cbFile, int _nWidth, int _nHeight)
     constexpr size_t c_cbTables = size_t{1} << 20;
     constexpr size_t c_cbPixel = 4 * 2; // four channels of 16 bits
     const size_t cbPicture = (static_cast<size_t>(_nWidth) * c_cbPixel + 1) * static_cast<size_t>(_nHeight);
-    g_cbDecoderMost = c_cbTables + 2 * (_cbFile + 2 * cbPicture); // blocks double as they grow
-    g_bDecoderRefused = false;
+    t_cbDecoderMost = c_cbTables + 2 * (_cbFile + 2 * cbPicture); // blocks double as they grow
+    t_bDecoderRefused = false;
 }
 
 } // namespace

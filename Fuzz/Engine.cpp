@@ -5,9 +5,9 @@
 
 #include "Base/ZLog.h"
 #include "Video/ZFrame.h"
-#include "ZChromaKey/ChromaKey.h"
-#include "ZChromaKey/EngineReference.h"
-#include "ZChromaKey/FrameKeyer.h"
+#include "ZChromaKey/Engine1/ChromaKey.h"
+#include "ZChromaKey/Engine1/EngineReference.h"
+#include "ZChromaKey/Frame/FrameKeyer.h"
 #include "Props/PropStore.h"
 
 #include <algorithm>

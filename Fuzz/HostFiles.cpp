@@ -4,12 +4,12 @@
 #include "Support/FuzzTarget.h"
 
 #include "Base/ZHelpers.h"
-#include "zkhost/HostError.h"
-#include "zkhost/NamePattern.h"
-#include "zkhost/PictureReader.h"
-#include "zkhost/RawReader.h"
-#include "zkhost/Y4mHeader.h"
-#include "zkhost/Y4mReader.h"
+#include "Kit/HostError.h"
+#include "zkhost/Files/NamePattern.h"
+#include "zkhost/Files/PictureReader.h"
+#include "zkhost/Files/RawReader.h"
+#include "zkhost/Files/Y4mHeader.h"
+#include "zkhost/Files/Y4mReader.h"
 
 #include <cstdlib>
 #include <sys/mman.h>

@@ -4,8 +4,8 @@
 
 #include "Helpers/CKConvert.h"
 #include "Helpers/CKDetect.h"
-#include "ZChromaKey/KeyAdjust.h"
-#include "ZChromaKey/KeyState.h"
+#include "ZChromaKey/Keys/KeyAdjust.h"
+#include "ZChromaKey/Keys/KeyState.h"
 
 #include <algorithm>
 #include <cstring>

@@ -7,7 +7,7 @@
 #include "Helpers/CKDetectOptions.h"
 #include "Props/PropPairs.h"
 #include "Props/PropStore.h"
-#include "ZChromaKey/ChromaKeyOptions.h"
+#include "ZChromaKey/Config/ChromaKeyOptions.h"
 
 #include <cmath>
 #include <vector>

@@ -11,7 +11,7 @@
 #include "Interfaces/IZPlugin.h"
 #include "Interfaces/IZProps.h"
 #include "Video/ZFrame.h"
-#include "ZChromaKey/Module.h"
+#include "ZChromaKey/Objects/Module.h"
 
 #include <thread>
 #include <vector>

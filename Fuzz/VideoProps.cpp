@@ -5,8 +5,8 @@
 
 #include "Base/ZHelpers.h"
 #include "Video/ZFrame.h"
-#include "zkhost/Describe.h"
-#include "zkhost/HostError.h"
+#include "zkhost/Commands/Describe.h"
+#include "Kit/HostError.h"
 
 #include <cstdlib>
 #include <memory>

@@ -5,7 +5,7 @@
 
 #include "Props/Xml/XmlReader.h"
 #include "Props/Xml/XmlWriter.h"
-#include "ZChromaKey/ConfigDoc.h"
+#include "ZChromaKey/Keys/KeyDoc.h"
 
 #include <algorithm>
 #include <cstring>
@@ -37,7 +37,7 @@ void CheckTree(std::string_view _svDocument)
 }
 
 /// The space that keys were taken in is saved where it is another than the type in force; Auto says that it is not.
-int32_t TakenSpace(const CONFIG_CONTENT& _content)
+int32_t TakenSpace(const KEY_DOC& _content)
 {
     return _content.eTakenType == eCKT_Auto ? _content.key.eType : _content.eTakenType;
 }
@@ -48,7 +48,7 @@ bool SameBytes(const void* _pA, const void* _pB, size_t _cbBytes)
     return std::memcmp(_pA, _pB, _cbBytes) == 0;
 }
 
-bool IsSame(const CONFIG_CONTENT& _a, const CONFIG_CONTENT& _b)
+bool IsSame(const KEY_DOC& _a, const KEY_DOC& _b)
 {
     CHROMA_KEY_RAW keyA = _a.key;
     CHROMA_KEY_RAW keyB = _b.key;
@@ -66,16 +66,16 @@ void CheckConfig(std::string_view _svDocument)
     if (!upRoot)
         return;
     CConfigDoc doc;
-    CONFIG_CONTENT content = {};
-    CConfigDoc::ContentGet(*upRoot, &content);
+    KEY_DOC content = {};
+    KeyDoc_Get(*upRoot, &content);
     doc.Take(std::move(upRoot));
     FUZZ_REQUIRE(content.key.nKeysUsed <= Z_MAX_KEYS);
     std::string strSaved;
-    FUZZ_REQUIRE(doc.Save(content, &strSaved, &strReason));
+    FUZZ_REQUIRE(KeyDoc_Save(content, &doc, &strSaved, &strReason));
     upRoot = CConfigDoc::Read(strSaved, &strReason);
     FUZZ_REQUIRE(upRoot != nullptr);
-    CONFIG_CONTENT contentAgain = {};
-    CConfigDoc::ContentGet(*upRoot, &contentAgain);
+    KEY_DOC contentAgain = {};
+    KeyDoc_Get(*upRoot, &contentAgain);
     FUZZ_REQUIRE(IsSame(content, contentAgain));
 }
 

@@ -11,6 +11,9 @@
 /// How long a thread is waited for when it is told to stop.
 inline constexpr uint32_t c_nThreadStopMs = 10'000;
 
+/// The most threads that work on one frame.
+inline constexpr uint32_t c_nMaxFrameThreads = 16;
+
 /// A manual-reset event: stays signalled until it is reset. Safe from any thread.
 class CZEvent
 {

@@ -1,4 +1,4 @@
-#include "DirectX/NamedPtrMap.h"
+#include "DirectX/Device/NamedPtrMap.h"
 
 #include "Base/ZUnknown.h"
 #include "Support/LogCatcher.h"

@@ -1,7 +1,7 @@
 // Every shader text goes through the system's HLSL compiler, for every profile that devices ask for. Needs no device.
 
 #include "Base/ZPixelFormats.h"
-#include "DirectX/DXDevice.h"
+#include "DirectX/Device/DXDevice.h"
 #include "DirectX/Shaders/ConvertShader.h"
 #include "DirectX/Shaders/DXVShader.h"
 #include "DirectX/Shaders/KeyShader.h"

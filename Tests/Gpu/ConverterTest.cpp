@@ -1,5 +1,5 @@
-#include "DirectX/DX11VideoProcessor.h"
-#include "DirectX/GPUProcessor.h"
+#include "DirectX/Convert/DX11VideoProcessor.h"
+#include "DirectX/Convert/GPUProcessor.h"
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/PipelineSupport.h"
 #include "Gpu/TwinPictures.h"

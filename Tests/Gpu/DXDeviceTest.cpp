@@ -1,4 +1,4 @@
-#include "DirectX/DXDevice.h"
+#include "DirectX/Device/DXDevice.h"
 
 #include "Base/ZThread.h"
 #include "Gpu/DeviceHooks.h"

@@ -1,4 +1,4 @@
-#include "DirectX/DXHelpers.h"
+#include "DirectX/Device/DXHelpers.h"
 
 #include "Base/ZPixelFormats.h"
 #include "Base/ZUnknown.h"

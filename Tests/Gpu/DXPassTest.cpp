@@ -1,6 +1,6 @@
-#include "DirectX/DXDevice.h"
+#include "DirectX/Device/DXDevice.h"
 
-#include "DirectX/DXHelpers.h"
+#include "DirectX/Device/DXHelpers.h"
 #include "DirectX/Shaders/VertexShader.h"
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/GpuEnvironment.h"

@@ -1,5 +1,5 @@
-#include "DirectX/DXHelpers.h"
-#include "DirectX/DXTexture.h"
+#include "DirectX/Device/DXHelpers.h"
+#include "DirectX/Device/DXTexture.h"
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/GpuEnvironment.h"
 #include "Support/LogCatcher.h"

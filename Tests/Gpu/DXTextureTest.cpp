@@ -1,4 +1,4 @@
-#include "DirectX/DXTexture.h"
+#include "DirectX/Device/DXTexture.h"
 
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/PipelineSupport.h"

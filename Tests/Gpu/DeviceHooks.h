@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DirectX/DXBase.h"
+#include "DirectX/Device/DXBase.h"
 
 #include <functional>
 #include <map>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DirectX/DXDevice.h"
+#include "DirectX/Device/DXDevice.h"
 #include "Support/FrameAccess.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // The keyer on the GPU: rendered pixels against the formulas, what a frame costs, and what becomes of failures.
 
-#include "DirectX/GPUChromaKey.h"
+#include "ZChromaKey/Engine1/Gpu/GPUChromaKey.h"
 
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/PipelineSupport.h"

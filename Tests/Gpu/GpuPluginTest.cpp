@@ -1,15 +1,15 @@
 // The plug-in object with its frames on the GPU: the same results as on the CPU, and what happens without a device.
 
-#include "ZChromaKey/CoZChromaKey.h"
+#include "ZChromaKey/Objects/CoZChromaKey.h"
 
-#include "DirectX/GPUProcessorCK.h"
+#include "DirectX/Pipeline/GPUProcessorCK.h"
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/PipelineSupport.h"
 #include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
 #include "Support/TestFrames.h"
-#include "ZChromaKey/GPUKeyer.h"
-#include "ZChromaKey/Module.h"
+#include "ZChromaKey/Engine1/Gpu/GPUKeyer.h"
+#include "ZChromaKey/Objects/Module.h"
 
 #include <gtest/gtest.h>
 

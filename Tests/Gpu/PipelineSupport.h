@@ -1,7 +1,7 @@
 #pragma once
 
-#include "DirectX/DXHelpers.h"
-#include "DirectX/GPUProcessorCK.h"
+#include "DirectX/Device/DXHelpers.h"
+#include "DirectX/Pipeline/GPUProcessorCK.h"
 #include "Gpu/GpuEnvironment.h"
 #include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"

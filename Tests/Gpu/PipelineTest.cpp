@@ -1,4 +1,4 @@
-#include "DirectX/GPURows.h"
+#include "DirectX/Pipeline/GPURows.h"
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/PipelineSupport.h"
 #include "Support/LogCatcher.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DirectX/DXHelpers.h"
+#include "DirectX/Device/DXHelpers.h"
 #include "Gpu/GpuEnvironment.h"
 #include "Support/ShaderTwin.h"
 

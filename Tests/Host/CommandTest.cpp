@@ -1,9 +1,9 @@
 #include "Host/TempFolder.h"
 
 #include "Base/ZHelpers.h"
-#include "zkhost/Adapters.h"
-#include "zkhost/BenchScene.h"
-#include "zkhost/PictureFile.h"
+#include "Kit/Adapters.h"
+#include "Bench/BenchScene.h"
+#include "zkhost/Files/PictureFile.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,11 +1,11 @@
 #include "Host/TempFolder.h"
 
-#include "zkhost/HostError.h"
-#include "zkhost/NamePattern.h"
-#include "zkhost/PictureFile.h"
-#include "zkhost/PictureReader.h"
-#include "zkhost/PictureWriter.h"
-#include "zkhost/RawReader.h"
+#include "Kit/HostError.h"
+#include "zkhost/Files/NamePattern.h"
+#include "zkhost/Files/PictureFile.h"
+#include "zkhost/Files/PictureReader.h"
+#include "zkhost/Files/PictureWriter.h"
+#include "zkhost/Files/RawReader.h"
 
 #include "Base/ZHelpers.h"
 #include "Image/ImgRowReader.h"

@@ -1,8 +1,8 @@
 #include "Host/TempFolder.h"
 
 #include "Support/TestFrames.h"
-#include "zkhost/PictureWriter.h"
-#include "zkhost/RawReader.h"
+#include "zkhost/Files/PictureWriter.h"
+#include "zkhost/Files/RawReader.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,8 +1,8 @@
 #include "Host/TempFolder.h"
 
-#include "zkhost/Picture.h"
-#include "zkhost/PictureWriter.h"
-#include "zkhost/Y4mReader.h"
+#include "zkhost/Files/Picture.h"
+#include "zkhost/Files/PictureWriter.h"
+#include "zkhost/Files/Y4mReader.h"
 
 namespace
 {

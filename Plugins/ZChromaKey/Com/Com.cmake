@@ -16,10 +16,10 @@ else()
     COMMAND ${ZCK_WIDL} -m64 -I${ZCK_SYSTEM_IDL} -L${ZCK_SYSTEM_TLB} -t -o ${z_tlb} ${z_idl})
 endif()
 
-configure_file(Com/ZChromaKey.rc.in ZChromaKey.rc @ONLY)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/ZChromaKey.rc.in ZChromaKey.rc @ONLY)
 set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/ZChromaKey.rc PROPERTIES OBJECT_DEPENDS ${z_tlb})
 target_sources(ZChromaKey PRIVATE
-  Com/ComExports.cpp Com/Registration.cpp Com/ZChromaKey.def ${z_tlb} ${CMAKE_CURRENT_BINARY_DIR}/ZChromaKey.rc)
+  ../Com/ComExports.cpp ../Com/Registration.cpp ../Com/ZChromaKey.def ${z_tlb} ${CMAKE_CURRENT_BINARY_DIR}/ZChromaKey.rc)
 target_include_directories(ZChromaKey PRIVATE ${CMAKE_CURRENT_BINARY_DIR}) # the resources name the type library
 target_link_libraries(ZChromaKey PRIVATE ole32 oleaut32 advapi32 uuid)
 set_target_properties(ZChromaKey PROPERTIES PREFIX "") # the class is registered under this file name everywhere

@@ -1,4 +1,4 @@
-#include "ZChromaKey/LateBinding.h"
+#include "ZChromaKey/Com/LateBinding.h"
 
 #include "Base/ZPtr.h"
 #include "Interfaces/IZFPersist.h"

@@ -1,4 +1,4 @@
-#include "ZChromaKey/UserDefaults.h"
+#include "ZChromaKey/Com/UserDefaultsRead.h"
 
 #include "Base/ZLog.h"
 

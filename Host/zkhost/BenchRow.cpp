@@ -1,7 +1,0 @@
-#include "zkhost/BenchRow.h"
-
-void BenchRow_C(uint8_t* _pMask, const uint8_t* _pPixels, size_t _nPixels) noexcept
-{
-    for (size_t n = 0; n < _nPixels; ++n)
-        _pMask[n] = static_cast<uint8_t>(~_pPixels[4 * n]);
-}

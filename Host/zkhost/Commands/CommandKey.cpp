@@ -1,0 +1,133 @@
+#include "zkhost/Commands/Commands.h"
+
+#include "zkhost/Files/Background.h"
+#include "zkhost/Commands/KeyJob.h"
+#include "zkhost/Files/NamePattern.h"
+#include "zkhost/Files/PictureWriter.h"
+#include "zkhost/Commands/Progress.h"
+
+#include "Base/ZLog.h"
+
+#include <memory>
+
+namespace
+{
+
+constexpr const char* c_pszExamples =
+    "Examples:\n"
+    "  zkhost key clip.y4m -o keyed_%05d.png --auto\n"
+    "  zkhost key photo.jpg -o cut.png --pick 20,40 --pick 600,30 --exclude 310,200\n"
+    "  zkhost key clip.y4m -o out.y4m --mask matte.y4m --keys keys.xml --background beach.jpg\n"
+    "  zkhost key in.raw --in UYVY:1920x1080@25i -o out.raw --auto --adjust smooth=20 --set process.threads=4\n"
+    "  ffmpeg -v error -i clip.mp4 -f yuv4mpegpipe - | zkhost key - -o keyed_%05d.png --rect 10,10,200,120\n";
+
+/// Everything that "zkhost key" was told.
+struct KEY_COMMAND
+{
+    CZKeyOptions options;
+    std::string strOutput;
+    std::string strMask;
+    std::string strBackground;
+    int64_t nFrames = 0;
+};
+
+/// The outputs of the job.
+class CZKeyOutputs
+{
+public:
+    CZKeyOutputs(const KEY_COMMAND& _command, const STREAM& _stream)
+        : m_command(_command)
+    {
+        m_files.Protect(_command.options.Input());
+        const bool bRaw = NamePattern_Extension(_command.strOutput) == "raw";
+        m_upPictures = PictureWriter_Open(_command.strOutput, _stream, bRaw ? eZFCC_ARGB32 : eZFCC_Y444, m_files);
+        if (!_command.strMask.empty())
+            m_upMasks = PictureWriter_Open(_command.strMask, _stream, eZFCC_Y444, m_files);
+        m_pKeys = _command.options.OpenKeys(m_files);
+    }
+
+    void Write(KEYED& _keyed)
+    {
+        if (m_upMasks)
+            m_upMasks->Write(_keyed.mask);
+        if (!m_command.strBackground.empty())
+        {
+            const bool bNew =
+                m_background.nWidth != _keyed.picture.nWidth || m_background.nHeight != _keyed.picture.nHeight;
+            if (bNew)
+                m_background = Background_Load(m_command.strBackground, _keyed.picture.nWidth, _keyed.picture.nHeight);
+            Picture_Over(_keyed.picture, m_background);
+        }
+        m_upPictures->Write(_keyed.picture);
+    }
+    void Commit(CZKeyer& _keyer)
+    {
+        if (m_pKeys)
+            _keyer.Save(*m_pKeys);
+        m_files.CommitAll();
+    }
+
+private:
+    const KEY_COMMAND& m_command;
+    CZOutFiles m_files; // before the writers, which use it
+    std::unique_ptr<CZPictureWriter> m_upPictures;
+    std::unique_ptr<CZPictureWriter> m_upMasks;
+    CZOutFile* m_pKeys = nullptr; // belongs to m_files
+    PICTURE m_background;
+};
+
+/// Keys all frames; the size of the last one. The plug-in object is gone when it comes back, and has logged its last.
+ZF_SIZE KeyAll(const KEY_COMMAND& _command, CZFrameSource& _source, CZProgress& _progress)
+{
+    CZKeyOutputs outputs(_command, _source.Stream());
+    CZKeyer keyer;
+    ZF_SIZE szLast = {};
+    KeyJob_Run(_source, keyer, _command.options, _command.nFrames, [&](KEYED& _keyed) {
+        szLast = {_keyed.picture.nWidth, _keyed.picture.nHeight};
+        outputs.Write(_keyed);
+        _progress.Step();
+    });
+    outputs.Commit(keyer);
+    return szLast;
+}
+
+void Run(const KEY_COMMAND& _command)
+{
+    _command.options.Begin();
+    const auto upSource = Stream_Open(_command.options.Input(), _command.options.RawSpec());
+    const int64_t nAll = upSource->Stream().nFrames;
+    CZProgress progress("keyed",
+                        _command.nFrames > 0 && (nAll < 0 || nAll > _command.nFrames) ? _command.nFrames : nAll,
+                        _command.options.IsQuiet());
+    const ZF_SIZE sz = KeyAll(_command, *upSource, progress);
+    progress.Summary(ZFormat("%d x %d to %s", sz.cx, sz.cy, _command.strOutput));
+}
+
+} // namespace
+
+void Command_AddKey(CLI::App& _app)
+{
+    CLI::App& command = *_app.add_subcommand("key", "Key frames: the backdrop becomes transparent");
+    const auto spCommand = std::make_shared<KEY_COMMAND>();
+    command.footer(c_pszExamples);
+    spCommand->options.AddInput(command);
+    command
+        .add_option("-o,--output", spCommand->strOutput,
+                    "*.png or name_%05d.png (straight alpha), *.y4m or - (4:4:4 with alpha), *.raw (ARGB32)")
+        ->type_name("FILE")
+        ->check(Command_File())
+        ->required();
+    command.add_option("--mask", spCommand->strMask, "The mask alone, grey, in any of the kinds of -o")
+        ->type_name("FILE")
+        ->check(Command_File());
+    command
+        .add_option("--background", spCommand->strBackground,
+                    "Lay the result over a colour (#RRGGBB) or a picture; the output is opaque then")
+        ->type_name("FILE")
+        ->check(Command_File());
+    command.add_option("--frames", spCommand->nFrames, "Key this many frames; all unless given")
+        ->type_name("N")
+        ->check(Command_Whole(1));
+    spCommand->options.AddKeys(command, false);
+    command.callback([spCommand] { Run(*spCommand); });
+}

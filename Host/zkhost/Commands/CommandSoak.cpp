@@ -1,0 +1,201 @@
+#include "zkhost/Commands/Commands.h"
+
+#include "Kit/HostError.h"
+#include "Kit/HostLog.h"
+#include "zkhost/Files/OutFile.h"
+#include "Kit/Platform.h"
+#include "Soak/Soaker.h"
+
+#include "Base/ZCpu.h"
+#include "Base/ZLog.h"
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <thread>
+
+namespace
+{
+
+constexpr int c_nCheckEvery = 100; // frames
+constexpr double c_dblStatusSeconds = 10;
+constexpr double c_dblWarmSeconds = 60;
+constexpr double c_dblMaxGrowth = 0.01;                // of the most memory in use when warm
+constexpr std::chrono::milliseconds c_timeSettle{200}; // until the system has put threads that have ended away
+
+struct SOAK_COMMAND
+{
+    double dblMinutes = 20;
+    uint64_t nSeed = 1;
+    int nThreadsMax = 16;
+    bool bNoMemory = false;
+    bool bGPU = false;
+};
+
+double MB(int64_t _cbSize)
+{
+    return static_cast<double>(_cbSize) / (1 << 20);
+}
+
+/// A size as a share of another one; 0 where the system does not tell that.
+double Share(int64_t _cbSize, int64_t _cbWhole)
+{
+    return _cbWhole > 0 ? static_cast<double>(_cbSize) / static_cast<double>(_cbWhole) : 0;
+}
+
+/// A long run in two parts, each with objects and frames of its own: behind the first one the program is warm, and the
+/// second one must leave it as it was.
+class CZSoak
+{
+public:
+    explicit CZSoak(const SOAK_COMMAND& _command)
+        : m_command(_command)
+        , m_bTerminal(Platform_IsTerminal(stderr))
+        , m_timeBegin(CLOCK::now())
+    {
+    }
+
+    void Run()
+    {
+        const double dblEnd = m_command.dblMinutes * 60;
+        const PLATFORM_USAGE usageWarm = Part(m_command.nSeed, std::min(c_dblWarmSeconds, dblEnd / 2));
+        const PLATFORM_USAGE usageEnd = Part(~m_command.nSeed, dblEnd);
+        Compare(usageWarm, usageEnd);
+        Report(usageWarm, usageEnd);
+    }
+
+private:
+    using CLOCK = std::chrono::steady_clock;
+
+    double Seconds() const
+    {
+        return std::chrono::duration<double>(CLOCK::now() - m_timeBegin).count();
+    }
+    /// Soaks up to a time of the run; answers what the program takes when all is given back.
+    PLATFORM_USAGE Part(uint64_t _nSeed, double _dblEnd)
+    {
+        {
+            CZSoaker soaker(_nSeed, m_command.nThreadsMax, m_command.bGPU);
+            soaker.Fill();
+            do
+            {
+                for (int i = 1; i < c_nCheckEvery; ++i)
+                    soaker.Step();
+                soaker.StepChecked();
+                Status(soaker.Counts());
+            } while (Seconds() < _dblEnd);
+            m_counts += soaker.Counts();
+        }
+        std::this_thread::sleep_for(c_timeSettle);
+        Platform_TrimMemory();
+        return Platform_Usage();
+    }
+    void Status(const SOAK_COUNTS& _counts)
+    {
+        const double dblSeconds = Seconds();
+        const PLATFORM_USAGE usage = Platform_Usage();
+        m_nMostThreads = std::max(m_nMostThreads, usage.nThreads);
+        if (!m_bTerminal || dblSeconds - m_dblStatus < c_dblStatusSeconds)
+            return;
+        m_dblStatus = dblSeconds;
+        SOAK_COUNTS counts = m_counts;
+        counts += _counts;
+        std::fputs(
+            ZFormat("%.0f s of %.0f: %I64d frames, %I64d checked, %I64d objects, %.1f MB (most %.1f), %d threads\n",
+                    dblSeconds, m_command.dblMinutes * 60, counts.nFrames, counts.nChecks, counts.nObjects,
+                    MB(usage.cbResident), MB(usage.cbPeak), usage.nThreads)
+                .c_str(),
+            stderr);
+    }
+    void Compare(const PLATFORM_USAGE& _warm, const PLATFORM_USAGE& _end) const
+    {
+        if (_end.nThreads > _warm.nThreads || _end.nHandles > _warm.nHandles)
+            throw CZHostError(ZFormat("%d threads and %d handles are left at the end, %d and %d when warm; objects do "
+                                      "not give back what they take",
+                                      _end.nThreads, _end.nHandles, _warm.nThreads, _warm.nHandles));
+        const int nMostThreads = _warm.nThreads + 2 * (m_command.nThreadsMax + 1);
+        if (m_nMostThreads > nMostThreads && !m_command.bGPU) // a graphics driver has threads of its own
+            throw CZHostError(ZFormat("%d threads ran at a time; two objects need %d", m_nMostThreads, nMostThreads));
+        if (!m_command.bNoMemory)
+            CompareMemory(_warm, _end);
+    }
+    void CompareMemory(const PLATFORM_USAGE& _warm, const PLATFORM_USAGE& _end) const
+    {
+        if (Share(_end.cbHeap - _warm.cbHeap, _warm.cbPeak) > c_dblMaxGrowth)
+            throw CZHostError(ZFormat("memory is lost: %.2f MB allocated without objects at the end, %.2f MB when warm",
+                                      MB(_end.cbHeap), MB(_warm.cbHeap)));
+        if (m_command.bGPU) // a graphics driver keeps shaders while its device is there, and freed memory for later
+            return;
+        // Stacks that the system keeps, and parts of libraries that came to use, are among it: some hundred KB.
+        if (Share(_end.cbResident - _warm.cbResident, _warm.cbPeak) > c_dblMaxGrowth)
+            throw CZHostError(ZFormat("memory is lost: %.2f MB resident without objects at the end, %.2f MB when warm",
+                                      MB(_end.cbResident), MB(_warm.cbResident)));
+        if (Share(_end.cbPeak - _warm.cbPeak, _warm.cbPeak) > c_dblMaxGrowth)
+            throw CZHostError(ZFormat("the memory grows: at most %.1f MB resident at the end, %.1f MB when warm",
+                                      MB(_end.cbPeak), MB(_warm.cbPeak)));
+    }
+    void Report(const PLATFORM_USAGE& _warm, const PLATFORM_USAGE& _end) const
+    {
+        std::string strText = ZFormat("seconds\t%.0f\nseed\t%I64u\nframes\t%I64d\nresults\t%I64d\n", Seconds(),
+                                      m_command.nSeed, m_counts.nFrames, m_counts.nResults);
+        strText += ZFormat("checked against the plain path\t%I64d, all equal%hs\nof these with colour cancel\t%I64d\n",
+                           m_counts.nChecks, m_command.bGPU ? " in size" : "", m_counts.nCleaned);
+        strText += ZFormat("objects\t%I64d\n", m_counts.nObjects);
+        strText += ZFormat("edits\t%I64d\nsaved and loaded\t%I64d\n", m_counts.nEdits, m_counts.nDocuments);
+        strText += ZFormat("most memory\t%.1f MB, %.1f MB when warm (%+.2f %%)\n", MB(_end.cbPeak), MB(_warm.cbPeak),
+                           100 * Share(_end.cbPeak - _warm.cbPeak, _warm.cbPeak));
+        strText +=
+            ZFormat("memory without objects\t%.2f MB, %.2f MB when warm\n", MB(_end.cbResident), MB(_warm.cbResident));
+        strText += ZFormat("allocated of it\t%.2f MB, %.2f MB when warm\n", MB(_end.cbHeap), MB(_warm.cbHeap));
+        OutFile_Print(strText + ZFormat("threads\tmost %d, then %d, %d when warm\nhandles\t%d, %d when warm\n",
+                                        m_nMostThreads, _end.nThreads, _warm.nThreads, _end.nHandles, _warm.nHandles));
+    }
+
+    const SOAK_COMMAND m_command;
+    const bool m_bTerminal;
+    const CLOCK::time_point m_timeBegin;
+    double m_dblStatus = 0;
+    SOAK_COUNTS m_counts;
+    int m_nMostThreads = 0;
+};
+
+void Run(const SOAK_COMMAND& _command)
+{
+    HostLog_SetLevel(eZLog_Error);
+    Platform_TrimMemory();
+    ZCpu_Cap(eSIMD_None); // of this program, which the module's results are held against
+    CZSoak(_command).Run();
+}
+
+} // namespace
+
+void Command_AddSoak(CLI::App& _app)
+{
+    CLI::App& command = *_app.add_subcommand(
+        "soak", "Key for a long time while everything changes at random, and watch results, memory and threads");
+    const auto spCommand = std::make_shared<SOAK_COMMAND>();
+    command.add_option("--minutes", spCommand->dblMinutes, "How long")
+        ->check(CLI::Range(0.01, 100000.0))
+        ->capture_default_str();
+    command.add_option("--seed", spCommand->nSeed, "Another number: other changes")->capture_default_str();
+    command.add_option("--threads-max", spCommand->nThreadsMax, "The most threads that key a frame, 1 to 16")
+        ->type_name("N")
+        ->check(Command_Whole(1, 16))
+        ->capture_default_str();
+    command.add_flag("--no-memory", spCommand->bNoMemory,
+                     "Growing memory is no failure (for builds with a sanitizer, which keeps freed memory)");
+    command.add_flag(
+        "--gpu", spCommand->bGPU,
+        "Key on the GPU where there is one; results are looked at for their size only, memory for what is\n"
+        "allocated without objects: drivers keep more");
+    command.footer(
+        "Sizes, formats, key sets, adjustments, options, threads and objects change between frames; keys are\n"
+        "picked, detected, saved and loaded. Every hundredth frame is held against the plain C++ path. After a\n"
+        "minute (in runs under two minutes: half of the time) and at the end all objects are given back: no\n"
+        "threads or handles may have been added in between. Neither the memory in use then (allocated,\n"
+        "resident) nor the most in use at a time may have grown by more than 1 % of the most.\n\n"
+        "Examples:\n"
+        "  zkhost soak --minutes 20\n"
+        "  zkhost soak --minutes 1 --seed 7 --threads-max 4\n");
+    command.callback([spCommand] { Run(*spCommand); });
+}

@@ -1,0 +1,29 @@
+#include "zkhost/Commands/Commands.h"
+
+#include "Base/ZLog.h"
+#include "Props/PropText.h"
+
+CLI::Validator Command_Whole(int64_t _nMin, int64_t _nMax)
+{
+    const std::string strRange = _nMax == INT64_MAX ? ZFormat("a whole number from %d on", _nMin)
+                                                    : ZFormat("a whole number from %d to %d", _nMin, _nMax);
+    return CLI::Validator(
+        [=](const std::string& _strValue) {
+            int64_t nValue = 0;
+            const bool bRight = PropText_ReadInt(_strValue, &nValue) && nValue >= _nMin && nValue <= _nMax;
+            return bRight ? std::string() : ZFormat("\"%s\" has to be %s", _strValue, strRange);
+        },
+        "");
+}
+
+CLI::Validator Command_File()
+{
+    return CLI::Validator(
+        [](const std::string& _strValue) {
+            const bool bOption = _strValue.size() > 1 && _strValue.front() == '-';
+            return bOption
+                       ? ZFormat("a file name is missing before %s; a file of that name is ./%s", _strValue, _strValue)
+                       : std::string();
+        },
+        "");
+}

@@ -1,0 +1,65 @@
+#include "zkhost/Files/PictureWriter.h"
+
+#include "Kit/HostError.h"
+#include "zkhost/Files/NamePattern.h"
+#include "zkhost/Files/PictureFile.h"
+#include "zkhost/Files/RawWriter.h"
+#include "zkhost/Files/Y4mWriter.h"
+
+#include "Base/ZLog.h"
+
+namespace
+{
+
+class CZPngWriter : public CZPictureWriter
+{
+public:
+    CZPngWriter(const std::string& _strPath, CZOutFiles& _files)
+        : m_strPath(_strPath)
+        , m_bSequence(NamePattern_IsPattern(_strPath))
+        , m_files(_files)
+    {
+        if (m_bSequence)
+            m_files.Check(m_strPath);
+        else
+            m_pFile = &m_files.Create(m_strPath);
+    }
+
+    void Write(const PICTURE& _picture) override
+    {
+        if (m_nWritten > 0 && !m_bSequence)
+            throw CZHostError(
+                ZFormat("%s takes one picture, and there are more; name a sequence, as name_%%05d.png, or "
+                        "use --frames 1",
+                        m_strPath));
+        if (m_bSequence)
+            m_pFile = &m_files.Create(NamePattern_Name(m_strPath, m_nWritten));
+        PictureFile_WritePng(_picture, *m_pFile);
+        m_pFile->Close(); // a long sequence must not keep all its files open
+        ++m_nWritten;
+    }
+
+private:
+    std::string m_strPath;
+    bool m_bSequence;
+    CZOutFiles& m_files;
+    CZOutFile* m_pFile = nullptr; // belongs to m_files
+    int64_t m_nWritten = 0;
+};
+
+} // namespace
+
+std::unique_ptr<CZPictureWriter> PictureWriter_Open(const std::string& _strPath, const STREAM& _stream,
+                                                    uint32_t _fccOpaque, CZOutFiles& _files)
+{
+    const std::string strType = NamePattern_Extension(_strPath);
+    if (strType == "png")
+        return std::make_unique<CZPngWriter>(_strPath, _files);
+    if (strType == "y4m" || _strPath == "-")
+        return std::make_unique<CZY4mWriter>(_strPath, _stream, _fccOpaque, _files);
+    if (strType == "raw")
+        return std::make_unique<CZRawWriter>(_strPath, _stream, _fccOpaque, _files);
+    throw CZUsageError(ZFormat("%s: unknown kind of output; use *.png, name_%%05d.png, *.y4m, *.raw, or - for Y4M on "
+                               "standard output",
+                               _strPath));
+}

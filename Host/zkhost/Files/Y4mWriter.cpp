@@ -1,0 +1,75 @@
+#include "zkhost/Files/Y4mWriter.h"
+
+#include "Kit/HostError.h"
+#include "zkhost/Files/Y4mHeader.h"
+
+#include "Base/ZLog.h"
+#include "Image/ImgColor.h"
+
+#include <utility>
+
+CZY4mWriter::CZY4mWriter(const std::string& _strPath, const STREAM& _stream, uint32_t _fccOpaque, CZOutFiles& _files)
+    : m_stream(_stream)
+    , m_fccOpaque(_fccOpaque)
+    , m_file(_files.Create(_strPath))
+{
+    if (_fccOpaque != eZFCC_I420 && _fccOpaque != eZFCC_I422 && _fccOpaque != eZFCC_Y444)
+        throw CZUsageError(
+            ZFormat("%s: a Y4M stream holds I420, I422 or Y444; write other formats to *.raw", _strPath));
+}
+
+const char* CZY4mWriter::LayoutOf(const PICTURE& _picture) const
+{
+    if (_picture.nChannels == 1)
+        return "mono";
+    if (_picture.bAlpha)
+        return "444alpha";
+    return m_fccOpaque == eZFCC_I420 ? "420jpeg" : m_fccOpaque == eZFCC_I422 ? "422" : "444";
+}
+
+void CZY4mWriter::WriteHeaders(const PICTURE& _picture)
+{
+    if (!std::exchange(m_bBegun, true))
+        m_file.Write(Y4m_HeaderText(m_stream, _picture.nWidth, _picture.nHeight, LayoutOf(_picture)));
+    m_file.Write("FRAME\n", 6);
+}
+
+void CZY4mWriter::Write(const PICTURE& _picture)
+{
+    const bool bPlain = _picture.nChannels == 1 || _picture.bAlpha || m_fccOpaque == eZFCC_Y444;
+    if (!bPlain) // may refuse the size, and does so before anything is written
+        m_packer.Make(_picture, m_fccOpaque, m_stream.vidProps.eInterlace);
+    WriteHeaders(_picture);
+    if (!bPlain)
+        WritePlanes(m_packer.Planes());
+    else if (_picture.nChannels == 1)
+        m_file.Write(_picture.vecPixels.data(), _picture.vecPixels.size());
+    else
+        WriteFullChroma(_picture);
+}
+
+void CZY4mWriter::WritePlanes(const ZF_VID_PTR& _vidPtr)
+{
+    for (int i = 0; i < 3; ++i)
+        for (int y = 0; y < _vidPtr.szVideoPlanes[i].cy; ++y)
+            m_file.Write(Img_RowOf(_vidPtr, i, y), static_cast<size_t>(_vidPtr.szVideoPlanes[i].cx));
+}
+
+void CZY4mWriter::WriteFullChroma(const PICTURE& _picture)
+{
+    const eZYMatrix eMatrix =
+        Img_MatrixOf(Stream_Props(eZFCC_Y444, _picture.nWidth, _picture.nHeight, eZI_Progressive));
+    const size_t nPixels = static_cast<size_t>(_picture.nWidth) * static_cast<size_t>(_picture.nHeight);
+    const size_t nPlanes = _picture.bAlpha ? 4 : 3;
+    m_vecPlanes.resize(nPlanes * nPixels);
+    m_vecRow.resize(_picture.RowBytes());
+    uint8_t* pOut = m_vecPlanes.data();
+    for (int y = 0; y < _picture.nHeight; ++y, pOut += _picture.nWidth)
+    {
+        Img_RowToYUV(_picture.Row(y), m_vecRow.data(), _picture.nWidth, eMatrix);
+        for (int x = 0; x < _picture.nWidth; ++x)
+            for (size_t c = 0; c < nPlanes; ++c)
+                pOut[c * nPixels + static_cast<size_t>(x)] = m_vecRow[4 * static_cast<size_t>(x) + c];
+    }
+    m_file.Write(m_vecPlanes.data(), m_vecPlanes.size());
+}

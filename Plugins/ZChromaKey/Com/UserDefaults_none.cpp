@@ -1,0 +1,6 @@
+#include "ZChromaKey/Com/UserDefaultsRead.h"
+
+PROP_MAP UserDefaults_Read()
+{
+    return {};
+}

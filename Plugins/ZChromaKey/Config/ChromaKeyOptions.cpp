@@ -1,0 +1,108 @@
+#include "ZChromaKey/Config/ChromaKeyOptions.h"
+
+#include "Base/ZThread.h"
+#include "Props/PropStore.h"
+
+#include <algorithm>
+#include <array>
+
+namespace
+{
+
+/// Rows of the table, in its order.
+enum eRow : size_t
+{
+    eRow_TimeOverlay,
+    eRow_GPUFlush,
+    eRow_GPUMode,
+    eRow_Borders,
+    eRow_ARGB,
+    eRow_Thread,
+    eRow_Threads,
+    eRow_Count
+};
+
+constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
+    {"debug.time_overlay", eCKOptionType_Bool, "false", "Draw the time on the output (GPU path only)."},
+    {"gpu_flush_context", eCKOptionType_Bool, "false",
+     "Hand the work to the GPU as soon as it is recorded. For hosts whose own work waits in the same context."},
+    {"gpu_mode", eCKOptionType_Int, "-1",
+     "0: key on the CPU; 1: on the GPU, and fail where that fails; other values: on the GPU, and on the CPU where that "
+     "fails. Where there is no device, frames go to the CPU, and one is looked for every few seconds; one that is "
+     "software is used with 1 only."},
+    {"keying.borders", eCKOptionType_Borders, "",
+     "Left, top, right and bottom border in pixels; the result is the frame less these borders, left and right edge "
+     "rounded up to multiples of 8. Frames in a texture are keyed whole."},
+    {"output.argb", eCKOptionType_Bool, "false", "Convert the input into ARGB32; the result has its alpha filled."},
+    {"output.thread", eCKOptionType_Bool, "true",
+     "Process frames on a thread of their own, one frame behind. Switched off, a frame's result comes at once, and one "
+     "that is still under way from before is dropped; fetch it first, with a null frame."},
+    {"process.threads", eCKOptionType_Int, "2",
+     "Threads that key a frame on the CPU, 1 to 16; 0 acts as 1, negative and larger numbers as 16."},
+}};
+
+bool GetBool(const CPropStore& _store, eRow _eRow)
+{
+    bool bDefault = false;
+    PropText_ReadBool(c_arrOptions[_eRow].pszDefault, &bDefault);
+    return _store.GetBool(c_arrOptions[_eRow].pszName, bDefault);
+}
+
+int32_t GetInt(const CPropStore& _store, eRow _eRow)
+{
+    int32_t nDefault = 0;
+    PropText_ReadInt32(c_arrOptions[_eRow].pszDefault, &nDefault);
+    return _store.GetInt(c_arrOptions[_eRow].pszName, nDefault);
+}
+
+/// Within what the engine takes: it compares a number with the one in use before it clamps it, and would start new
+/// threads for every frame otherwise. Read as unsigned, so that a negative number is a large one.
+int32_t GetThreads(const CPropStore& _store)
+{
+    const auto nThreads = static_cast<uint32_t>(GetInt(_store, eRow_Threads));
+    return static_cast<int32_t>(std::clamp(nThreads, 1u, c_nMaxFrameThreads));
+}
+
+} // namespace
+
+std::span<const CK_OPTION> ChromaKeyOptions_Table()
+{
+    return c_arrOptions;
+}
+
+std::string ChromaKeyOptions_Validate(std::string_view _svName, std::string_view _svValue)
+{
+    const auto itOption = std::ranges::find(c_arrOptions, _svName, &CK_OPTION::pszName);
+    if (itOption == c_arrOptions.end())
+        return {};
+    bool bValue = false;
+    int32_t nValue = 0;
+    PROP_RECT rectValue = {};
+    switch (itOption->eType)
+    {
+    case eCKOptionType_Bool:
+        return PropText_ReadBool(_svValue, &bValue) ? "" : "true or false";
+    case eCKOptionType_Int:
+        return PropText_ReadInt32(_svValue, &nValue) ? "" : "a whole number";
+    default:
+        return PropText_ReadRect(_svValue, &rectValue) ? "" : "four whole numbers: left,top,right,bottom";
+    }
+}
+
+CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store)
+{
+    CK_FRAME_OPTIONS options = {};
+    options.nChange = _store.ChangeCount(); // before the values: a change in between is read again
+    options.nGPUMode = GetInt(_store, eRow_GPUMode);
+    options.bGPUFlush = GetBool(_store, eRow_GPUFlush);
+    options.bOutputARGB = GetBool(_store, eRow_ARGB);
+    options.nThreads = GetThreads(_store);
+    options.rectBorders = _store.GetRect(c_arrOptions[eRow_Borders].pszName, {});
+    options.bTimeOverlay = GetBool(_store, eRow_TimeOverlay);
+    return options;
+}
+
+bool ChromaKeyOptions_OutputThread(const CPropStore& _store)
+{
+    return GetBool(_store, eRow_Thread);
+}

@@ -1,0 +1,132 @@
+#include "ZChromaKey/Engine1/ChromaKey.h"
+
+#include "Base/ZAssert.h"
+#include "Base/ZBorder.h"
+#include "Base/ZHelpers.h"
+#include "Image/ImgPlane.h"
+#include "ZChromaKey/Engine1/Kernels/ColorCancelPrepare.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+HRESULT CChromaKey::ThreadsSet(uint32_t _nThreads)
+{
+    if (_nThreads == m_nThreads)
+        return S_FALSE;
+    m_pool.Stop();
+    m_nThreads = std::clamp(_nThreads, 1u, c_nMaxFrameThreads);
+    return S_OK;
+}
+
+HRESULT CChromaKey::ProcessFrame(const ZF_VID_PTR* _pInput, uint8_t* _pbAlpha1Ch, const ZF_VID_PROPS* _pInputProps,
+                                 const CHROMA_KEY_RAW* _pChromaKey)
+{
+    if (!Z_VERIFY_TEXT(_pInput && _pInput->lpVideoPlanes[0] && _pbAlpha1Ch && _pInputProps && _pChromaKey,
+                       "_pbInput && _pbAlpha1Ch && _pInputProps && _pChromaKey"))
+        return E_POINTER;
+    return ZBorder("CChromaKey::ProcessFrame", [&] {
+        m_rawKey = *_pChromaKey;
+        m_rawKey.nKeysUsed = std::clamp(m_rawKey.nKeysUsed, 0, Z_MAX_KEYS);
+        m_bInterlaced = VidProps_FieldOrder(_pInputProps) != 0;
+        if (!KeyType_HasSpace(m_rawKey.eType))
+            return S_FALSE;
+        if (const HRESULT hr = JobMake(*_pInput, _pbAlpha1Ch, *_pInputProps); FAILED(hr))
+            return hr;
+        if (m_bFill)
+            LeftOutFill();
+        const HRESULT hr = SlicesRun();
+        if (SUCCEEDED(hr))
+            FrameFinish(hr == S_OK);
+        return hr;
+    });
+}
+
+HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, const ZF_VID_PROPS& _vidProps)
+{
+    KEY_JOB& job = m_job;
+    if (const HRESULT hr = job.reader.Init(_vidProps, _vidInput, m_eMatrix); FAILED(hr))
+        return hr;
+    job.alpha = {_pbAlpha1Ch, VidProps_Mask(&_vidProps).nRowBytes, job.reader.Width(), job.reader.Height()};
+    if (!Z_VERIFY(job.alpha.nStride >= job.alpha.nWidth))
+        return E_INVALIDARG;
+    const int nThreads = static_cast<int>(m_nThreads);
+    const int64_t nStride = _vidInput.cbVideoRowBytes[0];
+    // Pixels that are read where they lie have their own row step; converted ones have rows without padding.
+    const int64_t nRowPixels = job.reader.IsInPlace() ? std::abs(nStride) / 4 : int64_t{job.alpha.nWidth};
+    job.nColumns = KeySlice_Columns(job.alpha.nWidth, nThreads * nRowPixels);
+    job.nMergeColumns = KeySlice_MergeColumns(job.alpha.nWidth, job.nColumns);
+    job.nRowStep = nThreads;
+    job.nRows = job.alpha.nHeight / nThreads; // the remainder at the bottom is not keyed
+
+    job.eType = static_cast<eCK_Type>(m_rawKey.eType);
+    job.eMatrix = job.reader.Matrix();
+    job.plan = KeyPlan_Make(m_rawKey);
+    job.pKernels = &KeyKernels();
+    job.pPlanes = &PlaneKernels();
+    job.post = MaskPost_Make(m_rawKey, m_bInterlaced || m_rawKey.nInterlacedVideo);
+    // One slice is the whole frame, and two of an interlaced one are its fields: they can be finished by the workers.
+    job.bPost = m_nThreads < 2 || (m_nThreads == 2 && m_bInterlaced);
+    if (job.bPost && m_nThreads == 2)
+        job.post.bFields = false;
+
+    uint8_t* const pRow0 = Img_Pointer(_vidInput.lpVideoPlanes[0]);
+    job.cancel = {};
+    if (m_bClean && job.plan.bColorCancel && CancelPlane_IsKnown(_vidProps.fccType))
+    {
+        job.cancel = CancelPlane_Make(_vidProps.fccType, job.alpha.nWidth, pRow0, static_cast<ptrdiff_t>(nStride));
+        job.cancelSet = ColorCancel_Prepare(m_rawKey, job.eMatrix == eZYM_709);
+    }
+
+    const bool bArgb = _vidProps.fccType == eZFCC_ARGB32;
+    m_argb.pRow0 = bArgb ? pRow0 : nullptr;
+    m_argb.nStride = static_cast<ptrdiff_t>(nStride);
+    // Masks that need no more work go into the picture while its row is in the cache.
+    job.argb = job.bPost || !job.post.IsNeeded() ? m_argb : ARGB_PLANE{};
+    return S_OK;
+}
+
+void CChromaKey::LeftOutFill() const
+{
+    const MASK_PLANE& alpha = m_job.alpha;
+    const int nRowsKeyed = m_job.nRows * m_job.nRowStep;
+    const auto nLeftOut = static_cast<size_t>(alpha.nWidth - m_job.nColumns);
+    for (int nRow = 0; nRow < nRowsKeyed && nLeftOut; ++nRow)
+        std::memset(alpha.Row(nRow) + m_job.nColumns, 255, nLeftOut);
+    for (int nRow = nRowsKeyed; nRow < alpha.nHeight; ++nRow)
+        std::memset(alpha.Row(nRow), 255, static_cast<size_t>(alpha.nWidth));
+}
+
+HRESULT CChromaKey::SlicesRun()
+{
+    if (const HRESULT hr = m_pool.Prepare(m_nThreads); FAILED(hr))
+        return hr;
+    for (uint32_t i = 0; i < m_nThreads; ++i)
+    {
+        KEY_SLOT& slot = m_pool.Slot(i);
+        slot.slice.Reserve(m_job.alpha.nWidth);
+        slot.job = m_job;
+        slot.job.nFirstRow = static_cast<int>(i);
+        slot.bJob = true;
+    }
+    if (const HRESULT hr = m_pool.Run(); FAILED(hr))
+        return hr;
+    // The first slice's failure, else the second slice's result; the others are of no account.
+    const HRESULT hrFirst = m_pool.Slot(0).hrResult;
+    return FAILED(hrFirst) || m_nThreads < 2 ? hrFirst : m_pool.Slot(1).hrResult;
+}
+
+void CChromaKey::FrameFinish(bool _bKeyed)
+{
+    const KEY_JOB& job = m_job;
+    if (!job.bPost && job.post.IsNeeded() && _bKeyed)
+    {
+        m_maskPost.Reserve(job.alpha.nWidth);
+        m_maskPost.Run(job.alpha, job.post, *job.pPlanes);
+    }
+    if (!m_argb.pRow0)
+        return;
+    const int nRowsDone = job.argb.pRow0 ? job.nRows * job.nRowStep : 0;
+    for (int nRow = nRowsDone; nRow < job.alpha.nHeight; ++nRow)
+        m_argb.AlphaSet(job.alpha, nRow, *job.pPlanes);
+}

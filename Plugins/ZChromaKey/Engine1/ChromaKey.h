@@ -1,0 +1,86 @@
+#pragma once
+
+#include "Image/ImgColor.h"
+#include "Interfaces/ChromaKeyTypes.h"
+#include "Interfaces/ZPlatform.h"
+#include "ZChromaKey/Engine1/KeyPool.h"
+#include "ZChromaKey/Engine1/KeySlice.h"
+#include "ZChromaKey/Work/MaskPost.h"
+
+#include <optional>
+
+/// The CPU keying engine: turns a picture and a key set into an 8-bit alpha plane of the same size, 0 where the
+/// picture is keyed out, 255 where it stays.
+///
+/// The picture is cut into as many slices as there are threads: slice i has the rows i, i + n, i + 2n ..., each slice
+/// equally many, so that the last height mod n rows are not keyed. Workers keep their threads and buffers between
+/// frames. All calls come from one thread at a time.
+class CChromaKey
+{
+public:
+    /// Sets the number of worker threads, 1 to 16 (others are clamped); 6 at first. S_FALSE: it is the current number.
+    /// Otherwise all workers are stopped, and the next frame starts new ones.
+    HRESULT ThreadsSet(uint32_t _nThreads);
+    uint32_t ThreadsGet() const
+    {
+        return m_nThreads;
+    }
+    /// The matrix to read YUV pictures and to measure YUV keys with; empty (at first) = that of the properties,
+    /// Img_MatrixOf. Set it when the pictures were converted from YUV to RGB before, or cut from larger ones.
+    void MatrixSet(std::optional<eZYMatrix> _eMatrix)
+    {
+        m_eMatrix = _eMatrix;
+    }
+    /// Whether ProcessFrame sets what it does not key to 255 (off at first), so that a new plane need not be filled.
+    void FillSet(bool _bFill)
+    {
+        m_bFill = _bFill;
+    }
+    /// Whether ProcessFrame cleans the colours of the picture where the key set asks for it (off at first) and its
+    /// format is one that CancelPlane_IsKnown.
+    void CleanSet(bool _bClean)
+    {
+        m_bClean = _bClean;
+    }
+
+    /// Computes the alpha plane of a picture.
+    ///
+    /// _pInput: the planes, row 0 being the row at the top (negative strides where needed). Only read, but for
+    /// eZFCC_ARGB32, whose alpha bytes become the finished mask, and for colours that are cleaned (CleanSet): those of
+    /// the whole picture, whatever is keyed of it.
+    /// _pbAlpha1Ch: the top row; its stride is that of the mask record of _pInputProps. What is not keyed keeps its
+    /// value unless FillSet was called: rows left over by the slices, pictures less than 8 pixels wide, columns behind
+    /// the last full group of 8. Bytes behind the width are never written.
+    /// _pInputProps: format, size, field order; a stride of 0 counts as derived.
+    ///
+    /// S_OK; S_FALSE: a key type other than RGB, HLS and YUV (nothing is written), or no key that keys and no colour
+    /// cancel (the slices are set to 255); E_POINTER; E_NOTIMPL: a format that cannot be read; E_INVALIDARG: planes or
+    /// properties that do not fit; E_OUTOFMEMORY; Z_E_TIMEOUT: the workers were not done within 10 s. A worker that
+    /// cannot be stopped then may still touch the planes: see Hold.
+    HRESULT ProcessFrame(const ZF_VID_PTR* _pInput, uint8_t* _pbAlpha1Ch, const ZF_VID_PROPS* _pInputProps,
+                         const CHROMA_KEY_RAW* _pChromaKey);
+
+    /// Behind a ProcessFrame that timed out: keeps the owners of picture and mask for as long as a worker may touch
+    /// them.
+    void Hold(IUnknown* _pPicture, IUnknown* _pMask)
+    {
+        m_pool.Hold(_pPicture, _pMask);
+    }
+
+private:
+    HRESULT JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, const ZF_VID_PROPS& _vidProps);
+    void LeftOutFill() const;
+    HRESULT SlicesRun();
+    void FrameFinish(bool _bKeyed);
+
+    CKeyPool m_pool;
+    CMaskPost m_maskPost; // of the whole frame
+    KEY_JOB m_job = {};   // of the frame under way
+    ARGB_PLANE m_argb = {};
+    CHROMA_KEY_RAW m_rawKey = {};
+    uint32_t m_nThreads = 6;
+    bool m_bInterlaced = false;
+    bool m_bFill = false;
+    bool m_bClean = false;
+    std::optional<eZYMatrix> m_eMatrix;
+};

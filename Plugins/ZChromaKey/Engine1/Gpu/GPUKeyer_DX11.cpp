@@ -1,0 +1,99 @@
+#include "ZChromaKey/Engine1/Gpu/GPUKeyer.h"
+
+#include "Base/ZLog.h"
+#include "ZChromaKey/Engine1/Gpu/GPUChromaKey.h"
+#include "ZChromaKey/Engine1/Gpu/SystemInfo_DX11.h"
+
+#include <chrono>
+#include <optional>
+
+namespace
+{
+
+/// How long after one device no other one is made, be it that the first could not be made or was removed: making one
+/// takes longer than a frame lasts, and a late frame is worse than one keyed on the CPU.
+constexpr std::chrono::seconds c_timeRetry{5};
+
+/// The GPU path on Direct3D 11.
+class CGPUKeyerDX11 final : public CGPUKeyer
+{
+public:
+    HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, const GPU_KEY_OPTIONS& _options,
+                         IZFFrame** _ppFrameRes) override
+    {
+        const bool bTexture = static_cast<bool>(GPU_TextureOf(_pFrame));
+        if (bTexture)
+            m_bSoftware = false; // whatever its device is, the host has chosen it
+        const HRESULT hr = bTexture ? S_OK : DeviceEnsure(_options);
+        if (FAILED(hr))
+            return hr;
+        return m_keyer.Key(
+            _pFrame,
+            {_key, _options.bOutputARGB, _options.bFlushContext, _options.eMatrix == eZYM_709 ? eSYM_709 : eSYM_601},
+            _ppFrameRes);
+    }
+    std::vector<CZPtr<IZFFrame>> FramesTake() override
+    {
+        return m_keyer.FramesTake();
+    }
+    void Close() override
+    {
+        m_keyer.Close();
+        m_attempt.reset();
+    }
+
+private:
+    /// A device for frames that bring none.
+    HRESULT DeviceEnsure(const GPU_KEY_OPTIONS& _options)
+    {
+        const HRESULT hrNow = DeviceCheck(_options);
+        if (SUCCEEDED(hrNow))
+            return hrNow;
+        m_keyer.Close();
+        const auto timeNow = std::chrono::steady_clock::now();
+        if (m_attempt && m_attempt->nChange == _options.nChange &&
+            (m_attempt->hr == E_NOTIMPL || timeNow - m_attempt->time < c_timeRetry))
+            return FAILED(m_attempt->hr) ? m_attempt->hr : hrNow;
+        HRESULT hr = m_keyer.DeviceInit(nullptr);
+        if (SUCCEEDED(hr))
+        {
+            m_bSoftware = DX_IsSoftware(m_keyer.DeviceGet()->Device());
+            SystemInfo_Log(*m_keyer.DeviceGet());
+            hr = DeviceCheck(_options);
+        }
+        if (FAILED(hr))
+            m_keyer.Close();
+        if (hr == E_NOTIMPL)
+            ZLog(eZLog_Info, "GPUKeyer: the adapter is no graphics card but the processor, which keys faster without "
+                             "Direct3D; \"gpu_mode\" 1 uses it all the same\n");
+        m_attempt = {hr, timeNow, _options.nChange};
+        return hr;
+    }
+
+    /// Whether there is a device to go on with. E_NOTIMPL: one that takes longer than the CPU.
+    HRESULT DeviceCheck(const GPU_KEY_OPTIONS& _options) const
+    {
+        const DX11Device* const pDevice = m_keyer.DeviceGet();
+        const HRESULT hr = pDevice ? pDevice->Device()->GetDeviceRemovedReason() : DXGI_ERROR_DEVICE_REMOVED;
+        return SUCCEEDED(hr) && m_bSoftware && !_options.bSoftware ? E_NOTIMPL : hr;
+    }
+
+    /// The last device that was asked for.
+    struct ATTEMPT
+    {
+        HRESULT hr;
+        std::chrono::steady_clock::time_point time;
+        uint64_t nChange;
+    };
+
+    GPUChromaKey m_keyer;
+    bool m_bSoftware = false; ///< of a device that was made here
+    std::optional<ATTEMPT> m_attempt;
+};
+
+} // namespace
+
+std::unique_ptr<CGPUKeyer> GPUKeyer_Create()
+{
+    return std::make_unique<CGPUKeyerDX11>();
+}

@@ -1,0 +1,30 @@
+#include "ZChromaKey/Engine1/Gpu/GPUKeyer.h"
+
+#include "Base/ZLog.h"
+
+#include <mutex>
+
+namespace
+{
+
+/// The GPU path of a build that has none.
+class CGPUKeyerNone final : public CGPUKeyer
+{
+public:
+    HRESULT ProcessFrame(IZFFrame*, const CHROMA_KEY_RAW&, const GPU_KEY_OPTIONS&, IZFFrame**) override
+    {
+        static std::once_flag s_flagSaid;
+        std::call_once(s_flagSaid, [] { ZLog(eZLog_Info, "GPUKeyer: this build has no GPU path\n"); });
+        return E_NOTIMPL;
+    }
+    void Close() override
+    {
+    }
+};
+
+} // namespace
+
+std::unique_ptr<CGPUKeyer> GPUKeyer_Create()
+{
+    return std::make_unique<CGPUKeyerNone>();
+}

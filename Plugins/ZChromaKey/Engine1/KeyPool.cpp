@@ -1,0 +1,115 @@
+#include "ZChromaKey/Engine1/KeyPool.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace
+{
+
+/// Does the slot's job; S_FALSE without one.
+HRESULT SlotWork(KEY_SLOT* _pSlot)
+{
+    if (!std::exchange(_pSlot->bJob, false))
+        return S_FALSE;
+    return _pSlot->slice.Process(_pSlot->job, _pSlot->bGo);
+}
+
+} // namespace
+
+CKeyPool::~CKeyPool()
+{
+    Stop();
+}
+
+HRESULT CKeyPool::WorkerStart(std::unique_ptr<WORKER>& _upWorker)
+{
+    if (_upWorker && _upWorker->bStuck)
+    {
+        WorkerStop(_upWorker, 0);
+        _upWorker.reset(); // a thread that hangs on keeps its slot; the log says so
+    }
+    if (_upWorker)
+    {
+        _upWorker->spSlot->evtDone.Reset();
+        return S_OK;
+    }
+    auto upWorker = std::make_unique<WORKER>();
+    const HRESULT hr = upWorker->thread.Start(
+        [spSlot = upWorker->spSlot] {
+            spSlot->hrResult = SlotWork(spSlot.get());
+            spSlot->evtDone.Set();
+        },
+        "CChromaKey");
+    if (SUCCEEDED(hr))
+        _upWorker = std::move(upWorker);
+    return hr;
+}
+
+void CKeyPool::WorkerStop(std::unique_ptr<WORKER>& _upWorker, uint32_t _nMaxMs)
+{
+    if (!_upWorker)
+        return;
+    _upWorker->spSlot->bGo = false;
+    if (SUCCEEDED(_upWorker->thread.Stop(_upWorker->bStuck ? 0 : _nMaxMs))) // waited for once, not every frame
+        _upWorker.reset();
+    else
+        _upWorker->bStuck = true;
+}
+
+HRESULT CKeyPool::Prepare(uint32_t _nWorkers)
+{
+    m_nReady = 0;
+    const uint32_t nWorkers = std::min(_nWorkers, c_nMaxFrameThreads);
+    for (uint32_t i = 0; i < nWorkers; ++i)
+        if (const HRESULT hr = WorkerStart(m_arrWorkers[i]); FAILED(hr))
+            return hr;
+    for (uint32_t i = nWorkers; i < c_nMaxFrameThreads; ++i)
+        WorkerStop(m_arrWorkers[i], c_nThreadStopMs);
+    m_nReady = nWorkers;
+    return S_OK;
+}
+
+HRESULT CKeyPool::Run()
+{
+    for (uint32_t i = 0; i < m_nReady; ++i)
+        m_arrWorkers[i]->thread.Wake();
+    if (WaitAll())
+        return S_OK;
+    Stop();
+    return Z_E_TIMEOUT;
+}
+
+bool CKeyPool::WaitAll()
+{
+    using CLOCK = std::chrono::steady_clock;
+    const auto tpEnd = CLOCK::now() + std::chrono::milliseconds(c_nThreadStopMs);
+    for (uint32_t i = 0; i < m_nReady; ++i)
+    {
+        const auto nLeft = std::chrono::duration_cast<std::chrono::milliseconds>(tpEnd - CLOCK::now()).count();
+        if (!Slot(i).evtDone.Wait(static_cast<uint32_t>(std::max<int64_t>(nLeft, 0))))
+            return false;
+    }
+    return true;
+}
+
+void CKeyPool::Stop()
+{
+    for (auto& upWorker : m_arrWorkers)
+        if (upWorker)
+            upWorker->spSlot->bGo = false; // all at once, so that the waits below overlap
+    for (auto& upWorker : m_arrWorkers)
+        WorkerStop(upWorker, c_nThreadStopMs);
+    m_nReady = 0;
+}
+
+void CKeyPool::Hold(IUnknown* _pPicture, IUnknown* _pMask)
+{
+    for (auto& upWorker : m_arrWorkers)
+    {
+        if (!upWorker || !upWorker->bStuck)
+            continue;
+        upWorker->spSlot->arrHeld[0] = CZPtr<IUnknown>(_pPicture);
+        upWorker->spSlot->arrHeld[1] = CZPtr<IUnknown>(_pMask);
+    }
+}

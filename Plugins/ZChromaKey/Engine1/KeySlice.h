@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Image/ImgRowReader.h"
+#include "ZChromaKey/Engine1/CancelPlane.h"
+#include "ZChromaKey/Engine1/KeyPlan.h"
+#include "ZChromaKey/Work/MaskPost.h"
+
+#include <atomic>
+#include <vector>
+
+/// The pixels of a picture whose alpha bytes become the mask.
+struct ARGB_PLANE
+{
+    uint8_t* pRow0; ///< null: no such picture
+    ptrdiff_t nStride;
+
+    void AlphaSet(const MASK_PLANE& _alpha, int _nRow, const PLANE_KERNELS& _kernels) const
+    {
+        _kernels.pfnAlphaSet(pRow0 + _nRow * nStride, _alpha.Row(_nRow), static_cast<size_t>(_alpha.nWidth));
+    }
+};
+
+/// What a worker needs to key its slice of a frame. All by value but for the pixels.
+struct KEY_JOB
+{
+    CImgRowReader reader; ///< the picture
+    MASK_PLANE alpha;     ///< the mask of the whole frame
+    ARGB_PLANE argb;      ///< where the slice puts its mask as well
+    eCK_Type eType;       ///< RGB, HLS or YUV
+    eZYMatrix eMatrix;
+    int nColumns;      ///< columns that are keyed
+    int nMergeColumns; ///< columns in which a second key counts
+    int nFirstRow;     ///< the slice: rows nFirstRow, nFirstRow + nRowStep ..., nRows of them
+    int nRowStep;
+    int nRows;
+    bool bPost; ///< the slice does the post-processing itself
+    MASK_POST post;
+    KEY_PLAN plan;
+    CANCEL_PLANE cancel;  ///< the picture whose colours the slice cleans, rows that are not keyed included
+    CANCEL_SET cancelSet; ///< with what
+    const KEY_KERNELS* pKernels;
+    const PLANE_KERNELS* pPlanes;
+};
+
+/// The columns that the keying takes in: whole groups of 8 pixels of the width rounded up to 4, but not more than the
+/// row step in pixels; none of a picture less than 8 wide.
+int KeySlice_Columns(int _nWidth, int64_t _nRowStepPixels) noexcept;
+/// The columns in which keys are merged: whole groups of 16 pixels.
+int KeySlice_MergeColumns(int _nWidth, int _nColumns) noexcept;
+
+/// Keys one slice, a row at a time: every row is converted into a buffer that stays in the cache, and keyed there for
+/// all keys, so no picture-sized memory is needed. The buffers are kept between frames.
+class CKeySlice
+{
+public:
+    /// Takes the memory that Process needs, so that it does not allocate.
+    void Reserve(int _nWidth);
+    /// S_OK; S_FALSE: no key that keys and no colour cancel, the slice was set to 255; E_ABORT: _bGo became false.
+    HRESULT Process(const KEY_JOB& _job, const std::atomic<bool>& _bGo) noexcept;
+
+private:
+    bool RowsKey(const KEY_JOB& _job, const std::atomic<bool>& _bGo, const ARGB_PLANE& _argb) noexcept;
+    void RowKey(const KEY_JOB& _job, int _nRow) noexcept;
+    void RowClean(const KEY_JOB& _job, int _nRow) noexcept;
+    const uint8_t* RowConvert(const KEY_JOB& _job, int _nRow) noexcept;
+
+    std::vector<uint8_t> m_arrPixels;
+    CMaskPost m_maskPost;
+};

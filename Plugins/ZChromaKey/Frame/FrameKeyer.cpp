@@ -1,0 +1,309 @@
+#include "ZChromaKey/Frame/FrameKeyer.h"
+
+#include "Base/ZAssert.h"
+#include "Base/ZHelpers.h"
+#include "Base/ZLog.h"
+#include "Props/PropStore.h"
+#include "ZChromaKey/Frame/FrameText.h"
+#include "ZChromaKey/Engine1/KeyPlan.h"
+#include "ZChromaKey/Frame/TimeOverlay.h"
+#include "ZChromaKey/Frame/WorkFrame.h"
+
+namespace
+{
+
+/// Key types that are compared with the last frame; the others pass the frame through.
+bool IsAboveNone(const CHROMA_KEY_RAW& _key)
+{
+    return _key.eType > eCKT_None && _key.eType <= eCKT_Auto;
+}
+
+void LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame* _pFrame, HRESULT _hr)
+{
+    if (ZLog_IsOn(_eLevel))
+        ZLog(_eLevel, _pszFormat, FrameText(_pFrame), _hr);
+}
+
+/// A texture attached to an input in system memory shows another picture than the result, which took it over.
+void TextureDrop(IZFFrame* _pFrameRes)
+{
+    ZF_VID_PROPS vidProps = {};
+    CZPtr<IUnknown> cpTexture;
+    if (SUCCEEDED(_pFrameRes->VideoPropsGet(&vidProps)) && vidProps.nGPUFlags == 0 &&
+        _pFrameRes->AttachmentGet(c_wszFrameTexture, cpTexture.Put()) == S_OK)
+        _pFrameRes->AttachmentSet(c_wszFrameTexture, nullptr);
+}
+
+/// The second interface of a frame that has a picture in system memory; the others are passed on untouched.
+CZPtr<IZFFrame2> QueryPicture(IZFFrame* _pFrame)
+{
+    CZPtr<IZFFrame2> cpFrame2;
+    const HRESULT hr = _pFrame->QueryInterface(IID_IZFFrame2, cpFrame2.PutVoid());
+    if (FAILED(hr) || !cpFrame2)
+    {
+        ZLog(eZLog_Warning, "IZFFrame(0x%08X) QI FAILED hr=0x%08X\n", static_cast<const void*>(_pFrame), hr);
+        return {};
+    }
+    ZF_VID_PTR vidPtr = {};
+    const HRESULT hrPtr = cpFrame2->VideoPtrGet(eZFP_Stored, &vidPtr);
+    if (FAILED(hrPtr) || !vidPtr.lpVideoPlanes[0])
+    {
+        ZLog(eZLog_Warning, "IZFFrame(0x%08X) ZF_VID_PTR=NULL hr=0x%08X\n", static_cast<const void*>(_pFrame), hrPtr);
+        return {};
+    }
+    return cpFrame2;
+}
+
+} // namespace
+
+CFrameKeyer::CFrameKeyer(CPropStore* _pStore, std::unique_ptr<CGPUKeyer> _upGPU)
+    : m_pStore(_pStore)
+    , m_upGPU(std::move(_upGPU))
+{
+}
+
+HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes)
+{
+    if (!_pFrame)
+        ZLog(eZLog_Warning, "IZFFrame=NULL (0x%08X)\n", E_POINTER);
+    if (!Z_VERIFY_TEXT(_pFrame && _ppFrameRes, "_pFrame"))
+        return E_POINTER;
+    *_ppFrameRes = nullptr;
+    if (m_idProcessing == std::this_thread::get_id())
+    {
+        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: called from a method of the frame that is being processed\n");
+        return E_UNEXPECTED;
+    }
+    FRAMES frames; // outlives the lock
+    FRAMES framesClosed;
+    const std::lock_guard lock(m_mtxProcess);
+    const PROCESSING processing(this, &framesClosed);
+    return ProcessLocked(_pFrame, _key, _ppFrameRes, &frames);
+}
+
+CFrameKeyer::PROCESSING::PROCESSING(CFrameKeyer* _pKeyer, FRAMES* _pFrames)
+    : pKeyer(_pKeyer)
+    , pFrames(_pFrames)
+{
+    pKeyer->m_idProcessing = std::this_thread::get_id();
+}
+
+CFrameKeyer::PROCESSING::~PROCESSING()
+{
+    if (std::exchange(pKeyer->m_bCloseWanted, false))
+        pKeyer->CloseLocked(pFrames);
+    pKeyer->m_idProcessing = std::thread::id();
+}
+
+HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes,
+                                   FRAMES* _pFrames)
+{
+    // Whatever happens to this frame, the output before it is not the answer to the frame behind it; only a repeated
+    // frame leaves it in place.
+    FramesTake(_pFrames);
+    const bool bOptionsSame = !OptionsUpdate();
+    IZFFrame* const pFrameLast = bOptionsSame ? _pFrames->cpFrameLast.Get() : nullptr;
+    ZF_VID_PROPS vidProps = {};
+    HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
+    if (FAILED(hr))
+    {
+        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: the frame has no video properties, hr=%08X\n", hr);
+        return hr;
+    }
+    const bool bCompared = IsAboveNone(_key) && VidProps_IsSet(&vidProps, true);
+    if (bCompared)
+        hr = ZFrameComparer_Check(&m_comparer, _pFrame, _ppFrameRes, &_key, &m_keyLast, pFrameLast);
+    else
+        m_comparer.Reset();
+    if (FAILED(hr))
+        return hr;
+    if (*_ppFrameRes)
+    {
+        LogFrame(eZLog_Verbose, "CoZChromaKey::OnMediaReceiveI(%ws) SAME FRAME IN\n", _pFrame, hr);
+        m_cpFrameLast = std::move(_pFrames->cpFrameLast);
+        return hr;
+    }
+    hr = ProcessNew(_pFrame, vidProps, _key, _ppFrameRes, _pFrames);
+    if (*_ppFrameRes)
+        TextureDrop(*_ppFrameRes);
+    if (SUCCEEDED(hr) && bCompared)
+        m_cpFrameLast = CZPtr<IZFFrame>(*_ppFrameRes);
+    return hr;
+}
+
+HRESULT CFrameKeyer::ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+                                IZFFrame** _ppFrameRes, FRAMES* _pFrames)
+{
+    if (KeyType_HasSpace(_key.eType) && m_options->nGPUMode != eCKGPU_Off)
+    {
+        const HRESULT hr = KeyOnGPU(_pFrame, _vidProps, _key, _ppFrameRes, _pFrames);
+        if (SUCCEEDED(hr) || m_options->nGPUMode == eCKGPU_Only)
+            return hr;
+        m_pStore->NotifyFailure("gpu_mode", hr);
+    }
+    return KeyOnCPU(_pFrame, _vidProps, _key, _ppFrameRes, _pFrames);
+}
+
+void CFrameKeyer::FramesTake(FRAMES* _pFrames)
+{
+    _pFrames->cpInputLast = m_comparer.FrameLast();
+    _pFrames->cpFrameLast = std::exchange(m_cpFrameLast, {});
+}
+
+/// True when the options are others than those of the frame before.
+bool CFrameKeyer::OptionsUpdate()
+{
+    if (m_options && m_options->nChange == m_pStore->ChangeCount())
+        return false;
+    m_options = ChromaKeyOptions_Read(*m_pStore);
+    return true;
+}
+
+/// The host hears once, not with every frame, where colour cancel has no effect.
+void CFrameKeyer::CancelSay(uint32_t _fccType)
+{
+    if (CancelPlane_IsKnown(_fccType) || std::exchange(m_fccCancelSaid, _fccType) == _fccType)
+        return;
+    ZLog(
+        eZLog_Info,
+        "CCoZChromaKey: colour cancel leaves the colours of %hs frames as they are; switch \"output.argb\" on, or hand "
+        "in RGB24, RGB32, ARGB32, UYVY, HDYC, YUY2 or YVYU\n",
+        FCC_Name(_fccType));
+}
+
+/// The frame less its borders, as on the CPU. A frame in a texture has no picture that could be cut.
+HRESULT CFrameKeyer::GPUInput(IZFFrame* _pFrame, WORK_FRAME* _pWork)
+{
+    *_pWork = {CZPtr<IZFFrame>(_pFrame), false, false};
+    ZF_VID_PTR vidPtr = {};
+    if (_pFrame->VideoPtrGet(eZFP_Stored, &vidPtr) != S_OK)
+        return S_OK;
+    const HRESULT hr = WorkFrame_Cut(m_options->rectBorders, _pWork);
+    // The CPU converts first and cuts to the pixel: only it can give the result that size.
+    return SUCCEEDED(hr) && m_options->bOutputARGB && _pWork->bWidened ? E_NOTIMPL : hr;
+}
+
+HRESULT CFrameKeyer::RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+                            FRAMES* _pFrames)
+{
+    HRESULT hr = GPUInput(_pFrame, &_pFrames->workGPU);
+    const GPU_KEY_OPTIONS options = {m_options->bOutputARGB, m_options->bGPUFlush, Img_MatrixOf(_vidProps),
+                                     m_options->nGPUMode == eCKGPU_Only, m_options->nChange};
+    if (SUCCEEDED(hr))
+        hr = m_upGPU->ProcessFrame(_pFrames->workGPU.cpFrame.Get(), _key, options, _pFrames->cpFrameGPU.Put());
+    _pFrames->vecFramesGPU = m_upGPU->FramesTake();
+    return SUCCEEDED(hr) && !_pFrames->cpFrameGPU ? E_UNEXPECTED : hr; // a success without a frame helps nobody
+}
+
+HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+                              IZFFrame** _ppFrameRes, FRAMES* _pFrames)
+{
+    CZPtr<IZFFrame>& cpFrameRes = _pFrames->cpFrameGPU;
+    const HRESULT hr = RunGPU(_pFrame, _vidProps, _key, _pFrames);
+    if (FAILED(hr))
+    {
+        GPUFailed(_pFrame, hr);
+        return hr;
+    }
+    m_hrGPULast = S_OK;
+    ZF_VID_PROPS vidPropsRes = {};
+    if (KeyPlan_HasColorCancel(_key) && SUCCEEDED(cpFrameRes->VideoPropsGet(&vidPropsRes)))
+        CancelSay(vidPropsRes.fccType);
+    _pFrames->cpFrameUndrawn = cpFrameRes;
+    if (m_options->bTimeOverlay)
+        TimeOverlay_Draw(&cpFrameRes);
+    LogFrame(eZLog_Verbose, "CoZChromaKey::OnMediaReceiveI(%ws) GPU Processed(%d) OK\n", _pFrame, hr);
+    *_ppFrameRes = cpFrameRes.Detach();
+    return S_OK;
+}
+
+/// Says a failure once, not with every frame. That a build has no GPU path is only a fault where nothing else may key.
+void CFrameKeyer::GPUFailed(IZFFrame* _pFrame, HRESULT _hr)
+{
+    const bool bExpected = _hr == E_NOTIMPL && m_options->nGPUMode != eCKGPU_Only;
+    const bool bSaid = std::exchange(m_hrGPULast, _hr) == _hr;
+    LogFrame(bSaid       ? eZLog_Verbose
+             : bExpected ? eZLog_Info
+                         : eZLog_Error,
+             "CoZChromaKey::OnMediaReceiveI(%ws) Failed to perform GPU chroma key! hr=%08X\n", _pFrame, _hr);
+}
+
+HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+                              IZFFrame** _ppFrameRes, FRAMES* _pFrames)
+{
+    const bool bKeyed = KeyType_HasSpace(_key.eType);
+    if (!bKeyed && !m_options->bOutputARGB && m_options->rectBorders == PROP_RECT{})
+        return S_FALSE;
+    const auto cpFrame2 = QueryPicture(_pFrame);
+    if (!cpFrame2)
+        return S_FALSE;
+    WORK_FRAME& work = _pFrames->work;
+    HRESULT hr = WorkFrame_Make(cpFrame2.Get(), *m_options, &work);
+    if (SUCCEEDED(hr) && bKeyed)
+        hr = WorkFrame_MakeOwn(KeyPlan_HasColorCancel(_key), &work);
+    if (SUCCEEDED(hr) && bKeyed) // measured as the input is, not as what it was converted into
+        hr = RunEngine(cpFrame2.Get(), Img_MatrixOf(_vidProps), _key, _pFrames);
+    if (FAILED(hr) || !work.bOwnFrame)
+        return FAILED(hr) ? hr : S_FALSE;
+    *_ppFrameRes = work.cpFrame.Detach();
+    return S_OK;
+}
+
+HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const CHROMA_KEY_RAW& _key, FRAMES* _pFrames)
+{
+    IZFFrame* const pFrame = _pFrames->work.cpFrame.Get();
+    const bool bWrite = _pFrames->work.bOwnPixels; // alpha of ARGB32, clean colours
+    WORK_MASK& mask = _pFrames->mask;
+    ZF_VID_PROPS vidProps = {};
+    ZF_VID_PTR vidPtr = {};
+    HRESULT hr = pFrame->VideoPropsGet(&vidProps);
+    if (SUCCEEDED(hr)) // the mask is top-down
+        hr = pFrame->VideoPtrGet(bWrite ? eZFP_Flip | eZFP_Write : eZFP_Flip, &vidPtr);
+    if (SUCCEEDED(hr))
+        hr = WorkFrame_MakeMask(_pFrameIn, vidProps, &mask);
+    if (KeyPlan_HasColorCancel(_key))
+        CancelSay(vidProps.fccType);
+    if (SUCCEEDED(hr))
+    {
+        if (!m_engine)
+            m_engine.emplace();
+        m_engine->ThreadsSet(static_cast<uint32_t>(m_options->nThreads));
+        m_engine->MatrixSet(_eMatrix);
+        m_engine->FillSet(true);
+        m_engine->CleanSet(bWrite);
+        hr = m_engine->ProcessFrame(&vidPtr, mask.pbAlpha, &vidProps, &_key);
+    }
+    if (SUCCEEDED(hr))
+        hr = pFrame->AttachmentSet(L"mask", mask.cpFrame.Get());
+    if (hr == Z_E_TIMEOUT)
+    {
+        m_engine->Hold(pFrame, mask.cpFrame.Get());
+        ZLog(eZLog_Error,
+             "CCoZChromaKey::OnMediaReceive: keying was given up: a thread waited too long for the frame's "
+             "memory or for the log; it is left to itself, and the next frame gets another one\n");
+    }
+    else if (FAILED(hr))
+        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: a frame (%hs) cannot be keyed on the CPU, hr=%08X\n",
+             VidProps_Text(&vidProps), hr);
+    return hr;
+}
+
+void CFrameKeyer::Close()
+{
+    if (m_idProcessing == std::this_thread::get_id())
+    {
+        m_bCloseWanted = true;
+        return;
+    }
+    FRAMES frames; // outlives the lock
+    const std::lock_guard lock(m_mtxProcess);
+    CloseLocked(&frames);
+}
+
+void CFrameKeyer::CloseLocked(FRAMES* _pFrames)
+{
+    FramesTake(_pFrames);
+    m_comparer.Reset();
+    m_engine.reset();
+    m_upGPU->Close();
+}

@@ -1,0 +1,139 @@
+#include "ZChromaKey/Frame/WorkFrame.h"
+
+#include "Base/ZAssert.h"
+#include "Base/ZHelpers.h"
+#include "Base/ZLog.h"
+#include "Base/ZSaturate.h"
+#include "Image/ImgPlane.h"
+#include "ZChromaKey/Engine1/CancelPlane.h"
+#include "ZChromaKey/Frame/FrameText.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace
+{
+
+HRESULT ConvertToARGB(WORK_FRAME* _pWork)
+{
+    const auto cpFrame2 = ZQuery<IZFFrame2>(_pWork->cpFrame);
+    CZPtr<IZFFrame> cpARGB;
+    const HRESULT hr = cpFrame2 ? cpFrame2->FrameConvert(eZFC_Converted, eZFCC_ARGB32, cpARGB.Put()) : E_NOINTERFACE;
+    if (FAILED(hr) || !cpARGB)
+    {
+        ZLog(eZLog_Error,
+             "CCoZChromaKey::OnMediaReceive: \"output.argb\": the frame (%hs) cannot be converted, hr=%08X; switch the "
+             "option off\n",
+             FrameText(_pWork->cpFrame.Get()), hr);
+        return FAILED(hr) ? hr : E_UNEXPECTED;
+    }
+    *_pWork = {std::move(cpARGB), true, true};
+    return S_OK;
+}
+
+int64_t RoundUpTo8(int64_t _nValue)
+{
+    return (_nValue + 7) & ~int64_t{7};
+}
+
+/// The engine takes the stride of a mask from the frame's properties, so the mask made has to agree.
+bool IsMaskUsable(const ZF_VID_PROPS& _vidPropsMask, const ZF_VID_PTR& _vidPtr)
+{
+    return _vidPtr.lpVideoPlanes[0] && _vidPtr.cbVideoRowBytes[0] == _vidPropsMask.nRowBytes &&
+           _vidPtr.szVideoPlanes[0].cx == _vidPropsMask.nWidth &&
+           _vidPtr.szVideoPlanes[0].cy == ZAbs32(_vidPropsMask.nHeight);
+}
+
+} // namespace
+
+HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork)
+{
+    if (_borders == PROP_RECT{})
+        return S_OK;
+    ZF_VID_PROPS vidProps = {};
+    const auto cpFrame2 = ZQuery<IZFFrame2>(_pWork->cpFrame);
+    HRESULT hr = cpFrame2 ? cpFrame2->VideoPropsGet(&vidProps) : E_NOINTERFACE;
+    if (FAILED(hr))
+        return hr;
+    const int64_t nHeight = std::abs(int64_t{vidProps.nHeight});
+    const int64_t nX1 = RoundUpTo8(std::max(_borders.nLeft, 0));
+    const int64_t nX2 = // rounding up may pass the width
+        std::min(RoundUpTo8(int64_t{vidProps.nWidth} - std::max(_borders.nRight, 0)), int64_t{vidProps.nWidth});
+    const int64_t nY1 = std::max(_borders.nTop, 0);
+    const int64_t nY2 = nHeight - std::max(_borders.nBottom, 0);
+    CZPtr<IZFFrame> cpRect;
+    hr = nX1 < nX2 && nY1 < nY2
+             ? cpFrame2->FrameRect(static_cast<int32_t>(nX1), static_cast<int32_t>(nY1), static_cast<int32_t>(nX2),
+                                   static_cast<int32_t>(nY2), cpRect.Put())
+             : E_INVALIDARG;
+    if (FAILED(hr) || !cpRect)
+    {
+        ZLog(eZLog_Error,
+             "CCoZChromaKey::OnMediaReceive: \"keying.borders\" %d,%d,%d,%d %hs a frame of %dx%d, hr=%08X\n",
+             _borders.nLeft, _borders.nTop, _borders.nRight, _borders.nBottom,
+             hr == E_INVALIDARG ? "leave nothing (use narrower ones) of" : "cannot be cut from", vidProps.nWidth,
+             nHeight, hr);
+        return FAILED(hr) ? hr : E_UNEXPECTED;
+    }
+    hr = cpRect->VideoPropsGet(&vidProps);
+    const bool bWidened = vidProps.nWidth != nX2 - nX1 || ZAbs32(vidProps.nHeight) != nY2 - nY1;
+    *_pWork = {std::move(cpRect), true, _pWork->bOwnPixels, bWidened};
+    return hr;
+}
+
+HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork)
+{
+    *_pWork = {CZPtr<IZFFrame>(_pFrame), false, false};
+    ZF_VID_PROPS vidProps = {};
+    HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
+    if (SUCCEEDED(hr) && _options.bOutputARGB && vidProps.fccType != eZFCC_ARGB32)
+        hr = ConvertToARGB(_pWork);
+    return SUCCEEDED(hr) ? WorkFrame_Cut(_options.rectBorders, _pWork) : hr;
+}
+
+HRESULT WorkFrame_MakeOwn(bool _bClean, WORK_FRAME* _pWork)
+{
+    ZF_VID_PROPS vidProps = {};
+    HRESULT hr = _pWork->cpFrame->VideoPropsGet(&vidProps);
+    const bool bWritten = vidProps.fccType == eZFCC_ARGB32 || (_bClean && CancelPlane_IsKnown(vidProps.fccType));
+    if (FAILED(hr) || (_pWork->bOwnFrame && (_pWork->bOwnPixels || !bWritten)))
+        return hr;
+    const auto cpFrame2 = ZQuery<IZFFrame2>(_pWork->cpFrame);
+    CZPtr<IZFFrame> cpClone;
+    hr = cpFrame2 ? cpFrame2->FrameClone(bWritten ? eZFC_Converted : eZFC_Cloned, cpClone.Put()) : E_NOINTERFACE;
+    if (FAILED(hr) || !cpClone)
+    {
+        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: the frame cannot be cloned, hr=%08X\n", hr);
+        return FAILED(hr) ? hr : E_UNEXPECTED;
+    }
+    *_pWork = {std::move(cpClone), true, bWritten};
+    return S_OK;
+}
+
+HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask)
+{
+    ZF_VID_PROPS vidPropsMask = VidProps_Mask(&_vidProps);
+    vidPropsMask.nGPUFlags = 0;
+    CZPtr<IZFFrame> cpZFFrameMask;
+    HRESULT hr = _pFrame->FrameCreate(&vidPropsMask, cpZFFrameMask.Put());
+    if (!Z_VERIFY(cpZFFrameMask))
+        return FAILED(hr) ? hr : E_OUTOFMEMORY;
+    ZF_VID_PTR vidPtr = {};
+    hr = cpZFFrameMask->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtr);
+    if (FAILED(hr) || !IsMaskUsable(vidPropsMask, vidPtr))
+    {
+        ZLog(eZLog_Error,
+             "CCoZChromaKey::OnMediaReceive: a mask of %dx%d with rows of %d bytes came as %dx%d(%d), hr=%08X\n",
+             vidPropsMask.nWidth, vidPropsMask.nHeight, vidPropsMask.nRowBytes, vidPtr.szVideoPlanes[0].cx,
+             vidPtr.szVideoPlanes[0].cy, vidPtr.cbVideoRowBytes[0], hr);
+        return FAILED(hr) ? hr : E_UNEXPECTED;
+    }
+    _pMask->pbAlpha = Img_Pointer(vidPtr.lpVideoPlanes[0]);
+    const auto nWidth = static_cast<size_t>(vidPropsMask.nWidth);
+    const auto nRowBytes = static_cast<size_t>(vidPtr.cbVideoRowBytes[0]);
+    for (int nRow = 0; nRow < vidPtr.szVideoPlanes[0].cy && nRowBytes > nWidth; ++nRow)
+        std::memset(_pMask->pbAlpha + static_cast<size_t>(nRow) * nRowBytes + nWidth, 255, nRowBytes - nWidth);
+    _pMask->cpFrame = std::move(cpZFFrameMask);
+    return S_OK;
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Base/ZPtr.h"
+#include "Interfaces/IZFFrame.h"
+#include "ZChromaKey/Config/ChromaKeyOptions.h"
+
+/// The frame that is keyed on the CPU, on its way from the input to the result. A frame that another one was made from
+/// is let go of at once: pixels that two frames share cannot be written.
+struct WORK_FRAME
+{
+    CZPtr<IZFFrame> cpFrame;
+    bool bOwnFrame = false;  ///< not the host's frame object: a mask may be attached
+    bool bOwnPixels = false; ///< not the host's pixels: alpha and colours may be written
+    bool bWidened = false;   ///< more was cut out than the borders leave: chroma samples are whole
+};
+
+/// Cuts the borders off, if there are any: from column "left rounded up to a multiple of 8" to "width - right rounded
+/// up to a multiple of 8", at most the width. E_INVALIDARG: they leave nothing (the log says of what).
+HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork);
+
+/// Makes the frame that the options ask for: converted into ARGB32, then cut by the borders; else the input itself.
+/// Fails as its parts do.
+HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork);
+
+/// Makes the frame one that a mask can be attached to, and whose pixels can be written when it is ARGB32 or _bClean
+/// asks for clean colours in a format that has them cleaned.
+HRESULT WorkFrame_MakeOwn(bool _bClean, WORK_FRAME* _pWork);
+
+/// Where the alpha plane of a frame is computed.
+struct WORK_MASK
+{
+    CZPtr<IZFFrame> cpFrame;
+    uint8_t* pbAlpha = nullptr; ///< the top row
+};
+
+/// Makes the mask of a frame with the given properties from the memory of _pFrame. Its pixels are undefined, for the
+/// engine writes them all; the bytes behind its rows are 255.
+HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask);

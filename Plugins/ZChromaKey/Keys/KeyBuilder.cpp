@@ -1,0 +1,308 @@
+#include "ZChromaKey/Keys/KeyBuilder.h"
+
+#include "Base/ZLog.h"
+#include "ZChromaKey/Keys/KeyFinder.h"
+#include "ZChromaKey/Keys/KeyRay.h"
+#include "ZChromaKey/Keys/KeySampler.h"
+#include "ZChromaKey/Keys/KeyStats.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+using CKUtils::CALC_KEY;
+using CKUtils::CKeyCalc;
+
+namespace
+{
+
+constexpr int c_nPointReach = 3; // pixels to each side of a point
+constexpr int c_nMaxParts = 4;   // of a rectangle, in each direction
+constexpr int c_nPartPixels = 16;
+
+/// The smooth range of a key that was made here: follows from its half-widths when it is handed out.
+constexpr int32_t c_nSmoothDerived = std::numeric_limits<int32_t>::min();
+
+SINGLE_KEY NewExtras()
+{
+    SINGLE_KEY key = {};
+    key.nSmoothRange = c_nSmoothDerived;
+    return key;
+}
+
+struct RECT_PIXELS
+{
+    int nX1;
+    int nY1;
+    int nX2;
+    int nY2;
+};
+
+/// Where part _nPart of _nParts begins.
+int PartStart(int _nSize, int _nPart, int _nParts)
+{
+    return static_cast<int>(int64_t{_nSize} * _nPart / _nParts);
+}
+
+/// Counts the pixels of a rectangle, cut into columns and rows, row by row.
+std::vector<CKeyStats> Sample(CKeySampler* _pSampler, eCK_Type _eSpace, const RECT_PIXELS& _rect, int _nColumns,
+                              int _nRows)
+{
+    const int nWidth = _rect.nX2 - _rect.nX1;
+    const int nHeight = _rect.nY2 - _rect.nY1;
+    std::vector<uint8_t> vecRow(size_t{4} * static_cast<size_t>(nWidth));
+    std::vector<CKeyStats> vecParts(static_cast<size_t>(_nColumns) * static_cast<size_t>(_nRows));
+    auto itParts = vecParts.begin();
+    for (int nRow = 0; nRow < _nRows; ++nRow, itParts += _nColumns)
+        for (int y = PartStart(nHeight, nRow, _nRows); y < PartStart(nHeight, nRow + 1, _nRows); ++y)
+        {
+            _pSampler->ReadRow(_eSpace, _rect.nY1 + y, _rect.nX1, _rect.nX2, vecRow.data());
+            for (int nColumn = 0; nColumn < _nColumns; ++nColumn)
+            {
+                const int nFrom = PartStart(nWidth, nColumn, _nColumns);
+                const int nTo = PartStart(nWidth, nColumn + 1, _nColumns);
+                itParts[nColumn].Add(vecRow.data() + size_t{4} * static_cast<size_t>(nFrom), nTo - nFrom);
+            }
+        }
+    return vecParts;
+}
+
+/// The parts of a rectangle that are like the whole; the whole when it is small.
+std::vector<CALC_KEY> SampleParts(CKeySampler* _pSampler, eCK_Type _eSpace, const RECT_PIXELS& _rect)
+{
+    const int nColumns = std::clamp((_rect.nX2 - _rect.nX1) / c_nPartPixels, 1, c_nMaxParts);
+    const int nRows = std::clamp((_rect.nY2 - _rect.nY1) / c_nPartPixels, 1, c_nMaxParts);
+    const std::vector<CKeyStats> vecParts = Sample(_pSampler, _eSpace, _rect, nColumns, nRows);
+    CKeyStats statsAll;
+    for (const CKeyStats& stats : vecParts)
+        statsAll.Add(stats);
+    std::vector<CALC_KEY> vecKeys;
+    for (const CKeyStats& stats : vecParts)
+        if (statsAll.IsLike(stats, _eSpace))
+            vecKeys.push_back(stats.Box(_eSpace));
+    if (vecKeys.empty()) // as many colours as parts: the middle of them
+        vecKeys.push_back(statsAll.Box(_eSpace));
+    return vecKeys;
+}
+
+} // namespace
+
+CKeyBuilder::CKeyBuilder()
+{
+    m_raw.eType = eCKT_Auto;
+    m_raw.nMaxTransparent = 255; // 0 would make every soft edge opaque
+    ForgetExtras();
+}
+
+HRESULT CKeyBuilder::TypeSet(eCK_Type _eType)
+{
+    if (!KeyType_HasSpace(_eType) && _eType != eCKT_Auto)
+    {
+        ZLog(eZLog_Error,
+             "CKeyBuilder::TypeSet: keys cannot be of type %d; take 2 (RGB), 3 (HLS), 4 (YUV) or 5 (Auto)\n", _eType);
+        return E_INVALIDARG;
+    }
+    m_eType = _eType;
+    if (_eType != eCKT_Auto)
+        SpaceSet(_eType);
+    Calc(false).bChanged = true;
+    return S_OK;
+}
+
+void CKeyBuilder::Reset()
+{
+    for (KEYS& keys : m_arrKeys)
+    {
+        keys.calc.nKeys = 0;
+        keys.calc.bChanged = true;
+    }
+    ForgetExtras();
+}
+
+void CKeyBuilder::MaxKeysSet(int32_t _nMaxKeys, bool _bExclude)
+{
+    Calc(_bExclude).SetMaxKeys(_nMaxKeys);
+    FitIntoSet();
+    ForgetExtras();
+}
+
+/// The space that a sample is taken in: keys of one set are of one space.
+eCK_Type CKeyBuilder::SampleSpace() const
+{
+    if (m_eType != eCKT_Auto)
+        return m_eType;
+    return HasKeys() ? m_eSpace : eCKT_YUV;
+}
+
+void CKeyBuilder::SpaceSet(eCK_Type _eSpace)
+{
+    if (std::exchange(m_eSpace, _eSpace) != _eSpace)
+        Reset();
+}
+
+/// Without a limit: a person has pointed at it. What is to be kept is kept as it was shown; the backdrop is assumed to
+/// be lit unevenly.
+void CKeyBuilder::Offer(const CALC_KEY& _key, bool _bExclude)
+{
+    std::vector<CALC_KEY> vecKeys = {_key};
+    if (!_bExclude)
+        vecKeys = KeyRay_Boxes(_key, m_eSpace, c_lightUnknown);
+    for (const CALC_KEY& key : vecKeys)
+        Calc(_bExclude).AddKey(key, 0, m_eSpace == eCKT_HLS);
+    FitIntoSet();
+}
+
+/// Both kinds of keys have to fit into one set: ordinary ones make room for exclusion keys, down to one. Half-widths
+/// that have grown beyond the levels there are would wrap when they are packed.
+void CKeyBuilder::FitIntoSet()
+{
+    CKeyCalc& calc = Calc(false);
+    CKeyCalc& calcExclude = Calc(true);
+    const int32_t nMostExclude = Z_MAX_KEYS - std::min(calc.nKeys, 1);
+    if (calcExclude.nKeys > nMostExclude)
+        calcExclude.ReduceKeys(nMostExclude);
+    if (calc.nKeys > Z_MAX_KEYS - calcExclude.nKeys)
+        calc.ReduceKeys(Z_MAX_KEYS - calcExclude.nKeys);
+    calc.ClampDeltas(0.0, 1.0);
+    calcExclude.ClampDeltas(0.0, 1.0);
+}
+
+/// Whether the smooth range of a key follows from its half-widths: new keys, and those taken over with what followed.
+bool CKeyBuilder::IsSmoothDerived(const SINGLE_KEY& _extras) const
+{
+    return _extras.nSmoothRange == c_nSmoothDerived ||
+           (_extras.nDelta != 0 && _extras.nSmoothRange == KeyRay_SmoothRange(_extras, m_eSpace));
+}
+
+/// Slots that hold no key get the extras of a new one.
+void CKeyBuilder::ForgetExtras()
+{
+    for (KEYS& keys : m_arrKeys)
+        std::fill(keys.arrExtras + keys.calc.nKeys, keys.arrExtras + Z_MAX_KEYS, NewExtras());
+}
+
+HRESULT CKeyBuilder::AddPoint(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, bool _bExclude)
+{
+    CKeySampler sampler;
+    const HRESULT hr = sampler.Open(_pFrame);
+    if (FAILED(hr))
+        return hr;
+    if (_nX < 0 || _nX >= sampler.Width() || _nY < 0 || _nY >= sampler.Height())
+    {
+        ZLog(eZLog_Error,
+             "CKeyBuilder::AddPoint: %d,%d is outside the frame of %d x %d pixels; count from its top left\n", _nX, _nY,
+             sampler.Width(), sampler.Height());
+        return E_INVALIDARG;
+    }
+    const RECT_PIXELS rect = {std::max(_nX - c_nPointReach, 0), std::max(_nY - c_nPointReach, 0),
+                              std::min(_nX + c_nPointReach + 1, sampler.Width()),
+                              std::min(_nY + c_nPointReach + 1, sampler.Height())};
+    const eCK_Type eSpace = SampleSpace();
+    const CALC_KEY key = Sample(&sampler, eSpace, rect, 1, 1)[0].Box(eSpace);
+    SpaceSet(eSpace);
+    Offer(key, _bExclude);
+    return S_OK;
+}
+
+HRESULT CKeyBuilder::AddRect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2, bool _bExclude)
+{
+    CKeySampler sampler;
+    const HRESULT hr = sampler.Open(_pFrame);
+    if (FAILED(hr))
+        return hr;
+    const RECT_PIXELS rect = {std::max(std::min(_nX1, _nX2), 0), std::max(std::min(_nY1, _nY2), 0),
+                              std::min(std::max(_nX1, _nX2), sampler.Width()),
+                              std::min(std::max(_nY1, _nY2), sampler.Height())};
+    if (rect.nX1 >= rect.nX2 || rect.nY1 >= rect.nY2)
+    {
+        ZLog(
+            eZLog_Error,
+            "CKeyBuilder::AddRect: %d,%d,%d,%d holds no pixel of the frame of %d x %d pixels; count from its top left, "
+            "the second corner not included\n",
+            _nX1, _nY1, _nX2, _nY2, sampler.Width(), sampler.Height());
+        return E_INVALIDARG;
+    }
+    const eCK_Type eSpace = SampleSpace();
+    const std::vector<CALC_KEY> vecKeys = SampleParts(&sampler, eSpace, rect);
+    SpaceSet(eSpace);
+    for (const CALC_KEY& key : vecKeys)
+        Offer(key, _bExclude);
+    return S_OK;
+}
+
+HRESULT CKeyBuilder::Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS& _options,
+                            std::vector<CKUtils::CK_BLOCK>* _pBlocks)
+{
+    CKeySampler sampler;
+    const HRESULT hr = sampler.Open(_pFrame);
+    if (FAILED(hr))
+        return hr;
+    std::vector<eCK_Type> vecSpaces = {eCKT_YUV, eCKT_HLS, eCKT_RGB};
+    if (_options.eType != eCKT_Auto)
+        vecSpaces = {_options.eType};
+    else if (m_eType != eCKT_Auto || Calc(true).nKeys > 0)
+        vecSpaces = {SampleSpace()};
+    for (const eCK_Type eSpace : vecSpaces)
+    {
+        const std::vector<CALC_KEY> vecKeys = KeyFinder_Find(&sampler, eSpace, _options, _pBlocks);
+        if (vecKeys.empty())
+            continue;
+        if (_options.eType != eCKT_Auto)
+            m_eType = _options.eType;
+        SpaceSet(eSpace);
+        CKeyCalc& calc = Calc(false);
+        calc.nKeys = static_cast<int32_t>(vecKeys.size());
+        std::copy(vecKeys.begin(), vecKeys.end(), calc.arrKeys);
+        calc.bChanged = true;
+        std::fill(m_arrKeys[0].arrExtras, m_arrKeys[0].arrExtras + Z_MAX_KEYS, NewExtras());
+        FitIntoSet();
+        return S_OK;
+    }
+    ZLog(eZLog_Info, "CKeyBuilder::Detect: there is no backdrop in the frame of %d x %d pixels\n", sampler.Width(),
+         sampler.Height());
+    return S_FALSE;
+}
+
+void CKeyBuilder::RawSet(const CHROMA_KEY_RAW& _raw)
+{
+    m_raw = _raw;
+    m_eType = KeyType_HasSpace(_raw.eType) ? static_cast<eCK_Type>(_raw.eType) : eCKT_Auto;
+    m_eSpace = KeyType_HasSpace(_raw.eType) ? m_eType : eCKT_YUV;
+    for (const bool bExclude : {false, true})
+    {
+        // Each calculator gets a set of its own kind, so that no slot is left to what it held before.
+        CHROMA_KEY_RAW rawKind = _raw;
+        rawKind.nKeysUsed = 0;
+        for (int32_t i = 0; KeyType_HasSpace(_raw.eType) && i < std::min(_raw.nKeysUsed, Z_MAX_KEYS); ++i)
+            if ((_raw.arrKeys[i].nReverseKey > 0) == bExclude)
+                rawKind.arrKeys[rawKind.nKeysUsed++] = _raw.arrKeys[i];
+        KEYS& keys = m_arrKeys[bExclude ? 1 : 0];
+        keys.calc.FromRaw(rawKind, bExclude);
+        keys.calc.bChanged = false;
+        std::copy_n(rawKind.arrKeys, Z_MAX_KEYS, keys.arrExtras);
+    }
+    ForgetExtras();
+}
+
+const CHROMA_KEY_RAW& CKeyBuilder::RawGet()
+{
+    if (!Calc(false).bChanged && !Calc(true).bChanged)
+        return m_raw;
+    if (m_raw.nKeysUsed < 1 && m_raw.nMaxTransparent == 0)
+        m_raw.nMaxTransparent = 255; // an all-zero set was taken over; its soft edges would be opaque
+    m_raw.eType = HasKeys() ? m_eSpace : m_eType;
+    m_raw.nKeysUsed = 0;
+    for (const bool bExclude : {false, true})
+    {
+        KEYS& keys = m_arrKeys[bExclude ? 1 : 0];
+        std::copy_n(keys.arrExtras, Z_MAX_KEYS - m_raw.nKeysUsed, m_raw.arrKeys + m_raw.nKeysUsed);
+        const int32_t nFirst = m_raw.nKeysUsed;
+        keys.calc.ToRaw(&m_raw, bExclude);
+        keys.calc.bChanged = false;
+        for (int32_t i = nFirst; i < m_raw.nKeysUsed; ++i)
+            if (IsSmoothDerived(keys.arrExtras[i - nFirst]))
+                m_raw.arrKeys[i].nSmoothRange = KeyRay_SmoothRange(m_raw.arrKeys[i], m_eSpace);
+    }
+    std::fill(m_raw.arrKeys + m_raw.nKeysUsed, m_raw.arrKeys + Z_MAX_KEYS, SINGLE_KEY{});
+    return m_raw;
+}

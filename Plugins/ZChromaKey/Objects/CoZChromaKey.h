@@ -1,0 +1,98 @@
+#pragma once
+
+#include "Base/ZUnknown.h"
+#include "Interfaces/IZChromaKey.h"
+#include "Interfaces/IZFPersist.h"
+#include "Interfaces/IZFProcess.h"
+#include "Interfaces/IZPlugin.h"
+#include "Interfaces/IZProps.h"
+#include "Props/PropStore.h"
+#include "ZChromaKey/Config/ConfigDoc.h"
+#include "ZChromaKey/Frame/FrameFlow.h"
+#include "ZChromaKey/Frame/FrameKeyer.h"
+#include "ZChromaKey/Keys/KeyState.h"
+#include "ZChromaKey/Com/LateBinding.h"
+#include "ZChromaKey/Objects/Module.h"
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// The chroma-key plug-in object: ties the key set, the options and the frame path to the host's interfaces.
+///
+/// With "output.thread" on, each frame's result comes with the next call; with it off, with the call itself. A result
+/// that is still under way when a frame comes in with the option off is dropped; a null frame fetches it before.
+class CCoZChromaKey final : public CZUnknown<CZLateBinding<IZChromaKey>, IZFProcess, IZProps, IZPlugin, IZFPersist>
+{
+public:
+    explicit CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU);
+    /// A new object with the GPU path of this build.
+    static HRESULT Create(REFIID _iid, void** _ppvObject);
+
+    // IZFProcess
+    HRESULT STDMETHODCALLTYPE OnMediaReceive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes) override;
+    HRESULT STDMETHODCALLTYPE OnMediaEnd() override;
+    HRESULT STDMETHODCALLTYPE OnMediaFlush() override;
+
+    // IZPlugin
+    HRESULT STDMETHODCALLTYPE PluginInfoGet(BSTR* _pbsName, BSTR* _pbsVersion) override;
+    HRESULT STDMETHODCALLTYPE LogSet(IZLogSink* _pSinkOrNull, int32_t _eLevel) override;
+    HRESULT STDMETHODCALLTYPE Close() override;
+
+    // IZProps
+    HRESULT STDMETHODCALLTYPE PropsSet(const wchar_t* _pwszName, const wchar_t* _pwszValue) override;
+    HRESULT STDMETHODCALLTYPE PropsGet(const wchar_t* _pwszName, BSTR* _pbsValue) override;
+    HRESULT STDMETHODCALLTYPE PropsNameGet(UINT _nIndex, BSTR* _pbsName) override;
+
+    // IZFPersist
+    HRESULT STDMETHODCALLTYPE PersistSaveToFile(const wchar_t* _pwszPath) override;
+    HRESULT STDMETHODCALLTYPE PersistSaveToString(BSTR* _pbsDocument) override;
+    HRESULT STDMETHODCALLTYPE PersistLoad(const wchar_t* _pwszPathOrDocument) override;
+
+    // IZChromaKey
+    HRESULT STDMETHODCALLTYPE KeyFrameSet(IZFFrame* _pZFrameKeyingOrNull, IZFFrame* _pZFrameBGOrNull) override;
+    HRESULT STDMETHODCALLTYPE KeyFrameGet(IZFFrame** _ppZFrameRes, IZFFrame** _ppZFrameBG) override;
+    HRESULT STDMETHODCALLTYPE KeyDetect(BSTR _bsProps) override;
+    HRESULT STDMETHODCALLTYPE KeyAddPoint(int32_t _nXPosPixels, int32_t _nYPosPixels) override;
+    HRESULT STDMETHODCALLTYPE KeyExcludePoint(int32_t _nXPosPixels, int32_t _nYPosPixels) override;
+    HRESULT STDMETHODCALLTYPE KeyAddRect(int32_t _nX1PosPixels, int32_t _nY1PosPixels, int32_t _nX2PosPixels,
+                                         int32_t _nY2PosPixels) override;
+    HRESULT STDMETHODCALLTYPE KeyAdjustSet(eCK_Adjust _eAdjust, double _dblValue) override;
+    HRESULT STDMETHODCALLTYPE KeyAdjustGet(eCK_Adjust _eAdjust, double* _pdblValue) override;
+    HRESULT STDMETHODCALLTYPE KeyStepBack(int32_t _nSteps) override;
+    HRESULT STDMETHODCALLTYPE KeyStepFwd(int32_t _nSteps) override;
+    HRESULT STDMETHODCALLTYPE KeyReset() override;
+    HRESULT STDMETHODCALLTYPE KeyRawSet(const CHROMA_KEY_RAW* _pvzKey, const CK_ADJUST* _pKeyAdjust) override;
+    HRESULT STDMETHODCALLTYPE KeyRawGet(CHROMA_KEY_RAW* _pvzKey, CK_ADJUST* _pKeyAdjust) override;
+    HRESULT STDMETHODCALLTYPE KeySet(IZKey* _pKeyObject) override;
+    HRESULT STDMETHODCALLTYPE KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyObject) override;
+
+private:
+    ~CCoZChromaKey() override = default;
+    bool FinalRelease() override;
+    HRESULT QueryOther(REFIID _iid, void** _ppvObject) override
+    {
+        return QueryBinder(_iid, _ppvObject);
+    }
+    HRESULT OnMediaReceive_I(IZFFrame* _pFrame, IZFFrame** _ppFrameRes);
+    void ProcessorsClose();
+    template <class Call> HRESULT Edit(const char* _pszOperation, Call&& _call) noexcept;
+    template <class Sampling> HRESULT EditKeys(const char* _pszOperation, Sampling&& _sampling) noexcept;
+    CZPtr<IZFFrame> KeyingFrame() const;
+    CZPtr<IZFFrame> FrameForKeying(ZF_VID_PROPS* _pVidProps) const;
+    std::optional<eZYMatrix> MatrixForKeying() const;
+    HRESULT DocumentMake(std::string* _pstrDocument);
+    HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason);
+
+    CZModuleRef m_refModule;
+    CPropStore m_store;
+    CKeyState m_keyState;
+    CConfigDoc m_configDoc; // under m_mtxEdit
+    // One edit at a time; taken before the configuration lock. Recursive: a frame that is sampled may call back.
+    std::recursive_mutex m_mtxEdit;
+    CZPtr<IZFFrame> m_cpFrameMarked; // under m_mtxEdit: what the last detection examined, where it was asked to show
+    CFrameKeyer m_keyer;
+    CFrameFlow m_flow; // last: its thread uses the others
+};

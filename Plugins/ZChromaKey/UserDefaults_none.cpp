@@ -1,6 +1,0 @@
-#include "ZChromaKey/UserDefaults.h"
-
-PROP_MAP UserDefaults_Read()
-{
-    return {};
-}

@@ -1,0 +1,390 @@
+#include "Host/TempFolder.h"
+#include "Props/TextFile.h"
+#include "Support/HookFrame.h"
+#include "Support/LogCatcher.h"
+#include "ZChromaKey/Objects/TestKeyer.h"
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#if !defined(_WIN32)
+#include "Support/Refuse.h"
+
+#include <csignal>
+#include <sys/resource.h>
+#endif
+
+namespace
+{
+
+CZPtr<CCoZChromaKey> Make(const wchar_t* _pwszOutputThread)
+{
+    auto cpKeyer = TestKeyer_Make();
+    EXPECT_EQ(cpKeyer->PropsSet(L"output.thread", _pwszOutputThread), S_OK);
+    return cpKeyer;
+}
+
+/// Hands a frame in and takes its result; the first failure of the calls that it takes.
+HRESULT Key(CCoZChromaKey* _pKeyer, IZFFrame* _pFrame)
+{
+    CZPtr<IZFFrame> cpRes;
+    HRESULT hr = _pKeyer->OnMediaReceive(_pFrame, cpRes.Put());
+    if (hr == S_FALSE)
+        hr = _pKeyer->OnMediaReceive(nullptr, cpRes.Put());
+    return FAILED(hr) || cpRes ? hr : E_FAIL;
+}
+
+#if !defined(_WIN32)
+
+TEST(FaultsThreads, ThreadsThatCannotBeStarted)
+{
+    for (const wchar_t* pwszOutputThread : {L"false", L"true"})
+    {
+        int nPoints = 0;
+        bool bRefused = true;
+        while (bRefused)
+        {
+            const auto cpKeyer = Make(pwszOutputThread);
+            const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 64, 48);
+            EXPECT_EQ(cpKeyer->PropsSet(L"process.threads", L"5"), S_OK);
+            const CLogCatcher log(eZLog_Error);
+            Refuse_Thread(nPoints + 1);
+            const HRESULT hr = Key(cpKeyer.Get(), cpFrame.Get());
+            bRefused = Refuse_End();
+            nPoints += bRefused;
+            EXPECT_EQ(hr, bRefused ? E_OUTOFMEMORY : S_OK);
+            EXPECT_EQ(log.Count("no thread for"), bRefused ? 1u : 0u);
+            EXPECT_EQ(Key(cpKeyer.Get(), cpFrame.Get()), S_OK) << "there are threads again";
+            ASSERT_LT(nPoints, 100);
+        }
+        EXPECT_EQ(nPoints, *pwszOutputThread == L't' ? 6 : 5);
+        std::printf("output.thread %ls: %d threads refused\n", pwszOutputThread, nPoints);
+    }
+    EXPECT_TRUE(ZModule_IsIdle());
+}
+
+/// No file of this program can grow beyond a few bytes while this lives.
+class CFullDisk
+{
+public:
+    CFullDisk()
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_limitBefore);
+        const rlimit limit = {100, m_limitBefore.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~CFullDisk()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_limitBefore);
+        std::signal(SIGXFSZ, SIG_DFL);
+    }
+    CFullDisk(const CFullDisk&) = delete;
+    CFullDisk& operator=(const CFullDisk&) = delete;
+
+private:
+    rlimit m_limitBefore = {};
+};
+
+#endif
+
+TEST(FaultsDisk, DocumentsThatCannotBeSaved)
+{
+    const CTempFolder folder;
+    const auto cpKeyer = Make(L"false");
+    folder.Write("keys.xml", "as it was");
+    folder.Write("folder.xml", "");
+    std::filesystem::remove(folder.Path("folder.xml"));
+    std::filesystem::create_directory(folder.Path("folder.xml"));
+    const auto fnSave = [&](const std::string& _strPath) {
+        return cpKeyer->PersistSaveToFile(ZText_ToWide(_strPath).c_str());
+    };
+    const auto fnRefused = [&](const std::string& _strPath, const char* _pszReason) {
+        const CLogCatcher log(eZLog_Error);
+        EXPECT_EQ(fnSave(_strPath), E_FAIL) << _strPath;
+        EXPECT_EQ(log.Count(_strPath), 1u) << "the message names the file";
+        EXPECT_EQ(log.Count(_pszReason), 1u) << _strPath;
+        EXPECT_EQ(folder.Read("keys.xml"), "as it was");
+        EXPECT_EQ(folder.Files(), 2u) << "a temporary file is left";
+    };
+    fnRefused(folder.Path("folder.xml"), "folder");
+    fnRefused(folder.Path("keys.xml/keys.xml"), "check that its folder exists");
+    fnRefused(folder.Path("none/keys.xml"), "check that its folder exists");
+#if !defined(_WIN32)
+    fnRefused("/dev/full", "No space left on device");
+    {
+        const CFullDisk disk;
+        fnRefused(folder.Path("keys.xml"), "File too large");
+        fnRefused(folder.Path("new.xml"), "File too large");
+    }
+#endif
+    EXPECT_EQ(cpKeyer->PersistLoad(ZText_ToWide(folder.Path("folder.xml")).c_str()), E_FAIL);
+    EXPECT_EQ(fnSave(folder.Path("keys.xml")), S_OK);
+    std::string strText;
+    std::string strReason;
+    EXPECT_FALSE(TextFile_Read(folder.Path("keys.xml"), 20, &strText, &strReason)) << "more bytes than are taken";
+    EXPECT_NE(strReason.find("keys.xml"), std::string::npos);
+    EXPECT_EQ(cpKeyer->PersistLoad(ZText_ToWide(folder.Path("keys.xml")).c_str()), S_OK);
+}
+
+/// Where in a frame the host calls back.
+enum eWhere
+{
+    eWhere_Method,  ///< from a method of the frame, while it is processed
+    eWhere_Release, ///< when the last reference to the frame goes, on the output thread
+};
+
+class FaultsHost : public testing::TestWithParam<std::tuple<const wchar_t*, eWhere>>
+{
+protected:
+    /// Hands a frame in from which _fnCall is made, once, and waits until it has been.
+    void Receive(CCoZChromaKey* _pKeyer, const std::function<void()>& _fnCall)
+    {
+        const auto [pwszOutputThread, eFrom] = GetParam();
+        auto spOnce = std::make_shared<std::atomic<bool>>(false);
+        const auto fnOnce = [this, spOnce, _fnCall] {
+            if (!spOnce->exchange(true))
+            {
+                _fnCall();
+                m_evtCalled.Set();
+            }
+        };
+        CHookFrame::HOOK fnHook = [fnOnce](const std::string& _strMethod) {
+            if (_strMethod == "FrameCreate")
+                fnOnce();
+            return S_OK;
+        };
+        if (eFrom == eWhere_Release)
+            fnHook = [spEnd = std::shared_ptr<void>(nullptr, [fnOnce](void*) { fnOnce(); })](const std::string&) {
+                return S_OK;
+            };
+        auto cpFrame = CHookFrame::Make(TestFrame_Make(eZFCC_RGB32, 64, -48).Get(), std::move(fnHook));
+        fnHook = {};
+        CZPtr<IZFFrame> cpRes;
+        const HRESULT hr = _pKeyer->OnMediaReceive(cpFrame.Get(), cpRes.Put());
+        EXPECT_TRUE(hr == S_OK || hr == S_FALSE) << std::hex << hr;
+        cpFrame.Reset();
+    }
+
+    /// Makes the plug-in let go of the last frame, for another one or for none.
+    static void LetGo(CCoZChromaKey* _pKeyer, bool _bClose)
+    {
+        CZPtr<IZFFrame> cpRes;
+        if (_bClose)
+            EXPECT_EQ(_pKeyer->Close(), S_OK);
+        else
+            _pKeyer->OnMediaReceive(TestFrame_Make(eZFCC_RGB32, 72, -48).Get(), cpRes.Put());
+    }
+
+    CZEvent m_evtCalled;
+};
+
+TEST_P(FaultsHost, ClosesInTheMiddleOfAFrame)
+{
+    const auto [pwszOutputThread, eFrom] = GetParam();
+    const CLogCatcher log(eZLog_Warning);
+    const auto timeBegin = std::chrono::steady_clock::now();
+    const auto cpKeyer = Make(pwszOutputThread);
+    HRESULT hrClose = E_FAIL;
+    const auto fnClose = [&] { hrClose = cpKeyer->Close(); };
+    for (int n = 0; n < 2; ++n) // it works again after the first time
+    {
+        m_evtCalled.Reset();
+        Receive(cpKeyer.Get(), fnClose);
+        if (eFrom == eWhere_Release && !m_evtCalled.Wait(0)) // the plug-in holds the last frame it has seen
+            LetGo(cpKeyer.Get(), n == 1);
+        ASSERT_TRUE(m_evtCalled.Wait(5000));
+        EXPECT_EQ(hrClose, S_OK);
+    }
+    EXPECT_EQ(cpKeyer->OnMediaFlush(), S_OK);
+    CZPtr<IZFFrame> cpRes;
+    while (cpKeyer->OnMediaReceive(nullptr, cpRes.Put()) != S_FALSE)
+    {
+    }
+    EXPECT_EQ(Key(cpKeyer.Get(), TestFrame_Make(eZFCC_RGB32, 80, -48).Get()), S_OK);
+    EXPECT_LT(std::chrono::steady_clock::now() - timeBegin, std::chrono::seconds(5)) << "somebody waited for himself";
+    EXPECT_EQ(log.Count(""), 0u);
+}
+
+TEST_P(FaultsHost, LetsEverythingGoInTheMiddleOfAFrame)
+{
+    const auto [pwszOutputThread, eFrom] = GetParam();
+    const CLogCatcher log(eZLog_Warning);
+    const auto timeBegin = std::chrono::steady_clock::now();
+    CCoZChromaKey* const pKeyer = Make(pwszOutputThread).Detach();
+    Receive(pKeyer, [&] { pKeyer->Release(); });
+    if (eFrom == eWhere_Release) // the plug-in holds the last frame it has seen
+        LetGo(pKeyer, false);
+    ASSERT_TRUE(m_evtCalled.Wait(5000));
+    while (!ZModule_IsIdle() && std::chrono::steady_clock::now() - timeBegin < std::chrono::seconds(5))
+        std::this_thread::sleep_for(std::chrono::milliseconds(1)); // the output thread comes to its end
+    EXPECT_TRUE(ZModule_IsIdle());
+    EXPECT_EQ(log.Count(""), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(From, FaultsHost,
+                         testing::Combine(testing::Values(L"false", L"true"),
+                                          testing::Values(eWhere_Method, eWhere_Release)),
+                         [](const auto& _info) {
+                             const std::string strThread =
+                                 *std::get<0>(_info.param) == L't' ? "OutputThread" : "CallingThread";
+                             return strThread + (std::get<1>(_info.param) == eWhere_Method ? "Method" : "Release");
+                         });
+
+TEST(FaultsHosts, CallFromManyThreadsAtOnce)
+{
+    const CLogCatcher log(eZLog_Error);
+    const auto cpKeyer = Make(L"true");
+    const auto cpPicture = TestFrame_Make(eZFCC_UYVY, 64, 48);
+    EXPECT_EQ(cpKeyer->KeyFrameSet(cpPicture.Get(), nullptr), S_OK);
+    std::atomic<bool> bStop{false};
+    std::atomic<int> nResults{0};
+    std::atomic<int> nSaved{0};
+    std::vector<std::thread> vecThreads;
+    const auto fnStart = [&](auto _fnStep) {
+        vecThreads.emplace_back([&bStop, _fnStep] {
+            for (int n = 0; !bStop; ++n)
+                _fnStep(n);
+        });
+    };
+    for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_UYVY, eZFCC_ARGB32})
+        fnStart([&, cpFrame = TestFrame_Make(fccType, 72, 48)](int _n) {
+            CZPtr<IZFFrame> cpRes;
+            cpFrame->IdentityRenew();
+            const HRESULT hr = cpKeyer->OnMediaReceive(_n % 7 ? cpFrame.Get() : nullptr, cpRes.Put());
+            EXPECT_TRUE(hr == S_OK || hr == S_FALSE) << std::hex << hr;
+            nResults += hr == S_OK;
+        });
+    fnStart([&](int _n) {
+        const std::wstring wstrDocument = DocumentOf(cpKeyer.Get());
+        EXPECT_EQ(_n % 4 ? S_OK : cpKeyer->PersistLoad(wstrDocument.c_str()), S_OK);
+        ++nSaved;
+    });
+    fnStart([&](int _n) {
+        static wchar_t s_wszProps[] = L"blocks=8";
+        CHROMA_KEY_RAW key = TestKey(_n % 5 ? eCKT_RGB + _n % 3 : eCKT_None);
+        EXPECT_GE(cpKeyer->KeyRawSet(&key, nullptr), 0);
+        EXPECT_EQ(cpKeyer->KeyRawGet(&key, nullptr), S_OK);
+        EXPECT_GE(cpKeyer->KeyAddPoint(5, 40), 0);
+        EXPECT_GE(_n % 8 ? S_OK : cpKeyer->KeyDetect(s_wszProps), 0);
+        EXPECT_GE(cpKeyer->KeyStepBack(1), 0);
+    });
+    fnStart([&](int _n) {
+        const wchar_t* const arrNumbers[] = {L"1", L"2", L"3"};
+        EXPECT_EQ(cpKeyer->PropsSet(L"process.threads", arrNumbers[_n % 3]), S_OK);
+        EXPECT_EQ(cpKeyer->PropsSet(L"output.argb", _n % 2 ? L"true" : L"false"), S_OK);
+        EXPECT_EQ(cpKeyer->PropsSet(L"keying.borders", _n % 3 ? L"" : L"8,2,8,2"), S_OK);
+        EXPECT_EQ(cpKeyer->PropsSet(L"output.thread", _n % 16 < 8 ? L"true" : L"false"), S_OK);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    });
+    fnStart([&](int _n) {
+        EXPECT_EQ(_n % 4 ? cpKeyer->OnMediaFlush() : cpKeyer->Close(), S_OK);
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    });
+    const auto timeBegin = std::chrono::steady_clock::now();
+    while (std::chrono::steady_clock::now() - timeBegin < std::chrono::seconds(20) && (nResults < 1000 || nSaved < 100))
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    bStop = true;
+    for (std::thread& thrCall : vecThreads)
+        thrCall.join();
+    EXPECT_GE(nResults, 1000);
+    EXPECT_GE(nSaved, 100);
+    EXPECT_EQ(log.Count(""), 0u);
+}
+
+/// A host's log that does not come back from the first line of a keying thread until it is told to.
+class CHangingLog final : public CZUnknown<IZLogSink>
+{
+public:
+    void STDMETHODCALLTYPE LogLine(int32_t, const char* _pszText) override
+    {
+        const std::string_view svText(_pszText);
+        m_nLeft += svText.find("NOT STOPPED") != std::string_view::npos;
+        m_nGivenUp += svText.find("keying was given up") != std::string_view::npos;
+        if (svText.find("keys)]") == std::string_view::npos || m_bHung.exchange(true))
+            return;
+        m_evtInside.Set();
+        m_evtGo.Wait(120'000);
+    }
+
+    CZEvent m_evtInside;
+    CZEvent m_evtGo;
+    std::atomic<bool> m_bHung{false};
+    std::atomic<int> m_nLeft{0};    ///< threads that were left to themselves
+    std::atomic<int> m_nGivenUp{0}; ///< frames
+};
+
+/// A keying thread that hangs in the host's log and an output thread that hangs in the host's frame, side by side, for
+/// each is waited for twice.
+TEST(FaultsHosts, HangForLongerThanTheyAreWaitedFor)
+{
+    using CLOCK = std::chrono::steady_clock;
+    const auto timeBegin = CLOCK::now();
+    const auto fnSeconds = [&] { return std::chrono::duration<double>(CLOCK::now() - timeBegin).count(); };
+    const auto cpLog = CZPtr<CHangingLog>::Adopt(new CHangingLog);
+    ZLog_Set(cpLog.Get(), eZLog_Verbose);
+    const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 64, -48);
+    std::atomic<bool> bGivenBack{false};
+    const auto fnGivenBack = [&] { bGivenBack = true; };
+    CZPtr<CZFrame> cpPixels;
+    EXPECT_EQ(ZFrame_WrapPlanes(PropsOf(cpFrame.Get()), PtrOf(cpFrame.Get(), eZFP_Stored), fnGivenBack, cpPixels.Put()),
+              S_OK);
+    auto cpKeyer = Make(L"false");
+    HRESULT hrHung = S_OK;
+    std::thread thrHost([&] { hrHung = Key(cpKeyer.Get(), cpPixels.Get()); });
+    ASSERT_TRUE(cpLog->m_evtInside.Wait(10'000));
+
+    auto cpOther = Make(L"true");
+    CZEvent evtAsked;
+    CZEvent evtAnswer;
+    const auto fnHandIn = [&] {
+        CZPtr<IZFFrame> cpRes;
+        const auto cpSlow = CHookFrame::Make(cpFrame.Get(), [&](const std::string& _strMethod) {
+            if (_strMethod == "FrameCreate")
+            {
+                evtAsked.Set();
+                evtAnswer.Wait(120'000);
+            }
+            return S_OK;
+        });
+        return cpOther->OnMediaReceive(cpSlow.Get(), cpRes.Put());
+    };
+    EXPECT_EQ(fnHandIn(), S_FALSE);
+    EXPECT_EQ(fnHandIn(), Z_E_TIMEOUT) << "one second";
+    EXPECT_EQ(cpOther->Close(), Z_E_TIMEOUT) << "ten";
+    evtAnswer.Set();
+    EXPECT_EQ(Key(cpOther.Get(), TestFrame_Make(eZFCC_RGB32, 72, -48).Get()), S_OK) << "it works again";
+    evtAnswer.Reset();
+    evtAsked.Reset();
+    EXPECT_EQ(fnHandIn(), S_FALSE);
+    EXPECT_TRUE(evtAsked.Wait(10'000)); // otherwise the frame would just not be begun
+    cpOther.Reset();
+
+    thrHost.join();
+    EXPECT_EQ(hrHung, Z_E_TIMEOUT);
+    EXPECT_EQ(cpLog->m_nGivenUp, 1);
+    EXPECT_EQ(Key(cpKeyer.Get(), TestFrame_Make(eZFCC_RGB32, 80, -48).Get()), S_OK) << "with another thread";
+    cpKeyer.Reset();
+    cpPixels.Reset();
+    EXPECT_EQ(cpLog->m_nLeft, 2) << "one thread of each object";
+    EXPECT_GT(fnSeconds(), 20);
+    EXPECT_LT(fnSeconds(), 60);
+
+    evtAnswer.Set();
+    std::this_thread::sleep_for(std::chrono::milliseconds(200)); // the output thread ends, and its object with it
+    EXPECT_FALSE(ZModule_IsIdle()) << "the keying thread still runs code of the module";
+    EXPECT_FALSE(bGivenBack) << "and may touch the host's pixels";
+    cpLog->m_evtGo.Set();
+    for (int n = 0; n < 10'000 && !(ZModule_IsIdle() && bGivenBack); ++n)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_TRUE(ZModule_IsIdle());
+    EXPECT_TRUE(bGivenBack);
+    ZLog_Set(nullptr, eZLog_Warning);
+}
+
+} // namespace

@@ -1,0 +1,291 @@
+#include "Host/TempFolder.h"
+#include "Support/AllocCounter.h"
+#include "Support/NullSink.h"
+#include "ZChromaKey/Objects/TestKeyer.h"
+
+#include <functional>
+#include <span>
+
+// Every allocation of every kind of call is refused once, alone and with all that follow it. Each time the call has to
+// say that memory is short, or succeed all the same; what was set before is still there, nothing is lost, and the same
+// call succeeds afterwards.
+
+namespace
+{
+
+/// A plug-in object, and the frames that a call may need, made while there is memory.
+struct SUBJECT
+{
+    void Option(const wchar_t* _pwszName, const wchar_t* _pwszValue) const
+    {
+        EXPECT_EQ(cpKey->PropsSet(_pwszName, _pwszValue), S_OK);
+    }
+    HRESULT KeySet(eCK_Type _eType) const
+    {
+        const CHROMA_KEY_RAW key = TestKey(_eType);
+        return cpKey->KeyRawSet(&key, nullptr);
+    }
+    HRESULT Receive(IZFFrame* _pFrameOrNull)
+    {
+        return cpKey->OnMediaReceive(_pFrameOrNull, cpResult.Put());
+    }
+    std::string Document() const
+    {
+        return ZText_FromWide(DocumentOf(cpKey.Get()));
+    }
+
+    CZPtr<CZFrame> cpFrame = TestFrame_Make(eZFCC_RGB32, 64, -48);
+    CZPtr<CZFrame> cpFrameLarge = TestFrame_Make(eZFCC_UYVY, 128, 96);
+    CZPtr<CCoZChromaKey> cpKey;
+    CZPtr<IZFFrame> cpResult;
+    CZPtr<IZKey> cpKeyObject;
+    BSTR bsText = nullptr;
+};
+
+/// A mask is there, and is that of the test picture.
+bool IsKeyed(IZFFrame* _pFrame)
+{
+    const auto cpMask = MaskOf(_pFrame);
+    if (!cpMask)
+        return false;
+    const ZF_VID_PROPS vidMask = PropsOf(cpMask.Get());
+    const uint8_t* const pRow = RowOf(cpMask.Get(), -vidMask.nHeight - 1);
+    return pRow[vidMask.nWidth / 2 - 3] == 0 && pRow[vidMask.nWidth / 2 + 2] == 255;
+}
+
+/// A call that is made with too little memory.
+struct OPERATION
+{
+    const char* pszName;
+    std::function<void(SUBJECT&)> fnPrepare; ///< with memory
+    std::function<HRESULT(SUBJECT&)> fnCall;
+    std::function<bool(SUBJECT&)> fnDone; ///< whether all that the call had to do is done
+    std::function<bool()> fnIntact = {};  ///< whether a failed call left what is outside the object as it was
+};
+
+struct COUNTS
+{
+    int nPoints = 0;   ///< allocations refused, one a run
+    int nFailed = 0;   ///< runs that answered a failure
+    int nSurvived = 0; ///< runs that succeeded all the same
+};
+
+class Faults : public testing::Test
+{
+protected:
+    Faults()
+    {
+        ZLog_Set(&m_sink, eZLog_Verbose);
+        m_strAfter.reserve(1 << 16); // memory that lives longer than a run is counted
+    }
+    ~Faults() override
+    {
+        ZLog_Set(nullptr, eZLog_Warning);
+    }
+
+    /// One run; false when the call came to its end before the allocation that was to be refused.
+    bool Run(const OPERATION& _op, uint64_t _nFirst, uint64_t _nCount, COUNTS* _pCounts)
+    {
+        const int64_t nLive = AllocLive();
+        uint64_t nRefused = 0;
+        {
+            SUBJECT subject;
+            _op.fnPrepare(subject);
+            const std::string strBefore = subject.cpKey ? subject.Document() : "";
+            AllocFault_Set(_nFirst, _nCount);
+            const HRESULT hr = _op.fnCall(subject);
+            nRefused = AllocFault_End();
+            if (FAILED(hr))
+            {
+                EXPECT_EQ(hr, E_OUTOFMEMORY);
+                EXPECT_FALSE(subject.cpResult || subject.bsText || subject.cpKeyObject) << "something was handed out";
+                EXPECT_TRUE(!_op.fnIntact || _op.fnIntact());
+                EXPECT_EQ(strBefore.empty() ? "" : subject.Document(), strBefore);
+                EXPECT_GE(_op.fnCall(subject), 0) << "there is memory again";
+            }
+            EXPECT_TRUE(_op.fnDone(subject)) << std::hex << hr;
+            if (m_strAfter.empty())
+                m_strAfter.append(subject.Document());
+            EXPECT_EQ(subject.Document(), m_strAfter) << "every run ends in the same";
+            _pCounts->nFailed += FAILED(hr);
+            _pCounts->nSurvived += nRefused && SUCCEEDED(hr);
+            SysFreeString(subject.bsText);
+            subject.cpResult.Reset();
+            subject.cpKeyObject.Reset();
+            subject.cpKey.Reset();
+            for (IZFFrame2* const pFrame : {subject.cpFrame.Get(), subject.cpFrameLarge.Get()})
+                EXPECT_EQ(RefsOf(pFrame), 1u);
+        }
+        EXPECT_TRUE(ZModule_IsIdle());
+        EXPECT_EQ(AllocLive(), nLive);
+        _pCounts->nPoints += nRefused > 0;
+        return nRefused > 0;
+    }
+    void RunAll(std::span<const OPERATION> _spanOperations)
+    {
+        for (const OPERATION& op : _spanOperations)
+            RunAll(op);
+    }
+    /// All runs of a call.
+    void RunAll(const OPERATION& _op)
+    {
+        SCOPED_TRACE(_op.pszName);
+        COUNTS counts;
+        m_strAfter.clear();
+        for (const uint64_t nCount : {uint64_t{1}, uint64_t{1} << 40})
+        {
+            uint64_t nFirst = 1;
+            while (!HasFailure() && Run(_op, nFirst, nCount, &counts))
+                ++nFirst;
+            EXPECT_FALSE(HasFailure()) << "allocation " << nFirst << ", " << nCount << " refused";
+        }
+        EXPECT_GT(counts.nPoints, 0) << "nothing was refused";
+        std::printf("%-34s %4d points: %4d failed cleanly, %4d succeeded all the same\n", _op.pszName, counts.nPoints,
+                    counts.nFailed, counts.nSurvived);
+    }
+
+    CNullSink m_sink;
+    std::string m_strAfter;
+};
+
+void MakeDirect(SUBJECT& _subject)
+{
+    _subject.cpKey = TestKeyer_Make();
+}
+
+void MakeThreaded(SUBJECT& _subject)
+{
+    MakeDirect(_subject);
+    _subject.Option(L"output.thread", L"true");
+}
+
+void MakeRepeated(SUBJECT& _subject)
+{
+    MakeDirect(_subject);
+    CZPtr<IZFFrame> cpResult;
+    EXPECT_EQ(_subject.cpKey->OnMediaReceive(_subject.cpFrame.Get(), cpResult.Put()), S_OK);
+}
+
+/// With another frame behind it, in another format, for more threads, with more to do.
+void MakeWarm(SUBJECT& _subject)
+{
+    MakeRepeated(_subject);
+    _subject.Option(L"output.argb", L"true");
+    _subject.Option(L"keying.borders", L"8,0,8,0");
+    _subject.Option(L"process.threads", L"4");
+    CHROMA_KEY_RAW key = TestKey(eCKT_HLS);
+    key.nEdgesSmooth = 1;
+    EXPECT_EQ(_subject.cpKey->KeyRawSet(&key, nullptr), S_OK);
+}
+
+void MakeForEditing(SUBJECT& _subject)
+{
+    MakeDirect(_subject);
+    EXPECT_EQ(_subject.cpKey->KeyFrameSet(_subject.cpFrame.Get(), nullptr), S_OK);
+}
+
+bool KeyedResult(SUBJECT& _subject)
+{
+    return IsKeyed(_subject.cpResult.Get());
+}
+
+bool Keys(SUBJECT& _subject)
+{
+    CZPtr<IZFFrame> cpResult;
+    _subject.Option(L"output.thread", L"false");
+    return SUCCEEDED(_subject.cpKey->OnMediaReceive(_subject.cpFrame.Get(), cpResult.Put())) && IsKeyed(cpResult.Get());
+}
+
+HRESULT CreateThroughFactory(SUBJECT& _subject)
+{
+    CZPtr<IClassFactory> cpFactory;
+    CZPtr<IZChromaKey> cpKey;
+    HRESULT hr = ZModule_GetClassObject(CLSID_ZChromaKey, CZIidOf<IClassFactory>::Value, cpFactory.PutVoid());
+    if (SUCCEEDED(hr))
+        hr = cpFactory->CreateInstance(nullptr, IID_IZChromaKey, cpKey.PutVoid());
+    _subject.cpKey = CZPtr<CCoZChromaKey>(static_cast<CCoZChromaKey*>(cpKey.Get()));
+    return hr;
+}
+
+HRESULT ReceiveThreaded(SUBJECT& _subject)
+{
+    const HRESULT hr = _subject.Receive(_subject.cpFrame.Get());
+    return FAILED(hr) ? hr : _subject.Receive(nullptr);
+}
+
+TEST_F(Faults, MemoryRunsOutInEveryCall)
+{
+    SUBJECT warm; // what a program keeps from its first object on is no loss
+    ASSERT_TRUE(SUCCEEDED(CreateThroughFactory(warm)) && SUCCEEDED(warm.KeySet(eCKT_RGB)) && Keys(warm));
+    warm.cpKey.Reset();
+    const OPERATION arrOperations[] = {
+        {"create", [](SUBJECT&) {}, CreateThroughFactory,
+         [](SUBJECT& _s) { return SUCCEEDED(_s.KeySet(eCKT_RGB)) && Keys(_s); }},
+        {"set keys", MakeDirect, [](SUBJECT& _s) { return _s.KeySet(eCKT_YUV); },
+         [](SUBJECT& _s) {
+             CHROMA_KEY_RAW key = {};
+             return SUCCEEDED(_s.cpKey->KeyRawGet(&key, nullptr)) && key.eType == eCKT_YUV;
+         }},
+        {"set option", MakeDirect,
+         [](SUBJECT& _s) { return _s.cpKey->PropsSet(L"some.option", L"a value that is longer than a short text"); },
+         [](SUBJECT& _s) { return _s.Document().find("some.option") != std::string::npos; }},
+#if !defined(_WIN32) // the texts come from the system there, which is not refused anything
+        {"get option", MakeDirect, [](SUBJECT& _s) { return _s.cpKey->PropsGet(L"output.thread", &_s.bsText); },
+         [](SUBJECT& _s) { return SysStringLen(_s.bsText) == 5; }},
+#endif
+        {"first frame", MakeDirect, [](SUBJECT& _s) { return _s.Receive(_s.cpFrame.Get()); }, KeyedResult},
+        {"second frame", MakeWarm, [](SUBJECT& _s) { return _s.Receive(_s.cpFrameLarge.Get()); }, KeyedResult},
+        {"repeated frame", MakeRepeated, [](SUBJECT& _s) { return _s.Receive(_s.cpFrame.Get()); }, KeyedResult},
+        {"first frame, output thread", MakeThreaded, ReceiveThreaded, KeyedResult},
+    };
+    RunAll(arrOperations);
+}
+
+TEST_F(Faults, MemoryRunsOutWhileKeysAreEdited)
+{
+    static wchar_t s_wszBlocks[] = L"show_blocks=true";
+    const OPERATION arrOperations[] = {
+        {"detect", MakeForEditing, [](SUBJECT& _s) { return _s.cpKey->KeyDetect(s_wszBlocks); }, Keys},
+        {"pick a point", MakeForEditing, [](SUBJECT& _s) { return _s.cpKey->KeyAddPoint(5, 40); }, Keys},
+        {"add a rectangle", MakeForEditing, [](SUBJECT& _s) { return _s.cpKey->KeyAddRect(2, 20, 25, 44); }, Keys},
+        {"adjust", MakeForEditing, [](SUBJECT& _s) { return _s.cpKey->KeyAdjustSet(eCKA_KeyType, eCKT_YUV); }, Keys},
+        {"get key object", MakeForEditing, [](SUBJECT& _s) { return _s.cpKey->KeyGet(nullptr, _s.cpKeyObject.Put()); },
+         [](SUBJECT& _s) { return static_cast<bool>(_s.cpKeyObject); }},
+    };
+    RunAll(arrOperations);
+}
+
+TEST_F(Faults, MemoryRunsOutWhileSavingAndLoading)
+{
+    const CTempFolder folder;
+    const std::wstring wstrFile = ZText_ToWide(folder.Path("keys.xml"));
+    const std::wstring wstrOther = ZText_ToWide(folder.Path("other.xml"));
+    const auto fnMake = [](SUBJECT& _s, const wchar_t* _pwszDocument, eCK_Type _eType) {
+        MakeDirect(_s);
+        EXPECT_EQ(_s.cpKey->PersistLoad(_pwszDocument), S_OK);
+        EXPECT_EQ(_s.KeySet(_eType), S_OK);
+    };
+    const auto fnPrepare = [&](SUBJECT& _s) {
+        folder.Write("keys.xml", "as it was");
+        fnMake(_s, L"<zl-root><guest b=\"of the first document\"/><ZChromaKey/></zl-root>", eCKT_RGB);
+    };
+    SUBJECT other;
+    fnMake(other, L"<zl-root><guest a=\"of another program\"/><ZChromaKey/></zl-root>", eCKT_YUV);
+    other.Option(L"process.threads", L"3");
+    ASSERT_EQ(other.cpKey->PersistSaveToFile(wstrOther.c_str()), S_OK);
+    other.cpKey.Reset();
+    const auto fnLoaded = [](SUBJECT& _s) { return _s.Document().find("of another program") != std::string::npos; };
+    const OPERATION arrOperations[] = {
+        {"save to a string", fnPrepare, [](SUBJECT& _s) { return _s.cpKey->PersistSaveToString(&_s.bsText); },
+         [](SUBJECT& _s) {
+             return ZText_FromWide({_s.bsText, SysStringLen(_s.bsText)}) == _s.Document();
+         }},
+        {"save to a file", fnPrepare, [&](SUBJECT& _s) { return _s.cpKey->PersistSaveToFile(wstrFile.c_str()); },
+         [&](SUBJECT& _s) { return folder.Read("keys.xml") == _s.Document(); },
+         [&] { return folder.Files() == 2 && folder.Read("keys.xml") == "as it was"; }},
+        {"load a file", fnPrepare, [&](SUBJECT& _s) { return _s.cpKey->PersistLoad(wstrOther.c_str()); }, fnLoaded},
+    };
+    RunAll(arrOperations);
+}
+
+} // namespace

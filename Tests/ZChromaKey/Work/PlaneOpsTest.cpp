@@ -1,0 +1,85 @@
+#include "Support/GuardedPlane.h"
+#include "Support/SimdLevel.h"
+#include "ZChromaKey/Work/Kernels/PlaneKernels.h"
+#include "ZChromaKey/Engine1/RandomInput.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace
+{
+
+class PlaneOps : public CSimdLevelTest
+{
+};
+
+/// Random bytes with runs of those at which an operation changes its mind.
+void FillMask(CGuardedPlane& _plane, CRandom& _rnd)
+{
+    const uint8_t arrEdges[] = {0, 1, 2, 3, 4, 59, 60, 200, 201, 254, 255};
+    for (int nRow = 0; nRow < _plane.Rows(); ++nRow)
+        for (size_t n = 0; n < _plane.RowBytes(); ++n)
+            _plane.Row(nRow)[n] = n / 8 % 2 ? _rnd.OneOf(arrEdges) : static_cast<uint8_t>(_rnd());
+}
+
+TEST_P(PlaneOps, RowsEqualThoseOfThePlainKernels)
+{
+    PLANE_KERNELS kernels;
+    PLANE_KERNELS kernelsPlain;
+    PlaneKernels_Init(&kernels, GetParam());
+    PlaneKernels_Init(&kernelsPlain, eSIMD_None);
+    CRandom rnd(3);
+    const auto fnTest = [&](size_t _nWidth, eZGuard _eGuard) {
+        CGuardedPlane rows(_nWidth, 3, 0, _eGuard, rnd() % 64);
+        FillMask(rows, rnd);
+        const auto fnExpect = [&](const char* _pszWhat, auto _fnOp) {
+            CGuardedPlane alpha(_nWidth, 1, 0, _eGuard, rnd() % 64);
+            std::copy_n(rows.Row(1), _nWidth, alpha.Row(0));
+            std::vector<uint8_t> arrExpected(rows.Row(1), rows.Row(1) + _nWidth);
+            _fnOp(kernels, alpha.Row(0));
+            _fnOp(kernelsPlain, arrExpected.data());
+            ASSERT_TRUE(std::equal(arrExpected.begin(), arrExpected.end(), alpha.Row(0)))
+                << _pszWhat << " width " << _nWidth << " guard " << _eGuard;
+            ASSERT_TRUE(alpha.Intact() && rows.Intact()) << _pszWhat << " width " << _nWidth;
+        };
+        fnExpect("smooth", [&](const PLANE_KERNELS& _kernels, uint8_t* _pRow) {
+            _kernels.pfnSmooth(_pRow, rows.Row(0), rows.Row(1), rows.Row(2), _nWidth);
+        });
+        for (const int nMin : {60, 150}) // the lower test goes first
+            fnExpect("threshold", [&](const PLANE_KERNELS& _kernels, uint8_t* _pRow) {
+                _kernels.pfnThreshold(_pRow, _nWidth, static_cast<uint8_t>(nMin), nMin == 60 ? 200 : 100);
+            });
+        fnExpect("invert", [&](const PLANE_KERNELS& _kernels, uint8_t* _pRow) { _kernels.pfnInvert(_pRow, _nWidth); });
+
+        CGuardedPlane argb(4 * _nWidth, 1, 0, _eGuard, rnd() % 64);
+        const std::vector<uint8_t> arrBefore(argb.Row(0), argb.Row(0) + 4 * _nWidth);
+        kernels.pfnAlphaSet(argb.Row(0), rows.Row(1), _nWidth);
+        for (size_t n = 0; n < 4 * _nWidth; ++n)
+            ASSERT_EQ(argb.Row(0)[n], n % 4 == 3 ? rows.Row(1)[n / 4] : arrBefore[n]) << "alpha set, width " << _nWidth;
+        ASSERT_TRUE(argb.Intact());
+    };
+    ForTestWidths([&](int _nWidth) {
+        for (const eZGuard eGuard : {eZGuard_Fence, eZGuard_PageEnd, eZGuard_PageStart})
+            fnTest(static_cast<size_t>(_nWidth), eGuard);
+    });
+}
+
+#if defined(ZCK_X86)
+TEST_P(PlaneOps, EveryLevelHasItsOwnKernels)
+{
+    PLANE_KERNELS kernels;
+    PlaneKernels_Init(&kernels, GetParam());
+    for (int nLevel = eSIMD_None; nLevel < GetParam(); ++nLevel)
+    {
+        PLANE_KERNELS lower;
+        PlaneKernels_Init(&lower, static_cast<eSIMD_Level>(nLevel));
+        EXPECT_TRUE(kernels.pfnThreshold != lower.pfnThreshold && kernels.pfnInvert != lower.pfnInvert &&
+                    kernels.pfnSmooth != lower.pfnSmooth && kernels.pfnAlphaSet != lower.pfnAlphaSet)
+            << nLevel;
+    }
+}
+#endif
+
+Z_INSTANTIATE_LEVELS(PlaneOps);
+
+} // namespace

@@ -1,0 +1,32 @@
+#include "Bench/BenchRing.h"
+
+#include "Kit/HostError.h"
+#include "zkhost/Files/Stream.h"
+
+#include "Base/ZHelpers.h"
+#include "Base/ZLog.h"
+#include "Image/ImgPlane.h"
+
+#include <cstring>
+
+BENCH_RING BenchRing_Make(uint32_t _fccType, int _nWidth, int _nHeight)
+{
+    BENCH_RING ring;
+    const ZF_VID_PROPS vidProps = Stream_Props(_fccType, _nWidth, -_nHeight, eZI_Progressive);
+    for (CZPtr<IZFFrame>& cpFrame : ring)
+    {
+        CZPtr<CZFrame> cpNew;
+        if (const HRESULT hr = ZFrame_Create(vidProps, cpNew.Put()); FAILED(hr))
+            throw CZHostError(ZFormat("no memory for %d frames of %d x %d (hr=%08X); measure a smaller size",
+                                      ring.size(), _nWidth, _nHeight, hr));
+        cpFrame = CZPtr<IZFFrame>::Adopt(cpNew.Detach());
+        std::memset(BenchRing_Bytes(cpFrame.Get()), 255, static_cast<size_t>(VidProps_ImageSize(&vidProps)));
+    }
+    return ring;
+}
+
+uint8_t* BenchRing_Bytes(IZFFrame* _pFrame)
+{
+    ZF_VID_PTR vidPtr = {};
+    return SUCCEEDED(_pFrame->VideoPtrGet(eZFP_Write, &vidPtr)) ? Img_RowOf(vidPtr, 0, 0) : nullptr;
+}

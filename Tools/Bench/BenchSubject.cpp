@@ -1,0 +1,190 @@
+#include "Bench/BenchSubject.h"
+
+#include "Bench/LibYuv.h"
+#include "Kit/Keyer.h"
+
+#include "Base/ZHelpers.h"
+#include "Video/ZConverter.h"
+#include "ZChromaKey/Engine1/ChromaKey.h"
+
+#include <cstdlib>
+
+namespace
+{
+
+constexpr uint32_t c_nFigure = 0x3C32C8; // what exclusion keys protect: the red of the right half, R lowest
+
+/// The pictures of a ring, addressed from their top rows.
+struct RING_PLANES
+{
+    explicit RING_PLANES(const BENCH_RING& _ring)
+    {
+        CZKeyer::Check(_ring[0]->VideoPropsGet(&vidProps), "looking at a frame");
+        for (size_t i = 0; i < _ring.size(); ++i)
+            CZKeyer::Check(_ring[i]->VideoPtrGet(eZFP_Flip, &arrPtr[i]), "reading a frame");
+    }
+    size_t Next()
+    {
+        return nNext = (nNext + 1) % c_nBenchRing;
+    }
+    ZF_VID_PROPS vidProps = {};
+    ZF_VID_PTR arrPtr[c_nBenchRing] = {};
+    size_t nNext = 0;
+};
+
+class CEngineSubject : public CBenchSubject
+{
+public:
+    CEngineSubject(const BENCH_CASE& _case, const BENCH_RING& _ring)
+        : m_planes(_ring)
+        , m_rawKey(BenchSubject_Keys(_case, _ring))
+        , m_nPixels(static_cast<size_t>(_case.nWidth) * static_cast<size_t>(_case.nHeight))
+        , m_ringMasks(BenchRing_Make(eZFCC_RGB8, m_planes.vidProps.nWidth, std::abs(m_planes.vidProps.nHeight)))
+    {
+        m_planes.vidProps.nWidth = _case.nWidth; // of a hand-over: a corner of the picture
+        m_planes.vidProps.nHeight = m_planes.vidProps.nHeight < 0 ? -_case.nHeight : _case.nHeight;
+        m_engine.ThreadsSet(static_cast<uint32_t>(_case.nThreads));
+    }
+    void Next() override
+    {
+        Key(m_planes.Next());
+    }
+    std::vector<uint8_t> Mask() override
+    {
+        Key(0);
+        const uint8_t* const pMask = BenchRing_Bytes(m_ringMasks[0].Get());
+        return {pMask, pMask + m_nPixels}; // rows have no padding: widths are multiples of 16
+    }
+
+private:
+    void Key(size_t _nFrame)
+    {
+        CZKeyer::Check(m_engine.ProcessFrame(&m_planes.arrPtr[_nFrame], BenchRing_Bytes(m_ringMasks[_nFrame].Get()),
+                                             &m_planes.vidProps, &m_rawKey),
+                       "keying a frame");
+    }
+    RING_PLANES m_planes;
+    CHROMA_KEY_RAW m_rawKey;
+    size_t m_nPixels;
+    BENCH_RING m_ringMasks;
+    CChromaKey m_engine;
+};
+
+class CPlugInSubject : public CBenchSubject
+{
+public:
+    CPlugInSubject(const BENCH_CASE& _case, const BENCH_RING& _ring)
+        : m_ring(_ring)
+    {
+        m_keyer.OptionSet("output.thread", "false");
+        m_keyer.OptionSet("gpu_mode", "0");
+        m_keyer.OptionSet("process.threads", std::to_string(_case.nThreads));
+        CHROMA_KEY_RAW rawKey = BenchSubject_Keys(_case, _ring);
+        CZKeyer::Check(m_keyer.Key()->KeyRawSet(&rawKey, nullptr), "setting the keys");
+    }
+    void Next() override
+    {
+        m_nNext = (m_nNext + 1) % c_nBenchRing;
+        m_keyer.Process(m_ring[m_nNext].Get(), m_fnIgnore);
+    }
+    std::vector<uint8_t> Mask() override
+    {
+        PICTURE mask;
+        m_keyer.Process(m_ring[0].Get(), [&](IZFFrame* _pResult) { Picture_FromMask(_pResult, mask); });
+        return mask.vecPixels;
+    }
+
+private:
+    const BENCH_RING& m_ring;
+    CZKeyer m_keyer;
+    size_t m_nNext = 0;
+    const std::function<void(IZFFrame*)> m_fnIgnore = [](IZFFrame*) {};
+};
+
+/// Converts every frame of the ring into a picture of its own.
+class CConvertSubject : public CBenchSubject
+{
+public:
+    using PFN_CONVERT = HRESULT (*)(const ZF_VID_PROPS&, const ZF_VID_PTR&, const ZF_VID_PROPS&, const ZF_VID_PTR&);
+
+    CConvertSubject(const BENCH_CASE& _case, const BENCH_RING& _ring, PFN_CONVERT _pfnConvert)
+        : m_planes(_ring)
+        , m_ringResult(BenchRing_Make(eZFCC_RGB32, _case.nWidth, _case.nHeight))
+        , m_results(m_ringResult)
+        , m_pfnConvert(_pfnConvert)
+    {
+    }
+    void Next() override
+    {
+        const size_t nFrame = m_planes.Next();
+        CZKeyer::Check(
+            m_pfnConvert(m_planes.vidProps, m_planes.arrPtr[nFrame], m_results.vidProps, m_results.arrPtr[nFrame]),
+            "converting a frame");
+    }
+
+private:
+    RING_PLANES m_planes;
+    BENCH_RING m_ringResult;
+    RING_PLANES m_results;
+    PFN_CONVERT m_pfnConvert;
+};
+
+} // namespace
+
+CHROMA_KEY_RAW BenchSubject_Keys(const BENCH_CASE& _case, const BENCH_RING& _ring)
+{
+    ZF_VID_PROPS vidProps = {};
+    CZKeyer::Check(_ring[0]->VideoPropsGet(&vidProps), "looking at a frame");
+    CHROMA_KEY_RAW rawKey = BenchScene_Keys(vidProps, _case.eType, _case.nKeys);
+    rawKey.nEdgesSmooth = _case.nSmooth;
+    rawKey.bColorCancel = _case.bClean;
+    for (int i = 0; _case.bClean && i < _case.nKeys; ++i)
+    {
+        rawKey.arrKeys[i].nCancelPower = 64;
+        rawKey.arrKeys[i].nCancelAlpha = -64; // ends about where the push does
+    }
+    for (int i = _case.nKeys - _case.nExclude; i < _case.nKeys; ++i)
+    {
+        rawKey.arrKeys[i].nReverseKey = 1;
+        rawKey.arrKeys[i].nValue = c_nFigure;
+    }
+    return rawKey;
+}
+
+std::unique_ptr<CBenchSubject> BenchSubject_Make(const BENCH_CASE& _case, const BENCH_RING& _ring)
+{
+    switch (_case.eSubject)
+    {
+    case eBSub_FFmpeg:
+        return nullptr;
+    case eBSub_Convert:
+        return std::make_unique<CConvertSubject>(_case, _ring, ZConvert_Frame);
+    case eBSub_PlugIn:
+        return std::make_unique<CPlugInSubject>(_case, _ring);
+    default:
+        return std::make_unique<CEngineSubject>(_case, _ring);
+    }
+}
+
+std::unique_ptr<CBenchSubject> BenchSubject_MakeReference(const BENCH_CASE& _case, const BENCH_RING& _ring)
+{
+    if (_case.eSubject == eBSub_Convert)
+        return std::make_unique<CConvertSubject>(_case, _ring, LibYuv_ToBGRA);
+    BENCH_CASE other = _case;
+    other.eSubject = eBSub_Engine;
+    switch (_case.eAsk)
+    {
+    case eBA_PerKey:
+        other.nKeys = 1;
+        break;
+    case eBA_Faster:
+        other.nThreads = 1;
+        break;
+    case eBA_Over:
+    case eBA_Times:
+        break;
+    default:
+        return nullptr;
+    }
+    return std::make_unique<CEngineSubject>(other, _ring);
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Bench/BenchResults.h"
+
+/// The results as a table in Markdown, and what became of the budgets.
+struct BENCH_TABLE
+{
+    std::string strText;
+    int nMet = 0;
+    std::vector<std::string> arrMissed; ///< one line each
+    std::vector<std::string> arrFaults; ///< cases that gave no or wrong answers
+};
+
+BENCH_TABLE BenchTable_Make(const CBenchResults& _results);
+/// The curve over the number of keys as a small table in Markdown.
+std::string BenchTable_Keys(const CBenchResults& _results);

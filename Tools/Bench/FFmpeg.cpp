@@ -1,0 +1,122 @@
+#include "Bench/FFmpeg.h"
+
+#include "Kit/HostError.h"
+
+#include "Base/ZLog.h"
+#include "Image/ImgColor.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+constexpr int c_nFrames = 40;
+constexpr int c_nRuns = 2; // of each filter; the least counts
+
+/// The scene as raw frames for ffmpeg, in memory where the system has such files. Removed again.
+class CRawFile
+{
+public:
+    explicit CRawFile(const BENCH_CASE& _case)
+        : m_path((fs::is_directory("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path()) /
+                 ("zck_bench_" + std::to_string(reinterpret_cast<uintptr_t>(this)) + ".raw"))
+    {
+        const PICTURE picture = BenchScene_Picture(_case.nWidth, _case.nHeight, 1);
+        const std::vector<uint8_t> vecFrame =
+            _case.pszPixelFormat == std::string_view("bgra") ? picture.vecPixels : PlanarOf(picture);
+        std::ofstream file(m_path, std::ios::binary);
+        file.write(reinterpret_cast<const char*>(vecFrame.data()), static_cast<std::streamsize>(vecFrame.size()));
+        if (!file.flush())
+            throw CZHostError(ZFormat("cannot write %s; is there space?", m_path.string()));
+    }
+    ~CRawFile()
+    {
+        std::error_code err;
+        fs::remove(m_path, err);
+    }
+    CRawFile(const CRawFile&) = delete;
+    CRawFile& operator=(const CRawFile&) = delete;
+    std::string Path() const
+    {
+        return m_path.string();
+    }
+
+private:
+    /// Planes Y, U, V and alpha, all of full size.
+    static std::vector<uint8_t> PlanarOf(const PICTURE& _picture)
+    {
+        const size_t nPixels = _picture.vecPixels.size() / 4;
+        std::vector<uint8_t> vecYUVA(4 * nPixels), vecPlanes(4 * nPixels);
+        for (int y = 0; y < _picture.nHeight; ++y)
+            Img_RowToYUV(_picture.Row(y), vecYUVA.data() + static_cast<size_t>(y) * _picture.RowBytes(),
+                         _picture.nWidth, eZYM_601);
+        for (size_t n = 0; n < 4 * nPixels; ++n)
+            vecPlanes[n % 4 * nPixels + n / 4] = vecYUVA[n];
+        return vecPlanes;
+    }
+    fs::path m_path;
+};
+
+/// Runs a command and answers what it says.
+std::string Run(const std::string& _strCommand, int* _pnExit)
+{
+    std::string strText;
+    std::FILE* const pPipe = popen((_strCommand + " 2>&1").c_str(), "r"); // NOLINT(cert-env33-c)
+    if (!pPipe)
+        throw CZHostError("cannot run " + _strCommand);
+    std::array<char, 4096> arrBytes;
+    while (const size_t cbRead = std::fread(arrBytes.data(), 1, arrBytes.size(), pPipe))
+        strText.append(arrBytes.data(), cbRead);
+    *_pnExit = pclose(pPipe);
+    return strText;
+}
+
+double NumberBehind(const std::string& _strText, const char* _pszWord)
+{
+    const size_t nAt = _strText.rfind(_pszWord);
+    return nAt == std::string::npos ? -1 : std::atof(_strText.c_str() + nAt + std::string_view(_pszWord).size());
+}
+
+/// Processor seconds of a run over all frames.
+double RunSeconds(const BENCH_CASE& _case, const std::string& _strFile, const char* _pszFilter)
+{
+    const std::string strCommand =
+        ZFormat("ffmpeg -nostdin -hide_banner -benchmark -threads 1 -f rawvideo -pixel_format %hs -video_size %dx%d "
+                "-stream_loop %d -i '%s' -filter_threads 1 -vf '%hs' -f null -",
+                _case.pszPixelFormat, _case.nWidth, _case.nHeight, c_nFrames - 1, _strFile, _pszFilter);
+    int nExit = 0;
+    const std::string strText = Run(strCommand, &nExit);
+    const double dblUser = NumberBehind(strText, "utime="), dblSystem = NumberBehind(strText, "stime=");
+    if (nExit != 0 || dblUser < 0 || dblSystem < 0 || NumberBehind(strText, "frame=") != c_nFrames)
+        throw CZHostError(ZFormat("%s\nfailed:\n%s", strCommand, strText));
+    return dblUser + dblSystem;
+}
+
+} // namespace
+
+bool FFmpeg_IsThere()
+{
+    int nExit = 0;
+    Run("ffmpeg -version", &nExit);
+    return nExit == 0;
+}
+
+double FFmpeg_FilterSeconds(const BENCH_CASE& _case)
+{
+    const CRawFile file(_case);
+    double dblNull = 1e9, dblFilter = 1e9;
+    for (int i = 0; i < c_nRuns; ++i)
+    {
+        dblNull = std::min(dblNull, RunSeconds(_case, file.Path(), "null"));
+        dblFilter = std::min(dblFilter, RunSeconds(_case, file.Path(), _case.pszFilter));
+    }
+    return (dblFilter - dblNull) / c_nFrames;
+}

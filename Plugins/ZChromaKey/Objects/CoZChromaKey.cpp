@@ -6,6 +6,7 @@
 #include "Base/ZLog.h"
 #include "Base/ZSystem.h"
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
+#include "ZChromaKey/Engine1/KeyEngine.h"
 #include "ZChromaKey/Com/UserDefaultsRead.h"
 #include "ZChromaKey/Config/UserDefaults.h"
 
@@ -25,10 +26,12 @@ void SystemSay()
 } // namespace
 
 CCoZChromaKey::CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU)
-    : m_keyer(&m_store, std::move(_upGPU))
-    , m_flow([this](IZFFrame* _pFrame, IZFFrame** _ppFrameRes) {
-        return ZBorder("CCoZChromaKey::OnMediaReceive_I", [&] { return OnMediaReceive_I(_pFrame, _ppFrameRes); });
-    })
+    : m_keyer(&m_store, std::make_unique<CKeyEngine>(std::move(_upGPU)))
+    , m_flow(
+          [this](IZFFrame* _pFrame, IZFFrame** _ppFrameRes) {
+              return ZBorder("CCoZChromaKey::OnMediaReceive_I", [&] { return OnMediaReceive_I(_pFrame, _ppFrameRes); });
+          },
+          [this] { m_keyer.Flush(); })
 {
 }
 
@@ -59,7 +62,7 @@ HRESULT CCoZChromaKey::OnMediaReceive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFra
 HRESULT CCoZChromaKey::OnMediaReceive_I(IZFFrame* _pFrame, IZFFrame** _ppFrameRes)
 {
     const CHROMA_KEY_RAW key = m_keyState.KeyGet(); // one copy, to compare and to key with
-    return m_keyer.Process(_pFrame, key, _ppFrameRes);
+    return m_keyer.Process(_pFrame, EngineSettings_Of(key), _ppFrameRes);
 }
 
 HRESULT CCoZChromaKey::OnMediaEnd()

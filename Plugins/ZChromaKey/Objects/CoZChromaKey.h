@@ -8,6 +8,7 @@
 #include "Interfaces/IZProps.h"
 #include "Props/PropStore.h"
 #include "ZChromaKey/Config/ConfigDoc.h"
+#include "ZChromaKey/Engine1/Gpu/GPUKeyer.h"
 #include "ZChromaKey/Frame/FrameFlow.h"
 #include "ZChromaKey/Frame/FrameKeyer.h"
 #include "ZChromaKey/Keys/KeyState.h"

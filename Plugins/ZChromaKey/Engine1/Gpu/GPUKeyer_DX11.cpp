@@ -18,7 +18,7 @@ constexpr std::chrono::seconds c_timeRetry{5};
 class CGPUKeyerDX11 final : public CGPUKeyer
 {
 public:
-    HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, const GPU_KEY_OPTIONS& _options,
+    HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, const ENGINE_GPU_OPTIONS& _options,
                          IZFFrame** _ppFrameRes) override
     {
         const bool bTexture = static_cast<bool>(GPU_TextureOf(_pFrame));
@@ -44,7 +44,7 @@ public:
 
 private:
     /// A device for frames that bring none.
-    HRESULT DeviceEnsure(const GPU_KEY_OPTIONS& _options)
+    HRESULT DeviceEnsure(const ENGINE_GPU_OPTIONS& _options)
     {
         const HRESULT hrNow = DeviceCheck(_options);
         if (SUCCEEDED(hrNow))
@@ -71,7 +71,7 @@ private:
     }
 
     /// Whether there is a device to go on with. E_NOTIMPL: one that takes longer than the CPU.
-    HRESULT DeviceCheck(const GPU_KEY_OPTIONS& _options) const
+    HRESULT DeviceCheck(const ENGINE_GPU_OPTIONS& _options) const
     {
         const DX11Device* const pDevice = m_keyer.DeviceGet();
         const HRESULT hr = pDevice ? pDevice->Device()->GetDeviceRemovedReason() : DXGI_ERROR_DEVICE_REMOVED;

@@ -4,7 +4,7 @@
 #include "Interfaces/IZKey.h"
 #include "ZChromaKey/Keys/KeyBuilder.h"
 #include "ZChromaKey/Com/LateBinding.h"
-#include "ZChromaKey/Objects/Module.h"
+#include "Base/ZModuleRef.h"
 
 #include <mutex>
 

@@ -31,9 +31,9 @@ eSpace SpaceOf(uint32_t _fccType)
     return Shader_PackedLayout(_fccType) || Shader_PlanarLayout(_fccType) ? eS_YVU : eS_None;
 }
 
-eSYMatrix MatrixOf(const CONVERT_SHADER& _shader, uint32_t _fccType)
+eZYMatrix MatrixOf(const CONVERT_SHADER& _shader, uint32_t _fccType)
 {
-    return _fccType == eZFCC_HDYC ? eSYM_709 : _shader.eMatrix;
+    return _fccType == eZFCC_HDYC ? eZYM_709 : _shader.eMatrix;
 }
 
 // "float4 ReadPixel( float2 pos )": the input at a place in pixels.
@@ -137,7 +137,7 @@ COLOR_STEP StepFromRGB(const CONVERT_SHADER& _shader, eSpace _eOut)
 {
     if (_eOut == eS_RGB)
         return {"", "pc.rgb"};
-    const eSYMatrix eMatrix = _eOut == eS_Grey ? eSYM_601 : MatrixOf(_shader, _shader.fccOut);
+    const eZYMatrix eMatrix = _eOut == eS_Grey ? eZYM_601 : MatrixOf(_shader, _shader.fccOut);
     const std::string strYVU = std::string("RGB2YVU_") + Shader_MatrixName(eMatrix) + "( pc.rgb )";
     if (_eOut == eS_Grey)
         return {Shader_TextRGB2YVU(eMatrix) + c_szGrey, "GreyOf( " + strYVU + ".x )"};
@@ -148,8 +148,8 @@ COLOR_STEP StepFromYVU(const CONVERT_SHADER& _shader, eSpace _eOut)
 {
     if (_eOut == eS_Grey)
         return {c_szGrey, "GreyOf( pc.x )"};
-    const eSYMatrix eIn = MatrixOf(_shader, _shader.fccIn);
-    const eSYMatrix eOut = MatrixOf(_shader, _shader.fccOut);
+    const eZYMatrix eIn = MatrixOf(_shader, _shader.fccIn);
+    const eZYMatrix eOut = MatrixOf(_shader, _shader.fccOut);
     if (_eOut == eS_YVU && eIn == eOut)
         return {"", "pc.xyz"};
     const std::string strRGB = std::string("YVU2RGB_") + Shader_MatrixName(eIn) + "( pc.xyz )";

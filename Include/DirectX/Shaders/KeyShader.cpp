@@ -29,23 +29,37 @@ cbuffer CK_SETTINGS : register( b0 )
 };
 )";
 
-constexpr char c_szSpaces[] = R"(
+/// RGB pictures are keyed with BT.601. Unlike those of ShaderPieces, these take Y, V and U with their offsets.
+std::string SpacesYVU()
+{
+    const Z_MATRIX& matrix = c_arrMatrix[eZYM_601];
+    return R"(
 float3 ConvertRGB2YVU( float3 rgb )
 {
-    float3 yvu = float3( dot( rgb, float3( 0.257, 0.504, 0.098 ) ),
-                         dot( rgb, float3( 0.439, -0.368, -0.071 ) ),
-                         dot( rgb, float3( -0.148, -0.291, 0.439 ) ) );
+    float3 yvu = float3( dot( rgb, float3( )" +
+           Shader_TextRow(matrix.arrY) + R"( ) ),
+                         dot( rgb, float3( )" +
+           Shader_TextRow(matrix.arrV) + R"( ) ),
+                         dot( rgb, float3( )" +
+           Shader_TextRow(matrix.arrU) + R"( ) ) );
     return clamp( yvu + float3( 0.0625, 0.5, 0.5 ), 0.0, 1.0 );
 }
 
 float3 ConvertYVU2RGB( float3 yvu )
 {
-    float3 rgb = float3( dot( yvu, float3( 1.164, 1.596, 0.0 ) ),
-                         dot( yvu, float3( 1.164, -0.813, -0.391 ) ),
-                         dot( yvu, float3( 1.164, 0.0, 2.018 ) ) );
-    return clamp( rgb + float3( -0.871, 0.531, -1.082 ), 0.0, 1.0 );
+    float3 rgb = float3( dot( yvu, float3( )" +
+           Shader_TextRow(matrix.arrR) + R"( ) ),
+                         dot( yvu, float3( )" +
+           Shader_TextRow(matrix.arrShaderG) + R"( ) ),
+                         dot( yvu, float3( )" +
+           Shader_TextRow(matrix.arrB) + R"( ) ) );
+    return clamp( rgb + float3( )" +
+           Shader_TextRow(matrix.arrRGBAdd) + R"( ), 0.0, 1.0 );
+}
+)";
 }
 
+constexpr char c_szSpaceHLS[] = R"(
 float3 ConvertRGB2HLS( float3 C )
 {
     uint i = 2;
@@ -349,13 +363,13 @@ std::string KeyShader_Text(const KEY_SHADER& _shader)
 {
     if (!Exists(_shader))
         return {};
-    std::string strText = std::string(c_szTexture) + c_szSettings + c_szShaderInput + c_szSpaces;
+    std::string strText = std::string(c_szTexture) + c_szSettings + c_szShaderInput + SpacesYVU() + c_szSpaceHLS;
     if (_shader.eInput == eKI_RGB)
         return strText + KeySpace(_shader, {}) + Forms(_shader) + BodyRGB(_shader);
     const std::string strMatrix = std::string("YVU2RGB_") + Shader_MatrixName(_shader.eMatrix);
     strText += Shader_TextYVU2RGB(_shader.eMatrix);
     // BT.601 keys are measured as those of RGB pictures are.
-    strText += KeySpace(_shader, _shader.eMatrix == eSYM_601 ? "ConvertYVU2RGB" : strMatrix);
+    strText += KeySpace(_shader, _shader.eMatrix == eZYM_601 ? "ConvertYVU2RGB" : strMatrix);
     return strText + Forms(_shader) + BodyPacked(_shader, strMatrix);
 }
 

@@ -32,7 +32,7 @@ struct KEY_SHADER
     eKeyInput eInput = eKI_RGB;
     eKeyOutput eOutput = eKO_Picture;
     bool bColorCancel = false;    ///< Shader_NeedsCancel; the mask does not depend on it
-    eSYMatrix eMatrix = eSYM_601; ///< of packed input
+    eZYMatrix eMatrix = eZYM_601; ///< of packed input
 };
 
 /// Empty when there is no such shader: a type that is not keyed by colour, packed output from RGB or without colour

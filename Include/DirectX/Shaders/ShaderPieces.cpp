@@ -1,5 +1,6 @@
 #include "DirectX/Shaders/ShaderPieces.h"
 
+#include "Base/ZLog.h"
 #include "Interfaces/ZVideoTypes.h"
 
 #include <iterator>
@@ -7,25 +8,7 @@
 namespace
 {
 
-struct MATRIX_TEXT
-{
-    const char* pszName;
-    const char* pszY; // coefficients of R, G, B
-    const char* pszV;
-    const char* pszU;
-    const char* pszR; // coefficients of Y, V, U
-    const char* pszG;
-    const char* pszB;
-};
-
 // clang-format off
-constexpr MATRIX_TEXT c_arrMatrices[] = {
-    {"601", "0.257, 0.504, 0.098", "0.439, -0.368, -0.071", "-0.148, -0.291, 0.439",
-            "1.164, 1.596, 0.0",   "1.164, -0.813, -0.391", "1.164, 0.0, 2.018"},
-    {"709", "0.183, 0.614, 0.062", "0.439, -0.399, -0.040", "-0.101, -0.338, 0.439",
-            "1.164, 1.793, 0.0",   "1.164, -0.534, -0.213", "1.164, 0.0, 2.112"},
-};
-
 constexpr PACKED_LAYOUT c_arrPacked[] = {
     {eZFCC_UYVY, "yxz", "wxz", "VLUR"},
     {eZFCC_HDYC, "yxz", "wxz", "VLUR"},
@@ -67,28 +50,37 @@ struct PS_INPUT
 };
 )";
 
-std::string Shader_TextRGB2YVU(eSYMatrix _eMatrix)
+std::string Shader_TextRow(const double (&_arrRow)[3])
 {
-    const MATRIX_TEXT& matrix = c_arrMatrices[_eMatrix];
-    return std::string("\nfloat3 RGB2YVU_") + matrix.pszName +
-           "( float3 rgb )\n{\n    return saturate( float3( dot( rgb, float3( " + matrix.pszY +
-           " ) ) + 0.0625,\n                             dot( rgb, float3( " + matrix.pszV +
-           " ) ) + 0.5,\n                             dot( rgb, float3( " + matrix.pszU + " ) ) + 0.5 ) );\n}\n";
+    std::string strText;
+    for (const double dblShare : _arrRow)
+        strText += (strText.empty() ? "" : ", ") + (dblShare == 0 ? std::string("0.0") : ZFormat("%.3f", dblShare));
+    return strText;
 }
 
-std::string Shader_TextYVU2RGB(eSYMatrix _eMatrix)
+std::string Shader_TextRGB2YVU(eZYMatrix _eMatrix)
 {
-    const MATRIX_TEXT& matrix = c_arrMatrices[_eMatrix];
+    const Z_MATRIX& matrix = c_arrMatrix[_eMatrix];
+    return std::string("\nfloat3 RGB2YVU_") + matrix.pszName +
+           "( float3 rgb )\n{\n    return saturate( float3( dot( rgb, float3( " + Shader_TextRow(matrix.arrY) +
+           " ) ) + 0.0625,\n                             dot( rgb, float3( " + Shader_TextRow(matrix.arrV) +
+           " ) ) + 0.5,\n                             dot( rgb, float3( " + Shader_TextRow(matrix.arrU) +
+           " ) ) + 0.5 ) );\n}\n";
+}
+
+std::string Shader_TextYVU2RGB(eZYMatrix _eMatrix)
+{
+    const Z_MATRIX& matrix = c_arrMatrix[_eMatrix];
     return std::string("\nfloat3 YVU2RGB_") + matrix.pszName +
            "( float3 yvu )\n{\n    yvu -= float3( 16.0, 128.0, 128.0 ) / 255.0;\n" +
-           "    return saturate( float3( dot( yvu, float3( " + matrix.pszR +
-           " ) ),\n                             dot( yvu, float3( " + matrix.pszG +
-           " ) ),\n                             dot( yvu, float3( " + matrix.pszB + " ) ) ) );\n}\n";
+           "    return saturate( float3( dot( yvu, float3( " + Shader_TextRow(matrix.arrR) +
+           " ) ),\n                             dot( yvu, float3( " + Shader_TextRow(matrix.arrShaderG) +
+           " ) ),\n                             dot( yvu, float3( " + Shader_TextRow(matrix.arrB) + " ) ) ) );\n}\n";
 }
 
-const char* Shader_MatrixName(eSYMatrix _eMatrix)
+const char* Shader_MatrixName(eZYMatrix _eMatrix)
 {
-    return c_arrMatrices[_eMatrix].pszName;
+    return c_arrMatrix[_eMatrix].pszName;
 }
 
 const PACKED_LAYOUT* Shader_PackedLayout(uint32_t _fccType)

@@ -2,25 +2,22 @@
 
 /// Pieces of text that the pixel shaders share, and how YUV pictures lie in textures.
 
+#include "Base/ZMatrix.h"
+
 #include <cstdint>
 #include <string>
 
 /// What a pixel shader gets from the vertex shader: struct PS_INPUT.
 extern const char c_szShaderInput[];
 
-/// The matrix between RGB and YUV.
-enum eSYMatrix : int32_t
-{
-    eSYM_601 = 0,
-    eSYM_709 = 1,
-};
-
 /// "float3 RGB2YVU_601( float3 rgb )" or "..._709": 0..1 RGB into studio range Y, V, U.
-std::string Shader_TextRGB2YVU(eSYMatrix _eMatrix);
+std::string Shader_TextRGB2YVU(eZYMatrix _eMatrix);
 /// "float3 YVU2RGB_601( float3 yvu )" or "..._709": what bytes of Y, V, U say into RGB, clamped to 0..1.
-std::string Shader_TextYVU2RGB(eSYMatrix _eMatrix);
+std::string Shader_TextYVU2RGB(eZYMatrix _eMatrix);
 /// "601" or "709".
-const char* Shader_MatrixName(eSYMatrix _eMatrix);
+const char* Shader_MatrixName(eZYMatrix _eMatrix);
+/// Three coefficients of a matrix: "1.164, 1.596, 0.0".
+std::string Shader_TextRow(const double (&_arrRow)[3]);
 
 /// A packed 4:2:2 format in a B8G8R8A8 texture, two pixels a texel. Memory order is z, y, x, w.
 struct PACKED_LAYOUT

@@ -64,7 +64,7 @@ HRESULT GPUKeyPlan_Make(const ZF_VID_PROPS& _vidProps, bool _bTexture, const GPU
     const bool bCancel = Shader_NeedsCancel(key);
     // The shaders measure RGB pictures with the matrix of standard definition, whatever they were converted from.
     const bool bOtherMatrix = row.eInput == eGI_CPUARGB && !FCC_IsRGB(_vidProps.fccType) &&
-                              _settings.eMatrix != eSYM_601 && key.eType == eCKT_YUV;
+                              _settings.eMatrix != eZYM_601 && key.eType == eCKT_YUV;
     const bool bNoTexture = _bTexture && row.eInput == eGI_CPUARGB;
     const bool bNoCancel = bCancel && !bARGB && IsCleanedOnCPU(_vidProps.fccType);
     if (bOtherMatrix || bNoTexture || bNoCancel)

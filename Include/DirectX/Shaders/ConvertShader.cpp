@@ -86,17 +86,17 @@ constexpr char c_szReadAtPlanar[] = R"(    uint nStride, nRows;
 std::string Reader(const CONVERT_SHADER& _shader)
 {
     std::string strText;
-    if (const PACKED_LAYOUT* pPacked = Shader_PackedLayout(_shader.fccIn))
+    if (const auto packed = Shader_PackedLayout(_shader.fccIn))
     {
         strText = std::string(c_szReadAt) +
-                  "    float4 pc = tx.Load( int3( p.x / 2, p.y, 0 ) );\n    float3 yvu = pc." + pPacked->pszLeft +
-                  ";\n    if( p.x % 2 == 1 )\n        yvu = pc." + pPacked->pszRight +
+                  "    float4 pc = tx.Load( int3( p.x / 2, p.y, 0 ) );\n    float3 yvu = pc." + packed->strLeft +
+                  ";\n    if( p.x % 2 == 1 )\n        yvu = pc." + packed->strRight +
                   ";\n    return float4( yvu, 1.0 );\n}\n";
     }
-    else if (const PLANAR_LAYOUT* pPlanar = Shader_PlanarLayout(_shader.fccIn))
+    else if (const auto planar = Shader_PlanarLayout(_shader.fccIn))
     {
-        strText = Shader_TextChromaByte(*pPlanar) + c_szReadPlanarByte + c_szReadAt + c_szReadAtPlanar +
-                  "    uint2 c = uint2( p.x / 2, p.y" + (pPlanar->bHalfHeight ? " / 2" : "") + " );\n" +
+        strText = Shader_TextChromaByte(*planar) + c_szReadPlanarByte + c_szReadAt + c_szReadAtPlanar +
+                  "    uint2 c = uint2( p.x / 2, p.y" + (planar->bHalfHeight ? " / 2" : "") + " );\n" +
                   "    return float4( ReadByte( p.y * nStride + p.x, nStride ),\n" +
                   "                   ReadByte( nLuma + ChromaByte( c, 0, nStride, nHeight ), nStride ),\n" +
                   "                   ReadByte( nLuma + ChromaByte( c, 1, nStride, nHeight ), nStride ), 1.0 );\n}\n";
@@ -230,12 +230,12 @@ constexpr char c_szChroma420[] = R"(        float2 first = ( float2( c.x * 2, c.
 
 std::string Writer(uint32_t _fccOut)
 {
-    if (const PACKED_LAYOUT* pPacked = Shader_PackedLayout(_fccOut))
-        return c_szWritePacked + ("    return " + Shader_TextPackedTexel(*pPacked, "p1.x", "p2.x", "vu.y", "vu.x")) +
+    if (const auto packed = Shader_PackedLayout(_fccOut))
+        return c_szWritePacked + ("    return " + Shader_TextPackedTexel(*packed, "p1.x", "p2.x", "vu.y", "vu.x")) +
                ";\n}\n";
-    if (const PLANAR_LAYOUT* pPlanar = Shader_PlanarLayout(_fccOut))
-        return Shader_TextChromaOf(*pPlanar) + c_szWritePlanar +
-               (pPlanar->bHalfHeight ? c_szChroma420 : c_szChroma422) + c_szWritePlanarEnd;
+    if (const auto planar = Shader_PlanarLayout(_fccOut))
+        return Shader_TextChromaOf(*planar) + c_szWritePlanar + (planar->bHalfHeight ? c_szChroma420 : c_szChroma422) +
+               c_szWritePlanarEnd;
     return c_szWritePixel;
 }
 

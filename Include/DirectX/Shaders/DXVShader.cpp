@@ -127,14 +127,13 @@ std::string DXVShader_Text(const DXV_SHADER& _shader)
 
 std::string DXVPlanarShader_Text(uint32_t _fccOut)
 {
-    const PLANAR_LAYOUT* pPlanar = Shader_PlanarLayout(_fccOut);
-    if (!pPlanar)
+    const auto planar = Shader_PlanarLayout(_fccOut);
+    if (!planar)
         return {};
     const char* pszRows =
-        pPlanar->bHalfHeight
-            ? "    float4 pc = ( Texel( c.x, c.y * 2, nTexels ) + Texel( c.x, c.y * 2 + 1, nTexels ) ) "
-              "* 0.5;\n"
-            : "    float4 pc = Texel( c.x, c.y, nTexels );\n";
-    return std::string(c_szPlanarHead) + c_szShaderInput + Shader_TextChromaOf(*pPlanar) + c_szPlanarTexel + pszRows +
+        planar->bHalfHeight ? "    float4 pc = ( Texel( c.x, c.y * 2, nTexels ) + Texel( c.x, c.y * 2 + 1, nTexels ) ) "
+                              "* 0.5;\n"
+                            : "    float4 pc = Texel( c.x, c.y, nTexels );\n";
+    return std::string(c_szPlanarHead) + c_szShaderInput + Shader_TextChromaOf(*planar) + c_szPlanarTexel + pszRows +
            c_szPlanarBody;
 }

@@ -242,19 +242,19 @@ constexpr char c_szPictureCancelRGB[] =
 }
 )";
 
+/// The pixel formats of packed inputs.
+constexpr struct
+{
+    eKeyInput eInput;
+    uint32_t fccType;
+} c_arrInputs[] = {{eKI_UYVY, eZFCC_UYVY}, {eKI_HDYC, eZFCC_HDYC}, {eKI_YUY2, eZFCC_YUY2}};
+
 uint32_t PackedFormat(eKeyInput _eInput)
 {
-    switch (_eInput)
-    {
-    case eKI_UYVY:
-        return eZFCC_UYVY;
-    case eKI_HDYC:
-        return eZFCC_HDYC;
-    case eKI_YUY2:
-        return eZFCC_YUY2;
-    default:
-        return eZFCC_None;
-    }
+    for (const auto& [eInput, fccType] : c_arrInputs)
+        if (eInput == _eInput)
+            return fccType;
+    return eZFCC_None;
 }
 
 bool Exists(const KEY_SHADER& _shader)
@@ -293,8 +293,8 @@ std::string BodyRGB(const KEY_SHADER& _shader)
 /// that are no multiple of four.
 std::string BodyPackedMask(const KEY_SHADER& _shader, const PACKED_LAYOUT& _layout)
 {
-    const std::string strRight = std::string(".") + _layout.pszRight + " ) );\n";
-    const std::string strLeft = std::string(".") + _layout.pszLeft + " ) );\n";
+    const std::string strRight = std::string(".") + _layout.strRight + " ) );\n";
+    const std::string strLeft = std::string(".") + _layout.strLeft + " ) );\n";
     const bool bNeighbour = _shader.eInput != eKI_HDYC;
     const std::string strNext = bNeighbour ? "pc1" : "pc";
     std::string strBody = c_szPackedTexel;
@@ -315,8 +315,8 @@ std::string BodyPackedPicture(const KEY_SHADER& _shader, const PACKED_LAYOUT& _l
     std::string strBody = c_szPackedTexel;
     strBody += c_szEntry;
     strBody += "    float4 pc = PackedTexel( floor( fpar.z*input.Tex.x/2.0 ), input.Tex.y );\n";
-    strBody += std::string("    float3 yvu = pc.") + _layout.pszLeft + ";\n" +
-               "    if( frac(fpar.z*input.Tex.x/2.0) > 0.5 )\n        yvu = pc." + _layout.pszRight + ";\n";
+    strBody += std::string("    float3 yvu = pc.") + _layout.strLeft + ";\n" +
+               "    if( frac(fpar.z*input.Tex.x/2.0) > 0.5 )\n        yvu = pc." + _layout.strRight + ";\n";
     if (!_shader.bColorCancel)
         return strBody + "    return float4( " + _strToRGB + "( yvu ), ChromaKey( KeySpace( yvu ) ) );\n}\n";
     return strBody + "    float4 res = ChromaKey( KeySpace( yvu ), yvu - float3( 0.0, 0.5, 0.5 ) );\n" +
@@ -327,9 +327,9 @@ std::string BodyPackedCancel(const PACKED_LAYOUT& _layout)
 {
     std::string strBody = c_szEntry;
     strBody += "    float4 pc = tx.Sample( samLinear, input.Tex );\n    float3 mid = float3( 0.0, 0.5, 0.5 );\n";
-    for (const auto& [pszName, pszPixel] : {std::pair{"yuv1", _layout.pszRight}, std::pair{"yuv2", _layout.pszLeft}})
-        strBody += std::string("    float3 ") + pszName + " = ChromaKey( KeySpace( pc." + pszPixel + " ), pc." +
-                   pszPixel + " - mid );\n";
+    for (const auto& [pszName, strPixel] : {std::pair{"yuv1", _layout.strRight}, std::pair{"yuv2", _layout.strLeft}})
+        strBody += std::string("    float3 ") + pszName + " = ChromaKey( KeySpace( pc." + strPixel + " ), pc." +
+                   strPixel + " - mid );\n";
     return strBody + "    return " +
            Shader_TextPackedTexel(_layout, "yuv2.x", "yuv1.x", "(yuv1.z+yuv2.z)*0.5", "(yuv1.y+yuv2.y)*0.5") + ";\n}\n";
 }
@@ -345,7 +345,7 @@ std::string Forms(const KEY_SHADER& _shader)
 
 std::string BodyPacked(const KEY_SHADER& _shader, const std::string& _strToRGB)
 {
-    const PACKED_LAYOUT& layout = *Shader_PackedLayout(PackedFormat(_shader.eInput));
+    const PACKED_LAYOUT layout = *Shader_PackedLayout(PackedFormat(_shader.eInput));
     switch (_shader.eOutput)
     {
     case eKO_Mask:
@@ -358,6 +358,14 @@ std::string BodyPacked(const KEY_SHADER& _shader, const std::string& _strToRGB)
 }
 
 } // namespace
+
+eKeyInput KeyShader_InputOf(uint32_t _fccType)
+{
+    for (const auto& [eInput, fccType] : c_arrInputs)
+        if (fccType == _fccType)
+            return eInput;
+    return eKI_RGB;
+}
 
 std::string KeyShader_Text(const KEY_SHADER& _shader)
 {

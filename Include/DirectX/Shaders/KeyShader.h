@@ -14,6 +14,9 @@ enum eKeyInput : int32_t
     eKI_YUY2 = 3, ///< bytes Y U Y V
 };
 
+/// What a texture of a pixel format holds; eKI_RGB for all that are not packed.
+eKeyInput KeyShader_InputOf(uint32_t _fccType);
+
 /// What the target gets.
 enum eKeyOutput : int32_t
 {

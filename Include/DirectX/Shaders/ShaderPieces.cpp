@@ -1,36 +1,18 @@
 #include "DirectX/Shaders/ShaderPieces.h"
 
 #include "Base/ZLog.h"
-#include "Interfaces/ZVideoTypes.h"
+#include "Base/ZPixelFormats.h"
 
-#include <iterator>
+#include <string_view>
+#include <utility>
 
 namespace
 {
 
-// clang-format off
-constexpr PACKED_LAYOUT c_arrPacked[] = {
-    {eZFCC_UYVY, "yxz", "wxz", "VLUR"},
-    {eZFCC_HDYC, "yxz", "wxz", "VLUR"},
-    {eZFCC_YUY2, "zwy", "xwy", "RULV"},
-    {eZFCC_YVYU, "zyw", "xyw", "RVLU"},
-};
-
-constexpr PLANAR_LAYOUT c_arrPlanar[] = {
-    {eZFCC_NV12, true,  false, true},
-    {eZFCC_YV12, false, true,  true},
-    {eZFCC_I420, false, false, true},
-    {eZFCC_YV16, false, true,  false},
-    {eZFCC_I422, false, false, false},
-};
-// clang-format on
-
-template <typename T, size_t N> const T* Find(const T (&_arrLayouts)[N], uint32_t _fccType)
+/// The component of a texel that a byte of memory is.
+char ComponentOf(int8_t _nByte)
 {
-    for (const T& layout : _arrLayouts)
-        if (layout.fccType == _fccType)
-            return &layout;
-    return nullptr;
+    return "zyxw"[_nByte];
 }
 
 /// Rows of chroma for a height.
@@ -83,29 +65,42 @@ const char* Shader_MatrixName(eZYMatrix _eMatrix)
     return c_arrMatrix[_eMatrix].pszName;
 }
 
-const PACKED_LAYOUT* Shader_PackedLayout(uint32_t _fccType)
+std::optional<PACKED_LAYOUT> Shader_PackedLayout(uint32_t _fccType)
 {
-    return Find(c_arrPacked, _fccType);
+    const eImgLayout eLayout = FCC_Layout(_fccType);
+    if (!Z_IsPairs(eLayout))
+        return {};
+    const Z_PAIR_BYTES pair = Z_PairBytes(eLayout);
+    PACKED_LAYOUT layout = {{}, {}, "LRUV"};
+    for (const int8_t nByte : {pair.nY0, pair.nV, pair.nU})
+        layout.strLeft += ComponentOf(nByte);
+    for (const int8_t nByte : {pair.nY1, pair.nV, pair.nU})
+        layout.strRight += ComponentOf(nByte);
+    constexpr std::string_view c_svComponents = "xyzw";
+    for (const auto& [chSample, nByte] : {std::pair{'L', pair.nY0}, {'R', pair.nY1}, {'U', pair.nU}, {'V', pair.nV}})
+        layout.strTexel[c_svComponents.find(ComponentOf(nByte))] = chSample;
+    return layout;
 }
 
 std::string Shader_TextPackedTexel(const PACKED_LAYOUT& _layout, const char* _pszLeft, const char* _pszRight,
                                    const char* _pszU, const char* _pszV)
 {
     std::string strText = "float4(";
-    for (const char* pszComponent = _layout.szTexel; *pszComponent; ++pszComponent)
+    for (const char chSample : _layout.strTexel)
     {
-        strText += pszComponent == _layout.szTexel ? " " : ", ";
-        strText += *pszComponent == 'L'   ? _pszLeft
-                   : *pszComponent == 'R' ? _pszRight
-                   : *pszComponent == 'U' ? _pszU
-                                          : _pszV;
+        strText += strText.ends_with('(') ? " " : ", ";
+        strText += chSample == 'L' ? _pszLeft : chSample == 'R' ? _pszRight : chSample == 'U' ? _pszU : _pszV;
     }
     return strText + " )";
 }
 
-const PLANAR_LAYOUT* Shader_PlanarLayout(uint32_t _fccType)
+std::optional<PLANAR_LAYOUT> Shader_PlanarLayout(uint32_t _fccType)
 {
-    return Find(c_arrPlanar, _fccType);
+    const eZChroma eChroma = FCC_Chroma(_fccType);
+    const ZF_SIZE szSample = FCC_Subsampling(_fccType, 1);
+    if (eChroma == eZCh_Packed || szSample.cx * szSample.cy == 1)
+        return {};
+    return PLANAR_LAYOUT{eChroma == eZCh_Turns, eChroma == eZCh_VU, szSample.cy == 2};
 }
 
 std::string Shader_TextChromaOf(const PLANAR_LAYOUT& _layout)

@@ -29,8 +29,10 @@ declare -A may=(
     Include/DirectX/Shaders Include/Image Include/Base"
   [Plugins/ZChromaKey/Frame]="Plugins/ZChromaKey/Frame/FrameEngine.h Plugins/ZChromaKey/Config Include/Video Include/Image Include/Props Include/Base"
   [Plugins/ZChromaKey/Keys]="Plugins/ZChromaKey/Config Include/Helpers Include/Image Include/Props Include/Base"
-  [Plugins/ZChromaKey/Com]="Include/Props Include/Base"
-  [Plugins/ZChromaKey/Objects]="Plugins/ZChromaKey/Com Plugins/ZChromaKey/Frame Plugins/ZChromaKey/Engine1
+  [Plugins/ZChromaKey/Objects/ClassTable.h]=""
+  [Plugins/ZChromaKey/Com]="Plugins/ZChromaKey/Objects/ClassTable.h Include/Props Include/Base"
+  [Plugins/ZChromaKey/Objects]="Plugins/ZChromaKey/Objects/ClassTable.h Plugins/ZChromaKey/Com
+    Plugins/ZChromaKey/Frame Plugins/ZChromaKey/Frame/FrameEngine.h Plugins/ZChromaKey/Engine1
     Plugins/ZChromaKey/Engine1/Gpu Plugins/ZChromaKey/Keys Plugins/ZChromaKey/Config Include/Props Include/Image
     Include/Base"
   [Host/Kit]="any"

@@ -45,9 +45,9 @@ public:
 
     /// Computes the alpha plane of a picture.
     ///
-    /// _pInput: the planes, row 0 being the row at the top (negative strides where needed). Only read, but for
-    /// eZFCC_ARGB32, whose alpha bytes become the finished mask, and for colours that are cleaned (CleanSet): those of
-    /// the whole picture, whatever is keyed of it.
+    /// _pInput: the planes, row 0 being the row at the top (negative strides where needed). Only read, except
+    /// that the alpha bytes of eZFCC_ARGB32 become the finished mask, and that CleanSet has colours cleaned in the
+    /// whole picture, however much of it is keyed.
     /// _pbAlpha1Ch: the top row; its stride is that of the mask record of _pInputProps. What is not keyed keeps its
     /// value unless FillSet was called: rows left over by the slices, pictures less than 8 pixels wide, columns after
     /// the last full group of 8. Bytes past the width are never written.

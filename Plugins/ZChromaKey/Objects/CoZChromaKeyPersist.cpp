@@ -34,7 +34,8 @@ HRESULT CCoZChromaKey::DocumentTake(std::string_view _svDocument, std::string* _
     m_keyState.RawGet(nullptr, &content.adjust); // what the document does not name stays
     content.mapOptions = Store().ValuesGet();
     KeyDoc_Get(*upRoot, &content);
-    m_keyState.RawSet(content.key, &content.adjust, eMatrix, content.eTakenType); // the last that memory can fail
+    m_keyState.RawSet(content.key, &content.adjust, eMatrix,
+                      content.eTakenType); // the last call that can run out of memory
     Store().ValuesSet(std::move(content.mapOptions));
     m_configDoc.Take(std::move(upRoot));
     return S_OK;

@@ -8,7 +8,7 @@
 
 #include <mutex>
 
-/// The key-value object: a key builder behind IZKey, under a lock.
+/// The key-value object: IZKey over a key builder, under a lock.
 class CCoZKey final : public CZUnknown<CZLateBinding<IZKey>>
 {
 public:

@@ -10,7 +10,7 @@
 #include <memory>
 #include <utility>
 
-/// A plug-in object whose keys are edited through the interface Keys: CKeyerCore behind the interfaces that all of them
+/// A plug-in object whose keys are edited through the interface Keys: CKeyerCore under the interfaces that all of them
 /// have.
 template <class Keys> class CZKeyerObject
     : public CZUnknown<CZLateBinding<Keys>, IZFProcess, IZProps, IZPlugin, IZFPersist>,

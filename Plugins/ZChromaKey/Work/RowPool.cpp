@@ -106,7 +106,7 @@ void CRowPool::Stop()
 {
     for (auto& upWorker : m_arrWorkers)
         if (upWorker)
-            upWorker->spSlot->bGo = false; // all at once, so that the waits below overlap
+            upWorker->spSlot->bGo = false; // told all at once, so that they stop side by side
     if (m_spBarrier)
         m_spBarrier->GiveUp();
     m_spBarrier.reset();

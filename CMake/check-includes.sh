@@ -11,7 +11,8 @@ declare -A may=(
   [Include/Interfaces]=""
   [Include/Base]=""
   [Include/Props]="Include/Base"
-  [Include/Image]="Include/Base"
+  [Include/Simd]="Include/Base"
+  [Include/Image]="Include/Simd Include/Base"
   [Include/Video]="Include/Image Include/Base"
   [Include/Helpers]="Include/Image Include/Props Include/Base"
   [Include/DirectX/Shaders]="Include/Base"
@@ -19,11 +20,11 @@ declare -A may=(
   [Include/DirectX/Pipeline]="Include/DirectX/Device Include/DirectX/Shaders Include/Base"
   [Include/DirectX/Convert]="Include/DirectX/Pipeline Include/DirectX/Device Include/DirectX/Shaders Include/Base"
   [Plugins/ZChromaKey/Work]="Plugins/ZChromaKey/Work/Kernels Include/Base"
-  [Plugins/ZChromaKey/Work/Kernels]="Include/Base"
+  [Plugins/ZChromaKey/Work/Kernels]="Include/Simd Include/Base"
   [Plugins/ZChromaKey/Config]="Include/Props Include/Base"
   [Plugins/ZChromaKey/Engine1]="Plugins/ZChromaKey/Engine1/Kernels Plugins/ZChromaKey/Engine1/Gpu Plugins/ZChromaKey/Work
     Plugins/ZChromaKey/Work/Kernels Include/Video Include/Image Include/Base"
-  [Plugins/ZChromaKey/Engine1/Kernels]="Include/Base"
+  [Plugins/ZChromaKey/Engine1/Kernels]="Include/Simd Include/Base"
   [Plugins/ZChromaKey/Engine1/Gpu]="Include/DirectX/Convert Include/DirectX/Pipeline Include/DirectX/Device
     Include/DirectX/Shaders Include/Image Include/Base"
   [Plugins/ZChromaKey/Frame]="Plugins/ZChromaKey/Engine1 Plugins/ZChromaKey/Engine1/Gpu Plugins/ZChromaKey/Config

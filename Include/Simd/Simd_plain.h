@@ -257,7 +257,7 @@ template <size_t N> ZCK_INLINE VECTOR<int32_t, N> FirstThree(const VECTOR<int32_
 
 } // namespace SimdPlain
 
-/// _nLanes: a multiple of 4, and as a special case 1, which has no blocks of 16 bytes.
+/// Lanes: a multiple of 4, or 1: a pixel at a time, without what works on blocks of 16 bytes.
 template <size_t Lanes> struct SIMD_PLAIN_OF
 {
     using U8 = SimdPlain::VECTOR<uint8_t, 4 * Lanes>;

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <vector>
 
-/// Every level against the plain kernels, which other tests hold to the definition.
+// Every level against the plain kernels, which other tests hold to the definition.
 
 namespace
 {
@@ -28,7 +28,7 @@ protected:
     IMG_KERNELS m_level;
 };
 
-/// The conversions of rows, by number.
+// How many conversions Convert knows.
 constexpr int c_nConversions = 5;
 
 void Convert(int _nConversion, const IMG_KERNELS& _kernels, const uint8_t* _pFrom, uint8_t* _pTo, int _nPixels)
@@ -42,7 +42,7 @@ void Convert(int _nConversion, const IMG_KERNELS& _kernels, const uint8_t* _pFro
         _kernels.pfnToHLS(_pFrom, _pTo, _nPixels);
 }
 
-/// Random bytes, or only the ends of the range.
+// Random bytes, or only the ends of the range.
 void Fill(CGuardedPlane& _plane, uint32_t _nSeed)
 {
     _plane.FillRandom(_nSeed);
@@ -50,7 +50,7 @@ void Fill(CGuardedPlane& _plane, uint32_t _nSeed)
         _plane.Row(0)[n] = _plane.Row(0)[n] & 64 ? 255 : 0;
 }
 
-/// The bytes of a row of plane 0, as Img_RowBytesUsed counts them.
+// The bytes of a row of plane 0, as Img_RowBytesUsed counts them.
 size_t RowBytes(eImgLayout _eLayout, int _nWidth)
 {
     const int nPacked = (_nWidth + 1) / 2 * 4;
@@ -142,7 +142,7 @@ TEST_P(ImgKernels, ConvertRowsOfEveryLengthInPlace)
 }
 
 #if defined(ZCK_X86)
-/// All levels give the same bytes, so no result tells an entry that another level's kernel has taken.
+// All levels give the same bytes, so no result tells an entry that another level's kernel has taken.
 TEST(ImgKernelTable, EveryEntryIsItsLevels)
 {
     const IMG_KERNELS arrExpected[] = {

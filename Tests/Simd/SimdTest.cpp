@@ -17,7 +17,7 @@ namespace
 
 using PFN_PROBE = void (*)(const PROBE_INPUT&, PROBE_OUTPUT*);
 
-/// Any bits; floats of all sizes, some of them alike or 0 of either sign.
+// Any bits; floats of all sizes, some of them alike or 0 of either sign.
 void FillRandom(PROBE_INPUT* _pInput, std::mt19937& _rnd)
 {
     const auto Float = [&] {
@@ -92,7 +92,7 @@ template <class V, class T> void ExpectNumbers(const V& _vec, std::initializer_l
     EXPECT_TRUE(std::equal(_numbers.begin(), _numbers.end(), _vec.arr)) << testing::PrintToString(_vec.arr);
 }
 
-/// What the names promise, for those that do more than their C++ operators.
+// What the names promise, for those that do more than their C++ operators.
 TEST(Simd, PlainVectorsDoWhatTheirNamesSay)
 {
     const auto vecUp = Counted<PLAIN::I32>(0, 1);

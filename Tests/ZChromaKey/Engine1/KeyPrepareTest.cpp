@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-/// The constants of keys against the geometry that they stand for, in real numbers.
+// The constants of keys against the geometry that they stand for, in real numbers.
 
 namespace
 {
@@ -16,7 +16,7 @@ int ByteOf(uint32_t _nWord, int _nComponent)
     return static_cast<int>(_nWord >> (8 * _nComponent) & 255);
 }
 
-/// A key as an ellipsoid: where the level of a pixel is at most 1, alpha is 0; it is 256 on the outer level.
+// A key as an ellipsoid: where the level of a pixel is at most 1, alpha is 0; it is 256 on the outer level.
 struct ELLIPSOID
 {
     explicit ELLIPSOID(const SINGLE_KEY& _key)
@@ -37,17 +37,17 @@ struct ELLIPSOID
             dblLevel += std::pow(double(_pPixel[c] - ByteOf(key.nValue, c)) / ByteOf(key.nDelta, c), 2);
         return dblLevel;
     }
-    /// The level where the soft edge has an alpha.
+    // The level where the soft edge has an alpha.
     double LevelOf(double _dblAlpha) const
     {
         return 1 + std::pow(_dblAlpha / 256, 2) * (dblOuterLevel - 1);
     }
     SINGLE_KEY key;
     double dblOuterLevel = 0;
-    double dblHalving = 0; ///< what squares lose that are halved as integers, at most
+    double dblHalving = 0; // what squares lose that are halved as integers, at most
 };
 
-/// Keys whose half-axes are alike enough for weights of 10 bits and more, which round by less than 0.1 %.
+// Keys whose half-axes are alike enough for weights of 10 bits and more, which round by less than 0.1 %.
 SINGLE_KEY BroadKey(CRandom& _rnd)
 {
     SINGLE_KEY key = {};
@@ -93,7 +93,7 @@ TEST(KeyPrepare, AlphaFollowsTheEllipsoid)
     EXPECT_GT(nSoft, 40000) << "too few pixels on soft edges to mean anything";
 }
 
-/// Any key: half-axes of 0 count as 1, the others give the weights, and 16382 is the most.
+// Any key: half-axes of 0 count as 1, the others give the weights, and 16382 is the most.
 TEST(KeyPrepare, ConstantsKeepTheirLimits)
 {
     CRandom rnd(6);
@@ -127,7 +127,7 @@ TEST(KeyPrepare, ConstantsKeepTheirLimits)
     }
 }
 
-/// R, G, B of a key's words are B, G, R of the pixels.
+// R, G, B of a key's words are B, G, R of the pixels.
 TEST(KeyPrepare, SwapsRedAndBlue)
 {
     SINGLE_KEY key = {};

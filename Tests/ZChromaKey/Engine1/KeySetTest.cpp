@@ -16,7 +16,7 @@ class KeySet : public CSimdLevelTest
 {
 };
 
-/// Deltas, soft edges and floors of all sizes, the ends of their ranges often.
+// Deltas, soft edges and floors of all sizes, the ends of their ranges often.
 SINGLE_KEY RandomKey(CRandom& _rnd, bool _bExclude)
 {
     const uint32_t arrMask[] = {0xFFFFFFFF, 0x1F1F1F1F, 0x03030303, 0xFF0F01FF, 0};
@@ -30,7 +30,7 @@ SINGLE_KEY RandomKey(CRandom& _rnd, bool _bExclude)
     return key;
 }
 
-/// Keys as the kernels take them, and as the reference does.
+// Keys as the kernels take them, and as the reference does.
 struct TEST_KEYS
 {
     TEST_KEYS(CRandom& _rnd, int _nKeys, bool _bExclude)
@@ -99,7 +99,7 @@ TEST_P(KeySet, MatchesTheDefinition)
     EXPECT_GT(nSoft, 50000) << "too few pixels on soft edges to mean anything";
 }
 
-/// Every component's whole range through the centre of keys of all kinds: each step of each soft edge.
+// Ramps of one component through the centres of keys of all kinds meet every step of every soft edge.
 TEST_P(KeySet, MatchesThePlainKernelOnEveryStepOfSoftEdges)
 {
     KEY_KERNELS arrKernels[2];
@@ -132,7 +132,7 @@ TEST_P(KeySet, MatchesThePlainKernelOnEveryStepOfSoftEdges)
 }
 
 #if defined(ZCK_X86)
-/// All levels give the same bytes, so no result tells an entry that another level's kernel has taken.
+// All levels give the same bytes, so no result tells an entry that another level's kernel has taken.
 TEST(KeyKernels, EveryEntryIsItsLevels)
 {
     const KEY_KERNELS arrExpected[] = {{KeySet_C, CancelBGRA_C, CancelPairs_C},

@@ -16,7 +16,7 @@ class PlaneOps : public CSimdLevelTest
 {
 };
 
-/// Random bytes with runs of those at which an operation changes its mind.
+// Random bytes with runs of those at which an operation changes its mind.
 void FillMask(CGuardedPlane& _plane, CRandom& _rnd)
 {
     const uint8_t arrEdges[] = {0, 1, 2, 3, 4, 59, 60, 200, 201, 254, 255};
@@ -68,7 +68,7 @@ TEST_P(PlaneOps, RowsEqualThoseOfThePlainKernels)
 }
 
 #if defined(ZCK_X86)
-/// All levels give the same bytes, so no result tells an entry that another level's kernel has taken.
+// All levels give the same bytes, so no result tells an entry that another level's kernel has taken.
 TEST(PlaneKernels, EveryEntryIsItsLevels)
 {
     const PLANE_KERNELS arrExpected[] = {{Threshold_C, Invert_C, Smooth_C, AlphaSet_C},

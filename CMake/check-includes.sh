@@ -31,14 +31,15 @@ declare -A may=(
   [Plugins/ZChromaKey/Keys]="Plugins/ZChromaKey/Config Include/Helpers Include/Image Include/Props Include/Base"
   [Plugins/ZChromaKey/Com]="Include/Props Include/Base"
   [Plugins/ZChromaKey/Objects]="Plugins/ZChromaKey/Com Plugins/ZChromaKey/Frame Plugins/ZChromaKey/Engine1
-    Plugins/ZChromaKey/Engine1/Gpu Plugins/ZChromaKey/Keys Plugins/ZChromaKey/Config Include/Props Include/Image
-    Include/Base"
-  [Host/Kit]="any"
-  [Host/zkhost/Files]="any"
-  [Host/zkhost/Commands]="any"
-  [Tools/Sample]="any"
+    Plugins/ZChromaKey/Engine1/Gpu Plugins/ZChromaKey/Keys Plugins/ZChromaKey/Config Include/Helpers Include/Props
+    Include/Image Include/Base"
+  [Host/Kit]="Include/Video Include/Base"
+  [Host/zkhost/Files]="Host/Kit Include/Video Include/Image Include/Props Include/Base"
+  [Host/zkhost/Commands]="Tools/Sample Tools/Bench Tools/Soak Host/zkhost/Files Host/Kit Include/Video Include/Image
+    Include/Props Include/Base"
+  [Tools/Sample]="Host/zkhost/Files Host/Kit Include/Video Include/Image Include/Props Include/Base"
+  [Tools/Soak]="Tools/Sample Host/zkhost/Files Host/Kit Include/Video Include/Image Include/Props Include/Base"
   [Tools/Bench]="any"
-  [Tools/Soak]="any"
   [Tests]="any"
   [Fuzz]="any"
 )

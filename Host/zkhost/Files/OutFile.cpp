@@ -1,7 +1,8 @@
 #include "zkhost/Files/OutFile.h"
 
 #include "Kit/HostError.h"
-#include "Kit/Platform.h"
+#include "zkhost/Files/System.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZLog.h"
 #include "Props/TextFile.h"
@@ -19,7 +20,7 @@ std::string g_strWrittenInPlace;
 std::string TemporaryName(const std::string& _strFinal)
 {
     static std::atomic<uint32_t> s_nCount{0};
-    return ZFormat("%s.part-%u-%u", _strFinal, Platform_ProcessId(), ++s_nCount);
+    return ZFormat("%s.part-%u-%u", _strFinal, System_ProcessId(), ++s_nCount);
 }
 
 } // namespace
@@ -29,18 +30,18 @@ CZOutFile::CZOutFile(const std::string& _strPath)
 {
     if (_strPath == "-")
     {
-        m_pFile = Platform_StandardStream(true);
+        m_pFile = System_StandardStream(true);
         return;
     }
-    if (Platform_IsFolder(_strPath))
+    if (System_IsFolder(_strPath))
         throw CZHostError(ZFormat("cannot write %s: it is a folder; name a file in it", _strPath));
     const TEXT_FILE_TARGET target = TextFile_Target(_strPath);
     m_strFinal = target.strPath;
     const std::string strOpen = target.bInPlace ? _strPath : TemporaryName(m_strFinal);
-    m_pFile = Platform_Open(strOpen, true);
+    m_pFile = System_Open(strOpen, true);
     if (!m_pFile)
         throw CZHostError(ZFormat("cannot write %s: %s; check that its folder exists and may be written", _strPath,
-                                  Platform_LastError()));
+                                  System_LastError()));
     if (!target.bInPlace)
         m_strTemporary = strOpen;
 }
@@ -50,7 +51,7 @@ CZOutFile::~CZOutFile()
     if (m_pFile && m_pFile != stdout)
         std::fclose(m_pFile);
     if (!m_strTemporary.empty())
-        Platform_Remove(m_strTemporary);
+        System_Remove(m_strTemporary);
 }
 
 void CZOutFile::Write(const void* _pBytes, size_t _cbBytes)
@@ -74,7 +75,7 @@ void CZOutFile::Commit()
     Close();
     if (m_strTemporary.empty())
         return;
-    if (!Platform_Replace(m_strTemporary, m_strFinal))
+    if (!System_Replace(m_strTemporary, m_strFinal))
         throw CZHostError(ZFormat("cannot give %s its name; check that its folder may be written", m_strName));
     m_strTemporary.clear();
 }
@@ -82,7 +83,7 @@ void CZOutFile::Commit()
 void CZOutFile::Fail() const
 {
     throw CZHostError(
-        ZFormat("cannot write %s: %s%s", m_strName, Platform_LastError(),
+        ZFormat("cannot write %s: %s%s", m_strName, System_LastError(),
                 m_strTemporary.empty() ? "; what it got so far is incomplete" : "; nothing was left under that name"));
 }
 
@@ -90,7 +91,7 @@ CZOutFiles::~CZOutFiles()
 {
     m_vecFiles.clear();
     for (const std::string& strFolder : m_vecFolders)
-        Platform_Remove(strFolder);
+        System_Remove(strFolder);
 }
 
 void CZOutFiles::Protect(const std::string& _strInput)
@@ -115,9 +116,9 @@ CZOutFile& CZOutFiles::Create(const std::string& _strPath)
 
 void CZOutFiles::MakeFolder(const std::string& _strPath)
 {
-    if (Platform_IsFolder(_strPath))
+    if (System_IsFolder(_strPath))
         return;
-    if (!Platform_MakeFolder(_strPath))
+    if (!System_MakeFolder(_strPath))
         throw CZHostError(ZFormat("cannot make the folder %s; check that the folder around it exists and may be "
                                   "written",
                                   _strPath));
@@ -143,7 +144,7 @@ void OutFile_Print(const std::string& _strText)
 
 void OutFile_CheckInterrupt()
 {
-    if (!Platform_WasInterrupted())
+    if (!System_WasInterrupted())
         return;
     if (g_strWrittenInPlace.empty())
         throw CZHostError("interrupted; nothing was written");

@@ -13,6 +13,7 @@
 #include "ZChromaKey/Keys/KeyState.h"
 #include "ZChromaKey/Com/LateBinding.h"
 #include "ZChromaKey/Objects/Module.h"
+#include "ZChromaKey/Objects/Tables.h"
 
 #include <memory>
 #include <mutex>
@@ -24,7 +25,8 @@
 ///
 /// With "output.thread" on, each frame's result comes with the next call; with it off, with the call itself. A result
 /// that is still under way when a frame comes in with the option off is dropped; a null frame fetches it before.
-class CCoZChromaKey final : public CZUnknown<CZLateBinding<IZChromaKey>, IZFProcess, IZProps, IZPlugin, IZFPersist>
+class CCoZChromaKey final
+    : public CZUnknown<CZLateBinding<IZChromaKey>, IZFProcess, IZProps, IZPlugin, IZFPersist, CZTables>
 {
 public:
     explicit CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU);

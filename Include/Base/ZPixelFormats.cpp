@@ -3,47 +3,53 @@
 #include "Base/ZAssert.h"
 #include "Base/ZSaturate.h"
 
+#include <algorithm>
+
 namespace
 {
 
 // clang-format off
 constexpr PIXEL_FORMAT c_arrFormats[] = {
-    // name     code          bpp   RGB  planar row size  subsampling of planes 1, 2
-    {"RGB8",   eZFCC_RGB8,     8,  true, false,  true, {{1, 1}, {1, 1}}},
-    {"RGB565", eZFCC_RGB565,  16,  true, false, false, {{1, 1}, {1, 1}}},
-    {"RGB555", eZFCC_RGB555,  16,  true, false, false, {{1, 1}, {1, 1}}},
-    {"RGB24",  eZFCC_RGB24,   24,  true, false,  true, {{1, 1}, {1, 1}}},
-    {"RGB32",  eZFCC_RGB32,   32,  true, false,  true, {{1, 1}, {1, 1}}},
-    {"ARGB32", eZFCC_ARGB32,  32,  true, false,  true, {{1, 1}, {1, 1}}},
-    {"r210",   eZFCC_r210,    32,  true, false,  true, {{1, 1}, {1, 1}}},
-    {"v210",   eZFCC_v210,    20, false, false,  true, {{1, 1}, {1, 1}}},
-    {"YUY2",   eZFCC_YUY2,    16, false, false,  true, {{1, 1}, {1, 1}}},
-    {"UYVY",   eZFCC_UYVY,    16, false, false,  true, {{1, 1}, {1, 1}}},
-    {"HDYC",   eZFCC_HDYC,    16, false, false,  true, {{1, 1}, {1, 1}}},
-    {"YVYU",   eZFCC_YVYU,    16, false, false,  true, {{1, 1}, {1, 1}}},
-    {"IYU2",   eZFCC_IYU2,    24, false, false, false, {{1, 1}, {1, 1}}},
-    {"YVU9",   eZFCC_YVU9,     9, false, false, false, {{1, 1}, {1, 1}}},
-    {"I420",   eZFCC_I420,    12, false,  true,  true, {{2, 2}, {2, 2}}},
-    {"YV12",   eZFCC_YV12,    12, false,  true,  true, {{2, 2}, {2, 2}}},
-    {"NV12",   eZFCC_NV12,    16, false,  true,  true, {{1, 2}, {1, 1}}},
-    {"I422",   eZFCC_I422,    16, false,  true,  true, {{2, 1}, {2, 1}}},
-    {"YV16",   eZFCC_YV16,    16, false,  true,  true, {{2, 1}, {2, 1}}},
-    {"Y422",   eZFCC_Y422,    16, false,  true,  true, {{1, 1}, {1, 1}}},
-    {"Y444",   eZFCC_Y444,    24, false,  true,  true, {{1, 1}, {1, 1}}},
+    // name    code          bpp RGB   planar row    parsed clean subsampling   layout      chroma       texture
+    {"RGB8",   eZFCC_RGB8,    8, true,  false, true,  true,  false, {{1,1},{1,1}}, eIL_RGB8,   eZCh_Packed, eZT_Byte},
+    {"RGB565", eZFCC_RGB565, 16, true,  false, false, false, false, {{1,1},{1,1}}, eIL_None,   eZCh_Packed, eZT_None},
+    {"RGB555", eZFCC_RGB555, 16, true,  false, false, false, false, {{1,1},{1,1}}, eIL_None,   eZCh_Packed, eZT_None},
+    {"RGB24",  eZFCC_RGB24,  24, true,  false, true,  true,  true,  {{1,1},{1,1}}, eIL_RGB24,  eZCh_Packed, eZT_None},
+    {"RGB32",  eZFCC_RGB32,  32, true,  false, true,  true,  true,  {{1,1},{1,1}}, eIL_RGB32,  eZCh_Packed, eZT_Pixels},
+    {"ARGB32", eZFCC_ARGB32, 32, true,  false, true,  true,  true,  {{1,1},{1,1}}, eIL_ARGB32, eZCh_Packed, eZT_Pixels},
+    {"r210",   eZFCC_r210,   32, true,  false, true,  true,  false, {{1,1},{1,1}}, eIL_r210,   eZCh_Packed, eZT_None},
+    {"v210",   eZFCC_v210,   20, false, false, true,  true,  false, {{1,1},{1,1}}, eIL_v210,   eZCh_Packed, eZT_None},
+    {"YUY2",   eZFCC_YUY2,   16, false, false, true,  true,  true,  {{1,1},{1,1}}, eIL_YUYV,   eZCh_Packed, eZT_Pairs},
+    {"UYVY",   eZFCC_UYVY,   16, false, false, true,  true,  true,  {{1,1},{1,1}}, eIL_UYVY,   eZCh_Packed, eZT_Pairs},
+    {"HDYC",   eZFCC_HDYC,   16, false, false, true,  true,  true,  {{1,1},{1,1}}, eIL_UYVY,   eZCh_Packed, eZT_Pairs},
+    {"YVYU",   eZFCC_YVYU,   16, false, false, true,  true,  true,  {{1,1},{1,1}}, eIL_YVYU,   eZCh_Packed, eZT_None},
+    {"IYU2",   eZFCC_IYU2,   24, false, false, false, false, false, {{1,1},{1,1}}, eIL_None,   eZCh_Packed, eZT_None},
+    {"YVU9",   eZFCC_YVU9,    9, false, false, false, false, false, {{1,1},{1,1}}, eIL_None,   eZCh_Packed, eZT_None},
+    {"I420",   eZFCC_I420,   12, false, true,  true,  true,  false, {{2,2},{2,2}}, eIL_Planar, eZCh_UV,     eZT_420},
+    {"YV12",   eZFCC_YV12,   12, false, true,  true,  true,  false, {{2,2},{2,2}}, eIL_Planar, eZCh_VU,     eZT_420},
+    {"NV12",   eZFCC_NV12,   16, false, true,  true,  true,  false, {{1,2},{1,1}}, eIL_NV12,   eZCh_Turns,  eZT_420},
+    {"I422",   eZFCC_I422,   16, false, true,  true,  false, false, {{2,1},{2,1}}, eIL_Planar, eZCh_UV,     eZT_422},
+    {"YV16",   eZFCC_YV16,   16, false, true,  true,  false, false, {{2,1},{2,1}}, eIL_Planar, eZCh_VU,     eZT_422},
+    {"Y422",   eZFCC_Y422,   16, false, true,  true,  true,  false, {{1,1},{1,1}}, eIL_Planar, eZCh_UV,     eZT_422},
+    {"Y444",   eZFCC_Y444,   24, false, true,  true,  true,  false, {{1,1},{1,1}}, eIL_Planar, eZCh_UV,     eZT_422},
 };
 // clang-format on
+
+static_assert(std::ranges::all_of(c_arrFormats, [](const PIXEL_FORMAT& _format) {
+    return _format.bPlanar == (_format.eChroma != eZCh_Packed);
+}));
 
 int64_t PackedRowSize(const PIXEL_FORMAT& _format, int32_t _nWidth)
 {
     const int64_t nBytes = int64_t{_format.nBitsPerPixel} * _nWidth / 8;
     // Masks have strides of whole 8 bytes throughout the system.
-    const int64_t nUnit = _format.fccType == eZFCC_RGB8 ? 8 : 4;
+    const int64_t nUnit = _format.eLayout == eIL_RGB8 ? 8 : 4;
     return (nBytes + nUnit - 1) & ~(nUnit - 1);
 }
 
 int64_t RowSize(const PIXEL_FORMAT& _format, int32_t _nWidth)
 {
-    if (_format.fccType == eZFCC_v210)
+    if (_format.eLayout == eIL_v210)
         return (int64_t{_nWidth} + 47) / 48 * 128;
     if (_format.bPlanar)
         return _nWidth;
@@ -91,6 +97,36 @@ ZF_SIZE FCC_Subsampling(uint32_t _fccType, int32_t _nPlane)
     return pFormat->arrSubsampling[_nPlane - 1];
 }
 
+eImgLayout FCC_Layout(uint32_t _fccType)
+{
+    const PIXEL_FORMAT* pFormat = FCC_Lookup(_fccType);
+    return pFormat ? pFormat->eLayout : eIL_None;
+}
+
+eZChroma FCC_Chroma(uint32_t _fccType)
+{
+    const PIXEL_FORMAT* pFormat = FCC_Lookup(_fccType);
+    return pFormat ? pFormat->eChroma : eZCh_Packed;
+}
+
+int32_t FCC_ChromaPlanes(uint32_t _fccType)
+{
+    const eZChroma eChroma = FCC_Chroma(_fccType);
+    return eChroma == eZCh_Packed ? 0 : eChroma == eZCh_Turns ? 1 : 2;
+}
+
+eZTexture FCC_Texture(uint32_t _fccType)
+{
+    const PIXEL_FORMAT* pFormat = FCC_Lookup(_fccType);
+    return pFormat ? pFormat->eTexture : eZT_None;
+}
+
+bool FCC_IsCleaned(uint32_t _fccType)
+{
+    const PIXEL_FORMAT* pFormat = FCC_Lookup(_fccType);
+    return pFormat && pFormat->bCleaned;
+}
+
 int32_t Img_RowSize(uint32_t _fccType, int32_t _nWidth)
 {
     const PIXEL_FORMAT* pFormat = FCC_Lookup(_fccType);
@@ -107,9 +143,9 @@ int32_t Img_WidthFromRowBytes(uint32_t _fccType, int32_t _nRowBytes)
 {
     if (_fccType == eZFCC_None)
         return 0;
-    if (_fccType == eZFCC_v210)
-        return _nRowBytes / 128 * 48;
     const PIXEL_FORMAT* pFormat = FCC_Lookup(_fccType);
+    if (pFormat && pFormat->eLayout == eIL_v210)
+        return _nRowBytes / 128 * 48;
     if (!pFormat || pFormat->bPlanar)
         return _nRowBytes;
     return static_cast<int32_t>(int64_t{_nRowBytes} * 8 / pFormat->nBitsPerPixel); // 8 bits or more: never longer

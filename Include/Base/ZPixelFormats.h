@@ -1,10 +1,32 @@
 #pragma once
 
+#include "Base/ZPixelLayout.h"
 #include "Interfaces/ZVideoTypes.h"
 
 #include <span>
 
-/// One row of the pixel-format table.
+/// Where chroma lies that has planes of its own.
+enum eZChroma : int32_t
+{
+    eZCh_Packed, ///< not in planes of its own, or there is none
+    eZCh_UV,     ///< plane 1 is U, plane 2 is V
+    eZCh_VU,     ///< plane 1 is V, plane 2 is U
+    eZCh_Turns,  ///< plane 1 has U and V in turn
+};
+
+/// How a picture lies in a texture.
+enum eZTexture : int32_t
+{
+    eZT_None,
+    eZT_Pixels, ///< four bytes a texel, a texel a pixel
+    eZT_Pairs,  ///< four bytes a texel, a texel for two pixels of 4:2:2
+    eZT_Byte,   ///< one byte a texel, a texel a pixel
+    eZT_420,    ///< one byte a texel, the chroma planes below the luma plane, half its rows
+    eZT_422,    ///< the same, as many rows as the luma plane
+};
+
+/// One row of the pixel-format table: all that the system knows of a format. A new format is a row here, and where its
+/// layout is new, a kernel that reads it (Image/ImgKernels.h) and one that writes it (Video/ZFrameWriter.cpp).
 struct PIXEL_FORMAT
 {
     const char* pszName;       ///< the enumeration's name without its prefix
@@ -13,7 +35,12 @@ struct PIXEL_FORMAT
     bool bRGB;                 ///< of the RGB family, whose height carries the orientation
     bool bPlanar;              ///< more than one plane
     bool bRowSize;             ///< Img_RowSize knows it
+    bool bParsed;              ///< FCC_Parse finds its name whatever the case
+    bool bCleaned;             ///< colour cancel can write it in place on the CPU
     ZF_SIZE arrSubsampling[2]; ///< of planes 1 and 2: pixels and lines per sample
+    eImgLayout eLayout;        ///< of a row
+    eZChroma eChroma;
+    eZTexture eTexture;
 };
 
 /// The pixel-format table, for those who walk it.
@@ -29,6 +56,17 @@ bool FCC_IsRGB(uint32_t _fccType);
 bool FCC_IsPlanar(uint32_t _fccType);
 /// Pixels and lines per sample of plane 1 or 2; {1, 1} for any other plane and for formats that are not planar.
 ZF_SIZE FCC_Subsampling(uint32_t _fccType, int32_t _nPlane);
+
+/// How the samples of a row lie; eIL_None for an unknown code.
+eImgLayout FCC_Layout(uint32_t _fccType);
+/// Where chroma lies; eZCh_Packed for an unknown code.
+eZChroma FCC_Chroma(uint32_t _fccType);
+/// Planes of chroma: 0, 1 or 2.
+int32_t FCC_ChromaPlanes(uint32_t _fccType);
+/// How a picture lies in a texture; eZT_None for an unknown code.
+eZTexture FCC_Texture(uint32_t _fccType);
+/// Whether colour cancel can write the format in place on the CPU; false for an unknown code.
+bool FCC_IsCleaned(uint32_t _fccType);
 
 /// Bytes per row of plane 0: a multiple of 4, of 8 for eZFCC_RGB8; v210: 128 for every started 48 pixels; planar
 /// formats: the width. 0: no row size is known for the format, or the row is too long for nRowBytes; callers treat

@@ -1,10 +1,13 @@
 #include "Base/ZPixelNames.h"
 
 #include "Base/ZLog.h"
-#include "Interfaces/ZVideoTypes.h"
+#include "Base/ZPixelFormats.h"
 
 namespace
 {
+
+constexpr uint32_t c_fccARGB4444 = 0x6E6415E6;
+constexpr uint32_t c_fccMJPG = 0x47504A4D;
 
 struct FCC_NAME
 {
@@ -12,32 +15,15 @@ struct FCC_NAME
     const char* pszName;
 };
 
-// clang-format off
-/// Codes whose bytes are no text.
+/// Codes outside the format table whose bytes are no text.
 constexpr FCC_NAME c_arrNames[] = {
-    {0,            "BI_RGB"},
-    {1,            "BI_RLE8"},
-    {2,            "BI_RLE4"},
-    {3,            "BI_BITFIELDS"},
-    {0xE436EB78,   "RGB1"},
-    {0xE436EB79,   "RGB4"},
-    {eZFCC_RGB8,   "RGB8"},
-    {eZFCC_RGB565, "RGB565"},
-    {eZFCC_RGB555, "RGB555"},
-    {eZFCC_RGB24,  "RGB24"},
-    {eZFCC_RGB32,  "RGB32"},
-    {0x297C55AF,   "ARGB1555"},
-    {0x6E6415E6,   "ARGB4444"},
-    {eZFCC_ARGB32, "ARGB32"},
+    {0, "BI_RGB"},        {1, "BI_RLE8"},       {2, "BI_RLE4"},           {3, "BI_BITFIELDS"},
+    {0xE436EB78, "RGB1"}, {0xE436EB79, "RGB4"}, {0x297C55AF, "ARGB1555"}, {c_fccARGB4444, "ARGB4444"},
 };
 
-/// Codes that FCC_Parse finds by their names, whatever the case. Fewer than are printed, on purpose.
-constexpr uint32_t c_arrParsed[] = {
-    eZFCC_ARGB32, eZFCC_RGB32, eZFCC_RGB24, eZFCC_YUY2, eZFCC_YVYU, eZFCC_UYVY, eZFCC_YV12, eZFCC_HDYC, eZFCC_I420,
-    eZFCC_Y422, eZFCC_NV12, eZFCC_Y444, eZFCC_v210, eZFCC_r210, 0x47504A4D /* MJPG */, eZFCC_RGB8, 0, 1, 2, 3,
-    0x6E6415E6 /* ARGB4444 */,
-};
-// clang-format on
+/// Those outside the format table that FCC_Parse finds by their names, whatever the case. Fewer than are printed, on
+/// purpose.
+constexpr uint32_t c_arrParsed[] = {0, 1, 2, 3, c_fccARGB4444, c_fccMJPG};
 
 /// The four characters of a code; false when one is not printable, by ASCII alone: a locale could call the RGB codes'
 /// bytes letters.
@@ -76,6 +62,8 @@ std::string FCC_Name(uint32_t _fccType)
     char szText[5] = {};
     if (IsText(_fccType, szText))
         return szText;
+    if (const PIXEL_FORMAT* pFormat = FCC_Lookup(_fccType))
+        return pFormat->pszName;
     for (const FCC_NAME& name : c_arrNames)
         if (name.fccType == _fccType)
             return name.pszName;
@@ -84,6 +72,9 @@ std::string FCC_Name(uint32_t _fccType)
 
 uint32_t FCC_Parse(std::string_view _svName)
 {
+    for (const PIXEL_FORMAT& format : FCC_All())
+        if (format.bParsed && ZText_IsSame(_svName, format.pszName))
+            return format.fccType;
     for (const uint32_t fccType : c_arrParsed)
         if (ZText_IsSame(_svName, FCC_Name(fccType)))
             return fccType;

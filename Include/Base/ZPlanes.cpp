@@ -26,7 +26,7 @@ void ChromaSet(const ZF_VID_PROPS& _vidProps, ZF_VID_PTR* _pVidPtr)
     const int32_t nLines = _pVidPtr->szVideoPlanes[0].cy;
     const int32_t nStride = _pVidPtr->cbVideoRowBytes[0];
     const int64_t nChroma = Advance(_pVidPtr->lpVideoPlanes[0], nStride, nLines);
-    if (_vidProps.fccType == eZFCC_NV12)
+    if (FCC_Chroma(_vidProps.fccType) == eZCh_Turns)
         return PlaneSet(_pVidPtr, 1, nChroma, {_vidProps.nWidth, nLines / 2}, nStride);
     // Half as wide in every other planar format, Y422 and Y444 included, on purpose: image sizes count on it.
     const bool bHalfHeight = FCC_Subsampling(_vidProps.fccType, 1).cy == 2;

@@ -11,14 +11,6 @@
 
 namespace
 {
-// Shares of red and blue in luma.
-struct LUMA
-{
-    double dblKr;
-    double dblKb;
-};
-constexpr LUMA c_arrLuma[2] = {{0.299, 0.114}, {0.2126, 0.0722}};
-
 // Hue in sixths of a turn x delta, and delta; where two components share the maximum both sectors agree.
 template <class T> T HueSixths(T _r, T _g, T _b, T _max, T _delta)
 {
@@ -105,7 +97,7 @@ void ImgRow_ToHLS(const uint8_t* _pBGRA, uint8_t* _pHLSA, int _nPixels)
 
 IMG_COLOR Img_ColorToYUV(const IMG_COLOR& _colRGB, eZYMatrix _eMatrix)
 {
-    const LUMA& luma = c_arrLuma[_eMatrix == eZYM_709];
+    const Z_LUMA& luma = c_arrLuma[_eMatrix == eZYM_709];
     const double dblY =
         luma.dblKr * _colRGB.dbl0 + (1 - luma.dblKr - luma.dblKb) * _colRGB.dbl1 + luma.dblKb * _colRGB.dbl2;
     return {(16 + 219 * dblY) / 255, (128 + 112 * (_colRGB.dbl2 - dblY) / (1 - luma.dblKb)) / 255,
@@ -114,7 +106,7 @@ IMG_COLOR Img_ColorToYUV(const IMG_COLOR& _colRGB, eZYMatrix _eMatrix)
 
 IMG_COLOR Img_ColorFromYUV(const IMG_COLOR& _colYUV, eZYMatrix _eMatrix)
 {
-    const LUMA& luma = c_arrLuma[_eMatrix == eZYM_709];
+    const Z_LUMA& luma = c_arrLuma[_eMatrix == eZYM_709];
     const double dblY = (255 * _colYUV.dbl0 - 16) / 219;
     const double dblB = dblY + (255 * _colYUV.dbl1 - 128) / 112 * (1 - luma.dblKb);
     const double dblR = dblY + (255 * _colYUV.dbl2 - 128) / 112 * (1 - luma.dblKr);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZMatrix.h"
 #include "Interfaces/ZVideoTypes.h"
 
 #include <cstdint>
@@ -9,13 +10,6 @@
 /// RGB is full range (0 to 255). YUV is studio range: Y 16 to 235, U and V 16 to 240 around 128. HLS is hue, lightness
 /// and saturation. All row functions are exact integer arithmetic: the same bytes from every compiler and every
 /// instruction set.
-
-/// The matrix between RGB and YUV.
-enum eZYMatrix : int32_t
-{
-    eZYM_601 = 0, ///< ITU-R BT.601: standard definition
-    eZYM_709 = 1, ///< ITU-R BT.709: high definition
-};
 
 /// The matrix that a picture is converted with.
 ///

@@ -1,22 +1,31 @@
 #include "Image/ImgKernels.h"
 
+#include "Base/ZMatrix.h"
 #include "Image/ImgRowsC.h"
 #include "Image/x86/ImgKernels_x86.h"
 
 namespace
 {
-// From Kr, Kg, Kb = 0.299, 0.587, 0.114 and 0.2126, 0.7152, 0.0722, scaled by 255 / 219 for luma and 255 / 224 for
-// chroma, rounded to nearest.
-constexpr IMG_YUV_COEF c_arrFromYUV[2] = {
-    {9539, 13075, -3209, -6660, 16525},
-    {9539, 14686, -1747, -4366, 17305},
-};
-// The inverse, for B, G, R, rounded to nearest. Where the three of a row do not add up to 0, the rest is far too small
-// to colour a grey.
-constexpr IMG_RGB_COEF c_arrToYUV[2] = {
-    {{3208, 16519, 8414}, {14392, -9535, -4857}, {-2341, -12052, 14392}},
-    {{2032, 20127, 5983}, {14392, -11094, -3298}, {-1320, -13073, 14392}},
-};
+constexpr IMG_YUV_COEF FromYUV(const Z_LUMA& _luma)
+{
+    const Z_EXACT_MATRIX exact = ZMatrix_Exact(_luma);
+    const auto fnScaled = [](double _dblValue) { return ZMatrix_Scaled(_dblValue, 8192); };
+    return {fnScaled(exact.dblY), fnScaled(exact.dblRV), fnScaled(exact.dblGU), fnScaled(exact.dblGV),
+            fnScaled(exact.dblBU)};
+}
+
+// Where the three of a row do not add up to 0, the rest is far too small to colour a grey.
+constexpr IMG_RGB_COEF ToYUV(const Z_LUMA& _luma)
+{
+    const Z_EXACT_MATRIX exact = ZMatrix_Exact(_luma);
+    const auto fnScaled = [](double _dblValue) { return ZMatrix_Scaled(_dblValue, 32768); };
+    return {{fnScaled(exact.arrY[2]), fnScaled(exact.arrY[1]), fnScaled(exact.arrY[0])},
+            {fnScaled(exact.arrU[2]), fnScaled(exact.arrU[1]), fnScaled(exact.arrU[0])},
+            {fnScaled(exact.arrV[2]), fnScaled(exact.arrV[1]), fnScaled(exact.arrV[0])}};
+}
+
+constexpr IMG_YUV_COEF c_arrFromYUV[2] = {FromYUV(c_arrLuma[eZYM_601]), FromYUV(c_arrLuma[eZYM_709])};
+constexpr IMG_RGB_COEF c_arrToYUV[2] = {ToYUV(c_arrLuma[eZYM_601]), ToYUV(c_arrLuma[eZYM_709])};
 
 #if defined(ZCK_X86)
 void Init_AVX2(IMG_KERNELS* _pTable)

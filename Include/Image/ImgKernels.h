@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Base/ZCpu.h"
+#include "Base/ZPixelLayout.h"
 
 #include <cstdint>
 
@@ -47,23 +48,6 @@ using PFN_IMG_READ = void (*)(const IMG_ROW& _row, uint8_t* _pBGRA);
 using PFN_IMG_TO_YUV = void (*)(const uint8_t* _pBGRA, uint8_t* _pYUVA, int _nPixels, const IMG_RGB_COEF& _coef);
 using PFN_IMG_FROM_YUV = void (*)(const uint8_t* _pYUVA, uint8_t* _pBGRA, int _nPixels, const IMG_YUV_COEF& _coef);
 using PFN_IMG_TO_HLS = void (*)(const uint8_t* _pBGRA, uint8_t* _pHLSA, int _nPixels);
-
-/// How the samples of a row are laid out; several formats share a layout.
-enum eImgLayout : int32_t
-{
-    eIL_RGB8 = 0,
-    eIL_RGB24,
-    eIL_RGB32,
-    eIL_ARGB32,
-    eIL_r210,
-    eIL_v210,
-    eIL_YUYV,
-    eIL_UYVY,
-    eIL_YVYU,
-    eIL_Planar, ///< half-width chroma in planes of its own
-    eIL_NV12,
-    eIL_Count,
-};
 
 struct IMG_KERNELS
 {

@@ -9,49 +9,11 @@
 
 namespace
 {
-struct READ_FORMAT
-{
-    uint32_t fccType;
-    eImgLayout eLayout;
-    int nChromaDiv; // luma rows that share a chroma row
-    bool bVFirst;   // plane 1 is V
-};
-
-// clang-format off
-constexpr READ_FORMAT c_arrFormats[] = {
-    {eZFCC_RGB8,   eIL_RGB8,   1, false},
-    {eZFCC_RGB24,  eIL_RGB24,  1, false},
-    {eZFCC_RGB32,  eIL_RGB32,  1, false},
-    {eZFCC_ARGB32, eIL_ARGB32, 1, false},
-    {eZFCC_r210,   eIL_r210,   1, false},
-    {eZFCC_v210,   eIL_v210,   1, false},
-    {eZFCC_YUY2,   eIL_YUYV,   1, false},
-    {eZFCC_UYVY,   eIL_UYVY,   1, false},
-    {eZFCC_HDYC,   eIL_UYVY,   1, false},
-    {eZFCC_YVYU,   eIL_YVYU,   1, false},
-    {eZFCC_I420,   eIL_Planar, 2, false},
-    {eZFCC_YV12,   eIL_Planar, 2, true},
-    {eZFCC_NV12,   eIL_NV12,   2, false},
-    {eZFCC_I422,   eIL_Planar, 1, false},
-    {eZFCC_YV16,   eIL_Planar, 1, true},
-    {eZFCC_Y422,   eIL_Planar, 1, false},
-    {eZFCC_Y444,   eIL_Planar, 1, false},
-};
-// clang-format on
-
 // Longer rows would drive from the cache what is worked on.
 constexpr int64_t c_cbMaxExpect = 32768;
 
 // Wider rows would not fit the 32-bit sizes that callers work with.
 constexpr int c_nMaxWidth = 1 << 26;
-
-const READ_FORMAT* FindFormat(uint32_t _fccType)
-{
-    const auto* const pEnd = std::end(c_arrFormats);
-    const auto* const pRow = std::find_if(std::begin(c_arrFormats), pEnd,
-                                          [=](const READ_FORMAT& _format) { return _format.fccType == _fccType; });
-    return pRow != pEnd ? pRow : nullptr;
-}
 
 // Bytes that a kernel touches in a row of plane 0; whole units of two pixels, whole words in v210.
 int64_t BytesUsed(eImgLayout _eLayout, int64_t _nWidth)
@@ -92,20 +54,20 @@ HRESULT CheckPlane(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, int
 
 bool Img_IsReadable(uint32_t _fccType)
 {
-    return FindFormat(_fccType) != nullptr;
+    return FCC_Layout(_fccType) != eIL_None;
 }
 
 int64_t Img_RowBytesUsed(uint32_t _fccType, int32_t _nWidth)
 {
-    const READ_FORMAT* const pFormat = FindFormat(_fccType);
-    return pFormat && _nWidth > 0 ? BytesUsed(pFormat->eLayout, _nWidth) : 0;
+    const eImgLayout eLayout = FCC_Layout(_fccType);
+    return eLayout != eIL_None && _nWidth > 0 ? BytesUsed(eLayout, _nWidth) : 0;
 }
 
 HRESULT CImgRowReader::Init(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, std::optional<eZYMatrix> _eMatrix)
 {
     *this = {};
-    const READ_FORMAT* const pFormat = FindFormat(_vidProps.fccType);
-    if (!pFormat)
+    const eImgLayout eLayout = FCC_Layout(_vidProps.fccType);
+    if (eLayout == eIL_None)
         return E_NOTIMPL;
     const int64_t nHeight = std::abs(int64_t{_vidProps.nHeight});
     const ZF_SIZE& szPicture = _vidPtr.szVideoPlanes[0];
@@ -117,7 +79,7 @@ HRESULT CImgRowReader::Init(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vi
         return E_INVALIDARG;
     }
     m_nHeight = static_cast<int>(nHeight);
-    m_nChromaDiv = pFormat->nChromaDiv;
+    m_nChromaDiv = FCC_Subsampling(_vidProps.fccType, 1).cy;
     m_eMatrix = _eMatrix ? *_eMatrix : Img_MatrixOf(_vidProps);
     m_vidRow.nWidth = _vidProps.nWidth;
     m_vidRow.pCoeff = &Img_CoefFromYUV(m_eMatrix);
@@ -125,38 +87,39 @@ HRESULT CImgRowReader::Init(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vi
     if (FAILED(hr))
         return hr;
     m_bFields = m_nChromaDiv > 1 && VidProps_FieldOrder(&_vidProps) != 0;
-    m_cbExpect = static_cast<size_t>(std::min(BytesUsed(pFormat->eLayout, _vidProps.nWidth), c_cbMaxExpect));
-    m_bInPlace = pFormat->eLayout == eIL_RGB32 || pFormat->eLayout == eIL_ARGB32;
-    m_pfnRead = ImgKernels().apfnRead[pFormat->eLayout];
+    m_cbExpect = static_cast<size_t>(std::min(BytesUsed(eLayout, _vidProps.nWidth), c_cbMaxExpect));
+    m_bInPlace = eLayout == eIL_RGB32 || eLayout == eIL_ARGB32;
+    m_pfnRead = ImgKernels().apfnRead[eLayout];
     return S_OK;
 }
 
 HRESULT CImgRowReader::InitPlanes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr)
 {
-    const READ_FORMAT& format = *FindFormat(_vidProps.fccType);
-    HRESULT hr = CheckPlane(_vidProps, _vidPtr, 0, BytesUsed(format.eLayout, _vidProps.nWidth), m_nHeight);
+    const eZChroma eChroma = FCC_Chroma(_vidProps.fccType);
+    HRESULT hr =
+        CheckPlane(_vidProps, _vidPtr, 0, BytesUsed(FCC_Layout(_vidProps.fccType), _vidProps.nWidth), m_nHeight);
     m_vidRow.pPlane0 = Img_RowOf(_vidPtr, 0, 0);
     m_anStride[0] = _vidPtr.cbVideoRowBytes[0];
-    const bool bNV12 = format.eLayout == eIL_NV12;
-    if (FAILED(hr) || (format.eLayout != eIL_Planar && !bNV12))
+    if (FAILED(hr) || eChroma == eZCh_Packed)
         return hr;
 
+    const bool bInTurns = eChroma == eZCh_Turns;
     const ZF_SIZE& szChroma = _vidPtr.szVideoPlanes[1];
     m_nChromaRows = std::min(szChroma.cy, (m_nHeight - 1) / m_nChromaDiv + 1);
-    m_vidRow.nChroma = std::min(bNV12 ? szChroma.cx / 2 : szChroma.cx, (_vidProps.nWidth + 1) / 2);
+    m_vidRow.nChroma = std::min(bInTurns ? szChroma.cx / 2 : szChroma.cx, (_vidProps.nWidth + 1) / 2);
     if (m_nChromaRows < 1 || m_vidRow.nChroma < 1) // a picture too small for chroma
     {
         m_nChromaRows = m_vidRow.nChroma = 0;
         return S_OK;
     }
-    for (int nPlane = 1; nPlane <= (bNV12 ? 1 : 2) && SUCCEEDED(hr); ++nPlane)
-        hr = CheckPlane(_vidProps, _vidPtr, nPlane, m_vidRow.nChroma * (bNV12 ? 2 : 1), m_nChromaRows);
+    for (int nPlane = 1; nPlane <= (bInTurns ? 1 : 2) && SUCCEEDED(hr); ++nPlane)
+        hr = CheckPlane(_vidProps, _vidPtr, nPlane, m_vidRow.nChroma * (bInTurns ? 2 : 1), m_nChromaRows);
     if (FAILED(hr))
         return hr;
-    const int nU = format.bVFirst ? 2 : 1;
-    const int nV = bNV12 ? 1 : 3 - nU;
+    const int nU = eChroma == eZCh_VU ? 2 : 1;
+    const int nV = bInTurns ? 1 : 3 - nU;
     m_vidRow.pU = Img_RowOf(_vidPtr, nU, 0);
-    m_vidRow.pV = Img_RowOf(_vidPtr, nV, 0) + (bNV12 ? 1 : 0);
+    m_vidRow.pV = Img_RowOf(_vidPtr, nV, 0) + (bInTurns ? 1 : 0);
     m_anStride[1] = _vidPtr.cbVideoRowBytes[nU];
     m_anStride[2] = _vidPtr.cbVideoRowBytes[nV];
     return S_OK;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Props/TempFile.h"
+
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -9,13 +11,12 @@
 /// Reads a file of at most so many bytes. False and a reason that names the file when that cannot be done.
 bool TextFile_Read(std::string_view _svPath, size_t _cbMax, std::string* _pstrText, std::string* _pstrReason);
 
-/// Where the bytes for a path go.
-struct TEXT_FILE_TARGET
+/// The names that hosts know of File_Target.
+using TEXT_FILE_TARGET = FILE_TARGET;
+inline TEXT_FILE_TARGET TextFile_Target(std::string_view _svPath)
 {
-    std::string strPath; ///< the file at the end of all links, as an absolute path; two names of one file give the same
-    bool bInPlace;       ///< a device or a pipe: opened under the given name and written, never replaced
-};
-TEXT_FILE_TARGET TextFile_Target(std::string_view _svPath);
+    return File_Target(_svPath);
+}
 
 /// Writes a file under a temporary name beside the final one and then replaces it, so that the final name never shows
 /// half a file. A link stays: the file it points at is replaced. Devices and pipes are written in place. False and a

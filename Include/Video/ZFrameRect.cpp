@@ -85,7 +85,7 @@ ZF_VID_PROPS PartProps(const ZF_VID_PROPS& _vidProps, const PART& _part)
 // Bytes from the start of a row to the column where the part begins; -1 where that is within a word.
 int64_t ByteOfColumn(uint32_t _fccType, int _nX)
 {
-    if (_fccType == eZFCC_v210)
+    if (FCC_Layout(_fccType) == eIL_v210)
         return _nX % 6 == 0 ? int64_t{_nX} / 6 * 16 : -1;
     return FCC_IsPlanar(_fccType) ? _nX : int64_t{_nX} * FCC_BitsPerPixel(_fccType) / 8;
 }
@@ -113,7 +113,7 @@ ZF_VID_PTR PartPtr(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, con
         vidPtr.lpVideoPlanes[nPlane] = 0;
         if (!_vidPtr.lpVideoPlanes[nPlane])
             continue;
-        const int nByte = _vidProps.fccType == eZFCC_NV12 ? _part.nX1 : _part.nX1 / 2;
+        const int nByte = FCC_Chroma(_vidProps.fccType) == eZCh_Turns ? _part.nX1 : _part.nX1 / 2;
         vidPtr.lpVideoPlanes[nPlane] = _vidPtr.lpVideoPlanes[nPlane] + nByte +
                                        int64_t{_part.nY1 / nRowsPerChroma} * _vidPtr.cbVideoRowBytes[nPlane];
     }
@@ -147,7 +147,7 @@ void CopyPart(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, const PA
     {
         const uint8_t* const pRow = Img_Pointer(RowFromTop(_vidProps, _vidPtr, _part.nY1 + nRow));
         uint8_t* const pOut = Img_Pointer(RowFromTop(_vidPropsOut, _vidPtrOut, nRow));
-        if (_vidProps.fccType == eZFCC_v210)
+        if (FCC_Layout(_vidProps.fccType) == eIL_v210)
             CopyColumns_v210(pRow, _part.nX1, _vidPropsOut.nWidth, pOut);
         else
             std::memcpy(pOut, pRow + ByteOfColumn(_vidProps.fccType, _part.nX1), cbRow);
@@ -169,7 +169,7 @@ HRESULT CZFrameMaker::Rect(CZFrame* _pSource, int32_t _nX1, int32_t _nY1, int32_
     }
     ZF_VID_PROPS vidPropsPart = PartProps(vidProps, part);
     const int64_t nByte = ByteOfColumn(vidProps.fccType, part.nX1);
-    // whoever reads rows at their full row size must not get behind the source's last row
+    // whoever reads rows at their full row size must not get past the source's last row
     if (nByte >= 0 && nByte + Img_RowSizeM(&vidPropsPart) <= std::abs(int64_t{vidPtr.cbVideoRowBytes[0]}))
     {
         const HRESULT hr = Complete("CZFrame::FrameRect", &vidPropsPart);

@@ -12,23 +12,15 @@
 
 namespace
 {
-// Places of the first Y, of U and of V in a unit of two pixels.
-struct UNIT
-{
-    int nY;
-    int nU;
-    int nV;
-};
-
-void WritePacked(const uint8_t* _pYUVA, int _nWidth, const UNIT& _unit, uint8_t* _pOut)
+void WritePacked(const uint8_t* _pYUVA, int _nWidth, const Z_PAIR_BYTES& _pair, uint8_t* _pOut)
 {
     for (int x = 0; x < _nWidth; x += 2, _pYUVA += 8, _pOut += 4)
     {
         const uint8_t* const pSecond = x + 1 < _nWidth ? _pYUVA + 4 : _pYUVA;
-        _pOut[_unit.nY] = _pYUVA[0];
-        _pOut[_unit.nY + 2] = pSecond[0];
-        _pOut[_unit.nU] = static_cast<uint8_t>((_pYUVA[1] + pSecond[1] + 1) / 2);
-        _pOut[_unit.nV] = static_cast<uint8_t>((_pYUVA[2] + pSecond[2] + 1) / 2);
+        _pOut[_pair.nY0] = _pYUVA[0];
+        _pOut[_pair.nY1] = pSecond[0];
+        _pOut[_pair.nU] = static_cast<uint8_t>((_pYUVA[1] + pSecond[1] + 1) / 2);
+        _pOut[_pair.nV] = static_cast<uint8_t>((_pYUVA[2] + pSecond[2] + 1) / 2);
     }
 }
 
@@ -36,7 +28,7 @@ void WritePacked(const uint8_t* _pYUVA, int _nWidth, const UNIT& _unit, uint8_t*
 void Write_v210(const uint8_t* _pYUVA, int _nWidth, uint8_t* _pOut)
 {
     std::vector<uint8_t> vecSamples(static_cast<size_t>(_nWidth) * 2 + 8);
-    WritePacked(_pYUVA, _nWidth, {1, 0, 2}, vecSamples.data());
+    WritePacked(_pYUVA, _nWidth, Z_PairBytes(eIL_v210), vecSamples.data());
     const int64_t cbRow = Img_RowBytesUsed(eZFCC_v210, _nWidth);
     const uint8_t* pSample = vecSamples.data();
     for (int64_t nByte = 0; nByte < cbRow; nByte += 4, pSample += 3)
@@ -47,21 +39,21 @@ void Write_v210(const uint8_t* _pYUVA, int _nWidth, uint8_t* _pOut)
     }
 }
 
-void WriteRGB(uint32_t _fccType, const uint8_t* _pBGRA, int _nWidth, uint8_t* _pOut)
+void WriteRGB(eImgLayout _eLayout, const uint8_t* _pBGRA, int _nWidth, uint8_t* _pOut)
 {
     for (int x = 0; x < _nWidth; ++x, _pBGRA += 4)
     {
         const uint32_t nB = _pBGRA[0], nG = _pBGRA[1], nR = _pBGRA[2];
         const uint32_t nWord_r210 = nR << 22 | nG << 12 | nB << 2;
-        switch (_fccType)
+        switch (_eLayout)
         {
-        case eZFCC_RGB8:
+        case eIL_RGB8:
             _pOut[x] = static_cast<uint8_t>((nR + 2 * nG + nB + 2) / 4);
             break;
-        case eZFCC_RGB24:
+        case eIL_RGB24:
             std::memcpy(_pOut + ptrdiff_t{x} * 3, _pBGRA, 3);
             break;
-        case eZFCC_r210:
+        case eIL_r210:
             for (int n = 0; n < 4; ++n)
                 _pOut[ptrdiff_t{x} * 4 + n] = static_cast<uint8_t>(nWord_r210 >> (24 - 8 * n));
             break;
@@ -108,23 +100,14 @@ private:
     void WriteRow(int _nRow, uint8_t* _pOut)
     {
         const int nWidth = m_vidProps.nWidth;
-        switch (m_vidProps.fccType)
-        {
-        case eZFCC_YUY2:
-            return WritePacked(YuvRow(_nRow), nWidth, {0, 1, 3}, _pOut);
-        case eZFCC_YVYU:
-            return WritePacked(YuvRow(_nRow), nWidth, {0, 3, 1}, _pOut);
-        case eZFCC_UYVY:
-        case eZFCC_HDYC:
-            return WritePacked(YuvRow(_nRow), nWidth, {1, 0, 2}, _pOut);
-        case eZFCC_v210:
-            return Write_v210(YuvRow(_nRow), nWidth, _pOut);
-        default:
-            break;
-        }
-        if (!FCC_IsPlanar(m_vidProps.fccType))
-            return WriteRGB(m_vidProps.fccType, SourceRow(_nRow), nWidth, _pOut);
+        const eImgLayout eLayout = FCC_Layout(m_vidProps.fccType);
+        if (FCC_IsRGB(m_vidProps.fccType))
+            return WriteRGB(eLayout, SourceRow(_nRow), nWidth, _pOut);
         const uint8_t* const pYUVA = YuvRow(_nRow);
+        if (Z_IsPairs(eLayout))
+            return WritePacked(pYUVA, nWidth, Z_PairBytes(eLayout), _pOut);
+        if (eLayout == eIL_v210)
+            return Write_v210(pYUVA, nWidth, _pOut);
         for (int x = 0; x < nWidth; ++x)
             _pOut[x] = pYUVA[ptrdiff_t{x} * 4];
     }
@@ -142,16 +125,17 @@ private:
 
     void WriteChroma()
     {
-        const bool bNV12 = m_vidProps.fccType == eZFCC_NV12;
-        const bool bVFirst = m_vidProps.fccType == eZFCC_YV12 || m_vidProps.fccType == eZFCC_YV16;
+        const eZChroma eChroma = FCC_Chroma(m_vidProps.fccType);
+        const bool bInTurns = eChroma == eZCh_Turns;
+        const bool bVFirst = eChroma == eZCh_VU;
         const ZF_SIZE& szChroma = m_vidPtr.szVideoPlanes[1];
-        const int nSamples = std::min(bNV12 ? szChroma.cx / 2 : szChroma.cx, m_vidProps.nWidth / 2);
-        const int nStep = bNV12 ? 2 : 1;
+        const int nSamples = std::min(bInTurns ? szChroma.cx / 2 : szChroma.cx, m_vidProps.nWidth / 2);
+        const int nStep = bInTurns ? 2 : 1;
         for (int nRow = 0; nRow < szChroma.cy && nSamples > 0; ++nRow)
         {
             const int nPixels = SumChromaRow(nRow, nSamples);
             uint8_t* const pU = Img_RowOf(m_vidPtr, bVFirst ? 2 : 1, nRow);
-            uint8_t* const pV = bNV12 ? pU + 1 : Img_RowOf(m_vidPtr, bVFirst ? 1 : 2, nRow);
+            uint8_t* const pV = bInTurns ? pU + 1 : Img_RowOf(m_vidPtr, bVFirst ? 1 : 2, nRow);
             for (int n = 0; n < nSamples; ++n)
             {
                 pU[n * nStep] = static_cast<uint8_t>((m_vecSumU[n] + nPixels / 2) / nPixels);

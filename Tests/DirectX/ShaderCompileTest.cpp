@@ -28,7 +28,7 @@ void AddKeys(TEXTS* _pTexts)
     for (const eKeyInput eInput : {eKI_RGB, eKI_UYVY, eKI_HDYC, eKI_YUY2})
         for (const eKeyOutput eOutput : {eKO_Picture, eKO_Mask, eKO_Packed})
             for (const bool bCancel : {false, true})
-                for (const eSYMatrix eMatrix : {eSYM_601, eSYM_709})
+                for (const eZYMatrix eMatrix : {eZYM_601, eZYM_709})
                 {
                     const auto fnText = [&](eCK_Type _eType) {
                         return KeyShader_Text({_eType, eInput, eOutput, bCancel, eMatrix});
@@ -47,7 +47,7 @@ void AddConversions(TEXTS* _pTexts)
     {
         for (const uint32_t fccOut : c_arrFormats)
             for (const bool bLinear : {false, true})
-                _pTexts->insert(ConvertShader_Text({fccIn, fccOut, bLinear, eSYM_601}));
+                _pTexts->insert(ConvertShader_Text({fccIn, fccOut, bLinear, eZYM_601}));
         EXPECT_EQ(_pTexts->insert(DXVPlanarShader_Text(fccIn)).first->empty(), !FCC_IsPlanar(fccIn));
         EXPECT_EQ(ConvertShader_Text({fccIn, eZFCC_v210}) + ConvertShader_Text({eZFCC_RGB24, fccIn}), "");
     }

@@ -68,7 +68,7 @@ TEST(Converter, ComputesWhatTheFormulasSay)
     const auto cpAllocator = Gpu_Allocator();
     DX11Converter converter;
     const auto fnCheck = [&](uint32_t _fccIn, uint32_t _fccOut, const ZF_SIZE& _szIn, const ZF_SIZE& _szOut,
-                             eSYMatrix _eMatrix) {
+                             eZYMatrix _eMatrix) {
         SCOPED_TRACE(FCC_Name(_fccIn) + " to " + FCC_Name(_fccOut) + " of " + std::to_string(_szOut.cx));
         const PICTURE picture = Twin_Random(_fccIn, _szIn.cx, _szIn.cy);
         const bool bScaled = _szIn.cx != _szOut.cx;
@@ -91,19 +91,19 @@ TEST(Converter, ComputesWhatTheFormulasSay)
     for (const uint32_t fccType : {eZFCC_RGB8, eZFCC_RGB32, eZFCC_ARGB32, eZFCC_UYVY, eZFCC_HDYC, eZFCC_YUY2,
                                    eZFCC_NV12, eZFCC_YV12, eZFCC_I420, eZFCC_YV16, eZFCC_I422})
     {
-        const eSYMatrix eMatrix = fccType % 2 ? eSYM_601 : eSYM_709;
+        const eZYMatrix eMatrix = fccType % 2 ? eZYM_601 : eZYM_709;
         for (const uint32_t fccOther : {eZFCC_ARGB32, eZFCC_UYVY})
             if (fccOther != fccType)
             {
                 fnCheck(fccType, fccOther, {22, 12}, {22, 12}, eMatrix);
                 fnCheck(fccOther, fccType, {22, 12}, {22, 12}, eMatrix);
             }
-        fnCheck(fccType, eZFCC_YUY2, {22, 12}, {30, 20}, eSYM_601);
-        fnCheck(eZFCC_RGB32, fccType, {22, 12}, {8, 6}, eSYM_601);
+        fnCheck(fccType, eZFCC_YUY2, {22, 12}, {30, 20}, eZYM_601);
+        fnCheck(eZFCC_RGB32, fccType, {22, 12}, {8, 6}, eZYM_601);
     }
-    fnCheck(eZFCC_RGB32, eZFCC_UYVY, {7, 5}, {7, 5}, eSYM_601);
-    fnCheck(eZFCC_HDYC, eZFCC_ARGB32, {7, 5}, {7, 5}, eSYM_601);
-    fnCheck(eZFCC_NV12, eZFCC_YV12, {8, 6}, {8, 6}, eSYM_601);
+    fnCheck(eZFCC_RGB32, eZFCC_UYVY, {7, 5}, {7, 5}, eZYM_601);
+    fnCheck(eZFCC_HDYC, eZFCC_ARGB32, {7, 5}, {7, 5}, eZYM_601);
+    fnCheck(eZFCC_NV12, eZFCC_YV12, {8, 6}, {8, 6}, eZYM_601);
     converter.Close();
     cpAllocator->CacheClear();
 }
@@ -163,9 +163,9 @@ TEST(VideoProcessor, MakesPackedVideo)
     const PICTURE bottom = Twin_Random(eZFCC_ARGB32, 8, 4);
     const CZPtr<IDX11Texture> cpTop = TextureOf(top);
     const CZPtr<IDX11Texture> cpBottom = TextureOf(bottom);
-    std::array<float, 12> arrCrossed = Shader_MatrixRGB2YUV(eSYM_709);
+    std::array<float, 12> arrCrossed = Shader_MatrixRGB2YUV(eZYM_709);
     arrCrossed[7] = 0.4f; // offsets of U and V that differ
-    for (const std::array<float, 12>& arrMatrix : {Shader_MatrixRGB2YUV(eSYM_601), arrCrossed})
+    for (const std::array<float, 12>& arrMatrix : {Shader_MatrixRGB2YUV(eZYM_601), arrCrossed})
         for (bool bFields : {false, true})
             for (eDXVRange eRange : {eDXVR_Studio, eDXVR_Full})
             {
@@ -213,7 +213,7 @@ TEST(VideoProcessor, MakesPlanarVideo)
             }
             EXPECT_TRUE(Twin_Matches(vecBytes, expected, c_dblRounded));
         }
-    const std::array<float, 12> arrMatrix = Shader_MatrixRGB2YUV(eSYM_601);
+    const std::array<float, 12> arrMatrix = Shader_MatrixRGB2YUV(eZYM_601);
     CZPtr<IDX11Texture> cpResult;
     ASSERT_EQ(cpProcessor->DXV_Convert(TextureOf(Twin_Random(eZFCC_RGB32, 8, 6)).Get(), nullptr, arrMatrix.data(),
                                        eZFCC_NV12, cpAllocator.Get(), cpResult.Put()),
@@ -228,7 +228,7 @@ TEST(VideoProcessor, RefusesWhatItCannotMake)
     const auto cpWrapper = Gpu_Wrapper();
     CZPtr<DXV11Processor> cpProcessor;
     ASSERT_EQ(DXV11Processor::Create(cpWrapper.Get(), cpProcessor.Put()), S_OK);
-    const std::array<float, 12> arrMatrix = Shader_MatrixRGB2YUV(eSYM_601);
+    const std::array<float, 12> arrMatrix = Shader_MatrixRGB2YUV(eZYM_601);
     const CZPtr<IDX11Texture> cpRGB = TextureOf(8, 4, Gpu_Props(eZFCC_RGB32, 8, -4));
     const CZPtr<IDX11Texture> cpFlipped = TextureOf(8, 4, Gpu_Props(eZFCC_RGB32, 8, 4));
     const CZPtr<IDX11Texture> cpOdd = TextureOf(7, 4, Gpu_Props(eZFCC_RGB32, 7, -4));

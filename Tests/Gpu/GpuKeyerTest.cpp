@@ -42,14 +42,14 @@ struct OPTION
     int32_t nSmooth;
     int32_t nInterlaced;
     int32_t nInverse;
-    eSYMatrix eMatrix;
+    eZYMatrix eMatrix;
     int nKeys;
 };
 
 constexpr OPTION c_arrOptions[] = {
-    {"plain", false, false, 0, 0, 0, eSYM_601, 3},  {"ARGB, one key", true, false, 0, 0, 1, eSYM_709, 1},
-    {"cancel", false, true, 0, 0, 0, eSYM_601, 3},  {"cancel, ARGB, 16 keys", true, true, 0, 0, 0, eSYM_709, 16},
-    {"smooth", false, false, 2, 0, 1, eSYM_601, 3}, {"smooth, interlaced, cancel", false, true, 1, 1, 0, eSYM_601, 2},
+    {"plain", false, false, 0, 0, 0, eZYM_601, 3},  {"ARGB, one key", true, false, 0, 0, 1, eZYM_709, 1},
+    {"cancel", false, true, 0, 0, 0, eZYM_601, 3},  {"cancel, ARGB, 16 keys", true, true, 0, 0, 0, eZYM_709, 16},
+    {"smooth", false, false, 2, 0, 1, eZYM_601, 3}, {"smooth, interlaced, cancel", false, true, 1, 1, 0, eZYM_601, 2},
 };
 
 /// Keys of all kinds around greens, dead and inverse ones among them; the first is an ordinary one.
@@ -289,7 +289,7 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
             const auto cpFrame = Gpu_TextureFrame(cpHosts.Get(), vidProps);
             ASSERT_EQ(cpFrame->AttachmentSet(L"mask", cpTexture.Get()), S_OK);
             const CCallFaults calls(pDevice);
-            const auto cpRes = Key(cpFrame.Get(), {key, false, true, eSYM_601});
+            const auto cpRes = Key(cpFrame.Get(), {key, false, true, eZYM_601});
             ASSERT_TRUE(cpRes);
             EXPECT_EQ(calls.Count("Map"), 0) << "nothing is brought back";
             EXPECT_FALSE(AttachmentOf(cpRes.Get(), L"mask")) << "the input's mask";
@@ -303,7 +303,7 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
             EXPECT_EQ(PropsOf(cpResTexture.Get()).dblRate, 25);
 
             const PICTURE keyed =
-                ShaderTwin::Key({eCKT_YUV, fccType == eZFCC_RGB32 ? eKI_RGB : eKI_UYVY, eKO_Picture, true, eSYM_601},
+                ShaderTwin::Key({eCKT_YUV, fccType == eZFCC_RGB32 ? eKI_RGB : eKI_UYVY, eKO_Picture, true, eZYM_601},
                                 SettingsOf(key, c_nWidth), KeyedInput(source));
             EXPECT_TRUE(Twin_Matches(Gpu_Read(cpKeyed.Get()), keyed, 2.5));
         }
@@ -323,14 +323,14 @@ TEST_F(GpuKeyer, CostsWhatItMust)
     {
         const OPTION& option = c_arrOptions[nOption];
         SCOPED_TRACE(FCC_Name(fccType) + " " + option.pszName);
-        const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_HLS, option, &random), option.bARGB, false, eSYM_601};
+        const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_HLS, option, &random), option.bARGB, false, eZYM_601};
         const auto cpFrame = RandomFrame(fccType, 64, 0, &random);
         for (int n = 0; n < 3; ++n)
             Key(cpFrame.Get(), settings);
         CCallFaults calls(Gpu_Device());
         CHROMA_KEY_RAW keyMoved = settings.key;
         keyMoved.arrKeys[0].nValue ^= 0x101010; // other keys need no other shaders
-        Key(cpFrame.Get(), {keyMoved, option.bARGB, false, eSYM_601});
+        Key(cpFrame.Get(), {keyMoved, option.bARGB, false, eZYM_601});
         for (const char* const pszMethod : {"CreateTexture2D", "D3DCompile", "CreatePixelShader", "CreateSamplerState"})
             EXPECT_EQ(calls.Count(pszMethod), 0) << pszMethod;
         for (const char* const pszMethod : {"CreateShaderResourceView", "CreateRenderTargetView", "CreateQuery"})
@@ -339,7 +339,7 @@ TEST_F(GpuKeyer, CostsWhatItMust)
         EXPECT_EQ(calls.Count("Map"), nMaps);
         calls.FailAt(0, S_OK);
         keyMoved.eType = eCKT_YUV;
-        Key(cpFrame.Get(), {keyMoved, option.bARGB, false, eSYM_601});
+        Key(cpFrame.Get(), {keyMoved, option.bARGB, false, eZYM_601});
         EXPECT_GT(calls.Count("D3DCompile"), 0) << "another type, other shaders";
     }
 }
@@ -379,7 +379,7 @@ FAULT_MESSAGES MessagesOf(bool _bPlanar, bool _bStaging)
 TEST_F(GpuKeyer, FailsOneFrameWholeAndKeysTheNext)
 {
     std::mt19937 random(4);
-    const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_RGB, c_arrOptions[5], &random), false, false, eSYM_601};
+    const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_RGB, c_arrOptions[5], &random), false, false, eZYM_601};
     for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_NV12})
     {
         const auto cpFrame = RandomFrame(fccType, 64, 0, &random);
@@ -413,7 +413,7 @@ TEST_F(GpuKeyer, MakesAnotherDeviceWhenOneIsRemoved)
 {
     m_keyer.Close(); // counted from here
     std::mt19937 random(5);
-    const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_RGB, c_arrOptions[0], &random), false, false, eSYM_601};
+    const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_RGB, c_arrOptions[0], &random), false, false, eZYM_601};
     const auto cpFrame = RandomFrame(eZFCC_RGB32, 64, 0, &random);
     const ULONG nRefs = RefsOf(Gpu_Device());
     m_keyer.DeviceInit(Gpu_Device());
@@ -437,11 +437,11 @@ TEST_F(GpuKeyer, MakesAnotherDeviceWhenOneIsRemoved)
 TEST_F(GpuKeyer, RefusesWhatItCannotKey)
 {
     // format, type of the keys, option, matrix, answer
-    const std::tuple<uint32_t, int32_t, int, eSYMatrix, HRESULT> arrRows[] = {
-        {eZFCC_v210, eCKT_RGB, 0, eSYM_709, S_OK},       {eZFCC_v210, eCKT_YUV, 0, eSYM_601, S_OK},
-        {eZFCC_v210, eCKT_YUV, 0, eSYM_709, E_NOTIMPL},  {eZFCC_RGB24, eCKT_YUV, 0, eSYM_601, S_OK},
-        {eZFCC_RGB24, eCKT_RGB, 2, eSYM_601, E_NOTIMPL}, {eZFCC_RGB24, eCKT_RGB, 3, eSYM_601, S_OK},
-        {eZFCC_YVYU, eCKT_RGB, 2, eSYM_601, E_NOTIMPL},  {eZFCC_UYVY, eCKT_None, 0, eSYM_601, E_INVALIDARG},
+    const std::tuple<uint32_t, int32_t, int, eZYMatrix, HRESULT> arrRows[] = {
+        {eZFCC_v210, eCKT_RGB, 0, eZYM_709, S_OK},       {eZFCC_v210, eCKT_YUV, 0, eZYM_601, S_OK},
+        {eZFCC_v210, eCKT_YUV, 0, eZYM_709, E_NOTIMPL},  {eZFCC_RGB24, eCKT_YUV, 0, eZYM_601, S_OK},
+        {eZFCC_RGB24, eCKT_RGB, 2, eZYM_601, E_NOTIMPL}, {eZFCC_RGB24, eCKT_RGB, 3, eZYM_601, S_OK},
+        {eZFCC_YVYU, eCKT_RGB, 2, eZYM_601, E_NOTIMPL},  {eZFCC_UYVY, eCKT_None, 0, eZYM_601, E_INVALIDARG},
     };
     std::mt19937 random(6);
     for (const auto& [fccType, eType, nOption, eMatrix, hr] : arrRows)

@@ -75,9 +75,9 @@ COLOR HLSFromRGB(const COLOR& _rgb)
     return {(r - g) / dblDelta / 6 + 2 / 3.0, dblL, dblS};
 }
 
-const YUV_ROWS& Rows(eSYMatrix _eMatrix)
+const YUV_ROWS& Rows(eZYMatrix _eMatrix)
 {
-    return _eMatrix == eSYM_709 ? c_rows709 : c_rows601;
+    return _eMatrix == eZYM_709 ? c_rows709 : c_rows601;
 }
 
 /// How far outside the ellipse a point lies on the line to its centre; negative inside.
@@ -273,9 +273,9 @@ void Store(PICTURE* _pPicture, const PIXELS& _pixels)
         }
 }
 
-eSYMatrix MatrixOf(const CONVERT_SHADER& _shader, uint32_t _fccType)
+eZYMatrix MatrixOf(const CONVERT_SHADER& _shader, uint32_t _fccType)
 {
-    return _fccType == eZFCC_HDYC ? eSYM_709 : _shader.eMatrix;
+    return _fccType == eZFCC_HDYC ? eZYM_709 : _shader.eMatrix;
 }
 
 std::array<double, 4> Recolor(const CONVERT_SHADER& _shader, const std::array<double, 4>& _pixel)
@@ -320,7 +320,7 @@ KEYED PixelToKey(const KEY_SHADER& _shader, const std::array<double, 4>& _pixel)
         return {yvu, yvu};
     COLOR rgb = color;
     if (!bRGB)
-        rgb = _shader.eMatrix == eSYM_709 ? ToRGB(color, c_rows709) : RGBFromYVU(color);
+        rgb = _shader.eMatrix == eZYM_709 ? ToRGB(color, c_rows709) : RGBFromYVU(color);
     return {_shader.eType == eCKT_HLS ? HLSFromRGB(rgb) : rgb, yvu};
 }
 

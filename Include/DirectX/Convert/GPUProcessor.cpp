@@ -92,7 +92,7 @@ HRESULT DX11Converter::UpdateSampler(ID3D11Device* _pDevice, const ZF_VID_PROPS*
 
 HRESULT DX11Converter::Convert(DX11Device* _pTheDevice, const ZF_VID_PROPS* _pVidPropsIn,
                                const ZF_VID_PROPS* _pVidPropsOut, ID3D11Texture2D* _pTexIn, IDX11Allocator* _pAllocator,
-                               IDX11Texture** _ppSurfaceOut, eSYMatrix _eMatrix)
+                               IDX11Texture** _ppSurfaceOut, eZYMatrix _eMatrix)
 {
     if (_ppSurfaceOut)
         *_ppSurfaceOut = nullptr;
@@ -127,7 +127,7 @@ HRESULT DX11Converter::Convert(DX11Device* _pTheDevice, const ZF_VID_PROPS* _pVi
 }
 
 HRESULT DX11Converter::Convert(DX11Device* _pTheDevice, IDX11Texture** _pFrameIn, const ZF_VID_PROPS* _pVidPropsOut,
-                               IDX11Allocator* _pAllocator, eSYMatrix _eMatrix)
+                               IDX11Allocator* _pAllocator, eZYMatrix _eMatrix)
 {
     if (!Z_VERIFY(_pTheDevice && _pFrameIn && *_pFrameIn && _pVidPropsOut))
         return E_INVALIDARG;

@@ -25,10 +25,10 @@ public:
     /// it.
     HRESULT Convert(DX11Device* _pTheDevice, const ZF_VID_PROPS* _pVidPropsIn, const ZF_VID_PROPS* _pVidPropsOut,
                     ID3D11Texture2D* _pTexIn, IDX11Allocator* _pAllocator, IDX11Texture** _ppSurfaceOut,
-                    eSYMatrix _eMatrix = eSYM_601);
+                    eZYMatrix _eMatrix = eZYM_601);
     /// The same for a picture with its properties, which the converted one replaces.
     HRESULT Convert(DX11Device* _pTheDevice, IDX11Texture** _pFrameIn, const ZF_VID_PROPS* _pVidPropsOut,
-                    IDX11Allocator* _pAllocator, eSYMatrix _eMatrix = eSYM_601);
+                    IDX11Allocator* _pAllocator, eZYMatrix _eMatrix = eZYM_601);
 
     /// The shader for a pair of formats.
     HRESULT UpdatePixelShader(ID3D11Device* _pDevice, const CONVERT_SHADER& _shader,

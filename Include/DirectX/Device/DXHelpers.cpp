@@ -2,51 +2,9 @@
 
 #include "Base/ZAssert.h"
 #include "Base/ZLog.h"
+#include "Base/ZPixelFormats.h"
 
 #include <cstdlib>
-
-namespace
-{
-
-/// What stands behind the three ways in which a picture lies in a texture.
-enum eLayout
-{
-    eLayout_None,
-    eLayout_RGB,    ///< a texel a pixel
-    eLayout_Packed, ///< 4:2:2, two pixels a texel
-    eLayout_Mask,   ///< one channel
-    eLayout_420,    ///< one channel, the chroma planes below the luma plane, half its rows
-    eLayout_422,    ///< the same, as many rows as the luma plane
-};
-
-eLayout Layout(uint32_t _fccType)
-{
-    switch (_fccType)
-    {
-    case eZFCC_RGB32:
-    case eZFCC_ARGB32:
-        return eLayout_RGB;
-    case eZFCC_UYVY:
-    case eZFCC_HDYC:
-    case eZFCC_YUY2:
-        return eLayout_Packed;
-    case eZFCC_RGB8:
-        return eLayout_Mask;
-    case eZFCC_NV12:
-    case eZFCC_YV12:
-    case eZFCC_I420:
-        return eLayout_420;
-    case eZFCC_YV16:
-    case eZFCC_I422:
-    case eZFCC_Y422:
-    case eZFCC_Y444:
-        return eLayout_422;
-    default:
-        return eLayout_None;
-    }
-}
-
-} // namespace
 
 std::string DX_TextureText(const D3D11_TEXTURE2D_DESC* _pDescOrNull)
 {
@@ -71,12 +29,12 @@ std::string DX_TextureText(ID3D11Texture2D* _pTextureOrNull)
 
 int32_t DX_PictureHeight(uint32_t _fccType, int32_t _nTexelHeight)
 {
-    switch (Layout(_fccType))
+    switch (FCC_Texture(_fccType))
     {
-    case eLayout_420:
+    case eZT_420:
         Z_VERIFY(_nTexelHeight * 2 % 3 == 0);
         return static_cast<int32_t>(int64_t{_nTexelHeight} * 2 / 3);
-    case eLayout_422:
+    case eZT_422:
         Z_VERIFY(_nTexelHeight % 2 == 0);
         return _nTexelHeight / 2;
     default:
@@ -86,11 +44,11 @@ int32_t DX_PictureHeight(uint32_t _fccType, int32_t _nTexelHeight)
 
 int32_t DX_TexelHeight(uint32_t _fccType, int32_t _nPictureHeight)
 {
-    switch (Layout(_fccType))
+    switch (FCC_Texture(_fccType))
     {
-    case eLayout_420: // an odd picture takes the room of the next even one, as its chroma planes do
+    case eZT_420: // an odd picture takes the room of the next even one, as its chroma planes do
         return (_nPictureHeight + _nPictureHeight % 2) / 2 * 3;
-    case eLayout_422:
+    case eZT_422:
         return _nPictureHeight * 2;
     default:
         return _nPictureHeight;
@@ -99,17 +57,17 @@ int32_t DX_TexelHeight(uint32_t _fccType, int32_t _nPictureHeight)
 
 int32_t DX_TexelWidth(uint32_t _fccType, int32_t _nWidth)
 {
-    return Layout(_fccType) == eLayout_Packed ? _nWidth / 2 + _nWidth % 2 : _nWidth;
+    return FCC_Texture(_fccType) == eZT_Pairs ? _nWidth / 2 + _nWidth % 2 : _nWidth;
 }
 
 DXGI_FORMAT DX_TextureFormat(uint32_t _fccType)
 {
-    switch (Layout(_fccType))
+    switch (FCC_Texture(_fccType))
     {
-    case eLayout_None:
+    case eZT_None:
         return DXGI_FORMAT_UNKNOWN;
-    case eLayout_RGB:
-    case eLayout_Packed:
+    case eZT_Pixels:
+    case eZT_Pairs:
         return DXGI_FORMAT_B8G8R8A8_UNORM;
     default:
         return DXGI_FORMAT_R8_UNORM;

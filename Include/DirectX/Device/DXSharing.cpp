@@ -174,7 +174,8 @@ HRESULT DX_TextureCopy(IDX11Texture* _pPictureTo, IDX11Texture* _pPictureFrom)
         FAILED(_pPictureFrom->VideoPropsGet(&vidPropsFrom)) || vidPropsTo.fccType != vidPropsFrom.fccType)
         return E_INVALIDARG;
     const uint32_t eFCCTex = vidPropsFrom.fccType;
-    const bool bSameFormat = eFCCTex == eZFCC_RGB32 || eFCCTex == eZFCC_ARGB32 || eFCCTex == eZFCC_RGB8;
+    const eZTexture eTexture = FCC_Texture(eFCCTex);
+    const bool bSameFormat = eTexture == eZT_Pixels || eTexture == eZT_Byte;
     if (!bSameFormat && !Z_VERIFY(eFCCTex == eZFCC_HDYC || eFCCTex == eZFCC_UYVY || eFCCTex == eZFCC_YUY2))
         return E_INVALIDARG;
     HRESULT hr = _pPictureTo->TextureGet(cpTextureTo.Put());

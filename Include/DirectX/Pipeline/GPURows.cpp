@@ -57,21 +57,13 @@ void CopyPlane0(const CRowCopier& _copier, const ZF_VID_PROPS& _vidProps, bool _
         _copier.Copy(0, nRow, _bFields ? FieldRow(nRow, nHeight) : nRow, 0, cbRow);
 }
 
-/// Planes of chroma samples.
-int64_t ChromaPlanes(uint32_t _fccType)
-{
-    if (!FCC_IsPlanar(_fccType))
-        return 0;
-    return _fccType == eZFCC_NV12 ? 1 : 2;
-}
-
 /// Rows of half-width planes lie side by side, two in a row of texels.
 void CopyChroma(const CRowCopier& _copier, const ZF_VID_PROPS& _vidProps)
 {
     const int64_t nHeight = _vidProps.nHeight;
     const int64_t nRows = nHeight / FCC_Subsampling(_vidProps.fccType, 1).cy;
-    const int64_t cbRow = _vidProps.fccType == eZFCC_NV12 ? _vidProps.nWidth : _vidProps.nWidth / 2;
-    const int64_t nPlanes = ChromaPlanes(_vidProps.fccType);
+    const int64_t nPlanes = FCC_ChromaPlanes(_vidProps.fccType);
+    const int64_t cbRow = _vidProps.nWidth / nPlanes;
     const int64_t nSideBySide = nPlanes;
     for (int64_t n = 0; n < nPlanes * nRows; ++n)
         _copier.Copy(static_cast<int>(1 + n / nRows), n % nRows, nHeight + n / nSideBySide, n % nSideBySide * cbRow,
@@ -95,7 +87,7 @@ bool GPU_SizeIsValid(const ZF_VID_PROPS& _vidProps)
 bool GPU_HasPlanes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr)
 {
     const auto* const pPlanes = _vidPtr.lpVideoPlanes;
-    return std::all_of(pPlanes, pPlanes + 1 + ChromaPlanes(_vidProps.fccType),
+    return std::all_of(pPlanes, pPlanes + 1 + FCC_ChromaPlanes(_vidProps.fccType),
                        [](auto _nPlane) { return _nPlane != 0; });
 }
 

@@ -31,9 +31,9 @@ eSpace SpaceOf(uint32_t _fccType)
     return Shader_PackedLayout(_fccType) || Shader_PlanarLayout(_fccType) ? eS_YVU : eS_None;
 }
 
-eSYMatrix MatrixOf(const CONVERT_SHADER& _shader, uint32_t _fccType)
+eZYMatrix MatrixOf(const CONVERT_SHADER& _shader, uint32_t _fccType)
 {
-    return _fccType == eZFCC_HDYC ? eSYM_709 : _shader.eMatrix;
+    return _fccType == eZFCC_HDYC ? eZYM_709 : _shader.eMatrix;
 }
 
 // "float4 ReadPixel( float2 pos )": the input at a place in pixels.
@@ -86,17 +86,17 @@ constexpr char c_szReadAtPlanar[] = R"(    uint nStride, nRows;
 std::string Reader(const CONVERT_SHADER& _shader)
 {
     std::string strText;
-    if (const PACKED_LAYOUT* pPacked = Shader_PackedLayout(_shader.fccIn))
+    if (const auto packed = Shader_PackedLayout(_shader.fccIn))
     {
         strText = std::string(c_szReadAt) +
-                  "    float4 pc = tx.Load( int3( p.x / 2, p.y, 0 ) );\n    float3 yvu = pc." + pPacked->pszLeft +
-                  ";\n    if( p.x % 2 == 1 )\n        yvu = pc." + pPacked->pszRight +
+                  "    float4 pc = tx.Load( int3( p.x / 2, p.y, 0 ) );\n    float3 yvu = pc." + packed->strLeft +
+                  ";\n    if( p.x % 2 == 1 )\n        yvu = pc." + packed->strRight +
                   ";\n    return float4( yvu, 1.0 );\n}\n";
     }
-    else if (const PLANAR_LAYOUT* pPlanar = Shader_PlanarLayout(_shader.fccIn))
+    else if (const auto planar = Shader_PlanarLayout(_shader.fccIn))
     {
-        strText = Shader_TextChromaByte(*pPlanar) + c_szReadPlanarByte + c_szReadAt + c_szReadAtPlanar +
-                  "    uint2 c = uint2( p.x / 2, p.y" + (pPlanar->bHalfHeight ? " / 2" : "") + " );\n" +
+        strText = Shader_TextChromaByte(*planar) + c_szReadPlanarByte + c_szReadAt + c_szReadAtPlanar +
+                  "    uint2 c = uint2( p.x / 2, p.y" + (planar->bHalfHeight ? " / 2" : "") + " );\n" +
                   "    return float4( ReadByte( p.y * nStride + p.x, nStride ),\n" +
                   "                   ReadByte( nLuma + ChromaByte( c, 0, nStride, nHeight ), nStride ),\n" +
                   "                   ReadByte( nLuma + ChromaByte( c, 1, nStride, nHeight ), nStride ), 1.0 );\n}\n";
@@ -137,7 +137,7 @@ COLOR_STEP StepFromRGB(const CONVERT_SHADER& _shader, eSpace _eOut)
 {
     if (_eOut == eS_RGB)
         return {"", "pc.rgb"};
-    const eSYMatrix eMatrix = _eOut == eS_Grey ? eSYM_601 : MatrixOf(_shader, _shader.fccOut);
+    const eZYMatrix eMatrix = _eOut == eS_Grey ? eZYM_601 : MatrixOf(_shader, _shader.fccOut);
     const std::string strYVU = std::string("RGB2YVU_") + Shader_MatrixName(eMatrix) + "( pc.rgb )";
     if (_eOut == eS_Grey)
         return {Shader_TextRGB2YVU(eMatrix) + c_szGrey, "GreyOf( " + strYVU + ".x )"};
@@ -148,8 +148,8 @@ COLOR_STEP StepFromYVU(const CONVERT_SHADER& _shader, eSpace _eOut)
 {
     if (_eOut == eS_Grey)
         return {c_szGrey, "GreyOf( pc.x )"};
-    const eSYMatrix eIn = MatrixOf(_shader, _shader.fccIn);
-    const eSYMatrix eOut = MatrixOf(_shader, _shader.fccOut);
+    const eZYMatrix eIn = MatrixOf(_shader, _shader.fccIn);
+    const eZYMatrix eOut = MatrixOf(_shader, _shader.fccOut);
     if (_eOut == eS_YVU && eIn == eOut)
         return {"", "pc.xyz"};
     const std::string strRGB = std::string("YVU2RGB_") + Shader_MatrixName(eIn) + "( pc.xyz )";
@@ -230,12 +230,12 @@ constexpr char c_szChroma420[] = R"(        float2 first = ( float2( c.x * 2, c.
 
 std::string Writer(uint32_t _fccOut)
 {
-    if (const PACKED_LAYOUT* pPacked = Shader_PackedLayout(_fccOut))
-        return c_szWritePacked + ("    return " + Shader_TextPackedTexel(*pPacked, "p1.x", "p2.x", "vu.y", "vu.x")) +
+    if (const auto packed = Shader_PackedLayout(_fccOut))
+        return c_szWritePacked + ("    return " + Shader_TextPackedTexel(*packed, "p1.x", "p2.x", "vu.y", "vu.x")) +
                ";\n}\n";
-    if (const PLANAR_LAYOUT* pPlanar = Shader_PlanarLayout(_fccOut))
-        return Shader_TextChromaOf(*pPlanar) + c_szWritePlanar +
-               (pPlanar->bHalfHeight ? c_szChroma420 : c_szChroma422) + c_szWritePlanarEnd;
+    if (const auto planar = Shader_PlanarLayout(_fccOut))
+        return Shader_TextChromaOf(*planar) + c_szWritePlanar + (planar->bHalfHeight ? c_szChroma420 : c_szChroma422) +
+               c_szWritePlanarEnd;
     return c_szWritePixel;
 }
 

@@ -31,7 +31,7 @@ struct CONVERT_SHADER
     /// goes with it.
     bool bLinear = false;
     /// Of YUV formats whose name does not say it; HDYC is BT.709.
-    eSYMatrix eMatrix = eSYM_601;
+    eZYMatrix eMatrix = eZYM_601;
 };
 
 /// From and into RGB8, RGB32, ARGB32, UYVY, HDYC, YUY2, YVYU, NV12, YV12, I420, YV16, I422; empty for other formats.

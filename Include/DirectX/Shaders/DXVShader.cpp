@@ -89,11 +89,19 @@ float4 PS( PS_INPUT input ) : SV_Target
 
 } // namespace
 
-std::array<float, 12> Shader_MatrixRGB2YUV(eSYMatrix _eMatrix)
+std::array<float, 12> Shader_MatrixRGB2YUV(eZYMatrix _eMatrix)
 {
-    if (_eMatrix == eSYM_709)
-        return {0.183f, 0.614f, 0.062f, 0.0625f, -0.101f, -0.338f, 0.439f, 0.5f, 0.439f, -0.399f, -0.040f, 0.5f};
-    return {0.257f, 0.504f, 0.098f, 0.0625f, -0.148f, -0.291f, 0.439f, 0.5f, 0.439f, -0.368f, -0.071f, 0.5f};
+    const Z_MATRIX& matrix = c_arrMatrix[_eMatrix];
+    std::array<float, 12> arrRows = {};
+    const auto fnRow = [&](size_t _nRow, const double(&_arrRow)[3], double _dblAdd) {
+        std::transform(_arrRow, _arrRow + 3, arrRows.begin() + 4 * _nRow,
+                       [](double _dbl) { return static_cast<float>(_dbl); });
+        arrRows[4 * _nRow + 3] = static_cast<float>(_dblAdd);
+    };
+    fnRow(0, matrix.arrY, matrix.arrYVUAdd[0]);
+    fnRow(1, matrix.arrU, matrix.arrYVUAdd[2]);
+    fnRow(2, matrix.arrV, matrix.arrYVUAdd[1]);
+    return arrRows;
 }
 
 PS_CONVERT Shader_FillConvert(int32_t _nWidth, const float* _pfMatrix4x3)
@@ -119,14 +127,13 @@ std::string DXVShader_Text(const DXV_SHADER& _shader)
 
 std::string DXVPlanarShader_Text(uint32_t _fccOut)
 {
-    const PLANAR_LAYOUT* pPlanar = Shader_PlanarLayout(_fccOut);
-    if (!pPlanar)
+    const auto planar = Shader_PlanarLayout(_fccOut);
+    if (!planar)
         return {};
     const char* pszRows =
-        pPlanar->bHalfHeight
-            ? "    float4 pc = ( Texel( c.x, c.y * 2, nTexels ) + Texel( c.x, c.y * 2 + 1, nTexels ) ) "
-              "* 0.5;\n"
-            : "    float4 pc = Texel( c.x, c.y, nTexels );\n";
-    return std::string(c_szPlanarHead) + c_szShaderInput + Shader_TextChromaOf(*pPlanar) + c_szPlanarTexel + pszRows +
+        planar->bHalfHeight ? "    float4 pc = ( Texel( c.x, c.y * 2, nTexels ) + Texel( c.x, c.y * 2 + 1, nTexels ) ) "
+                              "* 0.5;\n"
+                            : "    float4 pc = Texel( c.x, c.y, nTexels );\n";
+    return std::string(c_szPlanarHead) + c_szShaderInput + Shader_TextChromaOf(*planar) + c_szPlanarTexel + pszRows +
            c_szPlanarBody;
 }

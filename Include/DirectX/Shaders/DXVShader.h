@@ -21,7 +21,7 @@ struct PS_CONVERT
 static_assert(sizeof(PS_CONVERT) == 64 && offsetof(PS_CONVERT, vecV) == 48);
 
 /// Rows Y, U, V of four: the studio-range matrix for RGB of 0..1.
-std::array<float, 12> Shader_MatrixRGB2YUV(eSYMatrix _eMatrix);
+std::array<float, 12> Shader_MatrixRGB2YUV(eZYMatrix _eMatrix);
 
 /// _pfMatrix4x3: rows Y, U, V of four, as above.
 PS_CONVERT Shader_FillConvert(int32_t _nWidth, const float* _pfMatrix4x3);

@@ -1,6 +1,7 @@
 #include "DirectX/Shaders/KeyConstants.h"
 
 #include "Base/ZAssert.h"
+#include "Base/ZMatrix.h"
 
 #include <algorithm>
 #include <array>
@@ -22,16 +23,18 @@ void Unpack(uint32_t _nWord, float* _pfColor)
         _pfColor[i] = static_cast<float>(_nWord >> (8 * i) & 0xFF) / 256;
 }
 
+float ShareOf(const double (&_arrRow)[3], const COLOR& _rgb, double _dblAdd)
+{
+    const auto fnF = [](double _dbl) { return static_cast<float>(_dbl); };
+    const float fSum = fnF(_arrRow[0]) * _rgb[0] + fnF(_arrRow[1]) * _rgb[1] + fnF(_arrRow[2]) * _rgb[2];
+    return std::clamp(fSum + fnF(_dblAdd), 0.0f, 1.0f);
+}
+
 COLOR YVUFromRGB(const COLOR& _rgb)
 {
-    static constexpr float c_arrRows[3][4] = {
-        {0.257f, 0.504f, 0.098f, 0.0625f}, {0.439f, -0.368f, -0.071f, 0.5f}, {-0.148f, -0.291f, 0.439f, 0.5f}};
-    COLOR yvu;
-    for (size_t i = 0; i < 3; ++i)
-        yvu[i] = std::clamp(c_arrRows[i][0] * _rgb[0] + c_arrRows[i][1] * _rgb[1] + c_arrRows[i][2] * _rgb[2] +
-                                c_arrRows[i][3],
-                            0.0f, 1.0f);
-    return yvu;
+    const Z_MATRIX& matrix = c_arrMatrix[eZYM_601];
+    return {ShareOf(matrix.arrY, _rgb, matrix.arrYVUAdd[0]), ShareOf(matrix.arrV, _rgb, matrix.arrYVUAdd[1]),
+            ShareOf(matrix.arrU, _rgb, matrix.arrYVUAdd[2])};
 }
 
 /// A component is lightness plus half the chroma near its own hue, minus half of it on the far side.

@@ -29,23 +29,37 @@ cbuffer CK_SETTINGS : register( b0 )
 };
 )";
 
-constexpr char c_szSpaces[] = R"(
+/// RGB pictures are keyed with BT.601. Unlike those of ShaderPieces, these take Y, V and U with their offsets.
+std::string SpacesYVU()
+{
+    const Z_MATRIX& matrix = c_arrMatrix[eZYM_601];
+    return R"(
 float3 ConvertRGB2YVU( float3 rgb )
 {
-    float3 yvu = float3( dot( rgb, float3( 0.257, 0.504, 0.098 ) ),
-                         dot( rgb, float3( 0.439, -0.368, -0.071 ) ),
-                         dot( rgb, float3( -0.148, -0.291, 0.439 ) ) );
+    float3 yvu = float3( dot( rgb, float3( )" +
+           Shader_TextRow(matrix.arrY) + R"( ) ),
+                         dot( rgb, float3( )" +
+           Shader_TextRow(matrix.arrV) + R"( ) ),
+                         dot( rgb, float3( )" +
+           Shader_TextRow(matrix.arrU) + R"( ) ) );
     return clamp( yvu + float3( 0.0625, 0.5, 0.5 ), 0.0, 1.0 );
 }
 
 float3 ConvertYVU2RGB( float3 yvu )
 {
-    float3 rgb = float3( dot( yvu, float3( 1.164, 1.596, 0.0 ) ),
-                         dot( yvu, float3( 1.164, -0.813, -0.391 ) ),
-                         dot( yvu, float3( 1.164, 0.0, 2.018 ) ) );
-    return clamp( rgb + float3( -0.871, 0.531, -1.082 ), 0.0, 1.0 );
+    float3 rgb = float3( dot( yvu, float3( )" +
+           Shader_TextRow(matrix.arrR) + R"( ) ),
+                         dot( yvu, float3( )" +
+           Shader_TextRow(matrix.arrShaderG) + R"( ) ),
+                         dot( yvu, float3( )" +
+           Shader_TextRow(matrix.arrB) + R"( ) ) );
+    return clamp( rgb + float3( )" +
+           Shader_TextRow(matrix.arrRGBAdd) + R"( ), 0.0, 1.0 );
+}
+)";
 }
 
+constexpr char c_szSpaceHLS[] = R"(
 float3 ConvertRGB2HLS( float3 C )
 {
     uint i = 2;
@@ -228,19 +242,19 @@ constexpr char c_szPictureCancelRGB[] =
 }
 )";
 
+/// The pixel formats of packed inputs.
+constexpr struct
+{
+    eKeyInput eInput;
+    uint32_t fccType;
+} c_arrInputs[] = {{eKI_UYVY, eZFCC_UYVY}, {eKI_HDYC, eZFCC_HDYC}, {eKI_YUY2, eZFCC_YUY2}};
+
 uint32_t PackedFormat(eKeyInput _eInput)
 {
-    switch (_eInput)
-    {
-    case eKI_UYVY:
-        return eZFCC_UYVY;
-    case eKI_HDYC:
-        return eZFCC_HDYC;
-    case eKI_YUY2:
-        return eZFCC_YUY2;
-    default:
-        return eZFCC_None;
-    }
+    for (const auto& [eInput, fccType] : c_arrInputs)
+        if (eInput == _eInput)
+            return fccType;
+    return eZFCC_None;
 }
 
 bool Exists(const KEY_SHADER& _shader)
@@ -279,8 +293,8 @@ std::string BodyRGB(const KEY_SHADER& _shader)
 /// that are no multiple of four.
 std::string BodyPackedMask(const KEY_SHADER& _shader, const PACKED_LAYOUT& _layout)
 {
-    const std::string strRight = std::string(".") + _layout.pszRight + " ) );\n";
-    const std::string strLeft = std::string(".") + _layout.pszLeft + " ) );\n";
+    const std::string strRight = std::string(".") + _layout.strRight + " ) );\n";
+    const std::string strLeft = std::string(".") + _layout.strLeft + " ) );\n";
     const bool bNeighbour = _shader.eInput != eKI_HDYC;
     const std::string strNext = bNeighbour ? "pc1" : "pc";
     std::string strBody = c_szPackedTexel;
@@ -301,8 +315,8 @@ std::string BodyPackedPicture(const KEY_SHADER& _shader, const PACKED_LAYOUT& _l
     std::string strBody = c_szPackedTexel;
     strBody += c_szEntry;
     strBody += "    float4 pc = PackedTexel( floor( fpar.z*input.Tex.x/2.0 ), input.Tex.y );\n";
-    strBody += std::string("    float3 yvu = pc.") + _layout.pszLeft + ";\n" +
-               "    if( frac(fpar.z*input.Tex.x/2.0) > 0.5 )\n        yvu = pc." + _layout.pszRight + ";\n";
+    strBody += std::string("    float3 yvu = pc.") + _layout.strLeft + ";\n" +
+               "    if( frac(fpar.z*input.Tex.x/2.0) > 0.5 )\n        yvu = pc." + _layout.strRight + ";\n";
     if (!_shader.bColorCancel)
         return strBody + "    return float4( " + _strToRGB + "( yvu ), ChromaKey( KeySpace( yvu ) ) );\n}\n";
     return strBody + "    float4 res = ChromaKey( KeySpace( yvu ), yvu - float3( 0.0, 0.5, 0.5 ) );\n" +
@@ -313,9 +327,9 @@ std::string BodyPackedCancel(const PACKED_LAYOUT& _layout)
 {
     std::string strBody = c_szEntry;
     strBody += "    float4 pc = tx.Sample( samLinear, input.Tex );\n    float3 mid = float3( 0.0, 0.5, 0.5 );\n";
-    for (const auto& [pszName, pszPixel] : {std::pair{"yuv1", _layout.pszRight}, std::pair{"yuv2", _layout.pszLeft}})
-        strBody += std::string("    float3 ") + pszName + " = ChromaKey( KeySpace( pc." + pszPixel + " ), pc." +
-                   pszPixel + " - mid );\n";
+    for (const auto& [pszName, strPixel] : {std::pair{"yuv1", _layout.strRight}, std::pair{"yuv2", _layout.strLeft}})
+        strBody += std::string("    float3 ") + pszName + " = ChromaKey( KeySpace( pc." + strPixel + " ), pc." +
+                   strPixel + " - mid );\n";
     return strBody + "    return " +
            Shader_TextPackedTexel(_layout, "yuv2.x", "yuv1.x", "(yuv1.z+yuv2.z)*0.5", "(yuv1.y+yuv2.y)*0.5") + ";\n}\n";
 }
@@ -331,7 +345,7 @@ std::string Forms(const KEY_SHADER& _shader)
 
 std::string BodyPacked(const KEY_SHADER& _shader, const std::string& _strToRGB)
 {
-    const PACKED_LAYOUT& layout = *Shader_PackedLayout(PackedFormat(_shader.eInput));
+    const PACKED_LAYOUT layout = *Shader_PackedLayout(PackedFormat(_shader.eInput));
     switch (_shader.eOutput)
     {
     case eKO_Mask:
@@ -345,17 +359,25 @@ std::string BodyPacked(const KEY_SHADER& _shader, const std::string& _strToRGB)
 
 } // namespace
 
+eKeyInput KeyShader_InputOf(uint32_t _fccType)
+{
+    for (const auto& [eInput, fccType] : c_arrInputs)
+        if (fccType == _fccType)
+            return eInput;
+    return eKI_RGB;
+}
+
 std::string KeyShader_Text(const KEY_SHADER& _shader)
 {
     if (!Exists(_shader))
         return {};
-    std::string strText = std::string(c_szTexture) + c_szSettings + c_szShaderInput + c_szSpaces;
+    std::string strText = std::string(c_szTexture) + c_szSettings + c_szShaderInput + SpacesYVU() + c_szSpaceHLS;
     if (_shader.eInput == eKI_RGB)
         return strText + KeySpace(_shader, {}) + Forms(_shader) + BodyRGB(_shader);
     const std::string strMatrix = std::string("YVU2RGB_") + Shader_MatrixName(_shader.eMatrix);
     strText += Shader_TextYVU2RGB(_shader.eMatrix);
     // BT.601 keys are measured as those of RGB pictures are.
-    strText += KeySpace(_shader, _shader.eMatrix == eSYM_601 ? "ConvertYVU2RGB" : strMatrix);
+    strText += KeySpace(_shader, _shader.eMatrix == eZYM_601 ? "ConvertYVU2RGB" : strMatrix);
     return strText + Forms(_shader) + BodyPacked(_shader, strMatrix);
 }
 

@@ -14,6 +14,9 @@ enum eKeyInput : int32_t
     eKI_YUY2 = 3, ///< bytes Y U Y V
 };
 
+/// What a texture of a pixel format holds; eKI_RGB for all that are not packed.
+eKeyInput KeyShader_InputOf(uint32_t _fccType);
+
 /// What the target gets.
 enum eKeyOutput : int32_t
 {
@@ -32,7 +35,7 @@ struct KEY_SHADER
     eKeyInput eInput = eKI_RGB;
     eKeyOutput eOutput = eKO_Picture;
     bool bColorCancel = false;    ///< Shader_NeedsCancel; the mask does not depend on it
-    eSYMatrix eMatrix = eSYM_601; ///< of packed input
+    eZYMatrix eMatrix = eZYM_601; ///< of packed input
 };
 
 /// Empty when there is no such shader: a type that is not keyed by colour, packed output from RGB or without colour

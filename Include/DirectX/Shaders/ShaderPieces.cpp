@@ -1,53 +1,18 @@
 #include "DirectX/Shaders/ShaderPieces.h"
 
-#include "Interfaces/ZVideoTypes.h"
+#include "Base/ZLog.h"
+#include "Base/ZPixelFormats.h"
 
-#include <iterator>
+#include <string_view>
+#include <utility>
 
 namespace
 {
 
-struct MATRIX_TEXT
+/// The component of a texel that a byte of memory is.
+char ComponentOf(int8_t _nByte)
 {
-    const char* pszName;
-    const char* pszY; // coefficients of R, G, B
-    const char* pszV;
-    const char* pszU;
-    const char* pszR; // coefficients of Y, V, U
-    const char* pszG;
-    const char* pszB;
-};
-
-// clang-format off
-constexpr MATRIX_TEXT c_arrMatrices[] = {
-    {"601", "0.257, 0.504, 0.098", "0.439, -0.368, -0.071", "-0.148, -0.291, 0.439",
-            "1.164, 1.596, 0.0",   "1.164, -0.813, -0.391", "1.164, 0.0, 2.018"},
-    {"709", "0.183, 0.614, 0.062", "0.439, -0.399, -0.040", "-0.101, -0.338, 0.439",
-            "1.164, 1.793, 0.0",   "1.164, -0.534, -0.213", "1.164, 0.0, 2.112"},
-};
-
-constexpr PACKED_LAYOUT c_arrPacked[] = {
-    {eZFCC_UYVY, "yxz", "wxz", "VLUR"},
-    {eZFCC_HDYC, "yxz", "wxz", "VLUR"},
-    {eZFCC_YUY2, "zwy", "xwy", "RULV"},
-    {eZFCC_YVYU, "zyw", "xyw", "RVLU"},
-};
-
-constexpr PLANAR_LAYOUT c_arrPlanar[] = {
-    {eZFCC_NV12, true,  false, true},
-    {eZFCC_YV12, false, true,  true},
-    {eZFCC_I420, false, false, true},
-    {eZFCC_YV16, false, true,  false},
-    {eZFCC_I422, false, false, false},
-};
-// clang-format on
-
-template <typename T, size_t N> const T* Find(const T (&_arrLayouts)[N], uint32_t _fccType)
-{
-    for (const T& layout : _arrLayouts)
-        if (layout.fccType == _fccType)
-            return &layout;
-    return nullptr;
+    return "zyxw"[_nByte];
 }
 
 /// Rows of chroma for a height.
@@ -67,53 +32,75 @@ struct PS_INPUT
 };
 )";
 
-std::string Shader_TextRGB2YVU(eSYMatrix _eMatrix)
+std::string Shader_TextRow(const double (&_arrRow)[3])
 {
-    const MATRIX_TEXT& matrix = c_arrMatrices[_eMatrix];
-    return std::string("\nfloat3 RGB2YVU_") + matrix.pszName +
-           "( float3 rgb )\n{\n    return saturate( float3( dot( rgb, float3( " + matrix.pszY +
-           " ) ) + 0.0625,\n                             dot( rgb, float3( " + matrix.pszV +
-           " ) ) + 0.5,\n                             dot( rgb, float3( " + matrix.pszU + " ) ) + 0.5 ) );\n}\n";
+    std::string strText;
+    for (const double dblShare : _arrRow)
+        strText += (strText.empty() ? "" : ", ") + (dblShare == 0 ? std::string("0.0") : ZFormat("%.3f", dblShare));
+    return strText;
 }
 
-std::string Shader_TextYVU2RGB(eSYMatrix _eMatrix)
+std::string Shader_TextRGB2YVU(eZYMatrix _eMatrix)
 {
-    const MATRIX_TEXT& matrix = c_arrMatrices[_eMatrix];
+    const Z_MATRIX& matrix = c_arrMatrix[_eMatrix];
+    return std::string("\nfloat3 RGB2YVU_") + matrix.pszName +
+           "( float3 rgb )\n{\n    return saturate( float3( dot( rgb, float3( " + Shader_TextRow(matrix.arrY) +
+           " ) ) + 0.0625,\n                             dot( rgb, float3( " + Shader_TextRow(matrix.arrV) +
+           " ) ) + 0.5,\n                             dot( rgb, float3( " + Shader_TextRow(matrix.arrU) +
+           " ) ) + 0.5 ) );\n}\n";
+}
+
+std::string Shader_TextYVU2RGB(eZYMatrix _eMatrix)
+{
+    const Z_MATRIX& matrix = c_arrMatrix[_eMatrix];
     return std::string("\nfloat3 YVU2RGB_") + matrix.pszName +
            "( float3 yvu )\n{\n    yvu -= float3( 16.0, 128.0, 128.0 ) / 255.0;\n" +
-           "    return saturate( float3( dot( yvu, float3( " + matrix.pszR +
-           " ) ),\n                             dot( yvu, float3( " + matrix.pszG +
-           " ) ),\n                             dot( yvu, float3( " + matrix.pszB + " ) ) ) );\n}\n";
+           "    return saturate( float3( dot( yvu, float3( " + Shader_TextRow(matrix.arrR) +
+           " ) ),\n                             dot( yvu, float3( " + Shader_TextRow(matrix.arrShaderG) +
+           " ) ),\n                             dot( yvu, float3( " + Shader_TextRow(matrix.arrB) + " ) ) ) );\n}\n";
 }
 
-const char* Shader_MatrixName(eSYMatrix _eMatrix)
+const char* Shader_MatrixName(eZYMatrix _eMatrix)
 {
-    return c_arrMatrices[_eMatrix].pszName;
+    return c_arrMatrix[_eMatrix].pszName;
 }
 
-const PACKED_LAYOUT* Shader_PackedLayout(uint32_t _fccType)
+std::optional<PACKED_LAYOUT> Shader_PackedLayout(uint32_t _fccType)
 {
-    return Find(c_arrPacked, _fccType);
+    const eImgLayout eLayout = FCC_Layout(_fccType);
+    if (!Z_IsPairs(eLayout))
+        return {};
+    const Z_PAIR_BYTES pair = Z_PairBytes(eLayout);
+    PACKED_LAYOUT layout = {{}, {}, "LRUV"};
+    for (const int8_t nByte : {pair.nY0, pair.nV, pair.nU})
+        layout.strLeft += ComponentOf(nByte);
+    for (const int8_t nByte : {pair.nY1, pair.nV, pair.nU})
+        layout.strRight += ComponentOf(nByte);
+    constexpr std::string_view c_svComponents = "xyzw";
+    for (const auto& [chSample, nByte] : {std::pair{'L', pair.nY0}, {'R', pair.nY1}, {'U', pair.nU}, {'V', pair.nV}})
+        layout.strTexel[c_svComponents.find(ComponentOf(nByte))] = chSample;
+    return layout;
 }
 
 std::string Shader_TextPackedTexel(const PACKED_LAYOUT& _layout, const char* _pszLeft, const char* _pszRight,
                                    const char* _pszU, const char* _pszV)
 {
     std::string strText = "float4(";
-    for (const char* pszComponent = _layout.szTexel; *pszComponent; ++pszComponent)
+    for (const char chSample : _layout.strTexel)
     {
-        strText += pszComponent == _layout.szTexel ? " " : ", ";
-        strText += *pszComponent == 'L'   ? _pszLeft
-                   : *pszComponent == 'R' ? _pszRight
-                   : *pszComponent == 'U' ? _pszU
-                                          : _pszV;
+        strText += strText.ends_with('(') ? " " : ", ";
+        strText += chSample == 'L' ? _pszLeft : chSample == 'R' ? _pszRight : chSample == 'U' ? _pszU : _pszV;
     }
     return strText + " )";
 }
 
-const PLANAR_LAYOUT* Shader_PlanarLayout(uint32_t _fccType)
+std::optional<PLANAR_LAYOUT> Shader_PlanarLayout(uint32_t _fccType)
 {
-    return Find(c_arrPlanar, _fccType);
+    const eZChroma eChroma = FCC_Chroma(_fccType);
+    const ZF_SIZE szSample = FCC_Subsampling(_fccType, 1);
+    if (eChroma == eZCh_Packed || szSample.cx * szSample.cy == 1)
+        return {};
+    return PLANAR_LAYOUT{eChroma == eZCh_Turns, eChroma == eZCh_VU, szSample.cy == 2};
 }
 
 std::string Shader_TextChromaOf(const PLANAR_LAYOUT& _layout)

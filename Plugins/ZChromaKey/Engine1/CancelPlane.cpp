@@ -1,35 +1,22 @@
 #include "ZChromaKey/Engine1/CancelPlane.h"
 
-#include <algorithm>
+#include "Base/ZPixelFormats.h"
+
 #include <cstring>
-#include <iterator>
 
 namespace
 {
 
-struct CANCEL_FORMAT
+eCancelLayout CancelLayoutOf(eImgLayout _eLayout) noexcept
 {
-    uint32_t fccType;
-    eCancelLayout eLayout;
-    PAIR_LAYOUT layout;
-};
+    return Z_IsPairs(_eLayout) ? eCL_Pairs : _eLayout == eIL_RGB24 ? eCL_BGR : eCL_BGRA;
+}
 
-constexpr CANCEL_FORMAT c_arrFormats[] = {
-    {eZFCC_RGB32, eCL_BGRA, {}},
-    {eZFCC_ARGB32, eCL_BGRA, {}},
-    {eZFCC_RGB24, eCL_BGR, {}},
-    {eZFCC_UYVY, eCL_Pairs, {8, 24, 0, 16}},
-    {eZFCC_HDYC, eCL_Pairs, {8, 24, 0, 16}},
-    {eZFCC_YUY2, eCL_Pairs, {0, 16, 8, 24}},
-    {eZFCC_YVYU, eCL_Pairs, {0, 16, 24, 8}},
-};
-
-const CANCEL_FORMAT* FindFormat(uint32_t _fccType)
+/// Where the samples lie in a word of two pixels, in bits.
+PAIR_LAYOUT PairLayoutOf(eImgLayout _eLayout) noexcept
 {
-    const auto* const pEnd = std::end(c_arrFormats);
-    const auto* const pFound = std::find_if(std::begin(c_arrFormats), pEnd,
-                                            [=](const CANCEL_FORMAT& _format) { return _format.fccType == _fccType; });
-    return pFound == pEnd ? nullptr : pFound;
+    const Z_PAIR_BYTES pair = Z_PairBytes(_eLayout);
+    return {8 * pair.nY0, 8 * pair.nY1, 8 * pair.nU, 8 * pair.nV};
 }
 
 void BGRClean(uint8_t* _pRow, int _nWidth, const CANCEL_SET& _set, const KEY_KERNELS& _kernels,
@@ -73,11 +60,11 @@ void CANCEL_PLANE::RowClean(int _nRow, const CANCEL_SET& _set, const KEY_KERNELS
 
 bool CancelPlane_IsKnown(uint32_t _fccType) noexcept
 {
-    return FindFormat(_fccType) != nullptr;
+    return FCC_IsCleaned(_fccType);
 }
 
 CANCEL_PLANE CancelPlane_Make(uint32_t _fccType, int _nWidth, uint8_t* _pRow0, ptrdiff_t _nStride) noexcept
 {
-    const CANCEL_FORMAT& format = *FindFormat(_fccType);
-    return {_pRow0, _nStride, _nWidth, format.eLayout, format.layout};
+    const eImgLayout eLayout = FCC_Layout(_fccType);
+    return {_pRow0, _nStride, _nWidth, CancelLayoutOf(eLayout), PairLayoutOf(eLayout)};
 }

@@ -13,7 +13,7 @@ struct GPU_KEY_SETTINGS
     CHROMA_KEY_RAW key;
     bool bOutputARGB;   ///< the result is ARGB32
     bool bFlushContext; ///< hand the work to the GPU before the result is waited for
-    eSYMatrix eMatrix;  ///< of YUV pictures, and what YUV keys of them are measured with
+    eZYMatrix eMatrix;  ///< of YUV pictures, and what YUV keys of them are measured with
 };
 
 /// What the result frame is made of.

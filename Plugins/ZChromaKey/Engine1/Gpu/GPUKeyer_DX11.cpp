@@ -27,10 +27,8 @@ public:
         const HRESULT hr = bTexture ? S_OK : DeviceEnsure(_options);
         if (FAILED(hr))
             return hr;
-        return m_keyer.Key(
-            _pFrame,
-            {_key, _options.bOutputARGB, _options.bFlushContext, _options.eMatrix == eZYM_709 ? eSYM_709 : eSYM_601},
-            _ppFrameRes);
+        return m_keyer.Key(_pFrame, {_key, _options.bOutputARGB, _options.bFlushContext, _options.eMatrix},
+                           _ppFrameRes);
     }
     std::vector<CZPtr<IZFFrame>> FramesTake() override
     {

@@ -1,5 +1,7 @@
 #include "ZChromaKey/Engine1/Kernels/ColorCancelPrepare.h"
 
+#include "Base/ZMatrix.h"
+
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
@@ -10,19 +12,25 @@ namespace
 
 constexpr float c_fltLeastAxis = 1.0f / 256;
 
-// Coefficients to three digits; the rows of V and U sum to 0, so that greys stay grey.
-constexpr YVU_MATRIX c_matrix601 = {
-    {{0.257f, 0.504f, 0.098f}, {0.439f, -0.368f, -0.071f}, {-0.148f, -0.291f, 0.439f}},
-    {0.0625f, 0.5f, 0.5f},
-    {{1.164f, 1.596f, 0.0f}, {1.164f, -0.813f, -0.391f}, {1.164f, 0.0f, 2.018f}},
-    {-0.871f, 0.531f, -1.082f},
-};
-constexpr YVU_MATRIX c_matrix709 = {
-    {{0.183f, 0.614f, 0.062f}, {0.439f, -0.399f, -0.040f}, {-0.101f, -0.338f, 0.439f}},
-    {0.0625f, 0.5f, 0.5f},
-    {{1.164f, 1.793f, 0.0f}, {1.164f, -0.533f, -0.213f}, {1.164f, 0.0f, 2.112f}},
-    {-0.969f, 0.300f, -1.129f},
-};
+constexpr YVU_MATRIX SingleOf(const Z_MATRIX& _matrix)
+{
+    YVU_MATRIX single = {};
+    for (int i = 0; i < 3; ++i)
+    {
+        single.arrToYVU[0][i] = static_cast<float>(_matrix.arrY[i]);
+        single.arrToYVU[1][i] = static_cast<float>(_matrix.arrV[i]);
+        single.arrToYVU[2][i] = static_cast<float>(_matrix.arrU[i]);
+        single.arrToAdd[i] = static_cast<float>(_matrix.arrYVUAdd[i]);
+        single.arrToRGB[0][i] = static_cast<float>(_matrix.arrR[i]);
+        single.arrToRGB[1][i] = static_cast<float>(_matrix.arrG[i]);
+        single.arrToRGB[2][i] = static_cast<float>(_matrix.arrB[i]);
+        single.arrRGBAdd[i] = static_cast<float>(_matrix.arrRGBAdd[i]);
+    }
+    return single;
+}
+
+constexpr YVU_MATRIX c_matrix601 = SingleOf(c_arrMatrix[eZYM_601]);
+constexpr YVU_MATRIX c_matrix709 = SingleOf(c_arrMatrix[eZYM_709]);
 
 void Unpack(float* _pComponents, uint32_t _nWord)
 {

@@ -3,32 +3,35 @@
 #include "Base/ZLog.h"
 #include "Base/ZSystem.h"
 
+#include <filesystem>
+
 #if !defined(_WIN32)
 #include <dlfcn.h>
 #endif
 
 namespace fs = std::filesystem;
 
-fs::path Platform_Path(const std::string& _strPath)
+namespace
 {
-#if defined(_WIN32)
-    return fs::path(ZText_ToWide(_strPath));
-#else
-    return fs::path(_strPath);
-#endif
+
+fs::path PathOf(const std::string& _strPath)
+{
+    return fs::path(std::u8string(_strPath.begin(), _strPath.end()));
 }
+
+} // namespace
 
 bool Platform_Exists(const std::string& _strPath)
 {
     std::error_code error;
-    return fs::exists(Platform_Path(_strPath), error);
+    return fs::exists(PathOf(_strPath), error);
 }
 
 #if defined(_WIN32)
 
 std::string Platform_OwnFolder()
 {
-    return ZText_FromWide(Platform_Path(ZSystem_ModulePath()).parent_path().wstring());
+    return ZText_FromWide(PathOf(ZSystem_ModulePath()).parent_path().wstring());
 }
 
 const char* Platform_ModuleName()
@@ -38,7 +41,7 @@ const char* Platform_ModuleName()
 
 void* Platform_LoadLibrary(const std::string& _strPath, std::string& _strReason)
 {
-    const HMODULE hModule = LoadLibraryExW(Platform_Path(_strPath).make_preferred().c_str(), nullptr,
+    const HMODULE hModule = LoadLibraryExW(PathOf(_strPath).make_preferred().c_str(), nullptr,
                                            LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
     if (!hModule)
         _strReason = ZFormat("system error %u", GetLastError());
@@ -59,7 +62,7 @@ void* Platform_Symbol(void* _pLibrary, const char* _pszName)
 
 std::string Platform_OwnFolder()
 {
-    return Platform_Path(ZSystem_ModulePath()).parent_path().string();
+    return PathOf(ZSystem_ModulePath()).parent_path().string();
 }
 
 const char* Platform_ModuleName()

@@ -1,12 +1,9 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 
 /// What a host asks of its system; the little that differs between them. Paths are UTF-8.
 
-/// A path for the standard library.
-std::filesystem::path Platform_Path(const std::string& _strPath);
 bool Platform_Exists(const std::string& _strPath);
 
 /// The folder of the file that this code was loaded from: of the program, or of the plug-in that it is linked into.

@@ -6,6 +6,7 @@
 #include "zkhost/Files/System.h"
 
 #include "Base/ZLog.h"
+#include "Props/TempFile.h"
 
 #include <cstdlib>
 #include <optional>
@@ -73,7 +74,7 @@ std::string TextOf(const fs::path& _path)
 CZPlainModule::CZPlainModule()
 {
     std::error_code error;
-    const fs::path pathModule = Platform_Path(CZModule::Own().Path());
+    const fs::path pathModule = File_Path(CZModule::Own().Path());
     m_pathFolder = fs::temp_directory_path(error) / ("zkhost-plain-" + std::to_string(System_ProcessId()));
     // A folder that is there already may be somebody else's, who could change what is loaded from it.
     if (error || !fs::create_directory(m_pathFolder, error) ||
@@ -95,7 +96,7 @@ CZPlainModule::CZPlainModule()
 void CZPlainModule::Load()
 {
     const CZVariableScope scope(c_pszPlain);
-    m_upModule = std::make_unique<CZModule>(TextOf(m_pathFolder / Platform_Path(Platform_ModuleName())));
+    m_upModule = std::make_unique<CZModule>(TextOf(m_pathFolder / Platform_ModuleName()));
     const std::string strLevel = LevelOf(*m_upModule); // read once in a module's life: now
     if (strLevel != c_pszPlain)
         throw CZHostError(

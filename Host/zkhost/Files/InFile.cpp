@@ -5,6 +5,7 @@
 #include "zkhost/Files/System.h"
 
 #include "Base/ZLog.h"
+#include "Props/TempFile.h"
 
 CZInFile::CZInFile(const std::string& _strPath)
     : m_strPath(_strPath)
@@ -15,10 +16,10 @@ CZInFile::CZInFile(const std::string& _strPath)
     else
     {
         InFile_CheckNoFolder(_strPath);
-        m_pFile = System_Open(_strPath, false);
+        m_pFile = System_Open(_strPath);
     }
     if (!m_pFile)
-        throw CZHostError(ZFormat("cannot open %s: %s", _strPath, System_LastError()));
+        throw CZHostError(ZFormat("cannot open %s: %s", _strPath, File_LastError()));
 }
 
 CZInFile::~CZInFile()
@@ -37,7 +38,7 @@ size_t CZInFile::Read(void* _pBytes, size_t _cbBytes)
     const size_t cbRead = std::fread(_pBytes, 1, _cbBytes, m_pFile);
     OutFile_CheckInterrupt();
     if (cbRead < _cbBytes && std::ferror(m_pFile))
-        throw CZHostError(ZFormat("cannot read %s: %s", m_strName, System_LastError()));
+        throw CZHostError(ZFormat("cannot read %s: %s", m_strName, File_LastError()));
     return cbRead;
 }
 

@@ -1,12 +1,11 @@
 #include "zkhost/Files/System.h"
 
-#include "Kit/Platform.h"
-
 #include "Base/ZText.h"
+#include "Props/TempFile.h"
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <filesystem>
 
 #if defined(_WIN32)
@@ -14,7 +13,6 @@
 #include <io.h>
 #include <shellapi.h>
 #else
-#include <cerrno>
 #include <unistd.h>
 #endif
 
@@ -30,36 +28,39 @@ constexpr int c_nPatience = 3;
 
 } // namespace
 
-bool System_Replace(const std::string& _strFrom, const std::string& _strTo)
+std::FILE* System_Open(const std::string& _strPath)
 {
-    std::error_code error;
-    fs::rename(Platform_Path(_strFrom), Platform_Path(_strTo), error);
-    return !error;
+    errno = 0;
+#if defined(_WIN32)
+    return _wfopen(File_Path(_strPath).c_str(), L"rb");
+#else
+    return std::fopen(_strPath.c_str(), "rb");
+#endif
 }
 
 void System_Remove(const std::string& _strPath)
 {
     std::error_code error;
-    fs::remove(Platform_Path(_strPath), error);
+    fs::remove(File_Path(_strPath), error);
 }
 
 bool System_MakeFolder(const std::string& _strPath)
 {
     std::error_code error;
-    return fs::create_directory(Platform_Path(_strPath), error);
+    return fs::create_directory(File_Path(_strPath), error);
 }
 
 bool System_IsFolder(const std::string& _strPath)
 {
     std::error_code error;
-    return fs::is_directory(Platform_Path(_strPath), error);
+    return fs::is_directory(File_Path(_strPath), error);
 }
 
 int64_t System_FileSize(const std::string& _strPath)
 {
     std::error_code error;
     const uintmax_t cbFile =
-        fs::is_regular_file(Platform_Path(_strPath), error) ? fs::file_size(Platform_Path(_strPath), error) : 0;
+        fs::is_regular_file(File_Path(_strPath), error) ? fs::file_size(File_Path(_strPath), error) : 0;
     return error || !cbFile ? -1 : static_cast<int64_t>(cbFile);
 }
 
@@ -91,23 +92,11 @@ std::vector<std::string> System_Arguments(int, char**)
     return vecArgs;
 }
 
-std::FILE* System_Open(const std::string& _strPath, bool _bWrite)
-{
-    return _wfopen(ZText_ToWide(_strPath).c_str(), _bWrite ? L"wb" : L"rb");
-}
-
 std::FILE* System_StandardStream(bool _bOutput)
 {
     std::FILE* pFile = _bOutput ? stdout : stdin;
     _setmode(_fileno(pFile), _O_BINARY);
     return pFile;
-}
-
-std::string System_LastError()
-{
-    char szText[256] = "";
-    strerror_s(szText, sizeof(szText), errno);
-    return szText;
 }
 
 bool System_IsTerminal(std::FILE* _pFile)
@@ -143,19 +132,9 @@ std::vector<std::string> System_Arguments(int _nArgs, char** _ppszArgs)
     return std::vector<std::string>(_ppszArgs, _ppszArgs + _nArgs);
 }
 
-std::FILE* System_Open(const std::string& _strPath, bool _bWrite)
-{
-    return std::fopen(_strPath.c_str(), _bWrite ? "wb" : "rb");
-}
-
 std::FILE* System_StandardStream(bool _bOutput)
 {
     return _bOutput ? stdout : stdin;
-}
-
-std::string System_LastError()
-{
-    return std::strerror(errno);
 }
 
 bool System_IsTerminal(std::FILE* _pFile)

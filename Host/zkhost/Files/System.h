@@ -10,14 +10,10 @@
 /// The arguments of the program as UTF-8.
 std::vector<std::string> System_Arguments(int _nArgs, char** _ppszArgs);
 
-/// Opens a file for reading or writing bytes; null when the system refuses (System_LastError says why).
-std::FILE* System_Open(const std::string& _strPath, bool _bWrite);
+/// Opens a file for reading bytes; null when the system refuses (File_LastError says why).
+std::FILE* System_Open(const std::string& _strPath);
 /// Standard input or output, switched to bytes.
 std::FILE* System_StandardStream(bool _bOutput);
-/// Why the last file call failed, as the system says it.
-std::string System_LastError();
-/// Puts a finished file in the place of another one, in one step.
-bool System_Replace(const std::string& _strFrom, const std::string& _strTo);
 /// Removes a file or an empty folder.
 void System_Remove(const std::string& _strPath);
 /// Makes a folder in one that is there; false when the system refuses.

@@ -10,6 +10,7 @@ cd "${1:-$(dirname "$0")/..}" || exit 2
 declare -A may=(
   [Include/Interfaces]=""
   [Include/Base]=""
+  [Include/Sdk]="Include/Base"
   [Include/Props]="Include/Base"
   [Include/Image]="Include/Base"
   [Include/Video]="Include/Image Include/Base"

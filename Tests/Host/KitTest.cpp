@@ -78,8 +78,7 @@ TEST(Tables, AdjustmentsTakeWhatTheirRowsSay)
         const auto eAdjust = static_cast<eCK_Adjust>(i);
         double dblValue = -1000;
         EXPECT_EQ(keyer.Key()->KeyAdjustGet(eAdjust, &dblValue), S_OK);
-        if (eAdjust != eCKA_KeyType) // which is that of the key set, and a new object has none
-            EXPECT_EQ(dblValue, row.dblDefault) << row.pszName;
+        EXPECT_EQ(dblValue, eAdjust == eCKA_KeyType ? double{eCKT_None} : row.dblDefault) << row.pszName;
         for (const double dblNew : {row.dblLeast, row.dblMost, row.dblLeast - 1, row.dblMost + 1})
             EXPECT_EQ(SUCCEEDED(keyer.Key()->KeyAdjustSet(eAdjust, dblNew)),
                       Tables_IsRight(CZModule::Own(), eZTable_Adjusts, i, std::to_string(dblNew)))

@@ -14,6 +14,7 @@ I=Include H=Host T=Tools X=Include/DirectX P=Plugins/ZChromaKey
 
 room $I/Interfaces
 room $I/Base
+room $I/Sdk      $I/Base # what a host author may start from
 room $I/Simd     $I/Base
 room $I/Props    $I/Base
 room $I/Image    $I/Simd $I/Base

@@ -1,7 +1,6 @@
-#include "zkhost/Files/PictureFile.h"
-
 #include "Kit/HostError.h"
 #include "zkhost/Files/InFile.h"
+#include "zkhost/Files/PictureFile.h"
 
 #include "Base/ZLog.h"
 

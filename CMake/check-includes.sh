@@ -21,16 +21,18 @@ declare -A may=(
   [Plugins/ZChromaKey/Work]="Plugins/ZChromaKey/Work/Kernels Include/Base"
   [Plugins/ZChromaKey/Work/Kernels]="Include/Base"
   [Plugins/ZChromaKey/Config]="Include/Props Include/Base"
-  [Plugins/ZChromaKey/Engine1]="Plugins/ZChromaKey/Engine1/Kernels Plugins/ZChromaKey/Engine1/Gpu Plugins/ZChromaKey/Work
+  [Plugins/ZChromaKey/Frame/FrameEngine.h]="Include/Image Include/Base"
+  [Plugins/ZChromaKey/Engine1]="Plugins/ZChromaKey/Frame/FrameEngine.h Plugins/ZChromaKey/Engine1/Kernels Plugins/ZChromaKey/Engine1/Gpu Plugins/ZChromaKey/Work
     Plugins/ZChromaKey/Work/Kernels Include/Video Include/Image Include/Base"
   [Plugins/ZChromaKey/Engine1/Kernels]="Include/Base"
-  [Plugins/ZChromaKey/Engine1/Gpu]="Include/DirectX/Convert Include/DirectX/Pipeline Include/DirectX/Device
+  [Plugins/ZChromaKey/Engine1/Gpu]="Plugins/ZChromaKey/Frame/FrameEngine.h Include/DirectX/Convert Include/DirectX/Pipeline Include/DirectX/Device
     Include/DirectX/Shaders Include/Image Include/Base"
-  [Plugins/ZChromaKey/Frame]="Plugins/ZChromaKey/Engine1 Plugins/ZChromaKey/Engine1/Gpu Plugins/ZChromaKey/Config
-    Include/Video Include/Image Include/Props Include/Base"
+  [Plugins/ZChromaKey/Frame]="Plugins/ZChromaKey/Frame/FrameEngine.h Plugins/ZChromaKey/Config Include/Video Include/Image Include/Props Include/Base"
   [Plugins/ZChromaKey/Keys]="Plugins/ZChromaKey/Config Include/Helpers Include/Image Include/Props Include/Base"
-  [Plugins/ZChromaKey/Com]="Include/Props Include/Base"
-  [Plugins/ZChromaKey/Objects]="Plugins/ZChromaKey/Com Plugins/ZChromaKey/Frame Plugins/ZChromaKey/Engine1
+  [Plugins/ZChromaKey/Objects/ClassTable.h]=""
+  [Plugins/ZChromaKey/Com]="Plugins/ZChromaKey/Objects/ClassTable.h Include/Props Include/Base"
+  [Plugins/ZChromaKey/Objects]="Plugins/ZChromaKey/Objects/ClassTable.h Plugins/ZChromaKey/Com
+    Plugins/ZChromaKey/Frame Plugins/ZChromaKey/Frame/FrameEngine.h Plugins/ZChromaKey/Engine1
     Plugins/ZChromaKey/Engine1/Gpu Plugins/ZChromaKey/Keys Plugins/ZChromaKey/Config Include/Props Include/Image
     Include/Base"
   [Host/Kit]="any"
@@ -45,10 +47,10 @@ declare -A may=(
 
 declare -A count=()
 
-# The room of a path: the longest folder that has a line in the table. Folders below kernels and DirectX's rooms (x86,
-# Xml) belong to the room above them.
+# The room of a path: the longest folder above it that has a line in the table, so that x86 or Xml belong to the room
+# above them. What an engine is stands in a header of its own, which engines may see without the rest of Frame.
 room_of() {
-  local folder=${1%/*}
+  local folder=$1
   while [ -n "$folder" ]; do
     [ -n "${may[$folder]+set}" ] && { echo "$folder"; return; }
     [ "$folder" = "${folder%/*}" ] && break

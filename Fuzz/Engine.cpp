@@ -7,6 +7,7 @@
 #include "Video/ZFrame.h"
 #include "ZChromaKey/Engine1/ChromaKey.h"
 #include "ZChromaKey/Engine1/EngineReference.h"
+#include "ZChromaKey/Engine1/KeyEngine.h"
 #include "ZChromaKey/Frame/FrameKeyer.h"
 #include "Props/PropStore.h"
 
@@ -85,7 +86,7 @@ void CheckKeyer(CByteReader& _in)
     store.Set("output.argb", _in.Flag() ? "true" : "false");
     if (_in.Flag())
         store.Set("keying.borders", ZFormat("%d,%d,%d,%d", _in.Number(), _in.Number(), _in.Number(), _in.Number()));
-    CFrameKeyer keyer(&store, GPUKeyer_Create());
+    CFrameKeyer keyer(&store, std::make_unique<CKeyEngine>(GPUKeyer_Create()));
     const CHROMA_KEY_RAW key = TakeKeys(_in);
     for (int nFrame = 0; nFrame < 2; ++nFrame)
     {
@@ -94,7 +95,7 @@ void CheckKeyer(CByteReader& _in)
         if (FAILED(ZFrame_WrapPlanes(picture.m_vidProps, picture.m_vidPtr, {}, cpFrame.Put())))
             continue;
         CZPtr<IZFFrame> cpRes;
-        const HRESULT hr = keyer.Process(cpFrame.Get(), key, cpRes.Put());
+        const HRESULT hr = keyer.Process(cpFrame.Get(), EngineSettings_Of(key), cpRes.Put());
         FUZZ_REQUIRE((hr == S_OK) == static_cast<bool>(cpRes));
         ZF_VID_PROPS vidProps = {};
         CZPtr<IUnknown> cpMask;

@@ -5,9 +5,23 @@
 #include <exception>
 #include <new>
 
+/// An operation as log lines name it: "CCoZChromaKey::OnMediaReceive", or the method alone where there is no class.
+struct Z_METHOD
+{
+    const char* pszClass; ///< null: none
+    const char* pszMethod;
+};
+
+inline HRESULT ZBorder_Failed(const Z_METHOD& _method, const char* _pszWhat, HRESULT _hr) noexcept
+{
+    ZLog(eZLog_Error, "%hs%hs%hs: %hs\n", _method.pszClass ? _method.pszClass : "", _method.pszClass ? "::" : "",
+         _method.pszMethod, _pszWhat);
+    return _hr;
+}
+
 /// The one border between our code and a caller across an interface: runs the body, turns exceptions into result
-/// codes, and logs a failure with the qualified name of the operation ("CCoZChromaKey::OnMediaReceive").
-template <class Body> HRESULT ZBorder(const char* _pszOperation, Body&& _body) noexcept
+/// codes, and logs a failure with the qualified name of the operation.
+template <class Body> HRESULT ZBorder(const Z_METHOD& _method, Body&& _body) noexcept
 {
     try
     {
@@ -15,17 +29,18 @@ template <class Body> HRESULT ZBorder(const char* _pszOperation, Body&& _body) n
     }
     catch (const std::bad_alloc&)
     {
-        ZLog(eZLog_Error, "%hs: out of memory\n", _pszOperation);
-        return E_OUTOFMEMORY;
+        return ZBorder_Failed(_method, "out of memory", E_OUTOFMEMORY);
     }
     catch (const std::exception& ex)
     {
-        ZLog(eZLog_Error, "%hs: %hs\n", _pszOperation, ex.what());
-        return E_UNEXPECTED;
+        return ZBorder_Failed(_method, ex.what(), E_UNEXPECTED);
     }
     catch (...)
     {
-        ZLog(eZLog_Error, "%hs: unknown exception\n", _pszOperation);
-        return E_UNEXPECTED;
+        return ZBorder_Failed(_method, "unknown exception", E_UNEXPECTED);
     }
+}
+template <class Body> HRESULT ZBorder(const char* _pszOperation, Body&& _body) noexcept
+{
+    return ZBorder(Z_METHOD{nullptr, _pszOperation}, _body);
 }

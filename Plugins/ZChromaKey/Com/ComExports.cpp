@@ -15,7 +15,7 @@ STDAPI DllUnregisterServer()
     return ZBorder("DllUnregisterServer", [] { return Registration_Remove(eRegistration_Machine); });
 }
 
-/// "user": for the current user alone, which needs no administrator. Nothing: like the two above.
+/// "user": for the current user alone, which needs no administrator. Without a text: for all users, as the two above.
 STDAPI DllInstall(BOOL _bInstall, LPCWSTR _pwszForOrNull)
 {
     return ZBorder("DllInstall", [&]() -> HRESULT {

@@ -1,10 +1,9 @@
 #include "ZChromaKey/Com/Registration.h"
 
 #include "Base/ZLog.h"
-#include "Interfaces/IZChromaKey.h"
-#include "Interfaces/IZKey.h"
 #include "Interfaces/ZGuids.h"
 #include "ZChromaKey/Com/ComModule.h"
+#include "ZChromaKey/Objects/ClassTable.h"
 
 #include <string>
 #include <vector>
@@ -21,27 +20,6 @@ struct REG_VALUE
     std::wstring wstrText;
 };
 
-struct REG_CLASS
-{
-    const CLSID& clsid;
-    const wchar_t* pwszTitle;
-    const wchar_t* pwszProgID; ///< without a version
-};
-constexpr REG_CLASS c_arrClasses[] = {
-    {CLSID_ZChromaKey, L"ZChromaKey Class", L"ZChromaKey.ZChromaKey"},
-    {CLSID_ZKey, L"ZKey Class", L"ZChromaKey.ZKey"},
-};
-
-/// The interfaces that other processes can be given: the system's marshaler reads them from the type library.
-struct REG_INTERFACE
-{
-    const IID& iid;
-    const wchar_t* pwszName;
-};
-constexpr REG_INTERFACE c_arrInterfaces[] = {
-    {IID_IZChromaKey, L"IZChromaKey"},
-    {IID_IZKey, L"IZKey"},
-};
 constexpr const wchar_t* c_pwszTypeLibMarshaler = L"{00020424-0000-0000-C000-000000000046}";
 
 std::wstring Text(REFGUID _guid)
@@ -51,15 +29,15 @@ std::wstring Text(REFGUID _guid)
     return arrText;
 }
 
-std::wstring ClassKey(const REG_CLASS& _class)
+std::wstring ClassKey(const MODULE_CLASS& _class)
 {
     return L"CLSID\\" + Text(_class.clsid);
 }
-std::wstring InterfaceKey(const REG_INTERFACE& _interface)
+std::wstring InterfaceKey(const MODULE_CLASS& _class)
 {
-    return L"Interface\\" + Text(_interface.iid);
+    return L"Interface\\" + Text(_class.iid);
 }
-std::wstring VersionedProgID(const REG_CLASS& _class)
+std::wstring VersionedProgID(const MODULE_CLASS& _class)
 {
     return std::wstring(_class.pwszProgID) + L".1";
 }
@@ -72,7 +50,7 @@ std::wstring LibVersionKey()
     return LibKey() + L"\\" + c_pwszLibVersion;
 }
 
-void ValuesOfClass(const REG_CLASS& _class, const std::wstring& _wstrPath, std::vector<REG_VALUE>* _pvecValues)
+void ValuesOfClass(const MODULE_CLASS& _class, const std::wstring& _wstrPath, std::vector<REG_VALUE>* _pvecValues)
 {
     const std::wstring wstrKey = ClassKey(_class);
     const std::wstring wstrProgID = VersionedProgID(_class);
@@ -103,15 +81,15 @@ std::vector<REG_VALUE> AllValues(const std::wstring& _wstrPath)
         {wstrLib + L"\\FLAGS", nullptr, L"0"},
         {wstrLib + L"\\HELPDIR", nullptr, _wstrPath.substr(0, _wstrPath.find_last_of(L'\\'))},
     };
-    for (const REG_INTERFACE& row : c_arrInterfaces)
+    for (const MODULE_CLASS& row : ClassTable())
         vecValues.insert(vecValues.end(),
                          {
-                             {InterfaceKey(row), nullptr, row.pwszName},
+                             {InterfaceKey(row), nullptr, row.pwszInterface},
                              {InterfaceKey(row) + L"\\ProxyStubClsid32", nullptr, c_pwszTypeLibMarshaler},
                              {InterfaceKey(row) + L"\\TypeLib", nullptr, Text(LIBID_ZCHROMAKEYLib)},
                              {InterfaceKey(row) + L"\\TypeLib", L"Version", c_pwszLibVersion},
                          });
-    for (const REG_CLASS& row : c_arrClasses)
+    for (const MODULE_CLASS& row : ClassTable())
         ValuesOfClass(row, _wstrPath, &vecValues);
     return vecValues;
 }
@@ -155,9 +133,9 @@ void EmptyRemove(HKEY _hClasses, const std::wstring& _wstrKey)
 LSTATUS AllRemove(HKEY _hClasses)
 {
     std::vector<std::wstring> vecKeys = {LibVersionKey()};
-    for (const REG_INTERFACE& row : c_arrInterfaces)
+    for (const MODULE_CLASS& row : ClassTable())
         vecKeys.push_back(InterfaceKey(row));
-    for (const REG_CLASS& row : c_arrClasses)
+    for (const MODULE_CLASS& row : ClassTable())
         vecKeys.insert(vecKeys.end(), {ClassKey(row), VersionedProgID(row), row.pwszProgID});
     LSTATUS nFirst = ERROR_SUCCESS;
     for (const std::wstring& wstrKey : vecKeys)

@@ -44,7 +44,9 @@ HRESULT CChromaKey::ProcessFrame(const ZF_VID_PTR* _pInput, uint8_t* _pbAlpha1Ch
 
 HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, const ZF_VID_PROPS& _vidProps)
 {
-    KEY_JOB& job = m_job;
+    if (!m_spWork)
+        m_spWork = std::make_shared<CKeyWork>();
+    KEY_JOB& job = m_spWork->job;
     if (const HRESULT hr = job.reader.Init(_vidProps, _vidInput, m_eMatrix); FAILED(hr))
         return hr;
     job.alpha = {_pbAlpha1Ch, VidProps_Mask(&_vidProps).nRowBytes, job.reader.Width(), job.reader.Height()};
@@ -88,11 +90,12 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
 
 void CChromaKey::LeftOutFill() const
 {
-    const MASK_PLANE& alpha = m_job.alpha;
-    const int nRowsKeyed = m_job.nRows * m_job.nRowStep;
-    const auto nLeftOut = static_cast<size_t>(alpha.nWidth - m_job.nColumns);
+    const KEY_JOB& job = m_spWork->job;
+    const MASK_PLANE& alpha = job.alpha;
+    const int nRowsKeyed = job.nRows * job.nRowStep;
+    const auto nLeftOut = static_cast<size_t>(alpha.nWidth - job.nColumns);
     for (int nRow = 0; nRow < nRowsKeyed && nLeftOut; ++nRow)
-        std::memset(alpha.Row(nRow) + m_job.nColumns, 255, nLeftOut);
+        std::memset(alpha.Row(nRow) + job.nColumns, 255, nLeftOut);
     for (int nRow = nRowsKeyed; nRow < alpha.nHeight; ++nRow)
         std::memset(alpha.Row(nRow), 255, static_cast<size_t>(alpha.nWidth));
 }
@@ -102,23 +105,20 @@ HRESULT CChromaKey::SlicesRun()
     if (const HRESULT hr = m_pool.Prepare(m_nThreads); FAILED(hr))
         return hr;
     for (uint32_t i = 0; i < m_nThreads; ++i)
+        m_spWork->arrSlices[i].Reserve(m_spWork->job.alpha.nWidth);
+    if (const HRESULT hr = m_pool.Run(m_spWork, 1); FAILED(hr))
     {
-        KEY_SLOT& slot = m_pool.Slot(i);
-        slot.slice.Reserve(m_job.alpha.nWidth);
-        slot.job = m_job;
-        slot.job.nFirstRow = static_cast<int>(i);
-        slot.bJob = true;
-    }
-    if (const HRESULT hr = m_pool.Run(); FAILED(hr))
+        m_spWork.reset(); // a worker that hangs may still use it
         return hr;
+    }
     // The first slice's failure, else the second slice's result; the others are of no account.
-    const HRESULT hrFirst = m_pool.Slot(0).hrResult;
-    return FAILED(hrFirst) || m_nThreads < 2 ? hrFirst : m_pool.Slot(1).hrResult;
+    const HRESULT hrFirst = m_spWork->arrResults[0];
+    return FAILED(hrFirst) || m_nThreads < 2 ? hrFirst : m_spWork->arrResults[1];
 }
 
 void CChromaKey::FrameFinish(bool _bKeyed)
 {
-    const KEY_JOB& job = m_job;
+    const KEY_JOB& job = m_spWork->job;
     if (!job.bPost && job.post.IsNeeded() && _bKeyed)
     {
         m_maskPost.Reserve(job.alpha.nWidth);

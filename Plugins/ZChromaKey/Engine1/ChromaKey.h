@@ -3,10 +3,10 @@
 #include "Image/ImgColor.h"
 #include "Interfaces/ChromaKeyTypes.h"
 #include "Interfaces/ZPlatform.h"
-#include "ZChromaKey/Engine1/KeyPool.h"
 #include "ZChromaKey/Engine1/KeySlice.h"
 #include "ZChromaKey/Work/MaskPost.h"
 
+#include <memory>
 #include <optional>
 
 /// The CPU keying engine: turns a picture and a key set into an 8-bit alpha plane of the same size, 0 where the
@@ -45,12 +45,12 @@ public:
 
     /// Computes the alpha plane of a picture.
     ///
-    /// _pInput: the planes, row 0 being the row at the top (negative strides where needed). Only read, but for
-    /// eZFCC_ARGB32, whose alpha bytes become the finished mask, and for colours that are cleaned (CleanSet): those of
-    /// the whole picture, whatever is keyed of it.
+    /// _pInput: the planes, row 0 being the row at the top (negative strides where needed). Only read, except
+    /// that the alpha bytes of eZFCC_ARGB32 become the finished mask, and that CleanSet has colours cleaned in the
+    /// whole picture, however much of it is keyed.
     /// _pbAlpha1Ch: the top row; its stride is that of the mask record of _pInputProps. What is not keyed keeps its
-    /// value unless FillSet was called: rows left over by the slices, pictures less than 8 pixels wide, columns behind
-    /// the last full group of 8. Bytes behind the width are never written.
+    /// value unless FillSet was called: rows left over by the slices, pictures less than 8 pixels wide, columns after
+    /// the last full group of 8. Bytes past the width are never written.
     /// _pInputProps: format, size, field order; a stride of 0 counts as derived.
     ///
     /// S_OK; S_FALSE: a key type other than RGB, HLS and YUV (nothing is written), or no key that keys and no colour
@@ -60,7 +60,7 @@ public:
     HRESULT ProcessFrame(const ZF_VID_PTR* _pInput, uint8_t* _pbAlpha1Ch, const ZF_VID_PROPS* _pInputProps,
                          const CHROMA_KEY_RAW* _pChromaKey);
 
-    /// Behind a ProcessFrame that timed out: keeps the owners of picture and mask for as long as a worker may touch
+    /// After a ProcessFrame that timed out: keeps the owners of picture and mask for as long as a worker may touch
     /// them.
     void Hold(IUnknown* _pPicture, IUnknown* _pMask)
     {
@@ -73,9 +73,9 @@ private:
     HRESULT SlicesRun();
     void FrameFinish(bool _bKeyed);
 
-    CKeyPool m_pool;
-    CMaskPost m_maskPost; // of the whole frame
-    KEY_JOB m_job = {};   // of the frame under way
+    CRowPool m_pool{"CChromaKey"};
+    std::shared_ptr<CKeyWork> m_spWork; // the job of the frame under way, and what the slices keep between frames
+    CMaskPost m_maskPost;               // of the whole frame
     ARGB_PLANE m_argb = {};
     CHROMA_KEY_RAW m_rawKey = {};
     uint32_t m_nThreads = 6;

@@ -7,6 +7,7 @@
 namespace
 {
 
+constexpr int32_t c_nMaxPasses = 10;
 constexpr int32_t c_nNoKey = 255; // the nAlpha of a key that leaves everything opaque
 
 bool IsCancelKey(const SINGLE_KEY& _key)
@@ -43,4 +44,15 @@ KEY_PLAN KeyPlan_Make(const CHROMA_KEY_RAW& _rawKey) noexcept
     for (KEY_DISTANCE& key : plan.arrExclude)
         key.nAlphaFloor = 0; // an exclusion key keeps whole pixels; its alpha has no meaning
     return plan;
+}
+
+MASK_POST MaskPost_Make(const CHROMA_KEY_RAW& _rawKey, bool _bFields) noexcept
+{
+    MASK_POST post = {};
+    post.nMin = static_cast<uint8_t>(std::clamp(_rawKey.nMinTransparent, 0, 255));
+    post.nMax = static_cast<uint8_t>(std::clamp(_rawKey.nMaxTransparent, 0, 255));
+    post.nPasses = std::clamp(_rawKey.nEdgesSmooth, 0, c_nMaxPasses);
+    post.bFields = _bFields;
+    post.bInvert = _rawKey.nInverseKey != 0;
+    return post;
 }

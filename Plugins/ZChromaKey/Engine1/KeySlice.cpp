@@ -27,22 +27,23 @@ void CKeySlice::Reserve(int _nWidth)
     m_maskPost.Reserve(_nWidth);
 }
 
-HRESULT CKeySlice::Process(const KEY_JOB& _job, const std::atomic<bool>& _bGo) noexcept
+HRESULT CKeySlice::Process(const KEY_JOB& _job, int _nSlice, const std::atomic<bool>& _bGo) noexcept
 {
     const bool bNothing = !_job.plan.nKeying && !_job.plan.bColorCancel;
     const bool bPost = _job.bPost && _job.post.IsNeeded() && !bNothing;
-    if (!RowsKey(_job, _bGo, bPost ? ARGB_PLANE{} : _job.argb))
+    if (!RowsKey(_job, _nSlice, _bGo, bPost ? ARGB_PLANE{} : _job.argb))
         return E_ABORT;
     if (bPost)
     {
-        m_maskPost.Run(_job.alpha.Slice(_job.nFirstRow, _job.nRowStep, _job.nRows), _job.post, *_job.pPlanes);
+        m_maskPost.Run(_job.alpha.Slice(_nSlice, _job.nRowStep, _job.nRows), _job.post, *_job.pPlanes);
         for (int i = 0; i < _job.nRows && _job.argb.pRow0; ++i)
-            _job.argb.AlphaSet(_job.alpha, _job.nFirstRow + i * _job.nRowStep, *_job.pPlanes);
+            _job.argb.AlphaSet(_job.alpha, _nSlice + i * _job.nRowStep, *_job.pPlanes);
     }
     return bNothing ? S_FALSE : S_OK;
 }
 
-bool CKeySlice::RowsKey(const KEY_JOB& _job, const std::atomic<bool>& _bGo, const ARGB_PLANE& _argb) noexcept
+bool CKeySlice::RowsKey(const KEY_JOB& _job, int _nSlice, const std::atomic<bool>& _bGo,
+                        const ARGB_PLANE& _argb) noexcept
 {
     using CLOCK = std::chrono::steady_clock;
     const bool bTimed = ZLog_IsOn(eZLog_Verbose);
@@ -51,7 +52,7 @@ bool CKeySlice::RowsKey(const KEY_JOB& _job, const std::atomic<bool>& _bGo, cons
     {
         if (!_bGo.load(std::memory_order_relaxed))
             return false;
-        const int nRow = _job.nFirstRow + i * _job.nRowStep;
+        const int nRow = _nSlice + i * _job.nRowStep;
         if (i + 1 < _job.nRows)
             _job.reader.RowExpect(nRow + _job.nRowStep);
         RowKey(_job, nRow);
@@ -59,7 +60,7 @@ bool CKeySlice::RowsKey(const KEY_JOB& _job, const std::atomic<bool>& _bGo, cons
         if (_argb.pRow0)
             _argb.AlphaSet(_job.alpha, nRow, *_job.pPlanes);
     }
-    for (int nRow = _job.nFirstRow + _job.nRows * _job.nRowStep; nRow < _job.alpha.nHeight; nRow += _job.nRowStep)
+    for (int nRow = _nSlice + _job.nRows * _job.nRowStep; nRow < _job.alpha.nHeight; nRow += _job.nRowStep)
         RowClean(_job, nRow);
     if (bTimed)
         ZLog(eZLog_Verbose, "[MMXGetAlphaCenter_AC4C1 + Min (%d keys)] %.3f ms\n", _job.plan.nKeying,
@@ -93,13 +94,18 @@ void CKeySlice::RowKey(const KEY_JOB& _job, int _nRow) noexcept
         return;
     const uint8_t* const pPixels = RowConvert(_job, _nRow);
     const KEY_SET set = {_job.plan.arrKeying, _job.plan.nKeying, _job.plan.arrExclude, _job.plan.nExclude};
-    // Later keys count in whole groups of 16 pixels only; the columns behind keep the first key's result.
+    // Later keys count in whole groups of 16 pixels only; the columns after them keep the first key's result.
     _job.pKernels->pfnKeySet(pAlpha, pPixels, nColumns, static_cast<size_t>(_job.nMergeColumns), set);
 }
 
-/// Behind the keying, which needs the row as it was.
+/// Comes after the keying, which needs the row as it was.
 void CKeySlice::RowClean(const KEY_JOB& _job, int _nRow) noexcept
 {
     if (_job.cancel.pRow0)
         _job.cancel.RowClean(_nRow, _job.cancelSet, *_job.pKernels, m_arrPixels.data());
+}
+
+void CKeyWork::Run(int /*_nPass*/, uint32_t _nWorker, const std::atomic<bool>& _bGo) noexcept
+{
+    arrResults[_nWorker] = arrSlices[_nWorker].Process(job, static_cast<int>(_nWorker), _bGo);
 }

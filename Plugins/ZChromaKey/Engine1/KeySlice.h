@@ -4,7 +4,9 @@
 #include "ZChromaKey/Engine1/CancelPlane.h"
 #include "ZChromaKey/Engine1/KeyPlan.h"
 #include "ZChromaKey/Work/MaskPost.h"
+#include "ZChromaKey/Work/RowPool.h"
 
+#include <array>
 #include <atomic>
 #include <vector>
 
@@ -20,7 +22,7 @@ struct ARGB_PLANE
     }
 };
 
-/// What a worker needs to key its slice of a frame. All by value but for the pixels.
+/// What the workers need to key their slices of a frame. All by value but for the pixels.
 struct KEY_JOB
 {
     CImgRowReader reader; ///< the picture
@@ -30,8 +32,7 @@ struct KEY_JOB
     eZYMatrix eMatrix;
     int nColumns;      ///< columns that are keyed
     int nMergeColumns; ///< columns in which a second key counts
-    int nFirstRow;     ///< the slice: rows nFirstRow, nFirstRow + nRowStep ..., nRows of them
-    int nRowStep;
+    int nRowStep;      ///< slice i has the rows i, i + nRowStep ..., nRows of them
     int nRows;
     bool bPost; ///< the slice does the post-processing itself
     MASK_POST post;
@@ -56,14 +57,25 @@ public:
     /// Takes the memory that Process needs, so that it does not allocate.
     void Reserve(int _nWidth);
     /// S_OK; S_FALSE: no key that keys and no colour cancel, the slice was set to 255; E_ABORT: _bGo became false.
-    HRESULT Process(const KEY_JOB& _job, const std::atomic<bool>& _bGo) noexcept;
+    HRESULT Process(const KEY_JOB& _job, int _nSlice, const std::atomic<bool>& _bGo) noexcept;
 
 private:
-    bool RowsKey(const KEY_JOB& _job, const std::atomic<bool>& _bGo, const ARGB_PLANE& _argb) noexcept;
+    bool RowsKey(const KEY_JOB& _job, int _nSlice, const std::atomic<bool>& _bGo, const ARGB_PLANE& _argb) noexcept;
     void RowKey(const KEY_JOB& _job, int _nRow) noexcept;
     void RowClean(const KEY_JOB& _job, int _nRow) noexcept;
     const uint8_t* RowConvert(const KEY_JOB& _job, int _nRow) noexcept;
 
     std::vector<uint8_t> m_arrPixels;
     CMaskPost m_maskPost;
+};
+
+/// The keying of one frame: one pass, in which each worker keys one slice.
+class CKeyWork final : public CRowWork
+{
+public:
+    void Run(int _nPass, uint32_t _nWorker, const std::atomic<bool>& _bGo) noexcept override;
+
+    KEY_JOB job = {};
+    std::array<CKeySlice, c_nMaxFrameThreads> arrSlices;
+    std::array<HRESULT, c_nMaxFrameThreads> arrResults = {}; ///< of CKeySlice::Process
 };

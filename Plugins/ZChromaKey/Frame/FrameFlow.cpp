@@ -11,8 +11,9 @@ constexpr uint32_t c_nOutputReadyMs = 1000;
 thread_local const CFrameFlow* t_pFlow = nullptr; // whose output thread the calling one is
 } // namespace
 
-CFrameFlow::CFrameFlow(PROCESS _fnProcess)
+CFrameFlow::CFrameFlow(PROCESS _fnProcess, std::function<void()> _fnFlush)
     : m_fnProcess(std::move(_fnProcess))
+    , m_fnFlush(std::move(_fnFlush))
 {
 }
 
@@ -30,7 +31,7 @@ HRESULT CFrameFlow::Process(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) const
 
 HRESULT CFrameFlow::ReceiveNow(IZFFrame* _pFrame, IZFFrame** _ppFrameRes)
 {
-    Flush(); // first: what the thread has not begun is not worth waiting for
+    Drop(); // first: what the thread has not begun is not worth waiting for
     if (!m_evtOutputReady.Wait(c_nOutputReadyMs))
         return Z_E_TIMEOUT;
     return Process(_pFrame, _ppFrameRes);
@@ -83,6 +84,7 @@ CFrameFlow::RESULT CFrameFlow::Swap(IZFFrame* _pFrameOrNull, const std::string& 
     {
         m_cpFrameIn = CZPtr<IZFFrame>(_pFrameOrNull);
         m_bDrop = false;
+        m_bFlushed = false;
         m_evtOutputReady.Reset();
         ++m_nUnderWay;
         m_thrOutput->Wake();
@@ -107,12 +109,14 @@ void CFrameFlow::OutputThread()
         cpFrameIn = std::exchange(m_cpFrameIn, {});
         if (!m_bDrop)
             m_resOut = std::exchange(res, {});
+        if (m_bFlushed)
+            m_fnFlush(); // once more: the frame may have begun the new stream, to which it does not belong
     }
     // What is let go is let go before the host can see that the frame is done.
     cpFrameIn.Reset();
     res.cpFrame.Reset();
     m_evtOutputReady.Set();
-    const std::lock_guard lock(m_mtxSlots); // last: an abandoned object may be gone behind it
+    const std::lock_guard lock(m_mtxSlots); // last: an abandoned object may be gone after it
     --m_nUnderWay;
     if (m_fnAbandoned)
         CZWorkerThread::EndCurrent(std::exchange(m_fnAbandoned, {}));
@@ -128,12 +132,15 @@ CFrameFlow::RESULT CFrameFlow::Drop()
 
 void CFrameFlow::Flush()
 {
-    Drop();
+    const RESULT resDropped = Drop(); // let go of after the locks are released
+    const std::lock_guard lock(m_mtxSlots);
+    m_bFlushed = static_cast<bool>(m_cpFrameIn);
+    m_fnFlush();
 }
 
 HRESULT CFrameFlow::Close()
 {
-    CZPtr<IZFFrame> cpDropped; // both are released behind the lock: the host's frames may call back
+    CZPtr<IZFFrame> cpDropped; // both are let go of after the lock is released: the host's frames may call back
     RESULT resDropped;
     const std::lock_guard lock(m_mtxThread);
     resDropped = Drop();
@@ -157,7 +164,7 @@ bool CFrameFlow::IsOutputThread() const
 
 void CFrameFlow::CloseFromWithin(std::function<void()> _fnAfter)
 {
-    Flush();
+    Drop();
     // Before the event is set, and so before the next frame can come in. Without the lock, which another thread's Close
     // may hold while it waits for this one.
     m_bStopping = true;

@@ -21,7 +21,8 @@ public:
     /// What is done with a frame: hands out the result frame, or a failure, or success and null. Must not throw.
     using PROCESS = std::function<HRESULT(IZFFrame* _pFrame, IZFFrame** _ppFrameRes)>;
 
-    explicit CFrameFlow(PROCESS _fnProcess);
+    /// _fnFlush: tells the processing that the next frame begins a new stream; must not throw, lock or wait.
+    CFrameFlow(PROCESS _fnProcess, std::function<void()> _fnFlush);
 
     /// Processes a frame on the calling thread and hands out its result: S_OK and a frame, or the failure of processing
     /// it. Where processing gave no frame, the frame itself is the result.
@@ -37,7 +38,8 @@ public:
     /// E_OUTOFMEMORY: it could not be started; the given frame has not been taken.
     HRESULT Receive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes);
 
-    /// Drops what is under way: a finished result now, a frame being processed as soon as it is done.
+    /// Drops what is under way: a finished result now, a frame being processed as soon as it is done. The next frame
+    /// begins a new stream.
     void Flush();
 
     /// Stops the output thread and drops what is under way; the next Receive starts it again. Z_E_TIMEOUT: processing
@@ -47,7 +49,7 @@ public:
     /// Whether the caller is the output thread: the host calls back while a frame is processed or let go.
     bool IsOutputThread() const;
 
-    /// Close for the output thread itself, which cannot wait for its own end: it stops behind the frame under way, and
+    /// Close for the output thread itself, which cannot wait for its own end: it stops after the frame under way, and
     /// calls _fnAfter as its last act. Other threads' Close waits for that, too.
     void CloseFromWithin(std::function<void()> _fnAfter);
 
@@ -69,6 +71,7 @@ private:
     void OutputThread();
 
     PROCESS m_fnProcess;
+    std::function<void()> m_fnFlush;
     CZEvent m_evtOutputReady{true}; // signalled: the pending slot is empty
 
     std::mutex m_mtxThread; // guards the thread object
@@ -78,7 +81,8 @@ private:
     std::mutex m_mtxSlots; // guards what follows; never held while a frame is processed or released
     CZPtr<IZFFrame> m_cpFrameIn;
     RESULT m_resOut;
-    bool m_bDrop = false; // the result of the frame under way is not wanted
-    int m_nUnderWay = 0;  // frames that the thread was woken for and is not done with
+    bool m_bDrop = false;    // the result of the frame under way is not wanted
+    bool m_bFlushed = false; // nor what it leaves behind in the stream
+    int m_nUnderWay = 0;     // frames that the thread was woken for and is not done with
     std::function<void()> m_fnAbandoned;
 };

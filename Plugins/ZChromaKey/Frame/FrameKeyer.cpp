@@ -5,18 +5,11 @@
 #include "Base/ZLog.h"
 #include "Props/PropStore.h"
 #include "ZChromaKey/Frame/FrameText.h"
-#include "ZChromaKey/Engine1/KeyPlan.h"
 #include "ZChromaKey/Frame/TimeOverlay.h"
 #include "ZChromaKey/Frame/WorkFrame.h"
 
 namespace
 {
-
-/// Key types that are compared with the last frame; the others pass the frame through.
-bool IsAboveNone(const CHROMA_KEY_RAW& _key)
-{
-    return _key.eType > eCKT_None && _key.eType <= eCKT_Auto;
-}
 
 void LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame* _pFrame, HRESULT _hr)
 {
@@ -56,13 +49,13 @@ CZPtr<IZFFrame2> QueryPicture(IZFFrame* _pFrame)
 
 } // namespace
 
-CFrameKeyer::CFrameKeyer(CPropStore* _pStore, std::unique_ptr<CGPUKeyer> _upGPU)
+CFrameKeyer::CFrameKeyer(CPropStore* _pStore, std::unique_ptr<CFrameEngine> _upEngine)
     : m_pStore(_pStore)
-    , m_upGPU(std::move(_upGPU))
+    , m_upEngine(std::move(_upEngine))
 {
 }
 
-HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes)
+HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFrame** _ppFrameRes)
 {
     if (!_pFrame)
         ZLog(eZLog_Warning, "IZFFrame=NULL (0x%08X)\n", E_POINTER);
@@ -78,7 +71,7 @@ HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFF
     FRAMES framesClosed;
     const std::lock_guard lock(m_mtxProcess);
     const PROCESSING processing(this, &framesClosed);
-    return ProcessLocked(_pFrame, _key, _ppFrameRes, &frames);
+    return ProcessLocked(_pFrame, _settings, _ppFrameRes, &frames);
 }
 
 CFrameKeyer::PROCESSING::PROCESSING(CFrameKeyer* _pKeyer, FRAMES* _pFrames)
@@ -95,12 +88,15 @@ CFrameKeyer::PROCESSING::~PROCESSING()
     pKeyer->m_idProcessing = std::thread::id();
 }
 
-HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, IZFFrame** _ppFrameRes,
+HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFrame** _ppFrameRes,
                                    FRAMES* _pFrames)
 {
-    // Whatever happens to this frame, the output before it is not the answer to the frame behind it; only a repeated
-    // frame leaves it in place.
+    // Whatever happens to this frame, the output before it is not the answer to the next one; only a repeated frame
+    // leaves it in place.
     FramesTake(_pFrames);
+    if (m_bFlushWanted.exchange(false))
+        m_upEngine->Flush();
+    m_plan = m_upEngine->Plan(_settings);
     const bool bOptionsSame = !OptionsUpdate();
     IZFFrame* const pFrameLast = bOptionsSame ? _pFrames->cpFrameLast.Get() : nullptr;
     ZF_VID_PROPS vidProps = {};
@@ -110,9 +106,9 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key
         ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: the frame has no video properties, hr=%08X\n", hr);
         return hr;
     }
-    const bool bCompared = IsAboveNone(_key) && VidProps_IsSet(&vidProps, true);
+    const bool bCompared = m_plan.bCompares && VidProps_IsSet(&vidProps, true);
     if (bCompared)
-        hr = ZFrameComparer_Check(&m_comparer, _pFrame, _ppFrameRes, &_key, &m_keyLast, pFrameLast);
+        hr = ZFrameComparer_Check(&m_comparer, _pFrame, _ppFrameRes, _settings, &m_vecSettingsLast, pFrameLast);
     else
         m_comparer.Reset();
     if (FAILED(hr))
@@ -123,7 +119,7 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key
         m_cpFrameLast = std::move(_pFrames->cpFrameLast);
         return hr;
     }
-    hr = ProcessNew(_pFrame, vidProps, _key, _ppFrameRes, _pFrames);
+    hr = ProcessNew(_pFrame, vidProps, _settings, _ppFrameRes, _pFrames);
     if (*_ppFrameRes)
         TextureDrop(*_ppFrameRes);
     if (SUCCEEDED(hr) && bCompared)
@@ -131,17 +127,17 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key
     return hr;
 }
 
-HRESULT CFrameKeyer::ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+HRESULT CFrameKeyer::ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                                 IZFFrame** _ppFrameRes, FRAMES* _pFrames)
 {
-    if (KeyType_HasSpace(_key.eType) && m_options->nGPUMode != eCKGPU_Off)
+    if (m_plan.bKeys && m_options->nGPUMode != eCKGPU_Off)
     {
-        const HRESULT hr = KeyOnGPU(_pFrame, _vidProps, _key, _ppFrameRes, _pFrames);
+        const HRESULT hr = KeyOnGPU(_pFrame, _vidProps, _settings, _ppFrameRes, _pFrames);
         if (SUCCEEDED(hr) || m_options->nGPUMode == eCKGPU_Only)
             return hr;
         m_pStore->NotifyFailure("gpu_mode", hr);
     }
-    return KeyOnCPU(_pFrame, _vidProps, _key, _ppFrameRes, _pFrames);
+    return KeyOnCPU(_pFrame, _vidProps, _settings, _ppFrameRes, _pFrames);
 }
 
 void CFrameKeyer::FramesTake(FRAMES* _pFrames)
@@ -159,10 +155,10 @@ bool CFrameKeyer::OptionsUpdate()
     return true;
 }
 
-/// The host hears once, not with every frame, where colour cancel has no effect.
-void CFrameKeyer::CancelSay(uint32_t _fccType)
+/// The log tells once, not with every frame, where colour cancel has no effect.
+void CFrameKeyer::LogNotCleaned(uint32_t _fccType)
 {
-    if (CancelPlane_IsKnown(_fccType) || std::exchange(m_fccCancelSaid, _fccType) == _fccType)
+    if (m_upEngine->CanClean(_fccType) || std::exchange(m_fccNotCleaned, _fccType) == _fccType)
         return;
     ZLog(
         eZLog_Info,
@@ -183,23 +179,23 @@ HRESULT CFrameKeyer::GPUInput(IZFFrame* _pFrame, WORK_FRAME* _pWork)
     return SUCCEEDED(hr) && m_options->bOutputARGB && _pWork->bWidened ? E_NOTIMPL : hr;
 }
 
-HRESULT CFrameKeyer::RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+HRESULT CFrameKeyer::RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                             FRAMES* _pFrames)
 {
     HRESULT hr = GPUInput(_pFrame, &_pFrames->workGPU);
-    const GPU_KEY_OPTIONS options = {m_options->bOutputARGB, m_options->bGPUFlush, Img_MatrixOf(_vidProps),
-                                     m_options->nGPUMode == eCKGPU_Only, m_options->nChange};
+    const ENGINE_GPU_OPTIONS options = {m_options->bOutputARGB, m_options->bGPUFlush, Img_MatrixOf(_vidProps),
+                                        m_options->nGPUMode == eCKGPU_Only, m_options->nChange};
     if (SUCCEEDED(hr))
-        hr = m_upGPU->ProcessFrame(_pFrames->workGPU.cpFrame.Get(), _key, options, _pFrames->cpFrameGPU.Put());
-    _pFrames->vecFramesGPU = m_upGPU->FramesTake();
+        hr = m_upEngine->ProcessGPU(_pFrames->workGPU.cpFrame.Get(), _settings, options, _pFrames->cpFrameGPU.Put());
+    _pFrames->vecFramesGPU = m_upEngine->FramesTake();
     return SUCCEEDED(hr) && !_pFrames->cpFrameGPU ? E_UNEXPECTED : hr; // a success without a frame helps nobody
 }
 
-HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                               IZFFrame** _ppFrameRes, FRAMES* _pFrames)
 {
     CZPtr<IZFFrame>& cpFrameRes = _pFrames->cpFrameGPU;
-    const HRESULT hr = RunGPU(_pFrame, _vidProps, _key, _pFrames);
+    const HRESULT hr = RunGPU(_pFrame, _vidProps, _settings, _pFrames);
     if (FAILED(hr))
     {
         GPUFailed(_pFrame, hr);
@@ -207,8 +203,8 @@ HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
     }
     m_hrGPULast = S_OK;
     ZF_VID_PROPS vidPropsRes = {};
-    if (KeyPlan_HasColorCancel(_key) && SUCCEEDED(cpFrameRes->VideoPropsGet(&vidPropsRes)))
-        CancelSay(vidPropsRes.fccType);
+    if (m_plan.bCleans && SUCCEEDED(cpFrameRes->VideoPropsGet(&vidPropsRes)))
+        LogNotCleaned(vidPropsRes.fccType);
     _pFrames->cpFrameUndrawn = cpFrameRes;
     if (m_options->bTimeOverlay)
         TimeOverlay_Draw(&cpFrameRes);
@@ -217,39 +213,48 @@ HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
     return S_OK;
 }
 
-/// Says a failure once, not with every frame. That a build has no GPU path is only a fault where nothing else may key.
+/// Logs a failure once, not with every frame. That a build has no GPU path is only a fault where nothing else may key.
 void CFrameKeyer::GPUFailed(IZFFrame* _pFrame, HRESULT _hr)
 {
     const bool bExpected = _hr == E_NOTIMPL && m_options->nGPUMode != eCKGPU_Only;
-    const bool bSaid = std::exchange(m_hrGPULast, _hr) == _hr;
-    LogFrame(bSaid       ? eZLog_Verbose
+    const bool bLogged = std::exchange(m_hrGPULast, _hr) == _hr;
+    LogFrame(bLogged     ? eZLog_Verbose
              : bExpected ? eZLog_Info
                          : eZLog_Error,
              "CoZChromaKey::OnMediaReceiveI(%ws) Failed to perform GPU chroma key! hr=%08X\n", _pFrame, _hr);
 }
 
-HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const CHROMA_KEY_RAW& _key,
+HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                               IZFFrame** _ppFrameRes, FRAMES* _pFrames)
 {
-    const bool bKeyed = KeyType_HasSpace(_key.eType);
-    if (!bKeyed && !m_options->bOutputARGB && m_options->rectBorders == PROP_RECT{})
+    if (!m_plan.bKeys && !m_options->bOutputARGB && m_options->rectBorders == PROP_RECT{})
         return S_FALSE;
     const auto cpFrame2 = QueryPicture(_pFrame);
     if (!cpFrame2)
         return S_FALSE;
     WORK_FRAME& work = _pFrames->work;
     HRESULT hr = WorkFrame_Make(cpFrame2.Get(), *m_options, &work);
-    if (SUCCEEDED(hr) && bKeyed)
-        hr = WorkFrame_MakeOwn(KeyPlan_HasColorCancel(_key), &work);
-    if (SUCCEEDED(hr) && bKeyed) // measured as the input is, not as what it was converted into
-        hr = RunEngine(cpFrame2.Get(), Img_MatrixOf(_vidProps), _key, _pFrames);
+    if (SUCCEEDED(hr) && m_plan.bKeys)
+        hr = OwnMake(&work);
+    if (SUCCEEDED(hr) && m_plan.bKeys) // measured as the input is, not as what it was converted into
+        hr = RunEngine(cpFrame2.Get(), Img_MatrixOf(_vidProps), _settings, _pFrames);
     if (FAILED(hr) || !work.bOwnFrame)
         return FAILED(hr) ? hr : S_FALSE;
     *_ppFrameRes = work.cpFrame.Detach();
     return S_OK;
 }
 
-HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const CHROMA_KEY_RAW& _key, FRAMES* _pFrames)
+/// A frame that the mask can be attached to; with pixels of its own where alpha or clean colours are written.
+HRESULT CFrameKeyer::OwnMake(WORK_FRAME* _pWork)
+{
+    ZF_VID_PROPS vidProps = {};
+    const HRESULT hr = _pWork->cpFrame->VideoPropsGet(&vidProps);
+    const bool bWritten =
+        vidProps.fccType == eZFCC_ARGB32 || (m_plan.bCleans && m_upEngine->CanClean(vidProps.fccType));
+    return FAILED(hr) ? hr : WorkFrame_MakeOwn(bWritten, _pWork);
+}
+
+HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, ENGINE_SETTINGS _settings, FRAMES* _pFrames)
 {
     IZFFrame* const pFrame = _pFrames->work.cpFrame.Get();
     const bool bWrite = _pFrames->work.bOwnPixels; // alpha of ARGB32, clean colours
@@ -261,23 +266,16 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const C
         hr = pFrame->VideoPtrGet(bWrite ? eZFP_Flip | eZFP_Write : eZFP_Flip, &vidPtr);
     if (SUCCEEDED(hr))
         hr = WorkFrame_MakeMask(_pFrameIn, vidProps, &mask);
-    if (KeyPlan_HasColorCancel(_key))
-        CancelSay(vidProps.fccType);
+    if (m_plan.bCleans)
+        LogNotCleaned(vidProps.fccType);
     if (SUCCEEDED(hr))
-    {
-        if (!m_engine)
-            m_engine.emplace();
-        m_engine->ThreadsSet(static_cast<uint32_t>(m_options->nThreads));
-        m_engine->MatrixSet(_eMatrix);
-        m_engine->FillSet(true);
-        m_engine->CleanSet(bWrite);
-        hr = m_engine->ProcessFrame(&vidPtr, mask.pbAlpha, &vidProps, &_key);
-    }
+        hr = m_upEngine->Process(
+            {vidProps, vidPtr, bWrite, mask.pbAlpha, _eMatrix, static_cast<uint32_t>(m_options->nThreads)}, _settings);
     if (SUCCEEDED(hr))
         hr = pFrame->AttachmentSet(L"mask", mask.cpFrame.Get());
     if (hr == Z_E_TIMEOUT)
     {
-        m_engine->Hold(pFrame, mask.cpFrame.Get());
+        m_upEngine->Hold(pFrame, mask.cpFrame.Get());
         ZLog(eZLog_Error,
              "CCoZChromaKey::OnMediaReceive: keying was given up: a thread waited too long for the frame's "
              "memory or for the log; it is left to itself, and the next frame gets another one\n");
@@ -286,6 +284,11 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, const C
         ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: a frame (%hs) cannot be keyed on the CPU, hr=%08X\n",
              VidProps_Text(&vidProps), hr);
     return hr;
+}
+
+void CFrameKeyer::Flush()
+{
+    m_bFlushWanted = true;
 }
 
 void CFrameKeyer::Close()
@@ -304,6 +307,5 @@ void CFrameKeyer::CloseLocked(FRAMES* _pFrames)
 {
     FramesTake(_pFrames);
     m_comparer.Reset();
-    m_engine.reset();
-    m_upGPU->Close();
+    m_upEngine->Close();
 }

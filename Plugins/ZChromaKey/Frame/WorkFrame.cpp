@@ -5,7 +5,6 @@
 #include "Base/ZLog.h"
 #include "Base/ZSaturate.h"
 #include "Image/ImgPlane.h"
-#include "ZChromaKey/Engine1/CancelPlane.h"
 #include "ZChromaKey/Frame/FrameText.h"
 
 #include <algorithm>
@@ -92,22 +91,20 @@ HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WOR
     return SUCCEEDED(hr) ? WorkFrame_Cut(_options.rectBorders, _pWork) : hr;
 }
 
-HRESULT WorkFrame_MakeOwn(bool _bClean, WORK_FRAME* _pWork)
+HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork)
 {
-    ZF_VID_PROPS vidProps = {};
-    HRESULT hr = _pWork->cpFrame->VideoPropsGet(&vidProps);
-    const bool bWritten = vidProps.fccType == eZFCC_ARGB32 || (_bClean && CancelPlane_IsKnown(vidProps.fccType));
-    if (FAILED(hr) || (_pWork->bOwnFrame && (_pWork->bOwnPixels || !bWritten)))
-        return hr;
+    if (_pWork->bOwnFrame && (_pWork->bOwnPixels || !_bWritten))
+        return S_OK;
     const auto cpFrame2 = ZQuery<IZFFrame2>(_pWork->cpFrame);
     CZPtr<IZFFrame> cpClone;
-    hr = cpFrame2 ? cpFrame2->FrameClone(bWritten ? eZFC_Converted : eZFC_Cloned, cpClone.Put()) : E_NOINTERFACE;
+    const HRESULT hr =
+        cpFrame2 ? cpFrame2->FrameClone(_bWritten ? eZFC_Converted : eZFC_Cloned, cpClone.Put()) : E_NOINTERFACE;
     if (FAILED(hr) || !cpClone)
     {
         ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: the frame cannot be cloned, hr=%08X\n", hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
-    *_pWork = {std::move(cpClone), true, bWritten};
+    *_pWork = {std::move(cpClone), true, _bWritten};
     return S_OK;
 }
 

@@ -22,9 +22,8 @@ HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork);
 /// Fails as its parts do.
 HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork);
 
-/// Makes the frame one that a mask can be attached to, and whose pixels can be written when it is ARGB32 or _bClean
-/// asks for clean colours in a format that has them cleaned.
-HRESULT WorkFrame_MakeOwn(bool _bClean, WORK_FRAME* _pWork);
+/// Makes the frame one that a mask can be attached to, and, with _bWritten, whose pixels can be written.
+HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork);
 
 /// Where the alpha plane of a frame is computed.
 struct WORK_MASK
@@ -34,5 +33,5 @@ struct WORK_MASK
 };
 
 /// Makes the mask of a frame with the given properties from the memory of _pFrame. Its pixels are undefined, for the
-/// engine writes them all; the bytes behind its rows are 255.
+/// engine writes them all; the bytes that pad its rows are 255.
 HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask);

@@ -5,7 +5,7 @@
 #include "Base/ZLog.h"
 #include "Interfaces/IZProps.h"
 
-#include <cstring>
+#include <algorithm>
 
 namespace
 {
@@ -78,16 +78,17 @@ bool ZFrameComparer::TextsChanged(IZFFrame* _pFrame)
 }
 
 HRESULT ZFrameComparer_Check(ZFrameComparer* _pComparer, IZFFrame* _pFrame, IZFFrame** _ppFrameRes,
-                             const CHROMA_KEY_RAW* _pKey, CHROMA_KEY_RAW* _pKeyLast, IZFFrame* _pFrameLastOrNull)
+                             ENGINE_SETTINGS _settings, std::vector<std::byte>* _pvecSettingsLast,
+                             IZFFrame* _pFrameLastOrNull)
 {
-    if (!Z_VERIFY(_pComparer && _pFrame && _ppFrameRes && _pKey && _pKeyLast))
+    if (!Z_VERIFY(_pComparer && _pFrame && _ppFrameRes && _pvecSettingsLast))
         return E_INVALIDARG;
     *_ppFrameRes = nullptr;
     const bool bSameFrame = _pComparer->IsSameFrame(_pFrame); // first: it has to see every frame
-    const bool bSameKey = std::memcmp(_pKey, _pKeyLast, sizeof(*_pKey)) == 0;
-    *_pKeyLast = *_pKey;
+    const bool bSameSettings = std::ranges::equal(_settings, *_pvecSettingsLast);
+    _pvecSettingsLast->assign(_settings.begin(), _settings.end());
     const auto cpFrameLast = ZQuery<IZFFrame2>(_pFrameLastOrNull);
-    if (!bSameFrame || !bSameKey || !cpFrameLast)
+    if (!bSameFrame || !bSameSettings || !cpFrameLast)
         return S_FALSE;
     CZPtr<IZFFrame> cpClone;
     const HRESULT hrClone = cpFrameLast->FrameClone(eZFC_Cloned, cpClone.Put());

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "Base/ZPtr.h"
-#include "Interfaces/ChromaKeyTypes.h"
 #include "Interfaces/IZFFrame.h"
+#include "ZChromaKey/Frame/FrameEngine.h"
 
 #include <array>
+#include <cstddef>
 #include <string>
+#include <vector>
 
 /// Finds out whether a host hands in the same frame again. Has to see every frame that is keyed, for it compares each
 /// with the one before. Not thread safe.
@@ -37,11 +39,12 @@ private:
     std::array<std::wstring, 3> m_arrTextsLast;
 };
 
-/// Hands out a clone of the last output when frame and key set are the same as the last ones, and remembers the key
-/// set.
+/// Hands out a clone of the last output when frame and settings are the same as the last ones, and remembers the
+/// settings.
 ///
 /// _pFrameLastOrNull: the last output, null where there is none to hand out again. S_OK: a clone in _ppFrameRes, which
 /// the caller releases; S_FALSE: the frame has to be keyed; E_INVALIDARG: an argument is missing; else the failure of
 /// cloning.
 HRESULT ZFrameComparer_Check(ZFrameComparer* _pComparer, IZFFrame* _pFrame, IZFFrame** _ppFrameRes,
-                             const CHROMA_KEY_RAW* _pKey, CHROMA_KEY_RAW* _pKeyLast, IZFFrame* _pFrameLastOrNull);
+                             ENGINE_SETTINGS _settings, std::vector<std::byte>* _pvecSettingsLast,
+                             IZFFrame* _pFrameLastOrNull);

@@ -30,7 +30,7 @@ constexpr CK_ADJUST_INFO c_arrAdjust[] = {
 
 /// The nCancelAlpha at which cleaning ends right where the key does; each step more is a level of width.
 constexpr int c_nNoWidth = -128;
-/// At "colors" 100 %: chroma less by a fifth, which hides what hue is left of the tint. More makes faces pale.
+/// At "colors" 100 % chroma shrinks by a fifth, which hides what is left of the tint. More would make faces pale.
 constexpr int c_nFullCancelChroma = -26;
 /// The width for keys in RGB and HLS, in levels.
 constexpr int c_nPlainWidth = 32;

@@ -140,8 +140,8 @@ void CKeyBuilder::SpaceSet(eCK_Type _eSpace)
         Reset();
 }
 
-/// Without a limit: a person has pointed at it. What is to be kept is kept as it was shown; the backdrop is assumed to
-/// be lit unevenly.
+/// Takes the sample whatever it looks like, because a person has pointed at it. An exclusion key is the sample itself;
+/// a backdrop is assumed to be lit unevenly.
 void CKeyBuilder::Offer(const CALC_KEY& _key, bool _bExclude)
 {
     std::vector<CALC_KEY> vecKeys = {_key};

@@ -141,7 +141,7 @@ std::vector<CALC_KEY> LitKeys(const FOUND& _found, eCK_Type _eSpace)
     return KeyRay_Boxes(key, _eSpace, {light.dblDarkest * c_dblDarker, light.dblBrightest * c_dblBrighter});
 }
 
-/// Blackens accepted blocks: they are of no class then.
+/// Blackens accepted blocks, so that the next search does not find them again.
 void TakeOut(WORKING_PICTURE* _pPicture, const FIND& _find)
 {
     for (const CK_BLOCK& block : _find.vecBlocks)
@@ -156,7 +156,7 @@ FIND Search(WORKING_PICTURE* _pPicture, eCK_Type _eSpace, eZYMatrix _eMatrix, CK
     FIND find;
     CKeyCalc calcPulled;
     CKeyCalc calc;
-    _options.bShowBlocks = false; // the picture is nobody's to look at
+    _options.bShowBlocks = false; // no one looks at this picture
     uint8_t* const pPixels = _pPicture->vecPixels.data();
     if (CKUtils::DetectKeys(&calcPulled, pPixels, &_pPicture->vidProps, _options, _eMatrix, &find.vecBlocks))
         return find;

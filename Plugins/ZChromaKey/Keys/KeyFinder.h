@@ -6,7 +6,7 @@
 
 #include <vector>
 
-/// Runs detection over the frame of a sampler in one space and makes keys of what it finds; none when that is nothing.
+/// Runs detection over the frame of a sampler in one space and makes keys of what it finds: none if it finds nothing.
 ///
 /// The calculator decides which blocks are the backdrop and to which of its keys they belong; the keys are then made of
 /// the pixels of these blocks, so that it does not matter which block came first, and stray ones do not count. Unless

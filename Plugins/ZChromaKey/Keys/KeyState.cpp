@@ -167,7 +167,7 @@ void CKeyState::EffectiveUpdate()
 
 void CKeyState::FrameSet(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps)
 {
-    CZPtr<IZFFrame> cpFrame(_pFrameOrNull); // takes the old one along, to be released behind the lock
+    CZPtr<IZFFrame> cpFrame(_pFrameOrNull); // takes the old one along, to be let go of after the lock is released
     const std::lock_guard lock(m_mtxConfig);
     std::swap(m_cpFrameLast, cpFrame);
     m_vidPropsLast = _vidProps;

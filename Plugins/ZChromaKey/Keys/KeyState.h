@@ -9,7 +9,7 @@
 #include <mutex>
 #include <optional>
 
-/// What one step of editing leads to: keys as they were taken, and what is adjusted about them.
+/// The state after one step of editing: the keys as they were taken, and their adjustments.
 struct KEY_EDIT
 {
     CHROMA_KEY_RAW keyTaken;          ///< in the space the keys were taken in
@@ -61,7 +61,8 @@ public:
     void FrameSet(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps);
     /// The last frame received, empty where there is none, and its properties.
     CZPtr<IZFFrame> FrameGet(ZF_VID_PROPS* _pVidProps) const;
-    /// Exchanges the frames set for keying and for the background: the caller lets the old ones go, behind his locks.
+    /// Exchanges the frames set for keying and for the background: the caller lets go of the old ones once it has
+    /// released its locks.
     void KeyFramesSwap(CZPtr<IZFFrame>* _pcpFrameKeying, CZPtr<IZFFrame>* _pcpFrameBG);
     void KeyFramesGet(CZPtr<IZFFrame>* _pcpFrameKeying, CZPtr<IZFFrame>* _pcpFrameBG) const;
 

@@ -36,7 +36,7 @@ constexpr XML_FIELD<CHROMA_KEY_RAW, int32_t> c_arrMaskFields[] = {
     {"transparent.max", &CHROMA_KEY_RAW::nMaxTransparent},
     {"edges_smooth", &CHROMA_KEY_RAW::nEdgesSmooth},
 };
-constexpr const char* c_pszColorCancel = "color_cancel"; // the one switch that is a truth, not a number
+constexpr const char* c_pszColorCancel = "color_cancel"; // the one switch that reads as 0 or 1 whatever its number
 constexpr XML_FIELD<CHROMA_KEY_RAW, int32_t> c_arrSwitchFields[] = {
     {"interlaced", &CHROMA_KEY_RAW::nInterlacedVideo},
     {"inverse", &CHROMA_KEY_RAW::nInverseKey},

@@ -1,18 +1,10 @@
 #pragma once
 
-#include "Base/ZUnknown.h"
 #include "Interfaces/IZChromaKey.h"
-#include "Interfaces/IZFPersist.h"
-#include "Interfaces/IZFProcess.h"
-#include "Interfaces/IZPlugin.h"
-#include "Interfaces/IZProps.h"
-#include "Props/PropStore.h"
 #include "ZChromaKey/Config/ConfigDoc.h"
-#include "ZChromaKey/Frame/FrameFlow.h"
-#include "ZChromaKey/Frame/FrameKeyer.h"
+#include "ZChromaKey/Engine1/Gpu/GPUKeyer.h"
 #include "ZChromaKey/Keys/KeyState.h"
-#include "ZChromaKey/Com/LateBinding.h"
-#include "ZChromaKey/Objects/Module.h"
+#include "ZChromaKey/Objects/KeyerObject.h"
 
 #include <memory>
 #include <mutex>
@@ -20,36 +12,16 @@
 #include <string>
 #include <string_view>
 
-/// The chroma-key plug-in object: ties the key set, the options and the frame path to the host's interfaces.
+/// The plug-in object of the first generation: editing of its key set over what all generations have.
 ///
 /// With "output.thread" on, each frame's result comes with the next call; with it off, with the call itself. A result
 /// that is still under way when a frame comes in with the option off is dropped; a null frame fetches it before.
-class CCoZChromaKey final : public CZUnknown<CZLateBinding<IZChromaKey>, IZFProcess, IZProps, IZPlugin, IZFPersist>
+class CCoZChromaKey final : public CZKeyerObject<IZChromaKey>
 {
 public:
     explicit CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU);
     /// A new object with the GPU path of this build.
     static HRESULT Create(REFIID _iid, void** _ppvObject);
-
-    // IZFProcess
-    HRESULT STDMETHODCALLTYPE OnMediaReceive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes) override;
-    HRESULT STDMETHODCALLTYPE OnMediaEnd() override;
-    HRESULT STDMETHODCALLTYPE OnMediaFlush() override;
-
-    // IZPlugin
-    HRESULT STDMETHODCALLTYPE PluginInfoGet(BSTR* _pbsName, BSTR* _pbsVersion) override;
-    HRESULT STDMETHODCALLTYPE LogSet(IZLogSink* _pSinkOrNull, int32_t _eLevel) override;
-    HRESULT STDMETHODCALLTYPE Close() override;
-
-    // IZProps
-    HRESULT STDMETHODCALLTYPE PropsSet(const wchar_t* _pwszName, const wchar_t* _pwszValue) override;
-    HRESULT STDMETHODCALLTYPE PropsGet(const wchar_t* _pwszName, BSTR* _pbsValue) override;
-    HRESULT STDMETHODCALLTYPE PropsNameGet(UINT _nIndex, BSTR* _pbsName) override;
-
-    // IZFPersist
-    HRESULT STDMETHODCALLTYPE PersistSaveToFile(const wchar_t* _pwszPath) override;
-    HRESULT STDMETHODCALLTYPE PersistSaveToString(BSTR* _pbsDocument) override;
-    HRESULT STDMETHODCALLTYPE PersistLoad(const wchar_t* _pwszPathOrDocument) override;
 
     // IZChromaKey
     HRESULT STDMETHODCALLTYPE KeyFrameSet(IZFFrame* _pZFrameKeyingOrNull, IZFFrame* _pZFrameBGOrNull) override;
@@ -71,28 +43,19 @@ public:
 
 private:
     ~CCoZChromaKey() override = default;
-    bool FinalRelease() override;
-    HRESULT QueryOther(REFIID _iid, void** _ppvObject) override
-    {
-        return QueryBinder(_iid, _ppvObject);
-    }
-    HRESULT OnMediaReceive_I(IZFFrame* _pFrame, IZFFrame** _ppFrameRes);
-    void ProcessorsClose();
+    void FrameSeen(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps) override;
+    HRESULT FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) override;
+    HRESULT DocumentMake(std::string* _pstrDocument) override;
+    HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason) override;
     template <class Call> HRESULT Edit(const char* _pszOperation, Call&& _call) noexcept;
     template <class Sampling> HRESULT EditKeys(const char* _pszOperation, Sampling&& _sampling) noexcept;
     CZPtr<IZFFrame> KeyingFrame() const;
     CZPtr<IZFFrame> FrameForKeying(ZF_VID_PROPS* _pVidProps) const;
     std::optional<eZYMatrix> MatrixForKeying() const;
-    HRESULT DocumentMake(std::string* _pstrDocument);
-    HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason);
 
-    CZModuleRef m_refModule;
-    CPropStore m_store;
     CKeyState m_keyState;
     CConfigDoc m_configDoc; // under m_mtxEdit
     // One edit at a time; taken before the configuration lock. Recursive: a frame that is sampled may call back.
     std::recursive_mutex m_mtxEdit;
     CZPtr<IZFFrame> m_cpFrameMarked; // under m_mtxEdit: what the last detection examined, where it was asked to show
-    CFrameKeyer m_keyer;
-    CFrameFlow m_flow; // last: its thread uses the others
 };

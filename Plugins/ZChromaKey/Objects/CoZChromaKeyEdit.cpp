@@ -30,7 +30,7 @@ template <class Call> HRESULT CCoZChromaKey::Edit(const char* _pszOperation, Cal
 /// An edit that takes samples of the frame for keying into the key set.
 template <class Sampling> HRESULT CCoZChromaKey::EditKeys(const char* _pszOperation, Sampling&& _sampling) noexcept
 {
-    CZPtr<IZFFrame> cpFrame; // released behind the lock
+    CZPtr<IZFFrame> cpFrame; // let go of after the lock is released
     return Edit(_pszOperation, [&]() -> HRESULT {
         ZF_VID_PROPS vidProps = {};
         cpFrame = FrameForKeying(&vidProps);
@@ -70,7 +70,7 @@ CZPtr<IZFFrame> CCoZChromaKey::FrameForKeying(ZF_VID_PROPS* _pVidProps) const
 
 HRESULT CCoZChromaKey::KeyFrameSet(IZFFrame* _pZFrameKeyingOrNull, IZFFrame* _pZFrameBGOrNull)
 {
-    CZPtr<IZFFrame> cpFrameMarked; // what was held is released behind the lock: its owner may call back
+    CZPtr<IZFFrame> cpFrameMarked; // what was held is let go of after the lock is released: its owner may call back
     CZPtr<IZFFrame> cpFrameKeying(_pZFrameKeyingOrNull);
     CZPtr<IZFFrame> cpFrameBG(_pZFrameBGOrNull);
     return Edit("CCoZChromaKey::KeyFrameSet", [&] {
@@ -103,7 +103,7 @@ HRESULT CCoZChromaKey::KeyFrameGet(IZFFrame** _ppZFrameRes, IZFFrame** _ppZFrame
 
 HRESULT CCoZChromaKey::KeyDetect(BSTR _bsProps)
 {
-    CZPtr<IZFFrame> cpFrameMarked; // the old one is released behind the lock
+    CZPtr<IZFFrame> cpFrameMarked; // the old one is let go of after the lock is released
     return EditKeys("CCoZChromaKey::KeyDetect", [&](CKeyBuilder* _pBuilder, IZFFrame* _pFrame) -> HRESULT {
         CKUtils::CK_DETECT_OPTIONS options;
         HRESULT hr = CKUtils::DetectOptions_Read(ZText_FromWide(_bsProps ? _bsProps : L""), &options);
@@ -226,7 +226,7 @@ HRESULT CCoZChromaKey::KeySet(IZKey* _pKeyObject)
 
 HRESULT CCoZChromaKey::KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyObject)
 {
-    CZPtr<IZFFrame> cpFrameMarked; // released behind the lock
+    CZPtr<IZFFrame> cpFrameMarked; // let go of after the lock is released
     CZPtr<IZFFrame> cpFrameKeying(_pZFrameForAdjustOrNull);
     return Edit("CCoZChromaKey::KeyGet", [&]() -> HRESULT {
         if (!Z_VERIFY(_ppKeyObject))

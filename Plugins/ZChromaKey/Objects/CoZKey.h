@@ -4,11 +4,11 @@
 #include "Interfaces/IZKey.h"
 #include "ZChromaKey/Keys/KeyBuilder.h"
 #include "ZChromaKey/Com/LateBinding.h"
-#include "ZChromaKey/Objects/Module.h"
+#include "Base/ZModuleRef.h"
 
 #include <mutex>
 
-/// The key-value object: a key builder behind IZKey, under a lock.
+/// The key-value object: IZKey over a key builder, under a lock.
 class CCoZKey final : public CZUnknown<CZLateBinding<IZKey>>
 {
 public:

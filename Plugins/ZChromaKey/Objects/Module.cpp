@@ -3,8 +3,7 @@
 #include "Base/ZBorder.h"
 #include "Base/ZPtr.h"
 #include "Base/ZUnknown.h"
-#include "ZChromaKey/Objects/CoZChromaKey.h"
-#include "ZChromaKey/Objects/CoZKey.h"
+#include "ZChromaKey/Objects/ClassTable.h"
 
 namespace
 {
@@ -20,17 +19,6 @@ bool ServerUnlock()
     }
     return nLocks > 0;
 }
-
-struct MODULE_CLASS
-{
-    const CLSID& clsid;
-    HRESULT (*pfnCreate)(REFIID _iid, void** _ppvObject);
-};
-
-constexpr MODULE_CLASS c_arrClasses[] = {
-    {CLSID_ZChromaKey, &CCoZChromaKey::Create},
-    {CLSID_ZKey, &CCoZKey::Create},
-};
 
 class CZClassFactory final : public CZUnknown<IClassFactory>
 {
@@ -81,7 +69,7 @@ HRESULT ZModule_GetClassObject(REFCLSID _clsid, REFIID _iid, void** _ppvFactory)
         return E_POINTER;
     *_ppvFactory = nullptr;
     return ZBorder("DllGetClassObject", [&]() -> HRESULT {
-        for (const MODULE_CLASS& row : c_arrClasses)
+        for (const MODULE_CLASS& row : ClassTable())
         {
             if (row.clsid == _clsid)
             {

@@ -3,24 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-namespace
-{
-
-constexpr int32_t c_nMaxPasses = 10;
-
-} // namespace
-
-MASK_POST MaskPost_Make(const CHROMA_KEY_RAW& _rawKey, bool _bFields) noexcept
-{
-    MASK_POST post = {};
-    post.nMin = static_cast<uint8_t>(std::clamp(_rawKey.nMinTransparent, 0, 255));
-    post.nMax = static_cast<uint8_t>(std::clamp(_rawKey.nMaxTransparent, 0, 255));
-    post.nPasses = std::clamp(_rawKey.nEdgesSmooth, 0, c_nMaxPasses);
-    post.bFields = _bFields;
-    post.bInvert = _rawKey.nInverseKey != 0;
-    return post;
-}
-
 void CMaskPost::Reserve(int _nWidth)
 {
     for (auto& arrRow : m_arrRows)

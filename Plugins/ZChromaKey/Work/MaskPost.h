@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Interfaces/ChromaKeyTypes.h"
 #include "ZChromaKey/Work/Kernels/PlaneKernels.h"
 
 #include <cstddef>
@@ -40,9 +39,6 @@ struct MASK_POST
         return nMin > 0 || nMax < 255 || nPasses > 0 || bInvert;
     }
 };
-
-/// Thresholds outside 0...255 and passes outside 0...10 are clamped.
-MASK_POST MaskPost_Make(const CHROMA_KEY_RAW& _rawKey, bool _bFields) noexcept;
 
 /// Runs the post-processing in place, row by row. Keeps two rows of memory between frames.
 class CMaskPost

@@ -170,13 +170,4 @@ TEST(MaskPost, ManyRowsDoNotOverflow)
         EXPECT_EQ(arrRow[n], n + 1);
 }
 
-TEST(KeyPool, AWorkerWithoutAJobAnswersThatItDidNothing)
-{
-    CKeyPool pool;
-    ASSERT_EQ(pool.Prepare(3), S_OK);
-    pool.Slot(1).hrResult = E_FAIL;
-    EXPECT_EQ(pool.Run(), S_OK);
-    EXPECT_EQ(pool.Slot(1).hrResult, S_FALSE);
-}
-
 } // namespace

@@ -280,14 +280,16 @@ TEST(ZFrameComparer, AnswersAFailureOfTheLastOutput)
 {
     const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 32, -16);
     const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
-    CHROMA_KEY_RAW keyLast = key;
+    const ENGINE_SETTINGS settings = EngineSettings_Of(key);
+    std::vector<std::byte> vecSettingsLast(settings.begin(), settings.end());
     ZFrameComparer comparer;
     comparer.IsSameFrame(cpFrame.Get());
     const auto cpNoClone = CHookFrame::Make(
         cpFrame.Get(), [](const std::string& _strMethod) { return _strMethod == "FrameClone" ? E_FAIL : S_OK; });
     const CLogCatcher log;
     CZPtr<IZFFrame> cpRes;
-    EXPECT_EQ(ZFrameComparer_Check(&comparer, cpFrame.Get(), cpRes.Put(), &key, &keyLast, cpNoClone.Get()), E_FAIL);
+    EXPECT_EQ(ZFrameComparer_Check(&comparer, cpFrame.Get(), cpRes.Put(), settings, &vecSettingsLast, cpNoClone.Get()),
+              E_FAIL);
     EXPECT_EQ(log.Count("\"(((HRESULT)(hrClone)) >= 0)\""), 1u);
 }
 

@@ -1,6 +1,7 @@
 #include "Host/TempFolder.h"
 #include "Support/AllocCounter.h"
 #include "Support/NullSink.h"
+#include "ZChromaKey/Objects/Module.h"
 #include "ZChromaKey/Objects/TestKeyer.h"
 
 #include <functional>

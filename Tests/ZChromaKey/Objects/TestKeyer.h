@@ -114,7 +114,7 @@ public:
         CZPtr<IZFFrame> cpResult;
         int nFrames = 0;
         ZF_VID_PROPS vidPropsLast = {};
-        GPU_KEY_OPTIONS optionsLast = {};
+        ENGINE_GPU_OPTIONS optionsLast = {};
         int nClosed = 0;
     };
 
@@ -122,7 +122,7 @@ public:
         : m_pScript(_pScript)
     {
     }
-    HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW&, const GPU_KEY_OPTIONS& _options,
+    HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW&, const ENGINE_GPU_OPTIONS& _options,
                          IZFFrame** _ppFrameRes) override
     {
         ++m_pScript->nFrames;

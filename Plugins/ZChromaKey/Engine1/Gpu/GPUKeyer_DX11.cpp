@@ -18,7 +18,7 @@ constexpr std::chrono::seconds c_timeRetry{5};
 class CGPUKeyerDX11 final : public CGPUKeyer
 {
 public:
-    HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, const GPU_KEY_OPTIONS& _options,
+    HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, const ENGINE_GPU_OPTIONS& _options,
                          IZFFrame** _ppFrameRes) override
     {
         const bool bTexture = static_cast<bool>(GPU_TextureOf(_pFrame));
@@ -42,7 +42,7 @@ public:
 
 private:
     /// Makes sure there is a device for frames in system memory.
-    HRESULT DeviceEnsure(const GPU_KEY_OPTIONS& _options)
+    HRESULT DeviceEnsure(const ENGINE_GPU_OPTIONS& _options)
     {
         const HRESULT hrNow = DeviceCheck(_options);
         if (SUCCEEDED(hrNow))
@@ -69,7 +69,7 @@ private:
     }
 
     /// Whether there is a device that works. E_NOTIMPL: it is software, and slower than keying on the CPU.
-    HRESULT DeviceCheck(const GPU_KEY_OPTIONS& _options) const
+    HRESULT DeviceCheck(const ENGINE_GPU_OPTIONS& _options) const
     {
         const DX11Device* const pDevice = m_keyer.DeviceGet();
         const HRESULT hr = pDevice ? pDevice->Device()->GetDeviceRemovedReason() : DXGI_ERROR_DEVICE_REMOVED;

@@ -11,7 +11,7 @@ namespace
 class CGPUKeyerNone final : public CGPUKeyer
 {
 public:
-    HRESULT ProcessFrame(IZFFrame*, const CHROMA_KEY_RAW&, const GPU_KEY_OPTIONS&, IZFFrame**) override
+    HRESULT ProcessFrame(IZFFrame*, const CHROMA_KEY_RAW&, const ENGINE_GPU_OPTIONS&, IZFFrame**) override
     {
         static std::once_flag s_flagSaid;
         std::call_once(s_flagSaid, [] { ZLog(eZLog_Info, "GPUKeyer: this build has no GPU path\n"); });

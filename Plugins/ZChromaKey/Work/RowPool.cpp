@@ -1,28 +1,32 @@
-#include "ZChromaKey/Engine1/KeyPool.h"
+#include "ZChromaKey/Work/RowPool.h"
+
+#include "ZChromaKey/Work/RowBarrier.h"
 
 #include <algorithm>
 #include <chrono>
 #include <utility>
 
-namespace
+void CRowPool::SLOT::Work()
 {
-
-/// Does the slot's job; S_FALSE without one.
-HRESULT SlotWork(KEY_SLOT* _pSlot)
-{
-    if (!std::exchange(_pSlot->bJob, false))
-        return S_FALSE;
-    return _pSlot->slice.Process(_pSlot->job, _pSlot->bGo);
+    std::shared_ptr<CRowWork> spFrameWork = std::exchange(spWork, {});
+    for (int nPass = 0; spFrameWork && nPass < nPasses; ++nPass)
+        if (nPass == 0 || spBarrier->Arrive())
+            spFrameWork->Run(nPass, nWorker, bGo);
+    spFrameWork.reset(); // before the pool can see that it is done
+    evtDone.Set();
 }
 
-} // namespace
+CRowPool::CRowPool(const char* _pszOwner)
+    : m_pszOwner(_pszOwner)
+{
+}
 
-CKeyPool::~CKeyPool()
+CRowPool::~CRowPool()
 {
     Stop();
 }
 
-HRESULT CKeyPool::WorkerStart(std::unique_ptr<WORKER>& _upWorker)
+HRESULT CRowPool::WorkerStart(std::unique_ptr<WORKER>& _upWorker)
 {
     if (_upWorker && _upWorker->bStuck)
     {
@@ -35,18 +39,13 @@ HRESULT CKeyPool::WorkerStart(std::unique_ptr<WORKER>& _upWorker)
         return S_OK;
     }
     auto upWorker = std::make_unique<WORKER>();
-    const HRESULT hr = upWorker->thread.Start(
-        [spSlot = upWorker->spSlot] {
-            spSlot->hrResult = SlotWork(spSlot.get());
-            spSlot->evtDone.Set();
-        },
-        "CChromaKey");
+    const HRESULT hr = upWorker->thread.Start([spSlot = upWorker->spSlot] { spSlot->Work(); }, m_pszOwner);
     if (SUCCEEDED(hr))
         _upWorker = std::move(upWorker);
     return hr;
 }
 
-void CKeyPool::WorkerStop(std::unique_ptr<WORKER>& _upWorker, uint32_t _nMaxMs)
+void CRowPool::WorkerStop(std::unique_ptr<WORKER>& _upWorker, uint32_t _nMaxMs)
 {
     if (!_upWorker)
         return;
@@ -57,7 +56,7 @@ void CKeyPool::WorkerStop(std::unique_ptr<WORKER>& _upWorker, uint32_t _nMaxMs)
         _upWorker->bStuck = true;
 }
 
-HRESULT CKeyPool::Prepare(uint32_t _nWorkers)
+HRESULT CRowPool::Prepare(uint32_t _nWorkers)
 {
     m_nReady = 0;
     const uint32_t nWorkers = std::min(_nWorkers, c_nMaxFrameThreads);
@@ -66,12 +65,22 @@ HRESULT CKeyPool::Prepare(uint32_t _nWorkers)
             return hr;
     for (uint32_t i = nWorkers; i < c_nMaxFrameThreads; ++i)
         WorkerStop(m_arrWorkers[i], c_nThreadStopMs);
+    if (!m_spBarrier || m_spBarrier->Workers() != nWorkers)
+        m_spBarrier = std::make_shared<CRowBarrier>(nWorkers);
     m_nReady = nWorkers;
     return S_OK;
 }
 
-HRESULT CKeyPool::Run()
+HRESULT CRowPool::Run(const std::shared_ptr<CRowWork>& _spWork, int _nPasses)
 {
+    for (uint32_t i = 0; i < m_nReady; ++i)
+    {
+        SLOT& slot = *m_arrWorkers[i]->spSlot;
+        slot.spWork = _spWork;
+        slot.spBarrier = m_spBarrier;
+        slot.nPasses = _nPasses;
+        slot.nWorker = i;
+    }
     for (uint32_t i = 0; i < m_nReady; ++i)
         m_arrWorkers[i]->thread.Wake();
     if (WaitAll())
@@ -80,30 +89,33 @@ HRESULT CKeyPool::Run()
     return Z_E_TIMEOUT;
 }
 
-bool CKeyPool::WaitAll()
+bool CRowPool::WaitAll()
 {
     using CLOCK = std::chrono::steady_clock;
     const auto tpEnd = CLOCK::now() + std::chrono::milliseconds(c_nThreadStopMs);
     for (uint32_t i = 0; i < m_nReady; ++i)
     {
         const auto nLeft = std::chrono::duration_cast<std::chrono::milliseconds>(tpEnd - CLOCK::now()).count();
-        if (!Slot(i).evtDone.Wait(static_cast<uint32_t>(std::max<int64_t>(nLeft, 0))))
+        if (!m_arrWorkers[i]->spSlot->evtDone.Wait(static_cast<uint32_t>(std::max<int64_t>(nLeft, 0))))
             return false;
     }
     return true;
 }
 
-void CKeyPool::Stop()
+void CRowPool::Stop()
 {
     for (auto& upWorker : m_arrWorkers)
         if (upWorker)
-            upWorker->spSlot->bGo = false; // all at once, so that the waits below overlap
+            upWorker->spSlot->bGo = false; // told all at once, so that they stop side by side
+    if (m_spBarrier)
+        m_spBarrier->GiveUp();
+    m_spBarrier.reset();
     for (auto& upWorker : m_arrWorkers)
         WorkerStop(upWorker, c_nThreadStopMs);
     m_nReady = 0;
 }
 
-void CKeyPool::Hold(IUnknown* _pPicture, IUnknown* _pMask)
+void CRowPool::Hold(IUnknown* _pPicture, IUnknown* _pMask)
 {
     for (auto& upWorker : m_arrWorkers)
     {

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "Base/ZPtr.h"
+#include "Image/ImgColor.h"
+#include "Interfaces/IZFFrame.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <type_traits>
+#include <vector>
+
+/// What an engine keys with: the bytes of a plain record without padding that the engine alone reads. The frame path
+/// takes one copy a frame and compares it, byte for byte, with that of the frame before.
+using ENGINE_SETTINGS = std::span<const std::byte>;
+
+/// The settings of an engine whose record this is; borrows it.
+template <class Record> ENGINE_SETTINGS EngineSettings_Of(const Record& _record)
+{
+    static_assert(std::is_trivially_copyable_v<Record>);
+    return std::as_bytes(std::span<const Record>(&_record, 1));
+}
+
+/// What an engine is going to do with its settings.
+struct ENGINE_PLAN
+{
+    bool bCompares; ///< a repeated frame with the same settings is answered with the last output
+    bool bKeys;     ///< else frames pass, converted and cut where the options ask for it
+    bool bCleans;   ///< colours are changed in the formats that CanClean names
+};
+
+/// One picture to key on the CPU, and where its mask goes.
+struct ENGINE_JOB
+{
+    ZF_VID_PROPS vidProps; ///< of the picture
+    ZF_VID_PTR vidPtr;     ///< its planes, row 0 at the top
+    bool bWrite;           ///< the pixels are ours: alpha of ARGB32 and clean colours may be written
+    uint8_t* pbMask;       ///< the top row; the stride is that of VidProps_Mask of the picture
+    eZYMatrix eMatrix;     ///< of the input, whatever the picture was converted into
+    uint32_t nThreads;     ///< 1 to c_nMaxFrameThreads
+};
+
+/// What the frame path asks of the GPU besides the settings.
+struct ENGINE_GPU_OPTIONS
+{
+    bool bOutputARGB;   ///< the result is ARGB32, whatever the input is
+    bool bFlushContext; ///< hand the recorded work to the GPU before the result is waited for
+    eZYMatrix eMatrix;  ///< of YUV pictures, and what YUV keys of them are measured with
+    bool bSoftware;     ///< make a device also where the processor stands in for a graphics card
+    uint64_t nChange;   ///< of the options: a device that could not be had is asked for again at once when it changes
+};
+
+/// An engine, as the frame path sees it: what turns a frame into a keyed one. One for each plug-in object; calls come
+/// from one thread at a time, under the lock of the frame path. Settings are of the size that the engine's own record
+/// has.
+class CFrameEngine
+{
+public:
+    CFrameEngine() = default;
+    virtual ~CFrameEngine() = default;
+    CFrameEngine(const CFrameEngine&) = delete;
+    CFrameEngine& operator=(const CFrameEngine&) = delete;
+
+    virtual ENGINE_PLAN Plan(ENGINE_SETTINGS _settings) const = 0;
+    /// Whether colours can be cleaned in a pixel format.
+    virtual bool CanClean(uint32_t _fccType) const = 0;
+
+    /// Keys a picture on the CPU: fills the mask, writes alpha and colours where the job lets it. Z_E_TIMEOUT: a thread
+    /// may still touch picture and mask; see Hold. Any other failure: nothing touches them any more.
+    virtual HRESULT Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings) = 0;
+    /// After a Process that timed out: keeps the owners of picture and mask for as long as a thread may touch them.
+    virtual void Hold(IUnknown* _pPicture, IUnknown* _pMask) = 0;
+
+    /// Keys a frame on the GPU into a new one with a mask attached, as the CPU does; a frame in a texture into a new
+    /// texture of the same device. Any failure, or no frame: it can be keyed on the CPU.
+    virtual HRESULT ProcessGPU(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, const ENGINE_GPU_OPTIONS& _options,
+                               IZFFrame** _ppFrameRes) = 0;
+    /// The frames that the last ProcessGPU has made, so that the caller can let go of them where it holds no lock.
+    virtual std::vector<CZPtr<IZFFrame>> FramesTake() = 0;
+
+    /// The next frame begins a new stream: what was learned from those before is forgotten.
+    virtual void Flush() = 0;
+    /// Gives threads, memory and devices back; the next frame makes them again.
+    virtual void Close() = 0;
+};

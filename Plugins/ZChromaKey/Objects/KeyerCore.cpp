@@ -1,0 +1,151 @@
+#include "ZChromaKey/Objects/KeyerCore.h"
+
+#include "Base/ZAssert.h"
+#include "Base/ZCpu.h"
+#include "Base/ZLog.h"
+#include "Base/ZSystem.h"
+#include "ZChromaKey/Config/ChromaKeyOptions.h"
+
+#include <utility>
+
+namespace
+{
+
+/// What a report of a fault has to tell first: who runs where.
+void LogSystem()
+{
+    if (!ZLog_IsOn(eZLog_Info))
+        return;
+    ZLog(eZLog_Info, "ZChromaKey %hs, module %hs in %hs\n", ZCK_VERSION, ZSystem_ModulePath(), ZSystem_ProgramPath());
+    ZLog(eZLog_Info, "%hs, %hs, SIMD level %hs of %hs\n", ZSystem_Name(), ZSystem_Processor(),
+         ZCpu_LevelName(ZCpu_Level()), ZCpu_LevelName(ZCpu_Detected()));
+}
+
+} // namespace
+
+CKeyerCore::CKeyerCore(const char* _pszClass, const wchar_t* _pwszName, std::unique_ptr<CFrameEngine> _upEngine)
+    : m_pszClass(_pszClass)
+    , m_pwszName(_pwszName)
+    , m_keyer(&m_store, std::move(_upEngine))
+    , m_flow(
+          [this](IZFFrame* _pFrame, IZFFrame** _ppFrameRes) {
+              return ZBorder(Method("OnMediaReceive_I"), [&] { return FrameKey(_pFrame, _ppFrameRes); });
+          },
+          [this] { m_keyer.Flush(); })
+{
+}
+
+HRESULT CKeyerCore::Receive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes)
+{
+    const CZPtr<IUnknown> cpSelf(Self()); // the host may release it from a method of its frame
+    return ZBorder(Method("OnMediaReceive"), [&]() -> HRESULT {
+        if (!Z_VERIFY(_ppFrameRes))
+            return E_POINTER;
+        *_ppFrameRes = nullptr;
+        ZF_VID_PROPS vidProps = {};
+        if (_pFrameOrNull && SUCCEEDED(_pFrameOrNull->VideoPropsGet(&vidProps)))
+            FrameSeen(_pFrameOrNull, vidProps);
+        if (_pFrameOrNull && !ChromaKeyOptions_OutputThread(m_store))
+            return m_flow.ReceiveNow(_pFrameOrNull, _ppFrameRes);
+        return m_flow.Receive(_pFrameOrNull, _ppFrameRes);
+    });
+}
+
+HRESULT CKeyerCore::End()
+{
+    ZLog(eZLog_Info, "%hs::OnMediaEnd()\n", m_pszClass);
+    return S_OK;
+}
+
+HRESULT CKeyerCore::Flush()
+{
+    return ZBorder(Method("OnMediaFlush"), [&]() -> HRESULT {
+        ZLog(eZLog_Info, "%hs::OnMediaFlush()\n", m_pszClass);
+        m_flow.Flush();
+        return S_OK;
+    });
+}
+
+HRESULT CKeyerCore::CloseAll()
+{
+    return ZBorder(Method("Close"), [&]() -> HRESULT {
+        ZLog(eZLog_Info, "%hs::Close()\n", m_pszClass);
+        if (m_flow.IsOutputThread())
+        {
+            m_flow.CloseFromWithin([this] { ProcessorsClose(); });
+            return S_OK;
+        }
+        if (const HRESULT hr = m_flow.Close(); FAILED(hr)) // the thread still uses the processors
+            return hr;
+        ProcessorsClose();
+        return S_OK;
+    });
+}
+
+void CKeyerCore::ProcessorsClose()
+{
+    m_keyer.Close();
+    FrameSeen(nullptr, {});
+}
+
+bool CKeyerCore::LastRelease()
+{
+    ZLog(eZLog_Info, "%hs::FinalRelease()\n", m_pszClass);
+    const auto fnEnd = [this] {
+        ProcessorsClose();
+        Destroy();
+    };
+    if (m_flow.IsOutputThread())
+    {
+        ZLog(eZLog_Info, "%hs::Close()\n", m_pszClass);
+        m_flow.CloseFromWithin(fnEnd);
+        return false;
+    }
+    return SUCCEEDED(CloseAll()) || !m_flow.Abandon(fnEnd);
+}
+
+HRESULT CKeyerCore::InfoGet(BSTR* _pbsName, BSTR* _pbsVersion)
+{
+    for (BSTR* pbsOut : {_pbsName, _pbsVersion})
+        if (pbsOut)
+            *pbsOut = nullptr;
+    if (!_pbsName || !_pbsVersion)
+        return E_POINTER;
+    *_pbsName = SysAllocString(m_pwszName);
+    *_pbsVersion = SysAllocString(L"" ZCK_VERSION);
+    if (*_pbsName && *_pbsVersion)
+        return S_OK;
+    SysFreeString(std::exchange(*_pbsName, nullptr));
+    SysFreeString(std::exchange(*_pbsVersion, nullptr));
+    return E_OUTOFMEMORY;
+}
+
+HRESULT CKeyerCore::LogSetLevel(IZLogSink* _pSinkOrNull, int32_t _eLevel)
+{
+    return ZBorder(Method("LogSet"), [&]() -> HRESULT {
+        if (_eLevel < eZLog_Off || _eLevel > eZLog_Verbose)
+        {
+            ZLog(eZLog_Error, "%hs::LogSet: there is no level %d; use %d (off) to %d (verbose)\n", m_pszClass, _eLevel,
+                 eZLog_Off, eZLog_Verbose);
+            return E_INVALIDARG;
+        }
+        ZLog_Set(_pSinkOrNull, static_cast<eZLogLevel>(_eLevel));
+        LogSystem();
+        return S_OK;
+    });
+}
+
+HRESULT CKeyerCore::OptionSet(const wchar_t* _pwszName, const wchar_t* _pwszValue)
+{
+    return PropStore_PropsSet(&m_store, _pwszName, _pwszValue, &ChromaKeyOptions_Validate);
+}
+
+HRESULT CKeyerCore::OptionGet(const wchar_t* _pwszName, BSTR* _pbsValue)
+{
+    return PropStore_PropsGet(m_store, _pwszName, _pbsValue);
+}
+
+HRESULT CKeyerCore::OptionNameGet(UINT _nIndex, BSTR* _pbsName)
+{
+    return PropStore_PropsNameGet(m_store, _nIndex, _pbsName);
+}

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "Base/ZBorder.h"
+#include "Base/ZModuleRef.h"
+#include "Interfaces/IZFFrame.h"
+#include "Interfaces/IZPlugin.h"
+#include "Props/PropStore.h"
+#include "ZChromaKey/Frame/FrameFlow.h"
+#include "ZChromaKey/Frame/FrameKeyer.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+/// What the plug-in objects of all generations do alike: frames in and out, options, log, documents, end of life. What
+/// a generation does in its own way (keys and their editing) it adds in a class derived from CZKeyerObject.
+///
+/// The methods named like those of an interface are their bodies; any thread may call them.
+class CKeyerCore
+{
+protected:
+    /// _pszClass: the object's class as log lines name it, and _pwszName what PluginInfoGet answers; both literals.
+    CKeyerCore(const char* _pszClass, const wchar_t* _pwszName, std::unique_ptr<CFrameEngine> _upEngine);
+    ~CKeyerCore() = default;
+
+    // What a generation adds
+    /// The object itself, to be kept while the host's code runs.
+    virtual IUnknown* Self() = 0;
+    /// Remembers a frame that came in, to take keys from; null: forgets it.
+    virtual void FrameSeen(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps) = 0;
+    /// Keys a frame with one copy of the settings: CFrameKeyer::Process.
+    virtual HRESULT FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) = 0;
+    /// The document of all that is saved. The reason of a failure has been logged.
+    virtual HRESULT DocumentMake(std::string* _pstrDocument) = 0;
+    /// Takes a document over, or nothing of it and gives the reason.
+    virtual HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason) = 0;
+    /// Deletes the object.
+    virtual void Destroy() = 0;
+
+    HRESULT Receive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes);
+    HRESULT End();
+    HRESULT Flush();
+    HRESULT InfoGet(BSTR* _pbsName, BSTR* _pbsVersion);
+    HRESULT LogSetLevel(IZLogSink* _pSinkOrNull, int32_t _eLevel);
+    HRESULT CloseAll();
+    HRESULT SaveToFile(const wchar_t* _pwszPath);
+    HRESULT SaveToString(BSTR* _pbsDocument);
+    HRESULT Load(const wchar_t* _pwszPathOrDocument);
+    HRESULT OptionSet(const wchar_t* _pwszName, const wchar_t* _pwszValue);
+    HRESULT OptionGet(const wchar_t* _pwszName, BSTR* _pbsValue);
+    HRESULT OptionNameGet(UINT _nIndex, BSTR* _pbsName);
+    /// The last reference is gone. True: the object is to be deleted; false: the output thread, which still uses it,
+    /// does that at its end.
+    bool LastRelease();
+
+    Z_METHOD Method(const char* _pszMethod) const
+    {
+        return {m_pszClass, _pszMethod};
+    }
+    CPropStore& Store()
+    {
+        return m_store;
+    }
+    CFrameKeyer& Keyer()
+    {
+        return m_keyer;
+    }
+
+private:
+    void ProcessorsClose();
+
+    CZModuleRef m_refModule;
+    const char* m_pszClass;
+    const wchar_t* m_pwszName;
+    CPropStore m_store;
+    CFrameKeyer m_keyer;
+    CFrameFlow m_flow; // last: its thread uses the others
+};

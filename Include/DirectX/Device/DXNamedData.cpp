@@ -1,6 +1,6 @@
 // Named data: values in the private data of devices and device children.
 
-#include "DirectX/Device/DXHelpers.h"
+#include "DirectX/Device/DXNamedData.h"
 
 #include "Base/ZAssert.h"
 

@@ -45,7 +45,7 @@ public:
     /// Name and version of the plug-in.
     std::string NameAndVersion();
 
-    /// Is called between tries while the object is still busy with the frame before; gives up by throwing.
+    /// Sets what is called between tries while the object is busy with the frame before; it may throw to give up.
     void OnWait(std::function<void()> _fnWait)
     {
         m_fnWait = std::move(_fnWait);

@@ -34,8 +34,8 @@ public:
         return m_strPath;
     }
 
-    /// Has the module log into HostLog for as long as there are as many LogEnd as LogBegin calls to come. The plug-in:
-    /// any object of the module.
+    /// Sends the module's log to HostLog until LogEnd has been called as often as LogBegin. _pPlugin: any object of the
+    /// module.
     void LogBegin(IZPlugin* _pPlugin);
     void LogEnd(IZPlugin* _pPlugin) noexcept;
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// What a host asks of its system; the little that differs between them. Paths are UTF-8.
+/// The few things a host needs that differ between systems. Paths are UTF-8.
 
 bool Platform_Exists(const std::string& _strPath);
 

@@ -44,7 +44,7 @@ double Share(int64_t _cbSize, int64_t _cbWhole)
     return _cbWhole > 0 ? static_cast<double>(_cbSize) / static_cast<double>(_cbWhole) : 0;
 }
 
-/// A long run in two parts, each with objects and frames of its own: behind the first one the program is warm, and the
+/// A long run in two parts, each with objects and frames of its own: after the first one the program is warm, and the
 /// second one must leave it as it was.
 class CZSoak
 {

@@ -62,8 +62,8 @@ public:
 
 private:
     std::vector<std::unique_ptr<CZOutFile>> m_vecFiles;
-    std::string m_strProtected;            ///< by its one true name; empty: nothing
-    std::set<std::string> m_setTargets;    ///< what is written, by its one true name
+    std::string m_strProtected;            ///< with links resolved; empty: nothing
+    std::set<std::string> m_setTargets;    ///< what is written, with links resolved
     std::vector<std::string> m_vecFolders; ///< made, and not yet in use
 };
 

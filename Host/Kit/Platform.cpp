@@ -123,7 +123,7 @@ std::vector<std::string> Platform_Arguments(int, char**)
     LPWSTR* ppwszArgs = CommandLineToArgvW(GetCommandLineW(), &nArgs);
     for (int i = 0; ppwszArgs && i < nArgs; ++i)
         vecArgs.push_back(ZText_FromWide(ppwszArgs[i]));
-    LocalFree(static_cast<HLOCAL>(ppwszArgs));
+    LocalFree(ppwszArgs);
     return vecArgs;
 }
 

@@ -17,7 +17,7 @@ constexpr const char* c_pszOptions = "# Options and adjustments\n\n"
                                      "comes in. A value that does not fit\n"
                                      "is refused with E_INVALIDARG, and the log says what fits.\n\n"
                                      "| option | default | effect |\n|---|---|---|\n";
-constexpr const char* c_pszDetectHead =
+constexpr const char* c_pszDetect =
     "\n## Options of detection\n\n"
     "Given to `KeyDetect` as \"name=value\" pairs, with or without \"detect.\" in front, or set as options.\n\n"
     "| option | takes | default | effect |\n|---|---|---|---|\n";
@@ -34,7 +34,7 @@ std::string OptionsText()
     for (const CK_OPTION& option : ChromaKeyOptions_Table())
         strText += ZFormat("| \"%s\" | %s | %s |\n", option.pszName, option.pszDefault[0] ? option.pszDefault : "none",
                            option.pszHelp);
-    strText += c_pszDetectHead;
+    strText += c_pszDetect;
     for (const CKUtils::CK_DETECT_OPTION& option : CKUtils::DetectOptions_Table())
         strText += ZFormat("| \"detect.%s\" | %s | %s | %s |\n", option.pszName, option.pszRight, option.pszDefault,
                            option.pszHelp);

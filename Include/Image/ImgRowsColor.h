@@ -11,12 +11,15 @@ inline constexpr int c_nImgAlphaByte = ~0x00FFFFFF;
 template <class S, class Op>
 ZCK_INLINE void MapPixels(const uint8_t* _pFrom, uint8_t* _pTo, int _nPixels, const Op& _op)
 {
-    const auto nPixels = static_cast<size_t>(_nPixels);
-    size_t x = 0;
-    for (; x + S::c_nLanes <= nPixels; x += S::c_nLanes)
-        S::Store(_pTo + 4 * x, _op.Of(S::LoadI32(_pFrom + 4 * x)));
-    if (x < nPixels)
-        S::Store(_pTo + 4 * x, nPixels - x, _op.Of(S::LoadI32(_pFrom + 4 * x, nPixels - x)));
+    constexpr int c_nLanes = static_cast<int>(S::c_nLanes);
+    int x = 0;
+    for (; x + c_nLanes <= _nPixels; x += c_nLanes, _pFrom += S::c_nBytes, _pTo += S::c_nBytes)
+        S::Store(_pTo, _op.Of(S::LoadI32(_pFrom)));
+    if (x < _nPixels)
+    {
+        const auto nRest = static_cast<size_t>(_nPixels - x);
+        S::Store(_pTo, nRest, _op.Of(S::LoadI32(_pFrom, nRest)));
+    }
 }
 
 /// Two coefficients in every lane, for the words of components that lie side by side.
@@ -123,13 +126,13 @@ template <class I32> ZCK_INLINE I32 Quotient(I32 _vecNumerator, I32 _vecDenomina
 }
 
 /// Sixths of a turn x delta, from the sector of the largest component; red counts before green, green before blue.
-template <class I32> ZCK_INLINE I32 HueSixthsOf(I32 _vecR, I32 _vecG, I32 _vecB, I32 _vecMax, I32 _vecDelta2)
+template <class I32>
+ZCK_INLINE I32 HueSixthsOf(I32 _vecR, I32 _vecG, I32 _vecB, I32 _vecMax, I32 _vecDelta2, I32 _vecDelta6)
 {
-    const I32 vecDelta4 = _vecDelta2 + _vecDelta2;
-    const I32 vecHueB = _vecR - _vecG + vecDelta4;
+    const I32 vecHueB = _vecR - _vecG + (_vecDelta2 + _vecDelta2);
     const I32 vecHueG = _vecB - _vecR + _vecDelta2;
     const I32 vecHueR = _vecG - _vecB;
-    const I32 vecTurned = Select(Greater(_vecB, _vecG), vecHueR + (vecDelta4 + _vecDelta2), vecHueR);
+    const I32 vecTurned = Select(Greater(_vecB, _vecG), vecHueR + _vecDelta6, vecHueR); // not below 0
     return Select(Equal(_vecMax, _vecR), vecTurned, Select(Equal(_vecMax, _vecG), vecHueG, vecHueB));
 }
 
@@ -147,9 +150,10 @@ template <class S> struct TO_HLS
         const I32 vecDelta = vecMax - vecMin;
         const I32 vecDelta2 = vecDelta + vecDelta;
         const I32 vecDelta3 = vecDelta2 + vecDelta;
+        const I32 vecDelta6 = vecDelta3 + vecDelta3;
         // 256 x hue, and 255 x delta / range, with the half that rounds them; greys come out as 0.
-        const I32 vecSixths = HueSixthsOf(vecR, vecG, vecB, vecMax, vecDelta2);
-        const I32 vecHue = Quotient((vecSixths << 8) + vecDelta3, vecDelta3 + vecDelta3);
+        const I32 vecSixths = HueSixthsOf(vecR, vecG, vecB, vecMax, vecDelta2, vecDelta6);
+        const I32 vecHue = Quotient((vecSixths << 8) + vecDelta3, vecDelta6);
         const I32 vecRange = Min(vecSum, I32(510) - vecSum);
         const I32 vecSaturation = Quotient((vecDelta << 9) - vecDelta2 + vecRange, vecRange << 1);
         return JoinedPixels(vecHue & 0xFF, (vecSum + 1) >> 1, vecSaturation, _vecPixels);

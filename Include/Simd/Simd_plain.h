@@ -28,15 +28,15 @@ template <size_t N> struct MASK
     }
     friend ZCK_INLINE MASK operator&(const MASK& _a, const MASK& _b)
     {
-        return Of([&](size_t i) { return _a.arr[i] && _b.arr[i]; });
+        return Of([&](size_t _n) { return _a.arr[_n] && _b.arr[_n]; });
     }
     friend ZCK_INLINE MASK operator|(const MASK& _a, const MASK& _b)
     {
-        return Of([&](size_t i) { return _a.arr[i] || _b.arr[i]; });
+        return Of([&](size_t _n) { return _a.arr[_n] || _b.arr[_n]; });
     }
     friend ZCK_INLINE MASK Without(const MASK& _a, const MASK& _b)
     {
-        return Of([&](size_t i) { return _a.arr[i] && !_b.arr[i]; });
+        return Of([&](size_t _n) { return _a.arr[_n] && !_b.arr[_n]; });
     }
     friend ZCK_INLINE bool Any(const MASK& _mask)
     {
@@ -56,6 +56,7 @@ template <class T, size_t N> struct VECTOR
             arr[i] = _number;
     }
     T arr[N];
+    static constexpr size_t c_nNumbers = N;
 
     /// The vector of _fnOp(element number).
     template <class Op> static ZCK_INLINE VECTOR Of(Op _fnOp)
@@ -74,91 +75,91 @@ template <class T, size_t N> struct VECTOR
     }
     friend ZCK_INLINE VECTOR operator+(const VECTOR& _a, const VECTOR& _b)
     {
-        return Of([&](size_t i) { return Number(_a.arr[i]) + Number(_b.arr[i]); });
+        return Of([&](size_t _n) { return Number(_a.arr[_n]) + Number(_b.arr[_n]); });
     }
     friend ZCK_INLINE VECTOR operator-(const VECTOR& _a, const VECTOR& _b)
     {
-        return Of([&](size_t i) { return Number(_a.arr[i]) - Number(_b.arr[i]); });
+        return Of([&](size_t _n) { return Number(_a.arr[_n]) - Number(_b.arr[_n]); });
     }
     friend ZCK_INLINE VECTOR operator*(const VECTOR& _a, const VECTOR& _b)
     {
-        return Of([&](size_t i) { return Number(_a.arr[i]) * Number(_b.arr[i]); });
+        return Of([&](size_t _n) { return Number(_a.arr[_n]) * Number(_b.arr[_n]); });
     }
     friend ZCK_INLINE VECTOR operator/(const VECTOR& _a, const VECTOR& _b)
     {
-        return Of([&](size_t i) { return _a.arr[i] / _b.arr[i]; });
+        return Of([&](size_t _n) { return _a.arr[_n] / _b.arr[_n]; });
     }
     friend ZCK_INLINE VECTOR operator|(const VECTOR& _a, const VECTOR& _b)
     {
-        return Of([&](size_t i) { return _a.arr[i] | _b.arr[i]; });
+        return Of([&](size_t _n) { return _a.arr[_n] | _b.arr[_n]; });
     }
     friend ZCK_INLINE VECTOR operator&(const VECTOR& _a, const VECTOR& _b)
     {
-        return Of([&](size_t i) { return _a.arr[i] & _b.arr[i]; });
+        return Of([&](size_t _n) { return _a.arr[_n] & _b.arr[_n]; });
     }
     friend ZCK_INLINE VECTOR operator^(const VECTOR& _a, const VECTOR& _b)
     {
-        return Of([&](size_t i) { return _a.arr[i] ^ _b.arr[i]; });
+        return Of([&](size_t _n) { return _a.arr[_n] ^ _b.arr[_n]; });
     }
     friend ZCK_INLINE VECTOR operator~(const VECTOR& _a)
     {
-        return Of([&](size_t i) { return ~_a.arr[i]; });
+        return Of([&](size_t _n) { return ~_a.arr[_n]; });
     }
     friend ZCK_INLINE VECTOR operator<<(const VECTOR& _a, int _nBits)
     {
-        return Of([&](size_t i) { return Number(_a.arr[i]) << _nBits; });
+        return Of([&](size_t _n) { return Number(_a.arr[_n]) << _nBits; });
     }
     friend ZCK_INLINE VECTOR operator>>(const VECTOR& _a, int _nBits)
     {
-        return Of([&](size_t i) { return _a.arr[i] >> _nBits; });
+        return Of([&](size_t _n) { return _a.arr[_n] >> _nBits; });
     }
     friend ZCK_INLINE VECTOR Min(const VECTOR& _a, const VECTOR& _b)
     {
-        return Of([&](size_t i) { return _a.arr[i] < _b.arr[i] ? _a.arr[i] : _b.arr[i]; });
+        return Of([&](size_t _n) { return _a.arr[_n] < _b.arr[_n] ? _a.arr[_n] : _b.arr[_n]; });
     }
     friend ZCK_INLINE VECTOR Max(const VECTOR& _a, const VECTOR& _b)
     {
-        return Of([&](size_t i) { return _a.arr[i] > _b.arr[i] ? _a.arr[i] : _b.arr[i]; });
+        return Of([&](size_t _n) { return _a.arr[_n] > _b.arr[_n] ? _a.arr[_n] : _b.arr[_n]; });
     }
     friend ZCK_INLINE VECTOR Select(const MASK<N>& _mask, const VECTOR& _then, const VECTOR& _else)
     {
-        return Of([&](size_t i) { return _mask.arr[i] ? _then.arr[i] : _else.arr[i]; });
+        return Of([&](size_t _n) { return _mask.arr[_n] ? _then.arr[_n] : _else.arr[_n]; });
     }
     friend ZCK_INLINE MASK<N> AtLeast(const VECTOR& _a, const VECTOR& _b)
     {
-        return MASK<N>::Of([&](size_t i) { return _a.arr[i] >= _b.arr[i]; });
+        return MASK<N>::Of([&](size_t _n) { return _a.arr[_n] >= _b.arr[_n]; });
     }
     friend ZCK_INLINE MASK<N> Equal(const VECTOR& _a, const VECTOR& _b)
     {
-        return MASK<N>::Of([&](size_t i) { return _a.arr[i] == _b.arr[i]; });
+        return MASK<N>::Of([&](size_t _n) { return _a.arr[_n] == _b.arr[_n]; });
     }
     friend ZCK_INLINE MASK<N> Greater(const VECTOR& _a, const VECTOR& _b)
     {
-        return MASK<N>::Of([&](size_t i) { return _a.arr[i] > _b.arr[i]; });
+        return MASK<N>::Of([&](size_t _n) { return _a.arr[_n] > _b.arr[_n]; });
     }
     friend ZCK_INLINE MASK<N> Less(const VECTOR& _a, const VECTOR& _b)
     {
-        return MASK<N>::Of([&](size_t i) { return _a.arr[i] < _b.arr[i]; });
+        return MASK<N>::Of([&](size_t _n) { return _a.arr[_n] < _b.arr[_n]; });
     }
     friend ZCK_INLINE MASK<N> IsNegative(const VECTOR& _a)
     {
-        return MASK<N>::Of([&](size_t i) { return _a.arr[i] < 0; });
+        return MASK<N>::Of([&](size_t _n) { return _a.arr[_n] < 0; });
     }
     friend ZCK_INLINE MASK<N> Below(const VECTOR& _a, const VECTOR& _nEnd)
     {
-        return MASK<N>::Of([&](size_t i) { return _a.arr[i] >= 0 && _a.arr[i] < _nEnd.arr[i]; });
+        return MASK<N>::Of([&](size_t _n) { return _a.arr[_n] >= 0 && _a.arr[_n] < _nEnd.arr[_n]; });
     }
     friend ZCK_INLINE VECTOR ShiftedIn0(const VECTOR& _a, int _nBits)
     {
-        return Of([&](size_t i) { return Number(_a.arr[i]) >> _nBits; });
+        return Of([&](size_t _n) { return Number(_a.arr[_n]) >> _nBits; });
     }
     friend ZCK_INLINE VECTOR Sqrt(const VECTOR& _a)
     {
-        return Of([&](size_t i) { return std::sqrt(_a.arr[i]); });
+        return Of([&](size_t _n) { return std::sqrt(_a.arr[_n]); });
     }
     friend ZCK_INLINE VECTOR Abs(const VECTOR& _a)
     {
-        return Of([&](size_t i) { return std::fabs(_a.arr[i]); });
+        return Of([&](size_t _n) { return std::fabs(_a.arr[_n]); });
     }
 };
 
@@ -171,19 +172,19 @@ template <class To, class T, size_t N> ZCK_INLINE To As(const VECTOR<T, N>& _int
 }
 template <size_t N> ZCK_INLINE VECTOR<uint8_t, N> ElseNone(const MASK<N>& _mask, const VECTOR<uint8_t, N>& _then)
 {
-    return VECTOR<uint8_t, N>::Of([&](size_t i) { return _mask.arr[i] ? _then.arr[i] : 0; });
+    return VECTOR<uint8_t, N>::Of([&](size_t _n) { return _mask.arr[_n] ? _then.arr[_n] : 0; });
 }
 template <size_t N> ZCK_INLINE VECTOR<uint8_t, N> ElseAll(const MASK<N>& _mask, const VECTOR<uint8_t, N>& _then)
 {
-    return VECTOR<uint8_t, N>::Of([&](size_t i) { return _mask.arr[i] ? _then.arr[i] : 0xFF; });
+    return VECTOR<uint8_t, N>::Of([&](size_t _n) { return _mask.arr[_n] ? _then.arr[_n] : 0xFF; });
 }
 template <size_t N> ZCK_INLINE VECTOR<uint16_t, N / 2> Even(const VECTOR<uint8_t, N>& _bytes)
 {
-    return VECTOR<uint16_t, N / 2>::Of([&](size_t i) { return _bytes.arr[2 * i]; });
+    return VECTOR<uint16_t, N / 2>::Of([&](size_t _n) { return _bytes.arr[2 * _n]; });
 }
 template <size_t N> ZCK_INLINE VECTOR<uint16_t, N / 2> Odd(const VECTOR<uint8_t, N>& _bytes)
 {
-    return VECTOR<uint16_t, N / 2>::Of([&](size_t i) { return _bytes.arr[2 * i + 1]; });
+    return VECTOR<uint16_t, N / 2>::Of([&](size_t _n) { return _bytes.arr[2 * _n + 1]; });
 }
 template <size_t N>
 ZCK_INLINE VECTOR<uint8_t, 2 * N> JoinBytes(const VECTOR<uint16_t, N>& _even, const VECTOR<uint16_t, N>& _odd)
@@ -193,28 +194,28 @@ ZCK_INLINE VECTOR<uint8_t, 2 * N> JoinBytes(const VECTOR<uint16_t, N>& _even, co
 template <size_t N>
 ZCK_INLINE VECTOR<int32_t, N / 2> MulAdd(const VECTOR<uint16_t, N>& _a, const VECTOR<uint16_t, N>& _b)
 {
-    const auto Product = [&](size_t i) { return static_cast<int16_t>(_a.arr[i]) * static_cast<int16_t>(_b.arr[i]); };
+    const auto Product = [&](size_t _n) { return static_cast<int16_t>(_a.arr[_n]) * static_cast<int16_t>(_b.arr[_n]); };
     return VECTOR<int32_t, N / 2>::Of(
-        [&](size_t i) { return static_cast<uint32_t>(Product(2 * i)) + static_cast<uint32_t>(Product(2 * i + 1)); });
+        [&](size_t _n) { return static_cast<uint32_t>(Product(2 * _n)) + static_cast<uint32_t>(Product(2 * _n + 1)); });
 }
 template <size_t N> ZCK_INLINE VECTOR<float, N> ToF32(const VECTOR<int32_t, N>& _ints)
 {
-    return VECTOR<float, N>::Of([&](size_t i) { return _ints.arr[i]; });
+    return VECTOR<float, N>::Of([&](size_t _n) { return _ints.arr[_n]; });
 }
 template <size_t N> ZCK_INLINE VECTOR<int32_t, N> ToI32(const VECTOR<float, N>& _floats)
 {
-    return VECTOR<int32_t, N>::Of([&](size_t i) { return _floats.arr[i]; });
+    return VECTOR<int32_t, N>::Of([&](size_t _n) { return _floats.arr[_n]; });
 }
 
 template <size_t N>
 ZCK_INLINE VECTOR<uint8_t, N> ShuffleBytes(const VECTOR<uint8_t, N>& _bytes, const uint8_t (&_arrPattern)[16])
 {
-    return VECTOR<uint8_t, N>::Of([&](size_t i) {
-        const uint8_t nFrom = _arrPattern[i % 16];
-        return nFrom < 16 ? _bytes.arr[i / 16 * 16 + nFrom] : 0;
+    return VECTOR<uint8_t, N>::Of([&](size_t _n) {
+        const uint8_t nFrom = _arrPattern[_n % 16];
+        return nFrom < 16 ? _bytes.arr[_n / 16 * 16 + nFrom] : 0;
     });
 }
-/// Number i of what packing two vectors gives whose blocks of 16 bytes have N numbers.
+/// Number _n of what packing two vectors gives whose blocks of 16 bytes have N numbers.
 template <size_t N, class V> ZCK_INLINE auto Packed(const V& _a, const V& _b, size_t _i)
 {
     return (_i / N % 2 ? _b : _a).arr[_i / (2 * N) * N + _i % N];
@@ -222,16 +223,16 @@ template <size_t N, class V> ZCK_INLINE auto Packed(const V& _a, const V& _b, si
 template <size_t N>
 ZCK_INLINE VECTOR<uint16_t, 2 * N> PackWords(const VECTOR<int32_t, N>& _a, const VECTOR<int32_t, N>& _b)
 {
-    return VECTOR<uint16_t, 2 * N>::Of([&](size_t i) {
-        const int32_t n = Packed<4>(_a, _b, i);
+    return VECTOR<uint16_t, 2 * N>::Of([&](size_t _n) {
+        const int32_t n = Packed<4>(_a, _b, _n);
         return n < INT16_MIN ? INT16_MIN : n > INT16_MAX ? INT16_MAX : n;
     });
 }
 template <size_t N>
 ZCK_INLINE VECTOR<uint8_t, 2 * N> PackBytes(const VECTOR<uint16_t, N>& _a, const VECTOR<uint16_t, N>& _b)
 {
-    return VECTOR<uint8_t, 2 * N>::Of([&](size_t i) {
-        const auto n = static_cast<int16_t>(Packed<8>(_a, _b, i));
+    return VECTOR<uint8_t, 2 * N>::Of([&](size_t _n) {
+        const auto n = static_cast<int16_t>(Packed<8>(_a, _b, _n));
         return n < 0 ? 0 : n > 255 ? 255 : n;
     });
 }
@@ -240,19 +241,19 @@ ZCK_INLINE VECTOR<uint8_t, 4 * N> PackLanes(const VECTOR<int32_t, N>& _a, const 
                                             const VECTOR<int32_t, N>& _c, const VECTOR<int32_t, N>& _d)
 {
     const VECTOR<int32_t, N>* const arrFrom[] = {&_a, &_b, &_c, &_d};
-    return VECTOR<uint8_t, 4 * N>::Of([&](size_t i) { return arrFrom[i / N]->arr[i % N]; });
+    return VECTOR<uint8_t, 4 * N>::Of([&](size_t _n) { return arrFrom[_n / N]->arr[_n % N]; });
 }
 template <size_t N> ZCK_INLINE void Interleave(const VECTOR<int32_t, N>& _a, const VECTOR<int32_t, N>& _b,
                                                VECTOR<int32_t, N>& _first, VECTOR<int32_t, N>& _second)
 {
-    const auto Number = [&](size_t i) { return (i % 2 ? _b : _a).arr[i / 2]; };
+    const auto Number = [&](size_t _n) { return (_n % 2 ? _b : _a).arr[_n / 2]; };
     const auto first = VECTOR<int32_t, N>::Of(Number);
-    _second = VECTOR<int32_t, N>::Of([&](size_t i) { return Number(i + N); });
+    _second = VECTOR<int32_t, N>::Of([&](size_t _n) { return Number(_n + N); });
     _first = first;
 }
 template <size_t N> ZCK_INLINE VECTOR<int32_t, N> FirstThree(const VECTOR<int32_t, N>& _a)
 {
-    return VECTOR<int32_t, N>::Of([&](size_t i) { return i < N / 4 * 3 ? _a.arr[i / 3 * 4 + i % 3] : 0; });
+    return VECTOR<int32_t, N>::Of([&](size_t _n) { return _n < N / 4 * 3 ? _a.arr[_n / 3 * 4 + _n % 3] : 0; });
 }
 
 } // namespace SimdPlain
@@ -272,14 +273,12 @@ template <size_t Lanes> struct SIMD_PLAIN_OF
     template <class V> static ZCK_INLINE V Loaded(const void* _pNumbers, size_t _n)
     {
         V res = {};
-        constexpr size_t c_nNumbers = sizeof(res.arr) / sizeof(res.arr[0]);
-        std::memcpy(res.arr, _pNumbers, sizeof(res.arr[0]) * (_n < c_nNumbers ? _n : c_nNumbers));
+        std::memcpy(res.arr, _pNumbers, sizeof(res.arr[0]) * (_n < V::c_nNumbers ? _n : V::c_nNumbers));
         return res;
     }
     template <class V> static ZCK_INLINE void Stored(void* _pNumbers, size_t _n, const V& _vec)
     {
-        constexpr size_t c_nNumbers = sizeof(_vec.arr) / sizeof(_vec.arr[0]);
-        std::memcpy(_pNumbers, _vec.arr, sizeof(_vec.arr[0]) * (_n < c_nNumbers ? _n : c_nNumbers));
+        std::memcpy(_pNumbers, _vec.arr, sizeof(_vec.arr[0]) * (_n < V::c_nNumbers ? _n : V::c_nNumbers));
     }
 
     static ZCK_INLINE U8 LoadU8(const uint8_t* _pBytes, size_t _n = c_nBytes)
@@ -320,11 +319,11 @@ template <size_t Lanes> struct SIMD_PLAIN_OF
     }
     static ZCK_INLINE U16 WidenU16(const uint8_t* _pBytes)
     {
-        return U16::Of([&](size_t i) { return _pBytes[i]; });
+        return U16::Of([&](size_t _n) { return _pBytes[_n]; });
     }
     static ZCK_INLINE I32 WidenI32(const uint8_t* _pBytes, size_t _n = c_nLanes)
     {
-        return I32::Of([&](size_t i) { return i < _n ? _pBytes[i] : 0; });
+        return I32::Of([&](size_t _nLane) { return _nLane < _n ? _pBytes[_nLane] : 0; });
     }
 };
 using SIMD_PLAIN = SIMD_PLAIN_OF<8>;

@@ -84,7 +84,7 @@ using PLAIN = SIMD_PLAIN_OF<8>;
 
 template <class V> auto Counted(int _nFirst, int _nStep)
 {
-    return V::Of([&](size_t i) { return _nFirst + _nStep * static_cast<int>(i); });
+    return V::Of([&](size_t _n) { return _nFirst + _nStep * static_cast<int>(_n); });
 }
 
 template <class V, class T> void ExpectNumbers(const V& _vec, std::initializer_list<T> _numbers)

@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <utility>
 
-/// Takes the bytes of a fuzzed input apart. Behind its end everything reads as 0, so that every input means something.
+/// Takes the bytes of a fuzzed input apart. Past its end everything reads as 0, so that every input means something.
 class CByteReader
 {
 public:

@@ -98,7 +98,7 @@ private:
                 Img_RowToYUV(pRow, pRow, mask.nWidth, Img_MatrixOf(_picture.vidProps));
         }
     }
-    /// Over the keys of a kind. Later keys count in whole groups of 16 pixels; _nElse is behind what the first keys.
+    /// Over the keys of a kind. Later keys count in whole groups of 16 pixels; _nElse is past what the first keys.
     int Least(bool _bExclude, int _nColumn, int _nRow, int _nElse) const
     {
         int nKeys = 0;

@@ -23,7 +23,7 @@ struct PROP_FAILURES
 /// The options of an object: texts in UTF-8 under dotted, case-sensitive names.
 ///
 /// Two layers: values set for this object, over defaults that came with it (those of the user). Any thread may call.
-/// Reading a number, a truth or a rectangle allocates nothing.
+/// Reading a number, a switch or a rectangle allocates nothing.
 class CPropStore
 {
 public:

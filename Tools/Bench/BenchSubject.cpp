@@ -1,6 +1,7 @@
 #include "Bench/BenchSubject.h"
 
 #include "Bench/LibYuv.h"
+#include "Interfaces/ZOptionNames.h"
 #include "Kit/Keyer.h"
 #include "Kit/Result.h"
 
@@ -77,9 +78,9 @@ public:
     CPlugInSubject(const BENCH_CASE& _case, const BENCH_RING& _ring)
         : m_ring(_ring)
     {
-        m_keyer.OptionSet("output.thread", "false");
-        m_keyer.OptionSet("gpu_mode", "0");
-        m_keyer.OptionSet("process.threads", std::to_string(_case.nThreads));
+        m_keyer.OptionSet(c_szOptionThread, "false");
+        m_keyer.OptionSet(c_szOptionGPUMode, "0");
+        m_keyer.OptionSet(c_szOptionThreads, std::to_string(_case.nThreads));
         CHROMA_KEY_RAW rawKey = BenchSubject_Keys(_case, _ring);
         Result_Check(m_keyer.Key()->KeyRawSet(&rawKey, nullptr), "setting the keys");
     }

@@ -1,5 +1,6 @@
 #include "Soak/Soaker.h"
 
+#include "Interfaces/ZOptionNames.h"
 #include "Kit/HostError.h"
 #include "Kit/Result.h"
 #include "Kit/Tables.h"
@@ -108,8 +109,8 @@ void CZSoaker::ObjectMake()
     m_upKeyer->OnWait(OutFile_CheckInterrupt);
     m_bPictureIn = false;
     m_cpProcess = ZQuery<IZFProcess>(m_upKeyer->Key());
-    Set("gpu_mode", m_bGPU ? "-1" : "0");
-    Set("process.threads", std::to_string(m_nThreadsMax));
+    Set(c_szOptionGPUMode, m_bGPU ? "-1" : "0");
+    Set(c_szOptionThreads, std::to_string(m_nThreadsMax));
     ++m_counts.nObjects;
     KeysChange();
 }
@@ -126,7 +127,7 @@ void CZSoaker::Fill()
         Result_Check(m_vecSources[0].cpFrame->FrameConvert(eZFC_Converted, eZFCC_ARGB32, cpFrame.Put()),
                      "making frames to be kept");
     vecFrames.clear();
-    Set("output.argb", "true");
+    Set(c_szOptionARGB, "true");
     for (const SOURCE& source : m_vecSources)
     {
         m_pSource = &source;
@@ -169,8 +170,8 @@ void CZSoaker::Check()
 /// Keys the frame with the plain copy, whose keys and options have just been loaded.
 CZPtr<IZFFrame> CZSoaker::KeyPlain()
 {
-    m_keyerPlain.OptionSet("output.thread", "false");
-    m_keyerPlain.OptionSet("gpu_mode", "0");
+    m_keyerPlain.OptionSet(c_szOptionThread, "false");
+    m_keyerPlain.OptionSet(c_szOptionGPUMode, "0");
     return m_keyerPlain.Push(m_cpFrame.Get());
 }
 
@@ -221,13 +222,13 @@ void CZSoaker::OptionChange()
     switch (Pick(0, 3))
     {
     case 0:
-        return Set("process.threads", std::to_string(Pick(1, m_nThreadsMax)));
+        return Set(c_szOptionThreads, std::to_string(Pick(1, m_nThreadsMax)));
     case 1:
-        return Set("output.thread", OneIn(2) ? "true" : "false");
+        return Set(c_szOptionThread, OneIn(2) ? "true" : "false");
     case 2:
-        return Set("output.argb", OneIn(2) ? "true" : "false");
+        return Set(c_szOptionARGB, OneIn(2) ? "true" : "false");
     default:
-        return Set("keying.borders",
+        return Set(c_szOptionBorders,
                    OneIn(2) ? "" : ZFormat("%d,%d,%d,%d", Pick(0, 24), Pick(0, 24), Pick(0, 24), Pick(0, 24)));
     }
 }

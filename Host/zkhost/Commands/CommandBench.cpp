@@ -2,6 +2,7 @@
 
 #include "Bench/BenchStream.h"
 #include "Bench/BenchTimes.h"
+#include "Interfaces/ZOptionNames.h"
 #include "Kit/HostError.h"
 #include "Kit/Keyer.h"
 #include "Kit/Result.h"
@@ -46,9 +47,9 @@ public:
         : m_nKeys(_command.nKeys)
     {
         m_arrFrames = BenchRing_OfScene(KeyScene_Picture(_command.nWidth, _command.nHeight, m_nKeys), _command.fccType);
-        m_keyer.OptionSet("output.thread", "false");
-        m_keyer.OptionSet("gpu_mode", _command.bGPU ? "1" : "0");
-        m_keyer.OptionSet("process.threads", std::to_string(_command.nThreads));
+        m_keyer.OptionSet(c_szOptionThread, "false");
+        m_keyer.OptionSet(c_szOptionGPUMode, _command.bGPU ? "1" : "0");
+        m_keyer.OptionSet(c_szOptionThreads, std::to_string(_command.nThreads));
         ZF_VID_PROPS vidProps = {};
         Result_Check(m_arrFrames[0]->VideoPropsGet(&vidProps), "looking at the first frame");
         m_keys = KeyScene_Keys(vidProps, KeyScene_Type(_command.fccType), m_nKeys);

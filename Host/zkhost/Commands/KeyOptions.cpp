@@ -1,5 +1,6 @@
 #include "zkhost/Commands/KeyOptions.h"
 
+#include "Interfaces/ZOptionNames.h"
 #include "Kit/HostError.h"
 #include "Kit/Result.h"
 #include "Kit/Tables.h"
@@ -292,7 +293,7 @@ void CZKeyOptions::ApplyKeys(CZKeyer& _keyer, IZFFrame* _pFirstFrame) const
     Result_Check(_keyer.Key()->KeyFrameSet(_pFirstFrame, nullptr), "handing over the first frame");
     if (!m_strKeys.empty())
         _keyer.LoadFile(m_strKeys);
-    _keyer.OptionNeed("output.argb", "true"); // the alpha in the frame, and its colours cleaned
+    _keyer.OptionNeed(c_szOptionARGB, "true"); // the alpha in the frame, and its colours cleaned
     ApplyOptions(_keyer);
     if (Detects())
         Detect(_keyer);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Interfaces/ZOptionNames.h"
 #include "Props/PropText.h"
 
 #include <cstdint>
@@ -8,15 +9,6 @@
 #include <string_view>
 
 class CPropStore;
-
-/// The names of the options. Messages and hosts take them from here.
-inline constexpr char c_szOptionTimeOverlay[] = "debug.time_overlay";
-inline constexpr char c_szOptionGPUFlush[] = "gpu_flush_context";
-inline constexpr char c_szOptionGPUMode[] = "gpu_mode";
-inline constexpr char c_szOptionBorders[] = "keying.borders";
-inline constexpr char c_szOptionARGB[] = "output.argb";
-inline constexpr char c_szOptionThread[] = "output.thread";
-inline constexpr char c_szOptionThreads[] = "process.threads";
 
 /// What kind of value an option takes.
 enum eCKOptionType : int

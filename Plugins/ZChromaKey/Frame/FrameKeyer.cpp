@@ -135,7 +135,7 @@ HRESULT CFrameKeyer::ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps
         const HRESULT hr = KeyOnGPU(_pFrame, _vidProps, _settings, _ppFrameRes, _pFrames);
         if (SUCCEEDED(hr) || m_options->nGPUMode == eCKGPU_Only)
             return hr;
-        m_pStore->NotifyFailure("gpu_mode", hr);
+        m_pStore->NotifyFailure(c_szOptionGPUMode, hr);
     }
     return KeyOnCPU(_pFrame, _vidProps, _settings, _ppFrameRes, _pFrames);
 }
@@ -160,11 +160,10 @@ void CFrameKeyer::LogNotCleaned(uint32_t _fccType)
 {
     if (m_upEngine->CanClean(_fccType) || std::exchange(m_fccNotCleaned, _fccType) == _fccType)
         return;
-    ZLog(
-        eZLog_Info,
-        "CCoZChromaKey: colour cancel leaves the colours of %hs frames as they are; switch \"output.argb\" on, or hand "
-        "in RGB24, RGB32, ARGB32, UYVY, HDYC, YUY2 or YVYU\n",
-        FCC_Name(_fccType));
+    ZLog(eZLog_Info,
+         "CCoZChromaKey: colour cancel leaves the colours of %hs frames as they are; switch \"%hs\" on, or hand in "
+         "RGB24, RGB32, ARGB32, UYVY, HDYC, YUY2 or YVYU\n",
+         FCC_Name(_fccType), c_szOptionARGB);
 }
 
 /// The frame less its borders, as on the CPU. A frame in a texture has no picture that could be cut.

@@ -23,9 +23,9 @@ HRESULT MakeARGB(uint32_t _nFlags, WORK_FRAME* _pWork)
     if (FAILED(hr) || !cpARGB)
     {
         ZLog(eZLog_Error,
-             "CCoZChromaKey::OnMediaReceive: \"output.argb\": the frame (%hs) cannot be converted, hr=%08X; switch the "
+             "CCoZChromaKey::OnMediaReceive: \"%hs\": the frame (%hs) cannot be converted, hr=%08X; switch the "
              "option off\n",
-             FrameText(_pWork->cpFrame.Get()), hr);
+             c_szOptionARGB, FrameText(_pWork->cpFrame.Get()), hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     _pWork->cpFrame = std::move(cpARGB);
@@ -72,9 +72,8 @@ HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork)
              : E_INVALIDARG;
     if (FAILED(hr) || !cpRect)
     {
-        ZLog(eZLog_Error,
-             "CCoZChromaKey::OnMediaReceive: \"keying.borders\" %d,%d,%d,%d %hs a frame of %dx%d, hr=%08X\n",
-             _borders.nLeft, _borders.nTop, _borders.nRight, _borders.nBottom,
+        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: \"%hs\" %d,%d,%d,%d %hs a frame of %dx%d, hr=%08X\n",
+             c_szOptionBorders, _borders.nLeft, _borders.nTop, _borders.nRight, _borders.nBottom,
              hr == E_INVALIDARG ? "leave nothing (use narrower ones) of" : "cannot be cut from", vidProps.nWidth,
              nHeight, hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;

@@ -1,6 +1,7 @@
 #include "ZChromaKey/Frame/ZFrameComparer.h"
 
 #include "Base/ZAssert.h"
+#include "Base/ZBstr.h"
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
 #include "Interfaces/IZProps.h"
@@ -16,14 +17,12 @@ constexpr const wchar_t* c_arrTextNames[] = {L"crop", L"mirror", L"rotate"};
 /// Keeps the value of a text (empty where there is none) and answers whether it is another than before.
 bool TextRemember(IZProps* _pProps, const wchar_t* _pwszName, std::wstring* _pstrLast)
 {
-    BSTR bsValue = nullptr;
-    if (FAILED(_pProps->PropsGet(_pwszName, &bsValue)))
-        bsValue = nullptr;
-    const std::wstring_view wsvValue = bsValue ? std::wstring_view(bsValue, SysStringLen(bsValue)) : L"";
-    const bool bChanged = wsvValue != *_pstrLast;
+    CZBStr bsValue;
+    if (FAILED(_pProps->PropsGet(_pwszName, bsValue.Put())))
+        bsValue = {};
+    const bool bChanged = bsValue.Wide() != *_pstrLast;
     if (bChanged)
-        _pstrLast->assign(wsvValue);
-    SysFreeString(bsValue);
+        _pstrLast->assign(bsValue.Wide());
     return bChanged;
 }
 

@@ -5,7 +5,7 @@
 #include "ZChromaKey/Engine1/KeyEngine.h"
 
 CCoZChromaKey::CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU)
-    : CZKeyerObject("CCoZChromaKey", L"ZChromaKey", std::make_unique<CKeyEngine>(std::move(_upGPU)))
+    : CZKeyerObject("CCoZChromaKey", "ZChromaKey", std::make_unique<CKeyEngine>(std::move(_upGPU)))
 {
 }
 

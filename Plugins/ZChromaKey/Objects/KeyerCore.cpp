@@ -1,31 +1,16 @@
 #include "ZChromaKey/Objects/KeyerCore.h"
 
 #include "Base/ZAssert.h"
-#include "Base/ZCpu.h"
+#include "Base/ZBstr.h"
 #include "Base/ZLog.h"
 #include "Base/ZSystem.h"
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
 
 #include <utility>
 
-namespace
-{
-
-/// What a report of a fault has to tell first: who runs where.
-void LogSystem()
-{
-    if (!ZLog_IsOn(eZLog_Info))
-        return;
-    ZLog(eZLog_Info, "ZChromaKey %hs, module %hs in %hs\n", ZCK_VERSION, ZSystem_ModulePath(), ZSystem_ProgramPath());
-    ZLog(eZLog_Info, "%hs, %hs, SIMD level %hs of %hs\n", ZSystem_Name(), ZSystem_Processor(),
-         ZCpu_LevelName(ZCpu_Level()), ZCpu_LevelName(ZCpu_Detected()));
-}
-
-} // namespace
-
-CKeyerCore::CKeyerCore(const char* _pszClass, const wchar_t* _pwszName, std::unique_ptr<CFrameEngine> _upEngine)
+CKeyerCore::CKeyerCore(const char* _pszClass, const char* _pszName, std::unique_ptr<CFrameEngine> _upEngine)
     : m_pszClass(_pszClass)
-    , m_pwszName(_pwszName)
+    , m_pszName(_pszName)
     , m_keyer(&m_store, std::move(_upEngine))
     , m_flow(
           [this](IZFFrame* _pFrame, IZFFrame** _ppFrameRes) {
@@ -111,13 +96,13 @@ HRESULT CKeyerCore::InfoGet(BSTR* _pbsName, BSTR* _pbsVersion)
             *pbsOut = nullptr;
     if (!_pbsName || !_pbsVersion)
         return E_POINTER;
-    *_pbsName = SysAllocString(m_pwszName);
-    *_pbsVersion = SysAllocString(L"" ZCK_VERSION);
-    if (*_pbsName && *_pbsVersion)
-        return S_OK;
-    SysFreeString(std::exchange(*_pbsName, nullptr));
-    SysFreeString(std::exchange(*_pbsVersion, nullptr));
-    return E_OUTOFMEMORY;
+    CZBStr bsName(m_pszName);
+    CZBStr bsVersion(ZCK_VERSION);
+    if (!bsName.Get() || !bsVersion.Get())
+        return E_OUTOFMEMORY;
+    *_pbsName = bsName.Detach();
+    *_pbsVersion = bsVersion.Detach();
+    return S_OK;
 }
 
 HRESULT CKeyerCore::LogSetLevel(IZLogSink* _pSinkOrNull, int32_t _eLevel)
@@ -130,7 +115,7 @@ HRESULT CKeyerCore::LogSetLevel(IZLogSink* _pSinkOrNull, int32_t _eLevel)
             return E_INVALIDARG;
         }
         ZLog_Set(_pSinkOrNull, static_cast<eZLogLevel>(_eLevel));
-        LogSystem();
+        ZSystem_Log(ZCK_VERSION);
         return S_OK;
     });
 }

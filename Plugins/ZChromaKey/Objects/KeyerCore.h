@@ -19,8 +19,8 @@
 class CKeyerCore
 {
 protected:
-    /// _pszClass: the object's class as log lines name it, and _pwszName what PluginInfoGet answers; both literals.
-    CKeyerCore(const char* _pszClass, const wchar_t* _pwszName, std::unique_ptr<CFrameEngine> _upEngine);
+    /// _pszClass: the object's class as log lines name it, and _pszName what PluginInfoGet answers; both literals.
+    CKeyerCore(const char* _pszClass, const char* _pszName, std::unique_ptr<CFrameEngine> _upEngine);
     ~CKeyerCore() = default;
 
     // What a generation adds
@@ -71,7 +71,7 @@ private:
 
     CZModuleRef m_refModule;
     const char* m_pszClass;
-    const wchar_t* m_pwszName;
+    const char* m_pszName;
     CPropStore m_store;
     CFrameKeyer m_keyer;
     CFrameFlow m_flow; // last: its thread uses the others

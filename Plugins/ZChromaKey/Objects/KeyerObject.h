@@ -17,8 +17,8 @@ template <class Keys, class... More> class CZKeyerObject
       protected CKeyerCore
 {
 public:
-    CZKeyerObject(const char* _pszClass, const wchar_t* _pwszName, std::unique_ptr<CFrameEngine> _upEngine)
-        : CKeyerCore(_pszClass, _pwszName, std::move(_upEngine))
+    CZKeyerObject(const char* _pszClass, const char* _pszName, std::unique_ptr<CFrameEngine> _upEngine)
+        : CKeyerCore(_pszClass, _pszName, std::move(_upEngine))
     {
     }
 

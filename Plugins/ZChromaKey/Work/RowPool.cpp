@@ -1,9 +1,9 @@
 #include "ZChromaKey/Work/RowPool.h"
 
+#include "Base/ZDeadline.h"
 #include "ZChromaKey/Work/RowBarrier.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 void CRowPool::SLOT::Work()
@@ -91,14 +91,10 @@ HRESULT CRowPool::Run(const std::shared_ptr<CRowWork>& _spWork, int _nPasses)
 
 bool CRowPool::WaitAll()
 {
-    using CLOCK = std::chrono::steady_clock;
-    const auto tpEnd = CLOCK::now() + std::chrono::milliseconds(c_nThreadStopMs);
+    const CZDeadline deadline(c_nThreadStopMs);
     for (uint32_t i = 0; i < m_nReady; ++i)
-    {
-        const auto nLeft = std::chrono::duration_cast<std::chrono::milliseconds>(tpEnd - CLOCK::now()).count();
-        if (!m_arrWorkers[i]->spSlot->evtDone.Wait(static_cast<uint32_t>(std::max<int64_t>(nLeft, 0))))
+        if (!m_arrWorkers[i]->spSlot->evtDone.Wait(deadline.LeftMs()))
             return false;
-    }
     return true;
 }
 

@@ -89,8 +89,8 @@ HRESULT GPUChromaKey::InputMake(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps
                                    : E_NOINTERFACE;
     if (hr == E_NOTIMPL)
     {
-        const bool bSaid = std::exchange(m_fccRefused, _vidProps.fccType) == _vidProps.fccType;
-        ZLog(bSaid ? eZLog_Verbose : eZLog_Info, "GPUChromaKey::ProcessFrame: Invalid FCC type of input frame! %ws\n",
+        const bool bLogged = std::exchange(m_fccRefused, _vidProps.fccType) == _vidProps.fccType;
+        ZLog(bLogged ? eZLog_Verbose : eZLog_Info, "GPUChromaKey::ProcessFrame: Invalid FCC type of input frame! %ws\n",
              VidProps_Text(&_vidProps));
     }
     if (FAILED(hr) || m_plan.eInput != eGI_CPUARGB)

@@ -13,8 +13,8 @@ class CGPUKeyerNone final : public CGPUKeyer
 public:
     HRESULT ProcessFrame(IZFFrame*, const CHROMA_KEY_RAW&, const ENGINE_GPU_OPTIONS&, IZFFrame**) override
     {
-        static std::once_flag s_flagSaid;
-        std::call_once(s_flagSaid, [] { ZLog(eZLog_Info, "GPUKeyer: this build has no GPU path\n"); });
+        static std::once_flag s_flagLogged;
+        std::call_once(s_flagLogged, [] { ZLog(eZLog_Info, "GPUKeyer: this build has no GPU path\n"); });
         return E_NOTIMPL;
     }
     void Close() override

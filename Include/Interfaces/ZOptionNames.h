@@ -1,0 +1,11 @@
+#pragma once
+
+/// The names of the options that IZProps of a plug-in object takes. What each does, and its default, stand in the table
+/// of options that IZTables hands out.
+inline constexpr char c_szOptionTimeOverlay[] = "debug.time_overlay";
+inline constexpr char c_szOptionGPUFlush[] = "gpu_flush_context";
+inline constexpr char c_szOptionGPUMode[] = "gpu_mode";
+inline constexpr char c_szOptionBorders[] = "keying.borders";
+inline constexpr char c_szOptionARGB[] = "output.argb";
+inline constexpr char c_szOptionThread[] = "output.thread";
+inline constexpr char c_szOptionThreads[] = "process.threads";

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Bench/BenchCase.h"
+#include "Bench/BenchRing.h"
 
 #include <memory>
 

@@ -1,6 +1,6 @@
 # Lint: clang-tidy over every source of the tree. Sourced by zk.
 #
-# What a build for Linux compiles is read with the commands of the build "lint", the rest with those of "lint-windows",
+# What a build for Linux compiles is read with the commands of the build "lint", the rest with those of "windows-clang",
 # in the tool root; a source with parts for Windows is read with both. The builds are configured, not built. A source that
 # passed is not read again before it, a header of ours that it includes, its command, the settings or clang-tidy itself
 # change: what passed is kept in the user's cache. A source that neither build knows is an error.
@@ -59,9 +59,9 @@ lint_plan() {
     input == 2 { for_windows[$1]; next }
     !($1 in material) { next }
     input == 3 { for_linux[$1]; print "lint", $1, rest, material[$1]; next }
-    !($1 in for_linux) || $1 in for_windows { print "lint-windows", $1, rest, material[$1] }
+    !($1 in for_linux) || $1 in for_windows { print "windows-clang", $1, rest, material[$1] }
   ' <(lint_materials) <(lint_sources '*.cpp' | tr '\n' '\0' | xargs -0 grep -ls _WIN32 --) \
-    <(lint_commands lint) <(lint_commands lint-windows)
+    <(lint_commands lint) <(lint_commands windows-clang)
 }
 
 # Of a plan's lines for one build, "SOURCE KEY" of what no earlier run remembers.
@@ -100,11 +100,11 @@ check_lint() {
   all=$(lint_sources '*.cpp' | sort)
   unseen=$(comm -23 - <(cut -d ' ' -f 2 <<<"$plan" | sort -u) <<<"$all")
   todo_linux=$(lint_todo lint "$settings" <<<"$plan")
-  todo_windows=$(lint_todo lint-windows "$settings" <<<"$plan")
+  todo_windows=$(lint_todo windows-clang "$settings" <<<"$plan")
   say "lint: $(grep -c . <<<"$all") sources, $(grep -c . <<<"$unseen") unseen;" \
     "$(grep -c . <<<"$todo_linux") to read for Linux, $(grep -c . <<<"$todo_windows") for Windows"
   [ -z "$unseen" ] || { printf '%s is in no build that lint knows\n' $unseen; result=1; }
   lint_read "$todo_linux" lint clang-tidy || result=1
-  lint_read "$todo_windows" lint-windows in_toolroot clang-tidy-19 || result=1
+  lint_read "$todo_windows" windows-clang in_toolroot clang-tidy-19 || result=1
   return "$result"
 }

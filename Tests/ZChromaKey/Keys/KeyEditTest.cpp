@@ -273,9 +273,11 @@ TEST_F(CKeyEditTest, DetectionShowsTheBlocksItExamined)
     EXPECT_EQ(fnBlue(63, 47), 0) << "a block of the red half, in black";
     EXPECT_LT(fnBlue(4, 45), 20) << "only the outline is drawn";
     ASSERT_EQ(m_cpKey->KeyFrameSet(cpShown.Get(), cpBG.Get()), S_OK); // a host that changes the background only
-    ASSERT_EQ(m_cpKey->KeyAddPoint(0, 42), S_OK);
-    for (int32_t i = 0; i < State().key.nKeysUsed; ++i)
-        EXPECT_LT(State().key.arrKeys[i].nValue >> 16 & 0xFF, 110u) << "the green picture, not the white outline on it";
+    const auto cpOther = NewKeyer();
+    ASSERT_EQ(cpOther->KeyFrameSet(m_cpFrame.Get(), nullptr), S_OK);
+    for (const auto& cpKeyer : {m_cpKey, cpOther}) // where four blocks meet
+        ASSERT_TRUE(cpKeyer->KeyReset() >= S_OK && cpKeyer->KeyAddPoint(8, 42) == S_OK);
+    EXPECT_EQ(State(), StateOf(cpOther)) << "keys are taken from the picture, not from the outlines on it";
     const CLogCatcher log(eZLog_Error);
     EXPECT_EQ(m_cpKey->KeyDetect(s_wszBad), E_INVALIDARG);
     EXPECT_GT(log.Count("blocks"), 0u);

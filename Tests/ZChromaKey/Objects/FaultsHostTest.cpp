@@ -374,10 +374,10 @@ TEST(FaultsHosts, HangForLongerThanTheyAreWaitedFor)
     EXPECT_LT(fnSeconds(), 60);
 
     evtAnswer.Set();
-    for (int n = 0; n < 10'000 && RefsOf(static_cast<IZFFrame*>(cpFrame.Get())) > 1;
-         ++n) // until the output thread has let go of the frame
+    const auto fnRefs = [&] { return RefsOf(static_cast<IZFFrame2*>(cpFrame.Get())); };
+    for (int n = 0; n < 10'000 && fnRefs() > 1; ++n) // until the output thread has let go of the frame
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    EXPECT_EQ(RefsOf(static_cast<IZFFrame*>(cpFrame.Get())), 1u);
+    EXPECT_EQ(fnRefs(), 1u);
     EXPECT_FALSE(ZModule_IsIdle()) << "the keying thread still runs code of the module";
     EXPECT_FALSE(bGivenBack) << "and may touch the host's pixels";
     cpLog->m_evtGo.Set();

@@ -296,8 +296,6 @@ bool CZSoaker::IsCleaned(IZFFrame* _pResult)
     CHROMA_KEY_RAW key = {};
     CK_ADJUST adjust = {};
     Result_Check(m_keyerPlain.Key()->KeyRawGet(&key, &adjust), "looking at the keys");
-    if (!key.bColorCancel && adjust.dblColors == 0)
-        return false;
     key.bColorCancel = 0;
     adjust.dblColors = 0;
     Result_Check(m_keyerPlain.Key()->KeyRawSet(&key, &adjust), "setting the keys without colour cancel");

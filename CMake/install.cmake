@@ -18,9 +18,9 @@ install(TARGETS ZChromaKey RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} LIBRARY D
 install(DIRECTORY Include/Interfaces Include/Sdk DESTINATION ${z_include}
   FILES_MATCHING PATTERN "*.h" PATTERN "*.idl")
 install(FILES Include/Base/ZPtr.h Include/Base/ZUnknown.h DESTINATION ${z_include}/Base) # what Sdk includes
-install(FILES Docs/examples/MinimalHost.cpp Docs/examples/CMakeLists.txt Docs/examples/EditKeys.vbs
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/zchromakey/examples)
-install(FILES README.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY Docs/examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES LICENSE Docs/HostGuide.md Docs/KeyingGuide.md Docs/Options.md Docs/keying-clean.png Docs/keying-pick.png
+  DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 # For find_package(ZChromaKey) and for pkg-config.
 configure_package_config_file(CMake/ZChromaKeyConfig.cmake.in ${CMAKE_BINARY_DIR}/package/ZChromaKeyConfig.cmake

@@ -12,7 +12,7 @@ quietly() { "$@" >log.txt 2>&1 || { cat log.txt; echo "failed: $*"; exit 1; }; }
 quietly cmake --install "$build" --prefix "$work/first"
 mv first second # nothing in it may know where it was
 prefix=$work/second
-cp -r "$prefix/share/zchromakey/examples" example # on its own: no header of the checkout is near
+cp -r "$(find "$prefix" -type d -name examples)" example # on its own: no header of the checkout is near
 quietly cmake -S example -B example/build -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler"
 quietly cmake --build example/build
 

@@ -88,7 +88,7 @@ std::vector<std::string> System_Arguments(int, char**)
     LPWSTR* ppwszArgs = CommandLineToArgvW(GetCommandLineW(), &nArgs);
     for (int i = 0; ppwszArgs && i < nArgs; ++i)
         vecArgs.push_back(ZText_FromWide(ppwszArgs[i]));
-    LocalFree(ppwszArgs);
+    LocalFree(static_cast<HLOCAL>(ppwszArgs));
     return vecArgs;
 }
 

@@ -27,7 +27,7 @@ inline constexpr Z_LUMA c_arrLuma[2] = {{0.299, 0.114}, {0.2126, 0.0722}};
 /// and U sum to 0, so that greys stay grey. Y, V and U come in this order everywhere.
 struct Z_MATRIX
 {
-    const char* pszName; ///< "601" or "709", as the names of shader functions end
+    const char* pszName; ///< "601" or "709", suffix of the shader functions' names
     double arrY[3];      ///< shares of R, G, B
     double arrV[3];
     double arrU[3];

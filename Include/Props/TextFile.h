@@ -8,7 +8,7 @@
 
 /// Whole text files, read and written in one piece. Paths are UTF-8.
 
-/// Reads a file of at most so many bytes. False and a reason that names the file when that cannot be done.
+/// Reads a file of at most _cbMax bytes. On failure answers false and gives a reason that names the file.
 bool TextFile_Read(std::string_view _svPath, size_t _cbMax, std::string* _pstrText, std::string* _pstrReason);
 
 /// Writes a file under a temporary name beside the final one and then replaces it, so that the final name never shows

@@ -48,7 +48,7 @@ private:
         CZPtr<IZFFrame> cpFrameLast;
         WORK_FRAME workGPU;
         CZPtr<IZFFrame> cpFrameGPU;
-        CZPtr<IZFFrame> cpFrameUndrawn; ///< the GPU's, should the time be drawn into a copy
+        CZPtr<IZFFrame> cpFrameUndrawn; ///< the GPU's frame from before the time was drawn, if that made a copy
         std::vector<CZPtr<IZFFrame>> vecFramesGPU;
         WORK_FRAME work;
         WORK_MASK mask;

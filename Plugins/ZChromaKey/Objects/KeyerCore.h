@@ -32,7 +32,7 @@ protected:
     virtual HRESULT FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) = 0;
     /// The document of all that is saved. The reason of a failure has been logged.
     virtual HRESULT DocumentMake(std::string* _pstrDocument) = 0;
-    /// Takes a document over, or nothing of it and gives the reason.
+    /// Applies a document. On failure changes nothing and gives the reason.
     virtual HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason) = 0;
     /// Deletes the object.
     virtual void Destroy() = 0;

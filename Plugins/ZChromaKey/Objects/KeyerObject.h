@@ -10,8 +10,8 @@
 #include <memory>
 #include <utility>
 
-/// A plug-in object whose keys are edited through the interface Keys: CKeyerCore under the interfaces that all of them
-/// have, and More that a generation has besides.
+/// Gives CKeyerCore the interfaces that every plug-in object has. Keys: the interface that this generation's keys are
+/// edited with. More: further interfaces of it.
 template <class Keys, class... More> class CZKeyerObject
     : public CZUnknown<CZLateBinding<Keys>, IZFProcess, IZProps, IZPlugin, IZFPersist, More...>,
       protected CKeyerCore

@@ -25,7 +25,7 @@ struct CANCEL_KEY
     float arrInverse[2]; ///< 1 / half-axes of the widened ellipse
     float fltRadius;     ///< of an ellipse that is a circle; else 0
     float fltNear;       ///< |r|^2 from which on the weight is 0, with room for rounding
-    float fltSlope;      ///< weight lost per distance, above 0; FLT_MAX where the edge is hard
+    float fltSlope;      ///< decrease of the weight per unit of distance, above 0; FLT_MAX where the edge is hard
     float fltPower;      ///< reach of the push; negative: towards the key
     float fltPowerAbs;   ///< |fltPower|
     float arrPush[2];    ///< fltPower times the key's V and U

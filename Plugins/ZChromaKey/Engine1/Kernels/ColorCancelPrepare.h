@@ -3,7 +3,7 @@
 #include "Interfaces/ChromaKeyTypes.h"
 #include "ZChromaKey/Engine1/Kernels/ColorCancel.h"
 
-/// A key as the formulas of colour cancel take it, on any processor: five records of four floats.
+/// One key's constants in the form that the formulas of colour cancel use, on CPU and GPU: five records of four floats.
 struct CANCEL_CONSTANTS
 {
     float arrPos[4];    ///< the centre, in components of the key's space: R, G, B; H, L, S; or Y, V, U

@@ -43,7 +43,7 @@ template <class S> ZCK_INLINE typename S::F32 CancelByte(typename S::I32 _words,
     return ToF32((_words >> _nBit) & 0xFF);
 }
 
-/// A fraction of 255 as the byte at a bit of each word.
+/// Scales 0...1 to 0...255, rounds, and shifts the byte to bit _nBit of each word.
 template <class S> ZCK_INLINE typename S::I32 CancelPlaced(typename S::F32 _flt, int _nBit)
 {
     return ToI32(_flt * 255.0f + 0.5f) << _nBit;

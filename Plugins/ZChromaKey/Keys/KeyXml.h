@@ -13,6 +13,6 @@ void KeyXml_Save(const CHROMA_KEY_RAW& _key, const CK_ADJUST& _adjust, CXmlNode&
 /// Reads a key set from a node. *_pKey is replaced: what the node does not have reads as 0. *_pAdjust keeps every value
 /// that the node does not have. A value that cannot be read counts as absent, and a warning names it.
 ///
-/// The count is at most Z_MAX_KEYS, but may be negative, and the type may be any number; code that uses the set treats a
-/// negative count, or an unknown type, as "no keys". The colour cancel switch reads as 0 or 1.
+/// The count is at most Z_MAX_KEYS, but may be negative, and the type may be any number; code that uses the set treats
+/// a negative count, or an unknown type, as "no keys". The colour cancel switch reads as 0 or 1.
 void KeyXml_Load(const CXmlNode& _node, CHROMA_KEY_RAW* _pKey, CK_ADJUST* _pAdjust);

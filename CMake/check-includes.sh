@@ -29,6 +29,7 @@ declare -A may=(
     Include/DirectX/Shaders Include/Image Include/Base"
   [Plugins/ZChromaKey/Frame]="Plugins/ZChromaKey/Frame/FrameEngine.h Plugins/ZChromaKey/Config Include/Video Include/Image Include/Props Include/Base"
   [Plugins/ZChromaKey/Keys]="Plugins/ZChromaKey/Config Include/Helpers Include/Image Include/Props Include/Base"
+  [Plugins/ZChromaKey/Keys2]="Plugins/ZChromaKey/Config Include/Helpers Include/Image Include/Props Include/Base"
   [Plugins/ZChromaKey/Objects/ClassTable.h]=""
   [Plugins/ZChromaKey/Com]="Plugins/ZChromaKey/Objects/ClassTable.h Include/Props Include/Base"
   [Plugins/ZChromaKey/Objects]="Plugins/ZChromaKey/Objects/ClassTable.h Plugins/ZChromaKey/Com

@@ -17,11 +17,14 @@ if(MSVC)
   add_compile_definitions(_CRT_SECURE_NO_WARNINGS) # getenv and fopen are the standard's
   add_compile_options(/W4 /WX /utf-8 /fp:precise)
 else()
-  # Results must not depend on the compiler: no fused multiply-add behind our back.
+  # Results must not depend on the compiler: no fused multiply-add that nobody asked for.
   add_compile_options(-Wall -Wextra -Wshadow -Wconversion -Wno-sign-conversion -Werror -ffp-contract=off)
+  if(CMAKE_UNITY_BUILD) # a name at the top of one source is no mistake in the next
+    add_compile_options(-Wno-shadow)
+  endif()
   string(REPLACE "-O3" "-O2" CMAKE_CXX_FLAGS_RELEASE "${CMAKE_CXX_FLAGS_RELEASE}")
   if(ZCK_SANITIZE)
-    add_compile_options(-fsanitize=${ZCK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+    add_compile_options(-fsanitize=${ZCK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
     add_link_options(-fsanitize=${ZCK_SANITIZE})
   endif()
 endif()

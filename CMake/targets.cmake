@@ -6,6 +6,9 @@ function(z_library name)
   target_link_libraries(${name} PUBLIC ${ARG_DEPS} Threads::Threads)
 endfunction()
 
+# What the thread sanitizer runs: programs marked THREADS, and what they start.
+add_custom_target(zck_thread_tests)
+
 # One GoogleTest program. THREADS marks the ones that the thread sanitizer runs, ALONE those beside which no other
 # test may run.
 function(z_test name)
@@ -15,6 +18,7 @@ function(z_test name)
   set(label unit) # one label: test discovery takes a list apart
   if(ARG_THREADS)
     set(label threads)
+    add_dependencies(zck_thread_tests ${name})
   endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
     PROPERTIES LABELS ${label} TIMEOUT 300 RUN_SERIAL ${ARG_ALONE})

@@ -6,7 +6,7 @@
 
 readonly toolroot_release=trixie
 readonly toolroot_packages=(wine wine64 libwine libwine-dev g++-mingw-w64-ucrt64 mingw-w64-tools cmake ninja-build
-  googletest libcli11-dev libstb-dev ccache clang-19 lld-19
+  googletest libcli11-dev libstb-dev ccache clang-19 lld-19 clang-tidy-19
   dxvk mesa-vulkan-drivers libvulkan1 libgl1-mesa-dri libgl1 xvfb) # Direct3D 11 without a graphics card, two of them
 # Wine's DLLs without their debug information: a third of the size, there and in every Wine prefix.
 readonly toolroot_hook='chroot "$1" sh -c "cd /usr/lib/x86_64-linux-gnu/wine/x86_64-windows &&

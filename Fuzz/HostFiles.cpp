@@ -50,7 +50,7 @@ void ReadFrames(CZFrameSource& _source)
 }
 
 /// Pictures that take seconds to decode teach nothing; those over the limits are to be refused. Looks for sizes where
-/// headers have them: in the first chunk of a PNG, behind any start of frame of a JPEG.
+/// headers have them: in the first chunk of a PNG, after any start of frame of a JPEG.
 bool IsHandy(std::string_view _svBytes)
 {
     const auto fnNumber = [&](size_t _nAt, size_t _nBytes) {

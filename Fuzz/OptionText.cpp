@@ -1,4 +1,4 @@
-// Option strings and the store behind them, numbers, rectangles, wide texts. The first byte says what the rest is.
+// Option strings, the store that keeps them, numbers, rectangles, wide texts. The first byte says what the rest is.
 
 #include "Support/FuzzTarget.h"
 

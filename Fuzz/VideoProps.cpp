@@ -6,7 +6,7 @@
 #include "Base/ZHelpers.h"
 #include "Video/ZFrame.h"
 #include "zkhost/Commands/Describe.h"
-#include "Kit/HostError.h"
+#include "zkhost/Files/UsageError.h"
 
 #include <cstdlib>
 #include <memory>
@@ -94,9 +94,9 @@ void CheckDescribe(CByteReader& _in)
     {
         FUZZ_REQUIRE(!Describe_Text(std::string(_in.Rest())).empty());
     }
-    catch (const CZHostError& error)
+    catch (const CZUsageError& error)
     {
-        FUZZ_REQUIRE(error.ExitCode() == 2);
+        FUZZ_REQUIRE(*error.what());
     }
 }
 

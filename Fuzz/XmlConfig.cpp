@@ -52,7 +52,7 @@ bool IsSame(const KEY_DOC& _a, const KEY_DOC& _b)
 {
     CHROMA_KEY_RAW keyA = _a.key;
     CHROMA_KEY_RAW keyB = _b.key;
-    for (CHROMA_KEY_RAW* pKey : {&keyA, &keyB}) // the keys behind the count are not saved
+    for (CHROMA_KEY_RAW* pKey : {&keyA, &keyB}) // the keys past the count are not saved
         std::fill(pKey->arrKeys + std::clamp(pKey->nKeysUsed, 0, Z_MAX_KEYS), std::end(pKey->arrKeys), SINGLE_KEY{});
     return SameBytes(&keyA, &keyB, sizeof(keyA)) && SameBytes(&_a.adjust, &_b.adjust, sizeof(_a.adjust)) &&
            _a.mapOptions == _b.mapOptions && TakenSpace(_a) == TakenSpace(_b);

@@ -6,7 +6,7 @@
 #include "Interfaces/IZFProcess.h"
 #include "Interfaces/IZProps.h"
 #include "Interfaces/ZGuids.h"
-#include "Video/ZFrame.h"
+#include "Sdk/HostFrame.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -46,11 +46,6 @@ int main(int _nArgs, char** _ppszArgs)
 {
     if (_nArgs != 5)
         return fprintf(stderr, "usage: MinimalHost MODULE WIDTH HEIGHT KEYS.xml\n"), 2;
-    ZF_VID_PROPS props = {};
-    props.fccType = eZFCC_RGB32;
-    props.nWidth = atoi(_ppszArgs[2]);
-    props.nHeight = -atoi(_ppszArgs[3]); // top row first
-
     const auto pfnGetClass = reinterpret_cast<ZDLLGETCLASSOBJECT>(Entry(_ppszArgs[1]));
     CZPtr<IClassFactory> cpFactory;
     CZPtr<IZFProcess> cpKeyer;
@@ -63,12 +58,12 @@ int main(int _nArgs, char** _ppszArgs)
     ZQuery<IZProps>(cpKeyer)->PropsSet(L"output.thread", L"false"); // each call gives back its own frame
     ZQuery<IZProps>(cpKeyer)->PropsSet(L"output.argb", L"true");    // the mask becomes the alpha
 
-    const auto cpPool = CZFramePool::Create(); // frames go back there, so that memory is used again
     for (;;)
     {
-        CZPtr<CZFrame> cpFrame; // a new one each time: the keyer still reads the one before
+        // A new one each time: the keyer still reads the one before.
+        const auto cpFrame = CHostFrame::Create(eZFCC_RGB32, atoi(_ppszArgs[2]), atoi(_ppszArgs[3]));
         CZPtr<IZFFrame> cpResult;
-        if (FAILED(ZFrame_Create(props, cpFrame.Put(), cpPool.Get())))
+        if (!cpFrame)
             return fprintf(stderr, "cannot make a frame of %s x %s\n", _ppszArgs[2], _ppszArgs[3]), 1;
         if (!Rows(cpFrame.Get(), eZFP_Write, fread, stdin))
             return 0; // the end

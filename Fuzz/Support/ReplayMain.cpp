@@ -32,7 +32,7 @@ int main(int _nArgs, char** _ppszArgs)
             std::fprintf(stderr, "cannot read %s\n", path.c_str());
             return 1;
         }
-        // A block of its own, so that not a byte behind the input can be read unnoticed.
+        // A block of its own, so that not a byte past the input can be read unnoticed.
         const auto upBytes = std::make_unique<uint8_t[]>(vecBytes.size());
         std::copy(vecBytes.begin(), vecBytes.end(), upBytes.get());
         LLVMFuzzerTestOneInput(upBytes.get(), vecBytes.size());

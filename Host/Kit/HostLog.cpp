@@ -1,16 +1,12 @@
 #include "Kit/HostLog.h"
 
-#include "Kit/Platform.h"
-
 #include "Base/ZLog.h"
 
-#include <cstdio>
+#include <atomic>
 #include <mutex>
 
 namespace
 {
-
-eZLogLevel g_eLevel = eZLog_Warning;
 
 /// A sink that is never deleted: references to it are not counted.
 class CZHostSink final : public IZLogSink
@@ -34,14 +30,16 @@ public:
     }
     void STDMETHODCALLTYPE LogLine(int32_t _eLevel, const char* _pszText) override
     {
-        constexpr const char* c_arrNames[] = {"", "error: ", "warning: ", "", ""};
         const std::lock_guard lock(m_mtxText);
         if (_eLevel == eZLog_Error)
             m_strLastError = _pszText;
-        const bool bNamed = _eLevel >= 0 && _eLevel <= eZLog_Verbose;
-        // A line of progress may stand on the terminal.
-        std::fprintf(stderr, "%szkhost: %s%s\n", m_bTerminal ? "\r\x1b[K" : "", bNamed ? c_arrNames[_eLevel] : "",
-                     HostLog_Harmless(_pszText).c_str());
+        if (m_pfnPrint)
+            m_pfnPrint(static_cast<eZLogLevel>(_eLevel), _pszText);
+    }
+    void PrintSet(HOST_LOG_PRINT _pfnPrint)
+    {
+        const std::lock_guard lock(m_mtxText);
+        m_pfnPrint = _pfnPrint;
     }
     std::string LastError()
     {
@@ -50,22 +48,25 @@ public:
     }
 
 private:
-    const bool m_bTerminal = Platform_IsTerminal(stderr);
     std::mutex m_mtxText;
+    HOST_LOG_PRINT m_pfnPrint = nullptr;
     std::string m_strLastError;
 };
 
+std::atomic<eZLogLevel> g_eLevel{eZLog_Warning};
+
 CZHostSink& Sink()
 {
-    static CZHostSink sink;
-    return sink;
+    static CZHostSink& s_sink = *new CZHostSink; // modules may log while the program's own objects are going
+    return s_sink;
 }
 
 } // namespace
 
-void HostLog_SetLevel(eZLogLevel _eLevel)
+void HostLog_Set(eZLogLevel _eLevel, HOST_LOG_PRINT _pfnPrint)
 {
     g_eLevel = _eLevel;
+    Sink().PrintSet(_pfnPrint);
     ZLog_Set(&Sink(), _eLevel);
 }
 
@@ -77,21 +78,6 @@ eZLogLevel HostLog_Level()
 IZLogSink* HostLog_Sink()
 {
     return &Sink();
-}
-
-std::string HostLog_Harmless(std::string _strText)
-{
-    uint8_t nBefore = 0;
-    for (char& ch : _strText)
-    {
-        const auto nByte = static_cast<uint8_t>(ch);
-        const bool bControl = (nByte < 0x20 && ch != '\n' && ch != '\t') || nByte == 0x7F;
-        const bool bHighControl = nBefore == 0xC2 && nByte >= 0x80 && nByte < 0xA0; // U+0080 to U+009F
-        if (bControl || bHighControl)
-            ch = '?';
-        nBefore = nByte;
-    }
-    return _strText;
 }
 
 std::string HostLog_LastError()

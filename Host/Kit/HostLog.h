@@ -4,15 +4,16 @@
 
 #include <string>
 
-/// Log lines of this program and of the module, on standard error.
+/// Log lines of this host and of the modules that it loads.
 
-/// Sets how much is shown: errors and warnings unless set.
-void HostLog_SetLevel(eZLogLevel _eLevel);
+/// Takes a line to where the host shows it; called from any thread, one line at a time.
+using HOST_LOG_PRINT = void (*)(eZLogLevel _eLevel, const char* _pszText);
+
+/// Says how much is logged, by objects made from now on, and who prints it. Unless set: errors and warnings, which
+/// nobody prints.
+void HostLog_Set(eZLogLevel _eLevel, HOST_LOG_PRINT _pfnPrint);
 eZLogLevel HostLog_Level();
 /// The sink to give to a module; lives as long as the program.
 IZLogSink* HostLog_Sink();
-/// A text with its control characters, line ends and tabs aside, as question marks: what a file holds must not reach a
-/// terminal as a command.
-std::string HostLog_Harmless(std::string _strText);
 /// The last error line; it often says why a call failed. Empty when there was none.
 std::string HostLog_LastError();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Kit/Module.h"
+
 #include "Base/ZPtr.h"
 #include "Interfaces/IZChromaKey.h"
 #include "Interfaces/IZFPersist.h"
@@ -7,63 +9,74 @@
 #include "Interfaces/IZPlugin.h"
 #include "Interfaces/IZProps.h"
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
 
-class CZOutFile;
-
-/// A chroma-key object of the plug-in module that lies beside this program, made through its class factory.
-/// Every method throws CZHostError when the module refuses, with the reason that it logged.
+/// A chroma-key object of a module: its options, its keys, frames in and results out. Its log goes to HostLog.
+///
+/// Every method throws CZHostError when the module refuses, with the reason that it logged. Frames are handed in by one
+/// thread at a time.
 class CZKeyer
 {
 public:
-    CZKeyer();
+    explicit CZKeyer(CZModule& _module = CZModule::Own());
     ~CZKeyer();
     CZKeyer(const CZKeyer&) = delete;
     CZKeyer& operator=(const CZKeyer&) = delete;
 
+    /// For everything about keys.
     IZChromaKey* Key() const
     {
         return m_cpKey.Get();
     }
+
     void OptionSet(const std::string& _strName, const std::string& _strValue);
-    /// An option that this program needs and the person did not ask for: saving keeps what it was before. A later
-    /// OptionSet takes its place; call it behind Load, whose options would.
+    /// An option that this host needs and nobody asked for: documents keep what it was before. A later OptionSet takes
+    /// its place; call it after LoadFile and LoadDocument, which set options as well.
     void OptionNeed(const std::string& _strName, const std::string& _strValue);
-    void Load(const std::string& _strPath);
-    /// Writes the document to a file of the job.
-    void Save(CZOutFile& _file);
-    /// The key set and options as a document.
+
+    /// Keys and options out of a file, or out of what Document gave.
+    void LoadFile(const std::string& _strPath);
+    void LoadDocument(const std::string& _strDocument);
+    /// Keys and options as a document.
     std::string Document();
     /// Name and version of the plug-in.
     std::string NameAndVersion();
 
-    /// Hands a frame in; results come out by _fnResult, with the output thread on one frame later.
+    /// Sets what is called between tries while the object is busy with the frame before; it may throw to give up.
+    void OnWait(std::function<void()> _fnWait)
+    {
+        m_fnWait = std::move(_fnWait);
+    }
+    /// Hands a frame in, or null to fetch what is under way, and answers the result that comes with it: with the output
+    /// thread on, that of the frame before. Null: none.
+    CZPtr<IZFFrame> Push(IZFFrame* _pFrameOrNull);
+    /// Push, for a whole stream: every result goes to _fnResult, in order.
     void Process(IZFFrame* _pFrame, const std::function<void(IZFFrame*)>& _fnResult);
-    /// Fetches what is still under way.
+    /// Fetches what is still under way; throws when frames that were handed in do not come back.
     void Finish(const std::function<void(IZFFrame*)>& _fnResult);
 
-    /// Throws when a call failed: _strWhat says what was tried and with what.
-    static void Check(HRESULT _hr, const std::string& _strWhat);
-
 private:
-    bool Receive(IZFFrame* _pFrameOrNull, const std::function<void(IZFFrame*)>& _fnResult);
+    bool Take(IZFFrame* _pFrameOrNull, const std::function<void(IZFFrame*)>& _fnResult);
     void PropSet(const std::string& _strName, const std::string& _strValue);
 
-    /// A value that this program set, and the one before it.
+    /// A value that this host set, and the one before it.
     struct NEED
     {
         std::string strValue;
         std::string strBefore; ///< empty: there was none
     };
 
+    CZModule& m_module;
     CZPtr<IZChromaKey> m_cpKey;
     CZPtr<IZFProcess> m_cpProcess;
     CZPtr<IZProps> m_cpProps;
     CZPtr<IZPlugin> m_cpPlugin;
     CZPtr<IZFPersist> m_cpPersist;
     std::map<std::string, NEED> m_mapNeeds;
+    std::function<void()> m_fnWait;
     int64_t m_nFrames = 0;
     int64_t m_nResults = 0;
 };

@@ -12,7 +12,7 @@
 namespace
 {
 
-constexpr const char* c_arrNames[] = {"none", "avx2", "avx512"};
+constexpr const char* c_arrLevelNames[] = {"none", "avx2", "avx512"};
 
 std::atomic<eSIMD_Level> s_eCap{eSIMD_AVX512};
 
@@ -60,7 +60,7 @@ eSIMD_Level Detect()
 eSIMD_Level CapOf(const char* _pszNameOrNull)
 {
     for (int nLevel = eSIMD_None; _pszNameOrNull && nLevel <= eSIMD_AVX512; ++nLevel)
-        if (std::strcmp(_pszNameOrNull, c_arrNames[nLevel]) == 0)
+        if (std::strcmp(_pszNameOrNull, c_arrLevelNames[nLevel]) == 0)
             return static_cast<eSIMD_Level>(nLevel);
     return eSIMD_AVX512;
 }
@@ -86,5 +86,5 @@ eSIMD_Level ZCpu_Level()
 
 const char* ZCpu_LevelName(eSIMD_Level _eLevel)
 {
-    return c_arrNames[std::clamp<int>(_eLevel, eSIMD_None, eSIMD_AVX512)];
+    return c_arrLevelNames[std::clamp<int>(_eLevel, eSIMD_None, eSIMD_AVX512)];
 }

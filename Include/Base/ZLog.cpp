@@ -235,7 +235,7 @@ bool ZLog_IsOn(eZLogLevel _eLevel)
 
 void ZLog_Set(IZLogSink* _pSinkOrNull, eZLogLevel _eLevel)
 {
-    CZPtr<IZLogSink> cpOld(_pSinkOrNull); // what was set before goes behind the lock
+    CZPtr<IZLogSink> cpOld(_pSinkOrNull); // holds what was set before until the lock is gone
     {
         const std::lock_guard lock(Sink().mtxSink);
         std::swap(cpOld, Sink().cpSink);

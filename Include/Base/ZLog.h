@@ -9,7 +9,7 @@
 #include <string_view>
 #include <type_traits>
 
-/// One argument of a house format, whatever its type; borrowed during the call.
+/// One argument of a house format, of any type; borrowed during the call.
 class CZFormatArg
 {
 public:

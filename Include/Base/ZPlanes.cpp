@@ -8,7 +8,7 @@
 namespace
 {
 
-/// The address so many rows behind another; wraps instead of overflowing, for records that are no pictures.
+/// The address so many rows after another; wraps instead of overflowing, for records that are no pictures.
 int64_t Advance(int64_t _nAddress, int32_t _nStride, int32_t _nRows)
 {
     return static_cast<int64_t>(static_cast<uint64_t>(_nAddress) + static_cast<uint64_t>(int64_t{_nStride} * _nRows));

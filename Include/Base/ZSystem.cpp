@@ -1,10 +1,12 @@
 #include "Base/ZSystem.h"
 
+#include "Base/ZCpu.h"
 #include "Base/ZLog.h"
 
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 
 #if defined(_MSC_VER) && defined(_M_X64)
 #include <intrin.h>
@@ -101,7 +103,7 @@ std::string ZSystem_ModulePath()
     return OrUnknown(ModulePath(hModule));
 }
 
-/// GetVersion tells programs the version that they were made for; this one tells the truth.
+/// GetVersion reports the version that a program was made for; this one reports the real one.
 std::string ZSystem_Name()
 {
     using PFN_VERSION = LONG(WINAPI*)(OSVERSIONINFOW*);
@@ -146,3 +148,12 @@ std::string ZSystem_Name()
 }
 
 #endif
+
+void ZSystem_Log(const char* _pszVersion)
+{
+    if (!ZLog_IsOn(eZLog_Info))
+        return;
+    ZLog(eZLog_Info, "ZChromaKey %hs, module %hs in %hs\n", _pszVersion, ZSystem_ModulePath(), ZSystem_ProgramPath());
+    ZLog(eZLog_Info, "%hs, %hs, SIMD level %hs of %hs, %u processors\n", ZSystem_Name(), ZSystem_Processor(),
+         ZCpu_LevelName(ZCpu_Level()), ZCpu_LevelName(ZCpu_Detected()), std::thread::hardware_concurrency());
+}

@@ -3,7 +3,7 @@
 #include <string>
 
 /// \name What runs here, for log lines
-/// UTF-8; what the system does not tell is "unknown".
+/// UTF-8; "unknown" where the system does not tell.
 ///@{
 
 /// The program's file.
@@ -14,5 +14,9 @@ std::string ZSystem_ModulePath();
 std::string ZSystem_Name();
 /// The processor's own name: "AMD EPYC 9R14".
 std::string ZSystem_Processor();
+
+/// Logs what a reader of a log from another machine asks first: the plug-in's version, module and program, operating
+/// system, processor, and the instruction sets in use.
+void ZSystem_Log(const char* _pszVersion);
 
 ///@}

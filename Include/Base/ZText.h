@@ -17,7 +17,7 @@ HRESULT ZText_HandOut(std::string_view _svText, BSTR* _pbsText);
 /// Appends a character: U+0 to U+10FFFF, no surrogate.
 void ZText_Append(std::string* _pstrText, char32_t _ch);
 
-/// Whether two texts are the same, A to Z being a to z.
+/// Whether two texts are the same when A to Z count as a to z.
 bool ZText_IsSame(std::string_view _svA, std::string_view _svB);
 
 ///@}

@@ -69,7 +69,7 @@ template <class Owner> class CSimpleThreadBase : public CZWorkerThread
 {
 public:
     /// _pOwner: a pointer that is borrowed, or a std::shared_ptr, which keeps the owner as long as the thread runs.
-    template <class OwnerPtr> HRESULT Start(OwnerPtr _pOwner, void (Owner::*_pfnBody)(), const char* _pszOwner)
+    template <class OwnerPtr> HRESULT Start(const OwnerPtr& _pOwner, void (Owner::*_pfnBody)(), const char* _pszOwner)
     {
         if (IsRunning())
             return S_FALSE; // before the body is wrapped, which takes memory

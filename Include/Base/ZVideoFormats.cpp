@@ -12,7 +12,7 @@ namespace
     }
 
 // clang-format off
-constexpr VIDEO_FORMAT c_arrFormats[] = {
+constexpr VIDEO_FORMAT c_arrVideoFormats[] = {
     //    enumerator      short name       rate,      interlace,       width height   aspect  class lines
     Z_ROW(Custom,         "Custom",           0,    1, eZI_NotSet,         0,    0,   0,   0, -1,  0),
     Z_ROW(NTSC,           "NTSC",         30000, 1001, eZI_BottomFirst,  720,  486,   4,   3,  0, 39),
@@ -113,7 +113,7 @@ constexpr VIDEO_FORMAT c_arrFormats[] = {
 // clang-format on
 #undef Z_ROW
 
-static_assert(std::size(c_arrFormats) == eZVF_Disabled + 1);
+static_assert(std::size(c_arrVideoFormats) == eZVF_Disabled + 1);
 
 /// The row that the low 8 bits name; other bits carry flags.
 const VIDEO_FORMAT* RowOf(int32_t _eVideoFormat)
@@ -125,13 +125,13 @@ const VIDEO_FORMAT* RowOf(int32_t _eVideoFormat)
 
 std::span<const VIDEO_FORMAT> VidFormat_All()
 {
-    return c_arrFormats;
+    return c_arrVideoFormats;
 }
 
 const VIDEO_FORMAT* VidFormat_Lookup(int32_t _eVideoFormat)
 {
-    const bool bInTable = _eVideoFormat >= 0 && _eVideoFormat < static_cast<int32_t>(std::size(c_arrFormats));
-    return bInTable ? &c_arrFormats[_eVideoFormat] : nullptr;
+    const bool bInTable = _eVideoFormat >= 0 && _eVideoFormat < static_cast<int32_t>(std::size(c_arrVideoFormats));
+    return bInTable ? &c_arrVideoFormats[_eVideoFormat] : nullptr;
 }
 
 double VidFormat_Rate(int32_t _eVideoFormat)

@@ -31,13 +31,13 @@ int32_t StrictHeight(const ZF_VID_PROPS& _given, const VIDEO_FORMAT& _format)
     return bTooFew || bTooMany ? WithSign(_format.nHeight, _given.nHeight) : _given.nHeight;
 }
 
-/// A height of one line only says which way up the picture is.
+/// A height of +1 or -1 only says which way up the picture is.
 int32_t LooseHeight(const ZF_VID_PROPS& _given, const VIDEO_FORMAT& _format)
 {
     return ZAbs32(_given.nHeight) == 1 ? WithSign(_format.nHeight, _given.nHeight) : _given.nHeight;
 }
 
-/// What a record that describes memory says itself goes before what its format says.
+/// In a record that describes memory, its own values take precedence over those of its format.
 void TakeGiven(const ZF_VID_PROPS& _given, ZF_VID_PROPS* _pBuilt)
 {
     if (_given.dblRate != 0 && _given.nWidth != 0 && _given.nHeight != 0)
@@ -119,7 +119,7 @@ int32_t VidProps_Normalize(ZF_VID_PROPS* _pVidProps, bool _bStrict)
         _pVidProps->nAspectX = _pVidProps->nAspectY = 0;
     if (_pVidProps->eVideoFormat != eZVF_Custom && !CompleteFromFormat(_pVidProps, _bStrict))
         return 0;
-    if (_pVidProps->eVideoFormat == eZVF_Custom) // also when the picture turned out not to be of its named format
+    if (_pVidProps->eVideoFormat == eZVF_Custom) // also when the picture proves not to be of its named format
         _pVidProps->eVideoFormat = VidProps_DetectFormat(_pVidProps, !_bStrict);
     if (_bStrict)
         FillDefaults(_pVidProps);

@@ -39,7 +39,7 @@ double VidProps_PixelAspect(const ZF_VID_PROPS* _pVidProps);
 /// negative.
 bool VidProps_IsBottomUp(const ZF_VID_PROPS* _pVidProps);
 
-/// Whether a record says anything at all; strict: whether it describes a picture. False for a disabled record.
+/// Whether anything in a record is set; strict: whether it describes a picture. False for a disabled record.
 bool VidProps_IsSet(const ZF_VID_PROPS* _pVidProps, bool _bStrict);
 
 /// Whether two records, completed, describe the same pictures. Level 0: format or rate, code, size, interlace and

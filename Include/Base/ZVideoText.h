@@ -8,6 +8,6 @@
 /// disabled record, empty for one that says nothing and for null.
 std::string VidProps_Text(const ZF_VID_PROPS* _pVidProps);
 
-/// "01:02:03:04", with ";" before the frames for drop-frame, and with the number of the field behind (".1") where
+/// "01:02:03:04", with ";" before the frames for drop-frame, and with the number of the field at the end (".1") where
 /// there is one. Empty for null.
 std::string TimeCode_Text(const ZF_TIMECODE* _pTimeCode);

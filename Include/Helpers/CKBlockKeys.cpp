@@ -110,7 +110,7 @@ int32_t CBlockKeys::SignOfPixels(const PIXEL_BLOCK& _block) const
 bool CBlockKeys::KeyFromBlock(const uint8_t* _pbBlock, int32_t _nWidth, int32_t _nHeight, ptrdiff_t _nRowBytes,
                               CALC_KEY* _pKey, int32_t* _pnSign) const
 {
-    if (_nWidth < 2 || _nHeight < 1) // nothing behind the first column could be classified
+    if (_nWidth < 2 || _nHeight < 1) // nothing right of the first column could be classified
         return false;
     const PIXEL_BLOCK block = {_pbBlock, _nWidth, _nHeight, _nRowBytes};
     const PIXEL_BOX box = BoxOf(block);

@@ -48,7 +48,7 @@ constexpr CK_DETECT_OPTION c_arrOptions[] = {
 /// Looks an option up, long name first, and reads it. False: named, but not to be read.
 bool ReadOption(const std::vector<PROP_PAIR>& _vecPairs, const CK_DETECT_OPTION& _option, CK_DETECT_OPTIONS* _pOptions)
 {
-    const PROP_PAIR* pPair = PropPairs_Find(_vecPairs, std::string("detect.") + _option.pszName);
+    const PROP_PAIR* pPair = PropPairs_Find(_vecPairs, std::string(c_szDetectPrefix) + _option.pszName);
     if (!pPair)
         pPair = PropPairs_Find(_vecPairs, _option.pszName);
     if (!pPair || _option.pfnRead(pPair->svValue, _pOptions))

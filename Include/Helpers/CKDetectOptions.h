@@ -10,8 +10,11 @@
 namespace CKUtils
 {
 
-/// What automatic detection is told. Option names: those given here, with or without "detect." in front; the long
-/// name goes first.
+/// What the names of detection options begin with where those of others may stand beside them.
+inline constexpr char c_szDetectPrefix[] = "detect.";
+
+/// What automatic detection is told. Option names: those given here, with or without c_szDetectPrefix; the long name
+/// goes first.
 struct CK_DETECT_OPTIONS
 {
     eCK_Type eType = eCKT_Auto; ///< "type": key type to detect for; Auto: the key's own
@@ -27,7 +30,7 @@ struct CK_DETECT_OPTIONS
 /// One detection option, as the documentation and command lines list it.
 struct CK_DETECT_OPTION
 {
-    const char* pszName;                                                      ///< without "detect."
+    const char* pszName;                                                      ///< without c_szDetectPrefix
     const char* pszDefault;                                                   ///< as text
     const char* pszRight;                                                     ///< which values are right
     const char* pszHelp;                                                      ///< what it does, one sentence

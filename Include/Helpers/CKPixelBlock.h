@@ -33,14 +33,14 @@ struct PIXEL_BOX
 /// Widens a box to hold a pixel.
 void AddPixel(const uint8_t* _pbPixel, PIXEL_BOX* _pBox);
 
-/// The box around the pixels behind the first column, and the block's first pixel.
+/// The box around the pixels right of the first column, and the block's first pixel.
 PIXEL_BOX BoxOf(const PIXEL_BLOCK& _block);
 
 /// The greatest squared distance that two pixels in the box can have. The distance of two pixels is the sum of the
 /// squared differences of their bytes 0 to 2.
 int32_t Diagonal(const PIXEL_BOX& _box);
 
-/// Whether every pixel behind the first column is within the squared distance _nMaxNeighbour of its left, upper and
+/// Whether every pixel right of the first column is within the squared distance _nMaxNeighbour of its left, upper and
 /// upper left neighbour, and within four times that of the block's first pixel. Nothing outside the block is read.
 bool IsFlat(const PIXEL_BLOCK& _block, int32_t _nMaxNeighbour);
 

@@ -57,7 +57,7 @@ public:
     eCalcResult AddKey(const CALC_KEY& _key, double _dblMaxDiff, bool _bWeightedSize);
     /// Appends while there is room (whatever the index), else replaces key _nIndex; another index changes nothing.
     void SetKey(const CALC_KEY& _key, int32_t _nIndex);
-    /// The decision behind AddKey. Not a query: it counts hits, merges, and replaces a key that lies in the sample.
+    /// What AddKey decides by. Not a query: it counts hits, merges, and replaces a key that lies in the sample.
     eCalcResult IsSimilar(const CALC_KEY& _key, double _dblMaxDiff, bool _bWeightedSize);
     /// Merges keys until at most _nKeys (above 0) are left. Reducing to one keeps the centre of key 0.
     void ReduceKeys(int32_t _nKeys);

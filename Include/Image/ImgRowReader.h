@@ -79,13 +79,13 @@ private:
     int ChromaRow(int _nRow) const;
 
     PFN_IMG_READ m_pfnRead = nullptr;
-    IMG_ROW m_vidRow = {}; // row 0, with the planes' first rows
+    IMG_ROW m_vidRow = {}; ///< row 0, with the planes' first rows
     int64_t m_anStride[3] = {};
     size_t m_cbExpect = 0;
     int m_nHeight = 0;
     int m_nChromaRows = 0;
-    int m_nChromaDiv = 1;   // luma rows that share a chroma row
-    bool m_bFields = false; // chroma rows alternate between the fields
+    int m_nChromaDiv = 1;   ///< luma rows that share a chroma row
+    bool m_bFields = false; ///< chroma rows alternate between the fields
     bool m_bInPlace = false;
     eZYMatrix m_eMatrix = eZYM_601;
 };

@@ -42,7 +42,7 @@ template <int Step> void ReadPlanar(const IMG_ROW& _row, uint8_t* _pBGRA)
     }
 }
 
-// Words of three 10-bit samples, lowest bits first, to samples of 8 bits.
+// Unpacks words of three 10-bit samples, the first in the lowest bits, to samples of 8 bits.
 void UnpackWords(const uint8_t* _pWords, int _nWords, uint8_t* _pSamples)
 {
     for (int n = 0; n < _nWords; ++n, _pWords += 4, _pSamples += 3)

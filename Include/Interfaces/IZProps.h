@@ -13,7 +13,7 @@ struct IZProps : public IUnknown
     virtual HRESULT STDMETHODCALLTYPE PropsSet(const wchar_t* _pwszName, const wchar_t* _pwszValue) = 0;
     /// Hands out the value as a string the caller frees; S_FALSE and null when there is none.
     virtual HRESULT STDMETHODCALLTYPE PropsGet(const wchar_t* _pwszName, BSTR* _pbsValue) = 0;
-    /// Hands out the n-th name in alphabetical order, from 0, as a string the caller frees; S_FALSE and null behind
+    /// Hands out the n-th name in alphabetical order, from 0, as a string the caller frees; S_FALSE and null after
     /// the last one.
     virtual HRESULT STDMETHODCALLTYPE PropsNameGet(UINT _nIndex, BSTR* _pbsName) = 0;
 };

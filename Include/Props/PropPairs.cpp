@@ -83,14 +83,14 @@ private:
         m_nPos = nEnd + 1;
         return true;
     }
-    /// The quote that belongs to the one at the current place, with a separator or the end behind it.
+    /// The quote that belongs to the one at the current place, with a separator or the end after it.
     bool FindQuoteEnd(size_t* _pnEnd)
     {
         const size_t nEnd = m_svText.find(m_svText[m_nPos], m_nPos + 1);
         if (nEnd == std::string_view::npos)
             return Fail(m_nPos, "this quote is not closed");
         if (nEnd + 1 < m_svText.size() && c_svSeparators.find(m_svText[nEnd + 1]) == std::string_view::npos)
-            return Fail(nEnd + 1, "a blank, comma or semicolon is missing behind the closing quote");
+            return Fail(nEnd + 1, "a blank, comma or semicolon is missing after the closing quote");
         *_pnEnd = nEnd;
         return true;
     }

@@ -13,7 +13,7 @@
 /// Names and their values; the order is that of the bytes of the names.
 using PROP_MAP = std::map<std::string, std::string, std::less<>>;
 
-/// How often the path behind an option failed, and the last result.
+/// How often what an option asks for failed, and the last result.
 struct PROP_FAILURES
 {
     uint32_t nCount = 0;
@@ -38,7 +38,7 @@ public:
     /// Sets a value over the default layer; an empty one removes it, and the default shows again.
     void Set(std::string_view _svName, std::string_view _svValue);
     void Remove(std::string_view _svName);
-    /// The n-th name of both layers in alphabetical order, from 0; false behind the last one.
+    /// The n-th name of both layers in alphabetical order, from 0; false after the last one.
     bool NameGet(size_t _nIndex, std::string* _pstrName) const;
 
     /// What was set, without the defaults: this is what a configuration saves.
@@ -69,10 +69,10 @@ private:
     PROP_MAP m_mapValues;
     PROP_MAP m_mapDefaults;
     std::atomic<uint64_t> m_nChanges{0};
-    std::atomic<uint64_t> m_nFailures{0}; // count above, last result below, so that both belong together
+    std::atomic<uint64_t> m_nFailures{0}; ///< count above, last result below, so that both belong together
 };
 
-/// Tells an owner's names and values apart: "" when the value is right for the name or the name is not one of his,
+/// Checks a value for an owner's name: "" when the value is right for the name or the name is not one of its own,
 /// else which values are right ("a whole number from 1 to 16"). The value is never empty.
 using PROPS_VALIDATE = std::string (*)(std::string_view _svName, std::string_view _svValue);
 

@@ -1,5 +1,6 @@
 #include "Props/PropText.h"
 
+#include "Base/ZNumber.h"
 #include "Base/ZText.h"
 
 #include <charconv>
@@ -12,7 +13,7 @@ namespace
 constexpr size_t c_nMaxQuoted = 64;
 constexpr std::string_view c_svBlanks = " \t\r\n";
 
-/// The library's readers know no '+'; a sign behind one is no number.
+/// The library's readers know no '+'; a sign after one is no number.
 std::string_view WithoutPlus(std::string_view _svText)
 {
     const bool bPlus = _svText.size() > 1 && _svText[0] == '+' && _svText[1] != '-';
@@ -22,14 +23,10 @@ std::string_view WithoutPlus(std::string_view _svText)
 /// Takes a number off the front of a text.
 template <class T> bool TakeNumber(std::string_view* _psvText, T* _pValue)
 {
-    const std::string_view svNumber = WithoutPlus(*_psvText);
-    const char* const pEnd = svNumber.data() + svNumber.size();
-    T value{};
-    const auto res = std::from_chars(svNumber.data(), pEnd, value);
-    if (res.ec != std::errc())
+    std::string_view svNumber = WithoutPlus(*_psvText);
+    if (!ZNumber_Take(&svNumber, _pValue))
         return false;
-    *_psvText = std::string_view(res.ptr, static_cast<size_t>(pEnd - res.ptr));
-    *_pValue = value;
+    *_psvText = svNumber;
     return true;
 }
 

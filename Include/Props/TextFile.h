@@ -11,7 +11,7 @@
 /// Reads a file of at most so many bytes. False and a reason that names the file when that cannot be done.
 bool TextFile_Read(std::string_view _svPath, size_t _cbMax, std::string* _pstrText, std::string* _pstrReason);
 
-/// The names that hosts know of File_Target.
+/// Another name of File_Target, for hosts that include this header.
 using TEXT_FILE_TARGET = FILE_TARGET;
 inline TEXT_FILE_TARGET TextFile_Target(std::string_view _svPath)
 {

@@ -91,14 +91,14 @@ private:
 
     std::atomic<ULONG> m_nRefs{1};
     CZPtr<CZFramePool> m_cpPool;
-    CZPicture* m_pPicture = nullptr; // counted by hand: it goes back to the pool; null: no pixels in system memory
+    CZPicture* m_pPicture = nullptr; ///< counted by hand: it goes back to the pool; null: no pixels in system memory
     ZF_VID_PROPS m_vidProps = {};
-    ZF_VID_PTR m_vidPtr = {}; // as stored
+    ZF_VID_PTR m_vidPtr = {}; ///< as stored
     std::atomic<uint64_t> m_nIdentity{0};
 
-    std::mutex m_mtxState; // guards what follows
+    std::mutex m_mtxState; ///< guards what follows
     ZF_TIMECODE m_timeCode = {};
-    std::shared_ptr<const TEXTS> m_spTexts; // never changed, only replaced: clones share it
+    std::shared_ptr<const TEXTS> m_spTexts; ///< never changed, only replaced: clones share it
     std::vector<ATTACHMENT> m_vecAttachments;
 };
 

@@ -1,4 +1,4 @@
-// What travels with a frame: named texts and attached objects.
+// What a frame carries besides its picture: named texts and attached objects.
 
 #include "Base/ZBorder.h"
 #include "Video/ZFrame.h"
@@ -41,7 +41,7 @@ HRESULT CZFrame::AttachmentSet(const wchar_t* _pwszName, IUnknown* _pObjectOrNul
         const HRESULT hrName = NameOf("CZFrame::AttachmentSet", _pwszName, &strName);
         if (FAILED(hrName))
             return hrName;
-        // released behind the locks: the last release of an object runs code of its own
+        // released after the locks: the last release of an object runs code of its own
         CZPtr<IUnknown> cpObject = ZQuery<IUnknown>(_pObjectOrNull);
         const CZPtr<IZFrameLinks> cpLinks = ZQuery<IZFrameLinks>(_pObjectOrNull);
         std::lock_guard lockLinks(s_mtxLinks);

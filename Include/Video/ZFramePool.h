@@ -53,6 +53,6 @@ private:
     std::atomic<uint32_t> m_nRefs{1};
     std::mutex m_mtxFree;
     std::vector<CZFrame*> m_vecFrames;
-    std::vector<CZPicture*> m_vecPictures; // the one given back last is at the end
-    uint64_t m_nClock = 0;                 // pictures taken so far
+    std::vector<CZPicture*> m_vecPictures; ///< the one given back last is at the end
+    uint64_t m_nClock = 0;                 ///< pictures taken so far
 };

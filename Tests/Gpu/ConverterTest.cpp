@@ -67,10 +67,13 @@ TEST(Converter, ComputesWhatTheFormulasSay)
     const auto cpWrapper = Gpu_Wrapper();
     const auto cpAllocator = Gpu_Allocator();
     DX11Converter converter;
+    size_t nCase = 0;
     const auto fnCheck = [&](uint32_t _fccIn, uint32_t _fccOut, const ZF_SIZE& _szIn, const ZF_SIZE& _szOut,
                              eZYMatrix _eMatrix) {
         SCOPED_TRACE(FCC_Name(_fccIn) + " to " + FCC_Name(_fccOut) + " of " + std::to_string(_szOut.cx));
         const PICTURE picture = Twin_Random(_fccIn, _szIn.cx, _szIn.cy);
+        if (Gpu_IsLeftOut(nCase++))
+            return;
         const bool bScaled = _szIn.cx != _szOut.cx;
         PICTURE expected = ShaderTwin::Convert({_fccIn, _fccOut, bScaled, _eMatrix}, picture, _szOut.cx, _szOut.cy);
         const ZF_VID_PROPS vidPropsIn = PropsOf(picture);
@@ -126,7 +129,6 @@ TEST(Converter, DrawsNothingThatIsNotNeeded)
     EXPECT_EQ(log.Count("Conversion not required!"), 1u);
     CZPtr<IDX11Texture> cpFrame = cpPicture;
     EXPECT_EQ(converter.Convert(cpWrapper.Get(), cpFrame.Put(), nullptr, cpAllocator.Get()), E_INVALIDARG);
-    EXPECT_EQ(log.Count("_pTheDevice && _pFrameIn && *_pFrameIn && _pVidPropsOut"), 1u);
     IDX11Texture* pFrame = CZPtr<IDX11Texture>(cpPicture).Detach();
     EXPECT_EQ(converter.Convert(cpWrapper.Get(), &pFrame, &vidProps, cpAllocator.Get()), S_FALSE);
     EXPECT_EQ(pFrame, cpPicture.Get());
@@ -141,7 +143,6 @@ TEST(Converter, DrawsNothingThatIsNotNeeded)
     EXPECT_EQ(
         converter.Convert(cpWrapper.Get(), nullptr, &vidProps, cpTexture.Get(), cpAllocator.Get(), cpSurface.Put()),
         E_INVALIDARG);
-    EXPECT_EQ(log.Count("_pVidPropsIn && _pVidPropsOut && _pTexIn && _ppSurfaceOut"), 1u);
     converter.Close();
     cpAllocator->CacheClear();
 }
@@ -247,7 +248,6 @@ TEST(VideoProcessor, RefusesWhatItCannotMake)
     fnRefuses(cpRGB, cpFlippedOut, eZFCC_UYVY, "nFlippedOut == 0");
     fnRefuses(cpOdd, cpUYVY, eZFCC_UYVY, "descTexDst.Width * 2 == descTexSrc.Width");
     EXPECT_EQ(cpProcessor->DXV_Convert_UYVY_YUVPlanar(cpUYVY.Get(), cpUYVY.Get(), eZFCC_I420), E_INVALIDARG);
-    EXPECT_EQ(log.Count("_eFCC_YUV == eZFCC_NV12 || _eFCC_YUV == eZFCC_YV12 || _eFCC_YUV == eZFCC_YV16"), 1u);
 
     CCallFaults faults(Gpu_Device());
     const auto cpAllocator = Gpu_Allocator();

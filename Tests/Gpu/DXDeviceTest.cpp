@@ -168,21 +168,13 @@ TEST(DXDevice, SystemsWithoutDirect3DSayWhatIsMissing)
 
 TEST(DXDevice, EveryStepOfInitMayFail)
 {
-    const FAULT_MESSAGES mapMessages = {
-        {"D3DCompile", {"Failed to compile vertex shader!"}},
-        {"CreateVertexShader", {"Unable to create vertex shader. Error code 0X8007000E!"}},
-        {"CreateInputLayout", {"Unable to create input layout! Error code 0X8007000E!"}},
-        {"CreateBuffer", {"Cannot create vertex buffer!"}},
-        {"CreateSamplerState", {"Cannot create point sampler!", "Cannot create linear sampler!"}},
-    };
     CCallFaults faults(Gpu_Device());
     int nCall = 0;
     for (bool bFailed = true; bFailed;)
     {
         CZPtr<DX11Device> cpWrapper;
         const ULONG nRefs = RefsOf(Gpu_Device());
-        bFailed = faults.Try(++nCall, E_OUTOFMEMORY, mapMessages,
-                             [&] { return DX11Device::Create(Gpu_Device(), cpWrapper.Put()); });
+        bFailed = faults.Try(++nCall, E_OUTOFMEMORY, [&] { return DX11Device::Create(Gpu_Device(), cpWrapper.Put()); });
         EXPECT_EQ(!cpWrapper, bFailed);
         cpWrapper.Reset();
         EXPECT_EQ(RefsOf(Gpu_Device()), nRefs);
@@ -207,13 +199,11 @@ TEST(DXShader, EntryAndTargetFollowKindAndLevel)
         EXPECT_EQ(g_strCompiled, std::string(pszAsked) + " 4");
     }
     EXPECT_EQ(log.Count("Failed to compile shader"), std::size(arrRows));
-    EXPECT_EQ(log.Count("with error"), 0u);
     const auto eOther = static_cast<eDX_Shader>(2);
     EXPECT_EQ(DX11Device::Shader_Compile("text", eOther, D3D_FEATURE_LEVEL_11_0, cpCode.Put()), E_NOTIMPL);
     EXPECT_EQ(log.Count("Unknown shader type!"), 1u);
     for (const char* const pszNone : {"", static_cast<const char*>(nullptr)})
         EXPECT_EQ(DX11Device::Shader_Compile(pszNone, eDXS_Pixel, D3D_FEATURE_LEVEL_11_0, cpCode.Put()), E_INVALIDARG);
-    EXPECT_EQ(log.Count("!( !(_pszShaderCode) || !(_pszShaderCode)[0] )"), 2u);
 }
 
 TEST(DXShader, CompilerErrorsAreLoggedWithTheText)
@@ -225,7 +215,6 @@ TEST(DXShader, CompilerErrorsAreLoggedWithTheText)
     EXPECT_FALSE(cpShader);
     EXPECT_EQ(log.Count("Failed to compile shader PS VER. ps_5_0 with error: ", eZLog_Error), 1u);
     EXPECT_EQ(log.Count("\ncode:float4 PS() : SV_TARGET { return nothing; }", eZLog_Error), 1u);
-    EXPECT_EQ(log.Count("!\"Shader not compiled!\""), 1u);
     EXPECT_EQ(log.Count("DX11Device::PixelShader_Create: Failed to compile pixel shader", eZLog_Error), 1u);
 }
 
@@ -280,6 +269,7 @@ TEST(DXBuffers, SamplersClampTheirAnisotropy)
         const CD3D11_SAMPLER_DESC descExpected(D3D11_FILTER_ANISOTROPIC, D3D11_TEXTURE_ADDRESS_CLAMP,
                                                D3D11_TEXTURE_ADDRESS_CLAMP, D3D11_TEXTURE_ADDRESS_CLAMP, 0, nGot,
                                                D3D11_COMPARISON_NEVER, arrBlack, 0, FLT_MAX);
+        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): it has no padding, and floats of the same bits
         EXPECT_EQ(std::memcmp(&desc, &descExpected, sizeof(desc)), 0) << nAsked;
     }
     CLogCatcher log;
@@ -288,12 +278,10 @@ TEST(DXBuffers, SamplersClampTheirAnisotropy)
     ID3D11SamplerState* pFree = nullptr;
     EXPECT_EQ(DX11Device::CreateSampler(Gpu_Device(), 0, 2, &pTaken), E_INVALIDARG);
     EXPECT_EQ(DX11Device::CreateSampler(nullptr, 0, 2, &pFree), E_INVALIDARG);
-    EXPECT_EQ(log.Count("_pDevice && _ppSamplerState && !(*_ppSamplerState)"), 2u);
     CCallFaults faults(Gpu_Device());
     faults.FailAt(1, E_OUTOFMEMORY);
     EXPECT_EQ(DX11Device::PS_SetSampler(Gpu_Device(), 20, 99), E_OUTOFMEMORY);
     EXPECT_EQ(log.Count("_pDevice->CreateSamplerState(Filter=20 MaxAsinitropy=16)=8007000E"), 1u);
-    EXPECT_EQ(log.Count("DX11Device::PS_SetSampler: Sampler state is not available!"), 1u);
 }
 
 TEST(DXBuffers, ConstantBlocksMayHaveAnyLength)
@@ -306,7 +294,6 @@ TEST(DXBuffers, ConstantBlocksMayHaveAnyLength)
         {D3D11_BIND_CONSTANT_BUFFER, 4112, 4112}, {D3D11_BIND_VERTEX_BUFFER, 5000, 5000},
         {D3D11_BIND_CONSTANT_BUFFER, 0, 0},
     };
-    CLogCatcher log;
     CZPtr<ID3D11Buffer> cpBuffer;
     for (const auto& [nFlags, cbData, cbBuffer] : arrRows)
     {
@@ -319,11 +306,8 @@ TEST(DXBuffers, ConstantBlocksMayHaveAnyLength)
             cpBuffer->GetDesc(&desc);
         EXPECT_EQ(desc.ByteWidth, cbBuffer);
     }
-    EXPECT_EQ(log.Count("_cbData <= ( 4096 )"), 1u);
     EXPECT_EQ(DX11Device::CreateConstantBuffer(Gpu_Device(), nullptr, 16, cpBuffer.Put()), E_INVALIDARG);
-    EXPECT_EQ(log.Count("_pCBufData && _nCBufSize"), 1u);
     EXPECT_EQ(DX11Device::VertexConstants_Create(Gpu_Device(), vecData.data(), 20, cpBuffer.Put()), E_INVALIDARG);
-    EXPECT_EQ(log.Count("!(_nSize % 16)"), 1u);
     // What reaches the device is the block and then nothing that happened to lie on the stack; it may yield no buffer.
     const HOOK_CREATEBUFFER hook(
         Gpu_Device(), [](auto, auto*, const D3D11_BUFFER_DESC* _pDesc, const D3D11_SUBRESOURCE_DATA* _pData, auto) {
@@ -344,7 +328,6 @@ TEST(DXBuffers, ViewsNeedWhatTheTextureSays)
     CZPtr<ID3D11Texture2D> cpTexture;
     ASSERT_EQ(Gpu_Device()->CreateTexture2D(&desc, nullptr, cpTexture.Put()), S_OK);
     EXPECT_EQ(DX11Device::Texture2SRV(cpTexture.Get(), false, cpView.Put()), E_INVALIDARG);
-    EXPECT_EQ(log.Count("tDesc.BindFlags & D3D11_BIND_SHADER_RESOURCE"), 1u);
     EXPECT_EQ(DX11Device::Texture2SRV(nullptr, false, cpView.Put()), E_INVALIDARG);
 
     desc.BindFlags |= D3D11_BIND_SHADER_RESOURCE;
@@ -363,7 +346,6 @@ TEST(DXBuffers, ViewsNeedWhatTheTextureSays)
                         "MiscFlags:0001) FAILED hr=8007000E"),
               1u);
     EXPECT_EQ(DX11Device::Texture_SetAsRenderTarget(nullptr, cpTarget.Put()), E_INVALIDARG);
-    EXPECT_EQ(log.Count("cpD3D11Device && cpD3D11DeviceContext"), 1u);
 }
 
 TEST(DXBuffers, TwoViewsOfNV12)
@@ -372,11 +354,9 @@ TEST(DXBuffers, TwoViewsOfNV12)
     CZPtr<ID3D11Texture2D> cpTexture;
     if (FAILED(Gpu_Device()->CreateTexture2D(&desc, nullptr, cpTexture.Put())))
         GTEST_SKIP() << "this Direct3D has no NV12 textures";
-    CLogCatcher log;
     CZPtr<ID3D11ShaderResourceView> cpView;
     CZPtr<ID3D11ShaderResourceView> cpView2;
     EXPECT_EQ(DX11Device::Texture2SRV(cpTexture.Get(), false, cpView.Put()), E_INVALIDARG);
-    EXPECT_EQ(log.Count("tDesc.Format != DXGI_FORMAT_NV12 || _ppShaderResource2"), 1u);
     ASSERT_EQ(DX11Device::Texture2SRV(cpTexture.Get(), false, cpView.Put(), cpView2.Put()), S_OK);
     D3D11_SHADER_RESOURCE_VIEW_DESC descView = {};
     cpView->GetDesc(&descView);
@@ -387,7 +367,6 @@ TEST(DXBuffers, TwoViewsOfNV12)
     faults.FailAt(2, E_OUTOFMEMORY);
     EXPECT_EQ(DX11Device::Texture2SRV(cpTexture.Get(), false, cpView.Put(), cpView2.Put()), E_OUTOFMEMORY);
     EXPECT_FALSE(cpView || cpView2);
-    EXPECT_EQ(log.Count("cpD3D11Device->CreateShaderResourceView(DXGI_FORMAT_R8G8_UNORM) FAILED"), 1u);
 }
 
 TEST(DXShader, AreKeptWithNoLockThatTheLastWrapperWaitsFor)

@@ -68,9 +68,7 @@ TEST(DXWait, NothingToWaitFor)
     EXPECT_EQ(DX_WaitExecution(cpTexture.Get()), S_OK);
     EXPECT_EQ(log.Count("NO QUERY"), 1u);
     EXPECT_EQ(DX_WaitExecution(nullptr), E_INVALIDARG);
-    EXPECT_EQ(log.Count("cpD3DDevice && cpD3DContext"), 1u);
     EXPECT_EQ(DX_QuerySet(nullptr), E_INVALIDARG);
-    EXPECT_EQ(log.Count("cpD3D11Device && cpDeviceContext"), 1u);
 }
 
 TEST(DXWait, PollsUntilTheGPUIsDone)
@@ -126,7 +124,6 @@ TEST(DXSharing, OpensTexturesOfTheSameAdapterOnly)
     EXPECT_EQ(cpResult.Get(), cpLocal.Get());
     ID3D11Texture2D* pTaken = cpLocal.Get();
     EXPECT_EQ(DX_TextureMakeCompatible(cpLocal.Get(), Gpu_Device(), &pTaken), E_INVALIDARG);
-    EXPECT_EQ(log.Count("!*_ppTextureLocal"), 1u);
     EXPECT_EQ(DX_TextureMakeCompatible(nullptr, Gpu_Device(), cpResult.Put()), E_INVALIDARG);
 
     EXPECT_EQ(DX_SharedHandle(cpTexture.Get()), nullptr);
@@ -198,7 +195,6 @@ TEST(DXSharing, CopiesPicturesOfOneFormat)
         EXPECT_EQ(DX11Texture::CreateExternal(_pTexture, Record(_fccType, 4, 4), cpPicture.Put()), S_OK);
         return cpPicture;
     };
-    const CLogCatcher log;
     for (const auto& [fccTo, fccFrom, hr] : {std::tuple{eZFCC_UYVY, eZFCC_UYVY, S_OK},
                                              {eZFCC_ARGB32, eZFCC_ARGB32, S_OK},
                                              {eZFCC_UYVY, eZFCC_HDYC, E_INVALIDARG},
@@ -208,5 +204,4 @@ TEST(DXSharing, CopiesPicturesOfOneFormat)
         EXPECT_EQ(DX_TextureCopy(fnPicture(cpTo.Get(), fccTo).Get(), fnPicture(cpFrom.Get(), fccFrom).Get()), hr);
         EXPECT_EQ(Gpu_Read(cpTo.Get()) == vecPicture, hr == S_OK);
     }
-    EXPECT_EQ(log.Count("eFCCTex == eZFCC_HDYC || eFCCTex == eZFCC_UYVY || eFCCTex == eZFCC_YUY2"), 1u);
 }

@@ -130,7 +130,6 @@ TEST(DXTexture, ChildSharesItsParent)
     EXPECT_EQ(log.Count("UNREF PARENT:", eZLog_Verbose), 1u);
     EXPECT_EQ(log.Count("PUT TO CACHE", eZLog_Verbose), 1u);
     EXPECT_EQ(DX11Texture::CreateChild(nullptr, cpChild.Put()), E_INVALIDARG);
-    EXPECT_EQ(log.Count("m_cpParent"), 1u);
 }
 
 TEST(DXTexture, HostsAllocatorsAreHeldToTheirWord)
@@ -144,12 +143,9 @@ TEST(DXTexture, HostsAllocatorsAreHeldToTheirWord)
     EXPECT_EQ(cpHost->m_nPut, 1);
     cpHost->m_cpOwner = Gpu_Allocator();
     EXPECT_EQ(DX11Texture::Create(cpHost.Get(), Gpu_Device(), &c_desc, c_vidProps, cpTexture.Put()), E_UNEXPECTED);
-    EXPECT_EQ(log.Count("!cpMFAllocatorTextureCheck || cpMFAllocatorTextureCheck.IsEqualObject(cpMFAllocatorTexture)"),
-              1u);
     cpHost->m_hrGet = E_OUTOFMEMORY;
     EXPECT_EQ(DX11Texture::Create(cpHost.Get(), Gpu_Device(), &c_desc, c_vidProps, cpTexture.Put()), E_OUTOFMEMORY);
     EXPECT_EQ(DX11Texture::Create(cpHost.Get(), Gpu_Device(), nullptr, c_vidProps, cpTexture.Put()), E_INVALIDARG);
-    EXPECT_EQ(log.Count("_pTexDesc && _ppObject"), 1u);
 
     // Whoever takes the allocator's name off a texture leaves it without a way back.
     cpHost->m_hrGet = S_OK;

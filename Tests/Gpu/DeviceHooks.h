@@ -3,7 +3,6 @@
 #include "DirectX/Device/DXBase.h"
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -75,9 +74,6 @@ using HOOK_ADAPTERDESC = CMethodHook<&IDXGIAdapter::GetDesc, 8>;
 using HOOK_ADAPTERDESC1 = CMethodHook<&IDXGIAdapter1::GetDesc1, 10>;
 using HOOK_SHAREDHANDLE = CMethodHook<&IDXGIResource::GetSharedHandle, 8>;
 
-/// What is logged when the first, the second ... call of a method fails.
-using FAULT_MESSAGES = std::map<std::string, std::vector<std::string>>;
-
 /// Counts the calls that create or map something, compiling included, and makes one of them fail.
 class CCallFaults
 {
@@ -91,10 +87,9 @@ public:
     int Count(const std::string& _strMethod) const;
 
     /// Makes the n-th call of a piece of work fail, and checks what the work answers, which is the failure's own code
-    /// (for a query, that memory is short), and what it logs: once what _mapMessages says, and _strAlways once, if
-    /// it is given. Nothing fails afterwards. False when the work came to its end before that call.
-    bool Try(int _nCall, HRESULT _hr, const FAULT_MESSAGES& _mapMessages, const std::function<HRESULT()>& _fnWork,
-             const std::string& _strAlways = "");
+    /// (for a query, that memory is short), and that it logs an error: the given one once. Nothing fails afterwards.
+    /// False when the work came to its end before that call.
+    bool Try(int _nCall, HRESULT _hr, const std::function<HRESULT()>& _fnWork, const std::string& _strError = "");
 
 private:
     /// Notes a call; the failure when it is the one.

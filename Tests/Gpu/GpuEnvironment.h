@@ -18,6 +18,10 @@ CZPtr<DX11Device> Gpu_Wrapper();
 /// Another device on the same adapter.
 CZPtr<ID3D11Device> Gpu_OtherDevice();
 
+/// Whether a case, counted from 0, of tests that go through all shaders is left out of this run. One Direct3D renders
+/// every case; on others, where compiling shaders takes most of the time, one in seven shows what differs.
+bool Gpu_IsLeftOut(size_t _nCase);
+
 /// A texture of one level that shaders can read and draw to; the bytes of its rows, or undefined content.
 CZPtr<ID3D11Texture2D> Gpu_Texture(uint32_t _nWidth, uint32_t _nHeight,
                                    DXGI_FORMAT _eFormat = DXGI_FORMAT_B8G8R8A8_UNORM,

@@ -218,7 +218,7 @@ void GpuKeyer::CheckRendered(const FORMAT& _format, const OPTION& _option, const
     _pDistance->Add(cpMask.Get(), mask, nWidth);
     const ZF_VID_PTR vidPtrTail = PtrOf(cpMask.Get());
     for (int nX = nWidth; nX < vidPtrTail.cbVideoRowBytes[0]; ++nX)
-        EXPECT_EQ(Img_RowOf(vidPtrTail, 0, c_nHeight - 1)[nX], 255) << "behind the row, byte " << nX;
+        EXPECT_EQ(Img_RowOf(vidPtrTail, 0, c_nHeight - 1)[nX], 255) << "past the row, byte " << nX;
 
     const uint32_t fccRes = PropsOf(cpRes.Get()).fccType;
     EXPECT_EQ(fccRes, bARGB ? uint32_t{eZFCC_ARGB32} : _format.fccType);
@@ -257,6 +257,8 @@ TEST_F(GpuKeyer, RendersWhatTheFormulasSay)
         {
             const OPTION& option = c_arrOptions[nOption];
             const int32_t eType = eCKT_RGB + static_cast<int32_t>((nOption + nFormat) % 3);
+            if (Gpu_IsLeftOut(nOption + nFormat)) // what is left has every option, with formats in turn
+                continue;
             for (const int nWidth : {1, 2, c_arrWidths[nCase++ % std::size(c_arrWidths)]})
             {
                 SCOPED_TRACE(std::string(option.pszName) + ", type " + std::to_string(eType) + ", format " +
@@ -344,38 +346,6 @@ TEST_F(GpuKeyer, CostsWhatItMust)
     }
 }
 
-/// What is logged when calls fail: the upload, four passes, and bringing back. A planar picture is converted in the
-/// first pass, and only its mask comes back; staged uploads take another texture.
-FAULT_MESSAGES MessagesOf(bool _bPlanar, bool _bStaging)
-{
-    using TEXTS = std::vector<std::string>;
-    const std::string strStage = "GPUProcessorBase<class GPUChromaKey>::";
-    const std::string strPass = "::_RenderBase: Failed to create ";
-    const size_t nDownloads = _bPlanar ? 1 : 2;
-    TEXTS vecTextures(_bStaging ? 2 : 1, strStage + "Uploader::Upload: Texture not created");
-    vecTextures.insert(vecTextures.end(), 4, strPass + "2D texture!");
-    vecTextures.insert(vecTextures.end(), nDownloads, "::Downloader::_Download_Tex: Texture not created");
-    TEXTS vecMaps(1 + nDownloads, "::Downloader::_Download_Tex: Failed to map texture!");
-    vecMaps[0] = strStage + "Uploader::Upload: Failed to map texture!";
-    FAULT_MESSAGES mapMessages = {
-        {"CreateTexture2D", vecTextures},
-        {"Map", vecMaps},
-        {"D3DCompile", TEXTS(4, "DX11Device::PixelShader_Create: Failed to compile pixel shader")},
-        {"CreatePixelShader", TEXTS(4, "DX11Device::PixelShader_Create: Unable to create pixel shader! Error code")},
-        {"CreateShaderResourceView", TEXTS(4, strPass + "shader resource view!")},
-        {"CreateRenderTargetView", TEXTS(4, strPass + "render target view!")},
-        {"CreateBuffer", TEXTS(3, strPass + "constant buffer!")},
-        {"CreateQuery", TEXTS(4, "cpD3DQuery")},
-    };
-    if (_bPlanar)
-    {
-        mapMessages["D3DCompile"][0] = "Failed to set pixel shader for conversion!";
-        mapMessages["CreatePixelShader"][0] = "DX11Converter::UpdatePixelShader: Unable to create pixel shader!";
-        mapMessages["CreateSamplerState"] = {"Sampler state is not available for frame conversion!"};
-    }
-    return mapMessages;
-}
-
 TEST_F(GpuKeyer, FailsOneFrameWholeAndKeysTheNext)
 {
     std::mt19937 random(4);
@@ -383,7 +353,6 @@ TEST_F(GpuKeyer, FailsOneFrameWholeAndKeysTheNext)
     for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_NV12})
     {
         const auto cpFrame = RandomFrame(fccType, 64, 0, &random);
-        const FAULT_MESSAGES mapMessages = MessagesOf(fccType == eZFCC_NV12, DX_GPUType(Gpu_Device()) == eGPU_Intel);
         const auto vecMask = Gpu_Pixels(MaskOf(Key(cpFrame.Get(), settings).Get()).Get());
         m_keyer.Close();
         const ULONG nRefs = RefsOf(Gpu_Device());
@@ -395,7 +364,7 @@ TEST_F(GpuKeyer, FailsOneFrameWholeAndKeysTheNext)
             ASSERT_EQ(m_keyer.DeviceInit(Gpu_Device()), S_OK);
             CZPtr<IZFFrame> cpRes;
             bFailed = faults.Try(
-                ++nCalls, E_FAIL, mapMessages, [&] { return m_keyer.Key(cpFrame.Get(), settings, cpRes.Put()); },
+                ++nCalls, E_FAIL, [&] { return m_keyer.Key(cpFrame.Get(), settings, cpRes.Put()); },
                 "GPUProcessorBase<class GPUChromaKey>::ProcessFrameExternal: Failed to ");
             EXPECT_EQ(!cpRes, bFailed);
             EXPECT_EQ(Gpu_Pixels(MaskOf(Key(cpFrame.Get(), settings).Get()).Get()), vecMask);
@@ -403,9 +372,9 @@ TEST_F(GpuKeyer, FailsOneFrameWholeAndKeysTheNext)
             Gpu_Context()->ClearState();
             EXPECT_EQ(RefsOf(Gpu_Device()), nRefs);
         }
-        for (const auto& [strMethod, vecMessages] : mapMessages)
-            nCalls -= static_cast<int>(vecMessages.size());
-        EXPECT_EQ(nCalls, 1) << "not all of them were made";
+        // Uploads to such an adapter take one texture more; of a planar picture only the mask comes back.
+        const int nStaged = DX_GPUType(Gpu_Device()) == eGPU_Intel ? 1 : 0;
+        EXPECT_EQ(nCalls - 1, nStaged + (fccType == eZFCC_NV12 ? 32 : 33));
     }
 }
 

@@ -89,7 +89,7 @@ TEST(Pipeline, TexturesHoldTheTopRowFirst)
     const std::vector<uint8_t> vecDown = Rows({0, 1, 2, 3, 4});
     EXPECT_EQ(Uploaded(Gpu_Props(eZFCC_RGB32, 1, 5), vecUp, false), vecDown);
     EXPECT_EQ(Uploaded(Gpu_Props(eZFCC_RGB32, 1, -5), vecDown, false), vecDown);
-    // the fields count from the picture's top row; the last row of an odd height is behind both
+    // the fields count from the picture's top row; the last row of an odd height comes after both
     EXPECT_EQ(Uploaded(Gpu_Props(eZFCC_RGB32, 1, 5), vecUp, true), Rows({0, 2, 1, 3, 4}));
     EXPECT_EQ(Uploaded(Gpu_Props(eZFCC_ARGB32, 1, -4), Rows({0, 1, 2, 3}), true), Rows({0, 2, 1, 3}));
 }

@@ -12,14 +12,14 @@ using namespace CKUtils;
 namespace
 {
 
-constexpr uint32_t c_fccHLS = eZFCC_None;
+constexpr uint32_t c_fccHLSBlocks = eZFCC_None;
 
 /// The class of a pixel by the table of regions, in its own words.
 int ClassOf(const uint8_t* _pb, uint32_t _fccType)
 {
     const bool bRGB = _fccType == eZFCC_RGB32;
     double adbl[3] = {_pb[2] / 255.0, _pb[1] / 255.0, _pb[0] / 255.0};
-    if (_fccType == c_fccHLS)
+    if (_fccType == c_fccHLSBlocks)
     {
         adbl[0] = _pb[0] / 256.0;
         adbl[2] = _pb[2] / 255.0;
@@ -28,7 +28,7 @@ int ClassOf(const uint8_t* _pb, uint32_t _fccType)
         return _v0 - _d0 <= adbl[0] && adbl[0] <= _v0 + _d0 && _v1 - _d1 <= adbl[1] && adbl[1] <= _v1 + _d1 &&
                _v2 - _d2 <= adbl[2] && adbl[2] <= _v2 + _d2;
     };
-    if (_fccType == c_fccHLS)
+    if (_fccType == c_fccHLSBlocks)
         return IsIn(0.34722, 0.08333, 0.5, 0.4, 0.6, 0.8) ? 1 : IsIn(0.63889, 0.06944, 0.5, 0.4, 0.6, 0.8) ? -1 : 0;
     if (bRGB)
         return IsIn(0.3, 0.3, 0.6, 0.3, 0.3, 0.3) ? 1 : IsIn(0.3, 0.3, 0.3, 0.3, 0.6, 0.3) ? -1 : 0;
@@ -56,7 +56,7 @@ int SignStepwise(const CGuardedPlane& _block, uint32_t _fccType, int _nThreshold
             const int nClass = ClassOf(pb, _fccType);
             if (nClass == 0 || (nBlockSign && nClass != nBlockSign))
                 return 0;
-            if (_nSign && _fccType != c_fccHLS && nClass != _nSign)
+            if (_nSign && _fccType != c_fccHLSBlocks && nClass != _nSign)
                 return 0;
             nBlockSign = nClass;
             if (Distance(pb, _block.Row(0)) > 4 * nMax || Distance(pb, pb - 4) > nMax)
@@ -98,7 +98,7 @@ TEST(BlockKeys, ShortcutsAgreeWithThePlainWalk)
     const auto Random = [&](int _nFrom, int _nTo) {
         return _nFrom + static_cast<int>(rng() % static_cast<unsigned>(_nTo - _nFrom + 1));
     };
-    const uint32_t arrTypes[] = {eZFCC_RGB32, eZFCC_UYVY, c_fccHLS};
+    const uint32_t arrTypes[] = {eZFCC_RGB32, eZFCC_UYVY, c_fccHLSBlocks};
     const uint8_t arrBases[][4] = {{60, 160, 60, 9},  {145, 150, 90, 9}, {160, 100, 90, 9}, {140, 110, 110, 9},
                                    {100, 124, 90, 9}, {90, 120, 150, 9}, {165, 120, 90, 9}, {150, 60, 60, 9}};
     int arrSeen[3] = {};

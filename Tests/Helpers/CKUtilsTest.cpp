@@ -260,7 +260,7 @@ TEST(KeyCalcRaw, SixteenIsTheLimit)
         calc.ToRaw(&raw, false);
         EXPECT_EQ(raw.nKeysUsed, 16);
         EXPECT_EQ(raw.arrKeys[15].nValue & 0xFF, nUsed == 10 ? 5u : 0u);
-        EXPECT_EQ(raw.nMinTransparent, 0) << "the field behind the keys";
+        EXPECT_EQ(raw.nMinTransparent, 0) << "the field after the keys";
     }
     CHROMA_KEY_RAW raw = {};
     calc.nMaxKeys = 2; // a set that holds more keys than are allowed counts as full

@@ -1,8 +1,8 @@
 #include "Host/TempFolder.h"
 
 #include "Base/ZHelpers.h"
-#include "Kit/Adapters.h"
-#include "Bench/BenchScene.h"
+#include "Kit/Tables.h"
+#include "Sample/KeyScene.h"
 #include "zkhost/Files/PictureFile.h"
 
 #include <algorithm>
@@ -185,7 +185,7 @@ TEST_F(CCommandTest, FailedJobsEndWithOneAndLeaveNothing)
          "folder exists"},
     };
     ExpectFailures(1, vecCases);
-    if (Adapters_List().empty())
+    if (Tables_Read(CZModule::Own(), eZTable_Adapters).empty())
     {
         EXPECT_EQ(Run("bench --gpu"), 1);
         ExpectLastLine("no GPU path");
@@ -283,12 +283,12 @@ TEST_F(CCommandTest, BenchMeasuresRightMasks)
     mask.Resize(320, 64, 1);
     for (int y = 0; y < 64; ++y)
         std::fill_n(mask.Row(y) + 160, 160, uint8_t{255});
-    BenchScene_Check(mask, 3);
+    KeyScene_Check(mask, 3);
     for (const auto& [nX, nValue] : {std::pair(300, 254), {20, 1}})
     {
         PICTURE wrong = mask;
         wrong.Row(63)[nX] = static_cast<uint8_t>(nValue);
-        EXPECT_NE(Host_FailureOf([&] { BenchScene_Check(wrong, 3); }).find("mask is wrong at"), std::string::npos);
+        EXPECT_NE(Host_FailureOf([&] { KeyScene_Check(wrong, 3); }).find("mask is wrong at"), std::string::npos);
     }
 }
 

@@ -57,8 +57,8 @@ TEST(ImgColor, FullColoursHaveTheLevelsOfTheStandards)
     }
 }
 
-/// The largest distance of a row's components from the colours that doubles give, within the levels of a byte.
-/// _fnExact: of a pixel, its components in the order of the bytes.
+// The largest distance of a row's components from the colours that doubles give, within the levels of a byte.
+// _fnExact: of a pixel, its components in the order of the bytes.
 template <class Fn>
 double WorstOf(const std::vector<uint8_t>& _vecFrom, const std::vector<uint8_t>& _vecTo, Fn&& _fnExact)
 {

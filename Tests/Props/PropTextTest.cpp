@@ -118,7 +118,7 @@ TEST(PropPairs, ReadsListsAndPointsAtMistakes)
         {"a=1 =2", "5: a name is missing before '='"},
         {"a=1 'b=2", "5: this quote is not closed"},
         {"a=\"", "3: this quote is not closed"},
-        {"a='1'b=2", "6: a blank, comma or semicolon is missing behind the closing quote"},
+        {"a='1'b=2", "6: a blank, comma or semicolon is missing after the closing quote"},
     };
     for (const auto& [pszText, strExpected] : arrCases)
         EXPECT_EQ(PairsText(pszText), strExpected) << pszText;

@@ -21,7 +21,7 @@ enum eZGuard
 {
     eZGuard_Fence,     ///< between fence bytes, which Intact() checks
     eZGuard_PageEnd,   ///< the last row ends at a page that faults when it is touched
-    eZGuard_PageStart, ///< the row lowest in memory begins behind a page that faults when it is touched
+    eZGuard_PageStart, ///< the row lowest in memory begins right after a page that faults when it is touched
 };
 
 /// A plane of pixels for tests, in which an access outside the rows is found out.
@@ -31,7 +31,7 @@ enum eZGuard
 class CGuardedPlane
 {
 public:
-    /// _nStride: bytes from row to row, at least _cbRow in magnitude; 0 = _cbRow. _nOffset: bytes behind a 64-byte
+    /// _nStride: bytes from row to row, at least _cbRow in magnitude; 0 = _cbRow. _nOffset: bytes past a 64-byte
     /// boundary where a plane between fences begins; the other placements follow from the page.
     CGuardedPlane(size_t _cbRow, int _nRows, ptrdiff_t _nStride = 0, eZGuard _eGuard = eZGuard_Fence,
                   size_t _nOffset = 0)

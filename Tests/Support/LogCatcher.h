@@ -4,6 +4,8 @@
 #include "Base/ZPtr.h"
 #include "Base/ZUnknown.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -29,12 +31,16 @@ public:
     size_t Count(const std::string& _strText, int _eLevel = 0) const
     {
         const std::lock_guard lock(m_cpSink->m_mtxLines);
-        size_t nCount = 0;
-        for (const auto& [eLevel, strLine] : m_cpSink->m_vecLines)
-            nCount += (_eLevel == 0 || eLevel == _eLevel) && strLine.find(_strText) != std::string::npos;
-        return nCount;
+        return m_cpSink->Count(_strText, _eLevel);
     }
-    /// All lines, each behind its level and a colon.
+    /// Whether a line with a text in it has come, or comes within the time in milliseconds.
+    bool Wait(const std::string& _strText, uint32_t _nMaxMs) const
+    {
+        std::unique_lock lock(m_cpSink->m_mtxLines);
+        return m_cpSink->m_cvLine.wait_for(lock, std::chrono::milliseconds(_nMaxMs),
+                                           [&] { return m_cpSink->Count(_strText, 0) > 0; });
+    }
+    /// All lines, each with its level and a colon in front.
     std::vector<std::string> Lines() const
     {
         const std::lock_guard lock(m_cpSink->m_mtxLines);
@@ -56,8 +62,17 @@ private:
         {
             const std::lock_guard lock(m_mtxLines);
             m_vecLines.emplace_back(_eLevel, _pszText);
+            m_cvLine.notify_all();
+        }
+        size_t Count(const std::string& _strText, int _eLevel) const
+        {
+            size_t nCount = 0;
+            for (const auto& [eLevel, strLine] : m_vecLines)
+                nCount += (_eLevel == 0 || eLevel == _eLevel) && strLine.find(_strText) != std::string::npos;
+            return nCount;
         }
         std::mutex m_mtxLines;
+        std::condition_variable m_cvLine;
         std::vector<std::pair<int32_t, std::string>> m_vecLines;
     };
 

@@ -38,7 +38,7 @@ using CASES = std::vector<BENCH_CASE>;
 
 void AddKeys(CASES& _cases)
 {
-    for (const eBenchScene eScene : {eBS_Screen, eBS_Random})
+    for (const eKeyScene eScene : {eKS_Screen, eKS_Random})
         for (const int nKeys : {1, 2, 4, 8, 16})
             _cases.push_back({.nKeys = nKeys,
                               .eScene = eScene,
@@ -78,7 +78,7 @@ void AddFormats(CASES& _cases)
             if (fccType == eZFCC_RGB32 && eType == eCKT_RGB)
                 continue; // among the key counts
             _cases.push_back(sample);
-            sample.eScene = eBS_Random;
+            sample.eScene = eKS_Random;
             if (bAsked)
                 _cases.push_back(sample);
         }
@@ -153,7 +153,7 @@ std::string KeyText(const BENCH_CASE& _case)
         strText += ZFormat(" smoothing %d", _case.nSmooth);
     if (_case.bClean)
         strText += " colour cancel";
-    return strText + ZFormat(" threads %d", _case.nThreads) + (_case.eScene == eBS_Random ? " random" : "");
+    return strText + ZFormat(" threads %d", _case.nThreads) + (_case.eScene == eKS_Random ? " random" : "");
 }
 
 } // namespace

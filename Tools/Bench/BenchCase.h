@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Bench/BenchScene.h"
+#include "Sample/KeyScene.h"
 
 #include <cstdint>
 #include <string>
@@ -45,7 +45,7 @@ struct BENCH_CASE
     int nThreads = 1;
     int nWidth = 1920;
     int nHeight = 1080;
-    eBenchScene eScene = eBS_Screen;
+    eKeyScene eScene = eKS_Screen;
     int nExclude = 0;    ///< the last keys of the set that are exclusion keys
     int nSmooth = 0;     ///< passes of edge smoothing
     bool bClean = false; ///< with colour cancel, which the backdrop half of the screen needs

@@ -1,10 +1,10 @@
 #include "Bench/BenchPlain.h"
+#include "Bench/BenchStream.h"
 #include "Bench/BenchSubject.h"
+#include "Bench/BenchTimes.h"
 #include "Bench/FFmpeg.h"
 #include "Bench/LibYuv.h"
-#include "Bench/BenchStream.h"
-#include "Bench/BenchTimes.h"
-#include "Kit/HostLog.h"
+#include "zkhost/Files/StandardError.h"
 
 #include "Base/ZCpu.h"
 
@@ -25,15 +25,16 @@ namespace
 /// Making frames takes longer than measuring them: the last ring, and a streaming pass for each size, are kept.
 const BENCH_RING& RingOf(const BENCH_CASE& _case)
 {
-    using WHAT = std::tuple<int, int, int, eBenchScene, uint32_t>;
+    using WHAT = std::tuple<int, int, int, eKeyScene, uint32_t>;
     static WHAT s_what;
     static BENCH_RING s_ring;
-    const int nWidth = std::max(_case.nWidth, c_nBenchMinSide), nHeight = std::max(_case.nHeight, c_nBenchMinSide);
+    const int nWidth = std::max(_case.nWidth, c_nKeySceneMinSide),
+              nHeight = std::max(_case.nHeight, c_nKeySceneMinSide);
     const WHAT what(nWidth, nHeight, _case.nKeys, _case.eScene, _case.fccType);
     if (what != s_what)
     {
         s_ring = {};
-        s_ring = BenchScene_Ring(BenchScene_Picture(nWidth, nHeight, _case.nKeys, _case.eScene), _case.fccType);
+        s_ring = BenchRing_OfScene(KeyScene_Picture(nWidth, nHeight, _case.nKeys, _case.eScene), _case.fccType);
         s_what = what;
     }
     return s_ring;
@@ -110,7 +111,7 @@ void Measure(benchmark::State& _state, const BENCH_CASE& _case)
 void MeasureFFmpeg(benchmark::State& _state, const BENCH_CASE& _case)
 {
     const BENCH_RING& ring = RingOf(_case);
-    const std::vector<uint8_t> arrPixels = BenchScene_Picture(_case.nWidth, _case.nHeight, 1).vecPixels;
+    const std::vector<uint8_t> arrPixels = KeyScene_Picture(_case.nWidth, _case.nHeight, 1).vecPixels;
     const auto upEngine = BenchSubject_MakeReference(_case, ring);
     CZBenchStream& stream = StreamOf(_case);
     CZBenchTimes timesEngine, timesStream;
@@ -157,7 +158,7 @@ bool IsPossible(const BENCH_CASE& _case)
 
 int main(int _nArgs, char** _ppszArgs)
 {
-    HostLog_SetLevel(eZLog_Warning);
+    StandardError_LogSet(eZLog_Warning);
     benchmark::Initialize(&_nArgs, _ppszArgs);
     if (benchmark::ReportUnrecognizedArguments(_nArgs, _ppszArgs))
         return 2;

@@ -58,7 +58,7 @@ private:
     CHART m_chart;
 };
 
-BENCH_CASE Case(int _nKeys, int _nThreads, eBenchScene _eScene = eBS_Screen)
+BENCH_CASE Case(int _nKeys, int _nThreads, eKeyScene _eScene = eKS_Screen)
 {
     return {.nKeys = _nKeys, .nThreads = _nThreads, .eScene = _eScene};
 }
@@ -82,7 +82,7 @@ CHART OverKeys(const CBenchResults& _results, eSIMD_Level _eBest)
         maker.Line(ZCpu_LevelName(eLevel), [&](size_t _nTick) { return PLACE{Case(c_arrKeys[_nTick], 1), eLevel}; });
     const std::string strBest = ZCpu_LevelName(_eBest);
     maker.Line(strBest + ", random pixels", [&](size_t _nTick) {
-        return PLACE{Case(c_arrKeys[_nTick], 1, eBS_Random), _eBest};
+        return PLACE{Case(c_arrKeys[_nTick], 1, eKS_Random), _eBest};
     });
     maker.Line(strBest + ", two threads", [&](size_t _nTick) { return PLACE{Case(c_arrKeys[_nTick], 2), _eBest}; });
     return maker.Chart();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Bench/BenchCase.h"
+
 #include "Base/ZCpu.h"
 
 #include <map>

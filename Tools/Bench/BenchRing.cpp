@@ -1,6 +1,7 @@
 #include "Bench/BenchRing.h"
 
 #include "Kit/HostError.h"
+#include "Sample/KeyScene.h"
 #include "zkhost/Files/Stream.h"
 
 #include "Base/ZHelpers.h"
@@ -29,4 +30,14 @@ uint8_t* BenchRing_Bytes(IZFFrame* _pFrame)
 {
     ZF_VID_PTR vidPtr = {};
     return SUCCEEDED(_pFrame->VideoPtrGet(eZFP_Write, &vidPtr)) ? Img_RowOf(vidPtr, 0, 0) : nullptr;
+}
+
+BENCH_RING BenchRing_OfScene(const PICTURE& _picture, uint32_t _fccType)
+{
+    BENCH_RING ring;
+    ring[0] = KeyScene_Frame(_picture, _fccType);
+    for (size_t i = 1; i < ring.size(); ++i)
+        if (const HRESULT hr = ZQuery<IZFFrame2>(ring[0])->FrameClone(eZFC_OwnPicture, ring[i].Put()); FAILED(hr))
+            throw CZHostError(ZFormat("no memory for %d frames (hr=%08X); measure a smaller size", ring.size(), hr));
+    return ring;
 }

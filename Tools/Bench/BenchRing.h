@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zkhost/Files/Picture.h"
+
 #include "Base/ZPtr.h"
 #include "Interfaces/IZFFrame.h"
 
@@ -16,3 +18,5 @@ using BENCH_RING = std::array<CZPtr<IZFFrame>, c_nBenchRing>;
 BENCH_RING BenchRing_Make(uint32_t _fccType, int _nWidth, int _nHeight);
 /// The first byte of a frame made by BenchRing_Make.
 uint8_t* BenchRing_Bytes(IZFFrame* _pFrame);
+/// Frames of a picture (Sample/KeyScene.h) in a pixel format, each with pixels of its own. Throws CZHostError.
+BENCH_RING BenchRing_OfScene(const PICTURE& _picture, uint32_t _fccType);

@@ -16,5 +16,5 @@ private:
     BENCH_RING m_ringMasks;
     size_t m_nPixels;
     size_t m_nNext = 0;
-    volatile uint8_t m_nSink = 0; // somebody looks at the result
+    volatile uint8_t m_nSink = 0; // keeps the compiler from leaving the pass out
 };

@@ -2,6 +2,7 @@
 
 #include "Bench/LibYuv.h"
 #include "Kit/Keyer.h"
+#include "Kit/Result.h"
 
 #include "Base/ZHelpers.h"
 #include "Video/ZConverter.h"
@@ -19,9 +20,9 @@ struct RING_PLANES
 {
     explicit RING_PLANES(const BENCH_RING& _ring)
     {
-        CZKeyer::Check(_ring[0]->VideoPropsGet(&vidProps), "looking at a frame");
+        Result_Check(_ring[0]->VideoPropsGet(&vidProps), "looking at a frame");
         for (size_t i = 0; i < _ring.size(); ++i)
-            CZKeyer::Check(_ring[i]->VideoPtrGet(eZFP_Flip, &arrPtr[i]), "reading a frame");
+            Result_Check(_ring[i]->VideoPtrGet(eZFP_Flip, &arrPtr[i]), "reading a frame");
     }
     size_t Next()
     {
@@ -59,9 +60,9 @@ public:
 private:
     void Key(size_t _nFrame)
     {
-        CZKeyer::Check(m_engine.ProcessFrame(&m_planes.arrPtr[_nFrame], BenchRing_Bytes(m_ringMasks[_nFrame].Get()),
-                                             &m_planes.vidProps, &m_rawKey),
-                       "keying a frame");
+        Result_Check(m_engine.ProcessFrame(&m_planes.arrPtr[_nFrame], BenchRing_Bytes(m_ringMasks[_nFrame].Get()),
+                                           &m_planes.vidProps, &m_rawKey),
+                     "keying a frame");
     }
     RING_PLANES m_planes;
     CHROMA_KEY_RAW m_rawKey;
@@ -80,7 +81,7 @@ public:
         m_keyer.OptionSet("gpu_mode", "0");
         m_keyer.OptionSet("process.threads", std::to_string(_case.nThreads));
         CHROMA_KEY_RAW rawKey = BenchSubject_Keys(_case, _ring);
-        CZKeyer::Check(m_keyer.Key()->KeyRawSet(&rawKey, nullptr), "setting the keys");
+        Result_Check(m_keyer.Key()->KeyRawSet(&rawKey, nullptr), "setting the keys");
     }
     void Next() override
     {
@@ -117,7 +118,7 @@ public:
     void Next() override
     {
         const size_t nFrame = m_planes.Next();
-        CZKeyer::Check(
+        Result_Check(
             m_pfnConvert(m_planes.vidProps, m_planes.arrPtr[nFrame], m_results.vidProps, m_results.arrPtr[nFrame]),
             "converting a frame");
     }
@@ -134,8 +135,8 @@ private:
 CHROMA_KEY_RAW BenchSubject_Keys(const BENCH_CASE& _case, const BENCH_RING& _ring)
 {
     ZF_VID_PROPS vidProps = {};
-    CZKeyer::Check(_ring[0]->VideoPropsGet(&vidProps), "looking at a frame");
-    CHROMA_KEY_RAW rawKey = BenchScene_Keys(vidProps, _case.eType, _case.nKeys);
+    Result_Check(_ring[0]->VideoPropsGet(&vidProps), "looking at a frame");
+    CHROMA_KEY_RAW rawKey = KeyScene_Keys(vidProps, _case.eType, _case.nKeys);
     rawKey.nEdgesSmooth = _case.nSmooth;
     rawKey.bColorCancel = _case.bClean;
     for (int i = 0; _case.bClean && i < _case.nKeys; ++i)

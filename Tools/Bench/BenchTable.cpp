@@ -95,14 +95,14 @@ std::string BenchTable_Keys(const CBenchResults& _results)
         const char* pszName;
         eSIMD_Level eLevel;
         int nThreads;
-        eBenchScene eScene;
+        eKeyScene eScene;
     };
-    constexpr COLUMN c_arrColumns[] = {{"none", eSIMD_None, 1, eBS_Screen},
-                                       {"avx2", eSIMD_AVX2, 1, eBS_Screen},
-                                       {"avx2, random", eSIMD_AVX2, 1, eBS_Random},
-                                       {"avx512", eSIMD_AVX512, 1, eBS_Screen},
-                                       {"avx512, random", eSIMD_AVX512, 1, eBS_Random},
-                                       {"avx512, 2 threads", eSIMD_AVX512, 2, eBS_Screen}};
+    constexpr COLUMN c_arrColumns[] = {{"none", eSIMD_None, 1, eKS_Screen},
+                                       {"avx2", eSIMD_AVX2, 1, eKS_Screen},
+                                       {"avx2, random", eSIMD_AVX2, 1, eKS_Random},
+                                       {"avx512", eSIMD_AVX512, 1, eKS_Screen},
+                                       {"avx512, random", eSIMD_AVX512, 1, eKS_Random},
+                                       {"avx512, 2 threads", eSIMD_AVX512, 2, eKS_Screen}};
     std::string strHead = "| keys |", strRule = "|---|", strRows;
     for (const COLUMN& column : c_arrColumns)
     {

@@ -8,7 +8,7 @@
 class CZBenchTimes
 {
 public:
-    /// Calls and answers the seconds by the clock on the wall.
+    /// Calls, and returns the seconds of real time that it took.
     template <class Call> double Run(Call&& _call)
     {
         const auto timeBegin = std::chrono::steady_clock::now();
@@ -20,7 +20,7 @@ public:
     {
         return m_arrSeconds.size();
     }
-    /// The lowest decile, so that what other programs do to the machine counts little. After a call at least.
+    /// The lowest decile, so that what other programs do to the machine counts little. Needs one call at least.
     double Typical()
     {
         const auto itDecile = m_arrSeconds.begin() + static_cast<ptrdiff_t>(m_arrSeconds.size() / 10);

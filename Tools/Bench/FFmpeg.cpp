@@ -1,13 +1,13 @@
 #include "Bench/FFmpeg.h"
 
 #include "Kit/HostError.h"
+#include "Kit/Process.h"
+#include "Sample/KeyScene.h"
 
 #include "Base/ZLog.h"
 #include "Image/ImgColor.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -29,7 +29,7 @@ public:
         : m_path((fs::is_directory("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path()) /
                  ("zck_bench_" + std::to_string(reinterpret_cast<uintptr_t>(this)) + ".raw"))
     {
-        const PICTURE picture = BenchScene_Picture(_case.nWidth, _case.nHeight, 1);
+        const PICTURE picture = KeyScene_Picture(_case.nWidth, _case.nHeight, 1);
         const std::vector<uint8_t> vecFrame =
             _case.pszPixelFormat == std::string_view("bgra") ? picture.vecPixels : PlanarOf(picture);
         std::ofstream file(m_path, std::ios::binary);
@@ -65,21 +65,7 @@ private:
     fs::path m_path;
 };
 
-/// Runs a command and answers what it says.
-std::string Run(const std::string& _strCommand, int* _pnExit)
-{
-    std::string strText;
-    std::FILE* const pPipe = popen((_strCommand + " 2>&1").c_str(), "r"); // NOLINT(cert-env33-c)
-    if (!pPipe)
-        throw CZHostError("cannot run " + _strCommand);
-    std::array<char, 4096> arrBytes;
-    while (const size_t cbRead = std::fread(arrBytes.data(), 1, arrBytes.size(), pPipe))
-        strText.append(arrBytes.data(), cbRead);
-    *_pnExit = pclose(pPipe);
-    return strText;
-}
-
-double NumberBehind(const std::string& _strText, const char* _pszWord)
+double NumberAfter(const std::string& _strText, const char* _pszWord)
 {
     const size_t nAt = _strText.rfind(_pszWord);
     return nAt == std::string::npos ? -1 : std::atof(_strText.c_str() + nAt + std::string_view(_pszWord).size());
@@ -93,9 +79,9 @@ double RunSeconds(const BENCH_CASE& _case, const std::string& _strFile, const ch
                 "-stream_loop %d -i '%s' -filter_threads 1 -vf '%hs' -f null -",
                 _case.pszPixelFormat, _case.nWidth, _case.nHeight, c_nFrames - 1, _strFile, _pszFilter);
     int nExit = 0;
-    const std::string strText = Run(strCommand, &nExit);
-    const double dblUser = NumberBehind(strText, "utime="), dblSystem = NumberBehind(strText, "stime=");
-    if (nExit != 0 || dblUser < 0 || dblSystem < 0 || NumberBehind(strText, "frame=") != c_nFrames)
+    const std::string strText = Process_Run(strCommand, &nExit);
+    const double dblUser = NumberAfter(strText, "utime="), dblSystem = NumberAfter(strText, "stime=");
+    if (nExit != 0 || dblUser < 0 || dblSystem < 0 || NumberAfter(strText, "frame=") != c_nFrames)
         throw CZHostError(ZFormat("%s\nfailed:\n%s", strCommand, strText));
     return dblUser + dblSystem;
 }
@@ -105,7 +91,7 @@ double RunSeconds(const BENCH_CASE& _case, const std::string& _strFile, const ch
 bool FFmpeg_IsThere()
 {
     int nExit = 0;
-    Run("ffmpeg -version", &nExit);
+    Process_Run("ffmpeg -version", &nExit);
     return nExit == 0;
 }
 

@@ -1,16 +1,14 @@
 #include "Soak/Soaker.h"
 
-#include "Bench/BenchScene.h"
 #include "Kit/HostError.h"
+#include "Kit/Result.h"
+#include "Kit/Tables.h"
+#include "Sample/KeyScene.h"
 #include "zkhost/Files/OutFile.h"
 
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
 #include "Base/ZPixelNames.h"
-#include "ZChromaKey/Engine1/CancelPlane.h"
-#include "ZChromaKey/Objects/CoZChromaKey.h"
-#include "ZChromaKey/Keys/KeyAdjust.h"
-#include "ZChromaKey/Engine1/KeyPlan.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -18,8 +16,6 @@
 namespace
 {
 
-/// How often a frame that finds the one before still being keyed is handed in again; each try waits a second.
-constexpr int c_nMaxTries = 60;
 constexpr int c_nSceneKeys = 4;
 constexpr size_t c_nMostFrames = 40; // pictures: more than a pool keeps, and than are under way at a time
 
@@ -59,14 +55,15 @@ std::string Difference(const PICTURE& _a, const PICTURE& _b, bool _bSizesOnly)
 
 } // namespace
 
-CZSoaker::CZSoaker(uint64_t _nSeed, int _nThreadsMax, bool _bGPU)
+CZSoaker::CZSoaker(uint64_t _nSeed, int _nThreadsMax, bool _bGPU, CZModule& _modulePlain)
     : m_random(_nSeed)
     , m_nThreadsMax(_nThreadsMax)
     , m_bGPU(_bGPU)
+    , m_vecAdjusts(Tables_Read(CZModule::Own(), eZTable_Adjusts))
+    , m_keyerPlain(_modulePlain)
 {
     SourcesMake();
     ObjectMake();
-    CZKeyer::Check(CCoZChromaKey::Create(IID_IZChromaKey, m_cpPlain.PutVoid()), "making an object to compare with");
 }
 
 int CZSoaker::Pick(int _nFrom, int _nTo)
@@ -90,9 +87,9 @@ void CZSoaker::SourcesMake()
     const auto cpPool = CZFramePool::Create();
     const auto fnAdd = [&](uint32_t _fccType, const SOAK_SIZE& _size) {
         const PICTURE picture =
-            BenchScene_Picture(_size.nWidth, _size.nHeight, c_nSceneKeys, OneIn(3) ? eBS_Random : eBS_Screen);
+            KeyScene_Picture(_size.nWidth, _size.nHeight, c_nSceneKeys, OneIn(3) ? eKS_Random : eKS_Screen);
         m_vecSources.push_back({ZFormat("%dx%d %s", _size.nWidth, _size.nHeight, FCC_Name(_fccType)),
-                                ZQuery<IZFFrame2>(BenchScene_Frame(picture, _fccType, cpPool.Get()))});
+                                ZQuery<IZFFrame2>(KeyScene_Frame(picture, _fccType, cpPool.Get()))});
     };
     for (size_t i = 0; i < std::size(c_arrFormats); ++i)
     {
@@ -106,8 +103,9 @@ void CZSoaker::SourcesMake()
 void CZSoaker::ObjectMake()
 {
     m_cpProcess.Reset();
-    m_upKeyer.reset(); // first: it takes the module's log along
+    m_upKeyer.reset(); // before the next one is made, as memory is counted
     m_upKeyer = std::make_unique<CZKeyer>();
+    m_upKeyer->OnWait(OutFile_CheckInterrupt);
     m_bPictureIn = false;
     m_cpProcess = ZQuery<IZFProcess>(m_upKeyer->Key());
     Set("gpu_mode", m_bGPU ? "-1" : "0");
@@ -125,8 +123,8 @@ void CZSoaker::Fill()
 {
     std::vector<CZPtr<IZFFrame>> vecFrames(c_nMostFrames);
     for (CZPtr<IZFFrame>& cpFrame : vecFrames)
-        CZKeyer::Check(m_vecSources[0].cpFrame->FrameConvert(eZFC_Converted, eZFCC_ARGB32, cpFrame.Put()),
-                       "making frames to be kept");
+        Result_Check(m_vecSources[0].cpFrame->FrameConvert(eZFC_Converted, eZFCC_ARGB32, cpFrame.Put()),
+                     "making frames to be kept");
     vecFrames.clear();
     Set("output.argb", "true");
     for (const SOURCE& source : m_vecSources)
@@ -159,18 +157,21 @@ void CZSoaker::Check()
     CZPtr<IZFFrame> cpResult = Receive(m_cpFrame.Get());
     if (!cpResult)
         cpResult = Receive(nullptr);
-    const auto cpPersist = ZQuery<IZFPersist>(m_cpPlain);
-    CZKeyer::Check(cpPersist->PersistLoad(ZText_ToWide(m_upKeyer->Document()).c_str()), "loading keys to compare with");
-    CZKeyer::Check(ZQuery<IZProps>(m_cpPlain)->PropsSet(L"output.thread", L"false"), "setting output.thread");
-    CZKeyer::Check(ZQuery<IZProps>(m_cpPlain)->PropsSet(L"gpu_mode", L"0"), "setting gpu_mode");
-    CZPtr<IZFFrame> cpExpected;
-    CZKeyer::Check(ZQuery<IZFProcess>(m_cpPlain)->OnMediaReceive(m_cpFrame.Get(), cpExpected.Put()),
-                   "keying a frame to compare with");
+    m_keyerPlain.LoadDocument(m_upKeyer->Document());
+    const CZPtr<IZFFrame> cpExpected = KeyPlain();
     if (!cpResult || !cpExpected)
         throw CZHostError(ZFormat("frame %d (%s) did not come back", m_counts.nFrames, m_pSource->strName));
     Compare(cpResult.Get(), cpExpected.Get());
     ++m_counts.nChecks;
-    m_counts.nCleaned += IsCleaned(cpResult.Get());
+    m_counts.nCleaned += IsCleaned(cpExpected.Get());
+}
+
+/// Keys the frame with the plain copy, whose keys and options have just been loaded.
+CZPtr<IZFFrame> CZSoaker::KeyPlain()
+{
+    m_keyerPlain.OptionSet("output.thread", "false");
+    m_keyerPlain.OptionSet("gpu_mode", "0");
+    return m_keyerPlain.Push(m_cpFrame.Get());
 }
 
 void CZSoaker::Compare(IZFFrame* _pResult, IZFFrame* _pExpected) const
@@ -202,7 +203,7 @@ void CZSoaker::Change()
     if (OneIn(64))
         SaveAndLoad();
     if (OneIn(64))
-        CZKeyer::Check(m_cpProcess->OnMediaFlush(), "flushing");
+        Result_Check(m_cpProcess->OnMediaFlush(), "flushing");
     if (!m_cpFrame || !OneIn(16)) // now and then the same frame once more
     {
         m_pSource = &SourceAny();
@@ -212,7 +213,7 @@ void CZSoaker::Change()
 
 void CZSoaker::FrameNext()
 {
-    CZKeyer::Check(m_pSource->cpFrame->FrameClone(eZFC_SharePicture, m_cpFrame.Put()), "cloning a frame");
+    Result_Check(m_pSource->cpFrame->FrameClone(eZFC_SharePicture, m_cpFrame.Put()), "cloning a frame");
 }
 
 void CZSoaker::OptionChange()
@@ -235,8 +236,8 @@ void CZSoaker::OptionChange()
 void CZSoaker::KeysChange()
 {
     ZF_VID_PROPS vidProps = {};
-    CZKeyer::Check(SourceAny().cpFrame->VideoPropsGet(&vidProps), "looking at a frame");
-    CHROMA_KEY_RAW keys = BenchScene_Keys(vidProps, BenchScene_Type(vidProps.fccType), Pick(1, c_nSceneKeys));
+    Result_Check(SourceAny().cpFrame->VideoPropsGet(&vidProps), "looking at a frame");
+    CHROMA_KEY_RAW keys = KeyScene_Keys(vidProps, KeyScene_Type(vidProps.fccType), Pick(1, c_nSceneKeys));
     if (OneIn(2))
     {
         keys.eType = OneIn(16) ? Pick(eCKT_Alpha, eCKT_Auto) : Pick(eCKT_RGB, eCKT_YUV);
@@ -264,7 +265,7 @@ void CZSoaker::KeysChange()
     keys.nInterlacedVideo = OneIn(8);
     keys.nInverseKey = OneIn(8);
     const CK_ADJUST adjust = AdjustAny();
-    CZKeyer::Check(m_upKeyer->Key()->KeyRawSet(&keys, OneIn(4) ? nullptr : &adjust), "setting the keys");
+    Result_Check(m_upKeyer->Key()->KeyRawSet(&keys, OneIn(4) ? nullptr : &adjust), "setting the keys");
     ++m_counts.nEdits;
 }
 
@@ -274,27 +275,38 @@ CK_ADJUST CZSoaker::AdjustAny()
     CK_ADJUST adjust = {};
     if (OneIn(2))
         return adjust;
-    for (const CK_ADJUST_INFO& info : KeyAdjust_Table())
-        if (double* const pdblField = KeyAdjust_Field(&adjust, info.eAdjust); pdblField && OneIn(4))
-            *pdblField = AdjustValue(info);
+    IZChromaKey* const pKey = m_upKeyer->Key();
+    for (size_t i = eCKA_KeyType + 1; i < m_vecAdjusts.size(); ++i)
+        Result_Check(pKey->KeyAdjustSet(static_cast<eCK_Adjust>(i), OneIn(4) ? AdjustValue(i) : 0),
+                     ZFormat("adjusting %hs", m_vecAdjusts[i].pszName));
+    Result_Check(pKey->KeyRawGet(nullptr, &adjust), "looking at the adjustments");
     return adjust;
 }
 
-double CZSoaker::AdjustValue(const CK_ADJUST_INFO& _info)
+double CZSoaker::AdjustValue(size_t _nAdjust)
 {
-    return _info.dblMin + (_info.dblMax - _info.dblMin) * Pick(0, 8) / 8;
+    const ZTABLE_ROW& row = m_vecAdjusts[_nAdjust];
+    return row.dblLeast + (row.dblMost - row.dblLeast) * Pick(0, 8) / 8;
 }
 
-/// Whether the colours of a result have been cleaned.
-bool CZSoaker::IsCleaned(IZFFrame* _pResult) const
+/// Whether the colours of a result of the plain copy have been cleaned: keyed without colour cancel it is another one.
+bool CZSoaker::IsCleaned(IZFFrame* _pResult)
 {
     CHROMA_KEY_RAW key = {};
     CK_ADJUST adjust = {};
-    ZF_VID_PROPS vidProps = {};
-    CZKeyer::Check(m_upKeyer->Key()->KeyRawGet(&key, &adjust), "looking at the keys");
-    CZKeyer::Check(_pResult->VideoPropsGet(&vidProps), "looking at a result");
-    return key.eType >= eCKT_RGB && key.eType <= eCKT_YUV && CancelPlane_IsKnown(vidProps.fccType) &&
-           KeyPlan_HasColorCancel(KeyAdjust_Apply(key, adjust));
+    Result_Check(m_keyerPlain.Key()->KeyRawGet(&key, &adjust), "looking at the keys");
+    if (!key.bColorCancel && adjust.dblColors == 0)
+        return false;
+    key.bColorCancel = 0;
+    adjust.dblColors = 0;
+    Result_Check(m_keyerPlain.Key()->KeyRawSet(&key, &adjust), "setting the keys without colour cancel");
+    const CZPtr<IZFFrame> cpUncleaned = KeyPlain();
+    if (!cpUncleaned)
+        throw CZHostError(ZFormat("frame %d (%s) did not come back", m_counts.nFrames, m_pSource->strName));
+    PICTURE picture, uncleaned;
+    Picture_FromFrame(_pResult, picture);
+    Picture_FromFrame(cpUncleaned.Get(), uncleaned);
+    return picture.vecPixels != uncleaned.vecPixels;
 }
 
 void CZSoaker::KeysEdit()
@@ -302,42 +314,45 @@ void CZSoaker::KeysEdit()
     IZChromaKey* const pKey = m_upKeyer->Key();
     const SOURCE& source = SourceAny();
     ZF_VID_PROPS vidProps = {};
-    CZKeyer::Check(source.cpFrame->VideoPropsGet(&vidProps), "looking at a frame");
-    CZKeyer::Check(pKey->KeyFrameSet(source.cpFrame.Get(), nullptr), "setting the frame to edit on");
+    Result_Check(source.cpFrame->VideoPropsGet(&vidProps), "looking at a frame");
+    Result_Check(pKey->KeyFrameSet(source.cpFrame.Get(), nullptr), "setting the frame to edit on");
     const int nX = Pick(0, vidProps.nWidth - 1), nY = Pick(0, std::abs(vidProps.nHeight) - 1);
-    const auto& adjust = KeyAdjust_Table()[static_cast<size_t>(Pick(1, eCKA_Colors_Alpha))];
-    CZKeyer::Check(pKey->KeyAddPoint(nX, nY), ZFormat("picking %d,%d", nX, nY));
-    CZKeyer::Check(pKey->KeyExcludePoint(vidProps.nWidth - 1, nY), "excluding a point");
-    CZKeyer::Check(pKey->KeyAddRect(0, 0, 16, 16), "adding a rectangle");
-    CZKeyer::Check(pKey->KeyAdjustSet(adjust.eAdjust, AdjustValue(adjust)), ZFormat("adjusting %s", adjust.pszName));
-    CZKeyer::Check(pKey->KeyStepBack(Pick(0, 4)), "stepping back");
-    CZKeyer::Check(pKey->KeyStepFwd(Pick(0, 2)), "stepping forward");
+    const auto nAdjust = static_cast<size_t>(Pick(1, static_cast<int>(m_vecAdjusts.size()) - 1));
+    Result_Check(pKey->KeyAddPoint(nX, nY), ZFormat("picking %d,%d", nX, nY));
+    Result_Check(pKey->KeyExcludePoint(vidProps.nWidth - 1, nY), "excluding a point");
+    Result_Check(pKey->KeyAddRect(0, 0, 16, 16), "adding a rectangle");
+    Result_Check(pKey->KeyAdjustSet(static_cast<eCK_Adjust>(nAdjust), AdjustValue(nAdjust)),
+                 ZFormat("adjusting %hs", m_vecAdjusts[nAdjust].pszName));
+    Result_Check(pKey->KeyStepBack(Pick(0, 4)), "stepping back");
+    Result_Check(pKey->KeyStepFwd(Pick(0, 2)), "stepping forward");
     m_counts.nEdits += 6;
 }
 
 void CZSoaker::Detect()
 {
-    CZKeyer::Check(m_upKeyer->Key()->KeyDetect(nullptr), "detecting");
+    Result_Check(m_upKeyer->Key()->KeyDetect(nullptr), "detecting");
     ++m_counts.nEdits;
 }
 
 void CZSoaker::SaveAndLoad()
 {
-    const auto cpPersist = ZQuery<IZFPersist>(m_upKeyer->Key());
-    CZKeyer::Check(cpPersist->PersistLoad(ZText_ToWide(m_upKeyer->Document()).c_str()), "loading what was saved");
+    m_upKeyer->LoadDocument(m_upKeyer->Document());
     ++m_counts.nDocuments;
 }
 
 CZPtr<IZFFrame> CZSoaker::Receive(IZFFrame* _pFrameOrNull)
 {
+    OutFile_CheckInterrupt();
     CZPtr<IZFFrame> cpResult;
-    HRESULT hr = Z_E_TIMEOUT;
-    for (int i = 0; hr == Z_E_TIMEOUT && i < c_nMaxTries; ++i)
+    try
     {
-        OutFile_CheckInterrupt();
-        hr = m_cpProcess->OnMediaReceive(_pFrameOrNull, cpResult.Put());
+        cpResult = m_upKeyer->Push(_pFrameOrNull);
     }
-    CZKeyer::Check(hr, ZFormat("keying frame %d (%s)", m_counts.nFrames, m_pSource ? m_pSource->strName : ""));
+    catch (const CZHostError& error)
+    {
+        throw CZHostError(
+            ZFormat("at frame %d (%s): %hs", m_counts.nFrames, m_pSource ? m_pSource->strName : "", error.what()));
+    }
     m_counts.nFrames += _pFrameOrNull != nullptr;
     m_bPictureIn |= _pFrameOrNull != nullptr;
     m_counts.nResults += static_cast<bool>(cpResult);

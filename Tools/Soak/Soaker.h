@@ -1,11 +1,11 @@
 #pragma once
 
 #include "Kit/Keyer.h"
+#include "Kit/Tables.h"
 
 #include "Base/ZPtr.h"
 #include "Interfaces/IZChromaKey.h"
 #include "Interfaces/IZFFrame.h"
-#include "ZChromaKey/Keys/KeyAdjust.h"
 
 #include <memory>
 #include <random>
@@ -39,14 +39,15 @@ struct SOAK_COUNTS
 /// Keys frames through the plug-in module and changes something at random all the time: sizes, formats, key sets,
 /// options, threads, objects. The same seed makes the same changes.
 ///
-/// The result of a frame can be held against an object of this program's own, which has to run on plain C++ code:
-/// ZCpu_Cap is the caller's. Every method throws CZHostError when something is off.
+/// The result of a frame can be held against that of a copy of the module that runs on plain C++ code. Every method
+/// throws CZHostError when something is off.
 class CZSoaker
 {
 public:
     /// _nThreadsMax: the most threads that key a frame, 1 to 16. _bGPU: the GPU keys what it takes; of the results only
-    /// the sizes are held against the plain path then, which measures otherwise.
-    CZSoaker(uint64_t _nSeed, int _nThreadsMax, bool _bGPU);
+    /// the sizes are held against the plain path then, which measures otherwise. _modulePlain: see CZPlainModule; it
+    /// has to outlive this object.
+    CZSoaker(uint64_t _nSeed, int _nThreadsMax, bool _bGPU, CZModule& _modulePlain);
 
     /// Takes as much memory as a run can come to: all that frames are kept for, and all threads; and keys each source.
     void Fill();
@@ -76,8 +77,9 @@ private:
     void OptionChange();
     void KeysChange();
     CK_ADJUST AdjustAny();
-    double AdjustValue(const CK_ADJUST_INFO& _info);
-    bool IsCleaned(IZFFrame* _pResult) const;
+    double AdjustValue(size_t _nAdjust);
+    bool IsCleaned(IZFFrame* _pResult);
+    CZPtr<IZFFrame> KeyPlain();
     void KeysEdit();
     void Detect();
     void SaveAndLoad();
@@ -89,12 +91,13 @@ private:
     std::mt19937_64 m_random;
     int m_nThreadsMax;
     bool m_bGPU;
+    std::vector<ZTABLE_ROW> m_vecAdjusts; ///< at the index of their eCK_Adjust
     std::vector<SOURCE> m_vecSources;
     const SOURCE* m_pSource = nullptr; ///< of the frame under way
     CZPtr<IZFFrame> m_cpFrame;         ///< as it is handed in: another one each time, on the source's pixels
     bool m_bPictureIn = false;         ///< the object has a picture to take keys from
     std::unique_ptr<CZKeyer> m_upKeyer;
     CZPtr<IZFProcess> m_cpProcess;
-    CZPtr<IZChromaKey> m_cpPlain; ///< the object that results are held against
+    CZKeyer m_keyerPlain; ///< the object that results are held against
     SOAK_COUNTS m_counts;
 };

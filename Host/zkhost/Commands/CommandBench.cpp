@@ -1,14 +1,16 @@
 #include "zkhost/Commands/Commands.h"
 
-#include "Kit/Adapters.h"
-#include "Bench/BenchScene.h"
 #include "Bench/BenchStream.h"
 #include "Bench/BenchTimes.h"
 #include "Kit/HostError.h"
-#include "Kit/HostLog.h"
 #include "Kit/Keyer.h"
+#include "Kit/Result.h"
+#include "Kit/Tables.h"
+#include "Sample/KeyScene.h"
 #include "zkhost/Files/OutFile.h"
 #include "zkhost/Files/RawReader.h"
+#include "zkhost/Files/StandardError.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZCpu.h"
 #include "Base/ZHelpers.h"
@@ -43,14 +45,14 @@ public:
     explicit CZBenchKeyer(const BENCH_COMMAND& _command)
         : m_nKeys(_command.nKeys)
     {
-        m_arrFrames = BenchScene_Ring(BenchScene_Picture(_command.nWidth, _command.nHeight, m_nKeys), _command.fccType);
+        m_arrFrames = BenchRing_OfScene(KeyScene_Picture(_command.nWidth, _command.nHeight, m_nKeys), _command.fccType);
         m_keyer.OptionSet("output.thread", "false");
         m_keyer.OptionSet("gpu_mode", _command.bGPU ? "1" : "0");
         m_keyer.OptionSet("process.threads", std::to_string(_command.nThreads));
         ZF_VID_PROPS vidProps = {};
-        CZKeyer::Check(m_arrFrames[0]->VideoPropsGet(&vidProps), "looking at the first frame");
-        m_keys = BenchScene_Keys(vidProps, BenchScene_Type(_command.fccType), m_nKeys);
-        CZKeyer::Check(m_keyer.Key()->KeyRawSet(&m_keys, nullptr), "setting the keys");
+        Result_Check(m_arrFrames[0]->VideoPropsGet(&vidProps), "looking at the first frame");
+        m_keys = KeyScene_Keys(vidProps, KeyScene_Type(_command.fccType), m_nKeys);
+        Result_Check(m_keyer.Key()->KeyRawSet(&m_keys, nullptr), "setting the keys");
     }
 
     void KeyNext()
@@ -67,7 +69,7 @@ public:
                 PICTURE mask;
                 bAnswer = Picture_FromMask(_pResult, mask);
                 if (bAnswer)
-                    BenchScene_Check(mask, m_nKeys);
+                    KeyScene_Check(mask, m_nKeys);
             });
             if (!bAnswer)
                 throw CZHostError("the module answers without a mask; measuring it means nothing");
@@ -105,15 +107,15 @@ std::string Report(const BENCH_COMMAND& _command, const char* _pszType, CZBenchT
 
 void Run(BENCH_COMMAND _command)
 {
-    HostLog_SetLevel(eZLog_Warning);
+    StandardError_LogSet(eZLog_Warning);
     Raw_ReadSizeOption(_command.strSize, _command.nWidth, _command.nHeight);
-    if (_command.nWidth < c_nBenchMinSide || _command.nHeight < c_nBenchMinSide)
-        throw CZUsageError(
-            ZFormat("--size %s: the picture has to be %d pixels each way at least", _command.strSize, c_nBenchMinSide));
+    if (_command.nWidth < c_nKeySceneMinSide || _command.nHeight < c_nKeySceneMinSide)
+        throw CZUsageError(ZFormat("--size %s: the picture has to be %d pixels each way at least", _command.strSize,
+                                   c_nKeySceneMinSide));
     _command.fccType = Raw_ReadFormatOption(_command.strFormat);
     if (_command.fccType == eZFCC_RGB8)
         throw CZUsageError(ZFormat("--format %s: a grey picture has no colours to key", _command.strFormat));
-    if (_command.bGPU && Adapters_List().empty())
+    if (_command.bGPU && Tables_Read(CZModule::Own(), eZTable_Adapters).empty())
         throw CZHostError("there is no GPU path to measure: this build has none, or the system has no adapter "
                           "(\"zkhost info\" lists them); leave --gpu out to measure the CPU");
     CZBenchKeyer keyer(_command);

@@ -1,6 +1,7 @@
 #include "zkhost/Commands/Commands.h"
 
 #include "Kit/HostError.h"
+#include "Kit/Result.h"
 #include "zkhost/Commands/KeyOptions.h"
 #include "zkhost/Files/OutFile.h"
 #include "zkhost/Files/Stream.h"
@@ -31,11 +32,11 @@ int Search(const DETECT_COMMAND& _command)
     CZOutFile& file = files.Create(_command.strOutput);
     CZKeyer keyer;
     _command.options.ApplyOptions(keyer);
-    CZKeyer::Check(keyer.Key()->KeyFrameSet(cpFrame.Get(), nullptr), "handing over the first frame");
+    Result_Check(keyer.Key()->KeyFrameSet(cpFrame.Get(), nullptr), "handing over the first frame");
     _command.options.Detect(keyer);
     CHROMA_KEY_RAW key = {};
-    CZKeyer::Check(keyer.Key()->KeyRawGet(&key, nullptr), "looking at the keys found");
-    keyer.Save(file);
+    Result_Check(keyer.Key()->KeyRawGet(&key, nullptr), "looking at the keys found");
+    file.Write(keyer.Document());
     files.CommitAll();
     return key.nKeysUsed;
 }

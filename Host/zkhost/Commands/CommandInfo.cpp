@@ -1,12 +1,10 @@
 #include "zkhost/Commands/Commands.h"
 
-#include "Kit/Adapters.h"
 #include "Kit/Keyer.h"
+#include "Kit/Tables.h"
 #include "zkhost/Files/OutFile.h"
 
-#include "Base/ZCpu.h"
 #include "Base/ZLog.h"
-#include "Base/ZSystem.h"
 #include "Interfaces/ZGuids.h"
 
 namespace
@@ -20,27 +18,14 @@ std::string GuidText(REFGUID _guid)
     return strText + "}";
 }
 
-/// What ZCK_SIMD can ask for here.
-std::string LevelsText()
-{
-    std::string strText;
-    for (const eSIMD_Level eLevel : {eSIMD_None, eSIMD_AVX2, eSIMD_AVX512})
-        if (eLevel <= ZCpu_Detected())
-            strText += ZFormat(strText.empty() ? "%hs" : " %hs", ZCpu_LevelName(eLevel));
-    return strText;
-}
-
 std::string InfoText()
 {
     std::string strText = ZFormat("plug-in\t%s\n", CZKeyer().NameAndVersion());
-    strText += ZFormat("system\t%s\n", ZSystem_Name());
-    strText += ZFormat("processor\t%s\n", ZSystem_Processor());
-    strText += ZFormat("SIMD in use\t%s\n", ZCpu_LevelName(ZCpu_Level()));
-    strText += ZFormat("SIMD available\t%s\n", ZCpu_LevelName(ZCpu_Detected()));
-    strText += "SIMD levels\t" + LevelsText() + "\n";
-    const std::vector<std::string> vecAdapters = Adapters_List();
-    for (const std::string& strAdapter : vecAdapters)
-        strText += ZFormat("GPU adapters\t%s\n", strAdapter);
+    for (const ZTABLE_ROW& row : Tables_Read(CZModule::Own(), eZTable_System))
+        strText += ZFormat("%hs\t%hs\n", row.pszName, row.pszDefault);
+    const std::vector<ZTABLE_ROW> vecAdapters = Tables_Read(CZModule::Own(), eZTable_Adapters);
+    for (const ZTABLE_ROW& row : vecAdapters)
+        strText += ZFormat("GPU adapters\t%hs\n", row.pszName);
     if (vecAdapters.empty())
         strText += "GPU adapters\tnone\n";
     strText += ZFormat("class ZChromaKey\t%s\n", GuidText(CLSID_ZChromaKey));

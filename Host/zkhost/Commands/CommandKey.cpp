@@ -1,10 +1,10 @@
 #include "zkhost/Commands/Commands.h"
 
-#include "zkhost/Files/Background.h"
 #include "zkhost/Commands/KeyJob.h"
+#include "zkhost/Commands/Progress.h"
+#include "zkhost/Files/Background.h"
 #include "zkhost/Files/NamePattern.h"
 #include "zkhost/Files/PictureWriter.h"
-#include "zkhost/Commands/Progress.h"
 
 #include "Base/ZLog.h"
 
@@ -63,7 +63,7 @@ public:
     void Commit(CZKeyer& _keyer)
     {
         if (m_pKeys)
-            _keyer.Save(*m_pKeys);
+            m_pKeys->Write(_keyer.Document());
         m_files.CommitAll();
     }
 

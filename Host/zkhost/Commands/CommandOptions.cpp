@@ -1,11 +1,9 @@
 #include "zkhost/Commands/Commands.h"
 
+#include "Kit/Tables.h"
 #include "zkhost/Files/OutFile.h"
 
 #include "Base/ZLog.h"
-#include "Helpers/CKDetectOptions.h"
-#include "ZChromaKey/Config/ChromaKeyOptions.h"
-#include "ZChromaKey/Keys/KeyAdjust.h"
 
 namespace
 {
@@ -31,17 +29,17 @@ constexpr const char* c_pszAdjust =
 std::string OptionsText()
 {
     std::string strText = c_pszOptions;
-    for (const CK_OPTION& option : ChromaKeyOptions_Table())
-        strText += ZFormat("| \"%s\" | %s | %s |\n", option.pszName, option.pszDefault[0] ? option.pszDefault : "none",
-                           option.pszHelp);
+    for (const ZTABLE_ROW& row : Tables_Read(CZModule::Own(), eZTable_Options))
+        strText +=
+            ZFormat("| \"%hs\" | %hs | %hs |\n", row.pszName, row.pszDefault[0] ? row.pszDefault : "none", row.pszHelp);
     strText += c_pszDetect;
-    for (const CKUtils::CK_DETECT_OPTION& option : CKUtils::DetectOptions_Table())
-        strText += ZFormat("| \"detect.%s\" | %s | %s | %s |\n", option.pszName, option.pszRight, option.pszDefault,
-                           option.pszHelp);
+    for (const ZTABLE_ROW& row : Tables_Read(CZModule::Own(), eZTable_Detection))
+        strText += ZFormat("| \"%hs\" | %hs | %hs | %hs |\n", row.pszName, row.pszRight, row.pszDefault, row.pszHelp);
     strText += c_pszAdjust;
-    for (const CK_ADJUST_INFO& info : KeyAdjust_Table())
-        strText += ZFormat("| %d | %s | %.0f to %.0f %s | %s | %s |\n", info.eAdjust, info.pszName, info.dblMin,
-                           info.dblMax, info.pszUnit, info.pszOperator, info.pszEffect);
+    int nAdjust = 0;
+    for (const ZTABLE_ROW& row : Tables_Read(CZModule::Own(), eZTable_Adjusts))
+        strText += ZFormat("| %d | %hs | %.0f to %.0f %hs | %hs | %hs |\n", nAdjust++, row.pszName, row.dblLeast,
+                           row.dblMost, row.pszUnit, row.pszHelp, row.pszEffect);
     return strText;
 }
 

@@ -1,13 +1,13 @@
 #include "zkhost/Commands/Commands.h"
 
-#include "Kit/HostError.h"
-#include "Kit/HostLog.h"
+#include "Sample/SampleScene.h"
+#include "zkhost/Commands/Progress.h"
 #include "zkhost/Files/NamePattern.h"
 #include "zkhost/Files/PictureWriter.h"
-#include "Kit/Platform.h"
-#include "zkhost/Commands/Progress.h"
 #include "zkhost/Files/RawReader.h"
-#include "Sample/SampleScene.h"
+#include "zkhost/Files/StandardError.h"
+#include "zkhost/Files/System.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZLog.h"
 
@@ -33,7 +33,7 @@ struct SAMPLE_COMMAND
 /// A folder, or a name without an extension, stands for a sequence of pictures in that folder.
 std::string InFolder(const std::string& _strPath, const char* _pszName, CZOutFiles& _files)
 {
-    const bool bFolder = Platform_IsFolder(_strPath) || (_strPath != "-" && NamePattern_Extension(_strPath).empty());
+    const bool bFolder = System_IsFolder(_strPath) || (_strPath != "-" && NamePattern_Extension(_strPath).empty());
     if (!bFolder)
         return _strPath;
     if (NamePattern_IsPattern(_strPath))
@@ -55,7 +55,7 @@ SAMPLE_SCENE SceneOf(const SAMPLE_COMMAND& _command)
 
 void Run(const SAMPLE_COMMAND& _command)
 {
-    HostLog_SetLevel(_command.bQuiet ? eZLog_Error : eZLog_Warning);
+    StandardError_LogSet(_command.bQuiet ? eZLog_Error : eZLog_Warning);
     const SAMPLE_SCENE scene = SceneOf(_command);
     const uint32_t fccType = Raw_ReadFormatOption(_command.strFormat);
     STREAM stream;

@@ -1,12 +1,13 @@
 #include "zkhost/Commands/Commands.h"
 
-#include "zkhost/Files/Background.h"
 #include "Kit/HostError.h"
 #include "zkhost/Commands/KeyJob.h"
+#include "zkhost/Commands/Progress.h"
+#include "zkhost/Files/Background.h"
 #include "zkhost/Files/Label.h"
 #include "zkhost/Files/NamePattern.h"
 #include "zkhost/Files/PictureFile.h"
-#include "zkhost/Commands/Progress.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZLog.h"
 
@@ -82,6 +83,7 @@ void KeyOneFrame(const SHEET_COMMAND& _command, CZKeyer& _keyer, PICTURE& _sourc
     CZPtr<IZFFrame> cpFrame = upSource->Next();
     if (!cpFrame)
         throw CZHostError(ZFormat("%s holds no frame", _command.options.Input()));
+    _keyer.OnWait(OutFile_CheckInterrupt);
     _command.options.ApplyKeys(_keyer, cpFrame.Get());
     for (int64_t i = 1; i < _command.nFrame; ++i)
     {
@@ -125,7 +127,7 @@ ZF_SIZE Make(const SHEET_COMMAND& _command)
     KeyOneFrame(_command, keyer, source, keyed);
     PictureFile_WritePng(Draw(_command, source, keyed), file);
     if (pKeys)
-        keyer.Save(*pKeys);
+        pKeys->Write(keyer.Document());
     files.CommitAll();
     return {keyed.picture.nWidth, keyed.picture.nHeight};
 }

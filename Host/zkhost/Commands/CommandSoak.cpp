@@ -1,12 +1,13 @@
 #include "zkhost/Commands/Commands.h"
 
 #include "Kit/HostError.h"
-#include "Kit/HostLog.h"
-#include "zkhost/Files/OutFile.h"
-#include "Kit/Platform.h"
+#include "Soak/PlainModule.h"
 #include "Soak/Soaker.h"
+#include "Soak/Usage.h"
+#include "zkhost/Files/OutFile.h"
+#include "zkhost/Files/StandardError.h"
+#include "zkhost/Files/System.h"
 
-#include "Base/ZCpu.h"
 #include "Base/ZLog.h"
 
 #include <algorithm>
@@ -43,14 +44,14 @@ double Share(int64_t _cbSize, int64_t _cbWhole)
     return _cbWhole > 0 ? static_cast<double>(_cbSize) / static_cast<double>(_cbWhole) : 0;
 }
 
-/// A long run in two parts, each with objects and frames of its own: behind the first one the program is warm, and the
+/// A long run in two parts, each with objects and frames of its own: after the first one the program is warm, and the
 /// second one must leave it as it was.
 class CZSoak
 {
 public:
     explicit CZSoak(const SOAK_COMMAND& _command)
         : m_command(_command)
-        , m_bTerminal(Platform_IsTerminal(stderr))
+        , m_bTerminal(System_IsTerminal(stderr))
         , m_timeBegin(CLOCK::now())
     {
     }
@@ -58,8 +59,8 @@ public:
     void Run()
     {
         const double dblEnd = m_command.dblMinutes * 60;
-        const PLATFORM_USAGE usageWarm = Part(m_command.nSeed, std::min(c_dblWarmSeconds, dblEnd / 2));
-        const PLATFORM_USAGE usageEnd = Part(~m_command.nSeed, dblEnd);
+        const SYSTEM_USAGE usageWarm = Part(m_command.nSeed, std::min(c_dblWarmSeconds, dblEnd / 2));
+        const SYSTEM_USAGE usageEnd = Part(~m_command.nSeed, dblEnd);
         Compare(usageWarm, usageEnd);
         Report(usageWarm, usageEnd);
     }
@@ -72,10 +73,10 @@ private:
         return std::chrono::duration<double>(CLOCK::now() - m_timeBegin).count();
     }
     /// Soaks up to a time of the run; answers what the program takes when all is given back.
-    PLATFORM_USAGE Part(uint64_t _nSeed, double _dblEnd)
+    SYSTEM_USAGE Part(uint64_t _nSeed, double _dblEnd)
     {
         {
-            CZSoaker soaker(_nSeed, m_command.nThreadsMax, m_command.bGPU);
+            CZSoaker soaker(_nSeed, m_command.nThreadsMax, m_command.bGPU, m_plain.Module());
             soaker.Fill();
             do
             {
@@ -87,13 +88,13 @@ private:
             m_counts += soaker.Counts();
         }
         std::this_thread::sleep_for(c_timeSettle);
-        Platform_TrimMemory();
-        return Platform_Usage();
+        Usage_TrimMemory();
+        return Usage_Get();
     }
     void Status(const SOAK_COUNTS& _counts)
     {
         const double dblSeconds = Seconds();
-        const PLATFORM_USAGE usage = Platform_Usage();
+        const SYSTEM_USAGE usage = Usage_Get();
         m_nMostThreads = std::max(m_nMostThreads, usage.nThreads);
         if (!m_bTerminal || dblSeconds - m_dblStatus < c_dblStatusSeconds)
             return;
@@ -107,7 +108,7 @@ private:
                 .c_str(),
             stderr);
     }
-    void Compare(const PLATFORM_USAGE& _warm, const PLATFORM_USAGE& _end) const
+    void Compare(const SYSTEM_USAGE& _warm, const SYSTEM_USAGE& _end) const
     {
         if (_end.nThreads > _warm.nThreads || _end.nHandles > _warm.nHandles)
             throw CZHostError(ZFormat("%d threads and %d handles are left at the end, %d and %d when warm; objects do "
@@ -119,7 +120,7 @@ private:
         if (!m_command.bNoMemory)
             CompareMemory(_warm, _end);
     }
-    void CompareMemory(const PLATFORM_USAGE& _warm, const PLATFORM_USAGE& _end) const
+    void CompareMemory(const SYSTEM_USAGE& _warm, const SYSTEM_USAGE& _end) const
     {
         if (Share(_end.cbHeap - _warm.cbHeap, _warm.cbPeak) > c_dblMaxGrowth)
             throw CZHostError(ZFormat("memory is lost: %.2f MB allocated without objects at the end, %.2f MB when warm",
@@ -134,7 +135,7 @@ private:
             throw CZHostError(ZFormat("the memory grows: at most %.1f MB resident at the end, %.1f MB when warm",
                                       MB(_end.cbPeak), MB(_warm.cbPeak)));
     }
-    void Report(const PLATFORM_USAGE& _warm, const PLATFORM_USAGE& _end) const
+    void Report(const SYSTEM_USAGE& _warm, const SYSTEM_USAGE& _end) const
     {
         std::string strText = ZFormat("seconds\t%.0f\nseed\t%I64u\nframes\t%I64d\nresults\t%I64d\n", Seconds(),
                                       m_command.nSeed, m_counts.nFrames, m_counts.nResults);
@@ -152,6 +153,7 @@ private:
     }
 
     const SOAK_COMMAND m_command;
+    const CZPlainModule m_plain; ///< what results are held against
     const bool m_bTerminal;
     const CLOCK::time_point m_timeBegin;
     double m_dblStatus = 0;
@@ -161,9 +163,8 @@ private:
 
 void Run(const SOAK_COMMAND& _command)
 {
-    HostLog_SetLevel(eZLog_Error);
-    Platform_TrimMemory();
-    ZCpu_Cap(eSIMD_None); // of this program, which the module's results are held against
+    StandardError_LogSet(eZLog_Error);
+    Usage_TrimMemory();
     CZSoak(_command).Run();
 }
 

@@ -1,7 +1,7 @@
 #include "zkhost/Commands/Describe.h"
 
-#include "Kit/HostError.h"
 #include "zkhost/Files/RawReader.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"

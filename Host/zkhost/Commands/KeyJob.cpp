@@ -1,6 +1,7 @@
 #include "zkhost/Commands/KeyJob.h"
 
 #include "Kit/HostError.h"
+#include "zkhost/Files/OutFile.h"
 
 #include "Base/ZLog.h"
 
@@ -22,6 +23,7 @@ int64_t KeyJob_Run(CZFrameSource& _source, CZKeyer& _keyer, const CZKeyOptions& 
     CZPtr<IZFFrame> cpFrame = _source.Next();
     if (!cpFrame)
         throw CZHostError(ZFormat("%s holds no frame", _options.Input()));
+    _keyer.OnWait(OutFile_CheckInterrupt);
     _options.ApplyKeys(_keyer, cpFrame.Get());
     KEYED keyed;
     const auto fnResult = [&](IZFFrame* _pResult) {

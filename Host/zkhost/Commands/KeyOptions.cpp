@@ -1,13 +1,16 @@
 #include "zkhost/Commands/KeyOptions.h"
 
-#include "zkhost/Commands/Commands.h"
 #include "Kit/HostError.h"
-#include "Kit/HostLog.h"
+#include "Kit/Result.h"
+#include "Kit/Tables.h"
+#include "zkhost/Commands/Commands.h"
 #include "zkhost/Commands/PluginOptions.h"
 #include "zkhost/Files/RawReader.h"
+#include "zkhost/Files/StandardError.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZLog.h"
-#include "ZChromaKey/Keys/KeyAdjust.h"
+#include "Props/PropText.h"
 
 #include <charconv>
 #include <cmath>
@@ -72,25 +75,39 @@ std::vector<int32_t> ReadPlace(const std::string& _strText, size_t _nNumbers, co
     return vecNumbers;
 }
 
-const CK_ADJUST_INFO& FindAdjust(const std::string& _strName)
+size_t FindAdjust(const std::vector<ZTABLE_ROW>& _vecRows, const std::string& _strName)
 {
     std::string strNames;
-    for (const CK_ADJUST_INFO& info : KeyAdjust_Table())
+    for (size_t i = 0; i < _vecRows.size(); ++i)
     {
-        if (_strName == info.pszName)
-            return info;
-        strNames += std::string(strNames.empty() ? "" : ", ") + info.pszName;
+        if (_strName == _vecRows[i].pszName)
+            return i;
+        strNames += std::string(strNames.empty() ? "" : ", ") + _vecRows[i].pszName;
     }
     throw CZUsageError(ZFormat("--adjust %s: there is no such adjustment; there are %s", _strName, strNames));
+}
+
+/// The adjustments, which the module knows.
+const std::vector<ZTABLE_ROW>& AdjustRows()
+{
+    static const std::vector<ZTABLE_ROW> s_vecRows = Tables_Read(CZModule::Own(), eZTable_Adjusts);
+    return s_vecRows;
 }
 
 std::string AdjustHelp()
 {
     std::string strText = "Adjustments (--adjust NAME=VALUE):\n";
-    for (const CK_ADJUST_INFO& info : KeyAdjust_Table())
-        if (info.eAdjust != eCKA_KeyType)
-            strText += ZFormat("  %-16s %4g to %4g %-7s %s\n", info.pszName, info.dblMin, info.dblMax, info.pszUnit,
-                               info.pszOperator);
+    try
+    {
+        for (const ZTABLE_ROW& row : AdjustRows())
+            if (row.eValue == eZV_Number) // the type has an option of its own
+                strText += ZFormat("  %-16s %4g to %4g %-7s %s\n", row.pszName, row.dblLeast, row.dblMost, row.pszUnit,
+                                   row.pszHelp);
+    }
+    catch (const CZHostError& error)
+    {
+        strText += ZFormat("  %hs\n", error.what());
+    }
     return strText;
 }
 
@@ -152,12 +169,12 @@ void CZKeyOptions::AddKeys(CLI::App& _command, bool _bOrAuto)
         ->type_name("FILE.xml")
         ->check(Command_File())
         ->group(c_pszGroup);
-    _command.footer(AdjustHelp() + "\n" + _command.get_footer());
+    _command.footer(AdjustHelp); // before the examples, and only when help is asked for
 }
 
 void CZKeyOptions::Begin() const
 {
-    HostLog_SetLevel(m_bVerbose ? eZLog_Verbose : m_bQuiet ? eZLog_Error : eZLog_Warning);
+    StandardError_LogSet(m_bVerbose ? eZLog_Verbose : m_bQuiet ? eZLog_Error : eZLog_Warning);
     if (!m_strRawSpec.empty())
         Raw_ParseSpec(m_strRawSpec);
     if (m_eKeys == eKeys_Needed && !m_bAuto && !GivesKeys())
@@ -204,7 +221,7 @@ void CZKeyOptions::Detect(CZKeyer& _keyer) const
     if (!m_strType.empty())
         strProps += "detect.type=" + m_strType;
     const HRESULT hr = _keyer.Key()->KeyDetect(CZBStr(strProps).Get());
-    CZKeyer::Check(hr, "finding the backdrop");
+    Result_Check(hr, "finding the backdrop");
     if (hr == S_FALSE)
         throw CZHostError(ZFormat("no green or blue backdrop was found in the first frame of %s; pick its colour with "
                                   "--pick X,Y, or change --set detect.threshold=N, detect.blocks=N or detect.borders=N",
@@ -215,13 +232,13 @@ void CZKeyOptions::ApplyType(CZKeyer& _keyer) const
 {
     static const std::map<std::string, eCK_Type> c_mapTypes = {{"rgb", eCKT_RGB}, {"hls", eCKT_HLS}, {"yuv", eCKT_YUV}};
     if (!m_strType.empty())
-        CZKeyer::Check(_keyer.Key()->KeyAdjustSet(eCKA_KeyType, c_mapTypes.at(m_strType)), "--type " + m_strType);
+        Result_Check(_keyer.Key()->KeyAdjustSet(eCKA_KeyType, c_mapTypes.at(m_strType)), "--type " + m_strType);
 }
 
 std::vector<CZKeyOptions::EDIT> CZKeyOptions::Edits(IZFFrame* _pFirstFrame) const
 {
     ZF_VID_PROPS vidProps = {};
-    CZKeyer::Check(_pFirstFrame->VideoPropsGet(&vidProps), "looking at the first frame");
+    Result_Check(_pFirstFrame->VideoPropsGet(&vidProps), "looking at the first frame");
     std::vector<EDIT> vecEdits;
     std::map<std::string, size_t> mapTaken;
     for (const CLI::Option* pOption : m_pCommand->parse_order()) // the order in which they were given
@@ -242,25 +259,28 @@ void CZKeyOptions::ApplyEdit(CZKeyer& _keyer, const EDIT& _edit)
     const HRESULT hr = _edit.strName == "pick"   ? pKey->KeyAddPoint(vecPlace[0], vecPlace[1])
                        : _edit.strName == "rect" ? pKey->KeyAddRect(vecPlace[0], vecPlace[1], vecPlace[2], vecPlace[3])
                                                  : pKey->KeyExcludePoint(vecPlace[0], vecPlace[1]);
-    CZKeyer::Check(hr, "--" + _edit.strName + " " + _edit.strPlace);
+    Result_Check(hr, "--" + _edit.strName + " " + _edit.strPlace);
 }
 
-CZKeyOptions::ADJUSTS CZKeyOptions::Adjusts() const
+std::vector<CZKeyOptions::ADJUST> CZKeyOptions::Adjusts() const
 {
-    ADJUSTS vecAdjusts;
+    std::vector<ADJUST> vecAdjusts;
+    if (m_vecAdjusts.empty())
+        return vecAdjusts;
+    const std::vector<ZTABLE_ROW>& vecRows = AdjustRows();
     for (const std::string& strAdjust : m_vecAdjusts)
     {
         const auto [strName, strValue] = SplitPair(strAdjust, "--adjust");
-        const CK_ADJUST_INFO& info = FindAdjust(strName);
+        const size_t nRow = FindAdjust(vecRows, strName);
+        const ZTABLE_ROW& row = vecRows[nRow];
         double dblValue = 0;
-        const auto res = std::from_chars(strValue.data(), strValue.data() + strValue.size(), dblValue);
-        const bool bNumber = res.ec == std::errc() && res.ptr == strValue.data() + strValue.size();
-        if (!bNumber || !(dblValue >= info.dblMin && dblValue <= info.dblMax))
+        const bool bNumber = PropText_ReadDouble(strValue, &dblValue);
+        if (!bNumber || !(dblValue >= row.dblLeast && dblValue <= row.dblMost))
             throw CZUsageError(ZFormat("--adjust %s: %s has to be a number from %g to %g", strAdjust, strName,
-                                       info.dblMin, info.dblMax));
-        if (info.eAdjust == eCKA_KeyType && dblValue != std::floor(dblValue))
+                                       row.dblLeast, row.dblMost));
+        if (row.eValue == eZV_Whole && dblValue != std::floor(dblValue))
             throw CZUsageError(ZFormat("--adjust %s: %s has to be a whole number", strAdjust, strName));
-        vecAdjusts.emplace_back(&info, dblValue);
+        vecAdjusts.push_back({static_cast<eCK_Adjust>(nRow), strName, dblValue});
     }
     return vecAdjusts;
 }
@@ -269,9 +289,9 @@ void CZKeyOptions::ApplyKeys(CZKeyer& _keyer, IZFFrame* _pFirstFrame) const
 {
     const auto vecEdits = Edits(_pFirstFrame); // mistakes in the command line come before anything else
     // The frame comes first: its matrix carries keys that are loaded into another type.
-    CZKeyer::Check(_keyer.Key()->KeyFrameSet(_pFirstFrame, nullptr), "handing over the first frame");
+    Result_Check(_keyer.Key()->KeyFrameSet(_pFirstFrame, nullptr), "handing over the first frame");
     if (!m_strKeys.empty())
-        _keyer.Load(m_strKeys);
+        _keyer.LoadFile(m_strKeys);
     _keyer.OptionNeed("output.argb", "true"); // the alpha in the frame, and its colours cleaned
     ApplyOptions(_keyer);
     if (Detects())
@@ -279,9 +299,10 @@ void CZKeyOptions::ApplyKeys(CZKeyer& _keyer, IZFFrame* _pFirstFrame) const
     ApplyType(_keyer);
     for (const EDIT& edit : vecEdits)
         ApplyEdit(_keyer, edit);
-    for (const auto& [pInfo, dblValue] : Adjusts())
-        CZKeyer::Check(_keyer.Key()->KeyAdjustSet(pInfo->eAdjust, dblValue), ZFormat("--adjust %s", pInfo->pszName));
-    CZKeyer::Check(_keyer.Key()->KeyFrameSet(nullptr, nullptr), "taking the first frame back");
+    for (const ADJUST& adjust : Adjusts())
+        Result_Check(_keyer.Key()->KeyAdjustSet(adjust.eAdjust, adjust.dblValue),
+                     ZFormat("--adjust %s", adjust.strName));
+    Result_Check(_keyer.Key()->KeyFrameSet(nullptr, nullptr), "taking the first frame back");
 }
 
 CZOutFile* CZKeyOptions::OpenKeys(CZOutFiles& _files) const

@@ -3,8 +3,6 @@
 #include "Kit/Keyer.h"
 #include "zkhost/Files/OutFile.h"
 
-#include "ZChromaKey/Keys/KeyAdjust.h"
-
 #include <CLI/CLI.hpp>
 
 #include <string>
@@ -53,7 +51,13 @@ private:
         std::string strPlace;
         std::vector<int32_t> vecPlace;
     };
-    using ADJUSTS = std::vector<std::pair<const CK_ADJUST_INFO*, double>>;
+    /// An adjustment and its value.
+    struct ADJUST
+    {
+        eCK_Adjust eAdjust;
+        std::string strName;
+        double dblValue;
+    };
     enum eKeys
     {
         eKeys_None,   ///< the command makes them by detection alone
@@ -66,7 +70,7 @@ private:
     void ApplyType(CZKeyer& _keyer) const;
     std::vector<EDIT> Edits(IZFFrame* _pFirstFrame) const;
     static void ApplyEdit(CZKeyer& _keyer, const EDIT& _edit);
-    ADJUSTS Adjusts() const;
+    std::vector<ADJUST> Adjusts() const;
 
     CLI::App* m_pCommand = nullptr;
     eKeys m_eKeys = eKeys_None;

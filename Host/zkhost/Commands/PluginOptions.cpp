@@ -1,67 +1,69 @@
 #include "zkhost/Commands/PluginOptions.h"
 
-#include "Kit/HostError.h"
+#include "Kit/Tables.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZLog.h"
-#include "Helpers/CKDetectOptions.h"
-#include "ZChromaKey/Config/ChromaKeyOptions.h"
 
 #include <string_view>
+#include <vector>
 
 namespace
 {
 
-constexpr const char* c_pszDetect = "detect.";
 constexpr std::string_view c_svShort = "show_blocks"; // is known by its short name, too
+constexpr std::string_view c_svShortMeans = "detect.show_blocks";
 
-const CKUtils::CK_DETECT_OPTION* FindDetection(const std::string& _strName)
+/// The rows of one of the two tables. Read once: making the object that hands them out shows in its log.
+const std::vector<ZTABLE_ROW>& Rows(eZTable _eTable)
 {
-    for (const CKUtils::CK_DETECT_OPTION& option : CKUtils::DetectOptions_Table())
-        if (_strName == std::string(c_pszDetect) + option.pszName ||
-            (_strName == c_svShort && option.pszName == c_svShort))
-            return &option;
-    return nullptr;
+    static const std::vector<ZTABLE_ROW> s_vecOptions = Tables_Read(CZModule::Own(), eZTable_Options);
+    static const std::vector<ZTABLE_ROW> s_vecDetection = Tables_Read(CZModule::Own(), eZTable_Detection);
+    return _eTable == eZTable_Options ? s_vecOptions : s_vecDetection;
 }
 
-bool IsFrameOption(const std::string& _strName)
+/// Where an option is told of.
+struct PLACE
 {
-    for (const CK_OPTION& option : ChromaKeyOptions_Table())
-        if (_strName == option.pszName)
-            return true;
-    return false;
+    eZTable eTable = eZTable_Options;
+    size_t nRow = 0;
+    const char* pszRight = nullptr; ///< null: there is no such option
+};
+
+PLACE Find(const std::string& _strName)
+{
+    for (const eZTable eTable : {eZTable_Options, eZTable_Detection})
+    {
+        const std::vector<ZTABLE_ROW>& vecRows = Rows(eTable);
+        for (size_t i = 0; i < vecRows.size(); ++i)
+            if (_strName == vecRows[i].pszName || (_strName == c_svShort && vecRows[i].pszName == c_svShortMeans))
+                return {eTable, i, vecRows[i].pszRight};
+    }
+    return {};
 }
 
-/// Which values are right for an option; empty when the given one is.
-std::string RightValues(const std::string& _strName, const std::string& _strValue)
+/// The names of all of them.
+std::string Names()
 {
-    CKUtils::CK_DETECT_OPTIONS options;
-    if (const CKUtils::CK_DETECT_OPTION* pOption = FindDetection(_strName))
-        return pOption->pfnRead(_strValue, &options) ? "" : pOption->pszRight;
-    return _strValue.empty() ? "" : ChromaKeyOptions_Validate(_strName, _strValue); // empty: not set
+    std::string strNames;
+    for (const eZTable eTable : {eZTable_Options, eZTable_Detection})
+        for (const ZTABLE_ROW& row : Rows(eTable))
+            strNames += std::string(strNames.empty() ? "" : ", ") + row.pszName;
+    return strNames;
 }
 
 } // namespace
 
-std::string PluginOptions_Names()
-{
-    std::string strNames;
-    for (const CK_OPTION& option : ChromaKeyOptions_Table())
-        strNames += std::string(strNames.empty() ? "" : ", ") + option.pszName;
-    for (const CKUtils::CK_DETECT_OPTION& option : CKUtils::DetectOptions_Table())
-        strNames += std::string(", ") + c_pszDetect + option.pszName;
-    return strNames;
-}
-
 bool PluginOptions_IsDetection(const std::string& _strName)
 {
-    return FindDetection(_strName) != nullptr;
+    return Find(_strName).eTable == eZTable_Detection;
 }
 
 void PluginOptions_Check(const std::string& _strName, const std::string& _strValue)
 {
-    if (!FindDetection(_strName) && !IsFrameOption(_strName))
-        throw CZUsageError(ZFormat("--set %s: there is no such option; there are %s", _strName, PluginOptions_Names()));
-    const std::string strRight = RightValues(_strName, _strValue);
-    if (!strRight.empty())
-        throw CZUsageError(ZFormat("--set %s=%s: the value has to be %s", _strName, _strValue, strRight));
+    const PLACE place = Find(_strName);
+    if (!place.pszRight)
+        throw CZUsageError(ZFormat("--set %s: there is no such option; there are %s", _strName, Names()));
+    if (!Tables_IsRight(CZModule::Own(), place.eTable, place.nRow, _strValue))
+        throw CZUsageError(ZFormat("--set %s=%s: the value has to be %s", _strName, _strValue, place.pszRight));
 }

@@ -1,6 +1,6 @@
 #include "zkhost/Commands/Progress.h"
 
-#include "Kit/Platform.h"
+#include "zkhost/Files/System.h"
 
 #include "Base/ZLog.h"
 
@@ -11,7 +11,7 @@ CZProgress::CZProgress(std::string _strVerb, int64_t _nFrames, bool _bQuiet)
     : m_strVerb(std::move(_strVerb))
     , m_nFrames(_nFrames)
     , m_bQuiet(_bQuiet)
-    , m_bTerminal(!_bQuiet && Platform_IsTerminal(stderr))
+    , m_bTerminal(!_bQuiet && System_IsTerminal(stderr))
     , m_timeBegin(CLOCK::now())
     , m_timeShown(m_timeBegin)
 {

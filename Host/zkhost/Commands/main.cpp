@@ -1,8 +1,9 @@
-#include "zkhost/Commands/Commands.h"
 #include "Kit/HostError.h"
-#include "Kit/HostLog.h"
+#include "zkhost/Commands/Commands.h"
 #include "zkhost/Files/OutFile.h"
-#include "Kit/Platform.h"
+#include "zkhost/Files/StandardError.h"
+#include "zkhost/Files/System.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZLog.h"
 
@@ -16,7 +17,7 @@ namespace
 
 int Fail(const std::string& _strText, int _nExitCode)
 {
-    std::fprintf(stderr, "zkhost: %s\n", HostLog_Harmless(_strText).c_str());
+    std::fprintf(stderr, "zkhost: %s\n", StandardError_Harmless(_strText).c_str());
     return _nExitCode;
 }
 
@@ -82,7 +83,7 @@ int Run(int _nArgs, char** _ppszArgs)
     Command_AddDescribe(app);
     Command_AddOptions(app);
     Command_AddInfo(app);
-    std::vector<std::string> vecArgs = Platform_Arguments(_nArgs, _ppszArgs);
+    std::vector<std::string> vecArgs = System_Arguments(_nArgs, _ppszArgs);
     vecArgs.erase(vecArgs.begin());
     TakeHelp(vecArgs);
     CheckCommand(app, vecArgs);
@@ -104,13 +105,17 @@ int main(int _nArgs, char** _ppszArgs)
 {
     try
     {
-        Platform_CatchInterrupts();
-        HostLog_SetLevel(eZLog_Warning);
+        System_CatchInterrupts();
+        StandardError_LogSet(eZLog_Warning);
         return Run(_nArgs, _ppszArgs);
+    }
+    catch (const CZUsageError& error)
+    {
+        return Fail(error.what(), 2);
     }
     catch (const CZHostError& error)
     {
-        return Fail(error.what(), error.ExitCode());
+        return Fail(error.what(), 1);
     }
     catch (const std::bad_alloc&)
     {

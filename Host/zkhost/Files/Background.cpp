@@ -1,8 +1,9 @@
 #include "zkhost/Files/Background.h"
 
 #include "Kit/HostError.h"
-#include "zkhost/Files/PictureFile.h"
 #include "Kit/Platform.h"
+#include "zkhost/Files/PictureFile.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZLog.h"
 

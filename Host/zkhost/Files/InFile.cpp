@@ -2,23 +2,24 @@
 
 #include "Kit/HostError.h"
 #include "zkhost/Files/OutFile.h"
-#include "Kit/Platform.h"
+#include "zkhost/Files/System.h"
 
 #include "Base/ZLog.h"
+#include "Props/TempFile.h"
 
 CZInFile::CZInFile(const std::string& _strPath)
     : m_strPath(_strPath)
     , m_strName(_strPath == "-" ? "standard input" : _strPath)
 {
     if (_strPath == "-")
-        m_pFile = Platform_StandardStream(false);
+        m_pFile = System_StandardStream(false);
     else
     {
         InFile_CheckNoFolder(_strPath);
-        m_pFile = Platform_Open(_strPath, false);
+        m_pFile = System_Open(_strPath);
     }
     if (!m_pFile)
-        throw CZHostError(ZFormat("cannot open %s: %s", _strPath, Platform_LastError()));
+        throw CZHostError(ZFormat("cannot open %s: %s", _strPath, File_LastError()));
 }
 
 CZInFile::~CZInFile()
@@ -29,7 +30,7 @@ CZInFile::~CZInFile()
 
 int64_t CZInFile::Size() const
 {
-    return m_pFile == stdin ? -1 : Platform_FileSize(m_strPath);
+    return m_pFile == stdin ? -1 : System_FileSize(m_strPath);
 }
 
 size_t CZInFile::Read(void* _pBytes, size_t _cbBytes)
@@ -37,7 +38,7 @@ size_t CZInFile::Read(void* _pBytes, size_t _cbBytes)
     const size_t cbRead = std::fread(_pBytes, 1, _cbBytes, m_pFile);
     OutFile_CheckInterrupt();
     if (cbRead < _cbBytes && std::ferror(m_pFile))
-        throw CZHostError(ZFormat("cannot read %s: %s", m_strName, Platform_LastError()));
+        throw CZHostError(ZFormat("cannot read %s: %s", m_strName, File_LastError()));
     return cbRead;
 }
 
@@ -60,7 +61,7 @@ bool CZInFile::ReadLine(std::string& _strLine, size_t _nMaxLength, const char* _
 
 void InFile_CheckNoFolder(const std::string& _strPath)
 {
-    if (Platform_IsFolder(_strPath))
+    if (System_IsFolder(_strPath))
         throw CZHostError(
             ZFormat("%s is a folder; name a file, or a picture sequence as \"%s/name_%%05d.png\"", _strPath, _strPath));
 }

@@ -1,6 +1,6 @@
 #include "zkhost/Files/NamePattern.h"
 
-#include "Kit/HostError.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZLog.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Props/TempFile.h"
+
 #include <cstdio>
 #include <memory>
 #include <set>
@@ -13,11 +15,6 @@ class CZOutFile
 public:
     /// Throws CZHostError when the file cannot be made.
     explicit CZOutFile(const std::string& _strPath);
-    /// Removes what was not committed.
-    ~CZOutFile();
-    CZOutFile(const CZOutFile&) = delete;
-    CZOutFile& operator=(const CZOutFile&) = delete;
-
     /// Throws CZHostError on a full disk, a closed pipe or an interrupt.
     void Write(const void* _pBytes, size_t _cbBytes);
     void Write(const std::string& _strText)
@@ -34,12 +31,12 @@ public:
     }
 
 private:
+    bool IsInPlace() const;
     [[noreturn]] void Fail() const;
 
     std::string m_strName;
-    std::string m_strFinal;
-    std::string m_strTemporary; ///< empty: written in place, or committed
-    std::FILE* m_pFile = nullptr;
+    CTempFile m_file;               ///< removes what was not committed
+    std::FILE* m_pStream = nullptr; ///< standard output, instead of a file
 };
 
 /// All files of a job: they get their final names together, once the job is done.
@@ -65,8 +62,8 @@ public:
 
 private:
     std::vector<std::unique_ptr<CZOutFile>> m_vecFiles;
-    std::string m_strProtected;            ///< by its one true name; empty: nothing
-    std::set<std::string> m_setTargets;    ///< what is written, by its one true name
+    std::string m_strProtected;            ///< with links resolved; empty: nothing
+    std::set<std::string> m_setTargets;    ///< what is written, with links resolved
     std::vector<std::string> m_vecFolders; ///< made, and not yet in use
 };
 

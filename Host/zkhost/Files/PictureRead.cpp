@@ -1,7 +1,6 @@
-#include "zkhost/Files/PictureFile.h"
-
 #include "Kit/HostError.h"
 #include "zkhost/Files/InFile.h"
+#include "zkhost/Files/PictureFile.h"
 
 #include "Base/ZLog.h"
 
@@ -91,7 +90,7 @@ bool IsTableOverfull(const std::vector<uint8_t>& _vecFile, size_t _nAt)
 }
 
 /// The decoder writes past its tables when a JPEG has an overfull one, so such a file does not get that far. Up to the
-/// first scan the segments are followed as the decoder does; behind it, everything that looks like a table is one.
+/// first scan the segments are followed as the decoder does; after it, everything that looks like a table is one.
 void CheckJpegTables(const std::vector<uint8_t>& _vecFile, const std::string& _strPath)
 {
     constexpr uint8_t c_nTables = 0xC4, c_nScan = 0xDA, c_nStart = 0xD8;

@@ -1,9 +1,9 @@
 #include "zkhost/Files/PictureReader.h"
 
 #include "Kit/HostError.h"
+#include "Kit/Platform.h"
 #include "zkhost/Files/NamePattern.h"
 #include "zkhost/Files/PictureFile.h"
-#include "Kit/Platform.h"
 
 #include "Base/ZLog.h"
 

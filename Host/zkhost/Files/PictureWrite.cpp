@@ -1,6 +1,5 @@
-#include "zkhost/Files/PictureFile.h"
-
 #include "Kit/HostError.h"
+#include "zkhost/Files/PictureFile.h"
 
 #include "Base/ZLog.h"
 

@@ -4,6 +4,7 @@
 #include "zkhost/Files/NamePattern.h"
 #include "zkhost/Files/PictureFile.h"
 #include "zkhost/Files/RawWriter.h"
+#include "zkhost/Files/UsageError.h"
 #include "zkhost/Files/Y4mWriter.h"
 
 #include "Base/ZLog.h"

@@ -18,7 +18,7 @@ public:
 };
 
 /// Opens an output: *.png, name_%05d.png, *.y4m, "-" (Y4M), or *.raw. The file is made at once, so that two outputs of
-/// one name are told before anything is written; those of a sequence are made with their pictures.
+/// one name are found before anything is written; those of a sequence are made with their pictures.
 ///
 /// Grey pictures become grey PNG, mono Y4M, RGB8. Pictures with alpha become RGBA PNG (straight alpha), Y4M 4:4:4 with
 /// alpha, ARGB32. Opaque ones become RGB PNG, and the given pixel format in Y4M (I420, I422 or Y444) and in raw (any

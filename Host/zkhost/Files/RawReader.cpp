@@ -2,6 +2,7 @@
 
 #include "Kit/HostError.h"
 #include "zkhost/Files/Picture.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"

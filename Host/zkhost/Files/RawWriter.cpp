@@ -1,6 +1,6 @@
 #include "zkhost/Files/RawWriter.h"
 
-#include "Kit/HostError.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"

@@ -6,7 +6,7 @@
 class CZFramePacker
 {
 public:
-    /// The frame, its planes one behind the other from plane 0 on; padding bytes are 0. Throws CZUsageError for a
+    /// The frame, one plane after the other from plane 0 on; padding bytes are 0. Throws CZUsageError for a
     /// format that cannot be written, or cannot keep this size.
     void Make(const PICTURE& _picture, uint32_t _fccType, int32_t _eInterlace);
     const ZF_VID_PTR& Planes() const

@@ -5,6 +5,7 @@
 #include "zkhost/Files/NamePattern.h"
 #include "zkhost/Files/PictureReader.h"
 #include "zkhost/Files/RawReader.h"
+#include "zkhost/Files/UsageError.h"
 #include "zkhost/Files/Y4mReader.h"
 
 #include "Base/ZLog.h"

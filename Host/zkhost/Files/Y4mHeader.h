@@ -7,7 +7,7 @@
 /// How the samples of a Y4M stream are laid out.
 struct Y4M_LAYOUT
 {
-    const char* pszName; ///< as the header names it, behind the "C"
+    const char* pszName; ///< as the header names it, after the "C"
     int nPlanes;         ///< 1: luma; 3: Y, U, V; 4: and alpha
     int nShiftX;         ///< chroma is this many times halved across
     int nShiftY;         ///< and down
@@ -34,7 +34,7 @@ struct Y4M_HEADER
 /// Reads the line, without its end. Throws CZHostError, naming _strWhere, on anything that is not understood.
 Y4M_HEADER Y4m_ParseHeader(const std::string& _strLine, const std::string& _strWhere);
 
-/// The layout of a name behind the "C"; null when there is none.
+/// The layout of a name after the "C"; null when there is none.
 const Y4M_LAYOUT* Y4m_Layout(const std::string& _strName);
 
 /// The first line, with its end, of a stream of this size and layout.

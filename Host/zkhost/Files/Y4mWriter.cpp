@@ -1,6 +1,6 @@
 #include "zkhost/Files/Y4mWriter.h"
 
-#include "Kit/HostError.h"
+#include "zkhost/Files/UsageError.h"
 #include "zkhost/Files/Y4mHeader.h"
 
 #include "Base/ZLog.h"

@@ -5,7 +5,7 @@
 #include "Base/ZPixelFormats.h"
 #include "Base/ZVideoProps.h"
 #include "DirectX/Device/DXHelpers.h"
-#include "DirectX/Pipeline/GPUProcessorCK.h"
+#include "DirectX/Device/DXPassLock.h"
 #include "DirectX/Pipeline/GPURows.h"
 
 #include <cstdlib>
@@ -13,7 +13,7 @@
 namespace
 {
 
-/// A texture with what is known of it; empty when it cannot be had.
+/// A texture and its records; empty when one of them cannot be got.
 struct TEXTURE
 {
     CZPtr<ID3D11Texture2D> cpTexture;
@@ -65,7 +65,7 @@ uint32_t PlanarHeight(uint32_t _fccType, uint32_t _nHeight)
     return static_cast<uint32_t>(DX_TexelHeight(_fccType, static_cast<int32_t>(_nHeight)));
 }
 
-/// The record of the output; _nFields: how many pictures it is made of.
+/// The record of the output, which is made of _nFields pictures.
 ZF_VID_PROPS OutputProps(const ZF_VID_PROPS& _vidPropsSrc, int32_t _nFields)
 {
     ZF_VID_PROPS vidProps = _vidPropsSrc;
@@ -205,7 +205,7 @@ HRESULT DXV11Processor_Get(DXV11ProcessorMap* _pMap, DX11Device* _pDevice, DXV11
         return E_POINTER;
     *_ppProcessor = nullptr;
     return ZBorder("DXV11Processor_Get", [&] {
-        // a processor keeps its wrapper: the address is of no other while it is in the map
+        // a processor keeps its wrapper, so no other device has this address while the processor is in the map
         const std::string strName = ZFormat("%p", static_cast<const void*>(_pDevice));
         return _pMap->GetOrMake(
             strName, [&](DXV11Processor** _ppNew) { return DXV11Processor::Create(_pDevice, _ppNew); }, _ppProcessor);

@@ -96,7 +96,7 @@ private:
     ~DXV11Processor() override = default;
 };
 
-/// Conversion processors by device; those that nobody has used for a while are let go of.
+/// Conversion processors by device; those that nobody has used for a while are released.
 using DXV11ProcessorMap = CNamedPtrMap_GC<DXV11Processor>;
 /// The processor of a device, from the map.
 HRESULT DXV11Processor_Get(DXV11ProcessorMap* _pMap, DX11Device* _pDevice, DXV11Processor** _ppProcessor);

@@ -40,6 +40,6 @@ public:
 
 private:
     CZPtr<ID3D11PixelShader> m_cpPixelShader;
-    CONVERT_SHADER m_shader; // what m_cpPixelShader does
+    CONVERT_SHADER m_shader; ///< what m_cpPixelShader does
     CZPtr<ID3D11SamplerState> m_cpSamplerState;
 };

@@ -1,6 +1,4 @@
-// The allocator of textures and its cache.
-
-#include "DirectX/Device/DXTexture.h"
+#include "DirectX/Device/DXAllocator.h"
 
 #include "Base/ZAssert.h"
 #include "Base/ZBorder.h"

@@ -11,7 +11,7 @@ namespace
 
 std::atomic<const DX_FUNCTIONS*> g_pFunctionsForTests;
 
-/// Only the system's folder is searched: a library of that name beside the host's program is none of ours.
+/// Only the system's folder is searched: a library of that name next to the host's program is not to be loaded.
 template <class F> F Entry_Load(const wchar_t* _pwszLibrary, const char* _pszEntry)
 {
     const HMODULE hLibrary = LoadLibraryExW(_pwszLibrary, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
@@ -94,7 +94,7 @@ bool DX_SameAdapter(IUnknown* _pObject1, IUnknown* _pObject2)
 
 bool DX_SameObject(IUnknown* _pObject1, IUnknown* _pObject2)
 {
-    // An object answers one pointer for IUnknown, whatever interface it is asked through.
+    // An object always answers the same pointer for IUnknown, whichever interface it is asked through.
     const auto cpIdentity1 = ZQuery<IUnknown>(_pObject1);
     const auto cpIdentity2 = ZQuery<IUnknown>(_pObject2);
     return cpIdentity1 && cpIdentity1.Get() == cpIdentity2.Get();

@@ -40,10 +40,10 @@ struct DX_FUNCTIONS
 /// first call and stay. A library that is missing leaves its entry null and is logged once: the module loads, and keys
 /// on the CPU, on a Windows without them. Thread safe.
 const DX_FUNCTIONS& DX_Functions();
-/// Puts other entry points in their place, for tests; null takes them back.
+/// Replaces the entry points, for tests; null restores them.
 void DX_FunctionsSet(const DX_FUNCTIONS* _pFunctionsOrNull);
 
-/// The adapters that the GPU path has rules for: the first vendor ID of each row.
+/// The makers of adapters that the GPU path has rules for, by their first vendor ID.
 enum eGPU_Type : uint32_t
 {
     eGPU_Other = 0,

@@ -1,6 +1,6 @@
 // Named data: values in the private data of devices and device children.
 
-#include "DirectX/Device/DXHelpers.h"
+#include "DirectX/Device/DXNamedData.h"
 
 #include "Base/ZAssert.h"
 
@@ -47,7 +47,8 @@ HRESULT DX_DataGet(IUnknown* _pDevChild, REFGUID _id, REFIID _iid, void** _ppObj
     CZPtr<IUnknown> cpObject;
     const HRESULT hr = Holder_Call(_pDevChild, [&](auto* _pHolder) {
         UINT nBytes = sizeof(IUnknown*);
-        return _pHolder->GetPrivateData(_id, &nBytes, cpObject.Put()); // with a reference for the reader
+        return _pHolder->GetPrivateData(_id, &nBytes,
+                                        static_cast<void*>(cpObject.Put())); // with a reference for the reader
     });
     if (hr == DXGI_ERROR_NOT_FOUND || (SUCCEEDED(hr) && !cpObject))
         return S_FALSE;

@@ -1,17 +1,19 @@
 // Completion markers, and textures on their way between devices.
 
-#include "DirectX/Device/DXHelpers.h"
+#include "DirectX/Device/DXSharing.h"
 
 #include "Base/ZAssert.h"
+#include "Base/ZDeadline.h"
 #include "Base/ZLog.h"
+#include "Base/ZPixelFormats.h"
+#include "DirectX/Device/DXNamedData.h"
+#include "DirectX/Device/DXPicture.h"
 #include "DirectX/Device/DXTexture.h"
-
-#include <chrono>
 
 namespace
 {
 
-constexpr std::chrono::seconds c_WaitMax{5};
+constexpr uint32_t c_nWaitMaxMs = 5000;
 
 /// Whether all of one texture can be copied over another: Direct3D drops any other copy without a word.
 bool Copy_Fits(ID3D11Texture2D* _pTextureTo, ID3D11Texture2D* _pTextureFrom)
@@ -67,7 +69,7 @@ HRESULT DX_WaitExecution(ID3D11Resource* _pResource)
     if (!Z_VERIFY(cpD3DDevice && cpD3DContext))
         return E_INVALIDARG;
 
-    const auto tmStart = std::chrono::steady_clock::now();
+    const CZDeadline deadline(c_nWaitMaxMs);
     for (;;)
     {
         // Without flags the poll may flush, which is needed: nobody else does.
@@ -81,7 +83,7 @@ HRESULT DX_WaitExecution(ID3D11Resource* _pResource)
         }
         if (hr == S_OK)
             return S_OK;
-        if (std::chrono::steady_clock::now() - tmStart >= c_WaitMax)
+        if (deadline.IsPast())
         {
             ZLog(eZLog_Error, "DX_WaitExecution: the GPU has not finished within 5 s, the last answer is %08X\n", hr);
             return Z_E_TIMEOUT;

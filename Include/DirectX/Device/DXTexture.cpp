@@ -11,7 +11,7 @@ namespace
 
 constexpr HRESULT c_hrNoAllocator = HRESULT_FROM_WIN32(4306);
 
-/// The kinds of DX11Texture are made from parts that are all there.
+/// All kinds of DX11Texture are made here, once their parts have been checked.
 HRESULT Texture_HandOut(DX11Texture* _pTexture, IDX11Texture** _ppObject)
 {
     *_ppObject = _pTexture;
@@ -97,7 +97,7 @@ DX11Texture::~DX11Texture()
     if (m_cpParent) // keeps the texture alive
     {
         ZLog(eZLog_Verbose, "(%08X) UNREF PARENT:%08X Tex:%08X\n", this, m_cpParent.Get(), m_cpTexture.Get());
-        m_cpTexture.Reset(); // before the parent, which may put it into a cache now
+        m_cpTexture.Reset(); // released before the parent, which may put it into a cache
     }
     else if (m_bExternal)
         ZLog(eZLog_Verbose, "(%08X) UNREF EXTERNAL (ID:%I64X) Tex:%08X\n", this,
@@ -115,7 +115,7 @@ void DX11Texture::PutToCache()
     hr = cpMFAllocator->TexturePut(m_cpTexture.Get());
     ZLog(eZLog_Verbose, "(%08X) PUT TO CACHE (cpMFAllocator=%08X) Tex:%08X (hr=%08X)\n", this, cpMFAllocator.Get(),
          m_cpTexture.Get(), hr);
-    m_cpTexture.Reset(); // before the allocator, which may go now and its cache with it
+    m_cpTexture.Reset(); // released before the allocator, whose last reference this may be
 }
 
 HRESULT STDMETHODCALLTYPE DX11Texture::TextureGet(ID3D11Texture2D** _ppTexture)

@@ -18,7 +18,7 @@
 /// How long an object of a named map stays without being used.
 inline constexpr uint32_t c_nNamedPtrUnusedMs = 5'000;
 
-/// Counted objects by name. A thread of its own lets go of those that nobody has asked for, or holds, for a while.
+/// Counted objects by name. A thread of the map releases those that nobody has asked for, or holds, for a while.
 ///
 /// The thread starts with the first object and ends with Close, or the destructor, which waits for it. Objects are
 /// released without a lock held, on the thread that lets go of them. Thread safe; Close and the destructor are the
@@ -66,7 +66,7 @@ public:
         return m_spState->mapEntries.size();
     }
 
-    /// Lets go of all objects and ends the thread; the map can be used again. Z_E_TIMEOUT: the release of an object
+    /// Releases all objects and ends the thread; the map can be used again. Z_E_TIMEOUT: the release of an object
     /// does not come to its end; until a later Close succeeds, the map keeps what it is given.
     HRESULT Close()
     {
@@ -125,7 +125,7 @@ private:
     CSimpleThreadBase<STATE> m_thrCollector;
 };
 
-/// The thread's body: until there is no object left.
+/// The thread's body: runs until no object is left.
 template <class T> void CNamedPtrMap_GC<T>::STATE::Collect()
 {
     while (!evtStop.Wait(nUnused / 4 + 1))

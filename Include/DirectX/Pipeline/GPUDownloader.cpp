@@ -1,4 +1,4 @@
-#include "DirectX/Pipeline/GPUProcessorCK.h"
+#include "DirectX/Pipeline/GPUDownloader.h"
 
 #include "Base/ZAssert.h"
 #include "Base/ZPixelFormats.h"
@@ -11,7 +11,7 @@
 namespace
 {
 
-/// Whether a frame made is what was asked for.
+/// Whether a frame that was made has the properties that were asked for.
 bool IsAsAsked(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidPropsAsked)
 {
     ZF_VID_PROPS vidProps = {};
@@ -21,7 +21,7 @@ bool IsAsAsked(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidPropsAsked)
            (_vidPropsAsked.nRowBytes == 0 || vidProps.nRowBytes == _vidPropsAsked.nRowBytes);
 }
 
-/// A frame of the asked properties: where it can be, one that takes over all but the pixels.
+/// A frame with the given properties; where possible one that takes over all but the pixels.
 HRESULT FrameMake(IZFFrame2* _pFrameIn, const ZF_VID_PROPS& _vidProps, IZFFrame** _ppFrame)
 {
     ZF_VID_PROPS vidPropsIn = {};
@@ -92,7 +92,7 @@ HRESULT Downloader::_Download(IZFFrame2* _pFrameIn, IDX11Texture* _pTexIn, IZFFr
         hr = pFrameOut->AttachmentSet(c_wszFrameTexture, _pTexIn);
     if (FAILED(hr) || !Z_VERIFY(pFrameOut))
         return Failed("_Download", "Failed to create GPU frame!", hr);
-    pFrameOut->AttachmentSet(L"mask", nullptr); // that of the input, if there is one, is not this picture's
+    pFrameOut->AttachmentSet(L"mask", nullptr); // a mask that was attached to the input does not belong to this picture
     *_ppFrameOut = pFrameOut.Detach();
     return S_OK;
 }

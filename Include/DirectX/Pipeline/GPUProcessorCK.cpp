@@ -33,19 +33,6 @@ bool IsSamePicture(const ZF_VID_PROPS& _vidPropsA, const ZF_VID_PROPS& _vidProps
 
 } // namespace
 
-CDXPassLock::CDXPassLock(ID3D11Device* _pDevice)
-    : m_cpProtect(ZQuery<ID3D10Multithread>(_pDevice))
-{
-    if (m_cpProtect)
-        m_cpProtect->Enter();
-}
-
-CDXPassLock::~CDXPassLock()
-{
-    if (m_cpProtect)
-        m_cpProtect->Leave();
-}
-
 CZPtr<IDX11Texture> GPU_TextureOf(IZFFrame* _pFrame)
 {
     CZPtr<IUnknown> cpAttached;
@@ -60,13 +47,6 @@ CZPtr<IDX11Texture> GPU_TextureOf(IZFFrame* _pFrame)
     if (cpTexture2D)
         DX11Texture::CreateExternal(cpTexture2D.Get(), PropsInTexture(vidProps), cpTexture.Put());
     return cpTexture;
-}
-
-HRESULT GPUStage::Failed(const char* _pszOperation, const char* _pszMessage, HRESULT _hr) const
-{
-    const HRESULT hr = FAILED(_hr) ? _hr : E_UNEXPECTED;
-    ZLog(eZLog_Error, "%hs::%hs: %hs hr=%08X\n", m_strName, _pszOperation, _pszMessage, hr);
-    return hr;
 }
 
 GPUProcessorCore::GPUProcessorCore(const char* _pszClass)
@@ -112,7 +92,7 @@ HRESULT GPUProcessorCore::PutFrame(IZFFrame* _pFrameIn, bool _bTaken, bool _bFie
     const auto cpFrame = ZQuery<IZFFrame2>(_pFrameIn);
     if (!cpFrame)
         return Failed("PutFrame", "The frame does not have the second frame interface!", E_NOINTERFACE);
-    if (!_bTaken) // before anything is uploaded for nothing
+    if (!_bTaken) // before anything is uploaded in vain
         return Failed("PutFrame", "Invalid FCC type of input frame!", E_NOTIMPL);
     m_bFields = false;
     const CZPtr<IDX11Texture> cpTexture = GPU_TextureOf(_pFrameIn);

@@ -17,153 +17,16 @@
 /// One processor is used by one thread at a time. Several may share a device: every pass runs under the device's own
 /// lock (CDXPassLock). Uploads and downloads do not need it, so nobody waits long for another's picture.
 
-#include "DirectX/Device/DXDevice.h"
-#include "DirectX/Device/DXTexture.h"
-#include "Interfaces/IZFFrame.h"
-
-#include <string>
-#include <utility>
-
-/// Keeps all other threads off the immediate context while it lives: a pass is made of many calls that share its
-/// state. May be nested; a device without protection is not locked.
-class CDXPassLock
-{
-public:
-    explicit CDXPassLock(ID3D11Device* _pDevice);
-    ~CDXPassLock();
-    CDXPassLock(const CDXPassLock&) = delete;
-    CDXPassLock& operator=(const CDXPassLock&) = delete;
-
-private:
-    CZPtr<ID3D10Multithread> m_cpProtect;
-};
-
-/// What a pass binds besides its input; borrowed during the call.
-struct GPU_PASS
-{
-    ID3D11PixelShader* pPixelShader = nullptr;
-    ID3D11SamplerState* pSampler = nullptr; ///< slot s0; null: none
-    const void* pConstants = nullptr;       ///< slot b0; null: none
-    size_t cbConstants = 0;
-};
-
-/// The texture that a pass draws into: size in texels, and the record that the texture object carries.
-struct GPU_TARGET
-{
-    uint32_t nWidth = 0;
-    uint32_t nHeight = 0;
-    DXGI_FORMAT eFormat = DXGI_FORMAT_UNKNOWN;
-    ZF_VID_PROPS vidProps = {};
-};
-/// The target for a picture; size 0 when its format has no texture form.
-GPU_TARGET GPU_TargetOf(const ZF_VID_PROPS& _vidProps);
+#include "Base/ZScope.h"
+#include "DirectX/Device/DXPassLock.h"
+#include "DirectX/Pipeline/GPUDownloader.h"
+#include "DirectX/Pipeline/GPURenderer.h"
+#include "DirectX/Pipeline/GPUUploader.h"
 
 /// The texture that a frame's picture is in (nGPUFlags), as a texture object: one around the host's texture when it is
 /// given bare. Empty when the frame has none, or has its picture in memory. The object's properties are the frame's,
 /// RGB formats top-down.
 CZPtr<IDX11Texture> GPU_TextureOf(IZFFrame* _pFrame);
-
-/// What the pipeline and its stages have in common: how they log.
-class GPUStage
-{
-protected:
-    explicit GPUStage(std::string _strName)
-        : m_strName(std::move(_strName))
-    {
-    }
-    ~GPUStage() = default;
-    const std::string& Name() const
-    {
-        return m_strName;
-    }
-    /// Logs a message under the operation's qualified name and returns the code; a success counts as E_UNEXPECTED.
-    HRESULT Failed(const char* _pszOperation, const char* _pszMessage, HRESULT _hr) const;
-
-private:
-    std::string m_strName; // "GPUProcessorBase<class GPUChromaKey>::Uploader"
-};
-
-/// Uploads pictures into textures. One upload texture is kept as long as it fits.
-///
-/// Adapters of the Intel row get a STAGING texture, every other one a DYNAMIC one bound as shader resource. A staging
-/// texture is copied into one that shaders can read.
-class Uploader : GPUStage
-{
-public:
-    /// The name that it logs under.
-    explicit Uploader(std::string _strName)
-        : GPUStage(std::move(_strName))
-    {
-    }
-
-    /// The picture's rows, top row first, all planes of planar formats in one tall texture. The texture handed out
-    /// holds the picture until the next upload.
-    ///
-    /// _pVidPtrIn: planes walked top-down (VideoPtrGet with eZFP_Flip). _bFields: rows 0, 2, 4 ... into the upper half,
-    /// rows 1, 3, 5 ... into the lower half, a last row of an odd height behind both; not for planar formats.
-    /// E_INVALIDARG for missing arguments (asserted); E_NOTIMPL for a format without texture form.
-    HRESULT Upload(ID3D11Device* _pDevice, const ZF_VID_PROPS* _pVidPropsIn, const ZF_VID_PTR* _pVidPtrIn,
-                   bool _bFields, IDX11Allocator* _pAllocator, IDX11Texture** _ppSurfaceOut);
-    /// Gives the kept texture back.
-    void Close();
-
-private:
-    HRESULT TextureMake(ID3D11Device* _pDevice, const ZF_VID_PROPS& _vidProps, IDX11Allocator* _pAllocator);
-    HRESULT RowsWrite(ID3D11DeviceContext* _pContext, const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr,
-                      bool _bFields, ID3D11Texture2D* _pTexture) const;
-    HRESULT StagingCopy(ID3D11Device* _pDevice, const ZF_VID_PROPS& _vidProps, IDX11Allocator* _pAllocator,
-                        IDX11Texture** _ppSurfaceOut) const;
-
-    CZPtr<IDX11Texture> m_cpTexUpload;
-};
-
-/// Draws passes.
-class Renderer : protected GPUStage
-{
-public:
-    /// The name that it logs under.
-    explicit Renderer(std::string _strName)
-        : GPUStage(std::move(_strName))
-    {
-    }
-
-    /// One pass from the texture of an input frame. _bTaken: whether the processor can take the frame's format.
-    /// E_NOTIMPL: it cannot; E_INVALIDARG: the picture has no pixel or does not lie in the texture as its properties
-    /// say.
-    HRESULT Render(DX11Device* _pTheDevice, IDX11Texture* _pFrameIn, bool _bTaken, const GPU_PASS& _pass,
-                   const GPU_TARGET& _target, IDX11Allocator* _pAllocator, IDX11Texture** _ppTexOutput);
-    /// One pass with clear, from any texture. Sets the completion marker on the target.
-    HRESULT _RenderBase(DX11Device* _pTheDevice, ID3D11Texture2D* _pTexIn, const GPU_PASS& _pass,
-                        const GPU_TARGET& _target, IDX11Allocator* _pAllocator, IDX11Texture** _ppSurfaceOut);
-};
-
-/// Brings textures back into memory. The readable copies come from the allocator's cache and go back there.
-class Downloader : GPUStage
-{
-public:
-    /// The name that it logs under.
-    explicit Downloader(std::string _strName)
-        : GPUStage(std::move(_strName))
-    {
-    }
-
-    /// A new frame in system memory with the texture's bytes. With the size of _pFrameIn it takes over all but
-    /// pixels and identity (time code, texts, attachments); else, and for masks, it is a bare frame of its memory.
-    HRESULT Download(IZFFrame2* _pFrameIn, IDX11Texture* _pTexIn, const ZF_VID_PROPS& _vidPropsOut, bool _bFields,
-                     IDX11Allocator* _pAllocator, IZFFrame** _ppFrameOut);
-    /// A frame around the texture, for a host that works on the same device; takes over the same. E_NOTIMPL when
-    /// _pFrameIn cannot make such frames.
-    HRESULT _Download(IZFFrame2* _pFrameIn, IDX11Texture* _pTexIn, IZFFrame** _ppFrameOut);
-    /// The texture's rows into the planes of a picture, the inverse of Upload: no byte beyond a row's pixels is
-    /// written.
-    HRESULT _Download_Tex(const ZF_VID_PTR* _pVideoOut, ID3D11Texture2D* _pTexIn, const ZF_VID_PROPS* _pVidPropsIn,
-                          bool _bFields, IDX11Allocator* _pAllocator);
-
-private:
-    HRESULT PlainFrame(IZFFrame2* _pFrameIn, const ZF_VID_PROPS& _vidPropsOut, IZFFrame** _ppFrameOut) const;
-    HRESULT CopyMapped(const ZF_VID_PTR& _videoOut, ID3D11Texture2D* _pTexIn, const ZF_VID_PROPS& _vidProps,
-                       bool _bFields, IDX11Texture* _pTexReadable) const;
-};
 
 /// The part of the pipeline that is the same for all processors. For GPUProcessorBase.
 class GPUProcessorCore : protected GPUStage
@@ -187,7 +50,7 @@ protected:
     HRESULT PutFrame(IZFFrame* _pFrameIn, bool _bTaken, bool _bFields);
     /// Makes sure the device exists, then uploads.
     HRESULT _PutVideo(const ZF_VID_PROPS* _pVidPropsIn, const ZF_VID_PTR* _pVidPtrIn, bool _bFields);
-    /// Lets go of the frame under way. With a device that was removed, everything goes, so that the next frame starts
+    /// Releases the frame under way. With a device that was removed, everything goes, so that the next frame starts
     /// afresh.
     void FrameEnd();
 
@@ -264,22 +127,6 @@ protected:
     ~GPUProcessorBase() = default;
 
 private:
-    /// Ends the frame under way, also where something throws.
-    struct FRAME_GUARD
-    {
-        GPUProcessorBase* pProcessor;
-        explicit FRAME_GUARD(GPUProcessorBase* _pProcessor)
-            : pProcessor(_pProcessor)
-        {
-        }
-        ~FRAME_GUARD()
-        {
-            pProcessor->FrameEnd();
-        }
-        FRAME_GUARD(const FRAME_GUARD&) = delete;
-        FRAME_GUARD& operator=(const FRAME_GUARD&) = delete;
-    };
-
     HRESULT PutAndProcess(IZFFrame* _pFrameIn, bool _bFlushContext);
     Processor* Self()
     {
@@ -316,7 +163,7 @@ template <class Processor> HRESULT GPUProcessorBase<Processor>::ProcessFrameExte
     if (!_ppFrameOut)
         return E_POINTER;
     *_ppFrameOut = nullptr;
-    const FRAME_GUARD guard(this);
+    const CZScopeExit frameEnd([this] { FrameEnd(); });
     HRESULT hr = PutAndProcess(_pFrameIn, _bFlushContext);
     if (SUCCEEDED(hr))
     {

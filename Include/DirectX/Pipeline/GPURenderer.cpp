@@ -1,8 +1,9 @@
-#include "DirectX/Pipeline/GPUProcessorCK.h"
+#include "DirectX/Pipeline/GPURenderer.h"
 
 #include "Base/ZAssert.h"
 #include "DirectX/Device/DXHelpers.h"
-#include "DirectX/Pipeline/GPUPass.h"
+#include "DirectX/Device/DXPassLock.h"
+#include "DirectX/Pipeline/DXPassBinding.h"
 #include "DirectX/Pipeline/GPURows.h"
 
 namespace

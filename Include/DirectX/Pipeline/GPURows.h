@@ -19,6 +19,6 @@ bool GPU_SizeIsValid(const ZF_VID_PROPS& _vidProps);
 bool GPU_HasPlanes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr);
 
 /// Copies the pixels of all planes, no byte beside them. _vidPtr: planes walked top-down. _bFields: the rows of the two
-/// fields lie one above the other in the texture; a last row of an odd height lies behind both.
+/// fields lie one above the other in the texture; a last row of an odd height lies below both.
 void GPU_RowsCopy(eGPURows _eWay, const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, bool _bFields,
                   const D3D11_MAPPED_SUBRESOURCE& _mapped);

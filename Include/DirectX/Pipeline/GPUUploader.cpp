@@ -1,4 +1,4 @@
-#include "DirectX/Pipeline/GPUProcessorCK.h"
+#include "DirectX/Pipeline/GPUUploader.h"
 
 #include "Base/ZAssert.h"
 #include "Base/ZPixelFormats.h"
@@ -21,7 +21,7 @@ D3D11_TEXTURE2D_DESC DescOf(ID3D11Texture2D* _pTexture)
     return desc;
 }
 
-/// Whether a texture is of a device and says of itself what a record says.
+/// Whether a texture belongs to a device, and its own record agrees with the given one.
 bool IsFor(IDX11Texture* _pSurface, ID3D11Texture2D* _pTexture, ID3D11Device* _pDevice, const ZF_VID_PROPS& _vidProps)
 {
     ZF_VID_PROPS vidPropsKept = {};

@@ -9,7 +9,7 @@ namespace
 
 constexpr int32_t c_nMaxPasses = 10;
 
-constexpr char c_szHead[] = R"(Texture2D tx : register( t0 );
+constexpr char c_szSmoothHead[] = R"(Texture2D tx : register( t0 );
 SamplerState samLinear : register( s0 );
 
 cbuffer SMOOTH_SETTINGS : register( b0 )
@@ -64,7 +64,7 @@ constexpr char c_szInverse[] = R"(    if( pc.w < 0.01 )
 
 std::string SmoothShader_Text(const SMOOTH_SHADER& _shader)
 {
-    return std::string(c_szHead) + c_szShaderInput + c_szBody +
+    return std::string(c_szSmoothHead) + c_szShaderInput + c_szBody +
            (_shader.bPremultiplied ? c_szPremultiplied
             : _shader.bInverse     ? c_szInverse
                                    : c_szStraight);

@@ -41,7 +41,7 @@ public:
             TakeContent();
         SkipOutside();
         if (!m_scan.AtEnd())
-            m_scan.Fail(m_scan.Pos(), "only comments may stand behind the root element");
+            m_scan.Fail(m_scan.Pos(), "only comments may follow the root element");
         return std::move(m_upRoot);
     }
 
@@ -128,7 +128,7 @@ bool CXmlTreeReader::TakeCData()
         return false;
     OPEN_NODE& open = m_vecOpen.back();
     CXmlScanner::AppendLines(&open.strText, m_scan.TakeUntil("]]>", nStart, "this CDATA section is not closed"));
-    open.bOnlyBlanks = false; // blanks that somebody wrapped up are meant
+    open.bOnlyBlanks = false; // blanks in a CDATA section or reference are intended
     return true;
 }
 
@@ -150,7 +150,7 @@ void CXmlTreeReader::TakeStartTag()
     const size_t nStart = m_scan.Pos();
     m_scan.Take("<");
     CXmlNode* pNode =
-        AddNode(m_scan.TakeName("the name of an element is missing behind '<'; write &lt; in text"), nStart);
+        AddNode(m_scan.TakeName("the name of an element is missing after '<'; write &lt; in text"), nStart);
     for (;;)
     {
         const bool bBlank = m_scan.SkipBlanks();
@@ -184,14 +184,14 @@ void CXmlTreeReader::TakeEndTag()
 {
     const size_t nStart = m_scan.Pos();
     m_scan.Take("</");
-    const std::string_view svName = m_scan.TakeName("the name of an element is missing behind '</'");
+    const std::string_view svName = m_scan.TakeName("the name of an element is missing after '</'");
     OPEN_NODE& open = m_vecOpen.back();
     if (svName != open.pNode->Name())
         m_scan.Fail(nStart, "the end of " + PropText_Quote(svName) + " stands where that of " +
                                 PropText_Quote(open.pNode->Name()) + " is expected");
     m_scan.SkipBlanks();
     m_scan.Expect(">", "'>' is missing in the end tag");
-    if (!open.bOnlyBlanks || open.pNode->ChildCount() == 0) // else the blanks only indent the children
+    if (!open.bOnlyBlanks || open.pNode->ChildCount() == 0) // otherwise the blanks only indent the children
         open.pNode->TextSet(open.strText);
     m_vecOpen.pop_back();
 }
@@ -209,7 +209,7 @@ CXmlNode* CXmlTreeReader::AddNode(std::string_view _svName, size_t _nPos)
     return m_upRoot.get();
 }
 
-/// Refuses what cannot be scanned at all.
+/// Refuses bytes that are not UTF-8 or that XML cannot hold.
 void CheckBytes(std::string_view _svDocument)
 {
     if (_svDocument.size() > c_nXmlMaxBytes)

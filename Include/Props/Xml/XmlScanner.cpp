@@ -1,11 +1,11 @@
 #include "Props/Xml/XmlScanner.h"
 
+#include "Base/ZNumber.h"
 #include "Base/ZText.h"
 #include "Props/PropText.h"
 #include "Props/Xml/XmlChars.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <utility>
 
@@ -59,7 +59,7 @@ std::string_view CXmlScanner::TakeName(const char* _pszReason)
 std::string CXmlScanner::TakeAttrValue()
 {
     SkipBlanks();
-    Expect("=", "'=' is missing behind the name of an attribute");
+    Expect("=", "'=' is missing after the name of an attribute");
     SkipBlanks();
     const size_t nStart = m_nPos;
     const std::string_view svQuote = At("'") ? "'" : "\"";
@@ -147,10 +147,8 @@ char32_t CXmlScanner::CharOf(std::string_view _svReference, size_t _nPos) const
 {
     const bool bHex = _svReference.starts_with('x');
     const std::string_view svDigits = _svReference.substr(bHex ? 1 : 0);
-    const char* const pEnd = svDigits.data() + svDigits.size();
     uint32_t nChar = 0;
-    const auto res = std::from_chars(svDigits.data(), pEnd, nChar, bHex ? 16 : 10);
-    if (res.ec != std::errc() || res.ptr != pEnd || !XmlChars_IsLegal(nChar))
+    if (!ZNumber_Read(svDigits, &nChar, bHex ? 16 : 10) || !XmlChars_IsLegal(nChar))
         Fail(_nPos, "this reference names no character that XML can hold");
     return nChar;
 }

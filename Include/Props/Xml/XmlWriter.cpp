@@ -72,7 +72,7 @@ private:
         *m_pstrReason += (m_pstrReason->empty() ? "" : ": ") + std::string(_pszReason);
         return false;
     }
-    /// What concerns the place in the tree and the name, before the name stands in messages.
+    /// Checks depth and name first, because messages quote the name.
     bool Check(const CXmlNode& _node)
     {
         if (m_vecPath.size() == c_nXmlMaxDepth)
@@ -106,7 +106,7 @@ private:
         }
         *m_pstrOut += '>';
         WriteText(_node);
-        const bool bIndent = _node.ChildCount() > 0 && _node.Text().empty(); // beside text it would become text
+        const bool bIndent = _node.ChildCount() > 0 && _node.Text().empty(); // next to text it would become part of it
         for (size_t i = 0; i < _node.ChildCount(); ++i)
         {
             if (bIndent)

@@ -23,21 +23,21 @@ enum eRow : size_t
 };
 
 constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
-    {"debug.time_overlay", eCKOptionType_Bool, "false", "Draw the time on the output (GPU path only)."},
-    {"gpu_flush_context", eCKOptionType_Bool, "false",
+    {c_szOptionTimeOverlay, eCKOptionType_Bool, "false", "Draw the time on the output (GPU path only)."},
+    {c_szOptionGPUFlush, eCKOptionType_Bool, "false",
      "Hand the work to the GPU as soon as it is recorded. For hosts whose own work waits in the same context."},
-    {"gpu_mode", eCKOptionType_Int, "-1",
+    {c_szOptionGPUMode, eCKOptionType_Int, "-1",
      "0: key on the CPU; 1: on the GPU, and fail where that fails; other values: on the GPU, and on the CPU where that "
      "fails. Where there is no device, frames go to the CPU, and one is looked for every few seconds; one that is "
      "software is used with 1 only."},
-    {"keying.borders", eCKOptionType_Borders, "",
+    {c_szOptionBorders, eCKOptionType_Borders, "",
      "Left, top, right and bottom border in pixels; the result is the frame less these borders, left and right edge "
      "rounded up to multiples of 8. Frames in a texture are keyed whole."},
-    {"output.argb", eCKOptionType_Bool, "false", "Convert the input into ARGB32; the result has its alpha filled."},
-    {"output.thread", eCKOptionType_Bool, "true",
+    {c_szOptionARGB, eCKOptionType_Bool, "false", "Convert the input into ARGB32; the result has its alpha filled."},
+    {c_szOptionThread, eCKOptionType_Bool, "true",
      "Process frames on a thread of their own, one frame behind. Switched off, a frame's result comes at once, and one "
      "that is still under way from before is dropped; fetch it first, with a null frame."},
-    {"process.threads", eCKOptionType_Int, "2",
+    {c_szOptionThreads, eCKOptionType_Int, "2",
      "Threads that key a frame on the CPU, 1 to 16; 0 acts as 1, negative and larger numbers as 16."},
 }};
 

@@ -9,6 +9,15 @@
 
 class CPropStore;
 
+/// The names of the options. Messages and hosts take them from here.
+inline constexpr char c_szOptionTimeOverlay[] = "debug.time_overlay";
+inline constexpr char c_szOptionGPUFlush[] = "gpu_flush_context";
+inline constexpr char c_szOptionGPUMode[] = "gpu_mode";
+inline constexpr char c_szOptionBorders[] = "keying.borders";
+inline constexpr char c_szOptionARGB[] = "output.argb";
+inline constexpr char c_szOptionThread[] = "output.thread";
+inline constexpr char c_szOptionThreads[] = "process.threads";
+
 /// What kind of value an option takes.
 enum eCKOptionType : int
 {
@@ -32,7 +41,7 @@ std::span<const CK_OPTION> ChromaKeyOptions_Table();
 /// "" when the value is right for the option, or the name is not in the table; else which values are right.
 std::string ChromaKeyOptions_Validate(std::string_view _svName, std::string_view _svValue);
 
-/// "gpu_mode"; every other value: the GPU, and the CPU when that fails.
+/// Values of c_szOptionGPUMode; every other one: the GPU, and the CPU when that fails.
 enum eCK_GPUMode : int32_t
 {
     eCKGPU_Off = 0,
@@ -54,5 +63,5 @@ struct CK_FRAME_OPTIONS
 /// Reads the options as they are now. A value that cannot be read counts as not set.
 CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store);
 
-/// "output.thread", which is read when a frame comes in.
+/// c_szOptionThread, which is read when a frame comes in.
 bool ChromaKeyOptions_OutputThread(const CPropStore& _store);

@@ -12,7 +12,7 @@ namespace
 // clang-format off
 constexpr KEY2_PARAM c_arrParams[] = {
     {"backdrop",         &KEY2_PARAMS::dblBackdrop,          0, 200, 100, "%",      nullptr,          "scales the background range of all keys",                                      "more or less of the picture is taken for backdrop", false},
-    {"solid",            &KEY2_PARAMS::dblSolid,             0, 100,  18, "%",      nullptr,          "inside a body, what is transparent by no more than this becomes opaque; 0: nothing does", "holes in clothes and faces close; 0 for glass and veils", false},
+    {"solid",            &KEY2_PARAMS::dblSolid,             0, 100,  50, "%",      nullptr,          "inside a body, what is transparent by no more than 0.36 of this becomes opaque; 0: nothing does", "holes in clothes and faces close; 0 for glass and veils", false},
     {"clean_backdrop",   &KEY2_PARAMS::dblCleanBackdrop,     0,  30,   2, "%",      nullptr,          "alpha below it becomes 0",                                                     "thin remains of the backdrop vanish", false},
     {"clean_foreground", &KEY2_PARAMS::dblCleanForeground,   0,  30,   3, "%",      nullptr,          "alpha above 100 less this becomes opaque",                                     "thin holes in the foreground close", false},
     {"choke",            &KEY2_PARAMS::dblChoke,           -10,  10,   0, "pixels", nullptr,          "moves edges outwards when negative, inwards when positive; colours are rebuilt", "the foreground grows or shrinks", false},

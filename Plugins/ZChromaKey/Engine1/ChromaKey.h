@@ -62,9 +62,9 @@ public:
 
     /// After a ProcessFrame that timed out: keeps the owners of picture and mask for as long as a worker may touch
     /// them.
-    void Hold(IUnknown* _pPicture, IUnknown* _pMask)
+    void Hold(std::initializer_list<IUnknown*> _listOwners)
     {
-        m_pool.Hold(_pPicture, _pMask);
+        m_pool.Hold(_listOwners);
     }
 
 private:

@@ -30,7 +30,7 @@ ENGINE_PLAN CKeyEngine::Plan(ENGINE_SETTINGS _settings) const
 {
     const CHROMA_KEY_RAW key = KeyOf(_settings);
     const bool bAboveNone = key.eType > eCKT_None && key.eType <= eCKT_Auto;
-    return {bAboveNone, KeyType_HasSpace(key.eType), KeyPlan_HasColorCancel(key)};
+    return {bAboveNone, KeyType_HasSpace(key.eType), KeyPlan_HasColorCancel(key), false};
 }
 
 bool CKeyEngine::CanClean(uint32_t _fccType) const
@@ -47,13 +47,13 @@ HRESULT CKeyEngine::Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings)
     m_engine->FillSet(true);
     m_engine->CleanSet(_job.bWrite);
     const CHROMA_KEY_RAW key = KeyOf(_settings);
-    return m_engine->ProcessFrame(&_job.vidPtr, _job.pbMask, &_job.vidProps, &key);
+    return m_engine->ProcessFrame(&_job.result.vidPtr, _job.pbMask, &_job.result.vidProps, &key);
 }
 
-void CKeyEngine::Hold(IUnknown* _pPicture, IUnknown* _pMask)
+void CKeyEngine::Hold(std::initializer_list<IUnknown*> _listOwners)
 {
     if (m_engine)
-        m_engine->Hold(_pPicture, _pMask);
+        m_engine->Hold(_listOwners);
 }
 
 HRESULT CKeyEngine::ProcessGPU(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, const ENGINE_GPU_OPTIONS& _options,

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 #include <type_traits>
 #include <vector>
@@ -27,16 +28,26 @@ struct ENGINE_PLAN
     bool bCompares; ///< a repeated frame with the same settings is answered with the last output
     bool bKeys;     ///< else frames pass, converted and cut where the options ask for it
     bool bCleans;   ///< colours are changed in the formats that CanClean names
+    /// The engine reads the input in its own format, whatever the result is: nothing is converted before it. Of a
+    /// result in ARGB32 it writes every pixel.
+    bool bReadsSource;
 };
 
-/// One picture to key on the CPU, and where its mask goes.
+/// A picture in system memory.
+struct ENGINE_PICTURE
+{
+    ZF_VID_PROPS vidProps;
+    ZF_VID_PTR vidPtr; ///< its planes, row 0 at the top
+};
+
+/// One frame to key on the CPU, and where its mask goes.
 struct ENGINE_JOB
 {
-    ZF_VID_PROPS vidProps; ///< of the picture
-    ZF_VID_PTR vidPtr;     ///< its planes, row 0 at the top
-    bool bWrite;           ///< the pixels are ours: alpha of ARGB32 and clean colours may be written
-    uint8_t* pbMask;       ///< the top row; the stride is that of VidProps_Mask of the picture
-    eZYMatrix eMatrix;     ///< of the input, whatever the picture was converted into
+    ENGINE_PICTURE source; ///< what is keyed; never written to
+    ENGINE_PICTURE result; ///< of the same size; the same picture, unless the engine asked for the source
+    bool bWrite;           ///< the result's pixels are ours: alpha of ARGB32 and clean colours may be written
+    uint8_t* pbMask;       ///< the top row; the stride is that of VidProps_Mask of the result
+    eZYMatrix eMatrix;     ///< of the input, whatever it was converted into
     uint32_t nThreads;     ///< 1 to c_nMaxFrameThreads
 };
 
@@ -66,10 +77,10 @@ public:
     virtual bool CanClean(uint32_t _fccType) const = 0;
 
     /// Keys a picture on the CPU: fills the mask, writes alpha and colours where the job lets it. Z_E_TIMEOUT: a thread
-    /// may still touch picture and mask; see Hold. Any other failure: nothing touches them any more.
+    /// may still touch pictures and mask; see Hold. Any other failure: nothing touches them any more.
     virtual HRESULT Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings) = 0;
-    /// After a Process that timed out: keeps the owners of picture and mask for as long as a thread may touch them.
-    virtual void Hold(IUnknown* _pPicture, IUnknown* _pMask) = 0;
+    /// After a Process that timed out: keeps the owners of pictures and mask for as long as a thread may touch them.
+    virtual void Hold(std::initializer_list<IUnknown*> _listOwners) = 0;
 
     /// Keys a frame on the GPU into a new one with a mask attached, as the CPU does; a frame in a texture into a new
     /// texture of the same device. Any failure, or no frame: it can be keyed on the CPU.

@@ -233,7 +233,8 @@ HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
     if (!cpFrame2)
         return S_FALSE;
     WORK_FRAME& work = _pFrames->work;
-    HRESULT hr = WorkFrame_Make(cpFrame2.Get(), *m_options, &work);
+    HRESULT hr = m_plan.bKeys && m_plan.bReadsSource ? WorkFrame_MakeFromSource(cpFrame2.Get(), *m_options, &work)
+                                                     : WorkFrame_Make(cpFrame2.Get(), *m_options, &work);
     if (SUCCEEDED(hr) && m_plan.bKeys)
         hr = OwnMake(&work);
     if (SUCCEEDED(hr) && m_plan.bKeys) // measured as the input is, not as what it was converted into
@@ -254,35 +255,52 @@ HRESULT CFrameKeyer::OwnMake(WORK_FRAME* _pWork)
     return FAILED(hr) ? hr : WorkFrame_MakeOwn(bWritten, _pWork);
 }
 
+/// What the engine gets. The mask is top-down, so rows are addressed from the top.
+HRESULT CFrameKeyer::JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK_MASK* _pMask, ENGINE_JOB* _pJob) const
+{
+    ENGINE_PICTURE& result = _pJob->result;
+    HRESULT hr = _work.cpFrame->VideoPropsGet(&result.vidProps);
+    if (SUCCEEDED(hr))
+        hr = _work.cpFrame->VideoPtrGet(_work.bOwnPixels ? eZFP_Flip | eZFP_Write : eZFP_Flip, &result.vidPtr);
+    _pJob->source = result;
+    if (SUCCEEDED(hr) && _work.cpSource)
+    {
+        hr = _work.cpSource->VideoPropsGet(&_pJob->source.vidProps);
+        if (SUCCEEDED(hr))
+            hr = _work.cpSource->VideoPtrGet(eZFP_Flip, &_pJob->source.vidPtr);
+    }
+    if (SUCCEEDED(hr))
+        hr = WorkFrame_MakeMask(_pFrameIn, result.vidProps, _pMask);
+    _pJob->bWrite = _work.bOwnPixels; // alpha of ARGB32, clean colours
+    _pJob->pbMask = _pMask->pbAlpha;
+    _pJob->nThreads = static_cast<uint32_t>(m_options->nThreads);
+    return hr;
+}
+
 HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, ENGINE_SETTINGS _settings, FRAMES* _pFrames)
 {
-    IZFFrame* const pFrame = _pFrames->work.cpFrame.Get();
-    const bool bWrite = _pFrames->work.bOwnPixels; // alpha of ARGB32, clean colours
+    const WORK_FRAME& work = _pFrames->work;
+    IZFFrame* const pFrame = work.cpFrame.Get();
     WORK_MASK& mask = _pFrames->mask;
-    ZF_VID_PROPS vidProps = {};
-    ZF_VID_PTR vidPtr = {};
-    HRESULT hr = pFrame->VideoPropsGet(&vidProps);
-    if (SUCCEEDED(hr)) // the mask is top-down
-        hr = pFrame->VideoPtrGet(bWrite ? eZFP_Flip | eZFP_Write : eZFP_Flip, &vidPtr);
-    if (SUCCEEDED(hr))
-        hr = WorkFrame_MakeMask(_pFrameIn, vidProps, &mask);
+    ENGINE_JOB job = {};
+    job.eMatrix = _eMatrix;
+    HRESULT hr = JobMake(work, _pFrameIn, &mask, &job);
     if (m_plan.bCleans)
-        LogNotCleaned(vidProps.fccType);
+        LogNotCleaned(job.result.vidProps.fccType);
     if (SUCCEEDED(hr))
-        hr = m_upEngine->Process(
-            {vidProps, vidPtr, bWrite, mask.pbAlpha, _eMatrix, static_cast<uint32_t>(m_options->nThreads)}, _settings);
+        hr = m_upEngine->Process(job, _settings);
     if (SUCCEEDED(hr))
         hr = pFrame->AttachmentSet(L"mask", mask.cpFrame.Get());
     if (hr == Z_E_TIMEOUT)
     {
-        m_upEngine->Hold(pFrame, mask.cpFrame.Get());
+        m_upEngine->Hold({work.cpSource.Get(), pFrame, mask.cpFrame.Get()});
         ZLog(eZLog_Error,
              "CCoZChromaKey::OnMediaReceive: keying was given up: a thread waited too long for the frame's "
              "memory or for the log; it is left to itself, and the next frame gets another one\n");
     }
     else if (FAILED(hr))
         ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: a frame (%hs) cannot be keyed on the CPU, hr=%08X\n",
-             VidProps_Text(&vidProps), hr);
+             VidProps_Text(&job.result.vidProps), hr);
     return hr;
 }
 

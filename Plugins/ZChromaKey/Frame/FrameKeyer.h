@@ -66,6 +66,7 @@ private:
     };
     HRESULT ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     HRESULT OwnMake(WORK_FRAME* _pWork);
+    HRESULT JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK_MASK* _pMask, ENGINE_JOB* _pJob) const;
     HRESULT ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                        IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     void FramesTake(FRAMES* _pFrames);

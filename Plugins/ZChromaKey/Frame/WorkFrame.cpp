@@ -14,11 +14,12 @@
 namespace
 {
 
-HRESULT ConvertToARGB(WORK_FRAME* _pWork)
+/// _nFlags: eZFCopy, whether the pixels are converted or left for others to write.
+HRESULT MakeARGB(uint32_t _nFlags, WORK_FRAME* _pWork)
 {
     const auto cpFrame2 = ZQuery<IZFFrame2>(_pWork->cpFrame);
     CZPtr<IZFFrame> cpARGB;
-    const HRESULT hr = cpFrame2 ? cpFrame2->FrameConvert(eZFC_Converted, eZFCC_ARGB32, cpARGB.Put()) : E_NOINTERFACE;
+    const HRESULT hr = cpFrame2 ? cpFrame2->FrameConvert(_nFlags, eZFCC_ARGB32, cpARGB.Put()) : E_NOINTERFACE;
     if (FAILED(hr) || !cpARGB)
     {
         ZLog(eZLog_Error,
@@ -27,7 +28,10 @@ HRESULT ConvertToARGB(WORK_FRAME* _pWork)
              FrameText(_pWork->cpFrame.Get()), hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
-    *_pWork = {std::move(cpARGB), true, true};
+    _pWork->cpFrame = std::move(cpARGB);
+    _pWork->bOwnFrame = true;
+    _pWork->bOwnPixels = true;
+    _pWork->bWidened = false;
     return S_OK;
 }
 
@@ -77,7 +81,9 @@ HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork)
     }
     hr = cpRect->VideoPropsGet(&vidProps);
     const bool bWidened = vidProps.nWidth != nX2 - nX1 || ZAbs32(vidProps.nHeight) != nY2 - nY1;
-    *_pWork = {std::move(cpRect), true, _pWork->bOwnPixels, bWidened};
+    _pWork->cpFrame = std::move(cpRect);
+    _pWork->bOwnFrame = true;
+    _pWork->bWidened = bWidened;
     return hr;
 }
 
@@ -87,8 +93,18 @@ HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WOR
     ZF_VID_PROPS vidProps = {};
     HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
     if (SUCCEEDED(hr) && _options.bOutputARGB && vidProps.fccType != eZFCC_ARGB32)
-        hr = ConvertToARGB(_pWork);
+        hr = MakeARGB(eZFC_Converted, _pWork);
     return SUCCEEDED(hr) ? WorkFrame_Cut(_options.rectBorders, _pWork) : hr;
+}
+
+HRESULT WorkFrame_MakeFromSource(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork)
+{
+    *_pWork = {CZPtr<IZFFrame>(_pFrame)};
+    const HRESULT hr = WorkFrame_Cut(_options.rectBorders, _pWork);
+    if (FAILED(hr))
+        return hr;
+    _pWork->cpSource = _pWork->cpFrame;
+    return _options.bOutputARGB ? MakeARGB(eZFC_Renewed, _pWork) : S_OK;
 }
 
 HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork)
@@ -104,7 +120,10 @@ HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork)
         ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: the frame cannot be cloned, hr=%08X\n", hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
-    *_pWork = {std::move(cpClone), true, _bWritten};
+    _pWork->cpFrame = std::move(cpClone);
+    _pWork->bOwnFrame = true;
+    _pWork->bOwnPixels = _bWritten;
+    _pWork->bWidened = false;
     return S_OK;
 }
 

@@ -9,9 +9,10 @@
 struct WORK_FRAME
 {
     CZPtr<IZFFrame> cpFrame;
-    bool bOwnFrame = false;  ///< not the host's frame object: a mask may be attached
-    bool bOwnPixels = false; ///< not the host's pixels: alpha and colours may be written
-    bool bWidened = false;   ///< more was cut out than the borders leave: chroma samples are whole
+    bool bOwnFrame = false;        ///< not the host's frame object: a mask may be attached
+    bool bOwnPixels = false;       ///< not the host's pixels: alpha and colours may be written
+    bool bWidened = false;         ///< more was cut out than the borders leave: chroma samples are whole
+    CZPtr<IZFFrame> cpSource = {}; ///< the input less its borders, where the engine reads that; else empty
 };
 
 /// Cuts the borders off, if there are any: from column "left rounded up to a multiple of 8" to "width - right rounded
@@ -21,6 +22,10 @@ HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork);
 /// Makes the frame that the options ask for: converted into ARGB32, then cut by the borders; else the input itself.
 /// Fails as its parts do.
 HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork);
+
+/// The same for an engine that reads the source: the input is cut, and the frame is one in ARGB32 whose pixels are not
+/// initialised where the options ask for ARGB32.
+HRESULT WorkFrame_MakeFromSource(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork);
 
 /// Makes the frame one that a mask can be attached to, and, with _bWritten, whose pixels can be written.
 HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork);

@@ -5,6 +5,7 @@
 #include "ZChromaKey/Engine1/Gpu/GPUKeyer.h"
 #include "ZChromaKey/Keys/KeyState.h"
 #include "ZChromaKey/Objects/KeyerObject.h"
+#include "ZChromaKey/Objects/Tables.h"
 
 #include <memory>
 #include <mutex>
@@ -16,7 +17,7 @@
 ///
 /// With "output.thread" on, each frame's result comes with the next call; with it off, with the call itself. A result
 /// that is still under way when a frame comes in with the option off is dropped; a null frame fetches it before.
-class CCoZChromaKey final : public CZKeyerObject<IZChromaKey>
+class CCoZChromaKey final : public CZKeyerObject<IZChromaKey, CZTables>
 {
 public:
     explicit CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU);

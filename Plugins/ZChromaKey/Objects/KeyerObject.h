@@ -11,9 +11,9 @@
 #include <utility>
 
 /// A plug-in object whose keys are edited through the interface Keys: CKeyerCore under the interfaces that all of them
-/// have.
-template <class Keys> class CZKeyerObject
-    : public CZUnknown<CZLateBinding<Keys>, IZFProcess, IZProps, IZPlugin, IZFPersist>,
+/// have, and More that a generation has besides.
+template <class Keys, class... More> class CZKeyerObject
+    : public CZUnknown<CZLateBinding<Keys>, IZFProcess, IZProps, IZPlugin, IZFPersist, More...>,
       protected CKeyerCore
 {
 public:

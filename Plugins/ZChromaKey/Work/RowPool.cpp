@@ -115,13 +115,9 @@ void CRowPool::Stop()
     m_nReady = 0;
 }
 
-void CRowPool::Hold(IUnknown* _pPicture, IUnknown* _pMask)
+void CRowPool::Hold(std::initializer_list<IUnknown*> _listOwners)
 {
     for (auto& upWorker : m_arrWorkers)
-    {
-        if (!upWorker || !upWorker->bStuck)
-            continue;
-        upWorker->spSlot->arrHeld[0] = CZPtr<IUnknown>(_pPicture);
-        upWorker->spSlot->arrHeld[1] = CZPtr<IUnknown>(_pMask);
-    }
+        if (upWorker && upWorker->bStuck)
+            upWorker->spSlot->vecHeld.assign(_listOwners.begin(), _listOwners.end());
 }

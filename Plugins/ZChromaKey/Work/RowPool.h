@@ -6,7 +6,9 @@
 
 #include <array>
 #include <atomic>
+#include <initializer_list>
 #include <memory>
+#include <vector>
 
 class CRowBarrier;
 
@@ -44,7 +46,7 @@ public:
     /// Stops all workers, waiting that long for each.
     void Stop();
     /// Keeps what owns the memory of a work for as long as a worker that could not be stopped may touch it.
-    void Hold(IUnknown* _pPicture, IUnknown* _pMask);
+    void Hold(std::initializer_list<IUnknown*> _listOwners);
 
 private:
     /// What the pool and one worker share; it lives as long as either of them. Written by the pool before the worker is
@@ -58,7 +60,7 @@ private:
         uint32_t nWorker = 0;
         std::atomic<bool> bGo = true; ///< false: the worker ends at the next row
         CZEvent evtDone;
-        CZPtr<IUnknown> arrHeld[2]; ///< of CRowPool::Hold
+        std::vector<CZPtr<IUnknown>> vecHeld; ///< of CRowPool::Hold
 
         void Work();
     };

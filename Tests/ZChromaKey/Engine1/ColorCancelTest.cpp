@@ -20,7 +20,7 @@ constexpr PAIR_LAYOUT c_layoutYVYU = {0, 16, 24, 8};
 
 constexpr uint32_t c_nColour = 0x707070; // of pixels and keys, in every space
 
-/// Holds what became of a row to the formulas of the shaders. Answers how many bytes changed.
+// Holds what became of a row to the formulas of the shaders. Answers how many bytes changed.
 int CheckFormulas(const CHROMA_KEY_RAW& _rawKey, uint32_t _fccType, const std::vector<uint8_t>& _arrBefore,
                   const std::vector<uint8_t>& _arrAfter)
 {
@@ -95,7 +95,7 @@ TEST_P(ColorCancel, EqualsThePlainKernelsWhichMatchTheFormulas)
 
 Z_INSTANTIATE_LEVELS(ColorCancel);
 
-/// A set of one key in YUV, with half-widths of a sixteenth.
+// A set of one key in YUV, with half-widths of a sixteenth.
 CHROMA_KEY_RAW YUVKey(uint32_t _nValue, int32_t _nPower, int32_t _nChroma, int32_t _nLuma)
 {
     CHROMA_KEY_RAW rawKey = {};
@@ -126,7 +126,7 @@ TEST(ColorCancelPlain, GivesWhatWasWorkedOutByHand)
     }
 }
 
-/// Luma and chroma of every colour to three quarters and to half: R, G, B as worked out with the matrix of BT.709.
+// Luma and chroma of every colour to three quarters and to half: R, G, B as worked out with the matrix of BT.709.
 TEST(ColorCancelPlain, TakesTheMatrixOfThePicture)
 {
     CHROMA_KEY_RAW rawKey = YUVKey(0x808080, 0, -64, -64);

@@ -24,6 +24,8 @@ public:
     struct SCRIPT
     {
         std::string strCalls;
+        bool bReadsSource = false;
+        ENGINE_JOB jobLast = {};
         std::function<HRESULT()> fnProcess = [] { return S_OK; };
     };
 
@@ -33,7 +35,7 @@ public:
     }
     ENGINE_PLAN Plan(ENGINE_SETTINGS _settings) const override
     {
-        return {true, Of(_settings).bKeys != 0, false};
+        return {true, Of(_settings).bKeys != 0, false, m_pScript->bReadsSource};
     }
     bool CanClean(uint32_t) const override
     {
@@ -42,12 +44,13 @@ public:
     HRESULT Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings) override
     {
         m_pScript->strCalls += 'P';
+        m_pScript->jobLast = _job;
         *_job.pbMask = static_cast<uint8_t>(Of(_settings).nValue);
         return m_pScript->fnProcess();
     }
-    void Hold(IUnknown* _pPicture, IUnknown* _pMask) override
+    void Hold(std::initializer_list<IUnknown*> _listOwners) override
     {
-        m_pScript->strCalls += _pPicture && _pMask ? 'H' : '?';
+        m_pScript->strCalls += _listOwners.size() == 3 ? 'H' : '?';
     }
     HRESULT ProcessGPU(IZFFrame*, ENGINE_SETTINGS, const ENGINE_GPU_OPTIONS&, IZFFrame**) override
     {
@@ -111,6 +114,34 @@ TEST_F(FrameEngine, SettingsAreItsOwnAndComparedAsBytes)
     m_settings.bKeys = 0;
     EXPECT_EQ(Key(m_cpFrame.Get()), -1) << "settings that do not key";
     EXPECT_EQ(m_script.strCalls, "PP");
+}
+
+TEST_F(FrameEngine, ReadsTheSourceInItsOwnFormatWhereItAsksForIt)
+{
+    const auto cpSource = TestFrame_Make(eZFCC_UYVY, 64, 32);
+    m_store.Set("keying.borders", "8,4,8,4");
+    for (const bool bARGB : {false, true})
+        for (const bool bReadsSource : {false, true})
+        {
+            SCOPED_TRACE(testing::Message() << "ARGB " << bARGB << " source " << bReadsSource);
+            m_store.Set("output.argb", bARGB ? "true" : "false");
+            m_script.bReadsSource = bReadsSource;
+            cpSource->IdentityRenew();
+            EXPECT_EQ(Key(cpSource.Get()), 17);
+            const ENGINE_JOB& job = m_script.jobLast;
+            EXPECT_EQ(job.result.vidProps.fccType, bARGB ? eZFCC_ARGB32 : eZFCC_UYVY);
+            EXPECT_EQ(job.bWrite, bARGB);
+            EXPECT_EQ(job.source.vidProps.fccType, bReadsSource ? eZFCC_UYVY : job.result.vidProps.fccType);
+            for (const ENGINE_PICTURE* pPicture : {&job.source, &job.result})
+            {
+                EXPECT_EQ(pPicture->vidProps.nWidth, 48);
+                EXPECT_EQ(std::abs(pPicture->vidProps.nHeight), 24);
+            }
+            const ZF_VID_PTR vidPtr = PtrOf(cpSource.Get(), eZFP_Stored);
+            const bool bShared =
+                job.source.vidPtr.lpVideoPlanes[0] == vidPtr.lpVideoPlanes[0] + 4 * vidPtr.cbVideoRowBytes[0] + 8 * 2;
+            EXPECT_EQ(bShared, bReadsSource || !bARGB) << "the host's own pixels";
+        }
 }
 
 TEST_F(FrameEngine, HoldsWhatATimedOutFrameMayStillTouch)

@@ -104,8 +104,7 @@ TEST_F(FrameFlow, FlushAndCloseDropWhatIsUnderWay)
     EXPECT_EQ(m_cpKeyer->OnMediaFlush(), S_OK); // while it is processed
     m_evtGo.Set();
     EXPECT_EQ(Receive(Frame(72).Get(), S_FALSE), 0);
-    while (Receive(nullptr) != 72) // the second one is not dropped
-        ASSERT_FALSE(HasFailure());
+    EXPECT_EQ(Receive(nullptr), 72) << "the second one is not dropped";
     const auto cpDropped = Frame(80);
     EXPECT_EQ(Receive(cpDropped.Get(), S_FALSE), 0);
     EXPECT_EQ(m_cpKeyer->Close(), S_OK);
@@ -126,10 +125,15 @@ TEST_F(FrameFlow, FlushAndCloseDropWhatIsUnderWay)
 
 TEST_F(FrameFlow, DoesNotWaitForACloseThatTakesLong)
 {
+    const CLogCatcher log;
     EXPECT_EQ(Receive(SlowFrame(64).Get(), S_FALSE), 0);
     ASSERT_TRUE(m_evtBusy.Wait(10'000));
-    std::thread thrClose([&] { EXPECT_EQ(m_cpKeyer->Close(), S_OK); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // it waits for the frame by now
+    std::atomic<bool> bClosed = false;
+    std::thread thrClose([&] {
+        EXPECT_EQ(m_cpKeyer->Close(), S_OK);
+        bClosed = true;
+    });
+    EXPECT_TRUE(log.Wait("CCoZChromaKey::Close()", 10'000)); // the last step before it waits for the frame
     const auto timeBegin = std::chrono::steady_clock::now();
     for (const wchar_t* pwszThread : {L"true", L"false"})
     {
@@ -137,6 +141,7 @@ TEST_F(FrameFlow, DoesNotWaitForACloseThatTakesLong)
         EXPECT_EQ(Receive(Frame(72).Get(), Z_E_TIMEOUT), 0);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - timeBegin, std::chrono::milliseconds(4000));
+    EXPECT_FALSE(bClosed);
     m_evtGo.Set();
     thrClose.join();
 }

@@ -179,7 +179,7 @@ TEST(CoZKey, KeySetsGoThroughUnchangedUntilAKeyChanges)
     const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 48);
     ASSERT_EQ(cpKey->AddPoint(cpFrame.Get(), 50, 5, FALSE), S_OK);
     CHROMA_KEY_RAW rawMore = RawOf(cpKey);
-    const int nMade = rawMore.nKeysUsed - 4; // behind the ordinary keys, before the exclusion key, which stays last
+    const int nMade = rawMore.nKeysUsed - 4; // after the ordinary keys, before the exclusion key, which stays last
     ASSERT_GT(nMade, 0);
     EXPECT_GT(rawMore.arrKeys[3].nSmoothRange, 0);
     EXPECT_EQ(std::exchange(rawMore.arrKeys[3 + nMade].nReverseKey, 7), 1);

@@ -203,9 +203,7 @@ TEST_P(FaultsHost, ClosesInTheMiddleOfAFrame)
     }
     EXPECT_EQ(cpKeyer->OnMediaFlush(), S_OK);
     CZPtr<IZFFrame> cpRes;
-    while (cpKeyer->OnMediaReceive(nullptr, cpRes.Put()) != S_FALSE)
-    {
-    }
+    EXPECT_EQ(cpKeyer->OnMediaReceive(nullptr, cpRes.Put()), S_FALSE);
     EXPECT_EQ(Key(cpKeyer.Get(), TestFrame_Make(eZFCC_RGB32, 80, -48).Get()), S_OK);
     EXPECT_LT(std::chrono::steady_clock::now() - timeBegin, std::chrono::seconds(5)) << "somebody waited for himself";
     EXPECT_EQ(log.Count(""), 0u);
@@ -246,7 +244,7 @@ TEST(FaultsHosts, CallFromManyThreadsAtOnce)
     std::atomic<int> nResults{0};
     std::atomic<int> nSaved{0};
     std::vector<std::thread> vecThreads;
-    const auto fnStart = [&](auto _fnStep) {
+    const auto fnStart = [&](const auto& _fnStep) {
         vecThreads.emplace_back([&bStop, _fnStep] {
             for (int n = 0; !bStop; ++n)
                 _fnStep(n);
@@ -376,7 +374,10 @@ TEST(FaultsHosts, HangForLongerThanTheyAreWaitedFor)
     EXPECT_LT(fnSeconds(), 60);
 
     evtAnswer.Set();
-    std::this_thread::sleep_for(std::chrono::milliseconds(200)); // the output thread ends, and its object with it
+    for (int n = 0; n < 10'000 && RefsOf(static_cast<IZFFrame*>(cpFrame.Get())) > 1;
+         ++n) // until the output thread has let go of the frame
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_EQ(RefsOf(static_cast<IZFFrame*>(cpFrame.Get())), 1u);
     EXPECT_FALSE(ZModule_IsIdle()) << "the keying thread still runs code of the module";
     EXPECT_FALSE(bGivenBack) << "and may touch the host's pixels";
     cpLog->m_evtGo.Set();

@@ -60,8 +60,8 @@ struct OPERATION
     const char* pszName;
     std::function<void(SUBJECT&)> fnPrepare; ///< with memory
     std::function<HRESULT(SUBJECT&)> fnCall;
-    std::function<bool(SUBJECT&)> fnDone; ///< whether all that the call had to do is done
-    std::function<bool()> fnIntact = {};  ///< whether a failed call left what is outside the object as it was
+    std::function<bool(SUBJECT&)> fnDone;     ///< whether all that the call had to do is done
+    std::function<bool()> fnIntact = nullptr; ///< whether a failed call left what is outside the object as it was
 };
 
 struct COUNTS
@@ -167,7 +167,7 @@ void MakeRepeated(SUBJECT& _subject)
     EXPECT_EQ(_subject.cpKey->OnMediaReceive(_subject.cpFrame.Get(), cpResult.Put()), S_OK);
 }
 
-/// With another frame behind it, in another format, for more threads, with more to do.
+/// Followed by another frame, in another format, for more threads, with more to do.
 void MakeWarm(SUBJECT& _subject)
 {
     MakeRepeated(_subject);

@@ -1,11 +1,11 @@
-// The first-generation keyer on the GPU: a frame's way, and its passes.
-
 #include "ZChromaKey/Engine1/Gpu/GPUChromaKey.h"
 
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
+#include "Base/ZScope.h"
 #include "DirectX/Device/DXHelpers.h"
 #include "DirectX/Shaders/SmoothShader.h"
+#include "ZChromaKey/Engine1/Gpu/GPUKeyResult.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,10 +17,10 @@ constexpr char c_szNoKeyShader[] = "Unable to create pixel shader for chroma key
 constexpr char c_szNoMaskShader[] = "Unable to create pixel shader for chroma key! Error code %#x!";
 constexpr char c_szNoSmoothShader[] = "Unable to create pixel shader for smoothing!";
 
-HRESULT Said(const char* _pszMessage, HRESULT _hr)
+HRESULT LogIfFailed(const char* _pszMessage, HRESULT _hr, const char* _pszStep = "ProcessFrame")
 {
     if (FAILED(_hr))
-        ZLog(eZLog_Error, "GPUChromaKey::ProcessFrame: %hs hr=%08X\n", _pszMessage, _hr);
+        ZLog(eZLog_Error, "GPUChromaKey::%hs: %hs hr=%08X\n", _pszStep, _pszMessage, _hr);
     return _hr;
 }
 
@@ -30,22 +30,6 @@ int32_t EvenUp(int32_t _nWidth)
 }
 
 } // namespace
-
-/// Drops what belongs to the frame under way, also where something throws.
-struct GPUChromaKey::FRAME_STATE
-{
-    GPUChromaKey* pKeyer;
-    explicit FRAME_STATE(GPUChromaKey* _pKeyer)
-        : pKeyer(_pKeyer)
-    {
-    }
-    ~FRAME_STATE()
-    {
-        pKeyer->FrameDrop();
-    }
-    FRAME_STATE(const FRAME_STATE&) = delete;
-    FRAME_STATE& operator=(const FRAME_STATE&) = delete;
-};
 
 /// The record of a pass's target: the input's, of another format and size.
 ZF_VID_PROPS GPUChromaKey::PropsOf(uint32_t _fccType, int32_t _nWidth, int32_t _nHeight) const
@@ -60,7 +44,7 @@ ZF_VID_PROPS GPUChromaKey::PropsOf(uint32_t _fccType, int32_t _nWidth, int32_t _
 
 HRESULT GPUChromaKey::Key(IZFFrame* _pFrame, const GPU_KEY_SETTINGS& _settings, IZFFrame** _ppFrameRes)
 {
-    const FRAME_STATE state(this);
+    const CZScopeExit frameDrop([this] { FrameDrop(); }); // also where something throws
     m_vecFrames.clear();
     ZF_VID_PROPS vidProps = {};
     HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
@@ -90,7 +74,7 @@ bool GPUChromaKey::IsTaken(uint32_t _fccType)
     return DX_TextureFormat(_fccType) != DXGI_FORMAT_UNKNOWN && _fccType != eZFCC_RGB8;
 }
 
-/// Plans the frame and brings it where the pipeline can take it.
+/// Plans the frame, and converts it where the pipeline cannot take it as it is.
 HRESULT GPUChromaKey::InputMake(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const GPU_KEY_SETTINGS& _settings,
                                 CZPtr<IZFFrame>* _pcpInput)
 {
@@ -113,7 +97,7 @@ HRESULT GPUChromaKey::InputMake(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps
         return hr;
     hr = m_cpFrameOriginal->FrameConvert(eZFC_Converted, eZFCC_ARGB32, _pcpInput->Put());
     m_vecFrames.push_back(*_pcpInput);
-    return Said("Failed to convert to ARGB!", SUCCEEDED(hr) && !*_pcpInput ? E_UNEXPECTED : hr);
+    return LogIfFailed("Failed to convert to ARGB!", SUCCEEDED(hr) && !*_pcpInput ? E_UNEXPECTED : hr);
 }
 
 void GPUChromaKey::FrameDrop()
@@ -224,7 +208,7 @@ HRESULT GPUChromaKey::KeyPass(IDX11Texture* _pTexIn, eKeyOutput _eOutput, bool _
     ZF_VID_PROPS vidPropsOut = PropsOf(eZFCC_ARGB32, nWidth, VidPropsIn().nHeight);
     if (_eOutput == eKO_Packed)
         vidPropsOut = PropsOf(m_plan.fccKeyed, nWidth, VidPropsIn().nHeight);
-    else if (_eOutput == eKO_Mask) // of packed pictures four alphas a texel
+    else if (_eOutput == eKO_Mask) // packed pictures: four alphas a texel
         vidPropsOut =
             PropsOf(bPacked ? eZFCC_RGB32 : eZFCC_RGB8, bPacked ? (nWidth + 3) / 4 : nWidth, VidPropsIn().nHeight);
     return Pass(KeyShader_Text(shader), _eOutput == eKO_Mask ? c_szNoMaskShader : c_szNoKeyShader, &m_ckSettings,
@@ -244,7 +228,7 @@ HRESULT GPUChromaKey::SmoothPasses(CZPtr<IDX11Texture>* _pcpPicture)
                   cpSmoothed.Put());
         *_pcpPicture = std::move(cpSmoothed);
     }
-    return Said("Failed to smooth ChromaKey output!", hr);
+    return LogIfFailed("Failed to smooth ChromaKey output!", hr);
 }
 
 HRESULT GPUChromaKey::PicturePasses(IDX11Texture* _pTexIn, bool _bCancel, IDX11Texture** _ppPicture)
@@ -266,7 +250,29 @@ HRESULT GPUChromaKey::MaskPasses(IDX11Texture* _pTexIn)
     const HRESULT hr = PicturePasses(_pTexIn, false, cpPicture.Put());
     if (FAILED(hr))
         return hr;
-    return Said("Failed to render RGB8 conversion!",
-                Pass(AlphaMaskShader_Text(), c_szNoMaskShader, nullptr, 0, cpPicture.Get(),
-                     GPU_TargetOf(PropsOf(eZFCC_RGB8, VidPropsIn().nWidth, VidPropsIn().nHeight)), m_cpTexMask.Put()));
+    return LogIfFailed("Failed to render RGB8 conversion!",
+                       Pass(AlphaMaskShader_Text(), c_szNoMaskShader, nullptr, 0, cpPicture.Get(),
+                            GPU_TargetOf(PropsOf(eZFCC_RGB8, VidPropsIn().nWidth, VidPropsIn().nHeight)),
+                            m_cpTexMask.Put()));
+}
+
+/// The picture attributes of the input's texture belong to the result's, too.
+HRESULT GPUChromaKey::AttributesCopy()
+{
+    DX_PICTURE_ATTRIBUTES attributes = {};
+    const HRESULT hr = TexIn()->AttributesGet(&attributes);
+    return SUCCEEDED(hr) ? m_cpTexPicture->AttributesSet(&attributes) : hr;
+}
+
+HRESULT GPUChromaKey::GetFrame(IZFFrame** _ppFrameOut)
+{
+    if (m_plan.eResult == eGR_Texture)
+    {
+        const HRESULT hr = LogIfFailed("Failed to copy picture attributes!", AttributesCopy(), "GetFrame");
+        return SUCCEEDED(hr) ? GetGPUFrame(m_cpTexPicture.Get(), _ppFrameOut) : hr;
+    }
+    const GPU_KEY_RENDERED rendered = {
+        m_plan,     m_cpFrameOriginal.Get(), FrameIn(), m_cpTexPicture.Get(), m_cpTexPacked.Get(), m_cpTexMask.Get(),
+        Allocator()};
+    return CGPUKeyResult(rendered, &m_downloader, &m_vecFrames).Make(_ppFrameOut);
 }

@@ -25,7 +25,7 @@ public:
     /// removed fails the frame; the next one makes another.
     HRESULT Key(IZFFrame* _pFrame, const GPU_KEY_SETTINGS& _settings, IZFFrame** _ppFrameRes);
     /// The frames that the last Key has made, the result among them: a host may call back from their Release, so they
-    /// are let go of where no lock is held.
+    /// are released where no lock is held.
     std::vector<CZPtr<IZFFrame>> FramesTake()
     {
         return std::exchange(m_vecFrames, {});
@@ -50,7 +50,6 @@ public:
 private:
     HRESULT InputMake(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const GPU_KEY_SETTINGS& _settings,
                       CZPtr<IZFFrame>* _pcpInput);
-    struct FRAME_STATE;
     void FrameDrop();
     void ShadersDrop();
 
@@ -65,13 +64,7 @@ private:
     HRESULT PicturePasses(IDX11Texture* _pTexIn, bool _bCancel, IDX11Texture** _ppPicture);
     HRESULT MaskPasses(IDX11Texture* _pTexIn);
 
-    // The result
     HRESULT AttributesCopy();
-    HRESULT ResultMake(IZFFrame** _ppFrameRes);
-    HRESULT ResultFill(IZFFrame* _pFrameRes);
-    HRESULT MaskMake(IZFFrame** _ppMask, ZF_VID_PTR* _pVidPtr);
-    HRESULT Download(IDX11Texture* _pTexture, const ZF_VID_PTR& _vidPtr);
-    HRESULT MaskAttach(IZFFrame* _pFrameRes);
     ZF_VID_PROPS PropsOf(uint32_t _fccType, int32_t _nWidth, int32_t _nHeight) const;
 
     Downloader m_downloader{"GPUChromaKey::Downloader"};

@@ -40,13 +40,13 @@ struct GPU_KEY_PLAN
     uint32_t fccKeyed; ///< of the texture that is keyed
     eGPUResult eResult;
     bool bARGB;        ///< the result is ARGB32
-    KEY_SHADER shader; ///< what all passes of the frame have in common; its output is that of no pass
+    KEY_SHADER shader; ///< what all passes of the frame share; each pass sets its own output
     int32_t nSmooth;   ///< smoothing passes
-    bool bInverse;     ///< the last of them inverts the alpha, last of all as on the CPU
+    bool bInverse;     ///< the last of them inverts the alpha, which comes last on the CPU too
     bool bInterlaced;
 };
 
-/// Plans a frame of a picture's properties. _bTexture: it lies in a texture, and the result shall too.
+/// Plans a frame of a picture's properties. _bTexture: it lies in a texture, and so will the result.
 ///
 /// E_NOTIMPL: a picture, or colour cancel or YUV keys of one, that is not keyed on the GPU.
 HRESULT GPUKeyPlan_Make(const ZF_VID_PROPS& _vidProps, bool _bTexture, const GPU_KEY_SETTINGS& _settings,

@@ -22,7 +22,7 @@ public:
     /// into a new texture of the same device. Any failure, or no frame: it can be keyed on the CPU.
     virtual HRESULT ProcessFrame(IZFFrame* _pFrame, const CHROMA_KEY_RAW& _key, const ENGINE_GPU_OPTIONS& _options,
                                  IZFFrame** _ppFrameRes) = 0;
-    /// The frames that the last ProcessFrame has made, so that the caller can let go of them where it holds no lock.
+    /// The frames that the last ProcessFrame has made, so that the caller can release them where it holds no lock.
     virtual std::vector<CZPtr<IZFFrame>> FramesTake()
     {
         return {};

@@ -10,8 +10,8 @@
 namespace
 {
 
-/// How long after one device no other one is made, be it that the first could not be made or was removed: making one
-/// takes longer than a frame lasts, and a late frame is worse than one keyed on the CPU.
+/// How long to wait before the next attempt when a device could not be made or was removed: an attempt takes longer
+/// than a frame lasts, and a late frame is worse than one keyed on the CPU.
 constexpr std::chrono::seconds c_timeRetry{5};
 
 /// The GPU path on Direct3D 11.
@@ -23,7 +23,7 @@ public:
     {
         const bool bTexture = static_cast<bool>(GPU_TextureOf(_pFrame));
         if (bTexture)
-            m_bSoftware = false; // whatever its device is, the host has chosen it
+            m_bSoftware = false; // the host has chosen the device, whatever it is
         const HRESULT hr = bTexture ? S_OK : DeviceEnsure(_options);
         if (FAILED(hr))
             return hr;
@@ -41,7 +41,7 @@ public:
     }
 
 private:
-    /// A device for frames that bring none.
+    /// Makes sure there is a device for frames in system memory.
     HRESULT DeviceEnsure(const ENGINE_GPU_OPTIONS& _options)
     {
         const HRESULT hrNow = DeviceCheck(_options);
@@ -63,12 +63,12 @@ private:
             m_keyer.Close();
         if (hr == E_NOTIMPL)
             ZLog(eZLog_Info, "GPUKeyer: the adapter is no graphics card but the processor, which keys faster without "
-                             "Direct3D; \"gpu_mode\" 1 uses it all the same\n");
+                             "Direct3D; it is used when frames shall be keyed on the GPU only\n");
         m_attempt = {hr, timeNow, _options.nChange};
         return hr;
     }
 
-    /// Whether there is a device to go on with. E_NOTIMPL: one that takes longer than the CPU.
+    /// Whether there is a device that works. E_NOTIMPL: it is software, and slower than keying on the CPU.
     HRESULT DeviceCheck(const ENGINE_GPU_OPTIONS& _options) const
     {
         const DX11Device* const pDevice = m_keyer.DeviceGet();
@@ -76,7 +76,7 @@ private:
         return SUCCEEDED(hr) && m_bSoftware && !_options.bSoftware ? E_NOTIMPL : hr;
     }
 
-    /// The last device that was asked for.
+    /// The last attempt to make a device.
     struct ATTEMPT
     {
         HRESULT hr;
@@ -85,7 +85,7 @@ private:
     };
 
     GPUChromaKey m_keyer;
-    bool m_bSoftware = false; ///< of a device that was made here
+    bool m_bSoftware = false; ///< whether the device made here is software
     std::optional<ATTEMPT> m_attempt;
 };
 

@@ -1,14 +1,9 @@
 #include "ZChromaKey/Engine1/Gpu/SystemInfo_DX11.h"
 
-#include "Base/ZCpu.h"
 #include "Base/ZLog.h"
-
-#include <thread>
 
 void SystemInfo_Log(const DX11Device& _device)
 {
-    ZLog(eZLog_Info, "System: ZChromaKey %hs, %d processors, %hs in use\n", ZCK_VERSION,
-         std::thread::hardware_concurrency(), ZCpu_LevelName(ZCpu_Level()));
     const auto cpAdapter = DX_AdapterGet(_device.Device());
     DXGI_ADAPTER_DESC desc = {};
     if (!cpAdapter || FAILED(cpAdapter->GetDesc(&desc)))

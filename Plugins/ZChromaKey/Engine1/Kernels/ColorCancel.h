@@ -69,6 +69,6 @@ struct PAIR_LAYOUT
     int32_t nV;
 };
 
-/// The plain C++ kernels; KEY_KERNELS says what each does.
+/// The plain C++ kernels; KEY_KERNELS documents them.
 void CancelBGRA_C(uint8_t* _pPixels, size_t _nPixels, const CANCEL_SET& _set) noexcept;
 void CancelPairs_C(uint8_t* _pPairs, size_t _nPairs, const PAIR_LAYOUT& _layout, const CANCEL_SET& _set) noexcept;

@@ -48,13 +48,13 @@ void RGBToYVU(float* _pYVU, const float* _pRGB, const YVU_MATRIX& _matrix)
     }
 }
 
-/// _fltHue in turns, 0 to below 1.
+// _fltHue in turns, 0 to below 1.
 void HLSToRGB(float* _pRGB, float _fltHue, float _fltLight, float _fltSaturation)
 {
     const float fltChroma = (1 - std::fabs(2 * _fltLight - 1)) * _fltSaturation;
     const float fltSecond = fltChroma * (1 - std::fabs(std::fmod(6 * _fltHue, 2.0f) - 1));
     const float fltLeast = _fltLight - fltChroma / 2;
-    // Which of chroma, second and nothing R, G and B take, by sixths of a turn.
+    // For each sixth of a turn: which of chroma, second and 0 become R, G and B.
     constexpr int c_arrTakes[6][3] = {{0, 1, 2}, {1, 0, 2}, {2, 0, 1}, {2, 1, 0}, {1, 2, 0}, {0, 2, 1}};
     const float arrTaken[3] = {fltChroma, fltSecond, 0};
     const int nSector = std::clamp(static_cast<int>(6 * _fltHue), 0, 5);
@@ -82,7 +82,7 @@ CANCEL_KEY KernelKey(const CANCEL_CONSTANTS& _constants)
         key.arrPush[i] = _constants.arrScal[3] / 2 * _constants.arrYVUPos[i + 1];
     }
     key.fltRadius = key.arrInverse[0] == key.arrInverse[1] ? fltLongest : 0;
-    // The ellipse lies in the circle of its longest half-axis.
+    // The ellipse lies within the circle whose radius is its longest half-axis.
     const float fltNear = (fltLongest + fltWidth) * 1.001f + 0.001f;
     key.fltNear = fltNear * fltNear;
     key.fltSlope = fltWidth > 0 ? 1 / fltWidth : FLT_MAX;
@@ -145,7 +145,7 @@ CANCEL_SET ColorCancel_Prepare(const CHROMA_KEY_RAW& _rawKey, bool _b709) noexce
         if (const SINGLE_KEY& key = _rawKey.arrKeys[i]; key.nDelta != 0)
             set.arrKeys[set.nKeys++] =
                 KernelKey(ColorCancel_Constants(key, static_cast<eCK_Type>(_rawKey.eType), set.matrix));
-    // The kernels keep chroma around 0, and V and U of the centre with it.
+    // The kernels hold chroma around 0, so V and U of the centres are moved there, too.
     for (CANCEL_KEY& key : set.arrKeys)
         for (float& fltCentre : key.arrCentre)
             fltCentre -= set.eSpace == eCS_YVU ? 0.5f : 0.0f;

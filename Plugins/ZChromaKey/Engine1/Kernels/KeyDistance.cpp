@@ -10,7 +10,7 @@ static_assert(std::endian::native == std::endian::little, "pixels are read as wo
 namespace
 {
 
-/// Pixels are computed stage by stage over a block in local arrays, which compilers turn into vector code.
+// Pixels are computed stage by stage over a block in local arrays, which compilers turn into vector code.
 constexpr int c_nBlock = 64;
 
 struct BLOCK
@@ -27,7 +27,7 @@ void ComponentAdd(BLOCK& _block, int _nComponent, const KEY_DISTANCE& _key)
     int16_t arrHalved[c_nBlock];
     for (int i = 0; i < c_nBlock; ++i)
         arrHalved[i] = static_cast<int16_t>(static_cast<int>(_block.arrPixels[i] >> 8 * _nComponent & 0xFF) - nValue);
-    for (int i = 0; i < c_nBlock; ++i) // at most 254^2, which is unsigned 16 bit; halved it is signed
+    for (int i = 0; i < c_nBlock; ++i) // at most 254^2, which needs 16 bits without a sign; half of it fits with one
         arrHalved[i] = static_cast<int16_t>(static_cast<uint16_t>(arrHalved[i] * arrHalved[i]) >> 1);
     for (int i = 0; i < c_nBlock; ++i)
         _block.arrSum[i] += int32_t{arrHalved[i]} * nWeight;
@@ -52,7 +52,7 @@ void BlockAlpha(BLOCK& _block, const KEY_DISTANCE& _key)
     }
 }
 
-/// Calls _fnStore(first pixel, number of pixels, their alphas) for one block after the other.
+// Calls _fnStore(first pixel, number of pixels, their alphas) for every block of a row.
 template <class Store>
 void ForBlocks(const uint8_t* _pPixels, size_t _nPixels, const KEY_DISTANCE& _key, Store&& _fnStore)
 {

@@ -2,7 +2,7 @@
 
 #include "ZChromaKey/Engine1/Kernels/KeyKernels.h"
 
-/// The plain C++ kernels: the readable form, and what every other level is held to.
+/// The plain C++ kernels: the readable form, which every other level must match byte for byte.
 
 /// The alpha of a row for one key, and the lesser of that and what _pAlpha holds.
 void KeyDistance_C(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels, const KEY_DISTANCE& _key) noexcept;

@@ -8,7 +8,8 @@
 
 /// One key, prepared once per frame for the row kernels (KeyDistance_Prepare).
 ///
-/// Components 0 to 2 are the bytes of a pixel from its lowest address: B, G, R for RGB keys; H, L, S or Y, U, V else.
+/// Components 0 to 2 are the bytes of a pixel from its lowest address: B, G, R for RGB keys; H, L, S or Y, U, V for the
+/// others.
 struct KEY_DISTANCE
 {
     int16_t arrValue[3];  ///< centre, 1 to 254
@@ -32,7 +33,7 @@ struct KEY_SET
 };
 
 /// What the engine does to rows of pixels. Rows need no alignment, may have any length and do not overlap. No kernel
-/// reads or writes a byte behind its row. Every level gives the same bytes: integer arithmetic, or single precision in
+/// touches a byte past the end of its row. Every level gives the same bytes: integer arithmetic, or single precision in
 /// a fixed order, true square roots and fixed rounding.
 struct KEY_KERNELS
 {
@@ -41,7 +42,7 @@ struct KEY_KERNELS
     ///     f = n <= 0 ? 0 : min(255, sqrt(float(n)) * scale)                         single precision
     ///     a = min(255, trunc(f + 0.5) + floor)
     /// Alpha is the least a of the keying keys, but not below 255 - the least a of the exclusion keys. Only the first
-    /// _nMerged pixels (at most _nPixels) see all keys; those behind see the first of either kind.
+    /// _nMerged pixels (at most _nPixels) are held to all keys; the rest of the row to the first key of either kind.
     void (*pfnKeySet)(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels, size_t _nMerged,
                       const KEY_SET& _set) noexcept;
     /// Colour cancel (ColorCancel.h) of a row of B, G, R, A pixels; alpha bytes are left as they are. The set has a

@@ -16,15 +16,14 @@ int32_t ByteOf(uint32_t _nWord, int _nComponent, bool _bSwap02)
     return static_cast<int32_t>(_nWord >> 8 * (_bSwap02 ? 2 - _nComponent : _nComponent) & 0xFF);
 }
 
-/// Whether the kernels give an excess above 0 the alpha 255, in their own arithmetic.
+// Whether the kernels, in their own arithmetic, give an excess above 0 the alpha 255.
 bool IsOpaque(int32_t _nExcess, float _fltScale)
 {
     const float fltAlpha = std::sqrt(static_cast<float>(_nExcess)) * _fltScale + 0.5f;
     return fltAlpha >= 255.0f;
 }
 
-/// Every step from the excess to alpha keeps order, rounding included, so halving the range finds the first that is
-/// opaque.
+// Alpha never falls as the excess grows, rounding included, so bisection finds the first excess that is opaque.
 int32_t OpaqueFrom(float _fltScale)
 {
     int32_t nBelow = 0;
@@ -62,7 +61,7 @@ KEY_DISTANCE KeyDistance_Prepare(const SINGLE_KEY& _key, bool _bSwap02) noexcept
     }
 
     const double dblThreshold = std::round(static_cast<double>(nProduct) / dblDivisor);
-    // In double: (smooth + delta)^2 times the weight passes 2^32 from a smooth range of 513 on.
+    // In double, because (smooth + delta)^2 times the weight exceeds 32 bits from a smooth range of 513 on.
     const double dblSmooth = std::max(_key.nSmoothRange, 0);
     double dblEdge = 0;
     for (int c = 0; c < 3; ++c)
@@ -74,9 +73,10 @@ KEY_DISTANCE KeyDistance_Prepare(const SINGLE_KEY& _key, bool _bSwap02) noexcept
     }
     dblEdge = dblEdge / 3 - dblThreshold;
 
-    // Halved like the squares. At the outer level the excess is half of dblEdge, so the scale makes it 256 there.
+    // The threshold is halved like the squares. At the outer level the excess is half of dblEdge, and the scale makes
+    // alpha 256 there.
     res.nThreshold = static_cast<int32_t>(static_cast<int64_t>(dblThreshold) >> 1);
-    // Not above 0 (rounding noise of the weights where there is no smooth range, often negative): a hard edge.
+    // Without a smooth range dblEdge is only what rounding the weights left, often negative: a hard edge.
     res.fltScale = dblEdge > 0 ? static_cast<float>(512.0 / std::sqrt(2 * dblEdge)) : c_fltHardEdge;
     res.nOpaque = OpaqueFrom(res.fltScale);
     res.nAlphaFloor = static_cast<uint8_t>(std::clamp(_key.nAlpha, 0, 255));

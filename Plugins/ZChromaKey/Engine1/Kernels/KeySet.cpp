@@ -19,7 +19,7 @@ void Exclude(uint8_t* _pAlpha, const uint8_t* _pExclusion, size_t _nPixels) noex
         _pAlpha[n] = std::max(_pAlpha[n], static_cast<uint8_t>(255 - _pExclusion[n]));
 }
 
-/// All keys of the set over some pixels, a piece at a time that stays in the cache.
+// Applies all keys of the set, to one piece of the row at a time so that the piece stays in the cache.
 void PiecesKey(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels, const KEY_SET& _set) noexcept
 {
     constexpr size_t c_nPiece = 512;

@@ -6,7 +6,7 @@
 #include <cstdint>
 
 /// What is done to rows of a finished mask. Rows need no alignment, may have any length and do not overlap. No kernel
-/// reads or writes a byte after the end of its row. Every level gives the same bytes.
+/// touches a byte past the end of its row. Every level gives the same bytes.
 struct PLANE_KERNELS
 {
     /// Below _nMin: 0, else above _nMax: 255.

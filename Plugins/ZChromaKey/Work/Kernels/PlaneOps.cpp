@@ -6,7 +6,7 @@
 namespace
 {
 
-/// Loops of a fixed length over local arrays become vector code at every optimisation level.
+// Compilers turn loops of this fixed length over local arrays into vector code even at -O2.
 constexpr size_t c_nBlock = 64;
 
 template <class Op> void MapBytes(uint8_t* _pBytes, size_t _nBytes, Op _fnOp)
@@ -19,7 +19,7 @@ template <class Op> void MapBytes(uint8_t* _pBytes, size_t _nBytes, Op _fnOp)
         _pBytes[nByte] = _fnOp(_pBytes[nByte]);
 }
 
-/// Three rows of a mask, filtered down their columns.
+// Three neighbouring rows of a mask; Column filters them vertically.
 struct THREE_ROWS
 {
     const uint8_t* pAbove;
@@ -45,7 +45,7 @@ void SmoothClamped(uint8_t* _pResult, const THREE_ROWS& _rows, size_t _nFirst, s
                                 _rows.Column(std::min(n + 1, _nPixels - 1)));
 }
 
-/// A block that has a neighbour on either side.
+// A block that has a neighbour on either side.
 void SmoothBlock(uint8_t* _pResult, const THREE_ROWS& _rows, size_t _nFirst)
 {
     uint16_t arrColumn[c_nBlock + 2];

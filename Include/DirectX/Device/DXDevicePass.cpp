@@ -39,14 +39,14 @@ bool Target_Size(ID3D11RenderTargetView* _pRTV, uint32_t* _pnWidth, uint32_t* _p
     return true;
 }
 
-/// The inputs' views, bound from slot t0 on until it goes; then target, shader and constants are unbound too.
+/// Binds the inputs' views from slot t0 on; when destroyed it unbinds them, and target, shader and constants too.
 class CDXPassScope
 {
 public:
     explicit CDXPassScope(ID3D11DeviceContext* _pContext)
         : m_pContext(_pContext)
     {
-        // An input that is somebody's render target yet would be dropped when it is bound.
+        // An input that is still somebody's render target would be dropped when it is bound.
         m_pContext->OMSetRenderTargets(0, nullptr, nullptr);
     }
     ~CDXPassScope()

@@ -1,9 +1,6 @@
-#include "Kit/Adapters.h"
+#include "ZChromaKey/Engine1/Gpu/Adapters.h"
 
 #include "Base/ZLog.h"
-
-#if defined(_WIN32)
-
 #include "DirectX/Device/DXBase.h"
 
 namespace
@@ -33,12 +30,3 @@ std::vector<std::string> Adapters_List()
     }
     return vecAdapters;
 }
-
-#else
-
-std::vector<std::string> Adapters_List()
-{
-    return {};
-}
-
-#endif

@@ -1,12 +1,9 @@
-// The result of the keyer on the GPU: the frame that is handed out, and its mask.
-
-#include "ZChromaKey/Engine1/Gpu/GPUChromaKey.h"
+#include "ZChromaKey/Engine1/Gpu/GPUKeyResult.h"
 
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
 #include "DirectX/Device/DXHelpers.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -15,7 +12,7 @@ namespace
 
 constexpr int c_nAlphaByte = 3;
 
-HRESULT Said(const char* _pszMessage, HRESULT _hr)
+HRESULT LogIfFailed(const char* _pszMessage, HRESULT _hr)
 {
     if (FAILED(_hr))
         ZLog(eZLog_Error, "GPUChromaKey::GetFrame: %hs hr=%08X\n", _pszMessage, _hr);
@@ -36,7 +33,7 @@ HRESULT PictureOf(IZFFrame* _pFrame, ZF_VID_PTR* _pVidPtr)
     return SUCCEEDED(hr) && !_pVidPtr->lpVideoPlanes[0] ? E_UNEXPECTED : hr;
 }
 
-/// The bytes behind the rows of a mask are 255.
+/// The bytes after the rows of a mask are 255.
 void MaskRowsEnd(const ZF_VID_PTR& _vidPtrMask)
 {
     const ZF_SIZE& size = _vidPtrMask.szVideoPlanes[0];
@@ -60,86 +57,82 @@ template <class Call> void ForAlpha(const ZF_VID_PTR& _vidPtr, const ZF_VID_PTR&
 
 } // namespace
 
-/// The picture attributes of the input's texture belong to the result's, too.
-HRESULT GPUChromaKey::AttributesCopy()
+CGPUKeyResult::CGPUKeyResult(const GPU_KEY_RENDERED& _rendered, Downloader* _pDownloader,
+                             std::vector<CZPtr<IZFFrame>>* _pvecFrames)
+    : m_rendered(_rendered)
+    , m_pDownloader(_pDownloader)
+    , m_pvecFrames(_pvecFrames)
 {
-    DX_PICTURE_ATTRIBUTES attributes = {};
-    const HRESULT hr = TexIn()->AttributesGet(&attributes);
-    return SUCCEEDED(hr) ? m_cpTexPicture->AttributesSet(&attributes) : hr;
 }
 
-HRESULT GPUChromaKey::GetFrame(IZFFrame** _ppFrameOut)
+HRESULT CGPUKeyResult::Make(IZFFrame** _ppFrameRes)
 {
-    HRESULT hr = S_OK;
-    if (m_plan.eResult == eGR_Texture)
-    {
-        hr = Said("Failed to copy picture attributes!", AttributesCopy());
-        return SUCCEEDED(hr) ? GetGPUFrame(m_cpTexPicture.Get(), _ppFrameOut) : hr;
-    }
     CZPtr<IZFFrame> cpFrameRes; // while the GPU works
-    hr = ResultMake(cpFrameRes.Put());
-    m_vecFrames.push_back(cpFrameRes);
+    HRESULT hr = FrameMake(cpFrameRes.Put());
+    m_pvecFrames->push_back(cpFrameRes);
     if (SUCCEEDED(hr) && !cpFrameRes)
         hr = E_UNEXPECTED;
     if (SUCCEEDED(hr))
-        hr = ResultFill(cpFrameRes.Get());
+        hr = FrameFill(cpFrameRes.Get());
     if (SUCCEEDED(hr))
         hr = MaskAttach(cpFrameRes.Get());
     if (SUCCEEDED(hr))
-        *_ppFrameOut = cpFrameRes.Detach();
+        *_ppFrameRes = cpFrameRes.Detach();
     return hr;
 }
 
 /// The result frame: with its colours where they are the input's, else with a picture to be filled.
-HRESULT GPUChromaKey::ResultMake(IZFFrame** _ppFrameRes)
+HRESULT CGPUKeyResult::FrameMake(IZFFrame** _ppFrameRes)
 {
     ZF_VID_PROPS vidProps = {};
-    HRESULT hr = m_cpFrameOriginal->VideoPropsGet(&vidProps);
+    HRESULT hr = m_rendered.pFrameOriginal->VideoPropsGet(&vidProps);
     if (FAILED(hr))
         return hr;
     const bool bARGB = vidProps.fccType == eZFCC_ARGB32;
-    switch (m_plan.eResult)
+    switch (m_rendered.plan.eResult)
     {
     case eGR_ARGB:
-        if (m_plan.eInput == eGI_CPUARGB) // has been converted for us alone
-            return FrameIn()->QueryInterface(IID_IZFFrame, reinterpret_cast<void**>(_ppFrameRes));
-        return Said("Failed to convert to ARGB!",
-                    bARGB ? m_cpFrameOriginal->FrameClone(eZFC_Converted, _ppFrameRes)
-                          : m_cpFrameOriginal->FrameConvert(eZFC_Converted, eZFCC_ARGB32, _ppFrameRes));
+        if (m_rendered.plan.eInput == eGI_CPUARGB) // has been converted for us alone
+            return m_rendered.pFrameIn->QueryInterface(IID_IZFFrame, reinterpret_cast<void**>(_ppFrameRes));
+        return LogIfFailed("Failed to convert to ARGB!",
+                           bARGB ? m_rendered.pFrameOriginal->FrameClone(eZFC_Converted, _ppFrameRes)
+                                 : m_rendered.pFrameOriginal->FrameConvert(eZFC_Converted, eZFCC_ARGB32, _ppFrameRes));
     case eGR_Picture:
-        return m_plan.bARGB && !bARGB ? m_cpFrameOriginal->FrameConvert(eZFC_Renewed, eZFCC_ARGB32, _ppFrameRes)
-                                      : m_cpFrameOriginal->FrameClone(eZFC_Converted, _ppFrameRes);
+        return m_rendered.plan.bARGB && !bARGB
+                   ? m_rendered.pFrameOriginal->FrameConvert(eZFC_Renewed, eZFCC_ARGB32, _ppFrameRes)
+                   : m_rendered.pFrameOriginal->FrameClone(eZFC_Converted, _ppFrameRes);
     case eGR_Packed:
-        return m_cpFrameOriginal->FrameClone(eZFC_Converted, _ppFrameRes);
+        return m_rendered.pFrameOriginal->FrameClone(eZFC_Converted, _ppFrameRes);
     default:
-        return m_cpFrameOriginal->FrameClone(eZFC_Cloned, _ppFrameRes);
+        return m_rendered.pFrameOriginal->FrameClone(eZFC_Cloned, _ppFrameRes);
     }
 }
 
 /// Brings the rendered picture into the result.
-HRESULT GPUChromaKey::ResultFill(IZFFrame* _pFrameRes)
+HRESULT CGPUKeyResult::FrameFill(IZFFrame* _pFrameRes)
 {
-    IDX11Texture* const pTexture = m_plan.eResult == eGR_Packed ? m_cpTexPacked.Get() : m_cpTexPicture.Get();
+    IDX11Texture* const pTexture =
+        m_rendered.plan.eResult == eGR_Packed ? m_rendered.pTexPacked : m_rendered.pTexPicture;
     if (!pTexture)
         return S_OK;
     ZF_VID_PTR vidPtr = {};
     HRESULT hr = PictureOf(_pFrameRes, &vidPtr);
     if (SUCCEEDED(hr))
         hr = Download(pTexture, vidPtr);
-    return Said("Unable to convert GPU frame to CPU frame!", hr);
+    return LogIfFailed("Unable to convert GPU frame to CPU frame!", hr);
 }
 
 /// A mask frame for the result, without pixels yet.
-HRESULT GPUChromaKey::MaskMake(IZFFrame** _ppMask, ZF_VID_PTR* _pVidPtr)
+HRESULT CGPUKeyResult::MaskMake(IZFFrame** _ppMask, ZF_VID_PTR* _pVidPtr)
 {
     ZF_VID_PROPS vidProps = {};
-    HRESULT hr = m_cpFrameOriginal->VideoPropsGet(&vidProps);
+    HRESULT hr = m_rendered.pFrameOriginal->VideoPropsGet(&vidProps);
     ZF_VID_PROPS vidPropsMask = VidProps_Mask(&vidProps);
     vidPropsMask.nGPUFlags = 0;
     CZPtr<IZFFrame> cpMask;
     if (SUCCEEDED(hr))
-        hr = m_cpFrameOriginal->FrameCreate(&vidPropsMask, cpMask.Put());
-    m_vecFrames.push_back(cpMask);
+        hr = m_rendered.pFrameOriginal->FrameCreate(&vidPropsMask, cpMask.Put());
+    m_pvecFrames->push_back(cpMask);
     if (SUCCEEDED(hr))
         hr = cpMask ? PictureOf(cpMask.Get(), _pVidPtr) : E_OUTOFMEMORY;
     if (FAILED(hr))
@@ -154,39 +147,41 @@ HRESULT GPUChromaKey::MaskMake(IZFFrame** _ppMask, ZF_VID_PTR* _pVidPtr)
 
 /// A texture's rows into a plane that has room for them; what the texture is said to hold counts, so that a mask of
 /// four pixels a texel comes as RGB32.
-HRESULT GPUChromaKey::Download(IDX11Texture* _pTexture, const ZF_VID_PTR& _vidPtr)
+HRESULT CGPUKeyResult::Download(IDX11Texture* _pTexture, const ZF_VID_PTR& _vidPtr)
 {
     ZF_VID_PROPS vidProps = {};
     CZPtr<ID3D11Texture2D> cpTexture;
     HRESULT hr = _pTexture->VideoPropsGet(&vidProps);
     if (SUCCEEDED(hr))
         hr = _pTexture->TextureGet(cpTexture.Put());
-    return SUCCEEDED(hr) ? m_downloader._Download_Tex(&_vidPtr, cpTexture.Get(), &vidProps, false, Allocator()) : hr;
+    return SUCCEEDED(hr)
+               ? m_pDownloader->_Download_Tex(&_vidPtr, cpTexture.Get(), &vidProps, false, m_rendered.pAllocator)
+               : hr;
 }
 
 /// Makes the mask of a result, writes the alpha of ARGB32 from it, and attaches it.
-HRESULT GPUChromaKey::MaskAttach(IZFFrame* _pFrameRes)
+HRESULT CGPUKeyResult::MaskAttach(IZFFrame* _pFrameRes)
 {
     CZPtr<IZFFrame> cpMask;
     ZF_VID_PTR vidPtrMask = {};
     ZF_VID_PTR vidPtr = {};
     HRESULT hr = MaskMake(cpMask.Put(), &vidPtrMask);
-    if (SUCCEEDED(hr) && m_cpTexMask)
-        hr = Download(m_cpTexMask.Get(), vidPtrMask);
+    if (SUCCEEDED(hr) && m_rendered.pTexMask)
+        hr = Download(m_rendered.pTexMask, vidPtrMask);
     if (FAILED(hr))
-        return Said("Unable to convert GPU mask to CPU mask!", hr);
-    MaskRowsEnd(vidPtrMask); // behind the download, which writes whole texels
-    if (m_plan.eResult == eGR_ARGB || m_plan.eResult == eGR_Picture)
+        return LogIfFailed("Unable to convert GPU mask to CPU mask!", hr);
+    MaskRowsEnd(vidPtrMask); // after the download, which writes whole texels
+    if (m_rendered.plan.eResult == eGR_ARGB || m_rendered.plan.eResult == eGR_Picture)
         hr = PictureOf(_pFrameRes, &vidPtr);
-    if (SUCCEEDED(hr) && m_plan.eResult == eGR_ARGB)
+    if (SUCCEEDED(hr) && m_rendered.plan.eResult == eGR_ARGB)
         ForAlpha(vidPtr, vidPtrMask, [](uint8_t& _nAlpha, uint8_t& _nMask) { _nAlpha = _nMask; });
-    if (SUCCEEDED(hr) && m_plan.eResult == eGR_Picture)
+    if (SUCCEEDED(hr) && m_rendered.plan.eResult == eGR_Picture)
         ForAlpha(vidPtr, vidPtrMask, [](uint8_t& _nAlpha, uint8_t& _nMask) { _nMask = _nAlpha; });
     if (FAILED(hr))
-        return Said("Failed to apply raw alpha!", hr);
+        return LogIfFailed("Failed to apply raw alpha!", hr);
     hr = _pFrameRes->AttachmentSet(L"mask", cpMask.Get());
     ZF_VID_PROPS vidPropsMask = {};
     if (SUCCEEDED(hr) && ZLog_IsOn(eZLog_Verbose) && SUCCEEDED(cpMask->VideoPropsGet(&vidPropsMask)))
         ZLog(eZLog_Verbose, "HARDWARE; OUTPUT MASK %ws\n", VidProps_Text(&vidPropsMask));
-    return Said("Unable to set mask!", hr);
+    return LogIfFailed("Unable to set mask!", hr);
 }

@@ -1,7 +1,8 @@
-#include "Bench/BenchScene.h"
+#include "Sample/KeyScene.h"
 
 #include "Kit/HostError.h"
 #include "zkhost/Files/Stream.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
@@ -46,7 +47,7 @@ int KeyAt(int _nX, int _nWidth, int _nKeys)
 
 } // namespace
 
-PICTURE BenchScene_Picture(int _nWidth, int _nHeight, int _nKeys, eBenchScene _eScene)
+PICTURE KeyScene_Picture(int _nWidth, int _nHeight, int _nKeys, eKeyScene _eScene)
 {
     PICTURE picture;
     picture.Resize(_nWidth, _nHeight, 4);
@@ -63,14 +64,14 @@ PICTURE BenchScene_Picture(int _nWidth, int _nHeight, int _nKeys, eBenchScene _e
             const uint8_t* pColor = nKey < 0 ? c_arrFigure : color.arrBGRA;
             uint8_t* pPixel = picture.Row(y) + 4 * x;
             for (int c = 0; c < 3; ++c)
-                pPixel[c] = static_cast<uint8_t>(_eScene == eBS_Random ? fnNoise(256)
+                pPixel[c] = static_cast<uint8_t>(_eScene == eKS_Random ? fnNoise(256)
                                                                        : pColor[c] + fnNoise(c_nNoise) - c_nNoise / 2);
             pPixel[3] = 255;
         }
     return picture;
 }
 
-CZPtr<IZFFrame> BenchScene_Frame(const PICTURE& _picture, uint32_t _fccType, CZFramePool* _pPoolOrNull)
+CZPtr<IZFFrame> KeyScene_Frame(const PICTURE& _picture, uint32_t _fccType, CZFramePool* _pPoolOrNull)
 {
     const int nHeight = FCC_IsRGB(_fccType) ? -_picture.nHeight : _picture.nHeight; // RGB top-down
     CZPtr<CZFrame> cpFrame;
@@ -95,22 +96,12 @@ CZPtr<IZFFrame> BenchScene_Frame(const PICTURE& _picture, uint32_t _fccType, CZF
     return CZPtr<IZFFrame>::Adopt(cpFrame.Detach());
 }
 
-BENCH_RING BenchScene_Ring(const PICTURE& _picture, uint32_t _fccType)
-{
-    BENCH_RING ring;
-    ring[0] = BenchScene_Frame(_picture, _fccType);
-    for (size_t i = 1; i < ring.size(); ++i)
-        if (const HRESULT hr = ZQuery<IZFFrame2>(ring[0])->FrameClone(eZFC_OwnPicture, ring[i].Put()); FAILED(hr))
-            throw CZHostError(ZFormat("no memory for %d frames (hr=%08X); measure a smaller size", ring.size(), hr));
-    return ring;
-}
-
-eCK_Type BenchScene_Type(uint32_t _fccType)
+eCK_Type KeyScene_Type(uint32_t _fccType)
 {
     return FCC_IsRGB(_fccType) ? eCKT_RGB : eCKT_YUV;
 }
 
-CHROMA_KEY_RAW BenchScene_Keys(const ZF_VID_PROPS& _vidProps, eCK_Type _eType, int _nKeys)
+CHROMA_KEY_RAW KeyScene_Keys(const ZF_VID_PROPS& _vidProps, eCK_Type _eType, int _nKeys)
 {
     CHROMA_KEY_RAW keys = {};
     keys.eType = _eType;
@@ -131,7 +122,7 @@ CHROMA_KEY_RAW BenchScene_Keys(const ZF_VID_PROPS& _vidProps, eCK_Type _eType, i
     return keys;
 }
 
-void BenchScene_Check(const PICTURE& _mask, int _nKeys)
+void KeyScene_Check(const PICTURE& _mask, int _nKeys)
 {
     for (int y = 0; y < _mask.nHeight; ++y)
         for (int x = c_nEdge; x < _mask.nWidth - c_nEdge; ++x)

@@ -1,4 +1,4 @@
-#include "DirectX/Device/DXHelpers.h"
+#include "DirectX/Device/DXPicture.h"
 
 #include "Base/ZAssert.h"
 #include "Base/ZLog.h"

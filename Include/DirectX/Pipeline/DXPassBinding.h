@@ -1,9 +1,8 @@
 #pragma once
 
-/// What a pass binds to the immediate context, and takes away again.
-
 #include "DirectX/Device/DXBase.h"
 
+/// Binds what a pass needs to the immediate context, and unbinds it when destroyed.
 class CDXPassBinding
 {
 public:
@@ -20,7 +19,7 @@ public:
     CDXPassBinding(const CDXPassBinding&) = delete;
     CDXPassBinding& operator=(const CDXPassBinding&) = delete;
 
-    /// Pixel shader, input t0, sampler s0 and constants b0; null for those that there are not.
+    /// Pixel shader, input t0, sampler s0 and constants b0; null where there is none.
     void Bind(ID3D11PixelShader* _pPixelShader, ID3D11ShaderResourceView* _pInput, ID3D11SamplerState* _pSampler,
               ID3D11Buffer* _pConstants) const
     {

@@ -1,13 +1,11 @@
-#include "ZChromaKey/Engine1/Kernels/x86/KeyKernels_x86.h"
-
-// For any processor: what is computed once a row need not be vector code.
+#include "ZChromaKey/Engine1/Kernels/KeyLanes.h"
 
 namespace
 {
 
-uint32_t Pair(int16_t _nLow, int16_t _nHigh)
+int32_t Pair(int16_t _nLow, int16_t _nHigh)
 {
-    return static_cast<uint32_t>(static_cast<uint16_t>(_nLow)) | static_cast<uint32_t>(_nHigh) << 16;
+    return static_cast<uint16_t>(_nLow) + _nHigh * 65536;
 }
 
 } // namespace

@@ -1,0 +1,35 @@
+# What an installation has: the module, zkhost, and what a host author needs to build against them. The tree can be
+# moved: nothing in it knows where it lies.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+set(z_include ${CMAKE_INSTALL_INCLUDEDIR}/zchromakey)
+set(z_package ${CMAKE_INSTALL_LIBDIR}/cmake/ZChromaKey)
+if(WIN32) # a program finds the module beside itself
+  set(z_module ${CMAKE_INSTALL_BINDIR}/ZChromaKey.dll)
+  set(z_pc_libs "-lole32 -loleaut32 -luuid")
+else()
+  set(z_module ${CMAKE_INSTALL_LIBDIR}/libZChromaKey.so)
+  set(z_pc_libs -ldl)
+endif()
+
+install(TARGETS zkhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+# No import library: a host asks the loaded module for its entries.
+install(TARGETS ZChromaKey RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY Include/Interfaces Include/Sdk DESTINATION ${z_include}
+  FILES_MATCHING PATTERN "*.h" PATTERN "*.idl")
+install(FILES Include/Base/ZPtr.h Include/Base/ZUnknown.h DESTINATION ${z_include}/Base) # what Sdk includes
+install(FILES Docs/examples/MinimalHost.cpp Docs/examples/CMakeLists.txt Docs/examples/EditKeys.vbs
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/zchromakey/examples)
+install(FILES README.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# For find_package(ZChromaKey) and for pkg-config.
+configure_package_config_file(CMake/ZChromaKeyConfig.cmake.in ${CMAKE_BINARY_DIR}/package/ZChromaKeyConfig.cmake
+  INSTALL_DESTINATION ${z_package} PATH_VARS z_include NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/package/ZChromaKeyConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/package/ZChromaKeyConfig.cmake
+  ${CMAKE_BINARY_DIR}/package/ZChromaKeyConfigVersion.cmake DESTINATION ${z_package})
+file(RELATIVE_PATH z_up /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" z_up ${z_up})
+configure_file(CMake/zchromakey.pc.in ${CMAKE_BINARY_DIR}/package/zchromakey.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/package/zchromakey.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "DirectX/Device/DXTexture.h"
+#include "DirectX/Pipeline/GPUStage.h"
+#include "Interfaces/IZFFrame.h"
+
+/// Brings textures back into memory. The readable copies come from the allocator's cache and go back there.
+class Downloader : GPUStage
+{
+public:
+    /// The name that it logs under.
+    explicit Downloader(std::string _strName)
+        : GPUStage(std::move(_strName))
+    {
+    }
+
+    /// A new frame in system memory with the texture's bytes. With the size of _pFrameIn it takes over all but
+    /// pixels and identity (time code, texts, attachments); else, and for masks, it is a bare frame of its memory.
+    HRESULT Download(IZFFrame2* _pFrameIn, IDX11Texture* _pTexIn, const ZF_VID_PROPS& _vidPropsOut, bool _bFields,
+                     IDX11Allocator* _pAllocator, IZFFrame** _ppFrameOut);
+    /// A frame around the texture, for a host that works on the same device; takes over the same. E_NOTIMPL when
+    /// _pFrameIn cannot make such frames.
+    HRESULT _Download(IZFFrame2* _pFrameIn, IDX11Texture* _pTexIn, IZFFrame** _ppFrameOut);
+    /// The texture's rows into the planes of a picture, the inverse of Upload: no byte beyond a row's pixels is
+    /// written.
+    HRESULT _Download_Tex(const ZF_VID_PTR* _pVideoOut, ID3D11Texture2D* _pTexIn, const ZF_VID_PROPS* _pVidPropsIn,
+                          bool _bFields, IDX11Allocator* _pAllocator);
+
+private:
+    HRESULT PlainFrame(IZFFrame2* _pFrameIn, const ZF_VID_PROPS& _vidPropsOut, IZFFrame** _ppFrameOut) const;
+    HRESULT CopyMapped(const ZF_VID_PTR& _videoOut, ID3D11Texture2D* _pTexIn, const ZF_VID_PROPS& _vidProps,
+                       bool _bFields, IDX11Texture* _pTexReadable) const;
+};

@@ -1,0 +1,188 @@
+#pragma once
+
+#include "Image/ImgRowsC.h"
+#include "Image/ImgRowsColor.h"
+
+/// The readers of rows for a level of Simd.h. What is left of a row after its last full group of vectors is the plain
+/// kernel's.
+
+/// YUV to RGB, for words of Y side by side and words of U before V, or V before U.
+template <class S> class CYUVReader
+{
+public:
+    using U16 = typename S::U16;
+    using I32 = typename S::I32;
+    /// Pixels made at a time: pairs that share their chroma, a lane each.
+    static constexpr int c_nPixels = 2 * static_cast<int>(S::c_nLanes);
+
+    ZCK_INLINE CYUVReader(const IMG_YUV_COEF& _coef, bool _bVFirst)
+        : m_vecY0(CoefPair<S>(_coef.nY, 0))
+        , m_vecY1(CoefPair<S>(0, _coef.nY))
+        , m_vecB(_bVFirst ? CoefPair<S>(0, _coef.nBU) : CoefPair<S>(_coef.nBU, 0))
+        , m_vecG(_bVFirst ? CoefPair<S>(_coef.nGV, _coef.nGU) : CoefPair<S>(_coef.nGU, _coef.nGV))
+        , m_vecR(_bVFirst ? CoefPair<S>(_coef.nRV, 0) : CoefPair<S>(0, _coef.nRV))
+        , m_vecConstB(FROM_YUV<S>::Const(_coef) - 128 * _coef.nBU)
+        , m_vecConstG(FROM_YUV<S>::Const(_coef) - 128 * (_coef.nGU + _coef.nGV))
+        , m_vecConstR(FROM_YUV<S>::Const(_coef) - 128 * _coef.nRV)
+    {
+    }
+    /// Writes c_nPixels pixels.
+    ZCK_INLINE void Put(uint8_t* _pBGRA, U16 _vecY, U16 _vecChroma) const
+    {
+        const I32 vecB = MulAdd(_vecChroma, m_vecB) + m_vecConstB;
+        const I32 vecG = MulAdd(_vecChroma, m_vecG) + m_vecConstG;
+        const I32 vecR = MulAdd(_vecChroma, m_vecR) + m_vecConstR;
+        I32 vecFirst, vecSecond;
+        Interleave(Pixels(MulAdd(_vecY, m_vecY0), vecB, vecG, vecR), Pixels(MulAdd(_vecY, m_vecY1), vecB, vecG, vecR),
+                   vecFirst, vecSecond);
+        S::Store(_pBGRA, vecFirst);
+        S::Store(_pBGRA + S::c_nBytes, vecSecond);
+    }
+
+private:
+    static ZCK_INLINE I32 Pixels(I32 _vecLuma, I32 _vecB, I32 _vecG, I32 _vecR)
+    {
+        return ClampedPixels<S>((_vecLuma + _vecB) >> 13, (_vecLuma + _vecG) >> 13, (_vecLuma + _vecR) >> 13, 255);
+    }
+    U16 m_vecY0;
+    U16 m_vecY1;
+    U16 m_vecB;
+    U16 m_vecG;
+    U16 m_vecR;
+    I32 m_vecConstB;
+    I32 m_vecConstG;
+    I32 m_vecConstR;
+};
+
+/// Packed 4:2:2 with Y in the high or the low bytes of its words.
+template <class S, bool LumaHigh>
+ZCK_INLINE void ReadPacked(const IMG_ROW& _row, uint8_t* _pBGRA, bool _bVFirst, PFN_IMG_READ _pfnRest)
+{
+    constexpr int c_nPixels = CYUVReader<S>::c_nPixels;
+    const CYUVReader<S> reader(*_row.pCoeff, _bVFirst);
+    IMG_ROW rest = _row;
+    for (; rest.nWidth >= c_nPixels; rest.nWidth -= c_nPixels, rest.pPlane0 += 2 * c_nPixels, _pBGRA += 4 * c_nPixels)
+    {
+        const typename S::U8 vecUnits = S::LoadU8(rest.pPlane0);
+        reader.Put(_pBGRA, LumaHigh ? Odd(vecUnits) : Even(vecUnits), LumaHigh ? Even(vecUnits) : Odd(vecUnits));
+    }
+    _pfnRest(rest, _pBGRA);
+}
+
+template <class S> void ReadUYVY(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    ReadPacked<S, true>(_row, _pBGRA, false, ImgRead_UYVY);
+}
+
+template <class S> void ReadYUYV(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    ReadPacked<S, false>(_row, _pBGRA, false, ImgRead_YUYV);
+}
+
+template <class S> void ReadYVYU(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    ReadPacked<S, false>(_row, _pBGRA, true, ImgRead_YVYU);
+}
+
+/// U and V of pairs of pixels from planes of their own; Step: bytes from sample to sample.
+template <class S> struct CHROMA_PLANES
+{
+    static constexpr int c_nStep = 1;
+    static ZCK_INLINE typename S::U16 Of(const IMG_ROW& _row, int _nPair)
+    {
+        return As<typename S::U16>(S::WidenI32(_row.pU + _nPair) | S::WidenI32(_row.pV + _nPair) << 16);
+    }
+};
+
+/// The same from one plane, in turn.
+template <class S> struct CHROMA_IN_TURN
+{
+    static constexpr int c_nStep = 2;
+    static ZCK_INLINE typename S::U16 Of(const IMG_ROW& _row, int _nPair)
+    {
+        return S::WidenU16(_row.pU + 2 * _nPair);
+    }
+};
+
+/// Half-width chroma in planes of its own.
+template <class S, class Chroma>
+ZCK_INLINE void ReadHalfWidth(const IMG_ROW& _row, uint8_t* _pBGRA, PFN_IMG_READ _pfnRest)
+{
+    constexpr int c_nPairs = CYUVReader<S>::c_nPixels / 2;
+    const CYUVReader<S> reader(*_row.pCoeff, false);
+    int nPairs = 0;
+    for (; 2 * (nPairs + c_nPairs) <= _row.nWidth && nPairs + c_nPairs <= _row.nChroma; nPairs += c_nPairs)
+        reader.Put(_pBGRA + 8 * nPairs, S::WidenU16(_row.pPlane0 + 2 * nPairs), Chroma::Of(_row, nPairs));
+    // The rest keeps at least one sample: a row without any is neutral.
+    const int nSkip = nPairs < _row.nChroma ? nPairs : _row.nChroma > 0 ? _row.nChroma - 1 : 0;
+    IMG_ROW rest = _row;
+    rest.nWidth -= 2 * nPairs;
+    rest.nChroma -= nSkip;
+    rest.pPlane0 += 2 * nPairs;
+    rest.pU += Chroma::c_nStep * nSkip;
+    rest.pV += Chroma::c_nStep * nSkip;
+    _pfnRest(rest, _pBGRA + 8 * nPairs);
+}
+
+template <class S> void ReadPlanar(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    ReadHalfWidth<S, CHROMA_PLANES<S>>(_row, _pBGRA, ImgRead_Planar);
+}
+
+template <class S> void ReadNV12(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    ReadHalfWidth<S, CHROMA_IN_TURN<S>>(_row, _pBGRA, ImgRead_NV12);
+}
+
+/// A 10-bit level at the low end of each lane as one of 8 bits, rounded, halves up.
+template <class I32> ZCK_INLINE I32 From10Bit(I32 _vecWords)
+{
+    return Min(((_vecWords & 0x3FF) + 2) >> 2, 255);
+}
+
+/// The three 10-bit levels of each word, from the low end, as bytes 0 to 2.
+template <class I32> ZCK_INLINE I32 LevelsOf(I32 _vecWords)
+{
+    return From10Bit(_vecWords) | (From10Bit(_vecWords >> 10) << 8 | From10Bit(_vecWords >> 20) << 16);
+}
+
+/// Four vectors of words are unpacked at a time, with three samples in each word, and converted as UYVY.
+template <class S> void ReadV210(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    using U8 = typename S::U8;
+    using I32 = typename S::I32;
+    constexpr int c_nPixels = CYUVReader<S>::c_nPixels;
+    constexpr int c_nVectors = 4;
+    constexpr size_t c_cbSamples = S::c_nBytes / 4 * 3; // from one vector
+    constexpr int c_nChunk = c_nVectors * static_cast<int>(c_cbSamples) / 2;
+    constexpr uint8_t c_arrBytes[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0xFF, 0xFF, 0xFF, 0xFF};
+    const CYUVReader<S> reader(*_row.pCoeff, false);
+    IMG_ROW rest = _row;
+    for (; rest.nWidth >= c_nChunk;
+         rest.nWidth -= c_nChunk, rest.pPlane0 += c_nVectors * S::c_nBytes, _pBGRA += 4 * c_nChunk)
+    {
+        uint8_t arrUYVY[c_nVectors * c_cbSamples + S::c_nBytes / 4]; // whole vectors are written
+        for (size_t n = 0; n < c_nVectors; ++n)
+        {
+            const I32 vecLevels = LevelsOf(S::LoadI32(rest.pPlane0 + S::c_nBytes * n));
+            const I32 vecSamples = FirstThree(As<I32>(ShuffleBytes(As<U8>(vecLevels), c_arrBytes)));
+            S::Store(arrUYVY + c_cbSamples * n, vecSamples);
+        }
+        for (int n = 0; n < c_nChunk / c_nPixels; ++n)
+        {
+            const U8 vecUnits = S::LoadU8(arrUYVY + 2 * c_nPixels * n);
+            reader.Put(_pBGRA + 4 * c_nPixels * n, Odd(vecUnits), Even(vecUnits));
+        }
+    }
+    ImgRead_v210(rest, _pBGRA);
+}
+
+template <class S> struct FROM_R210
+{
+    ZCK_INLINE typename S::I32 Of(typename S::I32 _vecPixels) const
+    {
+        constexpr uint8_t c_arrSwap[16] = {3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12};
+        const auto vecWords = As<typename S::I32>(ShuffleBytes(As<typename S::U8>(_vecPixels), c_arrSwap));
+        return LevelsOf(vecWords) | c_nImgAlphaByte;
+    }
+};

@@ -1,0 +1,6 @@
+#include "ZChromaKey/Engine1/Gpu/Adapters.h"
+
+std::vector<std::string> Adapters_List()
+{
+    return {};
+}

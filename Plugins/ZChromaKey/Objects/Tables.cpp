@@ -1,0 +1,236 @@
+#include "ZChromaKey/Objects/Tables.h"
+
+#include "Base/ZBorder.h"
+#include "Base/ZCpu.h"
+#include "Base/ZLog.h"
+#include "Base/ZSystem.h"
+#include "Base/ZText.h"
+#include "Helpers/CKDetectOptions.h"
+#include "Props/PropText.h"
+#include "ZChromaKey/Config/ChromaKeyOptions.h"
+#include "ZChromaKey/Engine1/Gpu/Adapters.h"
+#include "ZChromaKey/Keys/KeyAdjust.h"
+
+#include <deque>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+constexpr ZTABLE_ROW c_rowEmpty = {"", eZV_Text, 0, 0, 0, 0, "", "", "", "", ""};
+
+/// The rows of a table, and the texts among them that had to be made.
+struct TABLE
+{
+    std::vector<ZTABLE_ROW> vecRows;
+    std::deque<std::string> deqTexts; // texts stay where they are while others are added
+
+    const char* Keep(std::string _strText)
+    {
+        return deqTexts.emplace_back(std::move(_strText)).c_str();
+    }
+};
+
+double NumberOf(const char* _pszText)
+{
+    double dblNumber = 0;
+    bool bTruth = false;
+    if (!PropText_ReadDouble(_pszText, &dblNumber) && PropText_ReadBool(_pszText, &bTruth))
+        dblNumber = bTruth;
+    return dblNumber;
+}
+
+/// The kind of value that a text about right values speaks of.
+eZValue ValueOf(std::string_view _svRight)
+{
+    constexpr std::pair<std::string_view, eZValue> c_arrKinds[] = {{"true or false", eZV_Bool},
+                                                                   {"a whole number", eZV_Whole},
+                                                                   {"a number", eZV_Number},
+                                                                   {"four whole numbers", eZV_Rect}};
+    for (const auto& [svBegin, eValue] : c_arrKinds)
+        if (_svRight.starts_with(svBegin))
+            return eValue;
+    return eZV_Text;
+}
+
+/// A row of an option. _pszName and _pszRight stay.
+ZTABLE_ROW OptionRow(const char* _pszName, const char* _pszDefault, const char* _pszRight, const char* _pszHelp)
+{
+    ZTABLE_ROW row = c_rowEmpty;
+    row.pszName = _pszName;
+    row.eValue = ValueOf(_pszRight);
+    row.dblDefault = NumberOf(_pszDefault);
+    row.pszDefault = _pszDefault;
+    row.pszRight = _pszRight;
+    row.pszHelp = _pszHelp;
+    return row;
+}
+
+TABLE OptionsMake()
+{
+    constexpr std::string_view c_svWrong = "?"; // as no option can be: the answer is what can
+    TABLE table;
+    for (const CK_OPTION& option : ChromaKeyOptions_Table())
+        table.vecRows.push_back(OptionRow(option.pszName, option.pszDefault,
+                                          table.Keep(ChromaKeyOptions_Validate(option.pszName, c_svWrong)),
+                                          option.pszHelp));
+    return table;
+}
+
+TABLE DetectionMake()
+{
+    TABLE table;
+    for (const CKUtils::CK_DETECT_OPTION& option : CKUtils::DetectOptions_Table())
+        table.vecRows.push_back(OptionRow(table.Keep(std::string("detect.") + option.pszName), option.pszDefault,
+                                          option.pszRight, option.pszHelp));
+    return table;
+}
+
+TABLE AdjustsMake()
+{
+    TABLE table;
+    for (const CK_ADJUST_INFO& info : KeyAdjust_Table())
+    {
+        const bool bWhole = info.eAdjust == eCKA_KeyType;
+        const char* const pszKind = bWhole ? "a whole number" : "a number";
+        table.vecRows.push_back({info.pszName, bWhole ? eZV_Whole : eZV_Number, 0, info.dblMin, info.dblMax,
+                                 info.dblDefault, table.Keep(PropText_FromDouble(info.dblDefault)), info.pszUnit,
+                                 table.Keep(ZFormat("%hs from %g to %g", pszKind, info.dblMin, info.dblMax)),
+                                 info.pszOperator, info.pszEffect});
+    }
+    return table;
+}
+
+TABLE AdaptersMake()
+{
+    TABLE table;
+    for (std::string& strAdapter : Adapters_List())
+    {
+        ZTABLE_ROW row = c_rowEmpty;
+        row.pszName = table.Keep(std::move(strAdapter));
+        table.vecRows.push_back(row);
+    }
+    return table;
+}
+
+/// What ZCK_SIMD can ask for here.
+std::string LevelsText()
+{
+    std::string strText;
+    for (const eSIMD_Level eLevel : {eSIMD_None, eSIMD_AVX2, eSIMD_AVX512})
+        if (eLevel <= ZCpu_Detected())
+            strText += ZFormat(strText.empty() ? "%hs" : " %hs", ZCpu_LevelName(eLevel));
+    return strText;
+}
+
+TABLE SystemMake()
+{
+    TABLE table;
+    const std::pair<const char*, std::string> arrFacts[] = {{"system", ZSystem_Name()},
+                                                            {"processor", ZSystem_Processor()},
+                                                            {"SIMD in use", ZCpu_LevelName(ZCpu_Level())},
+                                                            {"SIMD available", ZCpu_LevelName(ZCpu_Detected())},
+                                                            {"SIMD levels", LevelsText()}};
+    for (const auto& [pszName, strFact] : arrFacts)
+    {
+        ZTABLE_ROW row = c_rowEmpty;
+        row.pszName = pszName;
+        row.pszDefault = table.Keep(strFact);
+        table.vecRows.push_back(row);
+    }
+    return table;
+}
+
+/// Each table is made once, when it is first asked for: hosts hold on to its texts.
+template <TABLE (*Make)()> const TABLE* Made()
+{
+    static const TABLE s_table = Make();
+    return &s_table;
+}
+
+/// Null: there is no such table.
+const TABLE* Find(int32_t _eTable)
+{
+    switch (_eTable)
+    {
+    case eZTable_Options:
+        return Made<OptionsMake>();
+    case eZTable_Detection:
+        return Made<DetectionMake>();
+    case eZTable_Adjusts:
+        return Made<AdjustsMake>();
+    case eZTable_Adapters:
+        return Made<AdaptersMake>();
+    case eZTable_System:
+        return Made<SystemMake>();
+    default:
+        ZLog(eZLog_Error, "CZTables: there is no table %d; there are %d to %d\n", _eTable, eZTable_Options,
+             eZTable_System);
+        return nullptr;
+    }
+}
+
+bool IsRight(int32_t _eTable, UINT _nRow, const ZTABLE_ROW& _row, const std::string& _strValue)
+{
+    CKUtils::CK_DETECT_OPTIONS options;
+    double dblValue = 0;
+    switch (_eTable)
+    {
+    case eZTable_Options:
+        return _strValue.empty() || ChromaKeyOptions_Validate(_row.pszName, _strValue).empty();
+    case eZTable_Detection:
+        return CKUtils::DetectOptions_Table()[_nRow].pfnRead(_strValue, &options);
+    case eZTable_Adjusts:
+        return PropText_ReadDouble(_strValue, &dblValue) && dblValue >= _row.dblLeast && dblValue <= _row.dblMost &&
+               (_row.eValue == eZV_Number || dblValue == static_cast<int>(dblValue));
+    default:
+        return false; // nothing there can be set
+    }
+}
+
+} // namespace
+
+HRESULT CZTables::TableCountGet(int32_t _eTable, UINT* _pnRows)
+{
+    return ZBorder("CZTables::TableCountGet", [&]() -> HRESULT {
+        if (!_pnRows)
+            return E_POINTER;
+        *_pnRows = 0;
+        const TABLE* const pTable = Find(_eTable);
+        if (!pTable)
+            return E_INVALIDARG;
+        *_pnRows = static_cast<UINT>(pTable->vecRows.size());
+        return S_OK;
+    });
+}
+
+HRESULT CZTables::TableRowGet(int32_t _eTable, UINT _nRow, ZTABLE_ROW* _pRow)
+{
+    return ZBorder("CZTables::TableRowGet", [&]() -> HRESULT {
+        if (!_pRow)
+            return E_POINTER;
+        *_pRow = {};
+        const TABLE* const pTable = Find(_eTable);
+        if (!pTable)
+            return E_INVALIDARG;
+        if (_nRow >= pTable->vecRows.size())
+            return S_FALSE;
+        *_pRow = pTable->vecRows[_nRow];
+        return S_OK;
+    });
+}
+
+HRESULT CZTables::TableValueCheck(int32_t _eTable, UINT _nRow, const wchar_t* _pwszValue)
+{
+    return ZBorder("CZTables::TableValueCheck", [&]() -> HRESULT {
+        if (!_pwszValue)
+            return E_POINTER;
+        const TABLE* const pTable = Find(_eTable);
+        if (!pTable || _nRow >= pTable->vecRows.size())
+            return E_INVALIDARG;
+        return IsRight(_eTable, _nRow, pTable->vecRows[_nRow], ZText_FromWide(_pwszValue)) ? S_OK : S_FALSE;
+    });
+}

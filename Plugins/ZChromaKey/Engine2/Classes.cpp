@@ -9,7 +9,7 @@ namespace
 constexpr int c_nCoreDistance = 3;
 constexpr float c_fltGuard = .4f; // cells all of whose pixels are more opaque than this may be closed
 constexpr int c_nForeLevels = 5;
-constexpr float c_fltForeDecay = .6f;
+constexpr float c_fltForeDecay = .7f;
 
 // The difference of a cell's mean, and bounds of that of its pixels.
 struct BOUNDS
@@ -98,7 +98,8 @@ void Classes_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nR
             const float fltLow = std::max(std::min(fltClip, .25f * fltX), params.fltCleanBackdrop / 100 * fltX);
             // In sure backdrop contrast is noise or dirt.
             const float fltReach = _field.bitsSure.Get(x, y) ? std::max(3 * fltLow, .18f * fltX) : fltLow;
-            _field.bitsSolid0.Set(x, y, bounds.fltMean < .02f * fltX + fltNoise);
+            // A little below 0: mixtures with colourful foreground reach 0 before they are solid.
+            _field.bitsSolid0.Set(x, y, bounds.fltMean < fltNoise - .05f * fltX);
             _field.bitsInner.Set(x, y, params.fltSolid > 0 && bounds.fltMean < fltCore * fltX);
             _field.bitsDoubt.Set(x, y, bounds.fltMost >= (1 - c_fltGuard) * fltX);
             _field.bitsBackdrop.Set(x, y, bounds.fltLeast > fltX - fltReach);

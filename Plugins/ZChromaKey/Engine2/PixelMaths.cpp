@@ -8,9 +8,10 @@ constexpr float c_fltOff = 20;      // distance from the line, in levels, at whi
 constexpr float c_fltShade = .2f;   // brightness by which foreground varies
 constexpr float c_fltForeGain = 6;  // how fast confidence becomes trust
 constexpr float c_fltLightDark = 1; // share of linear light in the mixing, where the foreground is darker
-constexpr float c_fltLightBright = .2f;
+constexpr float c_fltLightBright = .3f;
 constexpr float c_fltDark0 = .2f; // a pixel this dark against the backdrop is spilled foreground
 constexpr float c_fltDark1 = .4f;
+constexpr float c_fltBeyond = .3f;      // how far D of the foreground itself counts where it is below 0
 constexpr float c_fltKeepColour = .02f; // regularisation of the colour
 
 float Dot(const VEC4& _a, const VEC4& _b)
@@ -42,6 +43,17 @@ PLACE_ON_LINE Project(const PIXEL_PLACE& _place, const VEC4& _colour)
     const float fltBrightness = Dot(off, fore);
     const float q = (Dot(off, off) - fltBrightness * fltBrightness * fltKappa) * (1 / (c_fltOff * c_fltOff));
     return {fltPlace, std::min(fore.w * c_fltForeGain, 1.0f) / (1 + q * q)};
+}
+
+// D of the foreground where it is known and below 0, weighted by trust: a red coat is that far beyond grey, so mixtures
+// with it reach D = 0 before they are solid.
+float DifferenceBelow0(const KEY_FORMS& _key, const PIXEL_PLACE& _place, float _fltX)
+{
+    const VEC4& fore = _place.fore;
+    const float fltRho = std::clamp(_key.Z(_place.back.b, _place.back.g, _place.back.r) / _fltX, -.5f, .5f);
+    const float fltForeX = _key.X(fore.b, fore.g, fore.r);
+    const float flt = fltForeX - _key.fltWedge * std::abs(_key.Z(fore.b, fore.g, fore.r) - fltRho * fltForeX);
+    return std::min(flt, 0.0f) * std::min(fore.w * c_fltForeGain, 1.0f);
 }
 
 VEC4 Square(const VEC4& _v)
@@ -113,7 +125,9 @@ float Pixel_Alpha(const PIXEL_RULES& _rules, const PIXEL_PLACE& _place, const VE
     const float fltNoise = _rules.fltClip * fltOne;
     const float fltLow = std::max(_rules.fltLow, std::min(.25f, fltNoise * .6f));
     const float fltHigh = std::min(_rules.fltHigh, 1 - std::min(.2f, fltNoise * .4f));
-    float a = Clamp01((1 - _fltDifference * fltOne - fltLow) / (fltHigh - fltLow));
+    const float fltBeyond = c_fltBeyond * DifferenceBelow0(*_rules.pKey, _place, fltX);
+    const float fltPlace = (fltX - _fltDifference) / (fltX - fltBeyond);
+    float a = Clamp01((fltPlace - fltLow) / (fltHigh - fltLow));
 
     const PLACE_ON_LINE line = Project(_place, _colour);
     const float fltLineLow = std::max(_rules.fltLow, fltLow * .7f);

@@ -57,8 +57,9 @@ struct PIXEL_PLACE
 
 /// Alpha of a pixel, 0 to 1. _fltDifference: D in levels, filtered.
 ///
-/// a0 = 1 - D / X of the backdrop, clipped by the noise. Where the foreground F is known, the place t of the pixel on
-/// the line from the backdrop B to F, by the linear discriminant for a foreground whose brightness varies by a fifth:
+/// a0 = (X - D) / (X - 0.3 min(D of F, 0)), X of the backdrop, clipped by the noise. Where the foreground F is known,
+/// the place t of the pixel on the line from the backdrop B to F, by the linear discriminant for a foreground whose
+/// brightness varies by a fifth:
 ///     e = F - B,  w = e - F (e . F) / (F . F + 100 / 0.2^2),  t = w . (C - B) / w . e
 /// takes over by min(1, 6 confidence) / (1 + q^2), q = the square of the distance from the line over 20^2, changes of
 /// brightness discounted. Cameras mix in linear light: with squares, the place a on the line from p to f is

@@ -2,6 +2,7 @@
 
 #include "Base/ZVideoProps.h"
 #include "Image/ImgRowReader.h"
+#include "ZChromaKey/Engine2/Chroma.h"
 #include "ZChromaKey/Engine2/Classes.h"
 #include "ZChromaKey/Engine2/Noise.h"
 #include "ZChromaKey/Engine2/Plate.h"
@@ -22,6 +23,7 @@ struct RUN
     FIELD_STATE& field;
     int nField;
     PICTURE picture;
+    SAMPLES samples;
     RESULT result;
 
     template <class T> void Rows(int _nRows, const T& _body) const
@@ -148,6 +150,18 @@ void Classify(const RUN& _run)
     Foreground_Fill(field);
 }
 
+// Pixels that the planes know better than the 8-bit reader.
+void Refine(const RUN& _run)
+{
+    if (_run.samples.eLayout == SAMPLES::eNone)
+        return;
+    const ptrdiff_t nStride = ptrdiff_t{4} * _run.state.nWidth;
+    uint16_t* const pRow0 = _run.state.vecDeep.data() + _run.nField * nStride;
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        Chroma_Pass(_run.state, _run.field, _run.samples, pRow0, nStride * _run.state.nFields, _nFirst, _nRows);
+    });
+}
+
 void PassThrough(const RUN& _run)
 {
     _run.Rows(_run.picture.nHeight, [&](int _nFirst, int _nRows) {
@@ -190,6 +204,7 @@ HRESULT KeyPicture(const RUN& _run, bool _bSameSetup)
             ++state.nFrames;
         }
         Classify(_run);
+        Refine(_run);
         field.bKnown = true;
     }
     _run.CellRows([&](int _nFirst, int _nRows) {
@@ -199,14 +214,19 @@ HRESULT KeyPicture(const RUN& _run, bool _bSameSetup)
 }
 
 // The rows of one field of a picture.
-PICTURE FieldOf(const UNMIX_STATE& _state, const PICTURE& _picture, int _nField)
+PICTURE FieldOf(UNMIX_STATE& _state, const PICTURE& _picture, const SAMPLES& _samples, int _nField)
 {
     PICTURE field = _picture;
     field.pRow0 += _nField * _picture.nStride;
     field.nStride *= _state.nFields;
-    if (field.pDeep0)
-        field.pDeep0 += _nField * _picture.nDeepStride;
-    field.nDeepStride *= _state.nFields;
+    if (Chroma_Field(_samples, _nField, _state.nFields).eLayout != SAMPLES::eNone)
+    {
+        const ptrdiff_t nDeepStride = ptrdiff_t{4} * _picture.nWidth;
+        _state.vecDeep.resize(static_cast<size_t>(nDeepStride) * _picture.nHeight);
+        field.pDeep0 = _state.vecDeep.data() + _nField * nDeepStride;
+        field.nDeepStride = nDeepStride * _state.nFields;
+        field.bDeepSolid = _samples.IsDeep();
+    }
     field.nHeight = _state.arrFields[_nField].nRows;
     return field;
 }
@@ -259,11 +279,17 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
     }
     _state.setup = _setup;
     const PICTURE picture = ReadPicture(_state, reader, _input, _runner);
+    const SAMPLES samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
     HRESULT hrKeyed = S_OK;
     for (int n = 0; n < nFields; ++n)
     {
-        const RUN run{
-            _state, _runner, _state.arrFields[n], n, FieldOf(_state, picture, n), FieldOf(_state, _result, n)};
+        const RUN run{_state,
+                      _runner,
+                      _state.arrFields[n],
+                      n,
+                      FieldOf(_state, picture, samples, n),
+                      Chroma_Field(samples, n, nFields),
+                      FieldOf(_state, _result, n)};
         if (KeyPicture(run, bSameSetup) == S_FALSE)
             hrKeyed = S_FALSE;
     }

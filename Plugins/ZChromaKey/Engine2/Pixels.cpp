@@ -281,6 +281,19 @@ void RESULT::Put(int _nX, int _nY, const VEC4& _value) const
     }
 }
 
+VEC4 RESULT::Get(int _nX, int _nY) const
+{
+    if (bWords)
+    {
+        const uint16_t* const p = Words(_nY) + ptrdiff_t{4} * _nX;
+        return VEC4{static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]),
+                    static_cast<float>(p[3])} *
+               (1 / 257.0f);
+    }
+    const uint8_t* const p = Bytes(_nY) + ptrdiff_t{4} * _nX;
+    return {static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]), static_cast<float>(p[3])};
+}
+
 void Pixels_ForgetPast(FIELD_STATE& _field, const PICTURE& _picture)
 {
     _field.vecPast.assign(static_cast<size_t>(_picture.nWidth) * _picture.nHeight, c_nUnknown);

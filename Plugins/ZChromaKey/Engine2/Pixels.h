@@ -21,6 +21,7 @@ struct RESULT
     }
     /// Straight colour and alpha, 0 to 255; anything outside is clamped.
     void Put(int _nX, int _nY, const VEC4& _value) const;
+    VEC4 Get(int _nX, int _nY) const;
 };
 
 /// The limiter: takes out of a colour what its X has above fltLimit |Z|, along the backdrop's own chroma, so that skin

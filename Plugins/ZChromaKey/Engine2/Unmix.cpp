@@ -7,6 +7,7 @@
 #include "ZChromaKey/Engine2/Noise.h"
 #include "ZChromaKey/Engine2/Plate.h"
 #include "ZChromaKey/Engine2/Screen.h"
+#include "ZChromaKey/Engine2/Views.h"
 
 #include <cstring>
 
@@ -209,6 +210,13 @@ HRESULT KeyPicture(const RUN& _run, bool _bSameSetup)
     }
     _run.CellRows([&](int _nFirst, int _nRows) {
         Pixels_Pass(state, field, _run.picture, _run.result, bRepeat, _nFirst, _nRows);
+    });
+    if (!Views_Wanted(state, _run.picture))
+        return S_OK;
+    if (state.setup.params.fltShadows > 0)
+        Views_FindShadows(state);
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        Views_Pass(state, field, _run.nField, _run.picture, _run.result, _nFirst, _nRows);
     });
     return S_OK;
 }

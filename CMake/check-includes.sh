@@ -33,11 +33,14 @@ room $P/Frame           $P/Frame/FrameEngine.h $P/Config $I/Video $I/Image $I/Pr
 room $P/Engine1         $P/Frame/FrameEngine.h $P/Engine1/Kernels $P/Engine1/Gpu $P/Work $P/Work/Kernels $I/Video $I/Image $I/Base
 room $P/Engine1/Kernels $I/Simd $I/Base
 room $P/Engine1/Gpu     $P/Frame/FrameEngine.h $X/Convert $X/Pipeline $X/Device $X/Shaders $I/Image $I/Base
+room $P/Engine2/UnmixFrameEngine.h $P/Frame/FrameEngine.h $I/Image $I/Base # what is asked of it
+room $P/Engine2         $P/Engine2/UnmixFrameEngine.h $P/Frame/FrameEngine.h $P/Work $I/Simd $I/Video $I/Image $I/Base
 room $P/Keys            $P/Config $I/Helpers $I/Image $I/Props $I/Base
+room $P/Keys2           $P/Config $I/Helpers $I/Image $I/Props $I/Base
 room $P/Objects/ClassTable.h # for the registration: no class of Objects
 room $P/Com             $P/Objects/ClassTable.h $I/Props $I/Base
 room $P/Objects         $P/Objects/ClassTable.h $P/Com $P/Frame $P/Frame/FrameEngine.h $P/Engine1 $P/Engine1/Gpu $P/Keys \
-                        $P/Config $I/Helpers $I/Props $I/Image $I/Base
+                        $P/Engine2 $P/Engine2/UnmixFrameEngine.h $P/Keys2 $P/Config $I/Helpers $I/Video $I/Props $I/Image $I/Base
 
 room $H/Kit             $I/Video $I/Base
 room $H/zkhost/Files    $H/Kit $I/Video $I/Image $I/Props $I/Base

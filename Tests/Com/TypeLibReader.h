@@ -10,6 +10,7 @@ struct TYPE_METHOD
     std::wstring wstrArgs; ///< their names, each after a blank
     size_t nSlot = 0;
     std::string strKinds; ///< of the arguments: p = pointer, i = four bytes, d = double
+    std::string strRoles; ///< of the arguments: i = in, d = in, may be left out, o = out, r = what a script gets back
 };
 
 /// The name of a type in a library, or of a member in a type; of the library itself: -1.
@@ -60,7 +61,7 @@ public:
         FUNCDESC* pFunc = nullptr;
         if (m_cpInfo->GetFuncDesc(_nIndex, &pFunc) != S_OK)
             return {};
-        TYPE_METHOD method = {TypeLib_Name(m_cpInfo.Get(), pFunc->memid), {}, 0, {}};
+        TYPE_METHOD method = {TypeLib_Name(m_cpInfo.Get(), pFunc->memid), {}, 0, {}, {}};
         method.nSlot = static_cast<size_t>(pFunc->oVft) / sizeof(void*);
         BSTR arrNames[16] = {};
         UINT nNames = 0;
@@ -68,7 +69,10 @@ public:
         for (UINT n = 0; n < nNames; ++n)
             method.wstrArgs += n == 0 ? (SysFreeString(arrNames[0]), L"") : L" " + TakeText(arrNames[n]);
         for (SHORT n = 0; n < pFunc->cParams; ++n)
+        {
             method.strKinds += Kind(pFunc->lprgelemdescParam[n].tdesc);
+            method.strRoles += Role(pFunc->lprgelemdescParam[n].paramdesc.wParamFlags);
+        }
         m_cpInfo->ReleaseFuncDesc(pFunc);
         return method;
     }
@@ -84,6 +88,12 @@ public:
     }
 
 private:
+    static char Role(USHORT _nFlags)
+    {
+        if (_nFlags & PARAMFLAG_FOUT)
+            return _nFlags & PARAMFLAG_FRETVAL ? 'r' : 'o';
+        return _nFlags & (PARAMFLAG_FOPT | PARAMFLAG_FHASDEFAULT) ? 'd' : 'i';
+    }
     static char Kind(const TYPEDESC& _desc)
     {
         switch (_desc.vt)

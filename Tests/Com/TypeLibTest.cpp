@@ -1,10 +1,12 @@
 #include "Com/ComSupport.h"
 #include "Com/TypeLibReader.h"
 #include "Interfaces/IZChromaKey.h"
+#include "Interfaces/IZChromaKey2.h"
 #include "Interfaces/IZFFrame.h"
 #include "Interfaces/IZFPersist.h"
 #include "Interfaces/IZFProcess.h"
 #include "Interfaces/IZKey.h"
+#include "Interfaces/IZKey2.h"
 #include "Interfaces/IZPlugin.h"
 #include "Interfaces/IZProps.h"
 
@@ -44,6 +46,26 @@ const TYPE c_arrTypes[] = {
     {L"CK_ADJUST", TKIND_RECORD, sizeof(CK_ADJUST),
      L"dblPower:0 dblTransparent:8 dblColors:16 dblSmooth:24 dblMinTransparent:32 dblMaxTransparent:40 dblExclPower:48 "
      L"dblExclTransparent:56 colAdjust:64 rangeAdjust:104"},
+    {L"eLight", TKIND_ENUM, sizeof(eLight), L"eLight_Coded=0 eLight_Linear=1"},
+    {L"eLearn", TKIND_ENUM, sizeof(eLearn), L"eLearn_On=0 eLearn_Hold=1 eLearn_Restart=2"},
+    {L"eView", TKIND_ENUM, sizeof(eView),
+     L"eView_Result=0 eView_Matte=1 eView_Status=2 eView_Plate=3 eView_Foreground=4 eView_Confidence=5 eView_Source=6"},
+    {L"eAlpha", TKIND_ENUM, sizeof(eAlpha), L"eAlpha_Replace=0 eAlpha_Multiply=1"},
+    {L"eRegion", TKIND_ENUM, sizeof(eRegion), L"eRegion_Garbage=0 eRegion_HoldOut=1 eRegion_Backdrop=2"},
+    {L"eRange", TKIND_ENUM, sizeof(eRange), L"eRange_Backdrop=0 eRange_Foreground=1 eRange_Protected=2"},
+    {L"eKeyedOn", TKIND_ENUM, sizeof(eKeyedOn), L"eKeyedOn_None=0 eKeyedOn_CPU=1 eKeyedOn_GPU=2"},
+    {L"KEY2_RANGE", TKIND_RECORD, sizeof(KEY2_RANGE), L"dblHue:0 dblSaturation:8 dblValue:16"},
+    {L"SINGLE_KEY2", TKIND_RECORD, sizeof(SINGLE_KEY2),
+     L"dblRed:0 dblGreen:8 dblBlue:16 rangeBackdrop:24 rangeForeground:48"},
+    {L"PROTECTED_KEY2", TKIND_RECORD, sizeof(PROTECTED_KEY2), L"dblRed:0 dblGreen:8 dblBlue:16 range:24"},
+    {L"KEY2_PARAMS", TKIND_RECORD, sizeof(KEY2_PARAMS),
+     L"dblBackdrop:0 dblSolid:8 dblCleanBackdrop:16 dblCleanForeground:24 dblChoke:32 dblSoften:40 dblSpill:48 "
+     L"dblSpillBalance:56 dblShadows:64 dblNoise:72 eLightValue:80 eLearnValue:88 eViewValue:96 eAlphaValue:104"},
+    {L"CHROMA_KEY2_RAW", TKIND_RECORD, sizeof(CHROMA_KEY2_RAW),
+     L"nSize:0 nKeysUsed:4 nProtectedUsed:8 bAutomatic:12 arrKeys:16 arrProtected:1168 params:1936"},
+    {L"CHROMA_KEY2_STATS", TKIND_RECORD, sizeof(CHROMA_KEY2_STATS),
+     L"dblBackdrop:0 dblMixed:8 dblSolid:16 dblNoise:24 dblMilliseconds:32 nPlateFrames:40 nCuts:44 eKeyedOnValue:48 "
+     L"nReserved:52"},
     {L"ZF_VID_PROPS", TKIND_RECORD, sizeof(ZF_VID_PROPS),
      L"eVideoFormat:0 fccType:4 nWidth:8 nHeight:12 nRowBytes:16 eInterlace:20 nAspectX:24 nAspectY:26 dblRate:32 "
      L"nAspectMode:40 nGPUFlags:44"},
@@ -126,6 +148,32 @@ TEST(TypeLib, InterfacesHaveTheMethodsOfTheHeaders)
          {METHOD_OF(IZKey, TypeSet), METHOD_OF(IZKey, TypeGet), METHOD_OF(IZKey, Reset), METHOD_OF(IZKey, AddPoint),
           METHOD_OF(IZKey, AddRect), METHOD_OF(IZKey, Detect), METHOD_OF(IZKey, MaxKeysSet),
           METHOD_OF(IZKey, KeysCountGet), METHOD_OF(IZKey, RawSet), METHOD_OF(IZKey, RawGet)}},
+        {L"IZChromaKey2",
+         IID_IZChromaKey2,
+         {METHOD_OF(IZChromaKey2, KeyAuto),         METHOD_OF(IZChromaKey2, KeyAddPoint),
+          METHOD_OF(IZChromaKey2, KeyAddRect),      METHOD_OF(IZChromaKey2, KeyAddColor),
+          METHOD_OF(IZChromaKey2, KeyProtectPoint), METHOD_OF(IZChromaKey2, KeyProtectRect),
+          METHOD_OF(IZChromaKey2, KeyProtectColor), METHOD_OF(IZChromaKey2, KeyRemove),
+          METHOD_OF(IZChromaKey2, KeyCount),        METHOD_OF(IZChromaKey2, KeyReset),
+          METHOD_OF(IZChromaKey2, KeyGet),          METHOD_OF(IZChromaKey2, KeySet),
+          METHOD_OF(IZChromaKey2, KeyRawGet),       METHOD_OF(IZChromaKey2, KeyRawSet),
+          METHOD_OF(IZChromaKey2, ParamGet),        METHOD_OF(IZChromaKey2, ParamSet),
+          METHOD_OF(IZChromaKey2, ParamCount),      METHOD_OF(IZChromaKey2, ParamInfo),
+          METHOD_OF(IZChromaKey2, StepBack),        METHOD_OF(IZChromaKey2, StepFwd),
+          METHOD_OF(IZChromaKey2, StepsBack),       METHOD_OF(IZChromaKey2, StepsFwd),
+          METHOD_OF(IZChromaKey2, GroupBegin),      METHOD_OF(IZChromaKey2, GroupEnd),
+          METHOD_OF(IZChromaKey2, PlateLearn),      METHOD_OF(IZChromaKey2, PlateSet),
+          METHOD_OF(IZChromaKey2, PlateGet),        METHOD_OF(IZChromaKey2, RegionSet),
+          METHOD_OF(IZChromaKey2, RegionGet),       METHOD_OF(IZChromaKey2, ViewSet),
+          METHOD_OF(IZChromaKey2, FrameSet),        METHOD_OF(IZChromaKey2, StatsGet),
+          METHOD_OF(IZChromaKey2, StatGet)}},
+        {L"IZKey2",
+         IID_IZKey2,
+         {METHOD_OF(IZKey2, Reset), METHOD_OF(IZKey2, AddPoint), METHOD_OF(IZKey2, AddRect),
+          METHOD_OF(IZKey2, AddColor), METHOD_OF(IZKey2, Remove), METHOD_OF(IZKey2, CountGet),
+          METHOD_OF(IZKey2, ColorGet), METHOD_OF(IZKey2, RangeSet), METHOD_OF(IZKey2, RangeGet),
+          METHOD_OF(IZKey2, ParamSet), METHOD_OF(IZKey2, ParamGet), METHOD_OF(IZKey2, RawSet),
+          METHOD_OF(IZKey2, RawGet)}},
         {L"IZFFrame",
          IID_IZFFrame,
          {METHOD_OF(IZFFrame, VideoPropsGet), METHOD_OF(IZFFrame, VideoPtrGet), METHOD_OF(IZFFrame, TimeCodeGet),
@@ -170,6 +218,30 @@ TEST(TypeLib, InterfacesHaveTheMethodsOfTheHeaders)
     }
 }
 
+TEST(TypeLib, ScriptsGetAValueBackAndMayLeaveOutWhatTheyDoNotNeed)
+{
+    const std::pair<const wchar_t*, const char*> arrMethods[] = {
+        {L"KeyAddPoint", "ii"},    {L"KeyRemove", "id"}, {L"KeyCount", "dr"}, {L"KeyGet", "r"},
+        {L"KeyRawGet", "o"},       {L"ParamGet", "ir"},  {L"ParamSet", "ii"}, {L"ParamCount", "r"},
+        {L"ParamInfo", "ioooooo"}, {L"StepBack", "dr"},  {L"StepFwd", "dr"},  {L"StepsBack", "r"},
+        {L"StepsFwd", "r"},        {L"PlateLearn", "d"}, {L"PlateSet", "d"},  {L"PlateGet", "r"},
+        {L"RegionSet", "idd"},     {L"RegionGet", "ir"}, {L"ViewSet", "d"},   {L"FrameSet", "d"},
+        {L"StatGet", "ir"},
+    };
+    const CTypeLibReader library(MODULE().Path());
+    const CTypeReader type = library.Interface(L"IZChromaKey2");
+    size_t nFound = 0;
+    for (UINT n = 0; n < type.Attr().cFuncs; ++n)
+        for (const auto& [pwszName, pszRoles] : arrMethods)
+            if (const TYPE_METHOD method = type.Method(n); method.wstrName == pwszName)
+            {
+                EXPECT_EQ(method.strRoles, pszRoles) << n;
+                ++nFound;
+            }
+    EXPECT_EQ(nFound, std::size(arrMethods));
+    EXPECT_EQ(library.Interface(L"IZKey2").Method(5).strRoles, "dr") << "CountGet";
+}
+
 TEST(TypeLib, IsNamedAndKnowsTheClasses)
 {
     const CTypeLibReader library(MODULE().Path());
@@ -184,7 +256,10 @@ TEST(TypeLib, IsNamedAndKnowsTheClasses)
     EXPECT_EQ(library.Type(L"ZChromaKey").Attr().guid, CLSID_ZChromaKey);
     EXPECT_EQ(library.Type(L"ZChromaKey").Attr().cImplTypes, 5);
     EXPECT_EQ(library.Type(L"ZKey").Attr().guid, CLSID_ZKey);
-    for (const wchar_t* pwszDual : {L"IZChromaKey", L"IZKey"})
+    EXPECT_EQ(library.Type(L"ZChromaKey2").Attr().guid, CLSID_ZChromaKey2);
+    EXPECT_EQ(library.Type(L"ZChromaKey2").Attr().cImplTypes, 5);
+    EXPECT_EQ(library.Type(L"ZKey2").Attr().guid, CLSID_ZKey2);
+    for (const wchar_t* pwszDual : {L"IZChromaKey", L"IZKey", L"IZChromaKey2", L"IZKey2"})
     {
         EXPECT_TRUE(library.Type(pwszDual).Attr().wTypeFlags & TYPEFLAG_FDUAL);
         EXPECT_TRUE(library.Interface(pwszDual).Attr().wTypeFlags & TYPEFLAG_FOLEAUTOMATION);

@@ -9,11 +9,12 @@ namespace
 {
 
 constexpr std::string_view c_svRoot = "zl-root";
-constexpr std::string_view c_svOwn = "ZChromaKey";
 
-const CXmlNode* OwnNode(const CXmlNode& _root)
+/// The element that an object reads: its own, else that of the first generation, which has the same options.
+const CXmlNode* ReadNode(const CXmlNode& _root, const char* _pszOwn)
 {
-    return _root.Name() == c_svRoot ? _root.ChildFind(c_svOwn) : nullptr;
+    const CXmlNode* const pOwn = CConfigDoc::Find(_root, _pszOwn);
+    return pOwn ? pOwn : CConfigDoc::Find(_root, c_pszConfigKeyer1);
 }
 
 /// Calls _fnOption(name, value) for every option of a document until it answers false.
@@ -54,7 +55,7 @@ void WriteOptions(const PROP_MAP& _mapOptions, CXmlNode* _pOwn)
 
 } // namespace
 
-std::unique_ptr<CXmlNode> CConfigDoc::Read(std::string_view _svDocument, std::string* _pstrReason)
+std::unique_ptr<CXmlNode> CConfigDoc::Read(std::string_view _svDocument, std::string* _pstrReason, const char* _pszOwn)
 {
     XML_READ_ERROR error;
     std::unique_ptr<CXmlNode> upRoot = XmlReader_Read(_svDocument, &error);
@@ -63,24 +64,24 @@ std::unique_ptr<CXmlNode> CConfigDoc::Read(std::string_view _svDocument, std::st
         *_pstrReason = ZFormat("line %zu, column %zu: %hs", error.nLine, error.nColumn, error.strReason);
         return nullptr;
     }
-    const CXmlNode* const pOwn = OwnNode(*upRoot);
+    const CXmlNode* const pOwn = ReadNode(*upRoot, _pszOwn);
     if (!pOwn)
     {
-        *_pstrReason = ZFormat("line 1, column 1: no element \"%hs\" in a root \"%hs\"", c_svOwn, c_svRoot);
+        *_pstrReason = ZFormat("line 1, column 1: no element \"%hs\" in a root \"%hs\"", _pszOwn, c_svRoot);
         return nullptr;
     }
     const CXmlNode* const pOptions = pOwn->ChildFind("options");
     return !pOptions || CheckOptions(*pOptions, _pstrReason) ? std::move(upRoot) : nullptr;
 }
 
-const CXmlNode& CConfigDoc::Own(const CXmlNode& _root)
+const CXmlNode* CConfigDoc::Find(const CXmlNode& _root, const char* _pszOwn)
 {
-    return *OwnNode(_root);
+    return _root.Name() == c_svRoot ? _root.ChildFind(_pszOwn) : nullptr;
 }
 
-void CConfigDoc::OptionsGet(const CXmlNode& _root, PROP_MAP* _pmapOptions)
+void CConfigDoc::OptionsGet(const CXmlNode& _root, PROP_MAP* _pmapOptions, const char* _pszOwn)
 {
-    const CXmlNode* const pOptions = Own(_root).ChildFind("options");
+    const CXmlNode* const pOptions = ReadNode(_root, _pszOwn)->ChildFind("options");
     if (!pOptions)
         return;
     _pmapOptions->clear();
@@ -94,8 +95,8 @@ CXmlNode* CConfigDoc::OwnFind()
 {
     if (!m_upRoot)
         m_upRoot = std::make_unique<CXmlNode>(c_svRoot);
-    CXmlNode* const pOwn = m_upRoot->ChildFind(c_svOwn);
-    return pOwn ? pOwn : m_upRoot->ChildAdd(c_svOwn);
+    CXmlNode* const pOwn = m_upRoot->ChildFind(m_pszOwn);
+    return pOwn ? pOwn : m_upRoot->ChildAdd(m_pszOwn);
 }
 
 CXmlNode* CConfigDoc::OwnBegin()

@@ -3,7 +3,7 @@
 #include "Base/ZLog.h"
 #include "ZChromaKey/Keys/KeyFinder.h"
 #include "ZChromaKey/Keys/KeyRay.h"
-#include "ZChromaKey/Keys/KeySampler.h"
+#include "Helpers/FrameSampler.h"
 #include "ZChromaKey/Keys/KeyStats.h"
 
 #include <algorithm>
@@ -45,7 +45,7 @@ int PartStart(int _nSize, int _nPart, int _nParts)
 }
 
 /// Counts the pixels of a rectangle, cut into columns and rows, row by row.
-std::vector<CKeyStats> Sample(CKeySampler* _pSampler, eCK_Type _eSpace, const RECT_PIXELS& _rect, int _nColumns,
+std::vector<CKeyStats> Sample(CFrameSampler* _pSampler, eCK_Type _eSpace, const RECT_PIXELS& _rect, int _nColumns,
                               int _nRows)
 {
     const int nWidth = _rect.nX2 - _rect.nX1;
@@ -68,7 +68,7 @@ std::vector<CKeyStats> Sample(CKeySampler* _pSampler, eCK_Type _eSpace, const RE
 }
 
 /// The parts of a rectangle that are like the whole; the whole when it is small.
-std::vector<CALC_KEY> SampleParts(CKeySampler* _pSampler, eCK_Type _eSpace, const RECT_PIXELS& _rect)
+std::vector<CALC_KEY> SampleParts(CFrameSampler* _pSampler, eCK_Type _eSpace, const RECT_PIXELS& _rect)
 {
     const int nColumns = std::clamp((_rect.nX2 - _rect.nX1) / c_nPartPixels, 1, c_nMaxParts);
     const int nRows = std::clamp((_rect.nY2 - _rect.nY1) / c_nPartPixels, 1, c_nMaxParts);
@@ -183,7 +183,7 @@ void CKeyBuilder::ForgetExtras()
 
 HRESULT CKeyBuilder::AddPoint(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, bool _bExclude)
 {
-    CKeySampler sampler;
+    CFrameSampler sampler;
     const HRESULT hr = sampler.Open(_pFrame);
     if (FAILED(hr))
         return hr;
@@ -206,7 +206,7 @@ HRESULT CKeyBuilder::AddPoint(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, bool 
 
 HRESULT CKeyBuilder::AddRect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2, bool _bExclude)
 {
-    CKeySampler sampler;
+    CFrameSampler sampler;
     const HRESULT hr = sampler.Open(_pFrame);
     if (FAILED(hr))
         return hr;
@@ -233,7 +233,7 @@ HRESULT CKeyBuilder::AddRect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int3
 HRESULT CKeyBuilder::Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS& _options,
                             std::vector<CKUtils::CK_BLOCK>* _pBlocks)
 {
-    CKeySampler sampler;
+    CFrameSampler sampler;
     const HRESULT hr = sampler.Open(_pFrame);
     if (FAILED(hr))
         return hr;

@@ -35,7 +35,7 @@ struct WORKING_PICTURE
     }
 };
 
-WORKING_PICTURE ReadPicture(CKeySampler* _pSampler, eCK_Type _eSpace)
+WORKING_PICTURE ReadPicture(CFrameSampler* _pSampler, eCK_Type _eSpace)
 {
     WORKING_PICTURE picture;
     picture.vidProps.fccType = _eSpace == eCKT_HLS   ? eZFCC_None
@@ -181,7 +181,7 @@ FIND Search(WORKING_PICTURE* _pPicture, eCK_Type _eSpace, eZYMatrix _eMatrix, CK
 
 } // namespace
 
-std::vector<CALC_KEY> KeyFinder_Find(CKeySampler* _pSampler, eCK_Type _eSpace,
+std::vector<CALC_KEY> KeyFinder_Find(CFrameSampler* _pSampler, eCK_Type _eSpace,
                                      const CKUtils::CK_DETECT_OPTIONS& _options, std::vector<CK_BLOCK>* _pBlocksOrNull)
 {
     WORKING_PICTURE picture = ReadPicture(_pSampler, _eSpace);

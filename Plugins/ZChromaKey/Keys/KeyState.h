@@ -4,7 +4,7 @@
 #include "Image/ImgColor.h"
 #include "Interfaces/ChromaKeyTypes.h"
 #include "Interfaces/IZFFrame.h"
-#include "ZChromaKey/Keys/KeyHistory.h"
+#include "Helpers/EditHistory.h"
 
 #include <mutex>
 #include <optional>
@@ -71,7 +71,7 @@ private:
     void EffectiveUpdate();
 
     mutable std::recursive_mutex m_mtxConfig;
-    CKeyHistory<KEY_EDIT> m_history;
+    CEditHistory<KEY_EDIT> m_history;
     CHROMA_KEY_RAW m_keyEffective = {}; ///< made with each edit, not with each frame
     CZPtr<IZFFrame> m_cpFrameLast;
     CZPtr<IZFFrame> m_cpFrameKeying;

@@ -1,15 +1,15 @@
-#include "ZChromaKey/Keys/KeySampler.h"
+#include "Helpers/FrameSampler.h"
 
 #include "Base/ZLog.h"
 #include "Base/ZVideoText.h"
 
 #include <cstring>
 
-HRESULT CKeySampler::Open(IZFFrame* _pFrame)
+HRESULT CFrameSampler::Open(IZFFrame* _pFrame)
 {
     if (!_pFrame)
     {
-        ZLog(eZLog_Error, "CKeySampler::Open: there is no frame to take keys from; give one\n");
+        ZLog(eZLog_Error, "CFrameSampler::Open: there is no frame to read; give one\n");
         return E_POINTER;
     }
     m_cpFrame = _pFrame;
@@ -21,24 +21,25 @@ HRESULT CKeySampler::Open(IZFFrame* _pFrame)
     if (SUCCEEDED(hr) && !vidPtr.lpVideoPlanes[0])
     {
         ZLog(eZLog_Error,
-             "CKeySampler::Open: keys cannot be taken from a frame without a picture in system memory; download it\n");
+             "CFrameSampler::Open: a frame without a picture in system memory cannot be read; download it\n");
         return E_INVALIDARG;
     }
     if (SUCCEEDED(hr))
         hr = m_reader.Init(vidProps, vidPtr);
     if (FAILED(hr))
     {
-        ZLog(eZLog_Error, "CKeySampler::Open: the frame (%hs) cannot be read, hr=%08X\n", VidProps_Text(&vidProps), hr);
+        ZLog(eZLog_Error, "CFrameSampler::Open: the frame (%hs) cannot be read, hr=%08X\n", VidProps_Text(&vidProps), hr);
         return hr;
     }
+    m_bAlpha = vidProps.fccType == eZFCC_ARGB32;
     m_vecRow.resize(size_t{4} * static_cast<size_t>(Width()));
     return S_OK;
 }
 
-void CKeySampler::ReadRow(eCK_Type _eSpace, int _nRow, int _nX1, int _nX2, uint8_t* _pPixels)
+void CFrameSampler::ReadRow(eCK_Type _eSpace, int _nRow, int _nX1, int _nX2, uint8_t* _pPixels)
 {
     const int nPixels = _nX2 - _nX1;
-    const uint8_t* const pBGRA = m_reader.Row(_nRow, m_vecRow.data()) + ptrdiff_t{4} * _nX1;
+    const uint8_t* const pBGRA = Row(_nRow) + ptrdiff_t{4} * _nX1;
     if (_eSpace == eCKT_HLS)
         Img_RowToHLS(pBGRA, _pPixels, nPixels);
     else if (_eSpace == eCKT_YUV)

@@ -9,10 +9,10 @@
 ///
 /// Every edit is one step. An edit after stepping back drops the steps ahead; when there are more than the most
 /// allowed, the oldest goes. Not thread safe: the owner's lock guards it.
-template <class State> class CKeyHistory
+template <class State> class CEditHistory
 {
 public:
-    explicit CKeyHistory(State _state, size_t _nMaxSteps)
+    explicit CEditHistory(State _state, size_t _nMaxSteps)
         : m_nMaxSteps(_nMaxSteps)
     {
         m_arrStates.push_back(std::move(_state));
@@ -39,6 +39,35 @@ public:
             --m_nCurrent;
         }
     }
+    /// Takes the last step out altogether, and those ahead. There must be one.
+    void Unpush()
+    {
+        m_arrStates.erase(m_arrStates.begin() + static_cast<ptrdiff_t>(m_nCurrent), m_arrStates.end());
+        --m_nCurrent;
+    }
+    /// Drops the oldest state; false where only the present one is left, or those ahead of it.
+    bool OldestDrop()
+    {
+        if (m_nCurrent == 0)
+            return false;
+        m_arrStates.pop_front();
+        --m_nCurrent;
+        return true;
+    }
+    /// Steps that can be made in either direction.
+    size_t BackCount() const
+    {
+        return m_nCurrent;
+    }
+    size_t ForwardCount() const
+    {
+        return m_arrStates.size() - 1 - m_nCurrent;
+    }
+    /// All states, the oldest first.
+    const std::deque<State>& States() const
+    {
+        return m_arrStates;
+    }
     /// Changes the present state without a step.
     void Amend(State _state)
     {
@@ -53,7 +82,7 @@ public:
     }
     size_t Forward(size_t _nSteps)
     {
-        const size_t nSteps = std::min(_nSteps, m_arrStates.size() - 1 - m_nCurrent);
+        const size_t nSteps = std::min(_nSteps, ForwardCount());
         m_nCurrent += nSteps;
         return nSteps;
     }

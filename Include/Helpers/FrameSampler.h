@@ -11,7 +11,7 @@
 /// Reads pixels of a frame in the space that keys are measured in, as the keying engine does: bytes B, G, R, A for
 /// eCKT_RGB, H, L, S, A for eCKT_HLS, Y, U, V, A for eCKT_YUV. Rows count from the top; A is always 255, because what
 /// a frame holds in its fourth byte is no part of a colour.
-class CKeySampler
+class CFrameSampler
 {
 public:
     /// Keeps the frame. E_POINTER, E_INVALIDARG (no picture in system memory), or the frame's or reader's own failure;
@@ -31,6 +31,16 @@ public:
     {
         return m_reader.Matrix();
     }
+    /// Whether the fourth byte of Row is alpha.
+    bool HasAlpha() const
+    {
+        return m_bAlpha;
+    }
+    /// A row as bytes B, G, R, A as the frame holds them; valid until the next one is read. Not thread safe.
+    const uint8_t* Row(int _nRow)
+    {
+        return m_reader.Row(_nRow, m_vecRow.data());
+    }
     /// Writes the pixels from column _nX1 to before _nX2, which must lie in the frame. Not thread safe.
     void ReadRow(eCK_Type _eSpace, int _nRow, int _nX1, int _nX2, uint8_t* _pPixels);
 
@@ -38,4 +48,5 @@ private:
     CZPtr<IZFFrame> m_cpFrame; // its planes are read
     CImgRowReader m_reader;
     std::vector<uint8_t> m_vecRow;
+    bool m_bAlpha = false;
 };

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "ZChromaKey/Engine2/State.h"
+
+/// Steps 6 and 7: which cells are backdrop, which are solid, and which need the full maths; and what solid foreground
+/// looks like.
+
+/// Rows of cells: bounds of the difference from the cell's least and greatest values say what no pixel of it can be.
+/// Sets bitsSolid0, bitsInner, bitsDoubt, bitsBackdrop and bitsSolid as they are before neighbours are looked at.
+void Classes_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nRows);
+
+/// The rest, with neighbours: holes inside bodies close, the core keeps three cells away from anything open.
+void Classes_Finish(UNMIX_STATE& _state, FIELD_STATE& _field);
+
+/// Rows of the plate grid: means of solid cells, for PushPull.
+void Foreground_Pass(FIELD_STATE& _field, int _nFirst, int _nRows);
+/// Spreads them: the foreground plate with its confidence.
+void Foreground_Fill(FIELD_STATE& _field);

@@ -1,0 +1,96 @@
+#include "ZChromaKey/Engine2/Grid.h"
+
+void CBitRows::Erode(int _nTimes, std::vector<uint64_t>& _vecScratch)
+{
+    _vecScratch.resize(m_vecBits.size());
+    const int nLast = m_nWords - 1;
+    for (; _nTimes > 0; --_nTimes)
+    {
+        for (int y = 0; y < m_nHeight; ++y)
+        {
+            uint64_t* const pRow = Row(y);
+            uint64_t* const pOut = _vecScratch.data() + static_cast<ptrdiff_t>(m_nWords) * y;
+            pRow[nLast] |= ~Valid(nLast);
+            for (int k = 0; k < m_nWords; ++k)
+            {
+                const uint64_t nLeft = pRow[k] << 1 | (k > 0 ? pRow[k - 1] >> 63 : 1);
+                const uint64_t nRight = pRow[k] >> 1 | (k < nLast ? pRow[k + 1] << 63 : uint64_t{1} << 63);
+                pOut[k] = pRow[k] & nLeft & nRight;
+            }
+        }
+        const auto Scratch = [&](int y) { return _vecScratch.data() + static_cast<ptrdiff_t>(m_nWords) * y; };
+        for (int y = 0; y < m_nHeight; ++y)
+        {
+            const uint64_t* const pAbove = Scratch(std::max(0, y - 1));
+            const uint64_t* const pHere = Scratch(y);
+            const uint64_t* const pBelow = Scratch(std::min(m_nHeight - 1, y + 1));
+            for (int k = 0; k < m_nWords; ++k)
+                Row(y)[k] = pAbove[k] & pHere[k] & pBelow[k];
+        }
+    }
+    for (int y = 0; y < m_nHeight; ++y)
+        Row(y)[nLast] &= Valid(nLast);
+}
+
+void PYRAMID::Resize(int _nWidth, int _nHeight)
+{
+    for (LEVEL& level : arrLevels)
+    {
+        level.nWidth = _nWidth;
+        level.nHeight = _nHeight;
+        level.vec.assign(static_cast<size_t>(_nWidth) * _nHeight, {});
+        _nWidth = (_nWidth + 1) / 2;
+        _nHeight = (_nHeight + 1) / 2;
+    }
+}
+
+void PYRAMID::Reduce(const LEVEL& _fine, LEVEL& _coarse)
+{
+    for (int y = 0; y < _coarse.nHeight; ++y)
+    {
+        const VEC4* const pAbove = _fine.vec.data() + static_cast<ptrdiff_t>(2 * y) * _fine.nWidth;
+        const VEC4* const pBelow = 2 * y + 1 < _fine.nHeight ? pAbove + _fine.nWidth : pAbove;
+        VEC4* const pOut = _coarse.vec.data() + static_cast<ptrdiff_t>(y) * _coarse.nWidth;
+        for (int x = 0; x < _coarse.nWidth; ++x)
+        {
+            const int nRight = std::min(2 * x + 1, _fine.nWidth - 1);
+            const VEC4 mean = ((pAbove[2 * x] + pBelow[2 * x]) + (pAbove[nRight] + pBelow[nRight])) * .25f;
+            pOut[x] = mean * (std::min(4 * mean.w, 1.0f) / std::max(mean.w, 1e-9f));
+        }
+    }
+}
+
+void PYRAMID::Complete(LEVEL& _fine, const LEVEL& _coarse, float _fltDecay)
+{
+    for (int y = 0; y < _fine.nHeight; ++y)
+    {
+        const BETWEEN rows = Grid_Between(y, _coarse.nHeight);
+        const VEC4* const pAbove = _coarse.vec.data() + static_cast<ptrdiff_t>(rows.nFirst) * _coarse.nWidth;
+        const VEC4* const pBelow = _coarse.vec.data() + static_cast<ptrdiff_t>(rows.nSecond) * _coarse.nWidth;
+        const float fltBelow = _fltDecay * rows.fltSecond;
+        const float fltAbove = _fltDecay - fltBelow;
+        VEC4* const pOut = _fine.vec.data() + static_cast<ptrdiff_t>(y) * _fine.nWidth;
+        for (int x = 0; x < _fine.nWidth; ++x)
+        {
+            if (pOut[x].w >= 1)
+                continue;
+            const BETWEEN cols = Grid_Between(x, _coarse.nWidth);
+            const VEC4 first = pAbove[cols.nFirst] * fltAbove + pBelow[cols.nFirst] * fltBelow;
+            const VEC4 second = pAbove[cols.nSecond] * fltAbove + pBelow[cols.nSecond] * fltBelow;
+            const VEC4 coarse = first * (1 - cols.fltSecond) + second * cols.fltSecond;
+            pOut[x] = pOut[x] + coarse * (1 - pOut[x].w);
+        }
+    }
+}
+
+void PYRAMID::PushPull(int _nLevels, float _fltDecay)
+{
+    int nTop = 0;
+    while (nTop < std::min(_nLevels, c_nMaxLevels - 1) && (arrLevels[nTop].nWidth > 1 || arrLevels[nTop].nHeight > 1))
+    {
+        Reduce(arrLevels[nTop], arrLevels[nTop + 1]);
+        ++nTop;
+    }
+    for (int n = nTop - 1; n >= 0; --n)
+        Complete(arrLevels[n], arrLevels[n + 1], _fltDecay);
+}

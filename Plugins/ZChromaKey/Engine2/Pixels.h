@@ -1,0 +1,80 @@
+#pragma once
+
+#include "ZChromaKey/Engine2/Cells.h"
+
+/// Steps 9 to 12: alpha by projection, colours unmixed, spill taken out.
+
+/// Where the result goes: straight alpha, rows of bytes B, G, R, A or of 16-bit words B, G, R, A.
+struct RESULT
+{
+    void* pRow0 = nullptr;
+    ptrdiff_t nStride = 0; ///< bytes; negative: upwards
+    bool bWords = false;
+
+    uint8_t* Bytes(int _nRow) const
+    {
+        return static_cast<uint8_t*>(pRow0) + _nRow * nStride;
+    }
+    uint16_t* Words(int _nRow) const
+    {
+        return reinterpret_cast<uint16_t*>(static_cast<uint8_t*>(pRow0) + _nRow * nStride);
+    }
+    /// Straight colour and alpha, 0 to 255; anything outside is clamped.
+    void Put(int _nX, int _nY, const VEC4& _value) const;
+    VEC4 Get(int _nX, int _nY) const;
+};
+
+/// The limiter: takes out of a colour what its X has above fltLimit |Z|, along the backdrop's own chroma, so that skin
+/// stays skin.
+struct LIMITER
+{
+    float fltLimit = 0;
+    float arrTake[3] = {}; ///< per level of excess
+    int nLimit = 0;        ///< the same in 256ths and 1024ths, for bytes
+    int anTake[3] = {};
+};
+LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params);
+VEC4 Pixels_Limit(const LIMITER& _limiter, const KEY_FORMS& _key, const VEC4& _colour);
+
+/// What the single-pixel formulas take that is the same for a whole picture and key.
+struct PIXEL_RULES
+{
+    const KEY_FORMS* pKey = nullptr;
+    LIMITER limiter;
+    float fltLow = .02f; ///< least clips
+    float fltHigh = .97f;
+    float fltClip = 0; ///< noise, in levels, that the clips take in
+    bool bLinear = false;
+};
+PIXEL_RULES Pixels_Rules(const UNMIX_STATE& _state, const KEY_FORMS& _key);
+
+/// What is known at a pixel besides its own colour.
+struct PIXEL_PLACE
+{
+    VEC4 back;         ///< backdrop
+    VEC4 fore;         ///< foreground colour; w: confidence
+    float fltCore = 0; ///< alpha is at least this
+};
+
+/// Alpha of a pixel, 0 to 1. _fltDifference: D in levels, filtered.
+///
+/// a0 = (X - D) / (X - 0.3 min(D of F, 0)), X of the backdrop, clipped by the noise. Where the foreground F is known,
+/// the place t of the pixel on the line from the backdrop B to F, by the linear discriminant for a foreground whose
+/// brightness varies by a fifth:
+///     e = F - B,  w = e - F (e . F) / (F . F + 100 / 0.2^2),  t = w . (C - B) / w . e
+/// takes over by min(1, 6 confidence) / (1 + q^2), q = the square of the distance from the line over 20^2, changes of
+/// brightness discounted. Cameras mix in linear light: with squares, the place a on the line from p to f is
+/// a + a (1 - a) (p - f) / (p + f).
+float Pixel_Alpha(const PIXEL_RULES& _rules, const PIXEL_PLACE& _place, const VEC4& _colour, float _fltDifference);
+
+/// The colour of the foreground alone, spill taken out. F' = confidence F + (1 - confidence) C;
+/// F' + (C - a F' - (1 - a) B) a / (a^2 + (1 - a) (0.02 confidence + 0.001)): plain unmixing where a is large, F'
+/// where it is small and would only magnify noise.
+VEC4 Pixel_Colour(const PIXEL_RULES& _rules, const PIXEL_PLACE& _place, const VEC4& _colour, float _fltAlpha);
+
+/// Makes room for the differences of the frame before, none of which is known.
+void Pixels_ForgetPast(FIELD_STATE& _field, const PICTURE& _picture);
+
+/// Rows of cells: writes the result of every pixel. _bRepeat: the picture of before again.
+void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const PICTURE& _picture, const RESULT& _result,
+                 bool _bRepeat, int _nFirst, int _nRows);

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "ZChromaKey/Engine2/State.h"
+
+/// Step 3: the backdrop plate, what the screen looks like behind everything, on cells of 8x8 pixels.
+///
+/// A place that is seen as sure backdrop takes part in a running mean over eight frames; one that is covered keeps what
+/// was seen there, corrected by what the lamps have done since; one that was never seen is filled in from around.
+
+/// Means of the cells that a mask names, per plate cell of one row; w is how many of the four there were.
+void Plate_Mean(const CELLS& _cells, const CBitRows& _bits, int _nRow, int _nPlateWidth, VEC4* _pOut);
+
+/// Rows of the plate: what is seen in the present picture (vecSeen) and how it compares to the plate (vecSums).
+void Plate_SeenPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows);
+
+/// What the whole picture says about the plate.
+struct PLATE_CHANGE
+{
+    int nSeen = 0;         ///< plate cells that are sure now and were before
+    bool bCut = false;     ///< more than a third of them are off by 0.3 of the key's X: another scene
+    VEC4 gain{1, 1, 1, 1}; ///< exposure: ratio of the sums
+};
+PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state);
+
+/// Lamps that beat in bands, and shade that drifts: the smooth part of what the present picture differs by, means over
+/// blocks of 32x32 pixels, filled in where nothing is seen. Left in lamps, level 0.
+void Plate_FindLamps(UNMIX_STATE& _state, const PLATE_CHANGE& _change);
+
+/// Rows of the plate: brought to the light of the present picture, then learns what is seen.
+void Plate_LearnPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, bool _bLamps, int _nFirst, int _nRows);
+
+/// Fills in what was never seen, if enough has been seen since it was last done; a picture without any backdrop gets
+/// the key's colour.
+void Plate_Fill(UNMIX_STATE& _state, const FIELD_STATE& _field);
+
+/// Rows of the plate: which key each cell belongs to.
+void Plate_OwnerPass(UNMIX_STATE& _state, int _nFirst, int _nRows);

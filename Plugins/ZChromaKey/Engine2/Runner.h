@@ -1,0 +1,44 @@
+#pragma once
+
+/// How the passes of a picture are spread over threads.
+
+/// A function over rows, borrowed: it must live while it is run.
+class CRowPass
+{
+public:
+    template <class T> explicit CRowPass(const T& _body)
+        : m_pBody(&_body)
+        , m_pfn([](const void* _pBody, int _nFirst, int _nRows) { (*static_cast<const T*>(_pBody))(_nFirst, _nRows); })
+    {
+    }
+    void operator()(int _nFirst, int _nRows) const
+    {
+        m_pfn(m_pBody, _nFirst, _nRows);
+    }
+
+private:
+    const void* m_pBody;
+    void (*m_pfn)(const void*, int, int);
+};
+
+/// Runs passes. Rows of a pass do not depend on each other, so any number of threads may take any parts of them in any
+/// order; the result is the same.
+class IRowRunner
+{
+public:
+    /// Runs _pass over the rows 0 to _nRows - 1, in parts of at least _nLeast, and returns when all are done.
+    virtual void Run(int _nRows, int _nLeast, const CRowPass& _pass) = 0;
+
+protected:
+    ~IRowRunner() = default;
+};
+
+/// Everything on the calling thread.
+class CSerialRunner final : public IRowRunner
+{
+public:
+    void Run(int _nRows, int, const CRowPass& _pass) override
+    {
+        _pass(0, _nRows);
+    }
+};

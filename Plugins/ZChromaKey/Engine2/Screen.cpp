@@ -1,0 +1,322 @@
+#include "ZChromaKey/Engine2/Screen.h"
+
+#include <cmath>
+#include <cstdlib>
+
+namespace
+{
+// The tangent from its series: the library's may differ from system to system in the last bit.
+float TanDegrees(float _fltDegrees)
+{
+    const double dbl = static_cast<double>(std::clamp(_fltDegrees, 0.0f, 80.0f)) * 3.14159265358979323846 / 180;
+    double dblSin = 0, dblCos = 0, dblTerm = 1;
+    for (int n = 0; n < 24; ++n)
+    {
+        (n & 1 ? dblSin : dblCos) += n & 2 ? -dblTerm : dblTerm;
+        dblTerm *= dbl / (n + 1);
+    }
+    return static_cast<float>(dblSin / dblCos);
+}
+
+// The slope |Z| / X of a hue that many degrees from the key: Z is 1 / sqrt(3) as long as X in the plane of hues.
+float SlopeOfHue(float _fltDegrees)
+{
+    return TanDegrees(_fltDegrees) * .57735f;
+}
+
+struct HUE
+{
+    float fltHue; // degrees
+    float fltSaturation;
+    float fltValue;
+};
+
+HUE HueOf(float _b, float _g, float _r)
+{
+    const float fltMax = std::max(_r, std::max(_g, _b));
+    const float fltDelta = fltMax - std::min(_r, std::min(_g, _b));
+    if (fltDelta <= 0)
+        return {0, 0, fltMax};
+    const float fltSixth = fltMax == _r   ? (_g - _b) / fltDelta
+                           : fltMax == _g ? 2 + (_b - _r) / fltDelta
+                                          : 4 + (_r - _g) / fltDelta;
+    return {fltSixth < 0 ? fltSixth * 60 + 360 : fltSixth * 60, fltDelta / fltMax, fltMax};
+}
+
+float HueDistance(float _a, float _b)
+{
+    const float flt = std::abs(_a - _b);
+    return flt > 180 ? 360 - flt : flt;
+}
+
+int Sixtyfourths(float _flt)
+{
+    return static_cast<int>(std::floor(_flt * 64 + .5f));
+}
+
+void QuantiseForm(const float* _pForm, int32_t* _pn, float* _pOut)
+{
+    _pn[0] = Sixtyfourths(_pForm[0]);
+    _pn[1] = Sixtyfourths(_pForm[1]);
+    _pn[2] = -_pn[0] - _pn[1];
+    for (int n = 0; n < 3; ++n)
+        _pOut[n] = static_cast<float>(_pn[n]) / 64;
+}
+
+int Dot(const int32_t* _pForm, uint64_t _nSum)
+{
+    return _pForm[0] * static_cast<int>(_nSum & 0xffff) + _pForm[1] * static_cast<int>(_nSum >> 16 & 0xffff) +
+           _pForm[2] * static_cast<int>(_nSum >> 32 & 0xffff);
+}
+
+// A key's range as the test takes it.
+struct RANGE
+{
+    float fltHue;
+    float fltSaturation;
+    float fltValue;
+};
+
+RANGE RangeOf(const KEY_FORMS& _key, float _fltScale)
+{
+    return {1 / std::max(SlopeOfHue(_key.key.fltHue * _fltScale), 1e-3f),
+            1 / std::max(_key.key.fltSaturation * _fltScale, 1e-3f),
+            1 / std::max(_key.key.fltValue * _fltScale * _key.fltValue, 1e-3f)};
+}
+
+// The square of the distance to a key, in units of its range; huge where nothing of its tint is seen.
+float DistanceOf(const KEY_FORMS& _key, const RANGE& _range, const VEC4& _mean)
+{
+    const float fltX = _key.X(_mean.b, _mean.g, _mean.r);
+    if (fltX <= 4)
+        return 1e6f;
+    const float fltZ = std::abs(_key.Z(_mean.b, _mean.g, _mean.r) - _key.fltSlope * fltX);
+    const float fltMax = _mean.Max();
+    const float fltSaturation = (fltMax - _mean.Min()) / std::max(fltMax, 1.0f);
+    const float h = fltZ / fltX * _range.fltHue;
+    const float s = std::max((_key.fltSaturation - fltSaturation) * _range.fltSaturation, 0.0f);
+    const float v = std::max((_key.fltValue - fltMax) * _range.fltValue, 0.0f);
+    return h * h + s * s + v * v;
+}
+
+bool IsProtected(const UNMIX_SETUP& _setup, const VEC4& _mean)
+{
+    for (int n = 0; n < _setup.nProtected; ++n)
+    {
+        const UNMIX_PROTECTED& p = _setup.arrProtected[n];
+        const float flt = std::max(std::max(std::abs(_mean.b - p.arrBGR[0]), std::abs(_mean.g - p.arrBGR[1])),
+                                   std::abs(_mean.r - p.arrBGR[2]));
+        if (flt < p.fltRange)
+            return true;
+    }
+    return false;
+}
+
+bool InBackdropRegion(const UNMIX_STATE& _state, int _nField, int _nX, int _nY)
+{
+    const UNMIX_REGION& region = _state.setup.backdrop;
+    if (!region.pRow0)
+        return false;
+    for (int y = 0; y < c_nCell; ++y)
+    {
+        const int nRow = std::min((_nY * c_nCell + y) * _state.nFields + _nField, _state.nHeight - 1);
+        for (int x = 0; x < c_nCell; ++x)
+            if (region.Row(nRow)[std::min(_nX * c_nCell + x, _state.nWidth - 1)] < 128)
+                return false;
+    }
+    return true;
+}
+
+// Cells of one hue: what the search for a backdrop weighs.
+struct HUE_AREA
+{
+    double dblWeight = 0;
+    double arrBGR[3] = {};
+    int nFlat = 0;   // flat cells
+    int nBorder = 0; // of them along the upper border
+};
+
+constexpr int c_nHueBins = 72;
+
+float KeyWeight(const CELLS& _cells, size_t _nAt, const HUE& _hue)
+{
+    const float fltSkin = _hue.fltHue < 45 || _hue.fltHue > 330 ? .2f : 1.0f;
+    return fltSkin * _hue.fltSaturation * _hue.fltSaturation * std::min(_hue.fltValue, 120.0f) /
+           (8 + .25f * static_cast<float>(_cells.Spread4(_nAt)));
+}
+
+int BestHue(const CELLS& _cells)
+{
+    float arrBins[c_nHueBins] = {};
+    for (size_t n = 0; n < _cells.vecSum.size(); ++n)
+    {
+        const VEC4 mean = _cells.Mean(n);
+        const HUE hue = HueOf(mean.b, mean.g, mean.r);
+        arrBins[static_cast<int>(hue.fltHue / 5) % c_nHueBins] += KeyWeight(_cells, n, hue);
+    }
+    int nBest = 0;
+    float fltBest = -1;
+    for (int k = 0; k < c_nHueBins; ++k)
+    {
+        float flt = 0;
+        for (int d = -2; d <= 2; ++d)
+            flt += arrBins[(k + d + c_nHueBins) % c_nHueBins];
+        if (flt > fltBest)
+        {
+            fltBest = flt;
+            nBest = k;
+        }
+    }
+    return nBest;
+}
+
+// The frame's top edge, and its sides down to two thirds: bodies come in from below.
+bool IsUpperBorder(const CELLS& _cells, int _nX, int _nY)
+{
+    return _nY < 2 || ((_nX < 2 || _nX >= _cells.nWidth - 2) && _nY * 3 < _cells.nHeight * 2);
+}
+} // namespace
+
+KEY_FORMS Screen_Forms(const UNMIX_KEY& _key)
+{
+    KEY_FORMS forms;
+    forms.key = _key;
+    const float b = _key.arrBGR[0], g = _key.arrBGR[1], r = _key.arrBGR[2];
+    const HUE hue = HueOf(b, g, r);
+    float arrX[3] = {-.5f, 1, -.5f};
+    if (HueDistance(hue.fltHue, 240) < 25)
+    {
+        arrX[0] = 1;
+        arrX[1] = -.5f;
+    }
+    else if (HueDistance(hue.fltHue, 120) >= 25)
+    {
+        const float fltMean = (b + g + r) / 3;
+        const float arrC[3] = {b - fltMean, g - fltMean, r - fltMean};
+        const float fltLength = std::sqrt(arrC[0] * arrC[0] + arrC[1] * arrC[1] + arrC[2] * arrC[2]);
+        for (int n = 0; n < 3; ++n)
+            arrX[n] = arrC[n] / std::max(fltLength, 1.0f) * std::sqrt(1.5f);
+    }
+    // Z lies across X in the plane of hues, sqrt(1/2) long: (R - B) / 2 for green.
+    const float arrAcross[3] = {arrX[1] - arrX[2], arrX[2] - arrX[0], arrX[0] - arrX[1]};
+    const float fltAcross =
+        std::sqrt(arrAcross[0] * arrAcross[0] + arrAcross[1] * arrAcross[1] + arrAcross[2] * arrAcross[2]);
+    const float fltScale = std::sqrt(.5f) / std::max(fltAcross, 1e-3f);
+    const float arrZ[3] = {arrAcross[0] * fltScale, arrAcross[1] * fltScale, arrAcross[2] * fltScale};
+    QuantiseForm(arrX, forms.anX, forms.arrX);
+    QuantiseForm(arrZ, forms.anZ, forms.arrZ);
+    forms.fltX = std::max(8.0f, forms.X(b, g, r));
+    forms.fltSlope = forms.Z(b, g, r) / forms.fltX;
+    forms.fltSaturation = hue.fltSaturation;
+    forms.fltValue = hue.fltValue;
+    forms.bGreen = HueDistance(hue.fltHue, 120) < 35;
+    return forms;
+}
+
+bool Screen_FindKey(const CELLS& _cells, UNMIX_KEY* _pKey)
+{
+    const float fltHue = static_cast<float>(BestHue(_cells)) * 5 + 2.5f;
+    HUE_AREA area;
+    int nBorder = 0;
+    for (int y = 0; y < _cells.nHeight; ++y)
+        for (int x = 0; x < _cells.nWidth; ++x)
+        {
+            const size_t n = _cells.At(x, y);
+            const VEC4 mean = _cells.Mean(n);
+            const HUE hue = HueOf(mean.b, mean.g, mean.r);
+            const bool bBorder = IsUpperBorder(_cells, x, y);
+            nBorder += bBorder;
+            if (HueDistance(hue.fltHue, fltHue) >= 15)
+                continue;
+            const double dblWeight = static_cast<double>(KeyWeight(_cells, n, hue));
+            area.dblWeight += dblWeight;
+            area.arrBGR[0] += dblWeight * static_cast<double>(mean.b);
+            area.arrBGR[1] += dblWeight * static_cast<double>(mean.g);
+            area.arrBGR[2] += dblWeight * static_cast<double>(mean.r);
+            const bool bFlat = hue.fltSaturation > .2f && hue.fltValue > 24 &&
+                               static_cast<float>(_cells.Spread4(n)) < 48 + .88f * hue.fltValue;
+            area.nFlat += bFlat;
+            area.nBorder += bFlat && bBorder;
+        }
+    const auto nCells = static_cast<int64_t>(_cells.vecSum.size());
+    if (area.nFlat * int64_t{20} < nCells || area.nBorder * 8 < nBorder || area.dblWeight <= 0)
+        return false;
+    *_pKey = {};
+    for (int n = 0; n < 3; ++n)
+        _pKey->arrBGR[n] = static_cast<float>(area.arrBGR[n] / area.dblWeight);
+    return true;
+}
+
+void Screen_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, int _nFirst, int _nRows)
+{
+    CELLS& cells = _field.cells;
+    RANGE arrRanges[c_nUnmixMaxKeys];
+    for (int k = 0; k < _state.nKeys; ++k)
+        arrRanges[k] = RangeOf(_state.arrKeys[k], _state.setup.params.fltBackdrop / 100);
+    for (int y = _nFirst; y < _nFirst + _nRows; ++y)
+        for (int x = 0; x < cells.nWidth; ++x)
+        {
+            const size_t n = cells.At(x, y);
+            const VEC4 mean = cells.Mean(n);
+            float fltNearest = 2e6f;
+            const KEY_FORMS* pNearest = _state.arrKeys;
+            for (int k = 0; k < _state.nKeys; ++k)
+            {
+                const float flt = DistanceOf(_state.arrKeys[k], arrRanges[k], mean);
+                if (flt < fltNearest)
+                {
+                    fltNearest = flt;
+                    pNearest = &_state.arrKeys[k];
+                }
+            }
+            const bool bFlat = static_cast<float>(cells.Spread4(n)) < 48 + .88f * mean.Max();
+            const bool bProtected = _state.setup.nProtected > 0 && IsProtected(_state.setup, mean);
+            _field.bitsProtected.Set(x, y, bProtected);
+            _field.bitsWide.Set(x, y,
+                                (fltNearest < 1 && bFlat && !bProtected) || InBackdropRegion(_state, _nField, x, y));
+            cells.vecX[n] = static_cast<int16_t>(std::clamp(Dot(pNearest->anX, cells.vecSum[n]) >> 3, -32768, 32767));
+        }
+}
+
+namespace
+{
+int StepAt(const CELLS& _cells, int _nX, int _nY)
+{
+    const auto X = [&](int x, int y) {
+        return static_cast<int>(
+            _cells.vecX[_cells.At(std::clamp(x, 0, _cells.nWidth - 1), std::clamp(y, 0, _cells.nHeight - 1))]);
+    };
+    return std::max(std::abs(X(_nX - 1, _nY) - X(_nX + 1, _nY)), std::abs(X(_nX, _nY - 1) - X(_nX, _nY + 1)));
+}
+} // namespace
+
+int Screen_StepLimit(UNMIX_STATE& _state, FIELD_STATE& _field)
+{
+    CBitRows& bits = _state.bitsScratch;
+    bits = _field.bitsWide;
+    bits.Erode(1, _state.vecScratch);
+    int anQuarters[65] = {}; // quarters of a level
+    int nCells = 0;
+    for (int y = 0; y < bits.Height(); y += 3)
+        for (int x = 0; x < bits.Width(); ++x)
+            if (bits.Get(x, y))
+            {
+                ++anQuarters[std::min(StepAt(_field.cells, x, y) >> 5, 64)];
+                ++nCells;
+            }
+    int nMedian = 0;
+    for (int nSeen = anQuarters[0]; nMedian < 64 && nSeen * 2 < nCells; nSeen += anQuarters[nMedian])
+        ++nMedian;
+    float fltLeast = 1e6f;
+    for (int k = 0; k < _state.nKeys; ++k)
+        fltLeast = std::min(fltLeast, .10f * _state.arrKeys[k].fltX);
+    const float fltSteps = 5 * std::max(1.0f, (static_cast<float>(nMedian) + .5f) * .375f);
+    return static_cast<int>(std::min(std::max(fltSteps, fltLeast) * 128, 65000.0f));
+}
+
+void Screen_SmoothPass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nLimit, int _nFirst, int _nRows)
+{
+    for (int y = _nFirst; y < _nFirst + _nRows; ++y)
+        for (int x = 0; x < _field.cells.nWidth; ++x)
+            _field.bitsSure.Set(x, y, _state.bitsScratch.Get(x, y) && StepAt(_field.cells, x, y) < _nLimit);
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "ZChromaKey/Engine2/State.h"
+
+/// Step 2: the key, and which cells are certainly backdrop.
+
+/// The forms of a key; wedge 1.
+KEY_FORMS Screen_Forms(const UNMIX_KEY& _key);
+
+/// Finds the backdrop of a picture whose cells are known: the hue with the largest flat, saturated area; hues of skin
+/// count a fifth. False, with nothing changed: no such area is large enough and reaches along the picture's upper
+/// border, so nothing in the picture behaves like a backdrop.
+bool Screen_FindKey(const CELLS& _cells, UNMIX_KEY* _pKey);
+
+/// Marks the cells within the range of a key (bitsWide), the protected ones, and keeps X of the nearest key. With hue,
+/// saturation and value of the key's colour as centre, a cell is in range where
+///     (dh / hue)^2 + (ds / saturation)^2 + (dv / value)^2 < 1
+/// and its contrast is that of a flat surface with noise. Less saturated and darker count only, for light that falls
+/// on the screen makes it neither.
+void Screen_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, int _nFirst, int _nRows);
+
+/// The greatest step of X between the neighbours of a sure cell: five medians, in 128ths. A screen changes slowly.
+int Screen_StepLimit(UNMIX_STATE& _state, FIELD_STATE& _field);
+
+/// Leaves in bitsSure the cells of bitsScratch (as Screen_StepLimit left it) without such a step.
+void Screen_SmoothPass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nLimit, int _nFirst, int _nRows);

@@ -1,0 +1,109 @@
+#include "ZChromaKey/Engine2/State.h"
+
+#include <cstdlib>
+
+bool FIELD_STATE::operator==(const FIELD_STATE& _other) const
+{
+    return nRows == _other.nRows && cells == _other.cells && bitsWide == _other.bitsWide &&
+           bitsSure == _other.bitsSure && bitsInner == _other.bitsInner && bitsSolid == _other.bitsSolid &&
+           bitsBackdrop == _other.bitsBackdrop && bitsMixed == _other.bitsMixed &&
+           fore.arrLevels[0].vec == _other.fore.arrLevels[0].vec && vecPast == _other.vecPast;
+}
+
+static void FieldResize(FIELD_STATE& _field, int _nWidth, int _nRows, int _nCellRows)
+{
+    _field.nRows = _nRows;
+    const int nCells = (_nWidth + c_nCell - 1) / c_nCell;
+    _field.cells.nWidth = nCells;
+    _field.cells.nHeight = _nCellRows;
+    const size_t nSize = static_cast<size_t>(nCells) * _nCellRows;
+    _field.cells.vecSum.assign(nSize, 0);
+    _field.cells.vecMin.assign(nSize, 0);
+    _field.cells.vecMax.assign(nSize, 0);
+    _field.cells.vecX.assign(nSize, 0);
+    _field.cells.vecRho.assign(nSize, 0);
+    for (CBitRows* const pBits :
+         {&_field.bitsWide, &_field.bitsSure, &_field.bitsSolid0, &_field.bitsInner, &_field.bitsDoubt,
+          &_field.bitsBackdrop, &_field.bitsSolid, &_field.bitsMixed, &_field.bitsProtected})
+        pBits->Resize(nCells, _nCellRows);
+    _field.fore.Resize((nCells + 1) / 2, (_nCellRows + 1) / 2);
+    _field.vecPast.clear();
+}
+
+void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFields)
+{
+    const UNMIX_SETUP setup = _state.setup;
+    _state = {};
+    _state.setup = setup;
+    _state.nWidth = _nWidth;
+    _state.nHeight = _nHeight;
+    _state.nFields = _nFields;
+    const int nMostRows = (_nHeight + _nFields - 1) / _nFields;
+    const int nCellRows = (nMostRows + c_nCell - 1) / c_nCell;
+    for (int n = 0; n < _nFields; ++n)
+        FieldResize(_state.arrFields[n], _nWidth, (_nHeight + _nFields - 1 - n) / _nFields, nCellRows);
+    const int nCells = _state.arrFields[0].cells.nWidth;
+    _state.nPlateWidth = (nCells + 1) / 2;
+    _state.nPlateHeight = (nCellRows + 1) / 2;
+    const size_t nPlate = static_cast<size_t>(_state.nPlateWidth) * _state.nPlateHeight;
+    _state.vecPlate.assign(nPlate, {});
+    _state.vecOwner.assign(nPlate, 0);
+    _state.vecSeen.assign(nPlate, {});
+    _state.vecShade.assign(nPlate, 0);
+    _state.vecSums.assign(static_cast<size_t>(_state.nPlateHeight), {});
+    _state.fill.Resize(_state.nPlateWidth, _state.nPlateHeight);
+    _state.lamps.Resize((_state.nPlateWidth + 3) / 4, (_state.nPlateHeight + 3) / 4);
+    _state.bitsScratch.Resize(nCells, nCellRows);
+    _state.bitsPlate.Resize(_state.nPlateWidth, _state.nPlateHeight);
+    _state.vecChanged.assign(static_cast<size_t>(nCellRows), 0);
+    _state.vecNoise.assign(static_cast<size_t>(nCellRows) * 2, 0);
+}
+
+bool UnmixState_Same(const UNMIX_STATE& _a, const UNMIX_STATE& _b)
+{
+    return _a.nWidth == _b.nWidth && _a.nHeight == _b.nHeight && _a.nFields == _b.nFields && _a.nKeys == _b.nKeys &&
+           std::equal(_a.arrKeys, _a.arrKeys + _a.nKeys, _b.arrKeys) && _a.vecPlate == _b.vecPlate &&
+           _a.vecOwner == _b.vecOwner && _a.fltNoise == _b.fltNoise && _a.nFrames == _b.nFrames &&
+           _a.nCuts == _b.nCuts && _a.nUnfilled == _b.nUnfilled && _a.arrFields[0] == _b.arrFields[0] &&
+           _a.arrFields[1] == _b.arrFields[1];
+}
+
+std::vector<float> UnmixState_Floats(const UNMIX_STATE& _state)
+{
+    std::vector<float> vec{_state.fltNoise};
+    const auto Add = [&](const std::vector<VEC4>& _vec) {
+        for (const VEC4& v : _vec)
+            vec.insert(vec.end(), {v.b, v.g, v.r, v.w});
+    };
+    for (const KEY_FORMS& key : _state.arrKeys)
+    {
+        vec.insert(vec.end(), key.arrX, key.arrX + 3);
+        vec.insert(vec.end(), key.arrZ, key.arrZ + 3);
+        vec.insert(vec.end(), {key.fltX, key.fltSlope, key.fltSaturation, key.fltValue, key.fltWedge});
+    }
+    Add(_state.vecPlate);
+    for (const FIELD_STATE& field : _state.arrFields)
+        Add(field.fore.arrLevels[0].vec);
+    vec.insert(vec.end(), _state.vecShade.begin(), _state.vecShade.end());
+    return vec;
+}
+
+VEC4 Plate_AtCell(const UNMIX_STATE& _state, int _nX, int _nY)
+{
+    const BETWEEN cols = Grid_Between(_nX, _state.nPlateWidth);
+    const BETWEEN rows = Grid_Between(_nY, _state.nPlateHeight);
+    const VEC4 above = _state.Plate(cols.nFirst, rows.nFirst) * (1 - cols.fltSecond) +
+                       _state.Plate(cols.nSecond, rows.nFirst) * cols.fltSecond;
+    const VEC4 below = _state.Plate(cols.nFirst, rows.nSecond) * (1 - cols.fltSecond) +
+                       _state.Plate(cols.nSecond, rows.nSecond) * cols.fltSecond;
+    return above * (1 - rows.fltSecond) + below * rows.fltSecond;
+}
+
+CELL_BACKDROP Plate_Backdrop(const UNMIX_STATE& _state, int _nX, int _nY)
+{
+    const size_t nAt = static_cast<size_t>(_nY >> 1) * _state.nPlateWidth + (_nX >> 1);
+    const KEY_FORMS& key = _state.arrKeys[_state.vecOwner[nAt]];
+    const VEC4 back = Plate_AtCell(_state, _nX, _nY);
+    const float fltX = std::max(key.X(back.b, back.g, back.r), .15f * key.fltX);
+    return {&key, fltX, std::clamp(key.Z(back.b, back.g, back.r) / fltX, -.5f, .5f)};
+}

@@ -1,0 +1,171 @@
+#pragma once
+
+#include "ZChromaKey/Engine2/Grid.h"
+#include "ZChromaKey/Engine2/Params.h"
+
+#include <vector>
+
+/// Everything that the engine keeps: over time, and between the passes of one frame. All records compare by value, so
+/// a test can hold two streams against each other.
+
+/// A key in the form that the maths takes. Colours are split along the key's hue: X = x . BGR is how much of the
+/// backdrop's tint there is, Z = z . BGR how far the hue is from it; both are 0 on greys.
+///
+/// The colour difference D = X - wedge |Z - rho X|, rho = Z / X of the backdrop at that place, is X of the backdrop
+/// where only backdrop is seen, and 0 or less where none is. Green and blue keys snap to X = G - (R + B) / 2 and
+/// Z = (R - B) / 2, so with wedge 1 and rho 0, D = G - max(R, B); other hues rotate.
+struct KEY_FORMS
+{
+    UNMIX_KEY key;
+    int32_t anX[3] = {}; ///< x in 64ths, sum 0: exact in integers
+    int32_t anZ[3] = {};
+    float arrX[3] = {}; ///< the same as fractions
+    float arrZ[3] = {};
+    float fltX = 8;          ///< X of the key's colour, at least 8
+    float fltSlope = 0;      ///< Z / X of the key's colour
+    float fltSaturation = 0; ///< of the key's colour
+    float fltValue = 0;      ///< of the key's colour, 0 to 255
+    bool bGreen = false;     ///< a tint of this hue is always spill; a blue or yellow one may be cloth or skin
+    float fltWedge = 1;
+
+    bool operator==(const KEY_FORMS&) const = default;
+    float X(float _b, float _g, float _r) const
+    {
+        return arrX[0] * _b + arrX[1] * _g + arrX[2] * _r;
+    }
+    float Z(float _b, float _g, float _r) const
+    {
+        return arrZ[0] * _b + arrZ[1] * _g + arrZ[2] * _r;
+    }
+};
+
+/// Cells of 4x4 pixels; the last column and row are repeated where the size is no multiple of four.
+struct CELLS
+{
+    int nWidth = 0;
+    int nHeight = 0;
+    std::vector<uint64_t> vecSum; ///< four 16-bit sums of 16 pixels: B, G, R, A
+    std::vector<uint32_t> vecMin; ///< bytes B, G, R, A
+    std::vector<uint32_t> vecMax;
+    std::vector<int16_t> vecX;   ///< X of the nearest key's form in 128ths, at most 32767
+    std::vector<int16_t> vecRho; ///< rho of the backdrop there, in 32768ths
+
+    bool operator==(const CELLS&) const = default;
+    size_t At(int _nX, int _nY) const
+    {
+        return static_cast<size_t>(_nY) * nWidth + _nX;
+    }
+    VEC4 Mean(size_t _nAt) const
+    {
+        const uint64_t n = vecSum[_nAt];
+        return {static_cast<float>(n & 0xffff) / 16, static_cast<float>(n >> 16 & 0xffff) / 16,
+                static_cast<float>(n >> 32 & 0xffff) / 16, static_cast<float>(n >> 48) / 16};
+    }
+    int Min(size_t _nAt, int _nChannel) const
+    {
+        return static_cast<int>(vecMin[_nAt] >> (8 * _nChannel) & 255);
+    }
+    int Max(size_t _nAt, int _nChannel) const
+    {
+        return static_cast<int>(vecMax[_nAt] >> (8 * _nChannel) & 255);
+    }
+    /// Contrast inside the cell, in quarters of a level.
+    int Spread4(size_t _nAt) const
+    {
+        return Max(_nAt, 0) - Min(_nAt, 0) + 2 * (Max(_nAt, 1) - Min(_nAt, 1)) + Max(_nAt, 2) - Min(_nAt, 2);
+    }
+};
+
+/// What was found in a picture: a progressive frame, or one field.
+struct FIELD_STATE
+{
+    int nRows = 0;       ///< pixel rows
+    bool bKnown = false; ///< the cells are those of a picture that was keyed
+    CELLS cells;
+    CBitRows bitsWide;   ///< within the range of a key
+    CBitRows bitsSure;   ///< certainly backdrop
+    CBitRows bitsSolid0; ///< the difference says solid; feeds the foreground plate
+    CBitRows bitsInner;  ///< core of a body
+    CBitRows bitsDoubt;  ///< some pixel of the cell may be less than half opaque
+    CBitRows bitsBackdrop;
+    CBitRows bitsSolid;
+    CBitRows bitsMixed;
+    CBitRows bitsProtected;
+    PYRAMID fore;                 ///< level 0: the foreground plate, colours times confidence, and the confidence
+    std::vector<int16_t> vecPast; ///< the difference over that of the backdrop, in 8192ths, of the frame before
+
+    bool operator==(const FIELD_STATE& _other) const;
+};
+
+/// Sums over a row of the plate, added up in the order of the rows.
+struct ROW_SUMS
+{
+    VEC4 seen;        ///< colours of sure cells of the present frame
+    VEC4 plate;       ///< and of the plate at these places
+    float fltOff = 0; ///< cells that are far from the plate
+    int nGrown = 0;   ///< cells that were seen for the first time
+};
+
+/// The stream.
+struct UNMIX_STATE
+{
+    int nWidth = 0;
+    int nHeight = 0;
+    int nFields = 0;   ///< 1, or 2 for interlaced pictures
+    UNMIX_SETUP setup; ///< of the frame before
+
+    KEY_FORMS arrKeys[c_nUnmixMaxKeys];
+    int nKeys = 0;
+    int nPlateWidth = 0;
+    int nPlateHeight = 0;
+    std::vector<VEC4> vecPlate;    ///< backdrop colour, and how often it was seen, at most 8
+    std::vector<uint8_t> vecOwner; ///< the key that a plate cell belongs to
+    float fltNoise = 3;            ///< of the difference, in levels
+    int nFrames = 0;               ///< pictures (fields) keyed since the start or the last cut
+    int nCuts = 0;
+    int nUnfilled = 0; ///< pictures with new plate cells since the plate was last filled in
+    bool bPlateSet = false;
+
+    FIELD_STATE arrFields[2];
+
+    // Between the passes of one picture; never read by the next.
+    std::vector<VEC4> vecSeen; ///< means of sure cells on the plate grid; w: how many of four
+    std::vector<ROW_SUMS> vecSums;
+    PYRAMID fill;
+    PYRAMID lamps;
+    CBitRows bitsScratch;
+    CBitRows bitsPlate; ///< plate cells that were never seen and have no seen one near
+    std::vector<uint64_t> vecScratch;
+    std::vector<uint8_t> vecChanged; ///< cell rows that differ from the frame before
+    std::vector<float> vecNoise;     ///< per cell row: sum of differences, count
+    std::vector<float> vecShade;     ///< density of shadows, on the plate grid
+    std::vector<float> vecEnvelope;
+    std::vector<uint8_t> vecPicture; ///< B, G, R, A of formats that are not
+    std::vector<uint16_t>
+        vecDeep; ///< B, G, R, A in 64ths of a level, of pictures of more than 8 bits or with shared chroma
+    std::vector<int16_t> vecDifference;
+
+    VEC4 Plate(int _nX, int _nY) const
+    {
+        return vecPlate[static_cast<size_t>(_nY) * nPlateWidth + _nX];
+    }
+};
+
+/// Makes room for a picture; all zero.
+void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFields);
+/// Whether two streams agree in everything that lasts from frame to frame.
+bool UnmixState_Same(const UNMIX_STATE& _a, const UNMIX_STATE& _b);
+/// All numbers that are not integers, in a fixed order.
+std::vector<float> UnmixState_Floats(const UNMIX_STATE& _state);
+
+/// The plate at the middle of a cell of 4x4 pixels, between the plate's cells.
+VEC4 Plate_AtCell(const UNMIX_STATE& _state, int _nX, int _nY);
+
+/// The backdrop at a cell in the forms of the key that it belongs to.
+struct CELL_BACKDROP
+{
+    const KEY_FORMS* pKey;
+    float fltX;   ///< at least 0.15 of the key's
+    float fltRho; ///< Z / X, at most a half either way
+};
+CELL_BACKDROP Plate_Backdrop(const UNMIX_STATE& _state, int _nX, int _nY);

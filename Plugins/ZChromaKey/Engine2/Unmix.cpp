@@ -1,0 +1,343 @@
+#include "ZChromaKey/Engine2/Unmix.h"
+
+#include "Base/ZVideoProps.h"
+#include "Image/ImgRowReader.h"
+#include "ZChromaKey/Engine2/Chroma.h"
+#include "ZChromaKey/Engine2/Classes.h"
+#include "ZChromaKey/Engine2/Noise.h"
+#include "ZChromaKey/Engine2/Plate.h"
+#include "ZChromaKey/Engine2/Screen.h"
+#include "ZChromaKey/Engine2/Views.h"
+
+#include <cstring>
+
+namespace
+{
+constexpr int c_nRowsPerPart = 8;
+constexpr float c_fltFilteredNoise = .75f;
+
+// One picture on its way through the passes.
+struct RUN
+{
+    UNMIX_STATE& state;
+    IRowRunner& runner;
+    FIELD_STATE& field;
+    int nField;
+    PICTURE picture;
+    SAMPLES samples;
+    RESULT result;
+
+    template <class T> void Rows(int _nRows, const T& _body) const
+    {
+        runner.Run(_nRows, c_nRowsPerPart, CRowPass(_body));
+    }
+    template <class T> void CellRows(const T& _body) const
+    {
+        Rows(field.cells.nHeight, _body);
+    }
+    template <class T> void PlateRows(const T& _body) const
+    {
+        Rows(state.nPlateHeight, _body);
+    }
+};
+
+bool SameKeys(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
+{
+    return _a.nKeys == _b.nKeys && std::equal(_a.arrKeys, _a.arrKeys + _a.nKeys, _b.arrKeys);
+}
+
+bool SameSetup(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
+{
+    const auto Same = [](const UNMIX_REGION& _r, const UNMIX_REGION& _s) {
+        return _r.pRow0 == _s.pRow0 && _r.nStride == _s.nStride;
+    };
+    return SameKeys(_a, _b) && _a.params == _b.params && _a.nProtected == _b.nProtected &&
+           std::equal(_a.arrProtected, _a.arrProtected + _a.nProtected, _b.arrProtected) &&
+           Same(_a.garbage, _b.garbage) && Same(_a.holdOut, _b.holdOut) && Same(_a.backdrop, _b.backdrop);
+}
+
+void SetKeys(UNMIX_STATE& _state, const UNMIX_KEY* _pKeys, int _nKeys)
+{
+    _state.nKeys = std::min(_nKeys, c_nUnmixMaxKeys);
+    for (int k = 0; k < _state.nKeys; ++k)
+        _state.arrKeys[k] = Screen_Forms(_pKeys[k]);
+}
+
+// Another backdrop than the present keys': found where hardly anything of theirs is seen any more.
+bool FindOtherKey(const RUN& _run, UNMIX_KEY* _pKey)
+{
+    UNMIX_STATE& state = _run.state;
+    if (!Screen_FindKey(_run.field.cells, _pKey))
+        return false;
+    const KEY_FORMS& key = state.arrKeys[0];
+    const float* const p = _pKey->arrBGR;
+    const float fltX = key.X(p[0], p[1], p[2]);
+    const float fltZ = key.Z(p[0], p[1], p[2]) - key.fltSlope * fltX;
+    return fltX < .3f * key.fltX || (fltZ < 0 ? -fltZ : fltZ) > .3f * fltX;
+}
+
+void FindSure(const RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    FIELD_STATE& field = _run.field;
+    _run.CellRows([&](int _nFirst, int _nRows) { Screen_Pass(state, field, _run.nField, _nFirst, _nRows); });
+    const int nLimit = Screen_StepLimit(state, field);
+    _run.CellRows([&](int _nFirst, int _nRows) { Screen_SmoothPass(state, field, nLimit, _nFirst, _nRows); });
+    field.bitsSure.Erode(1, state.vecScratch);
+    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_SeenPass(state, field, _nFirst, _nRows); });
+}
+
+// Another scene: a cut, or no sure backdrop left while there is one of another colour.
+bool IsNewScene(const RUN& _run, const PLATE_CHANGE& _change, UNMIX_KEY* _pKey)
+{
+    const bool bAutomatic = _run.state.setup.nKeys == 0;
+    if (_change.bCut)
+    {
+        if (!bAutomatic || !Screen_FindKey(_run.field.cells, _pKey))
+            *_pKey = _run.state.arrKeys[0].key;
+        return true;
+    }
+    return bAutomatic && _run.field.bitsSure.Count() * 50 < static_cast<int>(_run.field.cells.vecSum.size()) &&
+           FindOtherKey(_run, _pKey);
+}
+
+void StartScene(const RUN& _run, const UNMIX_KEY& _key)
+{
+    Unmix_Restart(_run.state);
+    ++_run.state.nCuts;
+    if (_run.state.setup.nKeys == 0)
+        SetKeys(_run.state, &_key, 1);
+    else
+        SetKeys(_run.state, _run.state.setup.arrKeys, _run.state.setup.nKeys);
+    FindSure(_run);
+}
+
+void LearnPlate(const RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    PLATE_CHANGE change = Plate_Compare(state);
+    UNMIX_KEY key;
+    if (state.bPlateSet && IsNewScene(_run, change, &key))
+    {
+        StartScene(_run, key);
+        change = {};
+    }
+    const bool bLamps = change.nSeen >= 16;
+    if (bLamps)
+        Plate_FindLamps(state, change);
+    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_LearnPass(state, change, bLamps, _nFirst, _nRows); });
+    Plate_Fill(state, _run.field);
+    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_OwnerPass(state, _nFirst, _nRows); });
+}
+
+void LearnNoise(const RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    if (state.nFrames == 0)
+        Wedge_Choose(state, _run.field);
+    _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
+    Noise_Learn(state);
+    if (state.fltNoise > c_fltFilteredNoise && _run.field.vecPast.empty())
+        Pixels_ForgetPast(_run.field, _run.picture);
+}
+
+void Classify(const RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    FIELD_STATE& field = _run.field;
+    _run.CellRows([&](int _nFirst, int _nRows) { Classes_Pass(state, field, _nFirst, _nRows); });
+    Classes_Finish(state, field);
+    _run.PlateRows([&](int _nFirst, int _nRows) { Foreground_Pass(field, _nFirst, _nRows); });
+    Foreground_Fill(field);
+}
+
+// Pixels that the planes know better than the 8-bit reader.
+void Refine(const RUN& _run)
+{
+    if (_run.samples.eLayout == SAMPLES::eNone)
+        return;
+    const ptrdiff_t nStride = ptrdiff_t{4} * _run.state.nWidth;
+    uint16_t* const pRow0 = _run.state.vecDeep.data() + _run.nField * nStride;
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        Chroma_Pass(_run.state, _run.field, _run.samples, pRow0, nStride * _run.state.nFields, _nFirst, _nRows);
+    });
+}
+
+void PassThrough(const RUN& _run)
+{
+    _run.Rows(_run.picture.nHeight, [&](int _nFirst, int _nRows) {
+        for (int y = _nFirst; y < _nFirst + _nRows; ++y)
+            for (int x = 0; x < _run.picture.nWidth; ++x)
+            {
+                const uint8_t* const p = _run.picture.Row(y) + ptrdiff_t{4} * x;
+                _run.result.Put(x, y,
+                                {static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]), 255});
+            }
+    });
+}
+
+HRESULT KeyPicture(const RUN& _run, bool _bSameSetup)
+{
+    UNMIX_STATE& state = _run.state;
+    FIELD_STATE& field = _run.field;
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        Cells_Pass(_run.picture, field.cells, state.vecChanged.data(), _nFirst, _nRows);
+    });
+    const bool bSeenBefore = field.bKnown && std::none_of(state.vecChanged.begin(), state.vecChanged.end(),
+                                                          [](uint8_t _n) { return _n != 0; });
+    UNMIX_KEY key;
+    if (state.nKeys == 0 && Screen_FindKey(field.cells, &key))
+        SetKeys(state, &key, 1);
+    if (state.nKeys == 0)
+    {
+        PassThrough(_run);
+        return S_FALSE;
+    }
+    const bool bRepeat = bSeenBefore && _bSameSetup;
+    if (!bRepeat)
+    {
+        FindSure(_run);
+        const bool bHold = state.setup.params.eLearn == eUN_Hold && state.bPlateSet;
+        if (!bSeenBefore && !bHold)
+        {
+            LearnPlate(_run);
+            LearnNoise(_run);
+            ++state.nFrames;
+        }
+        Classify(_run);
+        Refine(_run);
+        field.bKnown = true;
+    }
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        Pixels_Pass(state, field, _run.picture, _run.result, bRepeat, _nFirst, _nRows);
+    });
+    if (!Views_Wanted(state, _run.picture))
+        return S_OK;
+    if (state.setup.params.fltShadows > 0)
+        Views_FindShadows(state);
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        Views_Pass(state, field, _run.nField, _run.picture, _run.result, _nFirst, _nRows);
+    });
+    return S_OK;
+}
+
+// The rows of one field of a picture.
+PICTURE FieldOf(UNMIX_STATE& _state, const PICTURE& _picture, const SAMPLES& _samples, int _nField)
+{
+    PICTURE field = _picture;
+    field.pRow0 += _nField * _picture.nStride;
+    field.nStride *= _state.nFields;
+    if (Chroma_Field(_samples, _nField, _state.nFields).eLayout != SAMPLES::eNone)
+    {
+        const ptrdiff_t nDeepStride = ptrdiff_t{4} * _picture.nWidth;
+        _state.vecDeep.resize(static_cast<size_t>(nDeepStride) * _picture.nHeight);
+        field.pDeep0 = _state.vecDeep.data() + _nField * nDeepStride;
+        field.nDeepStride = nDeepStride * _state.nFields;
+        field.bDeepSolid = _samples.IsDeep();
+    }
+    field.nHeight = _state.arrFields[_nField].nRows;
+    return field;
+}
+
+RESULT FieldOf(const UNMIX_STATE& _state, const RESULT& _result, int _nField)
+{
+    return {static_cast<uint8_t*>(_result.pRow0) + _nField * _result.nStride, _result.nStride * _state.nFields,
+            _result.bWords};
+}
+
+PICTURE ReadPicture(UNMIX_STATE& _state, const CImgRowReader& _reader, const UNMIX_INPUT& _input, IRowRunner& _runner)
+{
+    PICTURE picture;
+    picture.nWidth = _reader.Width();
+    picture.nHeight = _reader.Height();
+    picture.bAlpha = _input.vidProps.fccType == eZFCC_ARGB32;
+    if (_reader.IsInPlace())
+    {
+        picture.pRow0 = _reader.RowInPlace(0);
+        picture.nStride = _input.vidPtr.cbVideoRowBytes[0];
+        return picture;
+    }
+    picture.nStride = ptrdiff_t{4} * picture.nWidth;
+    _state.vecPicture.resize(static_cast<size_t>(picture.nStride) * picture.nHeight);
+    const auto ReadRows = [&](int _nFirst, int _nRows) {
+        for (int y = _nFirst; y < _nFirst + _nRows; ++y)
+            _reader.ReadRow(y, _state.vecPicture.data() + y * picture.nStride);
+    };
+    _runner.Run(picture.nHeight, c_nRowsPerPart, CRowPass(ReadRows));
+    picture.pRow0 = _state.vecPicture.data();
+    return picture;
+}
+} // namespace
+
+HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input, const RESULT& _result,
+                    IRowRunner& _runner)
+{
+    CImgRowReader reader;
+    const HRESULT hr = reader.Init(_input.vidProps, _input.vidPtr);
+    if (FAILED(hr))
+        return hr;
+    const int nFields = reader.Height() > 1 && VidProps_FieldOrder(&_input.vidProps) != 0 ? 2 : 1;
+    if (_state.nWidth != reader.Width() || _state.nHeight != reader.Height() || _state.nFields != nFields)
+        UnmixState_Resize(_state, reader.Width(), reader.Height(), nFields);
+    const bool bSameSetup = SameSetup(_state.setup, _setup);
+    if (!SameKeys(_state.setup, _setup) || (_state.nKeys == 0 && _setup.nKeys > 0))
+    {
+        Unmix_Restart(_state);
+        SetKeys(_state, _setup.arrKeys, _setup.nKeys);
+    }
+    _state.setup = _setup;
+    const PICTURE picture = ReadPicture(_state, reader, _input, _runner);
+    const SAMPLES samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
+    HRESULT hrKeyed = S_OK;
+    for (int n = 0; n < nFields; ++n)
+    {
+        const RUN run{_state,
+                      _runner,
+                      _state.arrFields[n],
+                      n,
+                      FieldOf(_state, picture, samples, n),
+                      Chroma_Field(samples, n, nFields),
+                      FieldOf(_state, _result, n)};
+        if (KeyPicture(run, bSameSetup) == S_FALSE)
+            hrKeyed = S_FALSE;
+    }
+    return hrKeyed;
+}
+
+void Unmix_Restart(UNMIX_STATE& _state)
+{
+    for (VEC4& cell : _state.vecPlate)
+        cell.w = 0;
+    _state.bPlateSet = false;
+    _state.nFrames = 0;
+    _state.nUnfilled = 0;
+    for (FIELD_STATE& field : _state.arrFields)
+    {
+        field.bKnown = false;
+        field.vecPast.clear();
+    }
+    if (_state.setup.nKeys == 0)
+        _state.nKeys = 0;
+}
+
+UNMIX_STATS Unmix_Stats(const UNMIX_STATE& _state)
+{
+    UNMIX_STATS stats;
+    float fltCells = 0;
+    for (int n = 0; n < _state.nFields; ++n)
+    {
+        const FIELD_STATE& field = _state.arrFields[n];
+        fltCells += static_cast<float>(field.cells.vecSum.size());
+        stats.fltBackdrop += static_cast<float>(field.bitsBackdrop.Count());
+        stats.fltMixed += static_cast<float>(field.bitsMixed.Count());
+        stats.fltSolid += static_cast<float>(field.bitsSolid.Count());
+    }
+    const float fltShare = fltCells > 0 ? 1 / fltCells : 0;
+    stats.fltBackdrop *= fltShare;
+    stats.fltMixed *= fltShare;
+    stats.fltSolid *= fltShare;
+    stats.fltNoise = _state.fltNoise;
+    stats.nPlateFrames = _state.nFrames;
+    stats.nCuts = _state.nCuts;
+    return stats;
+}

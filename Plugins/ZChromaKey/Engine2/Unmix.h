@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Interfaces/ZPlatform.h"
+#include "Interfaces/ZVideoTypes.h"
+#include "ZChromaKey/Engine2/Pixels.h"
+#include "ZChromaKey/Engine2/Runner.h"
+
+/// The keyer of the second generation: frames in, frames with alpha out.
+///
+/// Two small pictures describe the scene: the backdrop plate, what the screen looks like behind everything, and the
+/// foreground plate, what solid foreground near here looks like. Alpha is the place of a pixel between the two; colour
+/// is unmixed with the backdrop. Only cells that are neither surely backdrop nor surely solid see the full maths.
+///
+/// Results do not depend on the number of threads, the compiler or the system.
+
+/// A picture: what VidPtr_Build takes, and where its planes are. Borrowed for the call.
+struct UNMIX_INPUT
+{
+    ZF_VID_PROPS vidProps;
+    ZF_VID_PTR vidPtr;
+};
+
+struct UNMIX_STATS
+{
+    float fltBackdrop = 0; ///< shares of the cells, 0 to 1
+    float fltMixed = 0;
+    float fltSolid = 0;
+    float fltNoise = 0;   ///< levels
+    int nPlateFrames = 0; ///< pictures since the start or the last cut; fields count
+    int nCuts = 0;
+};
+
+/// Keys the next picture of the stream. _result: rows of the picture's size.
+///
+/// A change of size starts the stream anew, a change of keys the plate. A picture that equals the one before teaches
+/// nothing and, with the same setup, gives the same result. S_FALSE: no key is named and nothing in the picture
+/// qualifies as backdrop; the picture comes out as it is, opaque. E_NOTIMPL, E_INVALIDARG: as CImgRowReader::Init;
+/// nothing is written. Allocates for the first pictures of a size only.
+HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input, const RESULT& _result,
+                    IRowRunner& _runner);
+
+/// Forgets the plate and what was measured; keys that are named stay.
+void Unmix_Restart(UNMIX_STATE& _state);
+
+UNMIX_STATS Unmix_Stats(const UNMIX_STATE& _state);

@@ -1,0 +1,242 @@
+#include "ZChromaKey/Engine2/UnmixEngine.h"
+
+#include "Base/ZAssert.h"
+#include "Base/ZVideoProps.h"
+#include "Image/ImgPlane.h"
+#include "ZChromaKey/Engine2/Cells.h"
+#include "ZChromaKey/Engine2/Screen.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+
+namespace
+{
+
+/// The settings that bytes are; ones that key nothing, for a record of another size.
+UNMIX_SETTINGS SettingsOf(ENGINE_SETTINGS _settings)
+{
+    UNMIX_SETTINGS settings = {};
+    if (Z_VERIFY(_settings.size() == sizeof(settings)))
+        std::memcpy(&settings, _settings.data(), sizeof(settings));
+    return settings;
+}
+
+/// A channel's difference, in levels, that a range of value comes to: 0.2 of it is 24 levels.
+constexpr double c_dblProtectedLevels = 120;
+
+UNMIX_PARAMS ParamsOf(const KEY2_PARAMS& _params)
+{
+    UNMIX_PARAMS params;
+    params.fltBackdrop = static_cast<float>(_params.dblBackdrop);
+    params.fltSolid = static_cast<float>(_params.dblSolid);
+    params.fltCleanBackdrop = static_cast<float>(_params.dblCleanBackdrop);
+    params.fltCleanForeground = static_cast<float>(_params.dblCleanForeground);
+    params.fltSpill = static_cast<float>(_params.dblSpill);
+    params.fltSpillBalance = static_cast<float>(_params.dblSpillBalance);
+    params.fltShadows = static_cast<float>(_params.dblShadows);
+    params.fltNoise = static_cast<float>(_params.dblNoise);
+    params.eLight = static_cast<int32_t>(_params.eLightValue);
+    params.eLearn = static_cast<int32_t>(_params.eLearnValue);
+    params.eView = static_cast<int32_t>(_params.eViewValue);
+    params.eAlpha = static_cast<int32_t>(_params.eAlphaValue);
+    return params;
+}
+static_assert(int{eUV_Source} == int{eView_Source} && int{eUN_Hold} == int{eLearn_Hold});
+static_assert(int{eUL_Linear} == int{eLight_Linear} && int{eUA_Multiply} == int{eAlpha_Multiply});
+
+template <class Key> void ColourOf(const Key& _key, float (&_arrBGR)[3])
+{
+    _arrBGR[0] = static_cast<float>(_key.dblBlue);
+    _arrBGR[1] = static_cast<float>(_key.dblGreen);
+    _arrBGR[2] = static_cast<float>(_key.dblRed);
+}
+
+void KeysOf(const CHROMA_KEY2_RAW& _key, UNMIX_SETUP* _pSetup)
+{
+    _pSetup->nKeys = _key.nKeysUsed;
+    for (int32_t n = 0; n < _key.nKeysUsed; ++n)
+    {
+        UNMIX_KEY& key = _pSetup->arrKeys[n];
+        ColourOf(_key.arrKeys[n], key.arrBGR);
+        key.fltHue = static_cast<float>(_key.arrKeys[n].rangeBackdrop.dblHue);
+        key.fltSaturation = static_cast<float>(_key.arrKeys[n].rangeBackdrop.dblSaturation);
+        key.fltValue = static_cast<float>(_key.arrKeys[n].rangeBackdrop.dblValue);
+    }
+    _pSetup->nProtected = _key.nProtectedUsed;
+    for (int32_t n = 0; n < _key.nProtectedUsed; ++n)
+    {
+        ColourOf(_key.arrProtected[n], _pSetup->arrProtected[n].arrBGR);
+        _pSetup->arrProtected[n].fltRange =
+            static_cast<float>(_key.arrProtected[n].range.dblValue * c_dblProtectedLevels);
+    }
+}
+
+/// The nearest pixel of a mask for each pixel of a frame.
+std::vector<uint8_t> Stretched(const IMG_MASK& _mask, int32_t _nWidth, int32_t _nHeight)
+{
+    std::vector<uint8_t> vecBytes;
+    vecBytes.reserve(static_cast<size_t>(_nWidth) * static_cast<size_t>(_nHeight));
+    for (int64_t y = 0; y < _nHeight; ++y)
+    {
+        const uint8_t* const pRow = _mask.vecBytes.data() + y * _mask.nHeight / _nHeight * _mask.nWidth;
+        for (int64_t x = 0; x < _nWidth; ++x)
+            vecBytes.push_back(pRow[x * _mask.nWidth / _nWidth]);
+    }
+    return vecBytes;
+}
+
+/// The alpha of the result as the mask.
+void MaskWrite(const RESULT& _result, const ENGINE_JOB& _job, int32_t _nWidth, int32_t _nHeight)
+{
+    const int32_t nStride = VidProps_Mask(&_job.result.vidProps).nRowBytes;
+    for (int32_t y = 0; y < _nHeight; ++y)
+    {
+        const uint8_t* const pPixel = _result.Bytes(y);
+        uint8_t* const pMask = _job.pbMask + ptrdiff_t{nStride} * y;
+        for (int32_t x = 0; x < _nWidth; ++x)
+            pMask[x] = pPixel[4 * x + 3];
+    }
+}
+
+} // namespace
+
+ENGINE_PLAN CUnmixEngine::Plan(ENGINE_SETTINGS _settings) const
+{
+    const bool bKeys = SettingsOf(_settings).key.nKeysUsed > 0;
+    return {bKeys, bKeys, false, true};
+}
+
+UNMIX_SETUP CUnmixEngine::SetupOf(const UNMIX_SETTINGS& _settings, int32_t _nWidth, int32_t _nHeight)
+{
+    UNMIX_SETUP setup;
+    setup.params = ParamsOf(_settings.key.params);
+    KeysOf(_settings.key, &setup);
+    UNMIX_PARTS parts;
+    {
+        const std::lock_guard lock(m_mtxParts);
+        parts = m_parts;
+    }
+    const bool bSize = _nWidth != m_nWidth || _nHeight != m_nHeight;
+    m_nWidth = _nWidth;
+    m_nHeight = _nHeight;
+    UNMIX_REGION* const arrRegions[Z_REGIONS] = {&setup.garbage, &setup.holdOut, &setup.backdrop};
+    for (size_t n = 0; n < Z_REGIONS; ++n)
+    {
+        const auto& spMask = parts.arrMasks[n];
+        if (bSize || m_arrRegions[n].spMask != spMask)
+        {
+            std::vector<uint8_t> vecBytes = spMask ? Stretched(*spMask, _nWidth, _nHeight) : std::vector<uint8_t>();
+            m_arrRegions[n] = {spMask, std::move(vecBytes)}; // at another address: the engine tells regions by it
+        }
+        if (spMask)
+            *arrRegions[n] = {m_arrRegions[n].vecBytes.data(), _nWidth};
+    }
+    return setup;
+}
+
+HRESULT CUnmixEngine::Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings)
+{
+    const auto timeStart = std::chrono::steady_clock::now();
+    const std::lock_guard lock(m_mtxState);
+    const UNMIX_SETTINGS settings = SettingsOf(_settings);
+    if (settings.nRestarts != m_nRestarts)
+        Unmix_Restart(m_state);
+    m_nRestarts = settings.nRestarts;
+    const int32_t nWidth = _job.source.vidProps.nWidth;
+    const int32_t nHeight = std::abs(_job.source.vidProps.nHeight);
+    RESULT result;
+    if (_job.bWrite && _job.result.vidProps.fccType == eZFCC_ARGB32)
+        result = {Img_RowOf(_job.result.vidPtr, 0, 0), _job.result.vidPtr.cbVideoRowBytes[0], false};
+    else
+    {
+        m_vecResult.resize(size_t{4} * static_cast<size_t>(nWidth) * static_cast<size_t>(nHeight));
+        result = {m_vecResult.data(), ptrdiff_t{4} * nWidth, false};
+    }
+    CSerialRunner runner;
+    const HRESULT hr = Unmix_Frame(m_state, SetupOf(settings, nWidth, nHeight),
+                                   {_job.source.vidProps, _job.source.vidPtr}, result, runner);
+    if (FAILED(hr))
+        return hr;
+    MaskWrite(result, _job, nWidth, nHeight);
+    StatsKeep(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - timeStart).count());
+    return S_OK;
+}
+
+void CUnmixEngine::StatsKeep(double _dblMilliseconds)
+{
+    const UNMIX_STATS stats = Unmix_Stats(m_state);
+    const std::lock_guard lock(m_mtxParts);
+    m_bKeyed = true;
+    m_stats = {stats.fltBackdrop, stats.fltMixed,   stats.fltSolid,
+               stats.fltNoise,    _dblMilliseconds, stats.nPlateFrames,
+               stats.nCuts,       eKeyedOn_CPU,     0};
+}
+
+void CUnmixEngine::Flush()
+{
+    const std::lock_guard lock(m_mtxState);
+    Unmix_Restart(m_state);
+}
+
+void CUnmixEngine::Close()
+{
+    const std::lock_guard lock(m_mtxState);
+    m_state = {};
+    m_arrRegions = {};
+    m_vecResult = {};
+    m_nWidth = m_nHeight = 0;
+}
+
+void CUnmixEngine::PartsSet(const UNMIX_PARTS& _parts)
+{
+    const std::lock_guard lock(m_mtxParts);
+    m_parts = _parts;
+}
+
+HRESULT CUnmixEngine::KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColour, std::string* _pstrReason)
+{
+    UNMIX_STATE state; // of this picture alone
+    UnmixState_Resize(state, _picture.nWidth, _picture.nHeight, 1);
+    PICTURE picture;
+    picture.nWidth = _picture.nWidth;
+    picture.nHeight = _picture.nHeight;
+    picture.pRow0 = _picture.vecBGRA.data();
+    picture.nStride = ptrdiff_t{4} * _picture.nWidth;
+    CELLS& cells = state.arrFields[0].cells;
+    Cells_Pass(picture, cells, state.vecChanged.data(), 0, cells.nHeight);
+    UNMIX_KEY key;
+    if (!Screen_FindKey(cells, &key))
+    {
+        *_pstrReason = "no large, flat area of one strong hue reaches along the upper border of the picture";
+        return S_FALSE;
+    }
+    *_pColour = {double{key.arrBGR[2]}, double{key.arrBGR[1]}, double{key.arrBGR[0]}};
+    return S_OK;
+}
+
+HRESULT CUnmixEngine::PlateGet(IMG_PICTURE* _pPicture)
+{
+    const std::lock_guard lock(m_mtxState);
+    if (!m_state.bPlateSet)
+        return S_FALSE;
+    IMG_PICTURE picture = {m_state.nWidth, m_state.nHeight, {}};
+    picture.vecBGRA.reserve(size_t{4} * static_cast<size_t>(picture.nWidth) * static_cast<size_t>(picture.nHeight));
+    for (int32_t y = 0; y < picture.nHeight; ++y)
+        for (int32_t x = 0; x < picture.nWidth; ++x)
+        {
+            const VEC4 cell = Plate_AtCell(m_state, x / 4, y / m_state.nFields / 4);
+            for (const float fltValue : {cell.b, cell.g, cell.r, 255.0f})
+                picture.vecBGRA.push_back(static_cast<uint8_t>(std::clamp(fltValue + .5f, 0.0f, 255.0f)));
+        }
+    *_pPicture = std::move(picture);
+    return S_OK;
+}
+
+HRESULT CUnmixEngine::StatsGet(CHROMA_KEY2_STATS* _pStats)
+{
+    const std::lock_guard lock(m_mtxParts);
+    *_pStats = m_stats;
+    return m_bKeyed ? S_OK : S_FALSE;
+}

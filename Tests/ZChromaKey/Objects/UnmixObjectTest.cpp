@@ -1,0 +1,176 @@
+#include "Base/ZPtr.h"
+#include "Image/ImgPlane.h"
+#include "Interfaces/IZChromaKey2.h"
+#include "Interfaces/IZFPersist.h"
+#include "Interfaces/IZFProcess.h"
+#include "Interfaces/IZProps.h"
+#include "Support/FrameAccess.h"
+#include "Support/LogCatcher.h"
+#include "Support/TestFrames.h"
+#include "Support/TestProps.h"
+#include "Support/Texts.h"
+#include "ZChromaKey/Objects/CoZChromaKey2.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+// The second generation whole: frames of a body before a backdrop, keyed by the object that hosts get.
+
+namespace
+{
+
+constexpr int c_nWidth = 192;
+constexpr int c_nHeight = 128;
+
+double BodyAlpha(int _nX, int _nY)
+{
+    const double dblX = _nX - 0.5 * c_nWidth;
+    const double dblY = _nY - 0.65 * c_nHeight;
+    return std::clamp((35 - std::sqrt(dblX * dblX + dblY * dblY)) / 4 + 0.5, 0.0, 1.0);
+}
+
+/// A grey-red body with a soft edge, before a backdrop of that colour whose light falls off to the right.
+CZPtr<CZFrame> Body(uint32_t _fccType, const double (&_arrBackdropBGR)[3])
+{
+    constexpr double c_arrBody[3] = {90, 70, 150};
+    std::vector<uint8_t> vecBGRA;
+    for (int y = 0; y < c_nHeight; ++y)
+        for (int x = 0; x < c_nWidth; ++x)
+        {
+            const double dblAlpha = BodyAlpha(x, y);
+            for (int c = 0; c < 3; ++c)
+                vecBGRA.push_back(static_cast<uint8_t>(std::lround(
+                    dblAlpha * c_arrBody[c] + (1 - dblAlpha) * _arrBackdropBGR[c] * (1 - 0.2 * x / c_nWidth))));
+            vecBGRA.push_back(255);
+        }
+    return TestFrame_Of(vecBGRA, _fccType, c_nWidth, -c_nHeight);
+}
+constexpr double c_arrGreen[3] = {50, 170, 60};
+constexpr double c_arrBlue[3] = {180, 70, 40};
+constexpr double c_arrGrey[3] = {120, 120, 120};
+
+class UnmixObject : public testing::Test
+{
+protected:
+    UnmixObject()
+    {
+        EXPECT_EQ(CCoZChromaKey2::Create(IID_IZChromaKey2, m_cpKeyer.PutVoid()), S_OK);
+        m_cpProps = ZQuery<IZProps>(m_cpKeyer);
+        m_cpProcess = ZQuery<IZFProcess>(m_cpKeyer);
+        EXPECT_EQ(m_cpProps->PropsSet(L"output.thread", L"false"), S_OK);
+        EXPECT_EQ(m_cpProps->PropsSet(L"gpu_mode", L"0"), S_OK);
+    }
+    CZPtr<IZFFrame> Receive(IZFFrame* _pFrame)
+    {
+        CZPtr<IZFFrame> cpRes;
+        EXPECT_EQ(m_cpProcess->OnMediaReceive(_pFrame, cpRes.Put()), S_OK);
+        return cpRes;
+    }
+    /// How far the mask of a result is from the truth on average, in levels; 255 where there is none.
+    static double Error(IZFFrame* _pFrameRes)
+    {
+        CZPtr<IUnknown> cpObject;
+        if (!_pFrameRes || _pFrameRes->AttachmentGet(L"mask", cpObject.Put()) != S_OK)
+            return 255;
+        const auto cpMask = ZQuery<IZFFrame>(cpObject);
+        double dblSum = 0;
+        for (int y = 0; y < c_nHeight; ++y)
+            for (int x = 0; x < c_nWidth; ++x)
+                dblSum += std::abs(Img_RowOf(PtrOf(cpMask.Get()), 0, y)[x] - 255 * BodyAlpha(x, y));
+        return dblSum / (c_nWidth * c_nHeight);
+    }
+
+    CZPtr<IZChromaKey2> m_cpKeyer;
+    CZPtr<IZProps> m_cpProps;
+    CZPtr<IZFProcess> m_cpProcess;
+};
+
+TEST_F(UnmixObject, KeysABackdropThatItFindsAndOneThatIsPicked)
+{
+    for (const auto& arrBackdrop : {c_arrGreen, c_arrBlue})
+        for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_ARGB32, eZFCC_RGB24, eZFCC_UYVY, eZFCC_NV12})
+        {
+            SCOPED_TRACE(FCC_Name(fccType));
+            const double(&arrBGR)[3] = arrBackdrop == c_arrGreen ? c_arrGreen : c_arrBlue;
+            const auto cpFrame = Body(fccType, arrBGR);
+            EXPECT_EQ(m_cpKeyer->KeyReset(), S_OK);
+            EXPECT_EQ(m_cpKeyer->FrameSet(cpFrame.Get()), S_OK);
+            EXPECT_EQ(m_cpKeyer->KeyAuto(), S_OK);
+            const auto cpRes = Receive(cpFrame.Get());
+            ASSERT_TRUE(cpRes);
+            EXPECT_EQ(PropsOf(cpRes.Get()).fccType, eZFCC_ARGB32);
+            EXPECT_LT(Error(cpRes.Get()), 2.5);
+            EXPECT_EQ(m_cpKeyer->KeyAddPoint(10, 10), S_OK);
+            cpFrame->IdentityRenew();
+            EXPECT_LT(Error(Receive(cpFrame.Get()).Get()), 2.5);
+        }
+}
+
+TEST_F(UnmixObject, AGreyWallIsNoBackdropAndWithoutAKeyFramesPass)
+{
+    const CLogCatcher log;
+    const auto cpFrame = Body(eZFCC_RGB32, c_arrGrey);
+    const auto cpRes = Receive(cpFrame.Get());
+    EXPECT_EQ(AttachmentOf(cpRes.Get(), L"mask").Get(), nullptr);
+    EXPECT_EQ(m_cpKeyer->KeyAuto(), S_FALSE);
+    EXPECT_EQ(log.Count("no backdrop was found", eZLog_Warning), 1u);
+    int32_t nKeys = -1;
+    EXPECT_EQ(m_cpKeyer->KeyCount(FALSE, &nKeys), S_OK);
+    EXPECT_EQ(nKeys, 0);
+}
+
+TEST_F(UnmixObject, RegionsProtectedColoursAndViewsAct)
+{
+    const auto cpFrame = Body(eZFCC_RGB32, c_arrGreen);
+    EXPECT_EQ(m_cpKeyer->FrameSet(cpFrame.Get()), S_OK);
+    EXPECT_EQ(m_cpKeyer->KeyAddPoint(10, 10), S_OK);
+    const auto fnAlpha = [&](int _nX, int _nY) {
+        cpFrame->IdentityRenew();
+        return int{Img_RowOf(PtrOf(Receive(cpFrame.Get()).Get()), 0, _nY)[4 * _nX + 3]};
+    };
+    EXPECT_EQ(fnAlpha(96, 83), 255);
+    EXPECT_EQ(fnAlpha(20, 20), 0);
+    const BSTR bsLeft = SysAllocString(L"0,0 40,0 40,128 0,128");
+    const BSTR bsMiddle = SysAllocString(L"80,70 110,70 110,100 80,100");
+    EXPECT_EQ(m_cpKeyer->RegionSet(eRegion_HoldOut, nullptr, bsLeft), S_OK);
+    EXPECT_EQ(m_cpKeyer->RegionSet(eRegion_Garbage, nullptr, bsMiddle), S_OK);
+    EXPECT_EQ(fnAlpha(20, 20), 255) << "held out";
+    EXPECT_EQ(fnAlpha(96, 83), 0) << "thrown away";
+    SysFreeString(bsLeft);
+    SysFreeString(bsMiddle);
+    int32_t nDone = 0;
+    EXPECT_EQ(m_cpKeyer->StepBack(2, &nDone), S_OK);
+    EXPECT_EQ(fnAlpha(20, 20), 0);
+    EXPECT_EQ(fnAlpha(96, 83), 255);
+
+    EXPECT_EQ(m_cpKeyer->ViewSet(eView_Matte), S_OK);
+    cpFrame->IdentityRenew();
+    const auto cpMatte = Receive(cpFrame.Get());
+    const uint8_t* const pRow = Img_RowOf(PtrOf(cpMatte.Get()), 0, 83);
+    EXPECT_EQ(pRow[4 * 96], 255);
+    EXPECT_EQ(pRow[4 * 4 + 1], 0);
+    CHROMA_KEY2_STATS stats = {};
+    EXPECT_EQ(m_cpKeyer->StatsGet(&stats), S_OK);
+    EXPECT_NEAR(stats.dblBackdrop + stats.dblMixed + stats.dblSolid, 1, 0.01);
+    EXPECT_GT(stats.dblBackdrop, 0.5);
+    EXPECT_EQ(stats.eKeyedOnValue, eKeyedOn_CPU);
+    CZPtr<IZFFrame> cpPlate;
+    ASSERT_EQ(m_cpKeyer->PlateGet(cpPlate.Put()), S_OK);
+    EXPECT_NEAR(Img_RowOf(PtrOf(cpPlate.Get()), 0, 83)[4 * 96 + 1], 153, 8) << "the green behind the body";
+}
+
+TEST_F(UnmixObject, AMaskIsAttachedWhereTheResultStaysAsItIs)
+{
+    EXPECT_EQ(OptionOf(m_cpProps.Get(), L"output.argb"), L"true");
+    EXPECT_EQ(m_cpProps->PropsSet(L"output.argb", L"false"), S_OK);
+    const auto cpFrame = Body(eZFCC_UYVY, c_arrGreen);
+    EXPECT_EQ(m_cpKeyer->FrameSet(cpFrame.Get()), S_OK);
+    EXPECT_EQ(m_cpKeyer->KeyAuto(), S_OK);
+    const auto cpRes = Receive(cpFrame.Get());
+    EXPECT_EQ(PropsOf(cpRes.Get()).fccType, eZFCC_UYVY);
+    EXPECT_LT(Error(cpRes.Get()), 2.5);
+}
+
+} // namespace

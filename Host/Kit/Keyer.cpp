@@ -22,15 +22,16 @@ std::string TakeText(BSTR _bsText)
 
 } // namespace
 
-CZKeyer::CZKeyer(CZModule& _module)
+CZKeyer::CZKeyer(CZModule& _module, const CLSID& _clsid)
     : m_module(_module)
-    , m_cpKey(_module.Create<IZChromaKey>(CLSID_ZChromaKey))
-    , m_cpProcess(ZQuery<IZFProcess>(m_cpKey))
-    , m_cpProps(ZQuery<IZProps>(m_cpKey))
-    , m_cpPlugin(ZQuery<IZPlugin>(m_cpKey))
-    , m_cpPersist(ZQuery<IZFPersist>(m_cpKey))
+    , m_cpProcess(_module.Create<IZFProcess>(_clsid))
+    , m_cpKey(ZQuery<IZChromaKey>(m_cpProcess))
+    , m_cpKey2(ZQuery<IZChromaKey2>(m_cpProcess))
+    , m_cpProps(ZQuery<IZProps>(m_cpProcess))
+    , m_cpPlugin(ZQuery<IZPlugin>(m_cpProcess))
+    , m_cpPersist(ZQuery<IZFPersist>(m_cpProcess))
 {
-    if (!m_cpProcess || !m_cpProps || !m_cpPlugin || !m_cpPersist)
+    if ((!m_cpKey && !m_cpKey2) || !m_cpProps || !m_cpPlugin || !m_cpPersist)
         throw CZHostError(
             "the ZChromaKey object lacks one of its interfaces; module and program are of different builds");
     m_module.LogBegin(m_cpPlugin.Get());

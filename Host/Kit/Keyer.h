@@ -4,10 +4,12 @@
 
 #include "Base/ZPtr.h"
 #include "Interfaces/IZChromaKey.h"
+#include "Interfaces/IZChromaKey2.h"
 #include "Interfaces/IZFPersist.h"
 #include "Interfaces/IZFProcess.h"
 #include "Interfaces/IZPlugin.h"
 #include "Interfaces/IZProps.h"
+#include "Interfaces/ZGuids.h"
 
 #include <cstdint>
 #include <functional>
@@ -21,15 +23,20 @@
 class CZKeyer
 {
 public:
-    explicit CZKeyer(CZModule& _module = CZModule::Own());
+    /// _clsid: CLSID_ZChromaKey or CLSID_ZChromaKey2.
+    explicit CZKeyer(CZModule& _module = CZModule::Own(), const CLSID& _clsid = CLSID_ZChromaKey);
     ~CZKeyer();
     CZKeyer(const CZKeyer&) = delete;
     CZKeyer& operator=(const CZKeyer&) = delete;
 
-    /// For everything about keys.
+    /// For everything about keys: of the first generation, or of the second. The other one is null.
     IZChromaKey* Key() const
     {
         return m_cpKey.Get();
+    }
+    IZChromaKey2* Key2() const
+    {
+        return m_cpKey2.Get();
     }
 
     void OptionSet(const std::string& _strName, const std::string& _strValue);
@@ -70,8 +77,9 @@ private:
     };
 
     CZModule& m_module;
-    CZPtr<IZChromaKey> m_cpKey;
     CZPtr<IZFProcess> m_cpProcess;
+    CZPtr<IZChromaKey> m_cpKey;
+    CZPtr<IZChromaKey2> m_cpKey2;
     CZPtr<IZProps> m_cpProps;
     CZPtr<IZPlugin> m_cpPlugin;
     CZPtr<IZFPersist> m_cpPersist;

@@ -80,7 +80,7 @@ private:
 ZF_SIZE KeyAll(const KEY_COMMAND& _command, CZFrameSource& _source, CZProgress& _progress)
 {
     CZKeyOutputs outputs(_command, _source.Stream());
-    CZKeyer keyer;
+    CZKeyer keyer(CZModule::Own(), _command.options.ClassId());
     ZF_SIZE szLast = {};
     KeyJob_Run(_source, keyer, _command.options, _command.nFrames, [&](KEYED& _keyed) {
         szLast = {_keyed.picture.nWidth, _keyed.picture.nHeight};

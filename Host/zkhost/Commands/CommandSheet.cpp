@@ -121,7 +121,7 @@ ZF_SIZE Make(const SHEET_COMMAND& _command)
     files.Protect(_command.options.Input());
     CZOutFile& file = files.Create(_command.strOutput);
     CZOutFile* const pKeys = _command.options.OpenKeys(files);
-    CZKeyer keyer;
+    CZKeyer keyer(CZModule::Own(), _command.options.ClassId());
     PICTURE source;
     KEYED keyed;
     KeyOneFrame(_command, keyer, source, keyed);

@@ -10,6 +10,7 @@
 #include "zkhost/Files/StandardError.h"
 #include "zkhost/Files/UsageError.h"
 
+#include "Base/ZBstr.h"
 #include "Base/ZLog.h"
 #include "Props/PropText.h"
 
@@ -19,29 +20,6 @@
 
 namespace
 {
-
-/// A BSTR for the time of a call.
-class CZBStr
-{
-public:
-    explicit CZBStr(const std::string& _strText)
-        : m_bsText(SysAllocString(ZText_ToWide(_strText).c_str()))
-    {
-    }
-    ~CZBStr()
-    {
-        SysFreeString(m_bsText);
-    }
-    CZBStr(const CZBStr&) = delete;
-    CZBStr& operator=(const CZBStr&) = delete;
-    BSTR Get() const
-    {
-        return m_bsText;
-    }
-
-private:
-    BSTR m_bsText;
-};
 
 std::pair<std::string, std::string> SplitPair(const std::string& _strText, const char* _pszOption)
 {
@@ -142,6 +120,17 @@ void CZKeyOptions::AddKeys(CLI::App& _command, bool _bOrAuto)
 {
     m_eKeys = _bOrAuto ? eKeys_OrAuto : eKeys_Needed;
     constexpr const char* c_pszGroup = "Keys, made on the first frame";
+    _command
+        .add_option("--keyer", m_nKeyer,
+                    "1: keys are boxes of colours; 2: backdrop and foreground are unmixed, for hair, veils and motion\n"
+                    "blur; finds a backdrop of any hue when nothing says what to key")
+        ->type_name("1|2")
+        ->check(CLI::IsMember({1, 2}))
+        ->group(c_pszGroup);
+    _command.add_option("--param", m_vecParams, "A parameter of --keyer 2; may be repeated")
+        ->type_name("NAME=VALUE")
+        ->allow_extra_args(false)
+        ->group(c_pszGroup);
     _command.add_option("--keys", m_strKeys, "Keys and options from a file that was saved before")
         ->type_name("FILE.xml")
         ->check(Command_File())
@@ -155,7 +144,7 @@ void CZKeyOptions::AddKeys(CLI::App& _command, bool _bOrAuto)
         ->type_name("X1,Y1,X2,Y2")
         ->allow_extra_args(false)
         ->group(c_pszGroup);
-    _command.add_option("--exclude", m_vecExcludes, "Keep the colour at X,Y")
+    _command.add_option("--exclude,--protect", m_vecExcludes, "Keep the colour at X,Y")
         ->type_name("X,Y")
         ->allow_extra_args(false)
         ->group(c_pszGroup);
@@ -178,13 +167,14 @@ void CZKeyOptions::Begin() const
     StandardError_LogSet(m_bVerbose ? eZLog_Verbose : m_bQuiet ? eZLog_Error : eZLog_Warning);
     if (!m_strRawSpec.empty())
         Raw_ParseSpec(m_strRawSpec);
-    if (m_eKeys == eKeys_Needed && !m_bAuto && !GivesKeys())
+    CheckGeneration();
+    if (m_eKeys == eKeys_Needed && m_nKeyer == 1 && !m_bAuto && !GivesKeys())
         throw CZUsageError("nothing says what to key; use --auto, --pick X,Y, --rect X1,Y1,X2,Y2 or --keys FILE.xml");
     for (const std::string& strSet : m_vecSets)
     {
         const auto [strName, strValue] = SplitPair(strSet, "--set");
         PluginOptions_Check(strName, strValue);
-        if (PluginOptions_IsDetection(strName) && !Detects())
+        if (PluginOptions_IsDetection(strName) && m_nKeyer == 1 && !Detects())
             throw CZUsageError(ZFormat("--set %s: nothing is detected here; add --auto, or leave it out", strSet));
     }
     Adjusts();
@@ -289,21 +279,32 @@ std::vector<CZKeyOptions::ADJUST> CZKeyOptions::Adjusts() const
 void CZKeyOptions::ApplyKeys(CZKeyer& _keyer, IZFFrame* _pFirstFrame) const
 {
     const auto vecEdits = Edits(_pFirstFrame); // mistakes in the command line come before anything else
+    const auto fnFrameSet = [&](IZFFrame* _pFrame) {
+        return _keyer.Key2() ? _keyer.Key2()->FrameSet(_pFrame) : _keyer.Key()->KeyFrameSet(_pFrame, nullptr);
+    };
     // The frame comes first: its matrix carries keys that are loaded into another type.
-    Result_Check(_keyer.Key()->KeyFrameSet(_pFirstFrame, nullptr), "handing over the first frame");
+    Result_Check(fnFrameSet(_pFirstFrame), "handing over the first frame");
     if (!m_strKeys.empty())
         _keyer.LoadFile(m_strKeys);
     _keyer.OptionNeed(c_szOptionARGB, "true"); // the alpha in the frame, and its colours cleaned
     ApplyOptions(_keyer);
+    if (_keyer.Key2())
+        ApplyKeys2(_keyer, vecEdits);
+    else
+        ApplyKeys1(_keyer, vecEdits);
+    Result_Check(fnFrameSet(nullptr), "taking the first frame back");
+}
+
+void CZKeyOptions::ApplyKeys1(CZKeyer& _keyer, const std::vector<EDIT>& _vecEdits) const
+{
     if (Detects())
         Detect(_keyer);
     ApplyType(_keyer);
-    for (const EDIT& edit : vecEdits)
+    for (const EDIT& edit : _vecEdits)
         ApplyEdit(_keyer, edit);
     for (const ADJUST& adjust : Adjusts())
         Result_Check(_keyer.Key()->KeyAdjustSet(adjust.eAdjust, adjust.dblValue),
                      ZFormat("--adjust %s", adjust.strName));
-    Result_Check(_keyer.Key()->KeyFrameSet(nullptr, nullptr), "taking the first frame back");
 }
 
 CZOutFile* CZKeyOptions::OpenKeys(CZOutFiles& _files) const

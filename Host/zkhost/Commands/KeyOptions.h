@@ -33,6 +33,8 @@ public:
 
     /// Sets the log level, and checks all that can be checked without a frame; call before anything else.
     void Begin() const;
+    /// The class of the object that --keyer asks for.
+    const CLSID& ClassId() const;
     /// Sets the options of the object; those of detection are kept for Detect.
     void ApplyOptions(CZKeyer& _keyer) const;
     /// Finds the backdrop of the frame set for keying; throws when there is none.
@@ -68,6 +70,10 @@ private:
     bool GivesKeys() const;
     bool Detects() const;
     void ApplyType(CZKeyer& _keyer) const;
+    void ApplyKeys1(CZKeyer& _keyer, const std::vector<EDIT>& _vecEdits) const;
+    void ApplyKeys2(CZKeyer& _keyer, const std::vector<EDIT>& _vecEdits) const;
+    void ApplyParams(CZKeyer& _keyer) const;
+    void CheckGeneration() const;
     std::vector<EDIT> Edits(IZFFrame* _pFirstFrame) const;
     static void ApplyEdit(CZKeyer& _keyer, const EDIT& _edit);
     std::vector<ADJUST> Adjusts() const;
@@ -84,6 +90,8 @@ private:
     std::string m_strSaveKeys;
     std::string m_strType;
     bool m_bAuto = false;
+    int m_nKeyer = 1;
+    std::vector<std::string> m_vecParams;
     std::vector<std::string> m_vecAdjusts;
     std::vector<std::string> m_vecPicks;
     std::vector<std::string> m_vecExcludes;

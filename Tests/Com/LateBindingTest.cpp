@@ -1,9 +1,12 @@
 #include "Com/ComSupport.h"
 #include "Host/TempFolder.h"
 #include "Interfaces/IZChromaKey.h"
+#include "Interfaces/IZChromaKey2.h"
 #include "Interfaces/IZKey.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <vector>
 
 namespace
 {
@@ -42,6 +45,58 @@ TEST(LateBinding, KnowsTheNamesThatAScriptUsesAndRefusesWhatIsNoCall)
     EXPECT_EQ(cpKey->GetTypeInfo(0, 0, nullptr), E_POINTER);
     EXPECT_EQ(cpKey->GetTypeInfo(0, 0, cpInfo.Put()), S_OK);
     EXPECT_EQ(cpKey->GetIDsOfNames(IID_NULL, nullptr, 1, 0, nullptr), E_INVALIDARG);
+}
+
+/// Calls a method by its name with whole numbers, as a script does; the number that it gives back.
+double Call(IDispatch* _pObject, const wchar_t* _pwszName, std::vector<VARIANT> _vecArgs = {})
+{
+    std::reverse(_vecArgs.begin(), _vecArgs.end()); // the last one comes first
+    DISPPARAMS params = {_vecArgs.data(), nullptr, static_cast<UINT>(_vecArgs.size()), 0};
+    VARIANT varResult = {};
+    EXPECT_EQ(_pObject->Invoke(IDOf(_pObject, _pwszName), IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &params,
+                               &varResult, nullptr, nullptr),
+              S_OK)
+        << _pwszName;
+    if (varResult.vt == VT_R8)
+        return varResult.dblVal;
+    return varResult.vt == VT_I4 ? varResult.lVal : -1;
+}
+
+VARIANT Whole(LONG _nValue)
+{
+    VARIANT var = {};
+    var.vt = VT_I4;
+    var.lVal = _nValue;
+    return var;
+}
+
+TEST(LateBinding, TheSecondGenerationGivesValuesBackAndNeedsNoArgumentThatMayBeLeftOut)
+{
+    const MODULE module;
+    const auto cpKeyer = module.Create<IZChromaKey2>(CLSID_ZChromaKey2);
+    IDispatch* const pKeyer = cpKeyer.Get();
+    Call(pKeyer, L"KeyAddColor", {Whole(0x20C040)});
+    Call(pKeyer, L"KeyProtectColor", {Whole(0x102030)});
+    EXPECT_EQ(Call(pKeyer, L"KeyCount"), 1);
+    EXPECT_EQ(Call(pKeyer, L"KeyCount", {Whole(1)}), 1);
+    VARIANT varName = {};
+    varName.vt = VT_BSTR;
+    varName.bstrVal = SysAllocString(L"choke");
+    Call(pKeyer, L"ParamSet", {varName, Whole(2)});
+    EXPECT_EQ(Call(pKeyer, L"ParamGet", {varName}), 2);
+    SysFreeString(varName.bstrVal);
+    EXPECT_EQ(Call(pKeyer, L"StepsBack"), 3);
+    EXPECT_EQ(Call(pKeyer, L"StepBack"), 1) << "one step where no number is given";
+    EXPECT_EQ(Call(pKeyer, L"StepBack", {Whole(9)}), 2);
+    EXPECT_EQ(Call(pKeyer, L"StepFwd", {Whole(1)}), 1);
+    Call(pKeyer, L"KeyRemove", {Whole(0)});
+    EXPECT_EQ(Call(pKeyer, L"KeyCount"), 0);
+    Call(pKeyer, L"ViewSet");
+    Call(pKeyer, L"PlateLearn");
+    Call(pKeyer, L"FrameSet");
+    Call(pKeyer, L"RegionSet", {Whole(eRegion_Garbage)});
+    EXPECT_EQ(Call(pKeyer, L"ParamCount"), 14);
+    EXPECT_GT(IDOf(pKeyer, L"PropsSet"), 100);
 }
 
 /// What a script prints; it has to end well.

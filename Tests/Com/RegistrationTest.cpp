@@ -30,7 +30,9 @@ TEST_F(CRegistrationTest, NamesClassesLibraryAndInterfaces)
     const std::wstring wstrLib = L"{D3F4C631-FC55-4B9E-A300-5E86F7BA97EF}";
     const std::pair<std::wstring, std::wstring> arrClasses[] = {
         {L"{FF12951C-DC32-42B7-B676-583883EF574E}", L"ZChromaKey.ZChromaKey"},
-        {L"{F74E5C32-D592-4C20-A4E7-A470A713FF8A}", L"ZChromaKey.ZKey"}};
+        {L"{F74E5C32-D592-4C20-A4E7-A470A713FF8A}", L"ZChromaKey.ZKey"},
+        {L"{71527D2A-8BB6-4BB9-803C-E065BAFD1434}", L"ZChromaKey.ZChromaKey2"},
+        {L"{5AF3A9DB-E515-49AF-B374-A5E1B7F4B08C}", L"ZChromaKey.ZKey2"}};
     for (const auto& [wstrClass, wstrName] : arrClasses)
     {
         const std::wstring wstrKey = L"Software\\Classes\\CLSID\\" + wstrClass;
@@ -83,7 +85,7 @@ TEST_F(CRegistrationTest, TakesItselfBackWhenItFails)
     ASSERT_EQ(RegCreateKeyW(m_machine.Key(), L"Software\\Classes", &hKey), ERROR_SUCCESS);
     RegCloseKey(hKey);
     const auto mapBefore = m_machine.Content();
-    ASSERT_EQ(RegCreateKeyExW(m_machine.Key(), L"Software\\Classes\\ZChromaKey.ZKey", 0, nullptr, REG_OPTION_VOLATILE,
+    ASSERT_EQ(RegCreateKeyExW(m_machine.Key(), L"Software\\Classes\\ZChromaKey.ZKey2", 0, nullptr, REG_OPTION_VOLATILE,
                               KEY_ALL_ACCESS, nullptr, &hKey, nullptr),
               ERROR_SUCCESS);
     RegCloseKey(hKey);

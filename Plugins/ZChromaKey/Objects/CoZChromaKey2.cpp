@@ -14,7 +14,7 @@ CCoZChromaKey2::CCoZChromaKey2(std::unique_ptr<CUnmixFrameEngine> _upEngine)
 }
 
 CCoZChromaKey2::CCoZChromaKey2(CUnmixFrameEngine& _engine, std::unique_ptr<CUnmixFrameEngine>& _upEngine)
-    : CZKeyerObject("CCoZChromaKey2", L"ZChromaKey2", std::move(_upEngine))
+    : CZKeyerObject("CCoZChromaKey2", "ZChromaKey2", std::move(_upEngine))
     , m_engine(_engine)
 {
 }

@@ -40,12 +40,19 @@ TEST(Module, MakesOneObjectWithAllItsInterfacesAndKnowsWhenItCanGo)
             ASSERT_EQ(cpOne->QueryInterface(iidNext, cpNext.PutVoid()), S_OK);
             EXPECT_EQ(ZQuery<IUnknown>(cpNext).Get(), ZQuery<IUnknown>(cpPlugin).Get()) << "one object";
         }
+    for (const CLSID& clsid : {CLSID_ZKey, CLSID_ZChromaKey2, CLSID_ZKey2})
+    {
+        CZPtr<IClassFactory> cpOther;
+        CZPtr<IDispatch> cpObject;
+        ASSERT_EQ(pfnGetClassObject(clsid, IID_IClassFactory, cpOther.PutVoid()), S_OK);
+        EXPECT_EQ(cpOther->CreateInstance(nullptr, IID_IDispatch, cpObject.PutVoid()), S_OK);
+    }
     void* pvNone = pModule;
     EXPECT_EQ(cpPlugin->QueryInterface(IID_IZFFrame, &pvNone), E_NOINTERFACE);
     EXPECT_EQ(pvNone, nullptr);
     EXPECT_EQ(cpPlugin->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
     EXPECT_EQ(cpFactory->CreateInstance(cpPlugin.Get(), IID_IUnknown, &pvNone), CLASS_E_NOAGGREGATION);
-    EXPECT_EQ(pfnGetClassObject(CLSID_ZChromaKey2, IID_IClassFactory, &pvNone), CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(pfnGetClassObject(LIBID_ZCHROMAKEYLib, IID_IClassFactory, &pvNone), CLASS_E_CLASSNOTAVAILABLE);
     EXPECT_EQ(pfnGetClassObject(CLSID_ZChromaKey, IID_IClassFactory, nullptr), E_POINTER);
 
     cpFactory.Reset();

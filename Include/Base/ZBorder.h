@@ -29,7 +29,11 @@ template <class Body> HRESULT ZBorder(const Z_METHOD& _method, Body&& _body) noe
     }
     catch (const std::bad_alloc&)
     {
-        return ZBorder_Failed(_method, "out of memory", E_OUTOFMEMORY);
+        // A line that cannot be formatted for want of memory stands in the log as its format: it is to say what is
+        // wrong.
+        ZLog(eZLog_Error, "%hs%hs%hs: out of memory\n", _method.pszClass ? _method.pszClass : "",
+             _method.pszClass ? "::" : "", _method.pszMethod);
+        return E_OUTOFMEMORY;
     }
     catch (const std::exception& ex)
     {

@@ -9,7 +9,7 @@ class CZBStr
 {
 public:
     CZBStr() = default;
-    /// A copy of UTF-8 text; null where there is no memory for it.
+    /// A copy of UTF-8 text. Throws bad_alloc, or is null where the system has no memory for a string.
     explicit CZBStr(std::string_view _svText)
     {
         ZText_HandOut(_svText, &m_bsText);

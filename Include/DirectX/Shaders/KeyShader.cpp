@@ -371,7 +371,8 @@ std::string KeyShader_Text(const KEY_SHADER& _shader)
 {
     if (!Exists(_shader))
         return {};
-    std::string strText = std::string(c_szTexture) + c_szSettings + c_szShaderInput + SpacesYVU() + c_szSpaceHLS;
+    static const std::string s_strSpaces = SpacesYVU(); // texts are made for every pass of a frame
+    std::string strText = std::string(c_szTexture) + c_szSettings + c_szShaderInput + s_strSpaces + c_szSpaceHLS;
     if (_shader.eInput == eKI_RGB)
         return strText + KeySpace(_shader, {}) + Forms(_shader) + BodyRGB(_shader);
     const std::string strMatrix = std::string("YVU2RGB_") + Shader_MatrixName(_shader.eMatrix);

@@ -62,7 +62,7 @@ public:
 
     /// After a ProcessFrame that timed out: keeps the owners of picture and mask for as long as a worker may touch
     /// them.
-    void Hold(std::initializer_list<IUnknown*> _listOwners)
+    void Hold(std::initializer_list<IUnknown*> _listOwners) noexcept
     {
         m_pool.Hold(_listOwners);
     }

@@ -50,7 +50,7 @@ HRESULT CKeyEngine::Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings)
     return m_engine->ProcessFrame(&_job.result.vidPtr, _job.pbMask, &_job.result.vidProps, &key);
 }
 
-void CKeyEngine::Hold(std::initializer_list<IUnknown*> _listOwners)
+void CKeyEngine::Hold(std::initializer_list<IUnknown*> _listOwners) noexcept
 {
     if (m_engine)
         m_engine->Hold(_listOwners);

@@ -18,7 +18,7 @@ public:
     ENGINE_PLAN Plan(ENGINE_SETTINGS _settings) const override;
     bool CanClean(uint32_t _fccType) const override;
     HRESULT Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings) override;
-    void Hold(std::initializer_list<IUnknown*> _listOwners) override;
+    void Hold(std::initializer_list<IUnknown*> _listOwners) noexcept override;
     HRESULT ProcessGPU(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, const ENGINE_GPU_OPTIONS& _options,
                        IZFFrame** _ppFrameRes) override;
     std::vector<CZPtr<IZFFrame>> FramesTake() override;

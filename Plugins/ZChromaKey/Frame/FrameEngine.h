@@ -80,7 +80,7 @@ public:
     /// may still touch pictures and mask; see Hold. Any other failure: nothing touches them any more.
     virtual HRESULT Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings) = 0;
     /// After a Process that timed out: keeps the owners of pictures and mask for as long as a thread may touch them.
-    virtual void Hold(std::initializer_list<IUnknown*> _listOwners) = 0;
+    virtual void Hold(std::initializer_list<IUnknown*> _listOwners) noexcept = 0;
 
     /// Keys a frame on the GPU into a new one with a mask attached, as the CPU does; a frame in a texture into a new
     /// texture of the same device. Any failure, or no frame: it can be keyed on the CPU.

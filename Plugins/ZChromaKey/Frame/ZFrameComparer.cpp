@@ -19,7 +19,7 @@ bool TextRemember(IZProps* _pProps, const wchar_t* _pwszName, std::wstring* _pst
 {
     CZBStr bsValue;
     if (FAILED(_pProps->PropsGet(_pwszName, bsValue.Put())))
-        bsValue = {};
+        bsValue.Detach(); // what a failed call has written is not ours
     const bool bChanged = bsValue.Wide() != *_pstrLast;
     if (bChanged)
         _pstrLast->assign(bsValue.Wide());
@@ -80,7 +80,8 @@ HRESULT ZFrameComparer_Check(ZFrameComparer* _pComparer, IZFFrame* _pFrame, IZFF
                              ENGINE_SETTINGS _settings, std::vector<std::byte>* _pvecSettingsLast,
                              IZFFrame* _pFrameLastOrNull)
 {
-    if (!Z_VERIFY(_pComparer && _pFrame && _ppFrameRes && _pvecSettingsLast))
+    if (!Z_VERIFY_TEXT(_pComparer && _pFrame && _ppFrameRes && !_settings.empty() && _pvecSettingsLast,
+                       "_pComparer && _pFrame && _ppFrameRes && _pKey && _pKeyLast"))
         return E_INVALIDARG;
     *_ppFrameRes = nullptr;
     const bool bSameFrame = _pComparer->IsSameFrame(_pFrame); // first: it has to see every frame

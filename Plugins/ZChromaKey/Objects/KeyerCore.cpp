@@ -96,13 +96,15 @@ HRESULT CKeyerCore::InfoGet(BSTR* _pbsName, BSTR* _pbsVersion)
             *pbsOut = nullptr;
     if (!_pbsName || !_pbsVersion)
         return E_POINTER;
-    CZBStr bsName(m_pszName);
-    CZBStr bsVersion(ZCK_VERSION);
-    if (!bsName.Get() || !bsVersion.Get())
-        return E_OUTOFMEMORY;
-    *_pbsName = bsName.Detach();
-    *_pbsVersion = bsVersion.Detach();
-    return S_OK;
+    return ZBorder(Method("PluginInfoGet"), [&]() -> HRESULT {
+        CZBStr bsName(m_pszName);
+        CZBStr bsVersion(ZCK_VERSION);
+        if (!bsName.Get() || !bsVersion.Get())
+            return E_OUTOFMEMORY;
+        *_pbsName = bsName.Detach();
+        *_pbsVersion = bsVersion.Detach();
+        return S_OK;
+    });
 }
 
 HRESULT CKeyerCore::LogSetLevel(IZLogSink* _pSinkOrNull, int32_t _eLevel)

@@ -111,9 +111,13 @@ void CRowPool::Stop()
     m_nReady = 0;
 }
 
-void CRowPool::Hold(std::initializer_list<IUnknown*> _listOwners)
+void CRowPool::Hold(std::initializer_list<IUnknown*> _listOwners) noexcept
 {
     for (auto& upWorker : m_arrWorkers)
-        if (upWorker && upWorker->bStuck)
-            upWorker->spSlot->vecHeld.assign(_listOwners.begin(), _listOwners.end());
+    {
+        if (!upWorker || !upWorker->bStuck || std::exchange(upWorker->bHolds, true))
+            continue;
+        const size_t nOwners = std::min(_listOwners.size(), upWorker->spSlot->arrHeld.size());
+        std::copy_n(_listOwners.begin(), nOwners, upWorker->spSlot->arrHeld.begin());
+    }
 }

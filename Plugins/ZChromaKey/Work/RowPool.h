@@ -8,7 +8,6 @@
 #include <atomic>
 #include <initializer_list>
 #include <memory>
-#include <vector>
 
 class CRowBarrier;
 
@@ -45,8 +44,9 @@ public:
     HRESULT Run(const std::shared_ptr<CRowWork>& _spWork, int _nPasses);
     /// Stops all workers, waiting that long for each.
     void Stop();
-    /// Keeps what owns the memory of a work for as long as a worker that could not be stopped may touch it.
-    void Hold(std::initializer_list<IUnknown*> _listOwners);
+    /// Keeps what owns the memory of a work, at most three objects, for as long as a worker that could not be stopped
+    /// may touch it. A worker that hangs since an earlier frame keeps what it has.
+    void Hold(std::initializer_list<IUnknown*> _listOwners) noexcept;
 
 private:
     /// What the pool and one worker share; it lives as long as either of them. Written by the pool before the worker is
@@ -60,7 +60,7 @@ private:
         uint32_t nWorker = 0;
         std::atomic<bool> bGo = true; ///< false: the worker ends at the next row
         CZEvent evtDone;
-        std::vector<CZPtr<IUnknown>> vecHeld; ///< of CRowPool::Hold
+        std::array<CZPtr<IUnknown>, 3> arrHeld; ///< of CRowPool::Hold
 
         void Work();
     };
@@ -69,6 +69,7 @@ private:
         CZWorkerThread thread;
         std::shared_ptr<SLOT> spSlot = std::make_shared<SLOT>();
         bool bStuck = false; ///< could not be stopped
+        bool bHolds = false; ///< since it could not
     };
     HRESULT WorkerStart(std::unique_ptr<WORKER>& _upWorker);
     static void WorkerStop(std::unique_ptr<WORKER>& _upWorker, uint32_t _nMaxMs);

@@ -48,7 +48,7 @@ public:
         *_job.pbMask = static_cast<uint8_t>(Of(_settings).nValue);
         return m_pScript->fnProcess();
     }
-    void Hold(std::initializer_list<IUnknown*> _listOwners) override
+    void Hold(std::initializer_list<IUnknown*> _listOwners) noexcept override
     {
         m_pScript->strCalls += _listOwners.size() == 3 ? 'H' : '?';
     }

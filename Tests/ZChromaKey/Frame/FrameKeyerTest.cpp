@@ -291,6 +291,9 @@ TEST(ZFrameComparer, AnswersAFailureOfTheLastOutput)
     EXPECT_EQ(ZFrameComparer_Check(&comparer, cpFrame.Get(), cpRes.Put(), settings, &vecSettingsLast, cpNoClone.Get()),
               E_FAIL);
     EXPECT_EQ(log.Count("\"(((HRESULT)(hrClone)) >= 0)\""), 1u);
+    EXPECT_EQ(ZFrameComparer_Check(&comparer, cpFrame.Get(), cpRes.Put(), {}, &vecSettingsLast, cpNoClone.Get()),
+              E_INVALIDARG);
+    EXPECT_EQ(log.Count("\"_pComparer && _pFrame && _ppFrameRes && _pKey && _pKeyLast\""), 1u);
 }
 
 } // namespace

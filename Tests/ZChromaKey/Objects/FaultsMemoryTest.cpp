@@ -1,4 +1,5 @@
 #include "Host/TempFolder.h"
+#include "Base/ZBstr.h"
 #include "Support/AllocCounter.h"
 #include "Support/NullSink.h"
 #include "ZChromaKey/Objects/Module.h"
@@ -233,6 +234,12 @@ TEST_F(Faults, MemoryRunsOutInEveryCall)
 #if !defined(_WIN32) // the texts come from the system there, which is not refused anything
         {"get option", MakeDirect, [](SUBJECT& _s) { return _s.cpKey->PropsGet(L"output.thread", &_s.bsText); },
          [](SUBJECT& _s) { return SysStringLen(_s.bsText) == 5; }},
+        {"plugin info", MakeDirect,
+         [](SUBJECT& _s) {
+             CZBStr bsVersion;
+             return _s.cpKey->PluginInfoGet(&_s.bsText, bsVersion.Put());
+         },
+         [](SUBJECT& _s) { return SysStringLen(_s.bsText) == 10; }},
 #endif
         {"first frame", MakeDirect, [](SUBJECT& _s) { return _s.Receive(_s.cpFrame.Get()); }, KeyedResult},
         {"second frame", MakeWarm, [](SUBJECT& _s) { return _s.Receive(_s.cpFrameLarge.Get()); }, KeyedResult},

@@ -219,6 +219,7 @@ void MixedCell(PASS& _pass, int _nX, int _nY)
             place.fltCore = core.bAny ? core.At(x, y) : 0;
             if (state.setup.nProtected > 0)
                 place.fltCore = std::max(place.fltCore, ProtectionOf(state.setup, colour));
+            place.fltQuieted = static_cast<float>(nDifference - *pDifference) / 32;
             const float a = Pixel_Alpha(rules, place, colour, static_cast<float>(nDifference) / 32);
             _pass.result.Put(x0 + x, y0 + y, Pixel_Colour(rules, place, colour, a));
         }

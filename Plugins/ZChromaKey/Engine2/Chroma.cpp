@@ -86,7 +86,7 @@ void PutDeep(uint16_t* _pOut, const VEC4& _v)
 {
     const float arr[4] = {_v.b, _v.g, _v.r, _v.w};
     for (int c = 0; c < 4; ++c)
-        _pOut[c] = static_cast<uint16_t>(std::min(std::max(arr[c], 0.0f), 255.0f) * 64 + .5f);
+        _pOut[c] = static_cast<uint16_t>(Rounded(std::min(std::max(arr[c], 0.0f), 255.0f) * 64));
 }
 
 VEC4 Pixel_r210(const SAMPLES& _samples, int _nX, int _nY)
@@ -199,12 +199,12 @@ LUV RebuiltAt(const PATCH& _patch, bool _bHalfRows, int _nX, int _nY, float _flt
         const float below = _at(j1, i) + (_at(j1, i + 1) - _at(j1, i)) * fx;
         return above + (below - above) * fy;
     };
-    const float fltDetail = _fltLuma - Between([&](int y, int x) { return _patch.arrSamples[y + 1][x + 1].l; });
-    return {_fltLuma, Between([&](int y, int x) {
-                          return _patch.arrSamples[y + 1][x + 1].bu;
-                      }) + Between([&](int y, int x) { return _patch.arrU[y][x]; }) * fltDetail,
-            Between([&](int y, int x) { return _patch.arrSamples[y + 1][x + 1].rv; }) +
-                Between([&](int y, int x) { return _patch.arrV[y][x]; }) * fltDetail};
+    const float fltDetail = _fltLuma - Between([&](int _y, int _x) { return _patch.arrSamples[_y + 1][_x + 1].l; });
+    return {_fltLuma, Between([&](int _y, int _x) {
+                          return _patch.arrSamples[_y + 1][_x + 1].bu;
+                      }) + Between([&](int _y, int _x) { return _patch.arrU[_y][_x]; }) * fltDetail,
+            Between([&](int _y, int _x) { return _patch.arrSamples[_y + 1][_x + 1].rv; }) +
+                Between([&](int _y, int _x) { return _patch.arrV[_y][_x]; }) * fltDetail};
 }
 
 bool NearMixed(const CBitRows& _bits, int _nX, int _nY)

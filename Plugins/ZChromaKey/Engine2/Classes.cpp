@@ -47,7 +47,7 @@ bool GrowRow(CBitRows& _bitsDoubt, const CBitRows& _bitsInner, int _nRow)
     uint64_t* const pRow = _bitsDoubt.Row(_nRow);
     const uint64_t* const pInner = _bitsInner.Row(_nRow);
     const int nLast = _bitsDoubt.Words() - 1;
-    const auto All = [&](int k) { return k < 0 || k > nLast ? 0 : pAbove[k] | pRow[k] | pBelow[k]; };
+    const auto All = [&](int _k) { return _k < 0 || _k > nLast ? 0 : pAbove[_k] | pRow[_k] | pBelow[_k]; };
     for (int k = 0; k <= nLast; ++k)
     {
         const uint64_t nOpen = ~pInner[k] & ~pRow[k] & _bitsDoubt.Valid(k);

@@ -18,7 +18,7 @@ void CBitRows::Erode(int _nTimes, std::vector<uint64_t>& _vecScratch)
                 pOut[k] = pRow[k] & nLeft & nRight;
             }
         }
-        const auto Scratch = [&](int y) { return _vecScratch.data() + static_cast<ptrdiff_t>(m_nWords) * y; };
+        const auto Scratch = [&](int _y) { return _vecScratch.data() + static_cast<ptrdiff_t>(m_nWords) * _y; };
         for (int y = 0; y < m_nHeight; ++y)
         {
             const uint64_t* const pAbove = Scratch(std::max(0, y - 1));

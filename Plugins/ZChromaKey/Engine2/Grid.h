@@ -15,6 +15,13 @@ inline float Clamp01(float _flt)
     return _flt < 0 ? 0.0f : _flt > 1 ? 1.0f : _flt;
 }
 
+/// The nearest integer to a number from 0 up, halves upward.
+inline int Rounded(float _flt)
+{
+    const float fltHalf = _flt + .5f;
+    return static_cast<int>(fltHalf);
+}
+
 /// Four floats: blue, green, red, and a weight or a count.
 struct alignas(16) VEC4
 {

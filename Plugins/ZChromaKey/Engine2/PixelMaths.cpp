@@ -56,6 +56,14 @@ float DifferenceBelow0(const KEY_FORMS& _key, const PIXEL_PLACE& _place, float _
     return std::min(flt, 0.0f) * std::min(fore.w * c_fltForeGain, 1.0f);
 }
 
+// The colour moved along X to where its difference is the filtered one, so that the projection sees less noise, too.
+VEC4 Quieted(const KEY_FORMS& _key, const PIXEL_PLACE& _place, const VEC4& _colour)
+{
+    const float* const x = _key.arrX;
+    const float flt = _place.fltQuieted / (x[0] * x[0] + x[1] * x[1] + x[2] * x[2]);
+    return {_colour.b + x[0] * flt, _colour.g + x[1] * flt, _colour.r + x[2] * flt, _colour.w};
+}
+
 VEC4 Square(const VEC4& _v)
 {
     return {_v.b * _v.b * (1 / 255.0f), _v.g * _v.g * (1 / 255.0f), _v.r * _v.r * (1 / 255.0f), _v.w};
@@ -129,7 +137,7 @@ float Pixel_Alpha(const PIXEL_RULES& _rules, const PIXEL_PLACE& _place, const VE
     const float fltPlace = (fltX - _fltDifference) / (fltX - fltBeyond);
     float a = Clamp01((fltPlace - fltLow) / (fltHigh - fltLow));
 
-    const PLACE_ON_LINE line = Project(_place, _colour);
+    const PLACE_ON_LINE line = Project(_place, Quieted(*_rules.pKey, _place, _colour));
     const float fltLineLow = std::max(_rules.fltLow, fltLow * .7f);
     const float t = Clamp01((line.fltPlace - fltLineLow) / (_rules.fltHigh - fltLineLow));
     a = a + (t - a) * line.fltTrust;

@@ -72,7 +72,7 @@ int DifferenceAt(const PASS& _pass, const KEY_FORMS& _key, int _nX, int _nY)
     const int nZ = FormAt(_pass.picture, _key.anZ, _nX, _nY);
     const int nRho = cells.vecRho[cells.At(_nX / c_nCell, _nY / c_nCell)];
     const int nAcross = std::min(std::abs(nZ - MulRound(nX, nRho)), 8191);
-    const int nWedge = static_cast<int>(_key.fltWedge * 8192 + .5f);
+    const int nWedge = Rounded(_key.fltWedge * 8192);
     return Clamp16(nX - MulRound(4 * nAcross, nWedge));
 }
 
@@ -219,6 +219,7 @@ void MixedCell(PASS& _pass, int _nX, int _nY)
             place.fltCore = core.bAny ? core.At(x, y) : 0;
             if (state.setup.nProtected > 0)
                 place.fltCore = std::max(place.fltCore, ProtectionOf(state.setup, colour));
+            place.fltQuieted = static_cast<float>(nDifference - *pDifference) / 32;
             const float a = Pixel_Alpha(rules, place, colour, static_cast<float>(nDifference) / 32);
             _pass.result.Put(x0 + x, y0 + y, Pixel_Colour(rules, place, colour, a));
         }
@@ -275,9 +276,9 @@ void RESULT::Put(int _nX, int _nY, const VEC4& _value) const
     {
         const float flt = std::min(std::max(arr[c], 0.0f), 255.0f);
         if (bWords)
-            Words(_nY)[ptrdiff_t{4} * _nX + c] = static_cast<uint16_t>(flt * 257 + .5f);
+            Words(_nY)[ptrdiff_t{4} * _nX + c] = static_cast<uint16_t>(Rounded(flt * 257));
         else
-            Bytes(_nY)[ptrdiff_t{4} * _nX + c] = static_cast<uint8_t>(flt + .5f);
+            Bytes(_nY)[ptrdiff_t{4} * _nX + c] = static_cast<uint8_t>(Rounded(flt));
     }
 }
 
@@ -306,8 +307,8 @@ void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const PICTURE& _pictu
     const float fltNoise = _state.setup.params.fltNoise > 0 ? std::min(_state.fltNoise, 60.0f) : 0;
     pass.bFilter = fltNoise > c_fltQuiet;
     pass.bPast = pass.bFilter && !_field.vecPast.empty();
-    pass.nNear = static_cast<int>(2 * fltNoise * 32 + .5f);
-    pass.nTimeNear = static_cast<int>(c_fltTimeNoise * fltNoise * 32 + .5f);
+    pass.nNear = Rounded(2 * fltNoise * 32);
+    pass.nTimeNear = Rounded(c_fltTimeNoise * fltNoise * 32);
     for (int k = 0; k < _state.nKeys; ++k)
         pass.arrRules[k] = Pixels_Rules(_state, _state.arrKeys[k]);
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)

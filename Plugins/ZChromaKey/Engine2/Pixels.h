@@ -51,9 +51,10 @@ PIXEL_RULES Pixels_Rules(const UNMIX_STATE& _state, const KEY_FORMS& _key);
 /// What is known at a pixel besides its own colour.
 struct PIXEL_PLACE
 {
-    VEC4 back;         ///< backdrop
-    VEC4 fore;         ///< foreground colour; w: confidence
-    float fltCore = 0; ///< alpha is at least this
+    VEC4 back;            ///< backdrop
+    VEC4 fore;            ///< foreground colour; w: confidence
+    float fltCore = 0;    ///< alpha is at least this
+    float fltQuieted = 0; ///< what the filters have added to the difference
 };
 
 /// Alpha of a pixel, 0 to 1. _fltDifference: D in levels, filtered.

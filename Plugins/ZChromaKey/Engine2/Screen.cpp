@@ -282,9 +282,9 @@ namespace
 {
 int StepAt(const CELLS& _cells, int _nX, int _nY)
 {
-    const auto X = [&](int x, int y) {
+    const auto X = [&](int _x, int _y) {
         return static_cast<int>(
-            _cells.vecX[_cells.At(std::clamp(x, 0, _cells.nWidth - 1), std::clamp(y, 0, _cells.nHeight - 1))]);
+            _cells.vecX[_cells.At(std::clamp(_x, 0, _cells.nWidth - 1), std::clamp(_y, 0, _cells.nHeight - 1))]);
     };
     return std::max(std::abs(X(_nX - 1, _nY) - X(_nX + 1, _nY)), std::abs(X(_nX, _nY - 1) - X(_nX, _nY + 1)));
 }

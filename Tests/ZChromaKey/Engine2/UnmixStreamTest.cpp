@@ -1,19 +1,224 @@
+#include "Support/AllocCounter.h"
 #include "ZChromaKey/Engine2/UnmixScenes.h"
 
 #include <gtest/gtest.h>
 
+namespace
+{
+bool AllNumbers(const UNMIX_STATE& _state)
+{
+    const std::vector<float> vec = UnmixState_Floats(_state);
+    return std::all_of(vec.begin(), vec.end(), [](float _flt) { return std::isfinite(_flt); });
+}
+
+SCENE BlueScene(int _nWidth, int _nHeight)
+{
+    return {_nWidth, _nHeight, [=](int x, int y) {
+                return x > _nWidth / 3 && x < _nWidth * 2 / 3 && y > _nHeight / 3 ? SCENE_PIXEL{60, 90, 180}
+                                                                                  : SCENE_PIXEL{190, 70, 40};
+            }};
+}
+
+// The mean |alpha of _vecA - alpha of _vecB|.
+double AlphaDistance(const std::vector<uint8_t>& _vecA, const std::vector<uint8_t>& _vecB)
+{
+    double dbl = 0;
+    for (size_t n = 3; n < _vecA.size(); n += 4)
+        dbl += std::abs(_vecA[n] - _vecB[n]);
+    return dbl * 4 / static_cast<double>(_vecA.size());
+}
+} // namespace
+
 TEST(UnmixStream, ThreadCountDoesNotMatter)
 {
-    UNMIX_STATE stateOne, stateMany;
-    CSerialRunner serial;
-    CThreadRunner many(3);
-    for (uint32_t n = 0; n < 4; ++n)
+    for (const int eInterlace : {eZI_Progressive, eZI_TopFirst})
     {
-        SCENE scene = BodyScene(203, 117, 6, n, .02f * static_cast<float>(n));
-        std::vector<uint8_t> vecOne(scene.vecBGRA.size()), vecMany(scene.vecBGRA.size());
-        Unmix_Frame(stateOne, {}, scene.Input(), {vecOne.data(), 203 * 4, false}, serial);
-        Unmix_Frame(stateMany, {}, scene.Input(), {vecMany.data(), 203 * 4, false}, many);
-        EXPECT_EQ(vecOne, vecMany) << n;
-        EXPECT_TRUE(UnmixState_Same(stateOne, stateMany)) << n;
+        UNMIX_STATE stateOne, stateMany;
+        CSerialRunner serial;
+        CThreadRunner many(3);
+        for (uint32_t n = 0; n < 4; ++n)
+        {
+            SCENE scene = BodyScene(203, 117, 6, n, .02f * static_cast<float>(n));
+            std::vector<uint8_t> vecOne(scene.vecBGRA.size()), vecMany(scene.vecBGRA.size());
+            const UNMIX_INPUT input = scene.Input(eZFCC_ARGB32, eInterlace);
+            Unmix_Frame(stateOne, {}, input, {vecOne.data(), 203 * 4, false}, serial);
+            Unmix_Frame(stateMany, {}, input, {vecMany.data(), 203 * 4, false}, many);
+            EXPECT_EQ(vecOne, vecMany) << n;
+            EXPECT_TRUE(UnmixState_Same(stateOne, stateMany)) << n;
+            EXPECT_TRUE(AllNumbers(stateOne));
+        }
     }
+}
+TEST(UnmixStream, RepeatedPictureGivesTheSameAndTeachesNothing)
+{
+    UNMIX_STATE state;
+    SCENE first = BodyScene(160, 120, 8, 1), second = BodyScene(160, 120, 8, 2);
+    Keyed(state, first);
+    const std::vector<uint8_t> vec = Keyed(state, second);
+    ASSERT_FALSE(state.arrFields[0].vecPast.empty()); // the filter over time is at work
+    const UNMIX_STATE before = state;
+    EXPECT_EQ(Keyed(state, second), vec);
+    EXPECT_EQ(Keyed(state, second), vec);
+    EXPECT_TRUE(UnmixState_Same(before, state));
+    // Another setting shows at once, and teaches nothing either.
+    UNMIX_SETUP setup;
+    setup.params.eView = eUV_Matte;
+    EXPECT_NE(Keyed(state, second, setup), vec);
+    EXPECT_EQ(before.vecPlate, state.vecPlate);
+    EXPECT_EQ(before.nFrames, state.nFrames);
+}
+TEST(UnmixStream, HoldKeepsPlateAndNoise)
+{
+    UNMIX_STATE state;
+    SCENE first = BodyScene(160, 120, 2, 1), other = BodyScene(160, 120, 9, 5, .2f);
+    UNMIX_SETUP hold;
+    hold.params.eLearn = eUN_Hold;
+    Keyed(state, first, hold); // something has to be learnt
+    const UNMIX_STATE before = state;
+    Keyed(state, other, hold);
+    EXPECT_EQ(before.vecPlate, state.vecPlate);
+    EXPECT_EQ(before.fltNoise, state.fltNoise);
+    Keyed(state, first, {});
+    EXPECT_NE(before.vecPlate, state.vecPlate);
+}
+TEST(UnmixStream, CutStartsAnew)
+{
+    UNMIX_STATE state, fresh;
+    SCENE green = BodyScene(160, 120), blue = BlueScene(160, 120);
+    Keyed(state, green);
+    Keyed(state, green);
+    EXPECT_EQ(Keyed(state, blue), Keyed(fresh, blue));
+    EXPECT_EQ(Unmix_Stats(state).nCuts, 1);
+    EXPECT_EQ(state.vecPlate, fresh.vecPlate);
+    EXPECT_GT(state.arrKeys[0].key.arrBGR[0], 150);
+}
+TEST(UnmixStream, CutInLightIsFoundWithTheSameKey)
+{
+    UNMIX_STATE state;
+    SCENE bright = BodyScene(160, 120);
+    SCENE dim = bright;
+    for (size_t n = 0; n < dim.vecBGRA.size(); ++n)
+        dim.vecBGRA[n] = static_cast<uint8_t>(n % 4 < 3 ? dim.vecBGRA[n] * 3 / 5 : 255);
+    Keyed(state, bright);
+    const std::vector<uint8_t> vec = Keyed(state, dim);
+    EXPECT_EQ(vec[3], 0);
+    EXPECT_EQ(vec[(72 * 160 + 80) * 4 + 3], 255);
+}
+TEST(UnmixStream, PlateRemembersWhatABodyUncovered)
+{
+    // The body moves to the right; what is behind it at the end was seen in the beginning, in its true colour.
+    UNMIX_STATE state;
+    for (int n = 0; n < 6; ++n)
+    {
+        SCENE scene = BodyScene(320, 160, 0, 1, -.25f + .1f * static_cast<float>(n));
+        Keyed(state, scene);
+    }
+    const VEC4 plate = state.Plate(30, 12); // x = 240, under the body
+    EXPECT_NEAR(plate.g, c_colGreen.g * (1 - .2f * 244 / 320), 1.5f);
+    EXPECT_GT(plate.w, 1);
+}
+TEST(UnmixStream, FilterOverTimeQuietsAlpha)
+{
+    // The same body with new noise in every frame: alpha's change from frame to frame falls.
+    UNMIX_STATE stream;
+    std::vector<uint8_t> vecLast, vecLastAlone;
+    double dblStream = 0, dblAlone = 0;
+    for (uint32_t n = 0; n < 14; ++n)
+    {
+        SCENE scene = BodyScene(192, 128, 10, 100 + n);
+        UNMIX_STATE alone;
+        const std::vector<uint8_t> vec = Keyed(stream, scene), vecAlone = Keyed(alone, scene);
+        if (n > 3)
+        {
+            dblStream += AlphaDistance(vec, vecLast);
+            dblAlone += AlphaDistance(vecAlone, vecLastAlone);
+        }
+        vecLast = vec;
+        vecLastAlone = vecAlone;
+    }
+    EXPECT_LT(dblStream, .9 * dblAlone);
+}
+TEST(UnmixStream, FieldsAreKeyedEachForItself)
+{
+    // The body has moved between the fields: each has its own sharp edge.
+    const int nWidth = 256, nHeight = 160;
+    SCENE top = BodyScene(nWidth, nHeight, 0, 1, -.1f), bottom = BodyScene(nWidth, nHeight, 0, 1, .1f);
+    SCENE woven = top;
+    for (int y = 1; y < nHeight; y += 2)
+        std::copy_n(&bottom.vecBGRA[static_cast<size_t>(y) * nWidth * 4], nWidth * 4,
+                    &woven.vecBGRA[static_cast<size_t>(y) * nWidth * 4]);
+    UNMIX_STATE stateTop, stateBottom, stateWoven;
+    CSerialRunner runner;
+    std::vector<uint8_t> vecWoven(woven.vecBGRA.size());
+    ASSERT_EQ(S_OK, Unmix_Frame(stateWoven, {}, woven.Input(eZFCC_ARGB32, eZI_TopFirst),
+                                {vecWoven.data(), ptrdiff_t{4} * nWidth, false}, runner));
+    const std::vector<uint8_t> vecTop = Keyed(stateTop, top), vecBottom = Keyed(stateBottom, bottom);
+    double dbl = 0;
+    for (int y = 0; y < nHeight; ++y)
+        for (int x = 0; x < nWidth; ++x)
+        {
+            const size_t n = (static_cast<size_t>(y) * nWidth + x) * 4 + 3;
+            dbl += std::abs(vecWoven[n] - (y & 1 ? vecBottom : vecTop)[n]);
+        }
+    EXPECT_LT(dbl / (nWidth * nHeight), 1.5);
+}
+TEST(UnmixStream, NothingIsAllocatedAfterTheThirdFrame)
+{
+    UNMIX_STATE state;
+    CSerialRunner runner;
+    std::vector<SCENE> vecScenes;
+    for (uint32_t n = 0; n < 6; ++n)
+        vecScenes.push_back(BodyScene(160, 120, 8, n));
+    std::vector<uint8_t> vecOut(vecScenes[0].vecBGRA.size());
+    uint64_t nBefore = 0;
+    for (size_t n = 0; n < vecScenes.size(); ++n)
+    {
+        const UNMIX_INPUT input = vecScenes[n].Input();
+        if (n == 3)
+            nBefore = AllocCount();
+        Unmix_Frame(state, {}, input, {vecOut.data(), 160 * 4, false}, runner);
+    }
+    EXPECT_EQ(AllocCount() - nBefore, 0u);
+}
+TEST(UnmixStream, DegeneratePicturesGiveSensibleResults)
+{
+    const std::function<SCENE_PIXEL(int, int)> arrPictures[] = {
+        [](int, int) {
+            return SCENE_PIXEL{40, 180, 50};
+        },
+        [](int, int) {
+            return SCENE_PIXEL{128, 128, 128};
+        },
+        [](int, int) {
+            return SCENE_PIXEL{0, 0, 0};
+        },
+        [](int, int) {
+            return SCENE_PIXEL{255, 255, 255};
+        },
+        [](int x, int y) {
+            return SCENE_PIXEL{128 + 127 * Grain(x, y, 1), 128 + 127 * Grain(x, y, 2), 128 + 127 * Grain(x, y, 3)};
+        }};
+    constexpr int c_arrSizes[][2] = {{1, 1}, {1, 9}, {7, 1}, {3, 3}, {5, 4}, {2, 300}, {333, 2}, {67, 65}};
+    UNMIX_SETUP setup;
+    setup.nKeys = 1;
+    std::copy_n(std::begin({40.0f, 180.0f, 50.0f}), 3, setup.arrKeys[0].arrBGR);
+    for (const auto& picture : arrPictures)
+        for (const auto& size : c_arrSizes)
+            for (const int eInterlace : {eZI_Progressive, eZI_BottomFirst})
+            {
+                SCENE scene(size[0], size[1], picture);
+                UNMIX_STATE state;
+                CSerialRunner runner;
+                std::vector<uint8_t> vecOut(scene.vecBGRA.size(), 77);
+                for (int n = 0; n < 3; ++n)
+                {
+                    scene.vecBGRA[0] ^= 1;
+                    EXPECT_EQ(S_OK, Unmix_Frame(state, setup, scene.Input(eZFCC_ARGB32, eInterlace),
+                                                {vecOut.data(), ptrdiff_t{4} * size[0], false}, runner));
+                    EXPECT_TRUE(AllNumbers(state)) << size[0] << 'x' << size[1];
+                }
+                const int nWant = &picture == arrPictures ? 0 : 255;
+                for (size_t n = 3; n < vecOut.size() && &picture != arrPictures + 4; n += 4) // noise may be anything
+                    ASSERT_EQ(vecOut[n], nWant) << size[0] << 'x' << size[1] << ' ' << &picture - arrPictures;
+            }
 }

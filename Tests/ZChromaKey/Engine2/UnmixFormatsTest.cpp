@@ -1,0 +1,158 @@
+#include "Support/GuardedPicture.h"
+#include "Video/ZFrameWriter.h"
+#include "ZChromaKey/Engine2/UnmixScenes.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+constexpr int c_arrSizes[][2] = {{1, 1}, {2, 2}, {7, 5}, {48, 16}, {67, 33}};
+
+UNMIX_SETUP GreenSetup()
+{
+    UNMIX_SETUP setup;
+    setup.nKeys = 1;
+    setup.arrKeys[0].arrBGR[0] = c_colGreen.b;
+    setup.arrKeys[0].arrBGR[1] = c_colGreen.g;
+    setup.arrKeys[0].arrBGR[2] = c_colGreen.r;
+    return setup;
+}
+
+// A picture of 10-bit words R, G, B.
+GUARDED_PICTURE Picture_r210(int _nWidth, int _nHeight, const std::function<void(int, int, uint32_t*)>& _rgb)
+{
+    GUARDED_PICTURE picture(Props(eZFCC_r210, _nWidth, -_nHeight), 0, eZGuard_Fence);
+    for (int y = 0; y < _nHeight; ++y)
+        for (int x = 0; x < _nWidth; ++x)
+        {
+            uint32_t anRGB[3];
+            _rgb(x, y, anRGB);
+            const uint32_t nWord = anRGB[0] << 20 | anRGB[1] << 10 | anRGB[2];
+            for (int n = 0; n < 4; ++n)
+                picture.arrPlanes[0]->Row(y)[4 * x + n] = static_cast<uint8_t>(nWord >> (24 - 8 * n));
+        }
+    return picture;
+}
+} // namespace
+
+TEST(UnmixFormats, EveryFormatAndSizeStaysInsideItsBuffers)
+{
+    for (const uint32_t fccType : c_arrTestFormats)
+        for (const auto& size : c_arrSizes)
+            for (const eZGuard eGuard : {eZGuard_PageEnd, eZGuard_PageStart})
+                for (const int eInterlace : {eZI_Progressive, eZI_TopFirst})
+                    for (const bool bWords : {false, true})
+                    {
+                        SCOPED_TRACE(std::string(FCC_Name(fccType)) + ' ' + std::to_string(size[0]) + 'x' +
+                                     std::to_string(size[1]));
+                        GUARDED_PICTURE picture(Props(fccType, size[0], -size[1], eInterlace), 3, eGuard);
+                        CGuardedPlane out(static_cast<size_t>(size[0]) * (bWords ? 8 : 4), size[1], 0, eGuard);
+                        UNMIX_STATE state;
+                        CSerialRunner runner;
+                        for (uint32_t n = 0; n < 2; ++n)
+                        {
+                            picture.FillRandom(n);
+                            ASSERT_EQ(S_OK, Unmix_Frame(state, GreenSetup(), {picture.vidProps, picture.vidPtr},
+                                                        {out.Row(0), out.Stride(), bWords}, runner));
+                        }
+                        EXPECT_TRUE(out.Intact() && picture.Intact());
+                    }
+}
+TEST(UnmixFormats, AllFormatsGiveTheMatteOfTheBytes)
+{
+    const int nWidth = 240, nHeight = 136;
+    SCENE scene = BodyScene(nWidth, nHeight, 1);
+    UNMIX_STATE stateBytes;
+    const std::vector<uint8_t> vecBytes = Keyed(stateBytes, scene, GreenSetup());
+    for (const uint32_t fccType : c_arrTestFormats)
+    {
+        if (fccType == eZFCC_RGB8)
+            continue; // grey has no backdrop
+        SCOPED_TRACE(FCC_Name(fccType));
+        GUARDED_PICTURE picture(Props(fccType, nWidth, -nHeight), 0, eZGuard_Fence);
+        ASSERT_EQ(S_OK, ZFrameWriter_Write(picture.vidProps, picture.vidPtr, scene.vecBGRA.data(), 4 * nWidth));
+        UNMIX_STATE state;
+        CSerialRunner runner;
+        std::vector<uint8_t> vecOut(scene.vecBGRA.size());
+        ASSERT_EQ(S_OK, Unmix_Frame(state, GreenSetup(), {picture.vidProps, picture.vidPtr},
+                                    {vecOut.data(), ptrdiff_t{4} * nWidth, false}, runner));
+        double dbl = 0;
+        for (size_t n = 3; n < vecOut.size(); n += 4)
+            dbl += std::abs(vecOut[n] - vecBytes[n]);
+        EXPECT_LT(dbl * 4 / static_cast<double>(vecOut.size()), 1.0);
+    }
+}
+TEST(UnmixFormats, RebuiltChromaSharpensFineDetail)
+{
+    // Upright dark strokes two pixels wide between the pairs that share chroma: with chroma as it is, every stroke is
+    // half green to both sides.
+    const int nWidth = 256, nHeight = 96;
+    SCENE scene(nWidth, nHeight, [](int x, int) {
+        const bool bBody = x < 64;
+        const bool bStroke = x < 200 && x % 16 >= 9 && x % 16 < 11;
+        return bBody || bStroke ? SCENE_PIXEL{70, 50, 90} : c_colGreen;
+    });
+    GUARDED_PICTURE picture(Props(eZFCC_UYVY, nWidth, -nHeight), 0, eZGuard_Fence);
+    ASSERT_EQ(S_OK, ZFrameWriter_Write(picture.vidProps, picture.vidPtr, scene.vecBGRA.data(), 4 * nWidth));
+    SCENE flat = scene;
+    CImgRowReader reader;
+    ASSERT_EQ(S_OK, reader.Init(picture.vidProps, picture.vidPtr));
+    for (int y = 0; y < nHeight; ++y)
+        reader.ReadRow(y, flat.vecBGRA.data() + static_cast<size_t>(y) * nWidth * 4);
+    UNMIX_STATE stateRebuilt, stateFlat;
+    CSerialRunner runner;
+    std::vector<uint8_t> vecRebuilt(scene.vecBGRA.size());
+    Unmix_Frame(stateRebuilt, GreenSetup(), {picture.vidProps, picture.vidPtr},
+                {vecRebuilt.data(), ptrdiff_t{4} * nWidth, false}, runner);
+    const std::vector<uint8_t> vecFlat = Keyed(stateFlat, flat, GreenSetup());
+    double dblRebuilt = 0, dblFlat = 0;
+    for (int x = 80; x < 200; ++x)
+    {
+        const double dblTrue = x % 16 >= 9 && x % 16 < 11 ? 255 : 0;
+        const size_t n = (48 * static_cast<size_t>(nWidth) + x) * 4 + 3;
+        dblRebuilt += (vecRebuilt[n] - dblTrue) * (vecRebuilt[n] - dblTrue);
+        dblFlat += (vecFlat[n] - dblTrue) * (vecFlat[n] - dblTrue);
+    }
+    EXPECT_LT(dblRebuilt, .5 * dblFlat);
+}
+TEST(UnmixFormats, TenBitsReachTheResult)
+{
+    // Columns of grey one 10-bit level apart, beside green: an 8-bit reader has four of them alike.
+    const int nWidth = 192, nHeight = 96;
+    const GUARDED_PICTURE picture = Picture_r210(nWidth, nHeight, [](int x, int, uint32_t* _pRGB) {
+        for (int n = 0; n < 3; ++n)
+            _pRGB[n] = static_cast<uint32_t>(400 + x);
+        if (x < 64)
+        {
+            _pRGB[0] = 240;
+            _pRGB[1] = 640;
+            _pRGB[2] = 200;
+        }
+    });
+    UNMIX_STATE state;
+    CSerialRunner runner;
+    std::vector<uint16_t> vecOut(static_cast<size_t>(nWidth) * nHeight * 4);
+    ASSERT_EQ(S_OK, Unmix_Frame(state, GreenSetup(), {picture.vidProps, picture.vidPtr},
+                                {vecOut.data(), ptrdiff_t{8} * nWidth, true}, runner));
+    for (int x = 100; x < nWidth; ++x)
+    {
+        const uint16_t* const p = &vecOut[(50 * static_cast<size_t>(nWidth) + x) * 4];
+        EXPECT_EQ(p[3], 65535) << x;
+        EXPECT_NEAR(p[1], (400 + x) * 257 / 4.0, 1) << x;
+    }
+    EXPECT_EQ(vecOut[(50 * static_cast<size_t>(nWidth) + 20) * 4 + 3], 0);
+}
+TEST(UnmixFormats, RefusesWhatTheReaderRefuses)
+{
+    SCENE scene = BodyScene(32, 32);
+    UNMIX_STATE state;
+    CSerialRunner runner;
+    std::vector<uint8_t> vecOut(scene.vecBGRA.size(), 77);
+    UNMIX_INPUT input = scene.Input();
+    input.vidProps.fccType = eZFCC_IYU2;
+    EXPECT_EQ(E_NOTIMPL, Unmix_Frame(state, {}, input, {vecOut.data(), 128, false}, runner));
+    input = scene.Input();
+    input.vidPtr.lpVideoPlanes[0] = 0;
+    EXPECT_EQ(E_INVALIDARG, Unmix_Frame(state, {}, input, {vecOut.data(), 128, false}, runner));
+    EXPECT_EQ(std::count(vecOut.begin(), vecOut.end(), 77), static_cast<ptrdiff_t>(vecOut.size()));
+}

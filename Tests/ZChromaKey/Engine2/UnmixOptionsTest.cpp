@@ -1,0 +1,245 @@
+#include "ZChromaKey/Engine2/UnmixScenes.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+constexpr int c_nWidth = 200;
+constexpr int c_nHeight = 120;
+
+const uint8_t* At(const std::vector<uint8_t>& _vec, int _nX, int _nY)
+{
+    return &_vec[(static_cast<size_t>(_nY) * c_nWidth + _nX) * 4];
+}
+
+HRESULT ResultOf(SCENE& _scene, const UNMIX_SETUP& _setup = {}, std::vector<uint8_t>* _pOut = nullptr)
+{
+    UNMIX_STATE state;
+    CSerialRunner runner;
+    std::vector<uint8_t> vec(_scene.vecBGRA.size());
+    const HRESULT hr =
+        Unmix_Frame(state, _setup, _scene.Input(), {vec.data(), ptrdiff_t{4} * _scene.nWidth, false}, runner);
+    if (_pOut)
+        *_pOut = vec;
+    return hr;
+}
+
+// Grey, with a body of one colour that comes in from below.
+SCENE PulloverScene(SCENE_PIXEL _colour)
+{
+    return {c_nWidth, c_nHeight, [=](int x, int y) {
+                return y > 60 && x > 30 && x < 170 ? _colour : SCENE_PIXEL{130, 128, 126};
+            }};
+}
+
+struct MASK
+{
+    std::vector<uint8_t> vec = std::vector<uint8_t>(c_nWidth * c_nHeight);
+
+    void Fill(int _nLeft, int _nTop, int _nRight, int _nBottom)
+    {
+        for (int y = _nTop; y < _nBottom; ++y)
+            std::fill_n(&vec[static_cast<size_t>(y) * c_nWidth + _nLeft], _nRight - _nLeft, 255);
+    }
+    UNMIX_REGION Region() const
+    {
+        return {vec.data(), c_nWidth};
+    }
+};
+} // namespace
+
+TEST(UnmixOptions, TableAndDefaultsAgreeAndLimitsHold)
+{
+    for (const UNMIX_PARAM& param : UnmixParams_All())
+    {
+        SCOPED_TRACE(param.pszName);
+        UNMIX_PARAMS params;
+        ASSERT_NE(param.pfltMember == nullptr, param.pnMember == nullptr);
+        const auto Value = [&] {
+            return param.pfltMember ? params.*param.pfltMember : static_cast<float>(params.*param.pnMember);
+        };
+        EXPECT_EQ(Value(), param.fltDefault);
+        EXPECT_FALSE(UnmixParams_Set(&params, param.pszName, param.fltLeast - 1));
+        EXPECT_FALSE(UnmixParams_Set(&params, param.pszName, param.fltMost + 1));
+        EXPECT_FALSE(UnmixParams_Set(&params, param.pszName, NAN));
+        EXPECT_EQ(params, UNMIX_PARAMS());
+        EXPECT_TRUE(UnmixParams_Set(&params, param.pszName, param.fltMost));
+        EXPECT_EQ(Value(), param.fltMost);
+    }
+    UNMIX_PARAMS params;
+    EXPECT_FALSE(UnmixParams_Set(&params, "no_such", 1));
+}
+TEST(UnmixOptions, FindsBackdropsOfEveryHue)
+{
+    for (const SCENE_PIXEL colour : {SCENE_PIXEL{50, 170, 60}, SCENE_PIXEL{190, 60, 40}, SCENE_PIXEL{30, 190, 200},
+                                     SCENE_PIXEL{160, 40, 170}, SCENE_PIXEL{190, 180, 40}})
+    {
+        SCENE scene(c_nWidth, c_nHeight, [=](int x, int y) {
+            return y > 40 && x > 60 && x < 140 ? SCENE_PIXEL{110, 110, 110} : colour;
+        });
+        std::vector<uint8_t> vec;
+        EXPECT_EQ(S_OK, ResultOf(scene, {}, &vec));
+        EXPECT_EQ(At(vec, 20, 60)[3], 0) << colour.b;
+        EXPECT_EQ(At(vec, 100, 90)[3], 255) << colour.b;
+    }
+}
+TEST(UnmixOptions, NeverKeysAPulloverUnlessToldTo)
+{
+    for (const SCENE_PIXEL colour : {SCENE_PIXEL{50, 170, 60}, SCENE_PIXEL{190, 60, 40}})
+    {
+        SCENE scene = PulloverScene(colour);
+        std::vector<uint8_t> vec;
+        EXPECT_EQ(S_FALSE, ResultOf(scene, {}, &vec));
+        EXPECT_EQ(vec, scene.vecBGRA);
+        UNMIX_SETUP setup;
+        setup.nKeys = 1;
+        setup.arrKeys[0].arrBGR[0] = colour.b;
+        setup.arrKeys[0].arrBGR[1] = colour.g;
+        setup.arrKeys[0].arrBGR[2] = colour.r;
+        EXPECT_EQ(S_OK, ResultOf(scene, setup, &vec));
+        EXPECT_EQ(At(vec, 100, 90)[3], 0);
+        EXPECT_EQ(At(vec, 100, 20)[3], 255);
+    }
+    SCENE noise(c_nWidth, c_nHeight, [](int x, int y) {
+        return SCENE_PIXEL{128 + 127 * Grain(x, y, 1), 128 + 127 * Grain(x, y, 2), 128 + 127 * Grain(x, y, 3)};
+    });
+    EXPECT_EQ(S_FALSE, ResultOf(noise));
+}
+TEST(UnmixOptions, TwoKeysTakeTwoBackdrops)
+{
+    SCENE scene(c_nWidth, c_nHeight, [](int x, int y) {
+        if (y > 40 && x > 70 && x < 130)
+            return SCENE_PIXEL{90, 90, 110};
+        return x < 100 ? c_colGreen : SCENE_PIXEL{190, 70, 40};
+    });
+    UNMIX_SETUP setup;
+    setup.nKeys = 2;
+    std::copy_n(std::begin({50.0f, 160.0f, 60.0f}), 3, setup.arrKeys[0].arrBGR);
+    std::copy_n(std::begin({190.0f, 70.0f, 40.0f}), 3, setup.arrKeys[1].arrBGR);
+    std::vector<uint8_t> vec;
+    ASSERT_EQ(S_OK, ResultOf(scene, setup, &vec));
+    EXPECT_EQ(At(vec, 20, 80)[3], 0);
+    EXPECT_EQ(At(vec, 180, 80)[3], 0);
+    EXPECT_EQ(At(vec, 100, 90)[3], 255);
+}
+TEST(UnmixOptions, ProtectedColourIsSolid)
+{
+    // A patch of the screen's own hue on the body, where it meets the screen.
+    SCENE scene(c_nWidth, c_nHeight, [](int x, int y) {
+        if (x > 110 && x < 150 && y > 60 && y < 100)
+            return SCENE_PIXEL{60, 120, 70};
+        return y > 30 && x > 50 && x < 150 ? c_colCoat : c_colGreen;
+    });
+    std::vector<uint8_t> vec;
+    UNMIX_SETUP setup;
+    ResultOf(scene, setup, &vec);
+    EXPECT_LT(At(vec, 130, 80)[3], 255);
+    setup.nProtected = 1;
+    std::copy_n(std::begin({60.0f, 120.0f, 70.0f}), 3, setup.arrProtected[0].arrBGR);
+    ResultOf(scene, setup, &vec);
+    for (int x = 112; x < 148; ++x)
+        EXPECT_EQ(At(vec, x, 80)[3], 255) << x;
+    EXPECT_EQ(At(vec, 20, 80)[3], 0);
+}
+TEST(UnmixOptions, RegionsRule)
+{
+    // A grey stand in the screen's part, a mark on the screen, and a hole that is wanted.
+    SCENE scene(c_nWidth, c_nHeight, [](int x, int y) {
+        if (x > 170 && y > 80)
+            return SCENE_PIXEL{120, 120, 120};
+        if (x > 16 && x < 32 && y > 16 && y < 32)
+            return SCENE_PIXEL{80, 200, 90};
+        return y > 30 && x > 60 && x < 140 ? c_colCoat : c_colGreen;
+    });
+    MASK garbage, holdOut, backdrop;
+    garbage.Fill(160, 70, c_nWidth, c_nHeight);
+    holdOut.Fill(0, 90, 20, 110);
+    backdrop.Fill(8, 8, 40, 40);
+    UNMIX_SETUP setup;
+    setup.garbage = garbage.Region();
+    setup.holdOut = holdOut.Region();
+    setup.backdrop = backdrop.Region();
+    std::vector<uint8_t> vec;
+    ASSERT_EQ(S_OK, ResultOf(scene, setup, &vec));
+    EXPECT_EQ(At(vec, 185, 100)[3], 0);
+    EXPECT_EQ(At(vec, 10, 100)[3], 255);
+    EXPECT_EQ(At(vec, 10, 100)[1], 160);
+    EXPECT_EQ(At(vec, 24, 24)[3], 0);
+    EXPECT_EQ(At(vec, 100, 100)[3], 255);
+}
+TEST(UnmixOptions, ShadowsAreDroppedOrKept)
+{
+    SCENE scene(c_nWidth, c_nHeight, [](int x, int y) {
+        const float fltX = static_cast<float>(x) - 50, fltY = static_cast<float>(y) - 80;
+        const float fltShade = 1 - .4f * std::exp(-(fltX * fltX + fltY * fltY) / 500);
+        if (y > 30 && x > 120 && x < 170)
+            return c_colCoat;
+        return SCENE_PIXEL{c_colGreen.b * fltShade, c_colGreen.g * fltShade, c_colGreen.r * fltShade};
+    });
+    std::vector<uint8_t> vec;
+    UNMIX_SETUP setup;
+    ResultOf(scene, setup, &vec);
+    EXPECT_EQ(At(vec, 50, 80)[3], 0);
+    setup.params.fltShadows = 100;
+    ResultOf(scene, setup, &vec);
+    EXPECT_NEAR(At(vec, 50, 80)[3], 255 * .32, 30);
+    EXPECT_EQ(At(vec, 50, 80)[1], 0);
+    EXPECT_LT(At(vec, 190, 20)[3], 12);
+    EXPECT_EQ(At(vec, 140, 80)[3], 255);
+}
+TEST(UnmixOptions, ViewsShowWhatTheySay)
+{
+    SCENE scene = BodyScene(c_nWidth, c_nHeight);
+    const int nBody[2] = {100, 72}, nScreen[2] = {6, 6};
+    std::vector<uint8_t> vec;
+    UNMIX_SETUP setup;
+    const auto View = [&](int32_t _eView) {
+        setup.params.eView = _eView;
+        ResultOf(scene, setup, &vec);
+    };
+    View(eUV_Matte);
+    EXPECT_EQ(At(vec, nBody[0], nBody[1])[0], 255);
+    EXPECT_EQ(At(vec, nScreen[0], nScreen[1])[0], 0);
+    EXPECT_EQ(At(vec, nScreen[0], nScreen[1])[3], 255);
+    View(eUV_Status);
+    EXPECT_EQ(At(vec, nBody[0], nBody[1])[1], 200);
+    EXPECT_EQ(At(vec, nScreen[0], nScreen[1])[1], 0);
+    View(eUV_Plate);
+    EXPECT_NEAR(At(vec, nBody[0], nBody[1])[1], c_colGreen.g * .9f, 6);
+    View(eUV_Foreground);
+    EXPECT_NEAR(At(vec, nBody[0], nBody[1])[2], c_colCoat.r, 2);
+    View(eUV_Confidence);
+    EXPECT_EQ(At(vec, nBody[0], nBody[1])[0], 255);
+    View(eUV_Source);
+    EXPECT_EQ(vec, scene.vecBGRA);
+}
+TEST(UnmixOptions, AlphaOfTheInputIsMultipliedOrReplaced)
+{
+    SCENE scene = BodyScene(c_nWidth, c_nHeight);
+    for (size_t n = 3; n < scene.vecBGRA.size(); n += 4)
+        scene.vecBGRA[n] = 128;
+    std::vector<uint8_t> vec;
+    UNMIX_SETUP setup;
+    ResultOf(scene, setup, &vec);
+    EXPECT_EQ(At(vec, 100, 72)[3], 128);
+    setup.params.eAlpha = eUA_Replace;
+    ResultOf(scene, setup, &vec);
+    EXPECT_EQ(At(vec, 100, 72)[3], 255);
+}
+TEST(UnmixOptions, SpillGoesAndSkinStays)
+{
+    // Grey with a green tint on the left of the body, skin on the right.
+    SCENE scene(c_nWidth, c_nHeight, [](int x, int y) {
+        if (y > 30 && x > 40 && x < 160)
+            return x < 100 ? SCENE_PIXEL{100, 112, 100} : SCENE_PIXEL{120, 150, 210};
+        return c_colGreen;
+    });
+    std::vector<uint8_t> vec;
+    ResultOf(scene, {}, &vec);
+    EXPECT_LE(At(vec, 70, 80)[1], 102);
+    EXPECT_NEAR(At(vec, 130, 80)[1], 150, 1);
+    UNMIX_SETUP setup;
+    setup.params.fltSpill = 0;
+    ResultOf(scene, setup, &vec);
+    EXPECT_EQ(At(vec, 70, 80)[1], 112);
+}

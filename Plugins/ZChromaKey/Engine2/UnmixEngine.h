@@ -21,7 +21,7 @@ public:
         return false;
     }
     HRESULT Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings) override;
-    void Hold(std::initializer_list<IUnknown*>) override
+    void Hold(std::initializer_list<IUnknown*>) noexcept override
     {
     }
     HRESULT ProcessGPU(IZFFrame*, ENGINE_SETTINGS, const ENGINE_GPU_OPTIONS&, IZFFrame**) override

@@ -52,7 +52,7 @@ public:
         std::memcpy(&m_pScript->vecSettings.emplace_back(), _settings.data(), sizeof(UNMIX_SETTINGS));
         return S_OK;
     }
-    void Hold(std::initializer_list<IUnknown*>) override
+    void Hold(std::initializer_list<IUnknown*>) noexcept override
     {
     }
     HRESULT ProcessGPU(IZFFrame*, ENGINE_SETTINGS, const ENGINE_GPU_OPTIONS&, IZFFrame**) override

@@ -10,7 +10,7 @@ struct CELL
 };
 
 // Sums of 16 bytes fit 12 bits, so all four are added as one number. Edge pixels count again outside the picture.
-CELL CellOf(const PICTURE& _picture, int _nX, int _nY)
+CELL CellOf(const UNMIX_PICTURE& _picture, int _nX, int _nY)
 {
     int anMin[4] = {255, 255, 255, 255};
     int anMax[4] = {};
@@ -39,7 +39,7 @@ CELL CellOf(const PICTURE& _picture, int _nX, int _nY)
 }
 } // namespace
 
-void Cells_Pass(const PICTURE& _picture, CELLS& _cells, uint8_t* _pChanged, int _nFirst, int _nRows)
+void Cells_Pass(const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged, int _nFirst, int _nRows)
 {
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {

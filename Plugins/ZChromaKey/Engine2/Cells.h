@@ -5,7 +5,7 @@
 #include <cstddef>
 
 /// One picture as the passes see it: a progressive frame, or one field of an interlaced one.
-struct PICTURE
+struct UNMIX_PICTURE
 {
     const uint8_t* pRow0 = nullptr; ///< B, G, R, A
     ptrdiff_t nStride = 0;
@@ -28,4 +28,4 @@ struct PICTURE
 
 /// Step 1: sums, least and greatest values of 4x4 pixels for the cell rows _nFirst to _nFirst + _nRows - 1.
 /// _pChanged: a byte a cell row, 0 where all is as it was in the frame before.
-void Cells_Pass(const PICTURE& _picture, CELLS& _cells, uint8_t* _pChanged, int _nFirst, int _nRows);
+void Cells_Pass(const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged, int _nFirst, int _nRows);

@@ -28,14 +28,14 @@ float Sample_v210(const uint8_t* _pRow, int _n)
     return static_cast<float>(Word(_pRow + ptrdiff_t{4} * (_n / 3)) >> (10 * (_n % 3)) & 0x3ff) / 4;
 }
 
-float LumaAt(const SAMPLES& _samples, int _nX, int _nY)
+float LumaAt(const UNMIX_SAMPLES& _samples, int _nX, int _nY)
 {
     const int x = std::clamp(_nX, 0, _samples.nWidth - 1), y = std::clamp(_nY, 0, _samples.nHeight - 1);
     const uint8_t* const pRow = _samples.arrRow0[0] + y * _samples.anStride[0];
     float flt = 0;
-    if (_samples.eLayout == SAMPLES::ev210)
+    if (_samples.eLayout == UNMIX_SAMPLES::ev210)
         flt = Sample_v210(pRow, 2 * x + 1);
-    else if (_samples.eLayout == SAMPLES::ePacked)
+    else if (_samples.eLayout == UNMIX_SAMPLES::ePacked)
         flt = pRow[ptrdiff_t{2} * x + _samples.nLuma];
     else
         flt = pRow[x];
@@ -43,11 +43,11 @@ float LumaAt(const SAMPLES& _samples, int _nX, int _nY)
 }
 
 // Chroma sample i, j with the luma of the pixels that share it.
-LUV SampleAt(const SAMPLES& _samples, int _nI, int _nJ)
+LUV SampleAt(const UNMIX_SAMPLES& _samples, int _nI, int _nJ)
 {
     const int i = std::clamp(_nI, 0, _samples.nChromaWidth - 1), j = std::clamp(_nJ, 0, _samples.nChromaHeight - 1);
     float u = 128, v = 128;
-    if (_samples.eLayout == SAMPLES::ePlanar)
+    if (_samples.eLayout == UNMIX_SAMPLES::ePlanar)
     {
         u = _samples.arrRow0[1][j * _samples.anStride[1] + ptrdiff_t{i} * _samples.nChromaStep];
         v = _samples.arrRow0[2][j * _samples.anStride[2] + ptrdiff_t{i} * _samples.nChromaStep];
@@ -55,7 +55,7 @@ LUV SampleAt(const SAMPLES& _samples, int _nI, int _nJ)
     else
     {
         const uint8_t* const pRow = _samples.arrRow0[0] + j * _samples.anStride[0];
-        const bool bDeep = _samples.eLayout == SAMPLES::ev210;
+        const bool bDeep = _samples.eLayout == UNMIX_SAMPLES::ev210;
         u = bDeep ? Sample_v210(pRow, 4 * i) : pRow[ptrdiff_t{4} * i + _samples.nU];
         v = bDeep ? Sample_v210(pRow, 4 * i + 2) : pRow[ptrdiff_t{4} * i + _samples.nV];
     }
@@ -69,14 +69,14 @@ LUV SampleAt(const SAMPLES& _samples, int _nI, int _nJ)
     return luv;
 }
 
-VEC4 ToBGR(const SAMPLES& _samples, const LUV& _luv)
+VEC4 ToBGR(const UNMIX_SAMPLES& _samples, const LUV& _luv)
 {
     const float g =
         _luv.l - (_samples.fltKb * _luv.bu + _samples.fltKr * _luv.rv) / (1 - _samples.fltKb - _samples.fltKr);
     return {_luv.l + _luv.bu, g, _luv.l + _luv.rv, 255};
 }
 
-LUV FromBGR(const SAMPLES& _samples, const VEC4& _v)
+LUV FromBGR(const UNMIX_SAMPLES& _samples, const VEC4& _v)
 {
     const float l = _samples.fltKb * _v.b + (1 - _samples.fltKb - _samples.fltKr) * _v.g + _samples.fltKr * _v.r;
     return {l, _v.b - l, _v.r - l};
@@ -89,7 +89,7 @@ void PutDeep(uint16_t* _pOut, const VEC4& _v)
         _pOut[c] = static_cast<uint16_t>(Rounded(std::min(std::max(arr[c], 0.0f), 255.0f) * 64));
 }
 
-VEC4 Pixel_r210(const SAMPLES& _samples, int _nX, int _nY)
+VEC4 Pixel_r210(const UNMIX_SAMPLES& _samples, int _nX, int _nY)
 {
     const uint8_t* const p = _samples.arrRow0[0] + _nY * _samples.anStride[0] + ptrdiff_t{4} * _nX;
     const uint32_t n = uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | p[3];
@@ -98,7 +98,7 @@ VEC4 Pixel_r210(const SAMPLES& _samples, int _nX, int _nY)
 }
 
 // The plate where a chroma sample lies.
-VEC4 PlateAt(const UNMIX_STATE& _state, const SAMPLES& _samples, int _nI, int _nJ)
+VEC4 PlateAt(const UNMIX_STATE& _state, const UNMIX_SAMPLES& _samples, int _nI, int _nJ)
 {
     const float fltX = (static_cast<float>(_nI) + .5f) * 2;
     const float fltY = (static_cast<float>(_nJ) + .5f) * static_cast<float>(_samples.nChromaDiv);
@@ -164,7 +164,7 @@ void FitFactors(PATCH& _patch)
 }
 
 // First row of the samples that arrSamples[1] holds, counted from the cell's first.
-PATCH MakePatch(const UNMIX_STATE& _state, const SAMPLES& _samples, int _nX, int _nY)
+PATCH MakePatch(const UNMIX_STATE& _state, const UNMIX_SAMPLES& _samples, int _nX, int _nY)
 {
     PATCH patch;
     const CELL_BACKDROP back = Plate_Backdrop(_state, _nX, _nY);
@@ -217,9 +217,9 @@ bool NearMixed(const CBitRows& _bits, int _nX, int _nY)
 }
 } // namespace
 
-SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, eZYMatrix _eMatrix)
+UNMIX_SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, eZYMatrix _eMatrix)
 {
-    SAMPLES samples;
+    UNMIX_SAMPLES samples;
     samples.nWidth = _vidProps.nWidth;
     samples.nHeight = std::abs(_vidProps.nHeight);
     samples.fltKb = _eMatrix == eZYM_709 ? .0722f : .114f;
@@ -232,13 +232,13 @@ SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr,
     samples.nChromaWidth = (samples.nWidth + 1) / 2;
     samples.nChromaHeight = samples.nHeight;
     const auto Packed = [&](int _nLuma, int _nU, int _nV) {
-        samples.eLayout = SAMPLES::ePacked;
+        samples.eLayout = UNMIX_SAMPLES::ePacked;
         samples.nLuma = _nLuma;
         samples.nU = _nU;
         samples.nV = _nV;
     };
     const auto Planar = [&](int _nChromaDiv, bool _bVFirst) {
-        samples.eLayout = SAMPLES::ePlanar;
+        samples.eLayout = UNMIX_SAMPLES::ePlanar;
         samples.nChromaDiv = _nChromaDiv;
         samples.nChromaWidth = std::min(_vidPtr.szVideoPlanes[1].cx, samples.nChromaWidth);
         samples.nChromaHeight =
@@ -252,10 +252,10 @@ SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr,
     switch (_vidProps.fccType)
     {
     case eZFCC_r210:
-        samples.eLayout = SAMPLES::er210;
+        samples.eLayout = UNMIX_SAMPLES::er210;
         break;
     case eZFCC_v210:
-        samples.eLayout = SAMPLES::ev210;
+        samples.eLayout = UNMIX_SAMPLES::ev210;
         break;
     case eZFCC_YUY2:
         Packed(0, 1, 3);
@@ -288,13 +288,13 @@ SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr,
         break;
     }
     if (samples.nChromaWidth < 1 || samples.nChromaHeight < 1)
-        samples.eLayout = SAMPLES::eNone;
+        samples.eLayout = UNMIX_SAMPLES::eNone;
     return samples;
 }
 
-SAMPLES Chroma_Field(const SAMPLES& _samples, int _nField, int _nFields)
+UNMIX_SAMPLES Chroma_Field(const UNMIX_SAMPLES& _samples, int _nField, int _nFields)
 {
-    SAMPLES samples = _samples;
+    UNMIX_SAMPLES samples = _samples;
     for (int n = 0; n < 3; ++n)
     {
         if (samples.arrRow0[n])
@@ -304,14 +304,14 @@ SAMPLES Chroma_Field(const SAMPLES& _samples, int _nField, int _nFields)
     samples.nHeight = (_samples.nHeight + _nFields - 1 - _nField) / _nFields;
     samples.nChromaHeight = (_samples.nChromaHeight + _nFields - 1 - _nField) / _nFields;
     if (samples.nChromaHeight < 1) // a picture too small for chroma of both fields
-        samples.eLayout = SAMPLES::eNone;
+        samples.eLayout = UNMIX_SAMPLES::eNone;
     return samples;
 }
 
-void Chroma_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, const SAMPLES& _samples, uint16_t* _pDeep0,
+void Chroma_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_SAMPLES& _samples, uint16_t* _pDeep0,
                  ptrdiff_t _nDeepStride, int _nFirst, int _nRows)
 {
-    const bool bDirect = _samples.eLayout == SAMPLES::er210;
+    const bool bDirect = _samples.eLayout == UNMIX_SAMPLES::er210;
     for (int nY = _nFirst; nY < _nFirst + _nRows; ++nY)
         for (int nX = 0; nX < _field.cells.nWidth; ++nX)
         {

@@ -15,7 +15,7 @@
 /// middle of the pixels that share it.
 
 /// The planes of a picture, or of one field of it.
-struct SAMPLES
+struct UNMIX_SAMPLES
 {
     enum eKind : int32_t
     {
@@ -46,11 +46,11 @@ struct SAMPLES
     }
 };
 
-SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, eZYMatrix _eMatrix);
+UNMIX_SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, eZYMatrix _eMatrix);
 /// The rows of one of _nFields fields.
-SAMPLES Chroma_Field(const SAMPLES& _samples, int _nField, int _nFields);
+UNMIX_SAMPLES Chroma_Field(const UNMIX_SAMPLES& _samples, int _nField, int _nFields);
 
 /// Rows of cells: writes what Pixels_Pass needs to _pDeep0: mixed cells and their neighbours, and of deep pictures
 /// the solid ones.
-void Chroma_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, const SAMPLES& _samples, uint16_t* _pDeep0,
+void Chroma_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_SAMPLES& _samples, uint16_t* _pDeep0,
                  ptrdiff_t _nDeepStride, int _nFirst, int _nRows);

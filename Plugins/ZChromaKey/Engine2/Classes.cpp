@@ -19,7 +19,7 @@ struct BOUNDS
     float fltMost;
 };
 
-BOUNDS BoundsOf(const CELL_BACKDROP& _back, const CELLS& _cells, size_t _nAt)
+BOUNDS BoundsOf(const CELL_BACKDROP& _back, const UNMIX_CELLS& _cells, size_t _nAt)
 {
     const KEY_FORMS& key = *_back.pKey;
     const VEC4 mean = _cells.Mean(_nAt);
@@ -132,7 +132,7 @@ void Classes_Finish(UNMIX_STATE& _state, FIELD_STATE& _field)
 
 void Foreground_Pass(FIELD_STATE& _field, int _nFirst, int _nRows)
 {
-    PYRAMID::LEVEL& level = _field.fore.arrLevels[0];
+    UNMIX_PYRAMID::LEVEL& level = _field.fore.arrLevels[0];
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
         VEC4* const pRow = level.vec.data() + static_cast<ptrdiff_t>(y) * level.nWidth;

@@ -32,7 +32,7 @@ void CBitRows::Erode(int _nTimes, std::vector<uint64_t>& _vecScratch)
         Row(y)[nLast] &= Valid(nLast);
 }
 
-void PYRAMID::Resize(int _nWidth, int _nHeight)
+void UNMIX_PYRAMID::Resize(int _nWidth, int _nHeight)
 {
     for (LEVEL& level : arrLevels)
     {
@@ -44,7 +44,7 @@ void PYRAMID::Resize(int _nWidth, int _nHeight)
     }
 }
 
-void PYRAMID::Reduce(const LEVEL& _fine, LEVEL& _coarse)
+void UNMIX_PYRAMID::Reduce(const LEVEL& _fine, LEVEL& _coarse)
 {
     for (int y = 0; y < _coarse.nHeight; ++y)
     {
@@ -60,7 +60,7 @@ void PYRAMID::Reduce(const LEVEL& _fine, LEVEL& _coarse)
     }
 }
 
-void PYRAMID::Complete(LEVEL& _fine, const LEVEL& _coarse, float _fltDecay)
+void UNMIX_PYRAMID::Complete(LEVEL& _fine, const LEVEL& _coarse, float _fltDecay)
 {
     for (int y = 0; y < _fine.nHeight; ++y)
     {
@@ -83,7 +83,7 @@ void PYRAMID::Complete(LEVEL& _fine, const LEVEL& _coarse, float _fltDecay)
     }
 }
 
-void PYRAMID::PushPull(int _nLevels, float _fltDecay)
+void UNMIX_PYRAMID::PushPull(int _nLevels, float _fltDecay)
 {
     int nTop = 0;
     while (nTop < std::min(_nLevels, c_nMaxLevels - 1) && (arrLevels[nTop].nWidth > 1 || arrLevels[nTop].nHeight > 1))

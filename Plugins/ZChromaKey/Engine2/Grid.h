@@ -140,7 +140,7 @@ inline BETWEEN Grid_Between(int _nFine, int _nCoarseCells)
 }
 
 /// A grid of VEC4 and its coarser levels, each half the size.
-struct PYRAMID
+struct UNMIX_PYRAMID
 {
     static constexpr int c_nMaxLevels = 13;
     struct LEVEL

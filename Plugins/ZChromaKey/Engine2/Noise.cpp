@@ -50,7 +50,7 @@ float WedgeOf(const OPEN& _open, bool _bGreen)
 }
 } // namespace
 
-void Noise_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, const PICTURE& _picture, int _nFirst, int _nRows)
+void Noise_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_PICTURE& _picture, int _nFirst, int _nRows)
 {
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {

@@ -81,9 +81,9 @@ int Round(float _flt)
 }
 } // namespace
 
-LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params)
+UNMIX_LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params)
 {
-    LIMITER limiter;
+    UNMIX_LIMITER limiter;
     const float fltBalance = _params.fltSpillBalance / 100;
     // A green tint is spill, a blue or yellow one may be denim or skin: there the limit follows the wedge.
     limiter.fltLimit = _key.bGreen ? fltBalance : _key.fltWedge - (1 - fltBalance) / _key.fltWedge;
@@ -103,7 +103,7 @@ LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params)
     return limiter;
 }
 
-VEC4 Pixels_Limit(const LIMITER& _limiter, const KEY_FORMS& _key, const VEC4& _colour)
+VEC4 Pixels_Limit(const UNMIX_LIMITER& _limiter, const KEY_FORMS& _key, const VEC4& _colour)
 {
     const float fltX = _key.X(_colour.b, _colour.g, _colour.r);
     const float fltZ = std::abs(_key.Z(_colour.b, _colour.g, _colour.r));

@@ -31,8 +31,8 @@ struct PASS
 {
     UNMIX_STATE& state;
     FIELD_STATE& field;
-    const PICTURE& picture;
-    const RESULT& result;
+    const UNMIX_PICTURE& picture;
+    const UNMIX_RESULT& result;
     PIXEL_RULES arrRules[c_nUnmixMaxKeys];
     bool bRepeat;
     bool bFilter;
@@ -41,7 +41,7 @@ struct PASS
     int nTimeNear; // and values of the frame before
 };
 
-VEC4 ColourAt(const PICTURE& _picture, int _nX, int _nY)
+VEC4 ColourAt(const UNMIX_PICTURE& _picture, int _nX, int _nY)
 {
     if (_picture.pDeep0)
     {
@@ -53,7 +53,7 @@ VEC4 ColourAt(const PICTURE& _picture, int _nX, int _nY)
 }
 
 // A form of a pixel in 32nds of a level.
-int FormAt(const PICTURE& _picture, const int32_t* _pForm, int _nX, int _nY)
+int FormAt(const UNMIX_PICTURE& _picture, const int32_t* _pForm, int _nX, int _nY)
 {
     if (_picture.pDeep0)
     {
@@ -67,7 +67,7 @@ int FormAt(const PICTURE& _picture, const int32_t* _pForm, int _nX, int _nY)
 // D = X - wedge |Z - rho X| in 32nds of a level; integers, so that every kernel agrees.
 int DifferenceAt(const PASS& _pass, const KEY_FORMS& _key, int _nX, int _nY)
 {
-    const CELLS& cells = _pass.field.cells;
+    const UNMIX_CELLS& cells = _pass.field.cells;
     const int nX = FormAt(_pass.picture, _key.anX, _nX, _nY);
     const int nZ = FormAt(_pass.picture, _key.anZ, _nX, _nY);
     const int nRho = cells.vecRho[cells.At(_nX / c_nCell, _nY / c_nCell)];
@@ -187,7 +187,7 @@ float ProtectionOf(const UNMIX_SETUP& _setup, const VEC4& _colour)
 void MixedCell(PASS& _pass, int _nX, int _nY)
 {
     const UNMIX_STATE& state = _pass.state;
-    const PICTURE& picture = _pass.picture;
+    const UNMIX_PICTURE& picture = _pass.picture;
     const CELL_BACKDROP here = Plate_Backdrop(state, _nX, _nY);
     const PIXEL_RULES& rules = _pass.arrRules[here.pKey - state.arrKeys];
     const int x0 = _nX * c_nCell, y0 = _nY * c_nCell;
@@ -197,7 +197,7 @@ void MixedCell(PASS& _pass, int _nX, int _nY)
             anDifference[y][x] = DifferenceAt(_pass, *here.pKey, std::clamp(x0 + x - 1, 0, picture.nWidth - 1),
                                               std::clamp(y0 + y - 1, 0, picture.nHeight - 1));
     const BLOCK_FIELD back = FieldOf(state.vecPlate.data(), state.nPlateWidth, state.nPlateHeight, _nX, _nY);
-    const PYRAMID::LEVEL& level = _pass.field.fore.arrLevels[0];
+    const UNMIX_PYRAMID::LEVEL& level = _pass.field.fore.arrLevels[0];
     const BLOCK_FIELD fore = FieldOf(level.vec.data(), level.nWidth, level.nHeight, _nX, _nY);
     const CORE_FIELD core = CoreOf(_pass.field.bitsInner, _nX, _nY);
     for (int y = 0; y < std::min(c_nCell, picture.nHeight - y0); ++y)
@@ -226,7 +226,7 @@ void MixedCell(PASS& _pass, int _nX, int _nY)
 }
 
 // The limiter on bytes, in integers: X and Z in 64ths, the excess in 32nds.
-void SolidBytes(const LIMITER& _limiter, const KEY_FORMS& _key, const uint8_t* _pIn, uint8_t* _pOut)
+void SolidBytes(const UNMIX_LIMITER& _limiter, const KEY_FORMS& _key, const uint8_t* _pIn, uint8_t* _pOut)
 {
     const int nX = _key.anX[0] * _pIn[0] + _key.anX[1] * _pIn[1] + _key.anX[2] * _pIn[2];
     const int nZ = std::abs(_key.anZ[0] * _pIn[0] + _key.anZ[1] * _pIn[1] + _key.anZ[2] * _pIn[2]);
@@ -238,7 +238,7 @@ void SolidBytes(const LIMITER& _limiter, const KEY_FORMS& _key, const uint8_t* _
 
 void SolidCell(const PASS& _pass, int _nX, int _nY)
 {
-    const PICTURE& picture = _pass.picture;
+    const UNMIX_PICTURE& picture = _pass.picture;
     const size_t nPlate = static_cast<size_t>(_nY >> 1) * _pass.state.nPlateWidth + (_nX >> 1);
     const PIXEL_RULES& rules = _pass.arrRules[_pass.state.vecOwner[nPlate]];
     const int x1 = std::min((_nX + 1) * c_nCell, picture.nWidth);
@@ -251,7 +251,7 @@ void SolidCell(const PASS& _pass, int _nX, int _nY)
                            _pass.result.Bytes(y) + ptrdiff_t{4} * x);
                 continue;
             }
-            PICTURE bytes = picture;
+            UNMIX_PICTURE bytes = picture;
             bytes.pDeep0 = picture.bDeepSolid ? picture.pDeep0 : nullptr;
             VEC4 colour = Pixels_Limit(rules.limiter, *rules.pKey, ColourAt(bytes, x, y));
             colour.w = 255;
@@ -269,7 +269,7 @@ void BackdropCell(const PASS& _pass, int _nX, int _nY)
 }
 } // namespace
 
-void RESULT::Put(int _nX, int _nY, const VEC4& _value) const
+void UNMIX_RESULT::Put(int _nX, int _nY, const VEC4& _value) const
 {
     const float arr[4] = {_value.b, _value.g, _value.r, _value.w};
     for (int c = 0; c < 4; ++c)
@@ -282,7 +282,7 @@ void RESULT::Put(int _nX, int _nY, const VEC4& _value) const
     }
 }
 
-VEC4 RESULT::Get(int _nX, int _nY) const
+VEC4 UNMIX_RESULT::Get(int _nX, int _nY) const
 {
     if (bWords)
     {
@@ -295,12 +295,12 @@ VEC4 RESULT::Get(int _nX, int _nY) const
     return {static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]), static_cast<float>(p[3])};
 }
 
-void Pixels_ForgetPast(FIELD_STATE& _field, const PICTURE& _picture)
+void Pixels_ForgetPast(FIELD_STATE& _field, const UNMIX_PICTURE& _picture)
 {
     _field.vecPast.assign(static_cast<size_t>(_picture.nWidth) * _picture.nHeight, c_nUnknown);
 }
 
-void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const PICTURE& _picture, const RESULT& _result,
+void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                  bool _bRepeat, int _nFirst, int _nRows)
 {
     PASS pass{_state, _field, _picture, _result, {}, _bRepeat, false, false, 0, 0};

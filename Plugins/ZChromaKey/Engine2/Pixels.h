@@ -5,7 +5,7 @@
 /// Steps 9 to 12: alpha by projection, colours unmixed, spill taken out.
 
 /// Where the result goes: straight alpha, rows of bytes B, G, R, A or of 16-bit words B, G, R, A.
-struct RESULT
+struct UNMIX_RESULT
 {
     void* pRow0 = nullptr;
     ptrdiff_t nStride = 0; ///< bytes; negative: upwards
@@ -26,21 +26,21 @@ struct RESULT
 
 /// The limiter: takes out of a colour what its X has above fltLimit |Z|, along the backdrop's own chroma, so that skin
 /// stays skin.
-struct LIMITER
+struct UNMIX_LIMITER
 {
     float fltLimit = 0;
     float arrTake[3] = {}; ///< per level of excess
     int nLimit = 0;        ///< the same in 256ths and 1024ths, for bytes
     int anTake[3] = {};
 };
-LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params);
-VEC4 Pixels_Limit(const LIMITER& _limiter, const KEY_FORMS& _key, const VEC4& _colour);
+UNMIX_LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params);
+VEC4 Pixels_Limit(const UNMIX_LIMITER& _limiter, const KEY_FORMS& _key, const VEC4& _colour);
 
 /// What the single-pixel formulas take that is the same for a whole picture and key.
 struct PIXEL_RULES
 {
     const KEY_FORMS* pKey = nullptr;
-    LIMITER limiter;
+    UNMIX_LIMITER limiter;
     float fltLow = .02f; ///< least clips
     float fltHigh = .97f;
     float fltClip = 0; ///< noise, in levels, that the clips take in
@@ -74,8 +74,8 @@ float Pixel_Alpha(const PIXEL_RULES& _rules, const PIXEL_PLACE& _place, const VE
 VEC4 Pixel_Colour(const PIXEL_RULES& _rules, const PIXEL_PLACE& _place, const VEC4& _colour, float _fltAlpha);
 
 /// Makes room for the differences of the frame before, none of which is known.
-void Pixels_ForgetPast(FIELD_STATE& _field, const PICTURE& _picture);
+void Pixels_ForgetPast(FIELD_STATE& _field, const UNMIX_PICTURE& _picture);
 
 /// Rows of cells: writes the result of every pixel. _bRepeat: the picture of before again.
-void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const PICTURE& _picture, const RESULT& _result,
+void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                  bool _bRepeat, int _nFirst, int _nRows);

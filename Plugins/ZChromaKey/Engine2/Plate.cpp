@@ -6,7 +6,7 @@ namespace
 {
 constexpr int c_nLampBlock = 4; // plate cells along a block
 constexpr float c_fltMostSeen = 8;
-constexpr int c_nAllLevels = PYRAMID::c_nMaxLevels - 1;
+constexpr int c_nAllLevels = UNMIX_PYRAMID::c_nMaxLevels - 1;
 
 size_t AtRow(const UNMIX_STATE& _state, int _nRow)
 {
@@ -28,7 +28,7 @@ BETWEEN BlockBetween(int _nCell, int _nBlocks)
 }
 } // namespace
 
-void Plate_Mean(const CELLS& _cells, const CBitRows& _bits, int _nRow, int _nPlateWidth, VEC4* _pOut)
+void Plate_Mean(const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow, int _nPlateWidth, VEC4* _pOut)
 {
     static constexpr float c_arrShare[5] = {0, 1 / 16.0f, 1 / 32.0f, 1 / 48.0f, 1 / 64.0f};
     for (int x = 0; x < _nPlateWidth; ++x)
@@ -93,7 +93,7 @@ PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state)
 
 void Plate_FindLamps(UNMIX_STATE& _state, const PLATE_CHANGE& _change)
 {
-    PYRAMID::LEVEL& blocks = _state.lamps.arrLevels[0];
+    UNMIX_PYRAMID::LEVEL& blocks = _state.lamps.arrLevels[0];
     std::fill(blocks.vec.begin(), blocks.vec.end(), VEC4{});
     for (int y = 0; y < _state.nPlateHeight; ++y)
         for (int x = 0; x < _state.nPlateWidth; ++x)
@@ -119,7 +119,7 @@ void Plate_FindLamps(UNMIX_STATE& _state, const PLATE_CHANGE& _change)
 
 namespace
 {
-VEC4 LampsAt(const PYRAMID::LEVEL& _blocks, int _nX, int _nY)
+VEC4 LampsAt(const UNMIX_PYRAMID::LEVEL& _blocks, int _nX, int _nY)
 {
     const BETWEEN cols = BlockBetween(_nX, _blocks.nWidth);
     const BETWEEN rows = BlockBetween(_nY, _blocks.nHeight);
@@ -162,7 +162,7 @@ void Plate_LearnPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, bool _bLa
 namespace
 {
 // Whether a cell's least values look like the backdrop there and its greatest do not: backdrop seen between threads.
-bool IsBetweenThreads(const KEY_FORMS& _key, const CELLS& _cells, size_t _nAt, const VEC4& _plate)
+bool IsBetweenThreads(const KEY_FORMS& _key, const UNMIX_CELLS& _cells, size_t _nAt, const VEC4& _plate)
 {
     const VEC4 least{static_cast<float>(_cells.Min(_nAt, 0)), static_cast<float>(_cells.Min(_nAt, 1)),
                      static_cast<float>(_cells.Min(_nAt, 2)), 0};
@@ -182,7 +182,7 @@ bool IsBetweenThreads(const KEY_FORMS& _key, const CELLS& _cells, size_t _nAt, c
 VEC4 BetweenThreads(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nX, int _nY)
 {
     const size_t nAt = AtRow(_state, _nY) + _nX;
-    const CELLS& cells = _field.cells;
+    const UNMIX_CELLS& cells = _field.cells;
     VEC4 sum;
     for (int y = 2 * _nY; y < std::min(2 * _nY + 2, cells.nHeight); ++y)
         for (int x = 2 * _nX; x < std::min(2 * _nX + 2, cells.nWidth); ++x)

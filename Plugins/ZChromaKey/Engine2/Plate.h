@@ -8,7 +8,7 @@
 /// was seen there, corrected by what the lamps have done since; one that was never seen is filled in from around.
 
 /// Means of the cells that a mask names, per plate cell of one row; w is how many of the four there were.
-void Plate_Mean(const CELLS& _cells, const CBitRows& _bits, int _nRow, int _nPlateWidth, VEC4* _pOut);
+void Plate_Mean(const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow, int _nPlateWidth, VEC4* _pOut);
 
 /// Rows of the plate: what is seen in the present picture (vecSeen) and how it compares to the plate (vecSums).
 void Plate_SeenPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows);

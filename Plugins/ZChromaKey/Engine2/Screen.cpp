@@ -138,14 +138,14 @@ struct HUE_AREA
 
 constexpr int c_nHueBins = 72;
 
-float KeyWeight(const CELLS& _cells, size_t _nAt, const HUE& _hue)
+float KeyWeight(const UNMIX_CELLS& _cells, size_t _nAt, const HUE& _hue)
 {
     const float fltSkin = _hue.fltHue < 45 || _hue.fltHue > 330 ? .2f : 1.0f;
     return fltSkin * _hue.fltSaturation * _hue.fltSaturation * std::min(_hue.fltValue, 120.0f) /
            (8 + .25f * static_cast<float>(_cells.Spread4(_nAt)));
 }
 
-int BestHue(const CELLS& _cells)
+int BestHue(const UNMIX_CELLS& _cells)
 {
     float arrBins[c_nHueBins] = {};
     for (size_t n = 0; n < _cells.vecSum.size(); ++n)
@@ -171,7 +171,7 @@ int BestHue(const CELLS& _cells)
 }
 
 // The frame's top edge, and its sides down to two thirds: bodies come in from below.
-bool IsUpperBorder(const CELLS& _cells, int _nX, int _nY)
+bool IsUpperBorder(const UNMIX_CELLS& _cells, int _nX, int _nY)
 {
     return _nY < 2 || ((_nX < 2 || _nX >= _cells.nWidth - 2) && _nY * 3 < _cells.nHeight * 2);
 }
@@ -213,7 +213,7 @@ KEY_FORMS Screen_Forms(const UNMIX_KEY& _key)
     return forms;
 }
 
-bool Screen_FindKey(const CELLS& _cells, UNMIX_KEY* _pKey)
+bool Screen_FindKey(const UNMIX_CELLS& _cells, UNMIX_KEY* _pKey)
 {
     const float fltHue = static_cast<float>(BestHue(_cells)) * 5 + 2.5f;
     HUE_AREA area;
@@ -249,7 +249,7 @@ bool Screen_FindKey(const CELLS& _cells, UNMIX_KEY* _pKey)
 
 void Screen_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, int _nFirst, int _nRows)
 {
-    CELLS& cells = _field.cells;
+    UNMIX_CELLS& cells = _field.cells;
     RANGE arrRanges[c_nUnmixMaxKeys];
     for (int k = 0; k < _state.nKeys; ++k)
         arrRanges[k] = RangeOf(_state.arrKeys[k], _state.setup.params.fltBackdrop / 100);
@@ -280,7 +280,7 @@ void Screen_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, int _nFi
 
 namespace
 {
-int StepAt(const CELLS& _cells, int _nX, int _nY)
+int StepAt(const UNMIX_CELLS& _cells, int _nX, int _nY)
 {
     const auto X = [&](int _x, int _y) {
         return static_cast<int>(

@@ -10,7 +10,7 @@ KEY_FORMS Screen_Forms(const UNMIX_KEY& _key);
 /// Finds the backdrop of a picture whose cells are known: the hue with the largest flat, saturated area; hues of skin
 /// count a fifth. False, with nothing changed: no such area is large enough and reaches along the picture's upper
 /// border, so nothing in the picture behaves like a backdrop.
-bool Screen_FindKey(const CELLS& _cells, UNMIX_KEY* _pKey);
+bool Screen_FindKey(const UNMIX_CELLS& _cells, UNMIX_KEY* _pKey);
 
 /// Marks the cells within the range of a key (bitsWide), the protected ones, and keeps X of the nearest key. With hue,
 /// saturation and value of the key's colour as centre, a cell is in range where

@@ -40,7 +40,7 @@ struct KEY_FORMS
 };
 
 /// Cells of 4x4 pixels; the last column and row are repeated where the size is no multiple of four.
-struct CELLS
+struct UNMIX_CELLS
 {
     int nWidth = 0;
     int nHeight = 0;
@@ -50,7 +50,7 @@ struct CELLS
     std::vector<int16_t> vecX;   ///< X of the nearest key's form in 128ths, at most 32767
     std::vector<int16_t> vecRho; ///< rho of the backdrop there, in 32768ths
 
-    bool operator==(const CELLS&) const = default;
+    bool operator==(const UNMIX_CELLS&) const = default;
     size_t At(int _nX, int _nY) const
     {
         return static_cast<size_t>(_nY) * nWidth + _nX;
@@ -81,7 +81,7 @@ struct FIELD_STATE
 {
     int nRows = 0;       ///< pixel rows
     bool bKnown = false; ///< the cells are those of a picture that was keyed
-    CELLS cells;
+    UNMIX_CELLS cells;
     CBitRows bitsWide;   ///< within the range of a key
     CBitRows bitsSure;   ///< certainly backdrop
     CBitRows bitsSolid0; ///< the difference says solid; feeds the foreground plate
@@ -91,7 +91,7 @@ struct FIELD_STATE
     CBitRows bitsSolid;
     CBitRows bitsMixed;
     CBitRows bitsProtected;
-    PYRAMID fore;                 ///< level 0: the foreground plate, colours times confidence, and the confidence
+    UNMIX_PYRAMID fore;           ///< level 0: the foreground plate, colours times confidence, and the confidence
     std::vector<int16_t> vecPast; ///< the difference over that of the backdrop, in 8192ths, of the frame before
 
     bool operator==(const FIELD_STATE& _other) const;
@@ -131,8 +131,8 @@ struct UNMIX_STATE
     // Between the passes of one picture; never read by the next.
     std::vector<VEC4> vecSeen; ///< means of sure cells on the plate grid; w: how many of four
     std::vector<ROW_SUMS> vecSums;
-    PYRAMID fill;
-    PYRAMID lamps;
+    UNMIX_PYRAMID fill;
+    UNMIX_PYRAMID lamps;
     CBitRows bitsScratch;
     CBitRows bitsPlate; ///< plate cells that were never seen and have no seen one near
     std::vector<uint64_t> vecScratch;

@@ -23,9 +23,9 @@ struct RUN
     IRowRunner& runner;
     FIELD_STATE& field;
     int nField;
-    PICTURE picture;
-    SAMPLES samples;
-    RESULT result;
+    UNMIX_PICTURE picture;
+    UNMIX_SAMPLES samples;
+    UNMIX_RESULT result;
 
     template <class T> void Rows(int _nRows, const T& _body) const
     {
@@ -154,7 +154,7 @@ void Classify(const RUN& _run)
 // Pixels that the planes know better than the 8-bit reader.
 void Refine(const RUN& _run)
 {
-    if (_run.samples.eLayout == SAMPLES::eNone)
+    if (_run.samples.eLayout == UNMIX_SAMPLES::eNone)
         return;
     const ptrdiff_t nStride = ptrdiff_t{4} * _run.state.nWidth;
     uint16_t* const pRow0 = _run.state.vecDeep.data() + _run.nField * nStride;
@@ -222,12 +222,12 @@ HRESULT KeyPicture(const RUN& _run, bool _bSameSetup)
 }
 
 // The rows of one field of a picture.
-PICTURE FieldOf(UNMIX_STATE& _state, const PICTURE& _picture, const SAMPLES& _samples, int _nField)
+UNMIX_PICTURE FieldOf(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_SAMPLES& _samples, int _nField)
 {
-    PICTURE field = _picture;
+    UNMIX_PICTURE field = _picture;
     field.pRow0 += _nField * _picture.nStride;
     field.nStride *= _state.nFields;
-    if (Chroma_Field(_samples, _nField, _state.nFields).eLayout != SAMPLES::eNone)
+    if (Chroma_Field(_samples, _nField, _state.nFields).eLayout != UNMIX_SAMPLES::eNone)
     {
         const ptrdiff_t nDeepStride = ptrdiff_t{4} * _picture.nWidth;
         _state.vecDeep.resize(static_cast<size_t>(nDeepStride) * _picture.nHeight);
@@ -239,15 +239,16 @@ PICTURE FieldOf(UNMIX_STATE& _state, const PICTURE& _picture, const SAMPLES& _sa
     return field;
 }
 
-RESULT FieldOf(const UNMIX_STATE& _state, const RESULT& _result, int _nField)
+UNMIX_RESULT FieldOf(const UNMIX_STATE& _state, const UNMIX_RESULT& _result, int _nField)
 {
     return {static_cast<uint8_t*>(_result.pRow0) + _nField * _result.nStride, _result.nStride * _state.nFields,
             _result.bWords};
 }
 
-PICTURE ReadPicture(UNMIX_STATE& _state, const CImgRowReader& _reader, const UNMIX_INPUT& _input, IRowRunner& _runner)
+UNMIX_PICTURE ReadPicture(UNMIX_STATE& _state, const CImgRowReader& _reader, const UNMIX_INPUT& _input,
+                          IRowRunner& _runner)
 {
-    PICTURE picture;
+    UNMIX_PICTURE picture;
     picture.nWidth = _reader.Width();
     picture.nHeight = _reader.Height();
     picture.bAlpha = _input.vidProps.fccType == eZFCC_ARGB32;
@@ -269,8 +270,8 @@ PICTURE ReadPicture(UNMIX_STATE& _state, const CImgRowReader& _reader, const UNM
 }
 } // namespace
 
-HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input, const RESULT& _result,
-                    IRowRunner& _runner)
+HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input,
+                    const UNMIX_RESULT& _result, IRowRunner& _runner)
 {
     CImgRowReader reader;
     const HRESULT hr = reader.Init(_input.vidProps, _input.vidPtr);
@@ -286,8 +287,8 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
         SetKeys(_state, _setup.arrKeys, _setup.nKeys);
     }
     _state.setup = _setup;
-    const PICTURE picture = ReadPicture(_state, reader, _input, _runner);
-    const SAMPLES samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
+    const UNMIX_PICTURE picture = ReadPicture(_state, reader, _input, _runner);
+    const UNMIX_SAMPLES samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
     HRESULT hrKeyed = S_OK;
     for (int n = 0; n < nFields; ++n)
     {

@@ -36,8 +36,8 @@ struct UNMIX_STATS
 /// nothing and, with the same setup, gives the same result. S_FALSE: no key is named and nothing in the picture
 /// qualifies as backdrop; the picture comes out as it is, opaque. E_NOTIMPL, E_INVALIDARG: as CImgRowReader::Init;
 /// nothing is written. Allocates for the first pictures of a size only.
-HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input, const RESULT& _result,
-                    IRowRunner& _runner);
+HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input,
+                    const UNMIX_RESULT& _result, IRowRunner& _runner);
 
 /// Forgets the plate and what was measured; keys that are named stay.
 void Unmix_Restart(UNMIX_STATE& _state);

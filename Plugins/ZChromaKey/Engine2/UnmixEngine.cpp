@@ -88,7 +88,7 @@ std::vector<uint8_t> Stretched(const IMG_MASK& _mask, int32_t _nWidth, int32_t _
 }
 
 /// The alpha of the result as the mask.
-void MaskWrite(const RESULT& _result, const ENGINE_JOB& _job, int32_t _nWidth, int32_t _nHeight)
+void MaskWrite(const UNMIX_RESULT& _result, const ENGINE_JOB& _job, int32_t _nWidth, int32_t _nHeight)
 {
     const int32_t nStride = VidProps_Mask(&_job.result.vidProps).nRowBytes;
     for (int32_t y = 0; y < _nHeight; ++y)
@@ -146,7 +146,7 @@ HRESULT CUnmixEngine::Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings)
     m_nRestarts = settings.nRestarts;
     const int32_t nWidth = _job.source.vidProps.nWidth;
     const int32_t nHeight = std::abs(_job.source.vidProps.nHeight);
-    RESULT result;
+    UNMIX_RESULT result;
     if (_job.bWrite && _job.result.vidProps.fccType == eZFCC_ARGB32)
         result = {Img_RowOf(_job.result.vidPtr, 0, 0), _job.result.vidPtr.cbVideoRowBytes[0], false};
     else
@@ -199,12 +199,12 @@ HRESULT CUnmixEngine::KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColou
 {
     UNMIX_STATE state; // of this picture alone
     UnmixState_Resize(state, _picture.nWidth, _picture.nHeight, 1);
-    PICTURE picture;
+    UNMIX_PICTURE picture;
     picture.nWidth = _picture.nWidth;
     picture.nHeight = _picture.nHeight;
     picture.pRow0 = _picture.vecBGRA.data();
     picture.nStride = ptrdiff_t{4} * _picture.nWidth;
-    CELLS& cells = state.arrFields[0].cells;
+    UNMIX_CELLS& cells = state.arrFields[0].cells;
     Cells_Pass(picture, cells, state.vecChanged.data(), 0, cells.nHeight);
     UNMIX_KEY key;
     if (!Screen_FindKey(cells, &key))

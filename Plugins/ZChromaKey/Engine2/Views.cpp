@@ -90,7 +90,7 @@ int RegionAt(const UNMIX_REGION& _region, int _nX, int _nY)
     return _region.pRow0 ? _region.Row(_nY)[_nX] : 0;
 }
 
-VEC4 SourceAt(const PICTURE& _picture, int _nX, int _nY)
+VEC4 SourceAt(const UNMIX_PICTURE& _picture, int _nX, int _nY)
 {
     const uint8_t* const p = _picture.Row(_nY) + ptrdiff_t{4} * _nX;
     return {static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]),
@@ -163,15 +163,15 @@ void Views_FindShadows(UNMIX_STATE& _state)
         }
 }
 
-bool Views_Wanted(const UNMIX_STATE& _state, const PICTURE& _picture)
+bool Views_Wanted(const UNMIX_STATE& _state, const UNMIX_PICTURE& _picture)
 {
     const UNMIX_PARAMS& params = _state.setup.params;
     return params.eView != eUV_Result || params.fltShadows > 0 || _state.setup.garbage.pRow0 ||
            _state.setup.holdOut.pRow0 || (_picture.bAlpha && params.eAlpha == eUA_Multiply);
 }
 
-void Views_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nField, const PICTURE& _picture,
-                const RESULT& _result, int _nFirst, int _nRows)
+void Views_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nField, const UNMIX_PICTURE& _picture,
+                const UNMIX_RESULT& _result, int _nFirst, int _nRows)
 {
     const UNMIX_SETUP& setup = _state.setup;
     const int nLast = std::min((_nFirst + _nRows) * c_nCell, _picture.nHeight);

@@ -9,8 +9,8 @@
 void Views_FindShadows(UNMIX_STATE& _state);
 
 /// Whether Views_Pass has anything to do.
-bool Views_Wanted(const UNMIX_STATE& _state, const PICTURE& _picture);
+bool Views_Wanted(const UNMIX_STATE& _state, const UNMIX_PICTURE& _picture);
 
 /// Rows of cells, after Pixels_Pass: changes the result.
-void Views_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nField, const PICTURE& _picture,
-                const RESULT& _result, int _nFirst, int _nRows);
+void Views_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nField, const UNMIX_PICTURE& _picture,
+                const UNMIX_RESULT& _result, int _nFirst, int _nRows);

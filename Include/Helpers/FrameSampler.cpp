@@ -28,7 +28,8 @@ HRESULT CFrameSampler::Open(IZFFrame* _pFrame)
         hr = m_reader.Init(vidProps, vidPtr);
     if (FAILED(hr))
     {
-        ZLog(eZLog_Error, "CFrameSampler::Open: the frame (%hs) cannot be read, hr=%08X\n", VidProps_Text(&vidProps), hr);
+        ZLog(eZLog_Error, "CFrameSampler::Open: the frame (%hs) cannot be read, hr=%08X\n", VidProps_Text(&vidProps),
+             hr);
         return hr;
     }
     m_bAlpha = vidProps.fccType == eZFCC_ARGB32;

@@ -89,7 +89,7 @@ TEST(UnmixPixels, RampOverAKnownPlateGivesAlphaAndColour)
 TEST(UnmixPixels, RampInAPictureGivesAlphaAndColour)
 {
     // Grey, so that the difference alone tells alpha; the engine knows the body from beside the ramp only.
-    constexpr SCENE_PIXEL c_colGrey = {107, 107, 107};
+    static constexpr SCENE_PIXEL c_colGrey = {107, 107, 107};
     SCENE scene(c_nRampWidth, 128, [](int x, int) { return Mixed(c_colGrey, c_colGreen, RampAlpha(x)); });
     UNMIX_STATE state;
     const std::vector<uint8_t> vec = Keyed(state, scene, PlainSetup());

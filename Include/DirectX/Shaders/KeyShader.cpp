@@ -1,5 +1,6 @@
 #include "DirectX/Shaders/KeyShader.h"
 
+#include "Base/ZLog.h"
 #include "Interfaces/ZVideoTypes.h"
 
 #include <utility>
@@ -328,8 +329,8 @@ std::string BodyPackedCancel(const PACKED_LAYOUT& _layout)
     std::string strBody = c_szEntry;
     strBody += "    float4 pc = tx.Sample( samLinear, input.Tex );\n    float3 mid = float3( 0.0, 0.5, 0.5 );\n";
     for (const auto& [pszName, strPixel] : {std::pair{"yuv1", _layout.strRight}, std::pair{"yuv2", _layout.strLeft}})
-        strBody += std::string("    float3 ") + pszName + " = ChromaKey( KeySpace( pc." + strPixel + " ), pc." +
-                   strPixel + " - mid );\n";
+        strBody +=
+            ZFormat("    float3 %hs = ChromaKey( KeySpace( pc.%hs ), pc.%hs - mid );\n", pszName, strPixel, strPixel);
     return strBody + "    return " +
            Shader_TextPackedTexel(_layout, "yuv2.x", "yuv1.x", "(yuv1.z+yuv2.z)*0.5", "(yuv1.y+yuv2.y)*0.5") + ";\n}\n";
 }

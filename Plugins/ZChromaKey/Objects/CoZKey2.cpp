@@ -5,6 +5,8 @@
 #include "Base/ZPtr.h"
 #include "ZChromaKey/Keys2/FramePick.h"
 
+#include <cmath>
+
 namespace
 {
 
@@ -12,7 +14,7 @@ constexpr const char* c_pszClass = "CCoZKey2";
 
 uint32_t Rounded(double _dblRed, double _dblGreen, double _dblBlue)
 {
-    const auto fnByte = [](double _dblValue) { return static_cast<uint32_t>(_dblValue + 0.5); };
+    const auto fnByte = [](double _dblValue) { return static_cast<uint32_t>(std::lround(_dblValue)); };
     return fnByte(_dblRed) << 16 | fnByte(_dblGreen) << 8 | fnByte(_dblBlue);
 }
 

@@ -285,7 +285,8 @@ TEST(FaultsHosts, CallFromManyThreadsAtOnce)
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     });
     const auto timeBegin = std::chrono::steady_clock::now();
-    while (std::chrono::steady_clock::now() - timeBegin < std::chrono::seconds(20) && (nResults < 1000 || nSaved < 100))
+    while (std::chrono::steady_clock::now() - timeBegin < std::chrono::seconds(100) &&
+           (nResults < 1000 || nSaved < 100))
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     bStop = true;
     for (std::thread& thrCall : vecThreads)

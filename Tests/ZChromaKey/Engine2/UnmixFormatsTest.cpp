@@ -87,9 +87,9 @@ TEST(UnmixFormats, RebuiltChromaSharpensFineDetail)
     // Upright dark strokes two pixels wide between the pairs that share chroma: with chroma as it is, every stroke is
     // half green to both sides.
     const int nWidth = 256, nHeight = 96;
-    SCENE scene(nWidth, nHeight, [](int x, int) {
-        const bool bBody = x < 64;
-        const bool bStroke = x < 200 && x % 16 >= 9 && x % 16 < 11;
+    SCENE scene(nWidth, nHeight, [](int _x, int) {
+        const bool bBody = _x < 64;
+        const bool bStroke = _x < 200 && _x % 16 >= 9 && _x % 16 < 11;
         return bBody || bStroke ? SCENE_PIXEL{70, 50, 90} : c_colGreen;
     });
     GUARDED_PICTURE picture(Props(eZFCC_UYVY, nWidth, -nHeight), 0, eZGuard_Fence);
@@ -119,10 +119,10 @@ TEST(UnmixFormats, TenBitsReachTheResult)
 {
     // Columns of grey one 10-bit level apart, beside green: an 8-bit reader has four of them alike.
     const int nWidth = 192, nHeight = 96;
-    const GUARDED_PICTURE picture = Picture_r210(nWidth, nHeight, [](int x, int, uint32_t* _pRGB) {
+    const GUARDED_PICTURE picture = Picture_r210(nWidth, nHeight, [](int _x, int, uint32_t* _pRGB) {
         for (int n = 0; n < 3; ++n)
-            _pRGB[n] = static_cast<uint32_t>(400 + x);
-        if (x < 64)
+            _pRGB[n] = static_cast<uint32_t>(400 + _x);
+        if (_x < 64)
         {
             _pRGB[0] = 240;
             _pRGB[1] = 640;

@@ -27,8 +27,8 @@ HRESULT ResultOf(SCENE& _scene, const UNMIX_SETUP& _setup = {}, std::vector<uint
 // Grey, with a body of one colour that comes in from below.
 SCENE PulloverScene(SCENE_PIXEL _colour)
 {
-    return {c_nWidth, c_nHeight, [=](int x, int y) {
-                return y > 60 && x > 30 && x < 170 ? _colour : SCENE_PIXEL{130, 128, 126};
+    return {c_nWidth, c_nHeight, [=](int _x, int _y) {
+                return _y > 60 && _x > 30 && _x < 170 ? _colour : SCENE_PIXEL{130, 128, 126};
             }};
 }
 
@@ -74,8 +74,8 @@ TEST(UnmixOptions, FindsBackdropsOfEveryHue)
     for (const SCENE_PIXEL colour : {SCENE_PIXEL{50, 170, 60}, SCENE_PIXEL{190, 60, 40}, SCENE_PIXEL{30, 190, 200},
                                      SCENE_PIXEL{160, 40, 170}, SCENE_PIXEL{190, 180, 40}})
     {
-        SCENE scene(c_nWidth, c_nHeight, [=](int x, int y) {
-            return y > 40 && x > 60 && x < 140 ? SCENE_PIXEL{110, 110, 110} : colour;
+        SCENE scene(c_nWidth, c_nHeight, [=](int _x, int _y) {
+            return _y > 40 && _x > 60 && _x < 140 ? SCENE_PIXEL{110, 110, 110} : colour;
         });
         std::vector<uint8_t> vec;
         EXPECT_EQ(S_OK, ResultOf(scene, {}, &vec));
@@ -100,17 +100,17 @@ TEST(UnmixOptions, NeverKeysAPulloverUnlessToldTo)
         EXPECT_EQ(At(vec, 100, 90)[3], 0);
         EXPECT_EQ(At(vec, 100, 20)[3], 255);
     }
-    SCENE noise(c_nWidth, c_nHeight, [](int x, int y) {
-        return SCENE_PIXEL{128 + 127 * Grain(x, y, 1), 128 + 127 * Grain(x, y, 2), 128 + 127 * Grain(x, y, 3)};
+    SCENE noise(c_nWidth, c_nHeight, [](int _x, int _y) {
+        return SCENE_PIXEL{128 + 127 * Grain(_x, _y, 1), 128 + 127 * Grain(_x, _y, 2), 128 + 127 * Grain(_x, _y, 3)};
     });
     EXPECT_EQ(S_FALSE, ResultOf(noise));
 }
 TEST(UnmixOptions, TwoKeysTakeTwoBackdrops)
 {
-    SCENE scene(c_nWidth, c_nHeight, [](int x, int y) {
-        if (y > 40 && x > 70 && x < 130)
+    SCENE scene(c_nWidth, c_nHeight, [](int _x, int _y) {
+        if (_y > 40 && _x > 70 && _x < 130)
             return SCENE_PIXEL{90, 90, 110};
-        return x < 100 ? c_colGreen : SCENE_PIXEL{190, 70, 40};
+        return _x < 100 ? c_colGreen : SCENE_PIXEL{190, 70, 40};
     });
     UNMIX_SETUP setup;
     setup.nKeys = 2;
@@ -125,10 +125,10 @@ TEST(UnmixOptions, TwoKeysTakeTwoBackdrops)
 TEST(UnmixOptions, ProtectedColourIsSolid)
 {
     // A patch of the screen's own hue on the body, where it meets the screen.
-    SCENE scene(c_nWidth, c_nHeight, [](int x, int y) {
-        if (x > 110 && x < 150 && y > 60 && y < 100)
+    SCENE scene(c_nWidth, c_nHeight, [](int _x, int _y) {
+        if (_x > 110 && _x < 150 && _y > 60 && _y < 100)
             return SCENE_PIXEL{60, 120, 70};
-        return y > 30 && x > 50 && x < 150 ? c_colCoat : c_colGreen;
+        return _y > 30 && _x > 50 && _x < 150 ? c_colCoat : c_colGreen;
     });
     std::vector<uint8_t> vec;
     UNMIX_SETUP setup;
@@ -144,12 +144,12 @@ TEST(UnmixOptions, ProtectedColourIsSolid)
 TEST(UnmixOptions, RegionsRule)
 {
     // A grey stand in the screen's part, a mark on the screen, and a hole that is wanted.
-    SCENE scene(c_nWidth, c_nHeight, [](int x, int y) {
-        if (x > 170 && y > 80)
+    SCENE scene(c_nWidth, c_nHeight, [](int _x, int _y) {
+        if (_x > 170 && _y > 80)
             return SCENE_PIXEL{120, 120, 120};
-        if (x > 16 && x < 32 && y > 16 && y < 32)
+        if (_x > 16 && _x < 32 && _y > 16 && _y < 32)
             return SCENE_PIXEL{80, 200, 90};
-        return y > 30 && x > 60 && x < 140 ? c_colCoat : c_colGreen;
+        return _y > 30 && _x > 60 && _x < 140 ? c_colCoat : c_colGreen;
     });
     MASK garbage, holdOut, backdrop;
     garbage.Fill(160, 70, c_nWidth, c_nHeight);
@@ -169,10 +169,10 @@ TEST(UnmixOptions, RegionsRule)
 }
 TEST(UnmixOptions, ShadowsAreDroppedOrKept)
 {
-    SCENE scene(c_nWidth, c_nHeight, [](int x, int y) {
-        const float fltX = static_cast<float>(x) - 50, fltY = static_cast<float>(y) - 80;
+    SCENE scene(c_nWidth, c_nHeight, [](int _x, int _y) {
+        const float fltX = static_cast<float>(_x) - 50, fltY = static_cast<float>(_y) - 80;
         const float fltShade = 1 - .4f * std::exp(-(fltX * fltX + fltY * fltY) / 500);
-        if (y > 30 && x > 120 && x < 170)
+        if (_y > 30 && _x > 120 && _x < 170)
             return c_colCoat;
         return SCENE_PIXEL{c_colGreen.b * fltShade, c_colGreen.g * fltShade, c_colGreen.r * fltShade};
     });
@@ -229,9 +229,9 @@ TEST(UnmixOptions, AlphaOfTheInputIsMultipliedOrReplaced)
 TEST(UnmixOptions, SpillGoesAndSkinStays)
 {
     // Grey with a green tint on the left of the body, skin on the right.
-    SCENE scene(c_nWidth, c_nHeight, [](int x, int y) {
-        if (y > 30 && x > 40 && x < 160)
-            return x < 100 ? SCENE_PIXEL{100, 112, 100} : SCENE_PIXEL{120, 150, 210};
+    SCENE scene(c_nWidth, c_nHeight, [](int _x, int _y) {
+        if (_y > 30 && _x > 40 && _x < 160)
+            return _x < 100 ? SCENE_PIXEL{100, 112, 100} : SCENE_PIXEL{120, 150, 210};
         return c_colGreen;
     });
     std::vector<uint8_t> vec;

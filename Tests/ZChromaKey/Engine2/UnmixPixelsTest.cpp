@@ -90,7 +90,7 @@ TEST(UnmixPixels, RampInAPictureGivesAlphaAndColour)
 {
     // Grey, so that the difference alone tells alpha; the engine knows the body from beside the ramp only.
     static constexpr SCENE_PIXEL c_colGrey = {107, 107, 107};
-    SCENE scene(c_nRampWidth, 128, [](int x, int) { return Mixed(c_colGrey, c_colGreen, RampAlpha(x)); });
+    SCENE scene(c_nRampWidth, 128, [](int _x, int) { return Mixed(c_colGrey, c_colGreen, RampAlpha(_x)); });
     UNMIX_STATE state;
     const std::vector<uint8_t> vec = Keyed(state, scene, PlainSetup());
     for (int x = 8; x < c_nRampWidth; ++x)

@@ -74,16 +74,16 @@ inline constexpr SCENE_PIXEL c_colCoat = {90, 60, 150};
 inline SCENE BodyScene(int _nWidth, int _nHeight, float _fltNoise = 0, uint32_t _nSeed = 1, float _fltShift = 0)
 {
     return {
-        _nWidth, _nHeight, [=](int x, int y) {
-            const float fltX = static_cast<float>(x) / static_cast<float>(_nWidth) - .5f - _fltShift;
-            const float fltY = static_cast<float>(y) / static_cast<float>(_nHeight) - .6f;
+        _nWidth, _nHeight, [=](int _x, int _y) {
+            const float fltX = static_cast<float>(_x) / static_cast<float>(_nWidth) - .5f - _fltShift;
+            const float fltY = static_cast<float>(_y) / static_cast<float>(_nHeight) - .6f;
             const float fltRadius = std::sqrt(fltX * fltX + fltY * fltY);
             const float fltAlpha = std::clamp((.3f - fltRadius) * 20 + .5f, 0.0f, 1.0f);
-            const float fltLight = 1 - .2f * static_cast<float>(x) / static_cast<float>(_nWidth);
+            const float fltLight = 1 - .2f * static_cast<float>(_x) / static_cast<float>(_nWidth);
             SCENE_PIXEL pixel =
                 Mixed(c_colCoat, {c_colGreen.b * fltLight, c_colGreen.g * fltLight, c_colGreen.r * fltLight}, fltAlpha);
-            const float fltNoise = _fltNoise * Grain(x, y, _nSeed);
-            return SCENE_PIXEL{pixel.b + fltNoise, pixel.g + _fltNoise * Grain(y, x, _nSeed + 7), pixel.r - fltNoise};
+            const float fltNoise = _fltNoise * Grain(_x, _y, _nSeed);
+            return SCENE_PIXEL{pixel.b + fltNoise, pixel.g + _fltNoise * Grain(_y, _x, _nSeed + 7), pixel.r - fltNoise};
         }};
 }
 

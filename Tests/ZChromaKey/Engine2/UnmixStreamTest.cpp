@@ -13,9 +13,9 @@ bool AllNumbers(const UNMIX_STATE& _state)
 
 SCENE BlueScene(int _nWidth, int _nHeight)
 {
-    return {_nWidth, _nHeight, [=](int x, int y) {
-                return x > _nWidth / 3 && x < _nWidth * 2 / 3 && y > _nHeight / 3 ? SCENE_PIXEL{60, 90, 180}
-                                                                                  : SCENE_PIXEL{190, 70, 40};
+    return {_nWidth, _nHeight, [=](int _x, int _y) {
+                return _x > _nWidth / 3 && _x < _nWidth * 2 / 3 && _y > _nHeight / 3 ? SCENE_PIXEL{60, 90, 180}
+                                                                                     : SCENE_PIXEL{190, 70, 40};
             }};
 }
 
@@ -182,22 +182,23 @@ TEST(UnmixStream, NothingIsAllocatedAfterTheThirdFrame)
 }
 TEST(UnmixStream, DegeneratePicturesGiveSensibleResults)
 {
-    const std::function<SCENE_PIXEL(int, int)> arrPictures[] = {
-        [](int, int) {
-            return SCENE_PIXEL{40, 180, 50};
-        },
-        [](int, int) {
-            return SCENE_PIXEL{128, 128, 128};
-        },
-        [](int, int) {
-            return SCENE_PIXEL{0, 0, 0};
-        },
-        [](int, int) {
-            return SCENE_PIXEL{255, 255, 255};
-        },
-        [](int x, int y) {
-            return SCENE_PIXEL{128 + 127 * Grain(x, y, 1), 128 + 127 * Grain(x, y, 2), 128 + 127 * Grain(x, y, 3)};
-        }};
+    const std::function<SCENE_PIXEL(int, int)> arrPictures[] = {[](int, int) {
+                                                                    return SCENE_PIXEL{40, 180, 50};
+                                                                },
+                                                                [](int, int) {
+                                                                    return SCENE_PIXEL{128, 128, 128};
+                                                                },
+                                                                [](int, int) {
+                                                                    return SCENE_PIXEL{0, 0, 0};
+                                                                },
+                                                                [](int, int) {
+                                                                    return SCENE_PIXEL{255, 255, 255};
+                                                                },
+                                                                [](int _x, int _y) {
+                                                                    return SCENE_PIXEL{128 + 127 * Grain(_x, _y, 1),
+                                                                                       128 + 127 * Grain(_x, _y, 2),
+                                                                                       128 + 127 * Grain(_x, _y, 3)};
+                                                                }};
     constexpr int c_arrSizes[][2] = {{1, 1}, {1, 9}, {7, 1}, {3, 3}, {5, 4}, {2, 300}, {333, 2}, {67, 65}};
     UNMIX_SETUP setup;
     setup.nKeys = 1;

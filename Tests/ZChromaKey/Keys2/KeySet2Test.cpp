@@ -1,3 +1,4 @@
+#include "Support/SameBytes.h"
 #include "ZChromaKey/Keys2/KeySet2.h"
 
 #include "Support/LogCatcher.h"
@@ -11,11 +12,6 @@
 
 namespace
 {
-
-bool SameBytes(const CHROMA_KEY2_RAW& _a, const CHROMA_KEY2_RAW& _b)
-{
-    return std::memcmp(&_a, &_b, sizeof(_a)) == 0;
-}
 
 TEST(KeySet2, KeysAreAddedOnceAndUpToSixteen)
 {

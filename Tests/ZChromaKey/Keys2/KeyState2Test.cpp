@@ -1,3 +1,4 @@
+#include "Support/SameBytes.h"
 #include "ZChromaKey/Keys2/KeyState2.h"
 
 #include "Support/LogCatcher.h"
@@ -69,7 +70,7 @@ TEST_F(KeyState2, EveryChangeIsAStepThatCanBeTakenBackAndMadeAgain)
     EXPECT_EQ(Step(-100), 4) << "as many as there are";
     const CHROMA_KEY2_RAW keyEmpty = KeySet2_Empty();
     const CHROMA_KEY2_RAW keyNow = m_state.RawGet();
-    EXPECT_EQ(std::memcmp(&keyNow, &keyEmpty, sizeof(keyNow)), 0);
+    EXPECT_TRUE(SameBytes(keyNow, keyEmpty));
     EXPECT_FALSE(m_state.Get().arrRegions[eRegion_Garbage]);
     EXPECT_EQ(Step(3), 3);
     EXPECT_EQ(Steps(), 303);

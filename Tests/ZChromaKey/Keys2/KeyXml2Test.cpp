@@ -1,3 +1,4 @@
+#include "Support/SameBytes.h"
 #include "ZChromaKey/Keys2/KeyXml2.h"
 
 #include "Props/Xml/XmlReader.h"
@@ -58,7 +59,7 @@ TEST(KeyXml2, ComesBackAsItWas)
     const KEY2_EDIT editIn = Distinct();
     KEY2_EDIT editOut = {KeySet2_Empty(), {}};
     ASSERT_EQ(Load(Saved(editIn), &editOut), "");
-    EXPECT_EQ(std::memcmp(&editIn.key, &editOut.key, sizeof(editIn.key)), 0) << Saved(editIn);
+    EXPECT_TRUE(SameBytes(editIn.key, editOut.key)) << Saved(editIn);
     ASSERT_TRUE(editOut.arrRegions[eRegion_HoldOut]);
     EXPECT_EQ(editOut.arrRegions[eRegion_HoldOut]->mask.vecBytes, editIn.arrRegions[eRegion_HoldOut]->mask.vecBytes);
     EXPECT_FALSE(editOut.arrRegions[eRegion_Garbage]);
@@ -79,7 +80,7 @@ TEST(KeyXml2, WhatIsNotNamedHasItsDefault)
     CHROMA_KEY2_RAW keyExpected = KeySet2_Empty();
     KeySet2_KeyAdd({0, 200, 20}, &keyExpected);
     keyExpected.params.dblNoise = 1;
-    EXPECT_EQ(std::memcmp(&edit.key, &keyExpected, sizeof(keyExpected)), 0) << Saved(edit);
+    EXPECT_TRUE(SameBytes(edit.key, keyExpected)) << Saved(edit);
     EXPECT_FALSE(edit.arrRegions[eRegion_HoldOut]) << "nothing of what was there is left";
 }
 
@@ -105,7 +106,7 @@ TEST(KeyXml2, WrongNumbersAreRefusedWithTheirElement)
         const std::string strReason = Load("<x>" + strContent + "</x>", &edit);
         EXPECT_EQ(strReason.find(pszReason), 0u) << strReason;
         const KEY2_EDIT editBefore = Distinct();
-        EXPECT_EQ(std::memcmp(&edit.key, &editBefore.key, sizeof(edit.key)), 0) << "nothing has changed";
+        EXPECT_TRUE(SameBytes(edit.key, editBefore.key)) << "nothing has changed";
     }
 }
 

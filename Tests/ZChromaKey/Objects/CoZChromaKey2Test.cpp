@@ -1,3 +1,4 @@
+#include "Support/SameBytes.h"
 #include "ZChromaKey/Objects/CoZChromaKey2.h"
 
 #include "Image/ImgPlane.h"
@@ -209,7 +210,7 @@ TEST_F(CoZChromaKey2, AFrameIsKeyedWithOneCopyOfTheSettings)
     const UNMIX_SETTINGS first = Key();
     EXPECT_EQ(first.key.nKeysUsed, 1);
     EXPECT_EQ(first.nPlate + first.arrRegions[0] + first.arrRegions[1] + first.arrRegions[2], 0u);
-    EXPECT_EQ(std::memcmp(&first, &m_script.vecSettings.front(), sizeof(first)), 0);
+    EXPECT_TRUE(SameBytes(first, m_script.vecSettings.front()));
     EXPECT_EQ(m_cpKeyer->ViewSet(eView_Matte), S_OK);
     EXPECT_EQ(m_cpKeyer->PlateLearn(eLearn_Restart), S_OK);
     EXPECT_EQ(m_cpKeyer->PlateLearn(eLearn_Hold), S_OK);
@@ -374,7 +375,7 @@ TEST_F(CoZChromaKey2, SavesAndLoads)
     CHROMA_KEY2_RAW keyExpected = keySaved;
     keyExpected.params.eViewValue = eView_Result;
     const CHROMA_KEY2_RAW keyLoaded = Raw();
-    EXPECT_EQ(std::memcmp(&keyLoaded, &keyExpected, sizeof(keyLoaded)), 0);
+    EXPECT_TRUE(SameBytes(keyLoaded, keyExpected));
     EXPECT_EQ(OptionOf(m_cpKeyer.Get(), L"process.threads"), L"-");
     CZPtr<IZFFrame> cpMask;
     EXPECT_EQ(m_cpKeyer->RegionGet(eRegion_Garbage, cpMask.Put()), S_OK);

@@ -1,3 +1,4 @@
+#include "Support/SameBytes.h"
 #include "ZChromaKey/Objects/CoZKey2.h"
 
 #include "Support/HookFrame.h"
@@ -74,7 +75,7 @@ TEST_F(CoZKey2, HoldsKeysProtectedColoursAndParameters)
     EXPECT_EQ(m_cpKey->RawSet(&key), S_OK);
     CHROMA_KEY2_RAW keyAgain = {};
     EXPECT_EQ(m_cpKey->RawGet(&keyAgain), S_OK);
-    EXPECT_EQ(std::memcmp(&key, &keyAgain, sizeof(key)), 0);
+    EXPECT_TRUE(SameBytes(key, keyAgain));
 }
 
 TEST_F(CoZKey2, RefusesWrongArgumentsAndStaysAsItIs)

@@ -12,7 +12,8 @@ struct WORK_FRAME
     bool bOwnFrame = false;        ///< not the host's frame object: a mask may be attached
     bool bOwnPixels = false;       ///< not the host's pixels: alpha and colours may be written
     bool bWidened = false;         ///< more was cut out than the borders leave: chroma samples are whole
-    CZPtr<IZFFrame> cpSource = {}; ///< the input less its borders, where the engine reads that; else empty
+    /// The input less its borders, where the engine reads that; else empty. The GNU compiler wants the initialiser.
+    CZPtr<IZFFrame> cpSource = {}; // NOLINT(readability-redundant-member-init)
 };
 
 /// Cuts the borders off, if there are any: from column "left rounded up to a multiple of 8" to "width - right rounded

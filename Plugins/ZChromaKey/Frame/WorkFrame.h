@@ -9,9 +9,9 @@
 struct WORK_FRAME
 {
     CZPtr<IZFFrame> cpFrame;
-    bool bOwnFrame = false;        ///< not the host's frame object: a mask may be attached
-    bool bOwnPixels = false;       ///< not the host's pixels: alpha and colours may be written
-    bool bWidened = false;         ///< more was cut out than the borders leave: chroma samples are whole
+    bool bOwnFrame = false;  ///< not the host's frame object: a mask may be attached
+    bool bOwnPixels = false; ///< not the host's pixels: alpha and colours may be written
+    bool bWidened = false;   ///< more was cut out than the borders leave: chroma samples are whole
     /// The input less its borders, where the engine reads that; else empty. The GNU compiler wants the initialiser.
     CZPtr<IZFFrame> cpSource = {}; // NOLINT(readability-redundant-member-init)
 };

@@ -25,26 +25,6 @@ UNMIX_SETTINGS SettingsOf(ENGINE_SETTINGS _settings)
 /// A channel's difference, in levels, that a range of value comes to: 0.2 of it is 24 levels.
 constexpr double c_dblProtectedLevels = 120;
 
-UNMIX_PARAMS ParamsOf(const KEY2_PARAMS& _params)
-{
-    UNMIX_PARAMS params;
-    params.fltBackdrop = static_cast<float>(_params.dblBackdrop);
-    params.fltSolid = static_cast<float>(_params.dblSolid);
-    params.fltCleanBackdrop = static_cast<float>(_params.dblCleanBackdrop);
-    params.fltCleanForeground = static_cast<float>(_params.dblCleanForeground);
-    params.fltSpill = static_cast<float>(_params.dblSpill);
-    params.fltSpillBalance = static_cast<float>(_params.dblSpillBalance);
-    params.fltShadows = static_cast<float>(_params.dblShadows);
-    params.fltNoise = static_cast<float>(_params.dblNoise);
-    params.eLight = static_cast<int32_t>(_params.eLightValue);
-    params.eLearn = static_cast<int32_t>(_params.eLearnValue);
-    params.eView = static_cast<int32_t>(_params.eViewValue);
-    params.eAlpha = static_cast<int32_t>(_params.eAlphaValue);
-    return params;
-}
-static_assert(int{eUV_Source} == int{eView_Source} && int{eUN_Hold} == int{eLearn_Hold});
-static_assert(int{eUL_Linear} == int{eLight_Linear} && int{eUA_Multiply} == int{eAlpha_Multiply});
-
 template <class Key> void ColourOf(const Key& _key, float (&_arrBGR)[3])
 {
     _arrBGR[0] = static_cast<float>(_key.dblBlue);
@@ -100,7 +80,7 @@ ENGINE_PLAN CUnmixEngine::Plan(ENGINE_SETTINGS _settings) const
 UNMIX_SETUP CUnmixEngine::SetupOf(const UNMIX_SETTINGS& _settings, int32_t _nWidth, int32_t _nHeight)
 {
     UNMIX_SETUP setup;
-    setup.params = ParamsOf(_settings.key.params);
+    setup.params = UnmixParams_Of(_settings.key.params);
     KeysOf(_settings.key, &setup);
     UNMIX_PARTS parts;
     {

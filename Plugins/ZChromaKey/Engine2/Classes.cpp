@@ -100,7 +100,8 @@ void Classes_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nR
             const float fltReach = _field.bitsSure.Get(x, y) ? std::max(3 * fltLow, .18f * fltX) : fltLow;
             // A little below 0: mixtures with colourful foreground reach 0 before they are solid.
             _field.bitsSolid0.Set(x, y, bounds.fltMean < fltNoise - .05f * fltX);
-            _field.bitsInner.Set(x, y, params.fltSolid > 0 && bounds.fltMean < fltCore * fltX);
+            const float fltOpen = std::max(fltCore, std::min(params.fltSolid * .02f * back.pKey->fltCloth, .7f));
+            _field.bitsInner.Set(x, y, params.fltSolid > 0 && bounds.fltMean < fltOpen * fltX);
             _field.bitsDoubt.Set(x, y, bounds.fltMost >= (1 - c_fltGuard) * fltX);
             _field.bitsBackdrop.Set(x, y, bounds.fltLeast > fltX - fltReach);
             _field.bitsSolid.Set(x, y, bounds.fltMost < .03f * fltX);

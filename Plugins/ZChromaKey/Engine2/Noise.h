@@ -7,7 +7,3 @@ void Noise_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_PICT
 /// Brings the noise of the stream a fifth of the way to that of the picture; all the way for its first. Noise is the
 /// mean of the differences x 0.886, which is the standard deviation where it is normal.
 void Noise_Learn(UNMIX_STATE& _state);
-
-/// The wedge of each key: the smallest of 1, 1.5, 2, 2.5, 3 (green: up to 2) that makes flat cells inside bodies
-/// solid: skin before yellow, denim before blue.
-void Wedge_Choose(UNMIX_STATE& _state, FIELD_STATE& _field);

@@ -85,8 +85,9 @@ UNMIX_LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params)
 {
     UNMIX_LIMITER limiter;
     const float fltBalance = _params.fltSpillBalance / 100;
-    // A green tint is spill, a blue or yellow one may be denim or skin: there the limit follows the wedge.
-    limiter.fltLimit = _key.bGreen ? fltBalance : _key.fltWedge - (1 - fltBalance) / _key.fltWedge;
+    // A green tint is spill, a blue or yellow one may be denim or skin: there the limit grows with the wedge, and
+    // faster.
+    limiter.fltLimit = _key.bGreen ? fltBalance : fltBalance + (_key.fltWedge - 1) * 1.6f;
     const float* const k = _key.key.arrBGR;
     const float fltLeast = std::min(k[0], std::min(k[1], k[2]));
     const VEC4 chroma{k[0] - fltLeast, k[1] - fltLeast, k[2] - fltLeast, 0};
@@ -97,6 +98,9 @@ UNMIX_LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params)
     limiter.arrTake[0] = chroma.b * fltScale;
     limiter.arrTake[1] = chroma.g * fltScale;
     limiter.arrTake[2] = chroma.r * fltScale;
+    if (_key.fltCloth > 0)
+        limiter.fltOwn = .24f * _key.fltX;
+    limiter.nOwn = Round(limiter.fltOwn * 32);
     limiter.nLimit = Round(limiter.fltLimit * 256);
     for (int n = 0; n < 3; ++n)
         limiter.anTake[n] = std::clamp(Round(limiter.arrTake[n] * 1024), -32768, 32767);
@@ -107,7 +111,8 @@ VEC4 Pixels_Limit(const UNMIX_LIMITER& _limiter, const KEY_FORMS& _key, const VE
 {
     const float fltX = _key.X(_colour.b, _colour.g, _colour.r);
     const float fltZ = std::abs(_key.Z(_colour.b, _colour.g, _colour.r));
-    const float fltExcess = std::max(fltX - _limiter.fltLimit * fltZ, 0.0f);
+    const float fltTint = fltX - _limiter.fltLimit * fltZ;
+    const float fltExcess = std::max(std::min(fltTint, _limiter.fltOwn - fltTint), 0.0f);
     return {_colour.b - fltExcess * _limiter.arrTake[0], _colour.g - fltExcess * _limiter.arrTake[1],
             _colour.r - fltExcess * _limiter.arrTake[2], _colour.w};
 }

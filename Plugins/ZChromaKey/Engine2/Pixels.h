@@ -25,12 +25,15 @@ struct UNMIX_RESULT
 };
 
 /// The limiter: takes out of a colour what its X has above fltLimit |Z|, along the backdrop's own chroma, so that skin
-/// stays skin.
+/// stays skin. Where there is cloth of the key's own hue, a tint of more than half of fltOwn is less and less taken for
+/// spill, one of more than fltOwn not at all.
 struct UNMIX_LIMITER
 {
     float fltLimit = 0;
+    float fltOwn = 1e6f;
     float arrTake[3] = {}; ///< per level of excess
-    int nLimit = 0;        ///< the same in 256ths and 1024ths, for bytes
+    int nOwn = 1 << 20;    ///< the same in 32nds, 256ths and 1024ths, for bytes
+    int nLimit = 0;
     int anTake[3] = {};
 };
 UNMIX_LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params);

@@ -81,7 +81,7 @@ std::vector<float> UnmixState_Floats(const UNMIX_STATE& _state)
     {
         vec.insert(vec.end(), key.arrX, key.arrX + 3);
         vec.insert(vec.end(), key.arrZ, key.arrZ + 3);
-        vec.insert(vec.end(), {key.fltX, key.fltSlope, key.fltSaturation, key.fltValue, key.fltWedge});
+        vec.insert(vec.end(), {key.fltX, key.fltSlope, key.fltSaturation, key.fltValue, key.fltWedge, key.fltCloth});
     }
     Add(_state.vecPlate);
     for (const FIELD_STATE& field : _state.arrFields)

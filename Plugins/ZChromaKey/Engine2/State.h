@@ -27,6 +27,7 @@ struct KEY_FORMS
     float fltValue = 0;      ///< of the key's colour, 0 to 255
     bool bGreen = false;     ///< a tint of this hue is always spill; a blue or yellow one may be cloth or skin
     float fltWedge = 1;
+    float fltCloth = 0; ///< D / X up to which bodies of the key's own hue are found; 0: there are none
 
     bool operator==(const KEY_FORMS&) const = default;
     float X(float _b, float _g, float _r) const

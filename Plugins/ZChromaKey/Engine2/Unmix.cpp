@@ -2,6 +2,7 @@
 
 #include "Base/ZVideoProps.h"
 #include "Image/ImgRowReader.h"
+#include "ZChromaKey/Engine2/Bodies.h"
 #include "ZChromaKey/Engine2/Chroma.h"
 #include "ZChromaKey/Engine2/Classes.h"
 #include "ZChromaKey/Engine2/Noise.h"
@@ -170,7 +171,7 @@ void LearnNoise(const RUN& _run)
     if (!state.bPlateSet)
         return; // there is nothing to measure in
     if (state.nFrames == 0)
-        Wedge_Choose(state, _run.field);
+        Bodies_Measure(state, _run.field);
     _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
     Noise_Learn(state);
     if (state.fltNoise > c_fltFilteredNoise && _run.field.vecPast.empty())
@@ -363,7 +364,10 @@ void Unmix_Restart(UNMIX_STATE& _state)
         field.vecPast.clear();
     }
     for (KEY_FORMS& key : _state.arrKeys)
+    {
         key.fltWedge = 1;
+        key.fltCloth = 0;
+    }
     if (_state.setup.nKeys == 0)
         _state.nKeys = 0;
 }

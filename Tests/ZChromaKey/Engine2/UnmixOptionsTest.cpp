@@ -219,6 +219,44 @@ TEST(UnmixOptions, AlphaOfTheInputIsMultipliedOrReplaced)
     ResultOf(scene, setup, &vec);
     EXPECT_EQ(At(vec, 100, 72)[3], 255);
 }
+TEST(UnmixOptions, ClothOfTheKeysHueStaysClothAndAVeilAVeil)
+{
+    constexpr SCENE_PIXEL c_colBlue = {190, 70, 30}, c_colDenim = {165, 120, 85};
+    SCENE denim(c_nWidth, c_nHeight, [=](int _x, int _y) {
+        return _y > 50 && _x > 40 && _x < 160 ? c_colDenim : _y > 20 && _x > 80 && _x < 120 ? c_colCoat : c_colBlue;
+    });
+    SCENE veil(c_nWidth, c_nHeight, [=](int _x, int _y) { // in folds, a fifth to four fifths opaque
+        const float fltOpaque = .5f + .3f * std::sin(static_cast<float>(_x) * .2f);
+        return _y > 50 && _x > 40 && _x < 160   ? Mixed({220, 220, 220}, c_colBlue, fltOpaque)
+               : _y > 20 && _x > 80 && _x < 120 ? c_colCoat
+                                                : c_colBlue;
+    });
+    std::vector<uint8_t> vec;
+    ASSERT_EQ(S_OK, ResultOf(denim, {}, &vec));
+    const uint8_t* const p = At(vec, 60, 90);
+    EXPECT_EQ(p[3], 255);
+    EXPECT_NEAR(p[0], c_colDenim.b, 2);
+    EXPECT_NEAR(p[1], c_colDenim.g, 2);
+    EXPECT_EQ(At(vec, 10, 10)[3], 0);
+    UNMIX_SETUP glass;
+    glass.params.fltSolid = 0;
+    ResultOf(denim, glass, &vec);
+    EXPECT_LT(At(vec, 60, 90)[3], 220) << "whoever keys glass can still have it so";
+    ASSERT_EQ(S_OK, ResultOf(veil, {}, &vec));
+    for (int x = 60; x < 150; ++x)
+        EXPECT_NEAR(At(vec, x, 90)[3], 255 * (.5 + .3 * std::sin(x * .2)), 26) << x;
+}
+TEST(UnmixOptions, SkinBeforeYellowStaysSkin)
+{
+    constexpr SCENE_PIXEL c_colSkin = {114, 151, 212}, c_colYellow = {46, 170, 206};
+    SCENE scene(c_nWidth, c_nHeight,
+                [=](int _x, int _y) { return _y > 30 && _x > 40 && _x < 160 ? c_colSkin : c_colYellow; });
+    std::vector<uint8_t> vec;
+    ASSERT_EQ(S_OK, ResultOf(scene, {}, &vec));
+    EXPECT_EQ(At(vec, 100, 80)[3], 255);
+    EXPECT_NEAR(At(vec, 100, 80)[1], c_colSkin.g, 3);
+    EXPECT_NEAR(At(vec, 100, 80)[2], c_colSkin.r, 3);
+}
 TEST(UnmixOptions, SpillGoesAndSkinStays)
 {
     // Grey with a green tint on the left of the body, skin on the right.

@@ -106,6 +106,9 @@ struct ROW_SUMS
     int nGrown = 0;   ///< cells that were seen for the first time
 };
 
+/// Taken for the noise until it can be measured.
+inline constexpr float c_fltFirstNoise = 3;
+
 /// The stream.
 struct UNMIX_STATE
 {
@@ -118,10 +121,10 @@ struct UNMIX_STATE
     int nKeys = 0;
     int nPlateWidth = 0;
     int nPlateHeight = 0;
-    std::vector<VEC4> vecPlate;    ///< backdrop colour, and how often it was seen, at most 8
-    std::vector<uint8_t> vecOwner; ///< the key that a plate cell belongs to
-    float fltNoise = 3;            ///< of the difference, in levels
-    int nFrames = 0;               ///< pictures (fields) keyed since the start or the last cut
+    std::vector<VEC4> vecPlate;       ///< backdrop colour, and how often it was seen, at most 8
+    std::vector<uint8_t> vecOwner;    ///< the key that a plate cell belongs to
+    float fltNoise = c_fltFirstNoise; ///< of the difference, in levels
+    int nFrames = 0;                  ///< pictures (fields) keyed since the start or the last cut
     int nCuts = 0;
     int nUnfilled = 0; ///< pictures with new plate cells since the plate was last filled in
     bool bPlateSet = false;

@@ -53,7 +53,8 @@ bool SameSetup(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
     };
     return SameKeys(_a, _b) && _a.params == _b.params && _a.nProtected == _b.nProtected &&
            std::equal(_a.arrProtected, _a.arrProtected + _a.nProtected, _b.arrProtected) &&
-           Same(_a.garbage, _b.garbage) && Same(_a.holdOut, _b.holdOut) && Same(_a.backdrop, _b.backdrop);
+           _a.plate.pBGRA == _b.plate.pBGRA && Same(_a.garbage, _b.garbage) && Same(_a.holdOut, _b.holdOut) &&
+           Same(_a.backdrop, _b.backdrop);
 }
 
 void SetKeys(UNMIX_STATE& _state, const UNMIX_KEY* _pKeys, int _nKeys)
@@ -74,6 +75,16 @@ bool FindOtherKey(const RUN& _run, UNMIX_KEY* _pKey)
     const float fltX = key.X(p[0], p[1], p[2]);
     const float fltZ = key.Z(p[0], p[1], p[2]) - key.fltSlope * fltX;
     return fltX < .3f * key.fltX || (fltZ < 0 ? -fltZ : fltZ) > .3f * fltX;
+}
+
+// The plate that is given, if there is one, as what was seen until now.
+void TakeGivenPlate(const RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    if (!state.setup.plate.pBGRA)
+        return;
+    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_GivenPass(state, _nFirst, _nRows); });
+    Plate_GivenFinish(state);
 }
 
 void FindSure(const RUN& _run)
@@ -109,6 +120,7 @@ void StartScene(const RUN& _run, const UNMIX_KEY& _key)
         SetKeys(_run.state, &_key, 1);
     else
         SetKeys(_run.state, _run.state.setup.arrKeys, _run.state.setup.nKeys);
+    TakeGivenPlate(_run);
     FindSure(_run);
 }
 
@@ -117,10 +129,11 @@ void LearnPlate(const RUN& _run)
     UNMIX_STATE& state = _run.state;
     PLATE_CHANGE change = Plate_Compare(state);
     UNMIX_KEY key;
-    if (state.bPlateSet && IsNewScene(_run, change, &key))
+    // A plate that was given just now may have been taken in another light; that is no cut.
+    if (state.bPlateSet && state.nFrames > 0 && IsNewScene(_run, change, &key))
     {
         StartScene(_run, key);
-        change = {};
+        change = Plate_Compare(state);
     }
     const bool bLamps = change.nSeen >= 16;
     if (bLamps)
@@ -134,11 +147,22 @@ void LearnNoise(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
     if (state.nFrames == 0)
+    {
+        state.fltNoise = c_fltFirstNoise;
         Wedge_Choose(state, _run.field);
+    }
     _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
     Noise_Learn(state);
     if (state.fltNoise > c_fltFilteredNoise && _run.field.vecPast.empty())
         Pixels_ForgetPast(_run.field, _run.picture);
+}
+
+// Nothing of the frames that come while the plate is held shows in later ones.
+void HoldPlate(const RUN& _run)
+{
+    if (_run.state.nFrames == 0)
+        LearnNoise(_run); // the plate was given, and nothing tells the noise but the picture itself
+    _run.field.vecPast.clear();
 }
 
 void Classify(const RUN& _run)
@@ -196,9 +220,12 @@ HRESULT KeyPicture(const RUN& _run, bool _bSameSetup)
     const bool bRepeat = bSeenBefore && _bSameSetup;
     if (!bRepeat)
     {
+        if (!state.bPlateSet)
+            TakeGivenPlate(_run);
         FindSure(_run);
-        const bool bHold = state.setup.params.eLearn == eUN_Hold && state.bPlateSet;
-        if (!bSeenBefore && !bHold)
+        if (state.setup.params.eLearn == eUN_Hold && state.bPlateSet)
+            HoldPlate(_run);
+        else if (!bSeenBefore)
         {
             LearnPlate(_run);
             LearnNoise(_run);
@@ -281,7 +308,8 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
     if (_state.nWidth != reader.Width() || _state.nHeight != reader.Height() || _state.nFields != nFields)
         UnmixState_Resize(_state, reader.Width(), reader.Height(), nFields);
     const bool bSameSetup = SameSetup(_state.setup, _setup);
-    if (!SameKeys(_state.setup, _setup) || (_state.nKeys == 0 && _setup.nKeys > 0))
+    const bool bSamePlate = _state.setup.plate.pBGRA == _setup.plate.pBGRA;
+    if (!bSamePlate || !SameKeys(_state.setup, _setup) || (_state.nKeys == 0 && _setup.nKeys > 0))
     {
         Unmix_Restart(_state);
         SetKeys(_state, _setup.arrKeys, _setup.nKeys);

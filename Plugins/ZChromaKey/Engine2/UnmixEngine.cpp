@@ -1,6 +1,7 @@
 #include "ZChromaKey/Engine2/UnmixEngine.h"
 
 #include "Base/ZAssert.h"
+#include "Base/ZLog.h"
 #include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Screen.h"
 
@@ -65,11 +66,27 @@ std::vector<uint8_t> Stretched(const IMG_MASK& _mask, int32_t _nWidth, int32_t _
     return vecBytes;
 }
 
+/// Finds the backdrop of a picture.
+bool KeyOf(const IMG_PICTURE& _picture, UNMIX_KEY* _pKey)
+{
+    UNMIX_STATE state; // of this picture alone
+    UnmixState_Resize(state, _picture.nWidth, _picture.nHeight, 1);
+    UNMIX_PICTURE picture;
+    picture.nWidth = _picture.nWidth;
+    picture.nHeight = _picture.nHeight;
+    picture.pRow0 = _picture.vecBGRA.data();
+    picture.nStride = ptrdiff_t{4} * _picture.nWidth;
+    UNMIX_CELLS& cells = state.arrFields[0].cells;
+    Cells_Pass(picture, cells, state.vecChanged.data(), 0, cells.nHeight);
+    return Screen_FindKey(cells, _pKey);
+}
+
 } // namespace
 
 ENGINE_PLAN CUnmixEngine::Plan(ENGINE_SETTINGS _settings) const
 {
-    const bool bKeys = SettingsOf(_settings).key.nKeysUsed > 0;
+    const UNMIX_SETTINGS settings = SettingsOf(_settings);
+    const bool bKeys = settings.key.nKeysUsed > 0 || settings.nPlate != 0;
     return {bKeys, bKeys, false, true};
 }
 
@@ -83,13 +100,20 @@ UNMIX_SETUP CUnmixEngine::SetupOf(const UNMIX_SETTINGS& _settings, int32_t _nWid
         const std::lock_guard lock(m_mtxParts);
         parts = m_parts;
     }
+    RegionsTake(parts, _nWidth, _nHeight, &setup);
+    PlateTake(parts, &setup);
+    return setup;
+}
+
+void CUnmixEngine::RegionsTake(const UNMIX_PARTS& _parts, int32_t _nWidth, int32_t _nHeight, UNMIX_SETUP* _pSetup)
+{
     const bool bSize = _nWidth != m_nWidth || _nHeight != m_nHeight;
     m_nWidth = _nWidth;
     m_nHeight = _nHeight;
-    UNMIX_REGION* const arrRegions[Z_REGIONS] = {&setup.garbage, &setup.holdOut, &setup.backdrop};
+    UNMIX_REGION* const arrRegions[Z_REGIONS] = {&_pSetup->garbage, &_pSetup->holdOut, &_pSetup->backdrop};
     for (size_t n = 0; n < Z_REGIONS; ++n)
     {
-        const auto& spMask = parts.arrMasks[n];
+        const auto& spMask = _parts.arrMasks[n];
         UNMIX_STRETCHED& region = m_spWork->arrRegions[n];
         if (bSize || region.spMask != spMask)
         {
@@ -99,7 +123,28 @@ UNMIX_SETUP CUnmixEngine::SetupOf(const UNMIX_SETTINGS& _settings, int32_t _nWid
         if (spMask)
             *arrRegions[n] = {region.vecBytes.data(), _nWidth};
     }
-    return setup;
+}
+
+void CUnmixEngine::PlateTake(const UNMIX_PARTS& _parts, UNMIX_SETUP* _pSetup)
+{
+    UNMIX_GIVEN& given = m_spWork->given; // keeps the old picture till now: the engine tells plates by their address
+    if (given.spPlate != _parts.spPlate)
+    {
+        UNMIX_KEY key;
+        const bool bKey = _parts.spPlate && KeyOf(*_parts.spPlate, &key);
+        if (_parts.spPlate && !bKey && _pSetup->nKeys == 0)
+            ZLog(eZLog_Warning, "CCoZChromaKey2: no key is set, and the plate shows no backdrop of one strong hue; it is "
+                                "looked for in the frames: pick a key, or set another plate\n");
+        given = {_parts.spPlate, key, bKey};
+    }
+    if (!given.spPlate)
+        return;
+    _pSetup->plate = {given.spPlate->vecBGRA.data(), given.spPlate->nWidth, given.spPlate->nHeight};
+    if (_pSetup->nKeys == 0 && given.bKey)
+    {
+        _pSetup->nKeys = 1;
+        _pSetup->arrKeys[0] = given.key;
+    }
 }
 
 HRESULT CUnmixEngine::Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings)
@@ -166,17 +211,8 @@ void CUnmixEngine::PartsSet(const UNMIX_PARTS& _parts)
 
 HRESULT CUnmixEngine::KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColour, std::string* _pstrReason)
 {
-    UNMIX_STATE state; // of this picture alone
-    UnmixState_Resize(state, _picture.nWidth, _picture.nHeight, 1);
-    UNMIX_PICTURE picture;
-    picture.nWidth = _picture.nWidth;
-    picture.nHeight = _picture.nHeight;
-    picture.pRow0 = _picture.vecBGRA.data();
-    picture.nStride = ptrdiff_t{4} * _picture.nWidth;
-    UNMIX_CELLS& cells = state.arrFields[0].cells;
-    Cells_Pass(picture, cells, state.vecChanged.data(), 0, cells.nHeight);
     UNMIX_KEY key;
-    if (!Screen_FindKey(cells, &key))
+    if (!KeyOf(_picture, &key))
     {
         *_pstrReason = "no large, flat area of one strong hue reaches along the upper border of the picture";
         return S_FALSE;

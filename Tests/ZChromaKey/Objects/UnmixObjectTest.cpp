@@ -192,6 +192,36 @@ TEST_F(UnmixObject, TheNumberOfThreadsIsNotSeen)
     EXPECT_TRUE(arrResults[0] == arrResults[1]);
 }
 
+TEST_F(UnmixObject, APlateKeysUntilItIsTakenAway)
+{
+    const CLogCatcher log;
+    const auto cpFrame = Body(eZFCC_UYVY, c_arrBlue);
+    const auto fnIsKeyed = [&] {
+        cpFrame->IdentityRenew();
+        const auto cpRes = Receive(cpFrame.Get());
+        return cpRes && AttachmentOf(cpRes.Get(), L"mask") && Error(cpRes.Get()) < 2.5;
+    };
+    EXPECT_FALSE(fnIsKeyed()) << "no key";
+    const std::vector<uint8_t> vecBlue = [] {
+        std::vector<uint8_t> vec;
+        for (int n = 0; n < 64 * 48; ++n)
+            vec.insert(vec.end(), {180, 70, 40, 255});
+        return vec;
+    }();
+    for (const uint32_t fccType : {eZFCC_RGB24, eZFCC_NV12}) // another size and format than the frames
+    {
+        EXPECT_EQ(m_cpKeyer->PlateSet(TestFrame_Of(vecBlue, fccType, 64, -48).Get()), S_OK);
+        EXPECT_TRUE(fnIsKeyed()) << "the plate's own key";
+    }
+    EXPECT_EQ(m_cpKeyer->PlateSet(nullptr), S_OK);
+    EXPECT_FALSE(fnIsKeyed());
+    EXPECT_EQ(log.Count(""), 0u);
+    EXPECT_EQ(m_cpKeyer->PlateSet(Body(eZFCC_RGB32, c_arrGrey).Get()), S_OK);
+    EXPECT_TRUE(fnIsKeyed()) << "the backdrop of the frame";
+    EXPECT_TRUE(fnIsKeyed());
+    EXPECT_EQ(log.Count("the plate shows no backdrop"), 1u) << "not with every frame";
+}
+
 TEST_F(UnmixObject, AMaskIsAttachedWhereTheResultStaysAsItIs)
 {
     EXPECT_EQ(OptionOf(m_cpProps.Get(), L"output.argb"), L"true");

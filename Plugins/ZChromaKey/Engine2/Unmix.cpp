@@ -9,7 +9,7 @@
 #include "ZChromaKey/Engine2/Screen.h"
 #include "ZChromaKey/Engine2/Views.h"
 
-#include <cstring>
+#include <span>
 
 namespace
 {
@@ -200,51 +200,82 @@ void PassThrough(const RUN& _run)
     });
 }
 
-HRESULT KeyPicture(const RUN& _run, bool _bSameSetup)
+// Whether the cells are those of the picture before.
+bool ReadCells(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
-    FIELD_STATE& field = _run.field;
     _run.CellRows([&](int _nFirst, int _nRows) {
-        Cells_Pass(_run.picture, field.cells, state.vecChanged.data(), _nFirst, _nRows);
+        Cells_Pass(_run.picture, _run.field.cells, state.vecChanged.data(), _nFirst, _nRows);
     });
-    const bool bSeenBefore = field.bKnown && std::none_of(state.vecChanged.begin(), state.vecChanged.end(),
-                                                          [](uint8_t _n) { return _n != 0; });
+    return _run.field.bKnown &&
+           std::none_of(state.vecChanged.begin(), state.vecChanged.end(), [](uint8_t _n) { return _n != 0; });
+}
+
+void FindKey(const RUN& _run)
+{
     UNMIX_KEY key;
-    if (state.nKeys == 0 && Screen_FindKey(field.cells, &key))
-        SetKeys(state, &key, 1);
-    if (state.nKeys == 0)
+    if (_run.state.nKeys == 0 && Screen_FindKey(_run.field.cells, &key))
+        SetKeys(_run.state, &key, 1);
+}
+
+void Learn(const RUN& _run, bool _bSeenBefore)
+{
+    UNMIX_STATE& state = _run.state;
+    if (!state.bPlateSet)
+        TakeGivenPlate(_run);
+    FindSure(_run);
+    if (state.setup.params.eLearn == eUN_Hold && state.bPlateSet)
+        HoldPlate(_run);
+    else if (!_bSeenBefore)
     {
-        PassThrough(_run);
+        LearnPlate(_run);
+        LearnNoise(_run);
+        ++state.nFrames;
+    }
+}
+
+void WritePixels(const RUN& _run, bool _bRepeat)
+{
+    UNMIX_STATE& state = _run.state;
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        Pixels_Pass(state, _run.field, _run.picture, _run.result, _bRepeat, _nFirst, _nRows);
+    });
+    if (!Views_Wanted(state, _run.picture))
+        return;
+    if (state.setup.params.fltShadows > 0)
+        Views_FindShadows(state);
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        Views_Pass(state, _run.field, _run.nField, _run.picture, _run.result, _nFirst, _nRows);
+    });
+}
+
+// All fields are learned from before the first is keyed, so that a frame that comes again is keyed with the same plate.
+HRESULT KeyFields(std::span<const RUN> _runs, bool _bSameSetup)
+{
+    bool bSeenBefore = true;
+    for (const RUN& run : _runs)
+        bSeenBefore &= ReadCells(run);
+    for (const RUN& run : _runs)
+        FindKey(run);
+    if (_runs[0].state.nKeys == 0)
+    {
+        std::for_each(_runs.begin(), _runs.end(), PassThrough);
         return S_FALSE;
     }
     const bool bRepeat = bSeenBefore && _bSameSetup;
     if (!bRepeat)
+        for (const RUN& run : _runs)
+            Learn(run, bSeenBefore);
+    for (const RUN& run : _runs)
     {
-        if (!state.bPlateSet)
-            TakeGivenPlate(_run);
-        FindSure(_run);
-        if (state.setup.params.eLearn == eUN_Hold && state.bPlateSet)
-            HoldPlate(_run);
-        else if (!bSeenBefore)
+        if (!bRepeat)
         {
-            LearnPlate(_run);
-            LearnNoise(_run);
-            ++state.nFrames;
+            Classify(run);
+            Refine(run);
         }
-        Classify(_run);
-        Refine(_run);
-        field.bKnown = true;
+        run.field.bKnown = true;
+        WritePixels(run, bRepeat);
     }
-    _run.CellRows([&](int _nFirst, int _nRows) {
-        Pixels_Pass(state, field, _run.picture, _run.result, bRepeat, _nFirst, _nRows);
-    });
-    if (!Views_Wanted(state, _run.picture))
-        return S_OK;
-    if (state.setup.params.fltShadows > 0)
-        Views_FindShadows(state);
-    _run.CellRows([&](int _nFirst, int _nRows) {
-        Views_Pass(state, field, _run.nField, _run.picture, _run.result, _nFirst, _nRows);
-    });
     return S_OK;
 }
 
@@ -317,26 +348,22 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
     _state.setup = _setup;
     const UNMIX_PICTURE picture = ReadPicture(_state, reader, _input, _runner);
     const UNMIX_SAMPLES samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
-    HRESULT hrKeyed = S_OK;
-    for (int n = 0; n < nFields; ++n)
-    {
-        const RUN run{_state,
-                      _runner,
-                      _state.arrFields[n],
-                      n,
-                      FieldOf(_state, picture, samples, n),
-                      Chroma_Field(samples, n, nFields),
-                      FieldOf(_state, _result, n)};
-        if (KeyPicture(run, bSameSetup) == S_FALSE)
-            hrKeyed = S_FALSE;
-    }
-    return hrKeyed;
+    const auto RunOf = [&](int _nField) {
+        return RUN{_state,
+                   _runner,
+                   _state.arrFields[_nField],
+                   _nField,
+                   FieldOf(_state, picture, samples, _nField),
+                   Chroma_Field(samples, _nField, nFields),
+                   FieldOf(_state, _result, _nField)};
+    };
+    const RUN arrRuns[2] = {RunOf(0), RunOf(nFields - 1)};
+    return KeyFields({arrRuns, static_cast<size_t>(nFields)}, bSameSetup);
 }
 
 void Unmix_Restart(UNMIX_STATE& _state)
 {
-    for (VEC4& cell : _state.vecPlate)
-        cell.w = 0;
+    std::fill(_state.vecPlate.begin(), _state.vecPlate.end(), VEC4{});
     _state.bPlateSet = false;
     _state.nFrames = 0;
     _state.nUnfilled = 0;

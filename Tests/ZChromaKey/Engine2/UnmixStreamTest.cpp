@@ -27,6 +27,24 @@ double AlphaDistance(const std::vector<uint8_t>& _vecA, const std::vector<uint8_
         dbl += std::abs(_vecA[n] - _vecB[n]);
     return dbl * 4 / static_cast<double>(_vecA.size());
 }
+UNMIX_SETUP SetupOfGreen()
+{
+    UNMIX_SETUP setup;
+    setup.nKeys = 1;
+    setup.arrKeys[0].arrBGR[0] = c_colGreen.b;
+    setup.arrKeys[0].arrBGR[1] = c_colGreen.g;
+    setup.arrKeys[0].arrBGR[2] = c_colGreen.r;
+    return setup;
+}
+
+std::vector<uint8_t> KeyedAs(UNMIX_STATE& _state, SCENE& _scene, const UNMIX_SETUP& _setup, int _eInterlace)
+{
+    CSerialRunner runner;
+    std::vector<uint8_t> vecOut(_scene.vecBGRA.size());
+    EXPECT_EQ(S_OK, Unmix_Frame(_state, _setup, _scene.Input(eZFCC_ARGB32, _eInterlace),
+                                {vecOut.data(), ptrdiff_t{4} * _scene.nWidth, false}, runner));
+    return vecOut;
+}
 } // namespace
 
 TEST(UnmixStream, RepeatedPictureGivesTheSameAndTeachesNothing)
@@ -60,6 +78,63 @@ TEST(UnmixStream, HoldKeepsPlateAndNoise)
     EXPECT_EQ(before.fltNoise, state.fltNoise);
     Keyed(state, first, {});
     EXPECT_NE(before.vecPlate, state.vecPlate);
+}
+TEST(UnmixStream, HeldFramesShowNothingOfTheOnesBefore)
+{
+    // Noise that the filter over time works on while the plate is learned; and a plate that is given.
+    const SCENE empty(160, 120, [](int _x, int) {
+        const float fltLight = 1 - .2f * static_cast<float>(_x) / 160;
+        return SCENE_PIXEL{c_colGreen.b * fltLight, c_colGreen.g * fltLight, c_colGreen.r * fltLight};
+    });
+    SCENE frame = BodyScene(160, 120, 8, 77), quiet = BodyScene(160, 120, 0, 1, .2f), blue = BlueScene(160, 120);
+    for (const bool bGiven : {false, true})
+        for (const int eInterlace : {eZI_Progressive, eZI_TopFirst})
+        {
+            UNMIX_STATE learned;
+            UNMIX_SETUP setup = SetupOfGreen();
+            if (bGiven)
+                setup.plate = {empty.vecBGRA.data(), 160, 120};
+            for (uint32_t n = 0; n < 3 && !bGiven; ++n)
+            {
+                SCENE scene = BodyScene(160, 120, 8, n, .05f);
+                KeyedAs(learned, scene, setup, eInterlace);
+            }
+            setup.params.eLearn = eUN_Hold;
+            UNMIX_STATE straight = learned;
+            const std::vector<uint8_t> vecStraight = KeyedAs(straight, frame, setup, eInterlace);
+            for (const SCENE* const pBefore : {&quiet, &blue, &frame})
+            {
+                SCENE before = *pBefore;
+                UNMIX_STATE state = learned;
+                KeyedAs(state, before, setup, eInterlace);
+                KeyedAs(state, quiet, setup, eInterlace);
+                EXPECT_TRUE(KeyedAs(state, frame, setup, eInterlace) == vecStraight);
+                EXPECT_TRUE(KeyedAs(state, frame, setup, eInterlace) == vecStraight) << "repeated";
+                EXPECT_EQ(state.vecPlate, straight.vecPlate);
+            }
+        }
+}
+TEST(UnmixStream, AFrameAfterACutIsKeyedAsIfAlone)
+{
+    for (uint32_t nSeed = 1; nSeed <= 8; ++nSeed)
+        for (const int eInterlace : {eZI_Progressive, eZI_BottomFirst})
+        {
+            const float fltNoise = nSeed % 2 ? 9.0f : 1.0f;
+            SCENE blue = BlueScene(160, 120);
+            for (size_t n = 0; n < blue.vecBGRA.size(); ++n)
+                blue.vecBGRA[n] = static_cast<uint8_t>(
+                    blue.vecBGRA[n] + std::lround(fltNoise / 2 * Grain(static_cast<int>(n), 0, nSeed)) * (n % 4 < 3));
+            UNMIX_STATE state, alone;
+            for (uint32_t n = 0; n < 3; ++n)
+            {
+                SCENE green = BodyScene(160, 120, fltNoise, n + 10 * nSeed, .03f * static_cast<float>(n));
+                KeyedAs(state, green, {}, eInterlace);
+            }
+            EXPECT_TRUE(KeyedAs(state, blue, {}, eInterlace) == KeyedAs(alone, blue, {}, eInterlace)) << nSeed;
+            EXPECT_EQ(state.nCuts, 1);
+            state.nCuts = 0;
+            EXPECT_TRUE(UnmixState_Same(state, alone)) << nSeed;
+        }
 }
 TEST(UnmixStream, CutStartsAnew)
 {

@@ -1,4 +1,5 @@
 #include "Support/AllocCounter.h"
+#include "ZChromaKey/Config/Params2.h"
 #include "ZChromaKey/Engine2/UnmixScenes.h"
 
 #include <gtest/gtest.h>
@@ -41,8 +42,9 @@ std::vector<uint8_t> KeyedAs(UNMIX_STATE& _state, SCENE& _scene, const UNMIX_SET
 {
     CSerialRunner runner;
     std::vector<uint8_t> vecOut(_scene.vecBGRA.size());
-    EXPECT_EQ(S_OK, Unmix_Frame(_state, _setup, _scene.Input(eZFCC_ARGB32, _eInterlace),
-                                {vecOut.data(), ptrdiff_t{4} * _scene.nWidth, false}, runner));
+    EXPECT_GE(Unmix_Frame(_state, _setup, _scene.Input(eZFCC_ARGB32, _eInterlace),
+                          {vecOut.data(), ptrdiff_t{4} * _scene.nWidth, false}, runner),
+              0);
     return vecOut;
 }
 } // namespace
@@ -277,4 +279,50 @@ TEST(UnmixStream, DegeneratePicturesGiveSensibleResults)
                 for (size_t n = 3; n < vecOut.size() && &picture != arrPictures + 4; n += 4) // noise may be anything
                     ASSERT_EQ(vecOut[n], nWant) << size[0] << 'x' << size[1] << ' ' << &picture - arrPictures;
             }
+}
+TEST(UnmixStream, NumbersStayNumbers)
+{
+    // Pictures that have little to do with each other, with plates that are none, parameters at both ends, ranges of 0.
+    const auto Noise = [](int _x, int _y) {
+        return SCENE_PIXEL{128 + 127 * Grain(_x, _y, 1), 128 + 127 * Grain(_x, _y, 2), 128 + 127 * Grain(_x, _y, 3)};
+    };
+    const auto Black = [](int, int) { return SCENE_PIXEL{0, 0, 0}; };
+    const SCENE noisePlate(50, 31, Noise), blackPlate(1, 1, Black);
+    std::vector<UNMIX_SETUP> vecSetups = {{}, SetupOfGreen(), SetupOfGreen(), SetupOfGreen(), SetupOfGreen(), {}};
+    vecSetups[2].plate = {noisePlate.vecBGRA.data(), 50, 31};
+    vecSetups[3].plate = {blackPlate.vecBGRA.data(), 1, 1};
+    UNMIX_KEY& narrow = vecSetups[4].arrKeys[0];
+    narrow.fltHue = narrow.fltSaturation = narrow.fltValue = 0;
+    vecSetups[5].nKeys = 1; // black, which has no hue
+    for (const double KEY2_PARAM::*const pdblEnd : {&KEY2_PARAM::dblLeast, &KEY2_PARAM::dblMost})
+    {
+        KEY2_PARAMS params = {};
+        for (const KEY2_PARAM& param : Params2_Table())
+            params.*param.pdblField = param.*pdblEnd;
+        vecSetups.push_back(SetupOfGreen());
+        vecSetups.back().params = UnmixParams_Of(params);
+        vecSetups.back().params.eView = eUV_Result;
+    }
+    for (const auto& [nWidth, nHeight] : {std::pair{1, 1}, {1, 40}, {40, 1}, {3, 5}, {70, 45}})
+        for (const UNMIX_SETUP& setup : vecSetups)
+        {
+            SCOPED_TRACE(testing::Message() << nWidth << 'x' << nHeight << ", setup " << &setup - vecSetups.data());
+            SCENE arrScenes[] = {BodyScene(nWidth, nHeight),
+                                 {nWidth, nHeight, Black},
+                                 BodyScene(nWidth, nHeight, 3),
+                                 {nWidth, nHeight, Noise},
+                                 {nWidth, nHeight, [](int, int) { return c_colGreen; }},
+                                 BlueScene(nWidth, nHeight),
+                                 {nWidth, nHeight,
+                                  [](int, int) {
+                                      return SCENE_PIXEL{255, 255, 255};
+                                  }},
+                                 BodyScene(nWidth, nHeight)};
+            UNMIX_STATE state;
+            for (SCENE& scene : arrScenes)
+            {
+                KeyedAs(state, scene, setup, eZI_Progressive);
+                ASSERT_TRUE(AllNumbers(state)) << &scene - arrScenes;
+            }
+        }
 }

@@ -46,15 +46,28 @@ bool SameKeys(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
     return _a.nKeys == _b.nKeys && std::equal(_a.arrKeys, _a.arrKeys + _a.nKeys, _b.arrKeys);
 }
 
+bool SameRegion(const UNMIX_REGION& _a, const UNMIX_REGION& _b)
+{
+    return _a.pRow0 == _b.pRow0 && _a.nStride == _b.nStride;
+}
+
+// What says which cells are surely backdrop.
+bool SameScreen(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
+{
+    return SameKeys(_a, _b) && _a.params.fltBackdrop == _b.params.fltBackdrop && _a.nProtected == _b.nProtected &&
+           std::equal(_a.arrProtected, _a.arrProtected + _a.nProtected, _b.arrProtected) &&
+           SameRegion(_a.backdrop, _b.backdrop);
+}
+
 bool SameSetup(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
 {
-    const auto Same = [](const UNMIX_REGION& _r, const UNMIX_REGION& _s) {
-        return _r.pRow0 == _s.pRow0 && _r.nStride == _s.nStride;
-    };
-    return SameKeys(_a, _b) && _a.params == _b.params && _a.nProtected == _b.nProtected &&
-           std::equal(_a.arrProtected, _a.arrProtected + _a.nProtected, _b.arrProtected) &&
-           _a.plate.pBGRA == _b.plate.pBGRA && Same(_a.garbage, _b.garbage) && Same(_a.holdOut, _b.holdOut) &&
-           Same(_a.backdrop, _b.backdrop);
+    return SameScreen(_a, _b) && _a.params == _b.params && _a.plate.pBGRA == _b.plate.pBGRA &&
+           SameRegion(_a.garbage, _b.garbage) && SameRegion(_a.holdOut, _b.holdOut);
+}
+
+bool IsHeld(const UNMIX_STATE& _state, const UNMIX_SETUP& _setup)
+{
+    return _setup.params.eLearn == eUN_Hold && _state.bPlateSet;
 }
 
 void SetKeys(UNMIX_STATE& _state, const UNMIX_KEY* _pKeys, int _nKeys)
@@ -62,6 +75,28 @@ void SetKeys(UNMIX_STATE& _state, const UNMIX_KEY* _pKeys, int _nKeys)
     _state.nKeys = std::min(_nKeys, c_nUnmixMaxKeys);
     for (int k = 0; k < _state.nKeys; ++k)
         _state.arrKeys[k] = Screen_Forms(_pKeys[k]);
+}
+
+// What a picture has in common with the one before.
+struct SEEN
+{
+    bool bScreen; // what says which cells are backdrop
+    bool bSetup;
+};
+
+// Takes over the setup of the next picture, and forgets what was learned where it is not of that stream.
+SEEN TakeSetup(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_KIND& _kind)
+{
+    const SEEN seen = {SameScreen(_state.setup, _setup), SameSetup(_state.setup, _setup)};
+    const bool bKeys = !SameKeys(_state.setup, _setup) || (_state.nKeys == 0 && _setup.nKeys > 0);
+    const bool bPlate = _state.setup.plate.pBGRA != _setup.plate.pBGRA;
+    if (bKeys || bPlate || _kind != _state.kind || (!seen.bScreen && !IsHeld(_state, _setup)))
+        Unmix_Restart(_state);
+    if (bKeys)
+        SetKeys(_state, _setup.arrKeys, _setup.nKeys);
+    _state.kind = _kind;
+    _state.setup = _setup;
+    return seen;
 }
 
 // Another backdrop than the present keys': found where hardly anything of theirs is seen any more.
@@ -135,34 +170,43 @@ void LearnPlate(const RUN& _run)
         StartScene(_run, key);
         change = Plate_Compare(state);
     }
-    const bool bLamps = change.nSeen >= 16;
-    if (bLamps)
+    if (change.bEnough)
         Plate_FindLamps(state, change);
-    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_LearnPass(state, change, bLamps, _nFirst, _nRows); });
+    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_LearnPass(state, change, _nFirst, _nRows); });
     Plate_Fill(state, _run.field);
     _run.PlateRows([&](int _nFirst, int _nRows) { Plate_OwnerPass(state, _nFirst, _nRows); });
+}
+
+void MeasureNoise(const RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    if (state.nFrames == 0)
+        Wedge_Choose(state, _run.field);
+    _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
+    Noise_Learn(state);
 }
 
 void LearnNoise(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
-    if (state.nFrames == 0)
-    {
-        state.fltNoise = c_fltFirstNoise;
-        Wedge_Choose(state, _run.field);
-    }
-    _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
-    Noise_Learn(state);
+    if (!state.bPlateSet)
+        return; // there is nothing to measure in
+    MeasureNoise(_run);
     if (state.fltNoise > c_fltFilteredNoise && _run.field.vecPast.empty())
         Pixels_ForgetPast(_run.field, _run.picture);
+    ++state.nFrames;
 }
 
-// Nothing of the frames that come while the plate is held shows in later ones.
+// Nothing of the frames that come while the plate is held shows in later ones. Where it was given before anything was
+// learned, nothing tells the noise but the picture itself.
 void HoldPlate(const RUN& _run)
 {
-    if (_run.state.nFrames == 0)
-        LearnNoise(_run); // the plate was given, and nothing tells the noise but the picture itself
     _run.field.vecPast.clear();
+    if (_run.state.nFrames > 0)
+        return;
+    _run.state.fltNoise = c_fltNoiseUnknown;
+    _run.state.bNoiseKnown = false;
+    MeasureNoise(_run);
 }
 
 void Classify(const RUN& _run)
@@ -200,7 +244,7 @@ void PassThrough(const RUN& _run)
     });
 }
 
-// Whether the cells are those of the picture before.
+// Whether the field shows what it showed before. Makes its cells.
 bool ReadCells(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
@@ -218,27 +262,29 @@ void FindKey(const RUN& _run)
         SetKeys(_run.state, &key, 1);
 }
 
-void Learn(const RUN& _run, bool _bSeenBefore)
+// What the cells teach. A picture that was seen before teaches nothing, so it is not held against the plate that it has
+// taught: its sure cells stay what they were.
+void LearnCells(const RUN& _run, const SEEN& _seen, bool _bSeenBefore)
 {
     UNMIX_STATE& state = _run.state;
     if (!state.bPlateSet)
         TakeGivenPlate(_run);
-    FindSure(_run);
-    if (state.setup.params.eLearn == eUN_Hold && state.bPlateSet)
+    if (!_bSeenBefore || !_seen.bScreen)
+        FindSure(_run);
+    if (IsHeld(state, state.setup))
         HoldPlate(_run);
     else if (!_bSeenBefore)
     {
         LearnPlate(_run);
         LearnNoise(_run);
-        ++state.nFrames;
     }
 }
 
-void WritePixels(const RUN& _run, bool _bRepeat)
+void WritePixels(const RUN& _run, bool _bSeenBefore)
 {
     UNMIX_STATE& state = _run.state;
     _run.CellRows([&](int _nFirst, int _nRows) {
-        Pixels_Pass(state, _run.field, _run.picture, _run.result, _bRepeat, _nFirst, _nRows);
+        Pixels_Pass(state, _run.field, _run.picture, _run.result, _bSeenBefore, _nFirst, _nRows);
     });
     if (!Views_Wanted(state, _run.picture))
         return;
@@ -249,33 +295,34 @@ void WritePixels(const RUN& _run, bool _bRepeat)
     });
 }
 
-// All fields are learned from before the first is keyed, so that a frame that comes again is keyed with the same plate.
-HRESULT KeyFields(std::span<const RUN> _runs, bool _bSameSetup)
+void KeyField(const RUN& _run, const SEEN& _seen, bool _bSeenBefore)
 {
+    if (!_bSeenBefore || !_seen.bSetup)
+        Classify(_run);
+    Refine(_run);
+    _run.field.bKnown = true;
+    WritePixels(_run, _bSeenBefore);
+}
+
+// All fields are learned from before the first is keyed, so that a frame that comes again is keyed with the same plate.
+HRESULT KeyFields(std::span<const RUN> _runs, const SEEN& _seen)
+{
+    UNMIX_STATE& state = _runs[0].state;
     bool bSeenBefore = true;
     for (const RUN& run : _runs)
         bSeenBefore &= ReadCells(run);
     for (const RUN& run : _runs)
         FindKey(run);
-    if (_runs[0].state.nKeys == 0)
+    if (state.nKeys == 0)
     {
         std::for_each(_runs.begin(), _runs.end(), PassThrough);
         return S_FALSE;
     }
-    const bool bRepeat = bSeenBefore && _bSameSetup;
-    if (!bRepeat)
-        for (const RUN& run : _runs)
-            Learn(run, bSeenBefore);
     for (const RUN& run : _runs)
-    {
-        if (!bRepeat)
-        {
-            Classify(run);
-            Refine(run);
-        }
-        run.field.bKnown = true;
-        WritePixels(run, bRepeat);
-    }
+        LearnCells(run, _seen, bSeenBefore);
+    for (const RUN& run : _runs)
+        KeyField(run, _seen, bSeenBefore);
+    state.bSure = std::any_of(_runs.begin(), _runs.end(), [](const RUN& _r) { return _r.field.bitsSure.Count() > 0; });
     return S_OK;
 }
 
@@ -332,20 +379,13 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
                     const UNMIX_RESULT& _result, IRowRunner& _runner)
 {
     CImgRowReader reader;
-    const HRESULT hr = reader.Init(_input.vidProps, _input.vidPtr);
+    const HRESULT hr = reader.Init(_input.vidProps, _input.vidPtr, _input.eMatrix);
     if (FAILED(hr))
         return hr;
     const int nFields = reader.Height() > 1 && VidProps_FieldOrder(&_input.vidProps) != 0 ? 2 : 1;
     if (_state.nWidth != reader.Width() || _state.nHeight != reader.Height() || _state.nFields != nFields)
         UnmixState_Resize(_state, reader.Width(), reader.Height(), nFields);
-    const bool bSameSetup = SameSetup(_state.setup, _setup);
-    const bool bSamePlate = _state.setup.plate.pBGRA == _setup.plate.pBGRA;
-    if (!bSamePlate || !SameKeys(_state.setup, _setup) || (_state.nKeys == 0 && _setup.nKeys > 0))
-    {
-        Unmix_Restart(_state);
-        SetKeys(_state, _setup.arrKeys, _setup.nKeys);
-    }
-    _state.setup = _setup;
+    const SEEN seen = TakeSetup(_state, _setup, {_input.vidProps.fccType, static_cast<int>(reader.Matrix())});
     const UNMIX_PICTURE picture = ReadPicture(_state, reader, _input, _runner);
     const UNMIX_SAMPLES samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
     const auto RunOf = [&](int _nField) {
@@ -358,13 +398,15 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
                    FieldOf(_state, _result, _nField)};
     };
     const RUN arrRuns[2] = {RunOf(0), RunOf(nFields - 1)};
-    return KeyFields({arrRuns, static_cast<size_t>(nFields)}, bSameSetup);
+    return KeyFields({arrRuns, static_cast<size_t>(nFields)}, seen);
 }
 
 void Unmix_Restart(UNMIX_STATE& _state)
 {
     std::fill(_state.vecPlate.begin(), _state.vecPlate.end(), VEC4{});
     _state.bPlateSet = false;
+    _state.fltNoise = c_fltNoiseUnknown;
+    _state.bNoiseKnown = false;
     _state.nFrames = 0;
     _state.nUnfilled = 0;
     for (FIELD_STATE& field : _state.arrFields)
@@ -372,6 +414,8 @@ void Unmix_Restart(UNMIX_STATE& _state)
         field.bKnown = false;
         field.vecPast.clear();
     }
+    for (KEY_FORMS& key : _state.arrKeys)
+        key.fltWedge = 1;
     if (_state.setup.nKeys == 0)
         _state.nKeys = 0;
 }
@@ -393,7 +437,7 @@ UNMIX_STATS Unmix_Stats(const UNMIX_STATE& _state)
     stats.fltMixed *= fltShare;
     stats.fltSolid *= fltShare;
     stats.fltNoise = _state.fltNoise;
-    stats.nPlateFrames = _state.nFrames;
+    stats.nPlateFrames = (_state.nFrames + _state.nFields - 1) / std::max(_state.nFields, 1);
     stats.nCuts = _state.nCuts;
     return stats;
 }

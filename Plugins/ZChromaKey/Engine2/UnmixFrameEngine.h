@@ -25,7 +25,7 @@ static_assert(sizeof(UNMIX_SETTINGS) == sizeof(CHROMA_KEY2_RAW) + 5 * sizeof(uin
 struct UNMIX_PARTS
 {
     std::array<std::shared_ptr<const IMG_MASK>, Z_REGIONS> arrMasks; ///< to be stretched to the frame
-    std::shared_ptr<const IMG_PICTURE> spPlate; ///< the same; keys where the settings have none
+    std::shared_ptr<const IMG_PICTURE> spPlate;                      ///< the same; keys where the settings have none
 };
 
 /// A colour: R, G, B from 0 to 255.

@@ -80,14 +80,16 @@ HRESULT CCoZChromaKey2::DocumentTake(std::string_view _svDocument, std::string* 
     std::unique_ptr<CXmlNode> upRoot = CConfigDoc::Read(_svDocument, _pstrReason, c_pszConfigKeyer2);
     if (!upRoot)
         return E_INVALIDARG;
-    const std::lock_guard lockDocument(m_mtxDocument);
-    const std::lock_guard lock(m_keyState.Lock());
-    KEY2_EDIT edit = m_keyState.EditGet();
+    KEY2_EDIT edit = {};
     const CXmlNode* const pOwn = CConfigDoc::Find(*upRoot, c_pszConfigKeyer2);
-    if (pOwn && !KeyXml2_Load(*pOwn, &edit, _pstrReason))
+    if (pOwn && !KeyXml2_Load(*pOwn, &edit, _pstrReason)) // before the locks: masks are made, and frames do not wait
         return E_INVALIDARG;
     if (!pOwn)
         ZLog(eZLog_Info, "CCoZChromaKey2::PersistLoad: the document has options, but no keys of this generation\n");
+    const std::lock_guard lockDocument(m_mtxDocument);
+    const std::lock_guard lock(m_keyState.Lock());
+    if (!pOwn)
+        edit = m_keyState.EditGet();
     PROP_MAP mapOptions = Store().ValuesGet();
     CConfigDoc::OptionsGet(*upRoot, &mapOptions, c_pszConfigKeyer2);
     m_keyState.EditSet(std::move(edit)); // the last call that can run out of memory

@@ -84,11 +84,12 @@ TEST(KeyXml2, WhatIsNotNamedHasItsDefault)
     EXPECT_FALSE(edit.arrRegions[eRegion_HoldOut]) << "nothing of what was there is left";
 }
 
-TEST(KeyXml2, WrongNumbersAreRefusedWithTheirElement)
+TEST(KeyXml2, WhatIsWrongIsRefusedWithItsElement)
 {
     std::string strMany;
     for (int n = 0; n < 17; ++n)
         strMany += "<protected/>";
+    const std::string strRegion = "<region name='garbage' width='4' height='4' polygon='0,0 1,0 1,1'/>";
     const std::pair<std::string, const char*> arrCases[] = {
         {"<key/><key red='much'/>", "element \"key\" 2: red=\"much\" is no number"},
         {"<key red='300'/>", "key 0: red is 300, must be a number from 0 to 255"},
@@ -99,6 +100,7 @@ TEST(KeyXml2, WrongNumbersAreRefusedWithTheirElement)
         {"<region name='sky'/>", "element \"region\" 1: its name must be garbage, holdout or backdrop"},
         {"<region name='garbage' polygon='0,0 1,0 1,1'/>", "element \"region\" 1: a polygon in a picture of 0 x 0"},
         {"<region name='garbage' width='4' height='4' polygon='0,0 1,0'/>", "element \"region\" 1: character 8: "},
+        {strRegion + strRegion, "element \"region\" 2: there is one of its name"},
     };
     for (const auto& [strContent, pszReason] : arrCases)
     {

@@ -24,6 +24,8 @@ KEY2_EDIT Distinct()
     for (double* pdblNumber : {&edit.key.arrKeys[0].dblRed, &edit.key.arrKeys[1].dblRed})
         for (int n = 0; n < 9; ++n)
             pdblNumber[n] = dblNext += 0.0078125;
+    edit.key.arrKeys[0].dblGreen += 64; // keys have a hue
+    edit.key.arrKeys[1].dblGreen += 96;
     for (int n = 0; n < 6; ++n)
         (&edit.key.arrProtected[0].dblRed)[n] = dblNext += 0.0078125;
     for (const KEY2_PARAM& param : Params2_Table())
@@ -93,6 +95,7 @@ TEST(KeyXml2, WhatIsWrongIsRefusedWithItsElement)
     const std::pair<std::string, const char*> arrCases[] = {
         {"<key/><key red='much'/>", "element \"key\" 2: red=\"much\" is no number"},
         {"<key red='300'/>", "key 0: red is 300, must be a number from 0 to 255"},
+        {"<key red='9'/><key/>", "key 0: the colour R 9 G 0 B 0 is grey"},
         {"<protected hue='-1'/>", "protected colour 0: hue is -1"},
         {strMany, "there are more than 16 elements \"protected\""},
         {"<params choke='11'/>", "parameter \"choke\" is \"11\", must be a number from -10 to 10 (pixels)"},

@@ -30,6 +30,7 @@ public:
         std::vector<UNMIX_SETTINGS> vecSettings; ///< of each frame
         UNMIX_PARTS parts;
         HRESULT hrFind = S_OK;
+        UNMIX_COLOUR colourFound = {10, 170, 20};
         HRESULT hrPlate = S_FALSE;
         bool bTakesPlate = true;
         IMG_PICTURE pictureFound;
@@ -77,7 +78,7 @@ public:
     HRESULT KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColour, std::string* _pstrReason) override
     {
         m_pScript->pictureFound = _picture;
-        *_pColour = {10, 170, 20};
+        *_pColour = m_pScript->colourFound;
         *_pstrReason = "nothing is flat";
         return m_pScript->hrFind;
     }
@@ -195,6 +196,12 @@ TEST_F(CoZChromaKey2, TheAutomaticKeyChangesNothingWhereItFindsNone)
     EXPECT_EQ(Raw().arrKeys[0].dblBlue, 255);
     EXPECT_EQ(m_script.pictureFound.vecBGRA.size(), 4u * 64 * 32);
     m_script.hrFind = S_OK;
+    m_script.colourFound = {20, 27, 20};
+    EXPECT_EQ(m_cpKeyer->KeyAuto(), S_FALSE);
+    EXPECT_EQ(log.Count("no backdrop was found, the keys stay as they are: R 20 G 27 B 20 is too", eZLog_Warning), 1u);
+    EXPECT_EQ(log.Count("", eZLog_Error), 0u);
+    EXPECT_EQ(Raw().arrKeys[0].dblBlue, 255);
+    m_script.colourFound = {10, 170, 20};
     EXPECT_EQ(m_cpKeyer->KeyAuto(), S_OK);
     EXPECT_EQ(Raw().nKeysUsed * 10 + Raw().bAutomatic, 11);
     EXPECT_EQ(Raw().arrKeys[0].dblGreen, 170);
@@ -331,6 +338,11 @@ TEST_F(CoZChromaKey2, RefusesWrongArguments)
     key.params.dblNoise = 17;
     EXPECT_EQ(m_cpKeyer->KeyRawSet(&key), E_INVALIDARG);
     EXPECT_EQ(log.Count("parameter \"noise\" is 17", eZLog_Error), 1u);
+    const auto cpHook = CHookFrame::Make(m_cpFrame.Get(), [](const std::string&) { return S_OK; });
+    cpHook->m_fnProps = [](ZF_VID_PROPS* _pVidProps) { _pVidProps->nHeight = INT32_MIN; };
+    EXPECT_EQ(m_cpKeyer->FrameSet(cpHook.Get()), S_OK);
+    EXPECT_EQ(PolygonSet(eRegion_Garbage, L"0,0 1,0 1,1"), E_INVALIDARG);
+    EXPECT_EQ(m_cpKeyer->FrameSet(nullptr), S_OK);
     int32_t nSteps = -1;
     EXPECT_EQ(m_cpKeyer->StepsBack(&nSteps), S_OK);
     EXPECT_EQ(nSteps, 0);

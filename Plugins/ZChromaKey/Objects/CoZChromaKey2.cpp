@@ -23,9 +23,8 @@ HRESULT CCoZChromaKey2::Create(REFIID _iid, void** _ppvObject)
 {
     auto* const pObject = new CCoZChromaKey2(std::make_unique<CUnmixEngine>());
     const auto cpObject = CZPtr<IZFProcess>::Adopt(pObject);
-    PROP_MAP mapDefaults = UserDefaults_Read();
-    mapDefaults.try_emplace("output.argb", "true"); // colours are unmixed in the result alone
-    UserDefaults_Apply(std::move(mapDefaults), &pObject->Store());
+    PROP_MAP mapOwn = {{c_szOptionARGB, "true"}}; // colours are unmixed in the result alone
+    UserDefaults_Apply(UserDefaults_Read(), &pObject->Store(), std::move(mapOwn));
     return cpObject->QueryInterface(_iid, _ppvObject);
 }
 

@@ -1,6 +1,7 @@
 #include "ZChromaKey/Engine2/UnmixEngine.h"
 
 #include "Base/ZAssert.h"
+#include "Base/ZLog.h"
 #include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Screen.h"
 
@@ -8,6 +9,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace
 {
@@ -132,6 +134,15 @@ HRESULT CUnmixEngine::WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _set
     if (FAILED(hr) && !bRefused)
         m_spWork.reset(); // a worker that hangs may still use it, or memory ran out half-way
     return FAILED(hr) ? hr : S_OK;
+}
+
+/// Says once what to do: that there is no GPU path is a fault where nothing else may key.
+HRESULT CUnmixEngine::ProcessGPU(IZFFrame*, ENGINE_SETTINGS, const ENGINE_GPU_OPTIONS& _options, IZFFrame**)
+{
+    if (!std::exchange(m_arrGPURefused[_options.bOnly], true))
+        ZLog(_options.bOnly ? eZLog_Error : eZLog_Info,
+             "CCoZChromaKey2: this class keys on the processor only; set \"gpu_mode\" to 0\n");
+    return E_NOTIMPL;
 }
 
 void CUnmixEngine::StatsKeep(double _dblMilliseconds)

@@ -22,10 +22,7 @@ public:
     {
         m_pool.Hold(_listOwners);
     }
-    HRESULT ProcessGPU(IZFFrame*, ENGINE_SETTINGS, const ENGINE_GPU_OPTIONS&, IZFFrame**) override
-    {
-        return E_NOTIMPL;
-    }
+    HRESULT ProcessGPU(IZFFrame*, ENGINE_SETTINGS, const ENGINE_GPU_OPTIONS& _options, IZFFrame**) override;
     std::vector<CZPtr<IZFFrame>> FramesTake() override
     {
         return {};
@@ -51,7 +48,8 @@ private:
     CRowPool m_pool{"CUnmixEngine"};
     std::shared_ptr<CUnmixWork> m_spWork; ///< null before the first frame
     uint64_t m_nRestarts = 0;
-    int32_t m_nWidth = 0; ///< of the regions
+    bool m_arrGPURefused[2] = {}; ///< logged: where the processor may key instead, and where nothing else may
+    int32_t m_nWidth = 0;         ///< of the regions
     int32_t m_nHeight = 0;
 
     std::mutex m_mtxParts; ///< guards what follows; nothing is locked under it

@@ -57,7 +57,7 @@ struct ENGINE_GPU_OPTIONS
     bool bOutputARGB;   ///< the result is ARGB32, whatever the input is
     bool bFlushContext; ///< hand the recorded work to the GPU before the result is waited for
     eZYMatrix eMatrix;  ///< of YUV pictures, and what YUV keys of them are measured with
-    bool bSoftware;     ///< make a device also where the processor stands in for a graphics card
+    bool bOnly;         ///< nothing else may key: a device is made also where the processor stands in for a card
     uint64_t nChange;   ///< of the options: a device that could not be had is asked for again at once when it changes
 };
 

@@ -30,7 +30,6 @@ public:
     void Flush() override;
     void Close() override;
 
-    void PartsSet(const UNMIX_PARTS& _parts) override;
     HRESULT KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColour, std::string* _pstrReason) override;
     bool CanTakePlate() const override
     {
@@ -40,8 +39,8 @@ public:
     HRESULT StatsGet(CHROMA_KEY2_STATS* _pStats) override;
 
 private:
-    UNMIX_SETUP SetupOf(const UNMIX_SETTINGS& _settings, int32_t _nWidth, int32_t _nHeight);
-    HRESULT WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _settings);
+    UNMIX_SETUP SetupOf(const UNMIX_SETTINGS& _settings, const UNMIX_PARTS& _parts, int32_t _nWidth, int32_t _nHeight);
+    HRESULT WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _settings, const UNMIX_PARTS& _parts);
     /// Says once that nothing in the frames is certain to be backdrop.
     void SureSay();
     void StatsKeep(double _dblMilliseconds);
@@ -53,8 +52,7 @@ private:
     bool m_bUnsure = false;       ///< and the log has said so
     bool m_arrGPURefused[2] = {}; ///< logged: where the processor may key instead, and where nothing else may
 
-    std::mutex m_mtxParts; ///< guards what follows; nothing is locked under it
-    UNMIX_PARTS m_parts;
+    std::mutex m_mtxStats; ///< guards what follows; nothing is locked under it
     bool m_bKeyed = false;
     CHROMA_KEY2_STATS m_stats = {};
 };

@@ -38,15 +38,15 @@ HRESULT CCoZChromaKey2::FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes)
 {
     const KEY2_PRESENT present = m_keyState.Get(); // one copy, to compare and to key with
     UNMIX_SETTINGS settings = {present.key, present.nRestarts, present.nPlate, {}};
-    UNMIX_PARTS parts = {{}, present.spPlate};
+    UNMIX_PARTS parts;
+    parts.spPlate = present.spPlate;
     for (size_t eWhich = 0; eWhich < Z_REGIONS; ++eWhich)
         if (const auto& spRegion = present.arrRegions[eWhich])
         {
             settings.arrRegions[eWhich] = spRegion->nChange;
             parts.arrMasks[eWhich] = {spRegion, &spRegion->mask};
         }
-    m_engine.PartsSet(parts);
-    return Keyer().Process(_pFrame, EngineSettings_Of(settings), _ppFrameRes);
+    return Keyer().Process(_pFrame, EngineSettings_Of(settings, &parts), _ppFrameRes);
 }
 
 /// The document of keys, parameters, regions and options as they are now.

@@ -73,7 +73,7 @@ public:
 private:
     static FAKE_SETTINGS Of(ENGINE_SETTINGS _settings)
     {
-        return *reinterpret_cast<const FAKE_SETTINGS*>(_settings.data());
+        return *reinterpret_cast<const FAKE_SETTINGS*>(_settings.spanRecord.data());
     }
 
     SCRIPT* m_pScript;

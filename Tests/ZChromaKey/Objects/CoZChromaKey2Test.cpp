@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <thread>
 
 // The object over an engine of the test's. What the real one makes of frames: UnmixObjectTest.
 
@@ -50,8 +51,12 @@ public:
     }
     HRESULT Process(const ENGINE_JOB&, ENGINE_SETTINGS _settings) override
     {
-        EXPECT_EQ(_settings.size(), sizeof(UNMIX_SETTINGS));
-        std::memcpy(&m_pScript->vecSettings.emplace_back(), _settings.data(), sizeof(UNMIX_SETTINGS));
+        EXPECT_EQ(_settings.spanRecord.size(), sizeof(UNMIX_SETTINGS));
+        UNMIX_SETTINGS& settings = m_pScript->vecSettings.emplace_back();
+        std::memcpy(&settings, _settings.spanRecord.data(), sizeof(UNMIX_SETTINGS));
+        m_pScript->parts = static_cast<const UNMIX_PARTS&>(*_settings.pParts);
+        for (size_t n = 0; n < Z_REGIONS; ++n)
+            EXPECT_EQ(settings.arrRegions[n] != 0, m_pScript->parts.arrMasks[n] != nullptr) << "they are of one edit";
         return S_OK;
     }
     void Hold(std::initializer_list<IUnknown*>) noexcept override
@@ -70,10 +75,6 @@ public:
     }
     void Close() override
     {
-    }
-    void PartsSet(const UNMIX_PARTS& _parts) override
-    {
-        m_pScript->parts = _parts;
     }
     HRESULT KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColour, std::string* _pstrReason) override
     {
@@ -238,6 +239,24 @@ TEST_F(CoZChromaKey2, AFrameIsKeyedWithOneCopyOfTheSettings)
     EXPECT_FALSE(m_script.parts.arrMasks[eRegion_HoldOut]);
     EXPECT_EQ(m_cpKeyer->PlateSet(nullptr), S_OK);
     EXPECT_EQ(Key().nPlate, 0u);
+}
+
+TEST_F(CoZChromaKey2, ThreadsThatEditAndKeyDoNotMixMasksAndSettings)
+{
+    const auto fnRun = [this](const wchar_t* _pwszPolygon, IZFFrame* _pFrame) {
+        for (int n = 0; n < 1000; ++n)
+        {
+            CZPtr<IZFFrame> cpRes;
+            EXPECT_GE(PolygonSet(eRegion_Garbage, _pwszPolygon), 0);
+            EXPECT_EQ(m_cpKeyer->OnMediaReceive(_pFrame, cpRes.Put()), S_OK);
+        }
+    };
+    const auto cpOther = TestFrame_Make(eZFCC_RGB32, 64, -32);
+    EXPECT_EQ(m_cpKeyer->FrameSet(m_cpFrame.Get()), S_OK);
+    std::thread thread([&] { fnRun(L"", cpOther.Get()); });
+    fnRun(L"0,0 8,0 8,8", m_cpFrame.Get());
+    thread.join();
+    EXPECT_GT(m_script.vecSettings.size(), 1u);
 }
 
 TEST_F(CoZChromaKey2, HandsOutPlatesRegionsAndNumbers)

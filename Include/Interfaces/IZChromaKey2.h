@@ -48,7 +48,8 @@ struct IZChromaKey2 : public IDispatch
     /// Get keys, protected colours and parameters as a structure.
     virtual HRESULT STDMETHODCALLTYPE KeyRawGet(CHROMA_KEY2_RAW* _pKey) = 0;
     /// Set keys, protected colours and parameters from a structure.
-    /// E_INVALIDARG: another size, or a number outside its range; the log says which, and nothing has changed.
+    /// E_INVALIDARG: another size, a number outside its range, or a key that is grey; the log says which, and nothing
+    /// has changed.
     virtual HRESULT STDMETHODCALLTYPE KeyRawSet(const CHROMA_KEY2_RAW* _pKey) = 0;
 
     /// Get a parameter by its name.

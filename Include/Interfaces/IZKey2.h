@@ -43,7 +43,8 @@ struct IZKey2 : public IDispatch
     /// Get a parameter by its name.
     virtual HRESULT STDMETHODCALLTYPE ParamGet(BSTR _bsName, double* _pdblValue) = 0;
     /// Set all from a structure.
-    /// E_INVALIDARG: another size, or a number outside its range; the log says which, and nothing has changed.
+    /// E_INVALIDARG: another size, a number outside its range, or a key that is grey; the log says which, and nothing
+    /// has changed.
     virtual HRESULT STDMETHODCALLTYPE RawSet(const CHROMA_KEY2_RAW* _pKey) = 0;
     /// Get all as a structure.
     virtual HRESULT STDMETHODCALLTYPE RawGet(CHROMA_KEY2_RAW* _pKey) = 0;

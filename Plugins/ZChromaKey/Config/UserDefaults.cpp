@@ -3,7 +3,7 @@
 #include "Base/ZLog.h"
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
 
-void UserDefaults_Apply(PROP_MAP&& _mapDefaults, CPropStore* _pStore)
+void UserDefaults_Apply(PROP_MAP&& _mapDefaults, CPropStore* _pStore, PROP_MAP&& _mapOwn)
 {
     std::erase_if(_mapDefaults, [](const PROP_MAP::value_type& _option) {
         const auto& [strName, strValue] = _option;
@@ -13,5 +13,6 @@ void UserDefaults_Apply(PROP_MAP&& _mapDefaults, CPropStore* _pStore)
                  PropText_Quote(strValue), PropText_Quote(strName), strRight);
         return !strRight.empty();
     });
+    _mapDefaults.merge(_mapOwn);
     _pStore->DefaultsSet(std::move(_mapDefaults));
 }

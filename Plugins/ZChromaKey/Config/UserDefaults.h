@@ -3,5 +3,5 @@
 #include "Props/PropStore.h"
 
 /// Puts a user's own default options into the default layer of a store. Those that are wrong for their option are
-/// logged and left out.
-void UserDefaults_Apply(PROP_MAP&& _mapDefaults, CPropStore* _pStore);
+/// logged and left out. _mapOwn: defaults of the object, where the user has none that is right.
+void UserDefaults_Apply(PROP_MAP&& _mapDefaults, CPropStore* _pStore, PROP_MAP&& _mapOwn = {});

@@ -14,8 +14,8 @@ namespace
 CHROMA_KEY_RAW KeyOf(ENGINE_SETTINGS _settings)
 {
     CHROMA_KEY_RAW key = {};
-    if (Z_VERIFY(_settings.size() == sizeof(key)))
-        std::memcpy(&key, _settings.data(), sizeof(key));
+    if (Z_VERIFY(_settings.spanRecord.size() == sizeof(key)))
+        std::memcpy(&key, _settings.spanRecord.data(), sizeof(key));
     return key;
 }
 

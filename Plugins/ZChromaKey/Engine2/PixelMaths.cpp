@@ -60,7 +60,7 @@ float DifferenceBelow0(const KEY_FORMS& _key, const PIXEL_PLACE& _place, float _
 VEC4 Quieted(const KEY_FORMS& _key, const PIXEL_PLACE& _place, const VEC4& _colour)
 {
     const float* const x = _key.arrX;
-    const float flt = _place.fltQuieted / (x[0] * x[0] + x[1] * x[1] + x[2] * x[2]);
+    const float flt = _place.fltQuieted / std::max(x[0] * x[0] + x[1] * x[1] + x[2] * x[2], 1e-3f);
     return {_colour.b + x[0] * flt, _colour.g + x[1] * flt, _colour.r + x[2] * flt, _colour.w};
 }
 

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace
 {
@@ -17,9 +18,15 @@ namespace
 UNMIX_SETTINGS SettingsOf(ENGINE_SETTINGS _settings)
 {
     UNMIX_SETTINGS settings = {};
-    if (Z_VERIFY(_settings.size() == sizeof(settings)))
-        std::memcpy(&settings, _settings.data(), sizeof(settings));
+    if (Z_VERIFY(_settings.spanRecord.size() == sizeof(settings)))
+        std::memcpy(&settings, _settings.spanRecord.data(), sizeof(settings));
     return settings;
+}
+
+/// The masks and the plate of settings.
+UNMIX_PARTS PartsOf(ENGINE_SETTINGS _settings)
+{
+    return _settings.pParts ? static_cast<const UNMIX_PARTS&>(*_settings.pParts) : UNMIX_PARTS();
 }
 
 /// A channel's difference, in levels, that a range of value comes to: 0.2 of it is 24 levels.
@@ -93,25 +100,21 @@ ENGINE_PLAN CUnmixEngine::Plan(ENGINE_SETTINGS _settings) const
     return {bKeys, bKeys, false, true};
 }
 
-UNMIX_SETUP CUnmixEngine::SetupOf(const UNMIX_SETTINGS& _settings, int32_t _nWidth, int32_t _nHeight)
+UNMIX_SETUP CUnmixEngine::SetupOf(const UNMIX_SETTINGS& _settings, const UNMIX_PARTS& _parts, int32_t _nWidth,
+                                  int32_t _nHeight)
 {
     UNMIX_SETUP setup;
     setup.params = UnmixParams_Of(_settings.key.params);
     KeysOf(_settings.key, &setup);
-    UNMIX_PARTS parts;
-    {
-        const std::lock_guard lock(m_mtxParts);
-        parts = m_parts;
-    }
     UNMIX_REGION* const arrRegions[Z_REGIONS] = {&setup.garbage, &setup.holdOut, &setup.backdrop};
     for (size_t n = 0; n < Z_REGIONS; ++n)
     {
         UNMIX_STRETCHED& region = m_spWork->arrRegions[n];
-        Stretch(parts.arrMasks[n], _nWidth, _nHeight, &region);
+        Stretch(_parts.arrMasks[n], _nWidth, _nHeight, &region);
         if (region.spMask)
             *arrRegions[n] = {region.vecBytes.data(), _nWidth};
     }
-    PlateTake(parts, &setup);
+    PlateTake(_parts, &setup);
     return setup;
 }
 
@@ -144,7 +147,7 @@ HRESULT CUnmixEngine::Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings)
     const std::lock_guard lock(m_mtxState);
     if (!m_spWork)
         m_spWork = std::make_shared<CUnmixWork>();
-    const HRESULT hr = WorkRun(_job, SettingsOf(_settings));
+    const HRESULT hr = WorkRun(_job, SettingsOf(_settings), PartsOf(_settings));
     if (FAILED(hr))
         return hr;
     SureSay();
@@ -163,14 +166,14 @@ void CUnmixEngine::SureSay()
     m_bUnsure = bUnsure;
 }
 
-HRESULT CUnmixEngine::WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _settings)
+HRESULT CUnmixEngine::WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _settings, const UNMIX_PARTS& _parts)
 {
     if (_settings.nRestarts != m_nRestarts)
         Unmix_Restart(m_spWork->state);
     m_nRestarts = _settings.nRestarts;
     const uint32_t nWorkers = std::clamp(_job.nThreads, 1u, c_nMaxFrameThreads);
     const int32_t nHeight = std::abs(_job.source.vidProps.nHeight);
-    m_spWork->Begin(_job, SetupOf(_settings, _job.source.vidProps.nWidth, nHeight), nWorkers);
+    m_spWork->Begin(_job, SetupOf(_settings, _parts, _job.source.vidProps.nWidth, nHeight), nWorkers);
     HRESULT hr = m_pool.Prepare(nWorkers);
     if (FAILED(hr))
         return hr;
@@ -183,10 +186,19 @@ HRESULT CUnmixEngine::WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _set
     return FAILED(hr) ? hr : S_OK;
 }
 
+/// Says once what to do: that there is no GPU path is a fault where nothing else may key.
+HRESULT CUnmixEngine::ProcessGPU(IZFFrame*, ENGINE_SETTINGS, const ENGINE_GPU_OPTIONS& _options, IZFFrame**)
+{
+    if (!std::exchange(m_arrGPURefused[_options.bOnly], true))
+        ZLog(_options.bOnly ? eZLog_Error : eZLog_Info,
+             "CCoZChromaKey2: this class keys on the processor only; set \"gpu_mode\" to 0\n");
+    return E_NOTIMPL;
+}
+
 void CUnmixEngine::StatsKeep(double _dblMilliseconds)
 {
     const UNMIX_STATS stats = Unmix_Stats(m_spWork->state);
-    const std::lock_guard lock(m_mtxParts);
+    const std::lock_guard lock(m_mtxStats);
     m_bKeyed = true;
     m_stats = {stats.fltBackdrop, stats.fltMixed,   stats.fltSolid,
                stats.fltNoise,    _dblMilliseconds, stats.nPlateFrames,
@@ -205,12 +217,6 @@ void CUnmixEngine::Close()
     const std::lock_guard lock(m_mtxState);
     m_pool.Stop();
     m_spWork.reset();
-}
-
-void CUnmixEngine::PartsSet(const UNMIX_PARTS& _parts)
-{
-    const std::lock_guard lock(m_mtxParts);
-    m_parts = _parts;
 }
 
 HRESULT CUnmixEngine::KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColour, std::string* _pstrReason)
@@ -246,7 +252,7 @@ HRESULT CUnmixEngine::PlateGet(IMG_PICTURE* _pPicture)
 
 HRESULT CUnmixEngine::StatsGet(CHROMA_KEY2_STATS* _pStats)
 {
-    const std::lock_guard lock(m_mtxParts);
+    const std::lock_guard lock(m_mtxStats);
     *_pStats = m_stats;
     return m_bKeyed ? S_OK : S_FALSE;
 }

@@ -22,10 +22,7 @@ public:
     {
         m_pool.Hold(_listOwners);
     }
-    HRESULT ProcessGPU(IZFFrame*, ENGINE_SETTINGS, const ENGINE_GPU_OPTIONS&, IZFFrame**) override
-    {
-        return E_NOTIMPL;
-    }
+    HRESULT ProcessGPU(IZFFrame*, ENGINE_SETTINGS, const ENGINE_GPU_OPTIONS& _options, IZFFrame**) override;
     std::vector<CZPtr<IZFFrame>> FramesTake() override
     {
         return {};
@@ -33,15 +30,14 @@ public:
     void Flush() override;
     void Close() override;
 
-    void PartsSet(const UNMIX_PARTS& _parts) override;
     HRESULT KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColour, std::string* _pstrReason) override;
     HRESULT PlateGet(IMG_PICTURE* _pPicture) override;
     HRESULT StatsGet(CHROMA_KEY2_STATS* _pStats) override;
 
 private:
     void PlateTake(const UNMIX_PARTS& _parts, UNMIX_SETUP* _pSetup);
-    UNMIX_SETUP SetupOf(const UNMIX_SETTINGS& _settings, int32_t _nWidth, int32_t _nHeight);
-    HRESULT WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _settings);
+    UNMIX_SETUP SetupOf(const UNMIX_SETTINGS& _settings, const UNMIX_PARTS& _parts, int32_t _nWidth, int32_t _nHeight);
+    HRESULT WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _settings, const UNMIX_PARTS& _parts);
     /// Says once that nothing in the frames is certain to be backdrop.
     void SureSay();
     void StatsKeep(double _dblMilliseconds);
@@ -50,10 +46,10 @@ private:
     CRowPool m_pool{"CUnmixEngine"};
     std::shared_ptr<CUnmixWork> m_spWork; ///< null before the first frame
     uint64_t m_nRestarts = 0;
-    bool m_bUnsure = false; ///< and the log has said so
+    bool m_bUnsure = false;       ///< and the log has said so
+    bool m_arrGPURefused[2] = {}; ///< logged: where the processor may key instead, and where nothing else may
 
-    std::mutex m_mtxParts; ///< guards what follows; nothing is locked under it
-    UNMIX_PARTS m_parts;
+    std::mutex m_mtxStats; ///< guards what follows; nothing is locked under it
     bool m_bKeyed = false;
     CHROMA_KEY2_STATS m_stats = {};
 };

@@ -22,7 +22,7 @@ static_assert(sizeof(UNMIX_SETTINGS) == sizeof(CHROMA_KEY2_RAW) + 5 * sizeof(uin
               "compared as bytes: no padding");
 
 /// The masks and the plate that the numbers of settings stand for.
-struct UNMIX_PARTS
+struct UNMIX_PARTS : ENGINE_PARTS
 {
     std::array<std::shared_ptr<const IMG_MASK>, Z_REGIONS> arrMasks; ///< to be stretched to the frame
     std::shared_ptr<const IMG_PICTURE> spPlate;                      ///< the same; keys where the settings have none
@@ -41,8 +41,6 @@ struct UNMIX_COLOUR
 class CUnmixFrameEngine : public CFrameEngine
 {
 public:
-    /// The parts of the settings that the next Process gets; kept until others are set.
-    virtual void PartsSet(const UNMIX_PARTS& _parts) = 0;
     /// Finds the backdrop of a picture. S_FALSE and a reason: nothing in it qualifies.
     virtual HRESULT KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColour, std::string* _pstrReason) = 0;
     /// The backdrop plate, as large as the frames. S_FALSE: there is none.

@@ -11,15 +11,26 @@
 #include <type_traits>
 #include <vector>
 
-/// What an engine keys with: the bytes of a plain record without padding that the engine alone reads. The frame path
-/// takes one copy a frame and compares it, byte for byte, with that of the frame before.
-using ENGINE_SETTINGS = std::span<const std::byte>;
+/// What settings name by a number, because it is too large to be copied and compared with every frame. An engine that
+/// has such parts derives its own record from it.
+struct ENGINE_PARTS
+{
+};
 
-/// The settings of an engine whose record this is; borrows it.
-template <class Record> ENGINE_SETTINGS EngineSettings_Of(const Record& _record)
+/// What an engine keys with, borrowed for the call.
+struct ENGINE_SETTINGS
+{
+    /// A plain record without padding that the engine alone reads. The frame path takes one copy a frame and compares
+    /// it, byte for byte, with that of the frame before.
+    std::span<const std::byte> spanRecord;
+    const ENGINE_PARTS* pParts; ///< what its numbers stand for; null where it has none
+};
+
+/// The settings of an engine whose record this is; borrows both.
+template <class Record> ENGINE_SETTINGS EngineSettings_Of(const Record& _record, const ENGINE_PARTS* _pParts = nullptr)
 {
     static_assert(std::is_trivially_copyable_v<Record>);
-    return std::as_bytes(std::span<const Record>(&_record, 1));
+    return {std::as_bytes(std::span<const Record>(&_record, 1)), _pParts};
 }
 
 /// What an engine is going to do with its settings.
@@ -57,7 +68,7 @@ struct ENGINE_GPU_OPTIONS
     bool bOutputARGB;   ///< the result is ARGB32, whatever the input is
     bool bFlushContext; ///< hand the recorded work to the GPU before the result is waited for
     eZYMatrix eMatrix;  ///< of YUV pictures, and what YUV keys of them are measured with
-    bool bSoftware;     ///< make a device also where the processor stands in for a graphics card
+    bool bOnly;         ///< nothing else may key: a device is made also where the processor stands in for a card
     uint64_t nChange;   ///< of the options: a device that could not be had is asked for again at once when it changes
 };
 

@@ -95,7 +95,10 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
     // leaves it in place.
     FramesTake(_pFrames);
     if (m_bFlushWanted.exchange(false))
+    {
         m_upEngine->Flush();
+        m_comparer.Reset(); // the new stream has not seen a frame that comes again
+    }
     m_plan = m_upEngine->Plan(_settings);
     const bool bOptionsSame = !OptionsUpdate();
     IZFFrame* const pFrameLast = bOptionsSame ? _pFrames->cpFrameLast.Get() : nullptr;

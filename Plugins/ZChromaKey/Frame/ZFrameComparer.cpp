@@ -80,13 +80,13 @@ HRESULT ZFrameComparer_Check(ZFrameComparer* _pComparer, IZFFrame* _pFrame, IZFF
                              ENGINE_SETTINGS _settings, std::vector<std::byte>* _pvecSettingsLast,
                              IZFFrame* _pFrameLastOrNull)
 {
-    if (!Z_VERIFY_TEXT(_pComparer && _pFrame && _ppFrameRes && !_settings.empty() && _pvecSettingsLast,
+    if (!Z_VERIFY_TEXT(_pComparer && _pFrame && _ppFrameRes && !_settings.spanRecord.empty() && _pvecSettingsLast,
                        "_pComparer && _pFrame && _ppFrameRes && _pKey && _pKeyLast"))
         return E_INVALIDARG;
     *_ppFrameRes = nullptr;
     const bool bSameFrame = _pComparer->IsSameFrame(_pFrame); // first: it has to see every frame
-    const bool bSameSettings = std::ranges::equal(_settings, *_pvecSettingsLast);
-    _pvecSettingsLast->assign(_settings.begin(), _settings.end());
+    const bool bSameSettings = std::ranges::equal(_settings.spanRecord, *_pvecSettingsLast);
+    _pvecSettingsLast->assign(_settings.spanRecord.begin(), _settings.spanRecord.end());
     const auto cpFrameLast = ZQuery<IZFFrame2>(_pFrameLastOrNull);
     if (!bSameFrame || !bSameSettings || !cpFrameLast)
         return S_FALSE;

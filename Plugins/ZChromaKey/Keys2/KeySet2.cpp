@@ -47,17 +47,30 @@ template <class Key> std::string CheckColor(const std::string& _strWhat, const K
     return strWhy;
 }
 
+/// Why a colour is no key; "" where it is one.
+std::string CheckHue(const KEY2_COLOR& _color)
+{
+    if (KeySet2_HasHue(_color))
+        return {};
+    return ZFormat("the colour R %g G %g B %g is grey, and grey cannot be keyed", _color.dblRed, _color.dblGreen,
+                   _color.dblBlue);
+}
+
 std::string CheckKeys(const CHROMA_KEY2_RAW& _key)
 {
     std::string strWhy;
     for (int32_t n = 0; n < _key.nKeysUsed && strWhy.empty(); ++n)
     {
         const std::string strWhat = ZFormat("key %d:", n);
-        strWhy = CheckColor(strWhat, _key.arrKeys[n]);
+        const SINGLE_KEY2& key = _key.arrKeys[n];
+        strWhy = CheckColor(strWhat, key);
         if (strWhy.empty())
-            strWhy = CheckRange(strWhat + " backdrop", _key.arrKeys[n].rangeBackdrop);
+            strWhy = CheckRange(strWhat + " backdrop", key.rangeBackdrop);
         if (strWhy.empty())
-            strWhy = CheckRange(strWhat + " foreground", _key.arrKeys[n].rangeForeground);
+            strWhy = CheckRange(strWhat + " foreground", key.rangeForeground);
+        if (const std::string strGrey = CheckHue({key.dblRed, key.dblGreen, key.dblBlue});
+            strWhy.empty() && !strGrey.empty())
+            strWhy = ZFormat("%hs %hs", strWhat, strGrey);
     }
     for (int32_t n = 0; n < _key.nProtectedUsed && strWhy.empty(); ++n)
     {
@@ -94,12 +107,6 @@ HRESULT RefuseIndex(int32_t _nIndex, const char* _pszWhat, int32_t _nCount)
     return E_INVALIDARG;
 }
 
-bool HasHue(const KEY2_COLOR& _color)
-{
-    const auto [dblMin, dblMax] = std::minmax({_color.dblRed, _color.dblGreen, _color.dblBlue});
-    return dblMax - dblMin >= c_dblLeastChroma;
-}
-
 /// Moves the entries after one up; the last becomes 0.
 template <class Key> void RemoveAt(Key* _pKeys, int32_t _nIndex, int32_t* _pnCount)
 {
@@ -125,6 +132,12 @@ KEY2_COLOR KeySet2_Color(uint32_t _nRGB)
 {
     return {static_cast<double>(_nRGB >> 16 & 0xFF), static_cast<double>(_nRGB >> 8 & 0xFF),
             static_cast<double>(_nRGB & 0xFF)};
+}
+
+bool KeySet2_HasHue(const KEY2_COLOR& _color)
+{
+    const auto [dblMin, dblMax] = std::minmax({_color.dblRed, _color.dblGreen, _color.dblBlue});
+    return dblMax - dblMin >= c_dblLeastChroma;
 }
 
 SINGLE_KEY2 KeySet2_Key(const KEY2_COLOR& _color)
@@ -180,12 +193,9 @@ void KeySet2_Clean(CHROMA_KEY2_RAW* _pKey)
 
 HRESULT KeySet2_KeyAdd(const KEY2_COLOR& _color, CHROMA_KEY2_RAW* _pKey)
 {
-    if (!HasHue(_color))
+    if (const std::string strWhy = CheckHue(_color); !strWhy.empty())
     {
-        ZLog(eZLog_Error,
-             "Key set: the colour R %g G %g B %g is grey, and grey cannot be keyed; pick a place of the backdrop that "
-             "is lit\n",
-             _color.dblRed, _color.dblGreen, _color.dblBlue);
+        ZLog(eZLog_Error, "Key set: %hs; pick a place of the backdrop that is lit\n", strWhy);
         return E_INVALIDARG;
     }
     if (_pKey->bAutomatic)

@@ -20,6 +20,9 @@ struct KEY2_COLOR
 /// The colour of a number 0xRRGGBB; the highest byte is left aside.
 KEY2_COLOR KeySet2_Color(uint32_t _nRGB);
 
+/// Whether a colour is far enough from grey to be keyed.
+bool KeySet2_HasHue(const KEY2_COLOR& _color);
+
 /// A key, and a protected colour, with the default ranges.
 SINGLE_KEY2 KeySet2_Key(const KEY2_COLOR& _color);
 PROTECTED_KEY2 KeySet2_Protected(const KEY2_COLOR& _color);
@@ -27,7 +30,7 @@ PROTECTED_KEY2 KeySet2_Protected(const KEY2_COLOR& _color);
 /// A set without keys, its parameters at their defaults.
 CHROMA_KEY2_RAW KeySet2_Empty();
 
-/// "" when all numbers of a set are in their ranges; else which is not, and what it must be.
+/// "" when all numbers of a set are in their ranges and its keys have a hue; else which do not, and what is right.
 std::string KeySet2_Check(const CHROMA_KEY2_RAW& _key);
 /// Makes sets that mean the same the same bytes: what is not used becomes 0, and so does -0.
 void KeySet2_Clean(CHROMA_KEY2_RAW* _pKey);

@@ -5,7 +5,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <set>
 #include <utility>
 
 namespace
@@ -97,13 +96,6 @@ void CKeyState2::EditSet(KEY2_EDIT _edit)
     KeySet2_Clean(&_edit.key);
     PresentDrop(&_edit.key);
     const std::lock_guard lock(m_mtxConfig);
-    for (int32_t eWhich = 0; eWhich < Z_REGIONS; ++eWhich)
-        if (const auto& spRegion = _edit.arrRegions[static_cast<size_t>(eWhich)]; spRegion && spRegion->nChange == 0)
-        {
-            auto spNumbered = std::make_shared<KEY2_REGION>(*spRegion);
-            spNumbered->nChange = ++m_nChanges;
-            _edit.arrRegions[static_cast<size_t>(eWhich)] = std::move(spNumbered);
-        }
     Push(std::move(_edit), nullptr);
 }
 
@@ -177,15 +169,13 @@ void CKeyState2::Reset()
     m_paramsPresent = Params2_Defaults();
 }
 
-HRESULT CKeyState2::RegionSet(eRegion _eRegion, std::shared_ptr<KEY2_REGION> _spRegionOrNull)
+HRESULT CKeyState2::RegionSet(eRegion _eRegion, std::shared_ptr<const KEY2_REGION> _spRegionOrNull)
 {
     const std::lock_guard lock(m_mtxConfig);
     KEY2_EDIT edit = m_history.Current();
     auto& spRegion = edit.arrRegions[static_cast<size_t>(_eRegion)];
     if (!spRegion && !_spRegionOrNull)
         return S_FALSE;
-    if (_spRegionOrNull)
-        _spRegionOrNull->nChange = ++m_nChanges;
     spRegion = std::move(_spRegionOrNull);
     Push(std::move(edit), nullptr);
     return S_OK;
@@ -197,7 +187,7 @@ void CKeyState2::PlateSet(std::shared_ptr<const IMG_PICTURE> _spPlateOrNull)
     if (!m_spPlate && !_spPlateOrNull)
         return;
     m_spPlate.swap(_spPlateOrNull);
-    m_nPlate = m_spPlate ? ++m_nChanges : 0;
+    m_nPlate = m_spPlate ? KeyChange_Next() : 0;
 }
 
 /// Whether a change belongs to the last step: it is in its group, or moves the same parameter on.
@@ -238,21 +228,26 @@ void CKeyState2::AmendedSettle()
     m_pParamLast = nullptr;
 }
 
-/// Lets go of the oldest steps while the masks of all of them are too large.
-void CKeyState2::MasksBound()
+/// Bytes of the masks of all steps: each counts in the step that it came with.
+size_t CKeyState2::MaskBytes() const
 {
-    for (;;)
+    size_t cbMasks = 0;
+    const KEY2_REGIONS* pBefore = nullptr;
+    for (const KEY2_EDIT& edit : m_history.States())
     {
-        std::set<const KEY2_REGION*> setRegions;
-        for (const KEY2_EDIT& edit : m_history.States())
-            for (const auto& spRegion : edit.arrRegions)
-                setRegions.insert(spRegion.get());
-        setRegions.erase(nullptr);
-        size_t cbMasks = 0;
-        for (const KEY2_REGION* const pRegion : setRegions)
-            cbMasks += pRegion->mask.vecBytes.size();
-        if (cbMasks <= c_cbMaxMasks || !m_history.OldestDrop())
-            return;
+        for (size_t n = 0; n < Z_REGIONS; ++n)
+            if (const auto& spRegion = edit.arrRegions[n]; spRegion && !(pBefore && (*pBefore)[n] == spRegion))
+                cbMasks += spRegion->mask.vecBytes.size();
+        pBefore = &edit.arrRegions;
+    }
+    return cbMasks;
+}
+
+/// Lets go of the oldest steps while the masks of all of them are too large. Allocates nothing: the edit is made.
+void CKeyState2::MasksBound() noexcept
+{
+    while (MaskBytes() > c_cbMaxMasks && m_history.OldestDrop())
+    {
     }
 }
 

@@ -72,7 +72,7 @@ public:
     /// No keys, no protected colours, no regions, parameters at their defaults.
     void Reset();
     /// Null takes the region away. S_FALSE: there was none.
-    HRESULT RegionSet(eRegion _eRegion, std::shared_ptr<KEY2_REGION> _spRegionOrNull);
+    HRESULT RegionSet(eRegion _eRegion, std::shared_ptr<const KEY2_REGION> _spRegionOrNull);
     /// Null: none is given any more.
     void PlateSet(std::shared_ptr<const IMG_PICTURE> _spPlateOrNull);
 
@@ -96,14 +96,14 @@ private:
     void Push(KEY2_EDIT _edit, const KEY2_PARAM* _pParamOrNull);
     bool IsSameStep(const KEY2_PARAM* _pParamOrNull) const;
     void AmendedSettle();
-    void MasksBound();
+    size_t MaskBytes() const;
+    void MasksBound() noexcept;
     HRESULT PresentSet(const KEY2_PARAM& _param, double _dblValue);
 
     CLOCK m_fnClock;
     mutable std::recursive_mutex m_mtxConfig;
     CEditHistory<KEY2_EDIT> m_history;
     KEY2_PARAMS m_paramsPresent; ///< of these, "view" and "learn"
-    uint64_t m_nChanges = 0;     ///< numbers given to regions and plates
     uint64_t m_nRestarts = 0;
     std::shared_ptr<const IMG_PICTURE> m_spPlate;
     uint64_t m_nPlate = 0;

@@ -141,9 +141,9 @@ bool GetRegions(const CXmlNode& _node, KEY2_REGIONS* _parrRegions, std::string* 
         int32_t nHeight = 0;
         PropText_ReadInt32(pRegion->AttrText("width", ""), &nWidth);
         PropText_ReadInt32(pRegion->AttrText("height", ""), &nHeight);
-        std::string strWhy = "its name must be garbage, holdout or backdrop";
+        std::string strWhy = eWhich < 0 ? "its name must be garbage, holdout or backdrop" : "there is one of its name";
         std::shared_ptr<KEY2_REGION> spRegion;
-        if (eWhich >= 0)
+        if (eWhich >= 0 && !(*_parrRegions)[static_cast<size_t>(eWhich)])
             spRegion = Region_OfPolygon(std::string(pRegion->AttrText("polygon", "")), nWidth, nHeight, &strWhy);
         if (!spRegion)
         {

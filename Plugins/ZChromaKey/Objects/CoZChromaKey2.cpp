@@ -23,9 +23,8 @@ HRESULT CCoZChromaKey2::Create(REFIID _iid, void** _ppvObject)
 {
     auto* const pObject = new CCoZChromaKey2(std::make_unique<CUnmixEngine>());
     const auto cpObject = CZPtr<IZFProcess>::Adopt(pObject);
-    PROP_MAP mapDefaults = UserDefaults_Read();
-    mapDefaults.try_emplace("output.argb", "true"); // colours are unmixed in the result alone
-    UserDefaults_Apply(std::move(mapDefaults), &pObject->Store());
+    PROP_MAP mapOwn = {{c_szOptionARGB, "true"}}; // colours are unmixed in the result alone
+    UserDefaults_Apply(UserDefaults_Read(), &pObject->Store(), std::move(mapOwn));
     return cpObject->QueryInterface(_iid, _ppvObject);
 }
 
@@ -39,15 +38,15 @@ HRESULT CCoZChromaKey2::FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes)
 {
     const KEY2_PRESENT present = m_keyState.Get(); // one copy, to compare and to key with
     UNMIX_SETTINGS settings = {present.key, present.nRestarts, present.nPlate, {}};
-    UNMIX_PARTS parts = {{}, present.spPlate};
+    UNMIX_PARTS parts;
+    parts.spPlate = present.spPlate;
     for (size_t eWhich = 0; eWhich < Z_REGIONS; ++eWhich)
         if (const auto& spRegion = present.arrRegions[eWhich])
         {
             settings.arrRegions[eWhich] = spRegion->nChange;
             parts.arrMasks[eWhich] = {spRegion, &spRegion->mask};
         }
-    m_engine.PartsSet(parts);
-    return Keyer().Process(_pFrame, EngineSettings_Of(settings), _ppFrameRes);
+    return Keyer().Process(_pFrame, EngineSettings_Of(settings, &parts), _ppFrameRes);
 }
 
 /// The document of keys, parameters, regions and options as they are now.
@@ -80,14 +79,16 @@ HRESULT CCoZChromaKey2::DocumentTake(std::string_view _svDocument, std::string* 
     std::unique_ptr<CXmlNode> upRoot = CConfigDoc::Read(_svDocument, _pstrReason, c_pszConfigKeyer2);
     if (!upRoot)
         return E_INVALIDARG;
-    const std::lock_guard lockDocument(m_mtxDocument);
-    const std::lock_guard lock(m_keyState.Lock());
-    KEY2_EDIT edit = m_keyState.EditGet();
+    KEY2_EDIT edit = {};
     const CXmlNode* const pOwn = CConfigDoc::Find(*upRoot, c_pszConfigKeyer2);
-    if (pOwn && !KeyXml2_Load(*pOwn, &edit, _pstrReason))
+    if (pOwn && !KeyXml2_Load(*pOwn, &edit, _pstrReason)) // before the locks: masks are made, and frames do not wait
         return E_INVALIDARG;
     if (!pOwn)
         ZLog(eZLog_Info, "CCoZChromaKey2::PersistLoad: the document has options, but no keys of this generation\n");
+    const std::lock_guard lockDocument(m_mtxDocument);
+    const std::lock_guard lock(m_keyState.Lock());
+    if (!pOwn)
+        edit = m_keyState.EditGet();
     PROP_MAP mapOptions = Store().ValuesGet();
     CConfigDoc::OptionsGet(*upRoot, &mapOptions, c_pszConfigKeyer2);
     m_keyState.EditSet(std::move(edit)); // the last call that can run out of memory

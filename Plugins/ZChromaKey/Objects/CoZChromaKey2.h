@@ -67,6 +67,9 @@ private:
     HRESULT DocumentMake(std::string* _pstrDocument) override;
     HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason) override;
     template <class Use> HRESULT WithFrame(const char* _pszMethod, Use&& _use) noexcept;
+    template <class Pick> HRESULT PickAdd(const char* _pszMethod,
+                                          HRESULT (CKeyState2::*_pfnAdd)(const KEY2_COLOR& _color),
+                                          Pick&& _pick) noexcept;
     HRESULT Step(const char* _pszMethod, int32_t _nSteps, int _nSign, int32_t* _pnDone) noexcept;
     HRESULT RegionMake(IZFFrame* _pMaskOrNull, const std::string& _strPolygon,
                        std::shared_ptr<KEY2_REGION>* _pspRegion);

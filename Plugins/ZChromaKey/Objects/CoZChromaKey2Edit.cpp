@@ -33,6 +33,18 @@ template <class Use> HRESULT CCoZChromaKey2::WithFrame(const char* _pszMethod, U
     });
 }
 
+/// Hands a colour out of that frame to an edit.
+template <class Pick> HRESULT CCoZChromaKey2::PickAdd(const char* _pszMethod,
+                                                      HRESULT (CKeyState2::*_pfnAdd)(const KEY2_COLOR& _color),
+                                                      Pick&& _pick) noexcept
+{
+    return WithFrame(_pszMethod, [&](IZFFrame* _pFrame) {
+        KEY2_COLOR color = {};
+        const HRESULT hr = _pick(_pFrame, &color);
+        return FAILED(hr) ? hr : (m_keyState.*_pfnAdd)(color);
+    });
+}
+
 HRESULT CCoZChromaKey2::KeyAuto()
 {
     return WithFrame("KeyAuto", [&](IZFFrame* _pFrame) {
@@ -42,29 +54,30 @@ HRESULT CCoZChromaKey2::KeyAuto()
         std::string strReason;
         if (SUCCEEDED(hr))
             hr = m_engine.KeyFind(picture, &colour, &strReason);
-        if (hr == S_FALSE)
+        const KEY2_COLOR color = {colour.dblRed, colour.dblGreen, colour.dblBlue};
+        if (hr == S_OK && KeySet2_HasHue(color))
+            return m_keyState.KeyFound(color);
+        if (hr == S_OK)
+            strReason = ZFormat("R %g G %g B %g is too dark or too grey", color.dblRed, color.dblGreen, color.dblBlue);
+        if (SUCCEEDED(hr))
             ZLog(eZLog_Warning, "CCoZChromaKey2::KeyAuto: no backdrop was found, the keys stay as they are: %hs\n",
                  strReason);
-        return hr == S_OK ? m_keyState.KeyFound({colour.dblRed, colour.dblGreen, colour.dblBlue}) : hr;
+        return SUCCEEDED(hr) ? S_FALSE : hr;
     });
 }
 
 HRESULT CCoZChromaKey2::KeyAddPoint(int32_t _nXPosPixels, int32_t _nYPosPixels)
 {
-    return WithFrame("KeyAddPoint", [&](IZFFrame* _pFrame) {
-        KEY2_COLOR color = {};
-        const HRESULT hr = FramePick_Point(_pFrame, _nXPosPixels, _nYPosPixels, &color);
-        return FAILED(hr) ? hr : m_keyState.KeyAdd(color);
+    return PickAdd("KeyAddPoint", &CKeyState2::KeyAdd, [&](IZFFrame* _pFrame, KEY2_COLOR* _pColor) {
+        return FramePick_Point(_pFrame, _nXPosPixels, _nYPosPixels, _pColor);
     });
 }
 
 HRESULT CCoZChromaKey2::KeyAddRect(int32_t _nX1PosPixels, int32_t _nY1PosPixels, int32_t _nX2PosPixels,
                                    int32_t _nY2PosPixels)
 {
-    return WithFrame("KeyAddRect", [&](IZFFrame* _pFrame) {
-        KEY2_COLOR color = {};
-        const HRESULT hr = FramePick_Rect(_pFrame, _nX1PosPixels, _nY1PosPixels, _nX2PosPixels, _nY2PosPixels, &color);
-        return FAILED(hr) ? hr : m_keyState.KeyAdd(color);
+    return PickAdd("KeyAddRect", &CKeyState2::KeyAdd, [&](IZFFrame* _pFrame, KEY2_COLOR* _pColor) {
+        return FramePick_Rect(_pFrame, _nX1PosPixels, _nY1PosPixels, _nX2PosPixels, _nY2PosPixels, _pColor);
     });
 }
 
@@ -75,20 +88,16 @@ HRESULT CCoZChromaKey2::KeyAddColor(uint32_t _nRGB)
 
 HRESULT CCoZChromaKey2::KeyProtectPoint(int32_t _nXPosPixels, int32_t _nYPosPixels)
 {
-    return WithFrame("KeyProtectPoint", [&](IZFFrame* _pFrame) {
-        KEY2_COLOR color = {};
-        const HRESULT hr = FramePick_Point(_pFrame, _nXPosPixels, _nYPosPixels, &color);
-        return FAILED(hr) ? hr : m_keyState.ProtectAdd(color);
+    return PickAdd("KeyProtectPoint", &CKeyState2::ProtectAdd, [&](IZFFrame* _pFrame, KEY2_COLOR* _pColor) {
+        return FramePick_Point(_pFrame, _nXPosPixels, _nYPosPixels, _pColor);
     });
 }
 
 HRESULT CCoZChromaKey2::KeyProtectRect(int32_t _nX1PosPixels, int32_t _nY1PosPixels, int32_t _nX2PosPixels,
                                        int32_t _nY2PosPixels)
 {
-    return WithFrame("KeyProtectRect", [&](IZFFrame* _pFrame) {
-        KEY2_COLOR color = {};
-        const HRESULT hr = FramePick_Rect(_pFrame, _nX1PosPixels, _nY1PosPixels, _nX2PosPixels, _nY2PosPixels, &color);
-        return FAILED(hr) ? hr : m_keyState.ProtectAdd(color);
+    return PickAdd("KeyProtectRect", &CKeyState2::ProtectAdd, [&](IZFFrame* _pFrame, KEY2_COLOR* _pColor) {
+        return FramePick_Rect(_pFrame, _nX1PosPixels, _nY1PosPixels, _nX2PosPixels, _nY2PosPixels, _pColor);
     });
 }
 

@@ -2,12 +2,12 @@
 
 #include "Base/ZAssert.h"
 #include "Base/ZBorder.h"
+#include "Base/ZSaturate.h"
 #include "Image/ImgPlane.h"
 #include "Props/PropText.h"
 #include "Video/ZFrame.h"
 #include "ZChromaKey/Keys2/FramePick.h"
 
-#include <cstdlib>
 #include <cstring>
 
 // What is a picture: plate, regions, views; and what is known of the last frame.
@@ -115,7 +115,7 @@ HRESULT CCoZChromaKey2::PolygonMake(const std::string& _strPolygon, std::shared_
         return E_UNEXPECTED;
     }
     std::string strReason;
-    *_pspRegion = Region_OfPolygon(_strPolygon, vidProps.nWidth, std::abs(vidProps.nHeight), &strReason);
+    *_pspRegion = Region_OfPolygon(_strPolygon, vidProps.nWidth, ZAbs32(vidProps.nHeight), &strReason);
     if (!*_pspRegion)
         ZLog(eZLog_Error, "CCoZChromaKey2::RegionSet: %hs\n", strReason);
     return *_pspRegion ? S_OK : E_INVALIDARG;

@@ -1,3 +1,5 @@
+#include "Support/LogCatcher.h"
+#include "ZChromaKey/Config/UserDefaults.h"
 #include "ZChromaKey/Keys/KeyDoc.h"
 
 #include <gtest/gtest.h>
@@ -45,6 +47,19 @@ TEST(ConfigDoc, RefusesBadDocumentsWithPlaceAndReason)
         std::string strReason;
         EXPECT_FALSE(CConfigDoc::Read(pszDocument, &strReason)) << pszDocument;
         EXPECT_NE(strReason.find(pszReason), std::string::npos) << strReason;
+    }
+}
+
+TEST(UserDefaults, StandBeforeThoseOfTheObjectWhereTheyAreRight)
+{
+    for (const auto& [pszUsers, bExpected] : {std::pair{"false", false}, {"perhaps", true}, {"", true}})
+    {
+        const CLogCatcher log;
+        CPropStore store;
+        UserDefaults_Apply({{"output.argb", pszUsers}, {"gpu_mode", "0"}}, &store, {{"output.argb", "true"}});
+        EXPECT_EQ(store.GetBool("output.argb", !bExpected), bExpected) << pszUsers;
+        EXPECT_EQ(store.GetInt("gpu_mode", 7), 0);
+        EXPECT_EQ(log.Count("\"output.argb\" is not used", eZLog_Warning), bExpected);
     }
 }
 

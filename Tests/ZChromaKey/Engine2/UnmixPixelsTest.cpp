@@ -86,6 +86,15 @@ TEST(UnmixPixels, RampOverAKnownPlateGivesAlphaAndColour)
         EXPECT_NEAR(out.r, c_colEven.r, 2) << x;
     }
 }
+TEST(UnmixPixels, AKeyWithoutAHueGivesNumbers)
+{
+    UNMIX_STATE state;
+    state.setup = PlainSetup();
+    state.arrKeys[0] = Screen_Forms({{128, 128, 128}});
+    PIXEL_PLACE place;
+    place.back = place.fore = {128, 128, 128, 1};
+    EXPECT_GE(Pixel_Alpha(Pixels_Rules(state, state.arrKeys[0]), place, {10, 200, 30, 0}, 0), 0);
+}
 TEST(UnmixPixels, RampInAPictureGivesAlphaAndColour)
 {
     // Grey, so that the difference alone tells alpha; the engine knows the body from beside the ramp only.

@@ -73,7 +73,7 @@ public:
 private:
     static FAKE_SETTINGS Of(ENGINE_SETTINGS _settings)
     {
-        return *reinterpret_cast<const FAKE_SETTINGS*>(_settings.data());
+        return *reinterpret_cast<const FAKE_SETTINGS*>(_settings.spanRecord.data());
     }
 
     SCRIPT* m_pScript;
@@ -173,6 +173,13 @@ TEST_F(FrameEngine, AFlushBeginsANewStreamBeforeTheNextFrame)
     fnNow();
     fnNow();
     EXPECT_EQ(m_script.strCalls, "PFPP") << "a result that was dropped is no new stream";
+
+    m_script.strCalls.clear();
+    EXPECT_EQ(flow.ReceiveNow(m_cpFrame.Get(), cpRes.Put()), S_OK);
+    flow.Flush();
+    for (int n = 0; n < 2; ++n)
+        EXPECT_EQ(flow.ReceiveNow(m_cpFrame.Get(), cpRes.Put()), S_OK);
+    EXPECT_EQ(m_script.strCalls, "FP") << "a still is keyed anew, once, in a new stream";
 
     // A frame under way belongs to the stream before: what it leaves in the new one is forgotten, too.
     m_script.strCalls.clear();

@@ -281,7 +281,7 @@ TEST(ZFrameComparer, AnswersAFailureOfTheLastOutput)
     const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 32, -16);
     const CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
     const ENGINE_SETTINGS settings = EngineSettings_Of(key);
-    std::vector<std::byte> vecSettingsLast(settings.begin(), settings.end());
+    std::vector<std::byte> vecSettingsLast(settings.spanRecord.begin(), settings.spanRecord.end());
     ZFrameComparer comparer;
     comparer.IsSameFrame(cpFrame.Get());
     const auto cpNoClone = CHookFrame::Make(

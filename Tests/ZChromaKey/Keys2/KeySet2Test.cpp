@@ -74,6 +74,10 @@ TEST(KeySet2, ANumberOutsideItsRangeIsNamed)
         {"key 0: blue is nan", [](auto* _p) { _p->arrKeys[0].dblBlue = std::numeric_limits<double>::quiet_NaN(); }},
         {"key 0: backdrop hue is 181", [](auto* _p) { _p->arrKeys[0].rangeBackdrop.dblHue = 181; }},
         {"key 0: foreground value is -1", [](auto* _p) { _p->arrKeys[0].rangeForeground.dblValue = -1; }},
+        {"key 0: the colour R 128 G 128 B 119 is grey",
+         [](auto* _p) {
+             _p->arrKeys[0] = KeySet2_Key({128, 128, 119});
+         }},
         {"protected colour 0: saturation is 2", [](auto* _p) { _p->arrProtected[0].range.dblSaturation = 2; }},
         {"parameter \"noise\" is 6, must be a number from 0 to 5", [](auto* _p) { _p->params.dblNoise = 6; }},
         {"parameter \"view\" is 0.5, must be one of 0 result", [](auto* _p) { _p->params.eViewValue = 0.5; }},

@@ -188,6 +188,7 @@ TEST_F(KeyState2, RegionsAndPlatesHaveNumbersOfTheirOwn)
     edit.arrRegions[eRegion_HoldOut] = Region(4); // as a document gives it
     m_state.EditSet(edit);
     EXPECT_GT(m_state.Get().arrRegions[eRegion_HoldOut]->nChange, nSecond);
+    EXPECT_EQ(m_state.Get().arrRegions[eRegion_HoldOut], edit.arrRegions[eRegion_HoldOut]) << "not a copy";
 }
 
 TEST_F(KeyState2, MemoryIsBounded)

@@ -24,6 +24,8 @@ KEY2_EDIT Distinct()
     for (double* pdblNumber : {&edit.key.arrKeys[0].dblRed, &edit.key.arrKeys[1].dblRed})
         for (int n = 0; n < 9; ++n)
             pdblNumber[n] = dblNext += 0.0078125;
+    edit.key.arrKeys[0].dblGreen += 64; // keys have a hue
+    edit.key.arrKeys[1].dblGreen += 96;
     for (int n = 0; n < 6; ++n)
         (&edit.key.arrProtected[0].dblRed)[n] = dblNext += 0.0078125;
     for (const KEY2_PARAM& param : Params2_Table())
@@ -84,14 +86,16 @@ TEST(KeyXml2, WhatIsNotNamedHasItsDefault)
     EXPECT_FALSE(edit.arrRegions[eRegion_HoldOut]) << "nothing of what was there is left";
 }
 
-TEST(KeyXml2, WrongNumbersAreRefusedWithTheirElement)
+TEST(KeyXml2, WhatIsWrongIsRefusedWithItsElement)
 {
     std::string strMany;
     for (int n = 0; n < 17; ++n)
         strMany += "<protected/>";
+    const std::string strRegion = "<region name='garbage' width='4' height='4' polygon='0,0 1,0 1,1'/>";
     const std::pair<std::string, const char*> arrCases[] = {
         {"<key/><key red='much'/>", "element \"key\" 2: red=\"much\" is no number"},
         {"<key red='300'/>", "key 0: red is 300, must be a number from 0 to 255"},
+        {"<key red='9'/><key/>", "key 0: the colour R 9 G 0 B 0 is grey"},
         {"<protected hue='-1'/>", "protected colour 0: hue is -1"},
         {strMany, "there are more than 16 elements \"protected\""},
         {"<params choke='11'/>", "parameter \"choke\" is \"11\", must be a number from -10 to 10 (pixels)"},
@@ -99,6 +103,7 @@ TEST(KeyXml2, WrongNumbersAreRefusedWithTheirElement)
         {"<region name='sky'/>", "element \"region\" 1: its name must be garbage, holdout or backdrop"},
         {"<region name='garbage' polygon='0,0 1,0 1,1'/>", "element \"region\" 1: a polygon in a picture of 0 x 0"},
         {"<region name='garbage' width='4' height='4' polygon='0,0 1,0'/>", "element \"region\" 1: character 8: "},
+        {strRegion + strRegion, "element \"region\" 2: there is one of its name"},
     };
     for (const auto& [strContent, pszReason] : arrCases)
     {

@@ -57,6 +57,10 @@ TEST(Polygon, GarbageIsRefusedWithPlaceAndReason)
     for (int n = 0; n < 4097; ++n)
         strLong += "1,1 ";
     EXPECT_EQ(Rows(strLong.c_str(), 8, 8).at(0).find("character 16385: "), 0u);
+    const std::string strMany = strLong.substr(0, 4096 * 4); // as many as there may be
+    EXPECT_EQ(Rows(strMany.c_str(), 2, 8192).size(), 8192u);
+    EXPECT_EQ(Rows(strMany.c_str(), 2, 8193).at(0).find("a polygon of 4096 corners in 8193 rows"), 0u)
+        << "documents come from anywhere";
     for (const int32_t nWidth : {0, -1, 1 << 30})
         EXPECT_EQ(Rows("0,0 4,0 0,4", nWidth, 8).at(0).find("a polygon in a picture of "), 0u) << nWidth;
 }

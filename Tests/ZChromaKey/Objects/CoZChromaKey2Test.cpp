@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <thread>
 
 // The object over an engine of the test's. What the real one makes of frames: UnmixObjectTest.
 
@@ -30,6 +31,7 @@ public:
         std::vector<UNMIX_SETTINGS> vecSettings; ///< of each frame
         UNMIX_PARTS parts;
         HRESULT hrFind = S_OK;
+        UNMIX_COLOUR colourFound = {10, 170, 20};
         HRESULT hrPlate = S_FALSE;
         IMG_PICTURE pictureFound;
     };
@@ -48,8 +50,12 @@ public:
     }
     HRESULT Process(const ENGINE_JOB&, ENGINE_SETTINGS _settings) override
     {
-        EXPECT_EQ(_settings.size(), sizeof(UNMIX_SETTINGS));
-        std::memcpy(&m_pScript->vecSettings.emplace_back(), _settings.data(), sizeof(UNMIX_SETTINGS));
+        EXPECT_EQ(_settings.spanRecord.size(), sizeof(UNMIX_SETTINGS));
+        UNMIX_SETTINGS& settings = m_pScript->vecSettings.emplace_back();
+        std::memcpy(&settings, _settings.spanRecord.data(), sizeof(UNMIX_SETTINGS));
+        m_pScript->parts = static_cast<const UNMIX_PARTS&>(*_settings.pParts);
+        for (size_t n = 0; n < Z_REGIONS; ++n)
+            EXPECT_EQ(settings.arrRegions[n] != 0, m_pScript->parts.arrMasks[n] != nullptr) << "they are of one edit";
         return S_OK;
     }
     void Hold(std::initializer_list<IUnknown*>) noexcept override
@@ -69,14 +75,10 @@ public:
     void Close() override
     {
     }
-    void PartsSet(const UNMIX_PARTS& _parts) override
-    {
-        m_pScript->parts = _parts;
-    }
     HRESULT KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColour, std::string* _pstrReason) override
     {
         m_pScript->pictureFound = _picture;
-        *_pColour = {10, 170, 20};
+        *_pColour = m_pScript->colourFound;
         *_pstrReason = "nothing is flat";
         return m_pScript->hrFind;
     }
@@ -190,6 +192,12 @@ TEST_F(CoZChromaKey2, TheAutomaticKeyChangesNothingWhereItFindsNone)
     EXPECT_EQ(Raw().arrKeys[0].dblBlue, 255);
     EXPECT_EQ(m_script.pictureFound.vecBGRA.size(), 4u * 64 * 32);
     m_script.hrFind = S_OK;
+    m_script.colourFound = {20, 27, 20};
+    EXPECT_EQ(m_cpKeyer->KeyAuto(), S_FALSE);
+    EXPECT_EQ(log.Count("no backdrop was found, the keys stay as they are: R 20 G 27 B 20 is too", eZLog_Warning), 1u);
+    EXPECT_EQ(log.Count("", eZLog_Error), 0u);
+    EXPECT_EQ(Raw().arrKeys[0].dblBlue, 255);
+    m_script.colourFound = {10, 170, 20};
     EXPECT_EQ(m_cpKeyer->KeyAuto(), S_OK);
     EXPECT_EQ(Raw().nKeysUsed * 10 + Raw().bAutomatic, 11);
     EXPECT_EQ(Raw().arrKeys[0].dblGreen, 170);
@@ -226,6 +234,24 @@ TEST_F(CoZChromaKey2, AFrameIsKeyedWithOneCopyOfTheSettings)
     EXPECT_FALSE(m_script.parts.arrMasks[eRegion_HoldOut]);
     EXPECT_EQ(m_cpKeyer->PlateSet(nullptr), S_OK);
     EXPECT_EQ(Key().nPlate, 0u);
+}
+
+TEST_F(CoZChromaKey2, ThreadsThatEditAndKeyDoNotMixMasksAndSettings)
+{
+    const auto fnRun = [this](const wchar_t* _pwszPolygon, IZFFrame* _pFrame) {
+        for (int n = 0; n < 1000; ++n)
+        {
+            CZPtr<IZFFrame> cpRes;
+            EXPECT_GE(PolygonSet(eRegion_Garbage, _pwszPolygon), 0);
+            EXPECT_EQ(m_cpKeyer->OnMediaReceive(_pFrame, cpRes.Put()), S_OK);
+        }
+    };
+    const auto cpOther = TestFrame_Make(eZFCC_RGB32, 64, -32);
+    EXPECT_EQ(m_cpKeyer->FrameSet(m_cpFrame.Get()), S_OK);
+    std::thread thread([&] { fnRun(L"", cpOther.Get()); });
+    fnRun(L"0,0 8,0 8,8", m_cpFrame.Get());
+    thread.join();
+    EXPECT_GT(m_script.vecSettings.size(), 1u);
 }
 
 TEST_F(CoZChromaKey2, HandsOutPlatesRegionsAndNumbers)
@@ -324,6 +350,11 @@ TEST_F(CoZChromaKey2, RefusesWrongArguments)
     key.params.dblNoise = 17;
     EXPECT_EQ(m_cpKeyer->KeyRawSet(&key), E_INVALIDARG);
     EXPECT_EQ(log.Count("parameter \"noise\" is 17", eZLog_Error), 1u);
+    const auto cpHook = CHookFrame::Make(m_cpFrame.Get(), [](const std::string&) { return S_OK; });
+    cpHook->m_fnProps = [](ZF_VID_PROPS* _pVidProps) { _pVidProps->nHeight = INT32_MIN; };
+    EXPECT_EQ(m_cpKeyer->FrameSet(cpHook.Get()), S_OK);
+    EXPECT_EQ(PolygonSet(eRegion_Garbage, L"0,0 1,0 1,1"), E_INVALIDARG);
+    EXPECT_EQ(m_cpKeyer->FrameSet(nullptr), S_OK);
     int32_t nSteps = -1;
     EXPECT_EQ(m_cpKeyer->StepsBack(&nSteps), S_OK);
     EXPECT_EQ(nSteps, 0);

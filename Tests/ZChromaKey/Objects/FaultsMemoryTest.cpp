@@ -1,16 +1,9 @@
 #include "Host/TempFolder.h"
 #include "Base/ZBstr.h"
-#include "Support/AllocCounter.h"
-#include "Support/NullSink.h"
-#include "ZChromaKey/Objects/Module.h"
+#include "ZChromaKey/Objects/FaultRuns.h"
 #include "ZChromaKey/Objects/TestKeyer.h"
 
-#include <functional>
-#include <span>
-
-// Every allocation of every kind of call is refused once, alone and with all that follow it. Each time the call has to
-// say that memory is short, or succeed all the same; what was set before is still there, nothing is lost, and the same
-// call succeeds afterwards.
+// Memory runs out in the calls of the first generation.
 
 namespace
 {
@@ -35,6 +28,17 @@ struct SUBJECT
     {
         return ZText_FromWide(DocumentOf(cpKey.Get()));
     }
+    bool HasOutput() const
+    {
+        return cpResult || bsText || cpKeyObject;
+    }
+    void Release()
+    {
+        SysFreeString(bsText);
+        cpResult.Reset();
+        cpKeyObject.Reset();
+        cpKey.Reset();
+    }
 
     CZPtr<CZFrame> cpFrame = TestFrame_Make(eZFCC_RGB32, 64, -48);
     CZPtr<CZFrame> cpFrameLarge = TestFrame_Make(eZFCC_UYVY, 128, 96);
@@ -55,100 +59,7 @@ bool IsKeyed(IZFFrame* _pFrame)
     return pRow[vidMask.nWidth / 2 - 3] == 0 && pRow[vidMask.nWidth / 2 + 2] == 255;
 }
 
-/// A call that is made with too little memory.
-struct OPERATION
-{
-    const char* pszName;
-    std::function<void(SUBJECT&)> fnPrepare; ///< with memory
-    std::function<HRESULT(SUBJECT&)> fnCall;
-    std::function<bool(SUBJECT&)> fnDone;     ///< whether all that the call had to do is done
-    std::function<bool()> fnIntact = nullptr; ///< whether a failed call left what is outside the object as it was
-};
-
-struct COUNTS
-{
-    int nPoints = 0;   ///< allocations refused, one a run
-    int nFailed = 0;   ///< runs that answered a failure
-    int nSurvived = 0; ///< runs that succeeded all the same
-};
-
-class Faults : public testing::Test
-{
-protected:
-    Faults()
-    {
-        ZLog_Set(&m_sink, eZLog_Verbose);
-        m_strAfter.reserve(1 << 16); // memory that lives longer than a run is counted
-    }
-    ~Faults() override
-    {
-        ZLog_Set(nullptr, eZLog_Warning);
-    }
-
-    /// One run; false when the call came to its end before the allocation that was to be refused.
-    bool Run(const OPERATION& _op, uint64_t _nFirst, uint64_t _nCount, COUNTS* _pCounts)
-    {
-        const int64_t nLive = AllocLive();
-        uint64_t nRefused = 0;
-        {
-            SUBJECT subject;
-            _op.fnPrepare(subject);
-            const std::string strBefore = subject.cpKey ? subject.Document() : "";
-            AllocFault_Set(_nFirst, _nCount);
-            const HRESULT hr = _op.fnCall(subject);
-            nRefused = AllocFault_End();
-            if (FAILED(hr))
-            {
-                EXPECT_EQ(hr, E_OUTOFMEMORY);
-                EXPECT_FALSE(subject.cpResult || subject.bsText || subject.cpKeyObject) << "something was handed out";
-                EXPECT_TRUE(!_op.fnIntact || _op.fnIntact());
-                EXPECT_EQ(strBefore.empty() ? "" : subject.Document(), strBefore);
-                EXPECT_GE(_op.fnCall(subject), 0) << "there is memory again";
-            }
-            EXPECT_TRUE(_op.fnDone(subject)) << std::hex << hr;
-            if (m_strAfter.empty())
-                m_strAfter.append(subject.Document());
-            EXPECT_EQ(subject.Document(), m_strAfter) << "every run ends in the same";
-            _pCounts->nFailed += FAILED(hr);
-            _pCounts->nSurvived += nRefused && SUCCEEDED(hr);
-            SysFreeString(subject.bsText);
-            subject.cpResult.Reset();
-            subject.cpKeyObject.Reset();
-            subject.cpKey.Reset();
-            for (IZFFrame2* const pFrame : {subject.cpFrame.Get(), subject.cpFrameLarge.Get()})
-                EXPECT_EQ(RefsOf(pFrame), 1u);
-        }
-        EXPECT_TRUE(ZModule_IsIdle());
-        EXPECT_EQ(AllocLive(), nLive);
-        _pCounts->nPoints += nRefused > 0;
-        return nRefused > 0;
-    }
-    void RunAll(std::span<const OPERATION> _spanOperations)
-    {
-        for (const OPERATION& op : _spanOperations)
-            RunAll(op);
-    }
-    /// All runs of a call.
-    void RunAll(const OPERATION& _op)
-    {
-        SCOPED_TRACE(_op.pszName);
-        COUNTS counts;
-        m_strAfter.clear();
-        for (const uint64_t nCount : {uint64_t{1}, uint64_t{1} << 40})
-        {
-            uint64_t nFirst = 1;
-            while (!HasFailure() && Run(_op, nFirst, nCount, &counts))
-                ++nFirst;
-            EXPECT_FALSE(HasFailure()) << "allocation " << nFirst << ", " << nCount << " refused";
-        }
-        EXPECT_GT(counts.nPoints, 0) << "nothing was refused";
-        std::printf("%-34s %4d points: %4d failed cleanly, %4d succeeded all the same\n", _op.pszName, counts.nPoints,
-                    counts.nFailed, counts.nSurvived);
-    }
-
-    CNullSink m_sink;
-    std::string m_strAfter;
-};
+using Faults = CFaultRuns<SUBJECT>;
 
 void MakeDirect(SUBJECT& _subject)
 {

@@ -350,4 +350,22 @@ TEST_F(UnmixObject, LostBackdropIsSaidOnce)
     }
 }
 
+TEST_F(UnmixObject, TheLogSaysOnceWhyTheGpuDoesNotKey)
+{
+    const auto cpFrame = Body(eZFCC_RGB32, c_arrGreen);
+    EXPECT_EQ(m_cpKeyer->KeyAddColor(0x3CAA32), S_OK);
+    const CLogCatcher log;
+    const char* const pszText = "keys on the processor only; set \"gpu_mode\" to 0";
+    EXPECT_EQ(m_cpProps->PropsSet(L"gpu_mode", L"-1"), S_OK);
+    EXPECT_LT(Error(Receive(cpFrame.Get()).Get()), 2.5);
+    EXPECT_EQ(log.Count(pszText, eZLog_Info), 1u);
+    EXPECT_EQ(m_cpProps->PropsSet(L"gpu_mode", L"1"), S_OK);
+    for (int n = 0; n < 2; ++n)
+    {
+        CZPtr<IZFFrame> cpRes;
+        EXPECT_EQ(m_cpProcess->OnMediaReceive(cpFrame.Get(), cpRes.Put()), E_NOTIMPL);
+    }
+    EXPECT_EQ(log.Count(pszText, eZLog_Error), 1u) << "nothing else may key";
+}
+
 } // namespace

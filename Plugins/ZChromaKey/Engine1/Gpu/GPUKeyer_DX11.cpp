@@ -73,7 +73,7 @@ private:
     {
         const DX11Device* const pDevice = m_keyer.DeviceGet();
         const HRESULT hr = pDevice ? pDevice->Device()->GetDeviceRemovedReason() : DXGI_ERROR_DEVICE_REMOVED;
-        return SUCCEEDED(hr) && m_bSoftware && !_options.bSoftware ? E_NOTIMPL : hr;
+        return SUCCEEDED(hr) && m_bSoftware && !_options.bOnly ? E_NOTIMPL : hr;
     }
 
     /// The last attempt to make a device.

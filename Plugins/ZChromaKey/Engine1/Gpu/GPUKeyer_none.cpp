@@ -11,10 +11,12 @@ namespace
 class CGPUKeyerNone final : public CGPUKeyer
 {
 public:
-    HRESULT ProcessFrame(IZFFrame*, const CHROMA_KEY_RAW&, const ENGINE_GPU_OPTIONS&, IZFFrame**) override
+    HRESULT ProcessFrame(IZFFrame*, const CHROMA_KEY_RAW&, const ENGINE_GPU_OPTIONS& _options, IZFFrame**) override
     {
-        static std::once_flag s_flagLogged;
-        std::call_once(s_flagLogged, [] { ZLog(eZLog_Info, "GPUKeyer: this build has no GPU path\n"); });
+        static std::once_flag s_arrLogged[2];
+        const eZLogLevel eLevel = _options.bOnly ? eZLog_Error : eZLog_Info; // a fault where nothing else may key
+        std::call_once(s_arrLogged[_options.bOnly],
+                       [&] { ZLog(eLevel, "GPUKeyer: this build has no GPU path; set \"gpu_mode\" to 0\n"); });
         return E_NOTIMPL;
     }
     void Close() override

@@ -6,6 +6,8 @@
 #include "Helpers/CKDetect.h"
 #include "ZChromaKey/Keys/KeyAdjust.h"
 #include "ZChromaKey/Keys/KeyState.h"
+#include "ZChromaKey/Config/Params2.h"
+#include "ZChromaKey/Keys2/KeyState2.h"
 
 #include <algorithm>
 #include <cstring>
@@ -134,12 +136,120 @@ void CheckState(CByteReader& _in)
     FUZZ_REQUIRE(std::memcmp(&key, &keyAgain, sizeof(key)) == 0);
 }
 
+/// A key set of the second generation of any content, or one near what hosts make.
+CHROMA_KEY2_RAW TakeRaw2(CByteReader& _in)
+{
+    if (_in.Byte() % 4 == 0)
+        return _in.Take<CHROMA_KEY2_RAW>();
+    CHROMA_KEY2_RAW key = KeySet2_Empty();
+    key.bAutomatic = _in.Byte() % 4 == 0;
+    key.nKeysUsed = _in.Range(0, 17);
+    key.nProtectedUsed = _in.Range(0, 3);
+    for (SINGLE_KEY2& single : std::span(key.arrKeys, static_cast<size_t>(std::min(key.nKeysUsed, Z_MAX_KEYS2))))
+        single = KeySet2_Key(KeySet2_Color(_in.Take<uint32_t>()));
+    key.arrKeys[3].rangeBackdrop.dblHue = _in.Double();
+    key.params.dblChoke = _in.Double();
+    return key;
+}
+
+std::shared_ptr<KEY2_REGION> TakeRegion(CByteReader& _in)
+{
+    if (_in.Flag())
+        return nullptr;
+    auto spRegion = std::make_shared<KEY2_REGION>();
+    spRegion->mask = {_in.Range(1, 9), 1, {}};
+    spRegion->mask.vecBytes.resize(static_cast<size_t>(spRegion->mask.nWidth));
+    return spRegion;
+}
+
+/// One edit; what the call answers, S_OK where it answers nothing.
+HRESULT Edit2(CByteReader& _in, CKeyState2* _pState)
+{
+    const KEY2_COLOR color = KeySet2_Color(_in.Take<uint32_t>());
+    switch (_in.Byte() % 9)
+    {
+    case 0:
+        return _pState->KeyAdd(color);
+    case 1:
+        return _pState->ProtectAdd(color);
+    case 2:
+        return _pState->Remove(_in.Number(), _in.Flag());
+    case 3:
+        return _pState->KeyFound(color);
+    case 4:
+        return _pState->RawSet(TakeRaw2(_in));
+    case 5:
+        return _pState->RegionSet(static_cast<eRegion>(_in.Range(0, 2)), TakeRegion(_in));
+    case 6:
+        _pState->Reset();
+        return S_OK;
+    default: {
+        const auto nParam = static_cast<size_t>(_in.Range(0, 19));
+        const auto arrParams = Params2_Table();
+        return _pState->ParamSet(nParam < arrParams.size() ? arrParams[nParam].pszName : "none", _in.Double());
+    }
+    }
+}
+
+/// Steps, groups, time that passes, or an edit, which changes nothing where it fails.
+void Call2(CByteReader& _in, CKeyState2* _pState, std::chrono::steady_clock::time_point* _pTime)
+{
+    int32_t nDone = 0;
+    switch (_in.Byte() % 8)
+    {
+    case 0:
+        static_cast<void>(_pState->Step(_in.Number(), &nDone));
+        return;
+    case 1:
+        _pState->GroupBegin();
+        return;
+    case 2:
+        static_cast<void>(_pState->GroupEnd());
+        return;
+    case 3:
+        *_pTime += std::chrono::milliseconds(4 * _in.Byte());
+        return;
+    default: {
+        const KEY2_EDIT before = _pState->EditGet();
+        const HRESULT hr = Edit2(_in, _pState);
+        FUZZ_REQUIRE(hr == S_OK || hr == S_FALSE || hr == E_INVALIDARG || hr == E_UNEXPECTED);
+        FUZZ_REQUIRE(hr == S_OK || before == _pState->EditGet());
+    }
+    }
+}
+
+/// Editing of the second generation: sets stay right, and stepping back and forth leads to the same ones.
+void CheckState2(CByteReader& _in)
+{
+    std::chrono::steady_clock::time_point time{};
+    CKeyState2 state([&] { return time; });
+    for (int nCalls = 0; !_in.AtEnd() && nCalls < c_nMostCalls; ++nCalls)
+    {
+        Call2(_in, &state, &time);
+        FUZZ_REQUIRE(KeySet2_Check(state.RawGet()).empty());
+        FUZZ_REQUIRE(state.StepsBack() <= nCalls + 1);
+    }
+    while (SUCCEEDED(state.GroupEnd()))
+    {
+    }
+    const KEY2_EDIT edit = state.EditGet();
+    int32_t nBack = 0, nForward = 0;
+    FUZZ_REQUIRE(state.Step(INT32_MIN, &nBack) == S_OK && state.StepsBack() == 0);
+    FUZZ_REQUIRE(state.EditGet() == CKeyState2().EditGet());
+    FUZZ_REQUIRE(state.Step(nBack, &nForward) == S_OK && nForward == nBack && state.EditGet() == edit);
+}
+
 } // namespace
 
 void FuzzTarget_Run(CByteReader& _in)
 {
-    if (_in.Byte() % 4 < 2)
-        CheckDetection(_in);
-    else
-        CheckState(_in);
+    switch (_in.Byte() % 4)
+    {
+    case 2:
+        return CheckState(_in);
+    case 3:
+        return CheckState2(_in);
+    default:
+        return CheckDetection(_in);
+    }
 }

@@ -1,4 +1,5 @@
-// Option strings, the store that keeps them, numbers, rectangles, wide texts. The first byte says what the rest is.
+// Option strings, the store that keeps them, numbers, rectangles, wide texts, polygons. The first byte says what the
+// rest is.
 
 #include "Support/FuzzTarget.h"
 
@@ -8,6 +9,7 @@
 #include "Props/PropPairs.h"
 #include "Props/PropStore.h"
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
+#include "ZChromaKey/Keys2/Polygon.h"
 
 #include <cmath>
 #include <vector>
@@ -93,6 +95,42 @@ void CheckNames(std::string_view _svText)
     FUZZ_REQUIRE(ZText_FromWide(ZText_ToWide(strAny)) == strAny);
 }
 
+/// Whether an odd number of a polygon's sides pass a point on its left.
+bool IsInside(const std::vector<POLYGON_POINT>& _vecPoints, double _dblX, double _dblY)
+{
+    bool bInside = false;
+    POLYGON_POINT from = _vecPoints.back();
+    for (const POLYGON_POINT& to : _vecPoints)
+    {
+        const double dblPart = (_dblY - from.dblY) / (to.dblY - from.dblY);
+        if ((from.dblY <= _dblY) != (to.dblY <= _dblY) && from.dblX + dblPart * (to.dblX - from.dblX) <= _dblX)
+            bInside = !bInside;
+        from = to;
+    }
+    return bInside;
+}
+
+/// A text is refused with its place and a reason, or gives the mask that its corners mean.
+void CheckPolygon(CByteReader _in)
+{
+    const int nWidth = _in.Range(1, 24), nHeight = _in.Range(1, 16);
+    std::vector<POLYGON_POINT> vecPoints;
+    std::string strReason;
+    if (!Polygon_Read(_in.Rest(), &vecPoints, &strReason))
+    {
+        FUZZ_REQUIRE(vecPoints.empty() && strReason.starts_with("character "));
+        return;
+    }
+    FUZZ_REQUIRE(vecPoints.size() >= 3);
+    const IMG_MASK mask = Polygon_Mask(vecPoints, nWidth, nHeight);
+    for (size_t n = 0; n < mask.vecBytes.size(); ++n)
+    {
+        const int nRow = static_cast<int>(n) / nWidth;
+        const bool bInside = IsInside(vecPoints, static_cast<int>(n) % nWidth + 0.5, nRow + 0.5);
+        FUZZ_REQUIRE(mask.vecBytes[n] == (bInside ? 255 : 0));
+    }
+}
+
 } // namespace
 
 void FuzzTarget_Run(CByteReader& _in)
@@ -103,6 +141,8 @@ void FuzzTarget_Run(CByteReader& _in)
         return CheckPairs(_in.Rest());
     case 1:
         return CheckNumbers(_in.Rest());
+    case 3:
+        return CheckPolygon(CByteReader(_in.Rest()));
     default:
         return CheckNames(_in.Rest());
     }

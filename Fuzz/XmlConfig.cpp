@@ -6,6 +6,7 @@
 #include "Props/Xml/XmlReader.h"
 #include "Props/Xml/XmlWriter.h"
 #include "ZChromaKey/Keys/KeyDoc.h"
+#include "ZChromaKey/Keys2/KeyXml2.h"
 
 #include <algorithm>
 #include <cstring>
@@ -79,6 +80,38 @@ void CheckConfig(std::string_view _svDocument)
     FUZZ_REQUIRE(IsSame(content, contentAgain));
 }
 
+bool IsSameRegion(const KEY2_REGION* _pA, const KEY2_REGION* _pB)
+{
+    return !_pA || !_pB ? _pA == _pB
+                        : _pA->strPolygon == _pB->strPolygon && _pA->mask.nWidth == _pB->mask.nWidth &&
+                              _pA->mask.vecBytes == _pB->mask.vecBytes;
+}
+
+/// The second generation's element: what is taken over is right, and comes back as it was.
+void CheckConfig2(std::string_view _svDocument)
+{
+    std::string strReason;
+    std::unique_ptr<CXmlNode> upRoot = CConfigDoc::Read(_svDocument, &strReason, c_pszConfigKeyer2);
+    const CXmlNode* const pOwn = upRoot ? CConfigDoc::Find(*upRoot, c_pszConfigKeyer2) : nullptr;
+    KEY2_EDIT edit = {};
+    const bool bLoaded = pOwn && KeyXml2_Load(*pOwn, &edit, &strReason);
+    FUZZ_REQUIRE(bLoaded || !pOwn || !strReason.empty());
+    if (!bLoaded)
+        return;
+    FUZZ_REQUIRE(KeySet2_Check(edit.key).empty());
+    CConfigDoc doc(c_pszConfigKeyer2);
+    doc.Take(std::move(upRoot));
+    KeyXml2_Save(edit, *doc.OwnBegin());
+    std::string strSaved;
+    FUZZ_REQUIRE(doc.Save({}, &strSaved, &strReason));
+    upRoot = CConfigDoc::Read(strSaved, &strReason, c_pszConfigKeyer2);
+    KEY2_EDIT editAgain = {};
+    FUZZ_REQUIRE(upRoot && KeyXml2_Load(*CConfigDoc::Find(*upRoot, c_pszConfigKeyer2), &editAgain, &strReason));
+    FUZZ_REQUIRE(SameBytes(&edit.key, &editAgain.key, sizeof(edit.key)));
+    for (size_t n = 0; n < Z_REGIONS; ++n)
+        FUZZ_REQUIRE(IsSameRegion(edit.arrRegions[n].get(), editAgain.arrRegions[n].get()));
+}
+
 } // namespace
 
 void FuzzTarget_Run(CByteReader& _in)
@@ -86,4 +119,5 @@ void FuzzTarget_Run(CByteReader& _in)
     const std::string_view svDocument = _in.Rest();
     CheckTree(svDocument);
     CheckConfig(svDocument);
+    CheckConfig2(svDocument);
 }

@@ -86,7 +86,7 @@ void CheckKeyer(CByteReader& _in)
     store.Set("output.argb", _in.Flag() ? "true" : "false");
     if (_in.Flag())
         store.Set("keying.borders", ZFormat("%d,%d,%d,%d", _in.Number(), _in.Number(), _in.Number(), _in.Number()));
-    CFrameKeyer keyer(&store, std::make_unique<CKeyEngine>(GPUKeyer_Create()));
+    CFrameKeyer keyer("CCoZChromaKey", &store, std::make_unique<CKeyEngine>(GPUKeyer_Create()));
     const CHROMA_KEY_RAW key = TakeKeys(_in);
     for (int nFrame = 0; nFrame < 2; ++nFrame)
     {

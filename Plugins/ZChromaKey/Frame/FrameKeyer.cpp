@@ -11,12 +11,6 @@
 namespace
 {
 
-void LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame* _pFrame, HRESULT _hr)
-{
-    if (ZLog_IsOn(_eLevel))
-        ZLog(_eLevel, _pszFormat, FrameText(_pFrame), _hr);
-}
-
 /// A texture attached to an input in system memory shows another picture than the result, which took it over.
 void TextureDrop(IZFFrame* _pFrameRes)
 {
@@ -49,8 +43,9 @@ CZPtr<IZFFrame2> QueryPicture(IZFFrame* _pFrame)
 
 } // namespace
 
-CFrameKeyer::CFrameKeyer(CPropStore* _pStore, std::unique_ptr<CFrameEngine> _upEngine)
-    : m_pStore(_pStore)
+CFrameKeyer::CFrameKeyer(const char* _pszClass, CPropStore* _pStore, std::unique_ptr<CFrameEngine> _upEngine)
+    : m_pszClass(_pszClass)
+    , m_pStore(_pStore)
     , m_upEngine(std::move(_upEngine))
 {
 }
@@ -64,7 +59,8 @@ HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFr
     *_ppFrameRes = nullptr;
     if (m_idProcessing == std::this_thread::get_id())
     {
-        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: called from a method of the frame that is being processed\n");
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: called from a method of the frame that is being processed\n",
+             m_pszClass);
         return E_UNEXPECTED;
     }
     FRAMES frames; // outlives the lock
@@ -103,7 +99,7 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
     HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
     if (FAILED(hr))
     {
-        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: the frame has no video properties, hr=%08X\n", hr);
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: the frame has no video properties, hr=%08X\n", m_pszClass, hr);
         return hr;
     }
     const bool bCompared = m_plan.bCompares && VidProps_IsSet(&vidProps, true);
@@ -115,7 +111,7 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
         return hr;
     if (*_ppFrameRes)
     {
-        LogFrame(eZLog_Verbose, "CoZChromaKey::OnMediaReceiveI(%ws) SAME FRAME IN\n", _pFrame, hr);
+        LogFrame(eZLog_Verbose, "%hs::OnMediaReceiveI(%ws) SAME FRAME IN\n", _pFrame, hr);
         m_cpFrameLast = std::move(_pFrames->cpFrameLast);
         return hr;
     }
@@ -155,21 +151,28 @@ bool CFrameKeyer::OptionsUpdate()
     return true;
 }
 
+/// A line about a frame. _pszFormat takes the class, without the first letter, the frame, and maybe the result.
+void CFrameKeyer::LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame* _pFrame, HRESULT _hr) const
+{
+    if (ZLog_IsOn(_eLevel))
+        ZLog(_eLevel, _pszFormat, m_pszClass + 1, FrameText(_pFrame), _hr);
+}
+
 /// The log tells once, not with every frame, where colour cancel has no effect.
 void CFrameKeyer::LogNotCleaned(uint32_t _fccType)
 {
     if (m_upEngine->CanClean(_fccType) || std::exchange(m_fccNotCleaned, _fccType) == _fccType)
         return;
     ZLog(eZLog_Info,
-         "CCoZChromaKey: colour cancel leaves the colours of %hs frames as they are; switch \"%hs\" on, or hand in "
-         "RGB24, RGB32, ARGB32, UYVY, HDYC, YUY2 or YVYU\n",
-         FCC_Name(_fccType), c_szOptionARGB);
+         "%hs: colour cancel leaves the colours of %hs frames as they are; switch \"%hs\" on, or hand in RGB24, RGB32, "
+         "ARGB32, UYVY, HDYC, YUY2 or YVYU\n",
+         m_pszClass, FCC_Name(_fccType), c_szOptionARGB);
 }
 
 /// The frame less its borders, as on the CPU. A frame in a texture has no picture that could be cut.
 HRESULT CFrameKeyer::GPUInput(IZFFrame* _pFrame, WORK_FRAME* _pWork)
 {
-    *_pWork = {CZPtr<IZFFrame>(_pFrame), false, false};
+    *_pWork = {m_pszClass, CZPtr<IZFFrame>(_pFrame)};
     ZF_VID_PTR vidPtr = {};
     if (_pFrame->VideoPtrGet(eZFP_Stored, &vidPtr) != S_OK)
         return S_OK;
@@ -206,8 +209,8 @@ HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
         LogNotCleaned(vidPropsRes.fccType);
     _pFrames->cpFrameUndrawn = cpFrameRes;
     if (m_options->bTimeOverlay)
-        TimeOverlay_Draw(&cpFrameRes);
-    LogFrame(eZLog_Verbose, "CoZChromaKey::OnMediaReceiveI(%ws) GPU Processed(%d) OK\n", _pFrame, hr);
+        TimeOverlay_Draw(m_pszClass, &cpFrameRes);
+    LogFrame(eZLog_Verbose, "%hs::OnMediaReceiveI(%ws) GPU Processed(%d) OK\n", _pFrame, hr);
     *_ppFrameRes = cpFrameRes.Detach();
     return S_OK;
 }
@@ -220,7 +223,7 @@ void CFrameKeyer::GPUFailed(IZFFrame* _pFrame, HRESULT _hr)
     LogFrame(bLogged     ? eZLog_Verbose
              : bExpected ? eZLog_Info
                          : eZLog_Error,
-             "CoZChromaKey::OnMediaReceiveI(%ws) Failed to perform GPU chroma key! hr=%08X\n", _pFrame, _hr);
+             "%hs::OnMediaReceiveI(%ws) Failed to perform GPU chroma key! hr=%08X\n", _pFrame, _hr);
 }
 
 HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
@@ -232,8 +235,9 @@ HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
     if (!cpFrame2)
         return S_FALSE;
     WORK_FRAME& work = _pFrames->work;
-    HRESULT hr = m_plan.bKeys && m_plan.bReadsSource ? WorkFrame_MakeFromSource(cpFrame2.Get(), *m_options, &work)
-                                                     : WorkFrame_Make(cpFrame2.Get(), *m_options, &work);
+    HRESULT hr = m_plan.bKeys && m_plan.bReadsSource
+                     ? WorkFrame_MakeFromSource(m_pszClass, cpFrame2.Get(), *m_options, &work)
+                     : WorkFrame_Make(m_pszClass, cpFrame2.Get(), *m_options, &work);
     if (SUCCEEDED(hr) && m_plan.bKeys)
         hr = OwnMake(&work);
     if (SUCCEEDED(hr) && m_plan.bKeys) // measured as the input is, not as what it was converted into
@@ -269,7 +273,7 @@ HRESULT CFrameKeyer::JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK
             hr = _work.cpSource->VideoPtrGet(eZFP_Flip, &_pJob->source.vidPtr);
     }
     if (SUCCEEDED(hr))
-        hr = WorkFrame_MakeMask(_pFrameIn, result.vidProps, _pMask);
+        hr = WorkFrame_MakeMask(m_pszClass, _pFrameIn, result.vidProps, _pMask);
     _pJob->bWrite = _work.bOwnPixels; // alpha of ARGB32, clean colours
     _pJob->pbMask = _pMask->pbAlpha;
     _pJob->nThreads = static_cast<uint32_t>(m_options->nThreads);
@@ -294,11 +298,12 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, ENGINE_
     {
         m_upEngine->Hold({work.cpSource.Get(), pFrame, mask.cpFrame.Get()});
         ZLog(eZLog_Error,
-             "CCoZChromaKey::OnMediaReceive: keying was given up: a thread waited too long for the frame's "
-             "memory or for the log; it is left to itself, and the next frame gets another one\n");
+             "%hs::OnMediaReceive: keying was given up: a thread waited too long for the frame's memory or for the "
+             "log; it is left to itself, and the next frame gets another one\n",
+             m_pszClass);
     }
     else if (FAILED(hr))
-        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: a frame (%hs) cannot be keyed on the CPU, hr=%08X\n",
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: a frame (%hs) cannot be keyed on the CPU, hr=%08X\n", m_pszClass,
              VidProps_Text(&job.result.vidProps), hr);
     return hr;
 }

@@ -23,9 +23,8 @@ HRESULT MakeARGB(uint32_t _nFlags, WORK_FRAME* _pWork)
     if (FAILED(hr) || !cpARGB)
     {
         ZLog(eZLog_Error,
-             "CCoZChromaKey::OnMediaReceive: \"%hs\": the frame (%hs) cannot be converted, hr=%08X; switch the "
-             "option off\n",
-             c_szOptionARGB, FrameText(_pWork->cpFrame.Get()), hr);
+             "%hs::OnMediaReceive: \"%hs\": the frame (%hs) cannot be converted, hr=%08X; switch the option off\n",
+             _pWork->pszClass, c_szOptionARGB, FrameText(_pWork->cpFrame.Get()), hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     _pWork->cpFrame = std::move(cpARGB);
@@ -72,7 +71,7 @@ HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork)
              : E_INVALIDARG;
     if (FAILED(hr) || !cpRect)
     {
-        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: \"%hs\" %d,%d,%d,%d %hs a frame of %dx%d, hr=%08X\n",
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: \"%hs\" %d,%d,%d,%d %hs a frame of %dx%d, hr=%08X\n", _pWork->pszClass,
              c_szOptionBorders, _borders.nLeft, _borders.nTop, _borders.nRight, _borders.nBottom,
              hr == E_INVALIDARG ? "leave nothing (use narrower ones) of" : "cannot be cut from", vidProps.nWidth,
              nHeight, hr);
@@ -86,9 +85,9 @@ HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork)
     return hr;
 }
 
-HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork)
+HRESULT WorkFrame_Make(const char* _pszClass, IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork)
 {
-    *_pWork = {CZPtr<IZFFrame>(_pFrame), false, false};
+    *_pWork = {_pszClass, CZPtr<IZFFrame>(_pFrame)};
     ZF_VID_PROPS vidProps = {};
     HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
     if (SUCCEEDED(hr) && _options.bOutputARGB && vidProps.fccType != eZFCC_ARGB32)
@@ -96,9 +95,10 @@ HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WOR
     return SUCCEEDED(hr) ? WorkFrame_Cut(_options.rectBorders, _pWork) : hr;
 }
 
-HRESULT WorkFrame_MakeFromSource(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork)
+HRESULT WorkFrame_MakeFromSource(const char* _pszClass, IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options,
+                                 WORK_FRAME* _pWork)
 {
-    *_pWork = {CZPtr<IZFFrame>(_pFrame)};
+    *_pWork = {_pszClass, CZPtr<IZFFrame>(_pFrame)};
     const HRESULT hr = WorkFrame_Cut(_options.rectBorders, _pWork);
     if (FAILED(hr))
         return hr;
@@ -116,7 +116,7 @@ HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork)
         cpFrame2 ? cpFrame2->FrameClone(_bWritten ? eZFC_Converted : eZFC_Cloned, cpClone.Put()) : E_NOINTERFACE;
     if (FAILED(hr) || !cpClone)
     {
-        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: the frame cannot be cloned, hr=%08X\n", hr);
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: the frame cannot be cloned, hr=%08X\n", _pWork->pszClass, hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     _pWork->cpFrame = std::move(cpClone);
@@ -126,7 +126,7 @@ HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork)
     return S_OK;
 }
 
-HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask)
+HRESULT WorkFrame_MakeMask(const char* _pszClass, IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask)
 {
     ZF_VID_PROPS vidPropsMask = VidProps_Mask(&_vidProps);
     vidPropsMask.nGPUFlags = 0;
@@ -138,9 +138,8 @@ HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WO
     hr = cpZFFrameMask->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtr);
     if (FAILED(hr) || !IsMaskUsable(vidPropsMask, vidPtr))
     {
-        ZLog(eZLog_Error,
-             "CCoZChromaKey::OnMediaReceive: a mask of %dx%d with rows of %d bytes came as %dx%d(%d), hr=%08X\n",
-             vidPropsMask.nWidth, vidPropsMask.nHeight, vidPropsMask.nRowBytes, vidPtr.szVideoPlanes[0].cx,
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: a mask of %dx%d with rows of %d bytes came as %dx%d(%d), hr=%08X\n",
+             _pszClass, vidPropsMask.nWidth, vidPropsMask.nHeight, vidPropsMask.nRowBytes, vidPtr.szVideoPlanes[0].cx,
              vidPtr.szVideoPlanes[0].cy, vidPtr.cbVideoRowBytes[0], hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }

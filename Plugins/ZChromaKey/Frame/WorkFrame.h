@@ -8,6 +8,7 @@
 /// is let go of at once: pixels that two frames share cannot be written.
 struct WORK_FRAME
 {
+    const char* pszClass = ""; ///< of the plug-in object, as log lines name it
     CZPtr<IZFFrame> cpFrame;
     bool bOwnFrame = false;  ///< not the host's frame object: a mask may be attached
     bool bOwnPixels = false; ///< not the host's pixels: alpha and colours may be written
@@ -22,11 +23,12 @@ HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork);
 
 /// Makes the frame that the options ask for: converted into ARGB32, then cut by the borders; else the input itself.
 /// Fails as its parts do.
-HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork);
+HRESULT WorkFrame_Make(const char* _pszClass, IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork);
 
 /// The same for an engine that reads the source: the input is cut, and the frame is one in ARGB32 whose pixels are not
 /// initialised where the options ask for ARGB32.
-HRESULT WorkFrame_MakeFromSource(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork);
+HRESULT WorkFrame_MakeFromSource(const char* _pszClass, IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options,
+                                 WORK_FRAME* _pWork);
 
 /// Makes the frame one that a mask can be attached to, and, with _bWritten, whose pixels can be written.
 HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork);
@@ -40,4 +42,4 @@ struct WORK_MASK
 
 /// Makes the mask of a frame with the given properties from the memory of _pFrame. Its pixels are undefined, for the
 /// engine writes them all; the bytes that pad its rows are 255.
-HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask);
+HRESULT WorkFrame_MakeMask(const char* _pszClass, IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask);

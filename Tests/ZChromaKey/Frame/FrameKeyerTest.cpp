@@ -184,7 +184,8 @@ TEST_F(FrameKeyer, StandsFramesThatAnswerNonsense)
     vidProps.nHeight = INT32_MIN;
     cpHook->m_fnCreate = [](ZF_VID_PROPS* _pVidProps) { _pVidProps->nHeight = -32; };
     WORK_MASK mask;
-    EXPECT_EQ(WorkFrame_MakeMask(cpHook.Get(), vidProps, &mask), E_UNEXPECTED) << "another size than asked for";
+    EXPECT_EQ(WorkFrame_MakeMask("CCoZTest", cpHook.Get(), vidProps, &mask), E_UNEXPECTED)
+        << "another size than asked for";
 }
 
 TEST_F(FrameKeyer, KeysARepeatedFrameOnce)

@@ -96,7 +96,8 @@ TEST_F(CCommandTest, FormatsPrintsEveryRow)
     ASSERT_NE(nSecond, std::string::npos);
     EXPECT_EQ(Lines(m_strOut.substr(0, nSecond)), FCC_All().size() + 2) << "a header, the rows, an empty line";
     EXPECT_EQ(Lines(m_strOut.substr(nSecond)), VidFormat_All().size() + 1);
-    ExpectOut({"\nNV12\t0x3231564E\t16\tno\tyes\tyes\t1x2\t1x1\t",
+    ExpectOut({"\nNV12\t0x3231564E\t16\tno\tyes\tyes\t1x2\t1x1\tyes\tno\n",
+               "\nARGB64\t0x01343641\t64\tyes\tno\tyes\t1x1\t1x1\tyes\tyes\n",
                "\n4\tPAL\teZVF_PAL\t25\t1\t1\t720\t576\t4\t3\t0\t49\n", "\n94\tDisabled\t"});
 }
 

@@ -3,6 +3,7 @@
 #include "Kit/HostError.h"
 
 #include "Base/ZLog.h"
+#include "Base/ZPixelFormats.h"
 #include "Base/ZPtr.h"
 #include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"
@@ -82,7 +83,7 @@ void Picture_FromFrame(IZFFrame* _pFrame, PICTURE& _picture)
 {
     ZF_VID_PROPS vidProps = {};
     ReadFrame(_pFrame, _picture, vidProps);
-    _picture.bAlpha = vidProps.fccType == eZFCC_ARGB32;
+    _picture.bAlpha = FCC_HasAlpha(vidProps.fccType);
     if (vidProps.fccType == eZFCC_RGB32) // its fourth byte means nothing
         MakeOpaque(_picture);
 }

@@ -1,8 +1,10 @@
 #include "ZChromaKey/Engine2/UnmixWork.h"
 
 #include "Base/ZBorder.h"
+#include "Base/ZPixelFormats.h"
 #include "Base/ZVideoProps.h"
 #include "Image/ImgPlane.h"
+#include "ZChromaKey/Engine2/Output.h"
 
 #include <cstdlib>
 
@@ -26,8 +28,9 @@ HRESULT CUnmixWork::Key()
     const ptrdiff_t nWidth = m_job.source.vidProps.nWidth;
     const int32_t nHeight = std::abs(m_job.source.vidProps.nHeight);
     UNMIX_RESULT result;
-    if (m_job.bWrite && m_job.result.vidProps.fccType == eZFCC_ARGB32)
-        result = {Img_RowOf(m_job.result.vidPtr, 0, 0), m_job.result.vidPtr.cbVideoRowBytes[0], false};
+    if (m_job.bWrite && FCC_HasAlpha(m_job.result.vidProps.fccType))
+        result = {Img_RowOf(m_job.result.vidPtr, 0, 0), m_job.result.vidPtr.cbVideoRowBytes[0],
+                  m_job.result.vidProps.fccType == eZFCC_ARGB64};
     else
     {
         m_vecResult.resize(static_cast<size_t>(4 * nWidth) * static_cast<size_t>(nHeight));
@@ -47,12 +50,7 @@ void CUnmixWork::MaskWrite(const UNMIX_RESULT& _result)
     const int32_t nStride = VidProps_Mask(&m_job.result.vidProps).nRowBytes;
     const auto Write = [&](int _nFirst, int _nRows) {
         for (int y = _nFirst; y < _nFirst + _nRows; ++y)
-        {
-            const uint8_t* const pPixel = _result.Bytes(y);
-            uint8_t* const pMask = m_job.pbMask + ptrdiff_t{nStride} * y;
-            for (int32_t x = 0; x < nWidth; ++x)
-                pMask[x] = pPixel[4 * x + 3];
-        }
+            Output_Mask(_result, y, nWidth, m_job.pbMask + ptrdiff_t{nStride} * y);
     };
     m_runner.Run(std::abs(m_job.result.vidProps.nHeight), c_nRowsPerPart, CRowPass(Write));
 }

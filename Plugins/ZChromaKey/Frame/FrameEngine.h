@@ -29,7 +29,7 @@ struct ENGINE_PLAN
     bool bKeys;     ///< else frames pass, converted and cut where the options ask for it
     bool bCleans;   ///< colours are changed in the formats that CanClean names
     /// The engine reads the input in its own format, whatever the result is: nothing is converted before it. Of a
-    /// result in ARGB32 it writes every pixel.
+    /// result with alpha, ARGB32 or ARGB64, it writes every pixel; other engines know ARGB32 alone.
     bool bReadsSource;
 };
 

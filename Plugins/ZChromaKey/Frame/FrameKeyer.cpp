@@ -3,6 +3,8 @@
 #include "Base/ZAssert.h"
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
+#include "Base/ZSaturate.h"
+#include "Image/ImgRowReader.h"
 #include "Props/PropStore.h"
 #include "ZChromaKey/Frame/FrameText.h"
 #include "ZChromaKey/Frame/TimeOverlay.h"
@@ -39,6 +41,18 @@ CZPtr<IZFFrame2> QueryPicture(IZFFrame* _pFrame)
         return {};
     }
     return cpFrame2;
+}
+
+/// Whether a frame that the host made for the result of a source of its own can be written as its record says.
+bool IsResultUsable(const ENGINE_JOB& _job)
+{
+    const ZF_VID_PROPS& vidProps = _job.result.vidProps;
+    const ZF_VID_PTR& vidPtr = _job.result.vidPtr;
+    const bool bAligned = vidProps.fccType != eZFCC_ARGB64 ||
+                          ((vidPtr.lpVideoPlanes[0] | int64_t{vidPtr.cbVideoRowBytes[0]}) & 1) == 0; // words
+    return bAligned && vidProps.nWidth == _job.source.vidProps.nWidth &&
+           ZAbs32(vidProps.nHeight) == ZAbs32(_job.source.vidProps.nHeight) &&
+           SUCCEEDED(CImgRowReader().Init(vidProps, vidPtr));
 }
 
 } // namespace
@@ -148,6 +162,12 @@ bool CFrameKeyer::OptionsUpdate()
     if (m_options && m_options->nChange == m_pStore->ChangeCount())
         return false;
     m_options = ChromaKeyOptions_Read(*m_pStore);
+    if (!m_plan.bReadsSource && m_options->fccARGB != eZFCC_ARGB32)
+    {
+        ZLog(eZLog_Warning, "%hs: \"%hs\" is for the second generation; results have 8 bits a channel\n", m_pszClass,
+             c_szOptionDepth);
+        m_options->fccARGB = eZFCC_ARGB32;
+    }
     return true;
 }
 
@@ -253,8 +273,8 @@ HRESULT CFrameKeyer::OwnMake(WORK_FRAME* _pWork)
 {
     ZF_VID_PROPS vidProps = {};
     const HRESULT hr = _pWork->cpFrame->VideoPropsGet(&vidProps);
-    const bool bWritten =
-        vidProps.fccType == eZFCC_ARGB32 || (m_plan.bCleans && m_upEngine->CanClean(vidProps.fccType));
+    const bool bAlpha = m_plan.bReadsSource ? FCC_HasAlpha(vidProps.fccType) : vidProps.fccType == eZFCC_ARGB32;
+    const bool bWritten = bAlpha || (m_plan.bCleans && m_upEngine->CanClean(vidProps.fccType));
     return FAILED(hr) ? hr : WorkFrame_MakeOwn(bWritten, _pWork);
 }
 
@@ -271,6 +291,12 @@ HRESULT CFrameKeyer::JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK
         hr = _work.cpSource->VideoPropsGet(&_pJob->source.vidProps);
         if (SUCCEEDED(hr))
             hr = _work.cpSource->VideoPtrGet(eZFP_Flip, &_pJob->source.vidPtr);
+    }
+    if (SUCCEEDED(hr) && !IsResultUsable(*_pJob))
+    {
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: a frame for the result of (%hs) came as (%hs)\n", m_pszClass,
+             VidProps_Text(&_pJob->source.vidProps), VidProps_Text(&result.vidProps));
+        hr = E_UNEXPECTED;
     }
     if (SUCCEEDED(hr))
         hr = WorkFrame_MakeMask(m_pszClass, _pFrameIn, result.vidProps, _pMask);

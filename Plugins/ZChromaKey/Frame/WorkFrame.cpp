@@ -15,16 +15,18 @@ namespace
 {
 
 /// _nFlags: eZFCopy, whether the pixels are converted or left for others to write.
-HRESULT MakeARGB(uint32_t _nFlags, WORK_FRAME* _pWork)
+HRESULT MakeARGB(uint32_t _nFlags, uint32_t _fccARGB, WORK_FRAME* _pWork)
 {
     const auto cpFrame2 = ZQuery<IZFFrame2>(_pWork->cpFrame);
     CZPtr<IZFFrame> cpARGB;
-    const HRESULT hr = cpFrame2 ? cpFrame2->FrameConvert(_nFlags, eZFCC_ARGB32, cpARGB.Put()) : E_NOINTERFACE;
+    const HRESULT hr = cpFrame2 ? cpFrame2->FrameConvert(_nFlags, _fccARGB, cpARGB.Put()) : E_NOINTERFACE;
     if (FAILED(hr) || !cpARGB)
     {
         ZLog(eZLog_Error,
-             "%hs::OnMediaReceive: \"%hs\": the frame (%hs) cannot be converted, hr=%08X; switch the option off\n",
-             _pWork->pszClass, c_szOptionARGB, FrameText(_pWork->cpFrame.Get()), hr);
+             "%hs::OnMediaReceive: \"%hs\": the frame (%hs) cannot be converted into %hs, hr=%08X; switch the option "
+             "off%hs\n",
+             _pWork->pszClass, c_szOptionARGB, FrameText(_pWork->cpFrame.Get()), FCC_Name(_fccARGB), hr,
+             _fccARGB == eZFCC_ARGB64 ? ", or set \"output.depth\" to 8" : "");
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     _pWork->cpFrame = std::move(cpARGB);
@@ -90,8 +92,8 @@ HRESULT WorkFrame_Make(const char* _pszClass, IZFFrame2* _pFrame, const CK_FRAME
     *_pWork = {_pszClass, CZPtr<IZFFrame>(_pFrame)};
     ZF_VID_PROPS vidProps = {};
     HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
-    if (SUCCEEDED(hr) && _options.bOutputARGB && vidProps.fccType != eZFCC_ARGB32)
-        hr = MakeARGB(eZFC_Converted, _pWork);
+    if (SUCCEEDED(hr) && _options.bOutputARGB && vidProps.fccType != _options.fccARGB)
+        hr = MakeARGB(eZFC_Converted, _options.fccARGB, _pWork);
     return SUCCEEDED(hr) ? WorkFrame_Cut(_options.rectBorders, _pWork) : hr;
 }
 
@@ -103,7 +105,7 @@ HRESULT WorkFrame_MakeFromSource(const char* _pszClass, IZFFrame2* _pFrame, cons
     if (FAILED(hr))
         return hr;
     _pWork->cpSource = _pWork->cpFrame;
-    return _options.bOutputARGB ? MakeARGB(eZFC_Renewed, _pWork) : S_OK;
+    return _options.bOutputARGB ? MakeARGB(eZFC_Renewed, _options.fccARGB, _pWork) : S_OK;
 }
 
 HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork)

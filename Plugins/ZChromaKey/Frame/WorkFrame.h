@@ -21,12 +21,12 @@ struct WORK_FRAME
 /// up to a multiple of 8", at most the width. E_INVALIDARG: they leave nothing (the log says of what).
 HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork);
 
-/// Makes the frame that the options ask for: converted into ARGB32, then cut by the borders; else the input itself.
-/// Fails as its parts do.
+/// Makes the frame that the options ask for: converted into ARGB32 or ARGB64, then cut by the borders; else the input
+/// itself. Fails as its parts do.
 HRESULT WorkFrame_Make(const char* _pszClass, IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork);
 
-/// The same for an engine that reads the source: the input is cut, and the frame is one in ARGB32 whose pixels are not
-/// initialised where the options ask for ARGB32.
+/// The same for an engine that reads the source: the input is cut, and where the options ask for ARGB, the frame is one
+/// whose pixels are not initialised.
 HRESULT WorkFrame_MakeFromSource(const char* _pszClass, IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options,
                                  WORK_FRAME* _pWork);
 

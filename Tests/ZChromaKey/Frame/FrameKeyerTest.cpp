@@ -87,6 +87,20 @@ TEST_F(FrameKeyer, CutsHighDefinitionWithoutAnotherMatrix)
         }
 }
 
+TEST_F(FrameKeyer, LeavesTheSecondGenerationsOptionsAlone)
+{
+    const CLogCatcher log;
+    const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 32);
+    Set(L"output.argb", L"true");
+    Set(L"output.depth", L"16");
+    for (int n = 0; n < 2; ++n)
+    {
+        cpFrame->IdentityRenew();
+        EXPECT_EQ(PropsOf(Receive(cpFrame.Get()).Get()).fccType, eZFCC_ARGB32);
+    }
+    EXPECT_EQ(log.Count("CCoZChromaKey: \"output.depth\" is for the second generation", eZLog_Warning), 1u);
+}
+
 TEST_F(FrameKeyer, LeavesWhatTheEngineLeavesOutOpaque)
 {
     const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 64, -32);

@@ -1,0 +1,147 @@
+#include "Support/HookFrame.h"
+#include "Support/LogCatcher.h"
+#include "ZChromaKey/Objects/UnmixKeyer.h"
+
+#include <array>
+
+// What results of the second generation are made of, and what they keep of the picture.
+
+namespace
+{
+
+using UnmixOutput = CUnmixObjectTest;
+
+constexpr int c_nMiddleX = c_nBodyWidth / 2;
+constexpr int c_nMiddleY = 83;
+
+/// The words of a pixel: B, G, R, A.
+std::array<int, 4> WordsAt(IZFFrame* _pFrame, int _nX, int _nY)
+{
+    std::array<int, 4> arrWords = {};
+    const uint8_t* const p = Img_RowOf(PtrOf(_pFrame), 0, _nY) + ptrdiff_t{8} * _nX;
+    for (int n = 0; n < 4; ++n)
+        arrWords[static_cast<size_t>(n)] = p[2 * n] | p[2 * n + 1] << 8;
+    return arrWords;
+}
+
+CZPtr<IZFFrame> MaskOfResult(IZFFrame* _pFrameRes)
+{
+    return ZQuery<IZFFrame>(AttachmentOf(_pFrameRes, L"mask"));
+}
+
+TEST_F(UnmixOutput, SixteenBitsAreTheEightAndTheFractionsOfMixedPixels)
+{
+    const auto cpFrame = Body(eZFCC_RGB32, c_arrGreen);
+    KeyFrom(cpFrame.Get());
+    const auto cpBytes = Receive(cpFrame.Get());
+    Set(L"output.depth", L"16");
+    const auto cpWords = Receive(cpFrame.Get());
+    EXPECT_EQ(PropsOf(cpBytes.Get()).fccType, eZFCC_ARGB32);
+    ASSERT_EQ(PropsOf(cpWords.Get()).fccType, eZFCC_ARGB64);
+    EXPECT_LT(Error(cpWords.Get()), 2.5);
+    const auto cpMask = MaskOfResult(cpWords.Get());
+    int nFractions = 0;
+    for (int y = 0; y < c_nBodyHeight; ++y)
+        for (int x = 0; x < c_nBodyWidth; ++x)
+        {
+            const uint8_t* const pBytes = Img_RowOf(PtrOf(cpBytes.Get()), 0, y) + ptrdiff_t{4} * x;
+            const auto arrWords = WordsAt(cpWords.Get(), x, y);
+            for (size_t n = 0; n < 4; ++n)
+            {
+                ASSERT_LE(std::abs(arrWords[n] - 257 * pBytes[n]), 129) << x << "," << y << " channel " << n;
+                nFractions += arrWords[n] % 257 != 0;
+            }
+            ASSERT_EQ(Img_RowOf(PtrOf(cpMask.Get()), 0, y)[x], pBytes[3]);
+        }
+    EXPECT_GT(nFractions, 500);
+    EXPECT_EQ(WordsAt(cpWords.Get(), 10, 10), (std::array<int, 4>{}));
+    EXPECT_EQ(WordsAt(cpWords.Get(), c_nMiddleX, c_nMiddleY),
+              (std::array<int, 4>{257 * 90, 257 * 70, 257 * 150, 65535}));
+}
+
+/// Adds one, two and three quarters of a level to the blue, green and red of r210, or half a level to the luma of v210.
+void AddTenBits(IZFFrame* _pFrame)
+{
+    const bool bRGB = PropsOf(_pFrame).fccType == eZFCC_r210;
+    ZF_VID_PTR vidPtr = PtrOf(_pFrame, eZFP_Flip | eZFP_Write);
+    for (int y = 0; y < c_nBodyHeight; ++y)
+        for (int nWord = 0; nWord < c_nBodyWidth / 6 * 4 || (bRGB && nWord < c_nBodyWidth); ++nWord)
+        {
+            uint8_t* const p = Img_RowOf(vidPtr, 0, y) + ptrdiff_t{4} * nWord;
+            if (bRGB) // big-endian: 2 unused bits, R, G, B; the samples are multiples of 4 so far
+            {
+                p[1] = static_cast<uint8_t>(p[1] | 0x30);
+                p[2] = static_cast<uint8_t>(p[2] | 0x08);
+                p[3] = static_cast<uint8_t>(p[3] | 0x01);
+            }
+            else if (nWord % 2 == 0) // U Y V, Y U Y, V Y U, Y V Y: luma in the middle, or at both ends
+                p[1] = static_cast<uint8_t>(p[1] | 0x08);
+            else
+            {
+                p[0] = static_cast<uint8_t>(p[0] | 0x02);
+                p[2] = static_cast<uint8_t>(p[2] | 0x20);
+            }
+        }
+}
+
+TEST_F(UnmixOutput, SixteenBitsKeepTheTenOfThePicture)
+{
+    Set(L"output.depth", L"16");
+    const auto cpRGB = Body(eZFCC_r210, c_arrGreen);
+    AddTenBits(cpRGB.Get());
+    KeyFrom(cpRGB.Get());
+    const std::array<int, 4> arrRight = {static_cast<int>(std::lround(90.25 * 257)),
+                                         static_cast<int>(std::lround(70.5 * 257)),
+                                         static_cast<int>(std::lround(150.75 * 257)), 65535};
+    EXPECT_EQ(WordsAt(Receive(cpRGB.Get()).Get(), c_nMiddleX, c_nMiddleY), arrRight);
+
+    const auto cpYUV = Body(eZFCC_v210, c_arrGreen);
+    KeyFrom(cpYUV.Get());
+    const auto fnLuma = [&] { // of 1023
+        cpYUV->IdentityRenew();
+        const auto arrWords = WordsAt(Receive(cpYUV.Get()).Get(), c_nMiddleX, c_nMiddleY);
+        return 64 + 4 * 219 / 65535.0 * (0.114 * arrWords[0] + 0.587 * arrWords[1] + 0.299 * arrWords[2]);
+    };
+    const double dblBefore = fnLuma();
+    AddTenBits(cpYUV.Get());
+    EXPECT_NEAR(dblBefore, 4 * std::round(dblBefore / 4), 0.1) << "eight bits so far";
+    EXPECT_NEAR(fnLuma(), dblBefore + 2, 0.05);
+}
+
+TEST_F(UnmixOutput, WithoutAKeySixteenBitsAreOpaque)
+{
+    Set(L"output.depth", L"16");
+    const auto cpRes = Receive(Body(eZFCC_UYVY, c_arrGrey).Get());
+    ASSERT_EQ(PropsOf(cpRes.Get()).fccType, eZFCC_ARGB64);
+    const auto arrWords = WordsAt(cpRes.Get(), 10, 10);
+    EXPECT_EQ(arrWords[3], 65535);
+    EXPECT_NEAR(arrWords[1], 257 * 119, 2 * 257);
+}
+
+TEST_F(UnmixOutput, AHostWithoutThatFormatIsTold)
+{
+    const auto cpFrame = Body(eZFCC_RGB32, c_arrGreen);
+    KeyFrom(cpFrame.Get());
+    const auto cpHook = CHookFrame::Make(
+        cpFrame.Get(), [](const std::string& _strMethod) { return _strMethod == "FrameConvert" ? E_NOTIMPL : S_OK; });
+    const CLogCatcher log;
+    CZPtr<IZFFrame> cpRes;
+    Set(L"output.depth", L"16");
+    EXPECT_EQ(m_cpProcess->OnMediaReceive(cpHook.Get(), cpRes.Put()), E_NOTIMPL);
+    EXPECT_EQ(log.Count("CCoZChromaKey2::OnMediaReceive: \"output.argb\": the frame (", eZLog_Error), 1u);
+    EXPECT_EQ(log.Count("into ARGB64, hr=80004001; switch the option off, or set \"output.depth\" to 8"), 1u);
+    EXPECT_EQ(m_cpProps->PropsSet(L"output.depth", L"12"), E_INVALIDARG);
+    Set(L"output.depth", nullptr);
+
+    // A frame for the result that is smaller than it was to be.
+    const auto cpSmall = TestFrame_Make(eZFCC_ARGB32, 8, -8);
+    const auto cpOther = CHookFrame::Make(cpFrame.Get(), [](const std::string&) { return S_OK; });
+    cpOther->m_fnMade = [&](IZFFrame** _ppFrame) {
+        (*_ppFrame)->Release();
+        *_ppFrame = CZPtr<IZFFrame>(cpSmall.Get()).Detach();
+    };
+    EXPECT_EQ(m_cpProcess->OnMediaReceive(cpOther.Get(), cpRes.Put()), E_UNEXPECTED);
+    EXPECT_EQ(log.Count("a frame for the result of (192(768)x-128(RGB32)"), 1u);
+}
+
+} // namespace

@@ -19,6 +19,7 @@ enum eRow : size_t
     eRow_Borders,
     eRow_ARGB,
     eRow_Depth,
+    eRow_Premultiplied,
     eRow_Thread,
     eRow_Threads,
     eRow_Count
@@ -40,6 +41,9 @@ constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
      "Bits of a channel in results that \"output.argb\" asks for: 8, or 16 for ARGB64, which keeps what the picture "
      "has "
      "of more than 8 bits and the fractions of mixed colours. Second generation; the first has 8."},
+    {c_szOptionPremultiplied, eCKOptionType_Bool, "false",
+     "Multiply the colours of ARGB results by their alpha, rounded to nearest; else alpha is straight. Second "
+     "generation, keyed frames; the first has straight alpha."},
     {c_szOptionThread, eCKOptionType_Bool, "true",
      "Process frames on a thread of their own, one frame behind. Switched off, a frame's result comes at once, and one "
      "that is still under way from before is dropped; fetch it first, with a null frame."},
@@ -105,6 +109,7 @@ CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store)
     options.bGPUFlush = GetBool(_store, eRow_GPUFlush);
     options.bOutputARGB = GetBool(_store, eRow_ARGB);
     options.fccARGB = GetInt(_store, eRow_Depth) == 16 ? eZFCC_ARGB64 : eZFCC_ARGB32;
+    options.bPremultiplied = GetBool(_store, eRow_Premultiplied);
     options.nThreads = GetThreads(_store);
     options.rectBorders = _store.GetRect(c_arrOptions[eRow_Borders].pszName, {});
     options.bTimeOverlay = GetBool(_store, eRow_TimeOverlay);

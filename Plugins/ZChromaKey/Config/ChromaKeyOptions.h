@@ -48,7 +48,8 @@ struct CK_FRAME_OPTIONS
     int32_t nGPUMode;
     bool bGPUFlush;
     bool bOutputARGB;
-    uint32_t fccARGB;      ///< what bOutputARGB asks for: eZFCC_ARGB32 or eZFCC_ARGB64
+    uint32_t fccARGB; ///< what bOutputARGB asks for: eZFCC_ARGB32 or eZFCC_ARGB64
+    bool bPremultiplied;
     int32_t nThreads;      ///< 1 to 16
     PROP_RECT rectBorders; ///< four border widths in pixels
     bool bTimeOverlay;

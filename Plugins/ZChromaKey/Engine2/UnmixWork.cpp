@@ -40,19 +40,24 @@ HRESULT CUnmixWork::Key()
     const HRESULT hr =
         Unmix_Frame(state, m_setup, {m_job.source.vidProps, m_job.source.vidPtr, m_job.eMatrix}, result, m_runner);
     if (SUCCEEDED(hr))
-        MaskWrite(result);
+        Finish(result);
     return hr;
 }
 
-/// The alpha of the result as the mask.
-void CUnmixWork::MaskWrite(const UNMIX_RESULT& _result)
+/// Puts the result into the forms that the job asks for: its alpha as the mask, its colours premultiplied.
+void CUnmixWork::Finish(const UNMIX_RESULT& _result)
 {
     constexpr int c_nRowsPerPart = 32;
     const int32_t nWidth = m_job.result.vidProps.nWidth;
     const int32_t nStride = VidProps_Mask(&m_job.result.vidProps).nRowBytes;
-    const auto Write = [&](int _nFirst, int _nRows) {
+    const bool bPremultiply = m_job.bPremultiply && m_job.bWrite;
+    const auto Rows = [&](int _nFirst, int _nRows) {
         for (int y = _nFirst; y < _nFirst + _nRows; ++y)
+        {
             Output_Mask(_result, y, nWidth, m_job.pbMask + ptrdiff_t{nStride} * y);
+            if (bPremultiply)
+                Output_Premultiply(_result, y, nWidth);
+        }
     };
-    m_runner.Run(std::abs(m_job.result.vidProps.nHeight), c_nRowsPerPart, CRowPass(Write));
+    m_runner.Run(std::abs(m_job.result.vidProps.nHeight), c_nRowsPerPart, CRowPass(Rows));
 }

@@ -41,7 +41,7 @@ public:
 
 private:
     HRESULT Key();
-    void MaskWrite(const UNMIX_RESULT& _result);
+    void Finish(const UNMIX_RESULT& _result);
 
     ENGINE_JOB m_job = {};
     UNMIX_SETUP m_setup;

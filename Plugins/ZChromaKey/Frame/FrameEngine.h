@@ -46,6 +46,8 @@ struct ENGINE_JOB
     ENGINE_PICTURE source; ///< what is keyed; never written to
     ENGINE_PICTURE result; ///< of the same size; the same picture, unless the engine asked for the source
     bool bWrite;           ///< the result's pixels are ours: alpha of ARGB32 and clean colours may be written
+    bool bPremultiply;     ///< colours of a result with alpha are multiplied by it; never asked of engines that are
+                           ///< given a converted source
     uint8_t* pbMask;       ///< the top row; the stride is that of VidProps_Mask of the result
     eZYMatrix eMatrix;     ///< of the input, whatever it was converted into
     uint32_t nThreads;     ///< 1 to c_nMaxFrameThreads

@@ -162,11 +162,14 @@ bool CFrameKeyer::OptionsUpdate()
     if (m_options && m_options->nChange == m_pStore->ChangeCount())
         return false;
     m_options = ChromaKeyOptions_Read(*m_pStore);
-    if (!m_plan.bReadsSource && m_options->fccARGB != eZFCC_ARGB32)
+    if (!m_plan.bReadsSource && (m_options->fccARGB != eZFCC_ARGB32 || m_options->bPremultiplied))
     {
-        ZLog(eZLog_Warning, "%hs: \"%hs\" is for the second generation; results have 8 bits a channel\n", m_pszClass,
-             c_szOptionDepth);
+        ZLog(eZLog_Warning,
+             "%hs: \"%hs\" and \"%hs\" are for the second generation; results have 8 bits a channel and straight "
+             "alpha\n",
+             m_pszClass, c_szOptionDepth, c_szOptionPremultiplied);
         m_options->fccARGB = eZFCC_ARGB32;
+        m_options->bPremultiplied = false;
     }
     return true;
 }
@@ -301,6 +304,7 @@ HRESULT CFrameKeyer::JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK
     if (SUCCEEDED(hr))
         hr = WorkFrame_MakeMask(m_pszClass, _pFrameIn, result.vidProps, _pMask);
     _pJob->bWrite = _work.bOwnPixels; // alpha of ARGB32, clean colours
+    _pJob->bPremultiply = m_options->bPremultiplied;
     _pJob->pbMask = _pMask->pbAlpha;
     _pJob->nThreads = static_cast<uint32_t>(m_options->nThreads);
     return hr;

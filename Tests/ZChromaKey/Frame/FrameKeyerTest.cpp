@@ -98,7 +98,9 @@ TEST_F(FrameKeyer, LeavesTheSecondGenerationsOptionsAlone)
         cpFrame->IdentityRenew();
         EXPECT_EQ(PropsOf(Receive(cpFrame.Get()).Get()).fccType, eZFCC_ARGB32);
     }
-    EXPECT_EQ(log.Count("CCoZChromaKey: \"output.depth\" is for the second generation", eZLog_Warning), 1u);
+    EXPECT_EQ(
+        log.Count("CCoZChromaKey: \"output.depth\" and \"output.premultiplied\" are for the second", eZLog_Warning),
+        1u);
 }
 
 TEST_F(FrameKeyer, LeavesWhatTheEngineLeavesOutOpaque)

@@ -108,6 +108,37 @@ TEST_F(UnmixOutput, SixteenBitsKeepTheTenOfThePicture)
     EXPECT_NEAR(fnLuma(), dblBefore + 2, 0.05);
 }
 
+TEST_F(UnmixOutput, ColoursAreMultipliedByAlphaToTheNearestLevel)
+{
+    const auto cpFrame = Body(eZFCC_UYVY, c_arrGreen);
+    KeyFrom(cpFrame.Get());
+    for (const bool bWords : {false, true})
+    {
+        Set(L"output.depth", bWords ? L"16" : nullptr);
+        Set(L"output.premultiplied", nullptr);
+        const auto cpStraight = Receive(cpFrame.Get());
+        Set(L"output.premultiplied", L"true");
+        const auto cpRes = Receive(cpFrame.Get());
+        const auto fnAt = [&](IZFFrame* _pFrame, int _nX, int _nY) {
+            const uint8_t* const p = Img_RowOf(PtrOf(_pFrame), 0, _nY) + ptrdiff_t{4} * _nX;
+            return bWords ? WordsAt(_pFrame, _nX, _nY) : std::array<int, 4>{p[0], p[1], p[2], p[3]};
+        };
+        int nMixed = 0;
+        for (int y = 0; y < c_nBodyHeight; ++y)
+            for (int x = 0; x < c_nBodyWidth; ++x)
+            {
+                auto arrRight = fnAt(cpStraight.Get(), x, y);
+                const double dblAlpha = arrRight[3] / (bWords ? 65535.0 : 255.0);
+                nMixed += dblAlpha > 0 && dblAlpha < 1;
+                for (size_t n = 0; n < 3; ++n)
+                    arrRight[n] = static_cast<int>(std::lround(arrRight[n] * dblAlpha));
+                ASSERT_EQ(fnAt(cpRes.Get(), x, y), arrRight) << x << "," << y << " words " << bWords;
+            }
+        EXPECT_GT(nMixed, 200);
+        EXPECT_EQ(Error(cpRes.Get()), Error(cpStraight.Get()));
+    }
+}
+
 TEST_F(UnmixOutput, WithoutAKeySixteenBitsAreOpaque)
 {
     Set(L"output.depth", L"16");

@@ -312,8 +312,7 @@ HRESULT CFrameKeyer::JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK
 
 HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, ENGINE_SETTINGS _settings, FRAMES* _pFrames)
 {
-    const WORK_FRAME& work = _pFrames->work;
-    IZFFrame* const pFrame = work.cpFrame.Get();
+    WORK_FRAME& work = _pFrames->work;
     WORK_MASK& mask = _pFrames->mask;
     ENGINE_JOB job = {};
     job.eMatrix = _eMatrix;
@@ -323,10 +322,12 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, ENGINE_
     if (SUCCEEDED(hr))
         hr = m_upEngine->Process(job, _settings);
     if (SUCCEEDED(hr))
-        hr = pFrame->AttachmentSet(L"mask", mask.cpFrame.Get());
+        hr = WorkFrame_Trim(&work, &mask);
+    if (SUCCEEDED(hr))
+        hr = work.cpFrame->AttachmentSet(L"mask", mask.cpFrame.Get());
     if (hr == Z_E_TIMEOUT)
     {
-        m_upEngine->Hold({work.cpSource.Get(), pFrame, mask.cpFrame.Get()});
+        m_upEngine->Hold({work.cpSource.Get(), work.cpFrame.Get(), mask.cpFrame.Get()});
         ZLog(eZLog_Error,
              "%hs::OnMediaReceive: keying was given up: a thread waited too long for the frame's memory or for the "
              "log; it is left to itself, and the next frame gets another one\n",

@@ -41,6 +41,43 @@ int64_t RoundUpTo8(int64_t _nValue)
     return (_nValue + 7) & ~int64_t{7};
 }
 
+/// What borders leave of a picture; nothing where a second corner is not beyond the first.
+WORK_PART PartOf(const PROP_RECT& _borders, const ZF_VID_PROPS& _vidProps)
+{
+    const int64_t nWidth = _vidProps.nWidth;
+    const int64_t nHeight = std::abs(int64_t{_vidProps.nHeight});
+    return {ZSaturate32(RoundUpTo8(std::max(_borders.nLeft, 0))), std::max(_borders.nTop, 0),
+            // rounding up may pass the width
+            ZSaturate32(std::min(RoundUpTo8(nWidth - std::max(_borders.nRight, 0)), nWidth)),
+            ZSaturate32(nHeight - std::max(_borders.nBottom, 0))};
+}
+
+/// Where a part lies in the picture that was cut out for it, which begins with a whole chroma sample of each field. Its
+/// columns are those of the part: multiples of 8, or the even width.
+WORK_PART InsideOf(const WORK_PART& _part, const ZF_VID_PROPS& _vidProps)
+{
+    const int32_t nUnit = (VidProps_FieldOrder(&_vidProps) != 0 ? 2 : 1) * FCC_Subsampling(_vidProps.fccType, 1).cy;
+    const int32_t nY = _part.nY1 % nUnit;
+    return {0, nY, _part.nX2 - _part.nX1, nY + _part.nY2 - _part.nY1};
+}
+
+/// Puts a part of a frame in its place.
+HRESULT Trim(const char* _pszClass, const WORK_PART& _part, CZPtr<IZFFrame>* _pcpFrame)
+{
+    const auto cpFrame2 = ZQuery<IZFFrame2>(*_pcpFrame);
+    CZPtr<IZFFrame> cpPart;
+    const HRESULT hr =
+        cpFrame2 ? cpFrame2->FrameRect(_part.nX1, _part.nY1, _part.nX2, _part.nY2, cpPart.Put()) : E_NOINTERFACE;
+    if (FAILED(hr) || !cpPart)
+    {
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: \"%hs\" cannot be cut from the result (%hs), hr=%08X\n", _pszClass,
+             c_szOptionBorders, FrameText(_pcpFrame->Get()), hr);
+        return FAILED(hr) ? hr : E_UNEXPECTED;
+    }
+    *_pcpFrame = std::move(cpPart);
+    return S_OK;
+}
+
 /// The engine takes the stride of a mask from the frame's properties, so the mask made has to agree.
 bool IsMaskUsable(const ZF_VID_PROPS& _vidPropsMask, const ZF_VID_PTR& _vidPtr)
 {
@@ -60,27 +97,21 @@ HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork)
     HRESULT hr = cpFrame2 ? cpFrame2->VideoPropsGet(&vidProps) : E_NOINTERFACE;
     if (FAILED(hr))
         return hr;
-    const int64_t nHeight = std::abs(int64_t{vidProps.nHeight});
-    const int64_t nX1 = RoundUpTo8(std::max(_borders.nLeft, 0));
-    const int64_t nX2 = // rounding up may pass the width
-        std::min(RoundUpTo8(int64_t{vidProps.nWidth} - std::max(_borders.nRight, 0)), int64_t{vidProps.nWidth});
-    const int64_t nY1 = std::max(_borders.nTop, 0);
-    const int64_t nY2 = nHeight - std::max(_borders.nBottom, 0);
+    const WORK_PART part = PartOf(_borders, vidProps);
     CZPtr<IZFFrame> cpRect;
-    hr = nX1 < nX2 && nY1 < nY2
-             ? cpFrame2->FrameRect(static_cast<int32_t>(nX1), static_cast<int32_t>(nY1), static_cast<int32_t>(nX2),
-                                   static_cast<int32_t>(nY2), cpRect.Put())
+    hr = part.nX1 < part.nX2 && part.nY1 < part.nY2
+             ? cpFrame2->FrameRect(part.nX1, part.nY1, part.nX2, part.nY2, cpRect.Put())
              : E_INVALIDARG;
     if (FAILED(hr) || !cpRect)
     {
         ZLog(eZLog_Error, "%hs::OnMediaReceive: \"%hs\" %d,%d,%d,%d %hs a frame of %dx%d, hr=%08X\n", _pWork->pszClass,
              c_szOptionBorders, _borders.nLeft, _borders.nTop, _borders.nRight, _borders.nBottom,
              hr == E_INVALIDARG ? "leave nothing (use narrower ones) of" : "cannot be cut from", vidProps.nWidth,
-             nHeight, hr);
+             ZAbs32(vidProps.nHeight), hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     hr = cpRect->VideoPropsGet(&vidProps);
-    const bool bWidened = vidProps.nWidth != nX2 - nX1 || ZAbs32(vidProps.nHeight) != nY2 - nY1;
+    const bool bWidened = vidProps.nWidth != part.nX2 - part.nX1 || ZAbs32(vidProps.nHeight) != part.nY2 - part.nY1;
     _pWork->cpFrame = std::move(cpRect);
     _pWork->bOwnFrame = true;
     _pWork->bWidened = bWidened;
@@ -101,9 +132,14 @@ HRESULT WorkFrame_MakeFromSource(const char* _pszClass, IZFFrame2* _pFrame, cons
                                  WORK_FRAME* _pWork)
 {
     *_pWork = {_pszClass, CZPtr<IZFFrame>(_pFrame)};
-    const HRESULT hr = WorkFrame_Cut(_options.rectBorders, _pWork);
+    ZF_VID_PROPS vidProps = {};
+    HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
+    if (SUCCEEDED(hr))
+        hr = WorkFrame_Cut(_options.rectBorders, _pWork);
     if (FAILED(hr))
         return hr;
+    if (_options.bOutputARGB && _pWork->bWidened)
+        _pWork->part = InsideOf(PartOf(_options.rectBorders, vidProps), vidProps);
     _pWork->cpSource = _pWork->cpFrame;
     return _options.bOutputARGB ? MakeARGB(eZFC_Renewed, _options.fccARGB, _pWork) : S_OK;
 }
@@ -152,4 +188,12 @@ HRESULT WorkFrame_MakeMask(const char* _pszClass, IZFFrame2* _pFrame, const ZF_V
         std::memset(_pMask->pbAlpha + static_cast<size_t>(nRow) * nRowBytes + nWidth, 255, nRowBytes - nWidth);
     _pMask->cpFrame = std::move(cpZFFrameMask);
     return S_OK;
+}
+
+HRESULT WorkFrame_Trim(WORK_FRAME* _pWork, WORK_MASK* _pMask)
+{
+    if (!_pWork->part)
+        return S_OK;
+    const HRESULT hr = Trim(_pWork->pszClass, *_pWork->part, &_pWork->cpFrame);
+    return FAILED(hr) ? hr : Trim(_pWork->pszClass, *_pWork->part, &_pMask->cpFrame);
 }

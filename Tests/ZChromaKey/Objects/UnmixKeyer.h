@@ -28,7 +28,7 @@ inline double BodyAlpha(int _nX, int _nY)
 }
 
 /// A grey-red body with a soft edge, before a backdrop of that colour whose light falls off to the right.
-inline CZPtr<CZFrame> Body(uint32_t _fccType, const double (&_arrBackdropBGR)[3])
+inline CZPtr<CZFrame> Body(uint32_t _fccType, const double (&_arrBackdropBGR)[3], int32_t _eInterlace = eZI_NotSet)
 {
     constexpr double c_arrBody[3] = {90, 70, 150};
     std::vector<uint8_t> vecBGRA;
@@ -41,7 +41,7 @@ inline CZPtr<CZFrame> Body(uint32_t _fccType, const double (&_arrBackdropBGR)[3]
                     dblAlpha * c_arrBody[c] + (1 - dblAlpha) * _arrBackdropBGR[c] * (1 - 0.2 * x / c_nBodyWidth))));
             vecBGRA.push_back(255);
         }
-    return TestFrame_Of(vecBGRA, _fccType, c_nBodyWidth, -c_nBodyHeight);
+    return TestFrame_Of(vecBGRA, _fccType, c_nBodyWidth, -c_nBodyHeight, nullptr, _eInterlace);
 }
 inline constexpr double c_arrGreen[3] = {50, 170, 60};
 inline constexpr double c_arrBlue[3] = {180, 70, 40};

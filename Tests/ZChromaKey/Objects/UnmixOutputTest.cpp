@@ -1,8 +1,10 @@
 #include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
+#include "ZChromaKey/Objects/TestKeyer.h"
 #include "ZChromaKey/Objects/UnmixKeyer.h"
 
 #include <array>
+#include <tuple>
 
 // What results of the second generation are made of, and what they keep of the picture.
 
@@ -24,11 +26,6 @@ std::array<int, 4> WordsAt(IZFFrame* _pFrame, int _nX, int _nY)
     return arrWords;
 }
 
-CZPtr<IZFFrame> MaskOfResult(IZFFrame* _pFrameRes)
-{
-    return ZQuery<IZFFrame>(AttachmentOf(_pFrameRes, L"mask"));
-}
-
 TEST_F(UnmixOutput, SixteenBitsAreTheEightAndTheFractionsOfMixedPixels)
 {
     const auto cpFrame = Body(eZFCC_RGB32, c_arrGreen);
@@ -39,7 +36,7 @@ TEST_F(UnmixOutput, SixteenBitsAreTheEightAndTheFractionsOfMixedPixels)
     EXPECT_EQ(PropsOf(cpBytes.Get()).fccType, eZFCC_ARGB32);
     ASSERT_EQ(PropsOf(cpWords.Get()).fccType, eZFCC_ARGB64);
     EXPECT_LT(Error(cpWords.Get()), 2.5);
-    const auto cpMask = MaskOfResult(cpWords.Get());
+    const auto cpMask = MaskOf(cpWords.Get());
     int nFractions = 0;
     for (int y = 0; y < c_nBodyHeight; ++y)
         for (int x = 0; x < c_nBodyWidth; ++x)
@@ -137,6 +134,47 @@ TEST_F(UnmixOutput, ColoursAreMultipliedByAlphaToTheNearestLevel)
         EXPECT_GT(nMixed, 200);
         EXPECT_EQ(Error(cpRes.Get()), Error(cpStraight.Get()));
     }
+}
+
+TEST_F(UnmixOutput, BordersLeaveTheSizeThatTheFirstGenerationGives)
+{
+    const auto cpFirst = TestKeyer_Make();
+    EXPECT_EQ(cpFirst->PropsSet(L"output.argb", L"true"), S_OK);
+    const std::tuple<const wchar_t*, int, int> arrBorders[] = {// and the first column and row that they leave
+                                                               {L"8,3,16,5", 8, 3},
+                                                               {L"0,1,0,0", 0, 1},
+                                                               {L"1,2,9,7", 8, 2},
+                                                               {L"0,0,0,3", 0, 0}};
+    for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_UYVY, eZFCC_I420, eZFCC_NV12})
+        for (const int32_t eInterlace : {eZI_Progressive, eZI_TopFirst})
+            for (const auto& [pwszBorders, nLeft, nTop] : arrBorders)
+            {
+                SCOPED_TRACE(testing::Message()
+                             << FCC_Name(fccType) << " interlace " << eInterlace << " borders " << pwszBorders);
+                const auto cpFrame = Body(fccType, c_arrGreen, eInterlace);
+                KeyFrom(cpFrame.Get());
+                Set(L"keying.borders", pwszBorders);
+                EXPECT_EQ(cpFirst->PropsSet(L"keying.borders", pwszBorders), S_OK);
+                CZPtr<IZFFrame> cpRight;
+                ASSERT_EQ(cpFirst->OnMediaReceive(cpFrame.Get(), cpRight.Put()), S_OK);
+                const auto cpRes = Receive(cpFrame.Get());
+                const ZF_VID_PROPS vidProps = PropsOf(cpRes.Get());
+                const ZF_VID_PROPS vidRight = PropsOf(cpRight.Get());
+                EXPECT_TRUE(VidProps_Same(&vidProps, &vidRight, 2));
+                EXPECT_EQ(vidProps.eInterlace, vidRight.eInterlace);
+                const ZF_VID_PROPS vidMask = PropsOf(MaskOf(cpRes.Get()).Get());
+                EXPECT_EQ(std::pair(vidMask.nWidth, vidMask.nHeight), std::pair(vidProps.nWidth, vidProps.nHeight));
+                const int nFirst = eInterlace == eZI_Progressive ? nTop : nTop / 2 * 2; // rows of fields go in pairs
+                double dblOff = 0;
+                for (int y = 0; y < -vidMask.nHeight; ++y)
+                    for (int x = 0; x < vidMask.nWidth; ++x)
+                    {
+                        const int nAlpha = RowOf(MaskOf(cpRes.Get()).Get(), y)[x];
+                        EXPECT_EQ(nAlpha, RowOf(cpRes.Get(), y)[4 * x + 3]);
+                        dblOff += std::abs(nAlpha - 255 * BodyAlpha(x + nLeft, y + nFirst));
+                    }
+                EXPECT_LT(dblOff / (-vidMask.nHeight * vidMask.nWidth), 2.5) << "another part of the picture";
+            }
 }
 
 TEST_F(UnmixOutput, WithoutAKeySixteenBitsAreOpaque)

@@ -28,20 +28,38 @@ HRESULT CUnmixWork::Key()
     const ptrdiff_t nWidth = m_job.source.vidProps.nWidth;
     const int32_t nHeight = std::abs(m_job.source.vidProps.nHeight);
     UNMIX_RESULT result;
-    if (m_job.bWrite && FCC_HasAlpha(m_job.result.vidProps.fccType))
+    const uint32_t fccType = m_job.result.vidProps.fccType;
+    const bool bWhole = m_job.bWrite && FCC_HasAlpha(fccType);
+    if (bWhole)
         result = {Img_RowOf(m_job.result.vidPtr, 0, 0), m_job.result.vidPtr.cbVideoRowBytes[0],
-                  m_job.result.vidProps.fccType == eZFCC_ARGB64};
+                  fccType == eZFCC_ARGB64};
     else
     {
-        m_vecResult.resize(static_cast<size_t>(4 * nWidth) * static_cast<size_t>(nHeight));
-        result = {m_vecResult.data(), 4 * nWidth, false};
-        m_setup.params.eView = eUV_Result; // only the mask gets out, and it is to stay one
+        const bool bWords = m_job.bWrite && CUnmixClean::WantsWords(fccType);
+        const ptrdiff_t cbRow = (bWords ? 8 : 4) * nWidth;
+        m_vecResult.resize(static_cast<size_t>(cbRow) * static_cast<size_t>(nHeight));
+        result = {m_vecResult.data(), cbRow, bWords};
+        m_setup.params.eView = eUV_Result; // the mask is to stay one
     }
     const HRESULT hr =
         Unmix_Frame(state, m_setup, {m_job.source.vidProps, m_job.source.vidPtr, m_job.eMatrix}, result, m_runner);
     if (SUCCEEDED(hr))
         Finish(result);
-    return hr;
+    return hr == S_OK && m_job.bWrite && !bWhole ? Clean(result) : hr;
+}
+
+/// The clean colours in the format of the input.
+HRESULT CUnmixWork::Clean(const UNMIX_RESULT& _result)
+{
+    constexpr int c_nGroupsPerPart = 8;
+    CUnmixClean clean;
+    const HRESULT hr = clean.Init(state, {m_job.source.vidProps, m_job.source.vidPtr, m_job.eMatrix},
+                                  {m_job.result.vidProps, m_job.result.vidPtr, m_job.eMatrix}, _result);
+    if (FAILED(hr))
+        return hr == E_NOTIMPL ? S_OK : hr; // grey has no colours
+    const auto Groups = [&](int _nFirst, int _nGroups) { clean.Pass(_nFirst, _nGroups); };
+    m_runner.Run(clean.Groups(), c_nGroupsPerPart, CRowPass(Groups));
+    return S_OK;
 }
 
 /// Puts the result into the forms that the job asks for: its alpha as the mask, its colours premultiplied.
@@ -50,7 +68,7 @@ void CUnmixWork::Finish(const UNMIX_RESULT& _result)
     constexpr int c_nRowsPerPart = 32;
     const int32_t nWidth = m_job.result.vidProps.nWidth;
     const int32_t nStride = VidProps_Mask(&m_job.result.vidProps).nRowBytes;
-    const bool bPremultiply = m_job.bPremultiply && m_job.bWrite;
+    const bool bPremultiply = m_job.bPremultiply && FCC_HasAlpha(m_job.result.vidProps.fccType);
     const auto Rows = [&](int _nFirst, int _nRows) {
         for (int y = _nFirst; y < _nFirst + _nRows; ++y)
         {

@@ -27,7 +27,7 @@ struct ENGINE_PLAN
 {
     bool bCompares; ///< a repeated frame with the same settings is answered with the last output
     bool bKeys;     ///< else frames pass, converted and cut where the options ask for it
-    bool bCleans;   ///< colours are changed in the formats that CanClean names
+    bool bCleans;   ///< colours are changed, in the formats that CanClean names
     /// The engine reads the input in its own format, whatever the result is: nothing is converted before it. Of a
     /// result with alpha, ARGB32 or ARGB64, it writes every pixel; other engines know ARGB32 alone.
     bool bReadsSource;

@@ -186,10 +186,13 @@ void CFrameKeyer::LogNotCleaned(uint32_t _fccType)
 {
     if (m_upEngine->CanClean(_fccType) || std::exchange(m_fccNotCleaned, _fccType) == _fccType)
         return;
+    std::string strCleaned;
+    for (const PIXEL_FORMAT& format : FCC_All())
+        if (m_upEngine->CanClean(format.fccType))
+            strCleaned += ZFormat(strCleaned.empty() ? "%hs" : ", %hs", format.pszName);
     ZLog(eZLog_Info,
-         "%hs: colour cancel leaves the colours of %hs frames as they are; switch \"%hs\" on, or hand in RGB24, RGB32, "
-         "ARGB32, UYVY, HDYC, YUY2 or YVYU\n",
-         m_pszClass, FCC_Name(_fccType), c_szOptionARGB);
+         "%hs: colour cancel leaves the colours of %hs frames as they are; switch \"%hs\" on, or hand in one of %hs\n",
+         m_pszClass, FCC_Name(_fccType), c_szOptionARGB, strCleaned);
 }
 
 /// The frame less its borders, as on the CPU. A frame in a texture has no picture that could be cut.

@@ -24,7 +24,7 @@ HRESULT CCoZChromaKey2::Create(REFIID _iid, void** _ppvObject)
     auto* const pObject = new CCoZChromaKey2(std::make_unique<CUnmixEngine>());
     const auto cpObject = CZPtr<IZFProcess>::Adopt(pObject);
     PROP_MAP mapDefaults = UserDefaults_Read();
-    mapDefaults.try_emplace("output.argb", "true"); // colours are unmixed in the result alone
+    mapDefaults.try_emplace("output.argb", "true"); // the only result with a colour and an alpha for each pixel
     UserDefaults_Apply(std::move(mapDefaults), &pObject->Store());
     return cpObject->QueryInterface(_iid, _ppvObject);
 }

@@ -1,6 +1,7 @@
 #include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
 #include "ZChromaKey/Objects/TestKeyer.h"
+#include "Video/FrameShorthand.h"
 #include "ZChromaKey/Objects/UnmixKeyer.h"
 
 #include <array>
@@ -134,6 +135,92 @@ TEST_F(UnmixOutput, ColoursAreMultipliedByAlphaToTheNearestLevel)
         EXPECT_GT(nMixed, 200);
         EXPECT_EQ(Error(cpRes.Get()), Error(cpStraight.Get()));
     }
+}
+
+/// Bytes of plane 0 that six pixels take.
+int SixPixels(uint32_t _fccType)
+{
+    if (FCC_IsPlanar(_fccType))
+        return 6;
+    return _fccType == eZFCC_v210 ? 16 : 6 * FCC_BitsPerPixel(_fccType) / 8;
+}
+
+/// Whether the rows from _nY1 to _nY2 are the same bytes in plane 0, from the column _nX1 to _nX2, multiples of six.
+bool SameBytes(IZFFrame* _pA, IZFFrame* _pB, int _nX1, int _nY1, int _nX2, int _nY2)
+{
+    const int nSix = SixPixels(PropsOf(_pA).fccType);
+    for (int y = _nY1; y < _nY2; ++y)
+        if (!std::equal(RowOf(_pA, y) + _nX1 / 6 * nSix, RowOf(_pA, y) + _nX2 / 6 * nSix,
+                        RowOf(_pB, y) + _nX1 / 6 * nSix))
+            return false;
+    return true;
+}
+
+/// Gives a part of the body samples that no colour comes back as: luma blacker than black, and bits that are not used.
+void AddExtremes(IZFFrame* _pFrame)
+{
+    const uint32_t fccType = PropsOf(_pFrame).fccType;
+    const ZF_VID_PTR vidPtr = PtrOf(_pFrame, eZFP_Flip | eZFP_Write);
+    const eImgLayout eLayout = FCC_Layout(fccType);
+    for (int y = 80; y < 84; ++y)
+    {
+        uint8_t* const pRow = Img_RowOf(vidPtr, 0, y);
+        for (int x = 84; x < 108; ++x)
+            if (eLayout == eIL_r210)
+                pRow[4 * x] = static_cast<uint8_t>(pRow[4 * x] | 0xC0);
+            else if (FCC_IsPlanar(fccType))
+                pRow[x] = 4;
+            else if (Z_IsPairs(eLayout))
+                pRow[2 * x + Z_PairBytes(eLayout).nY0] = 4;
+        for (int nWord = 84 / 6 * 4; eLayout == eIL_v210 && nWord < 108 / 6 * 4; ++nWord)
+        {
+            const uint32_t nSamples = nWord % 2 ? 17u | 512u << 10 | 17u << 20 : 512u | 17u << 10 | 512u << 20;
+            for (int n = 0; n < 4; ++n)
+                pRow[4 * nWord + n] = static_cast<uint8_t>(nSamples >> (8 * n));
+        }
+    }
+}
+
+TEST_F(UnmixOutput, InputFormatsKeepWhatIsNotMixedAndAreCleanWhereItIs)
+{
+    for (const uint32_t fccType : {eZFCC_RGB24, eZFCC_RGB32, eZFCC_r210, eZFCC_v210, eZFCC_YUY2, eZFCC_UYVY, eZFCC_YVYU,
+                                   eZFCC_I420, eZFCC_YV12, eZFCC_NV12, eZFCC_I422, eZFCC_Y444})
+        for (const int32_t eInterlace : {eZI_Progressive, eZI_TopFirst})
+        {
+            SCOPED_TRACE(testing::Message() << FCC_Name(fccType) << " interlace " << eInterlace);
+            const auto cpFrame = Body(fccType, c_arrGreen, eInterlace);
+            if (fccType == eZFCC_r210 || fccType == eZFCC_v210)
+                AddTenBits(cpFrame.Get());
+            AddExtremes(cpFrame.Get());
+            KeyFrom(cpFrame.Get());
+            Set(L"output.argb", L"true");
+            const auto cpARGB = Receive(cpFrame.Get());
+            Set(L"output.argb", L"false");
+            EXPECT_EQ(m_cpProcess->OnMediaFlush(), S_OK); // the second field has taught the plate of the first
+            cpFrame->IdentityRenew();
+            const auto cpBefore = PixelsOf(cpFrame.Get());
+            const auto cpRes = Receive(cpFrame.Get());
+            ASSERT_EQ(PropsOf(cpRes.Get()).fccType, fccType);
+            EXPECT_EQ(PixelsOf(MaskOf(cpRes.Get()).Get()), PixelsOf(MaskOf(cpARGB.Get()).Get()));
+            EXPECT_EQ(PixelsOf(cpFrame.Get()), cpBefore) << "the input was written";
+            EXPECT_TRUE(SameBytes(cpRes.Get(), cpFrame.Get(), 0, 0, c_nBodyWidth, 40)) << "backdrop";
+            EXPECT_TRUE(SameBytes(cpRes.Get(), cpFrame.Get(), 78, 70, 114, 96)) << "inside the body";
+
+            const auto vecRes = PixelsOf(cpRes.Get());
+            const auto vecRight = PixelsOf(cpARGB.Get());
+            double dblOff = 0, dblWas = 0;
+            int nMixed = 0;
+            for (size_t n = 0; n < vecRes.size(); n += 4)
+                if (vecRight[n + 3] > 64 && vecRight[n + 3] < 250)
+                {
+                    ++nMixed;
+                    dblOff += std::abs(vecRes[n + 1] - vecRight[n + 1]);
+                    dblWas += std::abs(cpBefore[n + 1] - vecRight[n + 1]);
+                }
+            ASSERT_GT(nMixed, 200);
+            EXPECT_GT(dblWas / nMixed, 20);
+            EXPECT_LT(dblOff / nMixed, FCC_IsRGB(fccType) ? 0.5 : 3) << "the clean green of ARGB";
+        }
 }
 
 TEST_F(UnmixOutput, BordersLeaveTheSizeThatTheFirstGenerationGives)

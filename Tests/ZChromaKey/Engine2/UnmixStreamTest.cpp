@@ -29,26 +29,6 @@ double AlphaDistance(const std::vector<uint8_t>& _vecA, const std::vector<uint8_
 }
 } // namespace
 
-TEST(UnmixStream, ThreadCountDoesNotMatter)
-{
-    for (const int eInterlace : {eZI_Progressive, eZI_TopFirst})
-    {
-        UNMIX_STATE stateOne, stateMany;
-        CSerialRunner serial;
-        CThreadRunner many(3);
-        for (uint32_t n = 0; n < 4; ++n)
-        {
-            SCENE scene = BodyScene(203, 117, 6, n, .02f * static_cast<float>(n));
-            std::vector<uint8_t> vecOne(scene.vecBGRA.size()), vecMany(scene.vecBGRA.size());
-            const UNMIX_INPUT input = scene.Input(eZFCC_ARGB32, eInterlace);
-            Unmix_Frame(stateOne, {}, input, {vecOne.data(), 203 * 4, false}, serial);
-            Unmix_Frame(stateMany, {}, input, {vecMany.data(), 203 * 4, false}, many);
-            EXPECT_EQ(vecOne, vecMany) << n;
-            EXPECT_TRUE(UnmixState_Same(stateOne, stateMany)) << n;
-            EXPECT_TRUE(AllNumbers(stateOne));
-        }
-    }
-}
 TEST(UnmixStream, RepeatedPictureGivesTheSameAndTeachesNothing)
 {
     UNMIX_STATE state;

@@ -76,7 +76,7 @@ TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
         {"key " + strIn + strOut + " --auto --adjust type=2.5", "type has to be a whole number"},
         {"key " + strIn + strOut + " --auto --frames 0", "\"0\" has to be a whole number from 1 on"},
         {"sample -o " + File("s.y4m") + " --size 99999x99999", "too large"},
-        {"bench --size 32x32", "64 pixels"},
+        {"bench --keyer 1 --size 32x32", "64 pixels"},
         {"bench --keys 17", "1 to 16"},
         {"bench --format RGB8", "grey"},
         {"sample -o " + File("s.y4m") + " --format UYVY", "I420"},
@@ -200,8 +200,8 @@ TEST_F(CCommandTest, TheSummaryIsTheLastLine)
 TEST_F(CCommandTest, BenchMeasuresRightMasks)
 {
     ASSERT_EQ(Run("bench --size 320x64 --keys 3 --threads 2 --format NV12"), 0) << m_strError;
-    ExpectOut({"size\t320x64\n", "format\tNV12\n", "keys\t3\n", "type\tyuv\n", "threads\t2\n", "SIMD in use\t",
-               "mask\tright\n", "\nns/pixel\t", "\nstreaming ns/pixel\t"});
+    ExpectOut({"size\t320x64\n", "format\tNV12\n", "keyer\t1\n", "keys\t3\n", "type\tyuv\n", "threads\t2\n",
+               "SIMD in use\t", "mask\tright\n", "\nns/pixel\t", "\nstreaming ns/pixel\t"});
     const auto fnValue = [&](const std::string& _strName) {
         return std::stod(m_strOut.substr(m_strOut.find("\n" + _strName + "\t") + _strName.size() + 2));
     };

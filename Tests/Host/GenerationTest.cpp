@@ -137,4 +137,14 @@ TEST_F(CGenerationTest, SheetsShowTheStatusAndCompare)
     ExpectLastLine("has 2 frames");
 }
 
+TEST_F(CGenerationTest, BenchHoldsAlphaAgainstTheTruth)
+{
+    ASSERT_EQ(Run("bench --size 160x128 --format UYVY --threads 2"), 0) << m_strError;
+    ExpectOut({"size\t160x128\n", "format\tUYVY\n", "keyer\t2\nthreads\t2\n", "keyed on\tCPU\n", "\nmixed\t",
+               "\nalpha error\t", "\nns/pixel\t", "\nratio\t"});
+    ExpectFailures(2, {{"bench --size 64x64", "128 pixels"},
+                       {"bench --keyer 2 --keys 3", "--keys 3 is for the first generation"},
+                       {"bench --keyer 2 --gpu", "--gpu is for the first generation"}});
+}
+
 } // namespace

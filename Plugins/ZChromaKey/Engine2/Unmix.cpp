@@ -310,6 +310,7 @@ void Unmix_Restart(UNMIX_STATE& _state)
     for (VEC4& cell : _state.vecPlate)
         cell.w = 0;
     _state.bPlateSet = false;
+    _state.fltNoise = UNMIX_STATE().fltNoise;
     _state.nFrames = 0;
     _state.nUnfilled = 0;
     for (FIELD_STATE& field : _state.arrFields)

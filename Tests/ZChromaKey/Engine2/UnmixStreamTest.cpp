@@ -72,6 +72,21 @@ TEST(UnmixStream, CutStartsAnew)
     EXPECT_EQ(state.vecPlate, fresh.vecPlate);
     EXPECT_GT(state.arrKeys[0].key.arrBGR[0], 150);
 }
+TEST(UnmixStream, RestartForgetsAllThatWasSeen)
+{
+    UNMIX_STATE state, fresh;
+    SCENE noisy = BodyScene(160, 120, 9), blue = BlueScene(160, 120);
+    UNMIX_SETUP setup; // a key that the second picture shows nowhere: nothing there tells the noise
+    setup.nKeys = 1;
+    for (const auto& [nByte, fltLevel] :
+         {std::pair(0, c_colGreen.b), std::pair(1, c_colGreen.g), std::pair(2, c_colGreen.r)})
+        setup.arrKeys[0].arrBGR[nByte] = fltLevel;
+    Keyed(state, noisy, setup);
+    ASSERT_NE(state.fltNoise, fresh.fltNoise);
+    Unmix_Restart(state);
+    EXPECT_EQ(Keyed(state, blue, setup), Keyed(fresh, blue, setup));
+    EXPECT_EQ(state.fltNoise, fresh.fltNoise);
+}
 TEST(UnmixStream, CutInLightIsFoundWithTheSameKey)
 {
     UNMIX_STATE state;

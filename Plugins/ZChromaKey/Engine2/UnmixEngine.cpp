@@ -1,6 +1,7 @@
 #include "ZChromaKey/Engine2/UnmixEngine.h"
 
 #include "Base/ZAssert.h"
+#include "Base/ZLog.h"
 #include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Screen.h"
 
@@ -51,18 +52,21 @@ void KeysOf(const CHROMA_KEY2_RAW& _key, UNMIX_SETUP* _pSetup)
     }
 }
 
-/// The nearest pixel of a mask for each pixel of a frame.
-std::vector<uint8_t> Stretched(const IMG_MASK& _mask, int32_t _nWidth, int32_t _nHeight)
+/// Makes a region the mask, or nothing: the nearest pixel of the mask for each pixel of a frame.
+void Stretch(const std::shared_ptr<const IMG_MASK>& _spMask, int32_t _nWidth, int32_t _nHeight,
+             UNMIX_STRETCHED* _pRegion)
 {
+    if (_pRegion->spMask == _spMask && _pRegion->nWidth == _nWidth && _pRegion->nHeight == _nHeight)
+        return;
     std::vector<uint8_t> vecBytes;
-    vecBytes.reserve(static_cast<size_t>(_nWidth) * static_cast<size_t>(_nHeight));
-    for (int64_t y = 0; y < _nHeight; ++y)
+    vecBytes.reserve(_spMask ? static_cast<size_t>(_nWidth) * static_cast<size_t>(_nHeight) : 0);
+    for (int64_t y = 0; _spMask && y < _nHeight; ++y)
     {
-        const uint8_t* const pRow = _mask.vecBytes.data() + y * _mask.nHeight / _nHeight * _mask.nWidth;
+        const uint8_t* const pRow = _spMask->vecBytes.data() + y * _spMask->nHeight / _nHeight * _spMask->nWidth;
         for (int64_t x = 0; x < _nWidth; ++x)
-            vecBytes.push_back(pRow[x * _mask.nWidth / _nWidth]);
+            vecBytes.push_back(pRow[x * _spMask->nWidth / _nWidth]);
     }
-    return vecBytes;
+    *_pRegion = {_spMask, _nWidth, _nHeight, std::move(vecBytes)}; // elsewhere: the engine tells regions by their place
 }
 
 } // namespace
@@ -83,20 +87,12 @@ UNMIX_SETUP CUnmixEngine::SetupOf(const UNMIX_SETTINGS& _settings, int32_t _nWid
         const std::lock_guard lock(m_mtxParts);
         parts = m_parts;
     }
-    const bool bSize = _nWidth != m_nWidth || _nHeight != m_nHeight;
-    m_nWidth = _nWidth;
-    m_nHeight = _nHeight;
     UNMIX_REGION* const arrRegions[Z_REGIONS] = {&setup.garbage, &setup.holdOut, &setup.backdrop};
     for (size_t n = 0; n < Z_REGIONS; ++n)
     {
-        const auto& spMask = parts.arrMasks[n];
         UNMIX_STRETCHED& region = m_spWork->arrRegions[n];
-        if (bSize || region.spMask != spMask)
-        {
-            std::vector<uint8_t> vecBytes = spMask ? Stretched(*spMask, _nWidth, _nHeight) : std::vector<uint8_t>();
-            region = {spMask, std::move(vecBytes)}; // at another address: the engine tells regions by it
-        }
-        if (spMask)
+        Stretch(parts.arrMasks[n], _nWidth, _nHeight, &region);
+        if (region.spMask)
             *arrRegions[n] = {region.vecBytes.data(), _nWidth};
     }
     return setup;
@@ -109,9 +105,22 @@ HRESULT CUnmixEngine::Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings)
     if (!m_spWork)
         m_spWork = std::make_shared<CUnmixWork>();
     const HRESULT hr = WorkRun(_job, SettingsOf(_settings));
-    if (SUCCEEDED(hr))
-        StatsKeep(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - timeStart).count());
+    if (FAILED(hr))
+        return hr;
+    SureSay();
+    StatsKeep(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - timeStart).count());
     return hr;
+}
+
+void CUnmixEngine::SureSay()
+{
+    const UNMIX_STATE& state = m_spWork->state;
+    const bool bUnsure = !state.bSure && state.setup.params.eLearn != eUN_Hold;
+    if (bUnsure && !m_bUnsure)
+        ZLog(eZLog_Warning,
+             "CCoZChromaKey2: no backdrop of the key's colour is certain in this frame; until one is, "
+             "frames are keyed with what was learned before: check the key, the light and the regions\n");
+    m_bUnsure = bUnsure;
 }
 
 HRESULT CUnmixEngine::WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _settings)

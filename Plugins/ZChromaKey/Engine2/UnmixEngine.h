@@ -45,14 +45,15 @@ public:
 private:
     UNMIX_SETUP SetupOf(const UNMIX_SETTINGS& _settings, int32_t _nWidth, int32_t _nHeight);
     HRESULT WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _settings);
+    /// Says once that nothing in the frames is certain to be backdrop.
+    void SureSay();
     void StatsKeep(double _dblMilliseconds);
 
     std::mutex m_mtxState; ///< held while a picture is keyed: guards what follows
     CRowPool m_pool{"CUnmixEngine"};
     std::shared_ptr<CUnmixWork> m_spWork; ///< null before the first frame
     uint64_t m_nRestarts = 0;
-    int32_t m_nWidth = 0; ///< of the regions
-    int32_t m_nHeight = 0;
+    bool m_bUnsure = false; ///< and the log has said so
 
     std::mutex m_mtxParts; ///< guards what follows; nothing is locked under it
     UNMIX_PARTS m_parts;

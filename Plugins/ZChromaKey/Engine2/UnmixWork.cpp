@@ -32,8 +32,10 @@ HRESULT CUnmixWork::Key()
     {
         m_vecResult.resize(static_cast<size_t>(4 * nWidth) * static_cast<size_t>(nHeight));
         result = {m_vecResult.data(), 4 * nWidth, false};
+        m_setup.params.eView = eUV_Result; // only the mask gets out, and it is to stay one
     }
-    const HRESULT hr = Unmix_Frame(state, m_setup, {m_job.source.vidProps, m_job.source.vidPtr}, result, m_runner);
+    const HRESULT hr =
+        Unmix_Frame(state, m_setup, {m_job.source.vidProps, m_job.source.vidPtr, m_job.eMatrix}, result, m_runner);
     if (SUCCEEDED(hr))
         MaskWrite(result);
     return hr;

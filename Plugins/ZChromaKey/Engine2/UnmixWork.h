@@ -13,6 +13,8 @@
 struct UNMIX_STRETCHED
 {
     std::shared_ptr<const IMG_MASK> spMask; ///< what it was stretched from
+    int32_t nWidth = 0;
+    int32_t nHeight = 0;
     std::vector<uint8_t> vecBytes;
 };
 

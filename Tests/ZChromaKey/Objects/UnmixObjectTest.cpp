@@ -202,6 +202,33 @@ TEST_F(UnmixObject, AMaskIsAttachedWhereTheResultStaysAsItIs)
     const auto cpRes = Receive(cpFrame.Get());
     EXPECT_EQ(PropsOf(cpRes.Get()).fccType, eZFCC_UYVY);
     EXPECT_LT(Error(cpRes.Get()), 2.5);
+    EXPECT_EQ(m_cpKeyer->ViewSet(eView_Status), S_OK);
+    cpFrame->IdentityRenew();
+    EXPECT_LT(Error(Receive(cpFrame.Get()).Get()), 2.5) << "no view can be seen: the mask stays the mask";
+}
+
+TEST_F(UnmixObject, LostBackdropIsSaidOnce)
+{
+    constexpr double c_arrBlack[3] = {0, 0, 0};
+    const auto cpFrame = Body(eZFCC_RGB32, c_arrGreen);
+    const auto cpDark = Body(eZFCC_RGB32, c_arrBlack);
+    EXPECT_EQ(m_cpKeyer->FrameSet(cpFrame.Get()), S_OK);
+    EXPECT_EQ(m_cpKeyer->KeyAddPoint(10, 10), S_OK);
+    const CLogCatcher log;
+    const auto Lines = [&] { return log.Count("no backdrop of the key's colour is certain", eZLog_Warning); };
+    Receive(cpFrame.Get());
+    EXPECT_EQ(Lines(), 0u);
+    for (int nTimes = 1; nTimes < 3; ++nTimes)
+    {
+        for (int n = 0; n < 3; ++n)
+        {
+            cpDark->IdentityRenew();
+            Receive(cpDark.Get());
+        }
+        EXPECT_EQ(Lines(), static_cast<size_t>(nTimes));
+        cpFrame->IdentityRenew();
+        EXPECT_LT(Error(Receive(cpFrame.Get()).Get()), 2.5);
+    }
 }
 
 } // namespace

@@ -104,11 +104,13 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
     // Whatever happens to this frame, the output before it is not the answer to the next one; only a repeated frame
     // leaves it in place.
     FramesTake(_pFrames);
-    if (m_bFlushWanted.exchange(false))
+    const bool bNewStream = m_bFlushWanted.exchange(false);
+    if (bNewStream)
         m_upEngine->Flush();
     m_plan = m_upEngine->Plan(_settings);
     const bool bOptionsSame = !OptionsUpdate();
-    IZFFrame* const pFrameLast = bOptionsSame ? _pFrames->cpFrameLast.Get() : nullptr;
+    // An output of the stream before was keyed with what that stream had shown.
+    IZFFrame* const pFrameLast = bOptionsSame && !bNewStream ? _pFrames->cpFrameLast.Get() : nullptr;
     ZF_VID_PROPS vidProps = {};
     HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
     if (FAILED(hr))

@@ -234,6 +234,9 @@ TEST_F(FrameKeyer, KeysARepeatedFrameOnce)
     Set(L"process.threads", L"3");
     EXPECT_FALSE(IsRepeated(cpB.Get())) << "an option has changed";
     EXPECT_TRUE(IsRepeated(cpB.Get()));
+    EXPECT_EQ(m_cpKeyer->OnMediaFlush(), S_OK);
+    EXPECT_FALSE(IsRepeated(cpB.Get())) << "a new stream has begun";
+    EXPECT_TRUE(IsRepeated(cpB.Get()));
 
     KeySet(TestKey(eCKT_None));
     EXPECT_EQ(Receive(cpA.Get()).Get(), cpA.Get());

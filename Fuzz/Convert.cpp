@@ -21,7 +21,7 @@ void CheckPictures(CByteReader& _in)
     const ZF_VID_PROPS vidProps = FuzzProps_Take(_in, c_nMaxWidth, c_nMaxHeight);
     CExactPicture source(vidProps, _in);
     ZF_VID_PROPS vidTarget = vidProps;
-    constexpr uint32_t c_arrTargets[] = {eZFCC_RGB32, eZFCC_ARGB32};
+    constexpr uint32_t c_arrTargets[] = {eZFCC_RGB32, eZFCC_ARGB32, eZFCC_ARGB64};
     vidTarget.fccType = _in.Flag() ? vidProps.fccType : _in.OneOf(c_arrTargets);
     if (FCC_IsRGB(vidTarget.fccType) && _in.Flag())
         vidTarget.nHeight = -vidTarget.nHeight;
@@ -49,7 +49,7 @@ void CheckFrames(CByteReader& _in)
     if (cpFrame->FrameRect(nX1, nY1, nX2, nY2, cpPart.Put()) == S_OK)
         FUZZ_REQUIRE(FuzzFrame_Read(cpPart.Get(), eZFP_Flip));
     const CZPtr<IZFFrame2> cpOf = cpPart ? ZQuery<IZFFrame2>(cpPart) : ZQuery<IZFFrame2>(cpFrame.Get());
-    for (const uint32_t fccType : {eZFCC_ARGB32, eZFCC_RGB32})
+    for (const uint32_t fccType : {eZFCC_ARGB32, eZFCC_RGB32, eZFCC_ARGB64})
     {
         CZPtr<IZFFrame> cpConverted;
         FUZZ_REQUIRE(cpOf->FrameConvert(_in.Flag() ? uint32_t{eZFC_Converted} : _in.Take<uint16_t>(), fccType,

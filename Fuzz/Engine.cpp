@@ -119,7 +119,7 @@ void CheckKeyer(CByteReader& _in)
 {
     CPropStore store;
     TakeOptions(_in, &store);
-    CFrameKeyer keyer(&store, std::make_unique<CKeyEngine>(GPUKeyer_Create()));
+    CFrameKeyer keyer("CCoZChromaKey", &store, std::make_unique<CKeyEngine>(GPUKeyer_Create()));
     const CHROMA_KEY_RAW key = TakeKeys(_in);
     for (int nFrame = 0; nFrame < 2; ++nFrame)
     {
@@ -213,7 +213,7 @@ void CheckKeyer2(CByteReader& _in)
     std::vector<std::unique_ptr<CExactPicture>> vecPictures; // the keyer may hold the last frame
     UNMIX_SETTINGS settings = {TakeKeys2(_in), 0, 0, {}};
     UNMIX_PARTS parts;
-    CFrameKeyer keyer(&store, std::make_unique<CUnmixEngine>());
+    CFrameKeyer keyer("CCoZChromaKey2", &store, std::make_unique<CUnmixEngine>());
     for (int nFrame = 0; nFrame < c_nMostFrames && !_in.AtEnd(); ++nFrame)
     {
         const uint8_t nChanges = _in.Byte();

@@ -4,6 +4,9 @@
 
 #include "Base/ZText.h"
 
+#include <iterator>
+#include <sstream>
+
 std::vector<ZTABLE_ROW> Tables_Read(const CZModule& _module, eZTable _eTable, REFCLSID _clsid)
 {
     const auto cpTables = _module.Create<IZTables>(_clsid);
@@ -22,4 +25,10 @@ bool Tables_IsRight(const CZModule& _module, eZTable _eTable, size_t _nRow, cons
     const HRESULT hr = cpTables->TableValueCheck(_eTable, static_cast<UINT>(_nRow), ZText_ToWide(_strValue).c_str());
     Result_Check(hr, "having the module check a value");
     return hr == S_OK;
+}
+
+std::vector<std::string> Tables_Choices(const ZTABLE_ROW& _row)
+{
+    std::istringstream names(_row.eValue == eZV_Choice ? _row.pszUnit : "");
+    return {std::istream_iterator<std::string>(names), {}};
 }

@@ -14,3 +14,6 @@ std::vector<ZTABLE_ROW> Tables_Read(const CZModule& _module, eZTable _eTable, RE
 /// Whether a text can be the value of the n-th row of a table.
 bool Tables_IsRight(const CZModule& _module, eZTable _eTable, size_t _nRow, const std::string& _strValue,
                     REFCLSID _clsid = CLSID_ZChromaKey);
+
+/// The names that a row of the kind eZV_Choice takes, at their numbers; none of another kind.
+std::vector<std::string> Tables_Choices(const ZTABLE_ROW& _row);

@@ -10,28 +10,29 @@ namespace
 
 // clang-format off
 constexpr PIXEL_FORMAT c_arrFormats[] = {
-    // name    code          bpp RGB   planar row    parsed clean subsampling   layout      chroma       texture
-    {"RGB8",   eZFCC_RGB8,    8, true,  false, true,  true,  false, {{1,1},{1,1}}, eIL_RGB8,   eZCh_Packed, eZT_Byte},
-    {"RGB565", eZFCC_RGB565, 16, true,  false, false, false, false, {{1,1},{1,1}}, eIL_None,   eZCh_Packed, eZT_None},
-    {"RGB555", eZFCC_RGB555, 16, true,  false, false, false, false, {{1,1},{1,1}}, eIL_None,   eZCh_Packed, eZT_None},
-    {"RGB24",  eZFCC_RGB24,  24, true,  false, true,  true,  true,  {{1,1},{1,1}}, eIL_RGB24,  eZCh_Packed, eZT_None},
-    {"RGB32",  eZFCC_RGB32,  32, true,  false, true,  true,  true,  {{1,1},{1,1}}, eIL_RGB32,  eZCh_Packed, eZT_Pixels},
-    {"ARGB32", eZFCC_ARGB32, 32, true,  false, true,  true,  true,  {{1,1},{1,1}}, eIL_ARGB32, eZCh_Packed, eZT_Pixels},
-    {"r210",   eZFCC_r210,   32, true,  false, true,  true,  false, {{1,1},{1,1}}, eIL_r210,   eZCh_Packed, eZT_None},
-    {"v210",   eZFCC_v210,   20, false, false, true,  true,  false, {{1,1},{1,1}}, eIL_v210,   eZCh_Packed, eZT_None},
-    {"YUY2",   eZFCC_YUY2,   16, false, false, true,  true,  true,  {{1,1},{1,1}}, eIL_YUYV,   eZCh_Packed, eZT_Pairs},
-    {"UYVY",   eZFCC_UYVY,   16, false, false, true,  true,  true,  {{1,1},{1,1}}, eIL_UYVY,   eZCh_Packed, eZT_Pairs},
-    {"HDYC",   eZFCC_HDYC,   16, false, false, true,  true,  true,  {{1,1},{1,1}}, eIL_UYVY,   eZCh_Packed, eZT_Pairs},
-    {"YVYU",   eZFCC_YVYU,   16, false, false, true,  true,  true,  {{1,1},{1,1}}, eIL_YVYU,   eZCh_Packed, eZT_None},
-    {"IYU2",   eZFCC_IYU2,   24, false, false, false, false, false, {{1,1},{1,1}}, eIL_None,   eZCh_Packed, eZT_None},
-    {"YVU9",   eZFCC_YVU9,    9, false, false, false, false, false, {{1,1},{1,1}}, eIL_None,   eZCh_Packed, eZT_None},
-    {"I420",   eZFCC_I420,   12, false, true,  true,  true,  false, {{2,2},{2,2}}, eIL_Planar, eZCh_UV,     eZT_420},
-    {"YV12",   eZFCC_YV12,   12, false, true,  true,  true,  false, {{2,2},{2,2}}, eIL_Planar, eZCh_VU,     eZT_420},
-    {"NV12",   eZFCC_NV12,   16, false, true,  true,  true,  false, {{1,2},{1,1}}, eIL_NV12,   eZCh_Turns,  eZT_420},
-    {"I422",   eZFCC_I422,   16, false, true,  true,  false, false, {{2,1},{2,1}}, eIL_Planar, eZCh_UV,     eZT_422},
-    {"YV16",   eZFCC_YV16,   16, false, true,  true,  false, false, {{2,1},{2,1}}, eIL_Planar, eZCh_VU,     eZT_422},
-    {"Y422",   eZFCC_Y422,   16, false, true,  true,  true,  false, {{1,1},{1,1}}, eIL_Planar, eZCh_UV,     eZT_422},
-    {"Y444",   eZFCC_Y444,   24, false, true,  true,  true,  false, {{1,1},{1,1}}, eIL_Planar, eZCh_UV,     eZT_422},
+    // name    code          bpp RGB   planar row    parsed clean subsampling   layout      chroma       texture    own
+    {"RGB8",   eZFCC_RGB8,    8, true,  false, true,  true,  false, {{1,1},{1,1}}, eIL_RGB8,   eZCh_Packed, eZT_Byte,   false},
+    {"RGB565", eZFCC_RGB565, 16, true,  false, false, false, false, {{1,1},{1,1}}, eIL_None,   eZCh_Packed, eZT_None,   false},
+    {"RGB555", eZFCC_RGB555, 16, true,  false, false, false, false, {{1,1},{1,1}}, eIL_None,   eZCh_Packed, eZT_None,   false},
+    {"RGB24",  eZFCC_RGB24,  24, true,  false, true,  true,  true,  {{1,1},{1,1}}, eIL_RGB24,  eZCh_Packed, eZT_None,   false},
+    {"RGB32",  eZFCC_RGB32,  32, true,  false, true,  true,  true,  {{1,1},{1,1}}, eIL_RGB32,  eZCh_Packed, eZT_Pixels, false},
+    {"ARGB32", eZFCC_ARGB32, 32, true,  false, true,  true,  true,  {{1,1},{1,1}}, eIL_ARGB32, eZCh_Packed, eZT_Pixels, false},
+    {"r210",   eZFCC_r210,   32, true,  false, true,  true,  false, {{1,1},{1,1}}, eIL_r210,   eZCh_Packed, eZT_None,   false},
+    {"v210",   eZFCC_v210,   20, false, false, true,  true,  false, {{1,1},{1,1}}, eIL_v210,   eZCh_Packed, eZT_None,   false},
+    {"YUY2",   eZFCC_YUY2,   16, false, false, true,  true,  true,  {{1,1},{1,1}}, eIL_YUYV,   eZCh_Packed, eZT_Pairs,  false},
+    {"UYVY",   eZFCC_UYVY,   16, false, false, true,  true,  true,  {{1,1},{1,1}}, eIL_UYVY,   eZCh_Packed, eZT_Pairs,  false},
+    {"HDYC",   eZFCC_HDYC,   16, false, false, true,  true,  true,  {{1,1},{1,1}}, eIL_UYVY,   eZCh_Packed, eZT_Pairs,  false},
+    {"YVYU",   eZFCC_YVYU,   16, false, false, true,  true,  true,  {{1,1},{1,1}}, eIL_YVYU,   eZCh_Packed, eZT_None,   false},
+    {"IYU2",   eZFCC_IYU2,   24, false, false, false, false, false, {{1,1},{1,1}}, eIL_None,   eZCh_Packed, eZT_None,   false},
+    {"YVU9",   eZFCC_YVU9,    9, false, false, false, false, false, {{1,1},{1,1}}, eIL_None,   eZCh_Packed, eZT_None,   false},
+    {"I420",   eZFCC_I420,   12, false, true,  true,  true,  false, {{2,2},{2,2}}, eIL_Planar, eZCh_UV,     eZT_420,    false},
+    {"YV12",   eZFCC_YV12,   12, false, true,  true,  true,  false, {{2,2},{2,2}}, eIL_Planar, eZCh_VU,     eZT_420,    false},
+    {"NV12",   eZFCC_NV12,   16, false, true,  true,  true,  false, {{1,2},{1,1}}, eIL_NV12,   eZCh_Turns,  eZT_420,    false},
+    {"I422",   eZFCC_I422,   16, false, true,  true,  false, false, {{2,1},{2,1}}, eIL_Planar, eZCh_UV,     eZT_422,    false},
+    {"YV16",   eZFCC_YV16,   16, false, true,  true,  false, false, {{2,1},{2,1}}, eIL_Planar, eZCh_VU,     eZT_422,    false},
+    {"Y422",   eZFCC_Y422,   16, false, true,  true,  true,  false, {{1,1},{1,1}}, eIL_Planar, eZCh_UV,     eZT_422,    false},
+    {"Y444",   eZFCC_Y444,   24, false, true,  true,  true,  false, {{1,1},{1,1}}, eIL_Planar, eZCh_UV,     eZT_422,    false},
+    {"ARGB64", eZFCC_ARGB64, 64, true,  false, true,  true,  false, {{1,1},{1,1}}, eIL_ARGB64, eZCh_Packed, eZT_None,   true},
 };
 // clang-format on
 
@@ -119,6 +120,12 @@ eZTexture FCC_Texture(uint32_t _fccType)
 {
     const PIXEL_FORMAT* pFormat = FCC_Lookup(_fccType);
     return pFormat ? pFormat->eTexture : eZT_None;
+}
+
+bool FCC_HasAlpha(uint32_t _fccType)
+{
+    const eImgLayout eLayout = FCC_Layout(_fccType);
+    return eLayout == eIL_ARGB32 || eLayout == eIL_ARGB64;
 }
 
 bool FCC_IsCleaned(uint32_t _fccType)

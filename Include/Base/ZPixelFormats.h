@@ -41,6 +41,7 @@ struct PIXEL_FORMAT
     eImgLayout eLayout;        ///< of a row
     eZChroma eChroma;
     eZTexture eTexture;
+    bool bOwn; ///< added by this system: hosts need not know it, and no host gets it unasked
 };
 
 /// The pixel-format table, for those who walk it.
@@ -65,6 +66,8 @@ eZChroma FCC_Chroma(uint32_t _fccType);
 int32_t FCC_ChromaPlanes(uint32_t _fccType);
 /// How a picture lies in a texture; eZT_None for an unknown code.
 eZTexture FCC_Texture(uint32_t _fccType);
+/// Whether pixels carry straight alpha of their own; false for an unknown code.
+bool FCC_HasAlpha(uint32_t _fccType);
 /// Whether colour cancel can write the format in place on the CPU; false for an unknown code.
 bool FCC_IsCleaned(uint32_t _fccType);
 

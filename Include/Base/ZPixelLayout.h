@@ -19,6 +19,7 @@ enum eImgLayout : int32_t
     eIL_YVYU,
     eIL_Planar, ///< half-width chroma in planes of its own
     eIL_NV12,   ///< one plane of chroma: U and V in turn
+    eIL_ARGB64, ///< little-endian words B, G, R, A of 16 bits
     eIL_Count,
 };
 

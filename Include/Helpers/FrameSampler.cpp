@@ -1,6 +1,7 @@
 #include "Helpers/FrameSampler.h"
 
 #include "Base/ZLog.h"
+#include "Base/ZPixelFormats.h"
 #include "Base/ZVideoText.h"
 
 #include <cstring>
@@ -32,7 +33,7 @@ HRESULT CFrameSampler::Open(IZFFrame* _pFrame)
              hr);
         return hr;
     }
-    m_bAlpha = vidProps.fccType == eZFCC_ARGB32;
+    m_bAlpha = FCC_HasAlpha(vidProps.fccType);
     m_vecRow.resize(size_t{4} * static_cast<size_t>(Width()));
     return S_OK;
 }

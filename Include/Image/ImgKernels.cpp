@@ -78,7 +78,7 @@ const IMG_RGB_COEF& Img_CoefToYUV(int32_t _eMatrix)
 void ImgKernels_Init(IMG_KERNELS* _pTable, [[maybe_unused]] eSIMD_Level _eMax)
 {
     *_pTable = {{ImgRead_RGB8, ImgRead_RGB24, ImgRead_RGB32, ImgRead_ARGB32, ImgRead_r210, ImgRead_v210, ImgRead_YUYV,
-                 ImgRead_UYVY, ImgRead_YVYU, ImgRead_Planar, ImgRead_NV12},
+                 ImgRead_UYVY, ImgRead_YVYU, ImgRead_Planar, ImgRead_NV12, ImgRead_ARGB64},
                 ImgRow_ToYUV,
                 ImgRow_FromYUV,
                 ImgRow_ToHLS};

@@ -12,6 +12,24 @@ inline uint8_t Img_From10Bit(uint32_t _nLevel)
     return static_cast<uint8_t>(nRounded > 255 ? 255 : nRounded);
 }
 
+/// A level of 16 bits as one of 8, rounded to nearest; 65535 is 255.
+inline uint8_t Img_From16Bit(uint32_t _nLevel)
+{
+    return static_cast<uint8_t>((_nLevel + 128) / 257);
+}
+/// A level of 8 bits as one of 16; Img_From16Bit gives it back.
+inline uint16_t Img_To16Bit(uint32_t _nLevel)
+{
+    return static_cast<uint16_t>(_nLevel * 257);
+}
+
+/// Bytes B, G, R, A as little-endian words; _pOut may end where _pBGRA does.
+inline void Img_Widen(const uint8_t* _pBGRA, int _nPixels, uint8_t* _pOut)
+{
+    for (int n = 0; n < 4 * _nPixels; ++n, _pOut += 2)
+        _pOut[0] = _pOut[1] = _pBGRA[n]; // the bytes of a level times 257
+}
+
 inline uint8_t Img_Clamp8(int _nLevel)
 {
     return static_cast<uint8_t>(_nLevel < 0 ? 0 : _nLevel > 255 ? 255 : _nLevel);

@@ -26,6 +26,8 @@ int64_t BytesUsed(eImgLayout _eLayout, int64_t _nWidth)
     case eIL_ARGB32:
     case eIL_r210:
         return 4 * _nWidth;
+    case eIL_ARGB64:
+        return 8 * _nWidth;
     case eIL_v210:
         return _nWidth / 6 * 16 + (2 * (_nWidth % 6) + _nWidth % 2 + 2) / 3 * 4;
     case eIL_YUYV:

@@ -50,3 +50,10 @@ void ImgRead_r210(const IMG_ROW& _row, uint8_t* _pBGRA)
         _pBGRA[3] = 255;
     }
 }
+
+void ImgRead_ARGB64(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    const uint8_t* pWord = _row.pPlane0;
+    for (int n = 0; n < 4 * _row.nWidth; ++n, pWord += 2)
+        _pBGRA[n] = Img_From16Bit(pWord[0] | uint32_t{pWord[1]} << 8);
+}

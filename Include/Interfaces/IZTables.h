@@ -10,6 +10,7 @@ enum eZTable : int32_t
     eZTable_Adjusts = 2,   ///< the adjustments of IZChromaKey::KeyAdjustSet, each row at the index of its eCK_Adjust
     eZTable_Adapters = 3,  ///< the graphics adapters, the default one first; none where there is no GPU path
     eZTable_System = 4,    ///< what the module runs on: system, processor, instruction sets
+    eZTable_Params = 5,    ///< the parameters of IZChromaKey2::ParamSet, in the order of ParamInfo
 };
 
 /// What kind of value a row takes.
@@ -20,6 +21,7 @@ enum eZValue : int32_t
     eZV_Whole = 2,  ///< a whole number
     eZV_Number = 3, ///< a decimal number
     eZV_Rect = 4,   ///< four whole numbers: left, top, right, bottom
+    eZV_Choice = 5, ///< one of some names, or its number, counted from 0; methods take the number
 };
 
 /// One row, 80 bytes. Its texts are UTF-8, never null, and stay as they are while the module is loaded.
@@ -28,19 +30,20 @@ struct ZTABLE_ROW
     const char* pszName;    ///< as methods and documents name it: "output.argb", "detect.blocks", "smooth"
     int32_t eValue;         ///< eZValue
     int32_t nReserved;      ///< 0
-    double dblLeast;        ///< the range of a number, both ends included; both 0: no range is given
+    double dblLeast;        ///< the range of a number or a choice, both ends included; both 0: no range is given
     double dblMost;         ///< in the unit of the row
-    double dblDefault;      ///< of a number, and 1 or 0 for true or false; else 0
+    double dblDefault;      ///< of a number or a choice, and 1 or 0 for true or false; else 0
     const char* pszDefault; ///< the same as text, "" for no value; in eZTable_System what is the case
-    const char* pszUnit;    ///< "%", "levels"; "" where there is none
+    const char* pszUnit;    ///< "%", "levels"; "" where there is none; of a choice its names, blanks between
     const char* pszRight;   ///< which values are right: "a whole number"
     const char* pszHelp;    ///< what the person at the controls sees, or what the row is for
-    const char* pszEffect;  ///< what it does to the key set; "" where pszHelp says it all
+    const char* pszEffect;  ///< what it does to the key set or the picture; "" where pszHelp says it all
 };
 static_assert(sizeof(void*) != 8 || sizeof(ZTABLE_ROW) == 80);
 
-/// What a plug-in object can be told and what it runs on, for hosts that list, show and check it without knowing it
-/// beforehand. The tables do not change while the module is loaded. May be called from any thread.
+/// What plug-in objects can be told and what they run on, for hosts that list, show and check it without knowing it
+/// beforehand. Every object has all tables, those of the other generation as well. The tables do not change while the
+/// module is loaded. May be called from any thread.
 struct IZTables : public IUnknown
 {
     /// How many rows a table has. E_INVALIDARG and 0: the object has no such table.

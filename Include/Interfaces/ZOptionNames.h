@@ -7,5 +7,7 @@ inline constexpr char c_szOptionGPUFlush[] = "gpu_flush_context";
 inline constexpr char c_szOptionGPUMode[] = "gpu_mode";
 inline constexpr char c_szOptionBorders[] = "keying.borders";
 inline constexpr char c_szOptionARGB[] = "output.argb";
+inline constexpr char c_szOptionDepth[] = "output.depth";
+inline constexpr char c_szOptionPremultiplied[] = "output.premultiplied";
 inline constexpr char c_szOptionThread[] = "output.thread";
 inline constexpr char c_szOptionThreads[] = "process.threads";

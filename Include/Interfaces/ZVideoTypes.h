@@ -33,6 +33,8 @@ enum eZFCC : uint32_t
     eZFCC_YV16 = 0x36315659, ///< planes Y, V, U
     eZFCC_Y422 = 0x32323459, ///< planes Y, U, V, addressed with half-width chroma
     eZFCC_Y444 = 0x34343459, ///< planes Y, U, V, addressed with half-width chroma
+    /// Of this system's own: little-endian words B, G, R, A of 16 bits; straight alpha. No four characters.
+    eZFCC_ARGB64 = 0x01343641,
 };
 
 /// Field order of a picture. Values 4 and 5 belong to the host and are carried through.

@@ -22,7 +22,7 @@
 class CHostFrame final : public CZUnknown<IZFFrame2>
 {
 public:
-    /// A frame with pixels that are 0. _fccType: eZFCC_RGB32, eZFCC_ARGB32 or eZFCC_RGB8. Null where that is something
+    /// A frame with pixels that are 0. _fccType: eZFCC_RGB32, ARGB32, RGB8 or ARGB64. Null where that is something
     /// else, where a side is below 1 or above 32767, or where memory is short.
     static CZPtr<CHostFrame> Create(uint32_t _fccType, int32_t _nWidth, int32_t _nHeight)
     {
@@ -114,7 +114,7 @@ public:
         if (!_ppFrame)
             return E_POINTER;
         *_ppFrame = nullptr;
-        if (BytesOf(_fccType) != BytesOf(m_vidProps.fccType))
+        if (!(_nFlags & eZFC_NewPicture) && BytesOf(_fccType) != BytesOf(m_vidProps.fccType))
             return E_NOTIMPL; // RGB32 and ARGB32 are the same bytes
         ZF_VID_PROPS vidProps = m_vidProps;
         vidProps.fccType = _fccType;
@@ -159,6 +159,8 @@ private:
     /// 0: a format that this frame does not hold.
     static int32_t BytesOf(uint32_t _fccType)
     {
+        if (_fccType == eZFCC_ARGB64)
+            return 8;
         return _fccType == eZFCC_RGB32 || _fccType == eZFCC_ARGB32 ? 4 : _fccType == eZFCC_RGB8 ? 1 : 0;
     }
     size_t RowSize() const

@@ -3,6 +3,7 @@
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
 #include "Image/ImgPlane.h"
+#include "Image/ImgPixel.h"
 #include "Image/ImgRowReader.h"
 
 #include <cstdlib>
@@ -10,9 +11,9 @@
 
 namespace
 {
-bool IsBGRA(uint32_t _fccType)
+bool IsTarget(uint32_t _fccType)
 {
-    return _fccType == eZFCC_RGB32 || _fccType == eZFCC_ARGB32;
+    return _fccType == eZFCC_RGB32 || FCC_HasAlpha(_fccType);
 }
 
 // Bytes of a row that hold samples, in a plane of one format.
@@ -66,23 +67,34 @@ HRESULT CopyPicture(const ZF_VID_PROPS& _vidPropsIn, const ZF_VID_PTR& _vidPtrIn
     return S_OK;
 }
 
+/// Writes a row of the source as the target has it.
+void ConvertRow(const CImgRowReader& _reader, int _nRow, uint32_t _fccOut, uint8_t* _pOut)
+{
+    const int nWidth = _reader.Width();
+    const bool bWords = _fccOut == eZFCC_ARGB64;
+    uint8_t* const pBGRA = bWords ? _pOut + ptrdiff_t{4} * nWidth : _pOut; // at the row's end, to grow forward from
+    _reader.ReadRow(_nRow, pBGRA);
+    if (bWords)
+        Img_Widen(pBGRA, nWidth, _pOut);
+    if (_fccOut == eZFCC_RGB32)
+        for (int x = 0; x < nWidth; ++x)
+            pBGRA[4 * x + 3] = 255; // alpha is not taken along
+}
+
 HRESULT ConvertToBGRA(const ZF_VID_PROPS& _vidPropsIn, const ZF_VID_PTR& _vidPtrIn, const ZF_VID_PROPS& _vidPropsOut,
                       const ZF_VID_PTR& _vidPtrOut)
 {
-    ZF_VID_PROPS vidPropsIn = _vidPropsIn;
-    if (_vidPropsOut.fccType == eZFCC_RGB32 && vidPropsIn.fccType == eZFCC_ARGB32)
-        vidPropsIn.fccType = eZFCC_RGB32; // its alpha is not taken along
     CImgRowReader reader;
-    const HRESULT hr = reader.Init(vidPropsIn, _vidPtrIn);
+    const HRESULT hr = reader.Init(_vidPropsIn, _vidPtrIn);
     if (FAILED(hr))
         return hr;
-    if (!IsPlaneUsable(_vidPtrOut, 0, int64_t{4} * reader.Width()))
+    if (!IsPlaneUsable(_vidPtrOut, 0, SampleBytes(_vidPropsOut, _vidPtrOut, 0)))
         return WrongPicture(_vidPropsIn, _vidPropsOut,
                             "the target's plane is missing, or its stride shorter than a row");
     const bool bTurn = ZConvert_IsTopFirst(_vidPropsIn, _vidPtrIn) != ZConvert_IsTopFirst(_vidPropsOut, _vidPtrOut);
     const int nRows = reader.Height();
     for (int nRow = 0; nRow < nRows; ++nRow)
-        reader.ReadRow(bTurn ? nRows - 1 - nRow : nRow, Img_RowOf(_vidPtrOut, 0, nRow));
+        ConvertRow(reader, bTurn ? nRows - 1 - nRow : nRow, _vidPropsOut.fccType, Img_RowOf(_vidPtrOut, 0, nRow));
     return S_OK;
 }
 } // namespace
@@ -94,7 +106,7 @@ bool ZConvert_IsTopFirst(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPt
 
 bool ZConvert_IsKnown(uint32_t _fccIn, uint32_t _fccOut)
 {
-    return Img_IsReadable(_fccIn) && (_fccIn == _fccOut || IsBGRA(_fccOut));
+    return Img_IsReadable(_fccIn) && (_fccIn == _fccOut || IsTarget(_fccOut));
 }
 
 HRESULT ZConvert_Frame(const ZF_VID_PROPS& _vidPropsIn, const ZF_VID_PTR& _vidPtrIn, const ZF_VID_PROPS& _vidPropsOut,

@@ -3,6 +3,7 @@
 #include "Base/ZBorder.h"
 #include "Base/ZHelpers.h"
 #include "Image/ImgPlane.h"
+#include "Image/ImgPixel.h"
 #include "Image/ImgRowReader.h"
 #include "Video/ZConverter.h"
 
@@ -56,6 +57,9 @@ void WriteRGB(eImgLayout _eLayout, const uint8_t* _pBGRA, int _nWidth, uint8_t* 
         case eIL_r210:
             for (int n = 0; n < 4; ++n)
                 _pOut[ptrdiff_t{x} * 4 + n] = static_cast<uint8_t>(nWord_r210 >> (24 - 8 * n));
+            break;
+        case eIL_ARGB64:
+            Img_Widen(_pBGRA, 1, _pOut + ptrdiff_t{x} * 8);
             break;
         default:
             std::memcpy(_pOut + ptrdiff_t{x} * 4, _pBGRA, 4);

@@ -19,7 +19,7 @@ TEST(PixelFormat, RowSizesFollowTheirRules)
         {eZFCC_None, 8, 0},           {0x12345678, 8, 0},         {eZFCC_RGB32, 0x1FFFFFFF, 0x7FFFFFFC},
         {eZFCC_RGB32, 0x20000000, 0}, // 2^31 bytes have no place in nRowBytes
         {eZFCC_v210, INT32_MAX, 0},   {eZFCC_RGB8, INT32_MAX, 0}, {eZFCC_RGB32, -3, -12},
-        {eZFCC_RGB24, INT32_MIN, 0},
+        {eZFCC_RGB24, INT32_MIN, 0},  {eZFCC_ARGB64, 3, 24},      {eZFCC_ARGB64, 0x10000000, 0},
     };
     for (const auto& c : c_arrCases)
         EXPECT_EQ(Img_RowSize(c.fccType, c.nWidth), c.nBytes) << FCC_Name(c.fccType) << " width " << c.nWidth;
@@ -50,11 +50,22 @@ TEST(PixelFormat, NamesPrintAndParse)
         uint32_t fccType;
         bool bParses;
     } c_arrCases[] = {
-        {"BI_RGB", 0, true},          {"BI_BITFIELDS", 3, true},         {"0x4", 4, false},
-        {"RGB1", 0xE436EB78, false},  {"RGB8", eZFCC_RGB8, true},        {"RGB565", eZFCC_RGB565, false},
-        {"RGB32", eZFCC_RGB32, true}, {"ARGB4444", 0x6E6415E6, true},    {"ARGB32", eZFCC_ARGB32, true},
-        {"MJPG", 0x47504A4D, true},   {"v210", eZFCC_v210, true},        {"IYU2", eZFCC_IYU2, true},
-        {"RGB ", 0x20424752, true},   {"0xFF565955", 0xFF565955, false}, {"0x7F565955", 0x7F565955, false},
+        {"BI_RGB", 0, true},
+        {"BI_BITFIELDS", 3, true},
+        {"0x4", 4, false},
+        {"ARGB64", eZFCC_ARGB64, true},
+        {"RGB1", 0xE436EB78, false},
+        {"RGB8", eZFCC_RGB8, true},
+        {"RGB565", eZFCC_RGB565, false},
+        {"RGB32", eZFCC_RGB32, true},
+        {"ARGB4444", 0x6E6415E6, true},
+        {"ARGB32", eZFCC_ARGB32, true},
+        {"MJPG", 0x47504A4D, true},
+        {"v210", eZFCC_v210, true},
+        {"IYU2", eZFCC_IYU2, true},
+        {"RGB ", 0x20424752, true},
+        {"0xFF565955", 0xFF565955, false},
+        {"0x7F565955", 0x7F565955, false},
     };
     for (const auto& c : c_arrCases)
     {

@@ -6,12 +6,19 @@
 #include "zkhost/Files/PictureReader.h"
 #include "zkhost/Files/PictureWriter.h"
 #include "zkhost/Files/RawReader.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZHelpers.h"
 #include "Image/ImgRowReader.h"
 #include "Props/TextFile.h"
 
+#include <algorithm>
 #include <future>
+#include <memory>
+
+#define STB_IMAGE_STATIC
+#define STB_IMAGE_IMPLEMENTATION
+#include <stb/stb_image.h>
 
 #if !defined(_WIN32)
 #include <sys/stat.h>
@@ -55,6 +62,51 @@ TEST(PictureFile, KeepsEveryByteThatIsSeen)
         EXPECT_EQ(read.bAlpha, bAlpha);
         EXPECT_EQ(read.vecPixels, vecExpected);
     }
+}
+
+/// A picture of all kinds of words; every seventh pixel is not seen.
+DEEP_PICTURE DeepPattern(int _nWidth, int _nHeight)
+{
+    DEEP_PICTURE picture{_nWidth, _nHeight, {}};
+    for (int i = 0; i < 4 * _nWidth * _nHeight; ++i)
+        picture.vecWords.push_back(static_cast<uint16_t>(i % 28 < 4 ? 0 : 1 + i * 2477 + i / 11));
+    return picture;
+}
+
+void WriteDeep(const CTempFolder& _folder, const char* _pszName, const DEEP_PICTURE& _picture)
+{
+    CZOutFiles files;
+    PictureWriter_Open(_folder.Path(_pszName), {}, eZFCC_ARGB64, files)->Write(_picture);
+    files.CommitAll();
+}
+
+TEST(PictureFile, KeepsSixteenBitsAChannel)
+{
+    const CTempFolder folder;
+    for (const auto& [nWidth, nHeight] : {std::pair(1, 1), {7, 5}, {300, 40}})
+    {
+        DEEP_PICTURE picture = DeepPattern(nWidth, nHeight);
+        const std::vector<uint16_t> vecExpected = picture.vecWords;
+        picture.vecWords[0] = 4711; // the colour of a pixel that is not seen is not kept
+        WriteDeep(folder, "a.png", picture);
+        const std::string strFile = folder.Read("a.png");
+        int nReadWidth = 0, nReadHeight = 0, nChannels = 0;
+        const std::unique_ptr<stbi_us, void (*)(void*)> upWords(
+            stbi_load_16_from_memory(reinterpret_cast<const stbi_uc*>(strFile.data()), static_cast<int>(strFile.size()),
+                                     &nReadWidth, &nReadHeight, &nChannels, 0),
+            stbi_image_free);
+        ASSERT_TRUE(upWords) << stbi_failure_reason();
+        ASSERT_EQ(std::tuple(nReadWidth, nReadHeight, nChannels), std::tuple(nWidth, nHeight, 4));
+        std::vector<uint16_t> vecRead(upWords.get(), upWords.get() + vecExpected.size());
+        for (size_t i = 0; i < vecRead.size(); i += 4)
+            std::swap(vecRead[i], vecRead[i + 2]);
+        EXPECT_EQ(vecRead, vecExpected);
+        const PICTURE read = PictureFile_Read(folder.Path("a.png")); // as input: the upper eight bits
+        EXPECT_TRUE(read.bAlpha);
+        EXPECT_TRUE(std::equal(read.vecPixels.begin(), read.vecPixels.end(), vecExpected.begin(),
+                               [](uint8_t _nByte, uint16_t _nWord) { return _nByte == _nWord >> 8; }));
+    }
+    EXPECT_THROW(WriteDeep(folder, "a.y4m", DeepPattern(2, 2)), CZUsageError);
 }
 
 TEST(PictureFile, RefusesDamagedFiles)
@@ -162,6 +214,13 @@ TEST(RawSpec, ReadsAndRefuses)
     for (const auto& vecBad : arrBad)
         for (const char* pszBad : vecBad)
             EXPECT_NE(Host_FailureOf([&] { Raw_ParseSpec(pszBad); }).find("--in"), std::string::npos) << pszBad;
+}
+
+TEST(RawFiles, SixteenBitsAreLittleEndianRGBA)
+{
+    const CTempFolder folder;
+    WriteDeep(folder, "a.raw", {1, 1, {0x0102, 0x0304, 0x0506, 0x0708}});
+    EXPECT_EQ(folder.Read("a.raw"), std::string("\x06\x05\x04\x03\x02\x01\x08\x07"));
 }
 
 /// What is written in a pixel format reads back as the same colours.

@@ -7,6 +7,7 @@
 #include "Sample/KeyScene.h"
 #include "Soak/PlainModule.h"
 
+#include "Base/ZBstr.h"
 #include "Base/ZCpu.h"
 #include "Base/ZText.h"
 
@@ -18,8 +19,8 @@
 namespace
 {
 
-constexpr eZTable c_arrTables[] = {eZTable_Options, eZTable_Detection, eZTable_Adjusts, eZTable_Adapters,
-                                   eZTable_System};
+constexpr eZTable c_arrTables[] = {eZTable_Options,  eZTable_Detection, eZTable_Adjusts,
+                                   eZTable_Adapters, eZTable_System,    eZTable_Params};
 
 std::string FactOf(const CZModule& _module, std::string_view _svName)
 {
@@ -87,6 +88,39 @@ TEST(Tables, AdjustmentsTakeWhatTheirRowsSay)
     EXPECT_FALSE(Tables_IsRight(CZModule::Own(), eZTable_Adjusts, eCKA_KeyType, "2.5")) << "types are whole";
 }
 
+TEST(Tables, ParametersTakeWhatTheirRowsSay)
+{
+    CZKeyer keyer(CZModule::Own(), CLSID_ZChromaKey2);
+    const auto vecRows = Tables_Read(CZModule::Own(), eZTable_Params, CLSID_ZChromaKey2);
+    int32_t nParams = 0;
+    ASSERT_EQ(keyer.Key2()->ParamCount(&nParams), S_OK);
+    ASSERT_EQ(vecRows.size(), static_cast<size_t>(nParams));
+    for (size_t i = 0; i < vecRows.size(); ++i)
+    {
+        const ZTABLE_ROW& row = vecRows[i];
+        SCOPED_TRACE(row.pszName);
+        CZBStr bsName, bsUnit, bsHelp;
+        double dblLeast = 0, dblMost = 0, dblDefault = 0, dblValue = 0;
+        ASSERT_EQ(keyer.Key2()->ParamInfo(static_cast<int32_t>(i), bsName.Put(), &dblLeast, &dblMost, &dblDefault,
+                                          bsUnit.Put(), bsHelp.Put()),
+                  S_OK);
+        EXPECT_EQ(ZText_FromWide(bsName.Get()), row.pszName) << "the order of ParamInfo";
+        EXPECT_TRUE(dblLeast == row.dblLeast && dblMost == row.dblMost && dblDefault == row.dblDefault);
+        EXPECT_EQ(keyer.Key2()->ParamGet(bsName.Get(), &dblValue), S_OK);
+        EXPECT_EQ(dblValue, row.dblDefault);
+        EXPECT_TRUE(Tables_IsRight(CZModule::Own(), eZTable_Params, i, row.pszDefault));
+        for (const double dblNew : {row.dblLeast, row.dblMost, row.dblLeast - 1, row.dblMost + 1})
+            EXPECT_EQ(SUCCEEDED(keyer.Key2()->ParamSet(bsName.Get(), dblNew)),
+                      Tables_IsRight(CZModule::Own(), eZTable_Params, i, std::to_string(dblNew)))
+                << dblNew;
+        const std::vector<std::string> vecNames = Tables_Choices(row);
+        EXPECT_EQ(vecNames.size(), row.eValue == eZV_Choice ? static_cast<size_t>(row.dblMost) + 1 : 0);
+        for (const std::string& strName : vecNames)
+            EXPECT_TRUE(Tables_IsRight(CZModule::Own(), eZTable_Params, i, strName)) << strName;
+        EXPECT_FALSE(Tables_IsRight(CZModule::Own(), eZTable_Params, i, "none"));
+    }
+}
+
 TEST(Tables, BadQuestionsAreRefused)
 {
     const auto cpTables = CZModule::Own().Create<IZTables>(CLSID_ZChromaKey);
@@ -110,7 +144,7 @@ TEST(Tables, BadQuestionsAreRefused)
     }
     UINT nRows = 7;
     ZTABLE_ROW row = {};
-    EXPECT_EQ(cpTables->TableCountGet(eZTable_System + 1, &nRows), E_INVALIDARG);
+    EXPECT_EQ(cpTables->TableCountGet(eZTable_Params + 1, &nRows), E_INVALIDARG);
     EXPECT_EQ(nRows, 0u);
     EXPECT_EQ(cpTables->TableRowGet(-1, 0, &row), E_INVALIDARG);
     EXPECT_EQ(cpTables->TableValueCheck(eZTable_System, 0, L"x"), S_FALSE) << "nothing there can be set";

@@ -56,11 +56,12 @@ size_t RowBytes(eImgLayout _eLayout, int _nWidth)
     const int nPacked = (_nWidth + 1) / 2 * 4;
     const int nV210 = _nWidth / 6 * 16 + (2 * (_nWidth % 6) + _nWidth % 2 + 2) / 3 * 4;
     const bool bPlanar = _eLayout == eIL_Planar || _eLayout == eIL_NV12 || _eLayout == eIL_RGB8;
-    return static_cast<size_t>(bPlanar                 ? _nWidth
-                               : _eLayout == eIL_RGB24 ? 3 * _nWidth
-                               : _eLayout <= eIL_r210  ? 4 * _nWidth
-                               : _eLayout == eIL_v210  ? nV210
-                                                       : nPacked);
+    return static_cast<size_t>(bPlanar                  ? _nWidth
+                               : _eLayout == eIL_RGB24  ? 3 * _nWidth
+                               : _eLayout == eIL_ARGB64 ? 8 * _nWidth
+                               : _eLayout <= eIL_r210   ? 4 * _nWidth
+                               : _eLayout == eIL_v210   ? nV210
+                                                        : nPacked);
 }
 
 TEST_P(ImgKernels, ReadRowsLikeThePlainOnes)
@@ -147,17 +148,19 @@ TEST(ImgKernelTable, EveryEntryIsItsLevels)
 {
     const IMG_KERNELS arrExpected[] = {
         {{ImgRead_RGB8, ImgRead_RGB24, ImgRead_RGB32, ImgRead_ARGB32, ImgRead_r210, ImgRead_v210, ImgRead_YUYV,
-          ImgRead_UYVY, ImgRead_YVYU, ImgRead_Planar, ImgRead_NV12},
+          ImgRead_UYVY, ImgRead_YVYU, ImgRead_Planar, ImgRead_NV12, ImgRead_ARGB64},
          ImgRow_ToYUV,
          ImgRow_FromYUV,
          ImgRow_ToHLS},
         {{ImgRead_RGB8, ImgRead_RGB24, ImgRead_RGB32, ImgRead_ARGB32, ImgRead_r210_AVX2, ImgRead_v210_AVX2,
-          ImgRead_YUYV_AVX2, ImgRead_UYVY_AVX2, ImgRead_YVYU_AVX2, ImgRead_Planar_AVX2, ImgRead_NV12_AVX2},
+          ImgRead_YUYV_AVX2, ImgRead_UYVY_AVX2, ImgRead_YVYU_AVX2, ImgRead_Planar_AVX2, ImgRead_NV12_AVX2,
+          ImgRead_ARGB64},
          ImgRow_ToYUV_AVX2,
          ImgRow_FromYUV_AVX2,
          ImgRow_ToHLS_AVX2},
         {{ImgRead_RGB8, ImgRead_RGB24, ImgRead_RGB32, ImgRead_ARGB32, ImgRead_r210_AVX512, ImgRead_v210_AVX512,
-          ImgRead_YUYV_AVX512, ImgRead_UYVY_AVX512, ImgRead_YVYU_AVX512, ImgRead_Planar_AVX512, ImgRead_NV12_AVX512},
+          ImgRead_YUYV_AVX512, ImgRead_UYVY_AVX512, ImgRead_YVYU_AVX512, ImgRead_Planar_AVX512, ImgRead_NV12_AVX512,
+          ImgRead_ARGB64},
          ImgRow_ToYUV_AVX512,
          ImgRow_FromYUV_AVX512,
          ImgRow_ToHLS_AVX512},

@@ -99,6 +99,8 @@ TEST(ImgRowReader, FindsThePixelsInPackedRows)
         {eZFCC_RGB24, {1, 2, 3, 4, 5, 6}, {{false, {1, 2, 3}, 255}, {false, {4, 5, 6}, 255}}},
         {eZFCC_RGB32, {1, 2, 3, 4, 5, 6, 7, 8}, {{false, {1, 2, 3}, 255}, {false, {5, 6, 7}, 255}}},
         {eZFCC_ARGB32, {1, 2, 3, 4, 5, 6, 7, 8}, {{false, {1, 2, 3}, 4}, {false, {5, 6, 7}, 8}}},
+        // words of 257 levels each, rounded: 0x8080 is 128, 127.5 levels go upward, and 65535 is 255
+        {eZFCC_ARGB64, {0x80, 0x80, 0xFF, 0xFF, 0x7F, 0x00, 0x81, 0x00}, {{false, {128, 255, 0}, 1}}},
         {eZFCC_YUY2, {60, 100, 90, 150}, {{true, {60, 100, 150}, 255}, {true, {90, 100, 150}, 255}}},
         {eZFCC_YVYU, {60, 100, 90, 150}, {{true, {60, 150, 100}, 255}, {true, {90, 150, 100}, 255}}},
         {eZFCC_UYVY, {60, 100, 90, 150}, {{true, {100, 60, 90}, 255}, {true, {150, 60, 90}, 255}}},

@@ -22,9 +22,9 @@ inline bool TestFrame_IsGreen(int _nX, int _nY, int _nWidth, int _nHeight)
 /// A frame with a picture of B, G, R, A bytes, from its top; a positive _nHeight stores RGB bottom-up. Null when it
 /// cannot be made.
 inline CZPtr<CZFrame> TestFrame_Of(const std::vector<uint8_t>& _vecBGRA, uint32_t _fccType, int _nWidth, int _nHeight,
-                                   CZFramePool* _pPoolOrNull = nullptr)
+                                   CZFramePool* _pPoolOrNull = nullptr, int32_t _eInterlace = eZI_NotSet)
 {
-    ZF_VID_PROPS vidProps = Record(_fccType, _nWidth, _nHeight, 0, eZI_NotSet, 25);
+    ZF_VID_PROPS vidProps = Record(_fccType, _nWidth, _nHeight, 0, _eInterlace, 25);
     CZPtr<CZFrame> cpFrame;
     ZF_VID_PTR vidPtr = {};
     if (FAILED(ZFrame_Create(vidProps, cpFrame.Put(), _pPoolOrNull)) || FAILED(cpFrame->VideoPropsGet(&vidProps)) ||

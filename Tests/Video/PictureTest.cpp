@@ -98,17 +98,22 @@ TEST(Picture, FieldsKeepTheirChroma)
 TEST(Picture, AlphaIsTakenWhereThereIsOne)
 {
     const uint8_t arrPixels[8] = {1, 2, 3, 0, 5, 6, 7, 77};
-    for (uint32_t fccIn : {uint32_t{eZFCC_RGB32}, uint32_t{eZFCC_ARGB32}})
-        for (uint32_t fccOut : {uint32_t{eZFCC_RGB32}, uint32_t{eZFCC_ARGB32}})
+    constexpr uint32_t c_arrBGRA[] = {eZFCC_RGB32, eZFCC_ARGB32, eZFCC_ARGB64};
+    for (const uint32_t fccIn : c_arrBGRA)
+        for (const uint32_t fccOut : c_arrBGRA)
         {
             const ZF_VID_PROPS vidIn = Props(fccIn, 2, -1), vidOut = Props(fccOut, 2, -1);
             const GUARDED_PICTURE in(vidIn, 0, eZGuard_PageEnd), out(vidOut, 0, eZGuard_PageEnd);
-            std::memcpy(in.arrPlanes[0]->Row(0), arrPixels, 8);
+            ASSERT_EQ(ZFrameWriter_Write(vidIn, in.vidPtr, arrPixels, 8), S_OK);
             ASSERT_EQ(ZConvert_Frame(vidIn, in.vidPtr, vidOut, out.vidPtr), S_OK);
-            const bool bAlpha = fccIn == eZFCC_ARGB32 && fccOut == eZFCC_ARGB32;
-            EXPECT_EQ(out.arrPlanes[0]->Row(0)[3], bAlpha ? 0 : 255);
-            EXPECT_EQ(out.arrPlanes[0]->Row(0)[7], bAlpha ? 77 : 255);
-            EXPECT_EQ(std::memcmp(out.arrPlanes[0]->Row(0) + 4, arrPixels + 4, 3), 0);
+            const bool bAlpha = fccIn != eZFCC_RGB32 && fccOut != eZFCC_RGB32;
+            const uint8_t arrRight[8] = {1, 2, 3, static_cast<uint8_t>(bAlpha ? 0 : 255),
+                                         5, 6, 7, static_cast<uint8_t>(bAlpha ? 77 : 255)};
+            for (int n = 0; n < 8; ++n) // a level twice over is the word of 257 times the level
+                for (int nByte = 0; nByte < (fccOut == eZFCC_ARGB64 ? 2 : 1); ++nByte)
+                    EXPECT_EQ(out.arrPlanes[0]->Row(0)[fccOut == eZFCC_ARGB64 ? 2 * n + nByte : n], arrRight[n])
+                        << FCC_Name(fccIn) << " to " << FCC_Name(fccOut) << " byte " << n;
+            EXPECT_TRUE(out.Intact());
         }
 }
 

@@ -8,6 +8,7 @@
 
 #include "Base/ZLog.h"
 
+#include <cmath>
 #include <cstdio>
 #include <memory>
 
@@ -20,8 +21,25 @@ struct DETECT_COMMAND
     std::string strOutput = "-";
 };
 
-/// How many keys were found. The plug-in object is gone when it comes back, and has logged its last.
-int Search(const DETECT_COMMAND& _command)
+/// "4 keys", or the one key of the second generation with its colour.
+std::string FoundText(const CZKeyer& _keyer)
+{
+    constexpr const char* c_pszWhat = "looking at the keys found";
+    if (_keyer.Key2())
+    {
+        CHROMA_KEY2_RAW key = {};
+        Result_Check(_keyer.Key2()->KeyRawGet(&key), c_pszWhat);
+        const SINGLE_KEY2& first = key.arrKeys[0];
+        return ZFormat("the backdrop #%02X%02X%02X", std::lround(first.dblRed), std::lround(first.dblGreen),
+                       std::lround(first.dblBlue));
+    }
+    CHROMA_KEY_RAW key = {};
+    Result_Check(_keyer.Key()->KeyRawGet(&key, nullptr), c_pszWhat);
+    return ZFormat("%d key%s", key.nKeysUsed, key.nKeysUsed == 1 ? "" : "s");
+}
+
+/// What was found. The plug-in object is gone when it comes back, and has logged its last.
+std::string Search(const DETECT_COMMAND& _command)
 {
     const auto upSource = Stream_Open(_command.options.Input(), _command.options.RawSpec());
     const CZPtr<IZFFrame> cpFrame = upSource->Next();
@@ -30,24 +48,21 @@ int Search(const DETECT_COMMAND& _command)
     CZOutFiles files;
     files.Protect(_command.options.Input());
     CZOutFile& file = files.Create(_command.strOutput);
-    CZKeyer keyer;
+    CZKeyer keyer(CZModule::Own(), _command.options.ClassId());
     _command.options.ApplyOptions(keyer);
-    Result_Check(keyer.Key()->KeyFrameSet(cpFrame.Get(), nullptr), "handing over the first frame");
+    CZKeyOptions::FrameSet(keyer, cpFrame.Get());
     _command.options.Detect(keyer);
-    CHROMA_KEY_RAW key = {};
-    Result_Check(keyer.Key()->KeyRawGet(&key, nullptr), "looking at the keys found");
     file.Write(keyer.Document());
     files.CommitAll();
-    return key.nKeysUsed;
+    return FoundText(keyer);
 }
 
-void Run(const DETECT_COMMAND& _command)
+void Run(DETECT_COMMAND& _command)
 {
     _command.options.Begin();
-    const int nKeys = Search(_command);
+    const std::string strFound = Search(_command);
     if (!_command.options.IsQuiet())
-        std::fputs(ZFormat("found %d key%s in %s\n", nKeys, nKeys == 1 ? "" : "s", _command.options.Input()).c_str(),
-                   stderr);
+        std::fputs(ZFormat("found %s in %s\n", strFound, _command.options.Input()).c_str(), stderr);
 }
 
 } // namespace
@@ -61,6 +76,7 @@ void Command_AddDetect(CLI::App& _app)
                    "  zkhost detect clip.y4m\n"
                    "  zkhost detect photo.jpg -o keys.xml --set detect.blocks=32 --set detect.max_keys=4\n");
     spCommand->options.AddInput(command);
+    spCommand->options.AddKeyer(command);
     command.add_option("-o,--output", spCommand->strOutput, "A key file, or - for standard output")
         ->type_name("FILE")
         ->check(Command_File())

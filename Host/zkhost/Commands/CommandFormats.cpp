@@ -10,7 +10,7 @@ namespace
 {
 
 constexpr const char* c_pszPixelHead =
-    "name\tcode\tbits_per_pixel\trgb\tplanar\trow_size_known\tsubsampling_1\tsubsampling_2\tkeyed\n";
+    "name\tcode\tbits_per_pixel\trgb\tplanar\trow_size_known\tsubsampling_1\tsubsampling_2\tkeyed\town\n";
 constexpr const char* c_pszVideoHead =
     "index\tname\tenum\trate_num\trate_den\tinterlace\twidth\theight\taspect_x\taspect_y\tsize_class\textra_lines\n";
 
@@ -25,9 +25,9 @@ std::string PixelFormats()
     for (const PIXEL_FORMAT& info : FCC_All())
     {
         const auto& [sz1, sz2] = info.arrSubsampling;
-        strText += ZFormat("%s\t0x%08X\t%d\t%s\t%s\t%s\t%dx%d\t%dx%d\t%s\n", info.pszName, info.fccType,
+        strText += ZFormat("%s\t0x%08X\t%d\t%s\t%s\t%s\t%dx%d\t%dx%d\t%s\t%s\n", info.pszName, info.fccType,
                            info.nBitsPerPixel, YesNo(info.bRGB), YesNo(info.bPlanar), YesNo(info.bRowSize), sz1.cx,
-                           sz1.cy, sz2.cx, sz2.cy, YesNo(Img_IsReadable(info.fccType)));
+                           sz1.cy, sz2.cx, sz2.cy, YesNo(Img_IsReadable(info.fccType)), YesNo(info.bOwn));
     }
     return strText;
 }

@@ -7,6 +7,8 @@
 #include "Base/ZLog.h"
 #include "Interfaces/ZGuids.h"
 
+#include <utility>
+
 namespace
 {
 
@@ -28,8 +30,12 @@ std::string InfoText()
         strText += ZFormat("GPU adapters\t%hs\n", row.pszName);
     if (vecAdapters.empty())
         strText += "GPU adapters\tnone\n";
-    strText += ZFormat("class ZChromaKey\t%s\n", GuidText(CLSID_ZChromaKey));
-    strText += ZFormat("class ZKey\t%s\n", GuidText(CLSID_ZKey));
+    constexpr std::pair<const char*, const CLSID*> c_arrClasses[] = {{"ZChromaKey2", &CLSID_ZChromaKey2},
+                                                                     {"ZKey2", &CLSID_ZKey2},
+                                                                     {"ZChromaKey", &CLSID_ZChromaKey},
+                                                                     {"ZKey", &CLSID_ZKey}};
+    for (const auto& [pszName, pClsid] : c_arrClasses)
+        strText += ZFormat("class %hs\t%s\n", pszName, GuidText(*pClsid));
     return strText + ZFormat("type library ZCHROMAKEYLib\t%s\n", GuidText(LIBID_ZCHROMAKEYLib));
 }
 

@@ -15,10 +15,11 @@ namespace
 
 constexpr const char* c_pszExamples =
     "Examples:\n"
-    "  zkhost key clip.y4m -o keyed_%05d.png --auto\n"
-    "  zkhost key photo.jpg -o cut.png --pick 20,40 --pick 600,30 --exclude 310,200\n"
+    "  zkhost key clip.y4m -o keyed_%05d.png\n"
+    "  zkhost key photo.jpg -o cut.png --pick 20,40 --protect 310,200 --param shadows=60\n"
+    "  zkhost key photo.jpg -o cut.png --region \"garbage=0,0 90,0 90,400 0,400\" --region holdout=mask.png\n"
     "  zkhost key clip.y4m -o out.y4m --mask matte.y4m --keys keys.xml --background beach.jpg\n"
-    "  zkhost key in.raw --in UYVY:1920x1080@25i -o out.raw --auto --adjust smooth=20 --set process.threads=4\n"
+    "  zkhost key in.raw --in UYVY:1920x1080@25i -o out.raw --keyer 1 --adjust smooth=20 --set process.threads=4\n"
     "  ffmpeg -v error -i clip.mp4 -f yuv4mpegpipe - | zkhost key - -o keyed_%05d.png --rect 10,10,200,120\n";
 
 /// Everything that "zkhost key" was told.
@@ -91,7 +92,7 @@ ZF_SIZE KeyAll(const KEY_COMMAND& _command, CZFrameSource& _source, CZProgress& 
     return szLast;
 }
 
-void Run(const KEY_COMMAND& _command)
+void Run(KEY_COMMAND& _command)
 {
     _command.options.Begin();
     const auto upSource = Stream_Open(_command.options.Input(), _command.options.RawSpec());
@@ -128,6 +129,6 @@ void Command_AddKey(CLI::App& _app)
     command.add_option("--frames", spCommand->nFrames, "Key this many frames; all unless given")
         ->type_name("N")
         ->check(Command_Whole(1));
-    spCommand->options.AddKeys(command, false);
+    spCommand->options.AddKeys(command);
     command.callback([spCommand] { Run(*spCommand); });
 }

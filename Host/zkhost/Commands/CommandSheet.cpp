@@ -1,6 +1,9 @@
 #include "zkhost/Commands/Commands.h"
 
+#include "Interfaces/ZOptionNames.h"
 #include "Kit/HostError.h"
+#include "Kit/Result.h"
+#include "Kit/Tables.h"
 #include "zkhost/Commands/KeyJob.h"
 #include "zkhost/Commands/Progress.h"
 #include "zkhost/Files/Background.h"
@@ -12,7 +15,9 @@
 #include "Base/ZLog.h"
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
+#include <string_view>
 
 namespace
 {
@@ -22,6 +27,7 @@ constexpr int c_nMargin = 12;   // around the pictures
 constexpr int c_nLabelHeight = 30;
 constexpr uint32_t c_nPaper = 0x1E2126;
 constexpr uint32_t c_nInk = 0xE8EAED;
+constexpr double c_dblColorsClean = 100; // all of the backdrop's tint is taken out
 
 struct SHEET_COMMAND
 {
@@ -29,17 +35,18 @@ struct SHEET_COMMAND
     std::string strOutput;
     std::string strBackground;
     int64_t nFrame = 1;
+    bool bCompare = false;
 };
 
-/// Four pictures of one size, two by two, each with a line of text above it.
+/// Rows of two pictures of one size, each with a line of text above it.
 class CZSheet
 {
 public:
-    CZSheet(int _nWidth, int _nHeight)
+    CZSheet(int _nWidth, int _nHeight, int _nRows)
         : m_nWidth(_nWidth)
         , m_nHeight(_nHeight)
     {
-        m_sheet.Resize(2 * (_nWidth + c_nMargin) + c_nMargin, 2 * (_nHeight + c_nLabelHeight + c_nMargin), 4);
+        m_sheet.Resize(2 * (_nWidth + c_nMargin) + c_nMargin, _nRows * (_nHeight + c_nLabelHeight + c_nMargin), 4);
         Picture_Fill(m_sheet, 0, 0, m_sheet.nWidth, m_sheet.nHeight, c_nPaper);
     }
     void Put(int _nColumn, int _nRow, const PICTURE& _picture, const std::string& _strLabel)
@@ -76,41 +83,127 @@ PICTURE Composite(const PICTURE& _keyed, const PICTURE& _background)
     return picture;
 }
 
-/// The source frame, and what it is keyed to. The keys are made on the first frame, whichever frame is shown.
-void KeyOneFrame(const SHEET_COMMAND& _command, CZKeyer& _keyer, PICTURE& _source, KEYED& _keyed)
+/// Sets what comes out; answers what came out before.
+eView ViewSwap(const CZKeyer& _keyer, eView _eView)
+{
+    CHROMA_KEY2_RAW key = {};
+    Result_Check(_keyer.Key2()->KeyRawGet(&key), "looking at the view");
+    Result_Check(_keyer.Key2()->ViewSet(_eView), "setting the view");
+    return static_cast<eView>(std::lround(key.params.eViewValue));
+}
+
+KEYED KeyedOf(CZKeyer& _keyer, IZFFrame* _pFrame)
+{
+    KEYED keyed;
+    const CZPtr<IZFFrame> cpResult = _keyer.Push(_pFrame);
+    if (!cpResult)
+        throw CZHostError("the module gave no result back");
+    KeyJob_Read(cpResult.Get(), keyed);
+    return keyed;
+}
+
+/// The pictures of a sheet.
+struct SHEET_PICTURES
+{
+    PICTURE source;
+    KEYED keyed;
+    PICTURE view;        ///< of the second generation
+    std::string strView; ///< its name
+    KEYED compared;      ///< by the first generation; empty unless asked for
+};
+
+/// The frame to show. The keys are made on the first one; the second generation also sees those in between, as it does
+/// when a clip is keyed: it learns from each.
+CZPtr<IZFFrame> FrameShown(const SHEET_COMMAND& _command, CZKeyer& _keyer, CZPtr<IZFFrame>& _cpFirst)
 {
     const auto upSource = Stream_Open(_command.options.Input(), _command.options.RawSpec());
-    CZPtr<IZFFrame> cpFrame = upSource->Next();
-    if (!cpFrame)
+    _cpFirst = upSource->Next();
+    if (!_cpFirst)
         throw CZHostError(ZFormat("%s holds no frame", _command.options.Input()));
     _keyer.OnWait(OutFile_CheckInterrupt);
-    _command.options.ApplyKeys(_keyer, cpFrame.Get());
+    _command.options.ApplyKeys(_keyer, _cpFirst.Get());
+    _keyer.OptionNeed(c_szOptionThread, "false"); // each result at once
+    CZPtr<IZFFrame> cpFrame = _cpFirst;
     for (int64_t i = 1; i < _command.nFrame; ++i)
     {
+        if (_keyer.Key2())
+            _keyer.Push(cpFrame.Get());
         cpFrame = upSource->Next();
         if (!cpFrame)
             throw CZHostError(ZFormat("%s has %d frames; --frame %d is not among them", _command.options.Input(), i,
                                       _command.nFrame));
     }
-    Picture_FromFrame(cpFrame.Get(), _source);
-    const auto fnResult = [&_keyed](IZFFrame* _pResult) { KeyJob_Read(_pResult, _keyed); };
-    _keyer.Process(cpFrame.Get(), fnResult);
-    _keyer.Finish(fnResult);
+    return cpFrame;
 }
 
-PICTURE Draw(const SHEET_COMMAND& _command, const PICTURE& _source, const KEYED& _keyed)
+/// What the first generation makes of a frame by itself.
+KEYED Compared(IZFFrame* _pFirst, IZFFrame* _pFrame)
 {
-    const int nWidth = _keyed.picture.nWidth, nHeight = _keyed.picture.nHeight;
+    CZKeyer keyer(CZModule::Own(), CLSID_ZChromaKey);
+    keyer.OptionSet(c_szOptionThread, "false");
+    keyer.OptionSet(c_szOptionARGB, "true");
+    CZKeyOptions::FrameSet(keyer, _pFirst);
+    if (keyer.Key()->KeyDetect(nullptr) != S_OK)
+        throw CZHostError("--compare: the first generation finds no green or blue backdrop in the first frame");
+    Result_Check(keyer.Key()->KeyAdjustSet(eCKA_Colors, c_dblColorsClean), "cleaning colours");
+    return KeyedOf(keyer, _pFrame);
+}
+
+/// The name of a view, as --view takes it.
+std::string ViewName(eView _eView)
+{
+    const std::vector<ZTABLE_ROW> vecRows = Tables_Read(CZModule::Own(), eZTable_Params);
+    const auto itView =
+        std::ranges::find(vecRows, "view", [](const ZTABLE_ROW& _row) { return std::string_view(_row.pszName); });
+    return Tables_Choices(*itView).at(static_cast<size_t>(_eView));
+}
+
+SHEET_PICTURES KeyOneFrame(const SHEET_COMMAND& _command, CZKeyer& _keyer)
+{
+    SHEET_PICTURES pictures;
+    CZPtr<IZFFrame> cpFirst;
+    const CZPtr<IZFFrame> cpFrame = FrameShown(_command, _keyer, cpFirst);
+    Picture_FromFrame(cpFrame.Get(), pictures.source);
+    if (_command.bCompare)
+        pictures.compared = Compared(cpFirst.Get(), cpFrame.Get());
+    const eView eAsked = _keyer.Key2() ? ViewSwap(_keyer, eView_Result) : eView_Result;
+    pictures.keyed = KeyedOf(_keyer, cpFrame.Get());
+    if (!_keyer.Key2())
+        return pictures;
+    const eView eShown = eAsked == eView_Result ? eView_Status : eAsked;
+    ViewSwap(_keyer, eShown);
+    pictures.view = KeyedOf(_keyer, cpFrame.Get()).picture;
+    pictures.strView = ViewName(eShown);
+    return pictures;
+}
+
+PICTURE Draw(const SHEET_COMMAND& _command, const SHEET_PICTURES& _pictures)
+{
+    const KEYED& keyed = _pictures.keyed;
+    const int nWidth = keyed.picture.nWidth, nHeight = keyed.picture.nHeight;
     const int nTileWidth = std::min(nWidth, c_nMaxTile);
     const int nTileHeight = std::max(static_cast<int>(int64_t{nHeight} * nTileWidth / nWidth), 1);
-    CZSheet sheet(nTileWidth, nTileHeight);
-    sheet.Put(0, 0, _source, ZFormat("source  %d x %d", _source.nWidth, _source.nHeight));
-    sheet.Put(1, 0, _keyed.mask, "matte");
-    sheet.Put(0, 1, Composite(_keyed.picture, Background_Checker(nWidth, nHeight)), "over a checker");
     const PICTURE background = _command.strBackground.empty()
                                    ? Background_Scenery(nWidth, nHeight)
                                    : Background_Load(_command.strBackground, nWidth, nHeight);
-    sheet.Put(1, 1, Composite(_keyed.picture, background), "over a background");
+    CZSheet sheet(nTileWidth, nTileHeight, _command.bCompare ? 3 : 2);
+    sheet.Put(0, 0, _pictures.source, ZFormat("source  %d x %d", _pictures.source.nWidth, _pictures.source.nHeight));
+    if (_pictures.strView.empty())
+    {
+        sheet.Put(1, 0, keyed.mask, "matte");
+        sheet.Put(0, 1, Composite(keyed.picture, Background_Checker(nWidth, nHeight)), "over a checker");
+    }
+    else
+    {
+        sheet.Put(1, 0, _pictures.view, _pictures.strView);
+        sheet.Put(0, 1, keyed.mask, "matte");
+    }
+    sheet.Put(1, 1, Composite(keyed.picture, background), "over a background");
+    if (_command.bCompare)
+    {
+        sheet.Put(0, 2, _pictures.compared.mask, "first generation: matte");
+        sheet.Put(1, 2, Composite(_pictures.compared.picture, background), "first generation: over a background");
+    }
     return sheet.Picture();
 }
 
@@ -122,17 +215,15 @@ ZF_SIZE Make(const SHEET_COMMAND& _command)
     CZOutFile& file = files.Create(_command.strOutput);
     CZOutFile* const pKeys = _command.options.OpenKeys(files);
     CZKeyer keyer(CZModule::Own(), _command.options.ClassId());
-    PICTURE source;
-    KEYED keyed;
-    KeyOneFrame(_command, keyer, source, keyed);
-    PictureFile_WritePng(Draw(_command, source, keyed), file);
+    const SHEET_PICTURES pictures = KeyOneFrame(_command, keyer);
+    PictureFile_WritePng(Draw(_command, pictures), file);
     if (pKeys)
         pKeys->Write(keyer.Document());
     files.CommitAll();
-    return {keyed.picture.nWidth, keyed.picture.nHeight};
+    return {pictures.keyed.picture.nWidth, pictures.keyed.picture.nHeight};
 }
 
-void Run(const SHEET_COMMAND& _command)
+void Run(SHEET_COMMAND& _command)
 {
     _command.options.Begin();
     if (NamePattern_Extension(_command.strOutput) != "png" || NamePattern_IsPattern(_command.strOutput))
@@ -147,12 +238,13 @@ void Run(const SHEET_COMMAND& _command)
 
 void Command_AddSheet(CLI::App& _app)
 {
-    CLI::App& command =
-        *_app.add_subcommand("sheet", "One picture of a keyed frame: source, matte, over a checker, over a background");
+    CLI::App& command = *_app.add_subcommand(
+        "sheet", "One picture of a keyed frame: source, status (or another view), matte, over a background");
     const auto spCommand = std::make_shared<SHEET_COMMAND>();
-    command.footer("Without keys the backdrop is searched for, as with --auto.\n\n"
+    command.footer("With --keyer 1: source, matte, over a checker, over a background.\n\n"
                    "Examples:\n"
                    "  zkhost sheet clip.y4m -o sheet.png --frame 30\n"
+                   "  zkhost sheet clip.y4m -o sheet.png --view plate --compare\n"
                    "  zkhost sheet photo.jpg -o sheet.png --pick 20,40 --background beach.jpg\n");
     spCommand->options.AddInput(command);
     command.add_option("-o,--output", spCommand->strOutput, "The sheet, a *.png")
@@ -168,6 +260,8 @@ void Command_AddSheet(CLI::App& _app)
         .add_option("--frame", spCommand->nFrame, "Which frame to show, counted from 1; the keys come from the first")
         ->type_name("N")
         ->check(Command_Whole(1));
-    spCommand->options.AddKeys(command, true);
+    command.add_flag("--compare", spCommand->bCompare,
+                     "Add matte and result of the first generation: what it detects, with cleaned colours");
+    spCommand->options.AddKeys(command);
     command.callback([spCommand] { Run(*spCommand); });
 }

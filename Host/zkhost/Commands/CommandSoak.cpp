@@ -4,6 +4,7 @@
 #include "Soak/PlainModule.h"
 #include "Soak/Soaker.h"
 #include "Soak/Usage.h"
+#include "zkhost/Commands/KeyerChoice.h"
 #include "zkhost/Files/OutFile.h"
 #include "zkhost/Files/StandardError.h"
 #include "zkhost/Files/System.h"
@@ -27,10 +28,9 @@ constexpr std::chrono::milliseconds c_timeSettle{200}; // until the system has p
 struct SOAK_COMMAND
 {
     double dblMinutes = 20;
-    uint64_t nSeed = 1;
-    int nThreadsMax = 16;
+    int nKeyer = 0; ///< 0: not said
+    SOAK_SETUP setup;
     bool bNoMemory = false;
-    bool bGPU = false;
 };
 
 double MB(int64_t _cbSize)
@@ -59,8 +59,8 @@ public:
     void Run()
     {
         const double dblEnd = m_command.dblMinutes * 60;
-        const SYSTEM_USAGE usageWarm = Part(m_command.nSeed, std::min(c_dblWarmSeconds, dblEnd / 2));
-        const SYSTEM_USAGE usageEnd = Part(~m_command.nSeed, dblEnd);
+        const SYSTEM_USAGE usageWarm = Part(m_command.setup.nSeed, std::min(c_dblWarmSeconds, dblEnd / 2));
+        const SYSTEM_USAGE usageEnd = Part(~m_command.setup.nSeed, dblEnd);
         Compare(usageWarm, usageEnd);
         Report(usageWarm, usageEnd);
     }
@@ -76,16 +76,19 @@ private:
     SYSTEM_USAGE Part(uint64_t _nSeed, double _dblEnd)
     {
         {
-            CZSoaker soaker(_nSeed, m_command.nThreadsMax, m_command.bGPU, m_plain.Module());
-            soaker.Fill();
+            SOAK_SETUP setup = m_command.setup;
+            setup.nSeed = _nSeed;
+            const auto upSoaker = Soaker_Make(m_command.nKeyer, setup, m_plain.Module());
+            upSoaker->Fill();
             do
             {
                 for (int i = 1; i < c_nCheckEvery; ++i)
-                    soaker.Step();
-                soaker.StepChecked();
-                Status(soaker.Counts());
+                    upSoaker->Step();
+                upSoaker->StepChecked();
+                Status(upSoaker->Counts());
             } while (Seconds() < _dblEnd);
-            m_counts += soaker.Counts();
+            m_counts += upSoaker->Counts();
+            m_pszTelling = upSoaker->TellingName();
         }
         std::this_thread::sleep_for(c_timeSettle);
         Usage_TrimMemory();
@@ -114,8 +117,8 @@ private:
             throw CZHostError(ZFormat("%d threads and %d handles are left at the end, %d and %d when warm; objects do "
                                       "not give back what they take",
                                       _end.nThreads, _end.nHandles, _warm.nThreads, _warm.nHandles));
-        const int nMostThreads = _warm.nThreads + 2 * (m_command.nThreadsMax + 1);
-        if (m_nMostThreads > nMostThreads && !m_command.bGPU) // a graphics driver has threads of its own
+        const int nMostThreads = _warm.nThreads + 2 * (m_command.setup.nThreadsMax + 1);
+        if (m_nMostThreads > nMostThreads && !m_command.setup.bGPU) // a graphics driver has threads of its own
             throw CZHostError(ZFormat("%d threads ran at a time; two objects need %d", m_nMostThreads, nMostThreads));
         if (!m_command.bNoMemory)
             CompareMemory(_warm, _end);
@@ -125,7 +128,8 @@ private:
         if (Share(_end.cbHeap - _warm.cbHeap, _warm.cbPeak) > c_dblMaxGrowth)
             throw CZHostError(ZFormat("memory is lost: %.2f MB allocated without objects at the end, %.2f MB when warm",
                                       MB(_end.cbHeap), MB(_warm.cbHeap)));
-        if (m_command.bGPU) // a graphics driver keeps shaders while its device is there, and freed memory for later
+        if (m_command.setup
+                .bGPU) // a graphics driver keeps shaders while its device is there, and freed memory for later
             return;
         // Stacks that the system keeps, and parts of libraries that came to use, are among it: some hundred KB.
         if (Share(_end.cbResident - _warm.cbResident, _warm.cbPeak) > c_dblMaxGrowth)
@@ -137,10 +141,11 @@ private:
     }
     void Report(const SYSTEM_USAGE& _warm, const SYSTEM_USAGE& _end) const
     {
-        std::string strText = ZFormat("seconds\t%.0f\nseed\t%I64u\nframes\t%I64d\nresults\t%I64d\n", Seconds(),
-                                      m_command.nSeed, m_counts.nFrames, m_counts.nResults);
-        strText += ZFormat("checked against the plain path\t%I64d, all equal%hs\nof these with colour cancel\t%I64d\n",
-                           m_counts.nChecks, m_command.bGPU ? " in size" : "", m_counts.nCleaned);
+        std::string strText =
+            ZFormat("keyer\t%d\nseconds\t%.0f\nseed\t%I64u\nframes\t%I64d\nresults\t%I64d\n", m_command.nKeyer,
+                    Seconds(), m_command.setup.nSeed, m_counts.nFrames, m_counts.nResults);
+        strText += ZFormat("checked against the plain path\t%I64d, all equal%hs\nof these %hs\t%I64d\n",
+                           m_counts.nChecks, m_command.setup.bGPU ? " in size" : "", m_pszTelling, m_counts.nTelling);
         strText += ZFormat("objects\t%I64d\n", m_counts.nObjects);
         strText += ZFormat("edits\t%I64d\nsaved and loaded\t%I64d\n", m_counts.nEdits, m_counts.nDocuments);
         strText += ZFormat("most memory\t%.1f MB, %.1f MB when warm (%+.2f %%)\n", MB(_end.cbPeak), MB(_warm.cbPeak),
@@ -158,11 +163,13 @@ private:
     const CLOCK::time_point m_timeBegin;
     double m_dblStatus = 0;
     SOAK_COUNTS m_counts;
+    const char* m_pszTelling = "";
     int m_nMostThreads = 0;
 };
 
-void Run(const SOAK_COMMAND& _command)
+void Run(SOAK_COMMAND _command)
 {
+    _command.nKeyer = KeyerChoice_Make({_command.nKeyer, "", _command.setup.bGPU ? "--gpu" : "", ""});
     StandardError_LogSet(eZLog_Error);
     Usage_TrimMemory();
     CZSoak(_command).Run();
@@ -178,23 +185,26 @@ void Command_AddSoak(CLI::App& _app)
     command.add_option("--minutes", spCommand->dblMinutes, "How long")
         ->check(CLI::Range(0.01, 100000.0))
         ->capture_default_str();
-    command.add_option("--seed", spCommand->nSeed, "Another number: other changes")->capture_default_str();
-    command.add_option("--threads-max", spCommand->nThreadsMax, "The most threads that key a frame, 1 to 16")
+    command.add_option("--keyer", spCommand->nKeyer, "The generation, 1 or 2; 2 unless --gpu is given")
+        ->type_name("1|2")
+        ->check(CLI::IsMember({1, 2}));
+    command.add_option("--seed", spCommand->setup.nSeed, "Another number: other changes")->capture_default_str();
+    command.add_option("--threads-max", spCommand->setup.nThreadsMax, "The most threads that key a frame, 1 to 16")
         ->type_name("N")
         ->check(Command_Whole(1, 16))
         ->capture_default_str();
     command.add_flag("--no-memory", spCommand->bNoMemory,
                      "Growing memory is no failure (for builds with a sanitizer, which keeps freed memory)");
     command.add_flag(
-        "--gpu", spCommand->bGPU,
+        "--gpu", spCommand->setup.bGPU,
         "Key on the GPU where there is one; results are looked at for their size only, memory for what is\n"
         "allocated without objects: drivers keep more");
     command.footer(
-        "Sizes, formats, key sets, adjustments, options, threads and objects change between frames; keys are\n"
-        "picked, detected, saved and loaded. Every hundredth frame is held against the plain C++ path. After a\n"
-        "minute (in runs under two minutes: half of the time) and at the end all objects are given back: no\n"
-        "threads or handles may have been added in between. Neither the memory in use then (allocated,\n"
-        "resident) nor the most in use at a time may have grown by more than 1 % of the most.\n\n"
+        "Sizes, formats, key sets, adjustments or parameters, regions, options, threads and objects change between\n"
+        "frames; keys are picked, detected, saved and loaded. Every hundredth frame, or a new stream of three, is\n"
+        "held against the plain C++ path. After a minute (in runs under two minutes: half of the time) and at the end\n"
+        "all objects are given back: no threads or handles may have been added in between. Neither the memory in\n"
+        "use then (allocated, resident) nor the most in use at a time may have grown by more than 1 % of the most.\n\n"
         "Examples:\n"
         "  zkhost soak --minutes 20\n"
         "  zkhost soak --minutes 1 --seed 7 --threads-max 4\n");

@@ -2,6 +2,7 @@
 
 #include "Base/ZLog.h"
 #include "Props/PropText.h"
+#include "zkhost/Files/UsageError.h"
 
 CLI::Validator Command_Whole(int64_t _nMin, int64_t _nMax)
 {
@@ -26,4 +27,12 @@ CLI::Validator Command_File()
                        : std::string();
         },
         "");
+}
+
+std::pair<std::string, std::string> Command_Pair(const std::string& _strText, const char* _pszOption)
+{
+    const size_t nEqual = _strText.find('=');
+    if (nEqual == std::string::npos || nEqual == 0)
+        throw CZUsageError(ZFormat("%s %s: a name and a value are needed, as NAME=VALUE", _pszOption, _strText));
+    return {_strText.substr(0, nEqual), _strText.substr(nEqual + 1)};
 }

@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdint>
+#include <string>
+#include <utility>
 
 /// The subcommands. Each function adds one to the program, with its options, help and examples; its callback does the
 /// work and throws CZHostError.
@@ -23,3 +25,6 @@ CLI::Validator Command_Whole(int64_t _nMin, int64_t _nMax = INT64_MAX);
 
 /// Checks that an option that names a file has not taken the next option for one.
 CLI::Validator Command_File();
+
+/// Takes "NAME=VALUE" apart. Throws CZUsageError, naming the option, where there is no name or no "=".
+std::pair<std::string, std::string> Command_Pair(const std::string& _strText, const char* _pszOption);

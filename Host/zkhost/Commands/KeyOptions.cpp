@@ -1,33 +1,21 @@
 #include "zkhost/Commands/KeyOptions.h"
 
 #include "Interfaces/ZOptionNames.h"
-#include "Kit/HostError.h"
 #include "Kit/Result.h"
-#include "Kit/Tables.h"
 #include "zkhost/Commands/Commands.h"
+#include "zkhost/Commands/KeyerChoice.h"
 #include "zkhost/Commands/PluginOptions.h"
 #include "zkhost/Files/RawReader.h"
 #include "zkhost/Files/StandardError.h"
 #include "zkhost/Files/UsageError.h"
 
-#include "Base/ZBstr.h"
 #include "Base/ZLog.h"
-#include "Props/PropText.h"
 
 #include <charconv>
-#include <cmath>
 #include <map>
 
 namespace
 {
-
-std::pair<std::string, std::string> SplitPair(const std::string& _strText, const char* _pszOption)
-{
-    const size_t nEqual = _strText.find('=');
-    if (nEqual == std::string::npos || nEqual == 0)
-        throw CZUsageError(ZFormat("%s %s: a name and a value are needed, as NAME=VALUE", _pszOption, _strText));
-    return {_strText.substr(0, nEqual), _strText.substr(nEqual + 1)};
-}
 
 /// "X,Y" or "X1,Y1,X2,Y2" inside a picture; the second corner may touch its end.
 std::vector<int32_t> ReadPlace(const std::string& _strText, size_t _nNumbers, const ZF_VID_PROPS& _vidProps)
@@ -52,42 +40,6 @@ std::vector<int32_t> ReadPlace(const std::string& _strText, size_t _nNumbers, co
     if (_nNumbers == 4 && (vecNumbers[0] == vecNumbers[2] || vecNumbers[1] == vecNumbers[3]))
         throw CZUsageError(ZFormat("\"%s\" is an empty rectangle; its second corner has to be another one", _strText));
     return vecNumbers;
-}
-
-size_t FindAdjust(const std::vector<ZTABLE_ROW>& _vecRows, const std::string& _strName)
-{
-    std::string strNames;
-    for (size_t i = 0; i < _vecRows.size(); ++i)
-    {
-        if (_strName == _vecRows[i].pszName)
-            return i;
-        strNames += std::string(strNames.empty() ? "" : ", ") + _vecRows[i].pszName;
-    }
-    throw CZUsageError(ZFormat("--adjust %s: there is no such adjustment; there are %s", _strName, strNames));
-}
-
-/// The adjustments, which the module knows.
-const std::vector<ZTABLE_ROW>& AdjustRows()
-{
-    static const std::vector<ZTABLE_ROW> s_vecRows = Tables_Read(CZModule::Own(), eZTable_Adjusts);
-    return s_vecRows;
-}
-
-std::string AdjustHelp()
-{
-    std::string strText = "Adjustments (--adjust NAME=VALUE):\n";
-    try
-    {
-        for (const ZTABLE_ROW& row : AdjustRows())
-            if (row.eValue == eZV_Number) // the type has an option of its own
-                strText += ZFormat("  %-16s %4g to %4g %-7s %s\n", row.pszName, row.dblLeast, row.dblMost, row.pszUnit,
-                                   row.pszHelp);
-    }
-    catch (const CZHostError& error)
-    {
-        strText += ZFormat("  %hs\n", error.what());
-    }
-    return strText;
 }
 
 } // namespace
@@ -116,68 +68,64 @@ void CZKeyOptions::AddInput(CLI::App& _command)
     _command.add_flag("--verbose,-v", m_bVerbose, "The plug-in's log on standard error");
 }
 
-void CZKeyOptions::AddKeys(CLI::App& _command, bool _bOrAuto)
+void CZKeyOptions::AddKeyer(CLI::App& _command)
 {
-    m_eKeys = _bOrAuto ? eKeys_OrAuto : eKeys_Needed;
-    constexpr const char* c_pszGroup = "Keys, made on the first frame";
     _command
-        .add_option("--keyer", m_nKeyer,
-                    "1: keys are boxes of colours; 2: backdrop and foreground are unmixed, for hair, veils and motion\n"
-                    "blur; finds a backdrop of any hue when nothing says what to key")
+        .add_option(
+            "--keyer", m_nKeyer,
+            "The generation. 2 takes pixels apart into backdrop and foreground, for hair, veils and motion blur,\n"
+            "before a backdrop of any hue; 1 keys boxes of colours. Unless given, a key file decides, or an\n"
+            "option that only one of them has; else 2")
         ->type_name("1|2")
-        ->check(CLI::IsMember({1, 2}))
-        ->group(c_pszGroup);
-    _command.add_option("--param", m_vecParams, "A parameter of --keyer 2; may be repeated")
-        ->type_name("NAME=VALUE")
-        ->allow_extra_args(false)
-        ->group(c_pszGroup);
+        ->check(CLI::IsMember({1, 2}));
+}
+
+void CZKeyOptions::AddKeys(CLI::App& _command)
+{
+    constexpr const char* c_pszGroup = "Keys, made on the first frame";
+    AddKeyer(_command);
+    const auto fnMany = [&](const char* _pszName, std::vector<std::string>& _vecValues, const char* _pszHelp) {
+        return _command.add_option(_pszName, _vecValues, _pszHelp)->allow_extra_args(false)->group(c_pszGroup);
+    };
     _command.add_option("--keys", m_strKeys, "Keys and options from a file that was saved before")
         ->type_name("FILE.xml")
         ->check(Command_File())
         ->group(c_pszGroup);
-    _command.add_flag("--auto", m_bAuto, "Find a green or blue backdrop")->group(c_pszGroup);
-    _command.add_option("--pick", m_vecPicks, "Key the colour at X,Y; --pick, --rect and --exclude may be repeated")
-        ->type_name("X,Y")
-        ->allow_extra_args(false)
+    _command.add_flag("--auto", m_bAuto, "Find the backdrop; what happens when nothing else says what to key")
         ->group(c_pszGroup);
-    _command.add_option("--rect", m_vecRects, "Key the colours in a rectangle")
-        ->type_name("X1,Y1,X2,Y2")
-        ->allow_extra_args(false)
-        ->group(c_pszGroup);
-    _command.add_option("--exclude,--protect", m_vecExcludes, "Keep the colour at X,Y")
-        ->type_name("X,Y")
-        ->allow_extra_args(false)
-        ->group(c_pszGroup);
-    _command.add_option("--type", m_strType, "Colour space to key in: rgb, hls or yuv")
-        ->check(CLI::IsMember({"rgb", "hls", "yuv"}))
-        ->group(c_pszGroup);
-    _command.add_option("--adjust", m_vecAdjusts, "Fine tuning; may be repeated")
-        ->type_name("NAME=VALUE")
-        ->allow_extra_args(false)
-        ->group(c_pszGroup);
+    fnMany("--pick", m_vecPicks, "Key the colour at X,Y; --pick, --rect and --protect may be repeated")
+        ->type_name("X,Y");
+    fnMany("--rect", m_vecRects, "Key the colours in a rectangle")->type_name("X1,Y1,X2,Y2");
+    fnMany("--exclude,--protect", m_vecExcludes, "Keep the colour at X,Y")->type_name("X,Y");
     _command.add_option("--save-keys", m_strSaveKeys, "Save what was used to a file")
         ->type_name("FILE.xml")
         ->check(Command_File())
         ->group(c_pszGroup);
-    _command.footer(AdjustHelp); // before the examples, and only when help is asked for
+    AddKeys2(_command);
+    AddKeys1(_command);
+    _command.footer([] { return Help2() + "\n" + Help1(); }); // before the examples, and only when it is asked for
 }
 
-void CZKeyOptions::Begin() const
+void CZKeyOptions::Begin()
 {
     StandardError_LogSet(m_bVerbose ? eZLog_Verbose : m_bQuiet ? eZLog_Error : eZLog_Warning);
     if (!m_strRawSpec.empty())
         Raw_ParseSpec(m_strRawSpec);
-    CheckGeneration();
-    if (m_eKeys == eKeys_Needed && m_nKeyer == 1 && !m_bAuto && !GivesKeys())
-        throw CZUsageError("nothing says what to key; use --auto, --pick X,Y, --rect X1,Y1,X2,Y2 or --keys FILE.xml");
     for (const std::string& strSet : m_vecSets)
     {
-        const auto [strName, strValue] = SplitPair(strSet, "--set");
+        const auto [strName, strValue] = Command_Pair(strSet, "--set");
         PluginOptions_Check(strName, strValue);
-        if (PluginOptions_IsDetection(strName) && m_nKeyer == 1 && !Detects())
-            throw CZUsageError(ZFormat("--set %s: nothing is detected here; add --auto, or leave it out", strSet));
     }
-    Adjusts();
+    m_nKeyer = KeyerChoice_Make({m_nKeyer, m_strKeys, Only1(), Only2()});
+    if (m_nKeyer == 1)
+        Check1();
+    else
+        Params();
+}
+
+const CLSID& CZKeyOptions::ClassId() const
+{
+    return m_nKeyer == 1 ? CLSID_ZChromaKey : CLSID_ZChromaKey2;
 }
 
 bool CZKeyOptions::GivesKeys() const
@@ -187,43 +135,17 @@ bool CZKeyOptions::GivesKeys() const
 
 bool CZKeyOptions::Detects() const
 {
-    return m_bAuto || m_eKeys == eKeys_None || (m_eKeys == eKeys_OrAuto && !GivesKeys());
+    return m_bAuto || !GivesKeys();
 }
 
 void CZKeyOptions::ApplyOptions(CZKeyer& _keyer) const
 {
     for (const std::string& strSet : m_vecSets)
     {
-        const auto [strName, strValue] = SplitPair(strSet, "--set");
+        const auto [strName, strValue] = Command_Pair(strSet, "--set");
         if (!PluginOptions_IsDetection(strName))
             _keyer.OptionSet(strName, strValue);
     }
-}
-
-void CZKeyOptions::Detect(CZKeyer& _keyer) const
-{
-    std::string strProps;
-    for (const std::string& strSet : m_vecSets)
-    {
-        const auto [strName, strValue] = SplitPair(strSet, "--set");
-        if (PluginOptions_IsDetection(strName))
-            strProps += ZFormat("%s='%s' ", strName, strValue);
-    }
-    if (!m_strType.empty())
-        strProps += "detect.type=" + m_strType;
-    const HRESULT hr = _keyer.Key()->KeyDetect(CZBStr(strProps).Get());
-    Result_Check(hr, "finding the backdrop");
-    if (hr == S_FALSE)
-        throw CZHostError(ZFormat("no green or blue backdrop was found in the first frame of %s; pick its colour with "
-                                  "--pick X,Y, or change --set detect.threshold=N, detect.blocks=N or detect.borders=N",
-                                  m_strInput));
-}
-
-void CZKeyOptions::ApplyType(CZKeyer& _keyer) const
-{
-    static const std::map<std::string, eCK_Type> c_mapTypes = {{"rgb", eCKT_RGB}, {"hls", eCKT_HLS}, {"yuv", eCKT_YUV}};
-    if (!m_strType.empty())
-        Result_Check(_keyer.Key()->KeyAdjustSet(eCKA_KeyType, c_mapTypes.at(m_strType)), "--type " + m_strType);
 }
 
 std::vector<CZKeyOptions::EDIT> CZKeyOptions::Edits(IZFFrame* _pFirstFrame) const
@@ -243,68 +165,35 @@ std::vector<CZKeyOptions::EDIT> CZKeyOptions::Edits(IZFFrame* _pFirstFrame) cons
     return vecEdits;
 }
 
-void CZKeyOptions::ApplyEdit(CZKeyer& _keyer, const EDIT& _edit)
+void CZKeyOptions::FrameSet(CZKeyer& _keyer, IZFFrame* _pFrameOrNull)
 {
-    IZChromaKey* pKey = _keyer.Key();
-    const std::vector<int32_t>& vecPlace = _edit.vecPlace;
-    const HRESULT hr = _edit.strName == "pick"   ? pKey->KeyAddPoint(vecPlace[0], vecPlace[1])
-                       : _edit.strName == "rect" ? pKey->KeyAddRect(vecPlace[0], vecPlace[1], vecPlace[2], vecPlace[3])
-                                                 : pKey->KeyExcludePoint(vecPlace[0], vecPlace[1]);
-    Result_Check(hr, "--" + _edit.strName + " " + _edit.strPlace);
+    Result_Check(_keyer.Key2() ? _keyer.Key2()->FrameSet(_pFrameOrNull)
+                               : _keyer.Key()->KeyFrameSet(_pFrameOrNull, nullptr),
+                 "handing over the frame to make keys on");
 }
 
-std::vector<CZKeyOptions::ADJUST> CZKeyOptions::Adjusts() const
+void CZKeyOptions::Detect(CZKeyer& _keyer) const
 {
-    std::vector<ADJUST> vecAdjusts;
-    if (m_vecAdjusts.empty())
-        return vecAdjusts;
-    const std::vector<ZTABLE_ROW>& vecRows = AdjustRows();
-    for (const std::string& strAdjust : m_vecAdjusts)
-    {
-        const auto [strName, strValue] = SplitPair(strAdjust, "--adjust");
-        const size_t nRow = FindAdjust(vecRows, strName);
-        const ZTABLE_ROW& row = vecRows[nRow];
-        double dblValue = 0;
-        const bool bNumber = PropText_ReadDouble(strValue, &dblValue);
-        if (!bNumber || !(dblValue >= row.dblLeast && dblValue <= row.dblMost))
-            throw CZUsageError(ZFormat("--adjust %s: %s has to be a number from %g to %g", strAdjust, strName,
-                                       row.dblLeast, row.dblMost));
-        if (row.eValue == eZV_Whole && dblValue != std::floor(dblValue))
-            throw CZUsageError(ZFormat("--adjust %s: %s has to be a whole number", strAdjust, strName));
-        vecAdjusts.push_back({static_cast<eCK_Adjust>(nRow), strName, dblValue});
-    }
-    return vecAdjusts;
+    if (_keyer.Key2())
+        Detect2(_keyer);
+    else
+        Detect1(_keyer);
 }
 
 void CZKeyOptions::ApplyKeys(CZKeyer& _keyer, IZFFrame* _pFirstFrame) const
 {
     const auto vecEdits = Edits(_pFirstFrame); // mistakes in the command line come before anything else
-    const auto fnFrameSet = [&](IZFFrame* _pFrame) {
-        return _keyer.Key2() ? _keyer.Key2()->FrameSet(_pFrame) : _keyer.Key()->KeyFrameSet(_pFrame, nullptr);
-    };
     // The frame comes first: its matrix carries keys that are loaded into another type.
-    Result_Check(fnFrameSet(_pFirstFrame), "handing over the first frame");
+    FrameSet(_keyer, _pFirstFrame);
     if (!m_strKeys.empty())
         _keyer.LoadFile(m_strKeys);
     _keyer.OptionNeed(c_szOptionARGB, "true"); // the alpha in the frame, and its colours cleaned
     ApplyOptions(_keyer);
     if (_keyer.Key2())
-        ApplyKeys2(_keyer, vecEdits);
+        ApplyKeys2(_keyer, _pFirstFrame, vecEdits);
     else
         ApplyKeys1(_keyer, vecEdits);
-    Result_Check(fnFrameSet(nullptr), "taking the first frame back");
-}
-
-void CZKeyOptions::ApplyKeys1(CZKeyer& _keyer, const std::vector<EDIT>& _vecEdits) const
-{
-    if (Detects())
-        Detect(_keyer);
-    ApplyType(_keyer);
-    for (const EDIT& edit : _vecEdits)
-        ApplyEdit(_keyer, edit);
-    for (const ADJUST& adjust : Adjusts())
-        Result_Check(_keyer.Key()->KeyAdjustSet(adjust.eAdjust, adjust.dblValue),
-                     ZFormat("--adjust %s", adjust.strName));
+    FrameSet(_keyer, nullptr);
 }
 
 CZOutFile* CZKeyOptions::OpenKeys(CZOutFiles& _files) const

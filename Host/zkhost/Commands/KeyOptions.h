@@ -9,14 +9,17 @@
 #include <utility>
 #include <vector>
 
-/// What is common to the commands that key: input, key set, options, and how they talk.
+/// What is common to the commands that key: input, generation, key set, options, and how they talk. What one generation
+/// alone has is in KeyOptions1.cpp and KeyOptions2.cpp.
 class CZKeyOptions
 {
 public:
     /// Adds the positional input, --in, --set and the general switches.
     void AddInput(CLI::App& _command);
-    /// Adds --keys, --auto, --pick and so on. _bOrAuto: when none of them is given, --auto counts as given.
-    void AddKeys(CLI::App& _command, bool _bOrAuto);
+    /// Adds --keyer alone, for a command that makes its keys by detection.
+    void AddKeyer(CLI::App& _command);
+    /// Adds --keyer, --keys, --auto, --pick and so on.
+    void AddKeys(CLI::App& _command);
 
     const std::string& Input() const
     {
@@ -31,16 +34,19 @@ public:
         return m_bQuiet;
     }
 
-    /// Sets the log level, and checks all that can be checked without a frame; call before anything else.
-    void Begin() const;
-    /// The class of the object that --keyer asks for.
+    /// Sets the log level, decides for a generation, and checks all that can be checked without a frame; call before
+    /// anything else.
+    void Begin();
+    /// The class of the object to key with.
     const CLSID& ClassId() const;
     /// Sets the options of the object; those of detection are kept for Detect.
     void ApplyOptions(CZKeyer& _keyer) const;
-    /// Finds the backdrop of the frame set for keying; throws when there is none.
+    /// Sets the frame to make keys on; null takes it back.
+    static void FrameSet(CZKeyer& _keyer, IZFFrame* _pFrameOrNull);
+    /// Finds the backdrop of that frame; throws when there is none.
     void Detect(CZKeyer& _keyer) const;
     /// Makes the key set as the command line says, from the first frame, and sets the object up for results with alpha.
-    /// The options come after those of a key file.
+    /// Where it does not say what to key, the backdrop is searched for. The options come after those of a key file.
     void ApplyKeys(CZKeyer& _keyer, IZFFrame* _pFirstFrame) const;
     /// The file that the keys are to be saved in at the end of the job, one of its outputs; null when there is none.
     CZOutFile* OpenKeys(CZOutFiles& _files) const;
@@ -60,40 +66,58 @@ private:
         std::string strName;
         double dblValue;
     };
-    enum eKeys
+    /// A parameter and its value.
+    struct PARAM
     {
-        eKeys_None,   ///< the command makes them by detection alone
-        eKeys_Needed, ///< the command line has to say what to key
-        eKeys_OrAuto, ///< the backdrop is searched for unless it does
+        std::string strName;
+        double dblValue;
     };
 
     bool GivesKeys() const;
     bool Detects() const;
-    void ApplyType(CZKeyer& _keyer) const;
-    void ApplyKeys1(CZKeyer& _keyer, const std::vector<EDIT>& _vecEdits) const;
-    void ApplyKeys2(CZKeyer& _keyer, const std::vector<EDIT>& _vecEdits) const;
-    void ApplyParams(CZKeyer& _keyer) const;
-    void CheckGeneration() const;
     std::vector<EDIT> Edits(IZFFrame* _pFirstFrame) const;
-    static void ApplyEdit(CZKeyer& _keyer, const EDIT& _edit);
+
+    void AddKeys1(CLI::App& _command);
+    static std::string Help1();
+    /// An option that only the first generation has, as it was given; empty: there is none.
+    std::string Only1() const;
+    void Check1() const;
+    void Detect1(CZKeyer& _keyer) const;
+    void ApplyType(CZKeyer& _keyer) const;
+    static void ApplyEdit1(CZKeyer& _keyer, const EDIT& _edit);
     std::vector<ADJUST> Adjusts() const;
+    void ApplyKeys1(CZKeyer& _keyer, const std::vector<EDIT>& _vecEdits) const;
+
+    void AddKeys2(CLI::App& _command);
+    static std::string Help2();
+    /// An option that only the second generation has, as it was given; empty: there is none.
+    std::string Only2() const;
+    std::vector<PARAM> Params() const;
+    void Detect2(CZKeyer& _keyer) const;
+    void ApplyPlate(CZKeyer& _keyer, IZFFrame* _pFirstFrame) const;
+    static void ApplyRegion(CZKeyer& _keyer, const std::string& _strRegion);
+    void ApplyKeys2(CZKeyer& _keyer, IZFFrame* _pFirstFrame, const std::vector<EDIT>& _vecEdits) const;
 
     CLI::App* m_pCommand = nullptr;
-    eKeys m_eKeys = eKeys_None;
     std::string m_strInput;
     std::string m_strRawSpec;
     std::vector<std::string> m_vecSets;
     bool m_bQuiet = false;
     bool m_bVerbose = false;
 
+    int m_nKeyer = 0; ///< 0 until Begin has decided
     std::string m_strKeys;
     std::string m_strSaveKeys;
-    std::string m_strType;
     bool m_bAuto = false;
-    int m_nKeyer = 1;
-    std::vector<std::string> m_vecParams;
-    std::vector<std::string> m_vecAdjusts;
     std::vector<std::string> m_vecPicks;
     std::vector<std::string> m_vecExcludes;
     std::vector<std::string> m_vecRects;
+
+    std::string m_strType;
+    std::vector<std::string> m_vecAdjusts;
+
+    std::vector<std::string> m_vecParams;
+    std::string m_strView;
+    std::vector<std::string> m_vecRegions;
+    std::string m_strPlate;
 };

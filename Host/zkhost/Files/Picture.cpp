@@ -3,6 +3,7 @@
 #include "Kit/HostError.h"
 
 #include "Base/ZLog.h"
+#include "Base/ZPixelFormats.h"
 #include "Base/ZPtr.h"
 #include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"
@@ -82,9 +83,25 @@ void Picture_FromFrame(IZFFrame* _pFrame, PICTURE& _picture)
 {
     ZF_VID_PROPS vidProps = {};
     ReadFrame(_pFrame, _picture, vidProps);
-    _picture.bAlpha = vidProps.fccType == eZFCC_ARGB32;
+    _picture.bAlpha = FCC_HasAlpha(vidProps.fccType);
     if (vidProps.fccType == eZFCC_RGB32) // its fourth byte means nothing
         MakeOpaque(_picture);
+}
+
+bool Picture_FromDeepFrame(IZFFrame* _pFrame, DEEP_PICTURE& _picture)
+{
+    ZF_VID_PROPS vidProps = {};
+    ZF_VID_PTR vidPtr = {};
+    if (FAILED(_pFrame->VideoPropsGet(&vidProps)) || vidProps.fccType != eZFCC_ARGB64 ||
+        _pFrame->VideoPtrGet(eZFP_Flip, &vidPtr) != S_OK)
+        return false;
+    _picture.nWidth = vidPtr.szVideoPlanes[0].cx;
+    _picture.nHeight = vidPtr.szVideoPlanes[0].cy;
+    _picture.vecWords.resize(_picture.RowWords() * static_cast<size_t>(_picture.nHeight));
+    for (int y = 0; y < _picture.nHeight; ++y)
+        std::memcpy(_picture.vecWords.data() + static_cast<size_t>(y) * _picture.RowWords(), Img_RowOf(vidPtr, 0, y),
+                    _picture.RowWords() * sizeof(uint16_t)); // little-endian, as every machine this runs on
+    return true;
 }
 
 bool Picture_FromMask(IZFFrame* _pResult, PICTURE& _picture)

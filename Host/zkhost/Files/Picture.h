@@ -36,6 +36,23 @@ struct PICTURE
     void Resize(int _nWidth, int _nHeight, int _nChannels);
 };
 
+/// A picture of 16 bits a channel: top-down, no padding, words B, G, R, A; straight alpha, 65535 is opaque.
+struct DEEP_PICTURE
+{
+    int nWidth = 0;
+    int nHeight = 0;
+    std::vector<uint16_t> vecWords;
+
+    size_t RowWords() const
+    {
+        return static_cast<size_t>(nWidth) * 4;
+    }
+    const uint16_t* Row(int _nRow) const
+    {
+        return vecWords.data() + static_cast<size_t>(_nRow) * RowWords();
+    }
+};
+
 /// Fills a rectangle of a picture of B, G, R, A, as far as it lies in the picture, with an opaque colour, 0xRRGGBB.
 void Picture_Fill(PICTURE& _picture, int _nLeft, int _nTop, int _nRight, int _nBottom, uint32_t _nRGB);
 
@@ -46,6 +63,8 @@ void Picture_CheckSize(int64_t _nWidth, int64_t _nHeight, const std::string& _st
 
 /// Reads a frame of any readable format as B, G, R, A. The alpha is the frame's own for ARGB32, else 255.
 void Picture_FromFrame(IZFFrame* _pFrame, PICTURE& _picture);
+/// Reads a frame of eZFCC_ARGB64 as it is; false, and nothing read, for any other format.
+bool Picture_FromDeepFrame(IZFFrame* _pFrame, DEEP_PICTURE& _picture);
 /// Reads the mask that is attached to a result frame as a grey picture; false, and nothing read, where there is none.
 bool Picture_FromMask(IZFFrame* _pResult, PICTURE& _picture);
 /// Takes the alpha of a picture out as a grey picture, and the other way round; sizes must agree.

@@ -28,6 +28,16 @@ public:
 
     void Write(const PICTURE& _picture) override
     {
+        WriteNext(_picture);
+    }
+    void Write(const DEEP_PICTURE& _picture) override
+    {
+        WriteNext(_picture);
+    }
+
+private:
+    template <class Picture> void WriteNext(const Picture& _picture)
+    {
         if (m_nWritten > 0 && !m_bSequence)
             throw CZHostError(
                 ZFormat("%s takes one picture, and there are more; name a sequence, as name_%%05d.png, or "
@@ -40,7 +50,6 @@ public:
         ++m_nWritten;
     }
 
-private:
     std::string m_strPath;
     bool m_bSequence;
     CZOutFiles& m_files;
@@ -56,10 +65,10 @@ std::unique_ptr<CZPictureWriter> PictureWriter_Open(const std::string& _strPath,
     const std::string strType = NamePattern_Extension(_strPath);
     if (strType == "png")
         return std::make_unique<CZPngWriter>(_strPath, _files);
+    if (strType == "raw" || (_strPath == "-" && _fccOpaque == eZFCC_ARGB64))
+        return std::make_unique<CZRawWriter>(_strPath, _stream, _fccOpaque, _files);
     if (strType == "y4m" || _strPath == "-")
         return std::make_unique<CZY4mWriter>(_strPath, _stream, _fccOpaque, _files);
-    if (strType == "raw")
-        return std::make_unique<CZRawWriter>(_strPath, _stream, _fccOpaque, _files);
     throw CZUsageError(ZFormat("%s: unknown kind of output; use *.png, name_%%05d.png, *.y4m, *.raw, or - for Y4M on "
                                "standard output",
                                _strPath));

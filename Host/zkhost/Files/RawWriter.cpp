@@ -7,6 +7,7 @@
 #include "Video/ZFrameWriter.h"
 
 #include <cstring>
+#include <utility>
 
 void CZFramePacker::Make(const PICTURE& _picture, uint32_t _fccType, int32_t _eInterlace)
 {
@@ -43,4 +44,12 @@ void CZRawWriter::Write(const PICTURE& _picture)
     // Field order matters only where chroma is shared between rows.
     m_packer.Make(_picture, fccType, FCC_IsRGB(fccType) ? eZI_Progressive : m_eInterlace);
     m_file.Write(m_packer.Bytes().data(), m_packer.Bytes().size());
+}
+
+void CZRawWriter::Write(const DEEP_PICTURE& _picture)
+{
+    m_vecWords = _picture.vecWords;
+    for (size_t i = 0; i < m_vecWords.size(); i += 4)
+        std::swap(m_vecWords[i], m_vecWords[i + 2]); // to R, G, B, A
+    m_file.Write(m_vecWords.data(), m_vecWords.size() * sizeof(uint16_t));
 }

@@ -29,10 +29,12 @@ class CZRawWriter : public CZPictureWriter
 public:
     CZRawWriter(const std::string& _strPath, const STREAM& _stream, uint32_t _fccOpaque, CZOutFiles& _files);
     void Write(const PICTURE& _picture) override;
+    void Write(const DEEP_PICTURE& _picture) override;
 
 private:
     int32_t m_eInterlace;
     uint32_t m_fccOpaque;
     CZOutFile& m_file; // belongs to the files of the job
     CZFramePacker m_packer;
+    std::vector<uint16_t> m_vecWords;
 };

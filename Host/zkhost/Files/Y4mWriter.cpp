@@ -48,6 +48,11 @@ void CZY4mWriter::Write(const PICTURE& _picture)
         WriteFullChroma(_picture);
 }
 
+void CZY4mWriter::Write(const DEEP_PICTURE& /*_picture*/)
+{
+    throw CZUsageError(ZFormat("%s: a Y4M stream with alpha has 8 bits; write 16 to *.png or *.raw", m_file.Name()));
+}
+
 void CZY4mWriter::WritePlanes(const ZF_VID_PTR& _vidPtr)
 {
     for (int i = 0; i < 3; ++i)

@@ -8,6 +8,7 @@ class CZY4mWriter : public CZPictureWriter
 public:
     CZY4mWriter(const std::string& _strPath, const STREAM& _stream, uint32_t _fccOpaque, CZOutFiles& _files);
     void Write(const PICTURE& _picture) override;
+    void Write(const DEEP_PICTURE& _picture) override; ///< throws: there is no such Y4M
 
 private:
     const char* LayoutOf(const PICTURE& _picture) const;

@@ -1,6 +1,7 @@
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
 
 #include "Base/ZThread.h"
+#include "Interfaces/ZVideoTypes.h"
 #include "Props/PropStore.h"
 
 #include <algorithm>
@@ -17,6 +18,8 @@ enum eRow : size_t
     eRow_GPUMode,
     eRow_Borders,
     eRow_ARGB,
+    eRow_Depth,
+    eRow_Premultiplied,
     eRow_Thread,
     eRow_Threads,
     eRow_Count
@@ -34,6 +37,13 @@ constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
      "Left, top, right and bottom border in pixels; the result is the frame less these borders, left and right edge "
      "rounded up to multiples of 8. Frames in a texture are keyed whole."},
     {c_szOptionARGB, eCKOptionType_Bool, "false", "Convert the input into ARGB32; the result has its alpha filled."},
+    {c_szOptionDepth, eCKOptionType_Depth, "8",
+     "Bits of a channel in results that \"output.argb\" asks for: 8, or 16 for ARGB64, which keeps what the picture "
+     "has "
+     "of more than 8 bits and the fractions of mixed colours. Second generation; the first has 8."},
+    {c_szOptionPremultiplied, eCKOptionType_Bool, "false",
+     "Multiply the colours of ARGB results by their alpha, rounded to nearest; else alpha is straight. Second "
+     "generation, keyed frames; the first has straight alpha."},
     {c_szOptionThread, eCKOptionType_Bool, "true",
      "Process frames on a thread of their own, one frame behind. Switched off, a frame's result comes at once, and one "
      "that is still under way from before is dropped; fetch it first, with a null frame."},
@@ -84,6 +94,8 @@ std::string ChromaKeyOptions_Validate(std::string_view _svName, std::string_view
         return PropText_ReadBool(_svValue, &bValue) ? "" : "true or false";
     case eCKOptionType_Int:
         return PropText_ReadInt32(_svValue, &nValue) ? "" : "a whole number";
+    case eCKOptionType_Depth:
+        return PropText_ReadInt32(_svValue, &nValue) && (nValue == 8 || nValue == 16) ? "" : "a whole number, 8 or 16";
     default:
         return PropText_ReadRect(_svValue, &rectValue) ? "" : "four whole numbers: left,top,right,bottom";
     }
@@ -96,6 +108,8 @@ CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store)
     options.nGPUMode = GetInt(_store, eRow_GPUMode);
     options.bGPUFlush = GetBool(_store, eRow_GPUFlush);
     options.bOutputARGB = GetBool(_store, eRow_ARGB);
+    options.fccARGB = GetInt(_store, eRow_Depth) == 16 ? eZFCC_ARGB64 : eZFCC_ARGB32;
+    options.bPremultiplied = GetBool(_store, eRow_Premultiplied);
     options.nThreads = GetThreads(_store);
     options.rectBorders = _store.GetRect(c_arrOptions[eRow_Borders].pszName, {});
     options.bTimeOverlay = GetBool(_store, eRow_TimeOverlay);

@@ -15,6 +15,7 @@ enum eCKOptionType : int
 {
     eCKOptionType_Bool,
     eCKOptionType_Int,
+    eCKOptionType_Depth,   ///< 8 or 16
     eCKOptionType_Borders, ///< left, top, right, bottom; empty = none
 };
 
@@ -47,6 +48,8 @@ struct CK_FRAME_OPTIONS
     int32_t nGPUMode;
     bool bGPUFlush;
     bool bOutputARGB;
+    uint32_t fccARGB; ///< what bOutputARGB asks for: eZFCC_ARGB32 or eZFCC_ARGB64
+    bool bPremultiplied;
     int32_t nThreads;      ///< 1 to 16
     PROP_RECT rectBorders; ///< four border widths in pixels
     bool bTimeOverlay;

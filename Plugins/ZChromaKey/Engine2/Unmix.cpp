@@ -1,5 +1,6 @@
 #include "ZChromaKey/Engine2/Unmix.h"
 
+#include "Base/ZPixelFormats.h"
 #include "Base/ZVideoProps.h"
 #include "Image/ImgRowReader.h"
 #include "ZChromaKey/Engine2/Bodies.h"
@@ -357,7 +358,7 @@ UNMIX_PICTURE ReadPicture(UNMIX_STATE& _state, const CImgRowReader& _reader, con
     UNMIX_PICTURE picture;
     picture.nWidth = _reader.Width();
     picture.nHeight = _reader.Height();
-    picture.bAlpha = _input.vidProps.fccType == eZFCC_ARGB32;
+    picture.bAlpha = FCC_HasAlpha(_input.vidProps.fccType);
     if (_reader.IsInPlace())
     {
         picture.pRow0 = _reader.RowInPlace(0);

@@ -1,6 +1,7 @@
 #include "ZChromaKey/Engine2/UnmixEngine.h"
 
 #include "Base/ZAssert.h"
+#include "Base/ZPixelFormats.h"
 #include "Base/ZLog.h"
 #include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Screen.h"
@@ -97,7 +98,13 @@ ENGINE_PLAN CUnmixEngine::Plan(ENGINE_SETTINGS _settings) const
 {
     const UNMIX_SETTINGS settings = SettingsOf(_settings);
     const bool bKeys = settings.key.nKeysUsed > 0 || settings.nPlate != 0;
-    return {bKeys, bKeys, false, true};
+    return {bKeys, bKeys, bKeys, true};
+}
+
+bool CUnmixEngine::CanClean(uint32_t _fccType) const
+{
+    const eImgLayout eLayout = FCC_Layout(_fccType);
+    return eLayout != eIL_None && eLayout != eIL_RGB8;
 }
 
 UNMIX_SETUP CUnmixEngine::SetupOf(const UNMIX_SETTINGS& _settings, const UNMIX_PARTS& _parts, int32_t _nWidth,

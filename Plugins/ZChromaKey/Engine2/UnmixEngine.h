@@ -12,11 +12,8 @@ class CUnmixEngine final : public CUnmixFrameEngine
 {
 public:
     ENGINE_PLAN Plan(ENGINE_SETTINGS _settings) const override;
-    /// Colours are cleaned in the ARGB32 result alone, which is written whole.
-    bool CanClean(uint32_t) const override
-    {
-        return false;
-    }
+    /// Colours are unmixed in all formats that have any.
+    bool CanClean(uint32_t _fccType) const override;
     HRESULT Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings) override;
     void Hold(std::initializer_list<IUnknown*> _listOwners) noexcept override
     {

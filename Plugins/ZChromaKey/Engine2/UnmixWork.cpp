@@ -1,8 +1,10 @@
 #include "ZChromaKey/Engine2/UnmixWork.h"
 
 #include "Base/ZBorder.h"
+#include "Base/ZPixelFormats.h"
 #include "Base/ZVideoProps.h"
 #include "Image/ImgPlane.h"
+#include "ZChromaKey/Engine2/Output.h"
 
 #include <cstdlib>
 
@@ -26,35 +28,54 @@ HRESULT CUnmixWork::Key()
     const ptrdiff_t nWidth = m_job.source.vidProps.nWidth;
     const int32_t nHeight = std::abs(m_job.source.vidProps.nHeight);
     UNMIX_RESULT result;
-    if (m_job.bWrite && m_job.result.vidProps.fccType == eZFCC_ARGB32)
-        result = {Img_RowOf(m_job.result.vidPtr, 0, 0), m_job.result.vidPtr.cbVideoRowBytes[0], false};
+    const uint32_t fccType = m_job.result.vidProps.fccType;
+    const bool bWhole = m_job.bWrite && FCC_HasAlpha(fccType);
+    if (bWhole)
+        result = {Img_RowOf(m_job.result.vidPtr, 0, 0), m_job.result.vidPtr.cbVideoRowBytes[0],
+                  fccType == eZFCC_ARGB64};
     else
     {
-        m_vecResult.resize(static_cast<size_t>(4 * nWidth) * static_cast<size_t>(nHeight));
-        result = {m_vecResult.data(), 4 * nWidth, false};
-        m_setup.params.eView = eUV_Result; // only the mask gets out, and it is to stay one
+        const bool bWords = m_job.bWrite && CUnmixClean::WantsWords(fccType);
+        const ptrdiff_t cbRow = (bWords ? 8 : 4) * nWidth;
+        m_vecResult.resize(static_cast<size_t>(cbRow) * static_cast<size_t>(nHeight));
+        result = {m_vecResult.data(), cbRow, bWords};
+        m_setup.params.eView = eUV_Result; // the mask is to stay one
     }
     const HRESULT hr =
         Unmix_Frame(state, m_setup, {m_job.source.vidProps, m_job.source.vidPtr, m_job.eMatrix}, result, m_runner);
     if (SUCCEEDED(hr))
-        MaskWrite(result);
-    return hr;
+        Finish(result);
+    return hr == S_OK && m_job.bWrite && !bWhole ? Clean(result) : hr;
 }
 
-/// The alpha of the result as the mask.
-void CUnmixWork::MaskWrite(const UNMIX_RESULT& _result)
+/// The clean colours in the format of the input.
+HRESULT CUnmixWork::Clean(const UNMIX_RESULT& _result)
+{
+    constexpr int c_nGroupsPerPart = 8;
+    CUnmixClean clean;
+    const HRESULT hr = clean.Init(state, {m_job.source.vidProps, m_job.source.vidPtr, m_job.eMatrix},
+                                  {m_job.result.vidProps, m_job.result.vidPtr, m_job.eMatrix}, _result);
+    if (FAILED(hr))
+        return hr == E_NOTIMPL ? S_OK : hr; // grey has no colours
+    const auto Groups = [&](int _nFirst, int _nGroups) { clean.Pass(_nFirst, _nGroups); };
+    m_runner.Run(clean.Groups(), c_nGroupsPerPart, CRowPass(Groups));
+    return S_OK;
+}
+
+/// Puts the result into the forms that the job asks for: its alpha as the mask, its colours premultiplied.
+void CUnmixWork::Finish(const UNMIX_RESULT& _result)
 {
     constexpr int c_nRowsPerPart = 32;
     const int32_t nWidth = m_job.result.vidProps.nWidth;
     const int32_t nStride = VidProps_Mask(&m_job.result.vidProps).nRowBytes;
-    const auto Write = [&](int _nFirst, int _nRows) {
+    const bool bPremultiply = m_job.bPremultiply && FCC_HasAlpha(m_job.result.vidProps.fccType);
+    const auto Rows = [&](int _nFirst, int _nRows) {
         for (int y = _nFirst; y < _nFirst + _nRows; ++y)
         {
-            const uint8_t* const pPixel = _result.Bytes(y);
-            uint8_t* const pMask = m_job.pbMask + ptrdiff_t{nStride} * y;
-            for (int32_t x = 0; x < nWidth; ++x)
-                pMask[x] = pPixel[4 * x + 3];
+            Output_Mask(_result, y, nWidth, m_job.pbMask + ptrdiff_t{nStride} * y);
+            if (bPremultiply)
+                Output_Premultiply(_result, y, nWidth);
         }
     };
-    m_runner.Run(std::abs(m_job.result.vidProps.nHeight), c_nRowsPerPart, CRowPass(Write));
+    m_runner.Run(std::abs(m_job.result.vidProps.nHeight), c_nRowsPerPart, CRowPass(Rows));
 }

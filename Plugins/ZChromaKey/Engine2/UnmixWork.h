@@ -50,11 +50,12 @@ public:
 
 private:
     HRESULT Key();
-    void MaskWrite(const UNMIX_RESULT& _result);
+    HRESULT Clean(const UNMIX_RESULT& _result);
+    void Finish(const UNMIX_RESULT& _result);
 
     ENGINE_JOB m_job = {};
     UNMIX_SETUP m_setup;
-    std::vector<uint8_t> m_vecResult; ///< where the job takes no colours
+    std::vector<uint8_t> m_vecResult; ///< where the job takes no alpha
     CPoolRunner m_runner;
     HRESULT m_hr = S_OK;
 };

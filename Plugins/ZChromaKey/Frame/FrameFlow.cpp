@@ -11,8 +11,9 @@ constexpr uint32_t c_nOutputReadyMs = 1000;
 thread_local const CFrameFlow* t_pFlow = nullptr; // whose output thread the calling one is
 } // namespace
 
-CFrameFlow::CFrameFlow(PROCESS _fnProcess, std::function<void()> _fnFlush)
-    : m_fnProcess(std::move(_fnProcess))
+CFrameFlow::CFrameFlow(const char* _pszClass, PROCESS _fnProcess, std::function<void()> _fnFlush)
+    : m_pszClass(_pszClass)
+    , m_fnProcess(std::move(_fnProcess))
     , m_fnFlush(std::move(_fnFlush))
 {
 }
@@ -68,7 +69,7 @@ HRESULT CFrameFlow::ThreadStart()
     m_bStopping = false;
     if (m_thrOutput->IsRunning())
         return S_FALSE;
-    return m_thrOutput->Start(this, &CFrameFlow::OutputThread, "CCoZChromaKey");
+    return m_thrOutput->Start(this, &CFrameFlow::OutputThread, m_pszClass);
 }
 
 /// Takes the finished result out, and puts the next frame in.

@@ -21,8 +21,9 @@ public:
     /// What is done with a frame: hands out the result frame, or a failure, or success and null. Must not throw.
     using PROCESS = std::function<HRESULT(IZFFrame* _pFrame, IZFFrame** _ppFrameRes)>;
 
+    /// _pszClass: the plug-in object's class, which the output thread is named after; a literal.
     /// _fnFlush: tells the processing that the next frame begins a new stream; must not throw, lock or wait.
-    CFrameFlow(PROCESS _fnProcess, std::function<void()> _fnFlush);
+    CFrameFlow(const char* _pszClass, PROCESS _fnProcess, std::function<void()> _fnFlush);
 
     /// Processes a frame on the calling thread and hands out its result: S_OK and a frame, or the failure of processing
     /// it. Where processing gave no frame, the frame itself is the result.
@@ -70,6 +71,7 @@ private:
     RESULT Drop();
     void OutputThread();
 
+    const char* m_pszClass;
     PROCESS m_fnProcess;
     std::function<void()> m_fnFlush;
     CZEvent m_evtOutputReady{true}; // signalled: the pending slot is empty

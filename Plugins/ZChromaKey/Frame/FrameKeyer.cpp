@@ -3,6 +3,8 @@
 #include "Base/ZAssert.h"
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
+#include "Base/ZSaturate.h"
+#include "Image/ImgRowReader.h"
 #include "Props/PropStore.h"
 #include "ZChromaKey/Frame/FrameText.h"
 #include "ZChromaKey/Frame/TimeOverlay.h"
@@ -10,12 +12,6 @@
 
 namespace
 {
-
-void LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame* _pFrame, HRESULT _hr)
-{
-    if (ZLog_IsOn(_eLevel))
-        ZLog(_eLevel, _pszFormat, FrameText(_pFrame), _hr);
-}
 
 /// A texture attached to an input in system memory shows another picture than the result, which took it over.
 void TextureDrop(IZFFrame* _pFrameRes)
@@ -47,10 +43,23 @@ CZPtr<IZFFrame2> QueryPicture(IZFFrame* _pFrame)
     return cpFrame2;
 }
 
+/// Whether a frame that the host made for the result of a source of its own can be written as its record says.
+bool IsResultUsable(const ENGINE_JOB& _job)
+{
+    const ZF_VID_PROPS& vidProps = _job.result.vidProps;
+    const ZF_VID_PTR& vidPtr = _job.result.vidPtr;
+    const bool bAligned = vidProps.fccType != eZFCC_ARGB64 ||
+                          ((vidPtr.lpVideoPlanes[0] | int64_t{vidPtr.cbVideoRowBytes[0]}) & 1) == 0; // words
+    return bAligned && vidProps.nWidth == _job.source.vidProps.nWidth &&
+           ZAbs32(vidProps.nHeight) == ZAbs32(_job.source.vidProps.nHeight) &&
+           SUCCEEDED(CImgRowReader().Init(vidProps, vidPtr));
+}
+
 } // namespace
 
-CFrameKeyer::CFrameKeyer(CPropStore* _pStore, std::unique_ptr<CFrameEngine> _upEngine)
-    : m_pStore(_pStore)
+CFrameKeyer::CFrameKeyer(const char* _pszClass, CPropStore* _pStore, std::unique_ptr<CFrameEngine> _upEngine)
+    : m_pszClass(_pszClass)
+    , m_pStore(_pStore)
     , m_upEngine(std::move(_upEngine))
 {
 }
@@ -64,7 +73,8 @@ HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFr
     *_ppFrameRes = nullptr;
     if (m_idProcessing == std::this_thread::get_id())
     {
-        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: called from a method of the frame that is being processed\n");
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: called from a method of the frame that is being processed\n",
+             m_pszClass);
         return E_UNEXPECTED;
     }
     FRAMES frames; // outlives the lock
@@ -94,19 +104,18 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
     // Whatever happens to this frame, the output before it is not the answer to the next one; only a repeated frame
     // leaves it in place.
     FramesTake(_pFrames);
-    if (m_bFlushWanted.exchange(false))
-    {
+    const bool bNewStream = m_bFlushWanted.exchange(false);
+    if (bNewStream)
         m_upEngine->Flush();
-        m_comparer.Reset(); // the new stream has not seen a frame that comes again
-    }
     m_plan = m_upEngine->Plan(_settings);
     const bool bOptionsSame = !OptionsUpdate();
-    IZFFrame* const pFrameLast = bOptionsSame ? _pFrames->cpFrameLast.Get() : nullptr;
+    // An output of the stream before was keyed with what that stream had shown.
+    IZFFrame* const pFrameLast = bOptionsSame && !bNewStream ? _pFrames->cpFrameLast.Get() : nullptr;
     ZF_VID_PROPS vidProps = {};
     HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
     if (FAILED(hr))
     {
-        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: the frame has no video properties, hr=%08X\n", hr);
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: the frame has no video properties, hr=%08X\n", m_pszClass, hr);
         return hr;
     }
     const bool bCompared = m_plan.bCompares && VidProps_IsSet(&vidProps, true);
@@ -118,7 +127,7 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
         return hr;
     if (*_ppFrameRes)
     {
-        LogFrame(eZLog_Verbose, "CoZChromaKey::OnMediaReceiveI(%ws) SAME FRAME IN\n", _pFrame, hr);
+        LogFrame(eZLog_Verbose, "%hs::OnMediaReceiveI(%ws) SAME FRAME IN\n", _pFrame, hr);
         m_cpFrameLast = std::move(_pFrames->cpFrameLast);
         return hr;
     }
@@ -155,7 +164,23 @@ bool CFrameKeyer::OptionsUpdate()
     if (m_options && m_options->nChange == m_pStore->ChangeCount())
         return false;
     m_options = ChromaKeyOptions_Read(*m_pStore);
+    if (!m_plan.bReadsSource && (m_options->fccARGB != eZFCC_ARGB32 || m_options->bPremultiplied))
+    {
+        ZLog(eZLog_Warning,
+             "%hs: \"%hs\" and \"%hs\" are for the second generation; results have 8 bits a channel and straight "
+             "alpha\n",
+             m_pszClass, c_szOptionDepth, c_szOptionPremultiplied);
+        m_options->fccARGB = eZFCC_ARGB32;
+        m_options->bPremultiplied = false;
+    }
     return true;
+}
+
+/// A line about a frame. _pszFormat takes the class, without the first letter, the frame, and maybe the result.
+void CFrameKeyer::LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame* _pFrame, HRESULT _hr) const
+{
+    if (ZLog_IsOn(_eLevel))
+        ZLog(_eLevel, _pszFormat, m_pszClass + 1, FrameText(_pFrame), _hr);
 }
 
 /// The log tells once, not with every frame, where colour cancel has no effect.
@@ -163,16 +188,19 @@ void CFrameKeyer::LogNotCleaned(uint32_t _fccType)
 {
     if (m_upEngine->CanClean(_fccType) || std::exchange(m_fccNotCleaned, _fccType) == _fccType)
         return;
+    std::string strCleaned;
+    for (const PIXEL_FORMAT& format : FCC_All())
+        if (m_upEngine->CanClean(format.fccType))
+            strCleaned += ZFormat(strCleaned.empty() ? "%hs" : ", %hs", format.pszName);
     ZLog(eZLog_Info,
-         "CCoZChromaKey: colour cancel leaves the colours of %hs frames as they are; switch \"%hs\" on, or hand in "
-         "RGB24, RGB32, ARGB32, UYVY, HDYC, YUY2 or YVYU\n",
-         FCC_Name(_fccType), c_szOptionARGB);
+         "%hs: colour cancel leaves the colours of %hs frames as they are; switch \"%hs\" on, or hand in one of %hs\n",
+         m_pszClass, FCC_Name(_fccType), c_szOptionARGB, strCleaned);
 }
 
 /// The frame less its borders, as on the CPU. A frame in a texture has no picture that could be cut.
 HRESULT CFrameKeyer::GPUInput(IZFFrame* _pFrame, WORK_FRAME* _pWork)
 {
-    *_pWork = {CZPtr<IZFFrame>(_pFrame), false, false};
+    *_pWork = {m_pszClass, CZPtr<IZFFrame>(_pFrame)};
     ZF_VID_PTR vidPtr = {};
     if (_pFrame->VideoPtrGet(eZFP_Stored, &vidPtr) != S_OK)
         return S_OK;
@@ -209,8 +237,8 @@ HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
         LogNotCleaned(vidPropsRes.fccType);
     _pFrames->cpFrameUndrawn = cpFrameRes;
     if (m_options->bTimeOverlay)
-        TimeOverlay_Draw(&cpFrameRes);
-    LogFrame(eZLog_Verbose, "CoZChromaKey::OnMediaReceiveI(%ws) GPU Processed(%d) OK\n", _pFrame, hr);
+        TimeOverlay_Draw(m_pszClass, &cpFrameRes);
+    LogFrame(eZLog_Verbose, "%hs::OnMediaReceiveI(%ws) GPU Processed(%d) OK\n", _pFrame, hr);
     *_ppFrameRes = cpFrameRes.Detach();
     return S_OK;
 }
@@ -223,7 +251,7 @@ void CFrameKeyer::GPUFailed(IZFFrame* _pFrame, HRESULT _hr)
     LogFrame(bLogged     ? eZLog_Verbose
              : bExpected ? eZLog_Info
                          : eZLog_Error,
-             "CoZChromaKey::OnMediaReceiveI(%ws) Failed to perform GPU chroma key! hr=%08X\n", _pFrame, _hr);
+             "%hs::OnMediaReceiveI(%ws) Failed to perform GPU chroma key! hr=%08X\n", _pFrame, _hr);
 }
 
 HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
@@ -235,8 +263,9 @@ HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
     if (!cpFrame2)
         return S_FALSE;
     WORK_FRAME& work = _pFrames->work;
-    HRESULT hr = m_plan.bKeys && m_plan.bReadsSource ? WorkFrame_MakeFromSource(cpFrame2.Get(), *m_options, &work)
-                                                     : WorkFrame_Make(cpFrame2.Get(), *m_options, &work);
+    HRESULT hr = m_plan.bKeys && m_plan.bReadsSource
+                     ? WorkFrame_MakeFromSource(m_pszClass, cpFrame2.Get(), *m_options, &work)
+                     : WorkFrame_Make(m_pszClass, cpFrame2.Get(), *m_options, &work);
     if (SUCCEEDED(hr) && m_plan.bKeys)
         hr = OwnMake(&work);
     if (SUCCEEDED(hr) && m_plan.bKeys) // measured as the input is, not as what it was converted into
@@ -252,8 +281,8 @@ HRESULT CFrameKeyer::OwnMake(WORK_FRAME* _pWork)
 {
     ZF_VID_PROPS vidProps = {};
     const HRESULT hr = _pWork->cpFrame->VideoPropsGet(&vidProps);
-    const bool bWritten =
-        vidProps.fccType == eZFCC_ARGB32 || (m_plan.bCleans && m_upEngine->CanClean(vidProps.fccType));
+    const bool bAlpha = m_plan.bReadsSource ? FCC_HasAlpha(vidProps.fccType) : vidProps.fccType == eZFCC_ARGB32;
+    const bool bWritten = bAlpha || (m_plan.bCleans && m_upEngine->CanClean(vidProps.fccType));
     return FAILED(hr) ? hr : WorkFrame_MakeOwn(bWritten, _pWork);
 }
 
@@ -271,9 +300,16 @@ HRESULT CFrameKeyer::JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK
         if (SUCCEEDED(hr))
             hr = _work.cpSource->VideoPtrGet(eZFP_Flip, &_pJob->source.vidPtr);
     }
+    if (SUCCEEDED(hr) && !IsResultUsable(*_pJob))
+    {
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: a frame for the result of (%hs) came as (%hs)\n", m_pszClass,
+             VidProps_Text(&_pJob->source.vidProps), VidProps_Text(&result.vidProps));
+        hr = E_UNEXPECTED;
+    }
     if (SUCCEEDED(hr))
-        hr = WorkFrame_MakeMask(_pFrameIn, result.vidProps, _pMask);
+        hr = WorkFrame_MakeMask(m_pszClass, _pFrameIn, result.vidProps, _pMask);
     _pJob->bWrite = _work.bOwnPixels; // alpha of ARGB32, clean colours
+    _pJob->bPremultiply = m_options->bPremultiplied;
     _pJob->pbMask = _pMask->pbAlpha;
     _pJob->nThreads = static_cast<uint32_t>(m_options->nThreads);
     return hr;
@@ -281,8 +317,7 @@ HRESULT CFrameKeyer::JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK
 
 HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, ENGINE_SETTINGS _settings, FRAMES* _pFrames)
 {
-    const WORK_FRAME& work = _pFrames->work;
-    IZFFrame* const pFrame = work.cpFrame.Get();
+    WORK_FRAME& work = _pFrames->work;
     WORK_MASK& mask = _pFrames->mask;
     ENGINE_JOB job = {};
     job.eMatrix = _eMatrix;
@@ -292,16 +327,19 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, ENGINE_
     if (SUCCEEDED(hr))
         hr = m_upEngine->Process(job, _settings);
     if (SUCCEEDED(hr))
-        hr = pFrame->AttachmentSet(L"mask", mask.cpFrame.Get());
+        hr = WorkFrame_Trim(&work, &mask);
+    if (SUCCEEDED(hr))
+        hr = work.cpFrame->AttachmentSet(L"mask", mask.cpFrame.Get());
     if (hr == Z_E_TIMEOUT)
     {
-        m_upEngine->Hold({work.cpSource.Get(), pFrame, mask.cpFrame.Get()});
+        m_upEngine->Hold({work.cpSource.Get(), work.cpFrame.Get(), mask.cpFrame.Get()});
         ZLog(eZLog_Error,
-             "CCoZChromaKey::OnMediaReceive: keying was given up: a thread waited too long for the frame's "
-             "memory or for the log; it is left to itself, and the next frame gets another one\n");
+             "%hs::OnMediaReceive: keying was given up: a thread waited too long for the frame's memory or for the "
+             "log; it is left to itself, and the next frame gets another one\n",
+             m_pszClass);
     }
     else if (FAILED(hr))
-        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: a frame (%hs) cannot be keyed on the CPU, hr=%08X\n",
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: a frame (%hs) cannot be keyed on the CPU, hr=%08X\n", m_pszClass,
              VidProps_Text(&job.result.vidProps), hr);
     return hr;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZLog.h"
 #include "Base/ZPtr.h"
 #include "Interfaces/IZFFrame.h"
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
@@ -23,8 +24,9 @@ class CPropStore;
 class CFrameKeyer
 {
 public:
-    /// The store is borrowed and has to outlive this object.
-    CFrameKeyer(CPropStore* _pStore, std::unique_ptr<CFrameEngine> _upEngine);
+    /// _pszClass: the plug-in object's class as log lines name it, a literal. The store is borrowed and has to outlive
+    /// this object.
+    CFrameKeyer(const char* _pszClass, CPropStore* _pStore, std::unique_ptr<CFrameEngine> _upEngine);
 
     /// Hands out the keyed frame, which the caller releases; the input is never written to.
     ///
@@ -73,6 +75,7 @@ private:
     void FramesTake(FRAMES* _pFrames);
     void CloseLocked(FRAMES* _pFrames);
     bool OptionsUpdate();
+    void LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame* _pFrame, HRESULT _hr) const;
     void LogNotCleaned(uint32_t _fccType);
     HRESULT GPUInput(IZFFrame* _pFrame, WORK_FRAME* _pWork);
     HRESULT KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
@@ -83,6 +86,7 @@ private:
                      IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     HRESULT RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, ENGINE_SETTINGS _settings, FRAMES* _pFrames);
 
+    const char* m_pszClass;
     CPropStore* m_pStore;
     std::mutex m_mtxProcess; // held while a frame is processed: Close and a change of threading wait for it
     std::atomic<std::thread::id> m_idProcessing; // the thread that holds it for a frame

@@ -122,7 +122,7 @@ HRESULT MakeOwn(CZPtr<IZFFrame>* _pcpFrame)
 
 } // namespace
 
-HRESULT TimeOverlay_Draw(CZPtr<IZFFrame>* _pcpFrame)
+HRESULT TimeOverlay_Draw(const char* _pszClass, CZPtr<IZFFrame>* _pcpFrame)
 {
     ZF_TIMECODE timeCode = {};
     (*_pcpFrame)->TimeCodeGet(&timeCode);
@@ -139,6 +139,6 @@ HRESULT TimeOverlay_Draw(CZPtr<IZFFrame>* _pcpFrame)
         if (const auto cpMaskFrame = ZQuery<IZFFrame>(cpMask))
             hr = DrawBox(cpMaskFrame.Get(), strText);
     if (FAILED(hr))
-        ZLog(eZLog_Verbose, "CCoZChromaKey: the time cannot be drawn onto this frame, hr=%08X\n", hr);
+        ZLog(eZLog_Verbose, "%hs: the time cannot be drawn onto this frame, hr=%08X\n", _pszClass, hr);
     return hr;
 }

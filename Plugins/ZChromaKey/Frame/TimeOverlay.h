@@ -7,5 +7,5 @@
 /// "bg-color=black(100)": black, 100 percent opaque; digits are 7 pixels high per 180 rows of the picture.
 ///
 /// A frame whose pixels another frame shares is replaced by a copy. E_NOTIMPL: a format without 8-bit luma, or no
-/// picture in system memory.
-HRESULT TimeOverlay_Draw(CZPtr<IZFFrame>* _pcpFrame);
+/// picture in system memory. _pszClass: of the plug-in object, as log lines name it.
+HRESULT TimeOverlay_Draw(const char* _pszClass, CZPtr<IZFFrame>* _pcpFrame);

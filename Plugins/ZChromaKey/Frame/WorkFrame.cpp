@@ -15,17 +15,18 @@ namespace
 {
 
 /// _nFlags: eZFCopy, whether the pixels are converted or left for others to write.
-HRESULT MakeARGB(uint32_t _nFlags, WORK_FRAME* _pWork)
+HRESULT MakeARGB(uint32_t _nFlags, uint32_t _fccARGB, WORK_FRAME* _pWork)
 {
     const auto cpFrame2 = ZQuery<IZFFrame2>(_pWork->cpFrame);
     CZPtr<IZFFrame> cpARGB;
-    const HRESULT hr = cpFrame2 ? cpFrame2->FrameConvert(_nFlags, eZFCC_ARGB32, cpARGB.Put()) : E_NOINTERFACE;
+    const HRESULT hr = cpFrame2 ? cpFrame2->FrameConvert(_nFlags, _fccARGB, cpARGB.Put()) : E_NOINTERFACE;
     if (FAILED(hr) || !cpARGB)
     {
         ZLog(eZLog_Error,
-             "CCoZChromaKey::OnMediaReceive: \"%hs\": the frame (%hs) cannot be converted, hr=%08X; switch the "
-             "option off\n",
-             c_szOptionARGB, FrameText(_pWork->cpFrame.Get()), hr);
+             "%hs::OnMediaReceive: \"%hs\": the frame (%hs) cannot be converted into %hs, hr=%08X; switch the option "
+             "off%hs\n",
+             _pWork->pszClass, c_szOptionARGB, FrameText(_pWork->cpFrame.Get()), FCC_Name(_fccARGB), hr,
+             _fccARGB == eZFCC_ARGB64 ? ", or set \"output.depth\" to 8" : "");
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     _pWork->cpFrame = std::move(cpARGB);
@@ -38,6 +39,43 @@ HRESULT MakeARGB(uint32_t _nFlags, WORK_FRAME* _pWork)
 int64_t RoundUpTo8(int64_t _nValue)
 {
     return (_nValue + 7) & ~int64_t{7};
+}
+
+/// What borders leave of a picture; nothing where a second corner is not beyond the first.
+WORK_PART PartOf(const PROP_RECT& _borders, const ZF_VID_PROPS& _vidProps)
+{
+    const int64_t nWidth = _vidProps.nWidth;
+    const int64_t nHeight = std::abs(int64_t{_vidProps.nHeight});
+    return {ZSaturate32(RoundUpTo8(std::max(_borders.nLeft, 0))), std::max(_borders.nTop, 0),
+            // rounding up may pass the width
+            ZSaturate32(std::min(RoundUpTo8(nWidth - std::max(_borders.nRight, 0)), nWidth)),
+            ZSaturate32(nHeight - std::max(_borders.nBottom, 0))};
+}
+
+/// Where a part lies in the picture that was cut out for it, which begins with a whole chroma sample of each field. Its
+/// columns are those of the part: multiples of 8, or the even width.
+WORK_PART InsideOf(const WORK_PART& _part, const ZF_VID_PROPS& _vidProps)
+{
+    const int32_t nUnit = (VidProps_FieldOrder(&_vidProps) != 0 ? 2 : 1) * FCC_Subsampling(_vidProps.fccType, 1).cy;
+    const int32_t nY = _part.nY1 % nUnit;
+    return {0, nY, _part.nX2 - _part.nX1, nY + _part.nY2 - _part.nY1};
+}
+
+/// Puts a part of a frame in its place.
+HRESULT Trim(const char* _pszClass, const WORK_PART& _part, CZPtr<IZFFrame>* _pcpFrame)
+{
+    const auto cpFrame2 = ZQuery<IZFFrame2>(*_pcpFrame);
+    CZPtr<IZFFrame> cpPart;
+    const HRESULT hr =
+        cpFrame2 ? cpFrame2->FrameRect(_part.nX1, _part.nY1, _part.nX2, _part.nY2, cpPart.Put()) : E_NOINTERFACE;
+    if (FAILED(hr) || !cpPart)
+    {
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: \"%hs\" cannot be cut from the result (%hs), hr=%08X\n", _pszClass,
+             c_szOptionBorders, FrameText(_pcpFrame->Get()), hr);
+        return FAILED(hr) ? hr : E_UNEXPECTED;
+    }
+    *_pcpFrame = std::move(cpPart);
+    return S_OK;
 }
 
 /// The engine takes the stride of a mask from the frame's properties, so the mask made has to agree.
@@ -59,51 +97,51 @@ HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork)
     HRESULT hr = cpFrame2 ? cpFrame2->VideoPropsGet(&vidProps) : E_NOINTERFACE;
     if (FAILED(hr))
         return hr;
-    const int64_t nHeight = std::abs(int64_t{vidProps.nHeight});
-    const int64_t nX1 = RoundUpTo8(std::max(_borders.nLeft, 0));
-    const int64_t nX2 = // rounding up may pass the width
-        std::min(RoundUpTo8(int64_t{vidProps.nWidth} - std::max(_borders.nRight, 0)), int64_t{vidProps.nWidth});
-    const int64_t nY1 = std::max(_borders.nTop, 0);
-    const int64_t nY2 = nHeight - std::max(_borders.nBottom, 0);
+    const WORK_PART part = PartOf(_borders, vidProps);
     CZPtr<IZFFrame> cpRect;
-    hr = nX1 < nX2 && nY1 < nY2
-             ? cpFrame2->FrameRect(static_cast<int32_t>(nX1), static_cast<int32_t>(nY1), static_cast<int32_t>(nX2),
-                                   static_cast<int32_t>(nY2), cpRect.Put())
+    hr = part.nX1 < part.nX2 && part.nY1 < part.nY2
+             ? cpFrame2->FrameRect(part.nX1, part.nY1, part.nX2, part.nY2, cpRect.Put())
              : E_INVALIDARG;
     if (FAILED(hr) || !cpRect)
     {
-        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: \"%hs\" %d,%d,%d,%d %hs a frame of %dx%d, hr=%08X\n",
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: \"%hs\" %d,%d,%d,%d %hs a frame of %dx%d, hr=%08X\n", _pWork->pszClass,
              c_szOptionBorders, _borders.nLeft, _borders.nTop, _borders.nRight, _borders.nBottom,
              hr == E_INVALIDARG ? "leave nothing (use narrower ones) of" : "cannot be cut from", vidProps.nWidth,
-             nHeight, hr);
+             ZAbs32(vidProps.nHeight), hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     hr = cpRect->VideoPropsGet(&vidProps);
-    const bool bWidened = vidProps.nWidth != nX2 - nX1 || ZAbs32(vidProps.nHeight) != nY2 - nY1;
+    const bool bWidened = vidProps.nWidth != part.nX2 - part.nX1 || ZAbs32(vidProps.nHeight) != part.nY2 - part.nY1;
     _pWork->cpFrame = std::move(cpRect);
     _pWork->bOwnFrame = true;
     _pWork->bWidened = bWidened;
     return hr;
 }
 
-HRESULT WorkFrame_Make(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork)
+HRESULT WorkFrame_Make(const char* _pszClass, IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork)
 {
-    *_pWork = {CZPtr<IZFFrame>(_pFrame), false, false};
+    *_pWork = {_pszClass, CZPtr<IZFFrame>(_pFrame)};
     ZF_VID_PROPS vidProps = {};
     HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
-    if (SUCCEEDED(hr) && _options.bOutputARGB && vidProps.fccType != eZFCC_ARGB32)
-        hr = MakeARGB(eZFC_Converted, _pWork);
+    if (SUCCEEDED(hr) && _options.bOutputARGB && vidProps.fccType != _options.fccARGB)
+        hr = MakeARGB(eZFC_Converted, _options.fccARGB, _pWork);
     return SUCCEEDED(hr) ? WorkFrame_Cut(_options.rectBorders, _pWork) : hr;
 }
 
-HRESULT WorkFrame_MakeFromSource(IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork)
+HRESULT WorkFrame_MakeFromSource(const char* _pszClass, IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options,
+                                 WORK_FRAME* _pWork)
 {
-    *_pWork = {CZPtr<IZFFrame>(_pFrame)};
-    const HRESULT hr = WorkFrame_Cut(_options.rectBorders, _pWork);
+    *_pWork = {_pszClass, CZPtr<IZFFrame>(_pFrame)};
+    ZF_VID_PROPS vidProps = {};
+    HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
+    if (SUCCEEDED(hr))
+        hr = WorkFrame_Cut(_options.rectBorders, _pWork);
     if (FAILED(hr))
         return hr;
+    if (_options.bOutputARGB && _pWork->bWidened)
+        _pWork->part = InsideOf(PartOf(_options.rectBorders, vidProps), vidProps);
     _pWork->cpSource = _pWork->cpFrame;
-    return _options.bOutputARGB ? MakeARGB(eZFC_Renewed, _pWork) : S_OK;
+    return _options.bOutputARGB ? MakeARGB(eZFC_Renewed, _options.fccARGB, _pWork) : S_OK;
 }
 
 HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork)
@@ -116,7 +154,7 @@ HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork)
         cpFrame2 ? cpFrame2->FrameClone(_bWritten ? eZFC_Converted : eZFC_Cloned, cpClone.Put()) : E_NOINTERFACE;
     if (FAILED(hr) || !cpClone)
     {
-        ZLog(eZLog_Error, "CCoZChromaKey::OnMediaReceive: the frame cannot be cloned, hr=%08X\n", hr);
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: the frame cannot be cloned, hr=%08X\n", _pWork->pszClass, hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     _pWork->cpFrame = std::move(cpClone);
@@ -126,7 +164,7 @@ HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork)
     return S_OK;
 }
 
-HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask)
+HRESULT WorkFrame_MakeMask(const char* _pszClass, IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask)
 {
     ZF_VID_PROPS vidPropsMask = VidProps_Mask(&_vidProps);
     vidPropsMask.nGPUFlags = 0;
@@ -138,9 +176,8 @@ HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WO
     hr = cpZFFrameMask->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtr);
     if (FAILED(hr) || !IsMaskUsable(vidPropsMask, vidPtr))
     {
-        ZLog(eZLog_Error,
-             "CCoZChromaKey::OnMediaReceive: a mask of %dx%d with rows of %d bytes came as %dx%d(%d), hr=%08X\n",
-             vidPropsMask.nWidth, vidPropsMask.nHeight, vidPropsMask.nRowBytes, vidPtr.szVideoPlanes[0].cx,
+        ZLog(eZLog_Error, "%hs::OnMediaReceive: a mask of %dx%d with rows of %d bytes came as %dx%d(%d), hr=%08X\n",
+             _pszClass, vidPropsMask.nWidth, vidPropsMask.nHeight, vidPropsMask.nRowBytes, vidPtr.szVideoPlanes[0].cx,
              vidPtr.szVideoPlanes[0].cy, vidPtr.cbVideoRowBytes[0], hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
@@ -151,4 +188,12 @@ HRESULT WorkFrame_MakeMask(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WO
         std::memset(_pMask->pbAlpha + static_cast<size_t>(nRow) * nRowBytes + nWidth, 255, nRowBytes - nWidth);
     _pMask->cpFrame = std::move(cpZFFrameMask);
     return S_OK;
+}
+
+HRESULT WorkFrame_Trim(WORK_FRAME* _pWork, WORK_MASK* _pMask)
+{
+    if (!_pWork->part)
+        return S_OK;
+    const HRESULT hr = Trim(_pWork->pszClass, *_pWork->part, &_pWork->cpFrame);
+    return FAILED(hr) ? hr : Trim(_pWork->pszClass, *_pWork->part, &_pMask->cpFrame);
 }

@@ -5,7 +5,6 @@
 #include "ZChromaKey/Engine1/Gpu/GPUKeyer.h"
 #include "ZChromaKey/Keys/KeyState.h"
 #include "ZChromaKey/Objects/KeyerObject.h"
-#include "ZChromaKey/Objects/Tables.h"
 
 #include <memory>
 #include <mutex>
@@ -17,7 +16,7 @@
 ///
 /// With "output.thread" on, each frame's result comes with the next call; with it off, with the call itself. A result
 /// that is still under way when a frame comes in with the option off is dropped; a null frame fetches it before.
-class CCoZChromaKey final : public CZKeyerObject<IZChromaKey, CZTables>
+class CCoZChromaKey final : public CZKeyerObject<IZChromaKey>
 {
 public:
     explicit CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU);

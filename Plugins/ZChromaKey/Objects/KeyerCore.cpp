@@ -11,8 +11,9 @@
 CKeyerCore::CKeyerCore(const char* _pszClass, const char* _pszName, std::unique_ptr<CFrameEngine> _upEngine)
     : m_pszClass(_pszClass)
     , m_pszName(_pszName)
-    , m_keyer(&m_store, std::move(_upEngine))
+    , m_keyer(_pszClass, &m_store, std::move(_upEngine))
     , m_flow(
+          _pszClass,
           [this](IZFFrame* _pFrame, IZFFrame** _ppFrameRes) {
               return ZBorder(Method("OnMediaReceive_I"), [&] { return FrameKey(_pFrame, _ppFrameRes); });
           },

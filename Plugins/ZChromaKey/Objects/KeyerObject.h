@@ -6,14 +6,15 @@
 #include "Interfaces/IZProps.h"
 #include "ZChromaKey/Com/LateBinding.h"
 #include "ZChromaKey/Objects/KeyerCore.h"
+#include "ZChromaKey/Objects/Tables.h"
 
 #include <memory>
 #include <utility>
 
 /// Gives CKeyerCore the interfaces that every plug-in object has. Keys: the interface that this generation's keys are
-/// edited with. More: further interfaces of it.
-template <class Keys, class... More> class CZKeyerObject
-    : public CZUnknown<CZLateBinding<Keys>, IZFProcess, IZProps, IZPlugin, IZFPersist, More...>,
+/// edited with.
+template <class Keys> class CZKeyerObject
+    : public CZUnknown<CZLateBinding<Keys>, IZFProcess, IZProps, IZPlugin, IZFPersist, CZTables>,
       protected CKeyerCore
 {
 public:

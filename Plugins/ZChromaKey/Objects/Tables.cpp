@@ -8,6 +8,7 @@
 #include "Helpers/CKDetectOptions.h"
 #include "Props/PropText.h"
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
+#include "ZChromaKey/Config/Params2.h"
 #include "ZChromaKey/Engine1/Gpu/Adapters.h"
 #include "ZChromaKey/Keys/KeyAdjust.h"
 
@@ -104,6 +105,20 @@ TABLE AdjustsMake()
     return table;
 }
 
+TABLE ParamsMake()
+{
+    TABLE table;
+    for (const KEY2_PARAM& param : Params2_Table())
+    {
+        const std::string strRight = Params2_Check(param, param.dblMost + 1); // said of a value that is not
+        table.vecRows.push_back({param.pszName, param.pszChoices ? eZV_Choice : eZV_Number, 0, param.dblLeast,
+                                 param.dblMost, param.dblDefault, table.Keep(Params2_Text(param, param.dblDefault)),
+                                 param.pszChoices ? param.pszChoices : param.pszUnit, table.Keep(strRight),
+                                 param.pszOperator, param.pszEffect});
+    }
+    return table;
+}
+
 TABLE AdaptersMake()
 {
     TABLE table;
@@ -166,9 +181,11 @@ const TABLE* Find(int32_t _eTable)
         return Made<AdaptersMake>();
     case eZTable_System:
         return Made<SystemMake>();
+    case eZTable_Params:
+        return Made<ParamsMake>();
     default:
         ZLog(eZLog_Error, "CZTables: there is no table %d; there are %d to %d\n", _eTable, eZTable_Options,
-             eZTable_System);
+             eZTable_Params);
         return nullptr;
     }
 }
@@ -186,6 +203,8 @@ bool IsRight(int32_t _eTable, UINT _nRow, const ZTABLE_ROW& _row, const std::str
     case eZTable_Adjusts:
         return PropText_ReadDouble(_strValue, &dblValue) && dblValue >= _row.dblLeast && dblValue <= _row.dblMost &&
                (_row.eValue == eZV_Number || dblValue == static_cast<int>(dblValue));
+    case eZTable_Params:
+        return Params2_Read(Params2_Table()[_nRow], _strValue, &dblValue);
     default:
         return false; // nothing there can be set
     }

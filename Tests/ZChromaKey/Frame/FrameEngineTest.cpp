@@ -1,4 +1,5 @@
 #include "Props/PropStore.h"
+#include "Support/LogCatcher.h"
 #include "Support/TestFrames.h"
 #include "Video/FrameShorthand.h"
 #include "ZChromaKey/Frame/FrameFlow.h"
@@ -99,7 +100,7 @@ protected:
 
     CFakeEngine::SCRIPT m_script;
     CPropStore m_store;
-    CFrameKeyer m_keyer{&m_store, std::make_unique<CFakeEngine>(&m_script)};
+    CFrameKeyer m_keyer{"CCoZTest", &m_store, std::make_unique<CFakeEngine>(&m_script)};
     FAKE_SETTINGS m_settings = {1, 17};
     CZPtr<CZFrame> m_cpFrame = TestFrame_Make(eZFCC_RGB32, 32, -16);
 };
@@ -147,9 +148,11 @@ TEST_F(FrameEngine, ReadsTheSourceInItsOwnFormatWhereItAsksForIt)
 TEST_F(FrameEngine, HoldsWhatATimedOutFrameMayStillTouch)
 {
     m_script.fnProcess = [] { return Z_E_TIMEOUT; };
+    const CLogCatcher log;
     CZPtr<IZFFrame> cpRes;
     EXPECT_EQ(m_keyer.Process(m_cpFrame.Get(), EngineSettings_Of(m_settings), cpRes.Put()), Z_E_TIMEOUT);
     EXPECT_EQ(m_script.strCalls, "PH");
+    EXPECT_EQ(log.Count("CCoZTest::OnMediaReceive: keying was given up", eZLog_Error), 1u) << "by the object's name";
     m_keyer.Close();
     EXPECT_EQ(m_script.strCalls, "PHC");
 }
@@ -158,6 +161,7 @@ TEST_F(FrameEngine, AFlushBeginsANewStreamBeforeTheNextFrame)
 {
     std::function<void()> fnBefore = [] {};
     CFrameFlow flow(
+        "CCoZTest",
         [&](IZFFrame* _pFrame, IZFFrame** _ppFrameRes) {
             fnBefore();
             return m_keyer.Process(_pFrame, EngineSettings_Of(m_settings), _ppFrameRes);

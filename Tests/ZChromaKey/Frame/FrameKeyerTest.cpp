@@ -87,6 +87,22 @@ TEST_F(FrameKeyer, CutsHighDefinitionWithoutAnotherMatrix)
         }
 }
 
+TEST_F(FrameKeyer, LeavesTheSecondGenerationsOptionsAlone)
+{
+    const CLogCatcher log;
+    const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 32);
+    Set(L"output.argb", L"true");
+    Set(L"output.depth", L"16");
+    for (int n = 0; n < 2; ++n)
+    {
+        cpFrame->IdentityRenew();
+        EXPECT_EQ(PropsOf(Receive(cpFrame.Get()).Get()).fccType, eZFCC_ARGB32);
+    }
+    EXPECT_EQ(
+        log.Count("CCoZChromaKey: \"output.depth\" and \"output.premultiplied\" are for the second", eZLog_Warning),
+        1u);
+}
+
 TEST_F(FrameKeyer, LeavesWhatTheEngineLeavesOutOpaque)
 {
     const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 64, -32);
@@ -184,7 +200,8 @@ TEST_F(FrameKeyer, StandsFramesThatAnswerNonsense)
     vidProps.nHeight = INT32_MIN;
     cpHook->m_fnCreate = [](ZF_VID_PROPS* _pVidProps) { _pVidProps->nHeight = -32; };
     WORK_MASK mask;
-    EXPECT_EQ(WorkFrame_MakeMask(cpHook.Get(), vidProps, &mask), E_UNEXPECTED) << "another size than asked for";
+    EXPECT_EQ(WorkFrame_MakeMask("CCoZTest", cpHook.Get(), vidProps, &mask), E_UNEXPECTED)
+        << "another size than asked for";
 }
 
 TEST_F(FrameKeyer, KeysARepeatedFrameOnce)
@@ -216,6 +233,9 @@ TEST_F(FrameKeyer, KeysARepeatedFrameOnce)
     EXPECT_FALSE(IsRepeated(cpB.Get())) << "the key set has changed";
     Set(L"process.threads", L"3");
     EXPECT_FALSE(IsRepeated(cpB.Get())) << "an option has changed";
+    EXPECT_TRUE(IsRepeated(cpB.Get()));
+    EXPECT_EQ(m_cpKeyer->OnMediaFlush(), S_OK);
+    EXPECT_FALSE(IsRepeated(cpB.Get())) << "a new stream has begun";
     EXPECT_TRUE(IsRepeated(cpB.Get()));
 
     KeySet(TestKey(eCKT_None));

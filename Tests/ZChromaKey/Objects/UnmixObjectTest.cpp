@@ -1,102 +1,17 @@
-#include "Base/ZPtr.h"
-#include "Image/ImgPlane.h"
-#include "Interfaces/IZChromaKey2.h"
 #include "Interfaces/IZFPersist.h"
-#include "Interfaces/IZFProcess.h"
-#include "Interfaces/IZProps.h"
 #include "Support/AllocCounter.h"
-#include "Support/FrameAccess.h"
 #include "Support/LogCatcher.h"
-#include "Support/TestFrames.h"
 #include "Support/TestProps.h"
 #include "Support/Texts.h"
 #include "Video/FrameShorthand.h"
-#include "ZChromaKey/Objects/CoZChromaKey2.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <random>
+#include "ZChromaKey/Objects/UnmixKeyer.h"
 
 // The second generation whole: frames of a body before a backdrop, keyed by the object that hosts get.
 
 namespace
 {
 
-constexpr int c_nWidth = 192;
-constexpr int c_nHeight = 128;
-
-double BodyAlpha(int _nX, int _nY)
-{
-    const double dblX = _nX - 0.5 * c_nWidth;
-    const double dblY = _nY - 0.65 * c_nHeight;
-    return std::clamp((35 - std::sqrt(dblX * dblX + dblY * dblY)) / 4 + 0.5, 0.0, 1.0);
-}
-
-/// A grey-red body with a soft edge, before a backdrop of that colour whose light falls off to the right. _nNoise: not
-/// 0: noise that it begins with.
-CZPtr<CZFrame> Body(uint32_t _fccType, const double (&_arrBackdropBGR)[3], uint32_t _nNoise = 0,
-                    CZFramePool* _pPoolOrNull = nullptr)
-{
-    std::minstd_rand random(_nNoise);
-
-    constexpr double c_arrBody[3] = {90, 70, 150};
-    std::vector<uint8_t> vecBGRA;
-    for (int y = 0; y < c_nHeight; ++y)
-        for (int x = 0; x < c_nWidth; ++x)
-        {
-            const double dblAlpha = BodyAlpha(x, y);
-            for (int c = 0; c < 3; ++c)
-            {
-                const double dblValue =
-                    dblAlpha * c_arrBody[c] + (1 - dblAlpha) * _arrBackdropBGR[c] * (1 - 0.2 * x / c_nWidth);
-                const int nNoise = _nNoise ? static_cast<int>(random() % 11) - 5 : 0;
-                vecBGRA.push_back(static_cast<uint8_t>(std::lround(dblValue) + nNoise));
-            }
-            vecBGRA.push_back(255);
-        }
-    return TestFrame_Of(vecBGRA, _fccType, c_nWidth, -c_nHeight, _pPoolOrNull);
-}
-constexpr double c_arrGreen[3] = {50, 170, 60};
-constexpr double c_arrBlue[3] = {180, 70, 40};
-constexpr double c_arrGrey[3] = {120, 120, 120};
-
-class UnmixObject : public testing::Test
-{
-protected:
-    UnmixObject()
-    {
-        EXPECT_EQ(CCoZChromaKey2::Create(IID_IZChromaKey2, m_cpKeyer.PutVoid()), S_OK);
-        m_cpProps = ZQuery<IZProps>(m_cpKeyer);
-        m_cpProcess = ZQuery<IZFProcess>(m_cpKeyer);
-        EXPECT_EQ(m_cpProps->PropsSet(L"output.thread", L"false"), S_OK);
-        EXPECT_EQ(m_cpProps->PropsSet(L"gpu_mode", L"0"), S_OK);
-    }
-    CZPtr<IZFFrame> Receive(IZFFrame* _pFrame)
-    {
-        CZPtr<IZFFrame> cpRes;
-        EXPECT_EQ(m_cpProcess->OnMediaReceive(_pFrame, cpRes.Put()), S_OK);
-        return cpRes;
-    }
-    /// How far the mask of a result is from the truth on average, in levels; 255 where there is none.
-    static double Error(IZFFrame* _pFrameRes)
-    {
-        CZPtr<IUnknown> cpObject;
-        if (!_pFrameRes || _pFrameRes->AttachmentGet(L"mask", cpObject.Put()) != S_OK)
-            return 255;
-        const auto cpMask = ZQuery<IZFFrame>(cpObject);
-        double dblSum = 0;
-        for (int y = 0; y < c_nHeight; ++y)
-            for (int x = 0; x < c_nWidth; ++x)
-                dblSum += std::abs(Img_RowOf(PtrOf(cpMask.Get()), 0, y)[x] - 255 * BodyAlpha(x, y));
-        return dblSum / (c_nWidth * c_nHeight);
-    }
-
-    CZPtr<IZChromaKey2> m_cpKeyer;
-    CZPtr<IZProps> m_cpProps;
-    CZPtr<IZFProcess> m_cpProcess;
-};
+using UnmixObject = CUnmixObjectTest;
 
 TEST_F(UnmixObject, KeysABackdropThatItFindsAndOneThatIsPicked)
 {
@@ -256,7 +171,7 @@ TEST_F(UnmixObject, DoesNotAllocateOnceItIsWarm)
                 std::vector<CZPtr<CZFrame>> vecFrames; // in turn, with a new identity each time; the last brings noise
                 vecFrames.push_back(Body(fccType, c_arrGreen));
                 for (const uint32_t nNoise : {0u, 1u, 2u})
-                    vecFrames.push_back(Body(fccType, c_arrGreen, nNoise, vecFrames[0]->Pool()));
+                    vecFrames.push_back(Body(fccType, c_arrGreen, eZI_NotSet, nNoise, vecFrames[0]->Pool()));
                 CZPtr<IZFFrame> arrRes[4]; // kept, so that as many are made as can be under way at a time
                 uint64_t nWarm = 0;
                 for (size_t n = 0; n < 24; ++n)
@@ -280,7 +195,7 @@ TEST_F(UnmixObject, DoesNotAllocateOnceItIsWarm)
 
 TEST_F(UnmixObject, MemoryThatIsShortCostsOneFrame)
 {
-    const auto cpFrame = Body(eZFCC_UYVY, c_arrGreen, 1);
+    const auto cpFrame = Body(eZFCC_UYVY, c_arrGreen, eZI_NotSet, 1);
     const auto cpPlate = Body(eZFCC_RGB24, c_arrGreen);
     const auto cpMask = TestFrame_Of(std::vector<uint8_t>(4 * 32 * 32, 0), eZFCC_RGB8, 32, -32);
     int nPoints = 0;

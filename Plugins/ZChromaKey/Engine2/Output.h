@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Image/ImgPatch.h"
+#include "ZChromaKey/Engine2/Chroma.h"
+#include "ZChromaKey/Engine2/Pixels.h"
+#include "ZChromaKey/Engine2/Unmix.h"
+
+#include <cstdint>
+
+/// The result of a picture in the forms that a job asks for besides straight alpha.
+
+/// The alpha of a row of the result as bytes of the mask; 16 bits are rounded to nearest.
+void Output_Mask(const UNMIX_RESULT& _result, int _nRow, int _nWidth, uint8_t* _pMask);
+/// Multiplies the colours of a row by their alpha, rounded to nearest.
+void Output_Premultiply(const UNMIX_RESULT& _result, int _nRow, int _nWidth);
+
+/// Puts the colours of a result back into a picture of the input's format, where they are new: pixels that are not
+/// transparent and moved by more than one step of the format's depth. What the engine left alone keeps its samples.
+class CUnmixClean
+{
+public:
+    /// _target: the picture to write, a copy of the input. _state: as Unmix_Frame left it. All is borrowed.
+    HRESULT Init(const UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_INPUT& _target,
+                 const UNMIX_RESULT& _result);
+    /// Groups of four rows: as many as the picture has begun.
+    int Groups() const
+    {
+        return (m_nHeight + IMG_PATCH::c_nHeight - 1) / IMG_PATCH::c_nHeight;
+    }
+    void Pass(int _nFirst, int _nGroups) const;
+    /// Whether a result for a picture of that format is to have 16 bits a channel.
+    static bool WantsWords(uint32_t _fccType);
+
+private:
+    uint64_t Changed(int _nX, int _nY, int _nPixels) const;
+    bool IsDeep(int _nX, int _nY) const;
+    template <class T> bool IsNew(const T* _pResult, int _nX, int _nY, bool _bDeep) const;
+
+    const UNMIX_STATE* m_pState = nullptr;
+    UNMIX_RESULT m_result;
+    CImgPatcher m_patcher;
+    const uint8_t* m_pRow0 = nullptr; ///< the picture as the 8-bit reader gives it
+    ptrdiff_t m_nStride = 0;
+    bool m_arrDeep[2] = {};    ///< of a field: its mixed cells were read from the planes
+    bool m_bDeepSolid = false; ///< and its solid ones
+    int m_nWidth = 0;
+    int m_nHeight = 0;
+};

@@ -200,6 +200,7 @@ TEST_F(Faults2, MemoryRunsOutWhileKeysAreEdited)
          [](SUBJECT2& _s) { return _s.cpKey->RegionGet(eRegion_HoldOut, _s.cpResult.Put()) == S_OK; }},
         {"get a mask", MakeWarm2, [](SUBJECT2& _s) { return _s.cpKey->RegionGet(eRegion_Backdrop, _s.cpResult.Put()); },
          [](SUBJECT2& _s) { return RowOf(_s.cpResult.Get(), 0)[0] == 255; }},
+        {"set a plate", MakeWarm2, [](SUBJECT2& _s) { return _s.cpKey->PlateSet(_s.cpFrameLarge.Get()); }, Keys2},
         {"get a key object", MakeDirect2, [](SUBJECT2& _s) { return _s.cpKey->KeyGet(_s.cpKeyObject.Put()); },
          [](SUBJECT2& _s) { return static_cast<bool>(_s.cpKeyObject); }},
     };

@@ -26,7 +26,7 @@ struct HARD_MOMENT
 /// One of the things in front of the backdrop, far ones first.
 struct HARD_LAYER
 {
-    void (*pfnPaint)(CZSampleCanvas& _canvas, const HARD_MOMENT& _moment);
+    void (*pfnPaint)(CZSampleCanvas& _canvas, const HARD_MOMENT& _moment) = nullptr;
     float fDefocus = 0; ///< radius over which the lens spreads a point, in picture heights
 };
 
@@ -34,17 +34,17 @@ struct HARD_SCENE
 {
     const char* pszName;
     const char* pszSummary;
-    bool bLinear;         ///< mixed as light, as in a camera; else as coded values, as in a compositing program
-    SAMPLE_COLOR colBack; ///< the backdrop where the light on it is 1
-    float fSpill;
-    float fNoise; ///< deviation of the noise at middle grey, in levels of 255
-    SAMPLE_VIEW view;
     /// Light on the backdrop, by channel; the backdrop's colour is the product.
     SAMPLE_COLOR (*pfnLight)(SAMPLE_POINT _p, const HARD_MOMENT& _moment);
-    HARD_LAYER arrLayers[2];
     /// How far the camera has moved, in picture heights; null: it stands.
     SAMPLE_POINT (*pfnShake)(float _fTime) = nullptr;
+    HARD_LAYER arrLayers[2] = {};
+    SAMPLE_COLOR colBack; ///< the backdrop where the light on it is 1
+    SAMPLE_VIEW view = {};
+    float fSpill = 1;
+    float fNoise = 1;    ///< deviation of the noise at middle grey, in levels of 255
     int nMoments = 1;    ///< how many moments of the shutter add up
+    bool bLinear = true; ///< mixed as light, as in a camera; else as coded values, as in a compositing program
     bool bMoves = false; ///< its difficulty lies in time
 };
 

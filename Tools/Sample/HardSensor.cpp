@@ -108,7 +108,8 @@ void HardSensor_TruthRow(const SAMPLE_PIXEL* _pFrom, int _nWidth, bool _bLinear,
 void HardSensor_Pixel(const SAMPLE_COLOR& _col, float _fNoise, uint64_t _nSeed, int _nX, int _nY, uint8_t* _pTo)
 {
     const auto nPixel = static_cast<uint64_t>(_nY) * 65536 + static_cast<uint64_t>(_nX);
-    const auto nBlock = static_cast<uint64_t>(_nY / 2) * 65536 + static_cast<uint64_t>(_nX / 2);
+    const int nBlockX = _nX / 2, nBlockY = _nY / 2;
+    const auto nBlock = static_cast<uint64_t>(nBlockY) * 65536 + static_cast<uint64_t>(nBlockX);
     const float arrValues[3] = {_col.b, _col.g, _col.r};
     for (uint64_t c = 0; c < 3; ++c)
     {

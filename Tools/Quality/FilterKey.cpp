@@ -122,10 +122,10 @@ std::vector<PICTURE> RunGraph(const HARD_CLIP& _clip, size_t _nFrames, const std
 std::vector<FILTER_SETTING> Grid(bool _bQuick)
 {
     std::vector<FILTER_SETTING> vecGrid;
-    const double dblFactor = _bQuick ? 1.6 : 1.3;
-    for (double dblSimilarity = 0.02; dblSimilarity < 0.5; dblSimilarity *= dblFactor)
+    const int nSteps = _bQuick ? 7 : 13;
+    for (int i = 0; i < nSteps; ++i) // 0.02 to 0.47
         for (const double dblBlend : {0.0, 0.03, 0.06, 0.12, 0.25})
-            vecGrid.push_back({dblSimilarity, dblBlend});
+            vecGrid.push_back({0.02 * std::pow(1.3, i * 12.0 / (nSteps - 1)), dblBlend});
     return vecGrid;
 }
 

@@ -202,6 +202,14 @@ void HardPerson_Body(CZSampleCanvas& _canvas, const HARD_PERSON& _person)
     });
 }
 
+void HardPerson_Head(CZSampleCanvas& _canvas, const HARD_PERSON& _person)
+{
+    SAMPLE_POSE pose = _person.pose;
+    pose.fSpill *= 0.3f; // hair and shoulders keep most of the backdrop's light from it
+    SampleFigure_Head(_canvas, pose);
+    SampleFigure_HairFront(_canvas, pose);
+}
+
 void HardPerson_HairMass(CZSampleCanvas& _canvas, const SAMPLE_POSE& _pose, SAMPLE_POINT _ptOff, float _fRadiusU,
                          float _fRadiusV)
 {

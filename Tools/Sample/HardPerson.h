@@ -24,8 +24,10 @@ struct HARD_PERSON
 /// A pose for a moment; the head sways a little.
 SAMPLE_POSE HardPerson_Pose(const HARD_MOMENT& _moment, SAMPLE_POINT _ptHead, const SAMPLE_COLOR& _colCoat);
 
-/// The parts, in the order in which they are painted. The figure's face and cap of hair go between them.
+/// The parts. A head is painted over the body, and hair in front over both.
 void HardPerson_Body(CZSampleCanvas& _canvas, const HARD_PERSON& _person);
+/// Face and cap of hair.
+void HardPerson_Head(CZSampleCanvas& _canvas, const HARD_PERSON& _person);
 /// The mass of hair behind the head: an ellipse with an uneven edge.
 void HardPerson_HairMass(CZSampleCanvas& _canvas, const SAMPLE_POSE& _pose, SAMPLE_POINT _ptOff, float _fRadiusU,
                          float _fRadiusV);

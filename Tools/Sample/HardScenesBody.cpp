@@ -29,8 +29,7 @@ void PaintShortHaired(CZSampleCanvas& _canvas, const HARD_MOMENT& _moment, const
     HardPerson_HairMass(_canvas, _person.pose, {0, -0.035f}, 0.122f, 0.132f);
     HardHair_Paint(_canvas, _moment, hair);
     HardPerson_Body(_canvas, _person);
-    SampleFigure_Head(_canvas, _person.pose);
-    SampleFigure_HairFront(_canvas, _person.pose);
+    HardPerson_Head(_canvas, _person);
     hair.nSeed += 1;
     hair.fLength = 0.035f;
     HardHair_Paint(_canvas, _moment, hair);

@@ -13,8 +13,7 @@ void PaintHead(CZSampleCanvas& _canvas, const HARD_MOMENT& _moment, const HARD_P
     HardHair_Paint(_canvas, _moment, _hair);
     HardPerson_HairMass(_canvas, _person.pose, {0, _fDown}, _fMassU, _fMassV);
     HardPerson_Body(_canvas, _person);
-    SampleFigure_Head(_canvas, _person.pose);
-    SampleFigure_HairFront(_canvas, _person.pose);
+    HardPerson_Head(_canvas, _person);
     HARD_HAIR front = _hair; // on both sides of the face, over the shoulders
     front.nSeed = _hair.nSeed + 1;
     for (const float fSide : {-1.0f, 1.0f})
@@ -68,7 +67,6 @@ void HardScenes_FairHair(CZSampleCanvas& _canvas, const HARD_MOMENT& _moment)
     person.pose.colHair = {0.72f, 0.54f, 0.30f};
     person.pose.colSkin = {0.92f, 0.74f, 0.64f};
     person.pose.colSkinDark = {0.68f, 0.45f, 0.37f};
-    person.pose.fSpill = 1.5f * _moment.fSpill;
     person.eCloth = eHC_Smooth;
     HARD_HAIR hair = {};
     hair.fRadiusU = 0.125f;

@@ -169,8 +169,7 @@ void HardScenes_Veil(CZSampleCanvas& _canvas, const HARD_MOMENT& _moment)
     person.bBareArms = true;
     HardPerson_HairMass(_canvas, person.pose, {0, 0.0f}, 0.128f, 0.160f);
     HardPerson_Body(_canvas, person);
-    SampleFigure_Head(_canvas, person.pose);
-    SampleFigure_HairFront(_canvas, person.pose);
+    HardPerson_Head(_canvas, person);
     const SAMPLE_POINT ptHead = person.pose.ptHead;
     _canvas.Paint(
         {-1, 0, 1, 1.2f}, [&](SAMPLE_POINT _p) { return VeilCover(_canvas, _p, ptHead, _moment.fTime); },
@@ -191,8 +190,7 @@ void HardScenes_Table(CZSampleCanvas& _canvas, const HARD_MOMENT& _moment)
     person.pose.colCoat = {0.62f, 0.16f, 0.13f};
     SampleFigure_HairBehind(_canvas, person.pose);
     HardPerson_Body(_canvas, person);
-    SampleFigure_Head(_canvas, person.pose);
-    SampleFigure_HairFront(_canvas, person.pose);
+    HardPerson_Head(_canvas, person);
     _canvas.Paint(
         {-2, 0.86f, 2, 1.2f}, [&](SAMPLE_POINT _p) { return _canvas.Cover(0.875f - _p.v); },
         [&](SAMPLE_POINT _p) { // boards, lit from behind along their edge

@@ -75,10 +75,10 @@ void HardSensor_Defocus(HARD_PLANE& _plane, int _nWidth, int _nHeight, float _fR
         for (int x = 0; x < _nWidth; ++x)
         {
             SAMPLE_PIXEL sum = {};
-            for (int i = -nRadius; i <= nRadius; ++i)
+            int nRow = y - nRadius;
+            for (const int nHalf : vecHalf)
             {
-                const int nHalf = vecHalf[static_cast<size_t>(i + nRadius)];
-                const SAMPLE_PIXEL* pRow = vecSums.data() + static_cast<size_t>(std::clamp(y + i, 0, _nHeight - 1)) *
+                const SAMPLE_PIXEL* pRow = vecSums.data() + static_cast<size_t>(std::clamp(nRow++, 0, _nHeight - 1)) *
                                                                 (static_cast<size_t>(_nWidth) + 1);
                 AddTo(sum, pRow[std::min(x + nHalf + 1, _nWidth)], 1);
                 AddTo(sum, pRow[std::max(x - nHalf, 0)], -1);

@@ -181,7 +181,7 @@ SAMPLE_POSE HardPerson_Pose(const HARD_MOMENT& _moment, SAMPLE_POINT _ptHead, co
                    _ptHead.v + 0.004f * std::sin(_moment.fTime * 3)};
     pose.fTilt = 0.05f * std::sin(_moment.fTime * 1.7f + 0.5f);
     pose.colBack = _moment.colBack;
-    pose.fSpill = _moment.fSpill;
+    pose.fSpill = 0.5f * _moment.fSpill; // the backdrop is some way behind
     pose.colCoat = _colCoat;
     pose.colSkin = c_colSkin;
     pose.colSkinDark = c_colSkinDark;
@@ -205,7 +205,7 @@ void HardPerson_Body(CZSampleCanvas& _canvas, const HARD_PERSON& _person)
 void HardPerson_Head(CZSampleCanvas& _canvas, const HARD_PERSON& _person)
 {
     SAMPLE_POSE pose = _person.pose;
-    pose.fSpill *= 0.3f; // hair and shoulders keep most of the backdrop's light from it
+    pose.fSpill *= 0.6f; // hair and shoulders keep most of the backdrop's light from it
     SampleFigure_Head(_canvas, pose);
     SampleFigure_HairFront(_canvas, pose);
 }

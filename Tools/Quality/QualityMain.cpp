@@ -134,6 +134,10 @@ std::string Report(const SIZES& _sizes, const std::string& _strStills, const std
 
 void Measure(const std::string& _strFolder, bool _bQuick)
 {
+    CZOutFiles files; // made first: what cannot be written is known before the work
+    files.MakeFolder(_strFolder);
+    CZOutFile& table = files.Create(ZFormat("%s/table.md", _strFolder));
+    CZOutFile& picture = files.Create(ZFormat("%s/sheet.png", _strFolder));
     const SIZES& sizes = _bQuick ? c_szQuick : c_szUsual;
     const std::vector<KEYER> vecKeyers = Keyers(_bQuick);
     std::vector<std::string> vecColumns = {"source", "truth"};
@@ -161,11 +165,9 @@ void Measure(const std::string& _strFolder, bool _bQuick)
         if (scene.bMoves)
             fnKeyAll(HardClip_Paint(scene, sizes.nClipWidth, sizes.nClipHeight, sizes.nClipFrames), clips);
     }
-    CZOutFiles files;
-    files.MakeFolder(_strFolder);
     const std::string strReport = Report(sizes, stills.Text(), clips.Text());
-    files.Create(ZFormat("%s/table.md", _strFolder)).Write(strReport);
-    PictureFile_WritePng(sheet.Picture(), files.Create(ZFormat("%s/sheet.png", _strFolder)));
+    table.Write(strReport);
+    PictureFile_WritePng(sheet.Picture(), picture);
     files.CommitAll();
     OutFile_Print(strReport);
 }

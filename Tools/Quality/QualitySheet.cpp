@@ -2,6 +2,10 @@
 
 #include "zkhost/Files/Label.h"
 
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
 namespace
 {
 
@@ -11,6 +15,7 @@ constexpr int c_nGap = 6;
 constexpr int c_nHeader = 26;
 constexpr int c_nTitle = 18; // above each row
 constexpr int c_nSearchStep = 10;
+constexpr size_t c_nShown = 1; // the keyer whose errors are looked for: the second generation
 constexpr uint32_t c_nPaper = 0x1E2126;
 constexpr uint32_t c_nInk = 0xE8EAED;
 
@@ -19,15 +24,15 @@ int RowTop(int _nRow)
     return c_nHeader + _nRow * (c_nTileHeight + c_nTitle + c_nGap);
 }
 
-/// How soft a part of the truth is: alpha of one half counts most.
-int64_t Softness(const PICTURE& _truth, int _nLeft, int _nTop)
+/// How much there is to see in a part: alpha of one half, and what a keyer got wrong.
+int64_t Interest(const PICTURE& _truth, const PICTURE& _keyed, int _nLeft, int _nTop)
 {
     int64_t nSum = 0;
     for (int y = _nTop; y < _nTop + c_nTileHeight; y += 2)
         for (int x = _nLeft; x < _nLeft + c_nTileWidth; x += 2)
         {
             const int nAlpha = _truth.Row(y)[4 * x + 3];
-            nSum += nAlpha * (255 - nAlpha);
+            nSum += nAlpha * (255 - nAlpha) / 255 + 4 * std::abs(_keyed.Row(y)[4 * x + 3] - nAlpha);
         }
     return nSum;
 }
@@ -86,9 +91,9 @@ void CQualitySheet::Row(const HARD_CLIP& _clip, const std::vector<PICTURE>& _vec
     int64_t nBest = -1;
     for (int y = 0; y + c_nTileHeight <= truth.nHeight; y += c_nSearchStep)
         for (int x = 0; x + c_nTileWidth <= truth.nWidth; x += c_nSearchStep)
-            if (const int64_t nSoft = Softness(truth, x, y); nSoft > nBest)
+            if (const int64_t nInterest = Interest(truth, _vecKeyed.at(c_nShown), x, y); nInterest > nBest)
             {
-                nBest = nSoft;
+                nBest = nInterest;
                 nLeft = x;
                 nTop = y;
             }

@@ -10,7 +10,7 @@ class CQualitySheet
 public:
     CQualitySheet(std::vector<std::string> _vecColumns, int _nRows);
     /// Fills the next row: the picture, the truth and what keyers made of it, over the scene's ground. What is shown is
-    /// the part with most half-transparent pixels.
+    /// the part with most half-transparent pixels and most errors of the second keyer.
     void Row(const HARD_CLIP& _clip, const std::vector<PICTURE>& _vecKeyed);
     const PICTURE& Picture() const
     {

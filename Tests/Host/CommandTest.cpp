@@ -81,6 +81,8 @@ TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
         {"bench --keys 17", "1 to 16"},
         {"bench --format RGB8", "grey"},
         {"sample -o " + File("s.y4m") + " --format UYVY", "I420"},
+        {"sample -o " + File("s.png") + " --scene hairs", "--scene list"},
+        {"sample", "-o is needed"},
         {"sheet " + strIn + " --auto -o " + File("s.jpg"), "*.png"},
     };
     ExpectFailures(2, vecCases);
@@ -135,6 +137,24 @@ TEST_F(CCommandTest, SamplesCanBeKeyedThroughAPipe)
     EXPECT_EQ(picture.Row(30)[4 * 80 + 3], 255) << "the face stays";
     EXPECT_EQ(m_folder.Read("m.y4m").size(), m_folder.Read("m.y4m").find('\n') + 1 + 3 * (6 + 160 * 90))
         << "three mono frames";
+}
+
+TEST_F(CCommandTest, HardScenesAreListedAndPaintedWithTheirTruth)
+{
+    ASSERT_EQ(Run("sample --scene list"), 0) << m_strError;
+    ExpectOut({"veil\t", "lamps\t"});
+    const std::string strSample = "sample --scene veil --size 160x90 --frames 2 -q -o ";
+    ASSERT_EQ(Run(strSample + File("v_%d.png") + " --truth " + File("t_%d.png")), 0) << m_strError;
+    ASSERT_EQ(Run(strSample + File("v.raw") + " --format UYVY --truth " + File("t.raw")), 0) << m_strError;
+    EXPECT_EQ(m_folder.Read("v.raw").size(), 160u * 90 * 2 * 2);
+    const PICTURE picture = PictureFile_Read(m_folder.Path("v_0.png"));
+    const PICTURE truth = PictureFile_Read(m_folder.Path("t_0.png"));
+    EXPECT_FALSE(picture.bAlpha);
+    ASSERT_TRUE(truth.bAlpha);
+    EXPECT_EQ(m_folder.Read("t.raw").size(), 2 * truth.vecPixels.size());
+    EXPECT_EQ(truth.Row(4)[4 * 4 + 3], 0) << "backdrop";
+    EXPECT_EQ(truth.Row(30)[4 * 80 + 3], 255) << "face";
+    EXPECT_NEAR(truth.Row(50)[4 * 60 + 3], 128, 100) << "veil";
 }
 
 TEST_F(CCommandTest, KeysAreFoundSavedAndUsedAgain)

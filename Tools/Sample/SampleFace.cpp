@@ -12,17 +12,17 @@ SAMPLE_POINT OnFace(const SAMPLE_POSE& _pose, SAMPLE_POINT _p)
     return {pt.u - _pose.ptHead.u, pt.v - _pose.ptHead.v};
 }
 
-SAMPLE_COLOR SkinAt(SAMPLE_POINT _pt)
+SAMPLE_COLOR SkinAt(const SAMPLE_POSE& _pose, SAMPLE_POINT _pt)
 {
     const float fLight = 0.55f - 2.3f * _pt.u - 1.0f * _pt.v;
-    SAMPLE_COLOR col = Sample_Mix(c_colSkinDark, c_colSkin, std::clamp(fLight + 0.45f, 0.0f, 1.08f));
+    SAMPLE_COLOR col = Sample_Mix(_pose.colSkinDark, _pose.colSkin, std::clamp(fLight + 0.45f, 0.0f, 1.08f));
     for (const float fSide : {-1.0f, 1.0f})
     {
         const float fCheek = Sample_Length(_pt.u - fSide * 0.055f, _pt.v - 0.04f);
         col = Sample_Mix(col, {0.86f, 0.46f, 0.40f}, 0.35f * std::exp(-fCheek * fCheek * 1800));
     }
     const float fNose = Sample_Rod(_pt, {0.006f, -0.01f}, {0.016f, 0.036f}, 0.004f, 0.010f);
-    return Sample_Mix(col, c_colSkinDark, 0.45f * Sample_Step(0.010f, -0.002f, fNose) * (_pt.u > 0.004f));
+    return Sample_Mix(col, _pose.colSkinDark, 0.45f * Sample_Step(0.010f, -0.002f, fNose) * (_pt.u > 0.004f));
 }
 
 void PaintEye(CZSampleCanvas& _canvas, const SAMPLE_POSE& _pose, float _fSide)
@@ -56,7 +56,7 @@ void PaintEye(CZSampleCanvas& _canvas, const SAMPLE_POSE& _pose, float _fSide)
     };
     _canvas.Paint(
         box, [&](SAMPLE_POINT _p) { return 0.9f * _canvas.Cover(std::min(fnBrow(_p), fnLid(_p))); },
-        [&](SAMPLE_POINT) { return Sample_Scale(c_colHair, 0.9f); });
+        [&](SAMPLE_POINT) { return Sample_Scale(_pose.colHair, 0.9f); });
 }
 
 void PaintMouth(CZSampleCanvas& _canvas, const SAMPLE_POSE& _pose)
@@ -91,7 +91,7 @@ void SampleFigure_Head(CZSampleCanvas& _canvas, const SAMPLE_POSE& _pose)
     };
     _canvas.Paint(
         Sample_Around(_pose.ptHead, 0.2f), [&](SAMPLE_POINT _p) { return _canvas.Cover(fnDistance(_p)); },
-        [&](SAMPLE_POINT _p) { return Sample_Spill(_pose, SkinAt(OnFace(_pose, _p)), fnDistance(_p)); });
+        [&](SAMPLE_POINT _p) { return Sample_Spill(_pose, SkinAt(_pose, OnFace(_pose, _p)), fnDistance(_p)); });
     PaintEye(_canvas, _pose, -1);
     PaintEye(_canvas, _pose, 1);
     PaintMouth(_canvas, _pose);

@@ -9,6 +9,10 @@ SAMPLE_POSE SampleFigure_Pose(const SAMPLE_SCENE& _scene, int64_t _nFrame)
     pose.fTilt = 0.07f * std::sin(pose.fTime * 1.9f + 0.5f);
     pose.colBack = _scene.bBlue ? SAMPLE_COLOR{0.12f, 0.26f, 0.80f} : SAMPLE_COLOR{0.16f, 0.74f, 0.30f};
     pose.colCoat = _scene.bBlue ? SAMPLE_COLOR{0.46f, 0.11f, 0.15f} : SAMPLE_COLOR{0.14f, 0.19f, 0.42f};
+    pose.fSpill = 1;
+    pose.colSkin = c_colSkin;
+    pose.colSkinDark = c_colSkinDark;
+    pose.colHair = c_colHair;
     pose.nSeed = _scene.nSeed;
     return pose;
 }
@@ -29,7 +33,7 @@ void SampleFigure_Body(CZSampleCanvas& _canvas, const SAMPLE_POSE& _pose)
         Sample_Around(ptNeck, 0.3f), [&](SAMPLE_POINT _p) { return _canvas.Cover(fnNeck(_p)); },
         [&](SAMPLE_POINT _p) { // the chin throws a shadow
             const float fShade = Sample_Step(_pose.ptHead.v + 0.20f, _pose.ptHead.v + 0.12f, _p.v);
-            return Sample_Mix(c_colSkin, c_colSkinDark, 0.25f + 0.55f * fShade);
+            return Sample_Mix(_pose.colSkin, _pose.colSkinDark, 0.25f + 0.55f * fShade);
         });
     _canvas.Paint(
         {fLean - 0.5f, 0.5f, fLean + 0.5f, 1.1f},

@@ -11,7 +11,11 @@ struct SAMPLE_POSE
     SAMPLE_POINT ptHead;  ///< middle of the face
     float fTilt;          ///< of the head, radians
     SAMPLE_COLOR colBack; ///< light that the backdrop throws on the figure
+    float fSpill;         ///< how much of it, 1 for what is usual
     SAMPLE_COLOR colCoat;
+    SAMPLE_COLOR colSkin;
+    SAMPLE_COLOR colSkinDark; ///< in the shade
+    SAMPLE_COLOR colHair;
     uint64_t nSeed;
 };
 

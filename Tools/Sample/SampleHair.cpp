@@ -17,7 +17,8 @@ void Strand(CZSampleCanvas& _canvas, const SAMPLE_POSE& _pose, const SAMPLE_POIN
         const float fRadius = _fThickness * (1 - 0.8f * t);
         const float fShare = std::min(2 * fRadius / _canvas.Pixel(), 1.0f); // thinner than a pixel: partly covered
         const float fDrawn = std::max(fRadius, 0.5f * _canvas.Pixel());
-        const SAMPLE_COLOR col = Sample_Mix(Sample_Scale(c_colHair, _fTone), _pose.colBack, 0.10f + 0.12f * t);
+        const SAMPLE_COLOR col =
+            Sample_Mix(Sample_Scale(_pose.colHair, _fTone), _pose.colBack, _pose.fSpill * (0.10f + 0.12f * t));
         const float fU = ptTo.u - ptFrom.u, fV = ptTo.v - ptFrom.v;
         const float fLength2 = fU * fU + fV * fV + 1e-12f;
         _canvas.Paint(
@@ -74,7 +75,7 @@ void SampleFigure_HairBehind(CZSampleCanvas& _canvas, const SAMPLE_POSE& _pose)
         Sample_Around(ptCrown, 0.36f), [&](SAMPLE_POINT _p) { return _canvas.Cover(fnDistance(_p)); },
         [&](SAMPLE_POINT _p) {
             const float fLock = 0.8f + 0.25f * std::sin(_p.u * 190 + 5 * std::sin(_p.v * 17));
-            return Sample_Spill(_pose, Sample_Scale(c_colHair, fLock), fnDistance(_p));
+            return Sample_Spill(_pose, Sample_Scale(_pose.colHair, fLock), fnDistance(_p));
         });
 }
 
@@ -93,7 +94,7 @@ void SampleFigure_HairFront(CZSampleCanvas& _canvas, const SAMPLE_POSE& _pose)
             const float fAngle = std::atan2(_p.v - _pose.ptHead.v + 0.25f, _p.u - _pose.ptHead.u - 0.05f);
             const float fLock = 0.85f + 0.22f * std::sin(fAngle * 46) + 0.12f * std::sin(fAngle * 111);
             const float fShine = 0.55f * Sample_Step(0.035f, 0.0f, std::abs(_p.v - _pose.ptHead.v + 0.105f));
-            return Sample_Spill(_pose, Sample_Scale(c_colHair, fLock + fShine), fnDistance(_p));
+            return Sample_Spill(_pose, Sample_Scale(_pose.colHair, fLock + fShine), fnDistance(_p));
         });
     LooseHair(_canvas, _pose, 5000, 60, 0.085f);
 }

@@ -14,7 +14,7 @@ inline constexpr float c_fHeadV = 0.140f;
 /// The backdrop's light on a surface: strongest at its rim.
 inline SAMPLE_COLOR Sample_Spill(const SAMPLE_POSE& _pose, const SAMPLE_COLOR& _col, float _fDistance)
 {
-    return Sample_Mix(_col, _pose.colBack, 0.20f * std::exp(std::min(_fDistance, 0.0f) / 0.012f));
+    return Sample_Mix(_col, _pose.colBack, _pose.fSpill * (0.20f * std::exp(std::min(_fDistance, 0.0f) / 0.012f)));
 }
 
 inline SAMPLE_BOX Sample_Around(SAMPLE_POINT _pt, float _fRadius)

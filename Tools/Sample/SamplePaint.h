@@ -1,6 +1,6 @@
 #pragma once
 
-/// What the sample scene is painted with. Lengths are in picture heights: u runs right from the middle of the picture,
+/// What sample scenes are painted with. Lengths are in picture heights: u runs right from the middle of the picture,
 /// v runs down from its top.
 
 #include <algorithm>
@@ -39,6 +39,28 @@ struct SAMPLE_BOX
     float uMax;
     float vMax;
 };
+
+/// What the camera sees: how much larger, and the point that is in the middle of its upper edge.
+struct SAMPLE_VIEW
+{
+    float fZoom = 1;
+    float u = 0;
+    float v = 0;
+};
+
+/// Coded values as shares of light, and back: IEC 61966-2-1.
+inline float Sample_ToLight(float _fCoded)
+{
+    return _fCoded <= 0.04045f ? _fCoded / 12.92f : std::pow((_fCoded + 0.055f) / 1.055f, 2.4f);
+}
+inline float Sample_FromLight(float _fLight)
+{
+    return _fLight <= 0.0031308f ? _fLight * 12.92f : 1.055f * std::pow(_fLight, 1 / 2.4f) - 0.055f;
+}
+inline SAMPLE_COLOR Sample_ToLight(const SAMPLE_COLOR& _col)
+{
+    return {Sample_ToLight(_col.r), Sample_ToLight(_col.g), Sample_ToLight(_col.b)};
+}
 
 inline SAMPLE_COLOR Sample_Mix(const SAMPLE_COLOR& _a, const SAMPLE_COLOR& _b, float _fShare)
 {
@@ -110,15 +132,18 @@ inline SAMPLE_POINT Sample_Turn(SAMPLE_POINT _p, SAMPLE_POINT _center, float _fA
     return {_center.u + fU * fCos - fV * fSin, _center.v + fU * fSin + fV * fCos};
 }
 
-/// A band of rows of the foreground, painted back to front.
+/// A band of rows of the foreground, painted back to front. Layers mix as coded values, or as light where _bLinear.
 class CZSampleCanvas
 {
 public:
-    CZSampleCanvas(int _nWidth, int _nHeight, int _nTop, int _nBottom)
+    CZSampleCanvas(int _nWidth, int _nHeight, int _nTop, int _nBottom, const SAMPLE_VIEW& _view = {},
+                   bool _bLinear = false)
         : m_nWidth(_nWidth)
         , m_nTop(_nTop)
         , m_nBottom(_nBottom)
-        , m_fPixel(1.0f / static_cast<float>(_nHeight))
+        , m_fPixel(1.0f / (static_cast<float>(_nHeight) * _view.fZoom))
+        , m_view(_view)
+        , m_bLinear(_bLinear)
         , m_vecPixels(static_cast<size_t>(_nWidth) * static_cast<size_t>(_nBottom - _nTop))
     {
     }
@@ -129,8 +154,8 @@ public:
     }
     SAMPLE_POINT Point(int _nX, int _nY) const
     {
-        return {(static_cast<float>(_nX) + 0.5f - 0.5f * static_cast<float>(m_nWidth)) * m_fPixel,
-                (static_cast<float>(_nY) + 0.5f) * m_fPixel};
+        return {(static_cast<float>(_nX) + 0.5f - 0.5f * static_cast<float>(m_nWidth)) * m_fPixel + m_view.u,
+                (static_cast<float>(_nY) + 0.5f) * m_fPixel + m_view.v};
     }
     const SAMPLE_PIXEL* Row(int _nRow) const
     {
@@ -155,18 +180,19 @@ public:
                 if (fCover > 0)
                     Over(m_vecPixels[static_cast<size_t>(y - m_nTop) * static_cast<size_t>(m_nWidth) +
                                      static_cast<size_t>(x)],
-                         _fnColor(point), fCover);
+                         m_bLinear ? Sample_ToLight(_fnColor(point)) : _fnColor(point), fCover);
             }
     }
 
 private:
     int Column(float _fU) const
     {
-        return std::clamp(static_cast<int>(_fU / m_fPixel + 0.5f * static_cast<float>(m_nWidth)) - 1, 0, m_nWidth);
+        return std::clamp(static_cast<int>((_fU - m_view.u) / m_fPixel + 0.5f * static_cast<float>(m_nWidth)) - 1, 0,
+                          m_nWidth);
     }
     int RowAt(float _fV) const
     {
-        return static_cast<int>(std::clamp(_fV / m_fPixel, -1.0e6f, 1.0e6f)) - 1;
+        return static_cast<int>(std::clamp((_fV - m_view.v) / m_fPixel, -1.0e6f, 1.0e6f)) - 1;
     }
     static void Over(SAMPLE_PIXEL& _pixel, const SAMPLE_COLOR& _col, float _fCover)
     {
@@ -179,5 +205,7 @@ private:
     int m_nTop;
     int m_nBottom;
     float m_fPixel;
+    SAMPLE_VIEW m_view;
+    bool m_bLinear;
     std::vector<SAMPLE_PIXEL> m_vecPixels;
 };

@@ -128,7 +128,7 @@ void SampleFigure_Arm(CZSampleCanvas& _canvas, const SAMPLE_POSE& _pose)
         [&](SAMPLE_POINT _p) {
             const float fDistance = HandDistance(middle, _p);
             const float fShade = Sample_Step(-0.014f, 0.0f, fDistance) * 0.55f + 0.10f;
-            return Sample_Spill(_pose, Sample_Mix(c_colSkin, c_colSkinDark, fShade), fDistance);
+            return Sample_Spill(_pose, Sample_Mix(_pose.colSkin, _pose.colSkinDark, fShade), fDistance);
         });
     _canvas.Paint(
         {middle.ptElbow.u - 0.26f, 0.50f, middle.ptElbow.u + 0.32f, 0.92f},

@@ -1,5 +1,6 @@
 #include "zkhost/Commands/Commands.h"
 
+#include "Sample/HardScene.h"
 #include "Sample/SampleScene.h"
 #include "zkhost/Commands/Progress.h"
 #include "zkhost/Files/NamePattern.h"
@@ -11,10 +12,15 @@
 
 #include "Base/ZLog.h"
 
+#include <cstdio>
+#include <functional>
 #include <memory>
+#include <optional>
 
 namespace
 {
+
+constexpr double c_dblUsualNoise = 2; // levels
 
 struct SAMPLE_COMMAND
 {
@@ -22,9 +28,10 @@ struct SAMPLE_COMMAND
     std::string strTruth;
     std::string strSize = "1280x720";
     std::string strFormat = "I420";
+    std::string strScene;
     std::string strScreen = "green";
     double dblRate = 25;
-    double dblNoise = 2;
+    std::optional<double> optNoise;
     uint64_t nSeed = 1;
     int64_t nFrames = 60;
     bool bQuiet = false;
@@ -42,24 +49,54 @@ std::string InFolder(const std::string& _strPath, const char* _pszName, CZOutFil
     return _strPath + "/" + _pszName;
 }
 
-SAMPLE_SCENE SceneOf(const SAMPLE_COMMAND& _command)
+/// What paints a frame, and its truth: grey alpha, or for a hard scene colours with alpha.
+using PAINT = std::function<void(int64_t _nFrame, PICTURE& _picture, PICTURE& _truth)>;
+
+PAINT HardPainter(const SAMPLE_COMMAND& _command, int _nWidth, int _nHeight)
 {
-    SAMPLE_SCENE scene;
-    Raw_ReadSizeOption(_command.strSize, scene.nWidth, scene.nHeight);
-    scene.bBlue = _command.strScreen == "blue";
-    scene.dblNoise = _command.dblNoise;
-    scene.nSeed = _command.nSeed;
-    scene.dblRate = _command.dblRate;
-    return scene;
+    const HARD_SCENE* const pScene = HardScene_Find(_command.strScene);
+    if (!pScene)
+        throw CZUsageError(ZFormat("--scene %s: there is no such scene; \"zkhost sample --scene list\" names them",
+                                   _command.strScene));
+    const HARD_SETUP setup{_nWidth, _nHeight, _command.dblRate, _command.optNoise.value_or(-1), _command.nSeed};
+    return [pScene, setup](int64_t _nFrame, PICTURE& _picture, PICTURE& _truth) {
+        HardScene_Paint(*pScene, setup, _nFrame, _picture, _truth);
+    };
+}
+
+PAINT Painter(const SAMPLE_COMMAND& _command, int _nWidth, int _nHeight)
+{
+    if (!_command.strScene.empty())
+        return HardPainter(_command, _nWidth, _nHeight);
+    const auto spScene = std::make_shared<CZSampleScene>(SAMPLE_SCENE{_nWidth, _nHeight, _command.strScreen == "blue",
+                                                                      _command.optNoise.value_or(c_dblUsualNoise),
+                                                                      _command.nSeed, _command.dblRate});
+    return
+        [spScene](int64_t _nFrame, PICTURE& _picture, PICTURE& _truth) { spScene->Paint(_nFrame, _picture, _truth); };
+}
+
+void PrintScenes()
+{
+    for (const HARD_SCENE& scene : HardScene_All())
+        std::printf("%s\t%s\n", scene.pszName, scene.pszSummary);
 }
 
 void Run(const SAMPLE_COMMAND& _command)
 {
+    if (_command.strScene == "list")
+    {
+        PrintScenes();
+        return;
+    }
+    if (_command.strOutput.empty())
+        throw CZUsageError("-o is needed: where the frames go");
     StandardError_LogSet(_command.bQuiet ? eZLog_Error : eZLog_Warning);
-    const SAMPLE_SCENE scene = SceneOf(_command);
+    int nWidth = 0, nHeight = 0;
+    Raw_ReadSizeOption(_command.strSize, nWidth, nHeight);
+    const PAINT fnPaint = Painter(_command, nWidth, nHeight);
     const uint32_t fccType = Raw_ReadFormatOption(_command.strFormat);
     STREAM stream;
-    stream.vidProps = Stream_Props(fccType, scene.nWidth, scene.nHeight, eZI_Progressive);
+    stream.vidProps = Stream_Props(fccType, nWidth, nHeight, eZI_Progressive);
     Stream_SetRate(stream, _command.dblRate);
     Stream_SetPixelShape(stream, 1, 1);
     CZOutFiles files;
@@ -69,18 +106,17 @@ void Run(const SAMPLE_COMMAND& _command)
     if (!_command.strTruth.empty())
         upTruth = PictureWriter_Open(InFolder(_command.strTruth, "truth_%05d.png", files), stream, eZFCC_Y444, files);
     CZProgress progress("painted", _command.nFrames, _command.bQuiet);
-    const CZSampleScene painter(scene);
-    PICTURE picture, alpha;
+    PICTURE picture, truth;
     for (int64_t i = 0; i < _command.nFrames; ++i)
     {
-        painter.Paint(i, picture, alpha);
+        fnPaint(i, picture, truth);
         upScene->Write(picture);
         if (upTruth)
-            upTruth->Write(alpha);
+            upTruth->Write(truth);
         progress.Step();
     }
     files.CommitAll();
-    progress.Summary(ZFormat("%d x %d to %s", scene.nWidth, scene.nHeight, _command.strOutput));
+    progress.Summary(ZFormat("%d x %d to %s", nWidth, nHeight, _command.strOutput));
 }
 
 void AddOptions(CLI::App& _app, SAMPLE_COMMAND& _command)
@@ -89,9 +125,13 @@ void AddOptions(CLI::App& _app, SAMPLE_COMMAND& _command)
                     "*.y4m or - (I420, I422, Y444), *.raw, *.png, name_%05d.png, or a folder, which is made where it "
                     "is not there")
         ->type_name("FILE")
-        ->check(Command_File())
-        ->required();
-    _app.add_option("--truth", _command.strTruth, "Where its true alpha goes, grey, in any of these kinds")
+        ->check(Command_File());
+    _app.add_option("--scene", _command.strScene,
+                    "A scene that is hard to key instead of the usual one, with its own backdrop; \"list\" names them")
+        ->type_name("NAME");
+    _app.add_option("--truth", _command.strTruth,
+                    "Where its true alpha goes, in any of these kinds: grey, or with --scene as straight alpha of the "
+                    "true colours")
         ->type_name("FILE")
         ->check(Command_File());
     _app.add_option("--size", _command.strSize, "Width and height in pixels")->type_name("WxH")->capture_default_str();
@@ -102,15 +142,14 @@ void AddOptions(CLI::App& _app, SAMPLE_COMMAND& _command)
     _app.add_option("--format", _command.strFormat, "Pixel format of *.y4m and *.raw (\"zkhost formats\" lists them)")
         ->type_name("NAME")
         ->capture_default_str();
-    _app.add_option("--screen", _command.strScreen, "Colour of the backdrop, green or blue")
+    _app.add_option("--screen", _command.strScreen, "Colour of the usual scene's backdrop, green or blue")
         ->check(CLI::IsMember({"green", "blue"}))
         ->capture_default_str();
     _app.add_option("--rate", _command.dblRate, "Frames per second")
         ->check(CLI::Range(1.0, 1000.0))
         ->capture_default_str();
-    _app.add_option("--noise", _command.dblNoise, "Deviation of the noise, in levels of 255")
-        ->check(CLI::Range(0.0, 64.0))
-        ->capture_default_str();
+    _app.add_option("--noise", _command.optNoise, "Deviation of the noise, in levels of 255; 2, or the scene's own")
+        ->check(CLI::Range(0.0, 64.0));
     _app.add_option("--seed", _command.nSeed, "Another number: other hair, bubbles and noise")->capture_default_str();
     _app.add_flag("--quiet,-q", _command.bQuiet, "Only errors on standard error");
 }
@@ -125,6 +164,7 @@ void Command_AddSample(CLI::App& _app)
     command.footer("Examples:\n"
                    "  zkhost sample -o clip.y4m --truth truth.y4m\n"
                    "  zkhost sample -o clip.raw --size 1920x1080 --format UYVY --screen blue --frames 10\n"
+                   "  zkhost sample --scene hair -o hair.png --frames 1 --truth hair-truth.png\n"
                    "  zkhost sample -o - | zkhost key - -o keyed_%05d.png --auto\n");
     command.callback([spCommand] { Run(*spCommand); });
 }

@@ -11,8 +11,9 @@ constexpr float c_fltLightDark = 1; // share of linear light in the mixing, wher
 constexpr float c_fltLightBright = .3f;
 constexpr float c_fltDark0 = .2f; // a pixel this dark against the backdrop is spilled foreground
 constexpr float c_fltDark1 = .4f;
-constexpr float c_fltBeyond = .3f;      // how far D of the foreground itself counts where it is below 0
+constexpr float c_fltBeyond = .3f;     // how far D of the foreground itself counts where it is below 0
 constexpr float c_fltKeepColour = .02f; // regularisation of the colour
+constexpr float c_fltBounce = .015f;    // of the backdrop's X that any colour has caught
 
 float Dot(const VEC4& _a, const VEC4& _b)
 {
@@ -97,7 +98,9 @@ UNMIX_LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params)
     limiter.arrTake[0] = chroma.b * fltScale;
     limiter.arrTake[1] = chroma.g * fltScale;
     limiter.arrTake[2] = chroma.r * fltScale;
+    limiter.fltLeast = c_fltBounce * _key.fltX;
     limiter.nLimit = Round(limiter.fltLimit * 256);
+    limiter.nLeast = Round(limiter.fltLeast * 16384);
     for (int n = 0; n < 3; ++n)
         limiter.anTake[n] = std::clamp(Round(limiter.arrTake[n] * 1024), -32768, 32767);
     return limiter;
@@ -107,7 +110,7 @@ VEC4 Pixels_Limit(const UNMIX_LIMITER& _limiter, const KEY_FORMS& _key, const VE
 {
     const float fltX = _key.X(_colour.b, _colour.g, _colour.r);
     const float fltZ = std::abs(_key.Z(_colour.b, _colour.g, _colour.r));
-    const float fltExcess = std::max(fltX - _limiter.fltLimit * fltZ, 0.0f);
+    const float fltExcess = std::max(fltX - _limiter.fltLimit * fltZ, _limiter.fltLeast);
     return {_colour.b - fltExcess * _limiter.arrTake[0], _colour.g - fltExcess * _limiter.arrTake[1],
             _colour.r - fltExcess * _limiter.arrTake[2], _colour.w};
 }

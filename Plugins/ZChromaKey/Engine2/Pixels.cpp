@@ -230,7 +230,7 @@ void SolidBytes(const UNMIX_LIMITER& _limiter, const KEY_FORMS& _key, const uint
 {
     const int nX = _key.anX[0] * _pIn[0] + _key.anX[1] * _pIn[1] + _key.anX[2] * _pIn[2];
     const int nZ = std::abs(_key.anZ[0] * _pIn[0] + _key.anZ[1] * _pIn[1] + _key.anZ[2] * _pIn[2]);
-    const int nExcess = (std::max(nX * 256 - nZ * _limiter.nLimit, 0) + 256) >> 9;
+    const int nExcess = (std::max(nX * 256 - nZ * _limiter.nLimit, _limiter.nLeast) + 256) >> 9;
     for (int c = 0; c < 3; ++c)
         _pOut[c] = static_cast<uint8_t>(std::clamp(_pIn[c] - MulRound(nExcess, _limiter.anTake[c]), 0, 255));
     _pOut[3] = 255;

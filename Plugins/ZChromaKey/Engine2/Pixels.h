@@ -25,12 +25,14 @@ struct UNMIX_RESULT
 };
 
 /// The limiter: takes out of a colour what its X has above fltLimit |Z|, along the backdrop's own chroma, so that skin
-/// stays skin.
+/// stays skin; and fltLeast of X from every colour, for no stage keeps the screen's light off what stands before it.
 struct UNMIX_LIMITER
 {
     float fltLimit = 0;
+    float fltLeast = 0;    ///< levels of X
     float arrTake[3] = {}; ///< per level of excess
-    int nLimit = 0;        ///< the same in 256ths and 1024ths, for bytes
+    int nLimit = 0;        ///< the same in 256ths, 16384ths and 1024ths, for bytes
+    int nLeast = 0;
     int anTake[3] = {};
 };
 UNMIX_LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params);
@@ -59,7 +61,7 @@ struct PIXEL_PLACE
 
 /// Alpha of a pixel, 0 to 1. _fltDifference: D in levels, filtered.
 ///
-/// a0 = (X - D) / (X - 0.3 min(D of F, 0)), X of the backdrop, clipped by the noise. Where the foreground F is known,
+/// a0 = (X - D) / (X - 0.15 min(D of F, 0)), X of the backdrop, clipped by the noise. Where the foreground F is known,
 /// the place t of the pixel on the line from the backdrop B to F, by the linear discriminant for a foreground whose
 /// brightness varies by a fifth:
 ///     e = F - B,  w = e - F (e . F) / (F . F + 100 / 0.2^2),  t = w . (C - B) / w . e

@@ -237,7 +237,7 @@ TEST(UnmixOptions, SpillGoesAndSkinStays)
     std::vector<uint8_t> vec;
     ResultOf(scene, {}, &vec);
     EXPECT_LE(At(vec, 70, 80)[1], 102);
-    EXPECT_NEAR(At(vec, 130, 80)[1], 150, 1);
+    EXPECT_NEAR(At(vec, 130, 80)[1], 148, 1); // less the light that any colour has caught
     UNMIX_SETUP setup;
     setup.params.fltSpill = 0;
     ResultOf(scene, setup, &vec);

@@ -8,10 +8,10 @@ constexpr float c_fltOff = 20;      // distance from the line, in levels, at whi
 constexpr float c_fltShade = .2f;   // brightness by which foreground varies
 constexpr float c_fltForeGain = 6;  // how fast confidence becomes trust
 constexpr float c_fltLightDark = 1; // share of linear light in the mixing, where the foreground is darker
-constexpr float c_fltLightBright = .3f;
+constexpr float c_fltLightBright = .4f;
 constexpr float c_fltDark0 = .2f; // a pixel this dark against the backdrop is spilled foreground
 constexpr float c_fltDark1 = .4f;
-constexpr float c_fltBeyond = .3f;     // how far D of the foreground itself counts where it is below 0
+constexpr float c_fltBeyond = .15f;     // how far D of the foreground itself counts where it is below 0
 constexpr float c_fltKeepColour = .02f; // regularisation of the colour
 constexpr float c_fltBounce = .015f;    // of the backdrop's X that any colour has caught
 

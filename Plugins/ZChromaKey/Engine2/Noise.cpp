@@ -80,7 +80,8 @@ void Noise_Learn(UNMIX_STATE& _state)
     if (fltCount <= 16)
         return;
     const float fltNoise = fltSum / fltCount * .886f;
-    _state.fltNoise = _state.nFrames > 0 ? _state.fltNoise + (fltNoise - _state.fltNoise) * .2f : fltNoise;
+    _state.fltNoise = _state.bNoiseKnown ? _state.fltNoise + (fltNoise - _state.fltNoise) * .2f : fltNoise;
+    _state.bNoiseKnown = true;
 }
 
 void Wedge_Choose(UNMIX_STATE& _state, FIELD_STATE& _field)

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "Interfaces/ChromaKey2Types.h"
+
 #include <cstdint>
-#include <span>
 
 /// What an operator can set. Everything is plain data: two settings with equal bytes key alike.
 
@@ -37,7 +38,7 @@ enum eUnmixAlpha : int32_t
     eUA_Multiply, ///< with the alpha of ARGB32 input
 };
 
-/// The parameters, in the units of UnmixParams_All.
+/// The parameters, in the units of KEY2_PARAMS; at first as the objects have them.
 struct UNMIX_PARAMS
 {
     float fltBackdrop = 100;
@@ -56,23 +57,8 @@ struct UNMIX_PARAMS
     bool operator==(const UNMIX_PARAMS&) const = default;
 };
 
-/// One row of the parameter table; exactly one of the two members is set.
-struct UNMIX_PARAM
-{
-    const char* pszName;
-    float fltLeast;
-    float fltMost;
-    float fltDefault;
-    const char* pszUnit; ///< for choices: their names in order, with '|' between
-    const char* pszHelp;
-    float UNMIX_PARAMS::*pfltMember;
-    int32_t UNMIX_PARAMS::*pnMember;
-};
-
-/// All parameters, for those who walk them.
-std::span<const UNMIX_PARAM> UnmixParams_All();
-/// Sets one by name. False, with nothing changed: no such name, or a value outside its range or no number.
-bool UnmixParams_Set(UNMIX_PARAMS* _pParams, const char* _pszName, float _fltValue);
+/// What the objects' parameters are here.
+UNMIX_PARAMS UnmixParams_Of(const KEY2_PARAMS& _params);
 
 /// A backdrop colour and how far around it cells still count as sure backdrop.
 struct UNMIX_KEY

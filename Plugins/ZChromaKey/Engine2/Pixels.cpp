@@ -34,7 +34,7 @@ struct PASS
     const UNMIX_PICTURE& picture;
     const UNMIX_RESULT& result;
     PIXEL_RULES arrRules[c_nUnmixMaxKeys];
-    bool bRepeat;
+    bool bSeen;
     bool bFilter;
     bool bPast;
     int nNear;     // 32nds: neighbours this near are averaged
@@ -94,16 +94,17 @@ int Filtered(const int* _p, int _nNear)
 }
 
 // The filter over time. What is kept is the difference over that of the backdrop, so that light that changes does not
-// linger. A repeated picture is given what it was given before.
+// linger. A picture that was seen before gets what it got then, unless another setup has moved it.
 int WithPast(const PASS& _pass, int16_t& _nPast, int _nDifference, float _fltX)
 {
     const float fltScale = _fltX * (32 / 8192.0f);
     if (_nPast != c_nUnknown)
     {
         const int nBefore = Clamp16(RoundSigned(static_cast<float>(_nPast) * fltScale));
-        if (_pass.bRepeat)
+        const bool bNear = std::abs(nBefore - _nDifference) < _pass.nTimeNear;
+        if (bNear && _pass.bSeen)
             return nBefore;
-        if (std::abs(nBefore - _nDifference) < _pass.nTimeNear)
+        if (bNear)
             _nDifference += MulRound(nBefore - _nDifference, c_nTimeWeight);
     }
     const int nKept = RoundSigned(std::clamp(static_cast<float>(_nDifference) / fltScale, -32767.0f, 32767.0f));
@@ -301,9 +302,9 @@ void Pixels_ForgetPast(FIELD_STATE& _field, const UNMIX_PICTURE& _picture)
 }
 
 void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
-                 bool _bRepeat, int _nFirst, int _nRows)
+                 bool _bSeen, int _nFirst, int _nRows)
 {
-    PASS pass{_state, _field, _picture, _result, {}, _bRepeat, false, false, 0, 0};
+    PASS pass{_state, _field, _picture, _result, {}, _bSeen, false, false, 0, 0};
     const float fltNoise = _state.setup.params.fltNoise > 0 ? std::min(_state.fltNoise, 60.0f) : 0;
     pass.bFilter = fltNoise > c_fltQuiet;
     pass.bPast = pass.bFilter && !_field.vecPast.empty();

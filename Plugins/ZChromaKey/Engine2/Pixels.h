@@ -78,6 +78,6 @@ VEC4 Pixel_Colour(const PIXEL_RULES& _rules, const PIXEL_PLACE& _place, const VE
 /// Makes room for the differences of the frame before, none of which is known.
 void Pixels_ForgetPast(FIELD_STATE& _field, const UNMIX_PICTURE& _picture);
 
-/// Rows of cells: writes the result of every pixel. _bRepeat: the picture of before again.
+/// Rows of cells: writes the result of every pixel. _bSeen: the picture of before again, perhaps with another setup.
 void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
-                 bool _bRepeat, int _nFirst, int _nRows);
+                 bool _bSeen, int _nFirst, int _nRows);

@@ -82,7 +82,8 @@ PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state)
     }
     PLATE_CHANGE change;
     change.nSeen = static_cast<int>(all.seen.w);
-    if (change.nSeen < 16)
+    change.bEnough = change.nSeen >= std::min(16, static_cast<int>(_state.vecPlate.size() + 3) / 4);
+    if (!change.bEnough)
         return change;
     change.bCut = all.fltOff * 3 > all.seen.w;
     if (!change.bCut)
@@ -131,7 +132,7 @@ VEC4 LampsAt(const UNMIX_PYRAMID::LEVEL& _blocks, int _nX, int _nY)
 }
 } // namespace
 
-void Plate_LearnPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, bool _bLamps, int _nFirst, int _nRows)
+void Plate_LearnPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, int _nFirst, int _nRows)
 {
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
@@ -141,7 +142,7 @@ void Plate_LearnPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, bool _bLa
             const VEC4 seen = _state.vecSeen[AtRow(_state, y) + x];
             VEC4& plate = _state.vecPlate[AtRow(_state, y) + x];
             VEC4 value = Scaled(plate, _change.gain);
-            if (_bLamps)
+            if (_change.bEnough)
             {
                 const VEC4 lamps = LampsAt(_state.lamps.arrLevels[0], x, y);
                 value = {value.b + lamps.b, value.g + lamps.g, value.r + lamps.r, value.w};

@@ -17,6 +17,7 @@ void Plate_SeenPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst,
 struct PLATE_CHANGE
 {
     int nSeen = 0;         ///< plate cells that are sure now and were before
+    bool bEnough = false;  ///< to tell anything from; else the rest is as if nothing had changed
     bool bCut = false;     ///< more than a third of them are off by 0.3 of the key's X: another scene
     VEC4 gain{1, 1, 1, 1}; ///< exposure: ratio of the sums
 };
@@ -27,7 +28,7 @@ PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state);
 void Plate_FindLamps(UNMIX_STATE& _state, const PLATE_CHANGE& _change);
 
 /// Rows of the plate: brought to the light of the present picture, then learns what is seen.
-void Plate_LearnPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, bool _bLamps, int _nFirst, int _nRows);
+void Plate_LearnPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, int _nFirst, int _nRows);
 
 /// Fills in what was never seen, if enough has been seen since it was last done; a picture without any backdrop gets
 /// the key's colour.

@@ -1,6 +1,7 @@
 #include "ZChromaKey/Engine2/State.h"
 
 #include <cstdlib>
+#include <utility>
 
 bool FIELD_STATE::operator==(const FIELD_STATE& _other) const
 {
@@ -32,40 +33,41 @@ static void FieldResize(FIELD_STATE& _field, int _nWidth, int _nRows, int _nCell
 
 void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFields)
 {
-    const UNMIX_SETUP setup = _state.setup;
-    _state = {};
-    _state.setup = setup;
-    _state.nWidth = _nWidth;
-    _state.nHeight = _nHeight;
-    _state.nFields = _nFields;
+    UNMIX_STATE state;
+    state.setup = _state.setup;
+    _state = {}; // before new memory is asked for
+    state.nWidth = _nWidth;
+    state.nHeight = _nHeight;
+    state.nFields = _nFields;
     const int nMostRows = (_nHeight + _nFields - 1) / _nFields;
     const int nCellRows = (nMostRows + c_nCell - 1) / c_nCell;
     for (int n = 0; n < _nFields; ++n)
-        FieldResize(_state.arrFields[n], _nWidth, (_nHeight + _nFields - 1 - n) / _nFields, nCellRows);
-    const int nCells = _state.arrFields[0].cells.nWidth;
-    _state.nPlateWidth = (nCells + 1) / 2;
-    _state.nPlateHeight = (nCellRows + 1) / 2;
-    const size_t nPlate = static_cast<size_t>(_state.nPlateWidth) * _state.nPlateHeight;
-    _state.vecPlate.assign(nPlate, {});
-    _state.vecOwner.assign(nPlate, 0);
-    _state.vecSeen.assign(nPlate, {});
-    _state.vecShade.assign(nPlate, 0);
-    _state.vecSums.assign(static_cast<size_t>(_state.nPlateHeight), {});
-    _state.fill.Resize(_state.nPlateWidth, _state.nPlateHeight);
-    _state.lamps.Resize((_state.nPlateWidth + 3) / 4, (_state.nPlateHeight + 3) / 4);
-    _state.bitsScratch.Resize(nCells, nCellRows);
-    _state.bitsPlate.Resize(_state.nPlateWidth, _state.nPlateHeight);
-    _state.vecChanged.assign(static_cast<size_t>(nCellRows), 0);
-    _state.vecNoise.assign(static_cast<size_t>(nCellRows) * 2, 0);
+        FieldResize(state.arrFields[n], _nWidth, (_nHeight + _nFields - 1 - n) / _nFields, nCellRows);
+    const int nCells = state.arrFields[0].cells.nWidth;
+    state.nPlateWidth = (nCells + 1) / 2;
+    state.nPlateHeight = (nCellRows + 1) / 2;
+    const size_t nPlate = static_cast<size_t>(state.nPlateWidth) * state.nPlateHeight;
+    state.vecPlate.assign(nPlate, {});
+    state.vecOwner.assign(nPlate, 0);
+    state.vecSeen.assign(nPlate, {});
+    state.vecShade.assign(nPlate, 0);
+    state.vecSums.assign(static_cast<size_t>(state.nPlateHeight), {});
+    state.fill.Resize(state.nPlateWidth, state.nPlateHeight);
+    state.lamps.Resize((state.nPlateWidth + 3) / 4, (state.nPlateHeight + 3) / 4);
+    state.bitsScratch.Resize(nCells, nCellRows);
+    state.bitsPlate.Resize(state.nPlateWidth, state.nPlateHeight);
+    state.vecChanged.assign(static_cast<size_t>(nCellRows), 0);
+    state.vecNoise.assign(static_cast<size_t>(nCellRows) * 2, 0);
+    _state = std::move(state);
 }
 
 bool UnmixState_Same(const UNMIX_STATE& _a, const UNMIX_STATE& _b)
 {
     return _a.nWidth == _b.nWidth && _a.nHeight == _b.nHeight && _a.nFields == _b.nFields && _a.nKeys == _b.nKeys &&
            std::equal(_a.arrKeys, _a.arrKeys + _a.nKeys, _b.arrKeys) && _a.vecPlate == _b.vecPlate &&
-           _a.vecOwner == _b.vecOwner && _a.fltNoise == _b.fltNoise && _a.nFrames == _b.nFrames &&
-           _a.nCuts == _b.nCuts && _a.nUnfilled == _b.nUnfilled && _a.arrFields[0] == _b.arrFields[0] &&
-           _a.arrFields[1] == _b.arrFields[1];
+           _a.vecOwner == _b.vecOwner && _a.fltNoise == _b.fltNoise && _a.bNoiseKnown == _b.bNoiseKnown &&
+           _a.kind == _b.kind && _a.nFrames == _b.nFrames && _a.nCuts == _b.nCuts && _a.nUnfilled == _b.nUnfilled &&
+           _a.arrFields[0] == _b.arrFields[0] && _a.arrFields[1] == _b.arrFields[1];
 }
 
 std::vector<float> UnmixState_Floats(const UNMIX_STATE& _state)

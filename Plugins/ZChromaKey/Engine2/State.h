@@ -106,25 +106,39 @@ struct ROW_SUMS
     int nGrown = 0;   ///< cells that were seen for the first time
 };
 
+/// How pictures are read: another way begins another stream, for the same colours come out a little different.
+struct UNMIX_KIND
+{
+    uint32_t fccType = 0;
+    int nMatrix = 0;
+
+    bool operator==(const UNMIX_KIND&) const = default;
+};
+
+inline constexpr float c_fltNoiseUnknown = 3;
+
 /// The stream.
 struct UNMIX_STATE
 {
     int nWidth = 0;
     int nHeight = 0;
     int nFields = 0;   ///< 1, or 2 for interlaced pictures
+    UNMIX_KIND kind;   ///< of the pictures
     UNMIX_SETUP setup; ///< of the frame before
 
     KEY_FORMS arrKeys[c_nUnmixMaxKeys];
     int nKeys = 0;
     int nPlateWidth = 0;
     int nPlateHeight = 0;
-    std::vector<VEC4> vecPlate;    ///< backdrop colour, and how often it was seen, at most 8
-    std::vector<uint8_t> vecOwner; ///< the key that a plate cell belongs to
-    float fltNoise = 3;            ///< of the difference, in levels
-    int nFrames = 0;               ///< pictures (fields) keyed since the start or the last cut
+    std::vector<VEC4> vecPlate;         ///< backdrop colour, and how often it was seen, at most 8
+    std::vector<uint8_t> vecOwner;      ///< the key that a plate cell belongs to
+    float fltNoise = c_fltNoiseUnknown; ///< of the difference, in levels
+    bool bNoiseKnown = false;           ///< measured, not assumed
+    int nFrames = 0; ///< pictures (fields) that the plate was learned from since the start or the last cut
     int nCuts = 0;
     int nUnfilled = 0; ///< pictures with new plate cells since the plate was last filled in
     bool bPlateSet = false;
+    bool bSure = false; ///< some backdrop is certain in the last picture
 
     FIELD_STATE arrFields[2];
 
@@ -151,7 +165,7 @@ struct UNMIX_STATE
     }
 };
 
-/// Makes room for a picture; all zero.
+/// Makes room for a picture; all zero but for the setup. Where memory runs out the state is that of no picture.
 void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFields);
 /// Whether two streams agree in everything that lasts from frame to frame.
 bool UnmixState_Same(const UNMIX_STATE& _a, const UNMIX_STATE& _b);

@@ -46,14 +46,28 @@ bool SameKeys(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
     return _a.nKeys == _b.nKeys && std::equal(_a.arrKeys, _a.arrKeys + _a.nKeys, _b.arrKeys);
 }
 
+bool SameRegion(const UNMIX_REGION& _a, const UNMIX_REGION& _b)
+{
+    return _a.pRow0 == _b.pRow0 && _a.nStride == _b.nStride;
+}
+
+// What says which cells are surely backdrop.
+bool SameScreen(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
+{
+    return SameKeys(_a, _b) && _a.params.fltBackdrop == _b.params.fltBackdrop && _a.nProtected == _b.nProtected &&
+           std::equal(_a.arrProtected, _a.arrProtected + _a.nProtected, _b.arrProtected) &&
+           SameRegion(_a.backdrop, _b.backdrop);
+}
+
 bool SameSetup(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
 {
-    const auto Same = [](const UNMIX_REGION& _r, const UNMIX_REGION& _s) {
-        return _r.pRow0 == _s.pRow0 && _r.nStride == _s.nStride;
-    };
-    return SameKeys(_a, _b) && _a.params == _b.params && _a.nProtected == _b.nProtected &&
-           std::equal(_a.arrProtected, _a.arrProtected + _a.nProtected, _b.arrProtected) &&
-           Same(_a.garbage, _b.garbage) && Same(_a.holdOut, _b.holdOut) && Same(_a.backdrop, _b.backdrop);
+    return SameScreen(_a, _b) && _a.params == _b.params && SameRegion(_a.garbage, _b.garbage) &&
+           SameRegion(_a.holdOut, _b.holdOut);
+}
+
+bool IsHeld(const UNMIX_STATE& _state, const UNMIX_SETUP& _setup)
+{
+    return _setup.params.eLearn == eUN_Hold && _state.bPlateSet;
 }
 
 void SetKeys(UNMIX_STATE& _state, const UNMIX_KEY* _pKeys, int _nKeys)
@@ -61,6 +75,27 @@ void SetKeys(UNMIX_STATE& _state, const UNMIX_KEY* _pKeys, int _nKeys)
     _state.nKeys = std::min(_nKeys, c_nUnmixMaxKeys);
     for (int k = 0; k < _state.nKeys; ++k)
         _state.arrKeys[k] = Screen_Forms(_pKeys[k]);
+}
+
+// What a picture has in common with the one before.
+struct SEEN
+{
+    bool bScreen; // what says which cells are backdrop
+    bool bSetup;
+};
+
+// Takes over the setup of the next picture, and forgets what was learned where it is not of that stream.
+SEEN TakeSetup(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_KIND& _kind)
+{
+    const SEEN seen = {SameScreen(_state.setup, _setup), SameSetup(_state.setup, _setup)};
+    const bool bKeys = !SameKeys(_state.setup, _setup) || (_state.nKeys == 0 && _setup.nKeys > 0);
+    if (bKeys || _kind != _state.kind || (!seen.bScreen && !IsHeld(_state, _setup)))
+        Unmix_Restart(_state);
+    if (bKeys)
+        SetKeys(_state, _setup.arrKeys, _setup.nKeys);
+    _state.kind = _kind;
+    _state.setup = _setup;
+    return seen;
 }
 
 // Another backdrop than the present keys': found where hardly anything of theirs is seen any more.
@@ -122,10 +157,9 @@ void LearnPlate(const RUN& _run)
         StartScene(_run, key);
         change = {};
     }
-    const bool bLamps = change.nSeen >= 16;
-    if (bLamps)
+    if (change.bEnough)
         Plate_FindLamps(state, change);
-    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_LearnPass(state, change, bLamps, _nFirst, _nRows); });
+    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_LearnPass(state, change, _nFirst, _nRows); });
     Plate_Fill(state, _run.field);
     _run.PlateRows([&](int _nFirst, int _nRows) { Plate_OwnerPass(state, _nFirst, _nRows); });
 }
@@ -133,12 +167,15 @@ void LearnPlate(const RUN& _run)
 void LearnNoise(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
+    if (!state.bPlateSet)
+        return; // there is nothing to measure in
     if (state.nFrames == 0)
         Wedge_Choose(state, _run.field);
     _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
     Noise_Learn(state);
     if (state.fltNoise > c_fltFilteredNoise && _run.field.vecPast.empty())
         Pixels_ForgetPast(_run.field, _run.picture);
+    ++state.nFrames;
 }
 
 void Classify(const RUN& _run)
@@ -176,15 +213,40 @@ void PassThrough(const RUN& _run)
     });
 }
 
-HRESULT KeyPicture(const RUN& _run, bool _bSameSetup)
+// Whether the field shows what it showed before. Makes its cells.
+bool ReadCells(const RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        Cells_Pass(_run.picture, _run.field.cells, state.vecChanged.data(), _nFirst, _nRows);
+    });
+    return _run.field.bKnown &&
+           std::none_of(state.vecChanged.begin(), state.vecChanged.end(), [](uint8_t _n) { return _n != 0; });
+}
+
+// What is known of the cells. A picture that was seen before teaches nothing, so it is not held against the plate that
+// it has taught: its sure cells stay what they were.
+void LearnCells(const RUN& _run, const SEEN& _seen, bool _bSeenBefore)
+{
+    UNMIX_STATE& state = _run.state;
+    if (!_bSeenBefore || !_seen.bScreen)
+        FindSure(_run);
+    if (!_bSeenBefore && !IsHeld(state, state.setup))
+    {
+        LearnPlate(_run);
+        LearnNoise(_run);
+    }
+    if (!_bSeenBefore || !_seen.bSetup)
+        Classify(_run);
+    Refine(_run);
+    _run.field.bKnown = true;
+}
+
+HRESULT KeyPicture(const RUN& _run, const SEEN& _seen)
 {
     UNMIX_STATE& state = _run.state;
     FIELD_STATE& field = _run.field;
-    _run.CellRows([&](int _nFirst, int _nRows) {
-        Cells_Pass(_run.picture, field.cells, state.vecChanged.data(), _nFirst, _nRows);
-    });
-    const bool bSeenBefore = field.bKnown && std::none_of(state.vecChanged.begin(), state.vecChanged.end(),
-                                                          [](uint8_t _n) { return _n != 0; });
+    const bool bSeenBefore = ReadCells(_run);
     UNMIX_KEY key;
     if (state.nKeys == 0 && Screen_FindKey(field.cells, &key))
         SetKeys(state, &key, 1);
@@ -193,23 +255,10 @@ HRESULT KeyPicture(const RUN& _run, bool _bSameSetup)
         PassThrough(_run);
         return S_FALSE;
     }
-    const bool bRepeat = bSeenBefore && _bSameSetup;
-    if (!bRepeat)
-    {
-        FindSure(_run);
-        const bool bHold = state.setup.params.eLearn == eUN_Hold && state.bPlateSet;
-        if (!bSeenBefore && !bHold)
-        {
-            LearnPlate(_run);
-            LearnNoise(_run);
-            ++state.nFrames;
-        }
-        Classify(_run);
-        Refine(_run);
-        field.bKnown = true;
-    }
+    LearnCells(_run, _seen, bSeenBefore);
+    state.bSure = field.bitsSure.Count() > 0;
     _run.CellRows([&](int _nFirst, int _nRows) {
-        Pixels_Pass(state, field, _run.picture, _run.result, bRepeat, _nFirst, _nRows);
+        Pixels_Pass(state, field, _run.picture, _run.result, bSeenBefore, _nFirst, _nRows);
     });
     if (!Views_Wanted(state, _run.picture))
         return S_OK;
@@ -274,19 +323,13 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
                     const UNMIX_RESULT& _result, IRowRunner& _runner)
 {
     CImgRowReader reader;
-    const HRESULT hr = reader.Init(_input.vidProps, _input.vidPtr);
+    const HRESULT hr = reader.Init(_input.vidProps, _input.vidPtr, _input.eMatrix);
     if (FAILED(hr))
         return hr;
     const int nFields = reader.Height() > 1 && VidProps_FieldOrder(&_input.vidProps) != 0 ? 2 : 1;
     if (_state.nWidth != reader.Width() || _state.nHeight != reader.Height() || _state.nFields != nFields)
         UnmixState_Resize(_state, reader.Width(), reader.Height(), nFields);
-    const bool bSameSetup = SameSetup(_state.setup, _setup);
-    if (!SameKeys(_state.setup, _setup) || (_state.nKeys == 0 && _setup.nKeys > 0))
-    {
-        Unmix_Restart(_state);
-        SetKeys(_state, _setup.arrKeys, _setup.nKeys);
-    }
-    _state.setup = _setup;
+    const SEEN seen = TakeSetup(_state, _setup, {_input.vidProps.fccType, static_cast<int>(reader.Matrix())});
     const UNMIX_PICTURE picture = ReadPicture(_state, reader, _input, _runner);
     const UNMIX_SAMPLES samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
     HRESULT hrKeyed = S_OK;
@@ -299,7 +342,7 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
                       FieldOf(_state, picture, samples, n),
                       Chroma_Field(samples, n, nFields),
                       FieldOf(_state, _result, n)};
-        if (KeyPicture(run, bSameSetup) == S_FALSE)
+        if (KeyPicture(run, seen) == S_FALSE)
             hrKeyed = S_FALSE;
     }
     return hrKeyed;
@@ -310,6 +353,8 @@ void Unmix_Restart(UNMIX_STATE& _state)
     for (VEC4& cell : _state.vecPlate)
         cell.w = 0;
     _state.bPlateSet = false;
+    _state.fltNoise = c_fltNoiseUnknown;
+    _state.bNoiseKnown = false;
     _state.nFrames = 0;
     _state.nUnfilled = 0;
     for (FIELD_STATE& field : _state.arrFields)
@@ -317,6 +362,8 @@ void Unmix_Restart(UNMIX_STATE& _state)
         field.bKnown = false;
         field.vecPast.clear();
     }
+    for (KEY_FORMS& key : _state.arrKeys)
+        key.fltWedge = 1;
     if (_state.setup.nKeys == 0)
         _state.nKeys = 0;
 }
@@ -338,7 +385,7 @@ UNMIX_STATS Unmix_Stats(const UNMIX_STATE& _state)
     stats.fltMixed *= fltShare;
     stats.fltSolid *= fltShare;
     stats.fltNoise = _state.fltNoise;
-    stats.nPlateFrames = _state.nFrames;
+    stats.nPlateFrames = (_state.nFrames + _state.nFields - 1) / std::max(_state.nFields, 1);
     stats.nCuts = _state.nCuts;
     return stats;
 }

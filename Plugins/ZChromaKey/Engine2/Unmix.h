@@ -1,9 +1,12 @@
 #pragma once
 
+#include "Image/ImgColor.h"
 #include "Interfaces/ZPlatform.h"
 #include "Interfaces/ZVideoTypes.h"
 #include "ZChromaKey/Engine2/Pixels.h"
 #include "ZChromaKey/Engine2/Runner.h"
+
+#include <optional>
 
 /// The keyer of the second generation: frames in, frames with alpha out.
 ///
@@ -18,6 +21,7 @@ struct UNMIX_INPUT
 {
     ZF_VID_PROPS vidProps;
     ZF_VID_PTR vidPtr;
+    std::optional<eZYMatrix> eMatrix = {}; ///< of YUV, where the picture's own size may not tell it: parts of a picture
 };
 
 struct UNMIX_STATS
@@ -26,16 +30,18 @@ struct UNMIX_STATS
     float fltMixed = 0;
     float fltSolid = 0;
     float fltNoise = 0;   ///< levels
-    int nPlateFrames = 0; ///< pictures since the start or the last cut; fields count
+    int nPlateFrames = 0; ///< frames that the plate was learned from since the start or the last cut
     int nCuts = 0;
 };
 
 /// Keys the next picture of the stream. _result: rows of the picture's size.
 ///
-/// A change of size starts the stream anew, a change of keys the plate. A picture that equals the one before teaches
-/// nothing and, with the same setup, gives the same result. S_FALSE: no key is named and nothing in the picture
-/// qualifies as backdrop; the picture comes out as it is, opaque. E_NOTIMPL, E_INVALIDARG: as CImgRowReader::Init;
-/// nothing is written. Allocates for the first pictures of a size only.
+/// A change of size, format or matrix starts the stream anew; so does, unless the plate is held, a change of what says
+/// which cells are backdrop: protected colours, the region of the backdrop, the parameter "backdrop". Other keys always
+/// start it anew. A picture that equals the one before teaches nothing and, with the same setup, gives the same result.
+/// S_FALSE: no key is named and nothing in the picture qualifies as backdrop; the picture comes out as it is, opaque.
+/// E_NOTIMPL, E_INVALIDARG: as CImgRowReader::Init; nothing is written. Allocates for the first pictures of a size
+/// only.
 HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input,
                     const UNMIX_RESULT& _result, IRowRunner& _runner);
 

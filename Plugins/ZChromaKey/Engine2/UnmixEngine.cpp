@@ -1,8 +1,7 @@
 #include "ZChromaKey/Engine2/UnmixEngine.h"
 
 #include "Base/ZAssert.h"
-#include "Base/ZVideoProps.h"
-#include "Image/ImgPlane.h"
+#include "Base/ZLog.h"
 #include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Screen.h"
 
@@ -25,26 +24,6 @@ UNMIX_SETTINGS SettingsOf(ENGINE_SETTINGS _settings)
 
 /// A channel's difference, in levels, that a range of value comes to: 0.2 of it is 24 levels.
 constexpr double c_dblProtectedLevels = 120;
-
-UNMIX_PARAMS ParamsOf(const KEY2_PARAMS& _params)
-{
-    UNMIX_PARAMS params;
-    params.fltBackdrop = static_cast<float>(_params.dblBackdrop);
-    params.fltSolid = static_cast<float>(_params.dblSolid);
-    params.fltCleanBackdrop = static_cast<float>(_params.dblCleanBackdrop);
-    params.fltCleanForeground = static_cast<float>(_params.dblCleanForeground);
-    params.fltSpill = static_cast<float>(_params.dblSpill);
-    params.fltSpillBalance = static_cast<float>(_params.dblSpillBalance);
-    params.fltShadows = static_cast<float>(_params.dblShadows);
-    params.fltNoise = static_cast<float>(_params.dblNoise);
-    params.eLight = static_cast<int32_t>(_params.eLightValue);
-    params.eLearn = static_cast<int32_t>(_params.eLearnValue);
-    params.eView = static_cast<int32_t>(_params.eViewValue);
-    params.eAlpha = static_cast<int32_t>(_params.eAlphaValue);
-    return params;
-}
-static_assert(int{eUV_Source} == int{eView_Source} && int{eUN_Hold} == int{eLearn_Hold});
-static_assert(int{eUL_Linear} == int{eLight_Linear} && int{eUA_Multiply} == int{eAlpha_Multiply});
 
 template <class Key> void ColourOf(const Key& _key, float (&_arrBGR)[3])
 {
@@ -73,31 +52,21 @@ void KeysOf(const CHROMA_KEY2_RAW& _key, UNMIX_SETUP* _pSetup)
     }
 }
 
-/// The nearest pixel of a mask for each pixel of a frame.
-std::vector<uint8_t> Stretched(const IMG_MASK& _mask, int32_t _nWidth, int32_t _nHeight)
+/// Makes a region the mask, or nothing: the nearest pixel of the mask for each pixel of a frame.
+void Stretch(const std::shared_ptr<const IMG_MASK>& _spMask, int32_t _nWidth, int32_t _nHeight,
+             UNMIX_STRETCHED* _pRegion)
 {
+    if (_pRegion->spMask == _spMask && _pRegion->nWidth == _nWidth && _pRegion->nHeight == _nHeight)
+        return;
     std::vector<uint8_t> vecBytes;
-    vecBytes.reserve(static_cast<size_t>(_nWidth) * static_cast<size_t>(_nHeight));
-    for (int64_t y = 0; y < _nHeight; ++y)
+    vecBytes.reserve(_spMask ? static_cast<size_t>(_nWidth) * static_cast<size_t>(_nHeight) : 0);
+    for (int64_t y = 0; _spMask && y < _nHeight; ++y)
     {
-        const uint8_t* const pRow = _mask.vecBytes.data() + y * _mask.nHeight / _nHeight * _mask.nWidth;
+        const uint8_t* const pRow = _spMask->vecBytes.data() + y * _spMask->nHeight / _nHeight * _spMask->nWidth;
         for (int64_t x = 0; x < _nWidth; ++x)
-            vecBytes.push_back(pRow[x * _mask.nWidth / _nWidth]);
+            vecBytes.push_back(pRow[x * _spMask->nWidth / _nWidth]);
     }
-    return vecBytes;
-}
-
-/// The alpha of the result as the mask.
-void MaskWrite(const UNMIX_RESULT& _result, const ENGINE_JOB& _job, int32_t _nWidth, int32_t _nHeight)
-{
-    const int32_t nStride = VidProps_Mask(&_job.result.vidProps).nRowBytes;
-    for (int32_t y = 0; y < _nHeight; ++y)
-    {
-        const uint8_t* const pPixel = _result.Bytes(y);
-        uint8_t* const pMask = _job.pbMask + ptrdiff_t{nStride} * y;
-        for (int32_t x = 0; x < _nWidth; ++x)
-            pMask[x] = pPixel[4 * x + 3];
-    }
+    *_pRegion = {_spMask, _nWidth, _nHeight, std::move(vecBytes)}; // elsewhere: the engine tells regions by their place
 }
 
 } // namespace
@@ -111,27 +80,20 @@ ENGINE_PLAN CUnmixEngine::Plan(ENGINE_SETTINGS _settings) const
 UNMIX_SETUP CUnmixEngine::SetupOf(const UNMIX_SETTINGS& _settings, int32_t _nWidth, int32_t _nHeight)
 {
     UNMIX_SETUP setup;
-    setup.params = ParamsOf(_settings.key.params);
+    setup.params = UnmixParams_Of(_settings.key.params);
     KeysOf(_settings.key, &setup);
     UNMIX_PARTS parts;
     {
         const std::lock_guard lock(m_mtxParts);
         parts = m_parts;
     }
-    const bool bSize = _nWidth != m_nWidth || _nHeight != m_nHeight;
-    m_nWidth = _nWidth;
-    m_nHeight = _nHeight;
     UNMIX_REGION* const arrRegions[Z_REGIONS] = {&setup.garbage, &setup.holdOut, &setup.backdrop};
     for (size_t n = 0; n < Z_REGIONS; ++n)
     {
-        const auto& spMask = parts.arrMasks[n];
-        if (bSize || m_arrRegions[n].spMask != spMask)
-        {
-            std::vector<uint8_t> vecBytes = spMask ? Stretched(*spMask, _nWidth, _nHeight) : std::vector<uint8_t>();
-            m_arrRegions[n] = {spMask, std::move(vecBytes)}; // at another address: the engine tells regions by it
-        }
-        if (spMask)
-            *arrRegions[n] = {m_arrRegions[n].vecBytes.data(), _nWidth};
+        UNMIX_STRETCHED& region = m_spWork->arrRegions[n];
+        Stretch(parts.arrMasks[n], _nWidth, _nHeight, &region);
+        if (region.spMask)
+            *arrRegions[n] = {region.vecBytes.data(), _nWidth};
     }
     return setup;
 }
@@ -140,33 +102,50 @@ HRESULT CUnmixEngine::Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings)
 {
     const auto timeStart = std::chrono::steady_clock::now();
     const std::lock_guard lock(m_mtxState);
-    const UNMIX_SETTINGS settings = SettingsOf(_settings);
-    if (settings.nRestarts != m_nRestarts)
-        Unmix_Restart(m_state);
-    m_nRestarts = settings.nRestarts;
-    const int32_t nWidth = _job.source.vidProps.nWidth;
-    const int32_t nHeight = std::abs(_job.source.vidProps.nHeight);
-    UNMIX_RESULT result;
-    if (_job.bWrite && _job.result.vidProps.fccType == eZFCC_ARGB32)
-        result = {Img_RowOf(_job.result.vidPtr, 0, 0), _job.result.vidPtr.cbVideoRowBytes[0], false};
-    else
-    {
-        m_vecResult.resize(size_t{4} * static_cast<size_t>(nWidth) * static_cast<size_t>(nHeight));
-        result = {m_vecResult.data(), ptrdiff_t{4} * nWidth, false};
-    }
-    CSerialRunner runner;
-    const HRESULT hr = Unmix_Frame(m_state, SetupOf(settings, nWidth, nHeight),
-                                   {_job.source.vidProps, _job.source.vidPtr}, result, runner);
+    if (!m_spWork)
+        m_spWork = std::make_shared<CUnmixWork>();
+    const HRESULT hr = WorkRun(_job, SettingsOf(_settings));
     if (FAILED(hr))
         return hr;
-    MaskWrite(result, _job, nWidth, nHeight);
+    SureSay();
     StatsKeep(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - timeStart).count());
-    return S_OK;
+    return hr;
+}
+
+void CUnmixEngine::SureSay()
+{
+    const UNMIX_STATE& state = m_spWork->state;
+    const bool bUnsure = !state.bSure && state.setup.params.eLearn != eUN_Hold;
+    if (bUnsure && !m_bUnsure)
+        ZLog(eZLog_Warning,
+             "CCoZChromaKey2: no backdrop of the key's colour is certain in this frame; until one is, "
+             "frames are keyed with what was learned before: check the key, the light and the regions\n");
+    m_bUnsure = bUnsure;
+}
+
+HRESULT CUnmixEngine::WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _settings)
+{
+    if (_settings.nRestarts != m_nRestarts)
+        Unmix_Restart(m_spWork->state);
+    m_nRestarts = _settings.nRestarts;
+    const uint32_t nWorkers = std::clamp(_job.nThreads, 1u, c_nMaxFrameThreads);
+    const int32_t nHeight = std::abs(_job.source.vidProps.nHeight);
+    m_spWork->Begin(_job, SetupOf(_settings, _job.source.vidProps.nWidth, nHeight), nWorkers);
+    HRESULT hr = m_pool.Prepare(nWorkers);
+    if (FAILED(hr))
+        return hr;
+    hr = m_pool.Run(m_spWork, 1);
+    if (SUCCEEDED(hr))
+        hr = m_spWork->Result();
+    const bool bRefused = hr == E_NOTIMPL || hr == E_INVALIDARG; // the picture, before anything was touched
+    if (FAILED(hr) && !bRefused)
+        m_spWork.reset(); // a worker that hangs may still use it, or memory ran out half-way
+    return FAILED(hr) ? hr : S_OK;
 }
 
 void CUnmixEngine::StatsKeep(double _dblMilliseconds)
 {
-    const UNMIX_STATS stats = Unmix_Stats(m_state);
+    const UNMIX_STATS stats = Unmix_Stats(m_spWork->state);
     const std::lock_guard lock(m_mtxParts);
     m_bKeyed = true;
     m_stats = {stats.fltBackdrop, stats.fltMixed,   stats.fltSolid,
@@ -177,16 +156,15 @@ void CUnmixEngine::StatsKeep(double _dblMilliseconds)
 void CUnmixEngine::Flush()
 {
     const std::lock_guard lock(m_mtxState);
-    Unmix_Restart(m_state);
+    if (m_spWork)
+        Unmix_Restart(m_spWork->state);
 }
 
 void CUnmixEngine::Close()
 {
     const std::lock_guard lock(m_mtxState);
-    m_state = {};
-    m_arrRegions = {};
-    m_vecResult = {};
-    m_nWidth = m_nHeight = 0;
+    m_pool.Stop();
+    m_spWork.reset();
 }
 
 void CUnmixEngine::PartsSet(const UNMIX_PARTS& _parts)
@@ -219,14 +197,15 @@ HRESULT CUnmixEngine::KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColou
 HRESULT CUnmixEngine::PlateGet(IMG_PICTURE* _pPicture)
 {
     const std::lock_guard lock(m_mtxState);
-    if (!m_state.bPlateSet)
+    if (!m_spWork || !m_spWork->state.bPlateSet)
         return S_FALSE;
-    IMG_PICTURE picture = {m_state.nWidth, m_state.nHeight, {}};
+    const UNMIX_STATE& state = m_spWork->state;
+    IMG_PICTURE picture = {state.nWidth, state.nHeight, {}};
     picture.vecBGRA.reserve(size_t{4} * static_cast<size_t>(picture.nWidth) * static_cast<size_t>(picture.nHeight));
     for (int32_t y = 0; y < picture.nHeight; ++y)
         for (int32_t x = 0; x < picture.nWidth; ++x)
         {
-            const VEC4 cell = Plate_AtCell(m_state, x / 4, y / m_state.nFields / 4);
+            const VEC4 cell = Plate_AtCell(state, x / 4, y / state.nFields / 4);
             for (const float fltValue : {cell.b, cell.g, cell.r, 255.0f})
                 picture.vecBGRA.push_back(static_cast<uint8_t>(std::clamp(fltValue + .5f, 0.0f, 255.0f)));
         }

@@ -1,16 +1,13 @@
 #pragma once
 
-#include "ZChromaKey/Engine2/Unmix.h"
 #include "ZChromaKey/Engine2/UnmixFrameEngine.h"
+#include "ZChromaKey/Engine2/UnmixWork.h"
 
-#include <array>
-#include <atomic>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 /// The second generation as an engine of the frame path: its settings, an UNMIX_SETTINGS, become the setup of the
-/// unmixing, and what comes out goes where the job says.
+/// unmixing, which the workers of a pool do.
 class CUnmixEngine final : public CUnmixFrameEngine
 {
 public:
@@ -21,8 +18,9 @@ public:
         return false;
     }
     HRESULT Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings) override;
-    void Hold(std::initializer_list<IUnknown*>) noexcept override
+    void Hold(std::initializer_list<IUnknown*> _listOwners) noexcept override
     {
+        m_pool.Hold(_listOwners);
     }
     HRESULT ProcessGPU(IZFFrame*, ENGINE_SETTINGS, const ENGINE_GPU_OPTIONS&, IZFFrame**) override
     {
@@ -45,22 +43,17 @@ public:
     HRESULT StatsGet(CHROMA_KEY2_STATS* _pStats) override;
 
 private:
-    /// A mask at the size of the frames.
-    struct REGION
-    {
-        std::shared_ptr<const IMG_MASK> spMask; ///< what it was stretched from
-        std::vector<uint8_t> vecBytes;
-    };
     UNMIX_SETUP SetupOf(const UNMIX_SETTINGS& _settings, int32_t _nWidth, int32_t _nHeight);
+    HRESULT WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _settings);
+    /// Says once that nothing in the frames is certain to be backdrop.
+    void SureSay();
     void StatsKeep(double _dblMilliseconds);
 
     std::mutex m_mtxState; ///< held while a picture is keyed: guards what follows
-    UNMIX_STATE m_state;
+    CRowPool m_pool{"CUnmixEngine"};
+    std::shared_ptr<CUnmixWork> m_spWork; ///< null before the first frame
     uint64_t m_nRestarts = 0;
-    int32_t m_nWidth = 0; ///< of the regions
-    int32_t m_nHeight = 0;
-    std::array<REGION, Z_REGIONS> m_arrRegions;
-    std::vector<uint8_t> m_vecResult; ///< where the job takes no colours
+    bool m_bUnsure = false; ///< and the log has said so
 
     std::mutex m_mtxParts; ///< guards what follows; nothing is locked under it
     UNMIX_PARTS m_parts;

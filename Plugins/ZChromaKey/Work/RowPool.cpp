@@ -85,6 +85,7 @@ HRESULT CRowPool::Run(const std::shared_ptr<CRowWork>& _spWork, int _nPasses)
         m_arrWorkers[i]->thread.Wake();
     if (WaitAll())
         return S_OK;
+    _spWork->GiveUp();
     Stop();
     return Z_E_TIMEOUT;
 }

@@ -25,6 +25,11 @@ public:
     /// pass at the same time, and none begins one before all have done the pass before. Once _bGo is false the result
     /// is not wanted any more, and the call is to return soon.
     virtual void Run(int _nPass, uint32_t _nWorker, const std::atomic<bool>& _bGo) noexcept = 0;
+    /// The frame is given up: workers that wait for each other inside of Run are to come back. Called by the pool's
+    /// owner while they run.
+    virtual void GiveUp() noexcept
+    {
+    }
 };
 
 /// The worker threads of an engine. Knows nothing of what they do. Calls come from one thread at a time.

@@ -142,6 +142,55 @@ TEST(UnmixFormats, TenBitsReachTheResult)
     }
     EXPECT_EQ(vecOut[(50 * static_cast<size_t>(nWidth) + 20) * 4 + 3], 0);
 }
+TEST(UnmixFormats, AnotherFormatOrMatrixIsAnotherStream)
+{
+    // The same still all the time; what comes out is what comes out when it is the first picture.
+    const int nWidth = 96, nHeight = 64;
+    SCENE scene = BodyScene(nWidth, nHeight);
+    GUARDED_PICTURE uyvy(Props(eZFCC_UYVY, nWidth, -nHeight), 0, eZGuard_Fence);
+    GUARDED_PICTURE r210(Props(eZFCC_r210, nWidth, -nHeight), 0, eZGuard_Fence);
+    for (const GUARDED_PICTURE* const p : {&uyvy, &r210})
+        ASSERT_EQ(S_OK, ZFrameWriter_Write(p->vidProps, p->vidPtr, scene.vecBGRA.data(), 4 * nWidth));
+    const auto Key = [&](UNMIX_STATE& _state, const UNMIX_INPUT& _input) {
+        CSerialRunner runner;
+        std::vector<uint8_t> vecOut(scene.vecBGRA.size());
+        Unmix_Frame(_state, GreenSetup(), _input, {vecOut.data(), ptrdiff_t{4} * nWidth, false}, runner);
+        return vecOut;
+    };
+    UNMIX_STATE state;
+    std::vector<std::vector<uint8_t>> vecResults;
+    for (const UNMIX_INPUT& input :
+         {scene.Input(), UNMIX_INPUT{r210.vidProps, r210.vidPtr}, UNMIX_INPUT{uyvy.vidProps, uyvy.vidPtr, eZYM_601},
+          UNMIX_INPUT{uyvy.vidProps, uyvy.vidPtr, eZYM_709}})
+    {
+        UNMIX_STATE fresh;
+        vecResults.push_back(Key(state, input));
+        EXPECT_EQ(vecResults.back(), Key(fresh, input));
+    }
+    EXPECT_NE(vecResults[2], vecResults[3]);
+}
+TEST(UnmixFormats, ChromaFollowsWhatMovesInsideACell)
+{
+    // A dark stroke that moves by two pixels leaves sums, least and greatest values of all cells as they were.
+    const int nWidth = 96, nHeight = 64;
+    std::vector<uint8_t> arrOut[2];
+    UNMIX_STATE state;
+    for (int nStep = 0; nStep < 2; ++nStep)
+    {
+        SCENE scene(nWidth, nHeight, [=](int _x, int) {
+            return _x / 2 == 20 + nStep ? SCENE_PIXEL{20, 20, 20} : c_colGreen;
+        });
+        GUARDED_PICTURE picture(Props(eZFCC_UYVY, nWidth, -nHeight), 0, eZGuard_Fence);
+        ASSERT_EQ(S_OK, ZFrameWriter_Write(picture.vidProps, picture.vidPtr, scene.vecBGRA.data(), 4 * nWidth));
+        CSerialRunner runner;
+        arrOut[nStep].resize(scene.vecBGRA.size());
+        Unmix_Frame(state, GreenSetup(), {picture.vidProps, picture.vidPtr},
+                    {arrOut[nStep].data(), ptrdiff_t{4} * nWidth, false}, runner);
+        const uint8_t* const pRow = &arrOut[nStep][static_cast<size_t>(32 * nWidth) * 4];
+        EXPECT_GT(pRow[4 * (40 + 2 * nStep) + 3], 200);
+        EXPECT_LT(pRow[4 * (42 - 2 * nStep) + 3], 50);
+    }
+}
 TEST(UnmixFormats, RefusesWhatTheReaderRefuses)
 {
     SCENE scene = BodyScene(32, 32);

@@ -1,3 +1,4 @@
+#include "ZChromaKey/Config/Params2.h"
 #include "ZChromaKey/Engine2/UnmixScenes.h"
 
 #include <gtest/gtest.h>
@@ -48,26 +49,18 @@ struct MASK
 };
 } // namespace
 
-TEST(UnmixOptions, TableAndDefaultsAgreeAndLimitsHold)
+TEST(UnmixOptions, ParametersAreThoseOfTheObjects)
 {
-    for (const UNMIX_PARAM& param : UnmixParams_All())
+    EXPECT_EQ(UnmixParams_Of(Params2_Defaults()), UNMIX_PARAMS());
+    size_t nReached = 0;
+    for (const KEY2_PARAM& param : Params2_Table())
     {
-        SCOPED_TRACE(param.pszName);
-        UNMIX_PARAMS params;
-        ASSERT_NE(param.pfltMember == nullptr, param.pnMember == nullptr);
-        const auto Value = [&] {
-            return param.pfltMember ? params.*param.pfltMember : static_cast<float>(params.*param.pnMember);
-        };
-        EXPECT_EQ(Value(), param.fltDefault);
-        EXPECT_FALSE(UnmixParams_Set(&params, param.pszName, param.fltLeast - 1));
-        EXPECT_FALSE(UnmixParams_Set(&params, param.pszName, param.fltMost + 1));
-        EXPECT_FALSE(UnmixParams_Set(&params, param.pszName, NAN));
-        EXPECT_EQ(params, UNMIX_PARAMS());
-        EXPECT_TRUE(UnmixParams_Set(&params, param.pszName, param.fltMost));
-        EXPECT_EQ(Value(), param.fltMost);
+        KEY2_PARAMS params = Params2_Defaults();
+        params.*param.pdblField = param.dblDefault == 1 ? 0 : 1; // in the range of each
+        nReached += !(UnmixParams_Of(params) == UNMIX_PARAMS());
     }
-    UNMIX_PARAMS params;
-    EXPECT_FALSE(UnmixParams_Set(&params, "no_such", 1));
+    static_assert(sizeof(float) == sizeof(int32_t));
+    EXPECT_EQ(nReached, sizeof(UNMIX_PARAMS) / sizeof(float)) << "each member has a parameter of its own";
 }
 TEST(UnmixOptions, FindsBackdropsOfEveryHue)
 {

@@ -29,26 +29,6 @@ double AlphaDistance(const std::vector<uint8_t>& _vecA, const std::vector<uint8_
 }
 } // namespace
 
-TEST(UnmixStream, ThreadCountDoesNotMatter)
-{
-    for (const int eInterlace : {eZI_Progressive, eZI_TopFirst})
-    {
-        UNMIX_STATE stateOne, stateMany;
-        CSerialRunner serial;
-        CThreadRunner many(3);
-        for (uint32_t n = 0; n < 4; ++n)
-        {
-            SCENE scene = BodyScene(203, 117, 6, n, .02f * static_cast<float>(n));
-            std::vector<uint8_t> vecOne(scene.vecBGRA.size()), vecMany(scene.vecBGRA.size());
-            const UNMIX_INPUT input = scene.Input(eZFCC_ARGB32, eInterlace);
-            Unmix_Frame(stateOne, {}, input, {vecOne.data(), 203 * 4, false}, serial);
-            Unmix_Frame(stateMany, {}, input, {vecMany.data(), 203 * 4, false}, many);
-            EXPECT_EQ(vecOne, vecMany) << n;
-            EXPECT_TRUE(UnmixState_Same(stateOne, stateMany)) << n;
-            EXPECT_TRUE(AllNumbers(stateOne));
-        }
-    }
-}
 TEST(UnmixStream, RepeatedPictureGivesTheSameAndTeachesNothing)
 {
     UNMIX_STATE state;
@@ -179,6 +159,79 @@ TEST(UnmixStream, NothingIsAllocatedAfterTheThirdFrame)
         Unmix_Frame(state, {}, input, {vecOut.data(), 160 * 4, false}, runner);
     }
     EXPECT_EQ(AllocCount() - nBefore, 0u);
+}
+TEST(UnmixStream, ViewsBackAndForthLeaveTheMatte)
+{
+    UNMIX_STATE state;
+    SCENE first = BodyScene(160, 120, 8, 1), second = BodyScene(160, 120, 8, 2);
+    Keyed(state, first);
+    const std::vector<uint8_t> vec = Keyed(state, second);
+    ASSERT_FALSE(state.arrFields[0].vecPast.empty()); // the filter over time is at work
+    UNMIX_SETUP setup;
+    setup.params.eView = eUV_Status;
+    Keyed(state, second, setup);
+    EXPECT_EQ(Keyed(state, second), vec);
+}
+TEST(UnmixStream, TuningAStillIsAsGoodAsStartingAnew)
+{
+    // What says which cells are backdrop acts on the picture that is shown, not on the next one only.
+    SCENE scene = BodyScene(160, 120);
+    std::vector<uint8_t> vecMask(160 * 120, 255);
+    UNMIX_SETUP wide, region, cloth;
+    wide.params.fltBackdrop = 20;
+    region.backdrop = {vecMask.data(), 160};
+    cloth.nProtected = 1;
+    std::copy_n(std::begin({c_colGreen.b, c_colGreen.g, c_colGreen.r}), 3, cloth.arrProtected[0].arrBGR);
+    UNMIX_STATE tuned;
+    Keyed(tuned, scene);
+    for (const UNMIX_SETUP& setup : {wide, region, cloth, UNMIX_SETUP()})
+    {
+        UNMIX_STATE fresh;
+        EXPECT_EQ(Keyed(tuned, scene, setup), Keyed(fresh, scene, setup));
+        EXPECT_EQ(tuned.vecPlate, fresh.vecPlate);
+    }
+}
+TEST(UnmixStream, AFirstFrameWithoutBackdropSpoilsNothing)
+{
+    // Denim before blue needs the wedge, which is chosen where there is a backdrop to choose it by.
+    SCENE denim(160, 120, [](int _x, int _y) {
+        return _x > 40 && _x < 120 && _y > 30 ? SCENE_PIXEL{130, 105, 60} : SCENE_PIXEL{190, 70, 40};
+    });
+    SCENE black(160, 120, [](int, int) { return SCENE_PIXEL{0, 0, 0}; });
+    UNMIX_SETUP setup;
+    setup.nKeys = 1;
+    setup.params.fltSolid = 0; // or the core would hide it
+    std::copy_n(std::begin({190.0f, 70.0f, 40.0f}), 3, setup.arrKeys[0].arrBGR);
+    UNMIX_STATE state, fresh;
+    Keyed(state, black, setup);
+    EXPECT_EQ(Keyed(state, denim, setup), Keyed(fresh, denim, setup));
+    EXPECT_GT(fresh.arrKeys[0].fltWedge, 1);
+    EXPECT_EQ(state.arrKeys[0].fltWedge, fresh.arrKeys[0].fltWedge);
+    EXPECT_TRUE(state.bNoiseKnown);
+}
+TEST(UnmixStream, RestartForgetsTheNoise)
+{
+    UNMIX_STATE state, fresh;
+    SCENE noisy = BodyScene(160, 120, 14),
+          strip(160, 120, [](int _x, int) { return _x < 24 ? c_colGreen : c_colCoat; });
+    Keyed(state, noisy, {});
+    EXPECT_GT(state.fltNoise, 6);
+    Unmix_Restart(state);
+    EXPECT_EQ(Keyed(state, strip), Keyed(fresh, strip));
+    EXPECT_EQ(state.fltNoise, fresh.fltNoise);
+}
+TEST(UnmixStream, SmallPicturesFollowTheLightToo)
+{
+    UNMIX_STATE state;
+    const auto Scene = [](float _fltLight) {
+        return SCENE(24, 24, [=](int _x, int) {
+            return _x > 15 ? SCENE_PIXEL{90, 60, 150}
+                           : SCENE_PIXEL{c_colGreen.b * _fltLight, c_colGreen.g * _fltLight, c_colGreen.r * _fltLight};
+        });
+    };
+    SCENE bright = Scene(1), dim = Scene(.55f);
+    Keyed(state, bright);
+    EXPECT_EQ(Keyed(state, dim)[3], 0);
 }
 TEST(UnmixStream, DegeneratePicturesGiveSensibleResults)
 {

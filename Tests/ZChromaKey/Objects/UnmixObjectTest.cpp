@@ -9,6 +9,7 @@
 #include "Support/TestFrames.h"
 #include "Support/TestProps.h"
 #include "Support/Texts.h"
+#include "Video/FrameShorthand.h"
 #include "ZChromaKey/Objects/CoZChromaKey2.h"
 
 #include <gtest/gtest.h>
@@ -161,6 +162,36 @@ TEST_F(UnmixObject, RegionsProtectedColoursAndViewsAct)
     EXPECT_NEAR(Img_RowOf(PtrOf(cpPlate.Get()), 0, 83)[4 * 96 + 1], 153, 8) << "the green behind the body";
 }
 
+TEST_F(UnmixObject, TheNumberOfThreadsIsNotSeen)
+{
+    const auto cpFirst = Body(eZFCC_NV12, c_arrGreen);
+    EXPECT_EQ(m_cpKeyer->FrameSet(cpFirst.Get()), S_OK);
+    EXPECT_EQ(m_cpKeyer->KeyAuto(), S_OK);
+    constexpr double c_arrDarker[3] = {42, 150, 50};
+    constexpr double c_arrPale[3] = {60, 175, 70};
+    // Threads change from frame to frame in the second run; each is keyed with what the ones before have taught.
+    std::vector<std::vector<uint8_t>> arrResults[2];
+    for (auto& vecResults : arrResults)
+    {
+        EXPECT_EQ(m_cpProcess->OnMediaFlush(), S_OK);
+        int nFrame = 0;
+        for (const auto& arrBackdrop : {c_arrGreen, c_arrDarker, c_arrPale, c_arrGreen, c_arrBlue, c_arrDarker})
+        {
+            const wchar_t* const arrThreads[] = {L"1", L"2", L"8", L"3", L"1", L"16"};
+            const wchar_t* const pwszThreads = arrThreads[&vecResults == arrResults ? 0 : nFrame];
+            EXPECT_EQ(m_cpProps->PropsSet(L"process.threads", pwszThreads), S_OK);
+            const double arrBGR[3] = {arrBackdrop[0], arrBackdrop[1], arrBackdrop[2]};
+            const auto cpFrame = Body(nFrame % 2 ? eZFCC_ARGB32 : eZFCC_NV12, arrBGR);
+            const auto cpRes = Receive(cpFrame.Get());
+            ASSERT_TRUE(cpRes);
+            vecResults.push_back(PixelsOf(cpRes.Get()));
+            vecResults.push_back(PixelsOf(ZQuery<IZFFrame>(AttachmentOf(cpRes.Get(), L"mask")).Get()));
+            ++nFrame;
+        }
+    }
+    EXPECT_TRUE(arrResults[0] == arrResults[1]);
+}
+
 TEST_F(UnmixObject, AMaskIsAttachedWhereTheResultStaysAsItIs)
 {
     EXPECT_EQ(OptionOf(m_cpProps.Get(), L"output.argb"), L"true");
@@ -171,6 +202,33 @@ TEST_F(UnmixObject, AMaskIsAttachedWhereTheResultStaysAsItIs)
     const auto cpRes = Receive(cpFrame.Get());
     EXPECT_EQ(PropsOf(cpRes.Get()).fccType, eZFCC_UYVY);
     EXPECT_LT(Error(cpRes.Get()), 2.5);
+    EXPECT_EQ(m_cpKeyer->ViewSet(eView_Status), S_OK);
+    cpFrame->IdentityRenew();
+    EXPECT_LT(Error(Receive(cpFrame.Get()).Get()), 2.5) << "no view can be seen: the mask stays the mask";
+}
+
+TEST_F(UnmixObject, LostBackdropIsSaidOnce)
+{
+    constexpr double c_arrBlack[3] = {0, 0, 0};
+    const auto cpFrame = Body(eZFCC_RGB32, c_arrGreen);
+    const auto cpDark = Body(eZFCC_RGB32, c_arrBlack);
+    EXPECT_EQ(m_cpKeyer->FrameSet(cpFrame.Get()), S_OK);
+    EXPECT_EQ(m_cpKeyer->KeyAddPoint(10, 10), S_OK);
+    const CLogCatcher log;
+    const auto Lines = [&] { return log.Count("no backdrop of the key's colour is certain", eZLog_Warning); };
+    Receive(cpFrame.Get());
+    EXPECT_EQ(Lines(), 0u);
+    for (int nTimes = 1; nTimes < 3; ++nTimes)
+    {
+        for (int n = 0; n < 3; ++n)
+        {
+            cpDark->IdentityRenew();
+            Receive(cpDark.Get());
+        }
+        EXPECT_EQ(Lines(), static_cast<size_t>(nTimes));
+        cpFrame->IdentityRenew();
+        EXPECT_LT(Error(Receive(cpFrame.Get()).Get()), 2.5);
+    }
 }
 
 } // namespace

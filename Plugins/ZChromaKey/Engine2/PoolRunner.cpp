@@ -1,0 +1,108 @@
+#include "ZChromaKey/Engine2/PoolRunner.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace
+{
+
+// Most waits between two passes are shorter than falling asleep and waking up takes. One that is longer may be for a
+// thread that waits for the processor, which spinning would keep from it.
+constexpr std::chrono::microseconds c_timeWaitSpin{20};
+
+template <class Condition> void SpinFor(const Condition& _isMet)
+{
+    const auto tpEnd = std::chrono::steady_clock::now() + c_timeWaitSpin;
+    while (!_isMet() && std::chrono::steady_clock::now() < tpEnd)
+    {
+    }
+}
+
+} // namespace
+
+void CPoolRunner::Begin(uint32_t _nWorkers)
+{
+    m_bHelpers = _nWorkers > 1;
+    m_bGivenUp = false;
+    m_bOver = false;
+    m_nPasses = 0;
+}
+
+void CPoolRunner::TakeParts(const CRowPass& _pass, int _nRows, int _nPart)
+{
+    while (!m_bGivenUp.load(std::memory_order_relaxed))
+    {
+        const int nFirst = m_nNextRow.fetch_add(_nPart, std::memory_order_relaxed);
+        if (nFirst >= _nRows)
+            return;
+        _pass(nFirst, std::min(_nPart, _nRows - nFirst));
+    }
+}
+
+void CPoolRunner::Publish(const CRowPass* _pPass, int _nRows, int _nPart)
+{
+    const std::lock_guard lock(m_mtxPass);
+    m_pPass = _pPass;
+    m_nRows = _nRows;
+    m_nPart = _nPart;
+    m_nPasses += _pPass != nullptr;
+}
+
+void CPoolRunner::WaitForHelpers()
+{
+    const auto IsDone = [this] { return m_nBusy == 0; };
+    SpinFor(IsDone);
+    std::unique_lock lock(m_mtxPass);
+    m_cvDone.wait(lock, IsDone);
+}
+
+void CPoolRunner::Run(int _nRows, int _nLeast, const CRowPass& _pass)
+{
+    m_nNextRow = 0;
+    if (!m_bHelpers || _nRows <= _nLeast)
+    {
+        TakeParts(_pass, _nRows, _nLeast);
+        return;
+    }
+    Publish(&_pass, _nRows, _nLeast);
+    m_cvPass.notify_all();
+    TakeParts(_pass, _nRows, _nLeast);
+    Publish(nullptr, 0, 0); // nobody enters any more
+    WaitForHelpers();
+}
+
+void CPoolRunner::Serve()
+{
+    for (uint32_t nSeen = 0;;)
+    {
+        const auto IsNew = [&] { return m_nPasses != nSeen; };
+        SpinFor(IsNew);
+        std::unique_lock lock(m_mtxPass);
+        m_cvPass.wait(lock, [&] { return m_bOver || m_bGivenUp || (IsNew() && m_pPass); });
+        if (m_bOver || m_bGivenUp)
+            return;
+        nSeen = m_nPasses;
+        const CRowPass& pass = *m_pPass;
+        const int nRows = m_nRows, nPart = m_nPart;
+        ++m_nBusy;
+        lock.unlock();
+        TakeParts(pass, nRows, nPart);
+        lock.lock();
+        if (--m_nBusy == 0)
+            m_cvDone.notify_one();
+    }
+}
+
+void CPoolRunner::End()
+{
+    const std::lock_guard lock(m_mtxPass);
+    m_bOver = true;
+    m_cvPass.notify_all();
+}
+
+void CPoolRunner::GiveUp()
+{
+    const std::lock_guard lock(m_mtxPass);
+    m_bGivenUp = true;
+    m_cvPass.notify_all();
+}

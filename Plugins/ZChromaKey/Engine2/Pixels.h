@@ -59,6 +59,10 @@ struct PIXEL_PLACE
     float fltQuieted = 0; ///< what the filters have added to the difference
 };
 
+/// How far a colour is beyond the range of what may be anything but solid, 0 to 1, relative to the backdrop there: not
+/// at all inside the ellipsoid (as Screen_Pass has it), wholly from 1.25 times it on.
+float Pixel_Beyond(const KEY_FORMS& _key, const VEC4& _back, const VEC4& _colour);
+
 /// Alpha of a pixel, 0 to 1. _fltDifference: D in levels, filtered.
 ///
 /// a0 = (X - D) / (X - 0.15 min(D of F, 0)), X of the backdrop, clipped by the noise. Where the foreground F is known,

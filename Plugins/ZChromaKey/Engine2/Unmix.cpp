@@ -4,6 +4,7 @@
 #include "Image/ImgRowReader.h"
 #include "ZChromaKey/Engine2/Chroma.h"
 #include "ZChromaKey/Engine2/Classes.h"
+#include "ZChromaKey/Engine2/Edges.h"
 #include "ZChromaKey/Engine2/Noise.h"
 #include "ZChromaKey/Engine2/Plate.h"
 #include "ZChromaKey/Engine2/Screen.h"
@@ -260,6 +261,8 @@ HRESULT KeyPicture(const RUN& _run, const SEEN& _seen)
     _run.CellRows([&](int _nFirst, int _nRows) {
         Pixels_Pass(state, field, _run.picture, _run.result, bSeenBefore, _nFirst, _nRows);
     });
+    if (Edges_Wanted(state))
+        Edges_Change(state, field, _run.picture, _run.result, _run.runner);
     if (!Views_Wanted(state, _run.picture))
         return S_OK;
     if (state.setup.params.fltShadows > 0)

@@ -14,6 +14,8 @@ UNMIX_PARAMS UnmixParams_Of(const KEY2_PARAMS& _params)
     params.fltSolid = static_cast<float>(_params.dblSolid);
     params.fltCleanBackdrop = static_cast<float>(_params.dblCleanBackdrop);
     params.fltCleanForeground = static_cast<float>(_params.dblCleanForeground);
+    params.fltChoke = static_cast<float>(_params.dblChoke);
+    params.fltSoften = static_cast<float>(_params.dblSoften);
     params.fltSpill = static_cast<float>(_params.dblSpill);
     params.fltSpillBalance = static_cast<float>(_params.dblSpillBalance);
     params.fltShadows = static_cast<float>(_params.dblShadows);

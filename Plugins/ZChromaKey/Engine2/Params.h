@@ -45,6 +45,8 @@ struct UNMIX_PARAMS
     float fltSolid = 50;
     float fltCleanBackdrop = 2;
     float fltCleanForeground = 3;
+    float fltChoke = 0;
+    float fltSoften = 0;
     float fltSpill = 100;
     float fltSpillBalance = 50;
     float fltShadows = 0;
@@ -67,6 +69,9 @@ struct UNMIX_KEY
     float fltHue = 18;          ///< degrees to either side
     float fltSaturation = .18f; ///< loss of saturation; veils lose it
     float fltValue = .62f;      ///< loss of value, relative; wide, for shadows on the screen lose it
+    float fltSolidHue = 60;     ///< the same of colours that are solid; as wide as this, unmixing finds them by itself
+    float fltSolidSaturation = .6f;
+    float fltSolidValue = 1;
 
     bool operator==(const UNMIX_KEY&) const = default;
 };
@@ -75,7 +80,9 @@ struct UNMIX_KEY
 struct UNMIX_PROTECTED
 {
     float arrBGR[3] = {};
-    float fltRange = 24; ///< greatest difference of a channel, in levels; fades out over as much again
+    float fltHue = 12;          ///< half axes of an ellipsoid round it: degrees,
+    float fltSaturation = .12f; ///< 0 to 1,
+    float fltValue = .2f;       ///< 0 to 1
 
     bool operator==(const UNMIX_PROTECTED&) const = default;
 };

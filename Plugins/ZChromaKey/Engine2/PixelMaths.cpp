@@ -8,15 +8,22 @@ constexpr float c_fltOff = 20;      // distance from the line, in levels, at whi
 constexpr float c_fltShade = .2f;   // brightness by which foreground varies
 constexpr float c_fltForeGain = 6;  // how fast confidence becomes trust
 constexpr float c_fltLightDark = 1; // share of linear light in the mixing, where the foreground is darker
-constexpr float c_fltLightBright = .3f;
+constexpr float c_fltLightBright = .4f;
 constexpr float c_fltDark0 = .2f; // a pixel this dark against the backdrop is spilled foreground
 constexpr float c_fltDark1 = .4f;
-constexpr float c_fltBeyond = .3f;      // how far D of the foreground itself counts where it is below 0
+constexpr float c_fltBeyond = .15f;     // how far D of the foreground itself counts where it is below 0
 constexpr float c_fltKeepColour = .02f; // regularisation of the colour
+constexpr float c_fltHueless = .05f;    // of the backdrop's X: what has no more tint has no hue
+constexpr float c_fltBounce = .015f;    // of the backdrop's X that any colour has caught
 
 float Dot(const VEC4& _a, const VEC4& _b)
 {
     return _a.b * _b.b + _a.g * _b.g + _a.r * _b.r;
+}
+
+float Saturation(const VEC4& _v)
+{
+    return 1 - _v.Min() / std::max(_v.Max(), 1.0f);
 }
 
 float Light(const VEC4& _v)
@@ -100,8 +107,10 @@ UNMIX_LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params)
     limiter.arrTake[2] = chroma.r * fltScale;
     if (_key.fltCloth > 0)
         limiter.fltOwn = .24f * _key.fltX;
-    limiter.nOwn = Round(limiter.fltOwn * 32);
+    limiter.nOwn = Round(limiter.fltOwn * 16384);
+    limiter.fltLeast = c_fltBounce * _key.fltX;
     limiter.nLimit = Round(limiter.fltLimit * 256);
+    limiter.nLeast = Round(limiter.fltLeast * 16384);
     for (int n = 0; n < 3; ++n)
         limiter.anTake[n] = std::clamp(Round(limiter.arrTake[n] * 1024), -32768, 32767);
     return limiter;
@@ -112,7 +121,7 @@ VEC4 Pixels_Limit(const UNMIX_LIMITER& _limiter, const KEY_FORMS& _key, const VE
     const float fltX = _key.X(_colour.b, _colour.g, _colour.r);
     const float fltZ = std::abs(_key.Z(_colour.b, _colour.g, _colour.r));
     const float fltTint = fltX - _limiter.fltLimit * fltZ;
-    const float fltExcess = std::max(std::min(fltTint, _limiter.fltOwn - fltTint), 0.0f);
+    const float fltExcess = std::max(std::min(fltTint, _limiter.fltOwn - fltTint), _limiter.fltLeast);
     return {_colour.b - fltExcess * _limiter.arrTake[0], _colour.g - fltExcess * _limiter.arrTake[1],
             _colour.r - fltExcess * _limiter.arrTake[2], _colour.w};
 }
@@ -128,6 +137,21 @@ PIXEL_RULES Pixels_Rules(const UNMIX_STATE& _state, const KEY_FORMS& _key)
     rules.fltClip = params.fltNoise * _state.fltNoise;
     rules.bLinear = params.eLight == eUL_Linear;
     return rules;
+}
+
+float Pixel_Beyond(const KEY_FORMS& _key, const VEC4& _back, const VEC4& _colour)
+{
+    const float* const p = _key.arrBeyond;
+    if (p[0] + p[1] + p[2] == 0)
+        return 0;
+    const float fltBackX = std::max(_key.X(_back.b, _back.g, _back.r), .15f * _key.fltX);
+    const float fltRho = std::clamp(_key.Z(_back.b, _back.g, _back.r) / fltBackX, -.5f, .5f);
+    const float fltX = std::max(_key.X(_colour.b, _colour.g, _colour.r), 0.0f);
+    const float fltZ = std::abs(_key.Z(_colour.b, _colour.g, _colour.r) - fltRho * fltX);
+    const float h = fltZ / (fltX + c_fltHueless * fltBackX) * p[0];
+    const float s = std::max(Saturation(_back) - Saturation(_colour), 0.0f) * p[1];
+    const float v = std::max(1 - _colour.Max() / std::max(_back.Max(), 1.0f), 0.0f) * p[2];
+    return Clamp01(4 * std::sqrt(h * h + s * s + v * v) - 4);
 }
 
 float Pixel_Alpha(const PIXEL_RULES& _rules, const PIXEL_PLACE& _place, const VEC4& _colour, float _fltDifference)

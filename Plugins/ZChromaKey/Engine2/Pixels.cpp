@@ -1,5 +1,7 @@
 #include "ZChromaKey/Engine2/Pixels.h"
 
+#include "ZChromaKey/Engine2/Screen.h"
+
 #include <cmath>
 #include <cstring>
 
@@ -172,19 +174,6 @@ CORE_FIELD CoreOf(const CBitRows& _bits, int _nX, int _nY)
     return core;
 }
 
-float ProtectionOf(const UNMIX_SETUP& _setup, const VEC4& _colour)
-{
-    float fltMost = 0;
-    for (int n = 0; n < _setup.nProtected; ++n)
-    {
-        const UNMIX_PROTECTED& p = _setup.arrProtected[n];
-        const float flt = std::max(std::max(std::abs(_colour.b - p.arrBGR[0]), std::abs(_colour.g - p.arrBGR[1])),
-                                   std::abs(_colour.r - p.arrBGR[2]));
-        fltMost = std::max(fltMost, Clamp01(2 - flt / std::max(p.fltRange, 1.0f)));
-    }
-    return fltMost;
-}
-
 void MixedCell(PASS& _pass, int _nX, int _nY)
 {
     const UNMIX_STATE& state = _pass.state;
@@ -218,11 +207,14 @@ void MixedCell(PASS& _pass, int _nX, int _nY)
             place.fore = place.fore * (fltWeight > 1e-9f ? 1 / fltWeight : 0.0f);
             place.fore.w = fltWeight;
             place.fltCore = core.bAny ? core.At(x, y) : 0;
-            if (state.setup.nProtected > 0)
-                place.fltCore = std::max(place.fltCore, ProtectionOf(state.setup, colour));
+            const float fltProtected = state.setup.nProtected > 0 ? Screen_Protection(state.setup, colour) : 0;
+            place.fltCore =
+                std::max(std::max(place.fltCore, fltProtected), Pixel_Beyond(*rules.pKey, place.back, colour));
             place.fltQuieted = static_cast<float>(nDifference - *pDifference) / 32;
             const float a = Pixel_Alpha(rules, place, colour, static_cast<float>(nDifference) / 32);
-            _pass.result.Put(x0 + x, y0 + y, Pixel_Colour(rules, place, colour, a));
+            VEC4 out = Pixel_Colour(rules, place, colour, a);
+            out = out + VEC4{colour.b - out.b, colour.g - out.g, colour.r - out.r, 0} * fltProtected;
+            _pass.result.Put(x0 + x, y0 + y, out);
         }
 }
 
@@ -231,8 +223,8 @@ void SolidBytes(const UNMIX_LIMITER& _limiter, const KEY_FORMS& _key, const uint
 {
     const int nX = _key.anX[0] * _pIn[0] + _key.anX[1] * _pIn[1] + _key.anX[2] * _pIn[2];
     const int nZ = std::abs(_key.anZ[0] * _pIn[0] + _key.anZ[1] * _pIn[1] + _key.anZ[2] * _pIn[2]);
-    const int nTint = (nX * 256 - nZ * _limiter.nLimit + 256) >> 9;
-    const int nExcess = std::max(std::min(nTint, _limiter.nOwn - nTint), 0);
+    const int nTint = nX * 256 - nZ * _limiter.nLimit;
+    const int nExcess = (std::max(std::min(nTint, _limiter.nOwn - nTint), _limiter.nLeast) + 256) >> 9;
     for (int c = 0; c < 3; ++c)
         _pOut[c] = static_cast<uint8_t>(std::clamp(_pIn[c] - MulRound(nExcess, _limiter.anTake[c]), 0, 255));
     _pOut[3] = 255;
@@ -243,19 +235,20 @@ void SolidCell(const PASS& _pass, int _nX, int _nY)
     const UNMIX_PICTURE& picture = _pass.picture;
     const size_t nPlate = static_cast<size_t>(_nY >> 1) * _pass.state.nPlateWidth + (_nX >> 1);
     const PIXEL_RULES& rules = _pass.arrRules[_pass.state.vecOwner[nPlate]];
+    const UNMIX_LIMITER limiter = _pass.field.bitsProtected.Get(_nX, _nY) ? UNMIX_LIMITER{} : rules.limiter;
     const int x1 = std::min((_nX + 1) * c_nCell, picture.nWidth);
     for (int y = _nY * c_nCell; y < std::min((_nY + 1) * c_nCell, picture.nHeight); ++y)
         for (int x = _nX * c_nCell; x < x1; ++x)
         {
             if (!_pass.result.bWords && !picture.bDeepSolid)
             {
-                SolidBytes(rules.limiter, *rules.pKey, picture.Row(y) + ptrdiff_t{4} * x,
+                SolidBytes(limiter, *rules.pKey, picture.Row(y) + ptrdiff_t{4} * x,
                            _pass.result.Bytes(y) + ptrdiff_t{4} * x);
                 continue;
             }
             UNMIX_PICTURE bytes = picture;
             bytes.pDeep0 = picture.bDeepSolid ? picture.pDeep0 : nullptr;
-            VEC4 colour = Pixels_Limit(rules.limiter, *rules.pKey, ColourAt(bytes, x, y));
+            VEC4 colour = Pixels_Limit(limiter, *rules.pKey, ColourAt(bytes, x, y));
             colour.w = 255;
             _pass.result.Put(x, y, colour);
         }

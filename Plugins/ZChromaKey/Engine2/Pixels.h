@@ -25,15 +25,18 @@ struct UNMIX_RESULT
 };
 
 /// The limiter: takes out of a colour what its X has above fltLimit |Z|, along the backdrop's own chroma, so that skin
-/// stays skin. Where there is cloth of the key's own hue, a tint of more than half of fltOwn is less and less taken for
-/// spill, one of more than fltOwn not at all.
+/// stays skin; and fltLeast of X from every colour, for no stage keeps the screen's light off what stands before it.
+/// Where there is cloth of the key's own hue, a tint of more than half of fltOwn is less and less taken for spill, one
+/// of more than fltOwn not at all.
 struct UNMIX_LIMITER
 {
     float fltLimit = 0;
-    float fltOwn = 1e6f;
+    float fltLeast = 0;    ///< levels of X
+    float fltOwn = 16384;  ///< the same
     float arrTake[3] = {}; ///< per level of excess
-    int nOwn = 1 << 20;    ///< the same in 32nds, 256ths and 1024ths, for bytes
-    int nLimit = 0;
+    int nLimit = 0;        ///< the same in 256ths, 16384ths, 16384ths and 1024ths, for bytes
+    int nLeast = 0;
+    int nOwn = 1 << 28;
     int anTake[3] = {};
 };
 UNMIX_LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params);
@@ -60,9 +63,13 @@ struct PIXEL_PLACE
     float fltQuieted = 0; ///< what the filters have added to the difference
 };
 
+/// How far a colour is beyond the range of what may be anything but solid, 0 to 1, relative to the backdrop there: not
+/// at all inside the ellipsoid (as Screen_Pass has it), wholly from 1.25 times it on.
+float Pixel_Beyond(const KEY_FORMS& _key, const VEC4& _back, const VEC4& _colour);
+
 /// Alpha of a pixel, 0 to 1. _fltDifference: D in levels, filtered.
 ///
-/// a0 = (X - D) / (X - 0.3 min(D of F, 0)), X of the backdrop, clipped by the noise. Where the foreground F is known,
+/// a0 = (X - D) / (X - 0.15 min(D of F, 0)), X of the backdrop, clipped by the noise. Where the foreground F is known,
 /// the place t of the pixel on the line from the backdrop B to F, by the linear discriminant for a foreground whose
 /// brightness varies by a fifth:
 ///     e = F - B,  w = e - F (e . F) / (F . F + 100 / 0.2^2),  t = w . (C - B) / w . e

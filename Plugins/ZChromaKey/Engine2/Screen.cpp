@@ -99,17 +99,15 @@ float DistanceOf(const KEY_FORMS& _key, const RANGE& _range, const VEC4& _mean)
     return h * h + s * s + v * v;
 }
 
-bool IsProtected(const UNMIX_SETUP& _setup, const VEC4& _mean)
+// The distance to a protected colour in units of its range; the hue of greys says little.
+float DistanceOf(const UNMIX_PROTECTED& _protected, const HUE& _hue)
 {
-    for (int n = 0; n < _setup.nProtected; ++n)
-    {
-        const UNMIX_PROTECTED& p = _setup.arrProtected[n];
-        const float flt = std::max(std::max(std::abs(_mean.b - p.arrBGR[0]), std::abs(_mean.g - p.arrBGR[1])),
-                                   std::abs(_mean.r - p.arrBGR[2]));
-        if (flt < p.fltRange)
-            return true;
-    }
-    return false;
+    const HUE centre = HueOf(_protected.arrBGR[0], _protected.arrBGR[1], _protected.arrBGR[2]);
+    const float fltGrey = Clamp01(5 * std::min(_hue.fltSaturation, centre.fltSaturation));
+    const float h = HueDistance(_hue.fltHue, centre.fltHue) * fltGrey / std::max(_protected.fltHue, 1e-3f);
+    const float s = (_hue.fltSaturation - centre.fltSaturation) / std::max(_protected.fltSaturation, 1e-3f);
+    const float v = (_hue.fltValue - centre.fltValue) / 255 / std::max(_protected.fltValue, 1e-3f);
+    return std::sqrt(h * h + s * s + v * v);
 }
 
 bool InBackdropRegion(const UNMIX_STATE& _state, int _nField, int _nX, int _nY)
@@ -210,7 +208,23 @@ KEY_FORMS Screen_Forms(const UNMIX_KEY& _key)
     forms.fltSaturation = hue.fltSaturation;
     forms.fltValue = hue.fltValue;
     forms.bGreen = HueDistance(hue.fltHue, 120) < 35;
+    const UNMIX_KEY wide;
+    if (_key.fltSolidHue < wide.fltSolidHue)
+        forms.arrBeyond[0] = 1 / std::max(SlopeOfHue(_key.fltSolidHue), 1e-3f);
+    if (_key.fltSolidSaturation < wide.fltSolidSaturation)
+        forms.arrBeyond[1] = 1 / std::max(_key.fltSolidSaturation, 1e-3f);
+    if (_key.fltSolidValue < wide.fltSolidValue)
+        forms.arrBeyond[2] = 1 / std::max(_key.fltSolidValue, 1e-3f);
     return forms;
+}
+
+float Screen_Protection(const UNMIX_SETUP& _setup, const VEC4& _colour)
+{
+    const HUE hue = HueOf(_colour.b, _colour.g, _colour.r);
+    float fltMost = 0;
+    for (int n = 0; n < _setup.nProtected; ++n)
+        fltMost = std::max(fltMost, Clamp01(3 - 2 * DistanceOf(_setup.arrProtected[n], hue)));
+    return fltMost;
 }
 
 bool Screen_FindKey(const UNMIX_CELLS& _cells, UNMIX_KEY* _pKey)
@@ -270,7 +284,7 @@ void Screen_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, int _nFi
                 }
             }
             const bool bFlat = static_cast<float>(cells.Spread4(n)) < 48 + .88f * mean.Max();
-            const bool bProtected = _state.setup.nProtected > 0 && IsProtected(_state.setup, mean);
+            const bool bProtected = _state.setup.nProtected > 0 && Screen_Protection(_state.setup, mean) >= 1;
             _field.bitsProtected.Set(x, y, bProtected);
             _field.bitsWide.Set(x, y,
                                 (fltNearest < 1 && bFlat && !bProtected) || InBackdropRegion(_state, _nField, x, y));

@@ -27,7 +27,8 @@ struct KEY_FORMS
     float fltValue = 0;      ///< of the key's colour, 0 to 255
     bool bGreen = false;     ///< a tint of this hue is always spill; a blue or yellow one may be cloth or skin
     float fltWedge = 1;
-    float fltCloth = 0; ///< D / X up to which bodies of the key's own hue are found; 0: there are none
+    float fltCloth = 0;      ///< D / X up to which bodies of the key's own hue are found; 0: there are none
+    float arrBeyond[3] = {}; ///< 1 over the half axes of the range beyond which all is solid; 0: no limit
 
     bool operator==(const KEY_FORMS&) const = default;
     float X(float _b, float _g, float _r) const
@@ -155,7 +156,8 @@ struct UNMIX_STATE
     std::vector<float> vecNoise;     ///< per cell row: sum of differences, count
     std::vector<float> vecShade;     ///< density of shadows, on the plate grid
     std::vector<float> vecEnvelope;
-    std::vector<uint8_t> vecPicture; ///< B, G, R, A of formats that are not
+    std::vector<uint16_t> arrAlpha[2]; ///< of the picture, 0 to 65535, where edges are moved or blurred
+    std::vector<uint8_t> vecPicture;   ///< B, G, R, A of formats that are not
     std::vector<uint16_t>
         vecDeep; ///< B, G, R, A in 64ths of a level, of pictures of more than 8 bits or with shared chroma
     std::vector<int16_t> vecDifference;

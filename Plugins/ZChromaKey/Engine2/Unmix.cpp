@@ -6,6 +6,7 @@
 #include "ZChromaKey/Engine2/Bodies.h"
 #include "ZChromaKey/Engine2/Chroma.h"
 #include "ZChromaKey/Engine2/Classes.h"
+#include "ZChromaKey/Engine2/Edges.h"
 #include "ZChromaKey/Engine2/Noise.h"
 #include "ZChromaKey/Engine2/Plate.h"
 #include "ZChromaKey/Engine2/Screen.h"
@@ -288,6 +289,8 @@ void WritePixels(const RUN& _run, bool _bSeenBefore)
     _run.CellRows([&](int _nFirst, int _nRows) {
         Pixels_Pass(state, _run.field, _run.picture, _run.result, _bSeenBefore, _nFirst, _nRows);
     });
+    if (Edges_Wanted(state))
+        Edges_Change(state, _run.field, _run.picture, _run.result, _run.runner);
     if (!Views_Wanted(state, _run.picture))
         return;
     if (state.setup.params.fltShadows > 0)

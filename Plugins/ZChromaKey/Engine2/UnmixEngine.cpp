@@ -30,9 +30,6 @@ UNMIX_PARTS PartsOf(ENGINE_SETTINGS _settings)
     return _settings.pParts ? static_cast<const UNMIX_PARTS&>(*_settings.pParts) : UNMIX_PARTS();
 }
 
-/// A channel's difference, in levels, that a range of value comes to: 0.2 of it is 24 levels.
-constexpr double c_dblProtectedLevels = 120;
-
 template <class Key> void ColourOf(const Key& _key, float (&_arrBGR)[3])
 {
     _arrBGR[0] = static_cast<float>(_key.dblBlue);
@@ -50,13 +47,18 @@ void KeysOf(const CHROMA_KEY2_RAW& _key, UNMIX_SETUP* _pSetup)
         key.fltHue = static_cast<float>(_key.arrKeys[n].rangeBackdrop.dblHue);
         key.fltSaturation = static_cast<float>(_key.arrKeys[n].rangeBackdrop.dblSaturation);
         key.fltValue = static_cast<float>(_key.arrKeys[n].rangeBackdrop.dblValue);
+        key.fltSolidHue = static_cast<float>(_key.arrKeys[n].rangeForeground.dblHue);
+        key.fltSolidSaturation = static_cast<float>(_key.arrKeys[n].rangeForeground.dblSaturation);
+        key.fltSolidValue = static_cast<float>(_key.arrKeys[n].rangeForeground.dblValue);
     }
     _pSetup->nProtected = _key.nProtectedUsed;
     for (int32_t n = 0; n < _key.nProtectedUsed; ++n)
     {
-        ColourOf(_key.arrProtected[n], _pSetup->arrProtected[n].arrBGR);
-        _pSetup->arrProtected[n].fltRange =
-            static_cast<float>(_key.arrProtected[n].range.dblValue * c_dblProtectedLevels);
+        UNMIX_PROTECTED& colour = _pSetup->arrProtected[n];
+        ColourOf(_key.arrProtected[n], colour.arrBGR);
+        colour.fltHue = static_cast<float>(_key.arrProtected[n].range.dblHue);
+        colour.fltSaturation = static_cast<float>(_key.arrProtected[n].range.dblSaturation);
+        colour.fltValue = static_cast<float>(_key.arrProtected[n].range.dblValue);
     }
 }
 

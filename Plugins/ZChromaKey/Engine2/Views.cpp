@@ -44,37 +44,6 @@ float PlateX(const UNMIX_STATE& _state, int _nX, int _nY)
     return _state.arrKeys[_state.vecOwner[nAt]].X(plate.b, plate.g, plate.r);
 }
 
-// A grid of cells of 8x8 pixels at the middle of a pixel.
-struct AT_PIXEL
-{
-    size_t arrAt[4];
-    float fltX;
-    float fltY;
-
-    AT_PIXEL(const UNMIX_STATE& _state, int _nX, int _nY)
-    {
-        const float x =
-            std::clamp((static_cast<float>(_nX) + .5f) / 8 - .5f, 0.0f, static_cast<float>(_state.nPlateWidth - 1));
-        const float y =
-            std::clamp((static_cast<float>(_nY) + .5f) / 8 - .5f, 0.0f, static_cast<float>(_state.nPlateHeight - 1));
-        const int x0 = static_cast<int>(x), y0 = static_cast<int>(y);
-        const int x1 = std::min(x0 + 1, _state.nPlateWidth - 1), y1 = std::min(y0 + 1, _state.nPlateHeight - 1);
-        const auto At = [&](int _x, int _y) { return static_cast<size_t>(_y) * _state.nPlateWidth + _x; };
-        arrAt[0] = At(x0, y0);
-        arrAt[1] = At(x1, y0);
-        arrAt[2] = At(x0, y1);
-        arrAt[3] = At(x1, y1);
-        fltX = x - static_cast<float>(x0);
-        fltY = y - static_cast<float>(y0);
-    }
-    template <class T> T Of(const std::vector<T>& _vec) const
-    {
-        const T above = _vec[arrAt[0]] * (1 - fltX) + _vec[arrAt[1]] * fltX;
-        const T below = _vec[arrAt[2]] * (1 - fltX) + _vec[arrAt[3]] * fltX;
-        return above * (1 - fltY) + below * fltY;
-    }
-};
-
 // Black of that density under the colour.
 VEC4 OverShadow(const VEC4& _value, float _fltShadow)
 {
@@ -178,7 +147,7 @@ void Views_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFiel
     for (int y = _nFirst * c_nCell; y < nLast; ++y)
         for (int x = 0; x < _picture.nWidth; ++x)
         {
-            const AT_PIXEL at(_state, x, y);
+            const PLATE_AT_PIXEL at(_state, x, y);
             const int nRow = y * _state.nFields + _nField; // of the frame
             const VEC4 source = SourceAt(_picture, x, y);
             const int nGarbage = RegionAt(setup.garbage, x, nRow), nHoldOut = RegionAt(setup.holdOut, x, nRow);

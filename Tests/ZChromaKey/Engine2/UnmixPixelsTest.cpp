@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace
 {
 // Columns of growing alpha between solid body on the right and backdrop on the left, plain colours: every step of the
@@ -94,6 +96,102 @@ TEST(UnmixPixels, AKeyWithoutAHueGivesNumbers)
     PIXEL_PLACE place;
     place.back = place.fore = {128, 128, 128, 1};
     EXPECT_GE(Pixel_Alpha(Pixels_Rules(state, state.arrKeys[0]), place, {10, 200, 30, 0}, 0), 0);
+}
+namespace
+{
+// The formulas once more, in double precision and from their definitions: the discriminant by solving with the matrix
+// of how foreground varies, the colour as the minimum of |a F + (1 - a) B - C|^2 + k |F - F'|^2.
+using COLOUR = std::array<double, 3>;
+
+double Product(const COLOUR& _a, const COLOUR& _b)
+{
+    return _a[0] * _b[0] + _a[1] * _b[1] + _a[2] * _b[2];
+}
+
+COLOUR Cross(const COLOUR& _a, const COLOUR& _b)
+{
+    return {_a[1] * _b[2] - _a[2] * _b[1], _a[2] * _b[0] - _a[0] * _b[2], _a[0] * _b[1] - _a[1] * _b[0]};
+}
+
+// x where (100 + 0.2^2 F F^T) x = v.
+COLOUR Solved(const COLOUR& _fore, const COLOUR& _v)
+{
+    COLOUR arrRows[3];
+    for (size_t n = 0; n < 3; ++n)
+        for (size_t m = 0; m < 3; ++m)
+            arrRows[n][m] = (n == m ? 100 : 0) + .04 * _fore[n] * _fore[m];
+    const double dblAll = Product(arrRows[0], Cross(arrRows[1], arrRows[2]));
+    return {Product(_v, Cross(arrRows[1], arrRows[2])) / dblAll, Product(arrRows[0], Cross(_v, arrRows[2])) / dblAll,
+            Product(arrRows[0], Cross(arrRows[1], _v)) / dblAll};
+}
+
+double Classic(const COLOUR& _v)
+{
+    return _v[1] - std::max(_v[0], _v[2]);
+}
+
+double ReferenceAlpha(const COLOUR& _back, const COLOUR& _fore, double _dblConfidence, const COLOUR& _colour)
+{
+    const double dblX = _back[1] - (_back[0] + _back[2]) / 2;
+    const double dblTrust = std::min(6 * _dblConfidence, 1.0);
+    const double dblEnd = .15 * std::min(Classic(_fore), 0.0) * dblTrust;
+    double a = std::clamp((dblX - Classic(_colour)) / (dblX - dblEnd), 0.0, 1.0);
+    COLOUR e, d, off;
+    for (size_t n = 0; n < 3; ++n)
+    {
+        e[n] = _fore[n] - _back[n];
+        d[n] = _colour[n] - _back[n];
+    }
+    const COLOUR w = Solved(_fore, e);
+    const double t = Product(w, d) / Product(w, e);
+    for (size_t n = 0; n < 3; ++n)
+        off[n] = d[n] - t * e[n];
+    const double q = 100 * Product(Solved(_fore, off), off) / 400;
+    a += (std::clamp(t, 0.0, 1.0) - a) * dblTrust / (1 + q * q);
+    const double p = _back[0] + 2 * _back[1] + _back[2];
+    const double f = _dblConfidence * (_fore[0] + 2 * _fore[1] + _fore[2]) +
+                     (1 - _dblConfidence) * (_colour[0] + 2 * _colour[1] + _colour[2]);
+    a += (p > f ? 1 : .4) * a * (1 - a) * (p - f) / (p + f + 8);
+    const double dblMax = std::max(_colour[0], std::max(_colour[1], _colour[2]));
+    return 1 - (1 - a) * std::clamp((dblMax / _back[1] - .2) / .2, 0.0, 1.0);
+}
+} // namespace
+
+TEST(UnmixPixels, FormulasAgreeWithTheirDefinitions)
+{
+    UNMIX_STATE state;
+    state.setup = PlainSetup();
+    state.arrKeys[0] = Screen_Forms({{60, 160, 60}}); // rho is 0: D is the classic difference
+    const PIXEL_RULES rules = Pixels_Rules(state, state.arrKeys[0]);
+    for (int n = 0; n < 2000; ++n)
+    {
+        const auto Level = [&](int _nSeed) { return 128.0 + 112 * static_cast<double>(Grain(n, 5, _nSeed)); };
+        const COLOUR back = {60, 160, 60}, fore = {Level(1), Level(2) * .7, Level(3)};
+        const double dblConfidence = .5 + .5 * static_cast<double>(Grain(n, 5, 4));
+        const double dblMix = Level(5) / 256;
+        COLOUR colour;
+        for (size_t c = 0; c < 3; ++c)
+            colour[c] = back[c] + (fore[c] - back[c]) * dblMix +
+                        10 * static_cast<double>(Grain(n, 6, static_cast<uint32_t>(c)));
+        const auto Vec = [](const COLOUR& _v, double _w) {
+            return VEC4{static_cast<float>(_v[0]), static_cast<float>(_v[1]), static_cast<float>(_v[2]),
+                        static_cast<float>(_w)};
+        };
+        PIXEL_PLACE place;
+        place.back = Vec(back, 0);
+        place.fore = Vec(fore, dblConfidence);
+        const double a = ReferenceAlpha(back, fore, dblConfidence, colour);
+        const float fltAlpha = Pixel_Alpha(rules, place, Vec(colour, 0), static_cast<float>(Classic(colour)));
+        ASSERT_NEAR(double{fltAlpha}, a, .002) << n;
+        const VEC4 out = Pixel_Colour(rules, place, Vec(colour, 0), fltAlpha);
+        const double k = (1 - a) * (.02 * dblConfidence + .001);
+        const float arrOut[3] = {out.b, out.g, out.r};
+        for (size_t c = 0; c < 3 && a > .02; ++c)
+        {
+            const double dblGuess = fore[c] * dblConfidence + colour[c] * (1 - dblConfidence);
+            ASSERT_NEAR(double{arrOut[c]}, (a * (colour[c] - (1 - a) * back[c]) + k * dblGuess) / (a * a + k), .5) << n;
+        }
+    }
 }
 TEST(UnmixPixels, RampInAPictureGivesAlphaAndColour)
 {

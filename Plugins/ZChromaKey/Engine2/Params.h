@@ -18,7 +18,7 @@ enum eUnmixLight : int32_t
 enum eUnmixLearn : int32_t
 {
     eUN_On = 0,
-    eUN_Hold, ///< plate, noise and gain stay as they are
+    eUN_Hold, ///< plate, noise and gain stay as they are; there is no filter over time
 };
 
 enum eUnmixView : int32_t
@@ -92,6 +92,15 @@ struct UNMIX_REGION
     }
 };
 
+/// A picture of the empty backdrop, of any size: stretched to the frame. Rows of bytes B, G, R, A without padding,
+/// from the top; null: none. Two plates at one address are the same plate.
+struct UNMIX_PLATE
+{
+    const uint8_t* pBGRA = nullptr;
+    int nWidth = 0;
+    int nHeight = 0;
+};
+
 /// What a frame is keyed with.
 struct UNMIX_SETUP
 {
@@ -103,4 +112,5 @@ struct UNMIX_SETUP
     UNMIX_REGION garbage;  ///< 255: thrown away
     UNMIX_REGION holdOut;  ///< 255: stays as it is
     UNMIX_REGION backdrop; ///< 128 and above: known to be backdrop, of whatever colour
+    UNMIX_PLATE plate;     ///< what learning begins with
 };

@@ -86,9 +86,8 @@ PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state)
     if (!change.bEnough)
         return change;
     change.bCut = all.fltOff * 3 > all.seen.w;
-    if (!change.bCut)
-        change.gain = {all.plate.b > 1 ? all.seen.b / all.plate.b : 1, all.plate.g > 1 ? all.seen.g / all.plate.g : 1,
-                       all.plate.r > 1 ? all.seen.r / all.plate.r : 1, 1};
+    change.gain = {all.plate.b > 1 ? all.seen.b / all.plate.b : 1, all.plate.g > 1 ? all.seen.g / all.plate.g : 1,
+                   all.plate.r > 1 ? all.seen.r / all.plate.r : 1, 1};
     return change;
 }
 
@@ -243,6 +242,21 @@ void FillThroughNets(UNMIX_STATE& _state, const FIELD_STATE& _field)
     _state.fill.PushPull(c_nAllLevels, 1);
     TakeFilled(_state);
 }
+
+// Fills in what was never seen from what was.
+void FillFromSeen(UNMIX_STATE& _state)
+{
+    SeedWithSeen(_state);
+    _state.fill.PushPull(c_nAllLevels, 1);
+    TakeFilled(_state);
+    Plate_OwnerPass(_state, 0, _state.nPlateHeight);
+}
+
+void TakeKeyColour(UNMIX_STATE& _state)
+{
+    const float* const p = _state.arrKeys[0].key.arrBGR;
+    std::fill(_state.vecPlate.begin(), _state.vecPlate.end(), VEC4{p[0], p[1], p[2], 0});
+}
 } // namespace
 
 void Plate_Fill(UNMIX_STATE& _state, const FIELD_STATE& _field)
@@ -255,17 +269,100 @@ void Plate_Fill(UNMIX_STATE& _state, const FIELD_STATE& _field)
         return;
     _state.nUnfilled = 0;
     if (!_state.bPlateSet && nGrown == 0)
-    {
-        const float* const p = _state.arrKeys[0].key.arrBGR;
-        std::fill(_state.vecPlate.begin(), _state.vecPlate.end(), VEC4{p[0], p[1], p[2], 0});
-        return;
-    }
+        return TakeKeyColour(_state);
     _state.bPlateSet = true;
-    SeedWithSeen(_state);
-    _state.fill.PushPull(c_nAllLevels, 1);
-    TakeFilled(_state);
-    Plate_OwnerPass(_state, 0, _state.nPlateHeight);
+    FillFromSeen(_state);
     FillThroughNets(_state, _field);
+}
+
+namespace
+{
+// What a cell of the plate covers of the given picture along one axis, in parts of a pixel: any size is met exactly.
+struct COVER
+{
+    int64_t nFirst;
+    int64_t nLast;
+    int64_t nUnit; // parts in a pixel
+
+    COVER(int _nCell, int _nCellSize, int _nSize, int _nPictureSize)
+        : nFirst(int64_t{_nCell} * _nCellSize * _nPictureSize)
+        , nLast(std::min(int64_t{_nCell + 1} * _nCellSize, int64_t{_nSize}) * _nPictureSize)
+        , nUnit(_nSize)
+    {
+    }
+    int FirstPixel() const
+    {
+        return static_cast<int>(nFirst / nUnit);
+    }
+    int EndPixel() const
+    {
+        return static_cast<int>((nLast + nUnit - 1) / nUnit);
+    }
+    int64_t Parts(int _nPixel) const
+    {
+        return std::min(nLast, (_nPixel + 1) * nUnit) - std::max(nFirst, _nPixel * nUnit);
+    }
+};
+
+VEC4 GivenMean(const UNMIX_PLATE& _plate, const COVER& _cols, const COVER& _rows)
+{
+    int64_t anSum[3] = {};
+    for (int y = _rows.FirstPixel(); y < _rows.EndPixel(); ++y)
+    {
+        const uint8_t* const pRow = _plate.pBGRA + ptrdiff_t{4} * _plate.nWidth * y;
+        for (int x = _cols.FirstPixel(); x < _cols.EndPixel(); ++x)
+            for (int c = 0; c < 3; ++c)
+                anSum[c] += _rows.Parts(y) * _cols.Parts(x) * pRow[ptrdiff_t{4} * x + c];
+    }
+    const double dblShare = 1 / static_cast<double>((_rows.nLast - _rows.nFirst) * (_cols.nLast - _cols.nFirst));
+    const auto Mean = [&](int64_t _n) { return static_cast<float>(static_cast<double>(_n) * dblShare); };
+    return {Mean(anSum[0]), Mean(anSum[1]), Mean(anSum[2]), 0};
+}
+
+// Whether a colour of the given plate has the tint of a key, however dark it is. What the screen only shines on loses
+// saturation.
+bool LooksLikeKey(const UNMIX_STATE& _state, const VEC4& _v)
+{
+    constexpr float c_fltHue = .3333f; // 30 degrees
+    for (int k = 0; k < _state.nKeys; ++k)
+    {
+        const KEY_FORMS& key = _state.arrKeys[k];
+        const float fltX = key.X(_v.b, _v.g, _v.r);
+        if (fltX > .1f * key.fltX && fltX * key.fltValue > .5f * key.fltX * _v.Max() &&
+            std::abs(key.Z(_v.b, _v.g, _v.r) - key.fltSlope * fltX) < c_fltHue * fltX)
+            return true;
+    }
+    return false;
+}
+} // namespace
+
+void Plate_GivenPass(UNMIX_STATE& _state, int _nFirst, int _nRows)
+{
+    const UNMIX_PLATE& plate = _state.setup.plate;
+    for (int y = _nFirst; y < _nFirst + _nRows; ++y)
+    {
+        const COVER rows(y, 2 * c_nCell * _state.nFields, _state.nHeight, plate.nHeight);
+        for (int x = 0; x < _state.nPlateWidth; ++x)
+        {
+            VEC4& cell = _state.vecPlate[AtRow(_state, y) + x];
+            cell = GivenMean(plate, COVER(x, 2 * c_nCell, _state.nWidth, plate.nWidth), rows);
+            _state.bitsPlate.Set(x, y, LooksLikeKey(_state, cell));
+        }
+    }
+}
+
+void Plate_GivenFinish(UNMIX_STATE& _state)
+{
+    _state.bitsPlate.Erode(1, _state.vecScratch);
+    for (int y = 0; y < _state.nPlateHeight; ++y)
+        for (int x = 0; x < _state.nPlateWidth; ++x)
+            _state.vecPlate[AtRow(_state, y) + x].w = _state.bitsPlate.Get(x, y) ? c_fltMostSeen : 0;
+    _state.bPlateSet = true;
+    if (_state.bitsPlate.Count() > 0)
+        FillFromSeen(_state);
+    else
+        TakeKeyColour(_state);
+    Plate_OwnerPass(_state, 0, _state.nPlateHeight);
 }
 
 void Plate_OwnerPass(UNMIX_STATE& _state, int _nFirst, int _nRows)

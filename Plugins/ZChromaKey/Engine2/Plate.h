@@ -7,6 +7,13 @@
 /// A place that is seen as sure backdrop takes part in a running mean over eight frames; one that is covered keeps what
 /// was seen there, corrected by what the lamps have done since; one that was never seen is filled in from around.
 
+/// Rows of the plate, out of the plate that is given: means of its pixels, and in bitsPlate what looks like a key
+/// there.
+void Plate_GivenPass(UNMIX_STATE& _state, int _nFirst, int _nRows);
+/// After all rows: what looks like a key counts as seen in many frames. The rest, and what touches it, may be a stand
+/// or a person, and is filled in.
+void Plate_GivenFinish(UNMIX_STATE& _state);
+
 /// Means of the cells that a mask names, per plate cell of one row; w is how many of the four there were.
 void Plate_Mean(const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow, int _nPlateWidth, VEC4* _pOut);
 
@@ -19,7 +26,7 @@ struct PLATE_CHANGE
     int nSeen = 0;         ///< plate cells that are sure now and were before
     bool bEnough = false;  ///< to tell anything from; else the rest is as if nothing had changed
     bool bCut = false;     ///< more than a third of them are off by 0.3 of the key's X: another scene
-    VEC4 gain{1, 1, 1, 1}; ///< exposure: ratio of the sums
+    VEC4 gain{1, 1, 1, 1}; ///< exposure: ratio of the sums; means nothing after a cut
 };
 PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state);
 

@@ -28,7 +28,8 @@ static void FieldResize(FIELD_STATE& _field, int _nWidth, int _nRows, int _nCell
           &_field.bitsBackdrop, &_field.bitsSolid, &_field.bitsMixed, &_field.bitsProtected})
         pBits->Resize(nCells, _nCellRows);
     _field.fore.Resize((nCells + 1) / 2, (_nCellRows + 1) / 2);
-    _field.vecPast.clear();
+    _field.vecPast = {};
+    _field.vecPast.reserve(static_cast<size_t>(_nWidth) * _nRows); // touched, and so taken, only once there is noise
 }
 
 void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFields)

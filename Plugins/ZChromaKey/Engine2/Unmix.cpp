@@ -9,7 +9,7 @@
 #include "ZChromaKey/Engine2/Screen.h"
 #include "ZChromaKey/Engine2/Views.h"
 
-#include <cstring>
+#include <span>
 
 namespace
 {
@@ -61,8 +61,8 @@ bool SameScreen(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
 
 bool SameSetup(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
 {
-    return SameScreen(_a, _b) && _a.params == _b.params && SameRegion(_a.garbage, _b.garbage) &&
-           SameRegion(_a.holdOut, _b.holdOut);
+    return SameScreen(_a, _b) && _a.params == _b.params && _a.plate.pBGRA == _b.plate.pBGRA &&
+           SameRegion(_a.garbage, _b.garbage) && SameRegion(_a.holdOut, _b.holdOut);
 }
 
 bool IsHeld(const UNMIX_STATE& _state, const UNMIX_SETUP& _setup)
@@ -89,7 +89,8 @@ SEEN TakeSetup(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_KIND&
 {
     const SEEN seen = {SameScreen(_state.setup, _setup), SameSetup(_state.setup, _setup)};
     const bool bKeys = !SameKeys(_state.setup, _setup) || (_state.nKeys == 0 && _setup.nKeys > 0);
-    if (bKeys || _kind != _state.kind || (!seen.bScreen && !IsHeld(_state, _setup)))
+    const bool bPlate = _state.setup.plate.pBGRA != _setup.plate.pBGRA;
+    if (bKeys || bPlate || _kind != _state.kind || (!seen.bScreen && !IsHeld(_state, _setup)))
         Unmix_Restart(_state);
     if (bKeys)
         SetKeys(_state, _setup.arrKeys, _setup.nKeys);
@@ -109,6 +110,16 @@ bool FindOtherKey(const RUN& _run, UNMIX_KEY* _pKey)
     const float fltX = key.X(p[0], p[1], p[2]);
     const float fltZ = key.Z(p[0], p[1], p[2]) - key.fltSlope * fltX;
     return fltX < .3f * key.fltX || (fltZ < 0 ? -fltZ : fltZ) > .3f * fltX;
+}
+
+// The plate that is given, if there is one, as what was seen until now.
+void TakeGivenPlate(const RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    if (!state.setup.plate.pBGRA)
+        return;
+    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_GivenPass(state, _nFirst, _nRows); });
+    Plate_GivenFinish(state);
 }
 
 void FindSure(const RUN& _run)
@@ -144,6 +155,7 @@ void StartScene(const RUN& _run, const UNMIX_KEY& _key)
         SetKeys(_run.state, &_key, 1);
     else
         SetKeys(_run.state, _run.state.setup.arrKeys, _run.state.setup.nKeys);
+    TakeGivenPlate(_run);
     FindSure(_run);
 }
 
@@ -152,10 +164,11 @@ void LearnPlate(const RUN& _run)
     UNMIX_STATE& state = _run.state;
     PLATE_CHANGE change = Plate_Compare(state);
     UNMIX_KEY key;
-    if (state.bPlateSet && IsNewScene(_run, change, &key))
+    // A plate that was given just now may have been taken in another light; that is no cut.
+    if (state.bPlateSet && state.nFrames > 0 && IsNewScene(_run, change, &key))
     {
         StartScene(_run, key);
-        change = {};
+        change = Plate_Compare(state);
     }
     if (change.bEnough)
         Plate_FindLamps(state, change);
@@ -164,18 +177,36 @@ void LearnPlate(const RUN& _run)
     _run.PlateRows([&](int _nFirst, int _nRows) { Plate_OwnerPass(state, _nFirst, _nRows); });
 }
 
+void MeasureNoise(const RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    if (state.nFrames == 0)
+        Wedge_Choose(state, _run.field);
+    _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
+    Noise_Learn(state);
+}
+
 void LearnNoise(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
     if (!state.bPlateSet)
         return; // there is nothing to measure in
-    if (state.nFrames == 0)
-        Wedge_Choose(state, _run.field);
-    _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
-    Noise_Learn(state);
+    MeasureNoise(_run);
     if (state.fltNoise > c_fltFilteredNoise && _run.field.vecPast.empty())
         Pixels_ForgetPast(_run.field, _run.picture);
     ++state.nFrames;
+}
+
+// Nothing of the frames that come while the plate is held shows in later ones. Where it was given before anything was
+// learned, nothing tells the noise but the picture itself.
+void HoldPlate(const RUN& _run)
+{
+    _run.field.vecPast.clear();
+    if (_run.state.nFrames > 0)
+        return;
+    _run.state.fltNoise = c_fltNoiseUnknown;
+    _run.state.bNoiseKnown = false;
+    MeasureNoise(_run);
 }
 
 void Classify(const RUN& _run)
@@ -224,49 +255,74 @@ bool ReadCells(const RUN& _run)
            std::none_of(state.vecChanged.begin(), state.vecChanged.end(), [](uint8_t _n) { return _n != 0; });
 }
 
-// What is known of the cells. A picture that was seen before teaches nothing, so it is not held against the plate that
-// it has taught: its sure cells stay what they were.
+void FindKey(const RUN& _run)
+{
+    UNMIX_KEY key;
+    if (_run.state.nKeys == 0 && Screen_FindKey(_run.field.cells, &key))
+        SetKeys(_run.state, &key, 1);
+}
+
+// What the cells teach. A picture that was seen before teaches nothing, so it is not held against the plate that it has
+// taught: its sure cells stay what they were.
 void LearnCells(const RUN& _run, const SEEN& _seen, bool _bSeenBefore)
 {
     UNMIX_STATE& state = _run.state;
+    if (!state.bPlateSet)
+        TakeGivenPlate(_run);
     if (!_bSeenBefore || !_seen.bScreen)
         FindSure(_run);
-    if (!_bSeenBefore && !IsHeld(state, state.setup))
+    if (IsHeld(state, state.setup))
+        HoldPlate(_run);
+    else if (!_bSeenBefore)
     {
         LearnPlate(_run);
         LearnNoise(_run);
     }
+}
+
+void WritePixels(const RUN& _run, bool _bSeenBefore)
+{
+    UNMIX_STATE& state = _run.state;
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        Pixels_Pass(state, _run.field, _run.picture, _run.result, _bSeenBefore, _nFirst, _nRows);
+    });
+    if (!Views_Wanted(state, _run.picture))
+        return;
+    if (state.setup.params.fltShadows > 0)
+        Views_FindShadows(state);
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        Views_Pass(state, _run.field, _run.nField, _run.picture, _run.result, _nFirst, _nRows);
+    });
+}
+
+void KeyField(const RUN& _run, const SEEN& _seen, bool _bSeenBefore)
+{
     if (!_bSeenBefore || !_seen.bSetup)
         Classify(_run);
     Refine(_run);
     _run.field.bKnown = true;
+    WritePixels(_run, _bSeenBefore);
 }
 
-HRESULT KeyPicture(const RUN& _run, const SEEN& _seen)
+// All fields are learned from before the first is keyed, so that a frame that comes again is keyed with the same plate.
+HRESULT KeyFields(std::span<const RUN> _runs, const SEEN& _seen)
 {
-    UNMIX_STATE& state = _run.state;
-    FIELD_STATE& field = _run.field;
-    const bool bSeenBefore = ReadCells(_run);
-    UNMIX_KEY key;
-    if (state.nKeys == 0 && Screen_FindKey(field.cells, &key))
-        SetKeys(state, &key, 1);
+    UNMIX_STATE& state = _runs[0].state;
+    bool bSeenBefore = true;
+    for (const RUN& run : _runs)
+        bSeenBefore &= ReadCells(run);
+    for (const RUN& run : _runs)
+        FindKey(run);
     if (state.nKeys == 0)
     {
-        PassThrough(_run);
+        std::for_each(_runs.begin(), _runs.end(), PassThrough);
         return S_FALSE;
     }
-    LearnCells(_run, _seen, bSeenBefore);
-    state.bSure = field.bitsSure.Count() > 0;
-    _run.CellRows([&](int _nFirst, int _nRows) {
-        Pixels_Pass(state, field, _run.picture, _run.result, bSeenBefore, _nFirst, _nRows);
-    });
-    if (!Views_Wanted(state, _run.picture))
-        return S_OK;
-    if (state.setup.params.fltShadows > 0)
-        Views_FindShadows(state);
-    _run.CellRows([&](int _nFirst, int _nRows) {
-        Views_Pass(state, field, _run.nField, _run.picture, _run.result, _nFirst, _nRows);
-    });
+    for (const RUN& run : _runs)
+        LearnCells(run, _seen, bSeenBefore);
+    for (const RUN& run : _runs)
+        KeyField(run, _seen, bSeenBefore);
+    state.bSure = std::any_of(_runs.begin(), _runs.end(), [](const RUN& _r) { return _r.field.bitsSure.Count() > 0; });
     return S_OK;
 }
 
@@ -332,26 +388,22 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
     const SEEN seen = TakeSetup(_state, _setup, {_input.vidProps.fccType, static_cast<int>(reader.Matrix())});
     const UNMIX_PICTURE picture = ReadPicture(_state, reader, _input, _runner);
     const UNMIX_SAMPLES samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
-    HRESULT hrKeyed = S_OK;
-    for (int n = 0; n < nFields; ++n)
-    {
-        const RUN run{_state,
-                      _runner,
-                      _state.arrFields[n],
-                      n,
-                      FieldOf(_state, picture, samples, n),
-                      Chroma_Field(samples, n, nFields),
-                      FieldOf(_state, _result, n)};
-        if (KeyPicture(run, seen) == S_FALSE)
-            hrKeyed = S_FALSE;
-    }
-    return hrKeyed;
+    const auto RunOf = [&](int _nField) {
+        return RUN{_state,
+                   _runner,
+                   _state.arrFields[_nField],
+                   _nField,
+                   FieldOf(_state, picture, samples, _nField),
+                   Chroma_Field(samples, _nField, nFields),
+                   FieldOf(_state, _result, _nField)};
+    };
+    const RUN arrRuns[2] = {RunOf(0), RunOf(nFields - 1)};
+    return KeyFields({arrRuns, static_cast<size_t>(nFields)}, seen);
 }
 
 void Unmix_Restart(UNMIX_STATE& _state)
 {
-    for (VEC4& cell : _state.vecPlate)
-        cell.w = 0;
+    std::fill(_state.vecPlate.begin(), _state.vecPlate.end(), VEC4{});
     _state.bPlateSet = false;
     _state.fltNoise = c_fltNoiseUnknown;
     _state.bNoiseKnown = false;

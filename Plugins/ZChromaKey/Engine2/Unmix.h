@@ -37,8 +37,9 @@ struct UNMIX_STATS
 /// Keys the next picture of the stream. _result: rows of the picture's size.
 ///
 /// A change of size, format or matrix starts the stream anew; so does, unless the plate is held, a change of what says
-/// which cells are backdrop: protected colours, the region of the backdrop, the parameter "backdrop". Other keys always
-/// start it anew. A picture that equals the one before teaches nothing and, with the same setup, gives the same result.
+/// which cells are backdrop: protected colours, the region of the backdrop, the parameter "backdrop". Other keys and
+/// another plate always start it anew. A picture that equals the one before teaches nothing and, with the same setup,
+/// gives the same result. While the plate is held, nothing of a picture shows in those after it.
 /// S_FALSE: no key is named and nothing in the picture qualifies as backdrop; the picture comes out as it is, opaque.
 /// E_NOTIMPL, E_INVALIDARG: as CImgRowReader::Init; nothing is written. Allocates for the first pictures of a size
 /// only.

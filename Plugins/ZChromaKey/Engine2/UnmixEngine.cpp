@@ -69,11 +69,27 @@ void Stretch(const std::shared_ptr<const IMG_MASK>& _spMask, int32_t _nWidth, in
     *_pRegion = {_spMask, _nWidth, _nHeight, std::move(vecBytes)}; // elsewhere: the engine tells regions by their place
 }
 
+/// Finds the backdrop of a picture.
+bool KeyOf(const IMG_PICTURE& _picture, UNMIX_KEY* _pKey)
+{
+    UNMIX_STATE state; // of this picture alone
+    UnmixState_Resize(state, _picture.nWidth, _picture.nHeight, 1);
+    UNMIX_PICTURE picture;
+    picture.nWidth = _picture.nWidth;
+    picture.nHeight = _picture.nHeight;
+    picture.pRow0 = _picture.vecBGRA.data();
+    picture.nStride = ptrdiff_t{4} * _picture.nWidth;
+    UNMIX_CELLS& cells = state.arrFields[0].cells;
+    Cells_Pass(picture, cells, state.vecChanged.data(), 0, cells.nHeight);
+    return Screen_FindKey(cells, _pKey);
+}
+
 } // namespace
 
 ENGINE_PLAN CUnmixEngine::Plan(ENGINE_SETTINGS _settings) const
 {
-    const bool bKeys = SettingsOf(_settings).key.nKeysUsed > 0;
+    const UNMIX_SETTINGS settings = SettingsOf(_settings);
+    const bool bKeys = settings.key.nKeysUsed > 0 || settings.nPlate != 0;
     return {bKeys, bKeys, false, true};
 }
 
@@ -95,7 +111,31 @@ UNMIX_SETUP CUnmixEngine::SetupOf(const UNMIX_SETTINGS& _settings, int32_t _nWid
         if (region.spMask)
             *arrRegions[n] = {region.vecBytes.data(), _nWidth};
     }
+    PlateTake(parts, &setup);
     return setup;
+}
+
+void CUnmixEngine::PlateTake(const UNMIX_PARTS& _parts, UNMIX_SETUP* _pSetup)
+{
+    UNMIX_GIVEN& given = m_spWork->given; // keeps the old picture till now: the engine tells plates by their address
+    if (given.spPlate != _parts.spPlate)
+    {
+        UNMIX_KEY key;
+        const bool bKey = _parts.spPlate && KeyOf(*_parts.spPlate, &key);
+        if (_parts.spPlate && !bKey && _pSetup->nKeys == 0)
+            ZLog(eZLog_Warning,
+                 "CCoZChromaKey2: no key is set, and the plate shows no backdrop of one strong hue; it is "
+                 "looked for in the frames: pick a key, or set another plate\n");
+        given = {_parts.spPlate, key, bKey};
+    }
+    if (!given.spPlate)
+        return;
+    _pSetup->plate = {given.spPlate->vecBGRA.data(), given.spPlate->nWidth, given.spPlate->nHeight};
+    if (_pSetup->nKeys == 0 && given.bKey)
+    {
+        _pSetup->nKeys = 1;
+        _pSetup->arrKeys[0] = given.key;
+    }
 }
 
 HRESULT CUnmixEngine::Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings)
@@ -175,17 +215,8 @@ void CUnmixEngine::PartsSet(const UNMIX_PARTS& _parts)
 
 HRESULT CUnmixEngine::KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColour, std::string* _pstrReason)
 {
-    UNMIX_STATE state; // of this picture alone
-    UnmixState_Resize(state, _picture.nWidth, _picture.nHeight, 1);
-    UNMIX_PICTURE picture;
-    picture.nWidth = _picture.nWidth;
-    picture.nHeight = _picture.nHeight;
-    picture.pRow0 = _picture.vecBGRA.data();
-    picture.nStride = ptrdiff_t{4} * _picture.nWidth;
-    UNMIX_CELLS& cells = state.arrFields[0].cells;
-    Cells_Pass(picture, cells, state.vecChanged.data(), 0, cells.nHeight);
     UNMIX_KEY key;
-    if (!Screen_FindKey(cells, &key))
+    if (!KeyOf(_picture, &key))
     {
         *_pstrReason = "no large, flat area of one strong hue reaches along the upper border of the picture";
         return S_FALSE;

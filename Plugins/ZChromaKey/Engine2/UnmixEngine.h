@@ -35,14 +35,11 @@ public:
 
     void PartsSet(const UNMIX_PARTS& _parts) override;
     HRESULT KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColour, std::string* _pstrReason) override;
-    bool CanTakePlate() const override
-    {
-        return false;
-    }
     HRESULT PlateGet(IMG_PICTURE* _pPicture) override;
     HRESULT StatsGet(CHROMA_KEY2_STATS* _pStats) override;
 
 private:
+    void PlateTake(const UNMIX_PARTS& _parts, UNMIX_SETUP* _pSetup);
     UNMIX_SETUP SetupOf(const UNMIX_SETTINGS& _settings, int32_t _nWidth, int32_t _nHeight);
     HRESULT WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _settings);
     /// Says once that nothing in the frames is certain to be backdrop.

@@ -25,7 +25,7 @@ static_assert(sizeof(UNMIX_SETTINGS) == sizeof(CHROMA_KEY2_RAW) + 5 * sizeof(uin
 struct UNMIX_PARTS
 {
     std::array<std::shared_ptr<const IMG_MASK>, Z_REGIONS> arrMasks; ///< to be stretched to the frame
-    std::shared_ptr<const IMG_PICTURE> spPlate;
+    std::shared_ptr<const IMG_PICTURE> spPlate;                      ///< the same; keys where the settings have none
 };
 
 /// A colour: R, G, B from 0 to 255.
@@ -45,8 +45,6 @@ public:
     virtual void PartsSet(const UNMIX_PARTS& _parts) = 0;
     /// Finds the backdrop of a picture. S_FALSE and a reason: nothing in it qualifies.
     virtual HRESULT KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColour, std::string* _pstrReason) = 0;
-    /// Whether a plate of UNMIX_PARTS is keyed with.
-    virtual bool CanTakePlate() const = 0;
     /// The backdrop plate, as large as the frames. S_FALSE: there is none.
     virtual HRESULT PlateGet(IMG_PICTURE* _pPicture) = 0;
     /// What is known of the last frame. S_FALSE and zeros: there was none.

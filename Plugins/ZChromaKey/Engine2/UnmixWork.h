@@ -18,6 +18,14 @@ struct UNMIX_STRETCHED
     std::vector<uint8_t> vecBytes;
 };
 
+/// A picture of the empty backdrop, and the key that is found in it.
+struct UNMIX_GIVEN
+{
+    std::shared_ptr<const IMG_PICTURE> spPlate;
+    UNMIX_KEY key;
+    bool bKey = false;
+};
+
 /// The keying of a stream's frames, one a time: the first worker drives, the others take parts of its passes. Has all
 /// that lasts from frame to frame, so that a worker that hangs never touches freed memory.
 class CUnmixWork final : public CRowWork
@@ -37,7 +45,8 @@ public:
     }
 
     UNMIX_STATE state;
-    std::array<UNMIX_STRETCHED, Z_REGIONS> arrRegions; ///< that setups point into
+    std::array<UNMIX_STRETCHED, Z_REGIONS> arrRegions; ///< setups point into these
+    UNMIX_GIVEN given;
 
 private:
     HRESULT Key();

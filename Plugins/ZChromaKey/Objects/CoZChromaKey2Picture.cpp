@@ -76,12 +76,6 @@ HRESULT CCoZChromaKey2::PlateLearn(eLearn _eLearn)
 HRESULT CCoZChromaKey2::PlateSet(IZFFrame* _pZFramePlateOrNull)
 {
     return ZBorder(Method("PlateSet"), [&]() -> HRESULT {
-        if (!m_engine.CanTakePlate() && _pZFramePlateOrNull)
-        {
-            ZLog(eZLog_Error, "CCoZChromaKey2::PlateSet: a plate cannot be given to this engine; send the empty "
-                              "backdrop as a frame and hold what was learned with PlateLearn\n");
-            return E_NOTIMPL;
-        }
         std::shared_ptr<IMG_PICTURE> spPlate;
         if (_pZFramePlateOrNull)
         {

@@ -1,4 +1,5 @@
 #include "Support/AllocCounter.h"
+#include "ZChromaKey/Config/Params2.h"
 #include "ZChromaKey/Engine2/UnmixScenes.h"
 
 #include <gtest/gtest.h>
@@ -26,6 +27,25 @@ double AlphaDistance(const std::vector<uint8_t>& _vecA, const std::vector<uint8_
     for (size_t n = 3; n < _vecA.size(); n += 4)
         dbl += std::abs(_vecA[n] - _vecB[n]);
     return dbl * 4 / static_cast<double>(_vecA.size());
+}
+UNMIX_SETUP SetupOfGreen()
+{
+    UNMIX_SETUP setup;
+    setup.nKeys = 1;
+    setup.arrKeys[0].arrBGR[0] = c_colGreen.b;
+    setup.arrKeys[0].arrBGR[1] = c_colGreen.g;
+    setup.arrKeys[0].arrBGR[2] = c_colGreen.r;
+    return setup;
+}
+
+std::vector<uint8_t> KeyedAs(UNMIX_STATE& _state, SCENE& _scene, const UNMIX_SETUP& _setup, int _eInterlace)
+{
+    CSerialRunner runner;
+    std::vector<uint8_t> vecOut(_scene.vecBGRA.size());
+    EXPECT_GE(Unmix_Frame(_state, _setup, _scene.Input(eZFCC_ARGB32, _eInterlace),
+                          {vecOut.data(), ptrdiff_t{4} * _scene.nWidth, false}, runner),
+              0);
+    return vecOut;
 }
 } // namespace
 
@@ -60,6 +80,63 @@ TEST(UnmixStream, HoldKeepsPlateAndNoise)
     EXPECT_EQ(before.fltNoise, state.fltNoise);
     Keyed(state, first, {});
     EXPECT_NE(before.vecPlate, state.vecPlate);
+}
+TEST(UnmixStream, HeldFramesShowNothingOfTheOnesBefore)
+{
+    // Noise that the filter over time works on while the plate is learned; and a plate that is given.
+    const SCENE empty(160, 120, [](int _x, int) {
+        const float fltLight = 1 - .2f * static_cast<float>(_x) / 160;
+        return SCENE_PIXEL{c_colGreen.b * fltLight, c_colGreen.g * fltLight, c_colGreen.r * fltLight};
+    });
+    SCENE frame = BodyScene(160, 120, 8, 77), quiet = BodyScene(160, 120, 0, 1, .2f), blue = BlueScene(160, 120);
+    for (const bool bGiven : {false, true})
+        for (const int eInterlace : {eZI_Progressive, eZI_TopFirst})
+        {
+            UNMIX_STATE learned;
+            UNMIX_SETUP setup = SetupOfGreen();
+            if (bGiven)
+                setup.plate = {empty.vecBGRA.data(), 160, 120};
+            for (uint32_t n = 0; n < 3 && !bGiven; ++n)
+            {
+                SCENE scene = BodyScene(160, 120, 8, n, .05f);
+                KeyedAs(learned, scene, setup, eInterlace);
+            }
+            setup.params.eLearn = eUN_Hold;
+            UNMIX_STATE straight = learned;
+            const std::vector<uint8_t> vecStraight = KeyedAs(straight, frame, setup, eInterlace);
+            for (const SCENE* const pBefore : {&quiet, &blue, &frame})
+            {
+                SCENE before = *pBefore;
+                UNMIX_STATE state = learned;
+                KeyedAs(state, before, setup, eInterlace);
+                KeyedAs(state, quiet, setup, eInterlace);
+                EXPECT_TRUE(KeyedAs(state, frame, setup, eInterlace) == vecStraight);
+                EXPECT_TRUE(KeyedAs(state, frame, setup, eInterlace) == vecStraight) << "repeated";
+                EXPECT_EQ(state.vecPlate, straight.vecPlate);
+            }
+        }
+}
+TEST(UnmixStream, AFrameAfterACutIsKeyedAsIfAlone)
+{
+    for (uint32_t nSeed = 1; nSeed <= 8; ++nSeed)
+        for (const int eInterlace : {eZI_Progressive, eZI_BottomFirst})
+        {
+            const float fltNoise = nSeed % 2 ? 9.0f : 1.0f;
+            SCENE blue = BlueScene(160, 120);
+            for (size_t n = 0; n < blue.vecBGRA.size(); ++n)
+                blue.vecBGRA[n] = static_cast<uint8_t>(
+                    blue.vecBGRA[n] + std::lround(fltNoise / 2 * Grain(static_cast<int>(n), 0, nSeed)) * (n % 4 < 3));
+            UNMIX_STATE state, alone;
+            for (uint32_t n = 0; n < 3; ++n)
+            {
+                SCENE green = BodyScene(160, 120, fltNoise, n + 10 * nSeed, .03f * static_cast<float>(n));
+                KeyedAs(state, green, {}, eInterlace);
+            }
+            EXPECT_TRUE(KeyedAs(state, blue, {}, eInterlace) == KeyedAs(alone, blue, {}, eInterlace)) << nSeed;
+            EXPECT_EQ(state.nCuts, 1);
+            state.nCuts = 0;
+            EXPECT_TRUE(UnmixState_Same(state, alone)) << nSeed;
+        }
 }
 TEST(UnmixStream, CutStartsAnew)
 {
@@ -275,4 +352,50 @@ TEST(UnmixStream, DegeneratePicturesGiveSensibleResults)
                 for (size_t n = 3; n < vecOut.size() && &picture != arrPictures + 4; n += 4) // noise may be anything
                     ASSERT_EQ(vecOut[n], nWant) << size[0] << 'x' << size[1] << ' ' << &picture - arrPictures;
             }
+}
+TEST(UnmixStream, NumbersStayNumbers)
+{
+    // Pictures that have little to do with each other, with plates that are none, parameters at both ends, ranges of 0.
+    const auto Noise = [](int _x, int _y) {
+        return SCENE_PIXEL{128 + 127 * Grain(_x, _y, 1), 128 + 127 * Grain(_x, _y, 2), 128 + 127 * Grain(_x, _y, 3)};
+    };
+    const auto Black = [](int, int) { return SCENE_PIXEL{0, 0, 0}; };
+    const SCENE noisePlate(50, 31, Noise), blackPlate(1, 1, Black);
+    std::vector<UNMIX_SETUP> vecSetups = {{}, SetupOfGreen(), SetupOfGreen(), SetupOfGreen(), SetupOfGreen(), {}};
+    vecSetups[2].plate = {noisePlate.vecBGRA.data(), 50, 31};
+    vecSetups[3].plate = {blackPlate.vecBGRA.data(), 1, 1};
+    UNMIX_KEY& narrow = vecSetups[4].arrKeys[0];
+    narrow.fltHue = narrow.fltSaturation = narrow.fltValue = 0;
+    vecSetups[5].nKeys = 1; // black, which has no hue
+    for (const double KEY2_PARAM::*const pdblEnd : {&KEY2_PARAM::dblLeast, &KEY2_PARAM::dblMost})
+    {
+        KEY2_PARAMS params = {};
+        for (const KEY2_PARAM& param : Params2_Table())
+            params.*param.pdblField = param.*pdblEnd;
+        vecSetups.push_back(SetupOfGreen());
+        vecSetups.back().params = UnmixParams_Of(params);
+        vecSetups.back().params.eView = eUV_Result;
+    }
+    for (const auto& [nWidth, nHeight] : {std::pair{1, 1}, {1, 40}, {40, 1}, {3, 5}, {70, 45}})
+        for (const UNMIX_SETUP& setup : vecSetups)
+        {
+            SCOPED_TRACE(testing::Message() << nWidth << 'x' << nHeight << ", setup " << &setup - vecSetups.data());
+            SCENE arrScenes[] = {BodyScene(nWidth, nHeight),
+                                 {nWidth, nHeight, Black},
+                                 BodyScene(nWidth, nHeight, 3),
+                                 {nWidth, nHeight, Noise},
+                                 {nWidth, nHeight, [](int, int) { return c_colGreen; }},
+                                 BlueScene(nWidth, nHeight),
+                                 {nWidth, nHeight,
+                                  [](int, int) {
+                                      return SCENE_PIXEL{255, 255, 255};
+                                  }},
+                                 BodyScene(nWidth, nHeight)};
+            UNMIX_STATE state;
+            for (SCENE& scene : arrScenes)
+            {
+                KeyedAs(state, scene, setup, eZI_Progressive);
+                ASSERT_TRUE(AllNumbers(state)) << &scene - arrScenes;
+            }
+        }
 }

@@ -61,14 +61,15 @@ std::vector<GUARDED_PICTURE> Clip(uint32_t _fccType, int _nWidth, int _nHeight, 
 }
 
 /// The results of a clip, one behind the other.
-std::vector<uint8_t> KeyedClip(UNMIX_STATE& _state, const std::vector<GUARDED_PICTURE>& _vecClip, IRowRunner& _runner)
+std::vector<uint8_t> KeyedClip(UNMIX_STATE& _state, const std::vector<GUARDED_PICTURE>& _vecClip, IRowRunner& _runner,
+                               const UNMIX_SETUP& _setup)
 {
     const size_t nWidth = _vecClip[0].vidProps.nWidth, nHeight = -_vecClip[0].vidProps.nHeight;
     std::vector<uint8_t> vecOut(4 * nWidth * nHeight * _vecClip.size());
     uint8_t* pOut = vecOut.data();
     for (const GUARDED_PICTURE& picture : _vecClip)
     {
-        EXPECT_EQ(S_OK, Unmix_Frame(_state, {}, {picture.vidProps, picture.vidPtr},
+        EXPECT_EQ(S_OK, Unmix_Frame(_state, _setup, {picture.vidProps, picture.vidPtr},
                                     {pOut, static_cast<ptrdiff_t>(4 * nWidth), false}, _runner));
         pOut += 4 * nWidth * nHeight;
     }
@@ -81,35 +82,40 @@ struct CLIP_KIND
     int nWidth;
     int nHeight;
     int eInterlace;
+    bool bPlate;
 };
 
 } // namespace
 
 TEST(UnmixThreads, EveryCountGivesTheSameBytes)
 {
-    constexpr CLIP_KIND c_arrKinds[] = {{eZFCC_ARGB32, 203, 117, eZI_Progressive},
-                                        {eZFCC_ARGB32, 203, 117, eZI_TopFirst},
-                                        {eZFCC_NV12, 203, 151, eZI_Progressive},
-                                        {eZFCC_UYVY, 174, 150, eZI_BottomFirst}};
+    constexpr CLIP_KIND c_arrKinds[] = {{eZFCC_ARGB32, 203, 117, eZI_Progressive, false},
+                                        {eZFCC_ARGB32, 203, 117, eZI_TopFirst, true},
+                                        {eZFCC_NV12, 203, 151, eZI_Progressive, false},
+                                        {eZFCC_UYVY, 174, 150, eZI_BottomFirst, false}};
+    const SCENE plate(60, 90, [](int _x, int) { return SCENE_PIXEL{50, 170 - .3f * static_cast<float>(_x), 60}; });
     for (const CLIP_KIND& kind : c_arrKinds)
     {
         SCOPED_TRACE(FCC_Name(kind.fccType));
         const auto vecClip = Clip(kind.fccType, kind.nWidth, kind.nHeight, kind.eInterlace);
+        UNMIX_SETUP setup;
+        if (kind.bPlate)
+            setup.plate = {plate.vecBGRA.data(), plate.nWidth, plate.nHeight};
         UNMIX_STATE stateOne;
         CSerialRunner serial;
-        const std::vector<uint8_t> vecOne = KeyedClip(stateOne, vecClip, serial);
+        const std::vector<uint8_t> vecOne = KeyedClip(stateOne, vecClip, serial, setup);
         EXPECT_EQ(stateOne.nCuts, 1);
         EXPECT_FALSE(stateOne.arrFields[0].vecPast.empty()) << "the filter over time is at work";
         for (const uint32_t nWorkers : {1u, 2u, 3u, 8u})
         {
             CPoolThreads pool(nWorkers);
             UNMIX_STATE state;
-            EXPECT_TRUE(KeyedClip(state, vecClip, pool.m_runner) == vecOne) << nWorkers;
+            EXPECT_TRUE(KeyedClip(state, vecClip, pool.m_runner, setup) == vecOne) << nWorkers;
             EXPECT_TRUE(UnmixState_Same(stateOne, state)) << nWorkers;
         }
         CThreadRunner backwards(3); // single rows, from the last
         UNMIX_STATE state;
-        EXPECT_TRUE(KeyedClip(state, vecClip, backwards) == vecOne);
+        EXPECT_TRUE(KeyedClip(state, vecClip, backwards, setup) == vecOne);
         EXPECT_TRUE(UnmixState_Same(stateOne, state));
     }
 }

@@ -31,7 +31,6 @@ public:
         UNMIX_PARTS parts;
         HRESULT hrFind = S_OK;
         HRESULT hrPlate = S_FALSE;
-        bool bTakesPlate = true;
         IMG_PICTURE pictureFound;
     };
 
@@ -80,10 +79,6 @@ public:
         *_pColour = {10, 170, 20};
         *_pstrReason = "nothing is flat";
         return m_pScript->hrFind;
-    }
-    bool CanTakePlate() const override
-    {
-        return m_pScript->bTakesPlate;
     }
     HRESULT PlateGet(IMG_PICTURE* _pPicture) override
     {
@@ -263,8 +258,6 @@ TEST_F(CoZChromaKey2, HandsOutPlatesRegionsAndNumbers)
     ASSERT_EQ(m_cpKeyer->PlateGet(cpFrame.Put()), S_OK);
     EXPECT_EQ(PropsOf(cpFrame.Get()).fccType, eZFCC_RGB32);
     EXPECT_EQ(Img_RowOf(PtrOf(cpFrame.Get()), 0, 0)[5], 5);
-    m_script.bTakesPlate = false;
-    EXPECT_EQ(m_cpKeyer->PlateSet(m_cpFrame.Get()), E_NOTIMPL);
 
     const auto cpMask = TestFrame_Of({9, 9, 9, 255, 255, 255, 255, 255}, eZFCC_RGB8, 1, 2);
     EXPECT_EQ(m_cpKeyer->RegionSet(eRegion_Backdrop, cpMask.Get(), nullptr), S_OK);

@@ -2,6 +2,8 @@
 #include "Props/TextFile.h"
 #include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
+#include "ZChromaKey/Engine2/UnmixEngine.h"
+#include "ZChromaKey/Objects/CoZChromaKey2.h"
 #include "ZChromaKey/Objects/TestKeyer.h"
 
 #include <atomic>
@@ -234,36 +236,84 @@ INSTANTIATE_TEST_SUITE_P(From, FaultsHost,
                              return strThread + (std::get<1>(_info.param) == eWhere_Method ? "Method" : "Release");
                          });
 
+/// Threads that make calls over and over.
+class CManyCalls
+{
+public:
+    /// _fnStep: one call or a few; how many came before is its argument.
+    template <class Step> void Start(Step _fnStep)
+    {
+        m_vecThreads.emplace_back([this, _fnStep] {
+            for (int n = 0; !m_bStop; ++n)
+                _fnStep(n);
+        });
+    }
+    /// Frames in three formats, and documents that are saved and loaded.
+    template <class Keyer> void StartMedia(Keyer* _pKeyer)
+    {
+        for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_UYVY, eZFCC_ARGB32})
+            Start([this, _pKeyer, cpFrame = TestFrame_Make(fccType, 72, 48)](int _n) {
+                CZPtr<IZFFrame> cpRes;
+                cpFrame->IdentityRenew();
+                const HRESULT hr = _pKeyer->OnMediaReceive(_n % 7 ? cpFrame.Get() : nullptr, cpRes.Put());
+                EXPECT_TRUE(hr == S_OK || hr == S_FALSE) << std::hex << hr;
+                m_nResults += hr == S_OK;
+                m_nKeyed += static_cast<bool>(MaskOf(cpRes.Get()));
+            });
+        Start([this, _pKeyer](int _n) {
+            const std::wstring wstrDocument = DocumentOf(_pKeyer);
+            EXPECT_EQ(_n % 4 ? S_OK : _pKeyer->PersistLoad(wstrDocument.c_str()), S_OK);
+            ++m_nSaved;
+        });
+    }
+    template <class Keyer> void StartOptions(Keyer* _pKeyer)
+    {
+        Start([_pKeyer](int _n) {
+            const wchar_t* const arrNumbers[] = {L"1", L"2", L"3"};
+            EXPECT_EQ(_pKeyer->PropsSet(L"process.threads", arrNumbers[_n % 3]), S_OK);
+            EXPECT_EQ(_pKeyer->PropsSet(L"output.argb", _n % 2 ? L"true" : L"false"), S_OK);
+            EXPECT_EQ(_pKeyer->PropsSet(L"keying.borders", _n % 3 ? L"" : L"8,2,8,2"), S_OK);
+            EXPECT_EQ(_pKeyer->PropsSet(L"output.thread", _n % 16 < 8 ? L"true" : L"false"), S_OK);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        });
+        Start([_pKeyer](int _n) {
+            EXPECT_EQ(_n % 4 ? _pKeyer->OnMediaFlush() : _pKeyer->Close(), S_OK);
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        });
+    }
+    /// Until there are 1000 results, 300 of them keyed, and 100 documents.
+    void Run()
+    {
+        const auto timeBegin = std::chrono::steady_clock::now();
+        while (std::chrono::steady_clock::now() - timeBegin < std::chrono::seconds(100) &&
+               (m_nResults < 1000 || m_nKeyed < 300 || m_nSaved < 100))
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        m_bStop = true;
+        for (std::thread& thrCall : m_vecThreads)
+            thrCall.join();
+        EXPECT_GE(m_nResults, 1000);
+        EXPECT_GE(m_nKeyed, 300);
+        EXPECT_GE(m_nSaved, 100);
+    }
+
+private:
+    std::atomic<bool> m_bStop{false};
+    std::atomic<int> m_nResults{0};
+    std::atomic<int> m_nKeyed{0};
+    std::atomic<int> m_nSaved{0};
+    std::vector<std::thread> m_vecThreads;
+};
+
 TEST(FaultsHosts, CallFromManyThreadsAtOnce)
 {
     const CLogCatcher log(eZLog_Error);
     const auto cpKeyer = Make(L"true");
     const auto cpPicture = TestFrame_Make(eZFCC_UYVY, 64, 48);
     EXPECT_EQ(cpKeyer->KeyFrameSet(cpPicture.Get(), nullptr), S_OK);
-    std::atomic<bool> bStop{false};
-    std::atomic<int> nResults{0};
-    std::atomic<int> nSaved{0};
-    std::vector<std::thread> vecThreads;
-    const auto fnStart = [&](const auto& _fnStep) {
-        vecThreads.emplace_back([&bStop, _fnStep] {
-            for (int n = 0; !bStop; ++n)
-                _fnStep(n);
-        });
-    };
-    for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_UYVY, eZFCC_ARGB32})
-        fnStart([&, cpFrame = TestFrame_Make(fccType, 72, 48)](int _n) {
-            CZPtr<IZFFrame> cpRes;
-            cpFrame->IdentityRenew();
-            const HRESULT hr = cpKeyer->OnMediaReceive(_n % 7 ? cpFrame.Get() : nullptr, cpRes.Put());
-            EXPECT_TRUE(hr == S_OK || hr == S_FALSE) << std::hex << hr;
-            nResults += hr == S_OK;
-        });
-    fnStart([&](int _n) {
-        const std::wstring wstrDocument = DocumentOf(cpKeyer.Get());
-        EXPECT_EQ(_n % 4 ? S_OK : cpKeyer->PersistLoad(wstrDocument.c_str()), S_OK);
-        ++nSaved;
-    });
-    fnStart([&](int _n) {
+    CManyCalls calls;
+    calls.StartMedia(cpKeyer.Get());
+    calls.StartOptions(cpKeyer.Get());
+    calls.Start([&](int _n) {
         static wchar_t s_wszProps[] = L"blocks=8";
         CHROMA_KEY_RAW key = TestKey(_n % 5 ? eCKT_RGB + _n % 3 : eCKT_None);
         EXPECT_GE(cpKeyer->KeyRawSet(&key, nullptr), 0);
@@ -272,27 +322,46 @@ TEST(FaultsHosts, CallFromManyThreadsAtOnce)
         EXPECT_GE(_n % 8 ? S_OK : cpKeyer->KeyDetect(s_wszProps), 0);
         EXPECT_GE(cpKeyer->KeyStepBack(1), 0);
     });
-    fnStart([&](int _n) {
-        const wchar_t* const arrNumbers[] = {L"1", L"2", L"3"};
-        EXPECT_EQ(cpKeyer->PropsSet(L"process.threads", arrNumbers[_n % 3]), S_OK);
-        EXPECT_EQ(cpKeyer->PropsSet(L"output.argb", _n % 2 ? L"true" : L"false"), S_OK);
-        EXPECT_EQ(cpKeyer->PropsSet(L"keying.borders", _n % 3 ? L"" : L"8,2,8,2"), S_OK);
-        EXPECT_EQ(cpKeyer->PropsSet(L"output.thread", _n % 16 < 8 ? L"true" : L"false"), S_OK);
+    calls.Run();
+    EXPECT_EQ(log.Count(""), 0u);
+}
+
+TEST(FaultsHosts, CallTheSecondGenerationFromManyThreadsAtOnce)
+{
+    const CLogCatcher log(eZLog_Error);
+    const auto cpKeyer = CZPtr<CCoZChromaKey2>::Adopt(new CCoZChromaKey2(std::make_unique<CUnmixEngine>()));
+    EXPECT_EQ(cpKeyer->PropsSet(L"gpu_mode", L"0"), S_OK);
+    const auto cpPicture = TestFrame_Make(eZFCC_UYVY, 64, 48);
+    const auto cpMask = TestFrame_Make(eZFCC_RGB8, 40, 30);
+    EXPECT_EQ(cpKeyer->FrameSet(cpPicture.Get()), S_OK);
+    CManyCalls calls;
+    calls.StartMedia(cpKeyer.Get());
+    calls.StartOptions(cpKeyer.Get());
+    calls.Start([&](int _n) { // keys, and steps of editing
+        int32_t nDone = 0;
+        EXPECT_GE(cpKeyer->KeyAddPoint(5, 40), 0);
+        EXPECT_GE(_n % 3 ? S_OK : cpKeyer->KeyAuto(), 0);
+        EXPECT_GE(_n % 5 ? S_OK : cpKeyer->KeyProtectColor(0x2040C0), 0);
+        EXPECT_GE(cpKeyer->StepBack(1 + _n % 3, &nDone), 0);
+        EXPECT_GE(_n % 7 ? S_OK : cpKeyer->KeyReset(), 0);
+    });
+    calls.Start([&](int _n) { // regions, plate, parameters
+        const BSTR bsNoise = SysAllocString(L"noise");
+        EXPECT_GE(cpKeyer->RegionSet(static_cast<eRegion>(_n % 3), _n % 2 ? cpMask.Get() : nullptr, nullptr), 0);
+        EXPECT_EQ(cpKeyer->PlateSet(_n % 4 ? nullptr : cpPicture.Get()), S_OK);
+        EXPECT_EQ(cpKeyer->PlateLearn(static_cast<eLearn>(_n % 3)), S_OK);
+        EXPECT_EQ(cpKeyer->ViewSet(static_cast<eView>(_n % 7)), S_OK);
+        EXPECT_GE(cpKeyer->ParamSet(bsNoise, _n % 5), 0);
+        SysFreeString(bsNoise);
+    });
+    calls.Start([&](int _n) { // what is known
+        CHROMA_KEY2_STATS stats = {};
+        CZPtr<IZFFrame> cpAnswer;
+        EXPECT_GE(cpKeyer->StatsGet(&stats), 0);
+        EXPECT_GE(_n % 2 ? cpKeyer->PlateGet(cpAnswer.Put()) : cpKeyer->RegionGet(eRegion_Garbage, cpAnswer.Put()), 0);
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     });
-    fnStart([&](int _n) {
-        EXPECT_EQ(_n % 4 ? cpKeyer->OnMediaFlush() : cpKeyer->Close(), S_OK);
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    });
-    const auto timeBegin = std::chrono::steady_clock::now();
-    while (std::chrono::steady_clock::now() - timeBegin < std::chrono::seconds(100) &&
-           (nResults < 1000 || nSaved < 100))
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    bStop = true;
-    for (std::thread& thrCall : vecThreads)
-        thrCall.join();
-    EXPECT_GE(nResults, 1000);
-    EXPECT_GE(nSaved, 100);
+    calls.Run();
     EXPECT_EQ(log.Count(""), 0u);
 }
 

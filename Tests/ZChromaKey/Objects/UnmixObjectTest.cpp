@@ -4,6 +4,7 @@
 #include "Interfaces/IZFPersist.h"
 #include "Interfaces/IZFProcess.h"
 #include "Interfaces/IZProps.h"
+#include "Support/AllocCounter.h"
 #include "Support/FrameAccess.h"
 #include "Support/LogCatcher.h"
 #include "Support/TestFrames.h"
@@ -16,6 +17,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <random>
 
 // The second generation whole: frames of a body before a backdrop, keyed by the object that hosts get.
 
@@ -32,9 +34,13 @@ double BodyAlpha(int _nX, int _nY)
     return std::clamp((35 - std::sqrt(dblX * dblX + dblY * dblY)) / 4 + 0.5, 0.0, 1.0);
 }
 
-/// A grey-red body with a soft edge, before a backdrop of that colour whose light falls off to the right.
-CZPtr<CZFrame> Body(uint32_t _fccType, const double (&_arrBackdropBGR)[3])
+/// A grey-red body with a soft edge, before a backdrop of that colour whose light falls off to the right. _nNoise: not
+/// 0: noise that it begins with.
+CZPtr<CZFrame> Body(uint32_t _fccType, const double (&_arrBackdropBGR)[3], uint32_t _nNoise = 0,
+                    CZFramePool* _pPoolOrNull = nullptr)
 {
+    std::minstd_rand random(_nNoise);
+
     constexpr double c_arrBody[3] = {90, 70, 150};
     std::vector<uint8_t> vecBGRA;
     for (int y = 0; y < c_nHeight; ++y)
@@ -42,11 +48,15 @@ CZPtr<CZFrame> Body(uint32_t _fccType, const double (&_arrBackdropBGR)[3])
         {
             const double dblAlpha = BodyAlpha(x, y);
             for (int c = 0; c < 3; ++c)
-                vecBGRA.push_back(static_cast<uint8_t>(std::lround(
-                    dblAlpha * c_arrBody[c] + (1 - dblAlpha) * _arrBackdropBGR[c] * (1 - 0.2 * x / c_nWidth))));
+            {
+                const double dblValue =
+                    dblAlpha * c_arrBody[c] + (1 - dblAlpha) * _arrBackdropBGR[c] * (1 - 0.2 * x / c_nWidth);
+                const int nNoise = _nNoise ? static_cast<int>(random() % 11) - 5 : 0;
+                vecBGRA.push_back(static_cast<uint8_t>(std::lround(dblValue) + nNoise));
+            }
             vecBGRA.push_back(255);
         }
-    return TestFrame_Of(vecBGRA, _fccType, c_nWidth, -c_nHeight);
+    return TestFrame_Of(vecBGRA, _fccType, c_nWidth, -c_nHeight, _pPoolOrNull);
 }
 constexpr double c_arrGreen[3] = {50, 170, 60};
 constexpr double c_arrBlue[3] = {180, 70, 40};
@@ -190,6 +200,115 @@ TEST_F(UnmixObject, TheNumberOfThreadsIsNotSeen)
         }
     }
     EXPECT_TRUE(arrResults[0] == arrResults[1]);
+}
+
+TEST_F(UnmixObject, APlateKeysUntilItIsTakenAway)
+{
+    const CLogCatcher log;
+    const auto cpFrame = Body(eZFCC_UYVY, c_arrBlue);
+    const auto fnIsKeyed = [&] {
+        cpFrame->IdentityRenew();
+        const auto cpRes = Receive(cpFrame.Get());
+        return cpRes && AttachmentOf(cpRes.Get(), L"mask") && Error(cpRes.Get()) < 2.5;
+    };
+    EXPECT_FALSE(fnIsKeyed()) << "no key";
+    const std::vector<uint8_t> vecBlue = [] {
+        std::vector<uint8_t> vec;
+        for (int n = 0; n < 64 * 48; ++n)
+            vec.insert(vec.end(), {180, 70, 40, 255});
+        return vec;
+    }();
+    for (const uint32_t fccType : {eZFCC_RGB24, eZFCC_NV12}) // another size and format than the frames
+    {
+        EXPECT_EQ(m_cpKeyer->PlateSet(TestFrame_Of(vecBlue, fccType, 64, -48).Get()), S_OK);
+        EXPECT_TRUE(fnIsKeyed()) << "the plate's own key";
+    }
+    EXPECT_EQ(m_cpKeyer->PlateSet(nullptr), S_OK);
+    EXPECT_FALSE(fnIsKeyed());
+    EXPECT_EQ(log.Count(""), 0u);
+    EXPECT_EQ(m_cpKeyer->PlateSet(Body(eZFCC_RGB32, c_arrGrey).Get()), S_OK);
+    EXPECT_TRUE(fnIsKeyed()) << "the backdrop of the frame";
+    EXPECT_TRUE(fnIsKeyed());
+    EXPECT_EQ(log.Count("the plate shows no backdrop"), 1u) << "not with every frame";
+}
+
+TEST_F(UnmixObject, DoesNotAllocateOnceItIsWarm)
+{
+    const BSTR bsLeft = SysAllocString(L"0,0 40,0 40,128 0,128");
+    const BSTR bsShadows = SysAllocString(L"shadows");
+    const auto cpFirst = Body(eZFCC_RGB32, c_arrGreen);
+    EXPECT_EQ(m_cpKeyer->FrameSet(cpFirst.Get()), S_OK);
+    EXPECT_EQ(m_cpKeyer->KeyAuto(), S_OK);
+    int nRun = 0;
+    for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_ARGB32, eZFCC_UYVY, eZFCC_NV12, eZFCC_v210})
+        for (const wchar_t* const pwszOutput : {L"true", L"false"})
+            for (const wchar_t* const pwszThreads : {L"2", L"1"})
+            {
+                SCOPED_TRACE(testing::Message() << "run " << nRun << ' ' << FCC_Name(fccType));
+                EXPECT_EQ(m_cpProps->PropsSet(L"output.thread", pwszOutput), S_OK);
+                EXPECT_EQ(m_cpProps->PropsSet(L"process.threads", pwszThreads), S_OK);
+                EXPECT_EQ(m_cpProps->PropsSet(L"output.argb", nRun % 3 ? L"true" : L"false"), S_OK);
+                EXPECT_GE(m_cpKeyer->RegionSet(eRegion_HoldOut, nullptr, nRun % 2 ? bsLeft : nullptr), 0);
+                EXPECT_GE(m_cpKeyer->RegionSet(eRegion_Backdrop, nullptr, nRun % 2 ? bsLeft : nullptr), 0);
+                EXPECT_GE(m_cpKeyer->ParamSet(bsShadows, nRun % 2 ? 50 : 0), 0);
+                EXPECT_EQ(m_cpKeyer->PlateSet(nRun % 4 == 2 ? cpFirst.Get() : nullptr), S_OK);
+                ++nRun;
+                std::vector<CZPtr<CZFrame>> vecFrames; // in turn, with a new identity each time; the last brings noise
+                vecFrames.push_back(Body(fccType, c_arrGreen));
+                for (const uint32_t nNoise : {0u, 1u, 2u})
+                    vecFrames.push_back(Body(fccType, c_arrGreen, nNoise, vecFrames[0]->Pool()));
+                CZPtr<IZFFrame> arrRes[4]; // kept, so that as many are made as can be under way at a time
+                uint64_t nWarm = 0;
+                for (size_t n = 0; n < 24; ++n)
+                {
+                    if (n == 4)
+                    {
+                        std::ranges::for_each(arrRes, &CZPtr<IZFFrame>::Reset);
+                        nWarm = AllocCount();
+                    }
+                    CZFrame* const pFrame = vecFrames[n % (n < 12 ? 2 : 4)].Get();
+                    pFrame->IdentityRenew();
+                    const HRESULT hr = m_cpProcess->OnMediaReceive(pFrame, arrRes[n < 4 ? n : 0].Put());
+                    EXPECT_TRUE(hr == S_OK || (hr == S_FALSE && n == 0)) << n;
+                }
+                m_cpProcess->OnMediaReceive(nullptr, arrRes[0].Put());
+                EXPECT_EQ(AllocCount() - nWarm, 0u);
+            }
+    SysFreeString(bsLeft);
+    SysFreeString(bsShadows);
+}
+
+TEST_F(UnmixObject, MemoryThatIsShortCostsOneFrame)
+{
+    const auto cpFrame = Body(eZFCC_UYVY, c_arrGreen, 1);
+    const auto cpPlate = Body(eZFCC_RGB24, c_arrGreen);
+    const auto cpMask = TestFrame_Of(std::vector<uint8_t>(4 * 32 * 32, 0), eZFCC_RGB8, 32, -32);
+    int nPoints = 0;
+    int nFailed = 0;
+    for (const uint64_t nCount : {uint64_t{1}, uint64_t{1} << 40}) // one alone, and with all that follow it
+        for (uint64_t nFirst = 1, nRefused = 1; nRefused > 0; ++nFirst)
+        {
+            CZPtr<IZChromaKey2> cpKeyer;
+            ASSERT_EQ(CCoZChromaKey2::Create(IID_IZChromaKey2, cpKeyer.PutVoid()), S_OK);
+            m_cpProcess = ZQuery<IZFProcess>(cpKeyer);
+            EXPECT_EQ(ZQuery<IZProps>(cpKeyer)->PropsSet(L"output.thread", L"false"), S_OK);
+            EXPECT_EQ(ZQuery<IZProps>(cpKeyer)->PropsSet(L"process.threads", L"2"), S_OK);
+            EXPECT_EQ(ZQuery<IZProps>(cpKeyer)->PropsSet(L"gpu_mode", L"0"), S_OK);
+            EXPECT_EQ(cpKeyer->PlateSet(cpPlate.Get()), S_OK);
+            EXPECT_EQ(cpKeyer->RegionSet(eRegion_Garbage, cpMask.Get(), nullptr), S_OK);
+            const CLogCatcher log(eZLog_Error);
+            CZPtr<IZFFrame> cpRes;
+            AllocFault_Set(nFirst, nCount);
+            const HRESULT hr = m_cpProcess->OnMediaReceive(cpFrame.Get(), cpRes.Put());
+            nRefused = AllocFault_End();
+            EXPECT_TRUE(hr == S_OK || (hr == E_OUTOFMEMORY && nRefused > 0)) << nFirst << ": " << std::hex << hr;
+            nFailed += FAILED(hr);
+            ++nPoints;
+            cpFrame->IdentityRenew();
+            ASSERT_LT(Error(Receive(cpFrame.Get()).Get()), 2.5) << nFirst << ": there is memory again";
+        }
+    std::printf("%d allocations refused, %d frames lost\n", nPoints - 2, nFailed);
+    EXPECT_GT(nFailed, 0);
 }
 
 TEST_F(UnmixObject, AMaskIsAttachedWhereTheResultStaysAsItIs)

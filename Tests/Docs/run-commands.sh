@@ -24,7 +24,7 @@ for document in "$checkout"/README.md "$checkout"/Docs/*.md; do
     echo "${document##*/}: $line"
     eval "$line" </dev/null >output.txt 2>&1 || { cat output.txt; echo "failed: $line"; exit 1; }
     ran=$((ran + 1))
-  done < <(awk '/^```sh$/ { on = 1; next } /^```/ { on = 0 } on' "$document" | sed 's/  *#.*//' | grep -E '(^|\| )(zkhost|MinimalHost) ')
+  done < <(awk '/^```sh$/ { on = 1; next } /^```/ { on = 0 } on' "$document" | sed 's/  *#.*//' | grep -E '(^|\| )(zkhost|MinimalHost|EditKeys) ')
 done
 cmp hosted.raw same.raw # what the host guide says
 echo "$ran commands"

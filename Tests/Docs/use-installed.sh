@@ -31,6 +31,10 @@ for host in example/build/MinimalHost ./by-pkg-config; do
   cmp hosted.raw wanted.raw
   echo "$host keys as zkhost does"
 done
+example/build/EditKeys "$module" 320 180 edited.xml <in.raw >edited.txt
+quietly "$zkhost" key in.raw --in RGB32:320x-180 -o wanted.raw --keys edited.xml
+grep 'shadows: 0 to 100 %' edited.txt # the parameters, and then what was keyed
+grep '^backdrop .* mixed ' edited.txt
 for file in LICENSE Interfaces/ZChromaKey.idl Interfaces/IZTables.h Sdk/HostFrame.h; do
   find "$prefix" -path "*/$file" | grep -q . || { echo "$file is not in the tree"; exit 1; }
 done

@@ -114,6 +114,26 @@ TEST_F(CGenerationTest, RegionsProtectedColoursAndViewsComeOut)
         ASSERT_TRUE(strMatte[n] == strPlain[n + 3] && static_cast<uint8_t>(strMatte[n + 3]) == 255) << n;
 }
 
+TEST_F(CGenerationTest, AGivenPlateIsSearchedAndKeyedWith)
+{
+    ASSERT_EQ(Run("key " + File("c.y4m") + " -q --frames 1 --view plate -o " + File("plate.png")), 0) << m_strError;
+    ASSERT_EQ(Run("sample --size 160x90 --frames 1 -q -o " + File("full.png")), 0);
+    PICTURE picture = PictureFile_Read(m_folder.Path("full.png"));
+    Picture_Fill(picture, 0, 0, c_nWidth, 60, 0x807870); // a body without a hue fills the upper border
+    {
+        CZOutFiles files;
+        PictureFile_WritePng(picture, files.Create(m_folder.Path("full.png")));
+        files.CommitAll();
+    }
+    const std::string strKey = "key " + File("full.png") + " -q -o " + File("o.raw");
+    EXPECT_EQ(Run(strKey), 1);
+    ExpectLastLine("no backdrop was found in the first frame");
+    ASSERT_EQ(Run(strKey + " --plate " + File("plate.png")), 0) << m_strError;
+    const std::string strKeyed = m_folder.Read("o.raw");
+    EXPECT_EQ(Alpha(strKeyed, 80, 20), 255);
+    EXPECT_EQ(Alpha(strKeyed, 10, 84), 0);
+}
+
 TEST_F(CGenerationTest, SheetsShowTheStatusAndCompare)
 {
     const std::string strSheet = "sheet " + File("c.y4m") + " -q -o " + File("s.png");

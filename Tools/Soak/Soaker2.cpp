@@ -81,7 +81,14 @@ void CZSoaker2::ParamsChange()
                          ZFormat("setting %hs", row.pszName));
 }
 
-/// Shadows, and masks for all regions.
+/// A picture of any size in the place of the plate; none: it is learned.
+void CZSoaker2::PlateGive(IZFFrame* _pFrameOrNull)
+{
+    m_cpPlate = CZPtr<IZFFrame>(_pFrameOrNull);
+    Result_Check(Keyer().Key2()->PlateSet(_pFrameOrNull), "giving a plate");
+}
+
+/// Shadows, a plate, and masks for all regions.
 void CZSoaker2::FillKeys()
 {
     IZChromaKey2* const pKey = Keyer().Key2();
@@ -91,6 +98,7 @@ void CZSoaker2::FillKeys()
     for (const eRegion eWhich : {eRegion_Garbage, eRegion_HoldOut, eRegion_Backdrop})
         Result_Check(pKey->RegionSet(eWhich, cpMask.Get(), nullptr), "setting a region");
     Result_Check(pKey->ParamSet(CZBStr("shadows").Get(), 50), "setting shadows");
+    PlateGive(Sources()[0].vecFrames[0].Get());
 }
 
 /// The backdrop of the scene, or any keys.
@@ -122,6 +130,7 @@ void CZSoaker2::KeysChange()
     }
     Result_Check(pKey->KeyRawSet(&key), "setting the keys");
     ParamsChange();
+    PlateGive(nullptr);
     CountEdits(1);
 }
 
@@ -156,6 +165,8 @@ void CZSoaker2::KeysEdit()
     Result_Check(pKey->ViewSet(OneIn(2) ? eView_Result : static_cast<eView>(Pick(eView_Result, eView_Source))),
                  "setting the view");
     Result_Check(pKey->FrameSet(nullptr), "taking the frame back");
+    if (OneIn(2))
+        PlateGive(SceneAny().vecFrames[0].Get());
     Look();
 }
 
@@ -218,7 +229,7 @@ void CZSoaker2::Detect()
     CountEdits(1);
 }
 
-/// A document has neither masks, nor the view, nor whether the plate is held.
+/// A document has neither masks and plate, nor the view, nor whether the plate is held.
 void CZSoaker2::PlainComplete()
 {
     IZChromaKey2* const pKey = Keyer().Key2();
@@ -232,6 +243,7 @@ void CZSoaker2::PlainComplete()
     CHROMA_KEY2_RAW key = {};
     Result_Check(pKey->KeyRawGet(&key), "looking at the keys");
     Result_Check(pPlain->KeyRawSet(&key), "setting the keys of the plain copy");
+    Result_Check(pPlain->PlateSet(m_cpPlate.Get()), "giving the plain copy a plate");
     for (IZChromaKey2* const pEach : {pKey, pPlain})
         Result_Check(ZQuery<IZFProcess>(pEach)->OnMediaFlush(), "flushing");
 }

@@ -34,6 +34,9 @@ private:
     void RegionEdit();
     void Look();
 
+    void PlateGive(IZFFrame* _pFrameOrNull);
+
+    CZPtr<IZFFrame> m_cpPlate;                                         ///< that was given
     const std::vector<ZTABLE_ROW> m_vecParams;                         ///< in the order of KEY2_PARAMS
     std::map<std::pair<int, int>, std::vector<PICTURE>> m_mapPictures; ///< of the scene, by size, until all are made
 };

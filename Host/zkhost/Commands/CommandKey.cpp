@@ -5,6 +5,7 @@
 #include "zkhost/Files/Background.h"
 #include "zkhost/Files/NamePattern.h"
 #include "zkhost/Files/PictureWriter.h"
+#include "zkhost/Files/UsageError.h"
 
 #include "Base/ZLog.h"
 
@@ -18,6 +19,7 @@ constexpr const char* c_pszExamples =
     "  zkhost key clip.y4m -o keyed_%05d.png\n"
     "  zkhost key photo.jpg -o cut.png --pick 20,40 --protect 310,200 --param shadows=60\n"
     "  zkhost key photo.jpg -o cut.png --region \"garbage=0,0 90,0 90,400 0,400\" --region holdout=mask.png\n"
+    "  zkhost key clip.y4m -o - --bits 16 | ffmpeg -f rawvideo -pix_fmt rgba64le -s 1920x1080 -i - keyed.mov\n"
     "  zkhost key clip.y4m -o out.y4m --mask matte.y4m --keys keys.xml --background beach.jpg\n"
     "  zkhost key in.raw --in UYVY:1920x1080@25i -o out.raw --keyer 1 --adjust smooth=20 --set process.threads=4\n"
     "  ffmpeg -v error -i clip.mp4 -f yuv4mpegpipe - | zkhost key - -o keyed_%05d.png --rect 10,10,200,120\n";
@@ -41,7 +43,8 @@ public:
     {
         m_files.Protect(_command.options.Input());
         const bool bRaw = NamePattern_Extension(_command.strOutput) == "raw";
-        m_upPictures = PictureWriter_Open(_command.strOutput, _stream, bRaw ? eZFCC_ARGB32 : eZFCC_Y444, m_files);
+        const eZFCC fccType = _command.options.IsDeep() ? eZFCC_ARGB64 : bRaw ? eZFCC_ARGB32 : eZFCC_Y444;
+        m_upPictures = PictureWriter_Open(_command.strOutput, _stream, fccType, m_files);
         if (!_command.strMask.empty())
             m_upMasks = PictureWriter_Open(_command.strMask, _stream, eZFCC_Y444, m_files);
         m_pKeys = _command.options.OpenKeys(m_files);
@@ -51,6 +54,8 @@ public:
     {
         if (m_upMasks)
             m_upMasks->Write(_keyed.mask);
+        if (m_command.options.IsDeep())
+            return WriteDeep(_keyed);
         if (!m_command.strBackground.empty())
         {
             const bool bNew =
@@ -60,6 +65,12 @@ public:
             Picture_Over(_keyed.picture, m_background);
         }
         m_upPictures->Write(_keyed.picture);
+    }
+    void WriteDeep(const KEYED& _keyed)
+    {
+        if (!_keyed.bDeep)
+            throw CZUsageError("--bits 16: the results have 8; leave output.argb and output.depth out of --set");
+        m_upPictures->Write(_keyed.deep);
     }
     void Commit(CZKeyer& _keyer)
     {
@@ -95,6 +106,12 @@ ZF_SIZE KeyAll(const KEY_COMMAND& _command, CZFrameSource& _source, CZProgress& 
 void Run(KEY_COMMAND& _command)
 {
     _command.options.Begin();
+    if (!_command.strBackground.empty())
+    {
+        if (_command.options.IsDeep())
+            throw CZUsageError("--background makes an opaque picture of 8 bits; leave it or --bits 16 out");
+        _command.options.NeedStraight();
+    }
     const auto upSource = Stream_Open(_command.options.Input(), _command.options.RawSpec());
     const int64_t nAll = upSource->Stream().nFrames;
     CZProgress progress("keyed",
@@ -114,7 +131,8 @@ void Command_AddKey(CLI::App& _app)
     spCommand->options.AddInput(command);
     command
         .add_option("-o,--output", spCommand->strOutput,
-                    "*.png or name_%05d.png (straight alpha), *.y4m or - (4:4:4 with alpha), *.raw (ARGB32)")
+                    "*.png or name_%05d.png (straight alpha), *.y4m or - (4:4:4 with alpha), *.raw (ARGB32);\n"
+                    "with --bits 16: *.png, name_%05d.png, *.raw or - (both rgba64le)")
         ->type_name("FILE")
         ->check(Command_File())
         ->required();
@@ -129,6 +147,7 @@ void Command_AddKey(CLI::App& _app)
     command.add_option("--frames", spCommand->nFrames, "Key this many frames; all unless given")
         ->type_name("N")
         ->check(Command_Whole(1));
+    spCommand->options.AddBits(command);
     spCommand->options.AddKeys(command);
     command.callback([spCommand] { Run(*spCommand); });
 }

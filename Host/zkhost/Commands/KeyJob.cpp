@@ -8,6 +8,7 @@
 void KeyJob_Read(IZFFrame* _pResult, KEYED& _keyed)
 {
     Picture_FromFrame(_pResult, _keyed.picture);
+    _keyed.bDeep = Picture_FromDeepFrame(_pResult, _keyed.deep);
     if (Picture_FromMask(_pResult, _keyed.mask))
         Picture_PutAlpha(_keyed.mask, _keyed.picture);
     else

@@ -9,8 +9,10 @@
 /// A keyed frame as pictures.
 struct KEYED
 {
-    PICTURE picture; ///< with the mask as its alpha
-    PICTURE mask;    ///< grey
+    PICTURE picture;   ///< with the mask as its alpha
+    PICTURE mask;      ///< grey
+    DEEP_PICTURE deep; ///< the same of a result with 16 bits a channel, while bDeep
+    bool bDeep = false;
 };
 
 /// Reads the pictures out of a result frame: the mask is the attached one, else the frame's own alpha.

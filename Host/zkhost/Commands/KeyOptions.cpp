@@ -188,7 +188,11 @@ void CZKeyOptions::ApplyKeys(CZKeyer& _keyer, IZFFrame* _pFirstFrame) const
     if (!m_strKeys.empty())
         _keyer.LoadFile(m_strKeys);
     _keyer.OptionNeed(c_szOptionARGB, "true"); // the alpha in the frame, and its colours cleaned
+    if (IsDeep())
+        _keyer.OptionNeed(c_szOptionDepth, "16");
     ApplyOptions(_keyer);
+    if (m_bStraight)
+        _keyer.OptionNeed(c_szOptionPremultiplied, "false");
     if (_keyer.Key2())
         ApplyKeys2(_keyer, _pFirstFrame, vecEdits);
     else

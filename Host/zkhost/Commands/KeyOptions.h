@@ -21,6 +21,14 @@ public:
     /// Adds --keyer, --keys, --auto, --pick and so on.
     void AddKeys(CLI::App& _command);
 
+    /// Adds --bits, for a command that writes what it has keyed.
+    void AddBits(CLI::App& _command);
+    /// Results are to be laid over something: their alpha is straight, whatever the options say.
+    void NeedStraight()
+    {
+        m_bStraight = true;
+    }
+
     const std::string& Input() const
     {
         return m_strInput;
@@ -28,6 +36,11 @@ public:
     const std::string& RawSpec() const
     {
         return m_strRawSpec;
+    }
+    /// Whether results are to have 16 bits a channel.
+    bool IsDeep() const
+    {
+        return m_nBits == 16;
     }
     bool IsQuiet() const
     {
@@ -116,6 +129,8 @@ private:
     std::string m_strType;
     std::vector<std::string> m_vecAdjusts;
 
+    int m_nBits = 8;
+    bool m_bStraight = false;
     std::vector<std::string> m_vecParams;
     std::string m_strView;
     std::vector<std::string> m_vecRegions;

@@ -124,8 +124,17 @@ void CZKeyOptions::AddKeys2(CLI::App& _command)
         ->group(c_pszGroup);
 }
 
+void CZKeyOptions::AddBits(CLI::App& _command)
+{
+    _command.add_option("--bits", m_nBits, "Bits of a channel in the output; 16 are of the second generation")
+        ->type_name("8|16")
+        ->check(CLI::IsMember({8, 16}));
+}
+
 std::string CZKeyOptions::Only2() const
 {
+    if (IsDeep())
+        return "--bits 16";
     if (!m_vecParams.empty())
         return ZFormat("--param %s", m_vecParams.front());
     if (!m_strView.empty())

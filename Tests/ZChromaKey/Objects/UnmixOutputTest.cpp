@@ -146,7 +146,7 @@ int SixPixels(uint32_t _fccType)
 }
 
 /// Whether the rows from _nY1 to _nY2 are the same bytes in plane 0, from the column _nX1 to _nX2, multiples of six.
-bool SameBytes(IZFFrame* _pA, IZFFrame* _pB, int _nX1, int _nY1, int _nX2, int _nY2)
+bool IsPartSame(IZFFrame* _pA, IZFFrame* _pB, int _nX1, int _nY1, int _nX2, int _nY2)
 {
     const int nSix = SixPixels(PropsOf(_pA).fccType);
     for (int y = _nY1; y < _nY2; ++y)
@@ -203,8 +203,8 @@ TEST_F(UnmixOutput, InputFormatsKeepWhatIsNotMixedAndAreCleanWhereItIs)
             ASSERT_EQ(PropsOf(cpRes.Get()).fccType, fccType);
             EXPECT_EQ(PixelsOf(MaskOf(cpRes.Get()).Get()), PixelsOf(MaskOf(cpARGB.Get()).Get()));
             EXPECT_EQ(PixelsOf(cpFrame.Get()), cpBefore) << "the input was written";
-            EXPECT_TRUE(SameBytes(cpRes.Get(), cpFrame.Get(), 0, 0, c_nBodyWidth, 40)) << "backdrop";
-            EXPECT_TRUE(SameBytes(cpRes.Get(), cpFrame.Get(), 78, 70, 114, 96)) << "inside the body";
+            EXPECT_TRUE(IsPartSame(cpRes.Get(), cpFrame.Get(), 0, 0, c_nBodyWidth, 40)) << "backdrop";
+            EXPECT_TRUE(IsPartSame(cpRes.Get(), cpFrame.Get(), 78, 70, 114, 96)) << "inside the body";
 
             const auto vecRes = PixelsOf(cpRes.Get());
             const auto vecRight = PixelsOf(cpARGB.Get());

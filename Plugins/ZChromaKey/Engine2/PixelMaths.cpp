@@ -14,7 +14,7 @@ constexpr float c_fltDark1 = .4f;
 constexpr float c_fltBeyond = .15f;     // how far D of the foreground itself counts where it is below 0
 constexpr float c_fltKeepColour = .02f; // regularisation of the colour
 constexpr float c_fltHueless = .05f;    // of the backdrop's X: what has no more tint has no hue
-constexpr float c_fltBounce = .015f;    // of the backdrop's X that any colour has caught
+constexpr float c_fltBounce = .015f;    // of the key's chroma that any colour has caught
 
 float Dot(const VEC4& _a, const VEC4& _b)
 {
@@ -100,15 +100,15 @@ UNMIX_LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params)
     const VEC4 chroma{k[0] - fltLeast, k[1] - fltLeast, k[2] - fltLeast, 0};
     const float fltX = _key.X(chroma.b, chroma.g, chroma.r);
     const float fltZ = std::abs(_key.Z(chroma.b, chroma.g, chroma.r));
-    const float fltScale =
-        _params.fltSpill / 100 / std::max(std::max(fltX - limiter.fltLimit * fltZ, .25f * fltX), 1.0f);
+    const float fltWhole = std::max(std::max(fltX - limiter.fltLimit * fltZ, .25f * fltX), 1.0f); // of the key itself
+    const float fltScale = _params.fltSpill / 100 / fltWhole;
     limiter.arrTake[0] = chroma.b * fltScale;
     limiter.arrTake[1] = chroma.g * fltScale;
     limiter.arrTake[2] = chroma.r * fltScale;
     if (_key.fltCloth > 0)
         limiter.fltOwn = .24f * _key.fltX;
     limiter.nOwn = Round(limiter.fltOwn * 16384);
-    limiter.fltLeast = c_fltBounce * _key.fltX;
+    limiter.fltLeast = c_fltBounce * fltWhole;
     limiter.nLimit = Round(limiter.fltLimit * 256);
     limiter.nLeast = Round(limiter.fltLeast * 16384);
     for (int n = 0; n < 3; ++n)

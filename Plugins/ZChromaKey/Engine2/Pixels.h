@@ -25,13 +25,13 @@ struct UNMIX_RESULT
 };
 
 /// The limiter: takes out of a colour what its X has above fltLimit |Z|, along the backdrop's own chroma, so that skin
-/// stays skin; and fltLeast of X from every colour, for no stage keeps the screen's light off what stands before it.
+/// stays skin; and as for fltLeast from every colour, for no stage keeps the screen's light off what stands before it.
 /// Where there is cloth of the key's own hue, a tint of more than half of fltOwn is less and less taken for spill, one
 /// of more than fltOwn not at all.
 struct UNMIX_LIMITER
 {
     float fltLimit = 0;
-    float fltLeast = 0;    ///< levels of X
+    float fltLeast = 0;    ///< levels of excess
     float fltOwn = 16384;  ///< the same
     float arrTake[3] = {}; ///< per level of excess
     int nLimit = 0;        ///< the same in 256ths, 16384ths, 16384ths and 1024ths, for bytes

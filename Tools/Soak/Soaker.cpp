@@ -19,8 +19,8 @@ namespace
 
 constexpr size_t c_nMostFrames = 40; // pictures: more than a pool keeps, and than are under way at a time
 
-constexpr size_t c_nCheckedSources =
-    5; // one in so many is checked at the start: each way to read a frame is among them
+/// One source in so many is checked at the start: each way to read a frame is among them.
+constexpr size_t c_nCheckedSources = 8;
 constexpr uint32_t c_arrFormats[] = {
     eZFCC_RGB24, eZFCC_RGB32, eZFCC_ARGB32, eZFCC_r210, eZFCC_v210, eZFCC_YUY2, eZFCC_UYVY, eZFCC_HDYC,
     eZFCC_YVYU,  eZFCC_I420,  eZFCC_YV12,   eZFCC_NV12, eZFCC_I422, eZFCC_YV16, eZFCC_Y422, eZFCC_Y444,
@@ -135,7 +135,7 @@ void CZSoaker::Fill()
     }
     for (size_t i = 0; i < m_vecSources.size(); i += c_nCheckedSources) // the plain copy takes memory as well
     {
-        Set(c_szOptionARGB, i % 2 ? "false" : "true");
+        Set(c_szOptionARGB, i / c_nCheckedSources % 2 ? "false" : "true");
         m_pSource = &m_vecSources[i];
         FrameNext();
         Check();

@@ -29,7 +29,7 @@ void Channels(uint32_t _nRGB, double& _dblRed, double& _dblGreen, double& _dblBl
 } // namespace
 
 CZSoaker2::CZSoaker2(const SOAK_SETUP& _setup, CZModule& _modulePlain)
-    : CZSoaker({CLSID_ZChromaKey2, {{720, 576}, {640, 360}, {640, 270}, {88, 144}}, 6, 3}, _setup, _modulePlain)
+    : CZSoaker({CLSID_ZChromaKey2, {{640, 360}, {400, 226}, {176, 144}, {88, 144}}, 6, 3}, _setup, _modulePlain)
     , m_vecParams(Tables_Read(CZModule::Own(), eZTable_Params))
 {
 }

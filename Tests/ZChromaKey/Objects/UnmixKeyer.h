@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZBstr.h"
 #include "Base/ZPtr.h"
 #include "Image/ImgPlane.h"
 #include "Interfaces/IZChromaKey2.h"
@@ -70,6 +71,11 @@ protected:
     void Set(const wchar_t* _pwszName, const wchar_t* _pwszValue)
     {
         EXPECT_EQ(m_cpProps->PropsSet(_pwszName, _pwszValue), S_OK);
+    }
+    /// No tint is taken out: what is solid comes out as it came in.
+    void SpillLeave()
+    {
+        EXPECT_EQ(m_cpKeyer->ParamSet(CZBStr("spill").Get(), 0), S_OK);
     }
     /// Keys the backdrop that is found in a frame.
     void KeyFrom(IZFFrame* _pFrame)

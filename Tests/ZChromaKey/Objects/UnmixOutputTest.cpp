@@ -29,6 +29,7 @@ std::array<int, 4> WordsAt(IZFFrame* _pFrame, int _nX, int _nY)
 
 TEST_F(UnmixOutput, SixteenBitsAreTheEightAndTheFractionsOfMixedPixels)
 {
+    SpillLeave();
     const auto cpFrame = Body(eZFCC_RGB32, c_arrGreen);
     KeyFrom(cpFrame.Get());
     const auto cpBytes = Receive(cpFrame.Get());
@@ -84,6 +85,7 @@ void AddTenBits(IZFFrame* _pFrame)
 
 TEST_F(UnmixOutput, SixteenBitsKeepTheTenOfThePicture)
 {
+    SpillLeave();
     Set(L"output.depth", L"16");
     const auto cpRGB = Body(eZFCC_r210, c_arrGreen);
     AddTenBits(cpRGB.Get());
@@ -183,6 +185,7 @@ void AddExtremes(IZFFrame* _pFrame)
 
 TEST_F(UnmixOutput, InputFormatsKeepWhatIsNotMixedAndAreCleanWhereItIs)
 {
+    SpillLeave();
     for (const uint32_t fccType : {eZFCC_RGB24, eZFCC_RGB32, eZFCC_r210, eZFCC_v210, eZFCC_YUY2, eZFCC_UYVY, eZFCC_YVYU,
                                    eZFCC_I420, eZFCC_YV12, eZFCC_NV12, eZFCC_I422, eZFCC_Y444})
         for (const int32_t eInterlace : {eZI_Progressive, eZI_TopFirst})

@@ -83,9 +83,9 @@ struct IZChromaKey2 : public IDispatch
     /// Learn the backdrop plate, hold it, or begin it anew.
     virtual HRESULT STDMETHODCALLTYPE PlateLearn(eLearn _eLearn) = 0;
     /// Set a picture of the empty backdrop as the plate; none goes back to learning it.
-    /// It is stretched to the frames and counts as seen in many of them; learning goes on from it unless it is held, and
-    /// a cut or a flush returns to it. What does not look like a key is filled in from around. While no key is set, one
-    /// is found in it. E_INVALIDARG: a frame without a picture in memory.
+    /// It is stretched to the frames and counts as seen in many of them; learning goes on from it unless it is held,
+    /// and a cut or a flush returns to it. What does not look like a key is filled in from around. While no key is set,
+    /// one is found in it. E_INVALIDARG: a frame without a picture in memory.
     virtual HRESULT STDMETHODCALLTYPE PlateSet(IZFFrame* _pZFramePlateOrNull) = 0;
     /// Get the backdrop plate as a picture (RGB32) of its own.
     /// The caller releases it; null and S_FALSE while there is none.

@@ -45,9 +45,10 @@ enum eAlpha : int32_t
 /// The masks of a picture that the operator draws.
 enum eRegion : int32_t
 {
-    eRegion_Garbage = 0,  ///< transparent, whatever is there
-    eRegion_HoldOut = 1,  ///< opaque, whatever is there
-    eRegion_Backdrop = 2, ///< surely backdrop where it looks like it: marks and seams on the screen
+    eRegion_Garbage = 0, ///< transparent, whatever is there
+    eRegion_HoldOut = 1, ///< opaque, whatever is there
+    eRegion_Backdrop =
+        2, ///< what lies wholly inside it, backdrop all around, is backdrop: marks and seams on the screen
 };
 inline constexpr int32_t Z_REGIONS = 3;
 

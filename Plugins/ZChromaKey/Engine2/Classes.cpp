@@ -38,19 +38,19 @@ BOUNDS BoundsOf(const CELL_BACKDROP& _back, const UNMIX_CELLS& _cells, size_t _n
             static_cast<float>(nMostX) / 64 - key.fltWedge * std::max(fltZ - fltReach, 0.0f)};
 }
 
-// Grows bitsDoubt through cells that are neither doubtful nor core; what it does not reach is enclosed by core.
-bool GrowRow(CBitRows& _bitsDoubt, const CBitRows& _bitsInner, int _nRow)
+// Grows a row of bits by one cell to all sides, through cells that are not closed.
+bool GrowRow(CBitRows& _bits, const CBitRows& _bitsClosed, int _nRow)
 {
     bool bGrown = false;
-    const uint64_t* const pAbove = _bitsDoubt.Row(std::max(_nRow - 1, 0));
-    const uint64_t* const pBelow = _bitsDoubt.Row(std::min(_nRow + 1, _bitsDoubt.Height() - 1));
-    uint64_t* const pRow = _bitsDoubt.Row(_nRow);
-    const uint64_t* const pInner = _bitsInner.Row(_nRow);
-    const int nLast = _bitsDoubt.Words() - 1;
+    const uint64_t* const pAbove = _bits.Row(std::max(_nRow - 1, 0));
+    const uint64_t* const pBelow = _bits.Row(std::min(_nRow + 1, _bits.Height() - 1));
+    uint64_t* const pRow = _bits.Row(_nRow);
+    const uint64_t* const pClosed = _bitsClosed.Row(_nRow);
+    const int nLast = _bits.Words() - 1;
     const auto All = [&](int _k) { return _k < 0 || _k > nLast ? 0 : pAbove[_k] | pRow[_k] | pBelow[_k]; };
     for (int k = 0; k <= nLast; ++k)
     {
-        const uint64_t nOpen = ~pInner[k] & ~pRow[k] & _bitsDoubt.Valid(k);
+        const uint64_t nOpen = ~pClosed[k] & ~pRow[k] & _bits.Valid(k);
         for (uint64_t nNew = nOpen; nNew != 0;)
         {
             const uint64_t n = All(k);
@@ -62,23 +62,50 @@ bool GrowRow(CBitRows& _bitsDoubt, const CBitRows& _bitsInner, int _nRow)
     return bGrown;
 }
 
+// Grows bits through all cells that can be reached from them without a closed one.
+void Grow(CBitRows& _bits, const CBitRows& _bitsClosed)
+{
+    for (bool bGrown = true; bGrown;)
+    {
+        bGrown = false;
+        for (int y = 0; y < _bits.Height(); ++y)
+            bGrown |= GrowRow(_bits, _bitsClosed, y);
+        for (int y = _bits.Height() - 1; y >= 0; --y)
+            bGrown |= GrowRow(_bits, _bitsClosed, y);
+    }
+}
+
+// Cells that nothing doubtful reaches but through core become core.
 void CloseHoles(FIELD_STATE& _field)
 {
     CBitRows& bits = _field.bitsDoubt;
     for (int y = 0; y < bits.Height(); ++y)
         for (int k = 0; k < bits.Words(); ++k)
             bits.Row(y)[k] &= ~_field.bitsInner.Row(y)[k];
-    for (bool bGrown = true; bGrown;)
-    {
-        bGrown = false;
-        for (int y = 0; y < bits.Height(); ++y)
-            bGrown |= GrowRow(bits, _field.bitsInner, y);
-        for (int y = bits.Height() - 1; y >= 0; --y)
-            bGrown |= GrowRow(bits, _field.bitsInner, y);
-    }
+    Grow(bits, _field.bitsInner);
     for (int y = 0; y < bits.Height(); ++y)
         for (int k = 0; k < bits.Words(); ++k)
             _field.bitsInner.Row(y)[k] |= ~bits.Row(y)[k] & bits.Valid(k);
+}
+
+// Marks and seams: what lies wholly inside the region of the backdrop, with backdrop all around it, is backdrop of
+// whatever colour. What reaches out of the region is a body.
+void DropMarks(UNMIX_STATE& _state, FIELD_STATE& _field)
+{
+    CBitRows& bitsBodies = _state.bitsScratch;
+    for (int y = 0; y < bitsBodies.Height(); ++y)
+        for (int k = 0; k < bitsBodies.Words(); ++k)
+            bitsBodies.Row(y)[k] = ~_field.bitsBackdrop.Row(y)[k] & ~_field.bitsRegion.Row(y)[k] & bitsBodies.Valid(k);
+    Grow(bitsBodies, _field.bitsBackdrop);
+    for (int y = 0; y < bitsBodies.Height(); ++y)
+        for (int k = 0; k < bitsBodies.Words(); ++k)
+        {
+            const uint64_t nMark = ~_field.bitsBackdrop.Row(y)[k] & _field.bitsRegion.Row(y)[k] &
+                                   ~bitsBodies.Row(y)[k] & ~_field.bitsProtected.Row(y)[k];
+            _field.bitsBackdrop.Row(y)[k] |= nMark;
+            for (CBitRows* const pBits : {&_field.bitsSolid, &_field.bitsMixed, &_field.bitsInner, &_field.bitsSolid0})
+                pBits->Row(y)[k] &= ~nMark;
+        }
 }
 } // namespace
 
@@ -129,6 +156,8 @@ void Classes_Finish(UNMIX_STATE& _state, FIELD_STATE& _field)
             nBackdrop &= ~nSolid;
             _field.bitsMixed.Row(y)[k] = ~(nSolid | nBackdrop) & bitsDeep.Valid(k);
         }
+    if (_state.setup.backdrop.pRow0)
+        DropMarks(_state, _field);
 }
 
 void Foreground_Pass(FIELD_STATE& _field, int _nFirst, int _nRows)

@@ -118,6 +118,6 @@ struct UNMIX_SETUP
     int nProtected = 0;
     UNMIX_REGION garbage;  ///< 255: thrown away
     UNMIX_REGION holdOut;  ///< 255: stays as it is
-    UNMIX_REGION backdrop; ///< 128 and above: known to be backdrop, of whatever colour
+    UNMIX_REGION backdrop; ///< 128 and above: marks and seams here are backdrop
     UNMIX_PLATE plate;     ///< what learning begins with
 };

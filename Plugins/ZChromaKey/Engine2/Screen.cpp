@@ -5,6 +5,12 @@
 
 namespace
 {
+// The rim of a cast shadow is as steep as the soft edge of something dark, but nothing near it is outside the range of
+// the key: that many cells off anything else, in cells of little contrast, steps may be so many times as large.
+constexpr int c_nDeep = 8;
+constexpr int c_nShadowSteps = 4;
+constexpr int c_nShadowSpread4 = 60;
+
 // The tangent from its series: the library's may differ from system to system in the last bit.
 float TanDegrees(float _fltDegrees)
 {
@@ -286,8 +292,9 @@ void Screen_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, int _nFi
             const bool bFlat = static_cast<float>(cells.Spread4(n)) < 48 + .88f * mean.Max();
             const bool bProtected = _state.setup.nProtected > 0 && Screen_Protection(_state.setup, mean) >= 1;
             _field.bitsProtected.Set(x, y, bProtected);
-            _field.bitsWide.Set(x, y,
-                                (fltNearest < 1 && bFlat && !bProtected) || InBackdropRegion(_state, _nField, x, y));
+            const bool bRegion = InBackdropRegion(_state, _nField, x, y);
+            _field.bitsRegion.Set(x, y, bRegion);
+            _field.bitsWide.Set(x, y, fltNearest < 1 && (bFlat || bRegion) && !bProtected);
             cells.vecX[n] = static_cast<int16_t>(std::clamp(Dot(pNearest->anX, cells.vecSum[n]) >> 3, -32768, 32767));
         }
 }
@@ -309,6 +316,8 @@ int Screen_StepLimit(UNMIX_STATE& _state, FIELD_STATE& _field)
     CBitRows& bits = _state.bitsScratch;
     bits = _field.bitsWide;
     bits.Erode(1, _state.vecScratch);
+    _state.bitsDeep = bits;
+    _state.bitsDeep.Erode(c_nDeep - 1, _state.vecScratch);
     int anQuarters[65] = {}; // quarters of a level
     int nCells = 0;
     for (int y = 0; y < bits.Height(); y += 3)
@@ -332,5 +341,10 @@ void Screen_SmoothPass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nLimit, in
 {
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
         for (int x = 0; x < _field.cells.nWidth; ++x)
-            _field.bitsSure.Set(x, y, _state.bitsScratch.Get(x, y) && StepAt(_field.cells, x, y) < _nLimit);
+        {
+            const bool bShadow =
+                _state.bitsDeep.Get(x, y) && _field.cells.Spread4(_field.cells.At(x, y)) < c_nShadowSpread4;
+            const int nLimit = bShadow ? c_nShadowSteps * _nLimit : _nLimit;
+            _field.bitsSure.Set(x, y, _state.bitsScratch.Get(x, y) && StepAt(_field.cells, x, y) < nLimit);
+        }
 }

@@ -25,7 +25,7 @@ static void FieldResize(FIELD_STATE& _field, int _nWidth, int _nRows, int _nCell
     _field.cells.vecRho.assign(nSize, 0);
     for (CBitRows* const pBits :
          {&_field.bitsWide, &_field.bitsSure, &_field.bitsSolid0, &_field.bitsInner, &_field.bitsDoubt,
-          &_field.bitsBackdrop, &_field.bitsSolid, &_field.bitsMixed, &_field.bitsProtected})
+          &_field.bitsBackdrop, &_field.bitsSolid, &_field.bitsMixed, &_field.bitsProtected, &_field.bitsRegion})
         pBits->Resize(nCells, _nCellRows);
     _field.fore.Resize((nCells + 1) / 2, (_nCellRows + 1) / 2);
     _field.vecPast = {};
@@ -56,6 +56,7 @@ void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFie
     state.fill.Resize(state.nPlateWidth, state.nPlateHeight);
     state.lamps.Resize((state.nPlateWidth + 3) / 4, (state.nPlateHeight + 3) / 4);
     state.bitsScratch.Resize(nCells, nCellRows);
+    state.bitsDeep.Resize(nCells, nCellRows);
     state.bitsPlate.Resize(state.nPlateWidth, state.nPlateHeight);
     state.vecChanged.assign(static_cast<size_t>(nCellRows), 0);
     state.vecNoise.assign(static_cast<size_t>(nCellRows) * 2, 0);

@@ -93,6 +93,7 @@ struct FIELD_STATE
     CBitRows bitsSolid;
     CBitRows bitsMixed;
     CBitRows bitsProtected;
+    CBitRows bitsRegion;          ///< wholly inside the region of the backdrop
     UNMIX_PYRAMID fore;           ///< level 0: the foreground plate, colours times confidence, and the confidence
     std::vector<int16_t> vecPast; ///< the difference over that of the backdrop, in 8192ths, of the frame before
 
@@ -150,6 +151,7 @@ struct UNMIX_STATE
     UNMIX_PYRAMID fill;
     UNMIX_PYRAMID lamps;
     CBitRows bitsScratch;
+    CBitRows bitsDeep;  ///< cells far inside the range of a key
     CBitRows bitsPlate; ///< plate cells that were never seen and have no seen one near
     std::vector<uint64_t> vecScratch;
     std::vector<uint8_t> vecChanged; ///< cell rows that differ from the frame before

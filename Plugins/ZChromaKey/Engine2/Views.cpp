@@ -154,9 +154,9 @@ void Views_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFiel
             VEC4 value = _result.Get(x, y);
             if (setup.params.fltShadows > 0)
                 value = OverShadow(value, at.Of(_state.vecShade));
-            value = WithRegions(value, source, nGarbage, nHoldOut);
             if (setup.params.eAlpha == eUA_Multiply)
                 value.w *= source.w / 255;
+            value = WithRegions(value, source, nGarbage, nHoldOut);
             switch (setup.params.eView)
             {
             case eUV_Matte:

@@ -217,14 +217,15 @@ TEST(UnmixOptions, RegionsRule)
     SCENE scene(c_nWidth, c_nHeight, [](int _x, int _y) {
         if (_x > 170 && _y > 80)
             return SCENE_PIXEL{120, 120, 120};
-        if (_x > 16 && _x < 32 && _y > 16 && _y < 32)
-            return SCENE_PIXEL{80, 200, 90};
+        if ((_x > 16 && _x < 32 && _y > 16 && _y < 32) || (_x > 40 && _x < 48 && _y > 20 && _y < 26))
+            return SCENE_PIXEL{230, 230, 230}; // one inside, one that touches nothing but lies outside
         return _y > 30 && _x > 60 && _x < 140 ? c_colCoat : c_colGreen;
     });
     MASK garbage, holdOut, backdrop;
     garbage.Fill(160, 70, c_nWidth, c_nHeight);
     holdOut.Fill(0, 90, 20, 110);
-    backdrop.Fill(8, 8, 40, 40);
+    backdrop.Fill(8, 8, 38, 40);
+    backdrop.Fill(90, 20, 110, 60); // the body reaches out of it
     UNMIX_SETUP setup;
     setup.garbage = garbage.Region();
     setup.holdOut = holdOut.Region();
@@ -235,6 +236,8 @@ TEST(UnmixOptions, RegionsRule)
     EXPECT_EQ(At(vec, 10, 100)[3], 255);
     EXPECT_EQ(At(vec, 10, 100)[1], 160);
     EXPECT_EQ(At(vec, 24, 24)[3], 0);
+    EXPECT_GT(At(vec, 44, 23)[3], 200);
+    EXPECT_EQ(At(vec, 100, 50)[3], 255);
     EXPECT_EQ(At(vec, 100, 100)[3], 255);
 }
 TEST(UnmixOptions, ShadowsAreDroppedOrKept)
@@ -295,6 +298,12 @@ TEST(UnmixOptions, AlphaOfTheInputIsMultipliedOrReplaced)
     setup.params.eAlpha = eUA_Replace;
     ResultOf(scene, setup, &vec);
     EXPECT_EQ(At(vec, 100, 72)[3], 255);
+    MASK holdOut;
+    holdOut.Fill(0, 0, 20, 20);
+    setup.holdOut = holdOut.Region();
+    setup.params.eAlpha = eUA_Multiply;
+    ResultOf(scene, setup, &vec);
+    EXPECT_EQ(At(vec, 10, 10)[3], 255) << "held out, whatever it came with";
 }
 TEST(UnmixOptions, ClothOfTheKeysHueStaysClothAndAVeilAVeil)
 {

@@ -21,7 +21,9 @@ struct UNMIX_INPUT
 {
     ZF_VID_PROPS vidProps;
     ZF_VID_PTR vidPtr;
-    std::optional<eZYMatrix> eMatrix = {}; ///< of YUV, where the picture's own size may not tell it: parts of a picture
+    /// Of YUV, where the picture's own size may not tell it: parts of a picture. The GNU compiler wants the
+    /// initialiser.
+    std::optional<eZYMatrix> eMatrix = {}; // NOLINT(readability-redundant-member-init)
 };
 
 struct UNMIX_STATS

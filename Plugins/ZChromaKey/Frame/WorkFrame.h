@@ -27,7 +27,7 @@ struct WORK_FRAME
     /// The input less its borders, where the engine reads that; else empty. The GNU compiler wants the initialiser.
     CZPtr<IZFFrame> cpSource = {}; // NOLINT(readability-redundant-member-init)
     /// Of the frame, what the borders leave: the source had to be larger, so that its chroma samples are whole.
-    std::optional<WORK_PART> part = {};
+    std::optional<WORK_PART> part = {}; // NOLINT(readability-redundant-member-init)
 };
 
 /// Cuts the borders off, if there are any: from column "left rounded up to a multiple of 8" to "width - right rounded

@@ -241,7 +241,7 @@ class CManyCalls
 {
 public:
     /// _fnStep: one call or a few; how many came before is its argument.
-    template <class Step> void Start(Step _fnStep)
+    template <class Step> void Start(const Step& _fnStep)
     {
         m_vecThreads.emplace_back([this, _fnStep] {
             for (int n = 0; !m_bStop; ++n)

@@ -23,7 +23,6 @@ constexpr int c_nCheckEvery = 100; // frames
 constexpr double c_dblStatusSeconds = 10;
 constexpr double c_dblWarmSeconds = 60;
 constexpr double c_dblMaxGrowth = 0.01;                // of the most memory in use when warm
-constexpr int64_t c_cbMaxGrowth = 2 << 20;             // where that is less
 constexpr std::chrono::milliseconds c_timeSettle{200}; // until the system has put threads that have ended away
 
 struct SOAK_COMMAND
@@ -132,9 +131,8 @@ private:
         if (m_command.setup
                 .bGPU) // a graphics driver keeps shaders while its device is there, and freed memory for later
             return;
-        // Stacks that the system keeps, and parts of libraries that came to use, are among it: some hundred KB.
         const auto fnGrown = [&](int64_t _cbMore) {
-            return _cbMore > c_cbMaxGrowth && Share(_cbMore, _warm.cbPeak) > c_dblMaxGrowth;
+            return _cbMore > c_cbKeptBySystem && Share(_cbMore, _warm.cbPeak) > c_dblMaxGrowth;
         };
         if (fnGrown(_end.cbResident - _warm.cbResident))
             throw CZHostError(ZFormat("memory is lost: %.2f MB resident without objects at the end, %.2f MB when warm",

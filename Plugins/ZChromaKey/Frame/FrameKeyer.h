@@ -35,8 +35,8 @@ public:
     /// which has been logged.
     HRESULT Process(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFrame** _ppFrameRes);
 
-    /// The next frame begins a new stream for the engine, and is none that came before. Does not wait for the frame under
-    /// way.
+    /// The next frame begins a new stream for the engine, and is none that came before. Does not wait for the frame
+    /// under way.
     void Flush();
 
     /// Gives back frames and processors once the frame under way is done; the next frame makes them again. From a

@@ -69,18 +69,33 @@ std::string TextOf(const fs::path& _path)
     return {strPath.begin(), strPath.end()};
 }
 
+/// A new folder for the copy. One that is there already may be somebody else's, who could change what is loaded from
+/// it, or was left by a process of that number that was killed.
+fs::path FolderMake(std::error_code* _pError)
+{
+    constexpr int c_nMostNames = 100;
+    fs::path path;
+    bool bMade = false;
+    for (int n = 0; n < c_nMostNames && !bMade && !*_pError; ++n)
+    {
+        path = fs::temp_directory_path(*_pError) / ZFormat("zkhost-plain-%u-%d", System_ProcessId(), n);
+        bMade = !*_pError && fs::create_directory(path, *_pError);
+    }
+    if (!bMade && !*_pError)
+        *_pError = std::make_error_code(std::errc::file_exists);
+    return path;
+}
+
 } // namespace
 
 CZPlainModule::CZPlainModule()
 {
     std::error_code error;
     const fs::path pathModule = File_Path(CZModule::Own().Path());
-    m_pathFolder = fs::temp_directory_path(error) / ("zkhost-plain-" + std::to_string(System_ProcessId()));
-    // A folder that is there already may be somebody else's, who could change what is loaded from it.
-    if (error || !fs::create_directory(m_pathFolder, error) ||
-        !fs::copy_file(pathModule, m_pathFolder / pathModule.filename(), error))
+    m_pathFolder = FolderMake(&error);
+    if (error || !fs::copy_file(pathModule, m_pathFolder / pathModule.filename(), error))
         throw CZHostError(ZFormat("cannot copy the module to %s: %s; is there space, and may it be written?",
-                                  TextOf(m_pathFolder), error ? error.message() : "the folder is there already"));
+                                  TextOf(m_pathFolder), error.message()));
     try
     {
         Load();

@@ -8,16 +8,6 @@ namespace
 {
 constexpr int c_arrSizes[][2] = {{1, 1}, {2, 2}, {7, 5}, {48, 16}, {67, 33}};
 
-UNMIX_SETUP GreenSetup()
-{
-    UNMIX_SETUP setup;
-    setup.nKeys = 1;
-    setup.arrKeys[0].arrBGR[0] = c_colGreen.b;
-    setup.arrKeys[0].arrBGR[1] = c_colGreen.g;
-    setup.arrKeys[0].arrBGR[2] = c_colGreen.r;
-    return setup;
-}
-
 // A picture of 10-bit words R, G, B.
 GUARDED_PICTURE Picture_r210(int _nWidth, int _nHeight, const std::function<void(int, int, uint32_t*)>& _rgb)
 {

@@ -70,6 +70,17 @@ inline float Grain(int _nX, int _nY, uint32_t _nSeed)
 inline constexpr SCENE_PIXEL c_colGreen = {50, 160, 60};
 inline constexpr SCENE_PIXEL c_colCoat = {90, 60, 150};
 
+/// The green of the scenes as the one key.
+inline UNMIX_SETUP GreenSetup()
+{
+    UNMIX_SETUP setup;
+    setup.nKeys = 1;
+    setup.arrKeys[0].arrBGR[0] = c_colGreen.b;
+    setup.arrKeys[0].arrBGR[1] = c_colGreen.g;
+    setup.arrKeys[0].arrBGR[2] = c_colGreen.r;
+    return setup;
+}
+
 /// A body with a soft edge before an unevenly lit green screen.
 inline SCENE BodyScene(int _nWidth, int _nHeight, float _fltNoise = 0, uint32_t _nSeed = 1, float _fltShift = 0)
 {

@@ -28,16 +28,6 @@ double AlphaDistance(const std::vector<uint8_t>& _vecA, const std::vector<uint8_
         dbl += std::abs(_vecA[n] - _vecB[n]);
     return dbl * 4 / static_cast<double>(_vecA.size());
 }
-UNMIX_SETUP SetupOfGreen()
-{
-    UNMIX_SETUP setup;
-    setup.nKeys = 1;
-    setup.arrKeys[0].arrBGR[0] = c_colGreen.b;
-    setup.arrKeys[0].arrBGR[1] = c_colGreen.g;
-    setup.arrKeys[0].arrBGR[2] = c_colGreen.r;
-    return setup;
-}
-
 std::vector<uint8_t> KeyedAs(UNMIX_STATE& _state, SCENE& _scene, const UNMIX_SETUP& _setup, int _eInterlace)
 {
     CSerialRunner runner;
@@ -93,7 +83,7 @@ TEST(UnmixStream, HeldFramesShowNothingOfTheOnesBefore)
         for (const int eInterlace : {eZI_Progressive, eZI_TopFirst})
         {
             UNMIX_STATE learned;
-            UNMIX_SETUP setup = SetupOfGreen();
+            UNMIX_SETUP setup = GreenSetup();
             if (bGiven)
                 setup.plate = {empty.vecBGRA.data(), 160, 120};
             for (uint32_t n = 0; n < 3 && !bGiven; ++n)
@@ -361,7 +351,7 @@ TEST(UnmixStream, NumbersStayNumbers)
     };
     const auto Black = [](int, int) { return SCENE_PIXEL{0, 0, 0}; };
     const SCENE noisePlate(50, 31, Noise), blackPlate(1, 1, Black);
-    std::vector<UNMIX_SETUP> vecSetups = {{}, SetupOfGreen(), SetupOfGreen(), SetupOfGreen(), SetupOfGreen(), {}};
+    std::vector<UNMIX_SETUP> vecSetups = {{}, GreenSetup(), GreenSetup(), GreenSetup(), GreenSetup(), {}};
     vecSetups[2].plate = {noisePlate.vecBGRA.data(), 50, 31};
     vecSetups[3].plate = {blackPlate.vecBGRA.data(), 1, 1};
     UNMIX_KEY& narrow = vecSetups[4].arrKeys[0];
@@ -372,7 +362,7 @@ TEST(UnmixStream, NumbersStayNumbers)
         KEY2_PARAMS params = {};
         for (const KEY2_PARAM& param : Params2_Table())
             params.*param.pdblField = param.*pdblEnd;
-        vecSetups.push_back(SetupOfGreen());
+        vecSetups.push_back(GreenSetup());
         vecSetups.back().params = UnmixParams_Of(params);
         vecSetups.back().params.eView = eUV_Result;
     }

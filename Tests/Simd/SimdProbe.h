@@ -98,6 +98,7 @@ template <class S> void ProbeBytes(CProbeWriter<S>& _writer, typename S::U8 _a, 
     _writer.Put(ElseAll(maskMore, _b));
     _writer.Put(Even(_a));
     _writer.Put(Odd(_a));
+    _writer.Put(AddPairs(_a));
     _writer.Put(JoinBytes(Odd(_a), Even(_b)));
     _writer.Put(ShuffleBytes(_a, c_arrPattern));
 }
@@ -148,6 +149,24 @@ template <class S> void ProbeInts(CProbeWriter<S>& _writer, typename S::I32 _a, 
     Interleave(_a, _b, vecFirst, vecSecond);
     _writer.Put(vecFirst);
     _writer.Put(vecSecond);
+    Deinterleave(_a, _b, vecFirst, vecSecond);
+    _writer.Put(vecFirst);
+    _writer.Put(vecSecond);
+    _writer.Put(SplitHalves(_a));
+    _writer.Put(I32(static_cast<int>(Bits(maskMore))));
+}
+
+/// Loads and stores that only 32-bit integers have.
+template <class S> void ProbeIntMemory(CProbeWriter<S>& _writer, const PROBE_INPUT& _input, size_t _nByte)
+{
+    constexpr ptrdiff_t c_nStride = 24;
+    int16_t arrWords[S::c_nLanes];
+    uint8_t arrBlocks[c_nStride * S::c_nLanes / 4] = {};
+    const auto vecInts = S::LoadI32(_input.arrInts[0] + _nByte / 4) >> 17;
+    S::Narrow(arrWords, vecInts);
+    S::StoreBlocks(arrBlocks, c_nStride, vecInts);
+    _writer.Put(S::WidenI32(arrWords) + (vecInts << 1));
+    _writer.Put(S::LoadBlocks(arrBlocks + 4, c_nStride));
 }
 
 template <class S> void ProbeFloats(CProbeWriter<S>& _writer, const PROBE_INPUT& _input, size_t _n)
@@ -199,6 +218,7 @@ template <class S> void SimdProbe(const PROBE_INPUT& _input, PROBE_OUTPUT* _pOut
         ProbeWords<S>(writer, As<typename S::U16>(vecA), As<typename S::U16>(vecB));
         ProbeInts<S>(writer, S::LoadI32(_input.arrInts[0] + n / 4), S::LoadI32(_input.arrInts[1] + n / 4));
         ProbeFloats<S>(writer, _input, n / 4);
+        ProbeIntMemory<S>(writer, _input, n);
         writer.Put(S::WidenI32(_input.arrBytes[0] + n));
         writer.Put(S::WidenU16(_input.arrBytes[0] + n));
     }

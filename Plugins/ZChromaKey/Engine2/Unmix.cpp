@@ -196,7 +196,7 @@ void LearnNoise(const RUN& _run)
         return; // there is nothing to measure in
     MeasureNoise(_run);
     if (state.fltNoise > c_fltFilteredNoise && _run.field.vecPast.empty())
-        Pixels_ForgetPast(_run.field, _run.picture);
+        Pixels_ForgetPast(_run.field);
     ++state.nFrames;
 }
 

@@ -23,11 +23,13 @@
 ///     U8    | & ^ ~  Min Max  AtLeast(a, b): a >= b  Select(mask, then, else)
 ///           ElseNone(mask, a), ElseAll(mask, a): a where the mask is true, elsewhere no bit or every bit
 ///     U16   + - * | & << >>  Even(bytes), Odd(bytes): every second byte, as words  JoinBytes(even, odd): the inverse
-///           AddPairs(bytes): sums of every two neighbours
+///           AddPairs(bytes): sums of every two neighbours  MulRound(a, b): a b / 2^15, halves upward, and
+///           ClampToByte(a): 0 to 255, of words that count as signed
 ///     I32   + - * | & ^ << >>  ShiftedIn0(a, n): shifts right like >>, which keeps the sign, but fills with zeros
-///           Min Max  Equal  Greater  IsNegative  Select  Below(a, n): 0 <= a < n, where n is not negative
+///           Min Max Abs  Equal  Greater  IsNegative  Select  Below(a, n): 0 <= a < n, where n is not negative
 ///           MulAdd(words, words): for each lane the sum of its two products; words count as signed
 ///     F32   + - * /  Sqrt Min Max Abs  Less  Select  ToF32(ints), ToI32(floats): truncates; must fit
+///           AsInts(floats), AsFloats(ints): the same bits
 ///     M32   & |  Without(a, b): a and not b  Any  Bits: lane n as bit n
 ///     As<Vector>(vector)  the same bits as another vector of integers
 ///

@@ -163,6 +163,14 @@ ZCK_INLINE U16 AddPairs(U8 _bytes)
 {
     return _mm256_maddubs_epi16(_bytes.vec, _mm256_set1_epi8(1));
 }
+ZCK_INLINE U16 MulRound(U16 _a, U16 _b)
+{
+    return _mm256_mulhrs_epi16(_a.vec, _b.vec);
+}
+ZCK_INLINE U16 ClampToByte(U16 _a)
+{
+    return _mm256_min_epi16(_mm256_max_epi16(_a.vec, _mm256_set1_epi16(0)), _mm256_set1_epi16(255));
+}
 ZCK_INLINE U8 JoinBytes(U16 _even, U16 _odd)
 {
     return (_even | _odd << 8).vec;
@@ -211,6 +219,10 @@ ZCK_INLINE I32 Min(I32 _a, I32 _b)
 ZCK_INLINE I32 Max(I32 _a, I32 _b)
 {
     return _mm256_max_epi32(_a.vec, _b.vec);
+}
+ZCK_INLINE I32 Abs(I32 _a)
+{
+    return _mm256_abs_epi32(_a.vec);
 }
 ZCK_INLINE M32 Equal(I32 _a, I32 _b)
 {
@@ -277,6 +289,14 @@ ZCK_INLINE M32 Less(F32 _a, F32 _b)
 ZCK_INLINE F32 Select(M32 _mask, F32 _then, F32 _else)
 {
     return _mm256_blendv_ps(_else.vec, _then.vec, _mask.vec);
+}
+ZCK_INLINE I32 AsInts(F32 _floats)
+{
+    return _mm256_castps_si256(_floats.vec);
+}
+ZCK_INLINE F32 AsFloats(I32 _ints)
+{
+    return _mm256_castsi256_ps(_ints.vec);
 }
 ZCK_INLINE F32 ToF32(I32 _ints)
 {

@@ -160,6 +160,14 @@ ZCK_INLINE U16 AddPairs(U8 _bytes)
 {
     return _mm512_maddubs_epi16(_bytes.vec, _mm512_set1_epi8(1));
 }
+ZCK_INLINE U16 MulRound(U16 _a, U16 _b)
+{
+    return _mm512_mulhrs_epi16(_a.vec, _b.vec);
+}
+ZCK_INLINE U16 ClampToByte(U16 _a)
+{
+    return _mm512_min_epi16(_mm512_max_epi16(_a.vec, _mm512_set1_epi16(0)), _mm512_set1_epi16(255));
+}
 ZCK_INLINE U8 JoinBytes(U16 _even, U16 _odd)
 {
     return (_even | _odd << 8).vec;
@@ -208,6 +216,10 @@ ZCK_INLINE I32 Min(I32 _a, I32 _b)
 ZCK_INLINE I32 Max(I32 _a, I32 _b)
 {
     return _mm512_max_epi32(_a.vec, _b.vec);
+}
+ZCK_INLINE I32 Abs(I32 _a)
+{
+    return _mm512_abs_epi32(_a.vec);
 }
 ZCK_INLINE M32 Equal(I32 _a, I32 _b)
 {
@@ -273,6 +285,14 @@ ZCK_INLINE M32 Less(F32 _a, F32 _b)
 ZCK_INLINE F32 Select(M32 _mask, F32 _then, F32 _else)
 {
     return _mm512_mask_mov_ps(_else.vec, _mask.nMask, _then.vec);
+}
+ZCK_INLINE I32 AsInts(F32 _floats)
+{
+    return _mm512_castps_si512(_floats.vec);
+}
+ZCK_INLINE F32 AsFloats(I32 _ints)
+{
+    return _mm512_castsi512_ps(_ints.vec);
 }
 ZCK_INLINE F32 ToF32(I32 _ints)
 {

@@ -166,7 +166,10 @@ template <class T, size_t N> struct VECTOR
     }
     friend ZCK_INLINE VECTOR Abs(const VECTOR& _a)
     {
-        return Of([&](size_t _n) { return std::fabs(_a.arr[_n]); });
+        if constexpr (std::is_floating_point<T>::value)
+            return Of([&](size_t _n) { return std::fabs(_a.arr[_n]); });
+        else
+            return Of([&](size_t _n) { return _a.arr[_n] < 0 ? 0 - Number(_a.arr[_n]) : Number(_a.arr[_n]); });
     }
 };
 
@@ -208,6 +211,32 @@ ZCK_INLINE VECTOR<int32_t, N / 2> MulAdd(const VECTOR<uint16_t, N>& _a, const VE
     const auto Product = [&](size_t _n) { return static_cast<int16_t>(_a.arr[_n]) * static_cast<int16_t>(_b.arr[_n]); };
     return VECTOR<int32_t, N / 2>::Of(
         [&](size_t _n) { return static_cast<uint32_t>(Product(2 * _n)) + static_cast<uint32_t>(Product(2 * _n + 1)); });
+}
+template <size_t N>
+ZCK_INLINE VECTOR<uint16_t, N> MulRound(const VECTOR<uint16_t, N>& _a, const VECTOR<uint16_t, N>& _b)
+{
+    return VECTOR<uint16_t, N>::Of([&](size_t _n) {
+        return (static_cast<int16_t>(_a.arr[_n]) * static_cast<int16_t>(_b.arr[_n]) + 0x4000) >> 15;
+    });
+}
+template <size_t N> ZCK_INLINE VECTOR<uint16_t, N> ClampToByte(const VECTOR<uint16_t, N>& _a)
+{
+    return VECTOR<uint16_t, N>::Of([&](size_t _n) {
+        const auto n = static_cast<int16_t>(_a.arr[_n]);
+        return n < 0 ? 0 : n > 255 ? 255 : n;
+    });
+}
+template <size_t N> ZCK_INLINE VECTOR<int32_t, N> AsInts(const VECTOR<float, N>& _floats)
+{
+    VECTOR<int32_t, N> res;
+    std::memcpy(res.arr, _floats.arr, sizeof(res.arr));
+    return res;
+}
+template <size_t N> ZCK_INLINE VECTOR<float, N> AsFloats(const VECTOR<int32_t, N>& _ints)
+{
+    VECTOR<float, N> res;
+    std::memcpy(res.arr, _ints.arr, sizeof(res.arr));
+    return res;
 }
 template <size_t N> ZCK_INLINE VECTOR<float, N> ToF32(const VECTOR<int32_t, N>& _ints)
 {

@@ -113,6 +113,8 @@ template <class S> void ProbeWords(CProbeWriter<S>& _writer, typename S::U16 _a,
     _writer.Put(_a << 3);
     _writer.Put(_a >> 5);
     _writer.Put(MulAdd(_a, _b));
+    _writer.Put(MulRound(_a, _b));
+    _writer.Put(ClampToByte(_a));
     _writer.Put(PackBytes(_a, _b));
 }
 
@@ -132,6 +134,7 @@ template <class S> void ProbeInts(CProbeWriter<S>& _writer, typename S::I32 _a, 
     _writer.Put(ShiftedIn0(_a, 9));
     _writer.Put(Min(_a, _b));
     _writer.Put(Max(_a, -1000));
+    _writer.Put(Abs(_a));
     _writer.Put(maskMore);
     _writer.Put(maskOdd);
     _writer.Put(maskMore & maskOdd);
@@ -182,6 +185,8 @@ template <class S> void ProbeFloats(CProbeWriter<S>& _writer, const PROBE_INPUT&
     _writer.Put(Min(fltA, fltB));
     _writer.Put(Max(fltA, 0.0f));
     _writer.Put(Abs(fltA));
+    _writer.Put(AsInts(fltA));
+    _writer.Put(AsFloats(AsInts(fltB)));
     _writer.Put(Less(fltA, fltB));
     _writer.Put(Select(Less(fltA, fltB), fltA, fltB));
     _writer.Put(ToI32(S::LoadF32(_input.arrSmall + _n)));

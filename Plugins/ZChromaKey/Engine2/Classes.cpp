@@ -112,7 +112,7 @@ struct CLASS_PASS
 void TakePlate(const UNMIX_STATE& _state, int _nX, int _nRow, VEC4* _pOut)
 {
     const VEC4* const pRow = &_state.vecPlate[static_cast<size_t>(_nRow) * _state.nPlateWidth];
-    const int nFirst = _nX / 2, nEnd = std::min(nFirst + c_nChunkCells / 2, _state.nPlateWidth);
+    const int nFirst = _nX / 2, nEnd = std::min(nFirst + c_nChunkPlates, _state.nPlateWidth);
     *_pOut++ = pRow[std::max(nFirst - 1, 0)];
     _pOut = std::copy(pRow + nFirst, pRow + nEnd, _pOut);
     *_pOut = pRow[std::min(nEnd, _state.nPlateWidth - 1)];
@@ -124,7 +124,7 @@ uint64_t OwnedBy(const UNMIX_STATE& _state, int _nKey, int _nX, int _nY)
     if (_state.nKeys == 1)
         return ~uint64_t{0};
     const uint8_t* const pOwner = &_state.vecOwner[static_cast<size_t>(_nY / 2) * _state.nPlateWidth + _nX / 2];
-    const int nPlateCells = std::min(c_nChunkCells / 2, _state.nPlateWidth - _nX / 2);
+    const int nPlateCells = std::min(c_nChunkPlates, _state.nPlateWidth - _nX / 2);
     uint64_t nOwned = 0;
     for (int n = 0; n < nPlateCells; ++n)
         nOwned |= (pOwner[n] == _nKey ? uint64_t{3} : 0) << 2 * n;
@@ -152,7 +152,7 @@ void ClassifyChunk(CLASS_PASS& _pass, int _nX, int _nY)
 {
     const UNMIX_STATE& state = _pass.state;
     const BETWEEN rows = Grid_Between(_nY, state.nPlateHeight);
-    VEC4 arrPlate[2][c_nChunkCells / 2 + 2];
+    VEC4 arrPlate[2][c_nChunkPlates + 2];
     TakePlate(state, _nX, rows.nFirst, arrPlate[0]);
     TakePlate(state, _nX, rows.nSecond, arrPlate[1]);
     int16_t arrRho[c_nChunkCells];
@@ -216,9 +216,7 @@ void Foreground_Pass(FIELD_STATE& _field, int _nFirst, int _nRows)
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
         VEC4* const pRow = level.vec.data() + static_cast<ptrdiff_t>(y) * level.nWidth;
-        Plate_Mean(_field.cells, _field.bitsSolid0, y, level.nWidth, pRow);
-        for (int x = 0; x < level.nWidth; ++x)
-            pRow[x].w = std::min(pRow[x].w, 1.0f);
+        Plate_Mean(_field.cells, _field.bitsSolid0, y, 1, pRow);
     }
 }
 

@@ -174,7 +174,11 @@ void LearnPlate(const RUN& _run)
         change = Plate_Compare(state);
     }
     if (change.bEnough)
-        Plate_FindLamps(state, change);
+    {
+        _run.Rows(state.lamps.arrLevels[0].nHeight,
+                  [&](int _nFirst, int _nRows) { Plate_LampPass(state, change, _nFirst, _nRows); });
+        Plate_LampFinish(state);
+    }
     _run.PlateRows([&](int _nFirst, int _nRows) { Plate_LearnPass(state, change, _nFirst, _nRows); });
     Plate_Fill(state, _run.field);
     _run.PlateRows([&](int _nFirst, int _nRows) { Plate_OwnerPass(state, _nFirst, _nRows); });

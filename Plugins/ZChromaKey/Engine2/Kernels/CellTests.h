@@ -12,7 +12,6 @@ namespace
 namespace UnmixTests
 {
 
-using UnmixVectors::AbsInt;
 using UnmixVectors::FormOf;
 using UnmixVectors::FromBytes;
 using UnmixVectors::PAIRS;
@@ -141,8 +140,8 @@ template <class S> void Steps(STEP_CHUNK& _chunk)
     for (size_t n = 0; n < nCells; n += S::c_nLanes)
     {
         const int16_t* const pHere = _chunk.arrX[1] + n;
-        const I32 nAcross = AbsInt<S>(S::WidenI32(pHere) - S::WidenI32(pHere + 2));
-        const I32 nDown = AbsInt<S>(S::WidenI32(_chunk.arrX[0] + n + 1) - S::WidenI32(_chunk.arrX[2] + n + 1));
+        const I32 nAcross = Abs(S::WidenI32(pHere) - S::WidenI32(pHere + 2));
+        const I32 nDown = Abs(S::WidenI32(_chunk.arrX[0] + n + 1) - S::WidenI32(_chunk.arrX[2] + n + 1));
         const I32 nStep = Max(nAcross, nDown);
         const I32 nSpread4 = Spread4<S>(LoadCells<S>(_chunk.cells, n));
         nSmooth |= BitsAt(Greater(I32(_chunk.nLimit), nStep), n);
@@ -153,11 +152,11 @@ template <class S> void Steps(STEP_CHUNK& _chunk)
 }
 
 constexpr float c_fltGuard = .4f; // cells all of whose pixels are more opaque than this may be closed
-constexpr int c_nPlateCells = c_nChunkCells / 2 + 2;
+constexpr int c_nPlateCells = c_nChunkPlates + 2;
 constexpr int c_nPlateRoom = c_nPlateCells + 14; // whole vectors of cells
 
 /// The plate's colours at the cells of a chunk, by channel.
-struct PLATE_CHUNK
+struct CHUNK_COLOURS
 {
     float arr[3][c_nChunkCells];
 };
@@ -185,14 +184,14 @@ template <class S> ZCK_INLINE void SplitChannels(const float* _pCells, float (&_
 }
 
 /// Bilinear between the plate's cells: a cell of 4x4 pixels lies a quarter of a plate cell off its middle.
-template <class S> ZCK_INLINE PLATE_CHUNK PlateOf(const CLASS_CHUNK& _chunk)
+template <class S> ZCK_INLINE CHUNK_COLOURS PlateOf(const CLASS_CHUNK& _chunk)
 {
     using F32 = typename S::F32;
     float arrAbove[3][c_nPlateRoom], arrBelow[3][c_nPlateRoom];
     SplitChannels<S>(_chunk.arrPlate[0], arrAbove);
     SplitChannels<S>(_chunk.arrPlate[1], arrBelow);
     const F32 fltNear(.75f), fltFar(.25f), fltBelow(_chunk.fltBelow), fltAbove(1 - _chunk.fltBelow);
-    PLATE_CHUNK plate;
+    CHUNK_COLOURS plate;
     for (int c = 0; c < 3; ++c)
         for (size_t n = 0; n < c_nChunkCells / 2; n += S::c_nLanes)
         {
@@ -252,7 +251,7 @@ template <class S> void Classes(CLASS_CHUNK& _chunk)
 {
     using F32 = typename S::F32;
     const CLASS_RULES& rules = *_chunk.pRules;
-    const PLATE_CHUNK plate = PlateOf<S>(_chunk);
+    const CHUNK_COLOURS plate = PlateOf<S>(_chunk);
     const size_t nCells = static_cast<size_t>(_chunk.cells.nCells);
     uint64_t nSolid0 = 0, nInner = 0, nDoubt = 0, nSolid = 0, nNear = 0, nFar = 0;
     for (size_t n = 0; n < nCells; n += S::c_nLanes)

@@ -12,11 +12,10 @@ namespace
 namespace UnmixPixels
 {
 
-using UnmixVectors::AbsInt;
 using UnmixVectors::FormOf;
 using UnmixVectors::FromBytes;
 using UnmixVectors::FromWords;
-using UnmixVectors::MulRound;
+using UnmixVectors::MulRoundInts;
 using UnmixVectors::PAIRS;
 
 template <class S> ZCK_INLINE typename S::I32 Clamp16(typename S::I32 _n)
@@ -42,29 +41,45 @@ template <class S> ZCK_INLINE UnmixMaths::COLOUR<S> ColourOf(const PAIRS<S>& _pi
             ToF32(_pixels.nRA & 0xFFFF) * fltScale};
 }
 
-/// A pixel's channel without its spill; the excess in 32nds.
-template <class S>
-ZCK_INLINE typename S::I32 Limited(typename S::I32 _nChannel, typename S::I32 _nExcess, int32_t _nTake)
+/// Two words that each pixel has twice.
+ZCK_INLINE int WordPair(int32_t _nLow, int32_t _nHigh)
 {
-    using I32 = typename S::I32;
-    return Min(Max(_nChannel - MulRound<S>(_nExcess, I32(_nTake)), I32(0)), I32(255));
+    return static_cast<int>((static_cast<uint32_t>(_nHigh) << 16) | (static_cast<uint32_t>(_nLow) & 0xFFFF));
 }
 
-/// The limiter on bytes, in integers: X and Z in 64ths.
-template <class S> ZCK_INLINE typename S::I32 SolidBytes(const LIMIT_RULES& _rules, typename S::I32 _nBGRA)
+/// The limiter on bytes, in integers: X and Z in 64ths, the excess in 32nds.
+template <class S> struct BYTE_LIMITER
 {
     using I32 = typename S::I32;
     using U16 = typename S::U16;
-    const PAIRS<S> pixels = FromBytes<S>(_nBGRA);
-    const I32 nX = FormOf<S>(_rules.anX, pixels);
-    const I32 nZ = AbsInt<S>(FormOf<S>(_rules.anZ, pixels));
-    const I32 nTint = (nX << 8) - MulAdd(As<U16>(nZ), As<U16>(I32(_rules.nLimit)));
-    const I32 nExcess = (Max(Min(nTint, I32(_rules.nOwn) - nTint), I32(_rules.nLeast)) + 256) >> 9;
-    const I32 b = Limited<S>(pixels.nBG & 0xFFFF, nExcess, _rules.anTake[0]);
-    const I32 g = Limited<S>(ShiftedIn0(pixels.nBG, 16), nExcess, _rules.anTake[1]);
-    const I32 r = Limited<S>(pixels.nRA, nExcess, _rules.anTake[2]);
-    return b | (g << 8) | (r << 16) | I32(static_cast<int>(0xFF000000));
-}
+    U16 nXBR, nXG, nZBR, nZG, nLimit, nTakeBR, nTakeG;
+    I32 nOwn, nLeast;
+
+    ZCK_INLINE explicit BYTE_LIMITER(const LIMIT_RULES& _rules)
+        : nXBR(As<U16>(I32(WordPair(_rules.anX[0], _rules.anX[2]))))
+        , nXG(As<U16>(I32(WordPair(_rules.anX[1], 0))))
+        , nZBR(As<U16>(I32(WordPair(_rules.anZ[0], _rules.anZ[2]))))
+        , nZG(As<U16>(I32(WordPair(_rules.anZ[1], 0))))
+        , nLimit(As<U16>(I32(WordPair(_rules.nLimit, 0))))
+        , nTakeBR(As<U16>(I32(WordPair(_rules.anTake[0], _rules.anTake[2]))))
+        , nTakeG(As<U16>(I32(WordPair(_rules.anTake[1], 0))))
+        , nOwn(_rules.nOwn)
+        , nLeast(_rules.nLeast)
+    {
+    }
+    ZCK_INLINE I32 operator()(I32 _nBGRA) const
+    {
+        const U16 nBR = Even(As<typename S::U8>(_nBGRA)), nGA = Odd(As<typename S::U8>(_nBGRA));
+        const I32 nX = MulAdd(nBR, nXBR) + MulAdd(nGA, nXG);
+        const I32 nZ = Abs(MulAdd(nBR, nZBR) + MulAdd(nGA, nZG));
+        const I32 nTint = (nX << 8) - MulAdd(As<U16>(nZ), nLimit);
+        const I32 nExcess = (Max(Min(nTint, nOwn - nTint), nLeast) + 256) >> 9;
+        const U16 nBoth = As<U16>((nExcess & 0xFFFF) | (nExcess << 16));
+        const U16 nOutBR = ClampToByte(nBR - MulRound(nBoth, nTakeBR));
+        const U16 nOutG = ClampToByte(nGA - MulRound(nBoth, nTakeG));
+        return As<I32>(JoinBytes(nOutBR, nOutG)) | I32(static_cast<int>(0xFF000000));
+    }
+};
 
 template <class S>
 ZCK_INLINE typename S::I32 ToBytes(const UnmixMaths::COLOUR<S>& _colour, typename S::F32 _fltAlpha255)
@@ -116,14 +131,14 @@ template <class S> void Solid(const SOLID_RUN& _run)
 {
     if (_run.bWords || _run.pDeep)
         return SolidDeepRow<S>(_run);
+    const BYTE_LIMITER<S> limiter(*_run.pRules);
     const size_t nPixels = static_cast<size_t>(_run.nPixels);
     auto* const pOut = static_cast<uint8_t*>(_run.pOut);
     size_t n = 0;
     for (; n + S::c_nLanes <= nPixels; n += S::c_nLanes)
-        S::Store(static_cast<void*>(pOut + 4 * n), SolidBytes<S>(*_run.pRules, S::LoadI32(_run.pBytes + 4 * n)));
+        S::Store(static_cast<void*>(pOut + 4 * n), limiter(S::LoadI32(_run.pBytes + 4 * n)));
     if (n < nPixels)
-        S::Store(static_cast<void*>(pOut + 4 * n), nPixels - n,
-                 SolidBytes<S>(*_run.pRules, S::LoadI32(_run.pBytes + 4 * n, nPixels - n)));
+        S::Store(static_cast<void*>(pOut + 4 * n), nPixels - n, limiter(S::LoadI32(_run.pBytes + 4 * n, nPixels - n)));
 }
 
 /// The pixels of a run, unpacked, with their differences.
@@ -144,8 +159,8 @@ ZCK_INLINE typename S::I32 Difference(const MIXED_RUN& _run, const PAIRS<S>& _pi
     const int nShift = _run.bDeep ? 7 : 1;
     const I32 nX = FormOf<S>(_run.pRules->limit.anX, _pixels) >> nShift;
     const I32 nZ = FormOf<S>(_run.pRules->limit.anZ, _pixels) >> nShift;
-    const I32 nAcross = Min(AbsInt<S>(nZ - MulRound<S>(nX, _nRho)), I32(8191));
-    return Clamp16<S>(nX - MulRound<S>(nAcross << 2, I32(_run.pRules->nWedge)));
+    const I32 nAcross = Min(Abs(nZ - MulRoundInts<S>(nX, _nRho)), I32(8191));
+    return Clamp16<S>(nX - MulRoundInts<S>(nAcross << 2, I32(_run.pRules->nWedge)));
 }
 
 template <class S> ZCK_INLINE void FillStrip(const MIXED_RUN& _run, STRIP& _strip)
@@ -178,14 +193,14 @@ ZCK_INLINE typename S::I32 Filtered(const int32_t* _p, typename S::I32 _nMiddle,
             if (x != 0 || y != 0)
             {
                 const I32 nOff = S::LoadBlocks(_p + y * STRIP::c_nStride + x, c_nStripBytes) - _nMiddle;
-                const auto maskNear = Greater(_nNear, AbsInt<S>(nOff));
+                const auto maskNear = Greater(_nNear, Abs(nOff));
                 nSum = nSum + Select(maskNear, nOff, I32(0));
                 nCount = nCount + Select(maskNear, I32(1), I32(0));
             }
     // The sum fits 16 bits: eight offsets of less than two noises, of at most 60 levels each. The share of a middle
     // that is alone does not, but then the sum is 0.
     const I32 nShare = ToI32(F32(32768.0f) / ToF32(nCount) + F32(.5f));
-    return _nMiddle + MulRound<S>(nSum, nShare);
+    return _nMiddle + MulRoundInts<S>(nSum, nShare);
 }
 
 /// The filter over time. What is kept is the difference over that of the backdrop, so that light that changes does not
@@ -199,7 +214,7 @@ template <class S> ZCK_INLINE typename S::I32 WithPast(const FILTER_RULES& _filt
     const I32 nPast = S::WidenI32(_pPast);
     const I32 nBefore = Clamp16<S>(RoundSigned<S>(Max(ToF32(nPast) * fltScale, F32(-32768.0f))));
     const auto maskNear =
-        Without(Greater(I32(_filter.nTimeNear), AbsInt<S>(nBefore - _nDifference)), Equal(nPast, I32(c_nPastUnknown)));
+        Without(Greater(I32(_filter.nTimeNear), Abs(nBefore - _nDifference)), Equal(nPast, I32(c_nPastUnknown)));
     const I32 nMixed = _nDifference + Select(maskNear, (nBefore - _nDifference + 1) >> 1, I32(0));
     const I32 nKept = RoundSigned<S>(Min(Max(ToF32(nMixed) / fltScale, F32(-32767.0f)), F32(32767.0f)));
     const I32 nNow = Clamp16<S>(RoundSigned<S>(Max(ToF32(nKept) * fltScale, F32(-32768.0f))));

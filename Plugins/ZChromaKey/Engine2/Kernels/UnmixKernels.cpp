@@ -4,6 +4,7 @@
 #include "ZChromaKey/Engine2/Kernels/CellRow.h"
 #include "ZChromaKey/Engine2/Kernels/CellTests.h"
 #include "ZChromaKey/Engine2/Kernels/PixelRow.h"
+#include "ZChromaKey/Engine2/Kernels/PlateRow.h"
 #include "ZChromaKey/Engine2/Kernels/x86/UnmixKernels_x86.h"
 
 void UnmixKernels_Init(UNMIX_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _eMax) noexcept
@@ -13,6 +14,9 @@ void UnmixKernels_Init(UNMIX_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _e
         .pfnScreen = [](SCREEN_CHUNK& _chunk) noexcept { UnmixTests::Screen<SIMD_PLAIN>(_chunk); },
         .pfnSteps = [](STEP_CHUNK& _chunk) noexcept { UnmixTests::Steps<SIMD_PLAIN>(_chunk); },
         .pfnClasses = [](CLASS_CHUNK& _chunk) noexcept { UnmixTests::Classes<SIMD_PLAIN>(_chunk); },
+        .pfnMeans = [](const MEAN_CHUNK& _chunk) noexcept { UnmixPlates::Means<SIMD_PLAIN>(_chunk); },
+        .pfnCompare = [](COMPARE_CHUNK& _chunk) noexcept { UnmixPlates::Compare<SIMD_PLAIN>(_chunk); },
+        .pfnLearn = [](LEARN_CHUNK& _chunk) noexcept { UnmixPlates::Learn<SIMD_PLAIN>(_chunk); },
         .pfnSolid = [](const SOLID_RUN& _run) noexcept { UnmixPixels::Solid<SIMD_PLAIN>(_run); },
         .pfnMixed = [](const MIXED_RUN& _run) noexcept { UnmixPixels::Mixed<SIMD_PLAIN>(_run); },
     };
@@ -23,6 +27,9 @@ void UnmixKernels_Init(UNMIX_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _e
             .pfnScreen = UnmixScreen_AVX2,
             .pfnSteps = UnmixSteps_AVX2,
             .pfnClasses = UnmixClasses_AVX2,
+            .pfnMeans = UnmixMeans_AVX2,
+            .pfnCompare = UnmixCompare_AVX2,
+            .pfnLearn = UnmixLearn_AVX2,
             .pfnSolid = UnmixSolid_AVX2,
             .pfnMixed = UnmixMixed_AVX2,
         };
@@ -32,6 +39,9 @@ void UnmixKernels_Init(UNMIX_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _e
             .pfnScreen = UnmixScreen_AVX512,
             .pfnSteps = UnmixSteps_AVX512,
             .pfnClasses = UnmixClasses_AVX512,
+            .pfnMeans = UnmixMeans_AVX512,
+            .pfnCompare = UnmixCompare_AVX512,
+            .pfnLearn = UnmixLearn_AVX512,
             .pfnSolid = UnmixSolid_AVX512,
             .pfnMixed = UnmixMixed_AVX512,
         };

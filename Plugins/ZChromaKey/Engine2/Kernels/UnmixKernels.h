@@ -12,6 +12,9 @@ struct UNMIX_KERNELS
     void (*pfnScreen)(SCREEN_CHUNK& _chunk) noexcept;
     void (*pfnSteps)(STEP_CHUNK& _chunk) noexcept;
     void (*pfnClasses)(CLASS_CHUNK& _chunk) noexcept;
+    void (*pfnMeans)(const MEAN_CHUNK& _chunk) noexcept;
+    void (*pfnCompare)(COMPARE_CHUNK& _chunk) noexcept;
+    void (*pfnLearn)(LEARN_CHUNK& _chunk) noexcept;
     void (*pfnSolid)(const SOLID_RUN& _run) noexcept;
     void (*pfnMixed)(const MIXED_RUN& _run) noexcept;
 };

@@ -156,6 +156,47 @@ struct CLASS_CHUNK
     uint64_t nSolid;
 };
 
+inline constexpr int c_nChunkPlates = c_nChunkCells / 2; ///< the plate cells that the cells of a chunk make
+
+/// Means of those of 2x2 cells that bits name: plate cells.
+struct MEAN_CHUNK
+{
+    const uint64_t*
+        arrSums[2]; ///< the upper and the lower row of cells, as CELL_ROW has them; the same where there is one
+    uint64_t arrBits[2];
+    int nCells;    ///< of a row, 1 to c_nChunkCells
+    float fltMost; ///< of the count
+    float* pMeans; ///< out: per plate cell B, G, R, and how many cells there were
+};
+
+/// Plate cells that are seen, and the plate: four floats each.
+struct PLATE_CHUNK
+{
+    const float* pSeen;
+    float* pPlate;
+    int nPlates; ///< 1 to c_nChunkPlates
+};
+
+/// How what is seen compares to the plate.
+struct COMPARE_CHUNK
+{
+    PLATE_CHUNK plates;
+    float fltLimit;       ///< differences beyond are far off; or
+    const float* pLimits; ///< four times the number per plate cell; null: fltLimit
+    float arrSeen[4];     ///< out: sum of the colours seen where there is a plate, and their number
+    float arrPlate[4];    ///< out: of the plate there, and the number of those far off
+};
+
+/// The plate in the light of the present picture, having learnt what is seen.
+struct LEARN_CHUNK
+{
+    PLATE_CHUNK plates;
+    float arrGain[4];    ///< the last is 1
+    const float* pLamps; ///< four floats a plate cell, the last 0, to be added; null: none
+    float fltMostSeen;
+    int nGrown; ///< out: cells that were seen for the first time
+};
+
 inline constexpr int c_nMixedCells = 64;                     ///< the most of a run
 inline constexpr int c_nMixedPixels = 4 * c_nMixedCells + 2; ///< with the pixels beside it
 

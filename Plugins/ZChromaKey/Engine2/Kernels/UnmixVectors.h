@@ -10,14 +10,10 @@ namespace UnmixVectors
 {
 
 /// a b / 2^15, rounded; both fit 16 bits.
-template <class S> ZCK_INLINE typename S::I32 MulRound(typename S::I32 _a, typename S::I32 _b)
+template <class S> ZCK_INLINE typename S::I32 MulRoundInts(typename S::I32 _a, typename S::I32 _b)
 {
     using U16 = typename S::U16;
     return (MulAdd(As<U16>(_a), As<U16>(_b & 0xFFFF)) + 16384) >> 15;
-}
-template <class S> ZCK_INLINE typename S::I32 AbsInt(typename S::I32 _n)
-{
-    return Max(_n, typename S::I32(0) - _n);
 }
 /// Pixels as pairs of words: blue and green, red and alpha.
 template <class S> struct PAIRS

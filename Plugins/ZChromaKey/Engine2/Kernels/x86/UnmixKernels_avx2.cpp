@@ -2,6 +2,7 @@
 #include "ZChromaKey/Engine2/Kernels/CellRow.h"
 #include "ZChromaKey/Engine2/Kernels/CellTests.h"
 #include "ZChromaKey/Engine2/Kernels/PixelRow.h"
+#include "ZChromaKey/Engine2/Kernels/PlateRow.h"
 #include "ZChromaKey/Engine2/Kernels/x86/UnmixKernels_x86.h"
 
 void UnmixCells_AVX2(const CELL_ROW& _row) noexcept
@@ -19,6 +20,18 @@ void UnmixSteps_AVX2(STEP_CHUNK& _chunk) noexcept
 void UnmixClasses_AVX2(CLASS_CHUNK& _chunk) noexcept
 {
     UnmixTests::Classes<SIMD_AVX2>(_chunk);
+}
+void UnmixMeans_AVX2(const MEAN_CHUNK& _chunk) noexcept
+{
+    UnmixPlates::Means<SIMD_AVX2>(_chunk);
+}
+void UnmixCompare_AVX2(COMPARE_CHUNK& _chunk) noexcept
+{
+    UnmixPlates::Compare<SIMD_AVX2>(_chunk);
+}
+void UnmixLearn_AVX2(LEARN_CHUNK& _chunk) noexcept
+{
+    UnmixPlates::Learn<SIMD_AVX2>(_chunk);
 }
 void UnmixSolid_AVX2(const SOLID_RUN& _run) noexcept
 {

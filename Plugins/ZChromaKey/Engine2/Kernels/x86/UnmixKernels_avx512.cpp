@@ -2,6 +2,7 @@
 #include "ZChromaKey/Engine2/Kernels/CellRow.h"
 #include "ZChromaKey/Engine2/Kernels/CellTests.h"
 #include "ZChromaKey/Engine2/Kernels/PixelRow.h"
+#include "ZChromaKey/Engine2/Kernels/PlateRow.h"
 #include "ZChromaKey/Engine2/Kernels/x86/UnmixKernels_x86.h"
 
 void UnmixCells_AVX512(const CELL_ROW& _row) noexcept
@@ -19,6 +20,18 @@ void UnmixSteps_AVX512(STEP_CHUNK& _chunk) noexcept
 void UnmixClasses_AVX512(CLASS_CHUNK& _chunk) noexcept
 {
     UnmixTests::Classes<SIMD_AVX512>(_chunk);
+}
+void UnmixMeans_AVX512(const MEAN_CHUNK& _chunk) noexcept
+{
+    UnmixPlates::Means<SIMD_AVX512>(_chunk);
+}
+void UnmixCompare_AVX512(COMPARE_CHUNK& _chunk) noexcept
+{
+    UnmixPlates::Compare<SIMD_AVX512>(_chunk);
+}
+void UnmixLearn_AVX512(LEARN_CHUNK& _chunk) noexcept
+{
+    UnmixPlates::Learn<SIMD_AVX512>(_chunk);
 }
 void UnmixSolid_AVX512(const SOLID_RUN& _run) noexcept
 {

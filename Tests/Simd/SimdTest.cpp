@@ -116,7 +116,7 @@ TEST(Simd, PlainVectorsDoWhatTheirNamesSay)
     ExpectNumbers(vecPacked, {32768, 32768, 32768, 55536, 0, 1, 2, 3, 20000, 32767, 32767, 32767, 4, 5, 6, 7});
     ExpectNumbers(PackBytes(vecPacked, PLAIN::U16(7)), {0, 0, 0, 0, 0, 1, 2, 3, 7, 7, 7, 7, 7, 7, 7, 7, 255, 255});
     ExpectNumbers(MulAdd(PLAIN::U16(-3), Counted<PLAIN::U16>(0, 10)), {-30, -150, -270});
-    ExpectNumbers(MulRound(PLAIN::U16(-3), Counted<PLAIN::U16>(16384, 5461)), {65535, 65534, 65533, 65533});
+    ExpectNumbers(MulRound(PLAIN::U16(-3), Counted<PLAIN::U16>(16384, 5461)), {65535, 65534, 65534, 65533});
     ExpectNumbers(ClampToByte(Counted<PLAIN::U16>(-1, 128)), {0, 127, 255, 255});
     const auto vecBytes = Counted<PLAIN::U8>(0, 1);
     ExpectNumbers(Even(vecBytes), {0, 2, 4, 6});

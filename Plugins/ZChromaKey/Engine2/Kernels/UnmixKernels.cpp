@@ -3,7 +3,7 @@
 #include "Simd/Simd_plain.h"
 #include "ZChromaKey/Engine2/Kernels/CellRow.h"
 #include "ZChromaKey/Engine2/Kernels/CellTests.h"
-#include "ZChromaKey/Engine2/Kernels/PixelRow.h"
+#include "ZChromaKey/Engine2/Kernels/FinishRow.h"
 #include "ZChromaKey/Engine2/Kernels/PlateRow.h"
 #include "ZChromaKey/Engine2/Kernels/x86/UnmixKernels_x86.h"
 
@@ -19,6 +19,7 @@ void UnmixKernels_Init(UNMIX_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _e
         .pfnLearn = [](LEARN_CHUNK& _chunk) noexcept { UnmixPlates::Learn<SIMD_PLAIN>(_chunk); },
         .pfnSolid = [](const SOLID_RUN& _run) noexcept { UnmixPixels::Solid<SIMD_PLAIN>(_run); },
         .pfnMixed = [](const MIXED_RUN& _run) noexcept { UnmixPixels::Mixed<SIMD_PLAIN>(_run); },
+        .pfnFinish = [](const FINISH_RUN& _run) noexcept { UnmixFinish::Finish<SIMD_PLAIN>(_run); },
     };
 #if defined(ZCK_X86)
     if (_eMax >= eSIMD_AVX2)
@@ -32,6 +33,7 @@ void UnmixKernels_Init(UNMIX_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _e
             .pfnLearn = UnmixLearn_AVX2,
             .pfnSolid = UnmixSolid_AVX2,
             .pfnMixed = UnmixMixed_AVX2,
+            .pfnFinish = UnmixFinish_AVX2,
         };
     if (_eMax >= eSIMD_AVX512)
         *_pKernels = {
@@ -44,6 +46,7 @@ void UnmixKernels_Init(UNMIX_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _e
             .pfnLearn = UnmixLearn_AVX512,
             .pfnSolid = UnmixSolid_AVX512,
             .pfnMixed = UnmixMixed_AVX512,
+            .pfnFinish = UnmixFinish_AVX512,
         };
 #endif
 }

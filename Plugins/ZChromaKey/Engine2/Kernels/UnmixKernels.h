@@ -17,6 +17,7 @@ struct UNMIX_KERNELS
     void (*pfnLearn)(LEARN_CHUNK& _chunk) noexcept;
     void (*pfnSolid)(const SOLID_RUN& _run) noexcept;
     void (*pfnMixed)(const MIXED_RUN& _run) noexcept;
+    void (*pfnFinish)(const FINISH_RUN& _run) noexcept;
 };
 
 /// Fills the table with the fastest kernels that need no more than the given level.

@@ -227,5 +227,21 @@ struct MIXED_RUN
     bool bWords;
 };
 
+inline constexpr int c_nFinishPixels = 256; ///< the most of a run
+
+/// What comes after the key, for neighbouring pixels of a row.
+struct FINISH_RUN
+{
+    void* pPixels; ///< the result, changed in place: B, G, R, A, bytes or, where bWords, 16-bit words
+    bool bWords;
+    int nPixels;
+    const uint8_t* pSource;  ///< B, G, R, A of the picture
+    const uint8_t* pGarbage; ///< a byte a pixel: 255 is thrown away; null: none
+    const uint8_t* pHoldOut; ///< 255 stays as the source is; null: none
+    const float* pShade;     ///< density of black under the result, 0 to 1; null: none
+    bool bMultiply;          ///< with the source's alpha
+    bool bSourceAlpha;       ///< it has one; else it is opaque
+};
+
 /// A difference of the frame before that is not known.
 inline constexpr int16_t c_nPastUnknown = INT16_MIN;

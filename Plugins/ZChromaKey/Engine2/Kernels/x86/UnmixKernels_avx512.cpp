@@ -1,7 +1,7 @@
 #include "Simd/Simd_avx512.h"
 #include "ZChromaKey/Engine2/Kernels/CellRow.h"
 #include "ZChromaKey/Engine2/Kernels/CellTests.h"
-#include "ZChromaKey/Engine2/Kernels/PixelRow.h"
+#include "ZChromaKey/Engine2/Kernels/FinishRow.h"
 #include "ZChromaKey/Engine2/Kernels/PlateRow.h"
 #include "ZChromaKey/Engine2/Kernels/x86/UnmixKernels_x86.h"
 
@@ -40,4 +40,8 @@ void UnmixSolid_AVX512(const SOLID_RUN& _run) noexcept
 void UnmixMixed_AVX512(const MIXED_RUN& _run) noexcept
 {
     UnmixPixels::Mixed<SIMD_AVX512>(_run);
+}
+void UnmixFinish_AVX512(const FINISH_RUN& _run) noexcept
+{
+    UnmixFinish::Finish<SIMD_AVX512>(_run);
 }

@@ -13,6 +13,7 @@ void UnmixCompare_AVX2(COMPARE_CHUNK& _chunk) noexcept;
 void UnmixLearn_AVX2(LEARN_CHUNK& _chunk) noexcept;
 void UnmixSolid_AVX2(const SOLID_RUN& _run) noexcept;
 void UnmixMixed_AVX2(const MIXED_RUN& _run) noexcept;
+void UnmixFinish_AVX2(const FINISH_RUN& _run) noexcept;
 
 void UnmixCells_AVX512(const CELL_ROW& _row) noexcept;
 void UnmixScreen_AVX512(SCREEN_CHUNK& _chunk) noexcept;
@@ -23,3 +24,4 @@ void UnmixCompare_AVX512(COMPARE_CHUNK& _chunk) noexcept;
 void UnmixLearn_AVX512(LEARN_CHUNK& _chunk) noexcept;
 void UnmixSolid_AVX512(const SOLID_RUN& _run) noexcept;
 void UnmixMixed_AVX512(const MIXED_RUN& _run) noexcept;
+void UnmixFinish_AVX512(const FINISH_RUN& _run) noexcept;

@@ -1,10 +1,8 @@
 #include "ZChromaKey/Engine2/Cells.h"
 
-#include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
-
-void Cells_Pass(const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged, int _nFirst, int _nRows)
+void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged,
+                int _nFirst, int _nRows)
 {
-    const UNMIX_KERNELS& kernels = UnmixKernels();
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
         const size_t nAt = _cells.At(0, y);
@@ -18,7 +16,7 @@ void Cells_Pass(const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pC
         row.pMin = &_cells.vecMin[nAt];
         row.pMax = &_cells.vecMax[nAt];
         row.pChanged = &bChanged;
-        kernels.pfnCells(row);
+        _kernels.pfnCells(row);
         _pChanged[y] = bChanged;
     }
 }

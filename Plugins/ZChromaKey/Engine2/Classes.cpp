@@ -1,6 +1,5 @@
 #include "ZChromaKey/Engine2/Classes.h"
 
-#include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
 #include "ZChromaKey/Engine2/Plate.h"
 
 namespace
@@ -169,7 +168,7 @@ void ClassifyChunk(CLASS_PASS& _pass, int _nX, int _nY)
         chunk.fltBelow = rows.fltSecond;
         chunk.nSure = _pass.field.bitsSure.Row(_nY)[_nX / c_nChunkCells];
         chunk.pRho = arrRho;
-        UnmixKernels().pfnClasses(chunk);
+        state.pKernels->pfnClasses(chunk);
         PutClasses(_pass.field, chunk, nOwned, _nX, _nY);
     }
 }
@@ -210,13 +209,13 @@ void Classes_Finish(UNMIX_STATE& _state, FIELD_STATE& _field)
         DropMarks(_state, _field);
 }
 
-void Foreground_Pass(FIELD_STATE& _field, int _nFirst, int _nRows)
+void Foreground_Pass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nRows)
 {
     UNMIX_PYRAMID::LEVEL& level = _field.fore.arrLevels[0];
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
         VEC4* const pRow = level.vec.data() + static_cast<ptrdiff_t>(y) * level.nWidth;
-        Plate_Mean(_field.cells, _field.bitsSolid0, y, 1, pRow);
+        Plate_Mean(*_state.pKernels, _field.cells, _field.bitsSolid0, y, 1, pRow);
     }
 }
 

@@ -1,6 +1,5 @@
 #include "ZChromaKey/Engine2/Pixels.h"
 
-#include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
 #include "ZChromaKey/Engine2/Screen.h"
 
 #include <cstring>
@@ -292,7 +291,7 @@ void Pixels_ForgetPast(FIELD_STATE& _field)
 void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                  bool _bSeen, int _nFirst, int _nRows)
 {
-    PASS pass{_state, _field, _picture, _result, UnmixKernels(), {}, {}};
+    PASS pass{_state, _field, _picture, _result, *_state.pKernels, {}, {}};
     const float fltNoise = _state.setup.params.fltNoise > 0 ? std::min(_state.fltNoise, 60.0f) : 0;
     FILTER_RULES& filter = pass.filter;
     filter.bFilter = fltNoise > c_fltQuiet;

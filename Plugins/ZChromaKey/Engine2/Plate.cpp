@@ -1,7 +1,5 @@
 #include "ZChromaKey/Engine2/Plate.h"
 
-#include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
-
 #include <cstdlib>
 
 namespace
@@ -22,7 +20,8 @@ VEC4 Scaled(const VEC4& _v, const VEC4& _gain)
 }
 } // namespace
 
-void Plate_Mean(const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow, float _fltMost, VEC4* _pOut)
+void Plate_Mean(const UNMIX_KERNELS& _kernels, const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow,
+                float _fltMost, VEC4* _pOut)
 {
     const int nUpper = 2 * _nRow, nLower = std::min(nUpper + 1, _cells.nHeight - 1);
     for (int k = 0; k < _bits.Words(); ++k, _pOut += c_nChunkPlates)
@@ -30,11 +29,11 @@ void Plate_Mean(const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow, flo
         const int x = k * c_nChunkCells;
         const uint64_t nLowerBits = nLower > nUpper ? _bits.Row(nLower)[k] : 0;
         const CELL_CHUNK cells = _cells.Chunk(x, nUpper);
-        UnmixKernels().pfnMeans({{cells.pSum, &_cells.vecSum[_cells.At(x, nLower)]},
-                                 {_bits.Row(nUpper)[k], nLowerBits},
-                                 cells.nCells,
-                                 _fltMost,
-                                 &_pOut->b});
+        _kernels.pfnMeans({{cells.pSum, &_cells.vecSum[_cells.At(x, nLower)]},
+                           {_bits.Row(nUpper)[k], nLowerBits},
+                           cells.nCells,
+                           _fltMost,
+                           &_pOut->b});
     }
 }
 
@@ -60,7 +59,8 @@ void Plate_SeenPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst,
 {
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
-        Plate_Mean(_field.cells, _field.bitsSure, y, c_fltCellsOfPlate, &_state.vecSeen[AtRow(_state, y)]);
+        Plate_Mean(*_state.pKernels, _field.cells, _field.bitsSure, y, c_fltCellsOfPlate,
+                   &_state.vecSeen[AtRow(_state, y)]);
         ROW_SUMS sums;
         ForEachChunk(_state, y, [&](int _nX, const PLATE_CHUNK& _plates) {
             COMPARE_CHUNK chunk = {_plates, FarOff(_state.arrKeys[0]), nullptr, {}, {}};
@@ -71,7 +71,7 @@ void Plate_SeenPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst,
                 arrLimits[n] = {flt, flt, flt, flt};
                 chunk.pLimits = &arrLimits[0].b;
             }
-            UnmixKernels().pfnCompare(chunk);
+            _state.pKernels->pfnCompare(chunk);
             const float* const s = chunk.arrSeen;
             const float* const p = chunk.arrPlate;
             sums.seen = sums.seen + VEC4{s[0], s[1], s[2], s[3]};
@@ -182,7 +182,7 @@ void Plate_LearnPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, int _nFir
                 TakeLamps(_state.lamps.arrLevels[0], _nX, _plates.nPlates, y, arrLamps);
             LEARN_CHUNK chunk = {
                 _plates, {gain.b, gain.g, gain.r, 1}, _change.bEnough ? &arrLamps[0].b : nullptr, c_fltMostSeen, 0};
-            UnmixKernels().pfnLearn(chunk);
+            _state.pKernels->pfnLearn(chunk);
             nGrown += chunk.nGrown;
         });
         _state.vecSums[static_cast<size_t>(y)].nGrown = nGrown;

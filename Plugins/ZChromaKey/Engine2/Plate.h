@@ -16,7 +16,8 @@ void Plate_GivenFinish(UNMIX_STATE& _state);
 
 /// Means of the cells that a mask names, per plate cell of one row; w is how many of the four there were, but at most
 /// _fltMost.
-void Plate_Mean(const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow, float _fltMost, VEC4* _pOut);
+void Plate_Mean(const UNMIX_KERNELS& _kernels, const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow,
+                float _fltMost, VEC4* _pOut);
 
 /// Rows of the plate: what is seen in the present picture (vecSeen) and how it compares to the plate (vecSums).
 void Plate_SeenPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows);

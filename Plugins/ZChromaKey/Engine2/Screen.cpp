@@ -1,7 +1,5 @@
 #include "ZChromaKey/Engine2/Screen.h"
 
-#include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
-
 #include <cmath>
 #include <cstdlib>
 
@@ -264,7 +262,7 @@ void ScreenChunk(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, const SC
 {
     SCREEN_CHUNK chunk = {
         _field.cells.Chunk(_nX, _nY), _pKeys, _state.nKeys, &_field.cells.vecX[_field.cells.At(_nX, _nY)], 0, 0};
-    UnmixKernels().pfnScreen(chunk);
+    _state.pKernels->pfnScreen(chunk);
     const int nCells = chunk.cells.nCells;
     const size_t nAt = _field.cells.At(_nX, _nY);
     uint64_t nProtected = 0, nRegion = 0;
@@ -357,7 +355,7 @@ void Screen_SmoothPass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nLimit, in
                                 c_nShadowSpread4,
                                 0,
                                 0};
-            UnmixKernels().pfnSteps(chunk);
+            _state.pKernels->pfnSteps(chunk);
             const int k = x / c_nChunkCells;
             _field.bitsSure.Row(y)[k] =
                 _state.bitsScratch.Row(y)[k] & (chunk.nSmooth | (chunk.nCalm & _state.bitsDeep.Row(y)[k]));

@@ -36,7 +36,9 @@ void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFie
 {
     UNMIX_STATE state;
     state.setup = _state.setup;
+    state.pKernels = _state.pKernels;
     _state = {}; // before new memory is asked for
+    _state.pKernels = state.pKernels;
     state.nWidth = _nWidth;
     state.nHeight = _nHeight;
     state.nFields = _nFields;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ZChromaKey/Engine2/Grid.h"
-#include "ZChromaKey/Engine2/Kernels/UnmixRecords.h"
+#include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
 #include "ZChromaKey/Engine2/Params.h"
 
 #include <vector>
@@ -131,6 +131,7 @@ inline constexpr float c_fltNoiseUnknown = 3;
 /// The stream.
 struct UNMIX_STATE
 {
+    const UNMIX_KERNELS* pKernels = &UnmixKernels(); ///< any level gives the same bytes
     int nWidth = 0;
     int nHeight = 0;
     int nFields = 0;   ///< 1, or 2 for interlaced pictures

@@ -222,7 +222,7 @@ void Classify(const RUN& _run)
     FIELD_STATE& field = _run.field;
     _run.CellRows([&](int _nFirst, int _nRows) { Classes_Pass(state, field, _nFirst, _nRows); });
     Classes_Finish(state, field);
-    _run.PlateRows([&](int _nFirst, int _nRows) { Foreground_Pass(field, _nFirst, _nRows); });
+    _run.PlateRows([&](int _nFirst, int _nRows) { Foreground_Pass(state, field, _nFirst, _nRows); });
     Foreground_Fill(field);
 }
 
@@ -256,7 +256,7 @@ bool ReadCells(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
     _run.CellRows([&](int _nFirst, int _nRows) {
-        Cells_Pass(_run.picture, _run.field.cells, state.vecChanged.data(), _nFirst, _nRows);
+        Cells_Pass(*state.pKernels, _run.picture, _run.field.cells, state.vecChanged.data(), _nFirst, _nRows);
     });
     return _run.field.bKnown &&
            std::none_of(state.vecChanged.begin(), state.vecChanged.end(), [](uint8_t _n) { return _n != 0; });

@@ -1,7 +1,5 @@
 #include "ZChromaKey/Engine2/Views.h"
 
-#include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
-
 namespace
 {
 constexpr int c_nBlock = 8; // plate cells along a block of the envelope
@@ -193,7 +191,7 @@ void FinishPixels(const VIEW_ROW& _row, int _nX, int _nPixels)
         run.pShade = arrShade;
     }
     if (bAlpha || run.pShade || !IsNone(run.pGarbage, _nPixels) || !IsNone(run.pHoldOut, _nPixels))
-        UnmixKernels().pfnFinish(run);
+        _row.state.pKernels->pfnFinish(run);
 }
 
 VEC4 ViewOf(const VIEW_ROW& _row, int _nX)

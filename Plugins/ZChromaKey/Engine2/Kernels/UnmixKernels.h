@@ -18,6 +18,7 @@ struct UNMIX_KERNELS
     void (*pfnSolid)(const SOLID_RUN& _run) noexcept;
     void (*pfnMixed)(const MIXED_RUN& _run) noexcept;
     void (*pfnFinish)(const FINISH_RUN& _run) noexcept;
+    void (*pfnMask)(const MASK_ROW& _row) noexcept;
 };
 
 /// Fills the table with the fastest kernels that need no more than the given level.

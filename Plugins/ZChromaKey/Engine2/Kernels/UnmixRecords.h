@@ -243,5 +243,13 @@ struct FINISH_RUN
     bool bSourceAlpha;       ///< it has one; else it is opaque
 };
 
+/// A row of a mask out of the result's alpha.
+struct MASK_ROW
+{
+    const uint8_t* pPixels; ///< B, G, R, A
+    uint8_t* pMask;
+    int nPixels;
+};
+
 /// A difference of the frame before that is not known.
 inline constexpr int16_t c_nPastUnknown = INT16_MIN;

@@ -45,3 +45,7 @@ void UnmixFinish_AVX2(const FINISH_RUN& _run) noexcept
 {
     UnmixFinish::Finish<SIMD_AVX2>(_run);
 }
+void UnmixMask_AVX2(const MASK_ROW& _row) noexcept
+{
+    UnmixFinish::Mask<SIMD_AVX2>(_row);
+}

@@ -45,3 +45,7 @@ void UnmixFinish_AVX512(const FINISH_RUN& _run) noexcept
 {
     UnmixFinish::Finish<SIMD_AVX512>(_run);
 }
+void UnmixMask_AVX512(const MASK_ROW& _row) noexcept
+{
+    UnmixFinish::Mask<SIMD_AVX512>(_row);
+}

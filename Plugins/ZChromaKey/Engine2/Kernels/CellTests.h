@@ -151,6 +151,7 @@ template <class S> void Steps(STEP_CHUNK& _chunk)
     _chunk.nCalm = nCalm & Valid(_chunk.cells);
 }
 
+constexpr float c_fltSureReach = 5; // times what other cells may lack: the bounds of 16 noisy pixels lie far apart
 constexpr float c_fltGuard = .4f; // cells all of whose pixels are more opaque than this may be closed
 constexpr int c_nPlateCells = c_nChunkPlates + 2;
 constexpr int c_nPlateRoom = c_nPlateCells + 14; // whole vectors of cells
@@ -264,7 +265,7 @@ template <class S> void Classes(CLASS_CHUNK& _chunk)
         const BOUNDS<S> bounds = BoundsOf<S>(rules, LoadCells<S>(_chunk.cells, n), fltRho);
         const F32 fltLow = Max(Min(F32(rules.fltClip), F32(.25f) * fltX), F32(rules.fltClean) * fltX);
         // In sure backdrop contrast is noise or dirt.
-        const F32 fltSureLow = Max(F32(3.0f) * fltLow, F32(.18f) * fltX);
+        const F32 fltSureLow = Max(F32(c_fltSureReach) * fltLow, F32(.18f) * fltX);
         // A little below 0: mixtures with colourful foreground reach 0 before they are solid.
         nSolid0 |= BitsAt(Less(bounds.fltMean, F32(rules.fltNoise) - F32(.05f) * fltX), n);
         nInner |= BitsAt(Less(bounds.fltMean, F32(rules.fltOpen) * fltX), n);

@@ -5,7 +5,8 @@
 
 /// Rows of planes as floats, for a level of Simd.h. Columns are pairs of pixels that share their chroma.
 ///
-/// A layout has c_nMany, the columns that it unpacks at a time, and these members, for columns and samples of a row:
+/// A layout has c_nMany, the columns that it unpacks at a time (it may write a whole vector), and these members, for
+/// columns and samples of a row:
 ///     LumaMany(row, column, left, right)    both pixels of the columns     LumaAt(row, x)
 ///     ChromaMany(row, column, blue, red)    blue - luma and red - luma     UAt(row, column), VAt(row, column)
 
@@ -108,19 +109,38 @@ template <class S> struct CHROMA_PLANAR
     }
 };
 
+/// Where those samples of v210 are that lie four apart, from number _nFirst on: three of them in four words. They are
+/// left where they are in their words, for the scale takes that in.
+struct CHROMA_V210_PLACES
+{
+    uint8_t arrBytes[16] = {};
+    int32_t arrMask[16] = {}; ///< once every fourth lane is left out
+    float arrShare[16] = {};
+
+    constexpr explicit CHROMA_V210_PLACES(int _nFirst)
+    {
+        for (int n = 0; n < 16; ++n)
+        {
+            const int nSample = _nFirst + 4 * (n % 3), nBit = 10 * (nSample % 3) % 8;
+            arrMask[n] = 0x3FF << nBit;
+            arrShare[n] = 1 / static_cast<float>(1 << nBit);
+            const int nOfBlock = _nFirst + n / 4 * 4; // the last lane of a block is not used
+            const int nByte = nOfBlock / 3 * 4 + 10 * (nOfBlock % 3) / 8 + n % 4;
+            arrBytes[n] = static_cast<uint8_t>(n % 4 < 2 && n < 12 ? nByte : 0xFF);
+        }
+    }
+};
+
 /// v210: samples U Y V Y U Y ..., of ten bits, three in a word; three columns are four words.
 template <class S> struct CHROMA_V210
 {
-    static constexpr int c_nMany = 3;
+    static constexpr int c_nMany = static_cast<int>(S::c_nLanes) / 4 * 3;
     const CHROMA_JOB& job;
 
     ZCK_INLINE void LumaMany(const uint8_t* _pRow, int _n, float* _pLeft, float* _pRight) const
     {
-        for (int n = 0; n < c_nMany; ++n)
-        {
-            _pLeft[n] = ChromaScaled(SampleAt(_pRow + ptrdiff_t{16} * (_n / 3), 4 * n + 1), job.luma);
-            _pRight[n] = ChromaScaled(SampleAt(_pRow + ptrdiff_t{16} * (_n / 3), 4 * n + 3), job.luma);
-        }
+        StoreMany<1>(_pLeft, _pRow + ptrdiff_t{16} * (_n / 3), job.luma);
+        StoreMany<3>(_pRight, _pRow + ptrdiff_t{16} * (_n / 3), job.luma);
     }
     ZCK_INLINE int LumaAt(const uint8_t* _pRow, int _nX) const
     {
@@ -128,12 +148,8 @@ template <class S> struct CHROMA_V210
     }
     ZCK_INLINE void ChromaMany(int _nRow, int _n, float* _pBlue, float* _pRed) const
     {
-        const uint8_t* const pWords = Row(_nRow) + ptrdiff_t{16} * (_n / 3);
-        for (int n = 0; n < c_nMany; ++n)
-        {
-            _pBlue[n] = ChromaScaled(SampleAt(pWords, 4 * n), job.blue);
-            _pRed[n] = ChromaScaled(SampleAt(pWords, 4 * n + 2), job.red);
-        }
+        StoreMany<0>(_pBlue, Row(_nRow) + ptrdiff_t{16} * (_n / 3), job.blue);
+        StoreMany<2>(_pRed, Row(_nRow) + ptrdiff_t{16} * (_n / 3), job.red);
     }
     ZCK_INLINE int UAt(int _nRow, int _n) const
     {
@@ -147,7 +163,23 @@ template <class S> struct CHROMA_V210
     {
         return job.samples.arrRow0[0] + _nRow * job.samples.anStride[0];
     }
-    ZCK_INLINE static int SampleAt(const uint8_t* _pRow, int _n)
+    /// Every fourth sample of some words, from number First on. One at a time where vectors are no longer than a block,
+    /// for that is the plain level.
+    template <int First> static ZCK_INLINE void StoreMany(float* _p, const uint8_t* _pWords, CHROMA_SCALE _scale)
+    {
+        using I32 = typename S::I32;
+        static constexpr CHROMA_V210_PLACES c_places(First);
+        if constexpr (c_nMany == 3)
+        {
+            for (int n = 0; n < c_nMany; ++n)
+                _p[n] = ChromaScaled(SampleAt(_pWords, First + 4 * n), _scale);
+            return;
+        }
+        const I32 vecBlocks = As<I32>(ShuffleBytes(As<typename S::U8>(S::LoadI32(_pWords)), c_places.arrBytes));
+        const auto vecTimes = S::LoadF32(c_places.arrShare) * _scale.fltTimes;
+        S::Store(_p, ToF32(FirstThree(vecBlocks) & S::LoadI32(c_places.arrMask)) * vecTimes + _scale.fltAdd);
+    }
+    static ZCK_INLINE int SampleAt(const uint8_t* _pRow, int _n)
     {
         const uint8_t* const p = _pRow + ptrdiff_t{4} * (_n / 3);
         return (p[0] | p[1] << 8 | p[2] << 16 | (p[3] & 0x3F) << 24) >> (10 * (_n % 3)) & 0x3FF;
@@ -155,14 +187,14 @@ template <class S> struct CHROMA_V210
 };
 
 /// Calls _fnOne(column) for columns outside of 0 to _nWhole - 1 and for the last ones, and _fnMany(column) for _nMany
-/// columns at a time, which may be some more than asked for. Where _nMany are 3 they begin with a multiple of 3.
+/// columns at a time, which may be some more than asked for. Where _nMany is a multiple of 3, so are these columns.
 template <class Many, class One>
 ZCK_INLINE void ForColumns(int _nFirst, int _nEnd, int _nWhole, int _nMany, Many&& _fnMany, One&& _fnOne)
 {
     int n = _nFirst;
     for (; n < _nEnd && n < 0; ++n)
         _fnOne(n);
-    if (_nMany == 3)
+    if (_nMany % 3 == 0)
         n -= n % 3;
     for (; n < _nEnd && n + _nMany <= _nWhole; n += _nMany)
         _fnMany(n);

@@ -75,6 +75,11 @@ using HOOK_ENTER = CMethodHook<&ID3D10Multithread::Enter, 3>;
 using HOOK_LEAVE = CMethodHook<&ID3D10Multithread::Leave, 4>;
 using HOOK_ADAPTERDESC = CMethodHook<&IDXGIAdapter::GetDesc, 8>;
 using HOOK_ADAPTERDESC1 = CMethodHook<&IDXGIAdapter1::GetDesc1, 10>;
+using HOOK_QUERY =
+    CMethodHook<static_cast<HRESULT (STDMETHODCALLTYPE IUnknown::*)(REFIID, void**)>(&IUnknown::QueryInterface), 0>;
+using HOOK_TEXTUREDESC = CMethodHook<&ID3D11Texture2D::GetDesc, 10>;
+using HOOK_OPENSHARED1 = CMethodHook<&ID3D11Device1::OpenSharedResource1, 48>;
+using HOOK_CREATEHANDLE = CMethodHook<&IDXGIResource1::CreateSharedHandle, 13>;
 using HOOK_SHAREDHANDLE = CMethodHook<&IDXGIResource::GetSharedHandle, 8>;
 
 /// Counts the calls that create or map something, compiling included, and makes one of them fail.

@@ -306,6 +306,86 @@ TEST(Pipeline, WorksOnTheHostsTextures)
     EXPECT_TRUE(Gpu_Pixels(cpPlain.Get()) == Gpu_Pixels(cpMemory.Get()));
 }
 
+/// A keyed mutex that notes how it is used.
+class CFakeMutex final : public CZUnknown<IDXGIKeyedMutex>
+{
+public:
+    explicit CFakeMutex(ID3D11Texture2D* _pTexture)
+        : m_hookDesc(_pTexture,
+                     [](auto _pfnOriginal, auto* _pThis, D3D11_TEXTURE2D_DESC* _pDesc) {
+                         _pfnOriginal(_pThis, _pDesc);
+                         _pDesc->MiscFlags |= D3D11_RESOURCE_MISC_SHARED_KEYEDMUTEX;
+                     })
+        , m_hookQuery(_pTexture, [this](auto _pfnOriginal, auto* _pThis, REFIID _iid, void** _ppObject) {
+            return _iid == IID_IDXGIKeyedMutex ? CZUnknown::QueryInterface(_iid, _ppObject)
+                                               : _pfnOriginal(_pThis, _iid, _ppObject);
+        })
+    {
+    }
+    HRESULT STDMETHODCALLTYPE AcquireSync(UINT64 _nKey, DWORD) override
+    {
+        EXPECT_EQ(_nKey, 0u);
+        m_strCalls += "acquire ";
+        return m_hrAcquire;
+    }
+    HRESULT STDMETHODCALLTYPE ReleaseSync(UINT64 _nKey) override
+    {
+        EXPECT_EQ(_nKey, 0u);
+        m_strCalls += "release ";
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE SetPrivateData(REFGUID, UINT, const void*) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE SetPrivateDataInterface(REFGUID, const IUnknown*) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE GetPrivateData(REFGUID, UINT*, void*) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE GetParent(REFIID, void**) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE GetDevice(REFIID, void**) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT m_hrAcquire = S_OK;
+    std::string m_strCalls;
+
+private:
+    HOOK_TEXTUREDESC m_hookDesc;
+    HOOK_QUERY m_hookQuery;
+};
+
+TEST(Pipeline, HoldsTheKeyedMutexOfATexture)
+{
+    CCopyProcessor processor;
+    const auto cpTexture = Gpu_Texture(8, 4, DXGI_FORMAT_B8G8R8A8_UNORM, Gpu_RandomBytes(8 * 4 * 4));
+    const auto cpFrame = Gpu_TextureFrame(cpTexture.Get(), Gpu_Props(eZFCC_RGB32, 8, -4));
+    const auto cpMutex = CZPtr<CFakeMutex>::Adopt(new CFakeMutex(cpTexture.Get()));
+    const HOOK_DRAW hook(Gpu_Context(), [&](auto _pfnOriginal, auto* _pThis, auto... _args) {
+        cpMutex->m_strCalls += "draw ";
+        _pfnOriginal(_pThis, _args...);
+    });
+    const CLogCatcher log;
+    const auto fnProcess = [&](HRESULT _hrAcquire, HRESULT _hrExpected) {
+        cpMutex->m_hrAcquire = _hrAcquire;
+        Process(&processor, cpFrame.Get(), _hrExpected);
+        return std::exchange(cpMutex->m_strCalls, "");
+    };
+    EXPECT_EQ(fnProcess(S_OK, S_OK), "acquire draw release ");
+    EXPECT_EQ(fnProcess(DXGI_ERROR_INVALID_CALL, S_OK), "acquire draw ") << "held by the host on this device";
+    EXPECT_EQ(fnProcess(WAIT_TIMEOUT, Z_E_TIMEOUT), "acquire ");
+    EXPECT_EQ(fnProcess(WAIT_ABANDONED, E_FAIL), "acquire ");
+    EXPECT_EQ(log.Count("give it back with key 0", eZLog_Error), 2u);
+    EXPECT_EQ(log.Count("PutFrame: The texture's keyed mutex cannot be acquired!", eZLog_Error), 2u);
+}
+
 TEST(Pipeline, DrawsUnderTheDevicesLock)
 {
     int nLocks = 0;

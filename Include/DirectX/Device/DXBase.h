@@ -5,9 +5,9 @@
 #include "Base/ZPtr.h"
 #include "Base/ZUnknown.h"
 
-#include <d3d11.h>
+#include <d3d11_1.h>
 #include <d3dcompiler.h>
-#include <dxgi.h>
+#include <dxgi1_2.h>
 
 /// Interfaces of the platform, for ZQuery.
 #define DX_INTERFACE_ID(I)                                                                                             \
@@ -16,6 +16,7 @@
         static constexpr const GUID& Value = IID_##I;                                                                  \
     };
 DX_INTERFACE_ID(ID3D11Device)
+DX_INTERFACE_ID(ID3D11Device1)
 DX_INTERFACE_ID(ID3D11DeviceChild)
 DX_INTERFACE_ID(ID3D11Resource)
 DX_INTERFACE_ID(ID3D11Texture2D)
@@ -25,7 +26,9 @@ DX_INTERFACE_ID(ID3D10Multithread)
 DX_INTERFACE_ID(IDXGIAdapter)
 DX_INTERFACE_ID(IDXGIAdapter1)
 DX_INTERFACE_ID(IDXGIDevice)
+DX_INTERFACE_ID(IDXGIKeyedMutex)
 DX_INTERFACE_ID(IDXGIResource)
+DX_INTERFACE_ID(IDXGIResource1)
 #undef DX_INTERFACE_ID
 
 /// The entry points that the GPU path takes from the system's libraries.

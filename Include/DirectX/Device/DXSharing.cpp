@@ -6,6 +6,7 @@
 #include "Base/ZDeadline.h"
 #include "Base/ZLog.h"
 #include "Base/ZPixelFormats.h"
+#include "DirectX/Device/DXKeyedMutex.h"
 #include "DirectX/Device/DXNamedData.h"
 #include "DirectX/Device/DXPicture.h"
 #include "DirectX/Device/DXTexture.h"
@@ -32,6 +33,34 @@ bool IsStaging(ID3D11Texture2D* _pTexture)
     D3D11_TEXTURE2D_DESC desc = {};
     _pTexture->GetDesc(&desc);
     return desc.Usage == D3D11_USAGE_STAGING;
+}
+
+bool IsByNTHandle(ID3D11Texture2D* _pTexture)
+{
+    D3D11_TEXTURE2D_DESC desc = {};
+    _pTexture->GetDesc(&desc);
+    return (desc.MiscFlags & D3D11_RESOURCE_MISC_SHARED_NTHANDLE) != 0;
+}
+
+/// Opens a texture on another device by an NT handle, which is made for this and closed again.
+HRESULT OpenByNTHandle(ID3D11Texture2D* _pTexture, ID3D11Device* _pDeviceLocal, ID3D11Texture2D** _ppTextureLocal)
+{
+    const auto cpResource = ZQuery<IDXGIResource1>(_pTexture);
+    const auto cpDevice = ZQuery<ID3D11Device1>(_pDeviceLocal);
+    HANDLE hShared = nullptr;
+    HRESULT hr = E_NOINTERFACE;
+    if (cpResource && cpDevice)
+        hr = cpResource->CreateSharedHandle(nullptr, DXGI_SHARED_RESOURCE_READ | DXGI_SHARED_RESOURCE_WRITE, nullptr,
+                                            &hShared);
+    if (SUCCEEDED(hr))
+    {
+        hr = cpDevice->OpenSharedResource1(hShared, IID_ID3D11Texture2D, reinterpret_cast<void**>(_ppTextureLocal));
+        CloseHandle(hShared);
+    }
+    if (FAILED(hr))
+        ZLog(eZLog_Error, "DX_TextureMakeCompatible: opening a texture (%ws) by its NT handle FAILED hr=%08X\n",
+             DX_TextureText(_pTexture), hr);
+    return hr;
 }
 
 } // namespace
@@ -116,6 +145,8 @@ HRESULT DX_TextureMakeCompatible(ID3D11Texture2D* _pTexture, ID3D11Device* _pDev
              "belongs to another device! Copy need sync and can slow down performance!\n");
         return E_FAIL;
     }
+    if (IsByNTHandle(_pTexture))
+        return OpenByNTHandle(_pTexture, _pDeviceLocal, _ppTextureLocal);
     const HANDLE hShared = DX_SharedHandle(_pTexture);
     if (!hShared)
     {
@@ -160,6 +191,10 @@ HRESULT DX_TextureCopy(ID3D11Texture2D* _pTextureTo, ID3D11Texture2D* _pTextureF
         ZLog(eZLog_Warning, "DX_TextureCopy: copies a texture (%ws) that may not be finished\n",
              DX_TextureText(_pTextureFrom));
     else if (FAILED(hr))
+        return hr;
+    CDXKeyedMutex mutex;
+    hr = mutex.Acquire(cpTextureLocal.Get());
+    if (FAILED(hr))
         return hr;
     cpContextTo->CopyResource(_pTextureTo, cpTextureLocal.Get());
     // Mapping a staging texture waits by itself; readers of any other one wait for its marker, which is an old one yet.

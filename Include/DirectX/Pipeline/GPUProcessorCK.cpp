@@ -69,6 +69,7 @@ HRESULT GPUProcessorCore::DeviceInit(IUnknown* _pSourceOrNull)
 
 void GPUProcessorCore::Close()
 {
+    m_mutexTexIn.Release();
     m_cpFrameIn.Reset();
     m_cpTexIn.Reset();
     m_uploader.Close();
@@ -80,6 +81,7 @@ void GPUProcessorCore::Close()
 
 void GPUProcessorCore::FrameEnd()
 {
+    m_mutexTexIn.Release();
     m_cpFrameIn.Reset();
     m_cpTexIn.Reset();
     if (m_pDX11Device && FAILED(m_pDX11Device->Device()->GetDeviceRemovedReason()))
@@ -140,6 +142,9 @@ HRESULT GPUProcessorCore::PutTexture(const CZPtr<IDX11Texture>& _cpTexture, cons
     if (!Z_VERIFY_TEXT(DX_SameObject(m_pDX11Device->Device(), cpDeviceTex.Get()),
                        "m_pDX11Device->m_cpDevice.IsEqualObject(cpDeviceTex)"))
         return E_INVALIDARG;
+    hr = m_mutexTexIn.Acquire(cpTexture2D.Get());
+    if (FAILED(hr))
+        return Failed("PutFrame", "The texture's keyed mutex cannot be acquired!", hr);
     m_cpTexIn = _cpTexture;
     m_vidPropsIn = PropsInTexture(vidProps);
     return S_OK;

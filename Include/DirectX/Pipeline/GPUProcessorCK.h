@@ -18,6 +18,7 @@
 /// lock (CDXPassLock). Uploads and downloads do not need it, so nobody waits long for another's picture.
 
 #include "Base/ZScope.h"
+#include "DirectX/Device/DXKeyedMutex.h"
 #include "DirectX/Device/DXPassLock.h"
 #include "DirectX/Pipeline/GPUDownloader.h"
 #include "DirectX/Pipeline/GPURenderer.h"
@@ -102,6 +103,7 @@ private:
     CZPtr<IDX11Allocator> m_cpAllocator;
     CZPtr<IZFFrame2> m_cpFrameIn;
     CZPtr<IDX11Texture> m_cpTexIn;
+    CDXKeyedMutex m_mutexTexIn; ///< of the host's texture, from putting the frame to its end
     ZF_VID_PROPS m_vidPropsIn = {};
     bool m_bGPUFrame = false;
     bool m_bFields = false;

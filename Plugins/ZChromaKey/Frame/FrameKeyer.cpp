@@ -4,6 +4,7 @@
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
 #include "Base/ZSaturate.h"
+#include "Base/ZScope.h"
 #include "Image/ImgRowReader.h"
 #include "Props/PropStore.h"
 #include "ZChromaKey/Frame/FrameText.h"
@@ -71,7 +72,7 @@ HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFr
     if (!Z_VERIFY_TEXT(_pFrame && _ppFrameRes, "_pFrame"))
         return E_POINTER;
     *_ppFrameRes = nullptr;
-    if (m_idProcessing == std::this_thread::get_id())
+    if (m_lockProcess.IsMine())
     {
         ZLog(eZLog_Error, "%hs::OnMediaReceive: called from a method of the frame that is being processed\n",
              m_pszClass);
@@ -79,23 +80,20 @@ HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFr
     }
     FRAMES frames; // outlives the lock
     FRAMES framesClosed;
-    const std::lock_guard lock(m_mtxProcess);
-    const PROCESSING processing(this, &framesClosed);
+    const CZTimedGuard guard(&m_lockProcess);
+    if (!guard)
+    {
+        ZLog(eZLog_Error,
+             "%hs::OnMediaReceive: the frame was not taken: another one has been processed for ten seconds, for one of "
+             "its methods does not come back\n",
+             m_pszClass);
+        return Z_E_TIMEOUT;
+    }
+    const CZScopeExit closeIfWanted([&] {
+        if (m_bCloseWanted)
+            CloseLocked(&framesClosed);
+    });
     return ProcessLocked(_pFrame, _settings, _ppFrameRes, &frames);
-}
-
-CFrameKeyer::PROCESSING::PROCESSING(CFrameKeyer* _pKeyer, FRAMES* _pFrames)
-    : pKeyer(_pKeyer)
-    , pFrames(_pFrames)
-{
-    pKeyer->m_idProcessing = std::this_thread::get_id();
-}
-
-CFrameKeyer::PROCESSING::~PROCESSING()
-{
-    if (std::exchange(pKeyer->m_bCloseWanted, false))
-        pKeyer->CloseLocked(pFrames);
-    pKeyer->m_idProcessing = std::thread::id();
 }
 
 HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFrame** _ppFrameRes,
@@ -349,16 +347,17 @@ void CFrameKeyer::Flush()
     m_bFlushWanted = true;
 }
 
-void CFrameKeyer::Close()
+HRESULT CFrameKeyer::Close()
 {
-    if (m_idProcessing == std::this_thread::get_id())
-    {
-        m_bCloseWanted = true;
-        return;
-    }
     FRAMES frames; // outlives the lock
-    const std::lock_guard lock(m_mtxProcess);
-    CloseLocked(&frames);
+    const CZTimedGuard guard(&m_lockProcess);
+    if (guard)
+    {
+        CloseLocked(&frames);
+        return S_OK;
+    }
+    m_bCloseWanted = true; // where the frame is done just now: after the next one
+    return m_lockProcess.IsMine() ? S_OK : Z_E_TIMEOUT;
 }
 
 void CFrameKeyer::CloseLocked(FRAMES* _pFrames)
@@ -366,4 +365,5 @@ void CFrameKeyer::CloseLocked(FRAMES* _pFrames)
     FramesTake(_pFrames);
     m_comparer.Reset();
     m_upEngine->Close();
+    m_bCloseWanted = false; // last: a log sink may have asked for it once more
 }

@@ -2,6 +2,7 @@
 
 #include "Base/ZLog.h"
 #include "Base/ZPtr.h"
+#include "Base/ZTimedLock.h"
 #include "Interfaces/IZFFrame.h"
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
 #include "ZChromaKey/Frame/FrameEngine.h"
@@ -10,9 +11,7 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <thread>
 #include <vector>
 
 class CPropStore;
@@ -31,8 +30,8 @@ public:
     /// Hands out the keyed frame, which the caller releases; the input is never written to.
     ///
     /// S_OK and a frame; S_FALSE and null: the input passes as it is (settings that do not key, a frame without a
-    /// picture in system memory); E_UNEXPECTED: called from a method of the frame that is processed; else the failure,
-    /// which has been logged.
+    /// picture in system memory); E_UNEXPECTED: called from a method of the frame that is processed; Z_E_TIMEOUT:
+    /// another frame does not come to its end within ten seconds; else the failure. All failures have been logged.
     HRESULT Process(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFrame** _ppFrameRes);
 
     /// The next frame begins a new stream for the engine, and is none that came before. Does not wait for the frame
@@ -40,8 +39,9 @@ public:
     void Flush();
 
     /// Gives back frames and processors once the frame under way is done; the next frame makes them again. From a
-    /// method of the frame under way: that is seen to after it.
-    void Close();
+    /// method of the frame under way, and with Z_E_TIMEOUT where that frame does not come to its end within ten
+    /// seconds: that is seen to after it.
+    HRESULT Close();
 
 private:
     /// The frames that a call may let go of.
@@ -55,17 +55,6 @@ private:
         std::vector<CZPtr<IZFFrame>> vecFramesGPU;
         WORK_FRAME work;
         WORK_MASK mask;
-    };
-    /// While it lives, under the lock, the calling thread processes a frame; in the end it does what Close put off.
-    struct PROCESSING
-    {
-        PROCESSING(CFrameKeyer* _pKeyer, FRAMES* _pFrames);
-        ~PROCESSING();
-        PROCESSING(const PROCESSING&) = delete;
-        PROCESSING& operator=(const PROCESSING&) = delete;
-
-        CFrameKeyer* pKeyer;
-        FRAMES* pFrames; ///< takes what Close lets go of
     };
     HRESULT ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     HRESULT OwnMake(WORK_FRAME* _pWork);
@@ -88,9 +77,8 @@ private:
 
     const char* m_pszClass;
     CPropStore* m_pStore;
-    std::mutex m_mtxProcess; // held while a frame is processed: Close and a change of threading wait for it
-    std::atomic<std::thread::id> m_idProcessing; // the thread that holds it for a frame
-    bool m_bCloseWanted = false;                 // by that thread
+    CZTimedLock m_lockProcess;                // held while a frame is processed: other frames and Close wait for it
+    std::atomic<bool> m_bCloseWanted = false; // when the frame under way is done
 
     std::optional<CK_FRAME_OPTIONS> m_options;
     std::unique_ptr<CFrameEngine> m_upEngine;

@@ -3,6 +3,7 @@
 #include "Base/ZLog.h"
 #include "Helpers/CKConvert.h"
 #include "ZChromaKey/Keys/KeyAdjust.h"
+#include "ZChromaKey/Keys/KeyCheck.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -21,9 +22,11 @@ KEY_EDIT Empty()
     return edit;
 }
 
-CHROMA_KEY_RAW Unadjusted(const KEY_EDIT& _edit)
+/// _eMatrix: where the edit has none.
+CHROMA_KEY_RAW Unadjusted(const KEY_EDIT& _edit, std::optional<eZYMatrix> _eMatrix = {})
 {
-    return CKUtils::ConvertKeys(_edit.keyTaken, static_cast<eCK_Type>(_edit.eType), _edit.eMatrix.value_or(eZYM_601));
+    const eZYMatrix eMatrix = _edit.eMatrix.value_or(_eMatrix.value_or(eZYM_601));
+    return CKUtils::ConvertKeys(_edit.keyTaken, static_cast<eCK_Type>(_edit.eType), eMatrix);
 }
 
 /// Of records without padding; of doubles, too, every bit counts.
@@ -71,11 +74,11 @@ CHROMA_KEY_RAW CKeyState::KeyGet() const
     return m_keyEffective;
 }
 
-void CKeyState::RawGet(CHROMA_KEY_RAW* _pKeyOrNull, CK_ADJUST* _pAdjustOrNull) const
+void CKeyState::RawGet(CHROMA_KEY_RAW* _pKeyOrNull, CK_ADJUST* _pAdjustOrNull, std::optional<eZYMatrix> _eMatrix) const
 {
     const std::lock_guard lock(m_mtxConfig);
     if (_pKeyOrNull)
-        *_pKeyOrNull = Unadjusted(m_history.Current());
+        *_pKeyOrNull = Unadjusted(m_history.Current(), _eMatrix);
     if (_pAdjustOrNull)
         *_pAdjustOrNull = m_history.Current().adjust;
 }
@@ -94,14 +97,17 @@ int32_t CKeyState::TakenTypeGet() const
     return KeyType_HasSpace(edit.eType) ? edit.eType : edit.keyTaken.eType;
 }
 
-void CKeyState::RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull, std::optional<eZYMatrix> _eMatrix,
-                       int32_t _eTakenType)
+HRESULT CKeyState::RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull,
+                          std::optional<eZYMatrix> _eMatrix, int32_t _eTakenType)
 {
+    if (!KeyCheck_Count(_key) || (_pAdjustOrNull && !KeyCheck_Adjust(*_pAdjustOrNull)))
+        return E_INVALIDARG;
     const std::lock_guard lock(m_mtxConfig);
     KEY_EDIT edit = {_key, _key.eType, _eMatrix, _pAdjustOrNull ? *_pAdjustOrNull : m_history.Current().adjust};
     if (!KeyType_HasSpace(_key.eType) && KeyType_HasSpace(_eTakenType))
         edit.keyTaken.eType = _eTakenType;
     Push(edit);
+    return S_OK;
 }
 
 void CKeyState::Reset()
@@ -165,31 +171,22 @@ void CKeyState::EffectiveUpdate()
     m_keyEffective = KeyAdjust_Apply(Unadjusted(m_history.Current()), m_history.Current().adjust);
 }
 
-void CKeyState::FrameSet(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps)
+KEY_FRAMES CKeyState::FramesGet() const
 {
-    CZPtr<IZFFrame> cpFrame(_pFrameOrNull); // takes the old one along, to be let go of after the lock is released
     const std::lock_guard lock(m_mtxConfig);
-    std::swap(m_cpFrameLast, cpFrame);
-    m_vidPropsLast = _vidProps;
+    return m_frames;
 }
 
-CZPtr<IZFFrame> CKeyState::FrameGet(ZF_VID_PROPS* _pVidProps) const
+CZPtr<IZFFrame> CKeyState::FrameForKeying() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    *_pVidProps = m_vidPropsLast;
-    return m_cpFrameLast;
+    return m_frames.cpKeying ? m_frames.cpKeying : m_frames.cpLast;
 }
 
-void CKeyState::KeyFramesSwap(CZPtr<IZFFrame>* _pcpFrameKeying, CZPtr<IZFFrame>* _pcpFrameBG)
+std::optional<eZYMatrix> CKeyState::MatrixForKeying() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    std::swap(m_cpFrameKeying, *_pcpFrameKeying);
-    std::swap(m_cpFrameBG, *_pcpFrameBG);
-}
-
-void CKeyState::KeyFramesGet(CZPtr<IZFFrame>* _pcpFrameKeying, CZPtr<IZFFrame>* _pcpFrameBG) const
-{
-    const std::lock_guard lock(m_mtxConfig);
-    *_pcpFrameKeying = m_cpFrameKeying;
-    *_pcpFrameBG = m_cpFrameBG;
+    if (!m_frames.cpKeying && !m_frames.cpLast)
+        return {};
+    return Img_MatrixOf(m_frames.cpKeying ? m_frames.vidPropsKeying : m_frames.vidPropsLast);
 }

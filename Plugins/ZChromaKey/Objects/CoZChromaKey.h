@@ -1,5 +1,8 @@
 #pragma once
 
+#include "Base/ZTimedLock.h"
+#include "Helpers/CKDetect.h"
+#include "Helpers/FrameSampler.h"
 #include "Interfaces/IZChromaKey.h"
 #include "ZChromaKey/Config/ConfigDoc.h"
 #include "ZChromaKey/Engine1/Gpu/GPUKeyer.h"
@@ -7,10 +10,9 @@
 #include "ZChromaKey/Objects/KeyerObject.h"
 
 #include <memory>
-#include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// The plug-in object of the first generation: editing of its key set over what all generations have.
 ///
@@ -43,19 +45,19 @@ public:
 
 private:
     ~CCoZChromaKey() override = default;
-    void FrameSeen(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps) override;
+    void FrameSeen(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps) override;
+    void FramesLetGo() override;
     HRESULT FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) override;
     HRESULT DocumentMake(std::string* _pstrDocument) override;
     HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason) override;
-    template <class Call> HRESULT Edit(const char* _pszOperation, Call&& _call) noexcept;
-    template <class Sampling> HRESULT EditKeys(const char* _pszOperation, Sampling&& _sampling) noexcept;
-    CZPtr<IZFFrame> KeyingFrame() const;
-    CZPtr<IZFFrame> FrameForKeying(ZF_VID_PROPS* _pVidProps) const;
-    std::optional<eZYMatrix> MatrixForKeying() const;
+    template <class Call> HRESULT Edit(const char* _pszMethod, Call&& _call) noexcept;
+    template <class Sampling> HRESULT EditKeys(const char* _pszMethod, Sampling&& _sampling) noexcept;
+    template <class Sampling> HRESULT KeysSample(CFrameSampler* _pSampler, Sampling&& _sampling);
+    HRESULT BlocksShow(HRESULT _hr, IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS& _options,
+                       const std::vector<CKUtils::CK_BLOCK>& _vecBlocks);
 
     CKeyState m_keyState;
-    CConfigDoc m_configDoc; // under m_mtxEdit
-    // One edit at a time; taken before the configuration lock. Recursive: a frame that is sampled may call back.
-    std::recursive_mutex m_mtxEdit;
-    CZPtr<IZFFrame> m_cpFrameMarked; // under m_mtxEdit: what the last detection examined, where it was asked to show
+    CConfigDoc m_configDoc; // under m_lockEdit
+    CZTimedLock
+        m_lockEdit; // one edit at a time; taken before the configuration lock; pixels of hosts are read under it
 };

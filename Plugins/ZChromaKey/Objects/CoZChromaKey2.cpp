@@ -28,10 +28,18 @@ HRESULT CCoZChromaKey2::Create(REFIID _iid, void** _ppvObject)
     return cpObject->QueryInterface(_iid, _ppvObject);
 }
 
-void CCoZChromaKey2::FrameSeen(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS&)
+void CCoZChromaKey2::FrameSeen(IZFFrame* _pFrame, const ZF_VID_PROPS&)
 {
-    CZPtr<IZFFrame> cpFrame(_pFrameOrNull); // takes the old one along, to be let go of after the lock is released
+    CZPtr<IZFFrame> cpFrame(_pFrame); // takes the old one along, to be let go of after the lock is released
     m_keyState.FrameSeenSwap(&cpFrame);
+}
+
+void CCoZChromaKey2::FramesLetGo()
+{
+    CZPtr<IZFFrame> cpFrameSeen;
+    CZPtr<IZFFrame> cpFrameSet;
+    m_keyState.FrameSeenSwap(&cpFrameSeen);
+    m_keyState.FrameSetSwap(&cpFrameSet);
 }
 
 HRESULT CCoZChromaKey2::FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes)

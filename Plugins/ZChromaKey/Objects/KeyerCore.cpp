@@ -61,17 +61,23 @@ HRESULT CKeyerCore::CloseAll()
             m_flow.CloseFromWithin([this] { ProcessorsClose(); });
             return S_OK;
         }
-        if (const HRESULT hr = m_flow.Close(); FAILED(hr)) // the thread still uses the processors
-            return hr;
-        ProcessorsClose();
-        return S_OK;
+        HRESULT hr = m_flow.Close();
+        if (SUCCEEDED(hr)) // else the thread still uses the processors
+            hr = ProcessorsClose();
+        if (hr == Z_E_TIMEOUT)
+            ZLog(eZLog_Error,
+                 "%hs::Close: a frame is still processed after ten seconds, for one of its methods, or the log, does "
+                 "not come back; what it keeps is given back when it does\n",
+                 m_pszClass);
+        return hr;
     });
 }
 
-void CKeyerCore::ProcessorsClose()
+HRESULT CKeyerCore::ProcessorsClose()
 {
-    m_keyer.Close();
-    FrameSeen(nullptr, {});
+    const HRESULT hr = m_keyer.Close();
+    FramesLetGo();
+    return hr;
 }
 
 bool CKeyerCore::LastRelease()

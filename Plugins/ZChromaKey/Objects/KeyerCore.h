@@ -26,8 +26,10 @@ protected:
     // What a generation adds
     /// The object itself, to be kept while the host's code runs.
     virtual IUnknown* Self() = 0;
-    /// Remembers a frame that came in, to take keys from; null: forgets it.
-    virtual void FrameSeen(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps) = 0;
+    /// Remembers a frame that came in, to take keys from.
+    virtual void FrameSeen(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps) = 0;
+    /// Forgets it, and the frames that the host has set.
+    virtual void FramesLetGo() = 0;
     /// Keys a frame with one copy of the settings: CFrameKeyer::Process.
     virtual HRESULT FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) = 0;
     /// The document of all that is saved. The reason of a failure has been logged.
@@ -67,7 +69,7 @@ protected:
     }
 
 private:
-    void ProcessorsClose();
+    HRESULT ProcessorsClose();
 
     CZModuleRef m_refModule;
     const char* m_pszClass;

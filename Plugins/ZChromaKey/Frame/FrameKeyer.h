@@ -6,6 +6,7 @@
 #include "Interfaces/IZFFrame.h"
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
 #include "ZChromaKey/Frame/FrameEngine.h"
+#include "ZChromaKey/Frame/FrameLog.h"
 #include "ZChromaKey/Frame/WorkFrame.h"
 #include "ZChromaKey/Frame/ZFrameComparer.h"
 
@@ -49,7 +50,7 @@ private:
     {
         CZPtr<IZFFrame2> cpInputLast;
         CZPtr<IZFFrame> cpFrameLast;
-        WORK_FRAME workGPU;
+        WORK_FRAME workCut; ///< the input less its borders, for whoever needs it first; empty: not made
         CZPtr<IZFFrame> cpFrameGPU;
         CZPtr<IZFFrame> cpFrameUndrawn; ///< the GPU's frame from before the time was drawn, if that made a copy
         std::vector<CZPtr<IZFFrame>> vecFramesGPU;
@@ -57,16 +58,19 @@ private:
         WORK_MASK mask;
     };
     HRESULT ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFrame** _ppFrameRes, FRAMES* _pFrames);
+    HRESULT InputCut(IZFFrame* _pFrame, FRAMES* _pFrames);
+    HRESULT WorkMake(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, FRAMES* _pFrames);
     HRESULT OwnMake(WORK_FRAME* _pWork);
-    HRESULT JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK_MASK* _pMask, ENGINE_JOB* _pJob) const;
+    HRESULT JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK_MASK* _pMask, ENGINE_JOB* _pJob);
     HRESULT ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                        IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     void FramesTake(FRAMES* _pFrames);
     void CloseLocked(FRAMES* _pFrames);
     bool OptionsUpdate();
     void LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame* _pFrame, HRESULT _hr) const;
+    void LogNoResult(IZFFrame* _pFrame, HRESULT _hr);
     void LogNotCleaned(uint32_t _fccType);
-    HRESULT GPUInput(IZFFrame* _pFrame, WORK_FRAME* _pWork);
+    HRESULT GPUInput(IZFFrame* _pFrame, FRAMES* _pFrames, CZPtr<IZFFrame>* _pcpInput);
     HRESULT KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                      IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     HRESULT RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings, FRAMES* _pFrames);
@@ -76,6 +80,7 @@ private:
     HRESULT RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, ENGINE_SETTINGS _settings, FRAMES* _pFrames);
 
     const char* m_pszClass;
+    CFrameLog m_log{m_pszClass}; // under the lock
     CPropStore* m_pStore;
     CZTimedLock m_lockProcess;                // held while a frame is processed: other frames and Close wait for it
     std::atomic<bool> m_bCloseWanted = false; // when the frame under way is done
@@ -84,7 +89,6 @@ private:
     std::unique_ptr<CFrameEngine> m_upEngine;
     std::atomic<bool> m_bFlushWanted = false; // before the next frame
     ENGINE_PLAN m_plan = {};                  // of the frame under way
-    HRESULT m_hrGPULast = S_OK;               // the last failure that was logged
     ZFrameComparer m_comparer;
     std::vector<std::byte> m_vecSettingsLast;
     uint32_t m_fccNotCleaned = 0;  // the last format whose colours were logged as left

@@ -304,26 +304,34 @@ private:
     std::vector<std::thread> m_vecThreads;
 };
 
+constexpr const char* c_pszNoFrame = "there is no frame";
+
+/// Whether a pick has gone well, or found that another thread's Close has let go of the frame.
+bool IsPicked(HRESULT _hr)
+{
+    return SUCCEEDED(_hr) || _hr == E_UNEXPECTED;
+}
+
 TEST(FaultsHosts, CallFromManyThreadsAtOnce)
 {
     const CLogCatcher log(eZLog_Error);
     const auto cpKeyer = Make(L"true");
     const auto cpPicture = TestFrame_Make(eZFCC_UYVY, 64, 48);
-    EXPECT_EQ(cpKeyer->KeyFrameSet(cpPicture.Get(), nullptr), S_OK);
     CManyCalls calls;
     calls.StartMedia(cpKeyer.Get());
     calls.StartOptions(cpKeyer.Get());
     calls.Start([&](int _n) {
         static wchar_t s_wszProps[] = L"blocks=8";
         CHROMA_KEY_RAW key = TestKey(_n % 5 ? eCKT_RGB + _n % 3 : eCKT_None);
+        EXPECT_EQ(cpKeyer->KeyFrameSet(cpPicture.Get(), nullptr), S_OK);
         EXPECT_GE(cpKeyer->KeyRawSet(&key, nullptr), 0);
         EXPECT_EQ(cpKeyer->KeyRawGet(&key, nullptr), S_OK);
-        EXPECT_GE(cpKeyer->KeyAddPoint(5, 40), 0);
-        EXPECT_GE(_n % 8 ? S_OK : cpKeyer->KeyDetect(s_wszProps), 0);
+        EXPECT_TRUE(IsPicked(cpKeyer->KeyAddPoint(5, 40)));
+        EXPECT_TRUE(IsPicked(_n % 8 ? S_OK : cpKeyer->KeyDetect(s_wszProps)));
         EXPECT_GE(cpKeyer->KeyStepBack(1), 0);
     });
     calls.Run();
-    EXPECT_EQ(log.Count(""), 0u);
+    EXPECT_EQ(log.Count("") - log.Count(c_pszNoFrame), 0u);
 }
 
 TEST(FaultsHosts, CallTheSecondGenerationFromManyThreadsAtOnce)
@@ -333,14 +341,14 @@ TEST(FaultsHosts, CallTheSecondGenerationFromManyThreadsAtOnce)
     EXPECT_EQ(cpKeyer->PropsSet(L"gpu_mode", L"0"), S_OK);
     const auto cpPicture = TestFrame_Make(eZFCC_UYVY, 64, 48);
     const auto cpMask = TestFrame_Make(eZFCC_RGB8, 40, 30);
-    EXPECT_EQ(cpKeyer->FrameSet(cpPicture.Get()), S_OK);
     CManyCalls calls;
     calls.StartMedia(cpKeyer.Get());
     calls.StartOptions(cpKeyer.Get());
     calls.Start([&](int _n) { // keys, and steps of editing
         int32_t nDone = 0;
-        EXPECT_GE(cpKeyer->KeyAddPoint(5, 40), 0);
-        EXPECT_GE(_n % 3 ? S_OK : cpKeyer->KeyAuto(), 0);
+        EXPECT_EQ(cpKeyer->FrameSet(cpPicture.Get()), S_OK);
+        EXPECT_TRUE(IsPicked(cpKeyer->KeyAddPoint(5, 40)));
+        EXPECT_TRUE(IsPicked(_n % 3 ? S_OK : cpKeyer->KeyAuto()));
         EXPECT_GE(_n % 5 ? S_OK : cpKeyer->KeyProtectColor(0x2040C0), 0);
         EXPECT_GE(cpKeyer->StepBack(1 + _n % 3, &nDone), 0);
         EXPECT_GE(_n % 7 ? S_OK : cpKeyer->KeyReset(), 0);
@@ -362,7 +370,7 @@ TEST(FaultsHosts, CallTheSecondGenerationFromManyThreadsAtOnce)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     });
     calls.Run();
-    EXPECT_EQ(log.Count(""), 0u);
+    EXPECT_EQ(log.Count("") - log.Count(c_pszNoFrame), 0u);
 }
 
 /// A frame that hangs in one of its methods until it is told to go on.

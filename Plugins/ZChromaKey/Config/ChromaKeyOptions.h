@@ -25,6 +25,9 @@ struct CK_OPTION
     const char* pszName;
     eCKOptionType eType;
     const char* pszDefault; ///< as text; what counts while the option is not set
+    double dblLeast;        ///< the range of a number, both ends included; both 0: no range
+    double dblMost;
+    const char* pszUnit; ///< "" where there is none
     const char* pszHelp;
 };
 

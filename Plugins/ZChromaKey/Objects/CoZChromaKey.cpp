@@ -7,7 +7,7 @@
 #include <utility>
 
 CCoZChromaKey::CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU)
-    : CZKeyerObject("CCoZChromaKey", "ZChromaKey", std::make_unique<CKeyEngine>(std::move(_upGPU)))
+    : CZKeyerObject("CCoZChromaKey", "ZChromaKey", true, std::make_unique<CKeyEngine>(std::move(_upGPU)))
 {
 }
 
@@ -15,7 +15,7 @@ HRESULT CCoZChromaKey::Create(REFIID _iid, void** _ppvObject)
 {
     auto* const pObject = new CCoZChromaKey(GPUKeyer_Create());
     const auto cpObject = CZPtr<IZFProcess>::Adopt(pObject);
-    UserDefaults_Apply(UserDefaults_Read(), &pObject->Store());
+    UserDefaults_Apply(UserDefaults_Read(), pObject->OptionCheck(), &pObject->Store());
     return cpObject->QueryInterface(_iid, _ppvObject);
 }
 

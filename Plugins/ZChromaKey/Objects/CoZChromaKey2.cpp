@@ -14,7 +14,7 @@ CCoZChromaKey2::CCoZChromaKey2(std::unique_ptr<CUnmixFrameEngine> _upEngine)
 }
 
 CCoZChromaKey2::CCoZChromaKey2(CUnmixFrameEngine& _engine, std::unique_ptr<CUnmixFrameEngine>& _upEngine)
-    : CZKeyerObject("CCoZChromaKey2", "ZChromaKey2", std::move(_upEngine))
+    : CZKeyerObject("CCoZChromaKey2", "ZChromaKey2", false, std::move(_upEngine))
     , m_engine(_engine)
 {
 }
@@ -24,7 +24,7 @@ HRESULT CCoZChromaKey2::Create(REFIID _iid, void** _ppvObject)
     auto* const pObject = new CCoZChromaKey2(std::make_unique<CUnmixEngine>());
     const auto cpObject = CZPtr<IZFProcess>::Adopt(pObject);
     PROP_MAP mapOwn = {{c_szOptionARGB, "true"}}; // colours are unmixed in the result alone
-    UserDefaults_Apply(UserDefaults_Read(), &pObject->Store(), std::move(mapOwn));
+    UserDefaults_Apply(UserDefaults_Read(), pObject->OptionCheck(), &pObject->Store(), std::move(mapOwn));
     return cpObject->QueryInterface(_iid, _ppvObject);
 }
 

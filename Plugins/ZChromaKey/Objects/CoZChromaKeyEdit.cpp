@@ -99,7 +99,9 @@ HRESULT CCoZChromaKey::KeyDetect(BSTR _bsProps)
     std::vector<CKUtils::CK_BLOCK> vecBlocks;
     CZPtr<IZFFrame> cpFrame;
     const HRESULT hr = EditKeys("KeyDetect", [&](CKeyBuilder* _pBuilder, CFrameSampler* _pSampler) -> HRESULT {
-        const HRESULT hrRead = CKUtils::DetectOptions_Read(ZText_FromWide(_bsProps ? _bsProps : L""), &options);
+        HRESULT hrRead = KeyerOptions_Detection(Store(), &options);
+        if (SUCCEEDED(hrRead))
+            hrRead = CKUtils::DetectOptions_Read(ZText_FromWide(_bsProps ? _bsProps : L""), &options);
         if (FAILED(hrRead))
             return hrRead;
         cpFrame = _pSampler->Frame();

@@ -7,6 +7,7 @@
 #include "Props/PropStore.h"
 #include "ZChromaKey/Frame/FrameFlow.h"
 #include "ZChromaKey/Frame/FrameKeyer.h"
+#include "ZChromaKey/Objects/KeyerOptions.h"
 
 #include <memory>
 #include <string>
@@ -20,7 +21,8 @@ class CKeyerCore
 {
 protected:
     /// _pszClass: the object's class as log lines name it, and _pszName what PluginInfoGet answers; both literals.
-    CKeyerCore(const char* _pszClass, const char* _pszName, std::unique_ptr<CFrameEngine> _upEngine);
+    /// _bDetects: it has the options of detection, too.
+    CKeyerCore(const char* _pszClass, const char* _pszName, bool _bDetects, std::unique_ptr<CFrameEngine> _upEngine);
     ~CKeyerCore() = default;
 
     // What a generation adds
@@ -59,6 +61,11 @@ protected:
     {
         return {m_pszClass, _pszMethod};
     }
+    /// What checks names and values of options.
+    PROPS_VALIDATE OptionCheck() const
+    {
+        return m_bDetects ? &KeyerOptions_CheckWithDetection : &KeyerOptions_Check;
+    }
     CPropStore& Store()
     {
         return m_store;
@@ -74,6 +81,7 @@ private:
     CZModuleRef m_refModule;
     const char* m_pszClass;
     const char* m_pszName;
+    bool m_bDetects;
     CPropStore m_store;
     CFrameKeyer m_keyer;
     CFrameFlow m_flow; // last: its thread uses the others

@@ -18,8 +18,8 @@ template <class Keys> class CZKeyerObject
       protected CKeyerCore
 {
 public:
-    CZKeyerObject(const char* _pszClass, const char* _pszName, std::unique_ptr<CFrameEngine> _upEngine)
-        : CKeyerCore(_pszClass, _pszName, std::move(_upEngine))
+    CZKeyerObject(const char* _pszClass, const char* _pszName, bool _bDetects, std::unique_ptr<CFrameEngine> _upEngine)
+        : CKeyerCore(_pszClass, _pszName, _bDetects, std::move(_upEngine))
     {
     }
 

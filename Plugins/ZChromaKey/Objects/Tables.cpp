@@ -75,9 +75,14 @@ TABLE OptionsMake()
     constexpr std::string_view c_svWrong = "?"; // as no option can be: the answer is what can
     TABLE table;
     for (const CK_OPTION& option : ChromaKeyOptions_Table())
-        table.vecRows.push_back(OptionRow(option.pszName, option.pszDefault,
-                                          table.Keep(ChromaKeyOptions_Validate(option.pszName, c_svWrong)),
-                                          option.pszHelp));
+    {
+        ZTABLE_ROW row = OptionRow(option.pszName, option.pszDefault,
+                                   table.Keep(ChromaKeyOptions_Validate(option.pszName, c_svWrong)), option.pszHelp);
+        row.dblLeast = option.dblLeast;
+        row.dblMost = option.dblMost;
+        row.pszUnit = option.pszUnit;
+        table.vecRows.push_back(row);
+    }
     return table;
 }
 

@@ -289,14 +289,14 @@ TEST_F(CKeyEditTest, IsSavedAndLoadedWithItsOptions)
     const std::wstring wstrFile = ZText_ToWide(folder.Path("")) + L"gr\u00fcn.xml";
     Pick();
     ASSERT_EQ(m_cpKey->KeyAdjustSet(eCKA_Power, 12.5), S_OK);
-    ASSERT_EQ(m_cpKey->PropsSet(L"host.own \"name\"", L"a<b & c"), S_OK);
+    ASSERT_EQ(m_cpKey->PropsSet(L"process.threads", L" 3\t"), S_OK); // blanks that a document has to keep
     ASSERT_EQ(m_cpKey->PersistSaveToFile(wstrFile.c_str()), S_OK);
     for (const std::wstring& wstrFrom : {wstrFile, DocumentOf(m_cpKey.Get())})
     {
         const auto cpOther = NewKeyer();
         ASSERT_EQ(cpOther->PersistLoad(wstrFrom.c_str()), S_OK);
         EXPECT_EQ(StateOf(cpOther), State());
-        EXPECT_EQ(OptionOf(cpOther.Get(), L"host.own \"name\""), L"a<b & c");
+        EXPECT_EQ(OptionOf(cpOther.Get(), L"process.threads"), L" 3\t");
         EXPECT_EQ(cpOther->KeyAdjustSet(eCKA_KeyType, eCKT_None), S_OK);
         const auto cpThird = NewKeyer();
         ASSERT_EQ(cpThird->PropsSet(L"gpu_mode", L"0"), S_OK);

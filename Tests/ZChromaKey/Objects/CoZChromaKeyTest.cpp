@@ -31,8 +31,44 @@ TEST_F(CoZChromaKey, RefusesWrongArguments)
         EXPECT_EQ(m_cpKeyer->PropsSet(pwszName, pwszValue), E_INVALIDARG) << pwszName;
         EXPECT_EQ(log.Count("\"" + ZText_FromWide(pwszName) + "\"", eZLog_Error), 1u);
     }
-    Set(L"my.own", L"anything");
+    EXPECT_EQ(m_cpKeyer->PropsSet(L"output.tread", L"true"), E_INVALIDARG);
+    EXPECT_EQ(log.Count("\"output.tread\": there is no such option; there are debug.time_overlay", eZLog_Error), 1u);
     EXPECT_EQ(OptionOf(m_cpKeyer.Get(), L"gpu_mode"), L"0") << "a refused value changes nothing";
+}
+
+TEST_F(CoZChromaKey, ListsAllOptionsAndAnswersDefaultsForThoseThatAreNotSet)
+{
+    std::wstring wstrNames;
+    BSTR bsText = nullptr;
+    for (UINT n = 0; m_cpKeyer->PropsNameGet(n, &bsText) == S_OK; ++n)
+        wstrNames += TakeText(bsText) + L" ";
+    EXPECT_EQ(wstrNames,
+              L"debug.time_overlay detect.blocks detect.borders detect.key_diff detect.max_keys "
+              L"detect.show_blocks detect.similarity detect.threshold detect.type gpu_flush_context gpu_mode "
+              L"keying.borders output.argb output.depth output.premultiplied output.thread process.threads ");
+    EXPECT_EQ(m_cpKeyer->PropsGet(L"process.threads", &bsText), S_FALSE) << "none is set";
+    EXPECT_EQ(TakeText(bsText), L"2");
+    EXPECT_EQ(m_cpKeyer->PropsGet(L"no.option", &bsText), S_FALSE);
+    EXPECT_EQ(bsText, nullptr);
+}
+
+TEST_F(CoZChromaKey, DetectsAsItsOptionsSayWhereTheCallerSaysNothing)
+{
+    static wchar_t s_wszProps[] = L"type=rgb";
+    const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 48);
+    EXPECT_EQ(m_cpKeyer->KeyFrameSet(cpFrame.Get(), nullptr), S_OK);
+    EXPECT_EQ(m_cpKeyer->PropsSet(L"detect.blocks", L"many"), E_INVALIDARG);
+    Set(L"detect.type", L"hls");
+    Set(L"detect.blocks", L"8");
+    Set(L"detect.borders", L"0");
+    CHROMA_KEY_RAW key = {};
+    for (BSTR const bsProps : {static_cast<BSTR>(nullptr), static_cast<BSTR>(s_wszProps)})
+    {
+        EXPECT_EQ(m_cpKeyer->KeyReset(), S_OK);
+        EXPECT_EQ(m_cpKeyer->KeyDetect(bsProps), S_OK);
+        EXPECT_EQ(m_cpKeyer->KeyRawGet(&key, nullptr), S_OK);
+        EXPECT_EQ(key.eType, bsProps ? eCKT_RGB : eCKT_HLS);
+    }
 }
 
 TEST_F(CoZChromaKey, SaysWhatItIsAndWhereItRuns)

@@ -38,7 +38,7 @@ constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
      "rounded up to multiples of 8. Frames in a texture are keyed whole."},
     {c_szOptionARGB, eCKOptionType_Bool, "false", 0, 0, "",
      "Convert the input into ARGB32; the result has its alpha filled."},
-    {c_szOptionDepth, eCKOptionType_Depth, "8", 8, 16, "bits",
+    {c_szOptionDepth, eCKOptionType_Depth, "8", 0, 0, "bits",
      "Bits of a channel in results that \"output.argb\" asks for: 8, or 16 for ARGB64, which keeps what the picture "
      "has "
      "of more than 8 bits and the fractions of mixed colours. Second generation; the first has 8."},
@@ -72,6 +72,13 @@ int32_t GetThreads(const CPropStore& _store)
 {
     const auto nThreads = static_cast<uint32_t>(GetInt(_store, eRow_Threads));
     return static_cast<int32_t>(std::clamp(nThreads, 1u, c_nMaxFrameThreads));
+}
+
+/// A border below 0 is none.
+PROP_RECT GetBorders(const CPropStore& _store)
+{
+    const PROP_RECT rect = _store.GetRect(c_arrOptions[eRow_Borders].pszName, {});
+    return {std::max(rect.nLeft, 0), std::max(rect.nTop, 0), std::max(rect.nRight, 0), std::max(rect.nBottom, 0)};
 }
 
 } // namespace
@@ -112,7 +119,7 @@ CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store)
     options.fccARGB = GetInt(_store, eRow_Depth) == 16 ? eZFCC_ARGB64 : eZFCC_ARGB32;
     options.bPremultiplied = GetBool(_store, eRow_Premultiplied);
     options.nThreads = GetThreads(_store);
-    options.rectBorders = _store.GetRect(c_arrOptions[eRow_Borders].pszName, {});
+    options.rectBorders = GetBorders(_store);
     options.bTimeOverlay = GetBool(_store, eRow_TimeOverlay);
     return options;
 }

@@ -54,7 +54,7 @@ struct CK_FRAME_OPTIONS
     uint32_t fccARGB; ///< what bOutputARGB asks for: eZFCC_ARGB32 or eZFCC_ARGB64
     bool bPremultiplied;
     int32_t nThreads;      ///< 1 to 16
-    PROP_RECT rectBorders; ///< four border widths in pixels
+    PROP_RECT rectBorders; ///< four border widths in pixels, from 0
     bool bTimeOverlay;
 };
 

@@ -44,10 +44,9 @@ WORK_PART PartOf(const PROP_RECT& _borders, const ZF_VID_PROPS& _vidProps)
 {
     const int64_t nWidth = _vidProps.nWidth;
     const int64_t nHeight = std::abs(int64_t{_vidProps.nHeight});
-    return {ZSaturate32(RoundUpTo8(std::max(_borders.nLeft, 0))), std::max(_borders.nTop, 0),
-            // rounding up may pass the width
-            ZSaturate32(std::min(RoundUpTo8(nWidth - std::max(_borders.nRight, 0)), nWidth)),
-            ZSaturate32(nHeight - std::max(_borders.nBottom, 0))};
+    return {ZSaturate32(RoundUpTo8(_borders.nLeft)), _borders.nTop,
+            ZSaturate32(std::min(RoundUpTo8(nWidth - _borders.nRight), nWidth)), // rounding up may pass the width
+            ZSaturate32(nHeight - _borders.nBottom)};
 }
 
 /// Where a part lies in the picture that was cut out for it, which begins with a whole chroma sample of each field. Its

@@ -31,7 +31,7 @@ struct WORK_FRAME
 };
 
 /// Cuts the borders off, if there are any: from column "left rounded up to a multiple of 8" to "width - right rounded
-/// up to a multiple of 8", at most the width. E_INVALIDARG: they leave nothing (the log says of what).
+/// up to a multiple of 8", at most the width; none is below 0. E_INVALIDARG: they leave nothing (the log says of what).
 HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork);
 
 /// Converts the frame into ARGB32 or ARGB64.

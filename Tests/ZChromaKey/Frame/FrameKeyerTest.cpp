@@ -148,6 +148,7 @@ TEST_F(FrameKeyer, PassesWhatItDoesNotKey)
 {
     const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 64, 32);
     Set(L"gpu_mode", L"1"); // would fail every frame that went to the GPU
+    Set(L"keying.borders", L"-1,-1,-1,-1");
     for (const int32_t eType : {int32_t{eCKT_Alpha}, int32_t{eCKT_None}, int32_t{eCKT_Auto}, 6, -1, 0x7FFFFFFF})
     {
         KeySet(TestKey(eType));

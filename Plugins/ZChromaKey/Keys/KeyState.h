@@ -6,6 +6,7 @@
 #include "Interfaces/IZFFrame.h"
 #include "Helpers/EditHistory.h"
 
+#include <chrono>
 #include <mutex>
 #include <optional>
 
@@ -16,6 +17,9 @@ struct KEY_EDIT
     int32_t eType;                    ///< the type in force; another than that of keyTaken after a change of type
     std::optional<eZYMatrix> eMatrix; ///< of the picture the keys are for; empty while there is none
     CK_ADJUST adjust;
+
+    /// Whether both lead to what looks the same from outside.
+    bool operator==(const KEY_EDIT& _other) const;
 };
 
 /// The frames that keys are taken from and shown on.
@@ -36,7 +40,10 @@ struct KEY_FRAMES
 class CKeyState
 {
 public:
-    CKeyState();
+    using CLOCK = CEditSteps<KEY_EDIT>::CLOCK;
+
+    /// _fnClock: tells which changes of an adjustment belong together.
+    explicit CKeyState(CLOCK _fnClock = &std::chrono::steady_clock::now);
 
     /// The configuration lock, for work that needs several calls to be one. Recursive: each call takes it as well.
     std::recursive_mutex& Lock() const
@@ -67,8 +74,13 @@ public:
     HRESULT AdjustSet(eCK_Adjust _eAdjust, double _dblValue, std::optional<eZYMatrix> _eMatrix);
     /// E_INVALIDARG: no such adjustment.
     HRESULT AdjustGet(eCK_Adjust _eAdjust, double* _pdblValue) const;
-    /// Steps through the history, forward when positive; answers how many steps were made.
-    size_t Step(int32_t _nSteps);
+    /// Steps through the history, forward when positive. E_UNEXPECTED: in a group.
+    HRESULT Step(int32_t _nSteps, int32_t* _pnDone);
+    int32_t StepsBack() const;
+    int32_t StepsFwd() const;
+    void GroupBegin();
+    /// E_UNEXPECTED: no group was begun.
+    HRESULT GroupEnd();
 
     /// Calls _fnChange with the frames, under the lock; what it takes out of them the caller lets go of after it.
     template <class Change> void FramesChange(Change&& _fnChange)
@@ -83,11 +95,11 @@ public:
     std::optional<eZYMatrix> MatrixForKeying() const;
 
 private:
-    bool Push(const KEY_EDIT& _edit);
+    bool Push(const KEY_EDIT& _edit, const void* _pWhat = nullptr);
     void EffectiveUpdate();
 
     mutable std::recursive_mutex m_mtxConfig;
-    CEditHistory<KEY_EDIT> m_history;
+    CEditSteps<KEY_EDIT> m_steps;
     CHROMA_KEY_RAW m_keyEffective = {}; ///< made with each edit, not with each frame
     KEY_FRAMES m_frames;
 };

@@ -6,8 +6,9 @@
 
 #include <utility>
 
-CCoZChromaKey::CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU)
+CCoZChromaKey::CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU, CKeyState::CLOCK _fnClock)
     : CZKeyerObject("CCoZChromaKey", "ZChromaKey", true, std::make_unique<CKeyEngine>(std::move(_upGPU)))
+    , m_keyState(std::move(_fnClock))
 {
 }
 

@@ -21,7 +21,9 @@
 class CCoZChromaKey final : public CZKeyerObject<IZChromaKey>
 {
 public:
-    explicit CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU);
+    /// _fnClock: tells which changes of an adjustment are one step.
+    explicit CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU,
+                           CKeyState::CLOCK _fnClock = &std::chrono::steady_clock::now);
     /// A new object with the GPU path of this build.
     static HRESULT Create(REFIID _iid, void** _ppvObject);
 
@@ -43,6 +45,14 @@ public:
     HRESULT STDMETHODCALLTYPE KeySet(IZKey* _pKeyObject) override;
     HRESULT STDMETHODCALLTYPE KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyObject) override;
 
+    // IZSteps
+    HRESULT STDMETHODCALLTYPE StepBack(int32_t _nSteps, int32_t* _pnDone) override;
+    HRESULT STDMETHODCALLTYPE StepFwd(int32_t _nSteps, int32_t* _pnDone) override;
+    HRESULT STDMETHODCALLTYPE StepsBack(int32_t* _pnSteps) override;
+    HRESULT STDMETHODCALLTYPE StepsFwd(int32_t* _pnSteps) override;
+    HRESULT STDMETHODCALLTYPE GroupBegin() override;
+    HRESULT STDMETHODCALLTYPE GroupEnd() override;
+
 private:
     ~CCoZChromaKey() override = default;
     void FrameSeen(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps) override;
@@ -50,6 +60,7 @@ private:
     HRESULT FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) override;
     HRESULT DocumentMake(std::string* _pstrDocument) override;
     HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason) override;
+    HRESULT Step(const char* _pszMethod, int32_t _nSteps, int _nSign, int32_t* _pnDone) noexcept;
     template <class Call> HRESULT Edit(const char* _pszMethod, Call&& _call) noexcept;
     template <class Sampling> HRESULT EditKeys(const char* _pszMethod, Sampling&& _sampling) noexcept;
     template <class Sampling> HRESULT KeysSample(CFrameSampler* _pSampler, Sampling&& _sampling);

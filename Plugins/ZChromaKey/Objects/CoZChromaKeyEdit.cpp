@@ -161,22 +161,73 @@ HRESULT CCoZChromaKey::KeyAdjustGet(eCK_Adjust _eAdjust, double* _pdblValue)
     });
 }
 
-HRESULT CCoZChromaKey::KeyStepBack(int32_t _nSteps)
+HRESULT CCoZChromaKey::Step(const char* _pszMethod, int32_t _nSteps, int _nSign, int32_t* _pnDone) noexcept
 {
-    return Edit("KeyStepBack", [&]() -> HRESULT {
+    return Edit(_pszMethod, [&]() -> HRESULT {
+        if (!Z_VERIFY(_pnDone))
+            return E_POINTER;
+        *_pnDone = 0;
         if (!Z_VERIFY(_nSteps >= 0))
             return E_INVALIDARG;
-        return m_keyState.Step(-_nSteps) > 0 ? S_OK : S_FALSE;
+        return m_keyState.Step(_nSign * _nSteps, _pnDone);
     });
+}
+
+HRESULT CCoZChromaKey::KeyStepBack(int32_t _nSteps)
+{
+    int32_t nDone = 0;
+    const HRESULT hr = Step("KeyStepBack", _nSteps, -1, &nDone);
+    return hr == S_OK && nDone == 0 ? S_FALSE : hr;
 }
 
 HRESULT CCoZChromaKey::KeyStepFwd(int32_t _nSteps)
 {
-    return Edit("KeyStepFwd", [&]() -> HRESULT {
-        if (!Z_VERIFY(_nSteps >= 0))
-            return E_INVALIDARG;
-        return m_keyState.Step(_nSteps) > 0 ? S_OK : S_FALSE;
+    int32_t nDone = 0;
+    const HRESULT hr = Step("KeyStepFwd", _nSteps, 1, &nDone);
+    return hr == S_OK && nDone == 0 ? S_FALSE : hr;
+}
+
+HRESULT CCoZChromaKey::StepBack(int32_t _nSteps, int32_t* _pnDone)
+{
+    return Step("StepBack", _nSteps, -1, _pnDone);
+}
+
+HRESULT CCoZChromaKey::StepFwd(int32_t _nSteps, int32_t* _pnDone)
+{
+    return Step("StepFwd", _nSteps, 1, _pnDone);
+}
+
+HRESULT CCoZChromaKey::StepsBack(int32_t* _pnSteps)
+{
+    return ZBorder(Method("StepsBack"), [&]() -> HRESULT {
+        if (!Z_VERIFY(_pnSteps))
+            return E_POINTER;
+        *_pnSteps = m_keyState.StepsBack();
+        return S_OK;
     });
+}
+
+HRESULT CCoZChromaKey::StepsFwd(int32_t* _pnSteps)
+{
+    return ZBorder(Method("StepsFwd"), [&]() -> HRESULT {
+        if (!Z_VERIFY(_pnSteps))
+            return E_POINTER;
+        *_pnSteps = m_keyState.StepsFwd();
+        return S_OK;
+    });
+}
+
+HRESULT CCoZChromaKey::GroupBegin()
+{
+    return Edit("GroupBegin", [&] {
+        m_keyState.GroupBegin();
+        return S_OK;
+    });
+}
+
+HRESULT CCoZChromaKey::GroupEnd()
+{
+    return Edit("GroupEnd", [&] { return m_keyState.GroupEnd(); });
 }
 
 HRESULT CCoZChromaKey::KeyReset()

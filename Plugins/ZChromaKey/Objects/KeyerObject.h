@@ -1,9 +1,11 @@
 #pragma once
 
+#include "Base/ZBstr.h"
 #include "Base/ZUnknown.h"
 #include "Interfaces/IZFPersist.h"
 #include "Interfaces/IZFProcess.h"
 #include "Interfaces/IZProps.h"
+#include "Interfaces/IZSteps.h"
 #include "ZChromaKey/Com/LateBinding.h"
 #include "ZChromaKey/Objects/KeyerCore.h"
 #include "ZChromaKey/Objects/Tables.h"
@@ -14,7 +16,7 @@
 /// Gives CKeyerCore the interfaces that every plug-in object has. Keys: the interface that this generation's keys are
 /// edited with.
 template <class Keys> class CZKeyerObject
-    : public CZUnknown<CZLateBinding<Keys>, IZFProcess, IZProps, IZPlugin, IZFPersist, CZTables>,
+    : public CZUnknown<CZLateBinding<Keys>, IZFProcess, IZProps, IZPlugin, IZFPersist, IZSteps, CZTables, CZScript>,
       protected CKeyerCore
 {
 public:
@@ -49,6 +51,18 @@ public:
     HRESULT STDMETHODCALLTYPE Close() override
     {
         return CloseAll();
+    }
+
+    // IZScript
+    HRESULT STDMETHODCALLTYPE PluginName(BSTR* _pbsName) override
+    {
+        CZBStr bsVersion;
+        return InfoGet(_pbsName, bsVersion.Put());
+    }
+    HRESULT STDMETHODCALLTYPE PluginVersion(BSTR* _pbsVersion) override
+    {
+        CZBStr bsName;
+        return InfoGet(bsName.Put(), _pbsVersion);
     }
 
     // IZProps

@@ -1,3 +1,4 @@
+#include "Base/ZBstr.h"
 #include "Base/ZSystem.h"
 #include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
@@ -50,6 +51,38 @@ TEST_F(CoZChromaKey, ListsAllOptionsAndAnswersDefaultsForThoseThatAreNotSet)
     EXPECT_EQ(TakeText(bsText), L"2");
     EXPECT_EQ(m_cpKeyer->PropsGet(L"no.option", &bsText), S_FALSE);
     EXPECT_EQ(bsText, nullptr);
+}
+
+TEST_F(CoZChromaKey, GivesScriptsTheTablesAValueACall)
+{
+    const auto fnText = [&](int32_t _eTable, int32_t _nRow, const char* _pszColumn) {
+        CZBStr bsText;
+        m_cpKeyer->TableText(_eTable, _nRow, CZBStr(_pszColumn).Get(), bsText.Put());
+        return bsText.Text();
+    };
+    const auto fnNumber = [&](int32_t _eTable, int32_t _nRow, const char* _pszColumn) {
+        double dblNumber = -1;
+        EXPECT_EQ(m_cpKeyer->TableNumber(_eTable, _nRow, CZBStr(_pszColumn).Get(), &dblNumber), S_OK);
+        return dblNumber;
+    };
+    int32_t nRows = 0;
+    EXPECT_EQ(m_cpKeyer->TableRows(eZTable_Adjusts, &nRows), S_OK);
+    EXPECT_EQ(nRows, 17);
+    EXPECT_EQ(fnText(eZTable_Adjusts, eCKA_Power, "name"), "power");
+    EXPECT_EQ(fnText(eZTable_Adjusts, eCKA_Power, "unit"), "%");
+    EXPECT_EQ(fnNumber(eZTable_Adjusts, eCKA_Power, "least"), -100);
+    EXPECT_EQ(m_cpKeyer->TableRows(eZTable_Options, &nRows), S_OK);
+    EXPECT_EQ(fnText(eZTable_Options, nRows - 1, "name"), "process.threads");
+    EXPECT_EQ(fnNumber(eZTable_Options, nRows - 1, "most"), 16);
+    const CLogCatcher log(eZLog_Error);
+    CZBStr bsText;
+    double dblNumber = 0;
+    EXPECT_EQ(m_cpKeyer->TableText(eZTable_Options, nRows, CZBStr("name").Get(), bsText.Put()), E_INVALIDARG);
+    EXPECT_EQ(m_cpKeyer->TableNumber(eZTable_Options, 0, CZBStr("name").Get(), &dblNumber), E_INVALIDARG);
+    EXPECT_EQ(m_cpKeyer->TableRows(77, &nRows), E_INVALIDARG);
+    EXPECT_EQ(log.Count("CZTables: "), 3u);
+    EXPECT_EQ(m_cpKeyer->PluginName(bsText.Put()), S_OK);
+    EXPECT_EQ(bsText.Text(), "ZChromaKey");
 }
 
 TEST_F(CoZChromaKey, DetectsAsItsOptionsSayWhereTheCallerSaysNothing)

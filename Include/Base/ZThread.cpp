@@ -4,9 +4,11 @@
 #include "Base/ZSystem.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <list>
+#include <new>
 #include <string>
 #include <thread>
 #include <utility>
@@ -152,7 +154,8 @@ void CZWorkerThread::STATE::Run()
     cvDone.notify_all();
 }
 
-/// Threads whose objects have gone before them. Never destroyed: one that hangs may outlive the program's end.
+/// Threads whose objects have gone before them. Never destroyed, for one that hangs may outlive the program's end; and
+/// not on the heap, where there may be no room when they are asked for.
 struct CZWorkerThread::LEFT
 {
     std::mutex mtxThreads;
@@ -160,7 +163,8 @@ struct CZWorkerThread::LEFT
 
     static LEFT& Own()
     {
-        static LEFT* const s_pLeft = new LEFT;
+        alignas(LEFT) static std::byte s_arrPlace[sizeof(LEFT)];
+        static LEFT* const s_pLeft = new (s_arrPlace) LEFT;
         return *s_pLeft;
     }
 };

@@ -84,7 +84,7 @@ HRESULT CCoZChromaKey2::DocumentMake(std::string* _pstrDocument)
 /// All that a document holds is one step of editing. One of the first generation alone has nothing but options for us.
 HRESULT CCoZChromaKey2::DocumentTake(std::string_view _svDocument, std::string* _pstrReason)
 {
-    std::unique_ptr<CXmlNode> upRoot = CConfigDoc::Read(_svDocument, _pstrReason, c_pszConfigKeyer2);
+    std::unique_ptr<CXmlNode> upRoot = CConfigDoc::Read(_svDocument, _pstrReason, c_pszConfigKeyer2, OptionCheck());
     if (!upRoot)
         return E_INVALIDARG;
     KEY2_EDIT edit = {};

@@ -26,7 +26,7 @@ HRESULT CCoZChromaKey::DocumentMake(std::string* _pstrDocument)
 /// Key set and adjustments of a document are one step of editing.
 HRESULT CCoZChromaKey::DocumentTake(std::string_view _svDocument, std::string* _pstrReason)
 {
-    std::unique_ptr<CXmlNode> upRoot = CConfigDoc::Read(_svDocument, _pstrReason);
+    std::unique_ptr<CXmlNode> upRoot = CConfigDoc::Read(_svDocument, _pstrReason, c_pszConfigKeyer1, OptionCheck());
     if (!upRoot)
         return E_INVALIDARG;
     return EditLock_Run(Method("PersistLoad"), &m_lockEdit, [&]() -> HRESULT {

@@ -65,11 +65,6 @@ HRESULT CKeyerCore::Load(const wchar_t* _pwszPathOrDocument)
         const HRESULT hr = DocumentTake(strDocument, &strReason);
         if (FAILED(hr))
             ZLog(eZLog_Error, "%hs::PersistLoad: %hs: %hs\n", m_pszClass, strWhere, strReason);
-        else
-            for (const auto& [strName, strValue] : m_store.ValuesGet())
-                if (const std::string strWhy = OptionCheck()(strName, strValue); !strWhy.empty())
-                    ZLog(eZLog_Warning, "%hs::PersistLoad: %hs: option %hs has no effect, and is kept: %hs\n",
-                         m_pszClass, strWhere, PropText_Quote(strName), strWhy);
         return hr;
     });
 }

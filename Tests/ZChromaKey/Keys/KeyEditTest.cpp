@@ -386,7 +386,11 @@ TEST_F(CKeyEditTest, IsSavedAndLoadedWithItsOptions)
     }
 
     const STATE stateBefore = State();
-    const CLogCatcher log(eZLog_Error);
+    const CLogCatcher log(eZLog_Warning);
+    EXPECT_EQ(NewKeyer()->PersistLoad(L"<zl-root><ZChromaKey type='2' keys='0'><options><option name='output.tread' "
+                                      L"value='1'/></options></ZChromaKey></zl-root>"),
+              S_OK);
+    EXPECT_EQ(log.Count("\"output.tread\" has no effect, and is kept", eZLog_Warning), 1u);
     EXPECT_EQ(m_cpKey->PersistLoad(L"<zl-root>\n<ZChromaKey"), E_INVALIDARG);
     EXPECT_EQ(m_cpKey->PersistLoad(L"no/such/file.xml"), E_FAIL);
     EXPECT_GT(log.Count("no/such/file.xml"), 0u);

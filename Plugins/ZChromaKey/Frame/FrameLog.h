@@ -2,6 +2,7 @@
 
 #include "Base/ZLog.h"
 
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -26,6 +27,8 @@ public:
         for (const auto& causeSaid : m_vecSaid)
             if (causeSaid == cause)
                 return eZLog_Verbose;
+        if (m_vecSaid.size() >= c_nMaxCauses) // a host may make up result codes
+            return eZLog_Verbose;
         m_vecSaid.push_back(cause);
         return _eLevel;
     }
@@ -40,6 +43,8 @@ public:
     }
 
 private:
+    static constexpr size_t c_nMaxCauses = 64;
+
     const char* m_pszClass;
     std::vector<std::pair<const char*, HRESULT>> m_vecSaid;
 };

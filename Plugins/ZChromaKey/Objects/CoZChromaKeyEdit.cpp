@@ -276,12 +276,16 @@ HRESULT CCoZChromaKey::KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyO
         *_ppKeyObject = nullptr;
         ZF_VID_PROPS vidProps = {};
         HRESULT hr = _pZFrameForAdjustOrNull ? _pZFrameForAdjustOrNull->VideoPropsGet(&vidProps) : S_OK;
+        if (FAILED(hr))
+        {
+            ZLog(eZLog_Error, "CCoZChromaKey::KeyGet: the frame has no video properties, hr=%08X\n", hr);
+            return hr;
+        }
         CHROMA_KEY_RAW key;
         m_keyState.RawGet(&key, nullptr,
                           _pZFrameForAdjustOrNull ? std::optional(Img_MatrixOf(vidProps)) : std::nullopt);
         CZPtr<IZKey> cpKey;
-        if (SUCCEEDED(hr))
-            hr = CCoZKey::Create(IID_IZKey, cpKey.PutVoid());
+        hr = CCoZKey::Create(IID_IZKey, cpKey.PutVoid());
         if (SUCCEEDED(hr))
             hr = cpKey->RawSet(&key);
         if (SUCCEEDED(hr))

@@ -83,8 +83,7 @@ std::vector<std::string> KeyerOptions_Names(const CPropStore& _store, bool _bDet
     for (size_t n = 0; _store.NameGet(n, &strName); ++n)
         vecNames.push_back(strName);
     std::ranges::sort(vecNames);
-    const auto itEnd = std::ranges::unique(vecNames).begin();
-    vecNames.erase(itEnd, vecNames.end());
+    vecNames.erase(std::unique(vecNames.begin(), vecNames.end()), vecNames.end());
     return vecNames;
 }
 

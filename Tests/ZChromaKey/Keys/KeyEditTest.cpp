@@ -29,10 +29,13 @@ struct STATE
     }
 };
 
-/// _fnClock: two seconds go by with every edit, so that each is a step.
-CZPtr<CCoZChromaKey> NewKeyer(CKeyState::CLOCK _fnClock = [time = std::chrono::steady_clock::time_point()]() mutable {
-    return time += std::chrono::seconds(2);
-})
+/// Two seconds go by with every edit, so that each is a step.
+CKeyState::CLOCK SlowClock()
+{
+    return [time = std::chrono::steady_clock::time_point()]() mutable { return time += std::chrono::seconds(2); };
+}
+
+CZPtr<CCoZChromaKey> NewKeyer(CKeyState::CLOCK _fnClock = SlowClock())
 {
     return CZPtr<CCoZChromaKey>::Adopt(new CCoZChromaKey(GPUKeyer_Create(), std::move(_fnClock)));
 }

@@ -55,9 +55,9 @@ struct PIXEL_RULES
     LIMIT_RULES limit;
     float fltLeastX; ///< of the backdrop
     float fltWedge;
-    int32_t nWedge;   ///< 8192ths
-    float fltSquareX; ///< x . x
-    float fltLow;     ///< least clips
+    int32_t nWedge;      ///< 8192ths
+    float fltOneSquareX; ///< 1 / x . x
+    float fltLow;        ///< least clips
     float fltHigh;
     float fltClip; ///< noise, in levels, that the clips take in
     float arrBeyond[3];

@@ -13,7 +13,7 @@ namespace CKUtils
 namespace
 {
 
-constexpr char c_szWhole[] = "a whole number";
+constexpr char c_szWhole[] = "a whole number of 32 bits";
 constexpr char c_szNumber[] = "a number";
 
 bool ReadShare(std::string_view _svValue, double* _pdblValue)

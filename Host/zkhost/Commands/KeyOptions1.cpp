@@ -38,6 +38,20 @@ const std::vector<ZTABLE_ROW>& AdjustRows()
     return s_vecRows;
 }
 
+/// Says so where the key set of a file keys nothing: every frame comes out as it is then.
+void WarnOfIdleKeys(const CZKeyer& _keyer, const std::string& _strFile)
+{
+    CHROMA_KEY_RAW key = {};
+    Result_Check(_keyer.Key()->KeyRawGet(&key, nullptr), "looking at the keys");
+    const bool bSpace = key.eType == eCKT_RGB || key.eType == eCKT_HLS || key.eType == eCKT_YUV;
+    if (!bSpace)
+        ZLog(eZLog_Warning,
+             "the keys of %s are of type %d, which keys nothing; those of type 2 (RGB), 3 (HLS) and 4 (YUV) do\n",
+             _strFile, key.eType);
+    else if (key.nKeysUsed < 1)
+        ZLog(eZLog_Warning, "%s has no keys, so nothing is keyed; add --auto or --pick X,Y\n", _strFile);
+}
+
 } // namespace
 
 std::string CZKeyOptions::Help1()
@@ -155,6 +169,8 @@ void CZKeyOptions::ApplyKeys1(CZKeyer& _keyer, const std::vector<EDIT>& _vecEdit
     ApplyType(_keyer);
     for (const EDIT& edit : _vecEdits)
         ApplyEdit1(_keyer, edit);
+    if (!m_strKeys.empty())
+        WarnOfIdleKeys(_keyer, m_strKeys);
     for (const ADJUST& adjust : Adjusts())
         Result_Check(_keyer.Key()->KeyAdjustSet(adjust.eAdjust, adjust.dblValue),
                      ZFormat("--adjust %s", adjust.strName));

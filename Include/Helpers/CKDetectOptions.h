@@ -25,6 +25,7 @@ struct CK_DETECT_OPTIONS
     double dblSimilarity = 0.8; ///< "similarity": pull toward the pure backdrop colour, 0 to 1
     double dblBorders = 0.1;    ///< "borders": fraction of the grid left out on every side
     bool bShowBlocks = false;   ///< "show_blocks": mark the examined blocks in the picture
+    bool bFit = false;          ///< "fit": the owner fits keys to the picture; the search itself does not read it
 };
 
 /// One detection option, as the documentation and command lines list it.

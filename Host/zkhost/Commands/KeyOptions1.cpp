@@ -7,7 +7,6 @@
 #include "zkhost/Commands/PluginOptions.h"
 #include "zkhost/Files/UsageError.h"
 
-#include "Base/ZBstr.h"
 #include "Base/ZLog.h"
 #include "Props/PropText.h"
 
@@ -114,12 +113,12 @@ void CZKeyOptions::Detect1(CZKeyer& _keyer) const
     }
     if (!m_strType.empty())
         strProps += "detect.type=" + m_strType;
-    const HRESULT hr = _keyer.Key()->KeyDetect(CZBStr(strProps).Get());
-    Result_Check(hr, "finding the backdrop");
-    if (hr == S_FALSE)
-        throw CZHostError(ZFormat("no green or blue backdrop was found in the first frame of %s; pick its colour with "
-                                  "--pick X,Y, or change --set detect.threshold=N, detect.blocks=N or detect.borders=N",
-                                  m_strInput));
+    if (_keyer.FindBackdrop(strProps) == S_FALSE)
+        throw CZHostError(
+            ZFormat("no green or blue backdrop was found in the first frame of %s: no large, flat area of "
+                    "one of them reaches along its upper border; pick its colour with --pick X,Y, or "
+                    "change --set detect.threshold=N, detect.blocks=N or detect.borders=N",
+                    m_strInput));
 }
 
 void CZKeyOptions::ApplyType(CZKeyer& _keyer) const
@@ -169,7 +168,9 @@ void CZKeyOptions::ApplyKeys1(CZKeyer& _keyer, const std::vector<EDIT>& _vecEdit
     ApplyType(_keyer);
     for (const EDIT& edit : _vecEdits)
         ApplyEdit1(_keyer, edit);
-    if (!m_strKeys.empty())
+    if (m_strKeys.empty())
+        _keyer.CleanColors();
+    else
         WarnOfIdleKeys(_keyer, m_strKeys);
     for (const ADJUST& adjust : Adjusts())
         Result_Check(_keyer.Key()->KeyAdjustSet(adjust.eAdjust, adjust.dblValue),

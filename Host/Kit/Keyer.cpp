@@ -79,8 +79,12 @@ HRESULT CZKeyer::FindBackdrop(const std::string& _strDetection)
 
 void CZKeyer::CleanColors()
 {
-    double dblColors = 0;
-    if (!m_cpKey || m_cpKey->KeyAdjustGet(eCKA_Colors, &dblColors) != S_OK || dblColors != 0)
+    CHROMA_KEY_RAW key = {};
+    CK_ADJUST adjust = {};
+    if (!m_cpKey)
+        return;
+    Result_Check(m_cpKey->KeyRawGet(&key, &adjust), "looking at the keys");
+    if (adjust.dblColors != 0 || key.eType == eCKT_HLS)
         return;
     Result_Check(m_cpKey->KeyAdjustSet(eCKA_Colors, c_dblAllTint), "taking the backdrop's tint out");
 }

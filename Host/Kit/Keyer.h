@@ -48,7 +48,7 @@ public:
     /// picture, unless the options of detection say otherwise, and takes the tint out. S_FALSE: there is no backdrop.
     HRESULT FindBackdrop(const std::string& _strDetection = {});
     /// Has the first generation take the backdrop's tint out of what stays, which the second does by itself. Where
-    /// colours are cleaned already, that stays.
+    /// colours are cleaned already, that stays; keys in HLS are left alone, as they know no direction away from a tint.
     void CleanColors();
 
     /// Keys and options out of a file, or out of what Document gave.

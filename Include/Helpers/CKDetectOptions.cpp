@@ -51,6 +51,22 @@ constexpr CK_DETECT_OPTION c_arrOptions[] = {
      [](auto _sv, auto* _p) { return PropText_ReadBool(_sv, &_p->bFit); }},
 };
 
+/// Whether a name is that of an option, long or short.
+bool CheckName(std::string_view _svName)
+{
+    const std::string_view svShort =
+        _svName.starts_with(c_szDetectPrefix) ? _svName.substr(std::size(c_szDetectPrefix) - 1) : _svName;
+    std::string strNames;
+    for (const CK_DETECT_OPTION& option : c_arrOptions)
+    {
+        if (svShort == option.pszName)
+            return true;
+        strNames += ZFormat("%hs%hs", strNames.empty() ? "" : ", ", option.pszName);
+    }
+    ZLog(eZLog_Error, "There is no detection option \"%hs\"; there are %hs\n", _svName, strNames);
+    return false;
+}
+
 /// Looks an option up, long name first, and reads it. False: named, but not to be read.
 bool ReadOption(const std::vector<PROP_PAIR>& _vecPairs, const CK_DETECT_OPTION& _option, CK_DETECT_OPTIONS* _pOptions)
 {
@@ -99,6 +115,9 @@ HRESULT DetectOptions_Read(std::string_view _svProps, CK_DETECT_OPTIONS* _pOptio
         return E_INVALIDARG;
     }
     CK_DETECT_OPTIONS options = *_pOptions;
+    for (const PROP_PAIR& pair : vecPairs)
+        if (!CheckName(pair.svName))
+            return E_INVALIDARG;
     for (const CK_DETECT_OPTION& option : c_arrOptions)
         if (!ReadOption(vecPairs, option, &options))
             return E_INVALIDARG;

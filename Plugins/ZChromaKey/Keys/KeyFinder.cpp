@@ -27,6 +27,7 @@ constexpr double c_dblMargin = 1.15; // of half-widths that hold all the light
 /// A soft edge ends at this share of the level of all but one in twenty blocks of the foreground; with fewer blocks
 /// than that it is left to the key alone.
 constexpr double c_dblShareOfWay = 0.74;
+constexpr double c_dblShareOfWayRGB = 0.5; // these keys are long and thin, and near much that is no backdrop
 constexpr size_t c_nNearest = 20;
 constexpr size_t c_nLeastForeground = 14;
 /// A sample's hue in fewer blocks of a frame than that is no screen.
@@ -74,7 +75,8 @@ int32_t SmoothRange(const CALC_KEY& _key, eCK_Type _eSpace, const KEY_SCREEN& _s
         vecLevels.push_back(KeyRay_Level(_key, key));
     const auto itNearest = vecLevels.begin() + static_cast<ptrdiff_t>(vecLevels.size() / c_nNearest);
     std::nth_element(vecLevels.begin(), itNearest, vecLevels.end());
-    return KeyRay_SmoothRange(_key, KeyRay_ClampOuter(_key, _eSpace, c_dblShareOfWay * *itNearest));
+    const double dblShare = _eSpace == eCKT_RGB ? c_dblShareOfWayRGB : c_dblShareOfWay;
+    return KeyRay_SmoothRange(_key, KeyRay_ClampOuter(_key, _eSpace, dblShare * *itNearest));
 }
 
 /// The keys of a screen around a sample of it, which it holds.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <utility>
 
 using CKUtils::CALC_KEY;
@@ -21,7 +22,7 @@ constexpr size_t c_nFewBlocks = 2;
 /// The corners of a picture, which are not examined, and shadows, which are not flat, are darker than the rest;
 /// highlights are brighter. Keys in YUV reach further into the dark by themselves.
 constexpr KEY_LIGHT c_lightMargin = {0.75, 1.15};
-constexpr KEY_LIGHT c_lightMarginYUV = {0.97, 1.13};
+constexpr KEY_LIGHT c_lightMarginYUV = {0.93, 1.13};
 constexpr double c_dblMargin = 1.15; // of half-widths that hold all the light
 
 /// A soft edge ends at this share of the level of all but one in twenty blocks of the foreground; with fewer blocks
@@ -98,25 +99,46 @@ KEY_LIGHT LightOf(const KEY_SCREEN& _screen, eCK_Type _eSpace, const CALC_KEY& _
     return {light.dblDarkest * margin.dblDarkest, light.dblBrightest * margin.dblBrightest};
 }
 
+/// A grid over a whole picture, of blocks of some pixels at least.
+std::vector<CK_BLOCK> WholeGrid(int _nWidth, int _nHeight)
+{
+    constexpr int c_nMostBlocks = 48;
+    constexpr int c_nLeastPixels = 4;
+    const int nBlocks = std::clamp(std::min(_nWidth, _nHeight) / c_nLeastPixels, 1, c_nMostBlocks);
+    const int nWidth = _nWidth / nBlocks;
+    const int nHeight = _nHeight / nBlocks;
+    std::vector<CK_BLOCK> vecBlocks;
+    for (int i = 0; i < nBlocks * nBlocks; ++i)
+        vecBlocks.push_back({i % nBlocks * nWidth, i / nBlocks * nHeight, nWidth, nHeight, CKUtils::eCKB_NotFlat});
+    return vecBlocks;
+}
+
 /// The larger of the screens of both searches; empty: there is none.
 std::optional<KEY_SCREEN> FindScreen(const WORKING_PICTURE& _picture, const WORKING_PICTURE& _yuv, eCK_Type _eSpace,
                                      eZYMatrix _eMatrix, const CKUtils::CK_DETECT_OPTIONS& _options,
                                      std::vector<CK_BLOCK>* _pBlocks)
 {
+    // The rim, where nothing is searched, is often the darkest part.
+    const CFlatBlocks blocks(_yuv, _picture, _eSpace, WholeGrid(_yuv.vidProps.nWidth, std::abs(_yuv.vidProps.nHeight)),
+                             _options.nThreshold);
     WORKING_PICTURE pictureRest = _picture;
     std::optional<KEY_SCREEN> screen;
-    for (int i = 0; i < 2 && (!screen || screen->nBlocks < _pBlocks->size() / c_nFewBlocks); ++i)
+    for (int i = 0; i < 2 && (!screen || screen->nBlocks < blocks.Count() / c_nFewBlocks); ++i)
     {
         const SEARCH search = Search(&pictureRest, _eMatrix, _options);
         if (!search.bFound)
             break;
         TakeOut(&pictureRest, search.vecBlocks);
-        auto found = CFlatBlocks(_yuv, _picture, _eSpace, search.vecBlocks, _options.nThreshold).AcceptedScreen();
-        if (i == 0 || (found && (!screen || found->nBlocks > screen->nBlocks)))
-        {
-            screen = std::move(found);
+        const auto tint = CFlatBlocks(_yuv, _picture, _eSpace, search.vecBlocks, _options.nThreshold).AcceptedScreen();
+        if (i == 0)
             *_pBlocks = search.vecBlocks;
-        }
+        if (!tint)
+            continue;
+        KEY_SCREEN found = blocks.ScreenOf(*tint);
+        if (screen && found.nBlocks <= screen->nBlocks)
+            continue;
+        screen = std::move(found);
+        *_pBlocks = search.vecBlocks;
     }
     return screen;
 }
@@ -131,20 +153,6 @@ FOUND_KEYS Fit(const WORKING_PICTURE& _picture, const WORKING_PICTURE& _yuv, eCK
     for (int i = 0; i < 3; ++i) // HLS has one box around all the light
         key.dDelta[i] = _eSpace == eCKT_HLS ? c_dblMargin * key.dDelta[i] : screen->keyNoise.dDelta[i];
     return ScreenKeys(key, _eSpace, *screen, LightOf(*screen, _eSpace, key), _options.nMaxKeys);
-}
-
-/// A grid over a whole picture, of blocks of some pixels at least.
-std::vector<CK_BLOCK> WholeGrid(int _nWidth, int _nHeight)
-{
-    constexpr int c_nMostBlocks = 48;
-    constexpr int c_nLeastPixels = 4;
-    const int nBlocks = std::clamp(std::min(_nWidth, _nHeight) / c_nLeastPixels, 1, c_nMostBlocks);
-    const int nWidth = _nWidth / nBlocks;
-    const int nHeight = _nHeight / nBlocks;
-    std::vector<CK_BLOCK> vecBlocks;
-    for (int i = 0; i < nBlocks * nBlocks; ++i)
-        vecBlocks.push_back({i % nBlocks * nWidth, i / nBlocks * nHeight, nWidth, nHeight, CKUtils::eCKB_NotFlat});
-    return vecBlocks;
 }
 
 } // namespace

@@ -19,7 +19,7 @@ struct RAY
 constexpr double c_dblGrey = 16;      // below it a colour counts as grey,
 constexpr double c_dblColorful = 28;  // from here on as colourful; the dark end of a ray is cut there
 constexpr double c_dblMaxRatio = 1.7; // brightest to darkest within one key
-constexpr double c_dblMaxRatioYUV = 1.5;
+constexpr double c_dblMaxRatioYUV = 1.7;
 /// The end of a diagonal is inside an ellipsoid whose half-axes are its components times this.
 const double c_dblDiagonal = std::sqrt(3.0);
 
@@ -97,7 +97,7 @@ constexpr double c_dblLeastOuter = 1.6;
 constexpr double c_dblMostOuter = 2.0;
 /// And those of keys that were made with the picture in view.
 constexpr double c_dblLeastOuterSeen = 1.6;
-constexpr double c_dblLeastOuterSeenYUV = 3.5;
+constexpr double c_dblLeastWayYUV = 0.42;
 constexpr double c_dblMostOuterSeen = 16;
 
 double Square(double _dblValue)
@@ -184,8 +184,9 @@ double KeyRay_ShareOfWay(const CALC_KEY& _key, eCK_Type _eSpace, double _dblShar
 double KeyRay_ClampOuter(const CALC_KEY& _key, eCK_Type _eSpace, double _dblLevel)
 {
     const double dblGrey = _eSpace == eCKT_HLS ? c_dblMostOuterSeen : GreyLevel(_key, _eSpace);
-    const double dblLeast = _eSpace == eCKT_YUV ? c_dblLeastOuterSeenYUV : c_dblLeastOuterSeen;
-    return std::max(std::min({_dblLevel, dblGrey, c_dblMostOuterSeen}), dblLeast);
+    const double dblLeast = _eSpace == eCKT_YUV ? c_dblLeastWayYUV * dblGrey : 0;
+    const double dblInside = std::clamp(_dblLevel, dblLeast, dblGrey);
+    return std::clamp(dblInside, c_dblLeastOuterSeen, c_dblMostOuterSeen);
 }
 
 int32_t KeyRay_SmoothRange(const CALC_KEY& _key, double _dblOuter)

@@ -162,15 +162,15 @@ KEY_SCREEN CFlatBlocks::ScreenOf(const TINT& _tint) const
     return screen;
 }
 
-std::optional<KEY_SCREEN> CFlatBlocks::AcceptedScreen() const
+std::optional<TINT> CFlatBlocks::AcceptedScreen() const
 {
     TINT tint = Middle([](const FLAT& _flat) { return _flat.block.eVerdict == CKUtils::eCKB_Accepted; });
     for (int i = 0; i < c_nSearches; ++i)
         tint = Middle([&](const FLAT& _flat) { return IsScreen(RelationOf(_flat.tint, tint)); });
-    if (tint.dblU * tint.dblU + tint.dblV * tint.dblV < c_dblLeastColour * c_dblLeastColour || !ReachesUp(tint))
+    const auto nScreen = static_cast<size_t>(std::count_if(
+        m_vecFlat.begin(), m_vecFlat.end(), [&](const FLAT& _flat) { return IsScreen(RelationOf(_flat.tint, tint)); }));
+    const bool bGrey = tint.dblU * tint.dblU + tint.dblV * tint.dblV < c_dblLeastColour * c_dblLeastColour;
+    if (bGrey || nScreen * c_nLeastBlocks < m_vecBlocks.size() || !ReachesUp(tint))
         return {};
-    KEY_SCREEN screen = ScreenOf(tint);
-    if (screen.nBlocks * c_nLeastBlocks < m_vecBlocks.size())
-        return {};
-    return screen;
+    return tint;
 }

@@ -61,12 +61,17 @@ public:
     CFlatBlocks(const WORKING_PICTURE& _yuv, const WORKING_PICTURE& _picture, eCK_Type _eSpace,
                 std::vector<CKUtils::CK_BLOCK> _vecBlocks, int32_t _nThreshold);
 
+    /// The blocks of the grid.
+    size_t Count() const
+    {
+        return m_vecBlocks.size();
+    }
     /// The screen of a colour: all flat blocks of its hue, however they are lit.
     KEY_SCREEN ScreenOf(const TINT& _tint) const;
-    /// The screen whose blocks detection has accepted. None where these are nearly grey, where the screen is less than
-    /// a twentieth of the blocks, or where it does not reach along the upper border: what stands before a screen comes
-    /// in from below, so a green pullover before a wall of another colour is none.
-    std::optional<KEY_SCREEN> AcceptedScreen() const;
+    /// The colour of the screen whose blocks detection has accepted. None where these are nearly grey, where the screen
+    /// is less than a twentieth of the blocks, or where it does not reach along the upper border: what stands before a
+    /// screen comes in from below, so a green pullover before a wall of another colour is none.
+    std::optional<TINT> AcceptedScreen() const;
 
 private:
     struct FLAT

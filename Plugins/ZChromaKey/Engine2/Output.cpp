@@ -3,6 +3,7 @@
 #include "Base/ZPixelFormats.h"
 #include "Image/ImgPixel.h"
 #include "Image/ImgPlane.h"
+#include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -29,9 +30,7 @@ void Output_Mask(const UNMIX_RESULT& _result, int _nRow, int _nWidth, uint8_t* _
             _pMask[x] = Img_From16Bit(pWords[4 * x + 3]);
         return;
     }
-    const uint8_t* const pBytes = _result.Bytes(_nRow);
-    for (int x = 0; x < _nWidth; ++x)
-        _pMask[x] = pBytes[4 * x + 3];
+    UnmixKernels().pfnMask({_result.Bytes(_nRow), _pMask, _nWidth});
 }
 
 void Output_Premultiply(const UNMIX_RESULT& _result, int _nRow, int _nWidth)

@@ -21,8 +21,8 @@ struct IZChromaKey : public IDispatch
     virtual HRESULT STDMETHODCALLTYPE KeyFrameGet(IZFFrame** _ppZFrameRes, IZFFrame** _ppZFrameBG) = 0;
     /// Auto detect key
     /// _bsProps: "detect." options as "name=value" pairs, which go before those set through IZProps; null or "": these
-    /// alone. "max_keys" limits the keys that are found, 1 to 16, without exclusion keys; 0 leaves their number to the
-    /// plug-in. S_FALSE: nothing found.
+    /// alone. "max_keys" limits the keys that are found, 1 to 16, without exclusion keys; with 0 it is one, or, with
+    /// "fit", as many as the light on the backdrop asks for. S_FALSE: nothing found.
     virtual HRESULT STDMETHODCALLTYPE KeyDetect(BSTR _bsProps) = 0;
     /// Add point to key
     /// This and the other samples: E_UNEXPECTED: there is no frame; E_INVALIDARG: outside it.

@@ -14,18 +14,23 @@
 ///     c_nBytes, c_nLanes  the length of a vector in bytes and in 32-bit lanes
 ///     Load, Store         for rows of memory, which need no alignment. The versions with a number _n (from 0) touch
 ///                         the first _n elements only; the others are loaded as 0
-///     WidenU16, WidenI32  load bytes of memory as words or as 32-bit integers
+///     WidenU16, WidenI32  load bytes of memory as words or as 32-bit integers; WidenI32 also int16_t
+///     Narrow              stores 32-bit integers, which must fit, as int16_t
+///     LoadBlocks, StoreBlocks  blocks of 16 bytes that lie a stride apart, such as four pixels of successive rows
 ///
 /// The operators and functions below give the same bits at every level. Integers wrap around.
 ///
 ///     U8    | & ^ ~  Min Max  AtLeast(a, b): a >= b  Select(mask, then, else)
 ///           ElseNone(mask, a), ElseAll(mask, a): a where the mask is true, elsewhere no bit or every bit
 ///     U16   + - * | & << >>  Even(bytes), Odd(bytes): every second byte, as words  JoinBytes(even, odd): the inverse
+///           AddPairs(bytes): sums of every two neighbours  MulRound(a, b): a b / 2^15, halves upward, and
+///           ClampToByte(a): 0 to 255, of words that count as signed
 ///     I32   + - * | & ^ << >>  ShiftedIn0(a, n): shifts right like >>, which keeps the sign, but fills with zeros
-///           Min Max  Equal  Greater  IsNegative  Select  Below(a, n): 0 <= a < n, where n is not negative
+///           Min Max Abs  Equal  Greater  IsNegative  Select  Below(a, n): 0 <= a < n, where n is not negative
 ///           MulAdd(words, words): for each lane the sum of its two products; words count as signed
 ///     F32   + - * /  Sqrt Min Max Abs  Less  Select  ToF32(ints), ToI32(floats): truncates; must fit
-///     M32   & |  Without(a, b): a and not b  Any
+///           AsInts(floats), AsFloats(ints): the same bits
+///     M32   & |  Without(a, b): a and not b  Any  Bits: lane n as bit n
 ///     As<Vector>(vector)  the same bits as another vector of integers
 ///
 /// Min and Max of floats return the second where neither is less. Nothing is fused or approximated.
@@ -37,6 +42,8 @@
 /// These work across the whole vector:
 ///     PackLanes(a, b, c, d)               the lanes of four vectors, from 0 to 255, as bytes
 ///     Interleave(a, b, first, second)     a0 b0 a1 b1 and so on, as two vectors
+///     Deinterleave(a, b, even, odd)       the inverse: every second lane of a, then of b
+///     SplitHalves(a)                      the first 8 bytes of every block of 16, then the second 8
 ///     FirstThree(a)                       lanes 0 1 2, 4 5 6, 8 9 10 and so on; the last quarter is undefined
 ///
 /// All of it has internal linkage and is always inlined. So the linker can never merge code of two levels, which would

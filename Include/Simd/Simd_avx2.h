@@ -159,6 +159,18 @@ ZCK_INLINE U16 Odd(U8 _bytes)
 {
     return U16(_bytes.vec) >> 8;
 }
+ZCK_INLINE U16 AddPairs(U8 _bytes)
+{
+    return _mm256_maddubs_epi16(_bytes.vec, _mm256_set1_epi8(1));
+}
+ZCK_INLINE U16 MulRound(U16 _a, U16 _b)
+{
+    return _mm256_mulhrs_epi16(_a.vec, _b.vec);
+}
+ZCK_INLINE U16 ClampToByte(U16 _a)
+{
+    return _mm256_min_epi16(_mm256_max_epi16(_a.vec, _mm256_set1_epi16(0)), _mm256_set1_epi16(255));
+}
 ZCK_INLINE U8 JoinBytes(U16 _even, U16 _odd)
 {
     return (_even | _odd << 8).vec;
@@ -207,6 +219,10 @@ ZCK_INLINE I32 Min(I32 _a, I32 _b)
 ZCK_INLINE I32 Max(I32 _a, I32 _b)
 {
     return _mm256_max_epi32(_a.vec, _b.vec);
+}
+ZCK_INLINE I32 Abs(I32 _a)
+{
+    return _mm256_abs_epi32(_a.vec);
 }
 ZCK_INLINE M32 Equal(I32 _a, I32 _b)
 {
@@ -274,6 +290,14 @@ ZCK_INLINE F32 Select(M32 _mask, F32 _then, F32 _else)
 {
     return _mm256_blendv_ps(_else.vec, _then.vec, _mask.vec);
 }
+ZCK_INLINE I32 AsInts(F32 _floats)
+{
+    return _mm256_castps_si256(_floats.vec);
+}
+ZCK_INLINE F32 AsFloats(I32 _ints)
+{
+    return _mm256_castsi256_ps(_ints.vec);
+}
 ZCK_INLINE F32 ToF32(I32 _ints)
 {
     return _mm256_cvtepi32_ps(_ints.vec);
@@ -298,6 +322,10 @@ ZCK_INLINE M32 Without(M32 _a, M32 _b)
 ZCK_INLINE bool Any(M32 _mask)
 {
     return _mm256_movemask_ps(_mask.vec) != 0;
+}
+ZCK_INLINE uint32_t Bits(M32 _mask)
+{
+    return static_cast<uint32_t>(_mm256_movemask_ps(_mask.vec));
 }
 
 ZCK_INLINE U8 ShuffleBytes(U8 _bytes, const uint8_t (&_arrPattern)[16])
@@ -324,6 +352,18 @@ ZCK_INLINE void Interleave(I32 _a, I32 _b, I32& _first, I32& _second)
     const __m256i vecHigh = _mm256_unpackhi_epi32(_a.vec, _b.vec);
     _first = _mm256_permute2x128_si256(vecLow, vecHigh, 0x20);
     _second = _mm256_permute2x128_si256(vecLow, vecHigh, 0x31);
+}
+ZCK_INLINE void Deinterleave(I32 _a, I32 _b, I32& _even, I32& _odd)
+{
+    const __m256 vecA = _mm256_castsi256_ps(_a.vec), vecB = _mm256_castsi256_ps(_b.vec);
+    const __m256i vecEven = _mm256_castps_si256(_mm256_shuffle_ps(vecA, vecB, 0x88));
+    const __m256i vecOdd = _mm256_castps_si256(_mm256_shuffle_ps(vecA, vecB, 0xDD));
+    _even = _mm256_permute4x64_epi64(vecEven, 0xD8);
+    _odd = _mm256_permute4x64_epi64(vecOdd, 0xD8);
+}
+ZCK_INLINE I32 SplitHalves(I32 _a)
+{
+    return _mm256_permute4x64_epi64(_a.vec, 0xD8);
 }
 ZCK_INLINE I32 FirstThree(I32 _a)
 {
@@ -419,6 +459,27 @@ struct SIMD_AVX2
         uint8_t arrBytes[c_nLanes] = {};
         memcpy(arrBytes, _pBytes, _n < c_nLanes ? _n : c_nLanes);
         return WidenI32(arrBytes);
+    }
+    static ZCK_INLINE I32 WidenI32(const int16_t* _pWords)
+    {
+        return _mm256_cvtepi16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(_pWords)));
+    }
+    static ZCK_INLINE void Narrow(int16_t* _pWords, I32 _ints)
+    {
+        const __m256i vecWords = _mm256_permute4x64_epi64(_mm256_packs_epi32(_ints.vec, _ints.vec), 0xD8);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(_pWords), _mm256_castsi256_si128(vecWords));
+    }
+    static ZCK_INLINE I32 LoadBlocks(const void* _pBlocks, ptrdiff_t _nStride)
+    {
+        const auto* const p = static_cast<const uint8_t*>(_pBlocks);
+        return _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))),
+                                       _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + _nStride)), 1);
+    }
+    static ZCK_INLINE void StoreBlocks(void* _pBlocks, ptrdiff_t _nStride, I32 _ints)
+    {
+        auto* const p = static_cast<uint8_t*>(_pBlocks);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(_ints.vec));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p + _nStride), _mm256_extracti128_si256(_ints.vec, 1));
     }
 };
 

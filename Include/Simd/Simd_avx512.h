@@ -156,6 +156,18 @@ ZCK_INLINE U16 Odd(U8 _bytes)
 {
     return U16(_bytes.vec) >> 8;
 }
+ZCK_INLINE U16 AddPairs(U8 _bytes)
+{
+    return _mm512_maddubs_epi16(_bytes.vec, _mm512_set1_epi8(1));
+}
+ZCK_INLINE U16 MulRound(U16 _a, U16 _b)
+{
+    return _mm512_mulhrs_epi16(_a.vec, _b.vec);
+}
+ZCK_INLINE U16 ClampToByte(U16 _a)
+{
+    return _mm512_min_epi16(_mm512_max_epi16(_a.vec, _mm512_set1_epi16(0)), _mm512_set1_epi16(255));
+}
 ZCK_INLINE U8 JoinBytes(U16 _even, U16 _odd)
 {
     return (_even | _odd << 8).vec;
@@ -204,6 +216,10 @@ ZCK_INLINE I32 Min(I32 _a, I32 _b)
 ZCK_INLINE I32 Max(I32 _a, I32 _b)
 {
     return _mm512_max_epi32(_a.vec, _b.vec);
+}
+ZCK_INLINE I32 Abs(I32 _a)
+{
+    return _mm512_abs_epi32(_a.vec);
 }
 ZCK_INLINE M32 Equal(I32 _a, I32 _b)
 {
@@ -270,6 +286,14 @@ ZCK_INLINE F32 Select(M32 _mask, F32 _then, F32 _else)
 {
     return _mm512_mask_mov_ps(_else.vec, _mask.nMask, _then.vec);
 }
+ZCK_INLINE I32 AsInts(F32 _floats)
+{
+    return _mm512_castps_si512(_floats.vec);
+}
+ZCK_INLINE F32 AsFloats(I32 _ints)
+{
+    return _mm512_castsi512_ps(_ints.vec);
+}
 ZCK_INLINE F32 ToF32(I32 _ints)
 {
     return _mm512_cvtepi32_ps(_ints.vec);
@@ -294,6 +318,10 @@ ZCK_INLINE M32 Without(M32 _a, M32 _b)
 ZCK_INLINE bool Any(M32 _mask)
 {
     return _mask.nMask != 0;
+}
+ZCK_INLINE uint32_t Bits(M32 _mask)
+{
+    return _mask.nMask;
 }
 
 ZCK_INLINE U8 ShuffleBytes(U8 _bytes, const uint8_t (&_arrPattern)[16])
@@ -320,6 +348,17 @@ ZCK_INLINE void Interleave(I32 _a, I32 _b, I32& _first, I32& _second)
     const __m512i vecSecond = _mm512_setr_epi32(8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31);
     _first = _mm512_permutex2var_epi32(_a.vec, vecFirst, _b.vec);
     _second = _mm512_permutex2var_epi32(_a.vec, vecSecond, _b.vec);
+}
+ZCK_INLINE void Deinterleave(I32 _a, I32 _b, I32& _even, I32& _odd)
+{
+    const __m512i vecEven = _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
+    const __m512i vecOdd = _mm512_setr_epi32(1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
+    _even = _mm512_permutex2var_epi32(_a.vec, vecEven, _b.vec);
+    _odd = _mm512_permutex2var_epi32(_a.vec, vecOdd, _b.vec);
+}
+ZCK_INLINE I32 SplitHalves(I32 _a)
+{
+    return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), _a.vec);
 }
 ZCK_INLINE I32 FirstThree(I32 _a)
 {
@@ -413,6 +452,34 @@ struct SIMD_AVX512
     static ZCK_INLINE I32 WidenI32(const uint8_t* _pBytes, size_t _n)
     {
         return _mm512_cvtepu8_epi32(_mm_maskz_loadu_epi8(First(_n), _pBytes));
+    }
+    static ZCK_INLINE I32 WidenI32(const int16_t* _pWords)
+    {
+        return _mm512_cvtepi16_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(_pWords)));
+    }
+    static ZCK_INLINE void Narrow(int16_t* _pWords, I32 _ints)
+    {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(_pWords), _mm512_cvtsepi32_epi16(_ints.vec));
+    }
+    static ZCK_INLINE I32 LoadBlocks(const void* _pBlocks, ptrdiff_t _nStride)
+    {
+        const auto* const p = static_cast<const uint8_t*>(_pBlocks);
+        const auto Block = [&](ptrdiff_t _n) {
+            return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + _n * _nStride));
+        };
+        const __m512i vecFirst = _mm512_inserti32x4(_mm512_castsi128_si512(Block(0)), Block(1), 1);
+        return _mm512_inserti32x4(_mm512_inserti32x4(vecFirst, Block(2), 2), Block(3), 3);
+    }
+    static ZCK_INLINE void StoreBlocks(void* _pBlocks, ptrdiff_t _nStride, I32 _ints)
+    {
+        auto* const p = static_cast<uint8_t*>(_pBlocks);
+        const auto Put = [&](ptrdiff_t _n, __m128i _block) {
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(p + _n * _nStride), _block);
+        };
+        Put(0, _mm512_castsi512_si128(_ints.vec));
+        Put(1, _mm512_extracti32x4_epi32(_ints.vec, 1));
+        Put(2, _mm512_extracti32x4_epi32(_ints.vec, 2));
+        Put(3, _mm512_extracti32x4_epi32(_ints.vec, 3));
     }
 };
 

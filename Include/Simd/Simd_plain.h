@@ -45,6 +45,13 @@ template <size_t N> struct MASK
             bAny |= _mask.arr[i];
         return bAny;
     }
+    friend ZCK_INLINE uint32_t Bits(const MASK& _mask)
+    {
+        uint32_t nBits = 0;
+        for (size_t i = 0; i < N; ++i)
+            nBits |= uint32_t{_mask.arr[i]} << i;
+        return nBits;
+    }
 };
 
 template <class T, size_t N> struct VECTOR
@@ -159,7 +166,10 @@ template <class T, size_t N> struct VECTOR
     }
     friend ZCK_INLINE VECTOR Abs(const VECTOR& _a)
     {
-        return Of([&](size_t _n) { return std::fabs(_a.arr[_n]); });
+        if constexpr (std::is_floating_point<T>::value)
+            return Of([&](size_t _n) { return std::fabs(_a.arr[_n]); });
+        else
+            return Of([&](size_t _n) { return _a.arr[_n] < 0 ? 0 - Number(_a.arr[_n]) : Number(_a.arr[_n]); });
     }
 };
 
@@ -186,6 +196,10 @@ template <size_t N> ZCK_INLINE VECTOR<uint16_t, N / 2> Odd(const VECTOR<uint8_t,
 {
     return VECTOR<uint16_t, N / 2>::Of([&](size_t _n) { return _bytes.arr[2 * _n + 1]; });
 }
+template <size_t N> ZCK_INLINE VECTOR<uint16_t, N / 2> AddPairs(const VECTOR<uint8_t, N>& _bytes)
+{
+    return VECTOR<uint16_t, N / 2>::Of([&](size_t _n) { return _bytes.arr[2 * _n] + _bytes.arr[2 * _n + 1]; });
+}
 template <size_t N>
 ZCK_INLINE VECTOR<uint8_t, 2 * N> JoinBytes(const VECTOR<uint16_t, N>& _even, const VECTOR<uint16_t, N>& _odd)
 {
@@ -197,6 +211,32 @@ ZCK_INLINE VECTOR<int32_t, N / 2> MulAdd(const VECTOR<uint16_t, N>& _a, const VE
     const auto Product = [&](size_t _n) { return static_cast<int16_t>(_a.arr[_n]) * static_cast<int16_t>(_b.arr[_n]); };
     return VECTOR<int32_t, N / 2>::Of(
         [&](size_t _n) { return static_cast<uint32_t>(Product(2 * _n)) + static_cast<uint32_t>(Product(2 * _n + 1)); });
+}
+template <size_t N>
+ZCK_INLINE VECTOR<uint16_t, N> MulRound(const VECTOR<uint16_t, N>& _a, const VECTOR<uint16_t, N>& _b)
+{
+    return VECTOR<uint16_t, N>::Of([&](size_t _n) {
+        return (static_cast<int16_t>(_a.arr[_n]) * static_cast<int16_t>(_b.arr[_n]) + 0x4000) >> 15;
+    });
+}
+template <size_t N> ZCK_INLINE VECTOR<uint16_t, N> ClampToByte(const VECTOR<uint16_t, N>& _a)
+{
+    return VECTOR<uint16_t, N>::Of([&](size_t _n) {
+        const auto n = static_cast<int16_t>(_a.arr[_n]);
+        return n < 0 ? 0 : n > 255 ? 255 : n;
+    });
+}
+template <size_t N> ZCK_INLINE VECTOR<int32_t, N> AsInts(const VECTOR<float, N>& _floats)
+{
+    VECTOR<int32_t, N> res;
+    std::memcpy(res.arr, _floats.arr, sizeof(res.arr));
+    return res;
+}
+template <size_t N> ZCK_INLINE VECTOR<float, N> AsFloats(const VECTOR<int32_t, N>& _ints)
+{
+    VECTOR<float, N> res;
+    std::memcpy(res.arr, _ints.arr, sizeof(res.arr));
+    return res;
 }
 template <size_t N> ZCK_INLINE VECTOR<float, N> ToF32(const VECTOR<int32_t, N>& _ints)
 {
@@ -250,6 +290,18 @@ template <size_t N> ZCK_INLINE void Interleave(const VECTOR<int32_t, N>& _a, con
     const auto first = VECTOR<int32_t, N>::Of(Number);
     _second = VECTOR<int32_t, N>::Of([&](size_t _n) { return Number(_n + N); });
     _first = first;
+}
+template <size_t N> ZCK_INLINE void Deinterleave(const VECTOR<int32_t, N>& _a, const VECTOR<int32_t, N>& _b,
+                                                 VECTOR<int32_t, N>& _even, VECTOR<int32_t, N>& _odd)
+{
+    const auto Number = [&](size_t _n) { return _n < N ? _a.arr[_n] : _b.arr[_n - N]; };
+    const auto even = VECTOR<int32_t, N>::Of([&](size_t _n) { return Number(2 * _n); });
+    _odd = VECTOR<int32_t, N>::Of([&](size_t _n) { return Number(2 * _n + 1); });
+    _even = even;
+}
+template <size_t N> ZCK_INLINE VECTOR<int32_t, N> SplitHalves(const VECTOR<int32_t, N>& _a)
+{
+    return VECTOR<int32_t, N>::Of([&](size_t _n) { return _a.arr[_n % (N / 2) / 2 * 4 + _n / (N / 2) * 2 + _n % 2]; });
 }
 template <size_t N> ZCK_INLINE VECTOR<int32_t, N> FirstThree(const VECTOR<int32_t, N>& _a)
 {
@@ -324,6 +376,28 @@ template <size_t Lanes> struct SIMD_PLAIN_OF
     static ZCK_INLINE I32 WidenI32(const uint8_t* _pBytes, size_t _n = c_nLanes)
     {
         return I32::Of([&](size_t _nLane) { return _nLane < _n ? _pBytes[_nLane] : 0; });
+    }
+    static ZCK_INLINE I32 WidenI32(const int16_t* _pWords)
+    {
+        return I32::Of([&](size_t _n) { return _pWords[_n]; });
+    }
+    static ZCK_INLINE void Narrow(int16_t* _pWords, const I32& _ints)
+    {
+        for (size_t i = 0; i < Lanes; ++i)
+            _pWords[i] = static_cast<int16_t>(_ints.arr[i]);
+    }
+    static ZCK_INLINE I32 LoadBlocks(const void* _pBlocks, ptrdiff_t _nStride)
+    {
+        I32 res;
+        for (size_t i = 0; i < Lanes / 4; ++i)
+            std::memcpy(res.arr + 4 * i, static_cast<const uint8_t*>(_pBlocks) + static_cast<ptrdiff_t>(i) * _nStride,
+                        16);
+        return res;
+    }
+    static ZCK_INLINE void StoreBlocks(void* _pBlocks, ptrdiff_t _nStride, const I32& _ints)
+    {
+        for (size_t i = 0; i < Lanes / 4; ++i)
+            std::memcpy(static_cast<uint8_t*>(_pBlocks) + static_cast<ptrdiff_t>(i) * _nStride, _ints.arr + 4 * i, 16);
     }
 };
 using SIMD_PLAIN = SIMD_PLAIN_OF<8>;

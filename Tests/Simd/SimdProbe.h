@@ -98,6 +98,7 @@ template <class S> void ProbeBytes(CProbeWriter<S>& _writer, typename S::U8 _a, 
     _writer.Put(ElseAll(maskMore, _b));
     _writer.Put(Even(_a));
     _writer.Put(Odd(_a));
+    _writer.Put(AddPairs(_a));
     _writer.Put(JoinBytes(Odd(_a), Even(_b)));
     _writer.Put(ShuffleBytes(_a, c_arrPattern));
 }
@@ -112,6 +113,8 @@ template <class S> void ProbeWords(CProbeWriter<S>& _writer, typename S::U16 _a,
     _writer.Put(_a << 3);
     _writer.Put(_a >> 5);
     _writer.Put(MulAdd(_a, _b));
+    _writer.Put(MulRound(_a, _b));
+    _writer.Put(ClampToByte(_a));
     _writer.Put(PackBytes(_a, _b));
 }
 
@@ -131,6 +134,7 @@ template <class S> void ProbeInts(CProbeWriter<S>& _writer, typename S::I32 _a, 
     _writer.Put(ShiftedIn0(_a, 9));
     _writer.Put(Min(_a, _b));
     _writer.Put(Max(_a, -1000));
+    _writer.Put(Abs(_a));
     _writer.Put(maskMore);
     _writer.Put(maskOdd);
     _writer.Put(maskMore & maskOdd);
@@ -148,6 +152,24 @@ template <class S> void ProbeInts(CProbeWriter<S>& _writer, typename S::I32 _a, 
     Interleave(_a, _b, vecFirst, vecSecond);
     _writer.Put(vecFirst);
     _writer.Put(vecSecond);
+    Deinterleave(_a, _b, vecFirst, vecSecond);
+    _writer.Put(vecFirst);
+    _writer.Put(vecSecond);
+    _writer.Put(SplitHalves(_a));
+    _writer.Put(I32(static_cast<int>(Bits(maskMore))));
+}
+
+/// Loads and stores that only 32-bit integers have.
+template <class S> void ProbeIntMemory(CProbeWriter<S>& _writer, const PROBE_INPUT& _input, size_t _nByte)
+{
+    constexpr ptrdiff_t c_nStride = 24;
+    int16_t arrWords[S::c_nLanes];
+    uint8_t arrBlocks[c_nStride * S::c_nLanes / 4] = {};
+    const auto vecInts = S::LoadI32(_input.arrInts[0] + _nByte / 4) >> 17;
+    S::Narrow(arrWords, vecInts);
+    S::StoreBlocks(arrBlocks, c_nStride, vecInts);
+    _writer.Put(S::WidenI32(arrWords) + (vecInts << 1));
+    _writer.Put(S::LoadBlocks(arrBlocks + 4, c_nStride));
 }
 
 template <class S> void ProbeFloats(CProbeWriter<S>& _writer, const PROBE_INPUT& _input, size_t _n)
@@ -163,6 +185,8 @@ template <class S> void ProbeFloats(CProbeWriter<S>& _writer, const PROBE_INPUT&
     _writer.Put(Min(fltA, fltB));
     _writer.Put(Max(fltA, 0.0f));
     _writer.Put(Abs(fltA));
+    _writer.Put(AsInts(fltA));
+    _writer.Put(AsFloats(AsInts(fltB)));
     _writer.Put(Less(fltA, fltB));
     _writer.Put(Select(Less(fltA, fltB), fltA, fltB));
     _writer.Put(ToI32(S::LoadF32(_input.arrSmall + _n)));
@@ -199,6 +223,7 @@ template <class S> void SimdProbe(const PROBE_INPUT& _input, PROBE_OUTPUT* _pOut
         ProbeWords<S>(writer, As<typename S::U16>(vecA), As<typename S::U16>(vecB));
         ProbeInts<S>(writer, S::LoadI32(_input.arrInts[0] + n / 4), S::LoadI32(_input.arrInts[1] + n / 4));
         ProbeFloats<S>(writer, _input, n / 4);
+        ProbeIntMemory<S>(writer, _input, n);
         writer.Put(S::WidenI32(_input.arrBytes[0] + n));
         writer.Put(S::WidenU16(_input.arrBytes[0] + n));
     }

@@ -105,14 +105,23 @@ TEST(Simd, PlainVectorsDoWhatTheirNamesSay)
     Interleave(vecUp, vecWide, vecFirst, vecSecond);
     ExpectNumbers(vecFirst, {0, -100000, 1, -70000, 2, -40000, 3, -10000});
     ExpectNumbers(vecSecond, {4, 20000, 5, 50000, 6, 80000, 7, 110000});
+    PLAIN::I32 vecEven, vecOdd;
+    Deinterleave(vecFirst, vecSecond, vecEven, vecOdd);
+    ExpectNumbers(vecEven, {0, 1, 2, 3, 4, 5, 6, 7});
+    ExpectNumbers(vecOdd, {-100000, -70000, -40000, -10000, 20000, 50000, 80000, 110000});
+    ExpectNumbers(SplitHalves(vecUp), {0, 1, 4, 5, 2, 3, 6, 7});
+    EXPECT_EQ(Bits(Greater(vecWide, -50000)), 0xFCu);
     // In blocks: four of the one, four of the other.
     const PLAIN::U16 vecPacked = PackWords(vecWide, vecUp);
     ExpectNumbers(vecPacked, {32768, 32768, 32768, 55536, 0, 1, 2, 3, 20000, 32767, 32767, 32767, 4, 5, 6, 7});
     ExpectNumbers(PackBytes(vecPacked, PLAIN::U16(7)), {0, 0, 0, 0, 0, 1, 2, 3, 7, 7, 7, 7, 7, 7, 7, 7, 255, 255});
     ExpectNumbers(MulAdd(PLAIN::U16(-3), Counted<PLAIN::U16>(0, 10)), {-30, -150, -270});
+    ExpectNumbers(MulRound(PLAIN::U16(-3), Counted<PLAIN::U16>(16384, 5461)), {65535, 65534, 65534, 65533});
+    ExpectNumbers(ClampToByte(Counted<PLAIN::U16>(-1, 128)), {0, 127, 255, 255});
     const auto vecBytes = Counted<PLAIN::U8>(0, 1);
     ExpectNumbers(Even(vecBytes), {0, 2, 4, 6});
     ExpectNumbers(Odd(vecBytes), {1, 3, 5, 7});
+    ExpectNumbers(AddPairs(vecBytes), {1, 5, 9, 13});
     ExpectNumbers(JoinBytes(Odd(vecBytes), Even(vecBytes)), {1, 0, 3, 2, 5, 4});
     ExpectNumbers(ElseNone(AtLeast(vecBytes, 2), vecBytes), {0, 0, 2, 3});
     ExpectNumbers(ElseAll(AtLeast(2, vecBytes), vecBytes), {0, 1, 2, 255});

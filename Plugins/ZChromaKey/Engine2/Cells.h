@@ -28,4 +28,5 @@ struct UNMIX_PICTURE
 
 /// Step 1: sums, least and greatest values of 4x4 pixels for the cell rows _nFirst to _nFirst + _nRows - 1.
 /// _pChanged: a byte a cell row, 0 where all is as it was in the frame before.
-void Cells_Pass(const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged, int _nFirst, int _nRows);
+void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged,
+                int _nFirst, int _nRows);

@@ -2,41 +2,11 @@
 
 #include "ZChromaKey/Engine2/Plate.h"
 
-#include <cmath>
-
 namespace
 {
 constexpr int c_nCoreDistance = 3;
-constexpr float c_fltGuard = .4f; // cells all of whose pixels are more opaque than this may be closed
 constexpr int c_nForeLevels = 5;
 constexpr float c_fltForeDecay = .7f;
-
-// The difference of a cell's mean, and bounds of that of its pixels.
-struct BOUNDS
-{
-    float fltMean;
-    float fltLeast;
-    float fltMost;
-};
-
-BOUNDS BoundsOf(const CELL_BACKDROP& _back, const UNMIX_CELLS& _cells, size_t _nAt)
-{
-    const KEY_FORMS& key = *_back.pKey;
-    const VEC4 mean = _cells.Mean(_nAt);
-    const float fltX = key.X(mean.b, mean.g, mean.r);
-    const float fltZ = std::abs(key.Z(mean.b, mean.g, mean.r) - _back.fltRho * fltX);
-    int nMostX = 0, nLeastX = 0, nReachZ = 0; // in 64ths: exact
-    for (int c = 0; c < 3; ++c)
-    {
-        const int nMin = _cells.Min(_nAt, c), nMax = _cells.Max(_nAt, c);
-        nMostX += key.anX[c] * (key.anX[c] > 0 ? nMax : nMin);
-        nLeastX += key.anX[c] * (key.anX[c] > 0 ? nMin : nMax);
-        nReachZ += std::abs(key.anZ[c]) * (nMax - nMin);
-    }
-    const float fltReach = static_cast<float>(nReachZ) / 64;
-    return {fltX - key.fltWedge * fltZ, static_cast<float>(nLeastX) / 64 - key.fltWedge * (fltZ + fltReach),
-            static_cast<float>(nMostX) / 64 - key.fltWedge * std::max(fltZ - fltReach, 0.0f)};
-}
 
 // Grows a row of bits by one cell to all sides, through cells that are not closed.
 bool GrowRow(CBitRows& _bits, const CBitRows& _bitsClosed, int _nRow)
@@ -109,30 +79,109 @@ void DropMarks(UNMIX_STATE& _state, FIELD_STATE& _field)
 }
 } // namespace
 
-void Classes_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nRows)
+namespace
+{
+CLASS_RULES RulesOf(const UNMIX_STATE& _state, const KEY_FORMS& _key)
 {
     const UNMIX_PARAMS& params = _state.setup.params;
-    const float fltNoise = params.fltNoise > 0 ? _state.fltNoise : 0;
-    const float fltClip = params.fltNoise * fltNoise * .6f;
-    const float fltCore = params.fltSolid * .0036f; // what may be open in the core: 0.18 by default
+    CLASS_RULES rules = {};
+    std::copy(_key.arrX, _key.arrX + 3, rules.arrX);
+    std::copy(_key.arrZ, _key.arrZ + 3, rules.arrZ);
+    std::copy(_key.anX, _key.anX + 3, rules.anX);
+    std::copy(_key.anZ, _key.anZ + 3, rules.anZ);
+    rules.fltLeastX = .15f * _key.fltX;
+    rules.fltWedge = _key.fltWedge;
+    rules.fltNoise = params.fltNoise > 0 ? _state.fltNoise : 0;
+    rules.fltClip = params.fltNoise * rules.fltNoise * .6f;
+    rules.fltClean = params.fltCleanBackdrop / 100;
+    // What may be open in the core: 0.18 by default.
+    rules.fltOpen = std::max(params.fltSolid * .0036f, std::min(params.fltSolid * .02f * _key.fltCloth, .7f));
+    return rules;
+}
+
+// What a pass over rows needs.
+struct CLASS_PASS
+{
+    const UNMIX_STATE& state;
+    FIELD_STATE& field;
+    CLASS_RULES arrRules[c_nUnmixMaxKeys];
+};
+
+// The plate's cells round the cells of a chunk; beyond the grid as at its border.
+void TakePlate(const UNMIX_STATE& _state, int _nX, int _nRow, VEC4* _pOut)
+{
+    const VEC4* const pRow = &_state.vecPlate[static_cast<size_t>(_nRow) * _state.nPlateWidth];
+    const int nFirst = _nX / 2, nEnd = std::min(nFirst + c_nChunkPlates, _state.nPlateWidth);
+    *_pOut++ = pRow[std::max(nFirst - 1, 0)];
+    _pOut = std::copy(pRow + nFirst, pRow + nEnd, _pOut);
+    *_pOut = pRow[std::min(nEnd, _state.nPlateWidth - 1)];
+}
+
+// The cells of a chunk that belong to a key.
+uint64_t OwnedBy(const UNMIX_STATE& _state, int _nKey, int _nX, int _nY)
+{
+    if (_state.nKeys == 1)
+        return ~uint64_t{0};
+    const uint8_t* const pOwner = &_state.vecOwner[static_cast<size_t>(_nY / 2) * _state.nPlateWidth + _nX / 2];
+    const int nPlateCells = std::min(c_nChunkPlates, _state.nPlateWidth - _nX / 2);
+    uint64_t nOwned = 0;
+    for (int n = 0; n < nPlateCells; ++n)
+        nOwned |= (pOwner[n] == _nKey ? uint64_t{3} : 0) << 2 * n;
+    return nOwned;
+}
+
+// Takes over what was found of the cells of one key.
+void PutClasses(FIELD_STATE& _field, const CLASS_CHUNK& _chunk, uint64_t _nOwned, int _nX, int _nY)
+{
+    const int k = _nX / c_nChunkCells;
+    const auto Put = [&](CBitRows& _bits, uint64_t _nBits) {
+        _bits.Row(_nY)[k] = (_bits.Row(_nY)[k] & ~_nOwned) | (_nBits & _nOwned);
+    };
+    Put(_field.bitsSolid0, _chunk.nSolid0);
+    Put(_field.bitsInner, _chunk.nInner);
+    Put(_field.bitsDoubt, _chunk.nDoubt);
+    Put(_field.bitsBackdrop, _chunk.nBackdrop);
+    Put(_field.bitsSolid, _chunk.nSolid);
+    int16_t* const pRho = &_field.cells.vecRho[_field.cells.At(_nX, _nY)];
+    for (int n = 0; n < _chunk.cells.nCells; ++n)
+        pRho[n] = _nOwned >> n & 1 ? _chunk.pRho[n] : pRho[n];
+}
+
+void ClassifyChunk(CLASS_PASS& _pass, int _nX, int _nY)
+{
+    const UNMIX_STATE& state = _pass.state;
+    const BETWEEN rows = Grid_Between(_nY, state.nPlateHeight);
+    VEC4 arrPlate[2][c_nChunkPlates + 2];
+    TakePlate(state, _nX, rows.nFirst, arrPlate[0]);
+    TakePlate(state, _nX, rows.nSecond, arrPlate[1]);
+    int16_t arrRho[c_nChunkCells];
+    for (int k = 0; k < state.nKeys; ++k)
+    {
+        const uint64_t nOwned = OwnedBy(state, k, _nX, _nY);
+        if (nOwned == 0)
+            continue;
+        CLASS_CHUNK chunk = {};
+        chunk.cells = _pass.field.cells.Chunk(_nX, _nY);
+        chunk.pRules = &_pass.arrRules[k];
+        chunk.arrPlate[0] = &arrPlate[0][0].b;
+        chunk.arrPlate[1] = &arrPlate[1][0].b;
+        chunk.fltBelow = rows.fltSecond;
+        chunk.nSure = _pass.field.bitsSure.Row(_nY)[_nX / c_nChunkCells];
+        chunk.pRho = arrRho;
+        state.pKernels->pfnClasses(chunk);
+        PutClasses(_pass.field, chunk, nOwned, _nX, _nY);
+    }
+}
+} // namespace
+
+void Classes_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nRows)
+{
+    CLASS_PASS pass{_state, _field, {}};
+    for (int k = 0; k < _state.nKeys; ++k)
+        pass.arrRules[k] = RulesOf(_state, _state.arrKeys[k]);
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
-        for (int x = 0; x < _field.cells.nWidth; ++x)
-        {
-            const CELL_BACKDROP back = Plate_Backdrop(_state, x, y);
-            const BOUNDS bounds = BoundsOf(back, _field.cells, _field.cells.At(x, y));
-            _field.cells.vecRho[_field.cells.At(x, y)] = static_cast<int16_t>(static_cast<int>(back.fltRho * 32767));
-            const float fltX = back.fltX;
-            const float fltLow = std::max(std::min(fltClip, .25f * fltX), params.fltCleanBackdrop / 100 * fltX);
-            // In sure backdrop contrast is noise or dirt.
-            const float fltReach = _field.bitsSure.Get(x, y) ? std::max(3 * fltLow, .18f * fltX) : fltLow;
-            // A little below 0: mixtures with colourful foreground reach 0 before they are solid.
-            _field.bitsSolid0.Set(x, y, bounds.fltMean < fltNoise - .05f * fltX);
-            const float fltOpen = std::max(fltCore, std::min(params.fltSolid * .02f * back.pKey->fltCloth, .7f));
-            _field.bitsInner.Set(x, y, params.fltSolid > 0 && bounds.fltMean < fltOpen * fltX);
-            _field.bitsDoubt.Set(x, y, bounds.fltMost >= (1 - c_fltGuard) * fltX);
-            _field.bitsBackdrop.Set(x, y, bounds.fltLeast > fltX - fltReach);
-            _field.bitsSolid.Set(x, y, bounds.fltMost < .03f * fltX);
-        }
+        for (int x = 0; x < _field.cells.nWidth; x += c_nChunkCells)
+            ClassifyChunk(pass, x, y);
 }
 
 void Classes_Finish(UNMIX_STATE& _state, FIELD_STATE& _field)
@@ -160,15 +209,13 @@ void Classes_Finish(UNMIX_STATE& _state, FIELD_STATE& _field)
         DropMarks(_state, _field);
 }
 
-void Foreground_Pass(FIELD_STATE& _field, int _nFirst, int _nRows)
+void Foreground_Pass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nRows)
 {
     UNMIX_PYRAMID::LEVEL& level = _field.fore.arrLevels[0];
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
         VEC4* const pRow = level.vec.data() + static_cast<ptrdiff_t>(y) * level.nWidth;
-        Plate_Mean(_field.cells, _field.bitsSolid0, y, level.nWidth, pRow);
-        for (int x = 0; x < level.nWidth; ++x)
-            pRow[x].w = std::min(pRow[x].w, 1.0f);
+        Plate_Mean(*_state.pKernels, _field.cells, _field.bitsSolid0, y, 1, pRow);
     }
 }
 

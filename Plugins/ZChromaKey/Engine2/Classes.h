@@ -13,6 +13,6 @@ void Classes_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nR
 void Classes_Finish(UNMIX_STATE& _state, FIELD_STATE& _field);
 
 /// Rows of the plate grid: means of solid cells, for PushPull.
-void Foreground_Pass(FIELD_STATE& _field, int _nFirst, int _nRows);
+void Foreground_Pass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nRows);
 /// Spreads them: the foreground plate with its confidence.
 void Foreground_Fill(FIELD_STATE& _field);

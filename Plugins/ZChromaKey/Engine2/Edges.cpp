@@ -178,7 +178,7 @@ VEC4 Grown(const UNMIX_STATE& _state, const FIELD_STATE& _field, const VEC4& _va
         return _value;
     const size_t nPlate = static_cast<size_t>(_nY / (2 * c_nCell)) * _state.nPlateWidth + _nX / (2 * c_nCell);
     const KEY_FORMS& key = _state.arrKeys[_state.vecOwner[nPlate]];
-    const VEC4 clean = Pixels_Limit(Pixels_Limiter(key, _state.setup.params), key, fore * (1 / fore.w));
+    const VEC4 clean = Pixels_Limit(Pixels_Limiter(key, _state.setup.params), fore * (1 / fore.w));
     const float fltOwn = _value.w / _fltAlpha;
     return _value * fltOwn + clean * (1 - fltOwn);
 }

@@ -105,6 +105,15 @@ public:
     {
         std::fill(m_vecBits.begin(), m_vecBits.end(), 0);
     }
+    /// Calls _body(first, end) for each run of cells of a row that are set.
+    template <class T> void ForEachRun(int _nRow, const T& _body) const
+    {
+        for (int nEnd = 0, nFirst = Next(_nRow, 0, 0); nFirst < m_nWidth; nFirst = Next(_nRow, nEnd, 0))
+        {
+            nEnd = std::min(Next(_nRow, nFirst, ~uint64_t{0}), m_nWidth);
+            _body(nFirst, nEnd);
+        }
+    }
     /// Keeps the cells whose 3x3 neighbours are set as well, _nTimes over; outside the grid counts as set.
     void Erode(int _nTimes, std::vector<uint64_t>& _vecScratch);
     /// The number of cells that are set.
@@ -118,6 +127,20 @@ public:
     bool operator==(const CBitRows&) const = default;
 
 private:
+    // The first cell from _nX on that is set, or, with all bits inverted, that is not; beyond the row where there is
+    // none.
+    int Next(int _nRow, int _nX, uint64_t _nInvert) const
+    {
+        const uint64_t* const pRow = Row(_nRow);
+        int k = _nX >> 6;
+        if (k >= m_nWords)
+            return m_nWidth;
+        uint64_t nWord = (pRow[k] ^ _nInvert) & ~uint64_t{0} << (_nX & 63);
+        while (nWord == 0 && ++k < m_nWords)
+            nWord = pRow[k] ^ _nInvert;
+        return nWord == 0 ? m_nWidth : 64 * k + std::countr_zero(nWord);
+    }
+
     int m_nWidth = 0;
     int m_nHeight = 0;
     int m_nWords = 0;

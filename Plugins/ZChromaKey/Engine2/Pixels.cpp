@@ -2,31 +2,12 @@
 
 #include "ZChromaKey/Engine2/Screen.h"
 
-#include <cmath>
 #include <cstring>
 
 namespace
 {
 constexpr float c_fltQuiet = .75f; // noise below which nothing is filtered
 constexpr float c_fltTimeNoise = 2;
-constexpr int c_nTimeWeight = 16384; // of 32768
-constexpr int16_t c_nUnknown = INT16_MIN;
-
-int Clamp16(int _n)
-{
-    return std::clamp(_n, -32768, 32767);
-}
-
-// a b / 2^15, rounded: one instruction on vectors of 16 bits.
-int MulRound(int _a, int _b)
-{
-    return (_a * _b + 16384) >> 15;
-}
-
-int RoundSigned(float _flt)
-{
-    return static_cast<int>(_flt + 32768.5f) - 32768;
-}
 
 // What a pass over one picture needs, made once.
 struct PASS
@@ -35,232 +16,244 @@ struct PASS
     FIELD_STATE& field;
     const UNMIX_PICTURE& picture;
     const UNMIX_RESULT& result;
+    const UNMIX_KERNELS& kernels;
     PIXEL_RULES arrRules[c_nUnmixMaxKeys];
-    bool bSeen;
-    bool bFilter;
-    bool bPast;
-    int nNear;     // 32nds: neighbours this near are averaged
-    int nTimeNear; // and values of the frame before
+    FILTER_RULES filter;
+
+    size_t ResultPixel() const
+    {
+        return result.bWords ? 8 : 4;
+    }
+    int OwnerOf(int _nX, int _nY) const
+    {
+        return state.vecOwner[static_cast<size_t>(_nY >> 1) * state.nPlateWidth + (_nX >> 1)];
+    }
 };
 
-VEC4 ColourAt(const UNMIX_PICTURE& _picture, int _nX, int _nY)
+// What a run of mixed cells is made of, with room for whole vectors past its end.
+struct RUN_BUFFERS
 {
-    if (_picture.pDeep0)
-    {
-        const uint16_t* const p = _picture.DeepRow(_nY) + ptrdiff_t{4} * _nX;
-        return {static_cast<float>(p[0]) / 64, static_cast<float>(p[1]) / 64, static_cast<float>(p[2]) / 64, 0};
-    }
-    const uint8_t* const p = _picture.Row(_nY) + ptrdiff_t{4} * _nX;
-    return {static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]), 0};
+    static constexpr size_t c_nSlack = 16;
+    uint16_t arrSource[6][4 * (c_nMixedPixels + c_nSlack)];
+    int32_t arrRho[3][c_nMixedPixels + c_nSlack];
+    float arrCore[16 * c_nMixedCells];
+    float arrKeep[16 * c_nMixedCells];
+    uint16_t arrOut[4][16 * c_nMixedCells];
+};
+
+// Pixels _nFirst to _nEnd - 1 of a row, those outside of the picture as its borders.
+template <class T> void CopyPixels(const T* _pRow, int _nWidth, int _nFirst, int _nEnd, T* _pOut)
+{
+    const int nFrom = std::clamp(_nFirst, 0, _nWidth - 1), nTo = std::min(_nEnd, _nWidth);
+    for (int x = _nFirst; x < nFrom; ++x, _pOut += 4)
+        std::copy_n(_pRow, 4, _pOut);
+    std::memcpy(_pOut, _pRow + ptrdiff_t{4} * nFrom, 4 * sizeof(T) * static_cast<size_t>(nTo - nFrom));
+    _pOut += ptrdiff_t{4} * (nTo - nFrom);
+    for (int x = nTo; x < _nEnd; ++x, _pOut += 4)
+        std::copy_n(_pRow + ptrdiff_t{4} * (_nWidth - 1), 4, _pOut);
 }
 
-// A form of a pixel in 32nds of a level.
-int FormAt(const UNMIX_PICTURE& _picture, const int32_t* _pForm, int _nX, int _nY)
+void TakeSource(const PASS& _pass, int _nX, int _nY, MIXED_RUN& _run, RUN_BUFFERS& _buffers)
 {
-    if (_picture.pDeep0)
+    const UNMIX_PICTURE& picture = _pass.picture;
+    const int x0 = _nX * c_nCell - 1, x1 = x0 + 4 * _run.nCells + 2;
+    _run.bDeep = picture.pDeep0 != nullptr;
+    for (int y = 0; y < 6; ++y)
     {
-        const uint16_t* const p = _picture.DeepRow(_nY) + ptrdiff_t{4} * _nX;
-        return (_pForm[0] * p[0] + _pForm[1] * p[1] + _pForm[2] * p[2]) >> 7;
+        const int nRow = std::clamp(_nY * c_nCell + y - 1, 0, picture.nHeight - 1);
+        uint16_t* const pOut = _buffers.arrSource[y];
+        _run.arrSource[y] = pOut;
+        if (_run.bDeep)
+            CopyPixels(picture.DeepRow(nRow), picture.nWidth, x0, x1, pOut);
+        else
+            CopyPixels(picture.Row(nRow), picture.nWidth, x0, x1, reinterpret_cast<uint8_t*>(pOut));
     }
-    const uint8_t* const p = _picture.Row(_nY) + ptrdiff_t{4} * _nX;
-    return (_pForm[0] * p[0] + _pForm[1] * p[1] + _pForm[2] * p[2]) >> 1;
 }
 
-// D = X - wedge |Z - rho X| in 32nds of a level; integers, so that every kernel agrees.
-int DifferenceAt(const PASS& _pass, const KEY_FORMS& _key, int _nX, int _nY)
+void TakeRho(const PASS& _pass, int _nX, int _nY, MIXED_RUN& _run, RUN_BUFFERS& _buffers)
 {
     const UNMIX_CELLS& cells = _pass.field.cells;
-    const int nX = FormAt(_pass.picture, _key.anX, _nX, _nY);
-    const int nZ = FormAt(_pass.picture, _key.anZ, _nX, _nY);
-    const int nRho = cells.vecRho[cells.At(_nX / c_nCell, _nY / c_nCell)];
-    const int nAcross = std::min(std::abs(nZ - MulRound(nX, nRho)), 8191);
-    const int nWedge = Rounded(_key.fltWedge * 8192);
-    return Clamp16(nX - MulRound(4 * nAcross, nWedge));
-}
-
-// The mean of those of 3x3 pixels whose difference is near that of the middle: colours keep their grain. _p: the
-// middle in a square of 6x6.
-int Filtered(const int* _p, int _nNear)
-{
-    static constexpr int c_arrShare[10] = {0, 32768, 16384, 10923, 8192, 6554, 5461, 4681, 4096, 3641};
-    int nSum = 0, nCount = 1;
-    for (int y = -1; y <= 1; ++y)
-        for (int x = -1; x <= 1; ++x)
-        {
-            const int nOff = _p[6 * y + x] - _p[0];
-            const bool bNear = (x != 0 || y != 0) && std::abs(nOff) < _nNear;
-            nSum += bNear ? nOff : 0;
-            nCount += bNear;
-        }
-    return _p[0] + MulRound(nSum, c_arrShare[nCount]);
-}
-
-// The filter over time. What is kept is the difference over that of the backdrop, so that light that changes does not
-// linger. A picture that was seen before gets what it got then, unless another setup has moved it.
-int WithPast(const PASS& _pass, int16_t& _nPast, int _nDifference, float _fltX)
-{
-    const float fltScale = _fltX * (32 / 8192.0f);
-    if (_nPast != c_nUnknown)
+    for (int y = 0; y < 3; ++y)
     {
-        const int nBefore = Clamp16(RoundSigned(static_cast<float>(_nPast) * fltScale));
-        const bool bNear = std::abs(nBefore - _nDifference) < _pass.nTimeNear;
-        if (bNear && _pass.bSeen)
-            return nBefore;
-        if (bNear)
-            _nDifference += MulRound(nBefore - _nDifference, c_nTimeWeight);
+        const int16_t* const pRow = &cells.vecRho[cells.At(0, std::clamp(_nY + y - 1, 0, cells.nHeight - 1))];
+        int32_t* pOut = _buffers.arrRho[y];
+        _run.arrRho[y] = pOut;
+        *pOut++ = pRow[std::max(_nX - 1, 0)];
+        for (int x = _nX; x < _nX + _run.nCells; ++x, pOut += 4)
+            std::fill_n(pOut, 4, pRow[x]);
+        *pOut = pRow[std::min(_nX + _run.nCells, cells.nWidth - 1)];
     }
-    const int nKept = RoundSigned(std::clamp(static_cast<float>(_nDifference) / fltScale, -32767.0f, 32767.0f));
-    _nPast = static_cast<int16_t>(nKept);
-    return Clamp16(RoundSigned(static_cast<float>(nKept) * fltScale));
 }
 
-// A field of the plate's cells inside a cell of 4x4 pixels: bilinear between four of them.
-struct BLOCK_FIELD
+void TakePlates(const PASS& _pass, int _nX, int _nY, MIXED_RUN& _run)
 {
-    VEC4 arrCorner[4];
-    float fltX0;
-    float fltY0;
+    const UNMIX_STATE& state = _pass.state;
+    const BETWEEN rows = Grid_Between(_nY, state.nPlateHeight);
+    const std::vector<VEC4>& vecFore = _pass.field.fore.arrLevels[0].vec;
+    const auto Row = [&](const std::vector<VEC4>& _vec, int _nRow) {
+        return &_vec[static_cast<size_t>(_nRow) * state.nPlateWidth].b;
+    };
+    _run.arrBack[0] = Row(state.vecPlate, rows.nFirst);
+    _run.arrBack[1] = Row(state.vecPlate, rows.nSecond);
+    _run.arrFore[0] = Row(vecFore, rows.nFirst);
+    _run.arrFore[1] = Row(vecFore, rows.nSecond);
+    _run.nPlateWidth = state.nPlateWidth;
+    _run.nFirst = _nX;
+    _run.bOddRow = _nY & 1;
+}
 
-    VEC4 At(int _nX, int _nY) const
+// How far a pixel is inside core: the cells' bits, bilinear between their middles, doubled and cut. By the bits of 3x3
+// cells.
+struct CORE_TABLE
+{
+    float arr[512][16];
+
+    CORE_TABLE()
     {
-        const float x = fltX0 + static_cast<float>(_nX) * .125f;
-        const float y = fltY0 + static_cast<float>(_nY) * .125f;
-        const VEC4 above = arrCorner[0] + (arrCorner[1] - arrCorner[0]) * x;
-        const VEC4 below = arrCorner[2] + (arrCorner[3] - arrCorner[2]) * x;
-        return above + (below - above) * y;
+        for (int nBits = 0; nBits < 512; ++nBits)
+            for (int n = 0; n < 16; ++n)
+                arr[nBits][n] = At(nBits, n % 4, n / 4);
     }
-};
-
-BLOCK_FIELD FieldOf(const VEC4* _pGrid, int _nWidth, int _nHeight, int _nX, int _nY)
-{
-    const BETWEEN cols = Grid_Between(_nX, _nWidth);
-    const BETWEEN rows = Grid_Between(_nY, _nHeight);
-    const VEC4* const pAbove = _pGrid + static_cast<ptrdiff_t>(rows.nFirst) * _nWidth;
-    const VEC4* const pBelow = _pGrid + static_cast<ptrdiff_t>(rows.nSecond) * _nWidth;
-    return {{pAbove[cols.nFirst], pAbove[cols.nSecond], pBelow[cols.nFirst], pBelow[cols.nSecond]},
-            _nX & 1 ? .0625f : .5625f,
-            _nY & 1 ? .0625f : .5625f};
-}
-
-// How far a pixel is inside core: the cells' bits, bilinear between their middles, doubled and cut.
-struct CORE_FIELD
-{
-    float arr[3][3];
-    bool bAny;
-
-    float At(int _nX, int _nY) const
+    static float At(int _nBits, int _nX, int _nY)
     {
         static constexpr float c_arrOther[4] = {.375f, .125f, .125f, .375f};
+        const auto Bit = [&](int _x, int _y) { return _nBits >> (3 * _y + _x) & 1 ? 1.0f : 0.0f; };
         const int nColumn = _nX < 2 ? 0 : 2, nRow = _nY < 2 ? 0 : 2;
         const float x = c_arrOther[_nX], y = c_arrOther[_nY];
-        const float fltHere = arr[1][1] + (arr[1][nColumn] - arr[1][1]) * x;
-        const float fltThere = arr[nRow][1] + (arr[nRow][nColumn] - arr[nRow][1]) * x;
+        const float fltHere = Bit(1, 1) + (Bit(nColumn, 1) - Bit(1, 1)) * x;
+        const float fltThere = Bit(1, nRow) + (Bit(nColumn, nRow) - Bit(1, nRow)) * x;
         return Clamp01(2 * (fltHere + (fltThere - fltHere) * y) - 1);
     }
 };
 
-CORE_FIELD CoreOf(const CBitRows& _bits, int _nX, int _nY)
+// The bits of 3x3 cells; outside the grid as at its border.
+int BitsAround(const CBitRows& _bits, int _nX, int _nY)
 {
-    CORE_FIELD core;
-    core.bAny = false;
+    const int nLeft = std::max(_nX - 1, 0), nRight = std::min(_nX + 1, _bits.Width() - 1);
+    int nBits = 0;
     for (int y = 0; y < 3; ++y)
-        for (int x = 0; x < 3; ++x)
-        {
-            const bool b = _bits.Get(std::clamp(_nX + x - 1, 0, _bits.Width() - 1),
-                                     std::clamp(_nY + y - 1, 0, _bits.Height() - 1));
-            core.arr[y][x] = b ? 1.0f : 0.0f;
-            core.bAny |= b;
-        }
-    return core;
+    {
+        const int nRow = std::clamp(_nY + y - 1, 0, _bits.Height() - 1);
+        nBits |= (_bits.Get(nLeft, nRow) | _bits.Get(_nX, nRow) << 1 | _bits.Get(nRight, nRow) << 2) << 3 * y;
+    }
+    return nBits;
 }
 
-void MixedCell(PASS& _pass, int _nX, int _nY)
+bool TakeCore(const PASS& _pass, int _nX, int _nY, const MIXED_RUN& _run, float* _pCore)
 {
-    const UNMIX_STATE& state = _pass.state;
+    static const CORE_TABLE table;
+    int nAny = 0;
+    for (int n = 0; n < _run.nCells; ++n)
+    {
+        const int nBits = BitsAround(_pass.field.bitsInner, _nX + n, _nY);
+        std::memcpy(_pCore + ptrdiff_t{16} * n, table.arr[nBits], sizeof(table.arr[nBits]));
+        nAny |= nBits;
+    }
+    return nAny != 0;
+}
+
+// How far the pixels of the run have a protected colour.
+void TakeProtected(const PASS& _pass, const MIXED_RUN& _run, RUN_BUFFERS& _buffers)
+{
+    for (int n = 0; n < 16 * _run.nCells; ++n)
+    {
+        const uint16_t* const pRow = _buffers.arrSource[1 + n % 16 / 4];
+        const ptrdiff_t nAt = ptrdiff_t{4} * (1 + n / 16 * 4 + n % 4);
+        const uint8_t* const pBytes = reinterpret_cast<const uint8_t*>(pRow) + nAt;
+        const VEC4 colour = _run.bDeep ? VEC4{pRow[nAt] / 64.0f, pRow[nAt + 1] / 64.0f, pRow[nAt + 2] / 64.0f, 0}
+                                       : VEC4{float(pBytes[0]), float(pBytes[1]), float(pBytes[2]), 0};
+        _buffers.arrKeep[n] = Screen_Protection(_pass.state.setup, colour);
+        _buffers.arrCore[n] = std::max(_buffers.arrCore[n], _buffers.arrKeep[n]);
+    }
+}
+
+void MixedCells(const PASS& _pass, int _nX, int _nEnd, int _nY)
+{
+    RUN_BUFFERS buffers;
+    MIXED_RUN run = {};
+    run.pRules = &_pass.arrRules[_pass.OwnerOf(_nX, _nY)];
+    run.pFilter = &_pass.filter;
+    run.nCells = _nEnd - _nX;
+    TakeSource(_pass, _nX, _nY, run, buffers);
+    TakeRho(_pass, _nX, _nY, run, buffers);
+    TakePlates(_pass, _nX, _nY, run);
+    run.pCore = TakeCore(_pass, _nX, _nY, run, buffers.arrCore) ? buffers.arrCore : nullptr;
+    if (_pass.state.setup.nProtected > 0)
+    {
+        TakeProtected(_pass, run, buffers);
+        run.pCore = buffers.arrCore;
+        run.pKeep = buffers.arrKeep;
+    }
+    if (_pass.filter.bPast)
+        run.pPast = &_pass.field.vecPast[16 * _pass.field.cells.At(_nX, _nY)];
+    const int nRows = std::min(c_nCell, _pass.picture.nHeight - _nY * c_nCell);
+    const int nPixels = std::min(_nEnd * c_nCell, _pass.picture.nWidth) - _nX * c_nCell;
+    const bool bWhole = nRows == c_nCell && nPixels == run.nCells * c_nCell;
+    uint8_t* const pResult = _pass.result.Bytes(_nY * c_nCell) + _nX * c_nCell * _pass.ResultPixel();
+    run.bWords = _pass.result.bWords;
+    run.pOut = bWhole ? pResult : reinterpret_cast<uint8_t*>(buffers.arrOut[0]);
+    run.nOutStride = bWhole ? _pass.result.nStride : static_cast<ptrdiff_t>(sizeof(buffers.arrOut[0]));
+    _pass.kernels.pfnMixed(run);
+    for (int y = 0; y < nRows && !bWhole; ++y)
+        std::memcpy(pResult + y * _pass.result.nStride, buffers.arrOut[y],
+                    static_cast<size_t>(nPixels) * _pass.ResultPixel());
+}
+
+void SolidCells(const PASS& _pass, int _nX, int _nEnd, int _nY, bool _bProtected)
+{
+    static constexpr LIMIT_RULES c_none = {};
     const UNMIX_PICTURE& picture = _pass.picture;
-    const CELL_BACKDROP here = Plate_Backdrop(state, _nX, _nY);
-    const PIXEL_RULES& rules = _pass.arrRules[here.pKey - state.arrKeys];
-    const int x0 = _nX * c_nCell, y0 = _nY * c_nCell;
-    int anDifference[6][6];
-    for (int y = 0; y < 6; ++y)
-        for (int x = 0; x < 6; ++x)
-            anDifference[y][x] = DifferenceAt(_pass, *here.pKey, std::clamp(x0 + x - 1, 0, picture.nWidth - 1),
-                                              std::clamp(y0 + y - 1, 0, picture.nHeight - 1));
-    const BLOCK_FIELD back = FieldOf(state.vecPlate.data(), state.nPlateWidth, state.nPlateHeight, _nX, _nY);
-    const UNMIX_PYRAMID::LEVEL& level = _pass.field.fore.arrLevels[0];
-    const BLOCK_FIELD fore = FieldOf(level.vec.data(), level.nWidth, level.nHeight, _nX, _nY);
-    const CORE_FIELD core = CoreOf(_pass.field.bitsInner, _nX, _nY);
-    for (int y = 0; y < std::min(c_nCell, picture.nHeight - y0); ++y)
-        for (int x = 0; x < std::min(c_nCell, picture.nWidth - x0); ++x)
-        {
-            const int* const pDifference = &anDifference[y + 1][x + 1];
-            int nDifference = _pass.bFilter ? Filtered(pDifference, _pass.nNear) : *pDifference;
-            if (_pass.bPast)
-                nDifference =
-                    WithPast(_pass, _pass.field.vecPast[static_cast<size_t>(y0 + y) * picture.nWidth + x0 + x],
-                             nDifference, here.fltX);
-            const VEC4 colour = ColourAt(picture, x0 + x, y0 + y);
-            PIXEL_PLACE place;
-            place.back = back.At(x, y);
-            place.fore = fore.At(x, y);
-            const float fltWeight = place.fore.w;
-            place.fore = place.fore * (fltWeight > 1e-9f ? 1 / fltWeight : 0.0f);
-            place.fore.w = fltWeight;
-            place.fltCore = core.bAny ? core.At(x, y) : 0;
-            const float fltProtected = state.setup.nProtected > 0 ? Screen_Protection(state.setup, colour) : 0;
-            place.fltCore =
-                std::max(std::max(place.fltCore, fltProtected), Pixel_Beyond(*rules.pKey, place.back, colour));
-            place.fltQuieted = static_cast<float>(nDifference - *pDifference) / 32;
-            const float a = Pixel_Alpha(rules, place, colour, static_cast<float>(nDifference) / 32);
-            VEC4 out = Pixel_Colour(rules, place, colour, a);
-            out = out + VEC4{colour.b - out.b, colour.g - out.g, colour.r - out.r, 0} * fltProtected;
-            _pass.result.Put(x0 + x, y0 + y, out);
-        }
-}
-
-// The limiter on bytes, in integers: X and Z in 64ths, the excess in 32nds.
-void SolidBytes(const UNMIX_LIMITER& _limiter, const KEY_FORMS& _key, const uint8_t* _pIn, uint8_t* _pOut)
-{
-    const int nX = _key.anX[0] * _pIn[0] + _key.anX[1] * _pIn[1] + _key.anX[2] * _pIn[2];
-    const int nZ = std::abs(_key.anZ[0] * _pIn[0] + _key.anZ[1] * _pIn[1] + _key.anZ[2] * _pIn[2]);
-    const int nTint = nX * 256 - nZ * _limiter.nLimit;
-    const int nExcess = (std::max(std::min(nTint, _limiter.nOwn - nTint), _limiter.nLeast) + 256) >> 9;
-    for (int c = 0; c < 3; ++c)
-        _pOut[c] = static_cast<uint8_t>(std::clamp(_pIn[c] - MulRound(nExcess, _limiter.anTake[c]), 0, 255));
-    _pOut[3] = 255;
-}
-
-void SolidCell(const PASS& _pass, int _nX, int _nY)
-{
-    const UNMIX_PICTURE& picture = _pass.picture;
-    const size_t nPlate = static_cast<size_t>(_nY >> 1) * _pass.state.nPlateWidth + (_nX >> 1);
-    const PIXEL_RULES& rules = _pass.arrRules[_pass.state.vecOwner[nPlate]];
-    const UNMIX_LIMITER limiter = _pass.field.bitsProtected.Get(_nX, _nY) ? UNMIX_LIMITER{} : rules.limiter;
-    const int x1 = std::min((_nX + 1) * c_nCell, picture.nWidth);
+    const ptrdiff_t nFirst = _nX * c_nCell;
+    SOLID_RUN run = {};
+    run.pRules = _bProtected ? &c_none : &_pass.arrRules[_pass.OwnerOf(_nX, _nY)].limit;
+    run.bWords = _pass.result.bWords;
+    run.nPixels = static_cast<int>(std::min(_nEnd * c_nCell, picture.nWidth) - nFirst);
     for (int y = _nY * c_nCell; y < std::min((_nY + 1) * c_nCell, picture.nHeight); ++y)
-        for (int x = _nX * c_nCell; x < x1; ++x)
-        {
-            if (!_pass.result.bWords && !picture.bDeepSolid)
-            {
-                SolidBytes(limiter, *rules.pKey, picture.Row(y) + ptrdiff_t{4} * x,
-                           _pass.result.Bytes(y) + ptrdiff_t{4} * x);
-                continue;
-            }
-            UNMIX_PICTURE bytes = picture;
-            bytes.pDeep0 = picture.bDeepSolid ? picture.pDeep0 : nullptr;
-            VEC4 colour = Pixels_Limit(limiter, *rules.pKey, ColourAt(bytes, x, y));
-            colour.w = 255;
-            _pass.result.Put(x, y, colour);
-        }
+    {
+        run.pBytes = picture.Row(y) + 4 * nFirst;
+        run.pDeep = picture.bDeepSolid ? picture.DeepRow(y) + 4 * nFirst : nullptr;
+        run.pOut = _pass.result.Bytes(y) + nFirst * static_cast<ptrdiff_t>(_pass.ResultPixel());
+        _pass.kernels.pfnSolid(run);
+    }
 }
 
-void BackdropCell(const PASS& _pass, int _nX, int _nY)
+void BackdropCells(const PASS& _pass, int _nX, int _nEnd, int _nY)
 {
-    const int x0 = _nX * c_nCell;
-    const auto nPixels = static_cast<size_t>(std::min(c_nCell, _pass.picture.nWidth - x0));
-    const size_t cbPixel = _pass.result.bWords ? 8 : 4;
+    const int nFirst = _nX * c_nCell, nEnd = std::min(_nEnd * c_nCell, _pass.picture.nWidth);
     for (int y = _nY * c_nCell; y < std::min((_nY + 1) * c_nCell, _pass.picture.nHeight); ++y)
-        std::memset(_pass.result.Bytes(y) + x0 * cbPixel, 0, nPixels * cbPixel);
+        std::memset(_pass.result.Bytes(y) + nFirst * _pass.ResultPixel(), 0,
+                    static_cast<size_t>(nEnd - nFirst) * _pass.ResultPixel());
+}
+
+// Calls _body(first, end) for the pieces of cells _nX to _nEnd - 1 of a row that belong to one key and are at most
+// _nMost long.
+template <class T> void ForEachOwner(const PASS& _pass, int _nX, int _nEnd, int _nY, int _nMost, const T& _body)
+{
+    while (_nX < _nEnd)
+    {
+        const int nLast = std::min(_nEnd, _nX + _nMost), nOwner = _pass.OwnerOf(_nX, _nY);
+        int x = _pass.state.nKeys > 1 ? _nX + 1 : nLast;
+        while (x < nLast && _pass.OwnerOf(x, _nY) == nOwner)
+            ++x;
+        _body(_nX, x);
+        _nX = x;
+    }
+}
+
+void PixelRow(const PASS& _pass, int _nY)
+{
+    const FIELD_STATE& field = _pass.field;
+    field.bitsBackdrop.ForEachRun(_nY, [&](int _nX, int _nEnd) { BackdropCells(_pass, _nX, _nEnd, _nY); });
+    field.bitsSolid.ForEachRun(_nY, [&](int _nX, int _nEnd) {
+        ForEachOwner(_pass, _nX, _nEnd, _nY, _nEnd - _nX,
+                     [&](int _nFirst, int _nLast) { SolidCells(_pass, _nFirst, _nLast, _nY, false); });
+    });
+    if (_pass.state.setup.nProtected > 0) // again, as they are
+        field.bitsProtected.ForEachRun(_nY, [&](int _nX, int _nEnd) { SolidCells(_pass, _nX, _nEnd, _nY, true); });
+    field.bitsMixed.ForEachRun(_nY, [&](int _nX, int _nEnd) {
+        ForEachOwner(_pass, _nX, _nEnd, _nY, c_nMixedCells,
+                     [&](int _nFirst, int _nLast) { MixedCells(_pass, _nFirst, _nLast, _nY); });
+    });
 }
 } // namespace
 
@@ -290,30 +283,24 @@ VEC4 UNMIX_RESULT::Get(int _nX, int _nY) const
     return {static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]), static_cast<float>(p[3])};
 }
 
-void Pixels_ForgetPast(FIELD_STATE& _field, const UNMIX_PICTURE& _picture)
+void Pixels_ForgetPast(FIELD_STATE& _field)
 {
-    _field.vecPast.assign(static_cast<size_t>(_picture.nWidth) * _picture.nHeight, c_nUnknown);
+    _field.vecPast.assign(16 * _field.cells.vecSum.size(), c_nPastUnknown);
 }
 
 void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                  bool _bSeen, int _nFirst, int _nRows)
 {
-    PASS pass{_state, _field, _picture, _result, {}, _bSeen, false, false, 0, 0};
+    PASS pass{_state, _field, _picture, _result, *_state.pKernels, {}, {}};
     const float fltNoise = _state.setup.params.fltNoise > 0 ? std::min(_state.fltNoise, 60.0f) : 0;
-    pass.bFilter = fltNoise > c_fltQuiet;
-    pass.bPast = pass.bFilter && !_field.vecPast.empty();
-    pass.nNear = Rounded(2 * fltNoise * 32);
-    pass.nTimeNear = Rounded(c_fltTimeNoise * fltNoise * 32);
+    FILTER_RULES& filter = pass.filter;
+    filter.bFilter = fltNoise > c_fltQuiet;
+    filter.bPast = filter.bFilter && !_field.vecPast.empty();
+    filter.bSeen = _bSeen;
+    filter.nNear = Rounded(2 * fltNoise * 32);
+    filter.nTimeNear = Rounded(c_fltTimeNoise * fltNoise * 32);
     for (int k = 0; k < _state.nKeys; ++k)
         pass.arrRules[k] = Pixels_Rules(_state, _state.arrKeys[k]);
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
-        for (int x = 0; x < _field.cells.nWidth; ++x)
-        {
-            if (_field.bitsMixed.Get(x, y))
-                MixedCell(pass, x, y);
-            else if (_field.bitsSolid.Get(x, y))
-                SolidCell(pass, x, y);
-            else
-                BackdropCell(pass, x, y);
-        }
+        PixelRow(pass, y);
 }

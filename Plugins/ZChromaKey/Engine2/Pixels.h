@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZChromaKey/Engine2/Cells.h"
+#include "ZChromaKey/Engine2/Kernels/UnmixRecords.h"
 
 /// Steps 9 to 12: alpha by projection, colours unmixed, spill taken out.
 
@@ -24,34 +25,9 @@ struct UNMIX_RESULT
     VEC4 Get(int _nX, int _nY) const;
 };
 
-/// The limiter: takes out of a colour what its X has above fltLimit |Z|, along the backdrop's own chroma, so that skin
-/// stays skin; and as for fltLeast from every colour, for no stage keeps the screen's light off what stands before it.
-/// Where there is cloth of the key's own hue, a tint of more than half of fltOwn is less and less taken for spill, one
-/// of more than fltOwn not at all.
-struct UNMIX_LIMITER
-{
-    float fltLimit = 0;
-    float fltLeast = 0;    ///< levels of excess
-    float fltOwn = 16384;  ///< the same
-    float arrTake[3] = {}; ///< per level of excess
-    int nLimit = 0;        ///< the same in 256ths, 16384ths, 16384ths and 1024ths, for bytes
-    int nLeast = 0;
-    int nOwn = 1 << 28;
-    int anTake[3] = {};
-};
-UNMIX_LIMITER Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params);
-VEC4 Pixels_Limit(const UNMIX_LIMITER& _limiter, const KEY_FORMS& _key, const VEC4& _colour);
+LIMIT_RULES Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params);
+VEC4 Pixels_Limit(const LIMIT_RULES& _rules, const VEC4& _colour);
 
-/// What the single-pixel formulas take that is the same for a whole picture and key.
-struct PIXEL_RULES
-{
-    const KEY_FORMS* pKey = nullptr;
-    UNMIX_LIMITER limiter;
-    float fltLow = .02f; ///< least clips
-    float fltHigh = .97f;
-    float fltClip = 0; ///< noise, in levels, that the clips take in
-    bool bLinear = false;
-};
 PIXEL_RULES Pixels_Rules(const UNMIX_STATE& _state, const KEY_FORMS& _key);
 
 /// What is known at a pixel besides its own colour.
@@ -63,11 +39,10 @@ struct PIXEL_PLACE
     float fltQuieted = 0; ///< what the filters have added to the difference
 };
 
-/// How far a colour is beyond the range of what may be anything but solid, 0 to 1, relative to the backdrop there: not
-/// at all inside the ellipsoid (as Screen_Pass has it), wholly from 1.25 times it on.
-float Pixel_Beyond(const KEY_FORMS& _key, const VEC4& _back, const VEC4& _colour);
-
 /// Alpha of a pixel, 0 to 1. _fltDifference: D in levels, filtered.
+///
+/// At least the core, and what the colour is beyond the range of what may be anything but solid, relative to the
+/// backdrop there: not at all inside the ellipsoid (as Screen_Pass has it), wholly from 1.25 times it on.
 ///
 /// a0 = (X - D) / (X - 0.15 min(D of F, 0)), X of the backdrop, clipped by the noise. Where the foreground F is known,
 /// the place t of the pixel on the line from the backdrop B to F, by the linear discriminant for a foreground whose
@@ -84,7 +59,7 @@ float Pixel_Alpha(const PIXEL_RULES& _rules, const PIXEL_PLACE& _place, const VE
 VEC4 Pixel_Colour(const PIXEL_RULES& _rules, const PIXEL_PLACE& _place, const VEC4& _colour, float _fltAlpha);
 
 /// Makes room for the differences of the frame before, none of which is known.
-void Pixels_ForgetPast(FIELD_STATE& _field, const UNMIX_PICTURE& _picture);
+void Pixels_ForgetPast(FIELD_STATE& _field);
 
 /// Rows of cells: writes the result of every pixel. _bSeen: the picture of before again, perhaps with another setup.
 void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,

@@ -6,6 +6,7 @@ namespace
 {
 constexpr int c_nLampBlock = 4; // plate cells along a block
 constexpr float c_fltMostSeen = 8;
+constexpr float c_fltCellsOfPlate = 4;
 constexpr int c_nAllLevels = UNMIX_PYRAMID::c_nMaxLevels - 1;
 
 size_t AtRow(const UNMIX_STATE& _state, int _nRow)
@@ -17,56 +18,66 @@ VEC4 Scaled(const VEC4& _v, const VEC4& _gain)
 {
     return {_v.b * _gain.b, _v.g * _gain.g, _v.r * _gain.r, _v.w};
 }
-
-// Where a cell lies between the middles of blocks of c_nLampBlock cells.
-BETWEEN BlockBetween(int _nCell, int _nBlocks)
-{
-    const float flt =
-        std::clamp((static_cast<float>(_nCell) + .5f) / c_nLampBlock - .5f, 0.0f, static_cast<float>(_nBlocks - 1));
-    const int n = static_cast<int>(flt);
-    return {n, std::min(n + 1, _nBlocks - 1), flt - static_cast<float>(n)};
-}
 } // namespace
 
-void Plate_Mean(const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow, int _nPlateWidth, VEC4* _pOut)
+void Plate_Mean(const UNMIX_KERNELS& _kernels, const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow,
+                float _fltMost, VEC4* _pOut)
 {
-    static constexpr float c_arrShare[5] = {0, 1 / 16.0f, 1 / 32.0f, 1 / 48.0f, 1 / 64.0f};
-    for (int x = 0; x < _nPlateWidth; ++x)
+    const int nUpper = 2 * _nRow, nLower = std::min(nUpper + 1, _cells.nHeight - 1);
+    for (int k = 0; k < _bits.Words(); ++k, _pOut += c_nChunkPlates)
     {
-        uint64_t nSum = 0; // four sums of up to 64 bytes fit 16 bits each
-        int nCount = 0;
-        for (int y = 2 * _nRow; y < std::min(2 * _nRow + 2, _cells.nHeight); ++y)
-            for (int i = 2 * x; i < std::min(2 * x + 2, _cells.nWidth); ++i)
-                if (_bits.Get(i, y))
-                {
-                    nSum += _cells.vecSum[_cells.At(i, y)];
-                    ++nCount;
-                }
-        const float flt = c_arrShare[nCount];
-        _pOut[x] = {static_cast<float>(nSum & 0xffff) * flt, static_cast<float>(nSum >> 16 & 0xffff) * flt,
-                    static_cast<float>(nSum >> 32 & 0xffff) * flt, static_cast<float>(nCount)};
+        const int x = k * c_nChunkCells;
+        const uint64_t nLowerBits = nLower > nUpper ? _bits.Row(nLower)[k] : 0;
+        const CELL_CHUNK cells = _cells.Chunk(x, nUpper);
+        _kernels.pfnMeans({{cells.pSum, &_cells.vecSum[_cells.At(x, nLower)]},
+                           {_bits.Row(nUpper)[k], nLowerBits},
+                           cells.nCells,
+                           _fltMost,
+                           &_pOut->b});
     }
 }
+
+namespace
+{
+// Calls _body(first, chunk) for the chunks of a row of the plate.
+template <class T> void ForEachChunk(UNMIX_STATE& _state, int _nRow, const T& _body)
+{
+    const size_t nRow = AtRow(_state, _nRow);
+    for (int x = 0; x < _state.nPlateWidth; x += c_nChunkPlates)
+        _body(x, PLATE_CHUNK{&_state.vecSeen[nRow + x].b, &_state.vecPlate[nRow + x].b,
+                             std::min(c_nChunkPlates, _state.nPlateWidth - x)});
+}
+
+// How far off what is seen is of another scene.
+float FarOff(const KEY_FORMS& _key)
+{
+    return .3f * _key.fltX;
+}
+} // namespace
 
 void Plate_SeenPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows)
 {
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
-        const size_t nRow = AtRow(_state, y);
-        Plate_Mean(_field.cells, _field.bitsSure, y, _state.nPlateWidth, &_state.vecSeen[nRow]);
+        Plate_Mean(*_state.pKernels, _field.cells, _field.bitsSure, y, c_fltCellsOfPlate,
+                   &_state.vecSeen[AtRow(_state, y)]);
         ROW_SUMS sums;
-        for (int x = 0; x < _state.nPlateWidth; ++x)
-        {
-            const VEC4 seen = _state.vecSeen[nRow + x];
-            const VEC4 plate = _state.vecPlate[nRow + x];
-            if (seen.w == 0 || plate.w == 0)
-                continue;
-            const VEC4 off = seen - plate;
-            sums.seen = sums.seen + VEC4{seen.b, seen.g, seen.r, 1};
-            sums.plate = sums.plate + plate;
-            sums.fltOff += std::abs(off.b) + std::abs(off.g) + std::abs(off.r) >
-                           .3f * _state.arrKeys[_state.vecOwner[nRow + x]].fltX;
-        }
+        ForEachChunk(_state, y, [&](int _nX, const PLATE_CHUNK& _plates) {
+            COMPARE_CHUNK chunk = {_plates, FarOff(_state.arrKeys[0]), nullptr, {}, {}};
+            VEC4 arrLimits[c_nChunkPlates];
+            for (int n = 0; n < _plates.nPlates && _state.nKeys > 1; ++n)
+            {
+                const float flt = FarOff(_state.arrKeys[_state.vecOwner[AtRow(_state, y) + _nX + n]]);
+                arrLimits[n] = {flt, flt, flt, flt};
+                chunk.pLimits = &arrLimits[0].b;
+            }
+            _state.pKernels->pfnCompare(chunk);
+            const float* const s = chunk.arrSeen;
+            const float* const p = chunk.arrPlate;
+            sums.seen = sums.seen + VEC4{s[0], s[1], s[2], s[3]};
+            sums.plate = sums.plate + VEC4{p[0], p[1], p[2], 0};
+            sums.fltOff += p[3];
+        });
         _state.vecSums[static_cast<size_t>(y)] = sums;
     }
 }
@@ -91,70 +102,89 @@ PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state)
     return change;
 }
 
-void Plate_FindLamps(UNMIX_STATE& _state, const PLATE_CHANGE& _change)
+void Plate_LampPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, int _nFirst, int _nRows)
 {
     UNMIX_PYRAMID::LEVEL& blocks = _state.lamps.arrLevels[0];
-    std::fill(blocks.vec.begin(), blocks.vec.end(), VEC4{});
-    for (int y = 0; y < _state.nPlateHeight; ++y)
-        for (int x = 0; x < _state.nPlateWidth; ++x)
-        {
-            const VEC4 seen = _state.vecSeen[AtRow(_state, y) + x];
-            const VEC4 plate = _state.vecPlate[AtRow(_state, y) + x];
-            if (seen.w == 0 || plate.w == 0)
-                continue;
-            const VEC4 off = (seen - Scaled(plate, _change.gain)) * seen.w;
-            VEC4& block = blocks.vec[static_cast<size_t>(y / c_nLampBlock) * blocks.nWidth + x / c_nLampBlock];
-            block = block + VEC4{off.b, off.g, off.r, seen.w};
-        }
-    for (VEC4& block : blocks.vec)
-        if (block.w > 0) // a block counts full once a quarter of its 64 cells is seen
-        {
-            const float fltWeight = std::min(block.w / 16, 1.0f);
-            block = block * (fltWeight / block.w);
-        }
+    for (int nBlock = _nFirst; nBlock < _nFirst + _nRows; ++nBlock)
+    {
+        VEC4* const pBlocks = &blocks.vec[static_cast<size_t>(nBlock) * blocks.nWidth];
+        std::fill_n(pBlocks, blocks.nWidth, VEC4{});
+        for (int y = nBlock * c_nLampBlock; y < std::min((nBlock + 1) * c_nLampBlock, _state.nPlateHeight); ++y)
+            for (int x = 0; x < _state.nPlateWidth; ++x)
+            {
+                const VEC4 seen = _state.vecSeen[AtRow(_state, y) + x];
+                const VEC4 plate = _state.vecPlate[AtRow(_state, y) + x];
+                if (seen.w == 0 || plate.w == 0)
+                    continue;
+                const VEC4 off = (seen - Scaled(plate, _change.gain)) * seen.w;
+                pBlocks[x / c_nLampBlock] = pBlocks[x / c_nLampBlock] + VEC4{off.b, off.g, off.r, seen.w};
+            }
+        for (int n = 0; n < blocks.nWidth; ++n)
+            if (pBlocks[n].w > 0) // a block counts full once a quarter of its 64 cells is seen
+                pBlocks[n] = pBlocks[n] * (std::min(pBlocks[n].w / 16, 1.0f) / pBlocks[n].w);
+    }
+}
+
+void Plate_LampFinish(UNMIX_STATE& _state)
+{
     _state.lamps.PushPull(c_nAllLevels, 1);
-    for (VEC4& block : blocks.vec)
+    for (VEC4& block : _state.lamps.arrLevels[0].vec)
+    {
         block = block * (block.w > 1e-9f ? 1 / block.w : 0.0f);
+        block.w = 0;
+    }
 }
 
 namespace
 {
-VEC4 LampsAt(const UNMIX_PYRAMID::LEVEL& _blocks, int _nX, int _nY)
+// Bilinear between the middles of blocks: a cell lies 1, 3, 5 or 7 eighths of the way from one to the next.
+struct BLOCK_PLACE
 {
-    const BETWEEN cols = BlockBetween(_nX, _blocks.nWidth);
-    const BETWEEN rows = BlockBetween(_nY, _blocks.nHeight);
-    const VEC4* const pAbove = _blocks.vec.data() + static_cast<ptrdiff_t>(rows.nFirst) * _blocks.nWidth;
-    const VEC4* const pBelow = _blocks.vec.data() + static_cast<ptrdiff_t>(rows.nSecond) * _blocks.nWidth;
-    const VEC4 first = pAbove[cols.nFirst] * (1 - rows.fltSecond) + pBelow[cols.nFirst] * rows.fltSecond;
-    const VEC4 second = pAbove[cols.nSecond] * (1 - rows.fltSecond) + pBelow[cols.nSecond] * rows.fltSecond;
-    return first * (1 - cols.fltSecond) + second * cols.fltSecond;
+    int nFirst;
+    int nSecond;
+    float fltSecond;
+
+    BLOCK_PLACE(int _nCell, int _nBlocks)
+    {
+        const int nEighths = 2 * (_nCell % c_nLampBlock) + 1;
+        const int nBlock = _nCell / c_nLampBlock - (nEighths < c_nLampBlock);
+        nFirst = std::max(nBlock, 0);
+        nSecond = std::min(nBlock + 1, _nBlocks - 1);
+        fltSecond = static_cast<float>((nEighths + c_nLampBlock) % 8) * .125f;
+    }
+};
+
+// What the lamps add to the cells of a chunk.
+void TakeLamps(const UNMIX_PYRAMID::LEVEL& _blocks, int _nX, int _nCells, int _nRow, VEC4* _pOut)
+{
+    const BLOCK_PLACE rows(_nRow, _blocks.nHeight);
+    const VEC4* const pAbove = &_blocks.vec[static_cast<size_t>(rows.nFirst) * _blocks.nWidth];
+    const VEC4* const pBelow = &_blocks.vec[static_cast<size_t>(rows.nSecond) * _blocks.nWidth];
+    for (int x = _nX; x < _nX + _nCells; ++x)
+    {
+        const BLOCK_PLACE cols(x, _blocks.nWidth);
+        const VEC4 first = pAbove[cols.nFirst] + (pBelow[cols.nFirst] - pAbove[cols.nFirst]) * rows.fltSecond;
+        const VEC4 second = pAbove[cols.nSecond] + (pBelow[cols.nSecond] - pAbove[cols.nSecond]) * rows.fltSecond;
+        *_pOut++ = first + (second - first) * cols.fltSecond;
+    }
 }
 } // namespace
 
 void Plate_LearnPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, int _nFirst, int _nRows)
 {
+    const VEC4& gain = _change.gain;
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
         int nGrown = 0;
-        for (int x = 0; x < _state.nPlateWidth; ++x)
-        {
-            const VEC4 seen = _state.vecSeen[AtRow(_state, y) + x];
-            VEC4& plate = _state.vecPlate[AtRow(_state, y) + x];
-            VEC4 value = Scaled(plate, _change.gain);
+        ForEachChunk(_state, y, [&](int _nX, const PLATE_CHUNK& _plates) {
+            VEC4 arrLamps[c_nChunkPlates];
             if (_change.bEnough)
-            {
-                const VEC4 lamps = LampsAt(_state.lamps.arrLevels[0], x, y);
-                value = {value.b + lamps.b, value.g + lamps.g, value.r + lamps.r, value.w};
-            }
-            if (seen.w > 0)
-            {
-                nGrown += plate.w == 0;
-                const float fltCount = std::min(plate.w + 1, c_fltMostSeen);
-                value = value + (seen - value) * (1 / fltCount);
-                value.w = fltCount;
-            }
-            plate = value;
-        }
+                TakeLamps(_state.lamps.arrLevels[0], _nX, _plates.nPlates, y, arrLamps);
+            LEARN_CHUNK chunk = {
+                _plates, {gain.b, gain.g, gain.r, 1}, _change.bEnough ? &arrLamps[0].b : nullptr, c_fltMostSeen, 0};
+            _state.pKernels->pfnLearn(chunk);
+            nGrown += chunk.nGrown;
+        });
         _state.vecSums[static_cast<size_t>(y)].nGrown = nGrown;
     }
 }

@@ -14,8 +14,10 @@ void Plate_GivenPass(UNMIX_STATE& _state, int _nFirst, int _nRows);
 /// or a person, and is filled in.
 void Plate_GivenFinish(UNMIX_STATE& _state);
 
-/// Means of the cells that a mask names, per plate cell of one row; w is how many of the four there were.
-void Plate_Mean(const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow, int _nPlateWidth, VEC4* _pOut);
+/// Means of the cells that a mask names, per plate cell of one row; w is how many of the four there were, but at most
+/// _fltMost.
+void Plate_Mean(const UNMIX_KERNELS& _kernels, const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow,
+                float _fltMost, VEC4* _pOut);
 
 /// Rows of the plate: what is seen in the present picture (vecSeen) and how it compares to the plate (vecSums).
 void Plate_SeenPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows);
@@ -31,8 +33,10 @@ struct PLATE_CHANGE
 PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state);
 
 /// Lamps that beat in bands, and shade that drifts: the smooth part of what the present picture differs by, means over
-/// blocks of 32x32 pixels, filled in where nothing is seen. Left in lamps, level 0.
-void Plate_FindLamps(UNMIX_STATE& _state, const PLATE_CHANGE& _change);
+/// blocks of 32x32 pixels, filled in where nothing is seen. Left in lamps, level 0. First its rows of blocks, then the
+/// whole.
+void Plate_LampPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, int _nFirst, int _nRows);
+void Plate_LampFinish(UNMIX_STATE& _state);
 
 /// Rows of the plate: brought to the light of the present picture, then learns what is seen.
 void Plate_LearnPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, int _nFirst, int _nRows);

@@ -69,40 +69,20 @@ void QuantiseForm(const float* _pForm, int32_t* _pn, float* _pOut)
         _pOut[n] = static_cast<float>(_pn[n]) / 64;
 }
 
-int Dot(const int32_t* _pForm, uint64_t _nSum)
+// A key as the test for sure backdrop takes it.
+SCREEN_RULES RulesOf(const KEY_FORMS& _key, float _fltScale)
 {
-    return _pForm[0] * static_cast<int>(_nSum & 0xffff) + _pForm[1] * static_cast<int>(_nSum >> 16 & 0xffff) +
-           _pForm[2] * static_cast<int>(_nSum >> 32 & 0xffff);
-}
-
-// A key's range as the test takes it.
-struct RANGE
-{
-    float fltHue;
-    float fltSaturation;
-    float fltValue;
-};
-
-RANGE RangeOf(const KEY_FORMS& _key, float _fltScale)
-{
-    return {1 / std::max(SlopeOfHue(_key.key.fltHue * _fltScale), 1e-3f),
-            1 / std::max(_key.key.fltSaturation * _fltScale, 1e-3f),
-            1 / std::max(_key.key.fltValue * _fltScale * _key.fltValue, 1e-3f)};
-}
-
-// The square of the distance to a key, in units of its range; huge where nothing of its tint is seen.
-float DistanceOf(const KEY_FORMS& _key, const RANGE& _range, const VEC4& _mean)
-{
-    const float fltX = _key.X(_mean.b, _mean.g, _mean.r);
-    if (fltX <= 4)
-        return 1e6f;
-    const float fltZ = std::abs(_key.Z(_mean.b, _mean.g, _mean.r) - _key.fltSlope * fltX);
-    const float fltMax = _mean.Max();
-    const float fltSaturation = (fltMax - _mean.Min()) / std::max(fltMax, 1.0f);
-    const float h = fltZ / fltX * _range.fltHue;
-    const float s = std::max((_key.fltSaturation - fltSaturation) * _range.fltSaturation, 0.0f);
-    const float v = std::max((_key.fltValue - fltMax) * _range.fltValue, 0.0f);
-    return h * h + s * s + v * v;
+    SCREEN_RULES rules = {};
+    std::copy(_key.arrX, _key.arrX + 3, rules.arrX);
+    std::copy(_key.arrZ, _key.arrZ + 3, rules.arrZ);
+    std::copy(_key.anX, _key.anX + 3, rules.anX);
+    rules.fltSlope = _key.fltSlope;
+    rules.fltKeySaturation = _key.fltSaturation;
+    rules.fltKeyValue = _key.fltValue;
+    rules.fltHue = 1 / std::max(SlopeOfHue(_key.key.fltHue * _fltScale), 1e-3f);
+    rules.fltSaturation = 1 / std::max(_key.key.fltSaturation * _fltScale, 1e-3f);
+    rules.fltValue = 1 / std::max(_key.key.fltValue * _fltScale * _key.fltValue, 1e-3f);
+    return rules;
 }
 
 // The distance to a protected colour in units of its range; the hue of greys says little.
@@ -129,6 +109,15 @@ bool InBackdropRegion(const UNMIX_STATE& _state, int _nField, int _nX, int _nY)
                 return false;
     }
     return true;
+}
+
+// Cells of a chunk that are wholly of a protected colour, or in the region of the backdrop.
+template <class T> uint64_t WhereAll(int _nCells, const T& _isSet)
+{
+    uint64_t nBits = 0;
+    for (int n = 0; n < _nCells; ++n)
+        nBits |= uint64_t{_isSet(n)} << n;
+    return nBits;
 }
 
 // Cells of one hue: what the search for a backdrop weighs.
@@ -267,47 +256,46 @@ bool Screen_FindKey(const UNMIX_CELLS& _cells, UNMIX_KEY* _pKey)
     return true;
 }
 
+namespace
+{
+void ScreenChunk(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, const SCREEN_RULES* _pKeys, int _nX, int _nY)
+{
+    SCREEN_CHUNK chunk = {
+        _field.cells.Chunk(_nX, _nY), _pKeys, _state.nKeys, &_field.cells.vecX[_field.cells.At(_nX, _nY)], 0, 0};
+    _state.pKernels->pfnScreen(chunk);
+    const int nCells = chunk.cells.nCells;
+    const size_t nAt = _field.cells.At(_nX, _nY);
+    uint64_t nProtected = 0, nRegion = 0;
+    if (_state.setup.nProtected > 0)
+        nProtected = WhereAll(nCells, [&](int _n) {
+            return Screen_Protection(_state.setup, _field.cells.Mean(nAt + static_cast<size_t>(_n))) >= 1;
+        });
+    if (_state.setup.backdrop.pRow0)
+        nRegion = WhereAll(nCells, [&](int _n) { return InBackdropRegion(_state, _nField, _nX + _n, _nY); });
+    const int k = _nX / c_nChunkCells;
+    _field.bitsProtected.Row(_nY)[k] = nProtected;
+    _field.bitsRegion.Row(_nY)[k] = nRegion;
+    _field.bitsWide.Row(_nY)[k] = chunk.nWithin & (chunk.nFlat | nRegion) & ~nProtected;
+}
+} // namespace
+
 void Screen_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, int _nFirst, int _nRows)
 {
-    UNMIX_CELLS& cells = _field.cells;
-    RANGE arrRanges[c_nUnmixMaxKeys];
+    SCREEN_RULES arrRules[c_nUnmixMaxKeys];
     for (int k = 0; k < _state.nKeys; ++k)
-        arrRanges[k] = RangeOf(_state.arrKeys[k], _state.setup.params.fltBackdrop / 100);
+        arrRules[k] = RulesOf(_state.arrKeys[k], _state.setup.params.fltBackdrop / 100);
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
-        for (int x = 0; x < cells.nWidth; ++x)
-        {
-            const size_t n = cells.At(x, y);
-            const VEC4 mean = cells.Mean(n);
-            float fltNearest = 2e6f;
-            const KEY_FORMS* pNearest = _state.arrKeys;
-            for (int k = 0; k < _state.nKeys; ++k)
-            {
-                const float flt = DistanceOf(_state.arrKeys[k], arrRanges[k], mean);
-                if (flt < fltNearest)
-                {
-                    fltNearest = flt;
-                    pNearest = &_state.arrKeys[k];
-                }
-            }
-            const bool bFlat = static_cast<float>(cells.Spread4(n)) < 48 + .88f * mean.Max();
-            const bool bProtected = _state.setup.nProtected > 0 && Screen_Protection(_state.setup, mean) >= 1;
-            _field.bitsProtected.Set(x, y, bProtected);
-            const bool bRegion = InBackdropRegion(_state, _nField, x, y);
-            _field.bitsRegion.Set(x, y, bRegion);
-            _field.bitsWide.Set(x, y, fltNearest < 1 && (bFlat || bRegion) && !bProtected);
-            cells.vecX[n] = static_cast<int16_t>(std::clamp(Dot(pNearest->anX, cells.vecSum[n]) >> 3, -32768, 32767));
-        }
+        for (int x = 0; x < _field.cells.nWidth; x += c_nChunkCells)
+            ScreenChunk(_state, _field, _nField, arrRules, x, y);
 }
 
 namespace
 {
-int StepAt(const UNMIX_CELLS& _cells, int _nX, int _nY)
+// How far X of a cell's neighbours lies apart. The rows above, here and below.
+int StepAt(const int16_t* const (&_arrRows)[3], int _nX, int _nWidth)
 {
-    const auto X = [&](int _x, int _y) {
-        return static_cast<int>(
-            _cells.vecX[_cells.At(std::clamp(_x, 0, _cells.nWidth - 1), std::clamp(_y, 0, _cells.nHeight - 1))]);
-    };
-    return std::max(std::abs(X(_nX - 1, _nY) - X(_nX + 1, _nY)), std::abs(X(_nX, _nY - 1) - X(_nX, _nY + 1)));
+    const int nAcross = _arrRows[1][std::max(_nX - 1, 0)] - _arrRows[1][std::min(_nX + 1, _nWidth - 1)];
+    return std::max(std::abs(nAcross), std::abs(_arrRows[0][_nX] - _arrRows[2][_nX]));
 }
 } // namespace
 
@@ -321,12 +309,16 @@ int Screen_StepLimit(UNMIX_STATE& _state, FIELD_STATE& _field)
     int anQuarters[65] = {}; // quarters of a level
     int nCells = 0;
     for (int y = 0; y < bits.Height(); y += 3)
-        for (int x = 0; x < bits.Width(); ++x)
-            if (bits.Get(x, y))
-            {
-                ++anQuarters[std::min(StepAt(_field.cells, x, y) >> 5, 64)];
-                ++nCells;
-            }
+    {
+        const auto Row = [&](int _y) {
+            return &_field.cells.vecX[_field.cells.At(0, std::clamp(_y, 0, bits.Height() - 1))];
+        };
+        const int16_t* const arrRows[3] = {Row(y - 1), Row(y), Row(y + 1)};
+        bits.ForEachRun(y, [&](int _nX, int _nEnd) {
+            for (int x = _nX; x < _nEnd; x += 2, ++nCells)
+                ++anQuarters[std::min(StepAt(arrRows, x, bits.Width()) >> 5, 64)];
+        });
+    }
     int nMedian = 0;
     for (int nSeen = anQuarters[0]; nMedian < 64 && nSeen * 2 < nCells; nSeen += anQuarters[nMedian])
         ++nMedian;
@@ -337,14 +329,37 @@ int Screen_StepLimit(UNMIX_STATE& _state, FIELD_STATE& _field)
     return static_cast<int>(std::min(std::max(fltSteps, fltLeast) * 128, 65000.0f));
 }
 
+namespace
+{
+// X of the cells of a chunk and one to either side; beyond the grid as at its border.
+void TakeX(const UNMIX_CELLS& _cells, int _nX, int _nY, int16_t* _pOut)
+{
+    const int16_t* const pRow = &_cells.vecX[_cells.At(0, std::clamp(_nY, 0, _cells.nHeight - 1))];
+    const int nEnd = std::min(_nX + c_nChunkCells, _cells.nWidth);
+    *_pOut++ = pRow[std::max(_nX - 1, 0)];
+    _pOut = std::copy(pRow + _nX, pRow + nEnd, _pOut);
+    *_pOut = pRow[std::min(nEnd, _cells.nWidth - 1)];
+}
+} // namespace
+
 void Screen_SmoothPass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nLimit, int _nFirst, int _nRows)
 {
+    int16_t arrX[3][c_nChunkCells + 2] = {};
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
-        for (int x = 0; x < _field.cells.nWidth; ++x)
+        for (int x = 0; x < _field.cells.nWidth; x += c_nChunkCells)
         {
-            const bool bShadow =
-                _state.bitsDeep.Get(x, y) && _field.cells.Spread4(_field.cells.At(x, y)) < c_nShadowSpread4;
-            const int nLimit = bShadow ? c_nShadowSteps * _nLimit : _nLimit;
-            _field.bitsSure.Set(x, y, _state.bitsScratch.Get(x, y) && StepAt(_field.cells, x, y) < nLimit);
+            for (int n = 0; n < 3; ++n)
+                TakeX(_field.cells, x, y + n - 1, arrX[n]);
+            STEP_CHUNK chunk = {_field.cells.Chunk(x, y),
+                                {arrX[0], arrX[1], arrX[2]},
+                                _nLimit,
+                                c_nShadowSteps * _nLimit,
+                                c_nShadowSpread4,
+                                0,
+                                0};
+            _state.pKernels->pfnSteps(chunk);
+            const int k = x / c_nChunkCells;
+            _field.bitsSure.Row(y)[k] =
+                _state.bitsScratch.Row(y)[k] & (chunk.nSmooth | (chunk.nCalm & _state.bitsDeep.Row(y)[k]));
         }
 }

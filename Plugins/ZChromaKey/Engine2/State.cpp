@@ -29,14 +29,16 @@ static void FieldResize(FIELD_STATE& _field, int _nWidth, int _nRows, int _nCell
         pBits->Resize(nCells, _nCellRows);
     _field.fore.Resize((nCells + 1) / 2, (_nCellRows + 1) / 2);
     _field.vecPast = {};
-    _field.vecPast.reserve(static_cast<size_t>(_nWidth) * _nRows); // touched, and so taken, only once there is noise
+    _field.vecPast.reserve(16 * nSize); // touched, and so taken, only once there is noise
 }
 
 void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFields)
 {
     UNMIX_STATE state;
     state.setup = _state.setup;
+    state.pKernels = _state.pKernels;
     _state = {}; // before new memory is asked for
+    _state.pKernels = state.pKernels;
     state.nWidth = _nWidth;
     state.nHeight = _nHeight;
     state.nFields = _nFields;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZChromaKey/Engine2/Grid.h"
+#include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
 #include "ZChromaKey/Engine2/Params.h"
 
 #include <vector>
@@ -57,6 +58,12 @@ struct UNMIX_CELLS
     {
         return static_cast<size_t>(_nY) * nWidth + _nX;
     }
+    /// The cells from _nX on that share a word of bits with it.
+    CELL_CHUNK Chunk(int _nX, int _nY) const
+    {
+        const size_t nAt = At(_nX, _nY);
+        return {&vecSum[nAt], &vecMin[nAt], &vecMax[nAt], std::min(c_nChunkCells, nWidth - _nX)};
+    }
     VEC4 Mean(size_t _nAt) const
     {
         const uint64_t n = vecSum[_nAt];
@@ -95,7 +102,8 @@ struct FIELD_STATE
     CBitRows bitsProtected;
     CBitRows bitsRegion;          ///< wholly inside the region of the backdrop
     UNMIX_PYRAMID fore;           ///< level 0: the foreground plate, colours times confidence, and the confidence
-    std::vector<int16_t> vecPast; ///< the difference over that of the backdrop, in 8192ths, of the frame before
+    std::vector<int16_t> vecPast; ///< per pixel, cell by cell: the difference over that of the backdrop, in 8192ths, of
+                                  ///< the frame before
 
     bool operator==(const FIELD_STATE& _other) const;
 };
@@ -123,6 +131,7 @@ inline constexpr float c_fltNoiseUnknown = 3;
 /// The stream.
 struct UNMIX_STATE
 {
+    const UNMIX_KERNELS* pKernels = &UnmixKernels(); ///< any level gives the same bytes
     int nWidth = 0;
     int nHeight = 0;
     int nFields = 0;   ///< 1, or 2 for interlaced pictures

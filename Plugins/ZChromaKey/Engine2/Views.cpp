@@ -44,16 +44,6 @@ float PlateX(const UNMIX_STATE& _state, int _nX, int _nY)
     return _state.arrKeys[_state.vecOwner[nAt]].X(plate.b, plate.g, plate.r);
 }
 
-// Black of that density under the colour.
-VEC4 OverShadow(const VEC4& _value, float _fltShadow)
-{
-    const float a = _value.w / 255;
-    const float fltAlpha = a + (1 - a) * _fltShadow;
-    VEC4 out = _value * (fltAlpha > 0 ? a / fltAlpha : 0.0f);
-    out.w = fltAlpha * 255;
-    return out;
-}
-
 int RegionAt(const UNMIX_REGION& _region, int _nX, int _nY)
 {
     return _region.pRow0 ? _region.Row(_nY)[_nX] : 0;
@@ -64,21 +54,6 @@ VEC4 SourceAt(const UNMIX_PICTURE& _picture, int _nX, int _nY)
     const uint8_t* const p = _picture.Row(_nY) + ptrdiff_t{4} * _nX;
     return {static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]),
             _picture.bAlpha ? static_cast<float>(p[3]) : 255};
-}
-
-// Garbage goes, whatever is there; what is held out comes back.
-VEC4 WithRegions(const VEC4& _value, const VEC4& _source, int _nGarbage, int _nHoldOut)
-{
-    VEC4 out = _value;
-    out.w *= static_cast<float>(255 - _nGarbage) / 255;
-    if (_nHoldOut == 0)
-        return out;
-    const float fltHold = static_cast<float>(_nHoldOut) / 255;
-    const float fltAlpha = out.w / 255 * (1 - fltHold) + fltHold;
-    const float fltSource = fltHold / fltAlpha;
-    VEC4 mixed = out * (1 - fltSource) + _source * fltSource;
-    mixed.w = fltAlpha * 255;
-    return mixed;
 }
 
 VEC4 StatusOf(const FIELD_STATE& _field, int _nX, int _nY, bool _bRegion)
@@ -139,49 +114,125 @@ bool Views_Wanted(const UNMIX_STATE& _state, const UNMIX_PICTURE& _picture)
            _state.setup.holdOut.pRow0 || (_picture.bAlpha && params.eAlpha == eUA_Multiply);
 }
 
+namespace
+{
+// A row of a picture on its way to the result.
+struct VIEW_ROW
+{
+    const UNMIX_STATE& state;
+    const FIELD_STATE& field;
+    const UNMIX_PICTURE& picture;
+    const UNMIX_RESULT& result;
+    int nRow;      // of the field
+    int nFrameRow; // the same of the frame
+
+    const uint8_t* Region(const UNMIX_REGION& _region, int _nX) const
+    {
+        return _region.pRow0 ? _region.Row(nFrameRow) + _nX : nullptr;
+    }
+};
+
+bool IsNone(const uint8_t* _pBytes, int _nBytes)
+{
+    return !_pBytes || std::all_of(_pBytes, _pBytes + _nBytes, [](uint8_t _n) { return _n == 0; });
+}
+
+bool IsOpaque(const VIEW_ROW& _row, int _nX, int _nPixels)
+{
+    const UNMIX_CELLS& cells = _row.field.cells;
+    const uint32_t* const pMin = &cells.vecMin[cells.At(0, _row.nRow / c_nCell)];
+    return std::all_of(pMin + _nX / c_nCell, pMin + (_nX + _nPixels + c_nCell - 1) / c_nCell,
+                       [](uint32_t _n) { return _n >> 24 == 255; });
+}
+
+// The density of shadows at the pixels from _nX on, a multiple of 8: linear between the middles of plate cells.
+void ShadeOf(const VIEW_ROW& _row, int _nX, int _nPixels, float* _pOut)
+{
+    const UNMIX_STATE& state = _row.state;
+    const PLATE_AT_PIXEL at(state, 0, _row.nRow);
+    const auto Blended = [&](int _nCell) {
+        const auto nAt = static_cast<size_t>(std::clamp(_nCell, 0, state.nPlateWidth - 1));
+        const float above = state.vecShade[at.arrAt[0] + nAt];
+        return above + (state.vecShade[at.arrAt[2] + nAt] - above) * at.fltY;
+    };
+    float fltLeft = Blended(_nX / 8 - 1), fltHere = Blended(_nX / 8);
+    for (int x = 0; x < _nPixels; x += 8, _pOut += 8)
+    {
+        const float fltRight = Blended((_nX + x) / 8 + 1);
+        for (int n = 0; n < 4; ++n)
+        {
+            const float fltFar = static_cast<float>(2 * n + 1) / 16;
+            _pOut[n] = fltLeft + (fltHere - fltLeft) * (.5f + fltFar);
+            _pOut[4 + n] = fltHere + (fltRight - fltHere) * fltFar;
+        }
+        fltLeft = fltHere;
+        fltHere = fltRight;
+    }
+}
+
+// Shadows, the input's alpha and regions, where there is any of them.
+void FinishPixels(const VIEW_ROW& _row, int _nX, int _nPixels)
+{
+    const UNMIX_SETUP& setup = _row.state.setup;
+    float arrShade[c_nFinishPixels];
+    FINISH_RUN run = {};
+    run.bWords = _row.result.bWords;
+    run.pPixels = _row.result.Bytes(_row.nRow) + ptrdiff_t{run.bWords ? 8 : 4} * _nX;
+    run.nPixels = _nPixels;
+    run.pSource = _row.picture.Row(_row.nRow) + ptrdiff_t{4} * _nX;
+    run.pGarbage = _row.Region(setup.garbage, _nX);
+    run.pHoldOut = _row.Region(setup.holdOut, _nX);
+    run.bSourceAlpha = _row.picture.bAlpha;
+    run.bMultiply = setup.params.eAlpha == eUA_Multiply;
+    const bool bAlpha = run.bMultiply && run.bSourceAlpha && !IsOpaque(_row, _nX, _nPixels);
+    if (setup.params.fltShadows > 0)
+    {
+        ShadeOf(_row, _nX, _nPixels, arrShade);
+        run.pShade = arrShade;
+    }
+    if (bAlpha || run.pShade || !IsNone(run.pGarbage, _nPixels) || !IsNone(run.pHoldOut, _nPixels))
+        _row.state.pKernels->pfnFinish(run);
+}
+
+VEC4 ViewOf(const VIEW_ROW& _row, int _nX)
+{
+    const UNMIX_SETUP& setup = _row.state.setup;
+    const PLATE_AT_PIXEL at(_row.state, _nX, _row.nRow);
+    const std::vector<VEC4>& vecFore = _row.field.fore.arrLevels[0].vec;
+    switch (setup.params.eView)
+    {
+    case eUV_Matte:
+        return Grey(_row.result.Get(_nX, _row.nRow).w);
+    case eUV_Status:
+        return StatusOf(_row.field, _nX / c_nCell, _row.nRow / c_nCell,
+                        RegionAt(setup.garbage, _nX, _row.nFrameRow) + RegionAt(setup.holdOut, _nX, _row.nFrameRow) +
+                                RegionAt(setup.backdrop, _nX, _row.nFrameRow) >
+                            0);
+    case eUV_Plate: {
+        VEC4 plate = at.Of(_row.state.vecPlate);
+        plate.w = 255;
+        return plate;
+    }
+    case eUV_Foreground:
+        return ForegroundAt(at.Of(vecFore));
+    case eUV_Confidence:
+        return Grey(at.Of(vecFore).w * 255);
+    default:
+        return SourceAt(_row.picture, _nX, _row.nRow);
+    }
+}
+} // namespace
+
 void Views_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nField, const UNMIX_PICTURE& _picture,
                 const UNMIX_RESULT& _result, int _nFirst, int _nRows)
 {
-    const UNMIX_SETUP& setup = _state.setup;
     const int nLast = std::min((_nFirst + _nRows) * c_nCell, _picture.nHeight);
     for (int y = _nFirst * c_nCell; y < nLast; ++y)
-        for (int x = 0; x < _picture.nWidth; ++x)
-        {
-            const PLATE_AT_PIXEL at(_state, x, y);
-            const int nRow = y * _state.nFields + _nField; // of the frame
-            const VEC4 source = SourceAt(_picture, x, y);
-            const int nGarbage = RegionAt(setup.garbage, x, nRow), nHoldOut = RegionAt(setup.holdOut, x, nRow);
-            VEC4 value = _result.Get(x, y);
-            if (setup.params.fltShadows > 0)
-                value = OverShadow(value, at.Of(_state.vecShade));
-            if (setup.params.eAlpha == eUA_Multiply)
-                value.w *= source.w / 255;
-            value = WithRegions(value, source, nGarbage, nHoldOut);
-            switch (setup.params.eView)
-            {
-            case eUV_Matte:
-                value = Grey(value.w);
-                break;
-            case eUV_Status:
-                value = StatusOf(_field, x / c_nCell, y / c_nCell,
-                                 nGarbage + nHoldOut + RegionAt(setup.backdrop, x, nRow) > 0);
-                break;
-            case eUV_Plate:
-                value = at.Of(_state.vecPlate);
-                value.w = 255;
-                break;
-            case eUV_Foreground:
-                value = ForegroundAt(at.Of(_field.fore.arrLevels[0].vec));
-                break;
-            case eUV_Confidence:
-                value = Grey(at.Of(_field.fore.arrLevels[0].vec).w * 255);
-                break;
-            case eUV_Source:
-                value = source;
-                break;
-            default:
-                break;
-            }
-            _result.Put(x, y, value);
-        }
+    {
+        const VIEW_ROW row{_state, _field, _picture, _result, y, y * _state.nFields + _nField};
+        for (int x = 0; x < _picture.nWidth; x += c_nFinishPixels)
+            FinishPixels(row, x, std::min(c_nFinishPixels, _picture.nWidth - x));
+        for (int x = 0; x < _picture.nWidth && _state.setup.params.eView != eUV_Result; ++x)
+            _result.Put(x, y, ViewOf(row, x));
+    }
 }

@@ -1,0 +1,286 @@
+#pragma once
+
+#include "ZChromaKey/Engine2/Kernels/UnmixRecords.h"
+#include "ZChromaKey/Engine2/Kernels/UnmixVectors.h"
+
+#include <string.h> // NOLINT(modernize-deprecated-headers): no header of the C++ library here
+
+/// What cells are, 64 of them at a time: Screen.h and Classes.h say what each test means.
+
+namespace
+{
+namespace UnmixTests
+{
+
+using UnmixVectors::FormOf;
+using UnmixVectors::FromBytes;
+using UnmixVectors::PAIRS;
+
+/// The first _nCount numbers, or a whole vector of them; 0 where there are fewer.
+template <class S> ZCK_INLINE typename S::I32 LoadSome(const void* _pInts, size_t _nCount)
+{
+    return _nCount < S::c_nLanes ? S::LoadI32(_pInts, _nCount) : S::LoadI32(_pInts);
+}
+
+/// Cells _nAt and following of a chunk.
+template <class S> struct SOME_CELLS
+{
+    PAIRS<S> sums;
+    typename S::I32 nMin;
+    typename S::I32 nMax;
+};
+template <class S> ZCK_INLINE SOME_CELLS<S> LoadCells(const CELL_CHUNK& _chunk, size_t _nAt)
+{
+    const size_t nLeft = static_cast<size_t>(_chunk.nCells) - _nAt, nHalf = S::c_nLanes / 2;
+    SOME_CELLS<S> cells;
+    const typename S::I32 nFirst = LoadSome<S>(_chunk.pSum + _nAt, 2 * nLeft);
+    const typename S::I32 nSecond = nLeft > nHalf ? LoadSome<S>(_chunk.pSum + _nAt + nHalf, 2 * (nLeft - nHalf)) : 0;
+    Deinterleave(nFirst, nSecond, cells.sums.nBG, cells.sums.nRA);
+    cells.nMin = LoadSome<S>(_chunk.pMin + _nAt, nLeft);
+    cells.nMax = LoadSome<S>(_chunk.pMax + _nAt, nLeft);
+    return cells;
+}
+
+/// Mean colours of cells.
+template <class S> struct MEANS
+{
+    typename S::F32 b;
+    typename S::F32 g;
+    typename S::F32 r;
+
+    ZCK_INLINE explicit MEANS(const PAIRS<S>& _sums)
+        : b(ToF32(_sums.nBG & 0xFFFF) * typename S::F32(1 / 16.0f))
+        , g(ToF32(ShiftedIn0(_sums.nBG, 16)) * typename S::F32(1 / 16.0f))
+        , r(ToF32(_sums.nRA & 0xFFFF) * typename S::F32(1 / 16.0f))
+    {
+    }
+    ZCK_INLINE typename S::F32 Form(const float (&_arrForm)[3]) const
+    {
+        using F32 = typename S::F32;
+        return F32(_arrForm[0]) * b + F32(_arrForm[1]) * g + F32(_arrForm[2]) * r;
+    }
+};
+
+/// Contrast inside cells, in quarters of a level: no byte of the least is above that of the greatest.
+template <class S> ZCK_INLINE typename S::I32 Spread4(const SOME_CELLS<S>& _cells)
+{
+    const typename S::I32 nOff = _cells.nMax - _cells.nMin;
+    return (nOff & 0xFF) + ((nOff >> 7) & 0x1FE) + ((nOff >> 16) & 0xFF);
+}
+
+/// The square of the distance to a key, in units of its range; huge where nothing of its tint is seen.
+template <class S> ZCK_INLINE typename S::F32 DistanceOf(const SCREEN_RULES& _key, const MEANS<S>& _mean)
+{
+    using F32 = typename S::F32;
+    const F32 fltNone(0.0f);
+    const F32 fltX = _mean.Form(_key.arrX);
+    const auto maskTint = Less(F32(4.0f), fltX);
+    const F32 fltZ = Abs(_mean.Form(_key.arrZ) - F32(_key.fltSlope) * fltX);
+    const F32 fltMax = Max(Max(_mean.b, _mean.g), _mean.r);
+    const F32 fltMin = Min(Min(_mean.b, _mean.g), _mean.r);
+    const F32 fltSaturation = (fltMax - fltMin) / Max(fltMax, F32(1.0f));
+    const F32 h = fltZ / Select(maskTint, fltX, F32(1.0f)) * F32(_key.fltHue);
+    const F32 s = Max((F32(_key.fltKeySaturation) - fltSaturation) * F32(_key.fltSaturation), fltNone);
+    const F32 v = Max((F32(_key.fltKeyValue) - fltMax) * F32(_key.fltValue), fltNone);
+    return Select(maskTint, h * h + s * s + v * v, F32(1e6f));
+}
+
+/// The bits of the cells from _nAt on, at their place in the word.
+template <class M32> ZCK_INLINE uint64_t BitsAt(M32 _mask, size_t _nAt)
+{
+    return static_cast<uint64_t>(Bits(_mask)) << _nAt;
+}
+/// Stores whole vectors in chunks that may end before.
+template <class S> ZCK_INLINE void NarrowSome(int16_t* _pWords, size_t _nLeft, typename S::I32 _ints)
+{
+    if (_nLeft >= S::c_nLanes)
+        return S::Narrow(_pWords, _ints);
+    int16_t arrWords[S::c_nLanes];
+    S::Narrow(arrWords, _ints);
+    memcpy(_pWords, arrWords, _nLeft * sizeof(int16_t));
+}
+ZCK_INLINE uint64_t Valid(const CELL_CHUNK& _cells)
+{
+    return _cells.nCells < 64 ? (uint64_t{1} << _cells.nCells) - 1 : ~uint64_t{0};
+}
+
+template <class S> void Screen(SCREEN_CHUNK& _chunk)
+{
+    using I32 = typename S::I32;
+    using F32 = typename S::F32;
+    const size_t nCells = static_cast<size_t>(_chunk.cells.nCells);
+    uint64_t nWithin = 0, nFlat = 0;
+    for (size_t n = 0; n < nCells; n += S::c_nLanes)
+    {
+        const SOME_CELLS<S> cells = LoadCells<S>(_chunk.cells, n);
+        const MEANS<S> mean(cells.sums);
+        F32 fltNearest = DistanceOf<S>(_chunk.pKeys[0], mean);
+        I32 nX = FormOf<S>(_chunk.pKeys[0].anX, cells.sums);
+        for (int k = 1; k < _chunk.nKeys; ++k)
+        {
+            const F32 flt = DistanceOf<S>(_chunk.pKeys[k], mean);
+            const auto maskNearer = Less(flt, fltNearest);
+            fltNearest = Select(maskNearer, flt, fltNearest);
+            nX = Select(maskNearer, FormOf<S>(_chunk.pKeys[k].anX, cells.sums), nX);
+        }
+        const F32 fltMax = Max(Max(mean.b, mean.g), mean.r);
+        nWithin |= BitsAt(Less(fltNearest, F32(1.0f)), n);
+        nFlat |= BitsAt(Less(ToF32(Spread4<S>(cells)), F32(48.0f) + F32(.88f) * fltMax), n);
+        NarrowSome<S>(_chunk.pX + n, nCells - n, Min(Max(nX >> 3, I32(-32768)), I32(32767)));
+    }
+    _chunk.nWithin = nWithin & Valid(_chunk.cells);
+    _chunk.nFlat = nFlat & Valid(_chunk.cells);
+}
+
+template <class S> void Steps(STEP_CHUNK& _chunk)
+{
+    using I32 = typename S::I32;
+    const size_t nCells = static_cast<size_t>(_chunk.cells.nCells);
+    uint64_t nSmooth = 0, nCalm = 0;
+    for (size_t n = 0; n < nCells; n += S::c_nLanes)
+    {
+        const int16_t* const pHere = _chunk.arrX[1] + n;
+        const I32 nAcross = Abs(S::WidenI32(pHere) - S::WidenI32(pHere + 2));
+        const I32 nDown = Abs(S::WidenI32(_chunk.arrX[0] + n + 1) - S::WidenI32(_chunk.arrX[2] + n + 1));
+        const I32 nStep = Max(nAcross, nDown);
+        const I32 nSpread4 = Spread4<S>(LoadCells<S>(_chunk.cells, n));
+        nSmooth |= BitsAt(Greater(I32(_chunk.nLimit), nStep), n);
+        nCalm |= BitsAt(Greater(I32(_chunk.nWideLimit), nStep) & Greater(I32(_chunk.nCalm4), nSpread4), n);
+    }
+    _chunk.nSmooth = nSmooth & Valid(_chunk.cells);
+    _chunk.nCalm = nCalm & Valid(_chunk.cells);
+}
+
+constexpr float c_fltSureReach = 5; // times what other cells may lack: the bounds of 16 noisy pixels lie far apart
+constexpr float c_fltGuard = .4f;   // cells all of whose pixels are more opaque than this may be closed
+constexpr int c_nPlateCells = c_nChunkPlates + 2;
+constexpr int c_nPlateRoom = c_nPlateCells + 14; // whole vectors of cells
+
+/// The plate's colours at the cells of a chunk, by channel.
+struct CHUNK_COLOURS
+{
+    float arr[3][c_nChunkCells];
+};
+
+/// Splits a row of plate cells by channel.
+template <class S> ZCK_INLINE void SplitChannels(const float* _pCells, float (&_arr)[3][c_nPlateRoom])
+{
+    using I32 = typename S::I32;
+    constexpr size_t c_nLanes = S::c_nLanes;
+    float arrCells[4 * c_nPlateRoom] = {};
+    memcpy(arrCells, _pCells, sizeof(float) * 4 * c_nPlateCells);
+    for (size_t n = 0; n < c_nPlateCells; n += c_nLanes)
+    {
+        const float* const p = arrCells + 4 * n;
+        I32 nBR, nBR2, nGW, nGW2, nNone;
+        Deinterleave(S::LoadI32(p), S::LoadI32(p + c_nLanes), nBR, nGW);
+        Deinterleave(S::LoadI32(p + 2 * c_nLanes), S::LoadI32(p + 3 * c_nLanes), nBR2, nGW2);
+        I32 b, g, r;
+        Deinterleave(nBR, nBR2, b, r);
+        Deinterleave(nGW, nGW2, g, nNone);
+        S::Store(static_cast<void*>(_arr[0] + n), b);
+        S::Store(static_cast<void*>(_arr[1] + n), g);
+        S::Store(static_cast<void*>(_arr[2] + n), r);
+    }
+}
+
+/// Bilinear between the plate's cells: a cell of 4x4 pixels lies a quarter of a plate cell off its middle.
+template <class S> ZCK_INLINE CHUNK_COLOURS PlateOf(const CLASS_CHUNK& _chunk)
+{
+    using F32 = typename S::F32;
+    float arrAbove[3][c_nPlateRoom], arrBelow[3][c_nPlateRoom];
+    SplitChannels<S>(_chunk.arrPlate[0], arrAbove);
+    SplitChannels<S>(_chunk.arrPlate[1], arrBelow);
+    const F32 fltNear(.75f), fltFar(.25f), fltBelow(_chunk.fltBelow), fltAbove(1 - _chunk.fltBelow);
+    CHUNK_COLOURS plate;
+    for (int c = 0; c < 3; ++c)
+        for (size_t n = 0; n < c_nChunkCells / 2; n += S::c_nLanes)
+        {
+            const auto Even = [&](const float* _p) { return S::LoadF32(_p) * fltFar + S::LoadF32(_p + 1) * fltNear; };
+            const auto Odd = [&](const float* _p) {
+                return S::LoadF32(_p + 1) * fltNear + S::LoadF32(_p + 2) * fltFar;
+            };
+            const float* const pAbove = arrAbove[c] + n;
+            const float* const pBelow = arrBelow[c] + n;
+            float arrEven[S::c_nLanes], arrOdd[S::c_nLanes];
+            S::Store(arrEven, Even(pAbove) * fltAbove + Even(pBelow) * fltBelow);
+            S::Store(arrOdd, Odd(pAbove) * fltAbove + Odd(pBelow) * fltBelow);
+            typename S::I32 nFirst, nSecond;
+            Interleave(S::LoadI32(arrEven), S::LoadI32(arrOdd), nFirst, nSecond);
+            S::Store(static_cast<void*>(plate.arr[c] + 2 * n), nFirst);
+            S::Store(static_cast<void*>(plate.arr[c] + 2 * n + S::c_nLanes), nSecond);
+        }
+    return plate;
+}
+
+/// The difference of cells' means, and bounds of that of their pixels.
+template <class S> struct BOUNDS
+{
+    typename S::F32 fltMean;
+    typename S::F32 fltLeast;
+    typename S::F32 fltMost;
+};
+
+/// Bytes of the one where a form's weight is above 0, else of the other.
+ZCK_INLINE int ByteMask(const int32_t (&_anForm)[3])
+{
+    return (_anForm[0] > 0 ? 0xFF : 0) | (_anForm[1] > 0 ? 0xFF00 : 0) | (_anForm[2] > 0 ? 0xFF0000 : 0);
+}
+
+template <class S>
+ZCK_INLINE BOUNDS<S> BoundsOf(const CLASS_RULES& _rules, const SOME_CELLS<S>& _cells, typename S::F32 _fltRho)
+{
+    using I32 = typename S::I32;
+    using F32 = typename S::F32;
+    const MEANS<S> mean(_cells.sums);
+    const F32 fltX = mean.Form(_rules.arrX);
+    const F32 fltZ = Abs(mean.Form(_rules.arrZ) - _fltRho * fltX);
+    // Bounds in 64ths: exact.
+    const I32 nMask(ByteMask(_rules.anX)), nSwapped = (_cells.nMin ^ _cells.nMax) & nMask;
+    const F32 fltOne(1 / 64.0f), fltNone(0.0f), fltWedge(_rules.fltWedge);
+    const F32 fltMostX = ToF32(FormOf<S>(_rules.anX, FromBytes<S>(_cells.nMin ^ nSwapped))) * fltOne;
+    const F32 fltLeastX = ToF32(FormOf<S>(_rules.anX, FromBytes<S>(_cells.nMax ^ nSwapped))) * fltOne;
+    const int32_t anReach[3] = {_rules.anZ[0] < 0 ? -_rules.anZ[0] : _rules.anZ[0],
+                                _rules.anZ[1] < 0 ? -_rules.anZ[1] : _rules.anZ[1],
+                                _rules.anZ[2] < 0 ? -_rules.anZ[2] : _rules.anZ[2]};
+    const F32 fltReach = ToF32(FormOf<S>(anReach, FromBytes<S>(_cells.nMax - _cells.nMin))) * fltOne;
+    return {fltX - fltWedge * fltZ, fltLeastX - fltWedge * (fltZ + fltReach),
+            fltMostX - fltWedge * Max(fltZ - fltReach, fltNone)};
+}
+
+template <class S> void Classes(CLASS_CHUNK& _chunk)
+{
+    using F32 = typename S::F32;
+    const CLASS_RULES& rules = *_chunk.pRules;
+    const CHUNK_COLOURS plate = PlateOf<S>(_chunk);
+    const size_t nCells = static_cast<size_t>(_chunk.cells.nCells);
+    uint64_t nSolid0 = 0, nInner = 0, nDoubt = 0, nSolid = 0, nNear = 0, nFar = 0;
+    for (size_t n = 0; n < nCells; n += S::c_nLanes)
+    {
+        const F32 b = S::LoadF32(plate.arr[0] + n), g = S::LoadF32(plate.arr[1] + n), r = S::LoadF32(plate.arr[2] + n);
+        const auto Form = [&](const float(&_p)[3]) { return F32(_p[0]) * b + F32(_p[1]) * g + F32(_p[2]) * r; };
+        const F32 fltX = Max(Form(rules.arrX), F32(rules.fltLeastX));
+        const F32 fltRho = Min(Max(Form(rules.arrZ) / fltX, F32(-.5f)), F32(.5f));
+        S::Narrow(_chunk.pRho + n, ToI32(fltRho * F32(32767.0f)));
+        const BOUNDS<S> bounds = BoundsOf<S>(rules, LoadCells<S>(_chunk.cells, n), fltRho);
+        const F32 fltLow = Max(Min(F32(rules.fltClip), F32(.25f) * fltX), F32(rules.fltClean) * fltX);
+        // In sure backdrop contrast is noise or dirt.
+        const F32 fltSureLow = Max(F32(c_fltSureReach) * fltLow, F32(.18f) * fltX);
+        // A little below 0: mixtures with colourful foreground reach 0 before they are solid.
+        nSolid0 |= BitsAt(Less(bounds.fltMean, F32(rules.fltNoise) - F32(.05f) * fltX), n);
+        nInner |= BitsAt(Less(bounds.fltMean, F32(rules.fltOpen) * fltX), n);
+        nDoubt |= BitsAt(Less(bounds.fltMost, F32(1 - c_fltGuard) * fltX), n);
+        nNear |= BitsAt(Less(fltX - fltSureLow, bounds.fltLeast), n);
+        nFar |= BitsAt(Less(fltX - fltLow, bounds.fltLeast), n);
+        nSolid |= BitsAt(Less(bounds.fltMost, F32(.03f) * fltX), n);
+    }
+    const uint64_t nValid = Valid(_chunk.cells);
+    _chunk.nSolid0 = nSolid0 & nValid;
+    _chunk.nInner = rules.fltOpen > 0 ? nInner & nValid : 0;
+    _chunk.nDoubt = ~nDoubt & nValid;
+    _chunk.nBackdrop = ((nNear & _chunk.nSure) | (nFar & ~_chunk.nSure)) & nValid;
+    _chunk.nSolid = nSolid & nValid;
+}
+
+} // namespace UnmixTests
+} // namespace

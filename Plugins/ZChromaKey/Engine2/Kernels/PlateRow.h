@@ -1,0 +1,153 @@
+#pragma once
+
+#include "Simd/Simd.h"
+#include "ZChromaKey/Engine2/Kernels/UnmixRecords.h"
+
+/// Rows of plate cells, four floats each, over vectors: a block of 16 bytes is a plate cell.
+
+namespace
+{
+namespace UnmixPlates
+{
+
+/// Lane n of every block in all its lanes.
+template <class S> ZCK_INLINE typename S::F32 Spread(typename S::F32 _flt, const uint8_t (&_arrLane)[16])
+{
+    return AsFloats(As<typename S::I32>(ShuffleBytes(As<typename S::U8>(AsInts(_flt)), _arrLane)));
+}
+constexpr uint8_t c_arrLane0[16] = {0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3};
+constexpr uint8_t c_arrLane1[16] = {4, 5, 6, 7, 4, 5, 6, 7, 4, 5, 6, 7, 4, 5, 6, 7};
+constexpr uint8_t c_arrLane2[16] = {8, 9, 10, 11, 8, 9, 10, 11, 8, 9, 10, 11, 8, 9, 10, 11};
+constexpr uint8_t c_arrLane3[16] = {12, 13, 14, 15, 12, 13, 14, 15, 12, 13, 14, 15, 12, 13, 14, 15};
+
+/// The last lane of every block.
+template <class S> ZCK_INLINE typename S::M32 LastLanes()
+{
+    static constexpr int32_t c_arrLast[16] = {0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1};
+    return Equal(S::LoadI32(c_arrLast), typename S::I32(1));
+}
+
+/// Sums of the cells of one row that bits name, two cells a block; as the fourth word, how many.
+template <class S>
+ZCK_INLINE typename S::U16 NamedSums(const uint64_t* _pSums, uint64_t _nBits, size_t _nAt, size_t _nCells)
+{
+    using I32 = typename S::I32;
+    static constexpr int32_t c_arrCell[16] = {1, 1, 2, 2, 4, 4, 8, 8, 16, 16, 32, 32, 64, 64, 128, 128};
+    static constexpr int32_t c_arrColour[16] = {-1, 0xFFFF, -1, 0xFFFF, -1, 0xFFFF, -1, 0xFFFF,
+                                                -1, 0xFFFF, -1, 0xFFFF, -1, 0xFFFF, -1, 0xFFFF};
+    static constexpr int32_t c_arrOne[16] = {0, 0x10000, 0, 0x10000, 0, 0x10000, 0, 0x10000,
+                                             0, 0x10000, 0, 0x10000, 0, 0x10000, 0, 0x10000};
+    const size_t nLeft = 2 * (_nCells - _nAt);
+    const I32 nSums = nLeft < S::c_nLanes ? S::LoadI32(_pSums + _nAt, nLeft) : S::LoadI32(_pSums + _nAt);
+    const I32 nCounted = (nSums & S::LoadI32(c_arrColour)) | S::LoadI32(c_arrOne);
+    const auto maskOut = Equal(I32(static_cast<int>(_nBits >> _nAt & 0xFF)) & S::LoadI32(c_arrCell), I32(0));
+    return As<typename S::U16>(Select(maskOut, I32(0), nCounted));
+}
+
+template <class S> void Means(const MEAN_CHUNK& _chunk)
+{
+    using F32 = typename S::F32;
+    using I32 = typename S::I32;
+    static constexpr uint8_t c_arrOther[16] = {8, 9, 10, 11, 12, 13, 14, 15, 0, 1, 2, 3, 4, 5, 6, 7};
+    static constexpr uint8_t c_arrWiden[16] = {0, 1, 0xFF, 0xFF, 2, 3, 0xFF, 0xFF, 4, 5, 0xFF, 0xFF, 6, 7, 0xFF, 0xFF};
+    const size_t nCells = static_cast<size_t>(_chunk.nCells), nFloats = 4 * ((nCells + 1) / 2);
+    for (size_t n = 0; n < nCells; n += S::c_nLanes / 2)
+    {
+        const auto nSums = NamedSums<S>(_chunk.arrSums[0], _chunk.arrBits[0], n, nCells) +
+                           NamedSums<S>(_chunk.arrSums[1], _chunk.arrBits[1], n, nCells);
+        const auto nBlocks = As<typename S::U8>(nSums);
+        const auto nAll = nSums + As<typename S::U16>(ShuffleBytes(nBlocks, c_arrOther));
+        const F32 flt = ToF32(As<I32>(ShuffleBytes(As<typename S::U8>(nAll), c_arrWiden)));
+        const F32 fltCount = Spread<S>(flt, c_arrLane3);
+        const F32 fltMean = flt * (F32(1.0f) / (F32(16.0f) * Max(fltCount, F32(1.0f))));
+        const F32 fltOut = Select(LastLanes<S>(), Min(fltCount, F32(_chunk.fltMost)), fltMean);
+        if (2 * n + S::c_nLanes <= nFloats)
+            S::Store(_chunk.pMeans + 2 * n, fltOut);
+        else
+            S::Store(_chunk.pMeans + 2 * n, nFloats - 2 * n, fltOut);
+    }
+}
+
+/// A vector of plate cells from float _nAt on, 0 past the end.
+template <class S> ZCK_INLINE typename S::F32 LoadPlates(const float* _p, size_t _nAt, size_t _nFloats)
+{
+    if (_nAt + S::c_nLanes <= _nFloats)
+        return S::LoadF32(_p + _nAt);
+    return _nAt < _nFloats ? S::LoadF32(_p + _nAt, _nFloats - _nAt) : typename S::F32(0.0f);
+}
+
+/// Sums every fourth plate cell by itself, so that the order of the sums does not depend on the length of vectors.
+template <class S> void Compare(COMPARE_CHUNK& _chunk)
+{
+    using F32 = typename S::F32;
+    constexpr size_t c_nVectors = 16 / S::c_nLanes;
+    const size_t nFloats = 4 * static_cast<size_t>(_chunk.plates.nPlates);
+    const F32 fltNone(0.0f), fltOne(1.0f);
+    F32 arrSeen[c_nVectors], arrPlate[c_nVectors];
+    for (size_t v = 0; v < c_nVectors; ++v)
+        arrSeen[v] = arrPlate[v] = fltNone;
+    for (size_t n = 0; n < nFloats; n += 16)
+        for (size_t v = 0; v < c_nVectors; ++v)
+        {
+            const size_t nAt = n + v * S::c_nLanes;
+            const F32 fltSeen = LoadPlates<S>(_chunk.plates.pSeen, nAt, nFloats);
+            const F32 fltPlate = LoadPlates<S>(_chunk.plates.pPlate, nAt, nFloats);
+            const F32 fltLimit = _chunk.pLimits ? LoadPlates<S>(_chunk.pLimits, nAt, nFloats) : F32(_chunk.fltLimit);
+            const auto maskBoth =
+                Less(fltNone, Spread<S>(fltSeen, c_arrLane3)) & Less(fltNone, Spread<S>(fltPlate, c_arrLane3));
+            const F32 fltOff = Abs(fltSeen - fltPlate);
+            const F32 fltAllOff =
+                (Spread<S>(fltOff, c_arrLane0) + Spread<S>(fltOff, c_arrLane1)) + Spread<S>(fltOff, c_arrLane2);
+            const F32 fltIsFar = Select(Less(fltLimit, fltAllOff), fltOne, fltNone);
+            const auto maskLast = LastLanes<S>();
+            arrSeen[v] = arrSeen[v] + Select(maskBoth, Select(maskLast, fltOne, fltSeen), fltNone);
+            arrPlate[v] = arrPlate[v] + Select(maskBoth, Select(maskLast, fltIsFar, fltPlate), fltNone);
+        }
+    float arrAll[2][16];
+    for (size_t v = 0; v < c_nVectors; ++v)
+    {
+        S::Store(arrAll[0] + v * S::c_nLanes, arrSeen[v]);
+        S::Store(arrAll[1] + v * S::c_nLanes, arrPlate[v]);
+    }
+    for (int n = 0; n < 4; ++n)
+    {
+        _chunk.arrSeen[n] = (arrAll[0][n] + arrAll[0][n + 4]) + (arrAll[0][n + 8] + arrAll[0][n + 12]);
+        _chunk.arrPlate[n] = (arrAll[1][n] + arrAll[1][n + 4]) + (arrAll[1][n + 8] + arrAll[1][n + 12]);
+    }
+}
+
+template <class S> void Learn(LEARN_CHUNK& _chunk)
+{
+    using F32 = typename S::F32;
+    using I32 = typename S::I32;
+    const size_t nFloats = 4 * static_cast<size_t>(_chunk.plates.nPlates);
+    const F32 fltGain = AsFloats(S::LoadBlocks(_chunk.arrGain, 0)), fltNone(0.0f), fltOne(1.0f);
+    const auto maskLast = LastLanes<S>();
+    I32 nGrown(0);
+    for (size_t n = 0; n < nFloats; n += S::c_nLanes)
+    {
+        const F32 fltSeen = LoadPlates<S>(_chunk.plates.pSeen, n, nFloats);
+        const F32 fltPlate = LoadPlates<S>(_chunk.plates.pPlate, n, nFloats);
+        F32 fltLit = fltPlate * fltGain;
+        if (_chunk.pLamps)
+            fltLit = fltLit + LoadPlates<S>(_chunk.pLamps, n, nFloats);
+        const F32 fltBefore = Spread<S>(fltPlate, c_arrLane3);
+        const F32 fltCount = Min(fltBefore + fltOne, F32(_chunk.fltMostSeen));
+        const F32 fltLearnt = Select(maskLast, fltCount, fltLit + (fltSeen - fltLit) * (fltOne / fltCount));
+        const auto maskSeen = Less(fltNone, Spread<S>(fltSeen, c_arrLane3));
+        const F32 fltNow = Select(maskSeen, fltLearnt, fltLit);
+        nGrown = nGrown + Select(Without(maskSeen & maskLast, Less(fltNone, fltBefore)), I32(1), I32(0));
+        if (n + S::c_nLanes <= nFloats)
+            S::Store(_chunk.plates.pPlate + n, fltNow);
+        else
+            S::Store(_chunk.plates.pPlate + n, nFloats - n, fltNow);
+    }
+    int32_t arrGrown[S::c_nLanes];
+    S::Store(static_cast<void*>(arrGrown), nGrown);
+    _chunk.nGrown = 0;
+    for (size_t n = 0; n < S::c_nLanes; ++n)
+        _chunk.nGrown += arrGrown[n];
+}
+
+} // namespace UnmixPlates
+} // namespace

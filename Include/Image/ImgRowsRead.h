@@ -186,3 +186,12 @@ template <class S> struct FROM_R210
         return LevelsOf(vecWords) | c_nImgAlphaByte;
     }
 };
+
+/// RGB32, whose fourth byte means nothing.
+template <class S> struct MADE_OPAQUE
+{
+    ZCK_INLINE typename S::I32 Of(typename S::I32 _vecPixels) const
+    {
+        return _vecPixels | c_nImgAlphaByte;
+    }
+};

@@ -42,7 +42,7 @@ public:
 private:
     static ZCK_INLINE I32 Pixels(I32 _vecLuma, I32 _vecB, I32 _vecG, I32 _vecR)
     {
-        return ClampedPixels<S>((_vecLuma + _vecB) >> 13, (_vecLuma + _vecG) >> 13, (_vecLuma + _vecR) >> 13, 255);
+        return JoinClamped((_vecLuma + _vecB) >> 13, (_vecLuma + _vecG) >> 13, (_vecLuma + _vecR) >> 13, 255);
     }
     U16 m_vecY0;
     U16 m_vecY1;

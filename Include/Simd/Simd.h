@@ -39,6 +39,8 @@
 ///     ShuffleBytes(bytes, pattern)        byte pattern[n] of the block, or 0 where the pattern has 0xFF
 ///     PackWords(a, b), PackBytes(a, b)    the elements of a's block, then those of b's, at half their size: signed
 ///                                         numbers are clamped to int16_t, and to 0 to 255
+/// This works on every lane separately:
+///     JoinClamped(a, b, c, d)             the four numbers, clamped to 0 to 255, as its bytes from the lowest
 /// These work across the whole vector:
 ///     PackLanes(a, b, c, d)               the lanes of four vectors, from 0 to 255, as bytes
 ///     Interleave(a, b, first, second)     a0 b0 a1 b1 and so on, as two vectors

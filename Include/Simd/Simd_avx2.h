@@ -399,6 +399,10 @@ struct SIMD_AVX2
         return _mm256_cmpgt_epi32(_mm256_set1_epi32(nLanes), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
     }
 
+    static ZCK_INLINE void Prefetch(const uint8_t* _pByte)
+    {
+        _mm_prefetch(reinterpret_cast<const char*>(_pByte), _MM_HINT_T1);
+    }
     static ZCK_INLINE U8 LoadU8(const uint8_t* _pBytes)
     {
         return Bytes(_pBytes);

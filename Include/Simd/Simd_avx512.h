@@ -398,6 +398,10 @@ struct SIMD_AVX512
         return static_cast<__mmask16>(_nLanes < c_nLanes ? (1u << _nLanes) - 1 : 0xFFFF);
     }
 
+    static ZCK_INLINE void Prefetch(const uint8_t* _pByte)
+    {
+        _mm_prefetch(reinterpret_cast<const char*>(_pByte), _MM_HINT_T1);
+    }
     static ZCK_INLINE U8 LoadU8(const uint8_t* _pBytes)
     {
         return Bytes(_pBytes);

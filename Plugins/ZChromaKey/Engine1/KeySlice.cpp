@@ -18,6 +18,16 @@ void RowFinish(const KEY_JOB& _job, int _nRow) noexcept
         _job.argb.AlphaSet(_job.alpha, _nRow, *_job.pPlanes);
 }
 
+/// Row _nRow will be keyed next. Where keying reads it first and in place, it is answered, to be fetched beside the
+/// keying of another row; else it is fetched from here.
+const uint8_t* RowExpect(const KEY_JOB& _job, int _nRow) noexcept
+{
+    if (_job.reader.IsInPlace() && _job.eType == eCKT_RGB)
+        return _job.reader.RowInPlace(_nRow);
+    _job.reader.RowExpect(_nRow);
+    return nullptr;
+}
+
 /// What follows the keying of a row, while it is in the cache; rows that are smoothed first are finished after that.
 void RowPost(const KEY_JOB& _job, int _nRow) noexcept
 {
@@ -95,9 +105,7 @@ bool CKeySlice::RowsKey(const KEY_JOB& _job, int _nSlice, const std::atomic<bool
         if (!_bGo.load(std::memory_order_relaxed))
             return false;
         const int nRow = _nSlice + i * _job.nRowStep;
-        if (i + 1 < _job.nRows)
-            _job.reader.RowExpect(nRow + _job.nRowStep);
-        RowKey(_job, nRow);
+        RowKey(_job, nRow, i + 1 < _job.nRows ? RowExpect(_job, nRow + _job.nRowStep) : nullptr);
         RowClean(_job, nRow);
         RowPost(_job, nRow);
     }
@@ -125,7 +133,7 @@ const uint8_t* CKeySlice::RowConvert(const KEY_JOB& _job, int _nRow) noexcept
     return pScratch;
 }
 
-void CKeySlice::RowKey(const KEY_JOB& _job, int _nRow) noexcept
+void CKeySlice::RowKey(const KEY_JOB& _job, int _nRow, const uint8_t* _pExpect) noexcept
 {
     uint8_t* const pAlpha = _job.alpha.Row(_nRow);
     const auto nColumns = static_cast<size_t>(_job.nColumns);
@@ -137,7 +145,7 @@ void CKeySlice::RowKey(const KEY_JOB& _job, int _nRow) noexcept
     if (nColumns == 0)
         return;
     const uint8_t* const pPixels = RowConvert(_job, _nRow);
-    const KEY_SET set = {_job.plan.arrKeying, _job.plan.nKeying, _job.plan.arrExclude, _job.plan.nExclude};
+    const KEY_SET set = {_job.plan.arrKeying, _job.plan.nKeying, _job.plan.arrExclude, _job.plan.nExclude, _pExpect};
     // Later keys count in whole groups of 16 pixels only; the columns after them keep the first key's result.
     _job.pKernels->pfnKeySet(pAlpha, pPixels, nColumns, static_cast<size_t>(_job.nMergeColumns), set);
 }

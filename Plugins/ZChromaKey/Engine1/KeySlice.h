@@ -66,7 +66,7 @@ public:
 
 private:
     bool RowsKey(const KEY_JOB& _job, int _nSlice, const std::atomic<bool>& _bGo) noexcept;
-    void RowKey(const KEY_JOB& _job, int _nRow) noexcept;
+    void RowKey(const KEY_JOB& _job, int _nRow, const uint8_t* _pExpect) noexcept;
     void RowClean(const KEY_JOB& _job, int _nRow) noexcept;
     const uint8_t* RowConvert(const KEY_JOB& _job, int _nRow) noexcept;
 

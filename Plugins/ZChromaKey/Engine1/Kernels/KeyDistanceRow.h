@@ -153,12 +153,24 @@ template <class S> ZCK_INLINE typename S::U8 BlockKey(const KEY_NUMBERS<S>& _pix
     return Max(vecAlpha, ~PackedAlphas<S>(LeastOf<S>(block, _keys.pExclude, _keys.nExclude)));
 }
 
-template <class S> void SpanKey(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels, const ROW_KEYS& _keys)
+/// Has a block of pixels fetched that is keyed in the next row. All of that row at once would have the processor wait
+/// until memory has taken the orders.
+template <class S> ZCK_INLINE void BlockExpect(const uint8_t* _pPixels)
+{
+    constexpr size_t c_cbLine = 64;
+    for (size_t n = 0; n < 4 * S::c_nBytes; n += c_cbLine)
+        S::Prefetch(_pPixels + n);
+}
+
+template <class S>
+void SpanKey(uint8_t* _pAlpha, const uint8_t* _pPixels, const uint8_t* _pExpect, size_t _nPixels, const ROW_KEYS& _keys)
 {
     constexpr size_t c_nLanes = S::c_nLanes;
     size_t n = 0;
     for (; n + S::c_nBytes <= _nPixels; n += S::c_nBytes)
     {
+        if (_pExpect)
+            BlockExpect<S>(_pExpect + 4 * n);
         const auto Load = [&](size_t _nVector) { return S::LoadI32(_pPixels + 4 * (n + c_nLanes * _nVector)); };
         S::Store(_pAlpha + n, BlockKey<S>({Load(0), Load(1), Load(2), Load(3)}, _keys));
     }
@@ -178,7 +190,7 @@ void KeySet(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels, size_t _
     KEY_LANES arrExclude[c_nMaxRowKeys];
     KeyLanes_Make(arrKeying, _set.pKeying, _set.nKeying);
     KeyLanes_Make(arrExclude, _set.pExclude, _set.nExclude);
-    SpanKey<S>(_pAlpha, _pPixels, _nMerged, {arrKeying, _set.nKeying, arrExclude, _set.nExclude});
-    SpanKey<S>(_pAlpha + _nMerged, _pPixels + 4 * _nMerged, _nPixels - _nMerged,
+    SpanKey<S>(_pAlpha, _pPixels, _set.pExpect, _nMerged, {arrKeying, _set.nKeying, arrExclude, _set.nExclude});
+    SpanKey<S>(_pAlpha + _nMerged, _pPixels + 4 * _nMerged, nullptr, _nPixels - _nMerged,
                {arrKeying, 1, arrExclude, _set.nExclude > 0});
 }

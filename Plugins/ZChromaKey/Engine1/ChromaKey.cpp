@@ -63,6 +63,7 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
     job.plan = KeyPlan_Make(m_rawKey);
     job.pKernels = &KeyKernels();
     job.pPlanes = &PlaneKernels();
+    job.bFill = m_bFill;
     job.post = MaskPost_Make(m_rawKey, m_bInterlaced || m_rawKey.nInterlacedVideo);
     job.nPostRows = job.post.IsNeeded() && (job.plan.nKeying || job.plan.bColorCancel) ? job.alpha.nHeight : 0;
     if (m_bInterlaced && nThreads == 2) // the slices are the fields
@@ -83,13 +84,8 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
 void CChromaKey::LeftOutFill() const
 {
     const KEY_JOB& job = m_spWork->job;
-    const MASK_PLANE& alpha = job.alpha;
-    const int nRowsKeyed = job.nRows * job.nRowStep;
-    const auto nLeftOut = static_cast<size_t>(alpha.nWidth - job.nColumns);
-    for (int nRow = 0; nRow < nRowsKeyed && nLeftOut; ++nRow)
-        std::memset(alpha.Row(nRow) + job.nColumns, 255, nLeftOut);
-    for (int nRow = nRowsKeyed; nRow < alpha.nHeight; ++nRow)
-        std::memset(alpha.Row(nRow), 255, static_cast<size_t>(alpha.nWidth));
+    for (int nRow = 0; nRow < job.alpha.nHeight; ++nRow)
+        job.LeftOutFill(nRow);
 }
 
 HRESULT CChromaKey::SlicesRun()

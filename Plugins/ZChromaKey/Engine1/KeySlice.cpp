@@ -12,8 +12,11 @@ namespace
 /// The last that is done to a row of the mask.
 void RowFinish(const KEY_JOB& _job, int _nRow) noexcept
 {
-    if (_job.post.bInvert && _nRow < _job.nPostRows)
+    const bool bPost = _nRow < _job.nPostRows;
+    if (bPost && _job.post.bInvert)
         _job.pPlanes->pfnInvert(_job.alpha.Row(_nRow), static_cast<size_t>(_job.alpha.nWidth));
+    if (bPost && _job.bFill)
+        _job.LeftOutFill(_nRow);
     if (_job.argb.pRow0)
         _job.argb.AlphaSet(_job.alpha, _nRow, *_job.pPlanes);
 }

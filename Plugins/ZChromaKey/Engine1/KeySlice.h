@@ -8,6 +8,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstring>
 #include <vector>
 
 /// The pixels of a picture whose alpha bytes become the mask.
@@ -41,6 +42,14 @@ struct KEY_JOB
     CANCEL_SET cancelSet; ///< with what
     const KEY_KERNELS* pKernels;
     const PLANE_KERNELS* pPlanes;
+    bool bFill; ///< what is not keyed is opaque, whatever is done to the mask
+
+    /// Makes opaque what is not keyed of a row.
+    void LeftOutFill(int _nRow) const
+    {
+        const int nFirst = _nRow < nRows * nRowStep ? nColumns : 0;
+        std::memset(alpha.Row(_nRow) + nFirst, 255, static_cast<size_t>(alpha.nWidth - nFirst));
+    }
 };
 
 /// The steps of smoothing that follow the keying, two a pass; every worker takes its share of the rows in each.

@@ -33,7 +33,7 @@ void AddShare(CASES& _cases, int _nMixed)
     _cases.push_back(sample);
     sample = common;
     sample.eSubject = eBSub_Steps;
-    if (_nMixed == 8 || _nMixed == 25)
+    if (_nMixed <= 25)
         _cases.push_back(sample);
 }
 

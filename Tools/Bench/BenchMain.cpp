@@ -205,7 +205,7 @@ void Run(benchmark::State& _state, const BENCH_CASE& _case)
 /// 0: as many as the effort asks for. Frames of the second generation take so long that too few would be measured.
 int64_t IterationsOf(const BENCH_CASE& _case)
 {
-    constexpr int64_t c_nPixels = int64_t{24} * 1920 * 1080; // a seventh of a second
+    constexpr int64_t c_nPixels = int64_t{16} * 1920 * 1080; // a tenth of a second
     if (_case.eSubject == eBSub_FFmpeg)
         return 1;
     if (_case.nGeneration != 2)

@@ -15,6 +15,7 @@
 #include "Base/ZCpu.h"
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
+#include "Image/ImgRowReader.h"
 
 #include <algorithm>
 #include <chrono>
@@ -63,6 +64,8 @@ void Check(BENCH_COMMAND& _command)
         throw CZUsageError(
             ZFormat("--size %s: the picture has to be %d pixels each way at least", _command.strSize, nLeast));
     _command.fccType = Raw_ReadFormatOption(_command.strFormat);
+    if (!Img_IsReadable(_command.fccType))
+        throw CZUsageError(ZFormat("--format %s: the module has no such frames; files alone have", _command.strFormat));
     if (_command.fccType == eZFCC_RGB8)
         throw CZUsageError(ZFormat("--format %s: a grey picture has no colours to key", _command.strFormat));
     if (_command.bGPU && Tables_Read(CZModule::Own(), eZTable_Adapters).empty())

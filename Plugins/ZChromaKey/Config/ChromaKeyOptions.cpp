@@ -93,7 +93,7 @@ std::string ChromaKeyOptions_Validate(std::string_view _svName, std::string_view
     case eCKOptionType_Bool:
         return PropText_ReadBool(_svValue, &bValue) ? "" : "true or false";
     case eCKOptionType_Int:
-        return PropText_ReadInt32(_svValue, &nValue) ? "" : "a whole number";
+        return PropText_ReadInt32(_svValue, &nValue) ? "" : "a whole number of 32 bits";
     case eCKOptionType_Depth:
         return PropText_ReadInt32(_svValue, &nValue) && (nValue == 8 || nValue == 16) ? "" : "a whole number, 8 or 16";
     default:

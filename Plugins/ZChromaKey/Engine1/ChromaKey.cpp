@@ -66,6 +66,7 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
     job.plan = KeyPlan_Make(m_rawKey);
     job.pKernels = &KeyKernels();
     job.pPlanes = &PlaneKernels();
+    job.bFill = m_bFill;
     job.post = MaskPost_Make(m_rawKey, m_bInterlaced || m_rawKey.nInterlacedVideo);
     // One slice is the whole frame, and two of an interlaced one are its fields: they can be finished by the workers.
     job.bPost = m_nThreads < 2 || (m_nThreads == 2 && m_bInterlaced);
@@ -93,9 +94,8 @@ void CChromaKey::LeftOutFill() const
     const KEY_JOB& job = m_spWork->job;
     const MASK_PLANE& alpha = job.alpha;
     const int nRowsKeyed = job.nRows * job.nRowStep;
-    const auto nLeftOut = static_cast<size_t>(alpha.nWidth - job.nColumns);
-    for (int nRow = 0; nRow < nRowsKeyed && nLeftOut; ++nRow)
-        std::memset(alpha.Row(nRow) + job.nColumns, 255, nLeftOut);
+    for (int nRow = 0; nRow < nRowsKeyed; ++nRow)
+        job.ColumnsFill(nRow);
     for (int nRow = nRowsKeyed; nRow < alpha.nHeight; ++nRow)
         std::memset(alpha.Row(nRow), 255, static_cast<size_t>(alpha.nWidth));
 }
@@ -123,6 +123,8 @@ void CChromaKey::FrameFinish(bool _bKeyed)
     {
         m_maskPost.Reserve(job.alpha.nWidth);
         m_maskPost.Run(job.alpha, job.post, *job.pPlanes);
+        if (m_bFill)
+            LeftOutFill();
     }
     if (!m_argb.pRow0)
         return;

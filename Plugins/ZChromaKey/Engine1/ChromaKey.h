@@ -31,7 +31,8 @@ public:
     {
         m_eMatrix = _eMatrix;
     }
-    /// Whether ProcessFrame sets what it does not key to 255 (off at first), so that a new plane need not be filled.
+    /// Whether ProcessFrame sets what it does not key to 255 (off at first), so that a new plane need not be filled; it
+    /// stays 255 through thresholds, smoothing and inversion.
     void FillSet(bool _bFill)
     {
         m_bFill = _bFill;

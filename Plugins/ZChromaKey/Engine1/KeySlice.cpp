@@ -36,8 +36,13 @@ HRESULT CKeySlice::Process(const KEY_JOB& _job, int _nSlice, const std::atomic<b
     if (bPost)
     {
         m_maskPost.Run(_job.alpha.Slice(_nSlice, _job.nRowStep, _job.nRows), _job.post, *_job.pPlanes);
-        for (int i = 0; i < _job.nRows && _job.argb.pRow0; ++i)
-            _job.argb.AlphaSet(_job.alpha, _nSlice + i * _job.nRowStep, *_job.pPlanes);
+        for (int nRow = _nSlice; nRow < _job.nRows * _job.nRowStep; nRow += _job.nRowStep)
+        {
+            if (_job.bFill)
+                _job.ColumnsFill(nRow);
+            if (_job.argb.pRow0)
+                _job.argb.AlphaSet(_job.alpha, nRow, *_job.pPlanes);
+        }
     }
     return bNothing ? S_FALSE : S_OK;
 }

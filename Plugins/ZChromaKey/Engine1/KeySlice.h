@@ -8,6 +8,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstring>
 #include <vector>
 
 /// The pixels of a picture whose alpha bytes become the mask.
@@ -41,6 +42,13 @@ struct KEY_JOB
     CANCEL_SET cancelSet; ///< with what
     const KEY_KERNELS* pKernels;
     const PLANE_KERNELS* pPlanes;
+    bool bFill; ///< what is not keyed is opaque, whatever is done to the mask
+
+    /// Makes the columns of a row opaque that are not keyed.
+    void ColumnsFill(int _nRow) const
+    {
+        std::memset(alpha.Row(_nRow) + nColumns, 255, static_cast<size_t>(alpha.nWidth - nColumns));
+    }
 };
 
 /// The columns that the keying takes in: whole groups of 8 pixels of the width rounded up to 4, but not more than the

@@ -7,6 +7,7 @@
 #include "ZChromaKey/Keys/KeyStats.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -85,6 +86,26 @@ std::vector<CALC_KEY> SampleParts(CFrameSampler* _pSampler, eCK_Type _eSpace, co
     return vecKeys;
 }
 
+/// Whether two keys differ by so little that one will do.
+bool IsAlike(const CALC_KEY& _key, const CALC_KEY& _keyOld)
+{
+    constexpr double c_dblShare = 0.25; // of a half-width
+    for (int i = 0; i < 3; ++i)
+    {
+        const double dblLittle = c_dblShare * _keyOld.dDelta[i];
+        if (std::abs(_key.dValue[i] - _keyOld.dValue[i]) > dblLittle ||
+            std::abs(_key.dDelta[i] - _keyOld.dDelta[i]) > dblLittle)
+            return false;
+    }
+    return true;
+}
+
+/// The middle of a rectangle.
+TINT TintOf(CFrameSampler* _pSampler, const RECT_PIXELS& _rect)
+{
+    return Tint_Of(Sample(_pSampler, eCKT_YUV, _rect, 1, 1)[0]);
+}
+
 } // namespace
 
 CKeyBuilder::CKeyBuilder()
@@ -140,15 +161,41 @@ void CKeyBuilder::SpaceSet(eCK_Type _eSpace)
         Reset();
 }
 
-/// Takes the sample whatever it looks like, because a person has pointed at it. An exclusion key is the sample itself;
-/// a backdrop is assumed to be lit unevenly.
-void CKeyBuilder::Offer(const CALC_KEY& _key, bool _bExclude)
+/// Adds a key, unless one that is nearly the same is there. The calculator would rather fold it into the nearest one,
+/// whose centre stays where it is: that suits boxes around samples, not keys that are where they are for a reason. So it
+/// is left to do that when the set is full.
+void CKeyBuilder::Append(const CALC_KEY& _key, int32_t _nSmoothRange)
 {
-    std::vector<CALC_KEY> vecKeys = {_key};
-    if (!_bExclude)
-        vecKeys = KeyRay_Boxes(_key, m_eSpace, c_lightUnknown);
-    for (const CALC_KEY& key : vecKeys)
-        Calc(_bExclude).AddKey(key, 0, m_eSpace == eCKT_HLS);
+    KEYS& keys = m_arrKeys[0];
+    if (std::any_of(keys.calc.arrKeys, keys.calc.arrKeys + keys.calc.nKeys,
+                    [&](const CALC_KEY& _keyOld) { return IsAlike(_key, _keyOld); }))
+        return;
+    if (keys.calc.nKeys >= keys.calc.nMaxKeys)
+    {
+        keys.calc.AddKey(_key, 0, m_eSpace == eCKT_HLS);
+        return;
+    }
+    keys.arrExtras[keys.calc.nKeys].nSmoothRange = _nSmoothRange;
+    keys.calc.SetKey(_key, keys.calc.nKeys);
+}
+
+/// Takes the samples whatever they look like, because a person has pointed at them. An exclusion key is the sample itself;
+/// a backdrop is lit unevenly, and the frame shows how.
+void CKeyBuilder::Offer(CFrameSampler* _pSampler, const std::vector<CALC_KEY>& _vecSamples, const TINT& _tint,
+                        bool _bExclude)
+{
+    const KEY_SCREEN screen = _bExclude ? KEY_SCREEN() : KeyFinder_ScreenOf(_pSampler, m_eSpace, _tint);
+    for (const CALC_KEY& sample : _vecSamples)
+    {
+        if (_bExclude)
+        {
+            Calc(true).AddKey(sample, 0, m_eSpace == eCKT_HLS);
+            continue;
+        }
+        const FOUND_KEYS found = KeyFinder_KeysOf(sample, m_eSpace, screen);
+        for (size_t i = 0; i < found.vecKeys.size(); ++i)
+            Append(found.vecKeys[i], found.vecSmooth[i]);
+    }
     FitIntoSet();
 }
 
@@ -200,7 +247,7 @@ HRESULT CKeyBuilder::AddPoint(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, bool 
     const eCK_Type eSpace = SampleSpace();
     const CALC_KEY key = Sample(&sampler, eSpace, rect, 1, 1)[0].Box(eSpace);
     SpaceSet(eSpace);
-    Offer(key, _bExclude);
+    Offer(&sampler, {key}, TintOf(&sampler, rect), _bExclude);
     return S_OK;
 }
 
@@ -225,8 +272,7 @@ HRESULT CKeyBuilder::AddRect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int3
     const eCK_Type eSpace = SampleSpace();
     const std::vector<CALC_KEY> vecKeys = SampleParts(&sampler, eSpace, rect);
     SpaceSet(eSpace);
-    for (const CALC_KEY& key : vecKeys)
-        Offer(key, _bExclude);
+    Offer(&sampler, vecKeys, TintOf(&sampler, rect), _bExclude);
     return S_OK;
 }
 
@@ -244,17 +290,19 @@ HRESULT CKeyBuilder::Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS&
         vecSpaces = {SampleSpace()};
     for (const eCK_Type eSpace : vecSpaces)
     {
-        const std::vector<CALC_KEY> vecKeys = KeyFinder_Find(&sampler, eSpace, _options, _pBlocks);
-        if (vecKeys.empty())
+        const FOUND_KEYS found = KeyFinder_Find(&sampler, eSpace, _options, _pBlocks);
+        if (found.vecKeys.empty())
             continue;
         if (_options.eType != eCKT_Auto)
             m_eType = _options.eType;
         SpaceSet(eSpace);
         CKeyCalc& calc = Calc(false);
-        calc.nKeys = static_cast<int32_t>(vecKeys.size());
-        std::copy(vecKeys.begin(), vecKeys.end(), calc.arrKeys);
+        calc.nKeys = static_cast<int32_t>(found.vecKeys.size());
+        std::copy(found.vecKeys.begin(), found.vecKeys.end(), calc.arrKeys);
         calc.bChanged = true;
         std::fill(m_arrKeys[0].arrExtras, m_arrKeys[0].arrExtras + Z_MAX_KEYS, NewExtras());
+        for (size_t i = 0; i < found.vecSmooth.size(); ++i)
+            m_arrKeys[0].arrExtras[i].nSmoothRange = found.vecSmooth[i];
         FitIntoSet();
         return S_OK;
     }

@@ -2,7 +2,9 @@
 
 #include "Helpers/CKDetect.h"
 #include "Helpers/CKUtils.h"
+#include "Helpers/FrameSampler.h"
 #include "Interfaces/IZFFrame.h"
+#include "ZChromaKey/Keys/KeyScreen.h"
 
 #include <cstdint>
 #include <vector>
@@ -32,8 +34,9 @@ public:
         return Calc(_bExclude).nKeys;
     }
 
-    /// Samples the 7 x 7 pixels around a point, as far as they lie in the frame; a colourful backdrop becomes a few
-    /// keys (KeyRay.h). E_INVALIDARG: outside the frame.
+    /// Samples the 7 x 7 pixels around a point, as far as they lie in the frame; a colourful backdrop becomes the few
+    /// keys that the light on it asks for, with soft edges that leave the rest of the frame opaque (KeyFinder.h).
+    /// E_INVALIDARG: outside the frame.
     HRESULT AddPoint(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, bool _bExclude);
     /// Samples a rectangle, its corners in any order, clipped to the frame. A large one is cut into up to 4 x 4 parts,
     /// each of which is offered as a key unless it is unlike the whole. E_INVALIDARG: nothing is left of it.
@@ -72,7 +75,9 @@ private:
     }
     eCK_Type SampleSpace() const;
     void SpaceSet(eCK_Type _eSpace);
-    void Offer(const CKUtils::CALC_KEY& _key, bool _bExclude);
+    void Append(const CKUtils::CALC_KEY& _key, int32_t _nSmoothRange);
+    void Offer(CFrameSampler* _pSampler, const std::vector<CKUtils::CALC_KEY>& _vecSamples, const TINT& _tint,
+               bool _bExclude);
     void FitIntoSet();
     bool IsSmoothDerived(const SINGLE_KEY& _extras) const;
     void ForgetExtras();

@@ -88,7 +88,7 @@ TEST(ChromaKey, MatchesWholePictureKeyingEverywhere)
                 const bool bClean = rnd() % 2;
                 engine.FillSet(bFill);
                 engine.CleanSet(bClean);
-                CEngineReference expected(picture, rawKey, std::min(nThreads, 16), bFill ? 255 : nBefore);
+                CEngineReference expected(picture, rawKey, std::min(nThreads, 16), bFill ? 255 : nBefore, bFill);
                 std::vector<uint8_t> arrExpected =
                     bClean && expected.bCleans ? CleanBytes(picture, rawKey) : picture.Bytes();
                 nCleaned += arrExpected != picture.Bytes();

@@ -39,7 +39,7 @@ struct BENCH_LIMIT
 };
 
 /// The steps of the second generation's engine, in the order of eUnmixStep.
-inline constexpr const char* c_arrBenchSteps[] = {"read",       "cells",  "screen", "plate", "noise", "classes",
+inline constexpr const char* c_arrBenchSteps[] = {"cells",      "screen", "plate",  "noise", "classes",
                                                   "foreground", "chroma", "pixels", "edges", "views"};
 
 /// A filter of FFmpeg, with its options, and the pixel format that it works in.

@@ -122,23 +122,23 @@ public:
         m_timeBegin = timeNow;
         m_eStep = _eStep;
     }
-    /// Before a frame; what comes before its first step counts as reading.
+    /// Before a frame; what comes before its first step counts as of it.
     void Begin()
     {
         m_arrSeconds = {};
-        m_eStep = eUS_Read;
+        m_eStep = eUS_Cells;
         m_timeBegin = CLOCK::now();
     }
     /// After it: seconds by step.
     const std::array<double, eUS_Count>& End()
     {
-        Step(eUS_Read);
+        Step(eUS_Cells);
         return m_arrSeconds;
     }
 
 private:
     std::array<double, eUS_Count> m_arrSeconds = {};
-    eUnmixStep m_eStep = eUS_Read;
+    eUnmixStep m_eStep = eUS_Cells;
     CLOCK::time_point m_timeBegin;
 };
 

@@ -24,8 +24,7 @@ private:
 /// The steps of a picture, in the order in which they begin.
 enum eUnmixStep
 {
-    eUS_Read, ///< formats that are not B, G, R, A
-    eUS_Cells,
+    eUS_Cells, ///< and reading of formats that are not B, G, R, A
     eUS_Screen,
     eUS_Plate,
     eUS_Noise,

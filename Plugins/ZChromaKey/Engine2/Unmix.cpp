@@ -400,7 +400,6 @@ UNMIX_PICTURE PictureOf(UNMIX_STATE& _state, const CImgRowReader& _reader, const
         return picture;
     }
     picture.nStride = ptrdiff_t{4} * picture.nWidth;
-    _runner.Step(eUS_Read);
     _state.vecPicture.resize(static_cast<size_t>(picture.nStride) * picture.nHeight);
     picture.pRow0 = _state.vecPicture.data();
     return picture;

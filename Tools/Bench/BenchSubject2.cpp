@@ -122,7 +122,7 @@ public:
         m_timeBegin = timeNow;
         m_eStep = _eStep;
     }
-    /// Before a frame; what comes before its first step counts as reading.
+    /// Before a frame; what comes before its first step counts as of it.
     void Begin()
     {
         m_arrSeconds = {};

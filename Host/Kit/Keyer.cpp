@@ -54,10 +54,10 @@ void CZKeyer::OptionSet(const std::string& _strName, const std::string& _strValu
 void CZKeyer::OptionNeed(const std::string& _strName, const std::string& _strValue)
 {
     BSTR bsBefore = nullptr;
-    m_cpProps->PropsGet(ZText_ToWide(_strName).c_str(), &bsBefore);
+    const HRESULT hr = m_cpProps->PropsGet(ZText_ToWide(_strName).c_str(), &bsBefore);
     const std::string strBefore = TakeText(bsBefore);
     PropSet(_strName, _strValue);
-    m_mapNeeds[_strName] = {_strValue, strBefore};
+    m_mapNeeds[_strName] = {_strValue, hr == S_OK ? strBefore : ""}; // else it is the default, which is not set
 }
 
 void CZKeyer::PropSet(const std::string& _strName, const std::string& _strValue)

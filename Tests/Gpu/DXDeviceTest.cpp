@@ -188,6 +188,7 @@ TEST(DXShader, EntryAndTargetFollowKindAndLevel)
         {eDXS_Pixel, D3D_FEATURE_LEVEL_9_1, "PS ps_2_0"},         {eDXS_Vertex, D3D_FEATURE_LEVEL_9_3, "VS vs_2_0"},
         {eDXS_Compute, D3D_FEATURE_LEVEL_10_0, "CS_Main cs_4_0"}, {eDXS_Pixel, D3D_FEATURE_LEVEL_10_1, "PS ps_4_1"},
         {eDXS_Vertex, D3D_FEATURE_LEVEL_11_0, "VS vs_5_0"},       {eDXS_Pixel, D3D_FEATURE_LEVEL_11_1, "PS ps_5_0"},
+        {eDXS_Pixel, D3D_FEATURE_LEVEL_12_0, "PS ps_5_0"},        {eDXS_Vertex, D3D_FEATURE_LEVEL_12_1, "VS vs_5_0"},
     };
     CFakeFunctions fakes;
     fakes.m_functions.pfnD3DCompile = &FakeCompile;

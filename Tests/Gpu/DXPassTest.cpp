@@ -6,6 +6,8 @@
 #include "Gpu/GpuEnvironment.h"
 #include "Support/LogCatcher.h"
 
+#include <string>
+
 namespace
 {
 
@@ -76,6 +78,37 @@ struct HOSTILE_STATE
         pContext->PSSetShaderResources(2, 1, &pView);
         ID3D11RenderTargetView* pTarget = cpInputAsTarget.Get();
         pContext->OMSetRenderTargets(1, &pTarget, nullptr);
+        StagesBind();
+    }
+    /// Stages that no pass has.
+    void StagesBind()
+    {
+        CZPtr<ID3DBlob> cpVertex;
+        EXPECT_EQ(DX11Device::Shader_Compile(VertexShader_Text(), eDXS_Vertex, D3D_FEATURE_LEVEL_11_0, cpVertex.Put()),
+                  S_OK);
+        const D3D11_SO_DECLARATION_ENTRY entry = {0, "SV_POSITION", 0, 0, 4, 0};
+        // a vertex shader in this place passes its output through
+        Gpu_Device()->CreateGeometryShaderWithStreamOutput(cpVertex->GetBufferPointer(), cpVertex->GetBufferSize(),
+                                                           &entry, 1, nullptr, 0, 0, nullptr, cpGeometryShader.Put());
+        const CD3D11_BUFFER_DESC descStream(256, D3D11_BIND_STREAM_OUTPUT);
+        Gpu_Device()->CreateBuffer(&descStream, nullptr, cpStream.Put());
+        ID3D11DeviceContext* const pContext = Gpu_Context();
+        ID3D11Buffer* const pStream = cpStream.Get();
+        const UINT nOffset = 0;
+        pContext->GSSetShader(cpGeometryShader.Get(), nullptr, 0);
+        pContext->SOSetTargets(1, &pStream, &nOffset);
+        Gpu_ComputeBind();
+        EXPECT_EQ(Stages(), "geometry stream compute");
+    }
+    /// The names of those that are bound.
+    static std::string Stages()
+    {
+        CZPtr<ID3D11GeometryShader> cpGeometry;
+        CZPtr<ID3D11Buffer> cpStreamOut;
+        Gpu_Context()->GSGetShader(cpGeometry.Put(), nullptr, nullptr);
+        Gpu_Context()->SOGetTargets(1, cpStreamOut.Put());
+        return std::string(cpGeometry ? "geometry " : "") + (cpStreamOut ? "stream " : "") +
+               (Gpu_IsComputeBound() ? "compute" : "");
     }
     CZPtr<ID3D11RasterizerState> cpRasterizer;
     CZPtr<ID3D11BlendState> cpBlend;
@@ -83,6 +116,8 @@ struct HOSTILE_STATE
     CZPtr<ID3D11Buffer> cpConstants;
     CZPtr<ID3D11RenderTargetView> cpInputAsTarget;
     CZPtr<ID3D11ShaderResourceView> cpTargetAsInput;
+    CZPtr<ID3D11GeometryShader> cpGeometryShader;
+    CZPtr<ID3D11Buffer> cpStream;
 };
 
 /// Inputs, target, pixel shader and its constants are what a pass must not leave behind.
@@ -125,12 +160,33 @@ TEST(DXPass, NothingIsAssumedOfTheContext)
     {
         const HOSTILE_STATE state(cpInput.Get(), cpTarget.Get());
         EXPECT_EQ(cpWrapper->PixelShader_Execute(cpTarget.Get(), {cpInput.Get()}, c_szCopy, nullptr, 0, 0, 2), S_OK);
+        EXPECT_EQ(state.Stages(), "");
         EXPECT_EQ(Gpu_Read(cpTarget.Get()), vecPicture);
     }
     const HOSTILE_STATE state(cpInput.Get(), cpTarget.Get());
     EXPECT_EQ(QuadDraw(cpWrapper.Get(), cpTarget.Get(), "float4 PS() : SV_TARGET { return float4(1, 0, 0, 1); }"),
               S_OK);
     EXPECT_EQ(Gpu_Read(cpTarget.Get()), Filled(64, {0, 0, 255, 255}));
+}
+
+// Not every compiler makes shaders for these stages that a host could have bound.
+TEST(DXPass, DrawsWithoutTessellation)
+{
+    bool bHull = true;
+    bool bDomain = true;
+    int nDrawn = 0;
+    const CMethodHook<&ID3D11DeviceContext::HSSetShader, 60> hookHull(
+        Gpu_Context(), [&](auto, auto*, ID3D11HullShader* _pShader, auto...) { bHull = _pShader != nullptr; });
+    const CMethodHook<&ID3D11DeviceContext::DSSetShader, 64> hookDomain(
+        Gpu_Context(), [&](auto, auto*, ID3D11DomainShader* _pShader, auto...) { bDomain = _pShader != nullptr; });
+    const HOOK_DRAW hookDraw(Gpu_Context(), [&](auto _pfnOriginal, auto* _pThis, auto... _args) {
+        EXPECT_FALSE(bHull || bDomain);
+        ++nDrawn;
+        _pfnOriginal(_pThis, _args...);
+    });
+    const auto cpTarget = Gpu_Texture(4, 4);
+    EXPECT_EQ(QuadDraw(Gpu_Wrapper().Get(), cpTarget.Get(), "float4 PS() : SV_TARGET { return 1; }"), S_OK);
+    EXPECT_EQ(nDrawn, 1);
 }
 
 TEST(DXPass, VertexConstantsTurnTheQuad)

@@ -102,6 +102,25 @@ CZPtr<ID3D11Texture2D> Gpu_Texture(uint32_t _nWidth, uint32_t _nHeight, DXGI_FOR
     return cpTexture;
 }
 
+void Gpu_ComputeBind()
+{
+    const CD3D11_TEXTURE2D_DESC desc(DXGI_FORMAT_R8G8B8A8_UNORM, 4, 4, 1, 1, D3D11_BIND_UNORDERED_ACCESS);
+    CZPtr<ID3D11Texture2D> cpTexture;
+    CZPtr<ID3D11UnorderedAccessView> cpView;
+    EXPECT_EQ(g_cpDevice->CreateTexture2D(&desc, nullptr, cpTexture.Put()), S_OK);
+    EXPECT_EQ(g_cpDevice->CreateUnorderedAccessView(cpTexture.Get(), nullptr, cpView.Put()), S_OK);
+    ID3D11UnorderedAccessView* const pView = cpView.Get();
+    g_cpContext->CSSetUnorderedAccessViews(D3D11_PS_CS_UAV_REGISTER_COUNT - 1, 1, &pView, nullptr);
+    EXPECT_TRUE(Gpu_IsComputeBound());
+}
+
+bool Gpu_IsComputeBound()
+{
+    CZPtr<ID3D11UnorderedAccessView> cpView;
+    g_cpContext->CSGetUnorderedAccessViews(D3D11_PS_CS_UAV_REGISTER_COUNT - 1, 1, cpView.Put());
+    return static_cast<bool>(cpView);
+}
+
 std::vector<uint8_t> Gpu_RandomBytes(size_t _nBytes, uint32_t _nSeed)
 {
     std::vector<uint8_t> vecBytes(_nBytes);

@@ -26,6 +26,9 @@ bool Gpu_IsLeftOut(size_t _nCase);
 CZPtr<ID3D11Texture2D> Gpu_Texture(uint32_t _nWidth, uint32_t _nHeight,
                                    DXGI_FORMAT _eFormat = DXGI_FORMAT_B8G8R8A8_UNORM,
                                    const std::vector<uint8_t>& _vecBytes = {}, ID3D11Device* _pDevice = Gpu_Device());
+/// Binds something for compute shaders to write, as a host may have done, in the last slot of feature level 11_0.
+void Gpu_ComputeBind();
+bool Gpu_IsComputeBound();
 /// So many bytes without a pattern.
 std::vector<uint8_t> Gpu_RandomBytes(size_t _nBytes, uint32_t _nSeed = 1);
 /// The bytes of a texture, row after row without padding.

@@ -5,6 +5,7 @@
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/PipelineSupport.h"
 #include "Gpu/TwinPictures.h"
+#include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
 #include "Support/TestFrames.h"
 
@@ -345,8 +346,93 @@ TEST_F(GpuKeyer, CostsWhatItMust)
         calls.FailAt(0, S_OK);
         keyMoved.eType = eCKT_YUV;
         Key(cpFrame.Get(), {keyMoved, option.bARGB, false, eZYM_601});
-        EXPECT_GT(calls.Count("D3DCompile"), 0) << "another type, other shaders";
+        EXPECT_GT(calls.Count("CreatePixelShader"), 0) << "another type, other shaders";
+        calls.FailAt(0, S_OK);
+        Key(cpFrame.Get(), settings);
+        EXPECT_GT(calls.Count("CreatePixelShader"), 0);
+        EXPECT_EQ(calls.Count("D3DCompile"), 0) << "compiled before";
     }
+}
+
+decltype(DX_FUNCTIONS::pfnD3DCompile) g_pfnCompile;
+int g_nCompiled = 0;
+
+/// A compiler that takes no text.
+HRESULT WINAPI CompileNothing(LPCVOID, SIZE_T, LPCSTR _pszName, const D3D_SHADER_MACRO* _pMacros,
+                              ID3DInclude* _pInclude, LPCSTR _pszEntry, LPCSTR _pszTarget, UINT _nFlags1, UINT _nFlags2,
+                              ID3DBlob** _ppCode, ID3DBlob** _ppErrors)
+{
+    ++g_nCompiled;
+    return g_pfnCompile("?", 1, _pszName, _pMacros, _pInclude, _pszEntry, _pszTarget, _nFlags1, _nFlags2, _ppCode,
+                        _ppErrors);
+}
+
+TEST_F(GpuKeyer, LeavesAloneWhatFailsAgainAndAgain)
+{
+    DX_FUNCTIONS functions = DX_Functions();
+    g_pfnCompile = std::exchange(functions.pfnD3DCompile, &CompileNothing);
+    g_nCompiled = 0;
+    std::mt19937 random(7);
+    GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_RGB, c_arrOptions[0], &random), false, false, eZYM_601};
+    const auto cpFrame = RandomFrame(eZFCC_RGB32, 64, 0, &random);
+    CLogCatcher log;
+    const auto fnKey = [&](bool _bARGB, uint64_t _nChange, int _nCompiled) {
+        settings.bOutputARGB = _bARGB;
+        settings.nChange = _nChange;
+        CZPtr<IZFFrame> cpRes;
+        const HRESULT hr = m_keyer.Key(cpFrame.Get(), settings, cpRes.Put());
+        EXPECT_EQ(g_nCompiled, _nCompiled);
+        return hr;
+    };
+    {
+        DX_FunctionsSet(&functions);
+        const CZScopeExit restore([] { DX_FunctionsSet(nullptr); });
+        for (const int nCompiled : {1, 2, 3, 3, 3})
+            EXPECT_LT(fnKey(false, 0, nCompiled), 0);
+        const auto nErrors = log.Count("", eZLog_Error);
+        EXPECT_LT(fnKey(false, 0, 3), 0);
+        EXPECT_EQ(log.Count("", eZLog_Error), nErrors);
+        EXPECT_EQ(log.Count("\ncode:Texture2D", eZLog_Error), 1u);
+        EXPECT_EQ(log.Count("3 frames in a row have failed", eZLog_Warning), 1u);
+        EXPECT_LT(fnKey(false, 1, 4), 0) << "an option changed";
+        for (const int nCompiled : {5, 6, 6})
+            EXPECT_LT(fnKey(false, 1, nCompiled), 0);
+    }
+    EXPECT_LT(fnKey(false, 1, 6), 0);
+    EXPECT_EQ(fnKey(true, 1, 6), S_OK) << "frames of another kind";
+    EXPECT_EQ(fnKey(false, 1, 6), S_OK) << "a success ends it";
+}
+
+TEST_F(GpuKeyer, TakesNoWrongFramesFromTheHost)
+{
+    std::mt19937 random(8);
+    const auto cpFrame = RandomFrame(eZFCC_RGB32, 64, 0, &random);
+    GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_RGB, c_arrOptions[0], &random), false, false, eZYM_601};
+    const auto fnNothing = [](const std::string&) { return S_OK; };
+    // a result that no mask can be attached to
+    const auto cpUnwilling = CHookFrame::Make(cpFrame.Get(), fnNothing);
+    cpUnwilling->m_fnMade = [](IZFFrame** _ppFrame) {
+        const auto cpMade = CZPtr<IZFFrame>::Adopt(*_ppFrame);
+        *_ppFrame = CHookFrame::Make(ZQuery<IZFFrame2>(cpMade).Get(), [](const std::string& _strMethod) {
+                        return _strMethod == "AttachmentSet" ? E_ACCESSDENIED : S_OK;
+                    }).Detach();
+    };
+    CLogCatcher log;
+    Key(cpUnwilling.Get(), settings, E_ACCESSDENIED);
+    EXPECT_EQ(log.Count("GPUChromaKey::GetFrame: Unable to set mask! hr=80070005", eZLog_Error), 1u);
+    // masks of another size than they were asked for
+    for (const auto& [nWider, nHigher] : {std::pair{-8, 0}, {8, 0}, {0, -1}, {0, 1}})
+    {
+        const auto cpWrong = CHookFrame::Make(cpFrame.Get(), fnNothing);
+        cpWrong->m_fnCreate = [nWidth = nWider, nHeight = nHigher](ZF_VID_PROPS* _pVidProps) {
+            _pVidProps->nWidth += nWidth;
+            _pVidProps->nHeight -= nHeight; // top-down
+            _pVidProps->nRowBytes = 0;
+        };
+        ++settings.nChange; // or it would not be tried any more
+        Key(cpWrong.Get(), settings, E_UNEXPECTED);
+    }
+    EXPECT_EQ(log.Count("Unable to convert GPU mask to CPU mask! hr=8000FFFF", eZLog_Error), 4u);
 }
 
 TEST_F(GpuKeyer, FailsOneFrameWholeAndKeysTheNext)

@@ -145,6 +145,27 @@ TEST_F(GpuPlugin, LeavesBordersThroughChromaSamplesToTheCpu)
     }
 }
 
+TEST_F(GpuPlugin, KeepsFramesInMemoryOutOfTheHostsContext)
+{
+    const CLogCatcher log;
+    const auto cpTexture = Gpu_Texture(16, 8);
+    int nMaps = 0; // on the host's context
+    const HOOK_MAP hook(Gpu_Context(), [&](auto _pfnOriginal, auto* _pThis, auto... _args) {
+        nMaps += _pThis == Gpu_Context();
+        return _pfnOriginal(_pThis, _args...);
+    });
+    for (int n = 0; n < 2; ++n)
+    {
+        const auto cpRes = Receive(Gpu_TextureFrame(cpTexture.Get(), Gpu_Props(eZFCC_RGB32, 16, -8)).Get(), L"1");
+        ASSERT_TRUE(cpRes);
+        EXPECT_TRUE(GPU_TextureOf(cpRes.Get()));
+        Key(L"1");
+    }
+    EXPECT_EQ(nMaps, 0);
+    EXPECT_EQ(log.Count("D3D11CreateDevice("), 1u) << "one of our own, once";
+    EXPECT_EQ(OnGPU(log), 4u);
+}
+
 TEST_F(GpuPlugin, SaysWhereColourCancelHasNoEffect)
 {
     CHROMA_KEY_RAW key = TestKey(eCKT_RGB);

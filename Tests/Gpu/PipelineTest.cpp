@@ -1,3 +1,4 @@
+#include "DirectX/Convert/DX11VideoProcessor.h"
 #include "DirectX/Pipeline/GPURows.h"
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/PipelineSupport.h"
@@ -260,8 +261,10 @@ TEST(Pipeline, WorksOnTheHostsTextures)
     const auto cpTexture = Gpu_Texture(8, 4, DXGI_FORMAT_B8G8R8A8_UNORM, vecBytes);
     const CZPtr<CZFrame> cpFrame = Gpu_TextureFrame(cpTexture.Get(), vidProps);
     cpFrame->TimeCodeSet({1, 2, 3, 4, 0});
+    Gpu_ComputeBind();
     const CZPtr<IZFFrame> cpResult = Process(&processor, cpFrame.Get());
     ASSERT_TRUE(cpResult);
+    EXPECT_FALSE(Gpu_IsComputeBound()) << "the input might be bound there";
     EXPECT_EQ(PropsOf(cpResult.Get()).nGPUFlags, eZGPU_DX11Texture);
     EXPECT_EQ(PropsOf(cpResult.Get()).nHeight, -4);
     EXPECT_EQ(TimeCodeOf(cpResult.Get()).nMinutes, 2);
@@ -285,7 +288,13 @@ TEST(Pipeline, WorksOnTheHostsTextures)
     CZPtr<ID3D11Texture2D> cpArray;
     ASSERT_EQ(Gpu_Device()->CreateTexture2D(&desc, nullptr, cpArray.Put()), S_OK);
     Process(&processor, Gpu_TextureFrame(cpArray.Get(), vidProps).Get(), E_INVALIDARG);
-    EXPECT_EQ(log.Count("Video properties and input texture description do not match!", eZLog_Error), 2u);
+    desc = DX_TextureDesc(vidProps);
+    desc.SampleDesc.Count = 4;
+    desc.BindFlags = D3D11_BIND_RENDER_TARGET | D3D11_BIND_SHADER_RESOURCE;
+    CZPtr<ID3D11Texture2D> cpMultisampled;
+    ASSERT_EQ(Gpu_Device()->CreateTexture2D(&desc, nullptr, cpMultisampled.Put()), S_OK);
+    Process(&processor, Gpu_TextureFrame(cpMultisampled.Get(), vidProps).Get(), E_INVALIDARG);
+    EXPECT_EQ(log.Count("Video properties and input texture description do not match!", eZLog_Error), 3u);
     Process(&processor, Gpu_TextureFrame(cpTexResult.Get(), Gpu_Props(eZFCC_ARGB32, 8, 4)).Get(), E_INVALIDARG);
     EXPECT_EQ(log.Count("The frame and its texture differ in format or size!", eZLog_Error), 1u);
 
@@ -295,6 +304,43 @@ TEST(Pipeline, WorksOnTheHostsTextures)
     const CZPtr<IZFFrame> cpPlain = Process(&processor, cpMemory.Get());
     ASSERT_TRUE(cpPlain);
     EXPECT_TRUE(Gpu_Pixels(cpPlain.Get()) == Gpu_Pixels(cpMemory.Get()));
+}
+
+TEST(Pipeline, DrawsUnderTheDevicesLock)
+{
+    int nLocks = 0;
+    int nDrawn = 0;
+    const auto cpProtection = ZQuery<ID3D10Multithread>(Gpu_Device());
+    const HOOK_ENTER hookEnter(cpProtection.Get(), [&](auto _pfnOriginal, auto* _pThis) {
+        ++nLocks;
+        _pfnOriginal(_pThis);
+    });
+    const HOOK_LEAVE hookLeave(cpProtection.Get(), [&](auto _pfnOriginal, auto* _pThis) {
+        --nLocks;
+        _pfnOriginal(_pThis);
+    });
+    const auto fnLocked = [&](auto _pfnOriginal, auto* _pThis, auto... _args) {
+        EXPECT_GT(nLocks, 0) << "others may set their state before this call";
+        ++nDrawn;
+        return _pfnOriginal(_pThis, _args...);
+    };
+    const HOOK_DRAW hookDraw(Gpu_Context(), fnLocked);
+    const CMethodHook<&ID3D11DeviceContext::PSSetShader, 9> hookShader(Gpu_Context(), fnLocked);
+    const CMethodHook<&ID3D11DeviceContext::OMSetRenderTargets, 33> hookTarget(Gpu_Context(), fnLocked);
+    CCopyProcessor processor;
+    ASSERT_EQ(processor.DeviceInit(Gpu_Device()), S_OK);
+    ExpectSame(&processor, Gpu_Props(eZFCC_UYVY, 4, 2));
+    EXPECT_GT(std::exchange(nDrawn, 0), 3);
+    CZPtr<IDX11Texture> cpIn;
+    CZPtr<IDX11Texture> cpOut;
+    CZPtr<DXV11Processor> cpVideo;
+    const float arrMatrix[12] = {};
+    const auto cpAllocator = Gpu_Allocator();
+    ASSERT_EQ(DX11Texture::CreateExternal(Gpu_Texture(4, 2).Get(), Gpu_Props(eZFCC_RGB32, 4, -2), cpIn.Put()), S_OK);
+    ASSERT_EQ(DXV11Processor::Create(Gpu_Wrapper().Get(), cpVideo.Put()), S_OK);
+    EXPECT_EQ(cpVideo->DXV_Convert(cpIn.Get(), nullptr, arrMatrix, eZFCC_NV12, cpAllocator.Get(), cpOut.Put()), S_OK);
+    EXPECT_GT(nDrawn, 3);
+    EXPECT_EQ(nLocks, 0);
 }
 
 TEST(Pipeline, StaysOnItsDevice)

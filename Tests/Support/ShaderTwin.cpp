@@ -320,7 +320,7 @@ KEYED PixelToKey(const KEY_SHADER& _shader, const std::array<double, 4>& _pixel)
         return {yvu, yvu};
     COLOR rgb = color;
     if (!bRGB)
-        rgb = _shader.eMatrix == eZYM_709 ? ToRGB(color, c_rows709) : RGBFromYVU(color);
+        rgb = RGBFromYVU(color); // whatever the matrix
     return {_shader.eType == eCKT_HLS ? HLSFromRGB(rgb) : rgb, yvu};
 }
 

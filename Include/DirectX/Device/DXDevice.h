@@ -31,10 +31,13 @@ public:
     static HRESULT Create(IUnknown* _pSourceOrNull, DX11Device** _ppObject);
     HRESULT Init(IUnknown* _pSourceOrNull);
 
-    /// Compiles a text for a feature level; entry "PS", "VS" or "CS_Main" and target by kind and level.
+    /// Compiles a text for a feature level; entry "PS", "VS" or "CS_Main" and target by kind and level. A text that
+    /// fails again and again is logged once.
     static HRESULT Shader_Compile(const char* _pszShaderCode, eDX_Shader _eType, D3D_FEATURE_LEVEL _eLevel,
                                   ID3DBlob** _ppCode);
     HRESULT PixelShader_Create(const char* _pszShaderCode, ID3D11PixelShader** _ppPixelShader);
+    /// The same from what Shader_Compile has made for the device's feature level.
+    HRESULT PixelShader_Create(ID3DBlob* _pCode, ID3D11PixelShader** _ppPixelShader);
     /// The same, kept on the device under tag and text: compiled once. It goes with the last DX11Device of the device;
     /// without one it is not kept.
     static HRESULT PixelShader_Get(ID3D11Device* _pDevice, const char* _pszShaderCode, uint32_t _nTag,
@@ -58,6 +61,10 @@ public:
                                ID3D11ShaderResourceView** _ppShaderResource2 = nullptr);
     /// A render-target view of a texture, bound as the only render target.
     static HRESULT Texture_SetAsRenderTarget(ID3D11Texture2D* _pTexture, ID3D11RenderTargetView** _ppRTV);
+
+    /// Unbinds everything that may be drawn or computed into. A texture that is still bound there, by the host, would
+    /// be dropped without a word where a pass binds it as its input.
+    static void OutputsUnbind(ID3D11DeviceContext* _pContext);
 
     /// A full-screen pass with clear to transparent green: pixel shader, inputs, sampler and constants are bound
     /// beforehand, and unbound by the caller. The viewport covers the whole target. E_UNEXPECTED for a view of another

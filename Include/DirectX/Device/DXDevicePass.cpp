@@ -46,8 +46,7 @@ public:
     explicit CDXPassScope(ID3D11DeviceContext* _pContext)
         : m_pContext(_pContext)
     {
-        // An input that is still somebody's render target would be dropped when it is bound.
-        m_pContext->OMSetRenderTargets(0, nullptr, nullptr);
+        DX11Device::OutputsUnbind(m_pContext);
     }
     ~CDXPassScope()
     {
@@ -89,6 +88,21 @@ private:
 };
 
 } // namespace
+
+void DX11Device::OutputsUnbind(ID3D11DeviceContext* _pContext)
+{
+    ID3D11UnorderedAccessView* const arrNone[D3D11_1_UAV_SLOT_COUNT] = {};
+    CZPtr<ID3D11Device> cpDevice;
+    _pContext->GetDevice(cpDevice.Put());
+    const D3D_FEATURE_LEVEL eLevel = cpDevice->GetFeatureLevel();
+    const UINT nViews = eLevel >= D3D_FEATURE_LEVEL_11_1   ? D3D11_1_UAV_SLOT_COUNT
+                        : eLevel >= D3D_FEATURE_LEVEL_11_0 ? D3D11_PS_CS_UAV_REGISTER_COUNT
+                        : eLevel >= D3D_FEATURE_LEVEL_10_0 ? D3D11_CS_4_X_UAV_REGISTER_COUNT
+                                                           : 0;
+    _pContext->OMSetRenderTargets(0, nullptr, nullptr); // and with the targets the views of this stage
+    if (nViews > 0)
+        _pContext->CSSetUnorderedAccessViews(0, nViews, arrNone, nullptr);
+}
 
 void DX11Device::QuadBind(uint32_t _nWidth, uint32_t _nHeight)
 {

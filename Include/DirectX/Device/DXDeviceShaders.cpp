@@ -7,7 +7,9 @@
 #include "DirectX/Device/DXHelpers.h"
 #include "DirectX/Device/DXKept.h"
 
+#include <atomic>
 #include <cstring>
+#include <functional>
 
 namespace
 {
@@ -20,11 +22,10 @@ const char* Target_Suffix(D3D_FEATURE_LEVEL _eLevel)
         return "4_0";
     case D3D_FEATURE_LEVEL_10_1:
         return "4_1";
-    case D3D_FEATURE_LEVEL_11_0:
-    case D3D_FEATURE_LEVEL_11_1:
-        return "5_0";
     default:
-        return "2_0"; // also for 9_x, whose vertex shader and pixel shader profiles have other names
+        // Devices of a level above all that are known here run what is made for those below. The names of 9_x are
+        // others for vertex and pixel shaders.
+        return _eLevel >= D3D_FEATURE_LEVEL_11_0 ? "5_0" : "2_0";
     }
 }
 
@@ -36,20 +37,36 @@ std::string_view Blob_Text(ID3DBlob* _pBlob)
     return {pszText, strnlen(pszText, _pBlob->GetBufferSize())};
 }
 
+/// True when the text is not the one that failed before.
+bool IsNewFailure(std::string_view _svText)
+{
+    static std::atomic<size_t> s_nLast; // a hash says enough here
+    const size_t nText = std::hash<std::string_view>()(_svText);
+    return s_nLast.exchange(nText) != nText;
+}
+
+HRESULT PixelShader_FromCode(ID3D11Device* _pDevice, ID3DBlob* _pCode, const char* _pszOperation,
+                             ID3D11PixelShader** _ppPixelShader)
+{
+    const HRESULT hr =
+        _pDevice->CreatePixelShader(_pCode->GetBufferPointer(), _pCode->GetBufferSize(), nullptr, _ppPixelShader);
+    if (FAILED(hr))
+        ZLog(eZLog_Error, "%hs: Unable to create pixel shader! Error code %#X!\n", _pszOperation, hr);
+    return hr;
+}
+
 HRESULT PixelShader_Make(ID3D11Device* _pDevice, const char* _pszShaderCode, const char* _pszOperation,
                          ID3D11PixelShader** _ppPixelShader)
 {
     CZPtr<ID3DBlob> cpCode;
-    HRESULT hr = DX11Device::Shader_Compile(_pszShaderCode, eDXS_Pixel, _pDevice->GetFeatureLevel(), cpCode.Put());
+    const HRESULT hr =
+        DX11Device::Shader_Compile(_pszShaderCode, eDXS_Pixel, _pDevice->GetFeatureLevel(), cpCode.Put());
     if (FAILED(hr))
     {
         ZLog(eZLog_Error, "%hs: Failed to compile pixel shader\n", _pszOperation);
         return hr;
     }
-    hr = _pDevice->CreatePixelShader(cpCode->GetBufferPointer(), cpCode->GetBufferSize(), nullptr, _ppPixelShader);
-    if (FAILED(hr))
-        ZLog(eZLog_Error, "%hs: Unable to create pixel shader! Error code %#X!\n", _pszOperation, hr);
-    return hr;
+    return PixelShader_FromCode(_pDevice, cpCode.Get(), _pszOperation, _ppPixelShader);
 }
 
 } // namespace
@@ -90,7 +107,8 @@ HRESULT DX11Device::Shader_Compile(const char* _pszShaderCode, eDX_Shader _eType
     {
         ZLog(eZLog_Error,
              "DX11Device::Shader_Compile: Failed to compile shader %hs VER. %hs with error: %hs\ncode:%hs\n", pszEntry,
-             arrTarget, Blob_Text(cpErrors.Get()), _pszShaderCode);
+             arrTarget, Blob_Text(cpErrors.Get()),
+             IsNewFailure(_pszShaderCode) ? _pszShaderCode : "the same as before");
         Z_VERIFY_TEXT(false, "!\"Shader not compiled!\"");
     }
     else
@@ -106,6 +124,16 @@ HRESULT DX11Device::PixelShader_Create(const char* _pszShaderCode, ID3D11PixelSh
     if (!Z_VERIFY(m_cpDevice))
         return E_UNEXPECTED;
     return PixelShader_Make(m_cpDevice.Get(), _pszShaderCode, "DX11Device::PixelShader_Create", _ppPixelShader);
+}
+
+HRESULT DX11Device::PixelShader_Create(ID3DBlob* _pCode, ID3D11PixelShader** _ppPixelShader)
+{
+    if (!_pCode || !_ppPixelShader)
+        return E_POINTER;
+    *_ppPixelShader = nullptr;
+    if (!Z_VERIFY(m_cpDevice))
+        return E_UNEXPECTED;
+    return PixelShader_FromCode(m_cpDevice.Get(), _pCode, "DX11Device::PixelShader_Create", _ppPixelShader);
 }
 
 HRESULT DX11Device::PixelShader_Get(ID3D11Device* _pDevice, const char* _pszShaderCode, uint32_t _nTag,

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DirectX/Device/DXBase.h"
+#include "DirectX/Device/DXDevice.h"
 
 /// Binds what a pass needs to the immediate context, and unbinds it when destroyed.
 class CDXPassBinding
@@ -9,8 +9,7 @@ public:
     explicit CDXPassBinding(ID3D11DeviceContext* _pContext)
         : m_pContext(_pContext)
     {
-        // An input that is still somebody's render target would be dropped when it is bound.
-        m_pContext->OMSetRenderTargets(0, nullptr, nullptr);
+        DX11Device::OutputsUnbind(m_pContext);
     }
     ~CDXPassBinding()
     {

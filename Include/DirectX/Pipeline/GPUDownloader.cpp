@@ -97,22 +97,49 @@ HRESULT Downloader::_Download(IZFFrame2* _pFrameIn, IDX11Texture* _pTexIn, IZFFr
     return S_OK;
 }
 
-HRESULT Downloader::CopyMapped(const ZF_VID_PTR& _videoOut, ID3D11Texture2D* _pTexIn, const ZF_VID_PROPS& _vidProps,
-                               bool _bFields, IDX11Texture* _pTexReadable) const
+HRESULT Downloader::CopyRecord(ID3D11Texture2D* _pTexIn, const ZF_VID_PROPS& _vidPropsIn, IDX11Allocator* _pAllocator,
+                               IDX11Texture** _ppReadable) const
 {
+    D3D11_TEXTURE2D_DESC inDesc = {};
+    _pTexIn->GetDesc(&inDesc);
+    if (!Z_VERIFY_TEXT(!(inDesc.CPUAccessFlags & D3D11_CPU_ACCESS_READ),
+                       "inDesc.CPUAccessFlags != D3D11_CPU_ACCESS_READ"))
+        return Failed("_Download_Tex",
+                      "Texture was in system memory! Using software texture for hardware operations is unacceptable!",
+                      E_INVALIDARG);
+    if (!DX_TextureFits(inDesc, _vidPropsIn) || !GPU_SizeIsValid(_vidPropsIn))
+        return Failed("_Download_Tex", "Video properties and input texture description do not match!", E_INVALIDARG);
+    D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(_vidPropsIn);
+    desc.Usage = D3D11_USAGE_STAGING;
+    desc.CPUAccessFlags = D3D11_CPU_ACCESS_READ;
+    const auto cpDevice = DX_DeviceOf(_pTexIn);
     CZPtr<ID3D11Texture2D> cpReadable;
-    HRESULT hr = _pTexReadable->TextureGet(cpReadable.Put());
+    HRESULT hr = DX11Texture::Create(_pAllocator, cpDevice.Get(), &desc, _vidPropsIn, _ppReadable);
+    if (SUCCEEDED(hr))
+        hr = (*_ppReadable)->TextureGet(cpReadable.Put());
+    if (FAILED(hr))
+        return Failed("_Download_Tex", "Texture not created", hr);
+    DX_ContextOf(cpDevice.Get())->CopyResource(cpReadable.Get(), _pTexIn);
+    return S_OK;
+}
+
+HRESULT Downloader::CopyRead(const ZF_VID_PTR& _videoOut, IDX11Texture* _pReadable, bool _bFields) const
+{
+    ZF_VID_PROPS vidProps = {};
+    CZPtr<ID3D11Texture2D> cpReadable;
+    HRESULT hr = _pReadable->VideoPropsGet(&vidProps);
+    if (SUCCEEDED(hr))
+        hr = _pReadable->TextureGet(cpReadable.Put());
     if (FAILED(hr))
         return hr;
     // Map waits for the copy, and the copy for the passes before it: all of it is work of one context. To poll for the
     // marker instead would cost a tick of the system's clock per frame.
-    const auto cpContext = DX_ContextOf(DX_DeviceOf(_pTexIn).Get());
-    cpContext->CopyResource(cpReadable.Get(), _pTexIn);
+    const auto cpContext = DX_ContextOf(DX_DeviceOf(cpReadable.Get()).Get());
     D3D11_MAPPED_SUBRESOURCE mapped = {};
     hr = cpContext->Map(cpReadable.Get(), 0, D3D11_MAP_READ, 0, &mapped);
     if (FAILED(hr) || !mapped.pData)
         return Failed("_Download_Tex", "Failed to map texture!", hr);
-    GPU_RowsCopy(eGPUR_Download, _vidProps, _videoOut, _bFields, mapped);
+    GPU_RowsCopy(eGPUR_Download, vidProps, _videoOut, _bFields, mapped);
     cpContext->Unmap(cpReadable.Get(), 0);
     return S_OK;
 }
@@ -124,25 +151,11 @@ HRESULT Downloader::_Download_Tex(const ZF_VID_PTR* _pVideoOut, ID3D11Texture2D*
                            VidProps_IsSet(_pVidPropsIn, true),
                        "_pbVideoOut && _pTexIn && _pVidPropsIn && IsSpecified(_pVidPropsIn)"))
         return Failed("_Download_Tex", "Invalid arguments!", E_INVALIDARG);
-    D3D11_TEXTURE2D_DESC inDesc = {};
-    _pTexIn->GetDesc(&inDesc);
-    if (!Z_VERIFY_TEXT(!(inDesc.CPUAccessFlags & D3D11_CPU_ACCESS_READ),
-                       "inDesc.CPUAccessFlags != D3D11_CPU_ACCESS_READ"))
-        return Failed("_Download_Tex",
-                      "Texture was in system memory! Using software texture for hardware operations is unacceptable!",
-                      E_INVALIDARG);
-    if (!DX_TextureFits(inDesc, *_pVidPropsIn) || !GPU_SizeIsValid(*_pVidPropsIn) ||
-        (_bFields && FCC_IsPlanar(_pVidPropsIn->fccType)))
+    if (_bFields && FCC_IsPlanar(_pVidPropsIn->fccType))
         return Failed("_Download_Tex", "Video properties and input texture description do not match!", E_INVALIDARG);
     if (!GPU_HasPlanes(*_pVidPropsIn, *_pVideoOut))
         return Failed("_Download_Tex", "A plane of the output frame is missing!", E_INVALIDARG);
-    D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(*_pVidPropsIn);
-    desc.Usage = D3D11_USAGE_STAGING;
-    desc.CPUAccessFlags = D3D11_CPU_ACCESS_READ;
     CZPtr<IDX11Texture> cpReadable;
-    const HRESULT hr =
-        DX11Texture::Create(_pAllocator, DX_DeviceOf(_pTexIn).Get(), &desc, *_pVidPropsIn, cpReadable.Put());
-    if (FAILED(hr))
-        return Failed("_Download_Tex", "Texture not created", hr);
-    return CopyMapped(*_pVideoOut, _pTexIn, *_pVidPropsIn, _bFields, cpReadable.Get());
+    const HRESULT hr = CopyRecord(_pTexIn, *_pVidPropsIn, _pAllocator, cpReadable.Put());
+    return SUCCEEDED(hr) ? CopyRead(*_pVideoOut, cpReadable.Get(), _bFields) : hr;
 }

@@ -26,8 +26,16 @@ public:
     HRESULT _Download_Tex(const ZF_VID_PTR* _pVideoOut, ID3D11Texture2D* _pTexIn, const ZF_VID_PROPS* _pVidPropsIn,
                           bool _bFields, IDX11Allocator* _pAllocator);
 
+    /// \name The halves of _Download_Tex
+    ///@{
+    /// Records the copy into a readable texture, and waits for nothing: copies of several textures are best all
+    /// recorded before the first of them is read.
+    HRESULT CopyRecord(ID3D11Texture2D* _pTexIn, const ZF_VID_PROPS& _vidPropsIn, IDX11Allocator* _pAllocator,
+                       IDX11Texture** _ppReadable) const;
+    /// Waits for the copy, and brings its rows into the planes of a picture.
+    HRESULT CopyRead(const ZF_VID_PTR& _videoOut, IDX11Texture* _pReadable, bool _bFields) const;
+    ///@}
+
 private:
     HRESULT PlainFrame(IZFFrame2* _pFrameIn, const ZF_VID_PROPS& _vidPropsOut, IZFFrame** _ppFrameOut) const;
-    HRESULT CopyMapped(const ZF_VID_PTR& _videoOut, ID3D11Texture2D* _pTexIn, const ZF_VID_PROPS& _vidProps,
-                       bool _bFields, IDX11Texture* _pTexReadable) const;
 };

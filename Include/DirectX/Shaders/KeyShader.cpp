@@ -378,8 +378,8 @@ std::string KeyShader_Text(const KEY_SHADER& _shader)
         return strText + KeySpace(_shader, {}) + Forms(_shader) + BodyRGB(_shader);
     const std::string strMatrix = std::string("YVU2RGB_") + Shader_MatrixName(_shader.eMatrix);
     strText += Shader_TextYVU2RGB(_shader.eMatrix);
-    // BT.601 keys are measured as those of RGB pictures are.
-    strText += KeySpace(_shader, _shader.eMatrix == eZYM_601 ? "ConvertYVU2RGB" : strMatrix);
+    // Keys are measured in the space of BT.601 whatever the picture's matrix is.
+    strText += KeySpace(_shader, "ConvertYVU2RGB");
     return strText + Forms(_shader) + BodyPacked(_shader, strMatrix);
 }
 

@@ -36,6 +36,8 @@ struct KEY_SHADER
     eKeyOutput eOutput = eKO_Picture;
     bool bColorCancel = false;    ///< Shader_NeedsCancel; the mask does not depend on it
     eZYMatrix eMatrix = eZYM_601; ///< of packed input
+
+    bool operator==(const KEY_SHADER&) const = default;
 };
 
 /// Empty when there is no such shader: a type that is not keyed by colour, packed output from RGB or without colour

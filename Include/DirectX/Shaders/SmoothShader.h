@@ -19,6 +19,8 @@ struct SMOOTH_SHADER
     bool bPremultiplied = false;
     /// Straight pictures: the pass inverts the alpha that it has smoothed.
     bool bInverse = false;
+
+    bool operator==(const SMOOTH_SHADER&) const = default;
 };
 
 std::string SmoothShader_Text(const SMOOTH_SHADER& _shader);

@@ -128,6 +128,7 @@ void TakeGivenPlate(const RUN& _run)
 
 void FindSure(const RUN& _run)
 {
+    _run.runner.Step(eUS_Screen);
     UNMIX_STATE& state = _run.state;
     FIELD_STATE& field = _run.field;
     _run.CellRows([&](int _nFirst, int _nRows) { Screen_Pass(state, field, _run.nField, _nFirst, _nRows); });
@@ -166,12 +167,14 @@ void StartScene(const RUN& _run, const UNMIX_KEY& _key)
 void LearnPlate(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
+    _run.runner.Step(eUS_Plate);
     PLATE_CHANGE change = Plate_Compare(state);
     UNMIX_KEY key;
     // A plate that was given just now may have been taken in another light; that is no cut.
     if (state.bPlateSet && state.nFrames > 0 && IsNewScene(_run, change, &key))
     {
         StartScene(_run, key);
+        _run.runner.Step(eUS_Plate);
         change = Plate_Compare(state);
     }
     if (change.bEnough)
@@ -188,6 +191,7 @@ void LearnPlate(const RUN& _run)
 void MeasureNoise(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
+    _run.runner.Step(eUS_Noise);
     if (state.nFrames == 0)
         Bodies_Measure(state, _run.field);
     _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
@@ -221,8 +225,10 @@ void Classify(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
     FIELD_STATE& field = _run.field;
+    _run.runner.Step(eUS_Classes);
     _run.CellRows([&](int _nFirst, int _nRows) { Classes_Pass(state, field, _nFirst, _nRows); });
     Classes_Finish(state, field);
+    _run.runner.Step(eUS_Foreground);
     _run.PlateRows([&](int _nFirst, int _nRows) { Foreground_Pass(state, field, _nFirst, _nRows); });
     Foreground_Fill(field);
 }
@@ -232,6 +238,7 @@ void Refine(const RUN& _run)
 {
     if (_run.samples.eLayout == UNMIX_SAMPLES::eNone)
         return;
+    _run.runner.Step(eUS_Chroma);
     const ptrdiff_t nStride = ptrdiff_t{4} * _run.state.nWidth;
     uint16_t* const pRow0 = _run.state.vecDeep.data() + _run.nField * nStride;
     _run.CellRows([&](int _nFirst, int _nRows) {
@@ -268,6 +275,7 @@ void ReadRows(const RUN& _run, int _nFirst, int _nRows)
 bool ReadCells(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
+    _run.runner.Step(eUS_Cells);
     _run.CellRows([&](int _nFirst, int _nRows) {
         if (_run.pReader)
             ReadRows(_run, _nFirst, _nRows);
@@ -280,6 +288,7 @@ bool ReadCells(const RUN& _run)
 void FindKey(const RUN& _run)
 {
     UNMIX_KEY key;
+    _run.runner.Step(eUS_Screen);
     if (_run.state.nKeys == 0 && Screen_FindKey(_run.field.cells, &key))
         SetKeys(_run.state, &key, 1);
 }
@@ -305,13 +314,16 @@ void LearnCells(const RUN& _run, const SEEN& _seen, bool _bSeenBefore)
 void WritePixels(const RUN& _run, bool _bSeenBefore)
 {
     UNMIX_STATE& state = _run.state;
+    _run.runner.Step(eUS_Pixels);
     _run.CellRows([&](int _nFirst, int _nRows) {
         Pixels_Pass(state, _run.field, _run.picture, _run.result, _bSeenBefore, _nFirst, _nRows);
     });
+    _run.runner.Step(eUS_Edges);
     if (Edges_Wanted(state))
         Edges_Change(state, _run.field, _run.picture, _run.result, _run.runner);
     if (!Views_Wanted(state, _run.picture))
         return;
+    _run.runner.Step(eUS_Views);
     if (state.setup.params.fltShadows > 0)
         Views_FindShadows(state);
     _run.CellRows([&](int _nFirst, int _nRows) {
@@ -388,6 +400,7 @@ UNMIX_PICTURE PictureOf(UNMIX_STATE& _state, const CImgRowReader& _reader, const
         return picture;
     }
     picture.nStride = ptrdiff_t{4} * picture.nWidth;
+    _runner.Step(eUS_Read);
     _state.vecPicture.resize(static_cast<size_t>(picture.nStride) * picture.nHeight);
     picture.pRow0 = _state.vecPicture.data();
     return picture;

@@ -3,7 +3,6 @@
 #include "Base/ZLog.h"
 #include "ZChromaKey/Keys/KeyFinder.h"
 #include "ZChromaKey/Keys/KeyRay.h"
-#include "Helpers/FrameSampler.h"
 #include "ZChromaKey/Keys/KeyStats.h"
 
 #include <algorithm>
@@ -162,8 +161,8 @@ void CKeyBuilder::SpaceSet(eCK_Type _eSpace)
 }
 
 /// Adds a key, unless one that is nearly the same is there. The calculator would rather fold it into the nearest one,
-/// whose centre stays where it is: that suits boxes around samples, not keys that are where they are for a reason. So it
-/// is left to do that when the set is full.
+/// whose centre stays where it is: that suits boxes around samples, not keys that are where they are for a reason. So
+/// it is left to do that when the set is full.
 void CKeyBuilder::Append(const CALC_KEY& _key, int32_t _nSmoothRange)
 {
     KEYS& keys = m_arrKeys[0];
@@ -179,8 +178,8 @@ void CKeyBuilder::Append(const CALC_KEY& _key, int32_t _nSmoothRange)
     keys.calc.SetKey(_key, keys.calc.nKeys);
 }
 
-/// Takes the samples whatever they look like, because a person has pointed at them. An exclusion key is the sample itself;
-/// a backdrop is lit unevenly, and the frame shows how.
+/// Takes the samples whatever they look like, because a person has pointed at them. An exclusion key is the sample
+/// itself; a backdrop is lit unevenly, and the frame shows how.
 void CKeyBuilder::Offer(CFrameSampler* _pSampler, const std::vector<CALC_KEY>& _vecSamples, const TINT& _tint,
                         bool _bExclude)
 {
@@ -228,61 +227,50 @@ void CKeyBuilder::ForgetExtras()
         std::fill(keys.arrExtras + keys.calc.nKeys, keys.arrExtras + Z_MAX_KEYS, NewExtras());
 }
 
-HRESULT CKeyBuilder::AddPoint(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, bool _bExclude)
+HRESULT CKeyBuilder::AddPoint(CFrameSampler* _pSampler, int32_t _nX, int32_t _nY, bool _bExclude)
 {
-    CFrameSampler sampler;
-    const HRESULT hr = sampler.Open(_pFrame);
-    if (FAILED(hr))
-        return hr;
-    if (_nX < 0 || _nX >= sampler.Width() || _nY < 0 || _nY >= sampler.Height())
+    if (_nX < 0 || _nX >= _pSampler->Width() || _nY < 0 || _nY >= _pSampler->Height())
     {
         ZLog(eZLog_Error,
              "CKeyBuilder::AddPoint: %d,%d is outside the frame of %d x %d pixels; count from its top left\n", _nX, _nY,
-             sampler.Width(), sampler.Height());
+             _pSampler->Width(), _pSampler->Height());
         return E_INVALIDARG;
     }
     const RECT_PIXELS rect = {std::max(_nX - c_nPointReach, 0), std::max(_nY - c_nPointReach, 0),
-                              std::min(_nX + c_nPointReach + 1, sampler.Width()),
-                              std::min(_nY + c_nPointReach + 1, sampler.Height())};
+                              std::min(_nX + c_nPointReach + 1, _pSampler->Width()),
+                              std::min(_nY + c_nPointReach + 1, _pSampler->Height())};
     const eCK_Type eSpace = SampleSpace();
-    const CALC_KEY key = Sample(&sampler, eSpace, rect, 1, 1)[0].Box(eSpace);
+    const CALC_KEY key = Sample(_pSampler, eSpace, rect, 1, 1)[0].Box(eSpace);
     SpaceSet(eSpace);
-    Offer(&sampler, {key}, TintOf(&sampler, rect), _bExclude);
+    Offer(_pSampler, {key}, TintOf(_pSampler, rect), _bExclude);
     return S_OK;
 }
 
-HRESULT CKeyBuilder::AddRect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2, bool _bExclude)
+HRESULT CKeyBuilder::AddRect(CFrameSampler* _pSampler, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2,
+                             bool _bExclude)
 {
-    CFrameSampler sampler;
-    const HRESULT hr = sampler.Open(_pFrame);
-    if (FAILED(hr))
-        return hr;
     const RECT_PIXELS rect = {std::max(std::min(_nX1, _nX2), 0), std::max(std::min(_nY1, _nY2), 0),
-                              std::min(std::max(_nX1, _nX2), sampler.Width()),
-                              std::min(std::max(_nY1, _nY2), sampler.Height())};
+                              std::min(std::max(_nX1, _nX2), _pSampler->Width()),
+                              std::min(std::max(_nY1, _nY2), _pSampler->Height())};
     if (rect.nX1 >= rect.nX2 || rect.nY1 >= rect.nY2)
     {
         ZLog(
             eZLog_Error,
             "CKeyBuilder::AddRect: %d,%d,%d,%d holds no pixel of the frame of %d x %d pixels; count from its top left, "
             "the second corner not included\n",
-            _nX1, _nY1, _nX2, _nY2, sampler.Width(), sampler.Height());
+            _nX1, _nY1, _nX2, _nY2, _pSampler->Width(), _pSampler->Height());
         return E_INVALIDARG;
     }
     const eCK_Type eSpace = SampleSpace();
-    const std::vector<CALC_KEY> vecKeys = SampleParts(&sampler, eSpace, rect);
+    const std::vector<CALC_KEY> vecKeys = SampleParts(_pSampler, eSpace, rect);
     SpaceSet(eSpace);
-    Offer(&sampler, vecKeys, TintOf(&sampler, rect), _bExclude);
+    Offer(_pSampler, vecKeys, TintOf(_pSampler, rect), _bExclude);
     return S_OK;
 }
 
-HRESULT CKeyBuilder::Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS& _options,
+HRESULT CKeyBuilder::Detect(CFrameSampler* _pSampler, const CKUtils::CK_DETECT_OPTIONS& _options,
                             std::vector<CKUtils::CK_BLOCK>* _pBlocks)
 {
-    CFrameSampler sampler;
-    const HRESULT hr = sampler.Open(_pFrame);
-    if (FAILED(hr))
-        return hr;
     std::vector<eCK_Type> vecSpaces = {eCKT_YUV, eCKT_HLS, eCKT_RGB};
     if (_options.eType != eCKT_Auto)
         vecSpaces = {_options.eType};
@@ -290,7 +278,7 @@ HRESULT CKeyBuilder::Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS&
         vecSpaces = {SampleSpace()};
     for (const eCK_Type eSpace : vecSpaces)
     {
-        const FOUND_KEYS found = KeyFinder_Find(&sampler, eSpace, _options, _pBlocks);
+        const FOUND_KEYS found = KeyFinder_Find(_pSampler, eSpace, _options, _pBlocks);
         if (found.vecKeys.empty())
             continue;
         if (_options.eType != eCKT_Auto)
@@ -306,8 +294,8 @@ HRESULT CKeyBuilder::Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS&
         FitIntoSet();
         return S_OK;
     }
-    ZLog(eZLog_Info, "CKeyBuilder::Detect: there is no backdrop in the frame of %d x %d pixels\n", sampler.Width(),
-         sampler.Height());
+    ZLog(eZLog_Info, "CKeyBuilder::Detect: there is no backdrop in the frame of %d x %d pixels\n", _pSampler->Width(),
+         _pSampler->Height());
     return S_FALSE;
 }
 

@@ -3,7 +3,6 @@
 #include "ZChromaKey/Engine1/ChromaKey.h"
 #include "ZChromaKey/Engine1/EngineReference.h"
 #include "ZChromaKey/Engine1/Kernels/ColorCancelPrepare.h"
-#include "ZChromaKey/Work/MaskPost.h"
 
 #include <gtest/gtest.h>
 
@@ -158,16 +157,6 @@ TEST(ChromaKey, ThreadCountIsComparedBeforeItIsClamped)
         EXPECT_EQ(engine.ThreadsSet(nSet), hr) << nSet;
         EXPECT_EQ(engine.ThreadsGet(), nThen) << nSet;
     }
-}
-
-TEST(MaskPost, ManyRowsDoNotOverflow)
-{
-    PLANE_KERNELS kernels;
-    PlaneKernels_Init(&kernels, eSIMD_None);
-    uint8_t arrRow[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-    CMaskPost().Run({arrRow, 0, 8, INT32_MAX}, MaskPost_Make(TestKey(eCKT_RGB), true), kernels);
-    for (int n = 0; n < 8; ++n)
-        EXPECT_EQ(arrRow[n], n + 1);
 }
 
 } // namespace

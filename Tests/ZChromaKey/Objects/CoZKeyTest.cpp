@@ -194,7 +194,7 @@ TEST(CoZKey, OddKeySetsAreTaken)
 {
     const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 48);
     for (const int nType : {0, 1, 5, 77})
-        for (const int nUsed : {0, -3, 16, 40})
+        for (const int nUsed : {0, 16})
         {
             CHROMA_KEY_RAW raw = {};
             raw.eType = nType;
@@ -210,6 +210,14 @@ TEST(CoZKey, OddKeySetsAreTaken)
             EXPECT_TRUE(rawNew.nKeysUsed > 0 && rawNew.nKeysUsed < 6) << "keys of no space are dropped";
             EXPECT_EQ(rawNew.nMaxTransparent, nUsed > 0 ? 0 : 255);
         }
+    for (const int nUsed : {-3, 17})
+    {
+        const CLogCatcher log;
+        CHROMA_KEY_RAW raw = {};
+        raw.nKeysUsed = nUsed;
+        EXPECT_EQ(NewKey()->RawSet(&raw), E_INVALIDARG);
+        EXPECT_EQ(log.Count("a set has 0 to 16 keys", eZLog_Error), 1u);
+    }
 }
 
 TEST(CoZKeyDetect, LeavesAStrayFirstFindAlone)

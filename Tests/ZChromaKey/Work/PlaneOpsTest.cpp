@@ -59,6 +59,9 @@ TEST_P(PlaneOps, RowsEqualThoseOfThePlainKernels)
         kernels.pfnAlphaSet(argb.Row(0), rows.Row(1), _nWidth);
         for (size_t n = 0; n < 4 * _nWidth; ++n)
             ASSERT_EQ(argb.Row(0)[n], n % 4 == 3 ? rows.Row(1)[n / 4] : arrBefore[n]) << "alpha set, width " << _nWidth;
+        fnExpect("alpha get", [&](const PLANE_KERNELS& _kernels, uint8_t* _pRow) {
+            _kernels.pfnAlphaGet(_pRow, argb.Row(0), _nWidth);
+        });
         ASSERT_TRUE(argb.Intact());
     };
     ForTestWidths([&](int _nWidth) {
@@ -71,9 +74,10 @@ TEST_P(PlaneOps, RowsEqualThoseOfThePlainKernels)
 // All levels give the same bytes, so no result tells an entry that another level's kernel has taken.
 TEST(PlaneKernels, EveryEntryIsItsLevels)
 {
-    const PLANE_KERNELS arrExpected[] = {{Threshold_C, Invert_C, Smooth_C, AlphaSet_C},
-                                         {Threshold_AVX2, Invert_AVX2, Smooth_AVX2, AlphaSet_AVX2},
-                                         {Threshold_AVX512, Invert_AVX512, Smooth_AVX512, AlphaSet_AVX512}};
+    const PLANE_KERNELS arrExpected[] = {
+        {Threshold_C, Invert_C, Smooth_C, AlphaSet_C, AlphaGet_C},
+        {Threshold_AVX2, Invert_AVX2, Smooth_AVX2, AlphaSet_AVX2, AlphaGet_AVX2},
+        {Threshold_AVX512, Invert_AVX512, Smooth_AVX512, AlphaSet_AVX512, AlphaGet_AVX512}};
     for (const eSIMD_Level eLevel : {eSIMD_None, eSIMD_AVX2, eSIMD_AVX512})
     {
         PLANE_KERNELS kernels;

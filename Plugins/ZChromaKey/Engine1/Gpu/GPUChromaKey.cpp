@@ -7,8 +7,8 @@
 #include "DirectX/Shaders/SmoothShader.h"
 #include "ZChromaKey/Engine1/Gpu/GPUKeyResult.h"
 
-#include <algorithm>
 #include <cstdlib>
+#include <string>
 
 namespace
 {
@@ -58,6 +58,7 @@ HRESULT GPUChromaKey::Key(IZFFrame* _pFrame, const GPU_KEY_SETTINGS& _settings, 
             m_ckSettings.ipar[3] = 0;
         ShadersCheck(_settings.key);
         hr = ProcessFrameExternal(cpInput.Get(), _settings.bFlushContext, _ppFrameRes);
+        m_backOff.Note(m_plan, _settings.nChange, hr);
     }
     return hr;
 }
@@ -65,7 +66,8 @@ HRESULT GPUChromaKey::Key(IZFFrame* _pFrame, const GPU_KEY_SETTINGS& _settings, 
 void GPUChromaKey::Close()
 {
     FrameDrop();
-    ShadersDrop();
+    DeviceLeave();
+    m_shaders.Close();
     GPUProcessorBase::Close();
 }
 
@@ -82,7 +84,10 @@ HRESULT GPUChromaKey::InputMake(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps
     CZPtr<ID3D11Texture2D> cpTexture2D;
     if (cpTexture && SUCCEEDED(cpTexture->TextureGet(cpTexture2D.Put())) && Device() &&
         !DX_SameObject(DX_DeviceOf(cpTexture2D.Get()).Get(), Device()->Device()))
-        Close(); // the host's device takes the place of ours
+    {
+        DeviceLeave(); // this one takes its place
+        GPUProcessorBase::Close();
+    }
     *_pcpInput = CZPtr<IZFFrame>(_pFrame);
     m_cpFrameOriginal = ZQuery<IZFFrame2>(_pFrame);
     HRESULT hr = m_cpFrameOriginal ? GPUKeyPlan_Make(_vidProps, static_cast<bool>(cpTexture), _settings, &m_plan)
@@ -93,6 +98,8 @@ HRESULT GPUChromaKey::InputMake(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps
         ZLog(bLogged ? eZLog_Verbose : eZLog_Info, "GPUChromaKey::ProcessFrame: Invalid FCC type of input frame! %ws\n",
              VidProps_Text(&_vidProps));
     }
+    if (SUCCEEDED(hr))
+        hr = m_backOff.Check(m_plan, _settings.nChange);
     if (FAILED(hr) || m_plan.eInput != eGI_CPUARGB)
         return hr;
     hr = m_cpFrameOriginal->FrameConvert(eZFC_Converted, eZFCC_ARGB32, _pcpInput->Put());
@@ -107,14 +114,15 @@ void GPUChromaKey::FrameDrop()
     m_cpTexMask.Reset();
     m_cpFrameOriginal.Reset();
     if (!Device()) // it was removed
-        ShadersDrop();
+        DeviceLeave();
 }
 
-void GPUChromaKey::ShadersDrop()
+/// Lets go of what is of the device in use, and of what it failed to do.
+void GPUChromaKey::DeviceLeave()
 {
-    m_vecShaders.clear();
-    m_cpDeviceShaders.Reset();
+    m_shaders.Drop();
     m_converter.Close();
+    m_backOff.Forget();
 }
 
 HRESULT GPUChromaKey::ProcessFrame()
@@ -142,40 +150,25 @@ void GPUChromaKey::ShadersCheck(const CHROMA_KEY_RAW& _key)
     const int32_t nSmooth = Shader_SmoothPasses(_key.nEdgesSmooth);
     if (_key.eType == m_eTypeShaders && nSmooth == m_nSmoothShaders)
         return;
-    m_vecShaders.clear();
+    m_shaders.Drop();
     m_eTypeShaders = _key.eType;
     m_nSmoothShaders = nSmooth;
 }
 
-HRESULT GPUChromaKey::ShaderGet(const std::string& _strText, const char* _pszFailure, ID3D11PixelShader** _ppShader)
+HRESULT GPUChromaKey::ShaderGet(const GPU_SHADER& _shader, const char* _pszFailure, ID3D11PixelShader** _ppShader)
 {
-    if (m_cpDeviceShaders.Get() != Device()->Device())
-    {
-        ShadersDrop();
-        m_cpDeviceShaders = CZPtr<ID3D11Device>(Device()->Device());
-    }
-    auto itShader = std::ranges::find(m_vecShaders, _strText, &decltype(m_vecShaders)::value_type::first);
-    if (itShader == m_vecShaders.end())
-    {
-        CZPtr<ID3D11PixelShader> cpShader;
-        const HRESULT hr = Device()->PixelShader_Create(_strText.c_str(), cpShader.Put());
-        if (FAILED(hr))
-        {
-            ZLog(eZLog_Error, (std::string("GPUChromaKey::ProcessFrame: ") + _pszFailure + "\n").c_str(), hr);
-            return hr;
-        }
-        itShader = m_vecShaders.insert(m_vecShaders.end(), {_strText, std::move(cpShader)});
-    }
-    *_ppShader = CZPtr<ID3D11PixelShader>(itShader->second).Detach();
-    return S_OK;
+    const HRESULT hr = m_shaders.Get(Device(), _shader, _ppShader);
+    if (FAILED(hr))
+        ZLog(eZLog_Error, (std::string("GPUChromaKey::ProcessFrame: ") + _pszFailure + "\n").c_str(), hr);
+    return hr;
 }
 
-HRESULT GPUChromaKey::Pass(const std::string& _strText, const char* _pszFailure, const void* _pConstants,
+HRESULT GPUChromaKey::Pass(const GPU_SHADER& _shader, const char* _pszFailure, const void* _pConstants,
                            size_t _cbConstants, IDX11Texture* _pTexIn, const GPU_TARGET& _target,
                            IDX11Texture** _ppTexOut)
 {
     CZPtr<ID3D11PixelShader> cpShader;
-    const HRESULT hr = ShaderGet(_strText, _pszFailure, cpShader.Put());
+    const HRESULT hr = ShaderGet(_shader, _pszFailure, cpShader.Put());
     if (FAILED(hr))
         return hr;
     return Render(_pTexIn, {cpShader.Get(), Device()->SamplerPoint(), _pConstants, _cbConstants}, _target, _ppTexOut);
@@ -211,8 +204,8 @@ HRESULT GPUChromaKey::KeyPass(IDX11Texture* _pTexIn, eKeyOutput _eOutput, bool _
     else if (_eOutput == eKO_Mask) // packed pictures: four alphas a texel
         vidPropsOut =
             PropsOf(bPacked ? eZFCC_RGB32 : eZFCC_RGB8, bPacked ? (nWidth + 3) / 4 : nWidth, VidPropsIn().nHeight);
-    return Pass(KeyShader_Text(shader), _eOutput == eKO_Mask ? c_szNoMaskShader : c_szNoKeyShader, &m_ckSettings,
-                sizeof(m_ckSettings), _pTexIn, GPU_TargetOf(vidPropsOut), _ppTexOut);
+    return Pass(shader, _eOutput == eKO_Mask ? c_szNoMaskShader : c_szNoKeyShader, &m_ckSettings, sizeof(m_ckSettings),
+                _pTexIn, GPU_TargetOf(vidPropsOut), _ppTexOut);
 }
 
 HRESULT GPUChromaKey::SmoothPasses(CZPtr<IDX11Texture>* _pcpPicture)
@@ -223,8 +216,8 @@ HRESULT GPUChromaKey::SmoothPasses(CZPtr<IDX11Texture>* _pcpPicture)
     for (int32_t n = 0; n < m_plan.nSmooth && SUCCEEDED(hr); ++n)
     {
         CZPtr<IDX11Texture> cpSmoothed;
-        const std::string strText = SmoothShader_Text({false, m_plan.bInverse && n + 1 == m_plan.nSmooth});
-        hr = Pass(strText, c_szNoSmoothShader, &settings, sizeof(settings), _pcpPicture->Get(), GPU_TargetOf(vidProps),
+        const SMOOTH_SHADER shader = {false, m_plan.bInverse && n + 1 == m_plan.nSmooth};
+        hr = Pass(shader, c_szNoSmoothShader, &settings, sizeof(settings), _pcpPicture->Get(), GPU_TargetOf(vidProps),
                   cpSmoothed.Put());
         *_pcpPicture = std::move(cpSmoothed);
     }
@@ -251,7 +244,7 @@ HRESULT GPUChromaKey::MaskPasses(IDX11Texture* _pTexIn)
     if (FAILED(hr))
         return hr;
     return LogIfFailed("Failed to render RGB8 conversion!",
-                       Pass(AlphaMaskShader_Text(), c_szNoMaskShader, nullptr, 0, cpPicture.Get(),
+                       Pass(ALPHA_MASK_SHADER(), c_szNoMaskShader, nullptr, 0, cpPicture.Get(),
                             GPU_TargetOf(PropsOf(eZFCC_RGB8, VidPropsIn().nWidth, VidPropsIn().nHeight)),
                             m_cpTexMask.Put()));
 }

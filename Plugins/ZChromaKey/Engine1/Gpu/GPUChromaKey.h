@@ -1,10 +1,11 @@
 #pragma once
 
+#include "ZChromaKey/Engine1/Gpu/GPUBackOff.h"
 #include "ZChromaKey/Engine1/Gpu/GPUKeyPlan.h"
+#include "ZChromaKey/Engine1/Gpu/GPUShaders.h"
 #include "DirectX/Convert/GPUProcessor.h"
 #include "DirectX/Shaders/KeyConstants.h"
 
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -22,7 +23,7 @@ public:
     /// The result of a frame in system memory has its format, or is ARGB32 where the settings ask for it, and a mask
     /// attached as "mask" (RGB8, top-down, rows of a multiple of 8 bytes). That of a frame in a texture is a frame in
     /// an ARGB32 texture of the same device. E_NOTIMPL: a picture that is not keyed on the GPU. A device that was
-    /// removed fails the frame; the next one makes another.
+    /// removed fails the frame; the next one makes another. A failure that lasts is answered at once (CGPUBackOff).
     HRESULT Key(IZFFrame* _pFrame, const GPU_KEY_SETTINGS& _settings, IZFFrame** _ppFrameRes);
     /// The frames that the last Key has made, the result among them: a host may call back from their Release, so they
     /// are released where no lock is held.
@@ -51,12 +52,12 @@ private:
     HRESULT InputMake(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, const GPU_KEY_SETTINGS& _settings,
                       CZPtr<IZFFrame>* _pcpInput);
     void FrameDrop();
-    void ShadersDrop();
+    void DeviceLeave();
 
     // The passes
     void ShadersCheck(const CHROMA_KEY_RAW& _key);
-    HRESULT ShaderGet(const std::string& _strText, const char* _pszFailure, ID3D11PixelShader** _ppShader);
-    HRESULT Pass(const std::string& _strText, const char* _pszFailure, const void* _pConstants, size_t _cbConstants,
+    HRESULT ShaderGet(const GPU_SHADER& _shader, const char* _pszFailure, ID3D11PixelShader** _ppShader);
+    HRESULT Pass(const GPU_SHADER& _shader, const char* _pszFailure, const void* _pConstants, size_t _cbConstants,
                  IDX11Texture* _pTexIn, const GPU_TARGET& _target, IDX11Texture** _ppTexOut);
     HRESULT PackedPass(CZPtr<IDX11Texture>* _pcpTexIn);
     HRESULT KeyPass(IDX11Texture* _pTexIn, eKeyOutput _eOutput, bool _bCancel, IDX11Texture** _ppTexOut);
@@ -69,11 +70,10 @@ private:
 
     Downloader m_downloader{"GPUChromaKey::Downloader"};
     DX11Converter m_converter;
-    CZPtr<ID3D11Device> m_cpDeviceShaders; ///< the device that the shaders are of
+    CGPUShaders m_shaders;
+    CGPUBackOff m_backOff;
     int32_t m_eTypeShaders = 0;
     int32_t m_nSmoothShaders = 0;
-    std::vector<std::pair<std::string, CZPtr<ID3D11PixelShader>>> m_vecShaders; ///< by their text
-
     uint32_t m_fccRefused = 0; ///< the last format that was said not to be keyed
     std::vector<CZPtr<IZFFrame>> m_vecFrames;
 

@@ -11,9 +11,10 @@
 struct GPU_KEY_SETTINGS
 {
     CHROMA_KEY_RAW key;
-    bool bOutputARGB;   ///< the result is ARGB32
-    bool bFlushContext; ///< hand the work to the GPU before the result is waited for
-    eZYMatrix eMatrix;  ///< of YUV pictures, and what YUV keys of them are measured with
+    bool bOutputARGB;     ///< the result is ARGB32
+    bool bFlushContext;   ///< hand the work to the GPU before the result is waited for
+    eZYMatrix eMatrix;    ///< of YUV pictures, and what YUV keys of them are measured with
+    uint64_t nChange = 0; ///< of the options: what failed for long is tried again at once when it changes
 };
 
 /// What the result frame is made of.
@@ -44,6 +45,8 @@ struct GPU_KEY_PLAN
     int32_t nSmooth;   ///< smoothing passes
     bool bInverse;     ///< the last of them inverts the alpha, which comes last on the CPU too
     bool bInterlaced;
+
+    bool operator==(const GPU_KEY_PLAN&) const = default;
 };
 
 /// Plans a frame of a picture's properties. _bTexture: it lies in a texture, and so will the result.

@@ -3,14 +3,13 @@
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
 #include "DirectX/Device/DXHelpers.h"
+#include "ZChromaKey/Work/Kernels/PlaneKernels.h"
 
 #include <cstdlib>
 #include <cstring>
 
 namespace
 {
-
-constexpr int c_nAlphaByte = 3;
 
 HRESULT LogIfFailed(const char* _pszMessage, HRESULT _hr)
 {
@@ -42,17 +41,12 @@ void MaskRowsEnd(const ZF_VID_PTR& _vidPtrMask)
                     static_cast<size_t>(_vidPtrMask.cbVideoRowBytes[0] - size.cx));
 }
 
-/// Calls _fnPixel with the alpha of each pixel of B, G, R, A and the byte of the mask below it.
-template <class Call> void ForAlpha(const ZF_VID_PTR& _vidPtr, const ZF_VID_PTR& _vidPtrMask, Call&& _fnPixel)
+/// Calls _pfnRow with each row of two pictures of one size.
+template <class Row>
+void ForRows(const ZF_VID_PTR& _vidPtrTo, const ZF_VID_PTR& _vidPtrFrom, const ZF_SIZE& _size, Row _pfnRow)
 {
-    const ZF_SIZE& size = _vidPtrMask.szVideoPlanes[0];
-    for (int32_t nY = 0; nY < size.cy; ++nY)
-    {
-        uint8_t* const pPixels = RowOf(_vidPtr, nY) + c_nAlphaByte;
-        uint8_t* const pMask = RowOf(_vidPtrMask, nY);
-        for (int32_t nX = 0; nX < size.cx; ++nX)
-            _fnPixel(pPixels[ptrdiff_t{4} * nX], pMask[nX]);
-    }
+    for (int32_t nRow = 0; nRow < _size.cy; ++nRow)
+        _pfnRow(RowOf(_vidPtrTo, nRow), RowOf(_vidPtrFrom, nRow), static_cast<size_t>(_size.cx));
 }
 
 } // namespace
@@ -67,8 +61,11 @@ CGPUKeyResult::CGPUKeyResult(const GPU_KEY_RENDERED& _rendered, Downloader* _pDo
 
 HRESULT CGPUKeyResult::Make(IZFFrame** _ppFrameRes)
 {
+    HRESULT hr = CopiesRecord();
+    if (FAILED(hr))
+        return hr;
     CZPtr<IZFFrame> cpFrameRes; // while the GPU works
-    HRESULT hr = FrameMake(cpFrameRes.Put());
+    hr = FrameMake(cpFrameRes.Put());
     m_pvecFrames->push_back(cpFrameRes);
     if (SUCCEEDED(hr) && !cpFrameRes)
         hr = E_UNEXPECTED;
@@ -79,6 +76,32 @@ HRESULT CGPUKeyResult::Make(IZFFrame** _ppFrameRes)
     if (SUCCEEDED(hr))
         *_ppFrameRes = cpFrameRes.Detach();
     return hr;
+}
+
+/// Has everything copied that is brought back, before anything is waited for.
+HRESULT CGPUKeyResult::CopiesRecord()
+{
+    const bool bPacked = m_rendered.plan.eResult == eGR_Packed;
+    HRESULT hr = CopyRecord(bPacked ? m_rendered.pTexPacked : m_rendered.pTexPicture, &m_cpReadablePicture);
+    if (FAILED(hr))
+        return LogIfFailed("Unable to convert GPU frame to CPU frame!", hr);
+    hr = CopyRecord(m_rendered.pTexMask, &m_cpReadableMask);
+    return LogIfFailed("Unable to convert GPU mask to CPU mask!", hr);
+}
+
+/// What the texture is said to hold counts, so that a mask of four pixels a texel comes as RGB32.
+HRESULT CGPUKeyResult::CopyRecord(IDX11Texture* _pTextureOrNull, CZPtr<IDX11Texture>* _pcpReadable) const
+{
+    if (!_pTextureOrNull)
+        return S_OK;
+    ZF_VID_PROPS vidProps = {};
+    CZPtr<ID3D11Texture2D> cpTexture;
+    HRESULT hr = _pTextureOrNull->VideoPropsGet(&vidProps);
+    if (SUCCEEDED(hr))
+        hr = _pTextureOrNull->TextureGet(cpTexture.Put());
+    return SUCCEEDED(hr)
+               ? m_pDownloader->CopyRecord(cpTexture.Get(), vidProps, m_rendered.pAllocator, _pcpReadable->Put())
+               : hr;
 }
 
 /// The result frame: with its colours where they are the input's, else with a picture to be filled.
@@ -100,25 +123,43 @@ HRESULT CGPUKeyResult::FrameMake(IZFFrame** _ppFrameRes)
     case eGR_Picture:
         return m_rendered.plan.bARGB && !bARGB
                    ? m_rendered.pFrameOriginal->FrameConvert(eZFC_Renewed, eZFCC_ARGB32, _ppFrameRes)
-                   : m_rendered.pFrameOriginal->FrameClone(eZFC_Converted, _ppFrameRes);
+                   : FrameRenew(vidProps, _ppFrameRes);
     case eGR_Packed:
-        return m_rendered.pFrameOriginal->FrameClone(eZFC_Converted, _ppFrameRes);
+        return FrameRenew(vidProps, _ppFrameRes);
     default:
         return m_rendered.pFrameOriginal->FrameClone(eZFC_Cloned, _ppFrameRes);
     }
 }
 
+/// A frame of the original's form for pixels that all come from the GPU. New frames are top-down; a bottom-up one
+/// there is only as a copy of the original, whose pixels are copied in vain.
+HRESULT CGPUKeyResult::FrameRenew(const ZF_VID_PROPS& _vidProps, IZFFrame** _ppFrameRes)
+{
+    ZF_VID_PROPS vidProps = {};
+    CZPtr<IZFFrame> cpFrame;
+    if (!VidProps_IsBottomUp(&_vidProps) &&
+        SUCCEEDED(m_rendered.pFrameOriginal->FrameConvert(eZFC_Renewed, _vidProps.fccType, cpFrame.Put())) && cpFrame)
+    {
+        if (SUCCEEDED(cpFrame->VideoPropsGet(&vidProps)) && vidProps.fccType == _vidProps.fccType &&
+            vidProps.nWidth == _vidProps.nWidth && vidProps.nHeight == _vidProps.nHeight)
+        {
+            *_ppFrameRes = cpFrame.Detach();
+            return S_OK;
+        }
+        m_pvecFrames->push_back(cpFrame);
+    }
+    return m_rendered.pFrameOriginal->FrameClone(eZFC_Converted, _ppFrameRes);
+}
+
 /// Brings the rendered picture into the result.
 HRESULT CGPUKeyResult::FrameFill(IZFFrame* _pFrameRes)
 {
-    IDX11Texture* const pTexture =
-        m_rendered.plan.eResult == eGR_Packed ? m_rendered.pTexPacked : m_rendered.pTexPicture;
-    if (!pTexture)
+    if (!m_cpReadablePicture)
         return S_OK;
     ZF_VID_PTR vidPtr = {};
     HRESULT hr = PictureOf(_pFrameRes, &vidPtr);
     if (SUCCEEDED(hr))
-        hr = Download(pTexture, vidPtr);
+        hr = m_pDownloader->CopyRead(vidPtr, m_cpReadablePicture.Get(), false);
     return LogIfFailed("Unable to convert GPU frame to CPU frame!", hr);
 }
 
@@ -145,40 +186,37 @@ HRESULT CGPUKeyResult::MaskMake(IZFFrame** _ppMask, ZF_VID_PTR* _pVidPtr)
     return S_OK;
 }
 
-/// A texture's rows into a plane that has room for them; what the texture is said to hold counts, so that a mask of
-/// four pixels a texel comes as RGB32.
-HRESULT CGPUKeyResult::Download(IDX11Texture* _pTexture, const ZF_VID_PTR& _vidPtr)
+/// The mask's alphas: as they were rendered, or out of the rendered picture. Into that of ARGB32 they go from the mask.
+HRESULT CGPUKeyResult::MaskFill(const ZF_VID_PTR& _vidPtrMask, IZFFrame* _pFrameRes)
 {
-    ZF_VID_PROPS vidProps = {};
-    CZPtr<ID3D11Texture2D> cpTexture;
-    HRESULT hr = _pTexture->VideoPropsGet(&vidProps);
-    if (SUCCEEDED(hr))
-        hr = _pTexture->TextureGet(cpTexture.Put());
-    return SUCCEEDED(hr)
-               ? m_pDownloader->_Download_Tex(&_vidPtr, cpTexture.Get(), &vidProps, false, m_rendered.pAllocator)
-               : hr;
+    const ZF_SIZE& size = _vidPtrMask.szVideoPlanes[0];
+    const PLANE_KERNELS& kernels = PlaneKernels();
+    const eGPUResult eResult = m_rendered.plan.eResult;
+    ZF_VID_PTR vidPtr = {};
+    HRESULT hr = m_cpReadableMask ? m_pDownloader->CopyRead(_vidPtrMask, m_cpReadableMask.Get(), false) : S_OK;
+    if (FAILED(hr))
+        return LogIfFailed("Unable to convert GPU mask to CPU mask!", hr);
+    if (eResult == eGR_ARGB || eResult == eGR_Picture)
+        hr = PictureOf(_pFrameRes, &vidPtr);
+    if (SUCCEEDED(hr) && eResult == eGR_ARGB)
+        ForRows(vidPtr, _vidPtrMask, size, kernels.pfnAlphaSet);
+    if (SUCCEEDED(hr) && eResult == eGR_Picture)
+        ForRows(_vidPtrMask, vidPtr, size, kernels.pfnAlphaGet);
+    MaskRowsEnd(_vidPtrMask); // last, for the download writes whole texels
+    return LogIfFailed("Failed to apply raw alpha!", hr);
 }
 
-/// Makes the mask of a result, writes the alpha of ARGB32 from it, and attaches it.
+/// Makes the mask of a result and attaches it.
 HRESULT CGPUKeyResult::MaskAttach(IZFFrame* _pFrameRes)
 {
     CZPtr<IZFFrame> cpMask;
     ZF_VID_PTR vidPtrMask = {};
-    ZF_VID_PTR vidPtr = {};
     HRESULT hr = MaskMake(cpMask.Put(), &vidPtrMask);
-    if (SUCCEEDED(hr) && m_rendered.pTexMask)
-        hr = Download(m_rendered.pTexMask, vidPtrMask);
     if (FAILED(hr))
         return LogIfFailed("Unable to convert GPU mask to CPU mask!", hr);
-    MaskRowsEnd(vidPtrMask); // after the download, which writes whole texels
-    if (m_rendered.plan.eResult == eGR_ARGB || m_rendered.plan.eResult == eGR_Picture)
-        hr = PictureOf(_pFrameRes, &vidPtr);
-    if (SUCCEEDED(hr) && m_rendered.plan.eResult == eGR_ARGB)
-        ForAlpha(vidPtr, vidPtrMask, [](uint8_t& _nAlpha, uint8_t& _nMask) { _nAlpha = _nMask; });
-    if (SUCCEEDED(hr) && m_rendered.plan.eResult == eGR_Picture)
-        ForAlpha(vidPtr, vidPtrMask, [](uint8_t& _nAlpha, uint8_t& _nMask) { _nMask = _nAlpha; });
+    hr = MaskFill(vidPtrMask, _pFrameRes);
     if (FAILED(hr))
-        return LogIfFailed("Failed to apply raw alpha!", hr);
+        return hr;
     hr = _pFrameRes->AttachmentSet(L"mask", cpMask.Get());
     ZF_VID_PROPS vidPropsMask = {};
     if (SUCCEEDED(hr) && ZLog_IsOn(eZLog_Verbose) && SUCCEEDED(cpMask->VideoPropsGet(&vidPropsMask)))

@@ -28,13 +28,18 @@ public:
     HRESULT Make(IZFFrame** _ppFrameRes);
 
 private:
+    HRESULT CopiesRecord();
+    HRESULT CopyRecord(IDX11Texture* _pTextureOrNull, CZPtr<IDX11Texture>* _pcpReadable) const;
     HRESULT FrameMake(IZFFrame** _ppFrameRes);
+    HRESULT FrameRenew(const ZF_VID_PROPS& _vidProps, IZFFrame** _ppFrameRes);
     HRESULT FrameFill(IZFFrame* _pFrameRes);
     HRESULT MaskMake(IZFFrame** _ppMask, ZF_VID_PTR* _pVidPtr);
-    HRESULT Download(IDX11Texture* _pTexture, const ZF_VID_PTR& _vidPtr);
+    HRESULT MaskFill(const ZF_VID_PTR& _vidPtrMask, IZFFrame* _pFrameRes);
     HRESULT MaskAttach(IZFFrame* _pFrameRes);
 
     const GPU_KEY_RENDERED& m_rendered;
     Downloader* m_pDownloader;
     std::vector<CZPtr<IZFFrame>>* m_pvecFrames;
+    CZPtr<IDX11Texture> m_cpReadablePicture; ///< copies on their way into memory; null where there is none
+    CZPtr<IDX11Texture> m_cpReadableMask;
 };

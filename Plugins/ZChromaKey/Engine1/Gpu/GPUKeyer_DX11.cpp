@@ -10,11 +10,8 @@
 namespace
 {
 
-/// How long to wait before the next attempt when a device could not be made or was removed: an attempt takes longer
-/// than a frame lasts, and a late frame is worse than one keyed on the CPU.
-constexpr std::chrono::seconds c_timeRetry{5};
-
-/// The GPU path on Direct3D 11.
+/// The GPU path on Direct3D 11. Frames in textures are keyed on the host's device, those in memory on one of our own:
+/// their work has no place in the host's context.
 class CGPUKeyerDX11 final : public CGPUKeyer
 {
 public:
@@ -22,21 +19,22 @@ public:
                          IZFFrame** _ppFrameRes) override
     {
         const bool bTexture = static_cast<bool>(GPU_TextureOf(_pFrame));
-        if (bTexture)
-            m_bSoftware = false; // the host has chosen the device, whatever it is
+        m_pKeyerLast = bTexture ? &m_keyerHost : &m_keyer;
         const HRESULT hr = bTexture ? S_OK : DeviceEnsure(_options);
         if (FAILED(hr))
             return hr;
-        return m_keyer.Key(_pFrame, {_key, _options.bOutputARGB, _options.bFlushContext, _options.eMatrix},
-                           _ppFrameRes);
+        return m_pKeyerLast->Key(
+            _pFrame, {_key, _options.bOutputARGB, _options.bFlushContext, _options.eMatrix, _options.nChange},
+            _ppFrameRes);
     }
     std::vector<CZPtr<IZFFrame>> FramesTake() override
     {
-        return m_keyer.FramesTake();
+        return m_pKeyerLast->FramesTake();
     }
     void Close() override
     {
         m_keyer.Close();
+        m_keyerHost.Close();
         m_attempt.reset();
     }
 
@@ -50,7 +48,7 @@ private:
         m_keyer.Close();
         const auto timeNow = std::chrono::steady_clock::now();
         if (m_attempt && m_attempt->nChange == _options.nChange &&
-            (m_attempt->hr == E_NOTIMPL || timeNow - m_attempt->time < c_timeRetry))
+            (m_attempt->hr == E_NOTIMPL || timeNow - m_attempt->time < c_timeGPURetry))
             return FAILED(m_attempt->hr) ? m_attempt->hr : hrNow;
         HRESULT hr = m_keyer.DeviceInit(nullptr);
         if (SUCCEEDED(hr))
@@ -84,7 +82,9 @@ private:
         uint64_t nChange;
     };
 
-    GPUChromaKey m_keyer;
+    GPUChromaKey m_keyer;     ///< of frames in memory
+    GPUChromaKey m_keyerHost; ///< of the host's textures
+    GPUChromaKey* m_pKeyerLast = &m_keyer;
     bool m_bSoftware = false; ///< whether the device made here is software
     std::optional<ATTEMPT> m_attempt;
 };

@@ -243,6 +243,16 @@ struct FINISH_RUN
     bool bSourceAlpha;       ///< it has one; else it is opaque
 };
 
+/// Neighbouring pixels of a row, before and after, of bytes or words B, G, R, A.
+struct CHANGED_RUN
+{
+    const void* pResult;
+    bool bWords;            ///< pResult is of words, else of bytes
+    const uint8_t* pSource; ///< bytes, or
+    const uint16_t* pDeep;  ///< 64ths of a level; null: pSource
+    int nPixels;            ///< 1 to 64
+};
+
 /// A row of a mask out of the result's alpha.
 struct MASK_ROW
 {

@@ -10,6 +10,7 @@ void PlaneKernels_Init(PLANE_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _e
         .pfnInvert = Invert_C,
         .pfnSmooth = Smooth_C,
         .pfnAlphaSet = AlphaSet_C,
+        .pfnAlphaGet = AlphaGet_C,
     };
 #if defined(ZCK_X86)
     if (_eMax >= eSIMD_AVX2)
@@ -18,6 +19,7 @@ void PlaneKernels_Init(PLANE_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _e
             .pfnInvert = Invert_AVX2,
             .pfnSmooth = Smooth_AVX2,
             .pfnAlphaSet = AlphaSet_AVX2,
+            .pfnAlphaGet = AlphaGet_AVX2,
         };
     if (_eMax >= eSIMD_AVX512)
         *_pKernels = {
@@ -25,6 +27,7 @@ void PlaneKernels_Init(PLANE_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _e
             .pfnInvert = Invert_AVX512,
             .pfnSmooth = Smooth_AVX512,
             .pfnAlphaSet = AlphaSet_AVX512,
+            .pfnAlphaGet = AlphaGet_AVX512,
         };
 #endif
 }

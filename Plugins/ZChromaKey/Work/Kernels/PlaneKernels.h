@@ -19,6 +19,8 @@ struct PLANE_KERNELS
                       size_t _nPixels) noexcept;
     /// Sets the alpha bytes of a row of B, G, R, A pixels.
     void (*pfnAlphaSet)(uint8_t* _pPixels, const uint8_t* _pAlpha, size_t _nPixels) noexcept;
+    /// The inverse: takes the alpha bytes out.
+    void (*pfnAlphaGet)(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels) noexcept;
 };
 
 /// Fills the table with the fastest kernels that need no more than the given level.

@@ -91,3 +91,9 @@ void AlphaSet_C(uint8_t* _pPixels, const uint8_t* _pAlpha, size_t _nPixels) noex
     for (size_t n = 0; n < _nPixels; ++n)
         _pPixels[4 * n + 3] = _pAlpha[n];
 }
+
+void AlphaGet_C(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels) noexcept
+{
+    for (size_t n = 0; n < _nPixels; ++n)
+        _pAlpha[n] = _pPixels[4 * n + 3];
+}

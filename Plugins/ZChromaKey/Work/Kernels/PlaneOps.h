@@ -12,3 +12,4 @@ void Invert_C(uint8_t* _pAlpha, size_t _nPixels) noexcept;
 void Smooth_C(uint8_t* _pResult, const uint8_t* _pAbove, const uint8_t* _pRow, const uint8_t* _pBelow,
               size_t _nPixels) noexcept;
 void AlphaSet_C(uint8_t* _pPixels, const uint8_t* _pAlpha, size_t _nPixels) noexcept;
+void AlphaGet_C(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels) noexcept;

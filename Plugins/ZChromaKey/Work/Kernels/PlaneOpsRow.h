@@ -114,3 +114,15 @@ template <class S> void AlphaSet(uint8_t* _pPixels, const uint8_t* _pAlpha, size
         S::Store(_pPixels + 4 * n, nRest,
                  WithAlpha(S::LoadI32(_pPixels + 4 * n, nRest), S::WidenI32(_pAlpha + n, nRest)));
 }
+
+template <class S> void AlphaGet(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels)
+{
+    constexpr size_t c_nRow = 4 * S::c_nLanes; // bytes of a vector of pixels
+    size_t n = 0;
+    for (; n + S::c_nBytes <= _nPixels; n += S::c_nBytes, _pPixels += 4 * c_nRow)
+        S::Store(_pAlpha + n,
+                 PackLanes(ShiftedIn0(S::LoadI32(_pPixels), 24), ShiftedIn0(S::LoadI32(_pPixels + c_nRow), 24),
+                           ShiftedIn0(S::LoadI32(_pPixels + 2 * c_nRow), 24),
+                           ShiftedIn0(S::LoadI32(_pPixels + 3 * c_nRow), 24)));
+    AlphaGet_C(_pAlpha + n, _pPixels, _nPixels - n);
+}

@@ -22,3 +22,8 @@ void AlphaSet_AVX2(uint8_t* _pPixels, const uint8_t* _pAlpha, size_t _nPixels) n
 {
     AlphaSet<SIMD_AVX2>(_pPixels, _pAlpha, _nPixels);
 }
+
+void AlphaGet_AVX2(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels) noexcept
+{
+    AlphaGet<SIMD_AVX2>(_pAlpha, _pPixels, _nPixels);
+}

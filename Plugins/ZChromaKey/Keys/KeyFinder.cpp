@@ -60,8 +60,8 @@ void TakeOut(WORKING_PICTURE* _pPicture, const std::vector<CK_BLOCK>& _vecBlocks
                         uint8_t{0});
 }
 
-/// How far soft edges go on the way to grey where the foreground is not known: where there is at least a screen, and
-/// where there is nothing but a sample.
+/// How far soft edges go to the level of the nearest grey where the foreground is not known: where there is at least a
+/// screen, and where there is nothing but a sample.
 constexpr double c_dblWayOfScreen = 0.85;
 constexpr double c_dblWayOfSample = 0.5;
 
@@ -126,12 +126,12 @@ std::optional<KEY_SCREEN> FindScreen(const WORKING_PICTURE& _picture, const WORK
     for (int i = 0; i < 2 && (!screen || screen->nBlocks < blocks.Count() / c_nFewBlocks); ++i)
     {
         const SEARCH search = Search(&pictureRest, _eMatrix, _options);
+        if (i == 0)
+            *_pBlocks = search.vecBlocks;
         if (!search.bFound)
             break;
         TakeOut(&pictureRest, search.vecBlocks);
         const auto tint = CFlatBlocks(_yuv, _picture, _eSpace, search.vecBlocks, _options.nThreshold).AcceptedScreen();
-        if (i == 0)
-            *_pBlocks = search.vecBlocks;
         if (!tint)
             continue;
         KEY_SCREEN found = blocks.ScreenOf(*tint);

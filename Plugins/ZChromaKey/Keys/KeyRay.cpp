@@ -19,7 +19,6 @@ struct RAY
 constexpr double c_dblGrey = 16;      // below it a colour counts as grey,
 constexpr double c_dblColorful = 28;  // from here on as colourful; the dark end of a ray is cut there
 constexpr double c_dblMaxRatio = 1.7; // brightest to darkest within one key
-constexpr double c_dblMaxRatioYUV = 1.7;
 /// The end of a diagonal is inside an ellipsoid whose half-axes are its components times this.
 const double c_dblDiagonal = std::sqrt(3.0);
 
@@ -156,11 +155,10 @@ std::vector<CALC_KEY> KeyRay_Boxes(const CALC_KEY& _sample, eCK_Type _eSpace, co
     const double dblLeast = std::min(dblGreyish / std::max(ray.dblColorful, 1.0), 1.0);
     const double dblDarkest = std::max(1 - dblShare * (1 - _light.dblDarkest), dblLeast);
     const double dblBrightest = std::min(1 + dblShare * (_light.dblBrightest - 1), std::max(MostBright(ray), 1.0));
-    const double dblMaxRatio = _eSpace == eCKT_YUV ? c_dblMaxRatioYUV : c_dblMaxRatio;
     int nKeys = 1;
-    double dblReached = dblDarkest * dblMaxRatio;
+    double dblReached = dblDarkest * c_dblMaxRatio;
     for (; dblReached < dblBrightest && nKeys < _nMostKeys; ++nKeys)
-        dblReached *= dblMaxRatio;
+        dblReached *= c_dblMaxRatio;
     const double dblStep = StepTo(std::max(dblBrightest / dblDarkest, 1.0), nKeys);
     std::vector<CALC_KEY> vecKeys;
     for (double dblDark = dblDarkest; nKeys > 0; --nKeys, dblDark *= dblStep)

@@ -24,8 +24,8 @@ struct IZKey : public IDispatch
                                               int32_t _nX2PosPixels, int32_t _nY2PosPixels, BOOL _bExclude) = 0;
     /// Find the backdrop of a frame; S_FALSE when there is none.
     /// _bsProps: "detect." options as "name=value" pairs; null or "" for the defaults. "max_keys" limits the keys of
-    /// this detection, 1 to 16, without exclusion keys; with 0 it is one, or, with "fit", as many as the light asks for.
-    /// MaxKeysSet limits those of the object.
+    /// this detection, 1 to 16, without exclusion keys; with 0 it is one, or, with "fit", as many as the light asks
+    /// for. MaxKeysSet limits those of the object.
     virtual HRESULT STDMETHODCALLTYPE Detect(IZFFrame* _pZFrame, BSTR _bsProps) = 0;
     /// Set the most keys of either kind, 1 to 16; sets that have more are merged down.
     /// Other numbers act as the nearest of these.

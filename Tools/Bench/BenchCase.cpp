@@ -24,7 +24,8 @@ constexpr ASK_TEXT c_arrAsks[] = {
     {"%.0f frames/s", true},
 };
 
-constexpr BENCH_LIMIT c_limitOneKey = {3.2, 2.0};
+constexpr BENCH_LIMIT c_limitOneKey = {2.0, 1.3};
+constexpr BENCH_LIMIT c_limitOneKeyRandom = {2.9, 1.9};
 constexpr BENCH_LIMIT c_limitFurtherKey = {2.2, 1.2};
 constexpr BENCH_LIMIT c_limitOtherSpace = {8, 5};
 constexpr int c_nSmoothPasses = 2;
@@ -43,7 +44,9 @@ void AddKeys(CASES& _cases)
             _cases.push_back({.nKeys = nKeys,
                               .eScene = eScene,
                               .eAsk = nKeys > 1 ? eBA_PerKey : eBA_Ratio,
-                              .limit = nKeys > 1 ? c_limitFurtherKey : c_limitOneKey});
+                              .limit = nKeys > 1              ? c_limitFurtherKey
+                                       : eScene == eKS_Random ? c_limitOneKeyRandom
+                                                              : c_limitOneKey});
     for (const int nKeys : {1, 2, 4, 8, 16})
         _cases.push_back({.nKeys = nKeys,
                           .nThreads = 2,
@@ -126,7 +129,7 @@ void AddPlugIn(CASES& _cases)
 void AddOthers(CASES& _cases)
 {
     for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_YUY2, eZFCC_I420, eZFCC_NV12, eZFCC_I422, eZFCC_Y444})
-        _cases.push_back({.eSubject = eBSub_Convert, .fccType = fccType, .eAsk = eBA_Over, .limit = Both(1.3)});
+        _cases.push_back({.eSubject = eBSub_Convert, .fccType = fccType, .eAsk = eBA_Over, .limit = {1.2, 1.3}});
     const BENCH_CASE filter = {.eSubject = eBSub_FFmpeg, .eAsk = eBA_Times};
     BENCH_CASE sample = filter;
     sample.arrFilters[0] = {"colorkey=0x1E9628:0.2:0.1", "bgra"};

@@ -21,12 +21,12 @@ void RowFinish(const KEY_JOB& _job, int _nRow) noexcept
         _job.argb.AlphaSet(_job.alpha, _nRow, *_job.pPlanes);
 }
 
-/// Row _nRow will be keyed next. Where keying reads it first and in place, it is answered, to be fetched beside the
-/// keying of another row; else it is fetched from here.
+/// Row _nRow will be keyed next. One that lies ready is answered, to be fetched block by block beside the keying of the
+/// row before; any other is fetched from here.
 const uint8_t* RowExpect(const KEY_JOB& _job, int _nRow) noexcept
 {
-    if (_job.reader.IsInPlace() && _job.eType == eCKT_RGB)
-        return _job.reader.RowInPlace(_nRow);
+    if (const uint8_t* const pRow = _job.reader.RowInPlace(_nRow))
+        return pRow;
     _job.reader.RowExpect(_nRow);
     return nullptr;
 }

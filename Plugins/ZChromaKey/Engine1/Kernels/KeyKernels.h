@@ -26,11 +26,11 @@ inline constexpr int c_nMaxRowKeys = 16;
 /// The keys of a set as the row kernels take them. Borrowed.
 struct KEY_SET
 {
-    const KEY_DISTANCE* pKeying;      ///< keys that lower alpha
-    int nKeying;                      ///< 1 to 16
-    const KEY_DISTANCE* pExclude;     ///< keys whose matches stay opaque; their nAlphaFloor is 0
-    int nExclude;                     ///< 0 to 16
-    const uint8_t* pExpect = nullptr; ///< a row as long that will be keyed next: it is fetched meanwhile; null: none
+    const KEY_DISTANCE* pKeying;  ///< keys that lower alpha
+    int nKeying;                  ///< 1 to 16
+    const KEY_DISTANCE* pExclude; ///< keys whose matches stay opaque; their nAlphaFloor is 0
+    int nExclude;                 ///< 0 to 16
+    const uint8_t* pExpect = {};  ///< a row of 4 bytes a pixel that is read next, fetched meanwhile; null: none
 };
 
 /// What the engine does to rows of pixels. Rows need no alignment, may have any length and do not overlap. No kernel

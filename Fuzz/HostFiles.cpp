@@ -88,7 +88,7 @@ void ReadFile(CByteReader& _in)
     }
     default: {
         const std::string strSpec(_in.Line());
-        const STREAM stream = Raw_ParseSpec(strSpec);
+        const STREAM stream = Raw_ParseSpec(strSpec).stream;
         const int64_t cbFrame = VidProps_ImageSize(&stream.vidProps);
         FUZZ_REQUIRE(cbFrame > 0 && cbFrame <= int64_t{4} * c_nMaxPixels);
         if (cbFrame > 1 << 20)

@@ -93,6 +93,7 @@ void CheckDetection(CByteReader& _in)
 void CheckState(CByteReader& _in)
 {
     CKeyState state;
+    int32_t nDone = 0;
     for (int nCalls = 0; !_in.AtEnd() && nCalls < c_nMostCalls; ++nCalls)
     {
         const std::optional<eZYMatrix> eMatrix = _in.Flag() ? std::optional(eZYM_709) : std::nullopt;
@@ -117,7 +118,7 @@ void CheckState(CByteReader& _in)
             break;
         }
         case 3:
-            static_cast<void>(state.Step(_in.Number()));
+            static_cast<void>(state.Step(_in.Number(), &nDone));
             break;
         default:
             state.Reset();
@@ -130,8 +131,8 @@ void CheckState(CByteReader& _in)
         FUZZ_REQUIRE(std::memcmp(&keyAdjusted, &keyOfFrames, sizeof(keyOfFrames)) == 0);
     }
     const CHROMA_KEY_RAW key = state.KeyGet();
-    const size_t nSteps = state.Step(INT32_MIN);
-    state.Step(static_cast<int32_t>(nSteps));
+    state.Step(INT32_MIN, &nDone);
+    state.Step(nDone, &nDone);
     const CHROMA_KEY_RAW keyAgain = state.KeyGet();
     FUZZ_REQUIRE(std::memcmp(&key, &keyAgain, sizeof(key)) == 0);
 }

@@ -5,6 +5,7 @@
 #include "Kit/Platform.h"
 #include "Kit/Result.h"
 
+#include "Base/ZBstr.h"
 #include "Base/ZLog.h"
 
 namespace
@@ -12,6 +13,7 @@ namespace
 
 /// How often a frame that finds the one before still being keyed is handed in again; each try waits a second.
 constexpr int c_nMaxTries = 120;
+constexpr double c_dblAllTint = 100; // percent
 
 std::string TakeText(BSTR _bsText)
 {
@@ -52,16 +54,39 @@ void CZKeyer::OptionSet(const std::string& _strName, const std::string& _strValu
 void CZKeyer::OptionNeed(const std::string& _strName, const std::string& _strValue)
 {
     BSTR bsBefore = nullptr;
-    m_cpProps->PropsGet(ZText_ToWide(_strName).c_str(), &bsBefore);
+    const HRESULT hr = m_cpProps->PropsGet(ZText_ToWide(_strName).c_str(), &bsBefore);
     const std::string strBefore = TakeText(bsBefore);
     PropSet(_strName, _strValue);
-    m_mapNeeds[_strName] = {_strValue, strBefore};
+    m_mapNeeds[_strName] = {_strValue, hr == S_OK ? strBefore : ""}; // else it is the default, which is not set
 }
 
 void CZKeyer::PropSet(const std::string& _strName, const std::string& _strValue)
 {
     Result_Check(m_cpProps->PropsSet(ZText_ToWide(_strName).c_str(), ZText_ToWide(_strValue).c_str()),
                  ZFormat("setting %s to \"%s\"", _strName, _strValue));
+}
+
+HRESULT CZKeyer::FindBackdrop(const std::string& _strDetection)
+{
+    // The last one of a name counts.
+    const CZBStr bsDetection(ZFormat("detect.fit=true %s", _strDetection));
+    const HRESULT hr = m_cpKey2 ? m_cpKey2->KeyAuto() : m_cpKey->KeyDetect(bsDetection.Get());
+    Result_Check(hr, "finding the backdrop");
+    if (hr == S_OK)
+        CleanColors();
+    return hr;
+}
+
+void CZKeyer::CleanColors()
+{
+    CHROMA_KEY_RAW key = {};
+    CK_ADJUST adjust = {};
+    if (!m_cpKey)
+        return;
+    Result_Check(m_cpKey->KeyRawGet(&key, &adjust), "looking at the keys");
+    if (adjust.dblColors != 0 || key.eType == eCKT_HLS)
+        return;
+    Result_Check(m_cpKey->KeyAdjustSet(eCKA_Colors, c_dblAllTint), "taking the backdrop's tint out");
 }
 
 void CZKeyer::LoadFile(const std::string& _strPath)

@@ -44,6 +44,13 @@ public:
     /// its place; call it after LoadFile and LoadDocument, which set options as well.
     void OptionNeed(const std::string& _strName, const std::string& _strValue);
 
+    /// Makes keys of the backdrop of the frame that was set for them. The first generation fits its keys to the
+    /// picture, unless the options of detection say otherwise, and takes the tint out. S_FALSE: there is no backdrop.
+    HRESULT FindBackdrop(const std::string& _strDetection = {});
+    /// Has the first generation take the backdrop's tint out of what stays, which the second does by itself. Where
+    /// colours are cleaned already, that stays; keys in HLS are left alone, as they know no direction away from a tint.
+    void CleanColors();
+
     /// Keys and options out of a file, or out of what Document gave.
     void LoadFile(const std::string& _strPath);
     void LoadDocument(const std::string& _strDocument);

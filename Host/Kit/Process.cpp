@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdio>
+#include <utility>
 
 #if defined(_WIN32)
 #define popen _popen
@@ -21,4 +22,26 @@ std::string Process_Run(const std::string& _strCommand, int* _pnExit)
         strText.append(arrBytes.data(), cbRead);
     *_pnExit = pclose(pPipe);
     return strText;
+}
+
+CZChildProcess::CZChildProcess(const std::string& _strProgram, const std::string& _strArguments)
+{
+    std::string strCommand = "\"" + _strProgram + "\" " + _strArguments;
+#if defined(_WIN32)
+    strCommand = "\"" + strCommand + "\""; // its shell takes the outer quotes away
+#endif
+    m_pPipe = popen(strCommand.c_str(), "w"); // NOLINT(cert-env33-c)
+    if (!m_pPipe)
+        throw CZHostError("cannot run " + _strProgram);
+}
+
+CZChildProcess::CZChildProcess(CZChildProcess&& _other) noexcept
+    : m_pPipe(std::exchange(_other.m_pPipe, nullptr))
+{
+}
+
+CZChildProcess::~CZChildProcess()
+{
+    if (m_pPipe)
+        pclose(m_pPipe);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZErrorInfo.h"
 #include "Base/ZLog.h"
 
 #include <exception>
@@ -19,9 +20,8 @@ inline HRESULT ZBorder_Failed(const Z_METHOD& _method, const char* _pszWhat, HRE
     return _hr;
 }
 
-/// The one border between our code and a caller across an interface: runs the body, turns exceptions into result
-/// codes, and logs a failure with the qualified name of the operation.
-template <class Body> HRESULT ZBorder(const Z_METHOD& _method, Body&& _body) noexcept
+/// Runs a body, and turns exceptions into result codes.
+template <class Body> HRESULT ZBorder_Run(const Z_METHOD& _method, Body&& _body) noexcept
 {
     try
     {
@@ -43,6 +43,16 @@ template <class Body> HRESULT ZBorder(const Z_METHOD& _method, Body&& _body) noe
     {
         return ZBorder_Failed(_method, "unknown exception", E_UNEXPECTED);
     }
+}
+
+/// The one border between our code and a caller across an interface: runs the body, turns exceptions into result
+/// codes, logs a failure with the qualified name of the operation, and describes it to callers that ask the system.
+template <class Body> HRESULT ZBorder(const Z_METHOD& _method, Body&& _body) noexcept
+{
+    ZErrorInfo_Begin();
+    const HRESULT hr = ZBorder_Run(_method, _body);
+    ZErrorInfo_End(hr);
+    return hr;
 }
 template <class Body> HRESULT ZBorder(const char* _pszOperation, Body&& _body) noexcept
 {

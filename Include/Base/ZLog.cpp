@@ -1,5 +1,6 @@
 #include "Base/ZLog.h"
 
+#include "Base/ZErrorInfo.h"
 #include "Base/ZPtr.h"
 
 #include <algorithm>
@@ -249,6 +250,8 @@ void ZLog_Line(eZLogLevel _eLevel, std::string_view _svText) noexcept
     {
         if (!_svText.empty() && _svText.back() == '\n')
             _svText.remove_suffix(1);
+        if (_eLevel == eZLog_Error)
+            ZErrorInfo_Keep(_svText);
         CZPtr<IZLogSink> cpSink;
         {
             const std::lock_guard lock(Sink().mtxSink);

@@ -1,5 +1,7 @@
 #include "Base/ZModuleRef.h"
 
+#include "Base/ZThread.h"
+
 #include <atomic>
 
 namespace
@@ -21,5 +23,5 @@ void ZModule_Release()
 
 bool ZModule_IsIdle()
 {
-    return s_nModuleRefs <= 0;
+    return s_nModuleRefs <= 0 && CZWorkerThread::LeftJoin();
 }

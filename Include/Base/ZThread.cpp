@@ -4,8 +4,11 @@
 #include "Base/ZSystem.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <list>
+#include <new>
 #include <string>
 #include <thread>
 #include <utility>
@@ -106,9 +109,16 @@ struct CZWorkerThread::STATE
     std::function<void()> fnBody;
     std::function<void()> fnAfter; ///< the thread's own
     std::string strOwner;
-    std::thread thrWorker; ///< the owner's; joined or detached before the owner lets go
+    std::thread thrWorker; ///< the owner's; joined before the owner lets go, or left
+    /// Itself, to be put among the threads that are left: that takes no memory, of which there may be none by then.
+    std::list<std::shared_ptr<STATE>> listLeft;
 
     void Run();
+    bool IsDone()
+    {
+        const std::lock_guard lock(mtxState);
+        return bDone;
+    }
     bool NextWakeUp();
 
     static inline thread_local STATE* t_pCurrent = nullptr; ///< of the calling thread
@@ -137,10 +147,46 @@ void CZWorkerThread::STATE::Run()
             fnBody();
         while (const std::function<void()> fnLast = std::exchange(fnAfter, {}))
             fnLast();
+        fnBody = {}; // what it holds goes with the thread, however long this state is kept
     }
     const std::lock_guard lock(mtxState);
     bDone = true;
     cvDone.notify_all();
+}
+
+/// Threads whose objects have gone before them. Never destroyed, for one that hangs may outlive the program's end; and
+/// not on the heap, where there may be no room when they are asked for.
+struct CZWorkerThread::LEFT
+{
+    std::mutex mtxThreads;
+    std::list<std::shared_ptr<STATE>> listThreads;
+
+    static LEFT& Own()
+    {
+        alignas(LEFT) static std::byte s_arrPlace[sizeof(LEFT)];
+        static LEFT* const s_pLeft = new (s_arrPlace) LEFT;
+        return *s_pLeft;
+    }
+};
+
+bool CZWorkerThread::LeftJoin()
+{
+    LEFT& left = LEFT::Own();
+    const std::lock_guard lock(left.mtxThreads);
+    std::erase_if(left.listThreads, [](const std::shared_ptr<STATE>& _spState) {
+        const bool bDone = _spState->IsDone();
+        if (bDone)
+            _spState->thrWorker.join(); // nothing but its return is left of it, so this is short
+        return bDone;
+    });
+    return left.listThreads.empty();
+}
+
+void CZWorkerThread::Leave() noexcept
+{
+    LEFT& left = LEFT::Own();
+    const std::lock_guard lock(left.mtxThreads);
+    left.listThreads.splice(left.listThreads.end(), m_spState->listLeft);
 }
 
 CZWorkerThread::~CZWorkerThread()
@@ -149,7 +195,7 @@ CZWorkerThread::~CZWorkerThread()
         return;
     if (m_spState.get() == STATE::t_pCurrent) // the thread's own last act
     {
-        m_spState->thrWorker.detach();
+        Leave();
         return;
     }
     uint32_t nId = 0;
@@ -160,19 +206,22 @@ CZWorkerThread::~CZWorkerThread()
         nId = m_spState->nThreadId;
     }
     WarnNotStopped(nId, m_spState->strOwner);
-    m_spState->thrWorker.detach();
+    Leave();
 }
 
 HRESULT CZWorkerThread::Start(std::function<void()> _fnBody, const char* _pszOwner)
 {
     if (m_spState)
         return S_FALSE;
+    LeftJoin(); // so that there are never many
     try
     {
         auto spState = std::make_shared<STATE>();
         spState->fnBody = std::move(_fnBody);
         spState->strOwner = _pszOwner ? _pszOwner : "";
+        std::list<std::shared_ptr<STATE>> listLeft = {spState};
         spState->thrWorker = std::thread([spState] { spState->Run(); });
+        spState->listLeft.swap(listLeft);
         m_spState = std::move(spState);
         return S_OK;
     }
@@ -204,6 +253,7 @@ HRESULT CZWorkerThread::Stop(uint32_t _nMaxMs)
             return Z_E_TIMEOUT;
     }
     m_spState->thrWorker.join(); // its body is over, so this is short
+    m_spState->listLeft.clear();
     m_spState.reset();
     return S_OK;
 }

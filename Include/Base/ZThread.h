@@ -36,7 +36,8 @@ private:
 /// A worker thread that runs one body per wake-up, and is initialised for COM while it lives (on Windows).
 ///
 /// Start, Wake and Stop are the owner's and come from one thread at a time. The body must not throw. A thread object
-/// that is destroyed while its thread still runs logs a warning and leaves the thread to itself, with its own state.
+/// that is destroyed while its thread still runs logs a warning and leaves the thread to itself, with its own state;
+/// it counts as running the module's code until LeftJoin has seen it end.
 class CZWorkerThread
 {
 public:
@@ -59,8 +60,15 @@ public:
     /// Nothing happens on a thread that is no worker's.
     static void EndCurrent(std::function<void()> _fnAfter);
 
+    /// Joins the threads that were left to themselves and have come to their end. True: there are no others. A module
+    /// that asks this before it may be unloaded has no thread that still has to return through its code.
+    static bool LeftJoin();
+
 private:
     struct STATE;
+    struct LEFT;
+    void Leave() noexcept;
+
     std::shared_ptr<STATE> m_spState;
 };
 

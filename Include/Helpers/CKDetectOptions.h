@@ -25,6 +25,7 @@ struct CK_DETECT_OPTIONS
     double dblSimilarity = 0.8; ///< "similarity": pull toward the pure backdrop colour, 0 to 1
     double dblBorders = 0.1;    ///< "borders": fraction of the grid left out on every side
     bool bShowBlocks = false;   ///< "show_blocks": mark the examined blocks in the picture
+    bool bFit = false;          ///< "fit": the owner fits keys to the picture; the search itself does not read it
 };
 
 /// One detection option, as the documentation and command lines list it.
@@ -41,8 +42,8 @@ struct CK_DETECT_OPTION
 std::span<const CK_DETECT_OPTION> DetectOptions_Table();
 
 /// Reads options from "name=value" pairs (Props/PropPairs.h). Fields that are not named keep their values, so options
-/// can be laid over others; names of others are passed over. E_INVALIDARG: a value that cannot be read; the log names
-/// it and says what is possible, and nothing is changed.
+/// can be laid over others. E_INVALIDARG: a name that is no option, or a value that cannot be read; the log names it
+/// and says what is possible, and nothing is changed.
 HRESULT DetectOptions_Read(std::string_view _svProps, CK_DETECT_OPTIONS* _pOptions);
 
 /// "rgb", "hls", "yuv", "auto" (any case), or the number of an eCK_Type that can be keyed. False: something else.

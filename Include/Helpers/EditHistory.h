@@ -1,8 +1,11 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
+#include <functional>
 #include <utility>
 
 /// A state and the steps that led to it: undo and redo with bounded memory.
@@ -91,4 +94,101 @@ private:
     std::deque<State> m_arrStates;
     size_t m_nCurrent = 0;
     size_t m_nMaxSteps;
+};
+
+/// Which edits are one step: those of a group, and changes of the same thing that follow each other within a second, as
+/// those of a slider that is dragged. State needs operator==. Not thread safe: the owner's lock guards it.
+template <class State> class CEditSteps
+{
+public:
+    using CLOCK = std::function<std::chrono::steady_clock::time_point()>;
+
+    CEditSteps(State _state, size_t _nMaxSteps, CLOCK _fnClock)
+        : m_history(std::move(_state), _nMaxSteps)
+        , m_fnClock(std::move(_fnClock))
+    {
+    }
+
+    /// What is there, the states before and after it, and dropping of the oldest.
+    CEditHistory<State>& History()
+    {
+        return m_history;
+    }
+    const State& Current() const
+    {
+        return m_history.Current();
+    }
+    /// Makes an edit, which must change something. _pWhat: what it changes; null: it stands alone. Throws bad_alloc and
+    /// is unchanged when there is no memory.
+    void Push(State _state, const void* _pWhat)
+    {
+        const auto timeNow = m_fnClock();
+        const bool bSame =
+            m_nGroups > 0 ? m_bGroupStep : _pWhat && _pWhat == m_pWhatLast && timeNow - m_timeLast <= c_timeTogether;
+        if (bSame)
+            m_history.Amend(std::move(_state));
+        else
+            m_history.Push(std::move(_state));
+        m_bGroupStep = m_nGroups > 0;
+        m_pWhatLast = _pWhat;
+        m_timeLast = timeNow;
+        if (bSame)
+            Settle();
+    }
+    /// Steps, forward when positive; answers how many were made.
+    int32_t Step(int32_t _nSteps)
+    {
+        m_pWhatLast = nullptr;
+        const int64_t nSteps = _nSteps;
+        return static_cast<int32_t>(nSteps < 0 ? m_history.Back(static_cast<size_t>(-nSteps))
+                                               : m_history.Forward(static_cast<size_t>(nSteps)));
+    }
+    int32_t BackCount() const
+    {
+        return static_cast<int32_t>(m_history.BackCount());
+    }
+    int32_t ForwardCount() const
+    {
+        return static_cast<int32_t>(m_history.ForwardCount());
+    }
+    /// Groups may lie in each other.
+    void GroupBegin()
+    {
+        if (m_nGroups++ == 0)
+            m_bGroupStep = false;
+    }
+    /// False: none was begun.
+    bool GroupEnd()
+    {
+        if (m_nGroups == 0)
+            return false;
+        if (--m_nGroups == 0)
+            m_pWhatLast = nullptr;
+        return true;
+    }
+    bool IsInGroup() const
+    {
+        return m_nGroups > 0;
+    }
+
+private:
+    static constexpr std::chrono::seconds c_timeTogether{1};
+
+    /// A step that has come back to where it began is none.
+    void Settle()
+    {
+        const size_t nBack = m_history.BackCount();
+        if (nBack == 0 || !(m_history.States()[nBack - 1] == m_history.Current()))
+            return;
+        m_history.Unpush();
+        m_bGroupStep = false;
+        m_pWhatLast = nullptr;
+    }
+
+    CEditHistory<State> m_history;
+    CLOCK m_fnClock;
+    int32_t m_nGroups = 0;
+    bool m_bGroupStep = false;         ///< the group has made its step
+    const void* m_pWhatLast = nullptr; ///< what the last step has changed
+    std::chrono::steady_clock::time_point m_timeLast;
 };

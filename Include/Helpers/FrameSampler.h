@@ -18,6 +18,11 @@ public:
     /// the log says what is wrong.
     HRESULT Open(IZFFrame* _pFrame);
 
+    /// The frame; borrowed.
+    IZFFrame* Frame() const
+    {
+        return m_cpFrame.Get();
+    }
     int Width() const
     {
         return m_reader.Width();

@@ -30,6 +30,7 @@ constexpr IMG_RGB_COEF c_arrToYUV[2] = {ToYUV(c_arrLuma[eZYM_601]), ToYUV(c_arrL
 #if defined(ZCK_X86)
 void Init_AVX2(IMG_KERNELS* _pTable)
 {
+    _pTable->apfnRead[eIL_RGB32] = ImgRead_RGB32_AVX2;
     _pTable->apfnRead[eIL_r210] = ImgRead_r210_AVX2;
     _pTable->apfnRead[eIL_v210] = ImgRead_v210_AVX2;
     _pTable->apfnRead[eIL_YUYV] = ImgRead_YUYV_AVX2;
@@ -44,6 +45,7 @@ void Init_AVX2(IMG_KERNELS* _pTable)
 
 void Init_AVX512(IMG_KERNELS* _pTable)
 {
+    _pTable->apfnRead[eIL_RGB32] = ImgRead_RGB32_AVX512;
     _pTable->apfnRead[eIL_r210] = ImgRead_r210_AVX512;
     _pTable->apfnRead[eIL_v210] = ImgRead_v210_AVX512;
     _pTable->apfnRead[eIL_YUYV] = ImgRead_YUYV_AVX512;

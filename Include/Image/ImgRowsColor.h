@@ -64,14 +64,6 @@ template <class I32> ZCK_INLINE I32 JoinedPixels(I32 _vec0, I32 _vec1, I32 _vec2
     return (_vec0 | _vec1 << 8) | (_vec2 << 16 | (_vecPixels & c_nImgAlphaByte));
 }
 
-/// Four components as pixels; they are clamped to 0 to 255.
-template <class S> ZCK_INLINE typename S::I32 ClampedPixels(typename S::I32 _vec0, typename S::I32 _vec1,
-                                                            typename S::I32 _vec2, typename S::I32 _vec3)
-{
-    constexpr uint8_t c_arrOrder[16] = {0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15};
-    return As<typename S::I32>(ShuffleBytes(PackBytes(PackWords(_vec0, _vec1), PackWords(_vec2, _vec3)), c_arrOrder));
-}
-
 template <class S> struct TO_YUV
 {
     ZCK_INLINE static MATRIX_ROW<S> Row(const int16_t* _pnCoef, int _nOffset)
@@ -110,8 +102,8 @@ template <class S> struct FROM_YUV
     ZCK_INLINE typename S::I32 Of(typename S::I32 _vecPixels) const
     {
         const PIXEL_WORDS<S> words(_vecPixels);
-        return ClampedPixels<S>(rowB.Of(words) >> 13, rowG.Of(words) >> 13, rowR.Of(words) >> 13,
-                                ShiftedIn0(_vecPixels, 24));
+        return JoinClamped(rowB.Of(words) >> 13, rowG.Of(words) >> 13, rowR.Of(words) >> 13,
+                           ShiftedIn0(_vecPixels, 24));
     }
     MATRIX_ROW<S> rowB;
     MATRIX_ROW<S> rowG;

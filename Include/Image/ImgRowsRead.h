@@ -42,7 +42,7 @@ public:
 private:
     static ZCK_INLINE I32 Pixels(I32 _vecLuma, I32 _vecB, I32 _vecG, I32 _vecR)
     {
-        return ClampedPixels<S>((_vecLuma + _vecB) >> 13, (_vecLuma + _vecG) >> 13, (_vecLuma + _vecR) >> 13, 255);
+        return JoinClamped((_vecLuma + _vecB) >> 13, (_vecLuma + _vecG) >> 13, (_vecLuma + _vecR) >> 13, 255);
     }
     U16 m_vecY0;
     U16 m_vecY1;
@@ -184,5 +184,14 @@ template <class S> struct FROM_R210
         constexpr uint8_t c_arrSwap[16] = {3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12};
         const auto vecWords = As<typename S::I32>(ShuffleBytes(As<typename S::U8>(_vecPixels), c_arrSwap));
         return LevelsOf(vecWords) | c_nImgAlphaByte;
+    }
+};
+
+/// RGB32, whose fourth byte means nothing.
+template <class S> struct MADE_OPAQUE
+{
+    ZCK_INLINE typename S::I32 Of(typename S::I32 _vecPixels) const
+    {
+        return _vecPixels | c_nImgAlphaByte;
     }
 };

@@ -11,7 +11,8 @@ struct IZKey2;
 /// the next frame. The first line of each method is its help text in the type library.
 ///
 /// Every change of keys, protected colours, parameters and regions is a step that can be taken back, but for "view" and
-/// "learn": they say how the present is looked at, stay when steps are taken back, and are not saved.
+/// "learn": they say how the present is looked at, stay when steps are taken back, and are not saved. The steps are
+/// those of IZSteps, which the objects of both generations have.
 struct IZChromaKey2 : public IDispatch
 {
     /// Find the backdrop of the frame and make it the key.
@@ -101,6 +102,7 @@ struct IZChromaKey2 : public IDispatch
     /// Set what comes out.
     virtual HRESULT STDMETHODCALLTYPE ViewSet(eView _eView) = 0;
     /// Set the frame that points, rectangles and polygons refer to; none: the last input.
+    /// Close lets go of it.
     virtual HRESULT STDMETHODCALLTYPE FrameSet(IZFFrame* _pZFrameOrNull) = 0;
     /// Get what is known of the last frame that was keyed, as a structure.
     /// S_FALSE and zeros before the first one.

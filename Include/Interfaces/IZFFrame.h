@@ -68,8 +68,10 @@ struct IZFFrame2 : public IZFFrame
     /// A second frame of this picture. _nFlags: eZFCopy, usually eZFC_Cloned.
     virtual HRESULT STDMETHODCALLTYPE FrameClone(uint32_t _nFlags, IZFFrame** _ppFrame) = 0;
     /// This picture in another pixel format, top-down, on pixels of its own. _nFlags: eZFCopy, usually
-    /// eZFC_Converted; eZFC_Renewed makes a frame for another picture in any format. E_NOTIMPL: no conversion between
-    /// the two formats, or a picture in a texture.
+    /// eZFC_Converted; eZFC_Renewed makes a frame for another picture in any format. The plug-in asks for eZFCC_ARGB32
+    /// and eZFCC_ARGB64. Alpha that this picture has comes along, straight; one without alpha becomes opaque (255, or
+    /// 65535), also one in eZFCC_RGB32, whose fourth byte is not alpha. E_NOTIMPL: no conversion between the two
+    /// formats, or a picture in a texture.
     virtual HRESULT STDMETHODCALLTYPE FrameConvert(uint32_t _nFlags, uint32_t _fccType, IZFFrame** _ppFrame) = 0;
     /// The part of this picture from column _nX1, row _nY1 up to, not including, column _nX2, row _nY2, counted from
     /// the top left; takes over all but the identity. The rectangle is clipped to the picture and widened to whole

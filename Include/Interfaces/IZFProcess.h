@@ -10,7 +10,8 @@ struct IZFProcess : public IUnknown
     /// repeated frames, until the next one or Close.
     /// S_FALSE and null: no result for this call. Z_E_TIMEOUT and null: the frame before is still being processed
     /// after 1000 ms, and this one was not taken. E_POINTER: no result pointer. Other failures: the frame whose result
-    /// it is could not be processed; the log says why.
+    /// it is could not be processed; the log says why, and names that frame. With "output.thread" on that is the frame
+    /// before, and this one has been taken; where there is none before, this one was not taken.
     /// Calls come from one thread at a time.
     virtual HRESULT STDMETHODCALLTYPE OnMediaReceive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes) = 0;
     /// The stream has ended; a result still under way can be fetched with a null frame.

@@ -23,13 +23,17 @@ struct IZKey : public IDispatch
     virtual HRESULT STDMETHODCALLTYPE AddRect(IZFFrame* _pZFrame, int32_t _nX1PosPixels, int32_t _nY1PosPixels,
                                               int32_t _nX2PosPixels, int32_t _nY2PosPixels, BOOL _bExclude) = 0;
     /// Find the backdrop of a frame; S_FALSE when there is none.
-    /// _bsProps: "detect." options as "name=value" pairs; null or "" for the defaults.
+    /// _bsProps: "detect." options as "name=value" pairs; null or "" for the defaults. "max_keys" limits the keys of
+    /// this detection, 1 to 16, without exclusion keys; with 0 it is one, or, with "fit", as many as the light asks
+    /// for. MaxKeysSet limits those of the object.
     virtual HRESULT STDMETHODCALLTYPE Detect(IZFFrame* _pZFrame, BSTR _bsProps) = 0;
     /// Set the most keys of either kind, 1 to 16; sets that have more are merged down.
+    /// Other numbers act as the nearest of these.
     virtual HRESULT STDMETHODCALLTYPE MaxKeysSet(int32_t _nMaxKeys, BOOL _bExclude) = 0;
     /// Get the number of keys of either kind.
     virtual HRESULT STDMETHODCALLTYPE KeysCountGet(BOOL _bExclude, int32_t* _pnKeys) = 0;
     /// Set keys and switches from a structure.
+    /// E_INVALIDARG: not 0 to 16 keys; nothing has changed then.
     virtual HRESULT STDMETHODCALLTYPE RawSet(const CHROMA_KEY_RAW* _pKey) = 0;
     /// Get keys and switches as a structure.
     virtual HRESULT STDMETHODCALLTYPE RawGet(CHROMA_KEY_RAW* _pKey) = 0;

@@ -26,10 +26,14 @@ struct IZPlugin : public IUnknown
 {
     /// Name and version as strings the caller frees.
     virtual HRESULT STDMETHODCALLTYPE PluginInfoGet(BSTR* _pbsName, BSTR* _pbsVersion) = 0;
-    /// Sets the sink and level of the whole module; null goes back to the default (errors and warnings to standard
-    /// error, on Windows to the debugger). _eLevel: eZLogLevel; E_INVALIDARG: another number.
+    /// Sets the sink and level of the whole module: of all objects there are in this process, whichever one is asked,
+    /// and it stays when that one is released. Null goes back to the default (errors and warnings to standard error, on
+    /// Windows to the debugger); do that before the sink's code is unloaded. _eLevel: eZLogLevel; E_INVALIDARG: another
+    /// number.
     virtual HRESULT STDMETHODCALLTYPE LogSet(IZLogSink* _pSinkOrNull, int32_t _eLevel) = 0;
-    /// Stops the threads and gives back frames and processors. The object can be used again afterwards.
+    /// Stops the threads and gives back frames and processors, the frames that were set as well. The object can be used
+    /// again afterwards. Z_E_TIMEOUT: a frame under way has not come to its end within ten seconds; the rest is given
+    /// back when it does.
     virtual HRESULT STDMETHODCALLTYPE Close() = 0;
 };
 Z_INTERFACE_ID(IZPlugin, 0x5d32fe61, 0x985f, 0x44e7, 0xaa, 0x09, 0x5e, 0xe8, 0x2b, 0xb2, 0x99, 0x76)

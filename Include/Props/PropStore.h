@@ -72,8 +72,8 @@ private:
     std::atomic<uint64_t> m_nFailures{0}; ///< count above, last result below, so that both belong together
 };
 
-/// Checks a value for an owner's name: "" when the value is right for the name or the name is not one of its own,
-/// else which values are right ("a whole number from 1 to 16"). The value is never empty.
+/// Checks a name and its value, empty where it is to be removed, for an owner: "" when they are right, else why not and
+/// what is ("there is no such option; there are ...").
 using PROPS_VALIDATE = std::string (*)(std::string_view _svName, std::string_view _svValue);
 
 /// The methods of IZProps over a store, for objects that have one. They log what they refuse; nothing is thrown.

@@ -29,9 +29,9 @@ HRESULT SetChecked(CPropStore* _pStore, const std::string& _strName, const std::
     // A value that could be set but not saved would surface as a failure long after the mistake.
     if (XmlChars_FindBad(_strName) != std::string::npos || XmlChars_FindBad(_strValue) != std::string::npos)
         return Refuse(_strName, "control characters are not allowed in names and values");
-    if (_pfnValidateOrNull && !_strValue.empty())
-        if (const std::string strRight = _pfnValidateOrNull(_strName, _strValue); !strRight.empty())
-            return Refuse(_strName, ZFormat("%hs is not allowed; allowed: %hs", PropText_Quote(_strValue), strRight));
+    if (_pfnValidateOrNull)
+        if (const std::string strWhy = _pfnValidateOrNull(_strName, _strValue); !strWhy.empty())
+            return Refuse(_strName, strWhy);
     _pStore->Set(_strName, _strValue);
     return S_OK;
 }

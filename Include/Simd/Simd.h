@@ -14,6 +14,8 @@
 ///     c_nBytes, c_nLanes  the length of a vector in bytes and in 32-bit lanes
 ///     Load, Store         for rows of memory, which need no alignment. The versions with a number _n (from 0) touch
 ///                         the first _n elements only; the others are loaded as 0
+///     Prefetch            has the line of the cache that a byte is in fetched, while the caller goes on; the byte need
+///                         not be readable. Not in SIMD_PLAIN
 ///     WidenU16, WidenI32  load bytes of memory as words or as 32-bit integers; WidenI32 also int16_t
 ///     Narrow              stores 32-bit integers, which must fit, as int16_t
 ///     LoadBlocks, StoreBlocks  blocks of 16 bytes that lie a stride apart, such as four pixels of successive rows
@@ -39,6 +41,8 @@
 ///     ShuffleBytes(bytes, pattern)        byte pattern[n] of the block, or 0 where the pattern has 0xFF
 ///     PackWords(a, b), PackBytes(a, b)    the elements of a's block, then those of b's, at half their size: signed
 ///                                         numbers are clamped to int16_t, and to 0 to 255
+/// This works on every lane separately:
+///     JoinClamped(a, b, c, d)             the four numbers, clamped to 0 to 255, as its bytes from the lowest
 /// These work across the whole vector:
 ///     PackLanes(a, b, c, d)               the lanes of four vectors, from 0 to 255, as bytes
 ///     Interleave(a, b, first, second)     a0 b0 a1 b1 and so on, as two vectors

@@ -341,6 +341,11 @@ ZCK_INLINE U8 PackBytes(U16 _a, U16 _b)
 {
     return _mm256_packus_epi16(_a.vec, _b.vec);
 }
+ZCK_INLINE I32 JoinClamped(I32 _a, I32 _b, I32 _c, I32 _d)
+{
+    constexpr uint8_t c_arrOrder[16] = {0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15};
+    return ShuffleBytes(PackBytes(PackWords(_a, _b), PackWords(_c, _d)), c_arrOrder).vec;
+}
 ZCK_INLINE U8 PackLanes(I32 _a, I32 _b, I32 _c, I32 _d)
 {
     const __m256i vecOrder = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
@@ -394,6 +399,10 @@ struct SIMD_AVX2
         return _mm256_cmpgt_epi32(_mm256_set1_epi32(nLanes), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
     }
 
+    static ZCK_INLINE void Prefetch(const uint8_t* _pByte)
+    {
+        _mm_prefetch(reinterpret_cast<const char*>(_pByte), _MM_HINT_T1);
+    }
     static ZCK_INLINE U8 LoadU8(const uint8_t* _pBytes)
     {
         return Bytes(_pBytes);

@@ -277,6 +277,13 @@ ZCK_INLINE VECTOR<uint8_t, 2 * N> PackBytes(const VECTOR<uint16_t, N>& _a, const
     });
 }
 template <size_t N>
+ZCK_INLINE VECTOR<int32_t, N> JoinClamped(const VECTOR<int32_t, N>& _a, const VECTOR<int32_t, N>& _b,
+                                          const VECTOR<int32_t, N>& _c, const VECTOR<int32_t, N>& _d)
+{
+    const auto Byte = [](const VECTOR<int32_t, N>& _vec) { return Min(Max(_vec, 0), 255); };
+    return (Byte(_a) | Byte(_b) << 8) | (Byte(_c) << 16 | Byte(_d) << 24);
+}
+template <size_t N>
 ZCK_INLINE VECTOR<uint8_t, 4 * N> PackLanes(const VECTOR<int32_t, N>& _a, const VECTOR<int32_t, N>& _b,
                                             const VECTOR<int32_t, N>& _c, const VECTOR<int32_t, N>& _d)
 {

@@ -67,8 +67,8 @@ HRESULT CopyPicture(const ZF_VID_PROPS& _vidPropsIn, const ZF_VID_PTR& _vidPtrIn
     return S_OK;
 }
 
-/// Writes a row of the source as the target has it.
-void ConvertRow(const CImgRowReader& _reader, int _nRow, uint32_t _fccOut, uint8_t* _pOut)
+/// Writes a row of the source as the target has it. _bDropAlpha: the source has alpha, and the target does not.
+void ConvertRow(const CImgRowReader& _reader, int _nRow, uint32_t _fccOut, bool _bDropAlpha, uint8_t* _pOut)
 {
     const int nWidth = _reader.Width();
     const bool bWords = _fccOut == eZFCC_ARGB64;
@@ -76,9 +76,8 @@ void ConvertRow(const CImgRowReader& _reader, int _nRow, uint32_t _fccOut, uint8
     _reader.ReadRow(_nRow, pBGRA);
     if (bWords)
         Img_Widen(pBGRA, nWidth, _pOut);
-    if (_fccOut == eZFCC_RGB32)
-        for (int x = 0; x < nWidth; ++x)
-            pBGRA[4 * x + 3] = 255; // alpha is not taken along
+    for (int x = 0; x < nWidth && _bDropAlpha; ++x)
+        pBGRA[4 * x + 3] = 255;
 }
 
 HRESULT ConvertToBGRA(const ZF_VID_PROPS& _vidPropsIn, const ZF_VID_PTR& _vidPtrIn, const ZF_VID_PROPS& _vidPropsOut,
@@ -92,9 +91,11 @@ HRESULT ConvertToBGRA(const ZF_VID_PROPS& _vidPropsIn, const ZF_VID_PTR& _vidPtr
         return WrongPicture(_vidPropsIn, _vidPropsOut,
                             "the target's plane is missing, or its stride shorter than a row");
     const bool bTurn = ZConvert_IsTopFirst(_vidPropsIn, _vidPtrIn) != ZConvert_IsTopFirst(_vidPropsOut, _vidPtrOut);
+    const bool bDropAlpha = FCC_HasAlpha(_vidPropsIn.fccType) && !FCC_HasAlpha(_vidPropsOut.fccType);
     const int nRows = reader.Height();
     for (int nRow = 0; nRow < nRows; ++nRow)
-        ConvertRow(reader, bTurn ? nRows - 1 - nRow : nRow, _vidPropsOut.fccType, Img_RowOf(_vidPtrOut, 0, nRow));
+        ConvertRow(reader, bTurn ? nRows - 1 - nRow : nRow, _vidPropsOut.fccType, bDropAlpha,
+                   Img_RowOf(_vidPtrOut, 0, nRow));
     return S_OK;
 }
 } // namespace

@@ -85,11 +85,15 @@ TEST(Thread, DestroyedWhileRunningWarnsAndLeavesTheThreadItsState)
         thread.Wake(); // must not run any more
         ASSERT_TRUE(spInside->Wait(10'000));
     }
+    EXPECT_FALSE(CZWorkerThread::LeftJoin()) << "it still runs code of the module";
     spGo->Set();
     for (int i = 0; spRuns.use_count() > 1 && i < 10'000; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     EXPECT_EQ(spRuns.use_count(), 1) << "the thread did not come to its end";
     EXPECT_EQ(*spRuns, 1);
+    for (int i = 0; !CZWorkerThread::LeftJoin() && i < 10'000; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_TRUE(CZWorkerThread::LeftJoin());
 
     ASSERT_EQ(log.Count(""), 1u);
     const std::string strLine = log.Lines()[0];

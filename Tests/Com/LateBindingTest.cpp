@@ -1,8 +1,11 @@
+#include "Base/ZText.h"
 #include "Com/ComSupport.h"
 #include "Host/TempFolder.h"
 #include "Interfaces/IZChromaKey.h"
 #include "Interfaces/IZChromaKey2.h"
 #include "Interfaces/IZKey.h"
+#include "Interfaces/IZPlugin.h"
+#include "Support/Texts.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -99,6 +102,55 @@ TEST(LateBinding, TheSecondGenerationGivesValuesBackAndNeedsNoArgumentThatMayBeL
     EXPECT_GT(IDOf(pKeyer, L"PropsSet"), 100);
 }
 
+/// Calls a method by its name and gives the result code back, and what the caller is told of a failure.
+HRESULT CallTold(IDispatch* _pObject, const wchar_t* _pwszName, std::vector<VARIANT> _vecArgs, std::string* _pstrTold,
+                 VARTYPE* _pvtResult = nullptr)
+{
+    std::reverse(_vecArgs.begin(), _vecArgs.end()); // the last one comes first
+    DISPPARAMS params = {_vecArgs.data(), nullptr, static_cast<UINT>(_vecArgs.size()), 0};
+    VARIANT varResult = {};
+    EXCEPINFO exception = {};
+    const HRESULT hr = _pObject->Invoke(IDOf(_pObject, _pwszName), IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD,
+                                        &params, &varResult, &exception, nullptr);
+    SysFreeString(exception.bstrSource);
+    SysFreeString(exception.bstrHelpFile);
+    *_pstrTold = ZText_FromWide(TakeText(exception.bstrDescription));
+    if (_pvtResult)
+        *_pvtResult = varResult.vt;
+    VariantClear(&varResult);
+    return hr == DISP_E_EXCEPTION ? exception.scode : hr;
+}
+
+TEST(LateBinding, TakesNullForWhatMayBeLeftOutAndSaysWhyACallFails)
+{
+    const MODULE module;
+    const auto cpKey = module.Create<IZChromaKey>(CLSID_ZChromaKey);
+    VARIANT varNull = {};
+    varNull.vt = VT_NULL;
+    std::string strTold;
+    VARTYPE vtResult = VT_EMPTY;
+    EXPECT_EQ(CallTold(cpKey.Get(), L"KeyFrameSet", {varNull, varNull}, &strTold), S_OK);
+    EXPECT_EQ(CallTold(cpKey.Get(), L"LogSet", {varNull, Whole(eZLog_Warning)}, &strTold), S_OK);
+    for (const bool bNull : {false, true})
+    {
+        const std::vector<VARIANT> vecArgs = bNull ? std::vector{varNull} : std::vector<VARIANT>();
+        EXPECT_EQ(CallTold(cpKey.Get(), L"KeyGet", vecArgs, &strTold, &vtResult), S_OK);
+        EXPECT_EQ(vtResult, VT_DISPATCH);
+    }
+    EXPECT_EQ(CallTold(cpKey.Get(), L"PluginName", {}, &strTold, &vtResult), S_OK);
+    EXPECT_EQ(vtResult, VT_BSTR);
+    EXPECT_EQ(Call(cpKey.Get(), L"StepBack"), 0) << "nothing to take back";
+    EXPECT_EQ(CallTold(cpKey.Get(), L"KeyAdjustSet", {Whole(99), Whole(1)}, &strTold), E_INVALIDARG);
+    EXPECT_NE(strTold.find("there is no adjustment 99; use 0 to 16"), std::string::npos) << strTold;
+    CZPtr<ISupportErrorInfo> cpSupport;
+    ASSERT_EQ(cpKey->QueryInterface(IID_ISupportErrorInfo, cpSupport.PutVoid()), S_OK);
+    EXPECT_EQ(cpSupport->InterfaceSupportsErrorInfo(IID_IZChromaKey), S_OK);
+    EXPECT_EQ(cpSupport->InterfaceSupportsErrorInfo(IID_IZChromaKey2), S_FALSE);
+    CZPtr<IUnknown> cpSame;
+    ASSERT_EQ(cpSupport->QueryInterface(IID_IZChromaKey, cpSame.PutVoid()), S_OK);
+    EXPECT_EQ(static_cast<void*>(cpSame.Get()), static_cast<void*>(cpKey.Get()));
+}
+
 /// What a script prints; it has to end well.
 std::string RunScript(const CTempFolder& _folder, const char* _pszScript, const std::string& _strArgs)
 {
@@ -122,8 +174,10 @@ TEST(LateBinding, ServesAScript)
     const std::string strOut = RunScript(folder, ZCK_SCRIPT, folder.Path("saved.xml") + " " + strKeys);
     const std::string strEdited = RunScript(folder, ZCK_EXAMPLE, strKeys + " " + folder.Path("edited.xml"));
     EXPECT_TRUE(Regsvr32(module, L"/u"));
-    EXPECT_EQ(strOut, "threads 4\nfirst output.thread\nremoved []\npower 10\npower 25 least 12.5\nleast 0\n"
-                      "document <?xml\ntype 2 keys 1\nother 0\nunknown 1B6\nrefused True\nrefused True\n");
+    EXPECT_EQ(strOut,
+              "threads 4\nfirst debug.time_overlay\nremoved [2]\npower 10\npower 25 least 12.5\nleast 0\nsteps 3\n"
+              "document <?xml\ntype 2 keys 1\nother 0\nnull 2\nname ZChromaKey\nadjusts 17 power -100\n"
+              "undone 0\nunknown 1B6\nrefused True no adjustment 99\nrefused True\n");
     const std::string strSaved = folder.Read("saved.xml");
     for (const char* pszPart : {"power=\"25\"", "min_trans=\"12.5\"", "output.thread", "reverse_key=\"1\""})
         EXPECT_NE(strSaved.find(pszPart), std::string::npos) << pszPart << " in\n" << strSaved;

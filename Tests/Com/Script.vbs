@@ -16,6 +16,7 @@ WScript.Echo "power " & key.KeyAdjustGet(1) & " least " & key.KeyAdjustGet(5)
 key.KeyStepBack 1
 WScript.Echo "least " & key.KeyAdjustGet(5)
 key.KeyStepFwd 1
+WScript.Echo "steps " & key.StepsBack
 key.PersistSaveToFile WScript.Arguments(0)
 WScript.Echo "document " & Left(key.PersistSaveToString, 5)
 
@@ -25,6 +26,12 @@ keyObject.MaxKeysSet 1, 0
 key.KeySet keyObject
 Set other = CreateObject("ZChromaKey.ZKey.1")
 WScript.Echo "other " & other.KeysCountGet(0)
+WScript.Echo "null " & key.KeyGet(Null).TypeGet
+key.KeyFrameSet Null, Null
+WScript.Echo "name " & key.PluginName
+WScript.Echo "adjusts " & key.TableRows(2) & " " & key.TableText(2, 1) & " " & key.TableNumber(2, 1, "least")
+key.StepBack 9
+WScript.Echo "undone " & key.StepBack
 key.Close
 
 On Error Resume Next
@@ -32,7 +39,7 @@ key.NoSuchMember 1
 WScript.Echo "unknown " & Hex(Err.Number)
 Err.Clear
 key.KeyAdjustSet 99, 1
-WScript.Echo "refused " & (Err.Number <> 0)
+WScript.Echo "refused " & (Err.Number <> 0) & " " & Mid(Err.Description, InStr(Err.Description, "no adj"), 16)
 Err.Clear
 key.PropsSet "gpu_mode", "sometimes"
 WScript.Echo "refused " & (Err.Number <> 0)

@@ -9,6 +9,8 @@
 #include "Interfaces/IZKey2.h"
 #include "Interfaces/IZPlugin.h"
 #include "Interfaces/IZProps.h"
+#include "Interfaces/IZScript.h"
+#include "Interfaces/IZSteps.h"
 
 #include <cstring>
 #include <vector>
@@ -197,6 +199,14 @@ TEST(TypeLib, InterfacesHaveTheMethodsOfTheHeaders)
         {L"IZPlugin",
          IID_IZPlugin,
          {METHOD_OF(IZPlugin, PluginInfoGet), METHOD_OF(IZPlugin, LogSet), METHOD_OF(IZPlugin, Close)}},
+        {L"IZSteps",
+         IID_IZSteps,
+         {METHOD_OF(IZSteps, StepBack), METHOD_OF(IZSteps, StepFwd), METHOD_OF(IZSteps, StepsBack),
+          METHOD_OF(IZSteps, StepsFwd), METHOD_OF(IZSteps, GroupBegin), METHOD_OF(IZSteps, GroupEnd)}},
+        {L"IZScript",
+         IID_IZScript,
+         {METHOD_OF(IZScript, PluginName), METHOD_OF(IZScript, PluginVersion), METHOD_OF(IZScript, TableRows),
+          METHOD_OF(IZScript, TableText), METHOD_OF(IZScript, TableNumber)}},
     };
     const CTypeLibReader library(MODULE().Path());
     for (const INTERFACE& row : arrInterfaces)
@@ -240,6 +250,9 @@ TEST(TypeLib, ScriptsGetAValueBackAndMayLeaveOutWhatTheyDoNotNeed)
             }
     EXPECT_EQ(nFound, std::size(arrMethods));
     EXPECT_EQ(library.Interface(L"IZKey2").Method(5).strRoles, "dr") << "CountGet";
+    EXPECT_EQ(library.Interface(L"IZChromaKey").Method(0).strRoles, "dd") << "KeyFrameSet";
+    EXPECT_EQ(library.Interface(L"IZChromaKey").Method(14).strRoles, "dr") << "KeyGet";
+    EXPECT_EQ(library.Interface(L"IZPlugin").Method(1).strRoles, "dd") << "LogSet";
 }
 
 TEST(TypeLib, IsNamedAndKnowsTheClasses)
@@ -254,10 +267,10 @@ TEST(TypeLib, IsNamedAndKnowsTheClasses)
     EXPECT_EQ(attr.wMinorVerNum, 0);
     EXPECT_EQ(attr.syskind, SYS_WIN64);
     EXPECT_EQ(library.Type(L"ZChromaKey").Attr().guid, CLSID_ZChromaKey);
-    EXPECT_EQ(library.Type(L"ZChromaKey").Attr().cImplTypes, 5);
+    EXPECT_EQ(library.Type(L"ZChromaKey").Attr().cImplTypes, 7);
     EXPECT_EQ(library.Type(L"ZKey").Attr().guid, CLSID_ZKey);
     EXPECT_EQ(library.Type(L"ZChromaKey2").Attr().guid, CLSID_ZChromaKey2);
-    EXPECT_EQ(library.Type(L"ZChromaKey2").Attr().cImplTypes, 5);
+    EXPECT_EQ(library.Type(L"ZChromaKey2").Attr().cImplTypes, 7);
     EXPECT_EQ(library.Type(L"ZKey2").Attr().guid, CLSID_ZKey2);
     for (const wchar_t* pwszDual : {L"IZChromaKey", L"IZKey", L"IZChromaKey2", L"IZKey2"})
     {

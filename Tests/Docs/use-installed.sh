@@ -24,15 +24,15 @@ quietly "$compiler" -std=c++20 $cflags example/MinimalHost.cpp -o by-pkg-config 
 
 zkhost=$prefix/bin/zkhost
 quietly "$zkhost" sample -o in.raw --size 320x180 --frames 3 --format RGB32
-quietly "$zkhost" detect in.raw --in RGB32:320x-180 -o keys.xml
-quietly "$zkhost" key in.raw --in RGB32:320x-180 -o wanted.raw --keys keys.xml
+quietly "$zkhost" detect in.raw --in RGB32:320x180 -o keys.xml
+quietly "$zkhost" key in.raw --in RGB32:320x180 -o wanted.raw --keys keys.xml
 for host in example/build/MinimalHost ./by-pkg-config; do
   "$host" "$module" 320 180 keys.xml <in.raw >hosted.raw
   cmp hosted.raw wanted.raw
   echo "$host keys as zkhost does"
 done
 example/build/EditKeys "$module" 320 180 edited.xml <in.raw >edited.txt
-quietly "$zkhost" key in.raw --in RGB32:320x-180 -o wanted.raw --keys edited.xml
+quietly "$zkhost" key in.raw --in RGB32:320x180 -o wanted.raw --keys edited.xml
 grep 'shadows: 0 to 100 %' edited.txt # the parameters, and then what was keyed
 grep '^backdrop .* mixed ' edited.txt
 for file in LICENSE Interfaces/ZChromaKey.idl Interfaces/IZTables.h Sdk/HostFrame.h; do

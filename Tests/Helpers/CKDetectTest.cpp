@@ -250,11 +250,10 @@ TEST(DetectOptions, LongNamesGoBeforeShortOnes)
     ASSERT_EQ(DetectOptions_Read("", &options), S_OK);
     EXPECT_EQ(options.nMaxKeys, 0);
     EXPECT_EQ(options.nBlocks, 48);
-    ASSERT_EQ(DetectOptions_Read(
-                  "blocks=7 detect.blocks=32 detect.blocks=33 detect.Blocks=9 blocks=8 background='a b' max_keys=4 "
-                  "detect.threshold=-3 key_diff=0.25 detect.similarity=1 borders=0 show_blocks=yes "
-                  "type=HLS",
-                  &options),
+    ASSERT_EQ(DetectOptions_Read("blocks=7 detect.blocks=32 detect.blocks=33 blocks=8 max_keys=4 "
+                                 "detect.threshold=-3 key_diff=0.25 detect.similarity=1 borders=0 show_blocks=yes "
+                                 "type=HLS",
+                                 &options),
               S_OK);
     EXPECT_TRUE(options.nBlocks == 33 && options.nMaxKeys == 4 && options.nThreshold == -3);
     EXPECT_TRUE(options.dblKeyDiff == 0.25 && options.dblSimilarity == 1 && options.dblBorders == 0);
@@ -275,6 +274,7 @@ TEST(DetectOptions, BadValuesAreNamed)
         {"borders=nan", "a number"},
         {"show_blocks=maybe", "true or false"},
         {"blocks=3 rest", "at "},
+        {"blocks=3 detect.Blocks=9", "no detection option \"detect.Blocks\"; there are type, max_keys, blocks"},
     };
     for (const auto& arrCase : arrBad)
     {

@@ -60,7 +60,7 @@ TEST_F(CBitsTest, SixteenAreTheEightAndMore)
 TEST_F(CBitsTest, RefusesWhatHasNoSixteen)
 {
     const std::string strDeep = Key("--bits 16 -o ");
-    ExpectFailures(2, {{strDeep + File("a.y4m"), "holds I420, I422 or Y444; write other formats to *.raw"},
+    ExpectFailures(2, {{strDeep + File("a.y4m"), "holds I420, I422 or I444; write other formats to *.raw"},
                        {strDeep + File("a.png") + " --background \"#102030\"", "leave it or --bits 16 out"},
                        {strDeep + File("a.raw") + " --keyer 1", "--bits 16 is for the second generation"},
                        {strDeep + File("a.raw") + " --set output.depth=8", "--bits 16: the results have 8"},

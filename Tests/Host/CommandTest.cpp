@@ -35,7 +35,8 @@ TEST_F(CCommandTest, DescribePrintsRecords)
                "normalized\teVideoFormat=14 ", "text\t1920(3840)x1080(UYVY)@25.000iT\n"});
     ASSERT_EQ(Run("describe --props \"format=PAL-16x9 v210\""), 0);
     ExpectOut({"row_size\t1920\n", "text\t720(1920)x576(v210)@25.000iT (16:9)\n"});
-    for (const char* pszBad : {"", "  ", "@nan", "1920x1080@inf UYVY", "1920x1080@1e9 UYVY", "UYVY", "1920by1080"})
+    for (const char* pszBad :
+         {"", "  ", "@nan", "1920x1080@inf UYVY", "1920x1080@1e9 UYVY", "UYVY", "1x1 UYVY", "1920by1080"})
     {
         EXPECT_EQ(Run("describe --props " + Quoted(pszBad)), 2) << pszBad;
         ExpectLastLine("--props");

@@ -1,6 +1,8 @@
 #include "Host/TempFolder.h"
+#include "Support/LogCatcher.h"
 
 #include "Kit/HostError.h"
+#include "zkhost/Files/FullChroma.h"
 #include "zkhost/Files/NamePattern.h"
 #include "zkhost/Files/PictureFile.h"
 #include "zkhost/Files/PictureReader.h"
@@ -197,19 +199,22 @@ TEST(NamePattern, TakesOneNumberOnly)
 
 TEST(RawSpec, ReadsAndRefuses)
 {
-    const STREAM stream = Raw_ParseSpec("UYVY:720x576@25iB:1500");
+    const STREAM stream = Raw_ParseSpec("UYVY:720x576@25iB:1500").stream;
     EXPECT_EQ(stream.vidProps.fccType, eZFCC_UYVY);
     EXPECT_EQ(stream.vidProps.nRowBytes, 1500);
     EXPECT_EQ(stream.vidProps.eInterlace, eZI_BottomFirst);
     EXPECT_EQ(stream.nRateNum, 25);
-    EXPECT_EQ(Raw_ParseSpec("RGB32:5x-3@59.94").vidProps.nHeight, -3);
-    EXPECT_EQ(Raw_ParseSpec("rgb24:5x3@59.94").nRateNum, 60000);
+    for (const char* pszTopDown : {"RGB32:5x3", "RGB32:5x-3", "r210:5x3", "I444:5x3"})
+        EXPECT_EQ(Raw_ParseSpec(pszTopDown).stream.vidProps.nHeight, -3) << pszTopDown;
+    EXPECT_EQ(Raw_ParseSpec("RGB32:5x3:-20").stream.vidProps.nHeight, 3);
+    EXPECT_EQ(Raw_ParseSpec("rgb24:5x3@59.94").stream.nRateNum, 60000);
     const std::vector<const char*> arrBad[] = {
-        {"", "UYVY", "UYVY:", "UYVY:4", "UYVY:4x", "UYVY:4x4x4", "UYVY:4x5i"}, // not whole
-        {"UYVY:0x4", "UYVY:4x-4", "UYVY:5x4", "I420:4x5", "UYVY:99999x99999"}, // no such size
-        {"UYVY:4x-2147483648", "UYVY:4x99999999999", "UYVY:4x4:2147483647"},   // no such number
-        {"UYVY:4x4@", "UYVY:4x4@x", "UYVY:4x4@-1", "UYVY:4x4@nan"},            // no rate
-        {"UYVY:4x4:7", "UYVY:4x4:-8", "NOPE:4x4", "RGB565:4x4"},               // rows, formats
+        {"", "UYVY", "UYVY:", "UYVY:4", "UYVY:4x", "UYVY:4x4x4", "UYVY:4x5i"},                // not whole
+        {"UYVY:0x4", "UYVY:4x-4", "UYVY:5x4", "I420:4x5", "UYVY:99999x99999"},                // no such size
+        {"UYVY:4x-2147483648", "UYVY:4x99999999999", "UYVY:4x4:2147483647"},                  // no such number
+        {"UYVY:4x4@", "UYVY:4x4@x", "UYVY:4x4@-1", "UYVY:4x4@nan"},                           // no rate
+        {"UYVY:4x4:7", "UYVY:4x4:-8", "r210:4x4:-16", "RGB32:4x4:-2147483648", "I444:4x4:4"}, // rows
+        {"NOPE:4x4", "RGB565:4x4"},                                                           // formats
     };
     for (const auto& vecBad : arrBad)
         for (const char* pszBad : vecBad)
@@ -223,41 +228,52 @@ TEST(RawFiles, SixteenBitsAreLittleEndianRGBA)
     EXPECT_EQ(folder.Read("a.raw"), std::string("\x06\x05\x04\x03\x02\x01\x08\x07"));
 }
 
-/// What is written in a pixel format reads back as the same colours.
+/// What is written in a pixel format reads back as the same colours in the same places.
 TEST(RawFiles, EveryReadableFormatComesBack)
 {
     const CTempFolder folder;
-    PICTURE picture; // of two colours, as subsampled chroma keeps them
+    PICTURE picture; // as subsampled chroma keeps it, and another one upside down or with its sides changed
     picture.Resize(48, 4, 4);
     for (size_t i = 0; i < picture.vecPixels.size(); i += 4)
     {
-        const uint8_t arrColors[2][4] = {{200, 90, 60, 255}, {30, 160, 220, 255}};
-        std::copy_n(arrColors[i / 4 % 48 / 24], 4, picture.vecPixels.data() + i);
+        const uint8_t arrColors[3][4] = {{200, 90, 60, 255}, {30, 160, 220, 255}, {60, 60, 200, 255}};
+        std::copy_n(arrColors[i >= 48 * 4 * 2 ? 2 : i / 4 % 48 / 24], 4, picture.vecPixels.data() + i);
     }
-    int nFormats = 0;
+    std::vector<uint32_t> vecFormats = {c_fccI444};
     for (const PIXEL_FORMAT& info : FCC_All())
+        if (Img_IsReadable(info.fccType) && info.fccType != eZFCC_RGB8)
+            vecFormats.push_back(info.fccType);
+    for (const uint32_t fccType : vecFormats)
     {
-        if (!Img_IsReadable(info.fccType) || info.fccType == eZFCC_RGB8)
-            continue;
-        ++nFormats;
         STREAM stream;
-        stream.vidProps = Stream_Props(info.fccType, 48, 4, eZI_Progressive);
+        stream.vidProps = Stream_Props(fccType, 48, 4, eZI_Progressive);
         CZOutFiles files;
-        PictureWriter_Open(folder.Path("a.raw"), stream, info.fccType, files)->Write(picture);
+        PictureWriter_Open(folder.Path("a.raw"), stream, fccType, files)->Write(picture);
         files.CommitAll();
-        CZRawReader reader(folder.Path("a.raw"), FCC_Name(info.fccType) + (info.bRGB ? ":48x-4" : ":48x4"));
+        CZRawReader reader(folder.Path("a.raw"), FCC_Name(fccType) + ":48x4");
         PICTURE read;
         Picture_FromFrame(reader.Next().Get(), read);
         EXPECT_FALSE(reader.Next());
         ASSERT_EQ(read.vecPixels.size(), picture.vecPixels.size());
         for (size_t i = 0; i < read.vecPixels.size(); ++i)
-            ASSERT_NEAR(read.vecPixels[i], picture.vecPixels[i], 3) << info.pszName << " byte " << i;
+            ASSERT_NEAR(read.vecPixels[i], picture.vecPixels[i], 3) << FCC_Name(fccType) << " byte " << i;
     }
-    EXPECT_GE(nFormats, 15);
+    EXPECT_GE(vecFormats.size(), 15u);
+}
+
+TEST(RawFiles, WrongSizesAreTold)
+{
+    const CTempFolder folder;
     folder.Write("cut.raw", std::string(48 * 4 * 4 + 5, 'x'));
     CZRawReader cut(folder.Path("cut.raw"), "RGB32:48x4");
     EXPECT_TRUE(cut.Next());
     EXPECT_NE(Host_FailureOf([&] { cut.Next(); }).find("frame 2 is cut off: 5 of its 768 bytes"), std::string::npos);
+    folder.Write("full.raw", std::string(48 * 4 * 3, 'x'));
+    CLogCatcher log;
+    CZRawReader(folder.Path("full.raw"), "Y444:48x4");
+    CZRawReader(folder.Path("full.raw"), "UYVY:48x4");
+    EXPECT_EQ(log.Count("say I444 in --in"), 1u);
+    EXPECT_EQ(log.Count("its 576 bytes are no whole number of frames of 384; its size fits RGB8, RGB24, I420"), 1u);
 }
 
 TEST(OutFiles, AppearWholeOrNotAtAllAndOnce)

@@ -2,6 +2,8 @@
 
 #include "zkhost/Files/PictureFile.h"
 
+#include <thread>
+
 // What the command line says about the generations of the keyer, and what the second one takes.
 
 namespace
@@ -165,6 +167,15 @@ TEST_F(CGenerationTest, BenchHoldsAlphaAgainstTheTruth)
     ExpectFailures(2, {{"bench --size 64x64", "128 pixels"},
                        {"bench --keyer 2 --keys 3", "--keys 3 is for the first generation"},
                        {"bench --keyer 2 --gpu", "--gpu is for the first generation"}});
+}
+
+TEST_F(CGenerationTest, BenchMeasuresLatencyOfBoth)
+{
+    ASSERT_EQ(Run("bench --latency --frames 12 --size 160x128"), 0) << m_strError;
+    ExpectOut(
+        {"\n1\toff\tnothing\t12\t", "\n1\ton\tnothing\t12\t", "\n2\toff\tnothing\t12\t", "\n2\ton\tnothing\t12\t"});
+    if (std::thread::hardware_concurrency() > 1)
+        ExpectOut({"\n2\ton\tbusy process\t12\t"});
 }
 
 } // namespace

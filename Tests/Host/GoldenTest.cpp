@@ -79,11 +79,10 @@ TEST(Golden, KeyingGivesTheSameBytesEverywhere)
         WriteClip(strClip, Raw_ParseFormat(pszFormat));
         for (const int32_t eType : {eCKT_RGB, eCKT_HLS, eCKT_YUV})
         {
-            const std::string strCommand =
-                "\"" ZKHOST_PATH "\" key " + strClip + " --in " + pszFormat + ":" + std::to_string(c_nWidth) + "x" +
-                (FCC_IsRGB(Raw_ParseFormat(pszFormat)) ? "-" : "") + std::to_string(c_nHeight) + "@25 -o " +
-                folder.Path("out.raw") + " --mask " + folder.Path("mask.raw") + " --quiet --set gpu_mode=0 --keys " +
-                folder.Write("keys.xml", Keys(eType));
+            const std::string strCommand = "\"" ZKHOST_PATH "\" key " + strClip + " --in " + pszFormat + ":" +
+                                           std::to_string(c_nWidth) + "x" + std::to_string(c_nHeight) + "@25 -o " +
+                                           folder.Path("out.raw") + " --mask " + folder.Path("mask.raw") +
+                                           " --quiet --set gpu_mode=0 --keys " + folder.Write("keys.xml", Keys(eType));
             ASSERT_EQ(std::system(strCommand.c_str()), 0) << strCommand;
             const std::string strOut = folder.Read("out.raw");
             const std::string strMask = folder.Read("mask.raw");

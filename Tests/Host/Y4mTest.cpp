@@ -1,5 +1,6 @@
 #include "Host/TempFolder.h"
 
+#include "zkhost/Files/FullChroma.h"
 #include "zkhost/Files/Picture.h"
 #include "zkhost/Files/PictureWriter.h"
 #include "zkhost/Files/Y4mReader.h"
@@ -125,7 +126,7 @@ TEST_F(CY4mTest, WritesWhatItReads)
     PICTURE picture;
     Picture_FromFrame(reader.Next().Get(), picture);
     CZOutFiles files;
-    PictureWriter_Open(m_folder.Path("out.y4m"), reader.Stream(), eZFCC_Y444, files)->Write(picture);
+    PictureWriter_Open(m_folder.Path("out.y4m"), reader.Stream(), c_fccI444, files)->Write(picture);
     files.CommitAll();
     EXPECT_EQ(m_folder.Read("out.y4m"), strStream);
 }

@@ -125,7 +125,7 @@ TEST(PropStore, ManyThreadsMayUseIt)
 
 std::string Validate(std::string_view _svName, std::string_view _svValue)
 {
-    return _svName == "threads" && _svValue != "2" ? "a whole number from 1 to 16" : "";
+    return _svName == "threads" && !_svValue.empty() && _svValue != "2" ? "a whole number from 1 to 16" : "";
 }
 
 TEST(PropStore, ServesTheInterfaceOfProperties)
@@ -166,7 +166,7 @@ TEST(PropStore, RefusesWrongArgumentsAndSaysWhatIsRight)
     EXPECT_EQ(PropStore_PropsSet(&store, L"a\x01", L"1"), E_INVALIDARG);
     EXPECT_EQ(PropStore_PropsSet(&store, L"a", L"1\x1B"), E_INVALIDARG);
     EXPECT_EQ(PropStore_PropsSet(&store, L"threads", L"two", Validate), E_INVALIDARG);
-    EXPECT_EQ(log.Count("\"threads\": \"two\" is not allowed; allowed: a whole number from 1 to 16"), 1u);
+    EXPECT_EQ(log.Count("\"threads\": a whole number from 1 to 16"), 1u);
     EXPECT_EQ(NamesOf(store), "") << "what was refused is not there";
     EXPECT_EQ(PropStore_PropsSet(&store, std::wstring(256, L'n').c_str(), L"1", Validate), S_OK);
     EXPECT_EQ(PropStore_PropsSet(&store, L"threads", L"2", Validate), S_OK);

@@ -127,6 +127,7 @@ template <class S> void ProbeInts(CProbeWriter<S>& _writer, typename S::I32 _a, 
     _writer.Put(_a - _b);
     _writer.Put(_a * _b);
     _writer.Put(_a | _b);
+    _writer.Put(JoinClamped(_a, _b, _a >> 22, _b >> 23));
     _writer.Put(_a & _b);
     _writer.Put(_a ^ _b);
     _writer.Put(_a << 7);

@@ -115,6 +115,8 @@ TEST(Simd, PlainVectorsDoWhatTheirNamesSay)
     const PLAIN::U16 vecPacked = PackWords(vecWide, vecUp);
     ExpectNumbers(vecPacked, {32768, 32768, 32768, 55536, 0, 1, 2, 3, 20000, 32767, 32767, 32767, 4, 5, 6, 7});
     ExpectNumbers(PackBytes(vecPacked, PLAIN::U16(7)), {0, 0, 0, 0, 0, 1, 2, 3, 7, 7, 7, 7, 7, 7, 7, 7, 255, 255});
+    ExpectNumbers(JoinClamped(vecUp, vecWide, vecUp + 2, vecWide),
+                  {0x00020000, 0x00030001, 0x00040002, 0x00050003, -0x00F900FC});
     ExpectNumbers(MulAdd(PLAIN::U16(-3), Counted<PLAIN::U16>(0, 10)), {-30, -150, -270});
     ExpectNumbers(MulRound(PLAIN::U16(-3), Counted<PLAIN::U16>(16384, 5461)), {65535, 65534, 65534, 65533});
     ExpectNumbers(ClampToByte(Counted<PLAIN::U16>(-1, 128)), {0, 127, 255, 255});

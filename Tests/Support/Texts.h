@@ -16,11 +16,13 @@ inline std::wstring TakeText(BSTR _bsText)
     return wstrText;
 }
 
-/// The value of an option; "-" where it has none.
+/// The value of an option; "-" where none is set.
 inline std::wstring OptionOf(IZProps* _pProps, const wchar_t* _pwszName)
 {
     BSTR bsValue = nullptr;
-    return _pProps->PropsGet(_pwszName, &bsValue) == S_OK ? TakeText(bsValue) : L"-";
+    const HRESULT hr = _pProps->PropsGet(_pwszName, &bsValue);
+    const std::wstring wstrValue = TakeText(bsValue);
+    return hr == S_OK ? wstrValue : L"-";
 }
 
 /// What an object saves.

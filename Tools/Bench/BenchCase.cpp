@@ -24,7 +24,8 @@ constexpr ASK_TEXT c_arrAsks[] = {
     {"%.0f frames/s", true},
 };
 
-constexpr BENCH_LIMIT c_limitOneKey = {3.2, 2.0};
+constexpr BENCH_LIMIT c_limitOneKey = {2.0, 1.3};
+constexpr BENCH_LIMIT c_limitOneKeyRandom = {2.9, 1.9};
 constexpr BENCH_LIMIT c_limitFurtherKey = {2.2, 1.2};
 constexpr BENCH_LIMIT c_limitOtherSpace = {8, 5};
 constexpr int c_nSmoothPasses = 2;
@@ -43,7 +44,9 @@ void AddKeys(CASES& _cases)
             _cases.push_back({.nKeys = nKeys,
                               .eScene = eScene,
                               .eAsk = nKeys > 1 ? eBA_PerKey : eBA_Ratio,
-                              .limit = nKeys > 1 ? c_limitFurtherKey : c_limitOneKey});
+                              .limit = nKeys > 1              ? c_limitFurtherKey
+                                       : eScene == eKS_Random ? c_limitOneKeyRandom
+                                                              : c_limitOneKey});
     for (const int nKeys : {1, 2, 4, 8, 16})
         _cases.push_back({.nKeys = nKeys,
                           .nThreads = 2,
@@ -126,25 +129,24 @@ void AddPlugIn(CASES& _cases)
 void AddOthers(CASES& _cases)
 {
     for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_YUY2, eZFCC_I420, eZFCC_NV12, eZFCC_I422, eZFCC_Y444})
-        _cases.push_back({.eSubject = eBSub_Convert, .fccType = fccType, .eAsk = eBA_Over, .limit = Both(1.3)});
+        _cases.push_back({.eSubject = eBSub_Convert, .fccType = fccType, .eAsk = eBA_Over, .limit = {1.2, 1.3}});
     const BENCH_CASE filter = {.eSubject = eBSub_FFmpeg, .eAsk = eBA_Times};
     BENCH_CASE sample = filter;
-    sample.pszFilter = "colorkey=0x1E9628:0.2:0.1";
-    sample.pszPixelFormat = "bgra";
+    sample.arrFilters[0] = {"colorkey=0x1E9628:0.2:0.1", "bgra"};
     sample.limit = Both(15);
     _cases.push_back(sample);
-    sample.pszFilter = "chromakey=0x1E9628:0.2:0.1";
-    sample.pszPixelFormat = "yuva444p";
+    sample.arrFilters[0] = {"chromakey=0x1E9628:0.2:0.1", "yuva444p"};
     sample.limit = Both(60);
     _cases.push_back(sample);
     sample = filter;
-    sample.pszFilter = "despill=green";
-    sample.pszPixelFormat = "bgra";
+    sample.arrFilters[0] = {"despill=green", "bgra"};
     _cases.push_back(sample);
 }
 
 std::string KeyText(const BENCH_CASE& _case)
 {
+    if (_case.nGeneration == 2)
+        return ZFormat("mixed %d %%%hs threads %d", _case.nMixed, _case.bShadows ? " shadows" : "", _case.nThreads);
     const char* const pszType = _case.eType == eCKT_RGB ? "RGB" : _case.eType == eCKT_HLS ? "HLS" : "YUV";
     std::string strText = ZFormat("%hs keys %d", pszType, _case.nKeys - _case.nExclude);
     if (_case.nExclude)
@@ -154,6 +156,16 @@ std::string KeyText(const BENCH_CASE& _case)
     if (_case.bClean)
         strText += " colour cancel";
     return strText + ZFormat(" threads %d", _case.nThreads) + (_case.eScene == eKS_Random ? " random" : "");
+}
+
+std::string FilterText(const BENCH_CASE& _case)
+{
+    const BENCH_FILTER& first = _case.arrFilters[0];
+    const BENCH_FILTER& second = _case.arrFilters[1];
+    if (!*second.pszFilter)
+        return ZFormat("FFmpeg: %hs %hs %dp", first.pszFilter, first.pszPixelFormat, _case.nHeight);
+    return ZFormat("FFmpeg: %hs %hs, %hs %hs %dp", first.pszFilter, first.pszPixelFormat, second.pszFilter,
+                   second.pszPixelFormat, _case.nHeight);
 }
 
 } // namespace
@@ -168,6 +180,7 @@ const std::vector<BENCH_CASE>& BenchCases()
         AddWork(res);
         AddPlugIn(res);
         AddOthers(res);
+        BenchCases2_Add(res);
         return res;
     }();
     return cases;
@@ -177,6 +190,7 @@ std::string BenchCase_Name(const BENCH_CASE& _case)
 {
     const std::string strPicture =
         ZFormat("%s %dp", _case.fccType == eZFCC_RGB32 ? std::string("BGRA") : FCC_Name(_case.fccType), _case.nHeight);
+    const char* const pszGeneration = _case.nGeneration == 2 ? " 2" : "";
     switch (_case.eSubject)
     {
     case eBSub_HandOver:
@@ -184,11 +198,13 @@ std::string BenchCase_Name(const BENCH_CASE& _case)
     case eBSub_Convert:
         return ZFormat("convert: %s to BGRA", strPicture);
     case eBSub_FFmpeg:
-        return ZFormat("FFmpeg: %hs %hs %dp", _case.pszFilter, _case.pszPixelFormat, _case.nHeight);
+        return FilterText(_case);
     case eBSub_PlugIn:
-        return ZFormat("plug-in: %s %s", strPicture, KeyText(_case));
+        return ZFormat("plug-in%hs: %s %s", pszGeneration, strPicture, KeyText(_case));
+    case eBSub_Steps:
+        return ZFormat("steps%hs: %s %s", pszGeneration, strPicture, KeyText(_case));
     default:
-        return ZFormat("engine: %s %s", strPicture, KeyText(_case));
+        return ZFormat("engine%hs: %s %s", pszGeneration, strPicture, KeyText(_case));
     }
 }
 
@@ -216,6 +232,8 @@ double BenchCase_Value(const BENCH_CASE& _case, double _dblSubject, double _dblR
 
 std::string BenchCase_ValueText(const BENCH_CASE& _case, double _dblValue)
 {
+    if (_case.eAsk == eBA_Ratio && _case.nGeneration == 2)
+        return ZFormat("%.2f x copying", _dblValue);
     std::string strText = _case.eAsk == eBA_Nothing ? "" : ZFormat(c_arrAsks[_case.eAsk].pszValue, _dblValue);
     if (_case.eAsk == eBA_Over)
         strText += _case.eSubject == eBSub_Convert ? " libyuv" : " the engine alone";
@@ -224,7 +242,7 @@ std::string BenchCase_ValueText(const BENCH_CASE& _case, double _dblValue)
 
 std::string BenchCase_LimitText(const BENCH_CASE& _case, double _dblLimit)
 {
-    return ZFormat(c_arrAsks[_case.eAsk].bAtLeast ? ">= %.1f" : "<= %.1f", _dblLimit);
+    return ZFormat(c_arrAsks[_case.eAsk].bAtLeast ? ">= %.4g" : "<= %.4g", _dblLimit);
 }
 
 bool BenchCase_IsMet(const BENCH_CASE& _case, double _dblValue, double _dblLimit)

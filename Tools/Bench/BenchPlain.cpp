@@ -69,8 +69,12 @@ std::vector<uint8_t> BenchPlain_Mask(const ZF_VID_PROPS& _vidProps, const ZF_VID
             image.pfnToYUV(arrPixels.data(), arrPixels.data(), nWidth, Img_CoefToYUV(Img_MatrixOf(_vidProps)));
         keys.pfnKeySet(plane.Row(nRow), arrPixels.data(), nColumns, nMerged, set);
     }
-    CMaskPost maskPost;
-    maskPost.Reserve(nWidth);
-    maskPost.Run(plane, MaskPost_Make(_rawKey, false), planes);
+    CMaskSmoother smoother; // of all that finishes a mask, cases ask for this alone
+    smoother.Reserve(nWidth);
+    for (int nPass = 0; nPass < _rawKey.nEdgesSmooth; ++nPass)
+    {
+        smoother.EdgesKeep(plane, 0, nHeight);
+        smoother.Smooth(plane, 0, nHeight, planes);
+    }
     return arrMask;
 }

@@ -63,11 +63,16 @@ BENCH_CASE Case(int _nKeys, int _nThreads, eKeyScene _eScene = eKS_Screen)
     return {.nKeys = _nKeys, .nThreads = _nThreads, .eScene = _eScene};
 }
 
+BENCH_CASE Case2(int _nMixed, int _nThreads)
+{
+    return {.nGeneration = 2, .nThreads = _nThreads, .nMixed = _nMixed};
+}
+
 eSIMD_Level BestOf(const CBenchResults& _results)
 {
     eSIMD_Level eBest = eSIMD_None;
     for (const eSIMD_Level eLevel : c_arrLevels)
-        if (_results.Seconds(Case(1, 1), eLevel))
+        if (_results.Seconds(Case(1, 1), eLevel) || _results.Seconds(Case2(8, 1), eLevel))
             eBest = eLevel;
     return eBest;
 }
@@ -135,18 +140,50 @@ CHART OverLevels(const CBenchResults& _results)
     return maker.Chart();
 }
 
+CHART OverShares(const CBenchResults& _results, eSIMD_Level _eBest)
+{
+    static constexpr int c_arrShares[] = {0, 8, 25, 70};
+    CChartMaker maker(_results, "second generation: ns/pixel over mixed share", false);
+    for (const int nMixed : c_arrShares)
+        maker.Tick(ZFormat("%d %%", nMixed));
+    for (const eSIMD_Level eLevel : c_arrLevels)
+        maker.Line(ZCpu_LevelName(eLevel), [&](size_t _nTick) { return PLACE{Case2(c_arrShares[_nTick], 1), eLevel}; });
+    maker.Line(ZFormat("%hs, two threads", ZCpu_LevelName(_eBest)), [&](size_t _nTick) {
+        return PLACE{Case2(c_arrShares[_nTick], 2), _eBest};
+    });
+    return maker.Chart();
+}
+
+CHART OverSizes2(const CBenchResults& _results, eSIMD_Level _eBest)
+{
+    static constexpr int c_arrSizes[][2] = {{1280, 720}, {1920, 1080}, {3840, 2160}, {8192, 4320}};
+    CChartMaker maker(_results, "second generation: ns/pixel over sizes", false);
+    for (const auto& [nWidth, nHeight] : c_arrSizes)
+        maker.Tick(ZFormat("%dp", nHeight));
+    for (const int nThreads : {1, 2})
+        maker.Line(ZFormat("8 %% mixed, %d threads", nThreads), [&](size_t _nTick) {
+            PLACE place = {Case2(8, nThreads), _eBest};
+            place.benchCase.nWidth = c_arrSizes[_nTick][0];
+            place.benchCase.nHeight = c_arrSizes[_nTick][1];
+            return place;
+        });
+    return maker.Chart();
+}
+
 } // namespace
 
 PICTURE BenchPlot_Draw(const CBenchResults& _results)
 {
-    constexpr int c_nWidth = 560, c_nHeight = 400;
+    constexpr int c_nWidth = 560, c_nHeight = 400, c_nRows = 3;
     PICTURE picture;
-    picture.Resize(2 * c_nWidth, 2 * c_nHeight, 4);
+    picture.Resize(2 * c_nWidth, c_nRows * c_nHeight, 4);
     picture.vecPixels.assign(picture.vecPixels.size(), 255);
     const eSIMD_Level eBest = BestOf(_results);
     Chart_Draw(picture, 0, 0, c_nWidth, c_nHeight, OverKeys(_results, eBest));
     Chart_Draw(picture, c_nWidth, 0, c_nWidth, c_nHeight, OverSizes(_results, eBest));
     Chart_Draw(picture, 0, c_nHeight, c_nWidth, c_nHeight, OverThreads(_results, eBest));
     Chart_Draw(picture, c_nWidth, c_nHeight, c_nWidth, c_nHeight, OverLevels(_results));
+    Chart_Draw(picture, 0, 2 * c_nHeight, c_nWidth, c_nHeight, OverShares(_results, eBest));
+    Chart_Draw(picture, c_nWidth, 2 * c_nHeight, c_nWidth, c_nHeight, OverSizes2(_results, eBest));
     return picture;
 }

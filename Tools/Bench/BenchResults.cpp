@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 
 namespace
@@ -74,6 +75,9 @@ void CBenchResults::Take(const std::map<std::string, std::string>& _mapFields)
     result.arrSeconds.push_back(fnNumber("seconds"));
     result.arrRatios.push_back(fnNumber("ratio"));
     result.arrValues.push_back(fnNumber("value"));
+    for (const auto& [strField, strSeconds] : _mapFields)
+        if (strField.rfind(c_pszBenchStep, 0) == 0)
+            result.mapSteps[strField.substr(std::strlen(c_pszBenchStep))].push_back(std::atof(strSeconds.c_str()));
 }
 
 const BENCH_RESULT* CBenchResults::Find(const BENCH_CASE& _case, eSIMD_Level _eLevel) const

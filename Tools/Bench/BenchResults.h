@@ -9,13 +9,17 @@
 #include <string>
 #include <vector>
 
+/// What the fields begin with that say how long a step took; its name follows.
+inline constexpr char c_pszBenchStep[] = "step ";
+
 /// What the repetitions of a case gave.
 struct BENCH_RESULT
 {
     std::vector<double> arrSeconds;
     std::vector<double> arrRatios;
     std::vector<double> arrValues;
-    std::string strFault; ///< why it could not be measured
+    std::map<std::string, std::vector<double>> mapSteps; ///< seconds by step
+    std::string strFault;                                ///< why it could not be measured
 };
 
 /// What runs of the benchmark program wrote as JSON, one file for each level.

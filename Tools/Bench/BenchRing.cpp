@@ -10,9 +10,15 @@
 
 #include <cstring>
 
+size_t BenchRing_Count(int _nWidth, int _nHeight)
+{
+    constexpr int64_t c_nManyPixels = 3840 * 2160;
+    return int64_t{_nWidth} * _nHeight > c_nManyPixels ? 3 : 10;
+}
+
 BENCH_RING BenchRing_Make(uint32_t _fccType, int _nWidth, int _nHeight)
 {
-    BENCH_RING ring;
+    BENCH_RING ring(BenchRing_Count(_nWidth, _nHeight));
     const ZF_VID_PROPS vidProps = Stream_Props(_fccType, _nWidth, -_nHeight, eZI_Progressive);
     for (CZPtr<IZFFrame>& cpFrame : ring)
     {
@@ -34,7 +40,7 @@ uint8_t* BenchRing_Bytes(IZFFrame* _pFrame)
 
 BENCH_RING BenchRing_OfScene(const PICTURE& _picture, uint32_t _fccType)
 {
-    BENCH_RING ring;
+    BENCH_RING ring(BenchRing_Count(_picture.nWidth, _picture.nHeight));
     ring[0] = KeyScene_Frame(_picture, _fccType);
     for (size_t i = 1; i < ring.size(); ++i)
         if (const HRESULT hr = ZQuery<IZFFrame2>(ring[0])->FrameClone(eZFC_OwnPicture, ring[i].Put()); FAILED(hr))

@@ -5,13 +5,15 @@
 #include "Base/ZPtr.h"
 #include "Interfaces/IZFFrame.h"
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 /// Frames in turn, so that every one comes from memory as in a video, and not from the caches. A module hands the last
 /// result out again for a frame that it has just seen: one frame alone would measure that.
-inline constexpr size_t c_nBenchRing = 10;
-using BENCH_RING = std::array<CZPtr<IZFFrame>, c_nBenchRing>;
+using BENCH_RING = std::vector<CZPtr<IZFFrame>>;
+/// How many: ten, and three of pictures that fill every cache by themselves.
+size_t BenchRing_Count(int _nWidth, int _nHeight);
 
 /// Frames with all bytes 255, top-down; the pictures begin at a multiple of 64 bytes, as those of hosts do. RGB
 /// formats. Throws CZHostError.

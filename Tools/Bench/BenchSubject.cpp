@@ -1,6 +1,8 @@
 #include "Bench/BenchSubject.h"
 
+#include "Bench/BenchSubject2.h"
 #include "Bench/LibYuv.h"
+#include "Bench/RingPlanes.h"
 #include "Interfaces/ZOptionNames.h"
 #include "Kit/Keyer.h"
 #include "Kit/Result.h"
@@ -15,24 +17,6 @@ namespace
 {
 
 constexpr uint32_t c_nFigure = 0x3C32C8; // what exclusion keys protect: the red of the right half, R lowest
-
-/// The pictures of a ring, addressed from their top rows.
-struct RING_PLANES
-{
-    explicit RING_PLANES(const BENCH_RING& _ring)
-    {
-        Result_Check(_ring[0]->VideoPropsGet(&vidProps), "looking at a frame");
-        for (size_t i = 0; i < _ring.size(); ++i)
-            Result_Check(_ring[i]->VideoPtrGet(eZFP_Flip, &arrPtr[i]), "reading a frame");
-    }
-    size_t Next()
-    {
-        return nNext = (nNext + 1) % c_nBenchRing;
-    }
-    ZF_VID_PROPS vidProps = {};
-    ZF_VID_PTR arrPtr[c_nBenchRing] = {};
-    size_t nNext = 0;
-};
 
 class CEngineSubject : public CBenchSubject
 {
@@ -51,7 +35,7 @@ public:
     {
         Key(m_planes.Next());
     }
-    std::vector<uint8_t> Mask() override
+    std::vector<uint8_t> Answer() override
     {
         Key(0);
         const uint8_t* const pMask = BenchRing_Bytes(m_ringMasks[0].Get());
@@ -61,7 +45,7 @@ public:
 private:
     void Key(size_t _nFrame)
     {
-        Result_Check(m_engine.ProcessFrame(&m_planes.arrPtr[_nFrame], BenchRing_Bytes(m_ringMasks[_nFrame].Get()),
+        Result_Check(m_engine.ProcessFrame(&m_planes.vecPtr[_nFrame], BenchRing_Bytes(m_ringMasks[_nFrame].Get()),
                                            &m_planes.vidProps, &m_rawKey),
                      "keying a frame");
     }
@@ -86,10 +70,10 @@ public:
     }
     void Next() override
     {
-        m_nNext = (m_nNext + 1) % c_nBenchRing;
+        m_nNext = (m_nNext + 1) % m_ring.size();
         m_keyer.Process(m_ring[m_nNext].Get(), m_fnIgnore);
     }
-    std::vector<uint8_t> Mask() override
+    std::vector<uint8_t> Answer() override
     {
         PICTURE mask;
         m_keyer.Process(m_ring[0].Get(), [&](IZFFrame* _pResult) { Picture_FromMask(_pResult, mask); });
@@ -120,7 +104,7 @@ public:
     {
         const size_t nFrame = m_planes.Next();
         Result_Check(
-            m_pfnConvert(m_planes.vidProps, m_planes.arrPtr[nFrame], m_results.vidProps, m_results.arrPtr[nFrame]),
+            m_pfnConvert(m_planes.vidProps, m_planes.vecPtr[nFrame], m_results.vidProps, m_results.vecPtr[nFrame]),
             "converting a frame");
     }
 
@@ -155,10 +139,10 @@ CHROMA_KEY_RAW BenchSubject_Keys(const BENCH_CASE& _case, const BENCH_RING& _rin
 
 std::unique_ptr<CBenchSubject> BenchSubject_Make(const BENCH_CASE& _case, const BENCH_RING& _ring)
 {
+    if (_case.nGeneration == 2)
+        return BenchSubject2_Make(_case, _ring);
     switch (_case.eSubject)
     {
-    case eBSub_FFmpeg:
-        return nullptr;
     case eBSub_Convert:
         return std::make_unique<CConvertSubject>(_case, _ring, ZConvert_Frame);
     case eBSub_PlugIn:
@@ -188,5 +172,7 @@ std::unique_ptr<CBenchSubject> BenchSubject_MakeReference(const BENCH_CASE& _cas
     default:
         return nullptr;
     }
+    if (_case.nGeneration == 2)
+        return BenchSubject2_Make(other, _ring);
     return std::make_unique<CEngineSubject>(other, _ring);
 }

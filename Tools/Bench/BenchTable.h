@@ -14,3 +14,6 @@ struct BENCH_TABLE
 BENCH_TABLE BenchTable_Make(const CBenchResults& _results);
 /// The curve over the number of keys as a small table in Markdown.
 std::string BenchTable_Keys(const CBenchResults& _results);
+/// The second generation: the curve over the mixed share, and where the time of a frame goes.
+std::string BenchTable_Shares(const CBenchResults& _results);
+std::string BenchTable_Steps(const CBenchResults& _results);

@@ -2,7 +2,6 @@
 
 #include "Kit/HostError.h"
 #include "Kit/Process.h"
-#include "Sample/KeyScene.h"
 
 #include "Base/ZLog.h"
 #include "Image/ImgColor.h"
@@ -21,17 +20,15 @@ namespace fs = std::filesystem;
 constexpr int c_nFrames = 40;
 constexpr int c_nRuns = 2; // of each filter; the least counts
 
-/// The scene as raw frames for ffmpeg, in memory where the system has such files. Removed again.
+/// A picture as raw frames for ffmpeg, in memory where the system has such files. Removed again.
 class CRawFile
 {
 public:
-    explicit CRawFile(const BENCH_CASE& _case)
+    CRawFile(const PICTURE& _picture, const std::string& _strPixelFormat)
         : m_path((fs::is_directory("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path()) /
                  ("zck_bench_" + std::to_string(reinterpret_cast<uintptr_t>(this)) + ".raw"))
     {
-        const PICTURE picture = KeyScene_Picture(_case.nWidth, _case.nHeight, 1);
-        const std::vector<uint8_t> vecFrame =
-            _case.pszPixelFormat == std::string_view("bgra") ? picture.vecPixels : PlanarOf(picture);
+        const std::vector<uint8_t> vecFrame = _strPixelFormat == "bgra" ? _picture.vecPixels : PlanarOf(_picture);
         std::ofstream file(m_path, std::ios::binary);
         file.write(reinterpret_cast<const char*>(vecFrame.data()), static_cast<std::streamsize>(vecFrame.size()));
         if (!file.flush())
@@ -72,12 +69,12 @@ double NumberAfter(const std::string& _strText, const char* _pszWord)
 }
 
 /// Processor seconds of a run over all frames.
-double RunSeconds(const BENCH_CASE& _case, const std::string& _strFile, const char* _pszFilter)
+double RunSeconds(const BENCH_FILTER& _filter, const PICTURE& _picture, const std::string& _strFile)
 {
     const std::string strCommand =
         ZFormat("ffmpeg -nostdin -hide_banner -benchmark -threads 1 -f rawvideo -pixel_format %hs -video_size %dx%d "
                 "-stream_loop %d -i '%s' -filter_threads 1 -vf '%hs' -f null -",
-                _case.pszPixelFormat, _case.nWidth, _case.nHeight, c_nFrames - 1, _strFile, _pszFilter);
+                _filter.pszPixelFormat, _picture.nWidth, _picture.nHeight, c_nFrames - 1, _strFile, _filter.pszFilter);
     int nExit = 0;
     const std::string strText = Process_Run(strCommand, &nExit);
     const double dblUser = NumberAfter(strText, "utime="), dblSystem = NumberAfter(strText, "stime=");
@@ -95,14 +92,14 @@ bool FFmpeg_IsThere()
     return nExit == 0;
 }
 
-double FFmpeg_FilterSeconds(const BENCH_CASE& _case)
+double FFmpeg_FilterSeconds(const BENCH_FILTER& _filter, const PICTURE& _picture)
 {
-    const CRawFile file(_case);
+    const CRawFile file(_picture, _filter.pszPixelFormat);
     double dblNull = 1e9, dblFilter = 1e9;
     for (int i = 0; i < c_nRuns; ++i)
     {
-        dblNull = std::min(dblNull, RunSeconds(_case, file.Path(), "null"));
-        dblFilter = std::min(dblFilter, RunSeconds(_case, file.Path(), _case.pszFilter));
+        dblNull = std::min(dblNull, RunSeconds({"null", _filter.pszPixelFormat}, _picture, file.Path()));
+        dblFilter = std::min(dblFilter, RunSeconds(_filter, _picture, file.Path()));
     }
     return (dblFilter - dblNull) / c_nFrames;
 }

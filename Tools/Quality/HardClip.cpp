@@ -15,8 +15,7 @@ bool FindBackdrop(CZKeyer& _keyer, IZFFrame* _pFrame)
     IZChromaKey2* const pKey2 = _keyer.Key2();
     Result_Check(pKey2 ? pKey2->FrameSet(_pFrame) : pKey->KeyFrameSet(_pFrame, nullptr),
                  "handing over the first frame");
-    const HRESULT hr = pKey2 ? pKey2->KeyAuto() : pKey->KeyDetect(nullptr);
-    Result_Check(hr, "finding the backdrop");
+    const HRESULT hr = _keyer.FindBackdrop();
     Result_Check(pKey2 ? pKey2->FrameSet(nullptr) : pKey->KeyFrameSet(nullptr, nullptr), "taking the frame back");
     return hr != S_FALSE;
 }

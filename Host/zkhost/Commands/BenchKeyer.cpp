@@ -8,8 +8,6 @@
 
 #include "Base/ZLog.h"
 
-#include <array>
-
 namespace
 {
 
@@ -37,7 +35,7 @@ public:
     }
     std::string CheckText() override
     {
-        for (size_t i = 0; i < c_nBenchRing; ++i)
+        for (size_t i = 0; i < m_arrFrames.size(); ++i)
             KeyScene_Check(MaskOf(i), m_nKeys);
         return "mask\tright\n";
     }
@@ -59,11 +57,13 @@ public:
         scene.nWidth = _command.nWidth;
         scene.nHeight = _command.nHeight;
         const CZSampleScene painter(scene);
+        m_keyer.OptionSet(c_szOptionARGB, "true");
         PICTURE picture;
-        for (size_t i = 0; i < c_nBenchRing; ++i)
+        m_vecTruths.resize(BenchRing_Count(_command.nWidth, _command.nHeight));
+        for (PICTURE& truth : m_vecTruths)
         {
-            painter.Paint(static_cast<int64_t>(i), picture, m_arrTruths[i]);
-            m_arrFrames[i] = KeyScene_Frame(picture, _command.fccType);
+            painter.Paint(static_cast<int64_t>(m_arrFrames.size()), picture, truth);
+            m_arrFrames.push_back(KeyScene_Frame(picture, _command.fccType));
         }
         IZChromaKey2* const pKey = m_keyer.Key2();
         Result_Check(pKey->FrameSet(m_arrFrames[0].Get()), "handing over the first frame");
@@ -79,12 +79,13 @@ public:
     std::string CheckText() override
     {
         double dblMixed = 0, dblError = 0;
-        for (size_t i = 0; i < c_nBenchRing; ++i)
+        const size_t nFrames = m_arrFrames.size();
+        for (size_t i = 0; i < nFrames; ++i)
         {
             CHROMA_KEY2_STATS stats = {};
-            dblError += ErrorOf(MaskOf(i), m_arrTruths[i]) / c_nBenchRing;
+            dblError += ErrorOf(MaskOf(i), m_vecTruths[i]) / static_cast<double>(nFrames);
             Result_Check(m_keyer.Key2()->StatsGet(&stats), "asking for statistics");
-            dblMixed += stats.dblMixed / c_nBenchRing;
+            dblMixed += stats.dblMixed / static_cast<double>(nFrames);
         }
         if (!(dblError <= c_dblMostError))
             throw CZHostError(ZFormat("alpha is off by %.1f, at most %.1f is right; measuring it means nothing",
@@ -105,7 +106,7 @@ private:
         return 1000 * dblSum / static_cast<double>(_truth.vecPixels.size());
     }
 
-    std::array<PICTURE, c_nBenchRing> m_arrTruths;
+    std::vector<PICTURE> m_vecTruths;
 };
 
 } // namespace
@@ -113,9 +114,14 @@ private:
 CZBenchKeyer::CZBenchKeyer(const BENCH_COMMAND& _command, const CLSID& _clsid)
     : m_keyer(CZModule::Own(), _clsid)
 {
-    m_keyer.OptionSet(c_szOptionThread, "false");
+    ThreadSet(false);
     m_keyer.OptionSet(c_szOptionGPUMode, _command.bGPU ? "1" : "0");
     m_keyer.OptionSet(c_szOptionThreads, std::to_string(_command.nThreads));
+}
+
+void CZBenchKeyer::ThreadSet(bool _bOn)
+{
+    m_keyer.OptionSet(c_szOptionThread, _bOn ? "true" : "false");
 }
 
 PICTURE CZBenchKeyer::MaskOf(size_t _nFrame)

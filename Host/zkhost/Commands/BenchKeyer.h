@@ -17,6 +17,9 @@ struct BENCH_COMMAND
     bool bGPU = false;
     int nWidth = 0;
     int nHeight = 0;
+    bool bLatency = false;
+    int nFrames = 10000; ///< of which the latency is measured
+    int nSpin = 0;       ///< threads that only keep cores busy, and nothing else
     uint32_t fccType = 0;
 };
 
@@ -28,10 +31,13 @@ public:
     CZBenchKeyer(const CZBenchKeyer&) = delete;
     CZBenchKeyer& operator=(const CZBenchKeyer&) = delete;
 
-    void KeyNext()
+    /// Hands the next frame in and answers a result: its own, or with the output thread that of the frame before.
+    CZPtr<IZFFrame> PushNext()
     {
-        m_keyer.Process(m_arrFrames[m_nNext++ % c_nBenchRing].Get(), m_fnIgnore);
+        return m_keyer.Push(m_arrFrames[m_nNext++ % m_arrFrames.size()].Get());
     }
+    /// Switches the output thread; it is off at first.
+    void ThreadSet(bool _bOn);
     /// What is measured, as lines of the report.
     virtual std::string WhatText() const = 0;
     /// Keys all frames once more and looks at their masks: lines of the report about them. Throws CZHostError where one
@@ -48,7 +54,6 @@ protected:
 
 private:
     size_t m_nNext = 0;
-    const std::function<void(IZFFrame*)> m_fnIgnore = [](IZFFrame*) {};
 };
 
 /// The least width and height that a generation is measured with: in smaller pictures there is no backdrop without

@@ -5,6 +5,7 @@
 #include "Kit/HostError.h"
 #include "Kit/Tables.h"
 #include "zkhost/Commands/BenchKeyer.h"
+#include "zkhost/Commands/BenchLatency.h"
 #include "zkhost/Commands/KeyerChoice.h"
 #include "zkhost/Files/OutFile.h"
 #include "zkhost/Files/RawReader.h"
@@ -14,6 +15,7 @@
 #include "Base/ZCpu.h"
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
+#include "Image/ImgRowReader.h"
 
 #include <algorithm>
 #include <chrono>
@@ -22,7 +24,7 @@
 namespace
 {
 
-constexpr size_t c_nWarmUp = c_nBenchRing;
+constexpr size_t c_nWarmUp = 10;
 constexpr size_t c_nMinTimes = 40;
 constexpr double c_dblMinSeconds = 1;
 
@@ -37,7 +39,8 @@ std::string Report(const BENCH_COMMAND& _command, CZBenchKeyer& _keyer, CZBenchT
     strText += ZFormat("SIMD in use\t%s\n", ZCpu_LevelName(ZCpu_Level()));
     strText += ZFormat("%sframes measured\t%d\n", _keyer.CheckText(), _timesKeyed.Count());
     strText += ZFormat("ns/pixel\t%.3f\nframes/s\t%.1f\n", dblKeyed / dblPixels * 1e9, 1 / dblKeyed);
-    strText += ZFormat("streaming ns/pixel\t%.3f\nratio\t%.2f\n", dblStream / dblPixels * 1e9, dblKeyed / dblStream);
+    strText += ZFormat("%hs ns/pixel\t%.3f\nratio\t%.2f\n", _command.nKeyer == 1 ? "streaming" : "copying",
+                       dblStream / dblPixels * 1e9, dblKeyed / dblStream);
     return strText;
 }
 
@@ -49,26 +52,34 @@ std::string BenchOnly1(const BENCH_COMMAND& _command)
     return _command.bGPU ? "--gpu" : "";
 }
 
-void Run(BENCH_COMMAND _command)
+/// Completes the command, or throws CZUsageError. The latency of both generations is measured unless it says which.
+void Check(BENCH_COMMAND& _command)
 {
-    StandardError_LogSet(eZLog_Warning);
-    _command.nKeyer = KeyerChoice_Make({_command.nKeyer, "", BenchOnly1(_command), ""});
+    const std::string strOnly1 = BenchOnly1(_command);
+    if (!_command.bLatency || _command.nKeyer != 0 || !strOnly1.empty())
+        _command.nKeyer = KeyerChoice_Make({_command.nKeyer, "", strOnly1, ""});
     Raw_ReadSizeOption(_command.strSize, _command.nWidth, _command.nHeight);
-    const int nLeast = BenchKeyer_LeastSide(_command.nKeyer);
+    const int nLeast = BenchKeyer_LeastSide(_command.nKeyer == 1 ? 1 : 2);
     if (std::min(_command.nWidth, _command.nHeight) < nLeast)
         throw CZUsageError(
             ZFormat("--size %s: the picture has to be %d pixels each way at least", _command.strSize, nLeast));
     _command.fccType = Raw_ReadFormatOption(_command.strFormat);
+    if (!Img_IsReadable(_command.fccType))
+        throw CZUsageError(ZFormat("--format %s: the module has no such frames; files alone have", _command.strFormat));
     if (_command.fccType == eZFCC_RGB8)
         throw CZUsageError(ZFormat("--format %s: a grey picture has no colours to key", _command.strFormat));
     if (_command.bGPU && Tables_Read(CZModule::Own(), eZTable_Adapters).empty())
         throw CZHostError("there is no GPU path to measure: this build has none, or the system has no adapter "
                           "(\"zkhost info\" lists them); leave --gpu out to measure the CPU");
+}
+
+void RunSpeed(const BENCH_COMMAND& _command)
+{
     const auto upKeyer = BenchKeyer_Make(_command);
-    CZBenchStream stream(_command.nWidth, _command.nHeight);
+    CZBenchStream stream(_command.nWidth, _command.nHeight, _command.nKeyer == 1 ? eBP_Mask : eBP_Picture);
     for (size_t i = 0; i < c_nWarmUp; ++i)
     {
-        upKeyer->KeyNext();
+        upKeyer->PushNext();
         stream.Next();
     }
     CZBenchTimes timesKeyed, timesStream;
@@ -77,10 +88,22 @@ void Run(BENCH_COMMAND _command)
            std::chrono::duration<double>(std::chrono::steady_clock::now() - timeBegin).count() < c_dblMinSeconds)
     {
         OutFile_CheckInterrupt();
-        timesKeyed.Run([&] { upKeyer->KeyNext(); });
+        timesKeyed.Run([&] { upKeyer->PushNext(); });
         timesStream.Run([&] { stream.Next(); });
     }
     OutFile_Print(Report(_command, *upKeyer, timesKeyed, timesStream));
+}
+
+void Run(BENCH_COMMAND _command)
+{
+    if (_command.nSpin > 0)
+        return BenchLatency_Spin(_command.nSpin);
+    StandardError_LogSet(eZLog_Warning);
+    Check(_command);
+    if (_command.bLatency)
+        BenchLatency_Run(_command);
+    else
+        RunSpeed(_command);
 }
 
 } // namespace
@@ -88,7 +111,7 @@ void Run(BENCH_COMMAND _command)
 void Command_AddBench(CLI::App& _app)
 {
     CLI::App& command = *_app.add_subcommand(
-        "bench", "Measure how fast frames are keyed, beside a pass that only reads a frame and writes a mask");
+        "bench", "Measure how fast frames are keyed, beside a pass that only reads a frame and writes a result");
     const auto spCommand = std::make_shared<BENCH_COMMAND>();
     command.add_option("--size", spCommand->strSize, "Width and height in pixels")
         ->type_name("WxH")
@@ -116,12 +139,25 @@ void Command_AddBench(CLI::App& _app)
         ->capture_default_str();
     command.add_flag("--gpu", spCommand->bGPU,
                      "Measure the GPU path, upload and download included; threads do not count then");
+    command.add_flag(
+        "--latency", spCommand->bLatency,
+        "How long a frame takes from being handed in to being handed out: median, 99 % and worst, of both\n"
+        "generations unless --keyer says which, with output.thread off and on, and beside a process of\n"
+        "ours that keeps all cores busy but one and is ended with its rows");
+    command.add_option("--frames", spCommand->nFrames, "Frames that each row of --latency measures")
+        ->type_name("N")
+        ->check(Command_Whole(1, 1000000))
+        ->capture_default_str();
+    command.add_option("--spin", spCommand->nSpin, "Only keep so many cores busy, until standard input ends")
+        ->check(Command_Whole(1, 1024))
+        ->group("");
     command.footer("Times are the lowest deciles over the frames of at least a second.\n\n"
                    "Examples:\n"
                    "  zkhost bench\n"
                    "  zkhost bench --keyer 1\n"
                    "  zkhost bench --size 3840x2160 --format UYVY --keys 4 --threads 2\n"
                    "  zkhost bench --gpu --format UYVY\n"
+                   "  zkhost bench --latency --frames 1000\n"
                    "  ZCK_SIMD=none zkhost bench\n");
     command.callback([spCommand] { Run(*spCommand); });
 }

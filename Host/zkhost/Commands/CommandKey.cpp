@@ -3,6 +3,7 @@
 #include "zkhost/Commands/KeyJob.h"
 #include "zkhost/Commands/Progress.h"
 #include "zkhost/Files/Background.h"
+#include "zkhost/Files/FullChroma.h"
 #include "zkhost/Files/NamePattern.h"
 #include "zkhost/Files/PictureWriter.h"
 #include "zkhost/Files/UsageError.h"
@@ -43,10 +44,10 @@ public:
     {
         m_files.Protect(_command.options.Input());
         const bool bRaw = NamePattern_Extension(_command.strOutput) == "raw";
-        const eZFCC fccType = _command.options.IsDeep() ? eZFCC_ARGB64 : bRaw ? eZFCC_ARGB32 : eZFCC_Y444;
+        const uint32_t fccType = _command.options.IsDeep() ? eZFCC_ARGB64 : bRaw ? eZFCC_ARGB32 : c_fccI444;
         m_upPictures = PictureWriter_Open(_command.strOutput, _stream, fccType, m_files);
         if (!_command.strMask.empty())
-            m_upMasks = PictureWriter_Open(_command.strMask, _stream, eZFCC_Y444, m_files);
+            m_upMasks = PictureWriter_Open(_command.strMask, _stream, c_fccI444, m_files);
         m_pKeys = _command.options.OpenKeys(m_files);
     }
 
@@ -131,8 +132,8 @@ void Command_AddKey(CLI::App& _app)
     spCommand->options.AddInput(command);
     command
         .add_option("-o,--output", spCommand->strOutput,
-                    "*.png or name_%05d.png (straight alpha), *.y4m or - (4:4:4 with alpha), *.raw (ARGB32);\n"
-                    "with --bits 16: *.png, name_%05d.png, *.raw or - (both rgba64le)")
+                    "*.png or name_%05d.png (straight alpha), *.y4m or - (4:4:4 with alpha), *.raw (ARGB32,\n"
+                    "rows top-down); with --bits 16: *.png, name_%05d.png, *.raw or - (both rgba64le)")
         ->type_name("FILE")
         ->check(Command_File())
         ->required();

@@ -12,9 +12,11 @@ constexpr const char* c_pszOptions = "# Options, parameters and adjustments\n\n"
                                      "Made by `zkhost options` from the tables that the plug-in itself reads.\n\n"
                                      "## Options\n\n"
                                      "Set by name through `IZProps` (`zkhost key --set NAME=VALUE`); read when a frame "
-                                     "comes in. A value that does not fit\n"
-                                     "is refused with E_INVALIDARG, and the log says what fits.\n\n"
-                                     "| option | default | effect |\n|---|---|---|\n";
+                                     "comes in. A value that does not fit,\n"
+                                     "and a name that is no option, are refused with E_INVALIDARG, and the log says "
+                                     "what fits. An option that is not set\n"
+                                     "answers its default with S_FALSE.\n\n"
+                                     "| option | takes | default | effect |\n|---|---|---|---|\n";
 constexpr const char* c_pszParams = "\n## Parameters of the second generation\n\n"
                                     "Set through `IZChromaKey2::ParamSet` (`zkhost key --param NAME=VALUE`). A choice "
                                     "is a number, counted from 0 in the "
@@ -32,11 +34,13 @@ constexpr const char* c_pszAdjust =
     "moving one there and back changes nothing. 0 means \"as taken\".\n\n"
     "| `eCK_Adjust` | name | range | what you see | what it does to the key set |\n|---|---|---|---|---|\n";
 
-/// "0 to 200 %", or the names of a choice.
+/// "0 to 200 %", the names of a choice, or which values are right where there is no range.
 std::string TakesText(const ZTABLE_ROW& _row)
 {
+    if (_row.dblLeast == 0 && _row.dblMost == 0)
+        return ZFormat(_row.pszUnit[0] ? "%hs (%hs)" : "%hs", _row.pszRight, _row.pszUnit);
     if (_row.eValue != eZV_Choice)
-        return ZFormat("%g to %g %hs", _row.dblLeast, _row.dblMost, _row.pszUnit);
+        return ZFormat(_row.pszUnit[0] ? "%g to %g %hs" : "%g to %g", _row.dblLeast, _row.dblMost, _row.pszUnit);
     std::string strText;
     for (const std::string& strName : Tables_Choices(_row))
         strText += ZFormat(strText.empty() ? "%hs" : ", %hs", strName);
@@ -47,8 +51,8 @@ std::string OptionsText()
 {
     std::string strText = c_pszOptions;
     for (const ZTABLE_ROW& row : Tables_Read(CZModule::Own(), eZTable_Options))
-        strText +=
-            ZFormat("| \"%hs\" | %hs | %hs |\n", row.pszName, row.pszDefault[0] ? row.pszDefault : "none", row.pszHelp);
+        strText += ZFormat("| \"%hs\" | %hs | %hs | %hs |\n", row.pszName, TakesText(row),
+                           row.pszDefault[0] ? row.pszDefault : "none", row.pszHelp);
     strText += c_pszParams;
     for (const ZTABLE_ROW& row : Tables_Read(CZModule::Own(), eZTable_Params))
         strText += ZFormat("| %hs | %hs | %hs | %hs | %hs |\n", row.pszName, TakesText(row), row.pszDefault,

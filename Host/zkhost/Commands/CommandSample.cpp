@@ -3,6 +3,7 @@
 #include "Sample/HardScene.h"
 #include "Sample/SampleScene.h"
 #include "zkhost/Commands/Progress.h"
+#include "zkhost/Files/FullChroma.h"
 #include "zkhost/Files/NamePattern.h"
 #include "zkhost/Files/PictureWriter.h"
 #include "zkhost/Files/RawReader.h"
@@ -104,7 +105,7 @@ void Run(const SAMPLE_COMMAND& _command)
         PictureWriter_Open(InFolder(_command.strOutput, "frame_%05d.png", files), stream, fccType, files);
     std::unique_ptr<CZPictureWriter> upTruth;
     if (!_command.strTruth.empty())
-        upTruth = PictureWriter_Open(InFolder(_command.strTruth, "truth_%05d.png", files), stream, eZFCC_Y444, files);
+        upTruth = PictureWriter_Open(InFolder(_command.strTruth, "truth_%05d.png", files), stream, c_fccI444, files);
     CZProgress progress("painted", _command.nFrames, _command.bQuiet);
     PICTURE picture, truth;
     for (int64_t i = 0; i < _command.nFrames; ++i)
@@ -122,7 +123,7 @@ void Run(const SAMPLE_COMMAND& _command)
 void AddOptions(CLI::App& _app, SAMPLE_COMMAND& _command)
 {
     _app.add_option("-o,--output", _command.strOutput,
-                    "*.y4m or - (I420, I422, Y444), *.raw, *.png, name_%05d.png, or a folder, which is made where it "
+                    "*.y4m or - (I420, I422, I444), *.raw, *.png, name_%05d.png, or a folder, which is made where it "
                     "is not there")
         ->type_name("FILE")
         ->check(Command_File());
@@ -139,7 +140,10 @@ void AddOptions(CLI::App& _app, SAMPLE_COMMAND& _command)
         ->type_name("N")
         ->check(Command_Whole(1))
         ->capture_default_str();
-    _app.add_option("--format", _command.strFormat, "Pixel format of *.y4m and *.raw (\"zkhost formats\" lists them)")
+    _app.add_option("--format", _command.strFormat,
+                    "Pixel format of *.y4m and *.raw: those that \"zkhost formats\" lists as keyed, and I444, planes "
+                    "Y, U, V of full "
+                    "width. Rows of *.raw lie top-down, as --in reads them")
         ->type_name("NAME")
         ->capture_default_str();
     _app.add_option("--screen", _command.strScreen, "Colour of the usual scene's backdrop, green or blue")

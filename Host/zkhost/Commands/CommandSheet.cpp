@@ -27,7 +27,6 @@ constexpr int c_nMargin = 12;   // around the pictures
 constexpr int c_nLabelHeight = 30;
 constexpr uint32_t c_nPaper = 0x1E2126;
 constexpr uint32_t c_nInk = 0xE8EAED;
-constexpr double c_dblColorsClean = 100; // all of the backdrop's tint is taken out
 
 struct SHEET_COMMAND
 {
@@ -143,9 +142,8 @@ KEYED Compared(IZFFrame* _pFirst, IZFFrame* _pFrame)
     keyer.OptionSet(c_szOptionThread, "false");
     keyer.OptionSet(c_szOptionARGB, "true");
     CZKeyOptions::FrameSet(keyer, _pFirst);
-    if (keyer.Key()->KeyDetect(nullptr) != S_OK)
+    if (keyer.FindBackdrop() == S_FALSE)
         throw CZHostError("--compare: the first generation finds no green or blue backdrop in the first frame");
-    Result_Check(keyer.Key()->KeyAdjustSet(eCKA_Colors, c_dblColorsClean), "cleaning colours");
     return KeyedOf(keyer, _pFrame);
 }
 

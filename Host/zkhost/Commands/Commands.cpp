@@ -12,6 +12,11 @@ CLI::Validator Command_Whole(int64_t _nMin, int64_t _nMax)
         [=](const std::string& _strValue) {
             int64_t nValue = 0;
             const bool bRight = PropText_ReadInt(_strValue, &nValue) && nValue >= _nMin && nValue <= _nMax;
+            const bool bTooLong = !bRight && _nMax == INT64_MAX && !_strValue.empty() &&
+                                  _strValue.find_first_not_of("0123456789") == std::string::npos &&
+                                  !PropText_ReadInt(_strValue, &nValue);
+            if (bTooLong)
+                return ZFormat("\"%s\" is too large a number", _strValue);
             return bRight ? std::string() : ZFormat("\"%s\" has to be %s", _strValue, strRange);
         },
         "");

@@ -89,6 +89,10 @@ std::string Describe_Text(const std::string& _strProps)
     if (!vidProps.eVideoFormat && (!vidProps.nWidth || !vidProps.nHeight))
         throw CZUsageError(ZFormat("--props \"%s\": there is no size in it; add WxH or format=NAME", _strProps));
     VidProps_Normalize(&vidProps, false);
+    if (vidProps.nWidth < 1 || vidProps.nHeight == 0)
+        throw CZUsageError(ZFormat("--props \"%s\": this picture is too small for %s, whose chroma is shared by two "
+                                   "pixels or rows; give it an even size",
+                                   _strProps, FCC_Name(vidProps.fccType)));
     const ZF_VID_PTR vidPtr = VidPtr_Build(&vidProps, 0, false);
     const ZF_VID_PROPS vidMask = VidProps_Mask(&vidProps);
     std::string strText =

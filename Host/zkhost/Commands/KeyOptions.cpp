@@ -54,8 +54,10 @@ void CZKeyOptions::AddInput(CLI::App& _command)
         ->required();
     _command
         .add_option("--in", m_strRawSpec,
-                    "What headerless input holds: FCC:WxH[@RATE][i|iT|iB][:STRIDE]; a negative height means "
-                    "top-down, for RGB")
+                    "What headerless input holds: FCC:WxH[@RATE][i|iT|iB][:STRIDE]. FCC: what \"zkhost formats\" lists "
+                    "as\nkeyed, or I444: planes Y, U, V of full width, which those of Y444 have not. Rows lie "
+                    "top-down, as\n-o and \"zkhost sample\" write them; those of RGB bottom-up where the stride is "
+                    "negative")
         ->type_name("SPEC");
     _command
         .add_option("--set", m_vecSets,

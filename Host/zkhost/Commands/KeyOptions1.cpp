@@ -7,7 +7,6 @@
 #include "zkhost/Commands/PluginOptions.h"
 #include "zkhost/Files/UsageError.h"
 
-#include "Base/ZBstr.h"
 #include "Base/ZLog.h"
 #include "Props/PropText.h"
 
@@ -36,6 +35,20 @@ const std::vector<ZTABLE_ROW>& AdjustRows()
 {
     static const std::vector<ZTABLE_ROW> s_vecRows = Tables_Read(CZModule::Own(), eZTable_Adjusts);
     return s_vecRows;
+}
+
+/// Says so where the key set of a file keys nothing: every frame comes out as it is then.
+void WarnOfIdleKeys(const CZKeyer& _keyer, const std::string& _strFile)
+{
+    CHROMA_KEY_RAW key = {};
+    Result_Check(_keyer.Key()->KeyRawGet(&key, nullptr), "looking at the keys");
+    const bool bSpace = key.eType == eCKT_RGB || key.eType == eCKT_HLS || key.eType == eCKT_YUV;
+    if (!bSpace)
+        ZLog(eZLog_Warning,
+             "the keys of %s are of type %d, which keys nothing; those of type 2 (RGB), 3 (HLS) and 4 (YUV) do\n",
+             _strFile, key.eType);
+    else if (key.nKeysUsed < 1)
+        ZLog(eZLog_Warning, "%s has no keys, so nothing is keyed; add --auto or --pick X,Y\n", _strFile);
 }
 
 } // namespace
@@ -100,12 +113,12 @@ void CZKeyOptions::Detect1(CZKeyer& _keyer) const
     }
     if (!m_strType.empty())
         strProps += "detect.type=" + m_strType;
-    const HRESULT hr = _keyer.Key()->KeyDetect(CZBStr(strProps).Get());
-    Result_Check(hr, "finding the backdrop");
-    if (hr == S_FALSE)
-        throw CZHostError(ZFormat("no green or blue backdrop was found in the first frame of %s; pick its colour with "
-                                  "--pick X,Y, or change --set detect.threshold=N, detect.blocks=N or detect.borders=N",
-                                  m_strInput));
+    if (_keyer.FindBackdrop(strProps) == S_FALSE)
+        throw CZHostError(
+            ZFormat("no green or blue backdrop was found in the first frame of %s: no large, flat area of "
+                    "one of them reaches along its upper border; pick its colour with --pick X,Y, or "
+                    "change --set detect.threshold=N, detect.blocks=N or detect.borders=N",
+                    m_strInput));
 }
 
 void CZKeyOptions::ApplyType(CZKeyer& _keyer) const
@@ -155,6 +168,10 @@ void CZKeyOptions::ApplyKeys1(CZKeyer& _keyer, const std::vector<EDIT>& _vecEdit
     ApplyType(_keyer);
     for (const EDIT& edit : _vecEdits)
         ApplyEdit1(_keyer, edit);
+    if (m_strKeys.empty())
+        _keyer.CleanColors();
+    else
+        WarnOfIdleKeys(_keyer, m_strKeys);
     for (const ADJUST& adjust : Adjusts())
         Result_Check(_keyer.Key()->KeyAdjustSet(adjust.eAdjust, adjust.dblValue),
                      ZFormat("--adjust %s", adjust.strName));

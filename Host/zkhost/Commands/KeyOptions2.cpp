@@ -168,9 +168,7 @@ std::vector<CZKeyOptions::PARAM> CZKeyOptions::Params() const
 
 void CZKeyOptions::Detect2(CZKeyer& _keyer) const
 {
-    const HRESULT hr = _keyer.Key2()->KeyAuto();
-    Result_Check(hr, "finding the backdrop");
-    if (hr == S_FALSE)
+    if (_keyer.FindBackdrop() == S_FALSE)
         throw CZHostError(ZFormat("no backdrop was found in the first frame of %s: no large, flat area of one strong "
                                   "hue reaches along its upper border; pick its colour with --pick X,Y",
                                   m_strPlate.empty() ? m_strInput : m_strPlate));

@@ -23,10 +23,10 @@ public:
 /// one name are found before anything is written; those of a sequence are made with their pictures.
 ///
 /// Grey pictures become grey PNG, mono Y4M, RGB8. Pictures with alpha become RGBA PNG (straight alpha), Y4M 4:4:4 with
-/// alpha, ARGB32. Opaque ones become RGB PNG, and the given pixel format in Y4M (I420, I422 or Y444) and in raw (any
-/// that is written here). With eZFCC_ARGB64 pictures of 16 bits are to come: "-" is raw then, and Y4M refused. They
-/// become RGBA PNG of 16 bits, and in raw little-endian words R, G, B, A, as pipes between programs have them
-/// (rgba64le). Rate, field order and pixel shape come from the stream. Throws CZUsageError for a name or a
+/// alpha, ARGB32. Opaque ones become RGB PNG, and the given pixel format in Y4M (I420, I422 or c_fccI444) and in raw
+/// (any that is written here, rows top-down). With eZFCC_ARGB64 pictures of 16 bits are to come: "-" is raw then, and
+/// Y4M refused. They become RGBA PNG of 16 bits, and in raw little-endian words R, G, B, A, as pipes between programs
+/// have them (rgba64le). Rate, field order and pixel shape come from the stream. Throws CZUsageError for a name or a
 /// format that does not fit. _files must outlive the writer.
 std::unique_ptr<CZPictureWriter> PictureWriter_Open(const std::string& _strPath, const STREAM& _stream,
                                                     uint32_t _fccOpaque, CZOutFiles& _files);

@@ -1,5 +1,6 @@
 #include "zkhost/Files/RawWriter.h"
 
+#include "zkhost/Files/FullChroma.h"
 #include "zkhost/Files/UsageError.h"
 
 #include "Base/ZHelpers.h"
@@ -15,8 +16,9 @@ void CZFramePacker::Make(const PICTURE& _picture, uint32_t _fccType, int32_t _eI
     vidProps.nHeight = FCC_IsRGB(_fccType) ? -vidProps.nHeight : vidProps.nHeight; // RGB top-down
     VidProps_Normalize(&vidProps, false);
     if (vidProps.nWidth != _picture.nWidth || std::abs(vidProps.nHeight) != _picture.nHeight)
-        throw CZUsageError(ZFormat("%d x %d cannot be written as %s, which needs an even width or height",
-                                   _picture.nWidth, _picture.nHeight, FCC_Name(_fccType)));
+        throw CZUsageError(ZFormat("%d x %d cannot be written as %s, which needs an even %s", _picture.nWidth,
+                                   _picture.nHeight, FCC_Name(_fccType),
+                                   vidProps.nWidth != _picture.nWidth ? "width" : "height"));
     m_vecBytes.assign(static_cast<size_t>(VidProps_ImageSize(&vidProps)), 0);
     m_vidPtr = VidPtr_Build(&vidProps, Img_Address(m_vecBytes.data()), false);
     if (_picture.nChannels == 1)
@@ -41,6 +43,11 @@ CZRawWriter::CZRawWriter(const std::string& _strPath, const STREAM& _stream, uin
 void CZRawWriter::Write(const PICTURE& _picture)
 {
     const uint32_t fccType = _picture.nChannels == 1 ? eZFCC_RGB8 : _picture.bAlpha ? eZFCC_ARGB32 : m_fccOpaque;
+    if (fccType == c_fccI444)
+    {
+        FullChroma_FromPicture(_picture, m_vecPlanes);
+        return m_file.Write(m_vecPlanes.data(), m_vecPlanes.size());
+    }
     // Field order matters only where chroma is shared between rows.
     m_packer.Make(_picture, fccType, FCC_IsRGB(fccType) ? eZI_Progressive : m_eInterlace);
     m_file.Write(m_packer.Bytes().data(), m_packer.Bytes().size());

@@ -37,4 +37,5 @@ private:
     CZOutFile& m_file; // belongs to the files of the job
     CZFramePacker m_packer;
     std::vector<uint16_t> m_vecWords;
+    std::vector<uint8_t> m_vecPlanes;
 };

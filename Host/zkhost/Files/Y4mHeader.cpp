@@ -46,9 +46,10 @@ const Y4M_LAYOUT* ReadLayout(std::string_view _svName, const std::string& _strWh
         return pLayout;
     const bool bDeep = _svName.starts_with("mono") || _svName.find_first_of("pP") == 3;
     if (bDeep)
-        throw CZHostError(
-            ZFormat("%s: C%s has more than 8 bits a sample; convert it to 8 bits first (ffmpeg: -pix_fmt yuv420p)",
-                    _strWhere, _svName));
+        throw CZHostError(ZFormat(
+            "%s: C%s has more than 8 bits a sample; convert it to 8 bits first (ffmpeg: -pix_fmt yuv422p before "
+            "-f)",
+            _strWhere, _svName));
     throw CZHostError(ZFormat("%s: the colour space C%s is not known; 420, 422, 444, 411, 444alpha and mono are",
                               _strWhere, _svName));
 }

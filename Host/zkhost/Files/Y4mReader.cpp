@@ -1,9 +1,9 @@
 #include "zkhost/Files/Y4mReader.h"
 
 #include "Kit/HostError.h"
+#include "zkhost/Files/FullChroma.h"
 
 #include "Base/ZLog.h"
-#include "Image/ImgColor.h"
 
 #include <algorithm>
 #include <cstring>
@@ -14,9 +14,6 @@ namespace
 constexpr size_t c_nMaxLine = 1024;
 constexpr size_t c_cbFrameLine = 6; // "FRAME" and the line end
 constexpr size_t c_cbStep = size_t{16} << 20;
-
-/// What a plane that is not there stands for: no chroma, opaque.
-constexpr uint8_t c_arrAbsent[4] = {16, 128, 128, 255};
 
 int32_t InterlaceOf(const Y4M_HEADER& _header)
 {
@@ -116,7 +113,7 @@ CZPtr<IZFFrame> CZY4mReader::Next()
     if (IsNative())
         CopyPlanes(cpFrame.Get());
     else
-        ConvertRows(cpFrame.Get());
+        FullChroma_ToRows(m_header, m_vecSamples.data(), WritePtr(cpFrame.Get()));
     return cpFrame;
 }
 
@@ -127,29 +124,4 @@ void CZY4mReader::CopyPlanes(IZFFrame* _pFrame) const
     for (int i = 0; i < 3; ++i)
         for (int y = 0; y < static_cast<int>(m_header.PlaneHeight(i)); ++y, pSamples += m_header.PlaneWidth(i))
             std::memcpy(Img_RowOf(vidPtr, i, y), pSamples, m_header.PlaneWidth(i));
-}
-
-void CZY4mReader::ConvertRows(IZFFrame* _pFrame) const
-{
-    const ZF_VID_PTR vidPtr = WritePtr(_pFrame);
-    const Y4M_LAYOUT& layout = *m_header.pLayout;
-    const eZYMatrix eMatrix =
-        Img_MatrixOf(Stream_Props(eZFCC_Y444, m_header.nWidth, m_header.nHeight, eZI_Progressive));
-    const uint8_t* pPlane = m_vecSamples.data();
-    for (int i = 0; i < 4; ++i)
-    {
-        const bool bThere = i < layout.nPlanes;
-        const int nShiftX = i == 1 || i == 2 ? layout.nShiftX : 0, nShiftY = i == 1 || i == 2 ? layout.nShiftY : 0;
-        for (int y = 0; y < m_header.nHeight; ++y)
-        {
-            uint8_t* pTo = Img_RowOf(vidPtr, 0, y) + i;
-            const uint8_t* pFrom =
-                bThere ? pPlane + static_cast<size_t>(y >> nShiftY) * m_header.PlaneWidth(i) : nullptr;
-            for (int x = 0; x < m_header.nWidth; ++x)
-                pTo[4 * x] = pFrom ? pFrom[x >> nShiftX] : c_arrAbsent[i];
-        }
-        pPlane += bThere ? m_header.PlaneWidth(i) * m_header.PlaneHeight(i) : 0;
-    }
-    for (int y = 0; y < m_header.nHeight; ++y)
-        Img_RowFromYUV(Img_RowOf(vidPtr, 0, y), Img_RowOf(vidPtr, 0, y), m_header.nWidth, eMatrix);
 }

@@ -20,7 +20,6 @@ private:
     bool ReadFrameLine();
     void ReadSamples();
     void CopyPlanes(IZFFrame* _pFrame) const;
-    void ConvertRows(IZFFrame* _pFrame) const;
 
     CZInFile m_file;
     Y4M_HEADER m_header;

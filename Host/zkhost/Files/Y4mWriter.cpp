@@ -1,10 +1,9 @@
 #include "zkhost/Files/Y4mWriter.h"
 
+#include "zkhost/Files/FullChroma.h"
 #include "zkhost/Files/UsageError.h"
-#include "zkhost/Files/Y4mHeader.h"
 
 #include "Base/ZLog.h"
-#include "Image/ImgColor.h"
 
 #include <utility>
 
@@ -13,9 +12,9 @@ CZY4mWriter::CZY4mWriter(const std::string& _strPath, const STREAM& _stream, uin
     , m_fccOpaque(_fccOpaque)
     , m_file(_files.Create(_strPath))
 {
-    if (_fccOpaque != eZFCC_I420 && _fccOpaque != eZFCC_I422 && _fccOpaque != eZFCC_Y444)
+    if (_fccOpaque != eZFCC_I420 && _fccOpaque != eZFCC_I422 && _fccOpaque != c_fccI444)
         throw CZUsageError(
-            ZFormat("%s: a Y4M stream holds I420, I422 or Y444; write other formats to *.raw", _strPath));
+            ZFormat("%s: a Y4M stream holds I420, I422 or I444; write other formats to *.raw", _strPath));
 }
 
 const char* CZY4mWriter::LayoutOf(const PICTURE& _picture) const
@@ -36,7 +35,7 @@ void CZY4mWriter::WriteHeaders(const PICTURE& _picture)
 
 void CZY4mWriter::Write(const PICTURE& _picture)
 {
-    const bool bPlain = _picture.nChannels == 1 || _picture.bAlpha || m_fccOpaque == eZFCC_Y444;
+    const bool bPlain = _picture.nChannels == 1 || _picture.bAlpha || m_fccOpaque == c_fccI444;
     if (!bPlain) // may refuse the size, and does so before anything is written
         m_packer.Make(_picture, m_fccOpaque, m_stream.vidProps.eInterlace);
     WriteHeaders(_picture);
@@ -62,19 +61,6 @@ void CZY4mWriter::WritePlanes(const ZF_VID_PTR& _vidPtr)
 
 void CZY4mWriter::WriteFullChroma(const PICTURE& _picture)
 {
-    const eZYMatrix eMatrix =
-        Img_MatrixOf(Stream_Props(eZFCC_Y444, _picture.nWidth, _picture.nHeight, eZI_Progressive));
-    const size_t nPixels = static_cast<size_t>(_picture.nWidth) * static_cast<size_t>(_picture.nHeight);
-    const size_t nPlanes = _picture.bAlpha ? 4 : 3;
-    m_vecPlanes.resize(nPlanes * nPixels);
-    m_vecRow.resize(_picture.RowBytes());
-    uint8_t* pOut = m_vecPlanes.data();
-    for (int y = 0; y < _picture.nHeight; ++y, pOut += _picture.nWidth)
-    {
-        Img_RowToYUV(_picture.Row(y), m_vecRow.data(), _picture.nWidth, eMatrix);
-        for (int x = 0; x < _picture.nWidth; ++x)
-            for (size_t c = 0; c < nPlanes; ++c)
-                pOut[c * nPixels + static_cast<size_t>(x)] = m_vecRow[4 * static_cast<size_t>(x) + c];
-    }
+    FullChroma_FromPicture(_picture, m_vecPlanes);
     m_file.Write(m_vecPlanes.data(), m_vecPlanes.size());
 }

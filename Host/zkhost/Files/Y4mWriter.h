@@ -22,5 +22,4 @@ private:
     bool m_bBegun = false;
     CZFramePacker m_packer;
     std::vector<uint8_t> m_vecPlanes;
-    std::vector<uint8_t> m_vecRow;
 };

@@ -4,6 +4,7 @@
 
 /// The row kernels for instruction sets of x86-64 processors, by name; everyone else calls them through ImgKernels().
 
+void ImgRead_RGB32_AVX2(const IMG_ROW& _row, uint8_t* _pBGRA);
 void ImgRead_r210_AVX2(const IMG_ROW& _row, uint8_t* _pBGRA);
 void ImgRead_v210_AVX2(const IMG_ROW& _row, uint8_t* _pBGRA);
 void ImgRead_YUYV_AVX2(const IMG_ROW& _row, uint8_t* _pBGRA);
@@ -15,6 +16,7 @@ void ImgRow_ToYUV_AVX2(const uint8_t* _pBGRA, uint8_t* _pYUVA, int _nPixels, con
 void ImgRow_FromYUV_AVX2(const uint8_t* _pYUVA, uint8_t* _pBGRA, int _nPixels, const IMG_YUV_COEF& _coef);
 void ImgRow_ToHLS_AVX2(const uint8_t* _pBGRA, uint8_t* _pHLSA, int _nPixels);
 
+void ImgRead_RGB32_AVX512(const IMG_ROW& _row, uint8_t* _pBGRA);
 void ImgRead_r210_AVX512(const IMG_ROW& _row, uint8_t* _pBGRA);
 void ImgRead_v210_AVX512(const IMG_ROW& _row, uint8_t* _pBGRA);
 void ImgRead_YUYV_AVX512(const IMG_ROW& _row, uint8_t* _pBGRA);

@@ -2,6 +2,11 @@
 #include "Image/x86/ImgKernels_x86.h"
 #include "Simd/Simd_avx2.h"
 
+void ImgRead_RGB32_AVX2(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    MapPixels<SIMD_AVX2>(_row.pPlane0, _pBGRA, _row.nWidth, MADE_OPAQUE<SIMD_AVX2>());
+}
+
 void ImgRead_r210_AVX2(const IMG_ROW& _row, uint8_t* _pBGRA)
 {
     MapPixels<SIMD_AVX2>(_row.pPlane0, _pBGRA, _row.nWidth, FROM_R210<SIMD_AVX2>());

@@ -2,6 +2,11 @@
 #include "Image/x86/ImgKernels_x86.h"
 #include "Simd/Simd_avx512.h"
 
+void ImgRead_RGB32_AVX512(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    MapPixels<SIMD_AVX512>(_row.pPlane0, _pBGRA, _row.nWidth, MADE_OPAQUE<SIMD_AVX512>());
+}
+
 void ImgRead_r210_AVX512(const IMG_ROW& _row, uint8_t* _pBGRA)
 {
     MapPixels<SIMD_AVX512>(_row.pPlane0, _pBGRA, _row.nWidth, FROM_R210<SIMD_AVX512>());

@@ -4,6 +4,8 @@
 #include "Interfaces/IZFPersist.h"
 #include "Interfaces/IZPlugin.h"
 #include "Interfaces/IZProps.h"
+#include "Interfaces/IZScript.h"
+#include "Interfaces/IZSteps.h"
 #include "ZChromaKey/Com/ComModule.h"
 
 #include <vector>
@@ -18,6 +20,36 @@ struct BOUND_INTERFACE
     CZPtr<ITypeInfo> cpInfo;
 };
 
+/// Says that failures of an object are described. It is part of the object and lives as long.
+class CErrorSupport final : public ISupportErrorInfo
+{
+public:
+    explicit CErrorSupport(IUnknown* _pObject)
+        : m_pObject(_pObject)
+    {
+    }
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID _iid, void** _ppvObject) override
+    {
+        return m_pObject->QueryInterface(_iid, _ppvObject);
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override
+    {
+        return m_pObject->AddRef();
+    }
+    ULONG STDMETHODCALLTYPE Release() override
+    {
+        return m_pObject->Release();
+    }
+    HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID _iid) override
+    {
+        CZPtr<IUnknown> cpPart;
+        return SUCCEEDED(m_pObject->QueryInterface(_iid, cpPart.PutVoid())) ? S_OK : S_FALSE;
+    }
+
+private:
+    IUnknown* m_pObject;
+};
+
 /// Late binding over the type library that lies in the module's resources.
 class CLateBinderTypeLib final : public CLateBinder
 {
@@ -25,6 +57,7 @@ public:
     CLateBinderTypeLib(IUnknown* _pObject, REFIID _iidFirst)
         : m_pObject(_pObject)
         , m_iidFirst(_iidFirst)
+        , m_errorSupport(_pObject)
     {
     }
 
@@ -56,6 +89,7 @@ private:
 
     IUnknown* m_pObject;
     IID m_iidFirst;
+    CErrorSupport m_errorSupport;
     std::once_flag m_flagLoaded;
     std::vector<BOUND_INTERFACE> m_vecInterfaces; // member numbers differ between them
     std::once_flag m_flagMarshaler;
@@ -77,7 +111,7 @@ void CLateBinderTypeLib::InterfacesLoad()
         ZLog(eZLog_Warning, "The type library of the module cannot be loaded (%08X): no late binding\n", hr);
         return;
     }
-    for (const IID& iid : {m_iidFirst, IID_IZProps, IID_IZFPersist, IID_IZPlugin})
+    for (const IID& iid : {m_iidFirst, IID_IZProps, IID_IZFPersist, IID_IZPlugin, IID_IZSteps, IID_IZScript})
     {
         BOUND_INTERFACE bound = {iid, {}};
         CZPtr<IUnknown> cpPart;
@@ -105,18 +139,36 @@ HRESULT CLateBinderTypeLib::IDsOfNames(REFIID _iid, LPOLESTR* _pwszNames, UINT _
     return hrFirst;
 }
 
+/// The arguments of a call, borrowed; a script's null, which no type of ours can be, is one that is left out.
+std::vector<VARIANT> WithoutNulls(const DISPPARAMS& _params)
+{
+    std::vector<VARIANT> vecArgs(_params.rgvarg, _params.rgvarg + _params.cArgs);
+    for (VARIANT& varArg : vecArgs)
+        if (varArg.vt == VT_NULL)
+        {
+            varArg.vt = VT_ERROR;
+            varArg.scode = DISP_E_PARAMNOTFOUND;
+        }
+    return vecArgs;
+}
+
 HRESULT CLateBinderTypeLib::Invoke(DISPID _nID, REFIID _iid, WORD _nFlags, DISPPARAMS* _pParams, VARIANT* _pResult,
                                    EXCEPINFO* _pException, UINT* _pnArgError)
 {
     if (_iid != IID_NULL)
         return DISP_E_UNKNOWNINTERFACE;
+    if (!_pParams)
+        return E_POINTER;
+    std::vector<VARIANT> vecArgs = WithoutNulls(*_pParams);
+    DISPPARAMS params = *_pParams;
+    params.rgvarg = vecArgs.data();
     for (const BOUND_INTERFACE& bound : Interfaces())
     {
         CZPtr<IUnknown> cpPart;
         if (FAILED(m_pObject->QueryInterface(bound.iid, cpPart.PutVoid())))
             continue;
         const HRESULT hr =
-            DispInvoke(cpPart.Get(), bound.cpInfo.Get(), _nID, _nFlags, _pParams, _pResult, _pException, _pnArgError);
+            DispInvoke(cpPart.Get(), bound.cpInfo.Get(), _nID, _nFlags, &params, _pResult, _pException, _pnArgError);
         if (hr != DISP_E_MEMBERNOTFOUND)
             return hr;
     }
@@ -125,6 +177,11 @@ HRESULT CLateBinderTypeLib::Invoke(DISPID _nID, REFIID _iid, WORD _nFlags, DISPP
 
 HRESULT CLateBinderTypeLib::Query(REFIID _iid, void** _ppvObject)
 {
+    if (_iid == IID_ISupportErrorInfo)
+    {
+        *_ppvObject = CZPtr<ISupportErrorInfo>(&m_errorSupport).Detach();
+        return S_OK;
+    }
     if (_iid == IID_IAgileObject)
         return m_pObject->QueryInterface(IID_IUnknown, _ppvObject);
     if (_iid != IID_IMarshal)

@@ -13,14 +13,15 @@ class CLateBinder
 {
 public:
     virtual ~CLateBinder() = default;
-    /// IDispatch. Besides the object's first interface, the names of IZProps, IZFPersist and IZPlugin are known where
-    /// the object has these.
+    /// IDispatch. Besides the object's first interface, the names of IZProps, IZFPersist, IZPlugin, IZSteps and
+    /// IZScript are known where the object has these. A script's null is an argument that is left out.
     virtual HRESULT TypeInfoCount(UINT* _pnInfos) = 0;
     virtual HRESULT TypeInfo(UINT _nInfo, LCID _lcid, ITypeInfo** _ppInfo) = 0;
     virtual HRESULT IDsOfNames(REFIID _iid, LPOLESTR* _pwszNames, UINT _nNames, LCID _lcid, DISPID* _pIDs) = 0;
     virtual HRESULT Invoke(DISPID _nID, REFIID _iid, WORD _nFlags, DISPPARAMS* _pParams, VARIANT* _pResult,
                            EXCEPINFO* _pException, UINT* _pnArgError) = 0;
-    /// Interfaces that all objects of the module have; E_NOINTERFACE for others.
+    /// Interfaces that all objects of the module have; E_NOINTERFACE for others. Failures are described (IErrorInfo)
+    /// by the line that the log has of them.
     virtual HRESULT Query(REFIID _iid, void** _ppvObject) = 0;
 };
 

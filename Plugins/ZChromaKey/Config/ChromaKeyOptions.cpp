@@ -26,28 +26,29 @@ enum eRow : size_t
 };
 
 constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
-    {c_szOptionTimeOverlay, eCKOptionType_Bool, "false", "Draw the time on the output (GPU path only)."},
-    {c_szOptionGPUFlush, eCKOptionType_Bool, "false",
+    {c_szOptionTimeOverlay, eCKOptionType_Bool, "false", 0, 0, "", "Draw the time on the output (GPU path only)."},
+    {c_szOptionGPUFlush, eCKOptionType_Bool, "false", 0, 0, "",
      "Hand the work to the GPU as soon as it is recorded. For hosts whose own work waits in the same context."},
-    {c_szOptionGPUMode, eCKOptionType_Int, "-1",
+    {c_szOptionGPUMode, eCKOptionType_Int, "-1", -1, 1, "",
      "0: key on the CPU; 1: on the GPU, and fail where that fails; other values: on the GPU, and on the CPU where that "
      "fails. Where there is no device, frames go to the CPU, and one is looked for every few seconds; one that is "
      "software is used with 1 only."},
-    {c_szOptionBorders, eCKOptionType_Borders, "",
+    {c_szOptionBorders, eCKOptionType_Borders, "", 0, 0, "pixels",
      "Left, top, right and bottom border in pixels; the result is the frame less these borders, left and right edge "
      "rounded up to multiples of 8. Frames in a texture are keyed whole."},
-    {c_szOptionARGB, eCKOptionType_Bool, "false", "Convert the input into ARGB32; the result has its alpha filled."},
-    {c_szOptionDepth, eCKOptionType_Depth, "8",
+    {c_szOptionARGB, eCKOptionType_Bool, "false", 0, 0, "",
+     "Convert the input into ARGB32; the result has its alpha filled."},
+    {c_szOptionDepth, eCKOptionType_Depth, "8", 0, 0, "bits",
      "Bits of a channel in results that \"output.argb\" asks for: 8, or 16 for ARGB64, which keeps what the picture "
      "has "
      "of more than 8 bits and the fractions of mixed colours. Second generation; the first has 8."},
-    {c_szOptionPremultiplied, eCKOptionType_Bool, "false",
+    {c_szOptionPremultiplied, eCKOptionType_Bool, "false", 0, 0, "",
      "Multiply the colours of ARGB results by their alpha, rounded to nearest; else alpha is straight. Second "
      "generation, keyed frames; the first has straight alpha."},
-    {c_szOptionThread, eCKOptionType_Bool, "true",
+    {c_szOptionThread, eCKOptionType_Bool, "true", 0, 0, "",
      "Process frames on a thread of their own, one frame behind. Switched off, a frame's result comes at once, and one "
      "that is still under way from before is dropped; fetch it first, with a null frame."},
-    {c_szOptionThreads, eCKOptionType_Int, "2",
+    {c_szOptionThreads, eCKOptionType_Int, "2", 1, 16, "threads",
      "Threads that key a frame on the CPU, 1 to 16; 0 acts as 1, negative and larger numbers as 16."},
 }};
 
@@ -73,6 +74,13 @@ int32_t GetThreads(const CPropStore& _store)
     return static_cast<int32_t>(std::clamp(nThreads, 1u, c_nMaxFrameThreads));
 }
 
+/// A border below 0 is none.
+PROP_RECT GetBorders(const CPropStore& _store)
+{
+    const PROP_RECT rect = _store.GetRect(c_arrOptions[eRow_Borders].pszName, {});
+    return {std::max(rect.nLeft, 0), std::max(rect.nTop, 0), std::max(rect.nRight, 0), std::max(rect.nBottom, 0)};
+}
+
 } // namespace
 
 std::span<const CK_OPTION> ChromaKeyOptions_Table()
@@ -93,7 +101,7 @@ std::string ChromaKeyOptions_Validate(std::string_view _svName, std::string_view
     case eCKOptionType_Bool:
         return PropText_ReadBool(_svValue, &bValue) ? "" : "true or false";
     case eCKOptionType_Int:
-        return PropText_ReadInt32(_svValue, &nValue) ? "" : "a whole number";
+        return PropText_ReadInt32(_svValue, &nValue) ? "" : "a whole number of 32 bits";
     case eCKOptionType_Depth:
         return PropText_ReadInt32(_svValue, &nValue) && (nValue == 8 || nValue == 16) ? "" : "a whole number, 8 or 16";
     default:
@@ -111,7 +119,7 @@ CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store)
     options.fccARGB = GetInt(_store, eRow_Depth) == 16 ? eZFCC_ARGB64 : eZFCC_ARGB32;
     options.bPremultiplied = GetBool(_store, eRow_Premultiplied);
     options.nThreads = GetThreads(_store);
-    options.rectBorders = _store.GetRect(c_arrOptions[eRow_Borders].pszName, {});
+    options.rectBorders = GetBorders(_store);
     options.bTimeOverlay = GetBool(_store, eRow_TimeOverlay);
     return options;
 }

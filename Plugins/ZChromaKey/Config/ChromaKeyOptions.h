@@ -25,6 +25,9 @@ struct CK_OPTION
     const char* pszName;
     eCKOptionType eType;
     const char* pszDefault; ///< as text; what counts while the option is not set
+    double dblLeast;        ///< the range of a number, both ends included; both 0: no range
+    double dblMost;
+    const char* pszUnit; ///< "" where there is none
     const char* pszHelp;
 };
 
@@ -51,7 +54,7 @@ struct CK_FRAME_OPTIONS
     uint32_t fccARGB; ///< what bOutputARGB asks for: eZFCC_ARGB32 or eZFCC_ARGB64
     bool bPremultiplied;
     int32_t nThreads;      ///< 1 to 16
-    PROP_RECT rectBorders; ///< four border widths in pixels
+    PROP_RECT rectBorders; ///< four border widths in pixels, from 0
     bool bTimeOverlay;
 };
 

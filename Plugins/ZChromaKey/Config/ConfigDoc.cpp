@@ -31,12 +31,17 @@ template <class Option> bool ForOptions(const CXmlNode& _options, Option&& _fnOp
     return true;
 }
 
-bool CheckOptions(const CXmlNode& _options, std::string* _pstrReason)
+/// What is wrong makes the document wrong; what is no option may be one of another version, and is kept.
+bool CheckOptions(const CXmlNode& _options, PROPS_VALIDATE _pfnCheckOrNull, std::string* _pstrReason)
 {
     return ForOptions(_options, [&](std::string_view _svName, std::string_view _svValue) {
         const std::string strWhy = ChromaKeyOptions_Validate(_svName, _svValue);
         if (!strWhy.empty())
             *_pstrReason = ZFormat("option \"%hs\" is \"%hs\", must be %hs", _svName, _svValue, strWhy);
+        const std::string strUnknown = strWhy.empty() && _pfnCheckOrNull ? _pfnCheckOrNull(_svName, _svValue) : "";
+        if (!strUnknown.empty())
+            ZLog(eZLog_Warning, "The document's option %hs has no effect, and is kept: %hs\n", PropText_Quote(_svName),
+                 strUnknown);
         return strWhy.empty();
     });
 }
@@ -55,7 +60,8 @@ void WriteOptions(const PROP_MAP& _mapOptions, CXmlNode* _pOwn)
 
 } // namespace
 
-std::unique_ptr<CXmlNode> CConfigDoc::Read(std::string_view _svDocument, std::string* _pstrReason, const char* _pszOwn)
+std::unique_ptr<CXmlNode> CConfigDoc::Read(std::string_view _svDocument, std::string* _pstrReason, const char* _pszOwn,
+                                           PROPS_VALIDATE _pfnCheckOrNull)
 {
     XML_READ_ERROR error;
     std::unique_ptr<CXmlNode> upRoot = XmlReader_Read(_svDocument, &error);
@@ -71,7 +77,7 @@ std::unique_ptr<CXmlNode> CConfigDoc::Read(std::string_view _svDocument, std::st
         return nullptr;
     }
     const CXmlNode* const pOptions = pOwn->ChildFind("options");
-    return !pOptions || CheckOptions(*pOptions, _pstrReason) ? std::move(upRoot) : nullptr;
+    return !pOptions || CheckOptions(*pOptions, _pfnCheckOrNull, _pstrReason) ? std::move(upRoot) : nullptr;
 }
 
 const CXmlNode* CConfigDoc::Find(const CXmlNode& _root, const char* _pszOwn)

@@ -28,9 +28,10 @@ public:
 
     /// Reads a document and checks its options. Null and a reason ("line 3, column 7: ...") when it is not one of ours:
     /// it must have the element of either generation to be loaded by the second, of the first to be loaded by the
-    /// first.
+    /// first. _pfnCheckOrNull: knows the object's options; the log names others.
     static std::unique_ptr<CXmlNode> Read(std::string_view _svDocument, std::string* _pstrReason,
-                                          const char* _pszOwn = c_pszConfigKeyer1);
+                                          const char* _pszOwn = c_pszConfigKeyer1,
+                                          PROPS_VALIDATE _pfnCheckOrNull = nullptr);
     /// The element of a document that Read has given, where it has it; borrowed from it.
     static const CXmlNode* Find(const CXmlNode& _root, const char* _pszOwn);
     /// The first generation's, of a document that was read for it.

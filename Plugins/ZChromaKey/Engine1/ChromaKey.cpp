@@ -35,10 +35,7 @@ HRESULT CChromaKey::ProcessFrame(const ZF_VID_PTR* _pInput, uint8_t* _pbAlpha1Ch
             return hr;
         if (m_bFill)
             LeftOutFill();
-        const HRESULT hr = SlicesRun();
-        if (SUCCEEDED(hr))
-            FrameFinish(hr == S_OK);
-        return hr;
+        return SlicesRun();
     });
 }
 
@@ -66,11 +63,11 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
     job.plan = KeyPlan_Make(m_rawKey);
     job.pKernels = &KeyKernels();
     job.pPlanes = &PlaneKernels();
+    job.bFill = m_bFill;
     job.post = MaskPost_Make(m_rawKey, m_bInterlaced || m_rawKey.nInterlacedVideo);
-    // One slice is the whole frame, and two of an interlaced one are its fields: they can be finished by the workers.
-    job.bPost = m_nThreads < 2 || (m_nThreads == 2 && m_bInterlaced);
-    if (job.bPost && m_nThreads == 2)
-        job.post.bFields = false;
+    job.nPostRows = job.post.IsNeeded() && (job.plan.nKeying || job.plan.bColorCancel) ? job.alpha.nHeight : 0;
+    if (m_bInterlaced && nThreads == 2) // the slices are the fields
+        job.nPostRows = std::min(job.nPostRows, 2 * job.nRows);
 
     uint8_t* const pRow0 = Img_Pointer(_vidInput.lpVideoPlanes[0]);
     job.cancel = {};
@@ -80,24 +77,15 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
         job.cancelSet = ColorCancel_Prepare(m_rawKey, job.eMatrix == eZYM_709);
     }
 
-    const bool bArgb = _vidProps.fccType == eZFCC_ARGB32;
-    m_argb.pRow0 = bArgb ? pRow0 : nullptr;
-    m_argb.nStride = static_cast<ptrdiff_t>(nStride);
-    // Masks that need no more work go into the picture while its row is in the cache.
-    job.argb = job.bPost || !job.post.IsNeeded() ? m_argb : ARGB_PLANE{};
+    job.argb = {_vidProps.fccType == eZFCC_ARGB32 ? pRow0 : nullptr, static_cast<ptrdiff_t>(nStride)};
     return S_OK;
 }
 
 void CChromaKey::LeftOutFill() const
 {
     const KEY_JOB& job = m_spWork->job;
-    const MASK_PLANE& alpha = job.alpha;
-    const int nRowsKeyed = job.nRows * job.nRowStep;
-    const auto nLeftOut = static_cast<size_t>(alpha.nWidth - job.nColumns);
-    for (int nRow = 0; nRow < nRowsKeyed && nLeftOut; ++nRow)
-        std::memset(alpha.Row(nRow) + job.nColumns, 255, nLeftOut);
-    for (int nRow = nRowsKeyed; nRow < alpha.nHeight; ++nRow)
-        std::memset(alpha.Row(nRow), 255, static_cast<size_t>(alpha.nWidth));
+    for (int nRow = 0; nRow < job.alpha.nHeight; ++nRow)
+        job.LeftOutFill(nRow);
 }
 
 HRESULT CChromaKey::SlicesRun()
@@ -106,7 +94,7 @@ HRESULT CChromaKey::SlicesRun()
         return hr;
     for (uint32_t i = 0; i < m_nThreads; ++i)
         m_spWork->arrSlices[i].Reserve(m_spWork->job.alpha.nWidth);
-    if (const HRESULT hr = m_pool.Run(m_spWork, 1); FAILED(hr))
+    if (const HRESULT hr = m_pool.Run(m_spWork, 1 + KeyJob_SmoothSteps(m_spWork->job)); FAILED(hr))
     {
         m_spWork.reset(); // a worker that hangs may still use it
         return hr;
@@ -114,19 +102,4 @@ HRESULT CChromaKey::SlicesRun()
     // The first slice's failure, else the second slice's result; the others are of no account.
     const HRESULT hrFirst = m_spWork->arrResults[0];
     return FAILED(hrFirst) || m_nThreads < 2 ? hrFirst : m_spWork->arrResults[1];
-}
-
-void CChromaKey::FrameFinish(bool _bKeyed)
-{
-    const KEY_JOB& job = m_spWork->job;
-    if (!job.bPost && job.post.IsNeeded() && _bKeyed)
-    {
-        m_maskPost.Reserve(job.alpha.nWidth);
-        m_maskPost.Run(job.alpha, job.post, *job.pPlanes);
-    }
-    if (!m_argb.pRow0)
-        return;
-    const int nRowsDone = job.argb.pRow0 ? job.nRows * job.nRowStep : 0;
-    for (int nRow = nRowsDone; nRow < job.alpha.nHeight; ++nRow)
-        m_argb.AlphaSet(job.alpha, nRow, *job.pPlanes);
 }

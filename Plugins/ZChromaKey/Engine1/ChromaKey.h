@@ -4,7 +4,6 @@
 #include "Interfaces/ChromaKeyTypes.h"
 #include "Interfaces/ZPlatform.h"
 #include "ZChromaKey/Engine1/KeySlice.h"
-#include "ZChromaKey/Work/MaskPost.h"
 
 #include <memory>
 #include <optional>
@@ -31,7 +30,8 @@ public:
     {
         m_eMatrix = _eMatrix;
     }
-    /// Whether ProcessFrame sets what it does not key to 255 (off at first), so that a new plane need not be filled.
+    /// Whether ProcessFrame sets what it does not key to 255 (off at first), so that a new plane need not be filled; it
+    /// stays 255 through thresholds, smoothing and inversion.
     void FillSet(bool _bFill)
     {
         m_bFill = _bFill;
@@ -71,12 +71,9 @@ private:
     HRESULT JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, const ZF_VID_PROPS& _vidProps);
     void LeftOutFill() const;
     HRESULT SlicesRun();
-    void FrameFinish(bool _bKeyed);
 
     CRowPool m_pool{"CChromaKey"};
     std::shared_ptr<CKeyWork> m_spWork; // the job of the frame under way, and what the slices keep between frames
-    CMaskPost m_maskPost;               // of the whole frame
-    ARGB_PLANE m_argb = {};
     CHROMA_KEY_RAW m_rawKey = {};
     uint32_t m_nThreads = 6;
     bool m_bInterlaced = false;

@@ -4,14 +4,28 @@
 
 namespace
 {
-float DifferenceOf(const uint8_t* _pPixel, const CELL_BACKDROP& _back)
+// The difference of a pixel that surely shows backdrop, rho as the nearest cell of the plate has it: it is the same for
+// the pixels that are compared.
+struct DIFFERENCE
 {
-    const auto b = static_cast<float>(_pPixel[0]), g = static_cast<float>(_pPixel[1]),
-               r = static_cast<float>(_pPixel[2]);
-    const KEY_FORMS& key = *_back.pKey;
-    const float fltX = key.X(b, g, r);
-    return fltX - key.fltWedge * std::abs(key.Z(b, g, r) - _back.fltRho * fltX);
-}
+    const KEY_FORMS& key;
+    float fltRho;
+
+    DIFFERENCE(const UNMIX_STATE& _state, int _nX, int _nY)
+        : key(_state.arrKeys[_state.vecOwner[static_cast<size_t>(_nY >> 1) * _state.nPlateWidth + (_nX >> 1)]])
+    {
+        const VEC4 plate = _state.Plate(_nX >> 1, _nY >> 1);
+        const float fltX = std::max(key.X(plate.b, plate.g, plate.r), .15f * key.fltX);
+        fltRho = std::clamp(key.Z(plate.b, plate.g, plate.r) / fltX, -.5f, .5f);
+    }
+    float Of(const uint8_t* _pPixel) const
+    {
+        const auto b = static_cast<float>(_pPixel[0]), g = static_cast<float>(_pPixel[1]),
+                   r = static_cast<float>(_pPixel[2]);
+        const float fltX = key.X(b, g, r);
+        return fltX - key.fltWedge * std::abs(key.Z(b, g, r) - fltRho * fltX);
+    }
+};
 } // namespace
 
 void Noise_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_PICTURE& _picture, int _nFirst, int _nRows)
@@ -23,9 +37,9 @@ void Noise_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_PICT
             for (int x = 1; x < _field.cells.nWidth - 1; x += 3)
                 if (_field.bitsSure.Get(x, y))
                 {
-                    const CELL_BACKDROP back = Plate_Backdrop(_state, x, y);
+                    const DIFFERENCE difference(_state, x, y);
                     const uint8_t* const pPixel = _picture.Row(y * c_nCell) + ptrdiff_t{4} * c_nCell * x;
-                    fltSum += std::abs(DifferenceOf(pPixel, back) - DifferenceOf(pPixel + 8, back));
+                    fltSum += std::abs(difference.Of(pPixel) - difference.Of(pPixel + 8));
                     ++fltCount;
                 }
         _state.vecNoise[2 * static_cast<size_t>(y)] = fltSum;

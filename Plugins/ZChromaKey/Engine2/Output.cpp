@@ -3,6 +3,7 @@
 #include "Base/ZPixelFormats.h"
 #include "Image/ImgPixel.h"
 #include "Image/ImgPlane.h"
+#include "ZChromaKey/Engine2/Edges.h"
 #include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
 
 #include <algorithm>
@@ -80,52 +81,51 @@ void CUnmixClean::Pass(int _nFirst, int _nGroups) const
         }
 }
 
-/// The pixels of a row whose colour is new, from column _nX, the first one of a cell.
+/// The pixels of a row whose colour is new, from column _nX, a multiple of 64.
 uint64_t CUnmixClean::Changed(int _nX, int _nY, int _nPixels) const
 {
+    if (IsUnseen(_nX, _nY, _nPixels))
+        return 0;
+    const ptrdiff_t nAt = ptrdiff_t{m_nWidth} * _nY + _nX;
+    CHANGED_RUN run = {m_result.Bytes(_nY) + ptrdiff_t{m_result.bWords ? 8 : 4} * _nX, m_result.bWords,
+                       m_pRow0 + _nY * m_nStride + ptrdiff_t{4} * _nX, nullptr, _nPixels};
     uint64_t nChanged = 0;
-    for (int nCell = 0; nCell < _nPixels; nCell += c_nCell)
-    {
-        const bool bDeep = IsDeep(_nX + nCell, _nY);
-        for (int n = nCell; n < std::min(nCell + c_nCell, _nPixels); ++n)
-        {
-            const ptrdiff_t nAt = ptrdiff_t{4} * (_nX + n);
-            const bool bNew = m_result.bWords ? IsNew(m_result.Words(_nY) + nAt, _nX + n, _nY, bDeep)
-                                              : IsNew(m_result.Bytes(_nY) + nAt, _nX + n, _nY, bDeep);
-            nChanged |= uint64_t{bNew} << n;
-        }
-    }
-    return nChanged;
+    m_pState->pKernels->pfnChanged(run, nChanged);
+    const uint64_t nDeep = Deep(_nX, _nY);
+    if (nDeep == 0)
+        return nChanged;
+    uint64_t nDeepChanged = 0;
+    run.pDeep = m_pState->vecDeep.data() + 4 * nAt;
+    m_pState->pKernels->pfnChanged(run, nDeepChanged);
+    return (nChanged & ~nDeep) | (nDeepChanged & nDeep);
 }
 
-/// Whether the pixels of a cell were read from the planes, not by the 8-bit reader.
-bool CUnmixClean::IsDeep(int _nX, int _nY) const
+/// The cells of a row, as the field's passes left them, from the cell of a pixel on: 16 bits.
+uint64_t CUnmixClean::CellsAt(const CBitRows& _bits, int _nX, int _nY) const
+{
+    const int nX = _nX / c_nCell;
+    return _bits.Row(_nY / m_pState->nFields / c_nCell)[nX >> 6] >> (nX & 63) & 0xFFFF;
+}
+
+/// Whether the pixels are all of the backdrop, where nothing is seen but shadows and edges that were moved outwards.
+bool CUnmixClean::IsUnseen(int _nX, int _nY, int _nPixels) const
+{
+    const uint64_t nBackdrop = CellsAt(m_pState->arrFields[_nY % m_pState->nFields].bitsBackdrop, _nX, _nY);
+    const uint64_t nAll = (uint64_t{1} << (_nPixels + c_nCell - 1) / c_nCell) - 1;
+    return (nBackdrop & nAll) == nAll && m_pState->setup.params.fltShadows == 0 && !Edges_Wanted(*m_pState);
+}
+
+/// The pixels of 64 that were read from the planes, not by the 8-bit reader: those of whole cells.
+uint64_t CUnmixClean::Deep(int _nX, int _nY) const
 {
     const int nField = _nY % m_pState->nFields;
+    if (!m_arrDeep[nField])
+        return 0;
     const FIELD_STATE& field = m_pState->arrFields[nField];
-    const int nX = _nX / c_nCell;
-    const int nY = _nY / m_pState->nFields / c_nCell;
-    return m_arrDeep[nField] && (field.bitsMixed.Get(nX, nY) || (m_bDeepSolid && field.bitsSolid.Get(nX, nY)));
-}
-
-template <class T> bool CUnmixClean::IsNew(const T* _pResult, int _nX, int _nY, bool _bDeep) const
-{
-    constexpr bool c_bWords = sizeof(T) == 2;
-    constexpr int c_nStep = c_bWords ? 65 : 1; // of 10 bits, or 8
-    if (_pResult[3] == 0)
-        return false; // there is nothing to be seen
-    for (int n = 0; n < 3; ++n)
-    {
-        int nSource = 0;
-        if (_bDeep)
-        {
-            const int nDeep = m_pState->vecDeep[size_t{4} * (static_cast<size_t>(_nY) * m_nWidth + _nX) + n];
-            nSource = c_bWords ? (nDeep * 257 + 32) / 64 : (nDeep + 32) / 64;
-        }
-        else
-            nSource = m_pRow0[_nY * m_nStride + 4 * _nX + n] * (c_bWords ? 257 : 1);
-        if (std::abs(_pResult[n] - nSource) > c_nStep)
-            return true;
-    }
-    return false;
+    const uint64_t nCells =
+        CellsAt(field.bitsMixed, _nX, _nY) | (m_bDeepSolid ? CellsAt(field.bitsSolid, _nX, _nY) : 0);
+    uint64_t nPixels = 0;
+    for (int n = 0; n < 16; ++n)
+        nPixels |= (nCells >> n & 1) * uint64_t{15} << 4 * n;
+    return nPixels;
 }

@@ -33,8 +33,9 @@ public:
 
 private:
     uint64_t Changed(int _nX, int _nY, int _nPixels) const;
-    bool IsDeep(int _nX, int _nY) const;
-    template <class T> bool IsNew(const T* _pResult, int _nX, int _nY, bool _bDeep) const;
+    uint64_t CellsAt(const CBitRows& _bits, int _nX, int _nY) const;
+    bool IsUnseen(int _nX, int _nY, int _nPixels) const;
+    uint64_t Deep(int _nX, int _nY) const;
 
     const UNMIX_STATE* m_pState = nullptr;
     UNMIX_RESULT m_result;

@@ -78,8 +78,8 @@ PIXEL_RULES Pixels_Rules(const UNMIX_STATE& _state, const KEY_FORMS& _key)
     rules.fltLeastX = .15f * _key.fltX;
     rules.fltWedge = _key.fltWedge;
     rules.nWedge = Rounded(_key.fltWedge * 8192);
-    rules.fltSquareX =
-        std::max(_key.arrX[0] * _key.arrX[0] + _key.arrX[1] * _key.arrX[1] + _key.arrX[2] * _key.arrX[2], 1e-3f);
+    rules.fltOneSquareX =
+        1 / std::max(_key.arrX[0] * _key.arrX[0] + _key.arrX[1] * _key.arrX[1] + _key.arrX[2] * _key.arrX[2], 1e-3f);
     rules.fltLow = params.fltCleanBackdrop / 100;
     rules.fltHigh = 1 - params.fltCleanForeground / 100;
     rules.fltClip = params.fltNoise * _state.fltNoise;

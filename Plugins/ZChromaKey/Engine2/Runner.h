@@ -21,6 +21,22 @@ private:
     void (*m_pfn)(const void*, int, int);
 };
 
+/// The steps of a picture, in the order in which they begin.
+enum eUnmixStep
+{
+    eUS_Cells, ///< and reading of formats that are not B, G, R, A
+    eUS_Screen,
+    eUS_Plate,
+    eUS_Noise,
+    eUS_Classes,
+    eUS_Foreground,
+    eUS_Chroma,
+    eUS_Pixels,
+    eUS_Edges,
+    eUS_Views,
+    eUS_Count,
+};
+
 /// Runs passes. Rows of a pass do not depend on each other, so any number of threads may take any parts of them in any
 /// order; the result is the same.
 class IRowRunner
@@ -28,6 +44,10 @@ class IRowRunner
 public:
     /// Runs _pass over the rows 0 to _nRows - 1, in parts of at least _nLeast, and returns when all are done.
     virtual void Run(int _nRows, int _nLeast, const CRowPass& _pass) = 0;
+    /// Says to which step belongs what comes next, passes and what lies between them: for who measures.
+    virtual void Step(eUnmixStep)
+    {
+    }
 
 protected:
     ~IRowRunner() = default;

@@ -291,13 +291,11 @@ void Screen_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, int _nFi
 
 namespace
 {
-int StepAt(const UNMIX_CELLS& _cells, int _nX, int _nY)
+// How far X of a cell's neighbours lies apart. The rows above, here and below.
+int StepAt(const int16_t* const (&_arrRows)[3], int _nX, int _nWidth)
 {
-    const auto X = [&](int _x, int _y) {
-        return static_cast<int>(
-            _cells.vecX[_cells.At(std::clamp(_x, 0, _cells.nWidth - 1), std::clamp(_y, 0, _cells.nHeight - 1))]);
-    };
-    return std::max(std::abs(X(_nX - 1, _nY) - X(_nX + 1, _nY)), std::abs(X(_nX, _nY - 1) - X(_nX, _nY + 1)));
+    const int nAcross = _arrRows[1][std::max(_nX - 1, 0)] - _arrRows[1][std::min(_nX + 1, _nWidth - 1)];
+    return std::max(std::abs(nAcross), std::abs(_arrRows[0][_nX] - _arrRows[2][_nX]));
 }
 } // namespace
 
@@ -311,12 +309,16 @@ int Screen_StepLimit(UNMIX_STATE& _state, FIELD_STATE& _field)
     int anQuarters[65] = {}; // quarters of a level
     int nCells = 0;
     for (int y = 0; y < bits.Height(); y += 3)
-        for (int x = 0; x < bits.Width(); ++x)
-            if (bits.Get(x, y))
-            {
-                ++anQuarters[std::min(StepAt(_field.cells, x, y) >> 5, 64)];
-                ++nCells;
-            }
+    {
+        const auto Row = [&](int _y) {
+            return &_field.cells.vecX[_field.cells.At(0, std::clamp(_y, 0, bits.Height() - 1))];
+        };
+        const int16_t* const arrRows[3] = {Row(y - 1), Row(y), Row(y + 1)};
+        bits.ForEachRun(y, [&](int _nX, int _nEnd) {
+            for (int x = _nX; x < _nEnd; x += 2, ++nCells)
+                ++anQuarters[std::min(StepAt(arrRows, x, bits.Width()) >> 5, 64)];
+        });
+    }
     int nMedian = 0;
     for (int nSeen = anQuarters[0]; nMedian < 64 && nSeen * 2 < nCells; nSeen += anQuarters[nMedian])
         ++nMedian;

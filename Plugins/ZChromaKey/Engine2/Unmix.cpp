@@ -29,6 +29,7 @@ struct RUN
     UNMIX_PICTURE picture;
     UNMIX_SAMPLES samples;
     UNMIX_RESULT result;
+    const CImgRowReader* pReader; // fills the picture; null: it is the input itself
 
     template <class T> void Rows(int _nRows, const T& _body) const
     {
@@ -127,6 +128,7 @@ void TakeGivenPlate(const RUN& _run)
 
 void FindSure(const RUN& _run)
 {
+    _run.runner.Step(eUS_Screen);
     UNMIX_STATE& state = _run.state;
     FIELD_STATE& field = _run.field;
     _run.CellRows([&](int _nFirst, int _nRows) { Screen_Pass(state, field, _run.nField, _nFirst, _nRows); });
@@ -165,12 +167,14 @@ void StartScene(const RUN& _run, const UNMIX_KEY& _key)
 void LearnPlate(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
+    _run.runner.Step(eUS_Plate);
     PLATE_CHANGE change = Plate_Compare(state);
     UNMIX_KEY key;
     // A plate that was given just now may have been taken in another light; that is no cut.
     if (state.bPlateSet && state.nFrames > 0 && IsNewScene(_run, change, &key))
     {
         StartScene(_run, key);
+        _run.runner.Step(eUS_Plate);
         change = Plate_Compare(state);
     }
     if (change.bEnough)
@@ -187,6 +191,7 @@ void LearnPlate(const RUN& _run)
 void MeasureNoise(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
+    _run.runner.Step(eUS_Noise);
     if (state.nFrames == 0)
         Bodies_Measure(state, _run.field);
     _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
@@ -220,8 +225,10 @@ void Classify(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
     FIELD_STATE& field = _run.field;
+    _run.runner.Step(eUS_Classes);
     _run.CellRows([&](int _nFirst, int _nRows) { Classes_Pass(state, field, _nFirst, _nRows); });
     Classes_Finish(state, field);
+    _run.runner.Step(eUS_Foreground);
     _run.PlateRows([&](int _nFirst, int _nRows) { Foreground_Pass(state, field, _nFirst, _nRows); });
     Foreground_Fill(field);
 }
@@ -231,6 +238,7 @@ void Refine(const RUN& _run)
 {
     if (_run.samples.eLayout == UNMIX_SAMPLES::eNone)
         return;
+    _run.runner.Step(eUS_Chroma);
     const ptrdiff_t nStride = ptrdiff_t{4} * _run.state.nWidth;
     uint16_t* const pRow0 = _run.state.vecDeep.data() + _run.nField * nStride;
     _run.CellRows([&](int _nFirst, int _nRows) {
@@ -251,11 +259,26 @@ void PassThrough(const RUN& _run)
     });
 }
 
-// Whether the field shows what it showed before. Makes its cells.
+// Reads the pixels of rows of cells.
+void ReadRows(const RUN& _run, int _nFirst, int _nRows)
+{
+    const int nFields = _run.state.nFields;
+    const ptrdiff_t nStride = ptrdiff_t{4} * _run.picture.nWidth; // of the frame
+    for (int y = _nFirst * c_nCell; y < std::min((_nFirst + _nRows) * c_nCell, _run.picture.nHeight); ++y)
+    {
+        const int nRow = y * nFields + _run.nField;
+        _run.pReader->ReadRow(nRow, _run.state.vecPicture.data() + nRow * nStride);
+    }
+}
+
+// Whether the field shows what it showed before. Makes its cells, of pixels that are still in the cache.
 bool ReadCells(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
+    _run.runner.Step(eUS_Cells);
     _run.CellRows([&](int _nFirst, int _nRows) {
+        if (_run.pReader)
+            ReadRows(_run, _nFirst, _nRows);
         Cells_Pass(*state.pKernels, _run.picture, _run.field.cells, state.vecChanged.data(), _nFirst, _nRows);
     });
     return _run.field.bKnown &&
@@ -265,6 +288,7 @@ bool ReadCells(const RUN& _run)
 void FindKey(const RUN& _run)
 {
     UNMIX_KEY key;
+    _run.runner.Step(eUS_Screen);
     if (_run.state.nKeys == 0 && Screen_FindKey(_run.field.cells, &key))
         SetKeys(_run.state, &key, 1);
 }
@@ -290,13 +314,16 @@ void LearnCells(const RUN& _run, const SEEN& _seen, bool _bSeenBefore)
 void WritePixels(const RUN& _run, bool _bSeenBefore)
 {
     UNMIX_STATE& state = _run.state;
+    _run.runner.Step(eUS_Pixels);
     _run.CellRows([&](int _nFirst, int _nRows) {
         Pixels_Pass(state, _run.field, _run.picture, _run.result, _bSeenBefore, _nFirst, _nRows);
     });
+    _run.runner.Step(eUS_Edges);
     if (Edges_Wanted(state))
         Edges_Change(state, _run.field, _run.picture, _run.result, _run.runner);
     if (!Views_Wanted(state, _run.picture))
         return;
+    _run.runner.Step(eUS_Views);
     if (state.setup.params.fltShadows > 0)
         Views_FindShadows(state);
     _run.CellRows([&](int _nFirst, int _nRows) {
@@ -359,8 +386,8 @@ UNMIX_RESULT FieldOf(const UNMIX_STATE& _state, const UNMIX_RESULT& _result, int
             _result.bWords};
 }
 
-UNMIX_PICTURE ReadPicture(UNMIX_STATE& _state, const CImgRowReader& _reader, const UNMIX_INPUT& _input,
-                          IRowRunner& _runner)
+// The input where it can be read in place, else room for it.
+UNMIX_PICTURE PictureOf(UNMIX_STATE& _state, const CImgRowReader& _reader, const UNMIX_INPUT& _input)
 {
     UNMIX_PICTURE picture;
     picture.nWidth = _reader.Width();
@@ -374,11 +401,6 @@ UNMIX_PICTURE ReadPicture(UNMIX_STATE& _state, const CImgRowReader& _reader, con
     }
     picture.nStride = ptrdiff_t{4} * picture.nWidth;
     _state.vecPicture.resize(static_cast<size_t>(picture.nStride) * picture.nHeight);
-    const auto ReadRows = [&](int _nFirst, int _nRows) {
-        for (int y = _nFirst; y < _nFirst + _nRows; ++y)
-            _reader.ReadRow(y, _state.vecPicture.data() + y * picture.nStride);
-    };
-    _runner.Run(picture.nHeight, c_nRowsPerPart, CRowPass(ReadRows));
     picture.pRow0 = _state.vecPicture.data();
     return picture;
 }
@@ -395,7 +417,7 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
     if (_state.nWidth != reader.Width() || _state.nHeight != reader.Height() || _state.nFields != nFields)
         UnmixState_Resize(_state, reader.Width(), reader.Height(), nFields);
     const SEEN seen = TakeSetup(_state, _setup, {_input.vidProps.fccType, static_cast<int>(reader.Matrix())});
-    const UNMIX_PICTURE picture = ReadPicture(_state, reader, _input, _runner);
+    const UNMIX_PICTURE picture = PictureOf(_state, reader, _input);
     const UNMIX_SAMPLES samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
     const auto RunOf = [&](int _nField) {
         return RUN{_state,
@@ -404,7 +426,8 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
                    _nField,
                    FieldOf(_state, picture, samples, _nField),
                    Chroma_Field(samples, _nField, nFields),
-                   FieldOf(_state, _result, _nField)};
+                   FieldOf(_state, _result, _nField),
+                   reader.IsInPlace() ? nullptr : &reader};
     };
     const RUN arrRuns[2] = {RunOf(0), RunOf(nFields - 1)};
     return KeyFields({arrRuns, static_cast<size_t>(nFields)}, seen);

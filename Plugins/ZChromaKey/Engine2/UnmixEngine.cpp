@@ -153,7 +153,9 @@ void CUnmixEngine::PlateTake(const UNMIX_PARTS& _parts, UNMIX_SETUP* _pSetup)
 HRESULT CUnmixEngine::Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings)
 {
     const auto timeStart = std::chrono::steady_clock::now();
-    const std::lock_guard lock(m_mtxState);
+    const CZTimedGuard guard(&m_lockState);
+    if (!guard)
+        return Z_E_TIMEOUT;
     if (!m_spWork)
         m_spWork = std::make_shared<CUnmixWork>();
     const HRESULT hr = WorkRun(_job, SettingsOf(_settings), PartsOf(_settings));
@@ -216,14 +218,16 @@ void CUnmixEngine::StatsKeep(double _dblMilliseconds)
 
 void CUnmixEngine::Flush()
 {
-    const std::lock_guard lock(m_mtxState);
-    if (m_spWork)
+    const CZTimedGuard guard(&m_lockState);
+    if (guard && m_spWork)
         Unmix_Restart(m_spWork->state);
 }
 
 void CUnmixEngine::Close()
 {
-    const std::lock_guard lock(m_mtxState);
+    const CZTimedGuard guard(&m_lockState);
+    if (!guard)
+        return;
     m_pool.Stop();
     m_spWork.reset();
 }
@@ -242,7 +246,12 @@ HRESULT CUnmixEngine::KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColou
 
 HRESULT CUnmixEngine::PlateGet(IMG_PICTURE* _pPicture)
 {
-    const std::lock_guard lock(m_mtxState);
+    const CZTimedGuard guard(&m_lockState);
+    if (!guard)
+    {
+        ZLog(eZLog_Error, "CCoZChromaKey2::PlateGet: the picture under way does not come to its end; ask again\n");
+        return Z_E_TIMEOUT;
+    }
     if (!m_spWork || !m_spWork->state.bPlateSet)
         return S_FALSE;
     const UNMIX_STATE& state = m_spWork->state;

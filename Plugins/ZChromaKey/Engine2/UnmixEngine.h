@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZTimedLock.h"
 #include "ZChromaKey/Engine2/UnmixFrameEngine.h"
 #include "ZChromaKey/Engine2/UnmixWork.h"
 
@@ -39,7 +40,7 @@ private:
     void SureSay();
     void StatsKeep(double _dblMilliseconds);
 
-    std::mutex m_mtxState; ///< held while a picture is keyed: guards what follows
+    CZTimedLock m_lockState; ///< held while a picture is keyed: guards what follows
     CRowPool m_pool{"CUnmixEngine"};
     std::shared_ptr<CUnmixWork> m_spWork; ///< null before the first frame
     uint64_t m_nRestarts = 0;

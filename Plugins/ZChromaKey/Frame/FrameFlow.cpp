@@ -1,6 +1,7 @@
 #include "ZChromaKey/Frame/FrameFlow.h"
 
 #include "Base/ZAssert.h"
+#include "Base/ZDeadline.h"
 #include "Base/ZLog.h"
 #include "ZChromaKey/Frame/FrameText.h"
 
@@ -45,21 +46,28 @@ HRESULT CFrameFlow::Receive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes)
     std::string strFrame; // before the locks: the host's frame says it
     if (_pFrameOrNull && ZLog_IsOn(eZLog_Verbose))
         strFrame = FrameText(_pFrameOrNull);
-    // Soon free: Close waits long for the thread only while a frame is under way, and then the event is not set.
-    std::unique_lock lock(m_mtxThread);
-    while (!m_evtOutputReady.Wait(0)) // a call from another thread was faster
-    {
-        lock.unlock();
-        if (!m_evtOutputReady.Wait(c_nOutputReadyMs))
-            return Z_E_TIMEOUT;
-        lock.lock();
-    }
-    if (const HRESULT hr = _pFrameOrNull ? ThreadStart() : S_OK; FAILED(hr))
-        return hr;
-    RESULT res = Swap(_pFrameOrNull, strFrame);
+    RESULT res = SwapWhenReady(_pFrameOrNull, strFrame);
     if (res.hr == S_OK && Z_VERIFY_TEXT(_ppFrameRes && res.cpFrame, "_ppFrameRes && *_ppFrameRes"))
         *_ppFrameRes = res.cpFrame.Detach();
     return res.hr;
+}
+
+/// Of calls from several threads, each waits until those before it are done.
+CFrameFlow::RESULT CFrameFlow::SwapWhenReady(IZFFrame* _pFrameOrNull, const std::string& _strFrame)
+{
+    const CZDeadline deadline(c_nOutputReadyMs);
+    do
+    {
+        const CZTimedGuard guard(&m_lockThread, deadline.LeftMs());
+        if (!guard)
+            break;
+        if (!m_evtOutputReady.Wait(0)) // a call from another thread was faster
+            continue;
+        if (const HRESULT hr = _pFrameOrNull ? ThreadStart() : S_OK; FAILED(hr))
+            return {{}, hr};
+        return Swap(_pFrameOrNull, _strFrame);
+    } while (m_evtOutputReady.Wait(deadline.LeftMs()));
+    return {{}, Z_E_TIMEOUT};
 }
 
 HRESULT CFrameFlow::ThreadStart()
@@ -143,9 +151,12 @@ HRESULT CFrameFlow::Close()
 {
     CZPtr<IZFFrame> cpDropped; // both are let go of after the lock is released: the host's frames may call back
     RESULT resDropped;
-    const std::lock_guard lock(m_mtxThread);
+    const CZDeadline deadline(c_nThreadStopMs);
+    const CZTimedGuard guard(&m_lockThread, deadline.LeftMs());
     resDropped = Drop();
-    const HRESULT hr = m_thrOutput->Stop();
+    if (!guard)
+        return Z_E_TIMEOUT;
+    const HRESULT hr = m_thrOutput->Stop(deadline.LeftMs());
     m_bStopping = FAILED(hr);
     if (m_bStopping)
         return hr;
@@ -175,8 +186,8 @@ void CFrameFlow::CloseFromWithin(std::function<void()> _fnAfter)
 bool CFrameFlow::Abandon(std::function<void()> _fnAfter)
 {
     {
-        const std::lock_guard lock(m_mtxThread);
-        m_thrOutput.reset(); // logs that the thread was not stopped
+        const CZTimedGuard guard(&m_lockThread); // free: this is the last who has the object
+        m_thrOutput.reset();                     // logs that the thread was not stopped
     }
     const std::lock_guard lock(m_mtxSlots);
     if (m_nUnderWay == 0)

@@ -2,6 +2,7 @@
 
 #include "Base/ZPtr.h"
 #include "Base/ZThread.h"
+#include "Base/ZTimedLock.h"
 #include "Interfaces/IZFFrame.h"
 
 #include <atomic>
@@ -44,7 +45,7 @@ public:
     void Flush();
 
     /// Stops the output thread and drops what is under way; the next Receive starts it again. Z_E_TIMEOUT: processing
-    /// did not end in time, and the thread still uses this object.
+    /// did not end within ten seconds, and the thread still uses this object.
     HRESULT Close();
 
     /// Whether the caller is the output thread: the host calls back while a frame is processed or let go.
@@ -66,6 +67,7 @@ private:
     };
 
     HRESULT Process(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) const;
+    RESULT SwapWhenReady(IZFFrame* _pFrameOrNull, const std::string& _strFrame);
     HRESULT ThreadStart();
     RESULT Swap(IZFFrame* _pFrameOrNull, const std::string& _strFrame);
     RESULT Drop();
@@ -76,7 +78,7 @@ private:
     std::function<void()> m_fnFlush;
     CZEvent m_evtOutputReady{true}; // signalled: the pending slot is empty
 
-    std::mutex m_mtxThread; // guards the thread object
+    CZTimedLock m_lockThread; // guards the thread object; Close holds it while it waits for the thread
     std::optional<CSimpleThreadBase<CFrameFlow>> m_thrOutput{std::in_place};
     std::atomic<bool> m_bStopping = false; // told to stop, and not waited for
 

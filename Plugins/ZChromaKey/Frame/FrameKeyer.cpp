@@ -4,6 +4,7 @@
 #include "Base/ZHelpers.h"
 #include "Base/ZLog.h"
 #include "Base/ZSaturate.h"
+#include "Base/ZScope.h"
 #include "Image/ImgRowReader.h"
 #include "Props/PropStore.h"
 #include "ZChromaKey/Frame/FrameText.h"
@@ -24,20 +25,21 @@ void TextureDrop(IZFFrame* _pFrameRes)
 }
 
 /// The second interface of a frame that has a picture in system memory; the others are passed on untouched.
-CZPtr<IZFFrame2> QueryPicture(IZFFrame* _pFrame)
+CZPtr<IZFFrame2> QueryPicture(IZFFrame* _pFrame, CFrameLog* _pLog)
 {
     CZPtr<IZFFrame2> cpFrame2;
     const HRESULT hr = _pFrame->QueryInterface(IID_IZFFrame2, cpFrame2.PutVoid());
     if (FAILED(hr) || !cpFrame2)
     {
-        ZLog(eZLog_Warning, "IZFFrame(0x%08X) QI FAILED hr=0x%08X\n", static_cast<const void*>(_pFrame), hr);
+        _pLog->Say(eZLog_Warning, hr, "IZFFrame(0x%08X) QI FAILED hr=0x%08X\n", static_cast<const void*>(_pFrame), hr);
         return {};
     }
     ZF_VID_PTR vidPtr = {};
     const HRESULT hrPtr = cpFrame2->VideoPtrGet(eZFP_Stored, &vidPtr);
     if (FAILED(hrPtr) || !vidPtr.lpVideoPlanes[0])
     {
-        ZLog(eZLog_Warning, "IZFFrame(0x%08X) ZF_VID_PTR=NULL hr=0x%08X\n", static_cast<const void*>(_pFrame), hrPtr);
+        _pLog->Say(eZLog_Warning, hrPtr, "IZFFrame(0x%08X) ZF_VID_PTR=NULL hr=0x%08X\n",
+                   static_cast<const void*>(_pFrame), hrPtr);
         return {};
     }
     return cpFrame2;
@@ -71,7 +73,7 @@ HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFr
     if (!Z_VERIFY_TEXT(_pFrame && _ppFrameRes, "_pFrame"))
         return E_POINTER;
     *_ppFrameRes = nullptr;
-    if (m_idProcessing == std::this_thread::get_id())
+    if (m_lockProcess.IsMine())
     {
         ZLog(eZLog_Error, "%hs::OnMediaReceive: called from a method of the frame that is being processed\n",
              m_pszClass);
@@ -79,23 +81,23 @@ HRESULT CFrameKeyer::Process(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFr
     }
     FRAMES frames; // outlives the lock
     FRAMES framesClosed;
-    const std::lock_guard lock(m_mtxProcess);
-    const PROCESSING processing(this, &framesClosed);
-    return ProcessLocked(_pFrame, _settings, _ppFrameRes, &frames);
-}
-
-CFrameKeyer::PROCESSING::PROCESSING(CFrameKeyer* _pKeyer, FRAMES* _pFrames)
-    : pKeyer(_pKeyer)
-    , pFrames(_pFrames)
-{
-    pKeyer->m_idProcessing = std::this_thread::get_id();
-}
-
-CFrameKeyer::PROCESSING::~PROCESSING()
-{
-    if (std::exchange(pKeyer->m_bCloseWanted, false))
-        pKeyer->CloseLocked(pFrames);
-    pKeyer->m_idProcessing = std::thread::id();
+    const CZTimedGuard guard(&m_lockProcess);
+    if (!guard)
+    {
+        ZLog(eZLog_Error,
+             "%hs::OnMediaReceive: the frame was not taken: another one has been processed for ten seconds, for one of "
+             "its methods does not come back\n",
+             m_pszClass);
+        return Z_E_TIMEOUT;
+    }
+    const CZScopeExit closeIfWanted([&] {
+        if (m_bCloseWanted)
+            CloseLocked(&framesClosed);
+    });
+    const HRESULT hr = ProcessLocked(_pFrame, _settings, _ppFrameRes, &frames);
+    if (FAILED(hr))
+        LogNoResult(_pFrame, hr);
+    return hr;
 }
 
 HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFrame** _ppFrameRes,
@@ -106,7 +108,10 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
     FramesTake(_pFrames);
     const bool bNewStream = m_bFlushWanted.exchange(false);
     if (bNewStream)
+    {
         m_upEngine->Flush();
+        m_log.Begin();
+    }
     m_plan = m_upEngine->Plan(_settings);
     const bool bOptionsSame = !OptionsUpdate();
     // An output of the stream before was keyed with what that stream had shown.
@@ -115,7 +120,7 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
     HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
     if (FAILED(hr))
     {
-        ZLog(eZLog_Error, "%hs::OnMediaReceive: the frame has no video properties, hr=%08X\n", m_pszClass, hr);
+        m_log.Say(eZLog_Error, hr, "%hs::OnMediaReceive: the frame has no video properties, hr=%08X\n", m_pszClass, hr);
         return hr;
     }
     const bool bCompared = m_plan.bCompares && VidProps_IsSet(&vidProps, true);
@@ -164,6 +169,7 @@ bool CFrameKeyer::OptionsUpdate()
     if (m_options && m_options->nChange == m_pStore->ChangeCount())
         return false;
     m_options = ChromaKeyOptions_Read(*m_pStore);
+    m_log.Begin();
     if (!m_plan.bReadsSource && (m_options->fccARGB != eZFCC_ARGB32 || m_options->bPremultiplied))
     {
         ZLog(eZLog_Warning,
@@ -183,6 +189,20 @@ void CFrameKeyer::LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame*
         ZLog(_eLevel, _pszFormat, m_pszClass + 1, FrameText(_pFrame), _hr);
 }
 
+/// With latency the failure is the answer to a later frame: the log says whose it is.
+void CFrameKeyer::LogNoResult(IZFFrame* _pFrame, HRESULT _hr)
+{
+    static constexpr char c_szFormat[] =
+        "%hs::OnMediaReceive: there is no result for the frame of identity %llu (%hs), hr=%08X\n";
+    const eZLogLevel eLevel = m_log.Level(eZLog_Error, c_szFormat, _hr);
+    if (!ZLog_IsOn(eLevel))
+        return;
+    uint64_t nIdentity = 0;
+    if (const auto cpFrame2 = ZQuery<IZFFrame2>(_pFrame))
+        cpFrame2->FrameIdGet(&nIdentity);
+    ZLog(eLevel, c_szFormat, m_pszClass, nIdentity, FrameText(_pFrame), _hr);
+}
+
 /// The log tells once, not with every frame, where colour cancel has no effect.
 void CFrameKeyer::LogNotCleaned(uint32_t _fccType)
 {
@@ -197,26 +217,42 @@ void CFrameKeyer::LogNotCleaned(uint32_t _fccType)
          m_pszClass, FCC_Name(_fccType), c_szOptionARGB, strCleaned);
 }
 
-/// The frame less its borders, as on the CPU. A frame in a texture has no picture that could be cut.
-HRESULT CFrameKeyer::GPUInput(IZFFrame* _pFrame, WORK_FRAME* _pWork)
+/// Makes the input less its borders, once for a frame.
+HRESULT CFrameKeyer::InputCut(IZFFrame* _pFrame, FRAMES* _pFrames)
 {
-    *_pWork = {m_pszClass, CZPtr<IZFFrame>(_pFrame)};
+    if (_pFrames->workCut.cpFrame)
+        return S_OK;
+    WORK_FRAME work = {&m_log, CZPtr<IZFFrame>(_pFrame)};
+    const HRESULT hr = WorkFrame_Cut(m_options->rectBorders, &work);
+    if (SUCCEEDED(hr))
+        _pFrames->workCut = std::move(work);
+    return hr;
+}
+
+/// The frame less its borders, as on the CPU. A frame in a texture has no picture that could be cut.
+HRESULT CFrameKeyer::GPUInput(IZFFrame* _pFrame, FRAMES* _pFrames, CZPtr<IZFFrame>* _pcpInput)
+{
+    *_pcpInput = CZPtr<IZFFrame>(_pFrame);
     ZF_VID_PTR vidPtr = {};
     if (_pFrame->VideoPtrGet(eZFP_Stored, &vidPtr) != S_OK)
         return S_OK;
-    const HRESULT hr = WorkFrame_Cut(m_options->rectBorders, _pWork);
+    const HRESULT hr = InputCut(_pFrame, _pFrames);
+    if (FAILED(hr))
+        return hr;
+    *_pcpInput = _pFrames->workCut.cpFrame;
     // The CPU converts first and cuts to the pixel: only it can give the result that size.
-    return SUCCEEDED(hr) && m_options->bOutputARGB && _pWork->bWidened ? E_NOTIMPL : hr;
+    return m_options->bOutputARGB && _pFrames->workCut.part ? E_NOTIMPL : S_OK;
 }
 
 HRESULT CFrameKeyer::RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                             FRAMES* _pFrames)
 {
-    HRESULT hr = GPUInput(_pFrame, &_pFrames->workGPU);
+    CZPtr<IZFFrame> cpInput; // others hold it as well
+    HRESULT hr = GPUInput(_pFrame, _pFrames, &cpInput);
     const ENGINE_GPU_OPTIONS options = {m_options->bOutputARGB, m_options->bGPUFlush, Img_MatrixOf(_vidProps),
                                         m_options->nGPUMode == eCKGPU_Only, m_options->nChange};
     if (SUCCEEDED(hr))
-        hr = m_upEngine->ProcessGPU(_pFrames->workGPU.cpFrame.Get(), _settings, options, _pFrames->cpFrameGPU.Put());
+        hr = m_upEngine->ProcessGPU(cpInput.Get(), _settings, options, _pFrames->cpFrameGPU.Put());
     _pFrames->vecFramesGPU = m_upEngine->FramesTake();
     return SUCCEEDED(hr) && !_pFrames->cpFrameGPU ? E_UNEXPECTED : hr; // a success without a frame helps nobody
 }
@@ -231,7 +267,6 @@ HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
         GPUFailed(_pFrame, hr);
         return hr;
     }
-    m_hrGPULast = S_OK;
     ZF_VID_PROPS vidPropsRes = {};
     if (m_plan.bCleans && SUCCEEDED(cpFrameRes->VideoPropsGet(&vidPropsRes)))
         LogNotCleaned(vidPropsRes.fccType);
@@ -243,15 +278,12 @@ HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
     return S_OK;
 }
 
-/// Logs a failure once, not with every frame. That a build has no GPU path is only a fault where nothing else may key.
+/// That a build has no GPU path is only a fault where nothing else may key.
 void CFrameKeyer::GPUFailed(IZFFrame* _pFrame, HRESULT _hr)
 {
+    static constexpr char c_szFormat[] = "%hs::OnMediaReceiveI(%ws) Failed to perform GPU chroma key! hr=%08X\n";
     const bool bExpected = _hr == E_NOTIMPL && m_options->nGPUMode != eCKGPU_Only;
-    const bool bLogged = std::exchange(m_hrGPULast, _hr) == _hr;
-    LogFrame(bLogged     ? eZLog_Verbose
-             : bExpected ? eZLog_Info
-                         : eZLog_Error,
-             "%hs::OnMediaReceiveI(%ws) Failed to perform GPU chroma key! hr=%08X\n", _pFrame, _hr);
+    LogFrame(m_log.Level(bExpected ? eZLog_Info : eZLog_Error, c_szFormat, _hr), c_szFormat, _pFrame, _hr);
 }
 
 HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
@@ -259,13 +291,11 @@ HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
 {
     if (!m_plan.bKeys && !m_options->bOutputARGB && m_options->rectBorders == PROP_RECT{})
         return S_FALSE;
-    const auto cpFrame2 = QueryPicture(_pFrame);
+    const auto cpFrame2 = QueryPicture(_pFrame, &m_log);
     if (!cpFrame2)
         return S_FALSE;
     WORK_FRAME& work = _pFrames->work;
-    HRESULT hr = m_plan.bKeys && m_plan.bReadsSource
-                     ? WorkFrame_MakeFromSource(m_pszClass, cpFrame2.Get(), *m_options, &work)
-                     : WorkFrame_Make(m_pszClass, cpFrame2.Get(), *m_options, &work);
+    HRESULT hr = WorkMake(cpFrame2.Get(), _vidProps, _pFrames);
     if (SUCCEEDED(hr) && m_plan.bKeys)
         hr = OwnMake(&work);
     if (SUCCEEDED(hr) && m_plan.bKeys) // measured as the input is, not as what it was converted into
@@ -274,6 +304,25 @@ HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
         return FAILED(hr) ? hr : S_FALSE;
     *_ppFrameRes = work.cpFrame.Detach();
     return S_OK;
+}
+
+/// The frame that the options ask for: converted, then cut by the borders; of an engine that reads the source, cut.
+HRESULT CFrameKeyer::WorkMake(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, FRAMES* _pFrames)
+{
+    const bool bReadsSource = m_plan.bKeys && m_plan.bReadsSource;
+    if (!bReadsSource && m_options->bOutputARGB && _vidProps.fccType != m_options->fccARGB)
+    {
+        _pFrames->work = {&m_log, CZPtr<IZFFrame>(_pFrame)};
+        const HRESULT hr = WorkFrame_Convert(m_options->fccARGB, &_pFrames->work);
+        return SUCCEEDED(hr) ? WorkFrame_Cut(m_options->rectBorders, &_pFrames->work) : hr;
+    }
+    const HRESULT hr = InputCut(_pFrame, _pFrames);
+    if (FAILED(hr))
+        return hr;
+    _pFrames->work = _pFrames->workCut;
+    if (!m_options->bOutputARGB)
+        _pFrames->work.part.reset(); // chroma samples of the result are whole as well
+    return bReadsSource ? WorkFrame_SourceTake(*m_options, &_pFrames->work) : S_OK;
 }
 
 /// A frame that the mask can be attached to; with pixels of its own where alpha or clean colours are written.
@@ -287,7 +336,7 @@ HRESULT CFrameKeyer::OwnMake(WORK_FRAME* _pWork)
 }
 
 /// What the engine gets. The mask is top-down, so rows are addressed from the top.
-HRESULT CFrameKeyer::JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK_MASK* _pMask, ENGINE_JOB* _pJob) const
+HRESULT CFrameKeyer::JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK_MASK* _pMask, ENGINE_JOB* _pJob)
 {
     ENGINE_PICTURE& result = _pJob->result;
     HRESULT hr = _work.cpFrame->VideoPropsGet(&result.vidProps);
@@ -302,12 +351,12 @@ HRESULT CFrameKeyer::JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK
     }
     if (SUCCEEDED(hr) && !IsResultUsable(*_pJob))
     {
-        ZLog(eZLog_Error, "%hs::OnMediaReceive: a frame for the result of (%hs) came as (%hs)\n", m_pszClass,
-             VidProps_Text(&_pJob->source.vidProps), VidProps_Text(&result.vidProps));
+        m_log.Say(eZLog_Error, E_UNEXPECTED, "%hs::OnMediaReceive: a frame for the result of (%hs) came as (%hs)\n",
+                  m_pszClass, VidProps_Text(&_pJob->source.vidProps), VidProps_Text(&result.vidProps));
         hr = E_UNEXPECTED;
     }
     if (SUCCEEDED(hr))
-        hr = WorkFrame_MakeMask(m_pszClass, _pFrameIn, result.vidProps, _pMask);
+        hr = WorkFrame_MakeMask(&m_log, _pFrameIn, result.vidProps, _pMask);
     _pJob->bWrite = _work.bOwnPixels; // alpha of ARGB32, clean colours
     _pJob->bPremultiply = m_options->bPremultiplied;
     _pJob->pbMask = _pMask->pbAlpha;
@@ -339,8 +388,8 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, ENGINE_
              m_pszClass);
     }
     else if (FAILED(hr))
-        ZLog(eZLog_Error, "%hs::OnMediaReceive: a frame (%hs) cannot be keyed on the CPU, hr=%08X\n", m_pszClass,
-             VidProps_Text(&job.result.vidProps), hr);
+        m_log.Say(eZLog_Error, hr, "%hs::OnMediaReceive: a frame (%hs) cannot be keyed on the CPU, hr=%08X\n",
+                  m_pszClass, VidProps_Text(&job.result.vidProps), hr);
     return hr;
 }
 
@@ -349,21 +398,24 @@ void CFrameKeyer::Flush()
     m_bFlushWanted = true;
 }
 
-void CFrameKeyer::Close()
+HRESULT CFrameKeyer::Close()
 {
-    if (m_idProcessing == std::this_thread::get_id())
-    {
-        m_bCloseWanted = true;
-        return;
-    }
     FRAMES frames; // outlives the lock
-    const std::lock_guard lock(m_mtxProcess);
-    CloseLocked(&frames);
+    const CZTimedGuard guard(&m_lockProcess);
+    if (guard)
+    {
+        CloseLocked(&frames);
+        return S_OK;
+    }
+    m_bCloseWanted = true; // where the frame is done just now: after the next one
+    return m_lockProcess.IsMine() ? S_OK : Z_E_TIMEOUT;
 }
 
 void CFrameKeyer::CloseLocked(FRAMES* _pFrames)
 {
     FramesTake(_pFrames);
     m_comparer.Reset();
+    m_log.Begin();
     m_upEngine->Close();
+    m_bCloseWanted = false; // last: a log sink may have asked for it once more
 }

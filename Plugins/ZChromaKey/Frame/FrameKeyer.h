@@ -2,17 +2,17 @@
 
 #include "Base/ZLog.h"
 #include "Base/ZPtr.h"
+#include "Base/ZTimedLock.h"
 #include "Interfaces/IZFFrame.h"
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
 #include "ZChromaKey/Frame/FrameEngine.h"
+#include "ZChromaKey/Frame/FrameLog.h"
 #include "ZChromaKey/Frame/WorkFrame.h"
 #include "ZChromaKey/Frame/ZFrameComparer.h"
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <thread>
 #include <vector>
 
 class CPropStore;
@@ -31,8 +31,8 @@ public:
     /// Hands out the keyed frame, which the caller releases; the input is never written to.
     ///
     /// S_OK and a frame; S_FALSE and null: the input passes as it is (settings that do not key, a frame without a
-    /// picture in system memory); E_UNEXPECTED: called from a method of the frame that is processed; else the failure,
-    /// which has been logged.
+    /// picture in system memory); E_UNEXPECTED: called from a method of the frame that is processed; Z_E_TIMEOUT:
+    /// another frame does not come to its end within ten seconds; else the failure. All failures have been logged.
     HRESULT Process(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFrame** _ppFrameRes);
 
     /// The next frame begins a new stream for the engine, and is none that came before. Does not wait for the frame
@@ -40,8 +40,9 @@ public:
     void Flush();
 
     /// Gives back frames and processors once the frame under way is done; the next frame makes them again. From a
-    /// method of the frame under way: that is seen to after it.
-    void Close();
+    /// method of the frame under way, and with Z_E_TIMEOUT where that frame does not come to its end within ten
+    /// seconds: that is seen to after it.
+    HRESULT Close();
 
 private:
     /// The frames that a call may let go of.
@@ -49,35 +50,27 @@ private:
     {
         CZPtr<IZFFrame2> cpInputLast;
         CZPtr<IZFFrame> cpFrameLast;
-        WORK_FRAME workGPU;
+        WORK_FRAME workCut; ///< the input less its borders, for whoever needs it first; empty: not made
         CZPtr<IZFFrame> cpFrameGPU;
         CZPtr<IZFFrame> cpFrameUndrawn; ///< the GPU's frame from before the time was drawn, if that made a copy
         std::vector<CZPtr<IZFFrame>> vecFramesGPU;
         WORK_FRAME work;
         WORK_MASK mask;
     };
-    /// While it lives, under the lock, the calling thread processes a frame; in the end it does what Close put off.
-    struct PROCESSING
-    {
-        PROCESSING(CFrameKeyer* _pKeyer, FRAMES* _pFrames);
-        ~PROCESSING();
-        PROCESSING(const PROCESSING&) = delete;
-        PROCESSING& operator=(const PROCESSING&) = delete;
-
-        CFrameKeyer* pKeyer;
-        FRAMES* pFrames; ///< takes what Close lets go of
-    };
     HRESULT ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, IZFFrame** _ppFrameRes, FRAMES* _pFrames);
+    HRESULT InputCut(IZFFrame* _pFrame, FRAMES* _pFrames);
+    HRESULT WorkMake(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, FRAMES* _pFrames);
     HRESULT OwnMake(WORK_FRAME* _pWork);
-    HRESULT JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK_MASK* _pMask, ENGINE_JOB* _pJob) const;
+    HRESULT JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK_MASK* _pMask, ENGINE_JOB* _pJob);
     HRESULT ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                        IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     void FramesTake(FRAMES* _pFrames);
     void CloseLocked(FRAMES* _pFrames);
     bool OptionsUpdate();
     void LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame* _pFrame, HRESULT _hr) const;
+    void LogNoResult(IZFFrame* _pFrame, HRESULT _hr);
     void LogNotCleaned(uint32_t _fccType);
-    HRESULT GPUInput(IZFFrame* _pFrame, WORK_FRAME* _pWork);
+    HRESULT GPUInput(IZFFrame* _pFrame, FRAMES* _pFrames, CZPtr<IZFFrame>* _pcpInput);
     HRESULT KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                      IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     HRESULT RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings, FRAMES* _pFrames);
@@ -87,16 +80,15 @@ private:
     HRESULT RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, ENGINE_SETTINGS _settings, FRAMES* _pFrames);
 
     const char* m_pszClass;
+    CFrameLog m_log{m_pszClass}; // under the lock
     CPropStore* m_pStore;
-    std::mutex m_mtxProcess; // held while a frame is processed: Close and a change of threading wait for it
-    std::atomic<std::thread::id> m_idProcessing; // the thread that holds it for a frame
-    bool m_bCloseWanted = false;                 // by that thread
+    CZTimedLock m_lockProcess;                // held while a frame is processed: other frames and Close wait for it
+    std::atomic<bool> m_bCloseWanted = false; // when the frame under way is done
 
     std::optional<CK_FRAME_OPTIONS> m_options;
     std::unique_ptr<CFrameEngine> m_upEngine;
     std::atomic<bool> m_bFlushWanted = false; // before the next frame
     ENGINE_PLAN m_plan = {};                  // of the frame under way
-    HRESULT m_hrGPULast = S_OK;               // the last failure that was logged
     ZFrameComparer m_comparer;
     std::vector<std::byte> m_vecSettingsLast;
     uint32_t m_fccNotCleaned = 0;  // the last format whose colours were logged as left

@@ -2,7 +2,6 @@
 
 #include "Base/ZAssert.h"
 #include "Base/ZHelpers.h"
-#include "Base/ZLog.h"
 #include "Base/ZSaturate.h"
 #include "Image/ImgPlane.h"
 #include "ZChromaKey/Frame/FrameText.h"
@@ -22,17 +21,16 @@ HRESULT MakeARGB(uint32_t _nFlags, uint32_t _fccARGB, WORK_FRAME* _pWork)
     const HRESULT hr = cpFrame2 ? cpFrame2->FrameConvert(_nFlags, _fccARGB, cpARGB.Put()) : E_NOINTERFACE;
     if (FAILED(hr) || !cpARGB)
     {
-        ZLog(eZLog_Error,
-             "%hs::OnMediaReceive: \"%hs\": the frame (%hs) cannot be converted into %hs, hr=%08X; switch the option "
-             "off%hs\n",
-             _pWork->pszClass, c_szOptionARGB, FrameText(_pWork->cpFrame.Get()), FCC_Name(_fccARGB), hr,
-             _fccARGB == eZFCC_ARGB64 ? ", or set \"output.depth\" to 8" : "");
+        _pWork->pLog->Say(eZLog_Error, hr,
+                          "%hs::OnMediaReceive: \"%hs\": the frame (%hs) cannot be converted into %hs, hr=%08X; switch "
+                          "the option off%hs\n",
+                          _pWork->pLog->Class(), c_szOptionARGB, FrameText(_pWork->cpFrame.Get()), FCC_Name(_fccARGB),
+                          hr, _fccARGB == eZFCC_ARGB64 ? ", or set \"output.depth\" to 8" : "");
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     _pWork->cpFrame = std::move(cpARGB);
     _pWork->bOwnFrame = true;
     _pWork->bOwnPixels = true;
-    _pWork->bWidened = false;
     return S_OK;
 }
 
@@ -46,10 +44,9 @@ WORK_PART PartOf(const PROP_RECT& _borders, const ZF_VID_PROPS& _vidProps)
 {
     const int64_t nWidth = _vidProps.nWidth;
     const int64_t nHeight = std::abs(int64_t{_vidProps.nHeight});
-    return {ZSaturate32(RoundUpTo8(std::max(_borders.nLeft, 0))), std::max(_borders.nTop, 0),
-            // rounding up may pass the width
-            ZSaturate32(std::min(RoundUpTo8(nWidth - std::max(_borders.nRight, 0)), nWidth)),
-            ZSaturate32(nHeight - std::max(_borders.nBottom, 0))};
+    return {ZSaturate32(RoundUpTo8(_borders.nLeft)), _borders.nTop,
+            ZSaturate32(std::min(RoundUpTo8(nWidth - _borders.nRight), nWidth)), // rounding up may pass the width
+            ZSaturate32(nHeight - _borders.nBottom)};
 }
 
 /// Where a part lies in the picture that was cut out for it, which begins with a whole chroma sample of each field. Its
@@ -62,7 +59,7 @@ WORK_PART InsideOf(const WORK_PART& _part, const ZF_VID_PROPS& _vidProps)
 }
 
 /// Puts a part of a frame in its place.
-HRESULT Trim(const char* _pszClass, const WORK_PART& _part, CZPtr<IZFFrame>* _pcpFrame)
+HRESULT Trim(CFrameLog* _pLog, const WORK_PART& _part, CZPtr<IZFFrame>* _pcpFrame)
 {
     const auto cpFrame2 = ZQuery<IZFFrame2>(*_pcpFrame);
     CZPtr<IZFFrame> cpPart;
@@ -70,12 +67,19 @@ HRESULT Trim(const char* _pszClass, const WORK_PART& _part, CZPtr<IZFFrame>* _pc
         cpFrame2 ? cpFrame2->FrameRect(_part.nX1, _part.nY1, _part.nX2, _part.nY2, cpPart.Put()) : E_NOINTERFACE;
     if (FAILED(hr) || !cpPart)
     {
-        ZLog(eZLog_Error, "%hs::OnMediaReceive: \"%hs\" cannot be cut from the result (%hs), hr=%08X\n", _pszClass,
-             c_szOptionBorders, FrameText(_pcpFrame->Get()), hr);
+        _pLog->Say(eZLog_Error, hr, "%hs::OnMediaReceive: \"%hs\" cannot be cut from the result (%hs), hr=%08X\n",
+                   _pLog->Class(), c_szOptionBorders, FrameText(_pcpFrame->Get()), hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     *_pcpFrame = std::move(cpPart);
     return S_OK;
+}
+
+/// A host may not let the pixels of a part be written, although those of the whole are ours.
+bool IsWritable(IZFFrame* _pFrame)
+{
+    ZF_VID_PTR vidPtr = {};
+    return _pFrame->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtr) != E_ACCESSDENIED;
 }
 
 /// The engine takes the stride of a mask from the frame's properties, so the mask made has to agree.
@@ -104,42 +108,30 @@ HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork)
              : E_INVALIDARG;
     if (FAILED(hr) || !cpRect)
     {
-        ZLog(eZLog_Error, "%hs::OnMediaReceive: \"%hs\" %d,%d,%d,%d %hs a frame of %dx%d, hr=%08X\n", _pWork->pszClass,
-             c_szOptionBorders, _borders.nLeft, _borders.nTop, _borders.nRight, _borders.nBottom,
-             hr == E_INVALIDARG ? "leave nothing (use narrower ones) of" : "cannot be cut from", vidProps.nWidth,
-             ZAbs32(vidProps.nHeight), hr);
+        _pWork->pLog->Say(eZLog_Error, hr, "%hs::OnMediaReceive: \"%hs\" %d,%d,%d,%d %hs a frame of %dx%d, hr=%08X\n",
+                          _pWork->pLog->Class(), c_szOptionBorders, _borders.nLeft, _borders.nTop, _borders.nRight,
+                          _borders.nBottom,
+                          hr == E_INVALIDARG ? "leave nothing (use narrower ones) of" : "cannot be cut from",
+                          vidProps.nWidth, ZAbs32(vidProps.nHeight), hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
-    hr = cpRect->VideoPropsGet(&vidProps);
-    const bool bWidened = vidProps.nWidth != part.nX2 - part.nX1 || ZAbs32(vidProps.nHeight) != part.nY2 - part.nY1;
-    _pWork->cpFrame = std::move(cpRect);
+    ZF_VID_PROPS vidPropsRect = {};
+    hr = cpRect->VideoPropsGet(&vidPropsRect);
+    if (vidPropsRect.nWidth != part.nX2 - part.nX1 || ZAbs32(vidPropsRect.nHeight) != part.nY2 - part.nY1)
+        _pWork->part = InsideOf(part, vidProps);
+    _pWork->cpFrame = std::move(cpRect); // lets go of the whole, so that no two frames share the pixels
     _pWork->bOwnFrame = true;
-    _pWork->bWidened = bWidened;
+    _pWork->bOwnPixels = _pWork->bOwnPixels && IsWritable(_pWork->cpFrame.Get());
     return hr;
 }
 
-HRESULT WorkFrame_Make(const char* _pszClass, IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork)
+HRESULT WorkFrame_Convert(uint32_t _fccARGB, WORK_FRAME* _pWork)
 {
-    *_pWork = {_pszClass, CZPtr<IZFFrame>(_pFrame)};
-    ZF_VID_PROPS vidProps = {};
-    HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
-    if (SUCCEEDED(hr) && _options.bOutputARGB && vidProps.fccType != _options.fccARGB)
-        hr = MakeARGB(eZFC_Converted, _options.fccARGB, _pWork);
-    return SUCCEEDED(hr) ? WorkFrame_Cut(_options.rectBorders, _pWork) : hr;
+    return MakeARGB(eZFC_Converted, _fccARGB, _pWork);
 }
 
-HRESULT WorkFrame_MakeFromSource(const char* _pszClass, IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options,
-                                 WORK_FRAME* _pWork)
+HRESULT WorkFrame_SourceTake(const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork)
 {
-    *_pWork = {_pszClass, CZPtr<IZFFrame>(_pFrame)};
-    ZF_VID_PROPS vidProps = {};
-    HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
-    if (SUCCEEDED(hr))
-        hr = WorkFrame_Cut(_options.rectBorders, _pWork);
-    if (FAILED(hr))
-        return hr;
-    if (_options.bOutputARGB && _pWork->bWidened)
-        _pWork->part = InsideOf(PartOf(_options.rectBorders, vidProps), vidProps);
     _pWork->cpSource = _pWork->cpFrame;
     return _options.bOutputARGB ? MakeARGB(eZFC_Renewed, _options.fccARGB, _pWork) : S_OK;
 }
@@ -154,17 +146,17 @@ HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork)
         cpFrame2 ? cpFrame2->FrameClone(_bWritten ? eZFC_Converted : eZFC_Cloned, cpClone.Put()) : E_NOINTERFACE;
     if (FAILED(hr) || !cpClone)
     {
-        ZLog(eZLog_Error, "%hs::OnMediaReceive: the frame cannot be cloned, hr=%08X\n", _pWork->pszClass, hr);
+        _pWork->pLog->Say(eZLog_Error, hr, "%hs::OnMediaReceive: the frame cannot be cloned, hr=%08X\n",
+                          _pWork->pLog->Class(), hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     _pWork->cpFrame = std::move(cpClone);
     _pWork->bOwnFrame = true;
     _pWork->bOwnPixels = _bWritten;
-    _pWork->bWidened = false;
     return S_OK;
 }
 
-HRESULT WorkFrame_MakeMask(const char* _pszClass, IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask)
+HRESULT WorkFrame_MakeMask(CFrameLog* _pLog, IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask)
 {
     ZF_VID_PROPS vidPropsMask = VidProps_Mask(&_vidProps);
     vidPropsMask.nGPUFlags = 0;
@@ -176,9 +168,10 @@ HRESULT WorkFrame_MakeMask(const char* _pszClass, IZFFrame2* _pFrame, const ZF_V
     hr = cpZFFrameMask->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtr);
     if (FAILED(hr) || !IsMaskUsable(vidPropsMask, vidPtr))
     {
-        ZLog(eZLog_Error, "%hs::OnMediaReceive: a mask of %dx%d with rows of %d bytes came as %dx%d(%d), hr=%08X\n",
-             _pszClass, vidPropsMask.nWidth, vidPropsMask.nHeight, vidPropsMask.nRowBytes, vidPtr.szVideoPlanes[0].cx,
-             vidPtr.szVideoPlanes[0].cy, vidPtr.cbVideoRowBytes[0], hr);
+        _pLog->Say(eZLog_Error, hr,
+                   "%hs::OnMediaReceive: a mask of %dx%d with rows of %d bytes came as %dx%d(%d), hr=%08X\n",
+                   _pLog->Class(), vidPropsMask.nWidth, vidPropsMask.nHeight, vidPropsMask.nRowBytes,
+                   vidPtr.szVideoPlanes[0].cx, vidPtr.szVideoPlanes[0].cy, vidPtr.cbVideoRowBytes[0], hr);
         return FAILED(hr) ? hr : E_UNEXPECTED;
     }
     _pMask->pbAlpha = Img_Pointer(vidPtr.lpVideoPlanes[0]);
@@ -194,6 +187,6 @@ HRESULT WorkFrame_Trim(WORK_FRAME* _pWork, WORK_MASK* _pMask)
 {
     if (!_pWork->part)
         return S_OK;
-    const HRESULT hr = Trim(_pWork->pszClass, *_pWork->part, &_pWork->cpFrame);
-    return FAILED(hr) ? hr : Trim(_pWork->pszClass, *_pWork->part, &_pMask->cpFrame);
+    const HRESULT hr = Trim(_pWork->pLog, *_pWork->part, &_pWork->cpFrame);
+    return FAILED(hr) ? hr : Trim(_pWork->pLog, *_pWork->part, &_pMask->cpFrame);
 }

@@ -3,6 +3,7 @@
 #include "Base/ZPtr.h"
 #include "Interfaces/IZFFrame.h"
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
+#include "ZChromaKey/Frame/FrameLog.h"
 
 #include <optional>
 
@@ -19,29 +20,27 @@ struct WORK_PART
 /// is let go of at once: pixels that two frames share cannot be written.
 struct WORK_FRAME
 {
-    const char* pszClass = ""; ///< of the plug-in object, as log lines name it
+    CFrameLog* pLog = nullptr; ///< borrowed
     CZPtr<IZFFrame> cpFrame;
     bool bOwnFrame = false;  ///< not the host's frame object: a mask may be attached
     bool bOwnPixels = false; ///< not the host's pixels: alpha and colours may be written
-    bool bWidened = false;   ///< more was cut out than the borders leave: chroma samples are whole
     /// The input less its borders, where the engine reads that; else empty. The GNU compiler wants the initialiser.
     CZPtr<IZFFrame> cpSource = {}; // NOLINT(readability-redundant-member-init)
-    /// Of the frame, what the borders leave: the source had to be larger, so that its chroma samples are whole.
+    /// Of the frame, what the borders leave, where more was cut out, so that its chroma samples are whole.
     std::optional<WORK_PART> part = {}; // NOLINT(readability-redundant-member-init)
 };
 
 /// Cuts the borders off, if there are any: from column "left rounded up to a multiple of 8" to "width - right rounded
-/// up to a multiple of 8", at most the width. E_INVALIDARG: they leave nothing (the log says of what).
+/// up to a multiple of 8", at most the width; none is below 0. E_INVALIDARG: they leave nothing (the log says of what).
 HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork);
 
-/// Makes the frame that the options ask for: converted into ARGB32 or ARGB64, then cut by the borders; else the input
-/// itself. Fails as its parts do.
-HRESULT WorkFrame_Make(const char* _pszClass, IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork);
+/// Converts the frame into ARGB32 or ARGB64.
+HRESULT WorkFrame_Convert(uint32_t _fccARGB, WORK_FRAME* _pWork);
 
-/// The same for an engine that reads the source: the input is cut, and where the options ask for ARGB, the frame is one
-/// whose pixels are not initialised. Where it is larger than the borders leave, WorkFrame_Trim is to follow.
-HRESULT WorkFrame_MakeFromSource(const char* _pszClass, IZFFrame2* _pFrame, const CK_FRAME_OPTIONS& _options,
-                                 WORK_FRAME* _pWork);
+/// For an engine that reads the source: the frame, cut before, becomes that, and where the options ask for ARGB,
+/// another one takes its place, whose pixels are not initialised. Where it is larger than the borders leave,
+/// WorkFrame_Trim is to follow.
+HRESULT WorkFrame_SourceTake(const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork);
 
 /// Makes the frame one that a mask can be attached to, and, with _bWritten, whose pixels can be written.
 HRESULT WorkFrame_MakeOwn(bool _bWritten, WORK_FRAME* _pWork);
@@ -55,7 +54,7 @@ struct WORK_MASK
 
 /// Makes the mask of a frame with the given properties from the memory of _pFrame. Its pixels are undefined, for the
 /// engine writes them all; the bytes that pad its rows are 255.
-HRESULT WorkFrame_MakeMask(const char* _pszClass, IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask);
+HRESULT WorkFrame_MakeMask(CFrameLog* _pLog, IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps, WORK_MASK* _pMask);
 
 /// Cuts a keyed frame and its mask down to the part that the borders leave, if they are larger.
 HRESULT WorkFrame_Trim(WORK_FRAME* _pWork, WORK_MASK* _pMask);

@@ -7,6 +7,7 @@
 #include "Interfaces/IZProps.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -33,8 +34,9 @@ bool ZFrameComparer::IsSameFrame(IZFFrame* _pFrame)
     const auto qpZFrameNext = ZQuery<IZFFrame2>(_pFrame);
     uint64_t nIdentity = 0;
     ZF_VID_PROPS vidProps = {};
-    if (!Z_VERIFY(qpZFrameNext) || FAILED(qpZFrameNext->FrameIdGet(&nIdentity)) ||
-        FAILED(_pFrame->VideoPropsGet(&vidProps)))
+    if (!qpZFrameNext && !std::exchange(m_bAsserted, true)) // once: the next frame lacks it as well
+        (void)Z_VERIFY(qpZFrameNext);
+    if (!qpZFrameNext || FAILED(qpZFrameNext->FrameIdGet(&nIdentity)) || FAILED(_pFrame->VideoPropsGet(&vidProps)))
     {
         Reset();
         return false;

@@ -33,6 +33,7 @@ private:
     bool IsDuplicate(IZFFrame2* _pFrame, uint64_t _nIdentity, const ZF_VID_PROPS& _vidProps);
     bool TextsChanged(IZFFrame* _pFrame);
 
+    bool m_bAsserted = false;
     CZPtr<IZFFrame2> m_cpFrameLast;
     uint64_t m_nIdentityLast = 0;
     ZF_VID_PROPS m_vidPropsLast = {};

@@ -3,10 +3,10 @@
 #include "Base/ZLog.h"
 #include "ZChromaKey/Keys/KeyFinder.h"
 #include "ZChromaKey/Keys/KeyRay.h"
-#include "Helpers/FrameSampler.h"
 #include "ZChromaKey/Keys/KeyStats.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -85,6 +85,26 @@ std::vector<CALC_KEY> SampleParts(CFrameSampler* _pSampler, eCK_Type _eSpace, co
     return vecKeys;
 }
 
+/// Whether two keys differ by so little that one will do.
+bool IsAlike(const CALC_KEY& _key, const CALC_KEY& _keyOld)
+{
+    constexpr double c_dblShare = 0.25; // of a half-width
+    for (int i = 0; i < 3; ++i)
+    {
+        const double dblLittle = c_dblShare * _keyOld.dDelta[i];
+        if (std::abs(_key.dValue[i] - _keyOld.dValue[i]) > dblLittle ||
+            std::abs(_key.dDelta[i] - _keyOld.dDelta[i]) > dblLittle)
+            return false;
+    }
+    return true;
+}
+
+/// The middle of a rectangle.
+TINT TintOf(CFrameSampler* _pSampler, const RECT_PIXELS& _rect)
+{
+    return Tint_Of(Sample(_pSampler, eCKT_YUV, _rect, 1, 1)[0]);
+}
+
 } // namespace
 
 CKeyBuilder::CKeyBuilder()
@@ -140,15 +160,41 @@ void CKeyBuilder::SpaceSet(eCK_Type _eSpace)
         Reset();
 }
 
-/// Takes the sample whatever it looks like, because a person has pointed at it. An exclusion key is the sample itself;
-/// a backdrop is assumed to be lit unevenly.
-void CKeyBuilder::Offer(const CALC_KEY& _key, bool _bExclude)
+/// Adds a key, unless one that is nearly the same is there. The calculator would rather fold it into the nearest one,
+/// whose centre stays where it is: that suits boxes around samples, not keys that are where they are for a reason. So
+/// it is left to do that when the set is full.
+void CKeyBuilder::Append(const CALC_KEY& _key, int32_t _nSmoothRange)
 {
-    std::vector<CALC_KEY> vecKeys = {_key};
-    if (!_bExclude)
-        vecKeys = KeyRay_Boxes(_key, m_eSpace, c_lightUnknown);
-    for (const CALC_KEY& key : vecKeys)
-        Calc(_bExclude).AddKey(key, 0, m_eSpace == eCKT_HLS);
+    KEYS& keys = m_arrKeys[0];
+    if (std::any_of(keys.calc.arrKeys, keys.calc.arrKeys + keys.calc.nKeys,
+                    [&](const CALC_KEY& _keyOld) { return IsAlike(_key, _keyOld); }))
+        return;
+    if (keys.calc.nKeys >= keys.calc.nMaxKeys)
+    {
+        keys.calc.AddKey(_key, 0, m_eSpace == eCKT_HLS);
+        return;
+    }
+    keys.arrExtras[keys.calc.nKeys].nSmoothRange = _nSmoothRange;
+    keys.calc.SetKey(_key, keys.calc.nKeys);
+}
+
+/// Takes the samples whatever they look like, because a person has pointed at them. An exclusion key is the sample
+/// itself; a backdrop is lit unevenly, and the frame shows how.
+void CKeyBuilder::Offer(CFrameSampler* _pSampler, const std::vector<CALC_KEY>& _vecSamples, const TINT& _tint,
+                        bool _bExclude)
+{
+    const KEY_SCREEN screen = _bExclude ? KEY_SCREEN() : KeyFinder_ScreenOf(_pSampler, m_eSpace, _tint);
+    for (const CALC_KEY& sample : _vecSamples)
+    {
+        if (_bExclude)
+        {
+            Calc(true).AddKey(sample, 0, m_eSpace == eCKT_HLS);
+            continue;
+        }
+        const FOUND_KEYS found = KeyFinder_KeysOf(sample, m_eSpace, screen);
+        for (size_t i = 0; i < found.vecKeys.size(); ++i)
+            Append(found.vecKeys[i], found.vecSmooth[i]);
+    }
     FitIntoSet();
 }
 
@@ -181,62 +227,50 @@ void CKeyBuilder::ForgetExtras()
         std::fill(keys.arrExtras + keys.calc.nKeys, keys.arrExtras + Z_MAX_KEYS, NewExtras());
 }
 
-HRESULT CKeyBuilder::AddPoint(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, bool _bExclude)
+HRESULT CKeyBuilder::AddPoint(CFrameSampler* _pSampler, int32_t _nX, int32_t _nY, bool _bExclude)
 {
-    CFrameSampler sampler;
-    const HRESULT hr = sampler.Open(_pFrame);
-    if (FAILED(hr))
-        return hr;
-    if (_nX < 0 || _nX >= sampler.Width() || _nY < 0 || _nY >= sampler.Height())
+    if (_nX < 0 || _nX >= _pSampler->Width() || _nY < 0 || _nY >= _pSampler->Height())
     {
         ZLog(eZLog_Error,
              "CKeyBuilder::AddPoint: %d,%d is outside the frame of %d x %d pixels; count from its top left\n", _nX, _nY,
-             sampler.Width(), sampler.Height());
+             _pSampler->Width(), _pSampler->Height());
         return E_INVALIDARG;
     }
     const RECT_PIXELS rect = {std::max(_nX - c_nPointReach, 0), std::max(_nY - c_nPointReach, 0),
-                              std::min(_nX + c_nPointReach + 1, sampler.Width()),
-                              std::min(_nY + c_nPointReach + 1, sampler.Height())};
+                              std::min(_nX + c_nPointReach + 1, _pSampler->Width()),
+                              std::min(_nY + c_nPointReach + 1, _pSampler->Height())};
     const eCK_Type eSpace = SampleSpace();
-    const CALC_KEY key = Sample(&sampler, eSpace, rect, 1, 1)[0].Box(eSpace);
+    const CALC_KEY key = Sample(_pSampler, eSpace, rect, 1, 1)[0].Box(eSpace);
     SpaceSet(eSpace);
-    Offer(key, _bExclude);
+    Offer(_pSampler, {key}, TintOf(_pSampler, rect), _bExclude);
     return S_OK;
 }
 
-HRESULT CKeyBuilder::AddRect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2, bool _bExclude)
+HRESULT CKeyBuilder::AddRect(CFrameSampler* _pSampler, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2,
+                             bool _bExclude)
 {
-    CFrameSampler sampler;
-    const HRESULT hr = sampler.Open(_pFrame);
-    if (FAILED(hr))
-        return hr;
     const RECT_PIXELS rect = {std::max(std::min(_nX1, _nX2), 0), std::max(std::min(_nY1, _nY2), 0),
-                              std::min(std::max(_nX1, _nX2), sampler.Width()),
-                              std::min(std::max(_nY1, _nY2), sampler.Height())};
+                              std::min(std::max(_nX1, _nX2), _pSampler->Width()),
+                              std::min(std::max(_nY1, _nY2), _pSampler->Height())};
     if (rect.nX1 >= rect.nX2 || rect.nY1 >= rect.nY2)
     {
         ZLog(
             eZLog_Error,
             "CKeyBuilder::AddRect: %d,%d,%d,%d holds no pixel of the frame of %d x %d pixels; count from its top left, "
             "the second corner not included\n",
-            _nX1, _nY1, _nX2, _nY2, sampler.Width(), sampler.Height());
+            _nX1, _nY1, _nX2, _nY2, _pSampler->Width(), _pSampler->Height());
         return E_INVALIDARG;
     }
     const eCK_Type eSpace = SampleSpace();
-    const std::vector<CALC_KEY> vecKeys = SampleParts(&sampler, eSpace, rect);
+    const std::vector<CALC_KEY> vecKeys = SampleParts(_pSampler, eSpace, rect);
     SpaceSet(eSpace);
-    for (const CALC_KEY& key : vecKeys)
-        Offer(key, _bExclude);
+    Offer(_pSampler, vecKeys, TintOf(_pSampler, rect), _bExclude);
     return S_OK;
 }
 
-HRESULT CKeyBuilder::Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS& _options,
+HRESULT CKeyBuilder::Detect(CFrameSampler* _pSampler, const CKUtils::CK_DETECT_OPTIONS& _options,
                             std::vector<CKUtils::CK_BLOCK>* _pBlocks)
 {
-    CFrameSampler sampler;
-    const HRESULT hr = sampler.Open(_pFrame);
-    if (FAILED(hr))
-        return hr;
     std::vector<eCK_Type> vecSpaces = {eCKT_YUV, eCKT_HLS, eCKT_RGB};
     if (_options.eType != eCKT_Auto)
         vecSpaces = {_options.eType};
@@ -244,22 +278,24 @@ HRESULT CKeyBuilder::Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS&
         vecSpaces = {SampleSpace()};
     for (const eCK_Type eSpace : vecSpaces)
     {
-        const std::vector<CALC_KEY> vecKeys = KeyFinder_Find(&sampler, eSpace, _options, _pBlocks);
-        if (vecKeys.empty())
+        const FOUND_KEYS found = KeyFinder_Find(_pSampler, eSpace, _options, _pBlocks);
+        if (found.vecKeys.empty())
             continue;
         if (_options.eType != eCKT_Auto)
             m_eType = _options.eType;
         SpaceSet(eSpace);
         CKeyCalc& calc = Calc(false);
-        calc.nKeys = static_cast<int32_t>(vecKeys.size());
-        std::copy(vecKeys.begin(), vecKeys.end(), calc.arrKeys);
+        calc.nKeys = static_cast<int32_t>(found.vecKeys.size());
+        std::copy(found.vecKeys.begin(), found.vecKeys.end(), calc.arrKeys);
         calc.bChanged = true;
         std::fill(m_arrKeys[0].arrExtras, m_arrKeys[0].arrExtras + Z_MAX_KEYS, NewExtras());
+        for (size_t i = 0; i < found.vecSmooth.size(); ++i)
+            m_arrKeys[0].arrExtras[i].nSmoothRange = found.vecSmooth[i];
         FitIntoSet();
         return S_OK;
     }
-    ZLog(eZLog_Info, "CKeyBuilder::Detect: there is no backdrop in the frame of %d x %d pixels\n", sampler.Width(),
-         sampler.Height());
+    ZLog(eZLog_Info, "CKeyBuilder::Detect: there is no backdrop in the frame of %d x %d pixels\n", _pSampler->Width(),
+         _pSampler->Height());
     return S_FALSE;
 }
 

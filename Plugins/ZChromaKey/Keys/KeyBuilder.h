@@ -2,7 +2,8 @@
 
 #include "Helpers/CKDetect.h"
 #include "Helpers/CKUtils.h"
-#include "Interfaces/IZFFrame.h"
+#include "Helpers/FrameSampler.h"
+#include "ZChromaKey/Keys/KeyScreen.h"
 
 #include <cstdint>
 #include <vector>
@@ -10,7 +11,8 @@
 /// Builds a key set out of samples of frames: points, rectangles, or the backdrop that detection finds.
 ///
 /// Holds two calculators, for ordinary and for exclusion keys, and the switches of the set. A value: a copy is a
-/// snapshot. Not thread safe. A call that fails, or runs out of memory, changes nothing.
+/// snapshot. Samples come through an open sampler: no method of a frame is called here. Not thread safe. A call that
+/// fails, or runs out of memory, changes nothing.
 class CKeyBuilder
 {
 public:
@@ -32,17 +34,18 @@ public:
         return Calc(_bExclude).nKeys;
     }
 
-    /// Samples the 7 x 7 pixels around a point, as far as they lie in the frame; a colourful backdrop becomes a few
-    /// keys (KeyRay.h). E_INVALIDARG: outside the frame.
-    HRESULT AddPoint(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, bool _bExclude);
+    /// Samples the 7 x 7 pixels around a point, as far as they lie in the frame; a colourful backdrop becomes the few
+    /// keys that the light on it asks for, with soft edges that leave the rest of the frame opaque (KeyFinder.h).
+    /// E_INVALIDARG: outside the frame.
+    HRESULT AddPoint(CFrameSampler* _pSampler, int32_t _nX, int32_t _nY, bool _bExclude);
     /// Samples a rectangle, its corners in any order, clipped to the frame. A large one is cut into up to 4 x 4 parts,
     /// each of which is offered as a key unless it is unlike the whole. E_INVALIDARG: nothing is left of it.
-    HRESULT AddRect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2, bool _bExclude);
+    HRESULT AddRect(CFrameSampler* _pSampler, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2, bool _bExclude);
     /// Replaces the ordinary keys by those of the backdrop; S_FALSE when there is none. Type Auto takes the first of
     /// YUV, HLS and RGB in which one is found; with exclusion keys, theirs. A type among the options is set as by
     /// TypeSet. _pBlocks: null, or the examined blocks. KeyFinder.h says what the keys are like; "max_keys" limits
     /// those of this detection, not those of the object.
-    HRESULT Detect(IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS& _options,
+    HRESULT Detect(CFrameSampler* _pSampler, const CKUtils::CK_DETECT_OPTIONS& _options,
                    std::vector<CKUtils::CK_BLOCK>* _pBlocks = nullptr);
 
     /// Takes keys and switches of a key set over. It is handed out unchanged until a key changes.
@@ -72,7 +75,9 @@ private:
     }
     eCK_Type SampleSpace() const;
     void SpaceSet(eCK_Type _eSpace);
-    void Offer(const CKUtils::CALC_KEY& _key, bool _bExclude);
+    void Append(const CKUtils::CALC_KEY& _key, int32_t _nSmoothRange);
+    void Offer(CFrameSampler* _pSampler, const std::vector<CKUtils::CALC_KEY>& _vecSamples, const TINT& _tint,
+               bool _bExclude);
     void FitIntoSet();
     bool IsSmoothDerived(const SINGLE_KEY& _extras) const;
     void ForgetExtras();

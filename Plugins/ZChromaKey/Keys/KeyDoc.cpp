@@ -2,6 +2,8 @@
 
 #include "ZChromaKey/Keys/KeyXml.h"
 
+#include <algorithm>
+
 namespace
 {
 
@@ -13,6 +15,7 @@ void KeyDoc_Get(const CXmlNode& _root, KEY_DOC* _pContent)
 {
     const CXmlNode& nodeOwn = CConfigDoc::Own(_root);
     KeyXml_Load(nodeOwn, &_pContent->key, &_pContent->adjust);
+    _pContent->key.nKeysUsed = std::max(_pContent->key.nKeysUsed, 0);
     _pContent->eTakenType = static_cast<int32_t>(nodeOwn.AttrInt(c_pszTakenType, eCKT_Auto));
     CConfigDoc::OptionsGet(_root, &_pContent->mapOptions);
 }

@@ -1,17 +1,30 @@
 #pragma once
 
 #include "Helpers/CKDetect.h"
-#include "Interfaces/ChromaKeyTypes.h"
 #include "Helpers/FrameSampler.h"
+#include "Interfaces/ChromaKeyTypes.h"
+#include "ZChromaKey/Keys/KeyScreen.h"
 
 #include <vector>
 
-/// Runs detection over the frame of a sampler in one space and makes keys of what it finds: none if it finds nothing.
+/// The keys that detection or a sample makes.
+struct FOUND_KEYS
+{
+    std::vector<CKUtils::CALC_KEY> vecKeys;
+    std::vector<int32_t> vecSmooth; ///< their smooth ranges; empty: they follow from the half-widths
+};
+
+/// Runs detection over the frame of a sampler in one space: no keys if it finds nothing.
 ///
-/// The calculator decides which blocks are the backdrop and to which of its keys they belong; the keys are then made of
-/// the pixels of these blocks, so that it does not matter which block came first, and stray ones do not count. Unless
-/// the options say how many keys there may be, each becomes the few keys that cover the light measured on its blocks;
-/// else one that holds them all, in YUV up to the colour that the key is pulled to.
-std::vector<CKUtils::CALC_KEY> KeyFinder_Find(CFrameSampler* _pSampler, eCK_Type _eSpace,
-                                              const CKUtils::CK_DETECT_OPTIONS& _options,
-                                              std::vector<CKUtils::CK_BLOCK>* _pBlocksOrNull);
+/// The keys are the calculator's: one unless the options allow more, pulled toward the pure colour by "similarity".
+/// With "fit" they are made of the pixels of the screen instead (KeyScreen.h): as many as the light on it asks for, up
+/// to "max_keys" where that is above 0, each with the soft edge that the foreground in the picture leaves room for.
+FOUND_KEYS KeyFinder_Find(CFrameSampler* _pSampler, eCK_Type _eSpace, const CKUtils::CK_DETECT_OPTIONS& _options,
+                          std::vector<CKUtils::CK_BLOCK>* _pBlocksOrNull);
+
+/// The screen of a colour in the frame of a sampler; nBlocks is 0 and the foreground empty where there is next to none.
+KEY_SCREEN KeyFinder_ScreenOf(CFrameSampler* _pSampler, eCK_Type _eSpace, const TINT& _tint);
+
+/// The keys of a screen that one sample of it stands for. They hold the sample, and cover the light on the screen;
+/// where there is no screen, what is assumed of it (c_lightUnknown).
+FOUND_KEYS KeyFinder_KeysOf(const CKUtils::CALC_KEY& _sample, eCK_Type _eSpace, const KEY_SCREEN& _screen);

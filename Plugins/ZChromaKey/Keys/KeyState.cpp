@@ -3,9 +3,10 @@
 #include "Base/ZLog.h"
 #include "Helpers/CKConvert.h"
 #include "ZChromaKey/Keys/KeyAdjust.h"
+#include "ZChromaKey/Keys/KeyCheck.h"
 
-#include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace
 {
@@ -21,23 +22,17 @@ KEY_EDIT Empty()
     return edit;
 }
 
-CHROMA_KEY_RAW Unadjusted(const KEY_EDIT& _edit)
+/// _eMatrix: where the edit has none.
+CHROMA_KEY_RAW Unadjusted(const KEY_EDIT& _edit, std::optional<eZYMatrix> _eMatrix = {})
 {
-    return CKUtils::ConvertKeys(_edit.keyTaken, static_cast<eCK_Type>(_edit.eType), _edit.eMatrix.value_or(eZYM_601));
+    const eZYMatrix eMatrix = _edit.eMatrix.value_or(_eMatrix.value_or(eZYM_601));
+    return CKUtils::ConvertKeys(_edit.keyTaken, static_cast<eCK_Type>(_edit.eType), eMatrix);
 }
 
 /// Of records without padding; of doubles, too, every bit counts.
 bool SameBytes(const void* _pA, const void* _pB, size_t _cbSize)
 {
     return std::memcmp(_pA, _pB, _cbSize) == 0;
-}
-
-/// Whether two edits lead to what looks the same from outside.
-bool Same(const KEY_EDIT& _a, const KEY_EDIT& _b)
-{
-    const CHROMA_KEY_RAW keyA = Unadjusted(_a);
-    const CHROMA_KEY_RAW keyB = Unadjusted(_b);
-    return SameBytes(&keyA, &keyB, sizeof(keyA)) && SameBytes(&_a.adjust, &_b.adjust, sizeof(_a.adjust));
 }
 
 HRESULT Refuse(const CK_ADJUST_INFO& _info, double _dblValue)
@@ -59,8 +54,15 @@ const CK_ADJUST_INFO* FindAdjust(eCK_Adjust _eAdjust)
 
 } // namespace
 
-CKeyState::CKeyState()
-    : m_history(Empty(), c_nMaxSteps)
+bool KEY_EDIT::operator==(const KEY_EDIT& _other) const
+{
+    const CHROMA_KEY_RAW key = Unadjusted(*this);
+    const CHROMA_KEY_RAW keyOther = Unadjusted(_other);
+    return SameBytes(&key, &keyOther, sizeof(key)) && SameBytes(&adjust, &_other.adjust, sizeof(adjust));
+}
+
+CKeyState::CKeyState(CLOCK _fnClock)
+    : m_steps(Empty(), c_nMaxSteps, std::move(_fnClock))
 {
     EffectiveUpdate();
 }
@@ -71,37 +73,40 @@ CHROMA_KEY_RAW CKeyState::KeyGet() const
     return m_keyEffective;
 }
 
-void CKeyState::RawGet(CHROMA_KEY_RAW* _pKeyOrNull, CK_ADJUST* _pAdjustOrNull) const
+void CKeyState::RawGet(CHROMA_KEY_RAW* _pKeyOrNull, CK_ADJUST* _pAdjustOrNull, std::optional<eZYMatrix> _eMatrix) const
 {
     const std::lock_guard lock(m_mtxConfig);
     if (_pKeyOrNull)
-        *_pKeyOrNull = Unadjusted(m_history.Current());
+        *_pKeyOrNull = Unadjusted(m_steps.Current(), _eMatrix);
     if (_pAdjustOrNull)
-        *_pAdjustOrNull = m_history.Current().adjust;
+        *_pAdjustOrNull = m_steps.Current().adjust;
 }
 
 CHROMA_KEY_RAW CKeyState::KeyForSampling() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    const KEY_EDIT& edit = m_history.Current();
+    const KEY_EDIT& edit = m_steps.Current();
     return KeyType_HasSpace(edit.eType) || edit.keyTaken.nKeysUsed < 1 ? Unadjusted(edit) : edit.keyTaken;
 }
 
 int32_t CKeyState::TakenTypeGet() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    const KEY_EDIT& edit = m_history.Current();
+    const KEY_EDIT& edit = m_steps.Current();
     return KeyType_HasSpace(edit.eType) ? edit.eType : edit.keyTaken.eType;
 }
 
-void CKeyState::RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull, std::optional<eZYMatrix> _eMatrix,
-                       int32_t _eTakenType)
+HRESULT CKeyState::RawSet(const CHROMA_KEY_RAW& _key, const CK_ADJUST* _pAdjustOrNull,
+                          std::optional<eZYMatrix> _eMatrix, int32_t _eTakenType)
 {
+    if (!KeyCheck_Count(_key) || (_pAdjustOrNull && !KeyCheck_Adjust(*_pAdjustOrNull)))
+        return E_INVALIDARG;
     const std::lock_guard lock(m_mtxConfig);
-    KEY_EDIT edit = {_key, _key.eType, _eMatrix, _pAdjustOrNull ? *_pAdjustOrNull : m_history.Current().adjust};
+    KEY_EDIT edit = {_key, _key.eType, _eMatrix, _pAdjustOrNull ? *_pAdjustOrNull : m_steps.Current().adjust};
     if (!KeyType_HasSpace(_key.eType) && KeyType_HasSpace(_eTakenType))
         edit.keyTaken.eType = _eTakenType;
     Push(edit);
+    return S_OK;
 }
 
 void CKeyState::Reset()
@@ -119,14 +124,14 @@ HRESULT CKeyState::AdjustSet(eCK_Adjust _eAdjust, double _dblValue, std::optiona
     if (!bInRange || (_eAdjust == eCKA_KeyType && _dblValue != static_cast<int32_t>(_dblValue)))
         return Refuse(*pInfo, _dblValue);
     const std::lock_guard lock(m_mtxConfig);
-    KEY_EDIT edit = m_history.Current();
+    KEY_EDIT edit = m_steps.Current();
     if (double* const pField = KeyAdjust_Field(&edit.adjust, _eAdjust))
         *pField = _dblValue;
     else
         edit.eType = static_cast<int32_t>(_dblValue);
     if (!edit.eMatrix)
         edit.eMatrix = _eMatrix;
-    return Push(edit) ? S_OK : S_FALSE;
+    return Push(edit, pInfo) ? S_OK : S_FALSE;
 }
 
 HRESULT CKeyState::AdjustGet(eCK_Adjust _eAdjust, double* _pdblValue) const
@@ -134,62 +139,85 @@ HRESULT CKeyState::AdjustGet(eCK_Adjust _eAdjust, double* _pdblValue) const
     if (!FindAdjust(_eAdjust))
         return E_INVALIDARG;
     const std::lock_guard lock(m_mtxConfig);
-    KEY_EDIT edit = m_history.Current();
+    KEY_EDIT edit = m_steps.Current();
     const double* const pField = KeyAdjust_Field(&edit.adjust, _eAdjust);
     *_pdblValue = pField ? *pField : edit.eType;
     return S_OK;
 }
 
-size_t CKeyState::Step(int32_t _nSteps)
+HRESULT CKeyState::Step(int32_t _nSteps, int32_t* _pnDone)
 {
     const std::lock_guard lock(m_mtxConfig);
-    const auto nSteps = static_cast<size_t>(std::abs(int64_t{_nSteps}));
-    const size_t nMade = _nSteps < 0 ? m_history.Back(nSteps) : m_history.Forward(nSteps);
+    if (m_steps.IsInGroup())
+    {
+        ZLog(eZLog_Error, "Key set: steps cannot be taken back or made again in a group; end it first\n");
+        return E_UNEXPECTED;
+    }
+    *_pnDone = m_steps.Step(_nSteps);
     EffectiveUpdate();
-    return nMade;
+    return S_OK;
 }
 
-bool CKeyState::Push(const KEY_EDIT& _edit)
+int32_t CKeyState::StepsBack() const
 {
-    const bool bStep = !Same(_edit, m_history.Current());
+    const std::lock_guard lock(m_mtxConfig);
+    return m_steps.BackCount();
+}
+
+int32_t CKeyState::StepsFwd() const
+{
+    const std::lock_guard lock(m_mtxConfig);
+    return m_steps.ForwardCount();
+}
+
+void CKeyState::GroupBegin()
+{
+    const std::lock_guard lock(m_mtxConfig);
+    m_steps.GroupBegin();
+}
+
+HRESULT CKeyState::GroupEnd()
+{
+    const std::lock_guard lock(m_mtxConfig);
+    if (m_steps.GroupEnd())
+        return S_OK;
+    ZLog(eZLog_Error, "Key set: GroupEnd without a GroupBegin before it\n");
+    return E_UNEXPECTED;
+}
+
+/// _pWhat: the adjustment that changes; null: the edit stands alone.
+bool CKeyState::Push(const KEY_EDIT& _edit, const void* _pWhat)
+{
+    const bool bStep = !(_edit == m_steps.Current());
     if (bStep)
-        m_history.Push(_edit);
-    else if (_edit.eMatrix && !m_history.Current().eMatrix) // the same keys, and now it is known what they are for
-        m_history.Amend(_edit);
+        m_steps.Push(_edit, _pWhat);
+    else if (_edit.eMatrix && !m_steps.Current().eMatrix) // the same keys, and now it is known what they are for
+        m_steps.History().Amend(_edit);
     EffectiveUpdate();
     return bStep;
 }
 
 void CKeyState::EffectiveUpdate()
 {
-    m_keyEffective = KeyAdjust_Apply(Unadjusted(m_history.Current()), m_history.Current().adjust);
+    m_keyEffective = KeyAdjust_Apply(Unadjusted(m_steps.Current()), m_steps.Current().adjust);
 }
 
-void CKeyState::FrameSet(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps)
+KEY_FRAMES CKeyState::FramesGet() const
 {
-    CZPtr<IZFFrame> cpFrame(_pFrameOrNull); // takes the old one along, to be let go of after the lock is released
     const std::lock_guard lock(m_mtxConfig);
-    std::swap(m_cpFrameLast, cpFrame);
-    m_vidPropsLast = _vidProps;
+    return m_frames;
 }
 
-CZPtr<IZFFrame> CKeyState::FrameGet(ZF_VID_PROPS* _pVidProps) const
+CZPtr<IZFFrame> CKeyState::FrameForKeying() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    *_pVidProps = m_vidPropsLast;
-    return m_cpFrameLast;
+    return m_frames.cpKeying ? m_frames.cpKeying : m_frames.cpLast;
 }
 
-void CKeyState::KeyFramesSwap(CZPtr<IZFFrame>* _pcpFrameKeying, CZPtr<IZFFrame>* _pcpFrameBG)
+std::optional<eZYMatrix> CKeyState::MatrixForKeying() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    std::swap(m_cpFrameKeying, *_pcpFrameKeying);
-    std::swap(m_cpFrameBG, *_pcpFrameBG);
-}
-
-void CKeyState::KeyFramesGet(CZPtr<IZFFrame>* _pcpFrameKeying, CZPtr<IZFFrame>* _pcpFrameBG) const
-{
-    const std::lock_guard lock(m_mtxConfig);
-    *_pcpFrameKeying = m_cpFrameKeying;
-    *_pcpFrameBG = m_cpFrameBG;
+    if (!m_frames.cpKeying && !m_frames.cpLast)
+        return {};
+    return Img_MatrixOf(m_frames.cpKeying ? m_frames.vidPropsKeying : m_frames.vidPropsLast);
 }

@@ -58,14 +58,14 @@ int CKeyStats::Percentile(int _nByte, uint64_t _nPercent) const
     return nValue;
 }
 
-KEY_LIGHT CKeyStats::Light(eCK_Type _eSpace) const
+KEY_LIGHT CKeyStats::Light(eCK_Type _eSpace, const CKUtils::CALC_KEY& _sample) const
 {
     int nByte = 0; // luma of YUV, the strongest channel of RGB
     for (int i = 1; _eSpace == eCKT_RGB && i < 3; ++i)
         nByte = Median(i) > Median(nByte) ? i : nByte;
     const int nBlack = _eSpace == eCKT_YUV ? 16 : 0;
-    const double dblMiddle = std::max(Median(nByte) - nBlack, 1);
-    return {std::max(Percentile(nByte, 1) - nBlack, 1) / dblMiddle, (Percentile(nByte, 99) - nBlack) / dblMiddle};
+    const double dblSample = std::max(255 * _sample.dValue[Swapped(nByte)] - nBlack, 1.0);
+    return {std::max(Percentile(nByte, 1) - nBlack, 1) / dblSample, (Percentile(nByte, 99) - nBlack) / dblSample};
 }
 
 /// The distance from the median that four fifths of the pixels keep to.

@@ -17,22 +17,24 @@ public:
         return m_nPixels;
     }
 
+    /// The middle value of a byte of the pixels.
+    int Median(int _nByte) const
+    {
+        return Percentile(_nByte, 50);
+    }
     /// The box around the medians. Half-widths are three times what four fifths of the pixels keep to: that spans
     /// normal noise, and also light that changes all three channels alike, although keys are ellipsoids, which do not
     /// reach the corners of their boxes. Never below what suits the space (a backdrop has more colours than were
     /// sampled), nor above 80 levels. At least one pixel must have been added. Alpha: 1, one level.
     CKUtils::CALC_KEY Box(eCK_Type _eSpace) const;
-    /// How bright the darkest and the brightest pixels are, one in a hundred aside, compared with the middle of all.
-    KEY_LIGHT Light(eCK_Type _eSpace) const;
+    /// How bright the darkest and the brightest pixels are, one in a hundred aside, compared with a sample of their
+    /// hue.
+    KEY_LIGHT Light(eCK_Type _eSpace, const CKUtils::CALC_KEY& _sample) const;
     /// Whether most of other pixels are like these: their medians lie in the box.
     bool IsLike(const CKeyStats& _other, eCK_Type _eSpace) const;
 
 private:
     int Percentile(int _nByte, uint64_t _nPercent) const;
-    int Median(int _nByte) const
-    {
-        return Percentile(_nByte, 50);
-    }
     int Spread(int _nByte, int _nMedian) const;
 
     uint64_t m_nPixels = 0;

@@ -3,7 +3,6 @@
 #include "Base/ZLog.h"
 #include "ZChromaKey/Config/Params2.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -12,7 +11,6 @@ namespace
 
 constexpr size_t c_nMaxSteps = 1000;                       // 2 MB
 constexpr size_t c_cbMaxMasks = size_t{128} * 1024 * 1024; // 60 masks of 1920 x 1080
-constexpr std::chrono::seconds c_timeTogether{1};
 
 KEY2_EDIT Empty()
 {
@@ -48,8 +46,7 @@ bool KEY2_EDIT::operator==(const KEY2_EDIT& _other) const
 }
 
 CKeyState2::CKeyState2(CLOCK _fnClock)
-    : m_fnClock(std::move(_fnClock))
-    , m_history(Empty(), c_nMaxSteps)
+    : m_steps(Empty(), c_nMaxSteps, std::move(_fnClock))
     , m_paramsPresent(Params2_Defaults())
 {
 }
@@ -57,13 +54,13 @@ CKeyState2::CKeyState2(CLOCK _fnClock)
 KEY2_PRESENT CKeyState2::Get() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    return {RawGet(), m_history.Current().arrRegions, m_spPlate, m_nPlate, m_nRestarts};
+    return {RawGet(), m_steps.Current().arrRegions, m_spPlate, m_nPlate, m_nRestarts};
 }
 
 CHROMA_KEY2_RAW CKeyState2::RawGet() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    CHROMA_KEY2_RAW key = m_history.Current().key;
+    CHROMA_KEY2_RAW key = m_steps.Current().key;
     PresentCopy(m_paramsPresent, &key.params);
     return key;
 }
@@ -77,7 +74,7 @@ HRESULT CKeyState2::RawSet(const CHROMA_KEY2_RAW& _key)
         return E_INVALIDARG;
     }
     const std::lock_guard lock(m_mtxConfig);
-    KEY2_EDIT edit = {_key, m_history.Current().arrRegions};
+    KEY2_EDIT edit = {_key, m_steps.Current().arrRegions};
     EditSet(std::move(edit));
     for (const KEY2_PARAM& param : Params2_Table())
         if (param.bOfPresent)
@@ -88,7 +85,7 @@ HRESULT CKeyState2::RawSet(const CHROMA_KEY2_RAW& _key)
 KEY2_EDIT CKeyState2::EditGet() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    return m_history.Current();
+    return m_steps.Current();
 }
 
 void CKeyState2::EditSet(KEY2_EDIT _edit)
@@ -103,7 +100,7 @@ void CKeyState2::EditSet(KEY2_EDIT _edit)
 template <class Change> HRESULT CKeyState2::Edit(Change&& _change)
 {
     const std::lock_guard lock(m_mtxConfig);
-    KEY2_EDIT edit = m_history.Current();
+    KEY2_EDIT edit = m_steps.Current();
     const HRESULT hr = _change(&edit.key);
     if (hr == S_OK)
         Push(std::move(edit), nullptr);
@@ -139,7 +136,7 @@ HRESULT CKeyState2::KeyFound(const KEY2_COLOR& _color)
 HRESULT CKeyState2::ParamSet(std::string_view _svName, double _dblValue)
 {
     const std::lock_guard lock(m_mtxConfig);
-    KEY2_EDIT edit = {RawGet(), m_history.Current().arrRegions};
+    KEY2_EDIT edit = {RawGet(), m_steps.Current().arrRegions};
     const HRESULT hr = KeySet2_ParamSet(_svName, _dblValue, &edit.key);
     if (FAILED(hr))
         return hr;
@@ -172,7 +169,7 @@ void CKeyState2::Reset()
 HRESULT CKeyState2::RegionSet(eRegion _eRegion, std::shared_ptr<const KEY2_REGION> _spRegionOrNull)
 {
     const std::lock_guard lock(m_mtxConfig);
-    KEY2_EDIT edit = m_history.Current();
+    KEY2_EDIT edit = m_steps.Current();
     auto& spRegion = edit.arrRegions[static_cast<size_t>(_eRegion)];
     if (!spRegion && !_spRegionOrNull)
         return S_FALSE;
@@ -190,50 +187,22 @@ void CKeyState2::PlateSet(std::shared_ptr<const IMG_PICTURE> _spPlateOrNull)
     m_nPlate = m_spPlate ? KeyChange_Next() : 0;
 }
 
-/// Whether a change belongs to the last step: it is in its group, or moves the same parameter on.
-bool CKeyState2::IsSameStep(const KEY2_PARAM* _pParamOrNull) const
-{
-    if (m_nGroups > 0)
-        return m_bGroupStep;
-    return _pParamOrNull && _pParamOrNull == m_pParamLast && m_fnClock() - m_timeLast <= c_timeTogether;
-}
-
 void CKeyState2::Push(KEY2_EDIT _edit, const KEY2_PARAM* _pParamOrNull)
 {
-    if (_edit == m_history.Current())
+    if (_edit == m_steps.Current())
         return;
-    const bool bMasks = _edit.arrRegions != m_history.Current().arrRegions;
-    const bool bSameStep = IsSameStep(_pParamOrNull);
-    if (bSameStep)
-        m_history.Amend(std::move(_edit));
-    else
-        m_history.Push(std::move(_edit));
-    m_bGroupStep = m_nGroups > 0;
-    m_pParamLast = _pParamOrNull;
-    m_timeLast = m_fnClock();
-    if (bSameStep)
-        AmendedSettle();
+    const bool bMasks = _edit.arrRegions != m_steps.Current().arrRegions;
+    m_steps.Push(std::move(_edit), _pParamOrNull);
     if (bMasks)
         MasksBound();
 }
 
-/// A step that has come back to where it began is none.
-void CKeyState2::AmendedSettle()
-{
-    const size_t nBack = m_history.BackCount();
-    if (nBack == 0 || !(m_history.States()[nBack - 1] == m_history.Current()))
-        return;
-    m_history.Unpush();
-    m_bGroupStep = false;
-    m_pParamLast = nullptr;
-}
-
 /// Bytes of the masks of all steps: each counts in the step that it came with.
-size_t CKeyState2::MaskBytes() const
+size_t CKeyState2::MaskBytes()
 {
     size_t cbMasks = 0;
     const KEY2_REGIONS* pBefore = nullptr;
-    for (const KEY2_EDIT& edit : m_history.States())
+    for (const KEY2_EDIT& edit : m_steps.History().States())
     {
         for (size_t n = 0; n < Z_REGIONS; ++n)
             if (const auto& spRegion = edit.arrRegions[n]; spRegion && !(pBefore && (*pBefore)[n] == spRegion))
@@ -246,7 +215,7 @@ size_t CKeyState2::MaskBytes() const
 /// Lets go of the oldest steps while the masks of all of them are too large. Allocates nothing: the edit is made.
 void CKeyState2::MasksBound() noexcept
 {
-    while (MaskBytes() > c_cbMaxMasks && m_history.OldestDrop())
+    while (MaskBytes() > c_cbMaxMasks && m_steps.History().OldestDrop())
     {
     }
 }
@@ -254,48 +223,40 @@ void CKeyState2::MasksBound() noexcept
 HRESULT CKeyState2::Step(int32_t _nSteps, int32_t* _pnDone)
 {
     const std::lock_guard lock(m_mtxConfig);
-    if (m_nGroups > 0)
+    if (m_steps.IsInGroup())
     {
         ZLog(eZLog_Error, "Key set: steps cannot be taken back or made again in a group; end it first\n");
         return E_UNEXPECTED;
     }
-    const auto nSteps = static_cast<size_t>(std::abs(int64_t{_nSteps}));
-    const size_t nDone = _nSteps < 0 ? m_history.Back(nSteps) : m_history.Forward(nSteps);
-    m_pParamLast = nullptr;
-    *_pnDone = static_cast<int32_t>(nDone);
+    *_pnDone = m_steps.Step(_nSteps);
     return S_OK;
 }
 
 int32_t CKeyState2::StepsBack() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    return static_cast<int32_t>(m_history.BackCount());
+    return m_steps.BackCount();
 }
 
 int32_t CKeyState2::StepsFwd() const
 {
     const std::lock_guard lock(m_mtxConfig);
-    return static_cast<int32_t>(m_history.ForwardCount());
+    return m_steps.ForwardCount();
 }
 
 void CKeyState2::GroupBegin()
 {
     const std::lock_guard lock(m_mtxConfig);
-    if (m_nGroups++ == 0)
-        m_bGroupStep = false;
+    m_steps.GroupBegin();
 }
 
 HRESULT CKeyState2::GroupEnd()
 {
     const std::lock_guard lock(m_mtxConfig);
-    if (m_nGroups == 0)
-    {
-        ZLog(eZLog_Error, "Key set: GroupEnd without a GroupBegin before it\n");
-        return E_UNEXPECTED;
-    }
-    if (--m_nGroups == 0)
-        m_pParamLast = nullptr;
-    return S_OK;
+    if (m_steps.GroupEnd())
+        return S_OK;
+    ZLog(eZLog_Error, "Key set: GroupEnd without a GroupBegin before it\n");
+    return E_UNEXPECTED;
 }
 
 void CKeyState2::FrameSeenSwap(CZPtr<IZFFrame>* _pcpFrame)

@@ -7,7 +7,6 @@
 #include "ZChromaKey/Keys2/Regions.h"
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -42,7 +41,7 @@ struct KEY2_PRESENT
 class CKeyState2
 {
 public:
-    using CLOCK = std::function<std::chrono::steady_clock::time_point()>;
+    using CLOCK = CEditSteps<KEY2_EDIT>::CLOCK;
 
     /// _fnClock: tells which changes of a parameter belong together.
     explicit CKeyState2(CLOCK _fnClock = &std::chrono::steady_clock::now);
@@ -94,24 +93,16 @@ public:
 private:
     template <class Change> HRESULT Edit(Change&& _change);
     void Push(KEY2_EDIT _edit, const KEY2_PARAM* _pParamOrNull);
-    bool IsSameStep(const KEY2_PARAM* _pParamOrNull) const;
-    void AmendedSettle();
-    size_t MaskBytes() const;
+    size_t MaskBytes();
     void MasksBound() noexcept;
     HRESULT PresentSet(const KEY2_PARAM& _param, double _dblValue);
 
-    CLOCK m_fnClock;
     mutable std::recursive_mutex m_mtxConfig;
-    CEditHistory<KEY2_EDIT> m_history;
+    CEditSteps<KEY2_EDIT> m_steps;
     KEY2_PARAMS m_paramsPresent; ///< of these, "view" and "learn"
     uint64_t m_nRestarts = 0;
     std::shared_ptr<const IMG_PICTURE> m_spPlate;
     uint64_t m_nPlate = 0;
-
-    int32_t m_nGroups = 0;
-    bool m_bGroupStep = false;                ///< the group has made its step
-    const KEY2_PARAM* m_pParamLast = nullptr; ///< the last step was a change of it
-    std::chrono::steady_clock::time_point m_timeLast;
 
     CZPtr<IZFFrame> m_cpFrameSeen;
     CZPtr<IZFFrame> m_cpFrameSet;

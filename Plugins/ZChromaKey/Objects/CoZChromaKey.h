@@ -1,5 +1,8 @@
 #pragma once
 
+#include "Base/ZTimedLock.h"
+#include "Helpers/CKDetect.h"
+#include "Helpers/FrameSampler.h"
 #include "Interfaces/IZChromaKey.h"
 #include "ZChromaKey/Config/ConfigDoc.h"
 #include "ZChromaKey/Engine1/Gpu/GPUKeyer.h"
@@ -7,10 +10,9 @@
 #include "ZChromaKey/Objects/KeyerObject.h"
 
 #include <memory>
-#include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// The plug-in object of the first generation: editing of its key set over what all generations have.
 ///
@@ -19,7 +21,9 @@
 class CCoZChromaKey final : public CZKeyerObject<IZChromaKey>
 {
 public:
-    explicit CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU);
+    /// _fnClock: tells which changes of an adjustment are one step.
+    explicit CCoZChromaKey(std::unique_ptr<CGPUKeyer> _upGPU,
+                           CKeyState::CLOCK _fnClock = &std::chrono::steady_clock::now);
     /// A new object with the GPU path of this build.
     static HRESULT Create(REFIID _iid, void** _ppvObject);
 
@@ -41,21 +45,30 @@ public:
     HRESULT STDMETHODCALLTYPE KeySet(IZKey* _pKeyObject) override;
     HRESULT STDMETHODCALLTYPE KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyObject) override;
 
+    // IZSteps
+    HRESULT STDMETHODCALLTYPE StepBack(int32_t _nSteps, int32_t* _pnDone) override;
+    HRESULT STDMETHODCALLTYPE StepFwd(int32_t _nSteps, int32_t* _pnDone) override;
+    HRESULT STDMETHODCALLTYPE StepsBack(int32_t* _pnSteps) override;
+    HRESULT STDMETHODCALLTYPE StepsFwd(int32_t* _pnSteps) override;
+    HRESULT STDMETHODCALLTYPE GroupBegin() override;
+    HRESULT STDMETHODCALLTYPE GroupEnd() override;
+
 private:
     ~CCoZChromaKey() override = default;
-    void FrameSeen(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps) override;
+    void FrameSeen(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps) override;
+    void FramesLetGo() override;
     HRESULT FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) override;
     HRESULT DocumentMake(std::string* _pstrDocument) override;
     HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason) override;
-    template <class Call> HRESULT Edit(const char* _pszOperation, Call&& _call) noexcept;
-    template <class Sampling> HRESULT EditKeys(const char* _pszOperation, Sampling&& _sampling) noexcept;
-    CZPtr<IZFFrame> KeyingFrame() const;
-    CZPtr<IZFFrame> FrameForKeying(ZF_VID_PROPS* _pVidProps) const;
-    std::optional<eZYMatrix> MatrixForKeying() const;
+    HRESULT Step(const char* _pszMethod, int32_t _nSteps, int _nSign, int32_t* _pnDone) noexcept;
+    template <class Call> HRESULT Edit(const char* _pszMethod, Call&& _call) noexcept;
+    template <class Sampling> HRESULT EditKeys(const char* _pszMethod, Sampling&& _sampling) noexcept;
+    template <class Sampling> HRESULT KeysSample(CFrameSampler* _pSampler, Sampling&& _sampling);
+    HRESULT BlocksShow(HRESULT _hr, IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS& _options,
+                       const std::vector<CKUtils::CK_BLOCK>& _vecBlocks);
 
     CKeyState m_keyState;
-    CConfigDoc m_configDoc; // under m_mtxEdit
-    // One edit at a time; taken before the configuration lock. Recursive: a frame that is sampled may call back.
-    std::recursive_mutex m_mtxEdit;
-    CZPtr<IZFFrame> m_cpFrameMarked; // under m_mtxEdit: what the last detection examined, where it was asked to show
+    CConfigDoc m_configDoc; // under m_lockEdit
+    CZTimedLock
+        m_lockEdit; // one edit at a time; taken before the configuration lock; pixels of hosts are read under it
 };

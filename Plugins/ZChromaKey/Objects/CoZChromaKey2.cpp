@@ -14,7 +14,7 @@ CCoZChromaKey2::CCoZChromaKey2(std::unique_ptr<CUnmixFrameEngine> _upEngine)
 }
 
 CCoZChromaKey2::CCoZChromaKey2(CUnmixFrameEngine& _engine, std::unique_ptr<CUnmixFrameEngine>& _upEngine)
-    : CZKeyerObject("CCoZChromaKey2", "ZChromaKey2", std::move(_upEngine))
+    : CZKeyerObject("CCoZChromaKey2", "ZChromaKey2", false, std::move(_upEngine))
     , m_engine(_engine)
 {
 }
@@ -24,14 +24,22 @@ HRESULT CCoZChromaKey2::Create(REFIID _iid, void** _ppvObject)
     auto* const pObject = new CCoZChromaKey2(std::make_unique<CUnmixEngine>());
     const auto cpObject = CZPtr<IZFProcess>::Adopt(pObject);
     PROP_MAP mapOwn = {{c_szOptionARGB, "true"}}; // colours are unmixed in the result alone
-    UserDefaults_Apply(UserDefaults_Read(), &pObject->Store(), std::move(mapOwn));
+    UserDefaults_Apply(UserDefaults_Read(), pObject->OptionCheck(), &pObject->Store(), std::move(mapOwn));
     return cpObject->QueryInterface(_iid, _ppvObject);
 }
 
-void CCoZChromaKey2::FrameSeen(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS&)
+void CCoZChromaKey2::FrameSeen(IZFFrame* _pFrame, const ZF_VID_PROPS&)
 {
-    CZPtr<IZFFrame> cpFrame(_pFrameOrNull); // takes the old one along, to be let go of after the lock is released
+    CZPtr<IZFFrame> cpFrame(_pFrame); // takes the old one along, to be let go of after the lock is released
     m_keyState.FrameSeenSwap(&cpFrame);
+}
+
+void CCoZChromaKey2::FramesLetGo()
+{
+    CZPtr<IZFFrame> cpFrameSeen;
+    CZPtr<IZFFrame> cpFrameSet;
+    m_keyState.FrameSeenSwap(&cpFrameSeen);
+    m_keyState.FrameSetSwap(&cpFrameSet);
 }
 
 HRESULT CCoZChromaKey2::FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes)
@@ -76,7 +84,7 @@ HRESULT CCoZChromaKey2::DocumentMake(std::string* _pstrDocument)
 /// All that a document holds is one step of editing. One of the first generation alone has nothing but options for us.
 HRESULT CCoZChromaKey2::DocumentTake(std::string_view _svDocument, std::string* _pstrReason)
 {
-    std::unique_ptr<CXmlNode> upRoot = CConfigDoc::Read(_svDocument, _pstrReason, c_pszConfigKeyer2);
+    std::unique_ptr<CXmlNode> upRoot = CConfigDoc::Read(_svDocument, _pstrReason, c_pszConfigKeyer2, OptionCheck());
     if (!upRoot)
         return E_INVALIDARG;
     KEY2_EDIT edit = {};

@@ -1,10 +1,12 @@
 #include "ZChromaKey/Objects/CoZChromaKey.h"
 
 #include "Base/ZAssert.h"
-#include "Base/ZBorder.h"
 #include "ZChromaKey/Keys/BlockMarks.h"
-#include "ZChromaKey/Objects/CoZKey.h"
 #include "ZChromaKey/Keys/KeyBuilder.h"
+#include "ZChromaKey/Objects/CoZKey.h"
+#include "ZChromaKey/Objects/EditLock.h"
+
+#include <utility>
 
 namespace
 {
@@ -18,137 +20,140 @@ HRESULT HandOut(CZPtr<IZFFrame> _cpFrame, IZFFrame** _ppFrame)
 
 } // namespace
 
-/// One edit at a time, inside the border: editing reads the key set, samples pixels and then sets it.
-template <class Call> HRESULT CCoZChromaKey::Edit(const char* _pszOperation, Call&& _call) noexcept
+/// One edit at a time: editing reads the key set, samples pixels and then sets it.
+template <class Call> HRESULT CCoZChromaKey::Edit(const char* _pszMethod, Call&& _call) noexcept
 {
-    return ZBorder(_pszOperation, [&]() -> HRESULT {
-        const std::lock_guard lock(m_mtxEdit);
-        return _call();
-    });
+    return EditLock_Run(Method(_pszMethod), &m_lockEdit, _call);
 }
 
-/// An edit that takes samples of the frame for keying into the key set.
-template <class Sampling> HRESULT CCoZChromaKey::EditKeys(const char* _pszOperation, Sampling&& _sampling) noexcept
+/// An edit that takes samples of the frame for keying into the key set. Its methods are called before.
+template <class Sampling> HRESULT CCoZChromaKey::EditKeys(const char* _pszMethod, Sampling&& _sampling) noexcept
 {
-    CZPtr<IZFFrame> cpFrame; // let go of after the lock is released
-    return Edit(_pszOperation, [&]() -> HRESULT {
-        ZF_VID_PROPS vidProps = {};
-        cpFrame = FrameForKeying(&vidProps);
+    CFrameSampler sampler; // lets go of the frame after the lock is released
+    return ZBorder(Method(_pszMethod), [&]() -> HRESULT {
+        const CZPtr<IZFFrame> cpFrame = m_keyState.FrameForKeying();
         if (!cpFrame)
         {
-            ZLog(eZLog_Error, "%hs: there is no frame to take keys from; set one with KeyFrameSet or send one in\n",
-                 _pszOperation);
+            ZLog(eZLog_Error,
+                 "CCoZChromaKey::%hs: there is no frame to take keys from; set one with KeyFrameSet or send one in\n",
+                 _pszMethod);
             return E_UNEXPECTED;
         }
-        CKeyBuilder builder;
-        builder.RawSet(m_keyState.KeyForSampling());
-        const HRESULT hr = _sampling(&builder, cpFrame.Get());
-        if (hr == S_OK)
-            m_keyState.RawSet(builder.RawGet(), nullptr, Img_MatrixOf(vidProps));
-        return hr;
+        const HRESULT hr = sampler.Open(cpFrame.Get());
+        return FAILED(hr) ? hr : Edit(_pszMethod, [&] { return KeysSample(&sampler, _sampling); });
     });
 }
 
-CZPtr<IZFFrame> CCoZChromaKey::KeyingFrame() const
+template <class Sampling> HRESULT CCoZChromaKey::KeysSample(CFrameSampler* _pSampler, Sampling&& _sampling)
 {
-    CZPtr<IZFFrame> cpFrameKeying;
-    CZPtr<IZFFrame> cpFrameBG;
-    m_keyState.KeyFramesGet(&cpFrameKeying, &cpFrameBG);
-    return cpFrameKeying;
-}
-
-/// The frame set for keying, else the last input, and its properties. Empty where there is none that has any.
-CZPtr<IZFFrame> CCoZChromaKey::FrameForKeying(ZF_VID_PROPS* _pVidProps) const
-{
-    CZPtr<IZFFrame> cpFrameKeying = KeyingFrame();
-    if (!cpFrameKeying)
-        return m_keyState.FrameGet(_pVidProps);
-    if (FAILED(cpFrameKeying->VideoPropsGet(_pVidProps)))
-        cpFrameKeying.Reset();
-    return cpFrameKeying;
+    CKeyBuilder builder;
+    builder.RawSet(m_keyState.KeyForSampling());
+    const HRESULT hr = _sampling(&builder, _pSampler);
+    return hr == S_OK ? m_keyState.RawSet(builder.RawGet(), nullptr, _pSampler->Matrix()) : hr;
 }
 
 HRESULT CCoZChromaKey::KeyFrameSet(IZFFrame* _pZFrameKeyingOrNull, IZFFrame* _pZFrameBGOrNull)
 {
-    CZPtr<IZFFrame> cpFrameMarked; // what was held is let go of after the lock is released: its owner may call back
-    CZPtr<IZFFrame> cpFrameKeying(_pZFrameKeyingOrNull);
-    CZPtr<IZFFrame> cpFrameBG(_pZFrameBGOrNull);
-    return Edit("CCoZChromaKey::KeyFrameSet", [&] {
-        if (_pZFrameKeyingOrNull && _pZFrameKeyingOrNull == m_cpFrameMarked.Get())
-            cpFrameKeying = KeyingFrame(); // handed out with marks on it, but keys are taken from the picture itself
-        else
-            std::swap(cpFrameMarked, m_cpFrameMarked);
-        m_keyState.KeyFramesSwap(&cpFrameKeying, &cpFrameBG);
+    KEY_FRAMES framesSet; // takes along what was set, to be let go of after the lock is released
+    framesSet.cpKeying = CZPtr<IZFFrame>(_pZFrameKeyingOrNull);
+    framesSet.cpBG = CZPtr<IZFFrame>(_pZFrameBGOrNull);
+    return ZBorder(Method("KeyFrameSet"), [&]() -> HRESULT {
+        // Read here, once: edits ask no frame for anything while they hold a lock.
+        const HRESULT hr = _pZFrameKeyingOrNull ? _pZFrameKeyingOrNull->VideoPropsGet(&framesSet.vidPropsKeying) : S_OK;
+        if (FAILED(hr))
+        {
+            ZLog(eZLog_Error, "CCoZChromaKey::KeyFrameSet: the frame has no video properties, hr=%08X\n", hr);
+            return hr;
+        }
+        m_keyState.FramesChange([&](KEY_FRAMES* _pFrames) {
+            std::swap(_pFrames->cpBG, framesSet.cpBG);
+            if (_pZFrameKeyingOrNull && _pZFrameKeyingOrNull == _pFrames->cpMarked.Get())
+                return; // handed out with marks on it, but keys are taken from the picture itself
+            std::swap(_pFrames->cpMarked, framesSet.cpMarked);
+            std::swap(_pFrames->cpKeying, framesSet.cpKeying);
+            _pFrames->vidPropsKeying = framesSet.vidPropsKeying;
+        });
         return S_OK;
     });
 }
 
 HRESULT CCoZChromaKey::KeyFrameGet(IZFFrame** _ppZFrameRes, IZFFrame** _ppZFrameBG)
 {
-    return Edit("CCoZChromaKey::KeyFrameGet", [&]() -> HRESULT {
+    return ZBorder(Method("KeyFrameGet"), [&]() -> HRESULT {
         if (_ppZFrameRes)
             *_ppZFrameRes = nullptr;
         if (_ppZFrameBG)
             *_ppZFrameBG = nullptr;
         if (!Z_VERIFY(_ppZFrameRes && _ppZFrameBG))
             return E_POINTER;
-        CZPtr<IZFFrame> cpFrameKeying;
-        CZPtr<IZFFrame> cpFrameBG;
-        m_keyState.KeyFramesGet(&cpFrameKeying, &cpFrameBG);
-        const HRESULT hrBG = HandOut(cpFrameBG, _ppZFrameBG);
-        const HRESULT hrKeying = HandOut(m_cpFrameMarked ? m_cpFrameMarked : cpFrameKeying, _ppZFrameRes);
+        const KEY_FRAMES frames = m_keyState.FramesGet();
+        const HRESULT hrBG = HandOut(frames.cpBG, _ppZFrameBG);
+        const HRESULT hrKeying = HandOut(frames.cpMarked ? frames.cpMarked : frames.cpKeying, _ppZFrameRes);
         return hrKeying == S_OK || hrBG == S_OK ? S_OK : S_FALSE;
     });
 }
 
 HRESULT CCoZChromaKey::KeyDetect(BSTR _bsProps)
 {
-    CZPtr<IZFFrame> cpFrameMarked; // the old one is let go of after the lock is released
-    return EditKeys("CCoZChromaKey::KeyDetect", [&](CKeyBuilder* _pBuilder, IZFFrame* _pFrame) -> HRESULT {
-        CKUtils::CK_DETECT_OPTIONS options;
-        HRESULT hr = CKUtils::DetectOptions_Read(ZText_FromWide(_bsProps ? _bsProps : L""), &options);
-        if (FAILED(hr))
-            return hr;
-        std::vector<CKUtils::CK_BLOCK> vecBlocks;
-        hr = _pBuilder->Detect(_pFrame, options, options.bShowBlocks ? &vecBlocks : nullptr);
-        std::swap(cpFrameMarked, m_cpFrameMarked);
-        if (SUCCEEDED(hr) && options.bShowBlocks && FAILED(BlockMarks_Draw(_pFrame, vecBlocks, m_cpFrameMarked.Put())))
-            ZLog(eZLog_Warning, "CCoZChromaKey::KeyDetect: the examined blocks cannot be shown on this frame\n");
-        return hr;
+    CKUtils::CK_DETECT_OPTIONS options;
+    std::vector<CKUtils::CK_BLOCK> vecBlocks;
+    CZPtr<IZFFrame> cpFrame;
+    const HRESULT hr = EditKeys("KeyDetect", [&](CKeyBuilder* _pBuilder, CFrameSampler* _pSampler) -> HRESULT {
+        HRESULT hrRead = KeyerOptions_Detection(Store(), &options);
+        if (SUCCEEDED(hrRead))
+            hrRead = CKUtils::DetectOptions_Read(ZText_FromWide(_bsProps ? _bsProps : L""), &options);
+        if (FAILED(hrRead))
+            return hrRead;
+        cpFrame = _pSampler->Frame();
+        return _pBuilder->Detect(_pSampler, options, options.bShowBlocks ? &vecBlocks : nullptr);
     });
+    return cpFrame ? ZBorder(Method("KeyDetect"), [&] { return BlocksShow(hr, cpFrame.Get(), options, vecBlocks); })
+                   : hr;
+}
+
+/// Puts the frame with the examined blocks, where they are asked for, in the place of what was shown before. Answers
+/// what detection has answered.
+HRESULT CCoZChromaKey::BlocksShow(HRESULT _hr, IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS& _options,
+                                  const std::vector<CKUtils::CK_BLOCK>& _vecBlocks)
+{
+    CZPtr<IZFFrame> cpMarked; // takes the old one along, to be let go of after the lock is released
+    if (SUCCEEDED(_hr) && _options.bShowBlocks && FAILED(BlockMarks_Draw(_pFrame, _vecBlocks, cpMarked.Put())))
+        ZLog(eZLog_Warning, "CCoZChromaKey::KeyDetect: the examined blocks cannot be shown on this frame\n");
+    m_keyState.FramesChange([&](KEY_FRAMES* _pFrames) { std::swap(_pFrames->cpMarked, cpMarked); });
+    return _hr;
 }
 
 HRESULT CCoZChromaKey::KeyAddPoint(int32_t _nXPosPixels, int32_t _nYPosPixels)
 {
-    return EditKeys("CCoZChromaKey::KeyAddPoint", [&](CKeyBuilder* _pBuilder, IZFFrame* _pFrame) {
-        return _pBuilder->AddPoint(_pFrame, _nXPosPixels, _nYPosPixels, false);
+    return EditKeys("KeyAddPoint", [&](CKeyBuilder* _pBuilder, CFrameSampler* _pSampler) {
+        return _pBuilder->AddPoint(_pSampler, _nXPosPixels, _nYPosPixels, false);
     });
 }
 
 HRESULT CCoZChromaKey::KeyExcludePoint(int32_t _nXPosPixels, int32_t _nYPosPixels)
 {
-    return EditKeys("CCoZChromaKey::KeyExcludePoint", [&](CKeyBuilder* _pBuilder, IZFFrame* _pFrame) {
-        return _pBuilder->AddPoint(_pFrame, _nXPosPixels, _nYPosPixels, true);
+    return EditKeys("KeyExcludePoint", [&](CKeyBuilder* _pBuilder, CFrameSampler* _pSampler) {
+        return _pBuilder->AddPoint(_pSampler, _nXPosPixels, _nYPosPixels, true);
     });
 }
 
 HRESULT CCoZChromaKey::KeyAddRect(int32_t _nX1PosPixels, int32_t _nY1PosPixels, int32_t _nX2PosPixels,
                                   int32_t _nY2PosPixels)
 {
-    return EditKeys("CCoZChromaKey::KeyAddRect", [&](CKeyBuilder* _pBuilder, IZFFrame* _pFrame) {
-        return _pBuilder->AddRect(_pFrame, _nX1PosPixels, _nY1PosPixels, _nX2PosPixels, _nY2PosPixels, false);
+    return EditKeys("KeyAddRect", [&](CKeyBuilder* _pBuilder, CFrameSampler* _pSampler) {
+        return _pBuilder->AddRect(_pSampler, _nX1PosPixels, _nY1PosPixels, _nX2PosPixels, _nY2PosPixels, false);
     });
 }
 
 HRESULT CCoZChromaKey::KeyAdjustSet(eCK_Adjust _eAdjust, double _dblValue)
 {
-    return Edit("CCoZChromaKey::KeyAdjustSet",
-                [&] { return m_keyState.AdjustSet(_eAdjust, _dblValue, MatrixForKeying()); });
+    return Edit("KeyAdjustSet",
+                [&] { return m_keyState.AdjustSet(_eAdjust, _dblValue, m_keyState.MatrixForKeying()); });
 }
 
 HRESULT CCoZChromaKey::KeyAdjustGet(eCK_Adjust _eAdjust, double* _pdblValue)
 {
-    return ZBorder("CCoZChromaKey::KeyAdjustGet", [&]() -> HRESULT {
+    return ZBorder(Method("KeyAdjustGet"), [&]() -> HRESULT {
         if (!Z_VERIFY(_pdblValue))
             return E_POINTER;
         *_pdblValue = 0;
@@ -156,27 +161,78 @@ HRESULT CCoZChromaKey::KeyAdjustGet(eCK_Adjust _eAdjust, double* _pdblValue)
     });
 }
 
-HRESULT CCoZChromaKey::KeyStepBack(int32_t _nSteps)
+HRESULT CCoZChromaKey::Step(const char* _pszMethod, int32_t _nSteps, int _nSign, int32_t* _pnDone) noexcept
 {
-    return Edit("CCoZChromaKey::KeyStepBack", [&]() -> HRESULT {
+    return Edit(_pszMethod, [&]() -> HRESULT {
+        if (!Z_VERIFY(_pnDone))
+            return E_POINTER;
+        *_pnDone = 0;
         if (!Z_VERIFY(_nSteps >= 0))
             return E_INVALIDARG;
-        return m_keyState.Step(-_nSteps) > 0 ? S_OK : S_FALSE;
+        return m_keyState.Step(_nSign * _nSteps, _pnDone);
     });
+}
+
+HRESULT CCoZChromaKey::KeyStepBack(int32_t _nSteps)
+{
+    int32_t nDone = 0;
+    const HRESULT hr = Step("KeyStepBack", _nSteps, -1, &nDone);
+    return hr == S_OK && nDone == 0 ? S_FALSE : hr;
 }
 
 HRESULT CCoZChromaKey::KeyStepFwd(int32_t _nSteps)
 {
-    return Edit("CCoZChromaKey::KeyStepFwd", [&]() -> HRESULT {
-        if (!Z_VERIFY(_nSteps >= 0))
-            return E_INVALIDARG;
-        return m_keyState.Step(_nSteps) > 0 ? S_OK : S_FALSE;
+    int32_t nDone = 0;
+    const HRESULT hr = Step("KeyStepFwd", _nSteps, 1, &nDone);
+    return hr == S_OK && nDone == 0 ? S_FALSE : hr;
+}
+
+HRESULT CCoZChromaKey::StepBack(int32_t _nSteps, int32_t* _pnDone)
+{
+    return Step("StepBack", _nSteps, -1, _pnDone);
+}
+
+HRESULT CCoZChromaKey::StepFwd(int32_t _nSteps, int32_t* _pnDone)
+{
+    return Step("StepFwd", _nSteps, 1, _pnDone);
+}
+
+HRESULT CCoZChromaKey::StepsBack(int32_t* _pnSteps)
+{
+    return ZBorder(Method("StepsBack"), [&]() -> HRESULT {
+        if (!Z_VERIFY(_pnSteps))
+            return E_POINTER;
+        *_pnSteps = m_keyState.StepsBack();
+        return S_OK;
     });
+}
+
+HRESULT CCoZChromaKey::StepsFwd(int32_t* _pnSteps)
+{
+    return ZBorder(Method("StepsFwd"), [&]() -> HRESULT {
+        if (!Z_VERIFY(_pnSteps))
+            return E_POINTER;
+        *_pnSteps = m_keyState.StepsFwd();
+        return S_OK;
+    });
+}
+
+HRESULT CCoZChromaKey::GroupBegin()
+{
+    return Edit("GroupBegin", [&] {
+        m_keyState.GroupBegin();
+        return S_OK;
+    });
+}
+
+HRESULT CCoZChromaKey::GroupEnd()
+{
+    return Edit("GroupEnd", [&] { return m_keyState.GroupEnd(); });
 }
 
 HRESULT CCoZChromaKey::KeyReset()
 {
-    return Edit("CCoZChromaKey::KeyReset", [&] {
+    return Edit("KeyReset", [&] {
         m_keyState.Reset();
         return S_OK;
     });
@@ -184,17 +240,16 @@ HRESULT CCoZChromaKey::KeyReset()
 
 HRESULT CCoZChromaKey::KeyRawSet(const CHROMA_KEY_RAW* _pvzKey, const CK_ADJUST* _pKeyAdjust)
 {
-    return Edit("CCoZChromaKey::KeyRawSet", [&]() -> HRESULT {
+    return Edit("KeyRawSet", [&]() -> HRESULT {
         if (!Z_VERIFY(_pvzKey))
             return E_POINTER;
-        m_keyState.RawSet(*_pvzKey, _pKeyAdjust, MatrixForKeying());
-        return S_OK;
+        return m_keyState.RawSet(*_pvzKey, _pKeyAdjust, m_keyState.MatrixForKeying());
     });
 }
 
 HRESULT CCoZChromaKey::KeyRawGet(CHROMA_KEY_RAW* _pvzKey, CK_ADJUST* _pKeyAdjust)
 {
-    return ZBorder("CCoZChromaKey::KeyRawGet", [&]() -> HRESULT {
+    return ZBorder(Method("KeyRawGet"), [&]() -> HRESULT {
         if (!Z_VERIFY(_pvzKey || _pKeyAdjust))
             return E_POINTER;
         m_keyState.RawGet(_pvzKey, _pKeyAdjust);
@@ -202,53 +257,39 @@ HRESULT CCoZChromaKey::KeyRawGet(CHROMA_KEY_RAW* _pvzKey, CK_ADJUST* _pKeyAdjust
     });
 }
 
-/// The matrix of the frame that keys are for: another type of theirs is computed with it.
-std::optional<eZYMatrix> CCoZChromaKey::MatrixForKeying() const
-{
-    ZF_VID_PROPS vidProps = {};
-    if (!FrameForKeying(&vidProps))
-        return {};
-    return Img_MatrixOf(vidProps);
-}
-
 HRESULT CCoZChromaKey::KeySet(IZKey* _pKeyObject)
 {
-    return Edit("CCoZChromaKey::KeySet", [&]() -> HRESULT {
+    return ZBorder(Method("KeySet"), [&]() -> HRESULT {
         if (!Z_VERIFY(_pKeyObject))
             return E_POINTER;
         CHROMA_KEY_RAW key = {};
-        const HRESULT hr = _pKeyObject->RawGet(&key);
-        if (SUCCEEDED(hr))
-            m_keyState.RawSet(key, nullptr, MatrixForKeying());
-        return hr;
+        const HRESULT hr = _pKeyObject->RawGet(&key); // before the lock: it may be the host's
+        return FAILED(hr) ? hr : KeyRawSet(&key, nullptr);
     });
 }
 
 HRESULT CCoZChromaKey::KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyObject)
 {
-    CZPtr<IZFFrame> cpFrameMarked; // let go of after the lock is released
-    CZPtr<IZFFrame> cpFrameKeying(_pZFrameForAdjustOrNull);
-    return Edit("CCoZChromaKey::KeyGet", [&]() -> HRESULT {
+    return ZBorder(Method("KeyGet"), [&]() -> HRESULT {
         if (!Z_VERIFY(_ppKeyObject))
             return E_POINTER;
         *_ppKeyObject = nullptr;
-        CZPtr<IZKey> cpKey;
-        HRESULT hr = CCoZKey::Create(IID_IZKey, cpKey.PutVoid());
+        ZF_VID_PROPS vidProps = {};
+        HRESULT hr = _pZFrameForAdjustOrNull ? _pZFrameForAdjustOrNull->VideoPropsGet(&vidProps) : S_OK;
+        if (FAILED(hr))
+        {
+            ZLog(eZLog_Error, "CCoZChromaKey::KeyGet: the frame has no video properties, hr=%08X\n", hr);
+            return hr;
+        }
         CHROMA_KEY_RAW key;
-        m_keyState.RawGet(&key, nullptr);
+        m_keyState.RawGet(&key, nullptr,
+                          _pZFrameForAdjustOrNull ? std::optional(Img_MatrixOf(vidProps)) : std::nullopt);
+        CZPtr<IZKey> cpKey;
+        hr = CCoZKey::Create(IID_IZKey, cpKey.PutVoid());
         if (SUCCEEDED(hr))
             hr = cpKey->RawSet(&key);
-        if (FAILED(hr))
-            return hr;
-        if (_pZFrameForAdjustOrNull)
-        {
-            std::swap(cpFrameMarked, m_cpFrameMarked);
-            CZPtr<IZFFrame> cpFrameOld;
-            CZPtr<IZFFrame> cpFrameBG;
-            m_keyState.KeyFramesGet(&cpFrameOld, &cpFrameBG);
-            m_keyState.KeyFramesSwap(&cpFrameKeying, &cpFrameBG);
-        }
-        *_ppKeyObject = cpKey.Detach();
-        return S_OK;
+        if (SUCCEEDED(hr))
+            *_ppKeyObject = cpKey.Detach();
+        return hr;
     });
 }

@@ -1,14 +1,13 @@
 #pragma once
 
+#include "Base/ZModuleRef.h"
+#include "Base/ZTimedLock.h"
 #include "Base/ZUnknown.h"
 #include "Interfaces/IZKey.h"
-#include "ZChromaKey/Keys/KeyBuilder.h"
 #include "ZChromaKey/Com/LateBinding.h"
-#include "Base/ZModuleRef.h"
+#include "ZChromaKey/Keys/KeyBuilder.h"
 
-#include <mutex>
-
-/// The key-value object: IZKey over a key builder, under a lock.
+/// The key-value object: IZKey over a key builder, under a lock that no method of a host is called under.
 class CCoZKey final : public CZUnknown<CZLateBinding<IZKey>>
 {
 public:
@@ -34,9 +33,10 @@ private:
     {
         return QueryBinder(_iid, _ppvObject);
     }
-    template <class Call> HRESULT Locked(const char* _pszOperation, Call&& _call) noexcept;
+    template <class Call> HRESULT Locked(const char* _pszMethod, Call&& _call) noexcept;
+    template <class Sampling> HRESULT Sampled(const char* _pszMethod, IZFFrame* _pFrame, Sampling&& _sampling) noexcept;
 
     CZModuleRef m_refModule;
-    std::recursive_mutex m_mtxKeys; // a frame that is sampled may call back
+    CZTimedLock m_lockKeys; // pixels of hosts are read under it
     CKeyBuilder m_builder;
 };

@@ -7,10 +7,13 @@
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
 
 #include <utility>
+#include <vector>
 
-CKeyerCore::CKeyerCore(const char* _pszClass, const char* _pszName, std::unique_ptr<CFrameEngine> _upEngine)
+CKeyerCore::CKeyerCore(const char* _pszClass, const char* _pszName, bool _bDetects,
+                       std::unique_ptr<CFrameEngine> _upEngine)
     : m_pszClass(_pszClass)
     , m_pszName(_pszName)
+    , m_bDetects(_bDetects)
     , m_keyer(_pszClass, &m_store, std::move(_upEngine))
     , m_flow(
           _pszClass,
@@ -61,17 +64,23 @@ HRESULT CKeyerCore::CloseAll()
             m_flow.CloseFromWithin([this] { ProcessorsClose(); });
             return S_OK;
         }
-        if (const HRESULT hr = m_flow.Close(); FAILED(hr)) // the thread still uses the processors
-            return hr;
-        ProcessorsClose();
-        return S_OK;
+        HRESULT hr = m_flow.Close();
+        if (SUCCEEDED(hr)) // else the thread still uses the processors
+            hr = ProcessorsClose();
+        if (hr == Z_E_TIMEOUT)
+            ZLog(eZLog_Error,
+                 "%hs::Close: a frame is still processed after ten seconds, for one of its methods, or the log, does "
+                 "not come back; what it keeps is given back when it does\n",
+                 m_pszClass);
+        return hr;
     });
 }
 
-void CKeyerCore::ProcessorsClose()
+HRESULT CKeyerCore::ProcessorsClose()
 {
-    m_keyer.Close();
-    FrameSeen(nullptr, {});
+    const HRESULT hr = m_keyer.Close();
+    FramesLetGo();
+    return hr;
 }
 
 bool CKeyerCore::LastRelease()
@@ -125,15 +134,28 @@ HRESULT CKeyerCore::LogSetLevel(IZLogSink* _pSinkOrNull, int32_t _eLevel)
 
 HRESULT CKeyerCore::OptionSet(const wchar_t* _pwszName, const wchar_t* _pwszValue)
 {
-    return PropStore_PropsSet(&m_store, _pwszName, _pwszValue, &ChromaKeyOptions_Validate);
+    return PropStore_PropsSet(&m_store, _pwszName, _pwszValue, OptionCheck());
 }
 
 HRESULT CKeyerCore::OptionGet(const wchar_t* _pwszName, BSTR* _pbsValue)
 {
-    return PropStore_PropsGet(m_store, _pwszName, _pbsValue);
+    const HRESULT hr = PropStore_PropsGet(m_store, _pwszName, _pbsValue);
+    if (hr != S_FALSE)
+        return hr;
+    return ZBorder(Method("PropsGet"), [&] {
+        const char* const pszDefault = KeyerOptions_Default(ZText_FromWide(_pwszName), m_bDetects);
+        const HRESULT hrDefault = pszDefault ? ZText_HandOut(pszDefault, _pbsValue) : S_OK;
+        return FAILED(hrDefault) ? hrDefault : S_FALSE;
+    });
 }
 
 HRESULT CKeyerCore::OptionNameGet(UINT _nIndex, BSTR* _pbsName)
 {
-    return PropStore_PropsNameGet(m_store, _nIndex, _pbsName);
+    return ZBorder(Method("PropsNameGet"), [&]() -> HRESULT {
+        if (!_pbsName)
+            return E_POINTER;
+        *_pbsName = nullptr;
+        const std::vector<std::string> vecNames = KeyerOptions_Names(m_store, m_bDetects);
+        return _nIndex < vecNames.size() ? ZText_HandOut(vecNames[_nIndex], _pbsName) : S_FALSE;
+    });
 }

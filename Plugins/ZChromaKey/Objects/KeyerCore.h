@@ -7,6 +7,7 @@
 #include "Props/PropStore.h"
 #include "ZChromaKey/Frame/FrameFlow.h"
 #include "ZChromaKey/Frame/FrameKeyer.h"
+#include "ZChromaKey/Objects/KeyerOptions.h"
 
 #include <memory>
 #include <string>
@@ -20,14 +21,17 @@ class CKeyerCore
 {
 protected:
     /// _pszClass: the object's class as log lines name it, and _pszName what PluginInfoGet answers; both literals.
-    CKeyerCore(const char* _pszClass, const char* _pszName, std::unique_ptr<CFrameEngine> _upEngine);
+    /// _bDetects: it has the options of detection, too.
+    CKeyerCore(const char* _pszClass, const char* _pszName, bool _bDetects, std::unique_ptr<CFrameEngine> _upEngine);
     ~CKeyerCore() = default;
 
     // What a generation adds
     /// The object itself, to be kept while the host's code runs.
     virtual IUnknown* Self() = 0;
-    /// Remembers a frame that came in, to take keys from; null: forgets it.
-    virtual void FrameSeen(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps) = 0;
+    /// Remembers a frame that came in, to take keys from.
+    virtual void FrameSeen(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps) = 0;
+    /// Forgets it, and the frames that the host has set.
+    virtual void FramesLetGo() = 0;
     /// Keys a frame with one copy of the settings: CFrameKeyer::Process.
     virtual HRESULT FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) = 0;
     /// The document of all that is saved. The reason of a failure has been logged.
@@ -57,6 +61,11 @@ protected:
     {
         return {m_pszClass, _pszMethod};
     }
+    /// What checks names and values of options.
+    PROPS_VALIDATE OptionCheck() const
+    {
+        return m_bDetects ? &KeyerOptions_CheckWithDetection : &KeyerOptions_Check;
+    }
     CPropStore& Store()
     {
         return m_store;
@@ -67,11 +76,12 @@ protected:
     }
 
 private:
-    void ProcessorsClose();
+    HRESULT ProcessorsClose();
 
     CZModuleRef m_refModule;
     const char* m_pszClass;
     const char* m_pszName;
+    bool m_bDetects;
     CPropStore m_store;
     CFrameKeyer m_keyer;
     CFrameFlow m_flow; // last: its thread uses the others

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "Base/ZBstr.h"
 #include "Base/ZUnknown.h"
 #include "Interfaces/IZFPersist.h"
 #include "Interfaces/IZFProcess.h"
 #include "Interfaces/IZProps.h"
+#include "Interfaces/IZSteps.h"
 #include "ZChromaKey/Com/LateBinding.h"
 #include "ZChromaKey/Objects/KeyerCore.h"
 #include "ZChromaKey/Objects/Tables.h"
@@ -14,12 +16,12 @@
 /// Gives CKeyerCore the interfaces that every plug-in object has. Keys: the interface that this generation's keys are
 /// edited with.
 template <class Keys> class CZKeyerObject
-    : public CZUnknown<CZLateBinding<Keys>, IZFProcess, IZProps, IZPlugin, IZFPersist, CZTables>,
+    : public CZUnknown<CZLateBinding<Keys>, IZFProcess, IZProps, IZPlugin, IZFPersist, IZSteps, CZTables, CZScript>,
       protected CKeyerCore
 {
 public:
-    CZKeyerObject(const char* _pszClass, const char* _pszName, std::unique_ptr<CFrameEngine> _upEngine)
-        : CKeyerCore(_pszClass, _pszName, std::move(_upEngine))
+    CZKeyerObject(const char* _pszClass, const char* _pszName, bool _bDetects, std::unique_ptr<CFrameEngine> _upEngine)
+        : CKeyerCore(_pszClass, _pszName, _bDetects, std::move(_upEngine))
     {
     }
 
@@ -49,6 +51,18 @@ public:
     HRESULT STDMETHODCALLTYPE Close() override
     {
         return CloseAll();
+    }
+
+    // IZScript
+    HRESULT STDMETHODCALLTYPE PluginName(BSTR* _pbsName) override
+    {
+        CZBStr bsVersion;
+        return InfoGet(_pbsName, bsVersion.Put());
+    }
+    HRESULT STDMETHODCALLTYPE PluginVersion(BSTR* _pbsVersion) override
+    {
+        CZBStr bsName;
+        return InfoGet(bsName.Put(), _pbsVersion);
     }
 
     // IZProps

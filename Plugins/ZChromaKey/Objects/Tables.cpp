@@ -75,9 +75,14 @@ TABLE OptionsMake()
     constexpr std::string_view c_svWrong = "?"; // as no option can be: the answer is what can
     TABLE table;
     for (const CK_OPTION& option : ChromaKeyOptions_Table())
-        table.vecRows.push_back(OptionRow(option.pszName, option.pszDefault,
-                                          table.Keep(ChromaKeyOptions_Validate(option.pszName, c_svWrong)),
-                                          option.pszHelp));
+    {
+        ZTABLE_ROW row = OptionRow(option.pszName, option.pszDefault,
+                                   table.Keep(ChromaKeyOptions_Validate(option.pszName, c_svWrong)), option.pszHelp);
+        row.dblLeast = option.dblLeast;
+        row.dblMost = option.dblMost;
+        row.pszUnit = option.pszUnit;
+        table.vecRows.push_back(row);
+    }
     return table;
 }
 
@@ -251,5 +256,95 @@ HRESULT CZTables::TableValueCheck(int32_t _eTable, UINT _nRow, const wchar_t* _p
         if (!pTable || _nRow >= pTable->vecRows.size())
             return E_INVALIDARG;
         return IsRight(_eTable, _nRow, pTable->vecRows[_nRow], ZText_FromWide(_pwszValue)) ? S_OK : S_FALSE;
+    });
+}
+
+namespace
+{
+
+/// A column of a table, as scripts name it.
+template <class T> struct COLUMN
+{
+    const char* pszName;
+    T (*pfnValue)(const ZTABLE_ROW& _row);
+};
+constexpr COLUMN<const char*> c_arrTexts[] = {
+    {"name", [](const ZTABLE_ROW& _row) { return _row.pszName; }},
+    {"default", [](const ZTABLE_ROW& _row) { return _row.pszDefault; }},
+    {"unit", [](const ZTABLE_ROW& _row) { return _row.pszUnit; }},
+    {"right", [](const ZTABLE_ROW& _row) { return _row.pszRight; }},
+    {"help", [](const ZTABLE_ROW& _row) { return _row.pszHelp; }},
+    {"effect", [](const ZTABLE_ROW& _row) { return _row.pszEffect; }},
+};
+constexpr COLUMN<double> c_arrNumbers[] = {
+    {"least", [](const ZTABLE_ROW& _row) { return _row.dblLeast; }},
+    {"most", [](const ZTABLE_ROW& _row) { return _row.dblMost; }},
+    {"default", [](const ZTABLE_ROW& _row) { return _row.dblDefault; }},
+    {"kind", [](const ZTABLE_ROW& _row) { return double(_row.eValue); }},
+};
+
+/// Null: there is no such row (logged).
+const ZTABLE_ROW* FindRow(int32_t _eTable, int32_t _nRow)
+{
+    const TABLE* const pTable = Find(_eTable);
+    if (pTable && _nRow >= 0 && static_cast<size_t>(_nRow) < pTable->vecRows.size())
+        return &pTable->vecRows[static_cast<size_t>(_nRow)];
+    if (pTable)
+        ZLog(eZLog_Error, "CZTables: table %d has no row %d; it has %zu, counted from 0\n", _eTable, _nRow,
+             pTable->vecRows.size());
+    return nullptr;
+}
+
+/// Null: there is no such column (logged).
+template <class T, size_t N> const COLUMN<T>* FindColumn(const COLUMN<T> (&_arrColumns)[N], BSTR _bsColumn)
+{
+    const std::string strName = ZText_FromWide(_bsColumn ? _bsColumn : L"");
+    std::string strNames;
+    for (const COLUMN<T>& column : _arrColumns)
+    {
+        if (strName == column.pszName)
+            return &column;
+        strNames += ZFormat(" %hs", column.pszName);
+    }
+    ZLog(eZLog_Error, "CZTables: a row has no column %hs here; there are%hs\n", PropText_Quote(strName), strNames);
+    return nullptr;
+}
+
+} // namespace
+
+HRESULT CZScript::TableRows(int32_t _eTable, int32_t* _pnRows)
+{
+    return ZBorder("CZScript::TableRows", [&]() -> HRESULT {
+        if (!_pnRows)
+            return E_POINTER;
+        const TABLE* const pTable = Find(_eTable);
+        *_pnRows = pTable ? static_cast<int32_t>(pTable->vecRows.size()) : 0;
+        return pTable ? S_OK : E_INVALIDARG;
+    });
+}
+
+HRESULT CZScript::TableText(int32_t _eTable, int32_t _nRow, BSTR _bsColumn, BSTR* _pbsText)
+{
+    return ZBorder("CZScript::TableText", [&]() -> HRESULT {
+        if (!_pbsText)
+            return E_POINTER;
+        *_pbsText = nullptr;
+        const ZTABLE_ROW* const pRow = FindRow(_eTable, _nRow);
+        const auto* const pColumn = pRow ? FindColumn(c_arrTexts, _bsColumn) : nullptr;
+        return pColumn ? ZText_HandOut(pColumn->pfnValue(*pRow), _pbsText) : E_INVALIDARG;
+    });
+}
+
+HRESULT CZScript::TableNumber(int32_t _eTable, int32_t _nRow, BSTR _bsColumn, double* _pdblNumber)
+{
+    return ZBorder("CZScript::TableNumber", [&]() -> HRESULT {
+        if (!_pdblNumber)
+            return E_POINTER;
+        *_pdblNumber = 0;
+        const ZTABLE_ROW* const pRow = FindRow(_eTable, _nRow);
+        const auto* const pColumn = pRow ? FindColumn(c_arrNumbers, _bsColumn) : nullptr;
+        if (pColumn)
+            *_pdblNumber = pColumn->pfnValue(*pRow);
+        return pColumn ? S_OK : E_INVALIDARG;
     });
 }

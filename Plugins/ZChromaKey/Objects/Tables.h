@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Interfaces/IZScript.h"
 #include "Interfaces/IZTables.h"
 
 /// The tables of this module as its objects hand them out: rows made of the tables that the code itself reads.
@@ -15,5 +16,21 @@ protected:
 };
 
 template <> struct CZIidOf<CZTables> : CZIidOf<IZTables>
+{
+};
+
+/// The same tables for scripts.
+class CZScript : public IZScript
+{
+public:
+    HRESULT STDMETHODCALLTYPE TableRows(int32_t _eTable, int32_t* _pnRows) override;
+    HRESULT STDMETHODCALLTYPE TableText(int32_t _eTable, int32_t _nRow, BSTR _bsColumn, BSTR* _pbsText) override;
+    HRESULT STDMETHODCALLTYPE TableNumber(int32_t _eTable, int32_t _nRow, BSTR _bsColumn, double* _pdblNumber) override;
+
+protected:
+    ~CZScript() = default;
+};
+
+template <> struct CZIidOf<CZScript> : CZIidOf<IZScript>
 {
 };

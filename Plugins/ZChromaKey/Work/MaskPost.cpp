@@ -2,52 +2,33 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
-void CMaskPost::Reserve(int _nWidth)
+void CMaskSmoother::Reserve(int _nWidth)
 {
-    for (auto& arrRow : m_arrRows)
-        if (arrRow.size() < static_cast<size_t>(_nWidth))
-            arrRow.resize(static_cast<size_t>(_nWidth));
+    for (auto* const pRow : {&m_arrAbove, &m_arrRow, &m_arrBelow})
+        if (pRow->size() < static_cast<size_t>(_nWidth))
+            pRow->resize(static_cast<size_t>(_nWidth));
 }
 
-void CMaskPost::Run(const MASK_PLANE& _plane, const MASK_POST& _post, const PLANE_KERNELS& _kernels) noexcept
+void CMaskSmoother::EdgesKeep(const MASK_PLANE& _plane, int _nFirst, int _nEnd) noexcept
 {
     const auto nWidth = static_cast<size_t>(_plane.nWidth);
-    if (_post.nMin > 0 || _post.nMax < 255)
-        for (int nRow = 0; nRow < _plane.nHeight; ++nRow)
-            _kernels.pfnThreshold(_plane.Row(nRow), nWidth, _post.nMin, _post.nMax);
-    if (_post.bFields)
-    {
-        Smooth(_plane.Slice(0, 2, _plane.nHeight - _plane.nHeight / 2), _post.nPasses, _kernels);
-        if (_plane.nHeight > 1)
-            Smooth(_plane.Slice(1, 2, _plane.nHeight / 2), _post.nPasses, _kernels);
-    }
-    else
-    {
-        Smooth(_plane, _post.nPasses, _kernels);
-    }
-    if (_post.bInvert)
-        for (int nRow = 0; nRow < _plane.nHeight; ++nRow)
-            _kernels.pfnInvert(_plane.Row(nRow), nWidth);
+    // The row above the first of all is the first, and that below the last is the last.
+    std::memcpy(m_arrAbove.data(), _plane.Row(std::max(_nFirst - 1, 0)), nWidth);
+    std::memcpy(m_arrBelow.data(), _plane.Row(std::min(_nEnd, _plane.nHeight - 1)), nWidth);
 }
 
-void CMaskPost::Smooth(const MASK_PLANE& _plane, int _nPasses, const PLANE_KERNELS& _kernels) noexcept
-{
-    for (int nPass = 0; nPass < _nPasses && _plane.nHeight > 0; ++nPass)
-        SmoothPass(_plane, _kernels);
-}
-
-void CMaskPost::SmoothPass(const MASK_PLANE& _plane, const PLANE_KERNELS& _kernels) noexcept
+void CMaskSmoother::Smooth(const MASK_PLANE& _plane, int _nFirst, int _nEnd, const PLANE_KERNELS& _kernels) noexcept
 {
     const auto nWidth = static_cast<size_t>(_plane.nWidth);
-    uint8_t* pAbove = m_arrRows[0].data();
-    uint8_t* pRow = m_arrRows[1].data();
-    std::memcpy(pAbove, _plane.Row(0), nWidth); // the row above the first is the first
-    for (int nRow = 0; nRow < _plane.nHeight; ++nRow)
+    uint8_t* pAbove = m_arrAbove.data();
+    uint8_t* pRow = m_arrRow.data();
+    for (int nRow = _nFirst; nRow < _nEnd; ++nRow)
     {
         std::memcpy(pRow, _plane.Row(nRow), nWidth);
-        const bool bLast = nRow + 1 == _plane.nHeight;
-        _kernels.pfnSmooth(_plane.Row(nRow), pAbove, pRow, bLast ? pRow : _plane.Row(nRow + 1), nWidth);
+        const uint8_t* const pBelow = nRow + 1 < _nEnd ? _plane.Row(nRow + 1) : m_arrBelow.data();
+        _kernels.pfnSmooth(_plane.Row(nRow), pAbove, pRow, pBelow, nWidth);
         std::swap(pAbove, pRow);
     }
 }

@@ -34,24 +34,31 @@ struct MASK_POST
     bool bFields; ///< smooth within the fields, rows 0, 2, 4 ... and 1, 3, 5 ...
     bool bInvert;
 
+    bool HasLimits() const
+    {
+        return nMin > 0 || nMax < 255;
+    }
+
     bool IsNeeded() const
     {
-        return nMin > 0 || nMax < 255 || nPasses > 0 || bInvert;
+        return HasLimits() || nPasses > 0 || bInvert;
     }
 };
 
-/// Runs the post-processing in place, row by row. Keeps two rows of memory between frames.
-class CMaskPost
+/// Smooths some rows of a mask in place, beside others that smooth its other rows. Each pass takes two steps, and none
+/// begins one before all have done the step before. Keeps three rows of memory between frames.
+class CMaskSmoother
 {
 public:
-    /// Takes the memory that Run needs, so that it does not allocate.
+    /// Takes the memory for planes of this width, so that smoothing does not allocate.
     void Reserve(int _nWidth);
-    /// Not for planes wider than was reserved.
-    void Run(const MASK_PLANE& _plane, const MASK_POST& _post, const PLANE_KERNELS& _kernels) noexcept;
+    /// The first step: keeps the rows around the rows _nFirst to _nEnd - 1 as they are. There is at least one.
+    void EdgesKeep(const MASK_PLANE& _plane, int _nFirst, int _nEnd) noexcept;
+    /// The second step: one pass over these rows.
+    void Smooth(const MASK_PLANE& _plane, int _nFirst, int _nEnd, const PLANE_KERNELS& _kernels) noexcept;
 
 private:
-    void Smooth(const MASK_PLANE& _plane, int _nPasses, const PLANE_KERNELS& _kernels) noexcept;
-    void SmoothPass(const MASK_PLANE& _plane, const PLANE_KERNELS& _kernels) noexcept;
-
-    std::vector<uint8_t> m_arrRows[2]; // rows above and at the one being written, as they were
+    std::vector<uint8_t> m_arrAbove; // rows as they were: above the one being written, that one, and below the last
+    std::vector<uint8_t> m_arrRow;
+    std::vector<uint8_t> m_arrBelow;
 };

@@ -22,6 +22,12 @@ bool CRowBarrier::IsOver(uint32_t _nRound) const
     return m_nRound != _nRound || m_bGivenUp;
 }
 
+void CRowBarrier::Begin()
+{
+    const std::lock_guard lock(m_mtxState);
+    m_nInside = m_nWorkers;
+}
+
 bool CRowBarrier::Arrive()
 {
     std::unique_lock lock(m_mtxState);
@@ -41,6 +47,22 @@ bool CRowBarrier::Arrive()
     lock.lock();
     m_cvRound.wait(lock, [&] { return IsOver(nRound); });
     return !m_bGivenUp;
+}
+
+void CRowBarrier::Leave()
+{
+    {
+        const std::lock_guard lock(m_mtxState);
+        if (--m_nInside > 0)
+            return;
+    }
+    m_cvLeft.notify_one();
+}
+
+bool CRowBarrier::WaitForAll(uint32_t _nMaxMs)
+{
+    std::unique_lock lock(m_mtxState);
+    return m_cvLeft.wait_for(lock, std::chrono::milliseconds(_nMaxMs), [this] { return m_nInside == 0; });
 }
 
 void CRowBarrier::GiveUp()

@@ -1,6 +1,5 @@
 #include "ZChromaKey/Work/RowPool.h"
 
-#include "Base/ZDeadline.h"
 #include "ZChromaKey/Work/RowBarrier.h"
 
 #include <algorithm>
@@ -12,8 +11,9 @@ void CRowPool::SLOT::Work()
     for (int nPass = 0; spFrameWork && nPass < nPasses; ++nPass)
         if (nPass == 0 || spBarrier->Arrive())
             spFrameWork->Run(nPass, nWorker, bGo);
-    spFrameWork.reset(); // before the pool can see that it is done
-    evtDone.Set();
+    spFrameWork.reset();                                   // before the pool can see that it is done
+    const std::shared_ptr<CRowBarrier> spLeft = spBarrier; // the slot is the pool's again before this returns
+    spLeft->Leave();
 }
 
 CRowPool::CRowPool(const char* _pszOwner)
@@ -34,10 +34,7 @@ HRESULT CRowPool::WorkerStart(std::unique_ptr<WORKER>& _upWorker)
         _upWorker.reset(); // a thread that hangs on keeps its slot; the log says so
     }
     if (_upWorker)
-    {
-        _upWorker->spSlot->evtDone.Reset();
         return S_OK;
-    }
     auto upWorker = std::make_unique<WORKER>();
     const HRESULT hr = upWorker->thread.Start([spSlot = upWorker->spSlot] { spSlot->Work(); }, m_pszOwner);
     if (SUCCEEDED(hr))
@@ -81,22 +78,14 @@ HRESULT CRowPool::Run(const std::shared_ptr<CRowWork>& _spWork, int _nPasses)
         slot.nPasses = _nPasses;
         slot.nWorker = i;
     }
+    m_spBarrier->Begin();
     for (uint32_t i = 0; i < m_nReady; ++i)
         m_arrWorkers[i]->thread.Wake();
-    if (WaitAll())
+    if (m_spBarrier->WaitForAll(c_nThreadStopMs))
         return S_OK;
     _spWork->GiveUp();
     Stop();
     return Z_E_TIMEOUT;
-}
-
-bool CRowPool::WaitAll()
-{
-    const CZDeadline deadline(c_nThreadStopMs);
-    for (uint32_t i = 0; i < m_nReady; ++i)
-        if (!m_arrWorkers[i]->spSlot->evtDone.Wait(deadline.LeftMs()))
-            return false;
-    return true;
 }
 
 void CRowPool::Stop()

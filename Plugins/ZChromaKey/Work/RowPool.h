@@ -63,8 +63,7 @@ private:
         std::shared_ptr<CRowBarrier> spBarrier;
         int nPasses = 0;
         uint32_t nWorker = 0;
-        std::atomic<bool> bGo = true; ///< false: the worker ends at the next row
-        CZEvent evtDone;
+        std::atomic<bool> bGo = true;           ///< false: the worker ends at the next row
         std::array<CZPtr<IUnknown>, 3> arrHeld; ///< of CRowPool::Hold
 
         void Work();
@@ -78,7 +77,6 @@ private:
     };
     HRESULT WorkerStart(std::unique_ptr<WORKER>& _upWorker);
     static void WorkerStop(std::unique_ptr<WORKER>& _upWorker, uint32_t _nMaxMs);
-    bool WaitAll();
 
     const char* m_pszOwner;
     uint32_t m_nReady = 0;

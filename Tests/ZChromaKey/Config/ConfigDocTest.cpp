@@ -56,7 +56,10 @@ TEST(UserDefaults, StandBeforeThoseOfTheObjectWhereTheyAreRight)
     {
         const CLogCatcher log;
         CPropStore store;
-        UserDefaults_Apply({{"output.argb", pszUsers}, {"gpu_mode", "0"}}, &store, {{"output.argb", "true"}});
+        const auto fnCheck = [](std::string_view _svName, std::string_view _svValue) -> std::string {
+            return _svName == "output.argb" && _svValue == "perhaps" ? "true or false" : "";
+        };
+        UserDefaults_Apply({{"output.argb", pszUsers}, {"gpu_mode", "0"}}, fnCheck, &store, {{"output.argb", "true"}});
         EXPECT_EQ(store.GetBool("output.argb", !bExpected), bExpected) << pszUsers;
         EXPECT_EQ(store.GetInt("gpu_mode", 7), 0);
         EXPECT_EQ(log.Count("\"output.argb\" is not used", eZLog_Warning), bExpected);

@@ -3,7 +3,6 @@
 #include "ZChromaKey/Engine1/ChromaKey.h"
 #include "ZChromaKey/Engine1/EngineReference.h"
 #include "ZChromaKey/Engine1/Kernels/ColorCancelPrepare.h"
-#include "ZChromaKey/Work/MaskPost.h"
 
 #include <gtest/gtest.h>
 
@@ -88,7 +87,7 @@ TEST(ChromaKey, MatchesWholePictureKeyingEverywhere)
                 const bool bClean = rnd() % 2;
                 engine.FillSet(bFill);
                 engine.CleanSet(bClean);
-                CEngineReference expected(picture, rawKey, std::min(nThreads, 16), bFill ? 255 : nBefore);
+                CEngineReference expected(picture, rawKey, std::min(nThreads, 16), bFill ? 255 : nBefore, bFill);
                 std::vector<uint8_t> arrExpected =
                     bClean && expected.bCleans ? CleanBytes(picture, rawKey) : picture.Bytes();
                 nCleaned += arrExpected != picture.Bytes();
@@ -158,16 +157,6 @@ TEST(ChromaKey, ThreadCountIsComparedBeforeItIsClamped)
         EXPECT_EQ(engine.ThreadsSet(nSet), hr) << nSet;
         EXPECT_EQ(engine.ThreadsGet(), nThen) << nSet;
     }
-}
-
-TEST(MaskPost, ManyRowsDoNotOverflow)
-{
-    PLANE_KERNELS kernels;
-    PlaneKernels_Init(&kernels, eSIMD_None);
-    uint8_t arrRow[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-    CMaskPost().Run({arrRow, 0, 8, INT32_MAX}, MaskPost_Make(TestKey(eCKT_RGB), true), kernels);
-    for (int n = 0; n < 8; ++n)
-        EXPECT_EQ(arrRow[n], n + 1);
 }
 
 } // namespace

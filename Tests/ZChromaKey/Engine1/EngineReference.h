@@ -39,7 +39,9 @@ public:
 class CEngineReference
 {
 public:
-    CEngineReference(const CTestPicture& _picture, const CHROMA_KEY_RAW& _rawKey, int _nThreads, uint8_t _nBefore)
+    /// _nBefore: what the mask holds. _bFill: what is left out of the keying is 255, whatever is done to the mask.
+    CEngineReference(const CTestPicture& _picture, const CHROMA_KEY_RAW& _rawKey, int _nThreads, uint8_t _nBefore,
+                     bool _bFill)
         : mask(_picture.vidProps.nWidth, -_picture.vidProps.nHeight, _nBefore)
         , m_rawKey(_rawKey)
     {
@@ -66,6 +68,10 @@ public:
         hrResult = bKeying || bCleans ? S_OK : S_FALSE;
         if (hrResult == S_OK)
             Finish(_picture.vidProps.eInterlace == 1 || _picture.vidProps.eInterlace == 2, _nThreads);
+        for (int nRow = 0; nRow < mask.nHeight && _bFill && hrResult == S_OK; ++nRow)
+            for (int nColumn = 0; nColumn < mask.nWidth; ++nColumn)
+                if (nColumn >= m_nKeyed || nRow >= mask.nHeight / _nThreads * _nThreads)
+                    mask.At(nColumn, nRow) = 255;
     }
 
     MASK_REFERENCE mask;

@@ -68,6 +68,9 @@ TEST_F(FrameFlow, GivesEachResultOrFailureWithTheNextCall)
     EXPECT_EQ(m_cpKeyer->OnMediaEnd(), S_OK);
     EXPECT_EQ(Receive(cpFails.Get(), S_FALSE), 0);
     EXPECT_EQ(Receive(Frame(88).Get(), E_OUTOFMEMORY), 0);
+    uint64_t nIdentity = 0;
+    EXPECT_EQ(cpFails->FrameIdGet(&nIdentity), S_OK);
+    EXPECT_EQ(log.Count("there is no result for the frame of identity " + std::to_string(nIdentity)), 1u);
     EXPECT_EQ(Receive(nullptr), 88) << "the frame given with the failing call was taken";
     EXPECT_EQ(log.Count("CK::OnMediaReceive() m_cpFrameIn=", eZLog_Verbose), 5u);
     EXPECT_EQ(log.Count("CCoZChromaKey::OnMediaEnd()"), 1u);

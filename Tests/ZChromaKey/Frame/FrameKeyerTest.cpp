@@ -148,6 +148,7 @@ TEST_F(FrameKeyer, PassesWhatItDoesNotKey)
 {
     const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 64, 32);
     Set(L"gpu_mode", L"1"); // would fail every frame that went to the GPU
+    Set(L"keying.borders", L"-1,-1,-1,-1");
     for (const int32_t eType : {int32_t{eCKT_Alpha}, int32_t{eCKT_None}, int32_t{eCKT_Auto}, 6, -1, 0x7FFFFFFF})
     {
         KeySet(TestKey(eType));
@@ -187,6 +188,62 @@ TEST_F(FrameKeyer, SaysWhatAFrameFails)
     }
 }
 
+TEST_F(FrameKeyer, SaysOnceWhatEveryFrameFails)
+{
+    const auto cpFrame = TestFrame_Make(eZFCC_RGB32, 64, 32);
+    const auto cpNoSecond = CHookFrame::Make(
+        cpFrame.Get(), [](const std::string& _strMethod) { return _strMethod == "IZFFrame2" ? E_NOINTERFACE : S_OK; });
+    for (const bool bBorders : {false, true})
+    {
+        const CLogCatcher log(eZLog_Warning);
+        Set(L"keying.borders", bBorders ? L"0,16,0,16" : L"");
+        for (int n = 0; n < 10; ++n)
+        {
+            cpFrame->IdentityRenew();
+            CZPtr<IZFFrame> cpRes;
+            IZFFrame* const pFrame = bBorders ? static_cast<IZFFrame*>(cpFrame.Get()) : cpNoSecond.Get();
+            EXPECT_EQ(m_cpKeyer->OnMediaReceive(pFrame, cpRes.Put()), bBorders ? E_INVALIDARG : S_OK);
+        }
+        EXPECT_LE(log.Count(""), 2u);
+        EXPECT_GE(log.Count(""), 1u);
+        if (!bBorders)
+            continue;
+        Set(L"keying.borders", L"0,17,0,16"); // another cause
+        Receive(cpFrame.Get(), E_INVALIDARG);
+        EXPECT_EQ(log.Count("0,17,0,16 leave nothing"), 1u);
+    }
+}
+
+TEST_F(FrameKeyer, WritesIntoACopyWhereAPartOfAFrameMayNotBeWritten)
+{
+    const auto cpPicture = TestFrame_Make(eZFCC_UYVY, 64, 32);
+    const auto fnHook = [](const std::string&) { return S_OK; };
+    const auto cpFrame = CHookFrame::Make(cpPicture.Get(), fnHook);
+    CZPtr<IZFFrame> cpWhole; // shares its pixels with its parts, as some hosts' frames always do
+    cpFrame->m_fnMade = [&](IZFFrame** _ppFrame) { cpWhole = CZPtr<IZFFrame>(*_ppFrame); };
+    Set(L"output.argb", L"true");
+    Set(L"keying.borders", L"8,4,8,4");
+    const auto cpRes = Receive(cpFrame.Get());
+    ASSERT_TRUE(cpWhole && cpRes);
+    EXPECT_EQ(PropsOf(cpRes.Get()).nWidth, 48);
+    EXPECT_EQ(RowOf(cpRes.Get(), 20)[3], 0) << "the alpha of the backdrop";
+}
+
+TEST_F(FrameKeyer, CutsAFrameOnceWhereTheGpuFails)
+{
+    int nCuts = 0;
+    const auto cpFrame =
+        CHookFrame::Make(TestFrame_Make(eZFCC_RGB32, 64, 32).Get(), [&](const std::string& _strMethod) {
+            nCuts += _strMethod == "FrameRect";
+            return S_OK;
+        });
+    Set(L"gpu_mode", L"-1");
+    Set(L"keying.borders", L"8,4,8,4");
+    EXPECT_TRUE(MaskOf(Receive(cpFrame.Get()).Get()));
+    EXPECT_EQ(m_gpu.nFrames, 1);
+    EXPECT_EQ(nCuts, 1);
+}
+
 TEST_F(FrameKeyer, StandsFramesThatAnswerNonsense)
 {
     const CLogCatcher log;
@@ -200,7 +257,8 @@ TEST_F(FrameKeyer, StandsFramesThatAnswerNonsense)
     vidProps.nHeight = INT32_MIN;
     cpHook->m_fnCreate = [](ZF_VID_PROPS* _pVidProps) { _pVidProps->nHeight = -32; };
     WORK_MASK mask;
-    EXPECT_EQ(WorkFrame_MakeMask("CCoZTest", cpHook.Get(), vidProps, &mask), E_UNEXPECTED)
+    CFrameLog logFrames("CCoZTest");
+    EXPECT_EQ(WorkFrame_MakeMask(&logFrames, cpHook.Get(), vidProps, &mask), E_UNEXPECTED)
         << "another size than asked for";
 }
 

@@ -29,9 +29,15 @@ struct STATE
     }
 };
 
-CZPtr<CCoZChromaKey> NewKeyer()
+/// Two seconds go by with every edit, so that each is a step.
+CKeyState::CLOCK SlowClock()
 {
-    return CZPtr<CCoZChromaKey>::Adopt(new CCoZChromaKey(GPUKeyer_Create()));
+    return [time = std::chrono::steady_clock::time_point()]() mutable { return time += std::chrono::seconds(2); };
+}
+
+CZPtr<CCoZChromaKey> NewKeyer(CKeyState::CLOCK _fnClock = SlowClock())
+{
+    return CZPtr<CCoZChromaKey>::Adopt(new CCoZChromaKey(GPUKeyer_Create(), std::move(_fnClock)));
 }
 
 STATE StateOf(const CZPtr<CCoZChromaKey>& _cpKey)
@@ -245,6 +251,79 @@ TEST_F(CKeyEditTest, RandomEditsAreSteppedBackAndForthThrough)
     EXPECT_EQ(State(), vecStates[nOldest]);
 }
 
+TEST_F(CKeyEditTest, ASliderThatIsDraggedAndAGroupAreOneStepEach)
+{
+    std::chrono::steady_clock::time_point timeNow;
+    m_cpKey = NewKeyer([&] { return timeNow; });
+    Pick();
+    const STATE statePicked = State();
+    const auto fnDrag = [&](int _nFrom, int _nTo, std::chrono::milliseconds _time) {
+        for (int n = _nFrom; n <= _nTo; ++n, timeNow += _time)
+            EXPECT_EQ(m_cpKey->KeyAdjustSet(eCKA_Power, n % 100), S_OK);
+    };
+    int32_t nSteps = 0;
+    fnDrag(1, 350, std::chrono::milliseconds(999)); // more ticks than there are steps
+    EXPECT_EQ(m_cpKey->StepsBack(&nSteps), S_OK);
+    EXPECT_EQ(nSteps, 2);
+    fnDrag(51, 53, std::chrono::milliseconds(1001));
+    EXPECT_EQ(m_cpKey->StepBack(1, &nSteps), S_OK);
+    EXPECT_EQ(State().adjust.dblPower, 52) << "with more than a second between";
+
+    EXPECT_EQ(m_cpKey->GroupBegin(), S_OK);
+    EXPECT_EQ(m_cpKey->KeyAddPoint(20, 40), S_OK);
+    EXPECT_EQ(m_cpKey->KeyAdjustSet(eCKA_Smooth, 9), S_OK);
+    EXPECT_EQ(m_cpKey->KeyStepBack(1), E_UNEXPECTED) << "in the middle of a group";
+    EXPECT_EQ(m_cpKey->GroupEnd(), S_OK);
+    EXPECT_EQ(m_cpKey->GroupEnd(), E_UNEXPECTED);
+    EXPECT_EQ(m_cpKey->StepsFwd(&nSteps), S_OK);
+    EXPECT_EQ(nSteps, 0);
+    EXPECT_EQ(m_cpKey->StepBack(1, &nSteps), S_OK);
+    EXPECT_EQ(State().adjust.dblPower, 52);
+    EXPECT_EQ(State().adjust.dblSmooth, 0);
+    EXPECT_EQ(m_cpKey->KeyStepBack(2), S_OK);
+    EXPECT_EQ(State(), statePicked) << "the pick is still there to be taken back";
+    EXPECT_EQ(m_cpKey->StepBack(9, &nSteps), S_OK);
+    EXPECT_EQ(nSteps, 1);
+    EXPECT_EQ(m_cpKey->StepFwd(2, &nSteps), S_OK);
+    EXPECT_EQ(nSteps, 2);
+}
+
+TEST_F(CKeyEditTest, RefusesWhatCouldNotBeSaved)
+{
+    Pick();
+    const STATE stateBefore = State();
+    const CLogCatcher log(eZLog_Error);
+    for (const int nKeys : {-1, 17, 40})
+    {
+        CHROMA_KEY_RAW key = stateBefore.key;
+        key.nKeysUsed = nKeys;
+        EXPECT_EQ(m_cpKey->KeyRawSet(&key, nullptr), E_INVALIDARG);
+    }
+    for (const double dblBad : {std::nan(""), -std::numeric_limits<double>::infinity()})
+    {
+        CK_ADJUST adjust = {};
+        adjust.rangeAdjust.dblRangeG_L_U = dblBad;
+        EXPECT_EQ(m_cpKey->KeyRawSet(&stateBefore.key, &adjust), E_INVALIDARG);
+    }
+    EXPECT_EQ(log.Count("a set has 0 to 16 keys"), 3u);
+    EXPECT_EQ(log.Count("adjustment \"power_glu\" is "), 2u);
+    EXPECT_EQ(State(), stateBefore);
+}
+
+TEST_F(CKeyEditTest, AKeyObjectForAFrameLeavesTheFrameForKeyingAlone)
+{
+    Pick();
+    const auto cpOther = TestFrame_Make(eZFCC_RGB32, 32, -32);
+    CZPtr<IZKey> cpKey;
+    CZPtr<IZFFrame> cpKeying;
+    CZPtr<IZFFrame> cpBG;
+    EXPECT_EQ(m_cpKey->KeyGet(cpOther.Get(), cpKey.Put()), S_OK);
+    EXPECT_EQ(m_cpKey->KeyFrameGet(cpKeying.Put(), cpBG.Put()), S_OK);
+    EXPECT_EQ(cpKeying.Get(), m_cpFrame.Get());
+    EXPECT_EQ(m_cpKey->Close(), S_OK);
+    EXPECT_EQ(m_cpKey->KeyFrameGet(cpKeying.Put(), cpBG.Put()), S_FALSE) << "Close lets go of it";
+}
+
 TEST_F(CKeyEditTest, KeyObjectsCarryTheSetBetweenPlugIns)
 {
     Pick();
@@ -289,14 +368,14 @@ TEST_F(CKeyEditTest, IsSavedAndLoadedWithItsOptions)
     const std::wstring wstrFile = ZText_ToWide(folder.Path("")) + L"gr\u00fcn.xml";
     Pick();
     ASSERT_EQ(m_cpKey->KeyAdjustSet(eCKA_Power, 12.5), S_OK);
-    ASSERT_EQ(m_cpKey->PropsSet(L"host.own \"name\"", L"a<b & c"), S_OK);
+    ASSERT_EQ(m_cpKey->PropsSet(L"process.threads", L" 3\t"), S_OK); // blanks that a document has to keep
     ASSERT_EQ(m_cpKey->PersistSaveToFile(wstrFile.c_str()), S_OK);
     for (const std::wstring& wstrFrom : {wstrFile, DocumentOf(m_cpKey.Get())})
     {
         const auto cpOther = NewKeyer();
         ASSERT_EQ(cpOther->PersistLoad(wstrFrom.c_str()), S_OK);
         EXPECT_EQ(StateOf(cpOther), State());
-        EXPECT_EQ(OptionOf(cpOther.Get(), L"host.own \"name\""), L"a<b & c");
+        EXPECT_EQ(OptionOf(cpOther.Get(), L"process.threads"), L" 3\t");
         EXPECT_EQ(cpOther->KeyAdjustSet(eCKA_KeyType, eCKT_None), S_OK);
         const auto cpThird = NewKeyer();
         ASSERT_EQ(cpThird->PropsSet(L"gpu_mode", L"0"), S_OK);
@@ -310,7 +389,11 @@ TEST_F(CKeyEditTest, IsSavedAndLoadedWithItsOptions)
     }
 
     const STATE stateBefore = State();
-    const CLogCatcher log(eZLog_Error);
+    const CLogCatcher log(eZLog_Warning);
+    EXPECT_EQ(NewKeyer()->PersistLoad(L"<zl-root><ZChromaKey type='2' keys='0'><options><option name='output.tread' "
+                                      L"value='1'/></options></ZChromaKey></zl-root>"),
+              S_OK);
+    EXPECT_EQ(log.Count("\"output.tread\" has no effect, and is kept", eZLog_Warning), 1u);
     EXPECT_EQ(m_cpKey->PersistLoad(L"<zl-root>\n<ZChromaKey"), E_INVALIDARG);
     EXPECT_EQ(m_cpKey->PersistLoad(L"no/such/file.xml"), E_FAIL);
     EXPECT_GT(log.Count("no/such/file.xml"), 0u);

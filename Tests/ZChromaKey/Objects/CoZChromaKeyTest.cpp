@@ -1,3 +1,4 @@
+#include "Base/ZBstr.h"
 #include "Base/ZSystem.h"
 #include "Support/HookFrame.h"
 #include "Support/LogCatcher.h"
@@ -31,8 +32,76 @@ TEST_F(CoZChromaKey, RefusesWrongArguments)
         EXPECT_EQ(m_cpKeyer->PropsSet(pwszName, pwszValue), E_INVALIDARG) << pwszName;
         EXPECT_EQ(log.Count("\"" + ZText_FromWide(pwszName) + "\"", eZLog_Error), 1u);
     }
-    Set(L"my.own", L"anything");
+    EXPECT_EQ(m_cpKeyer->PropsSet(L"output.tread", L"true"), E_INVALIDARG);
+    EXPECT_EQ(log.Count("\"output.tread\": there is no such option; there are debug.time_overlay", eZLog_Error), 1u);
     EXPECT_EQ(OptionOf(m_cpKeyer.Get(), L"gpu_mode"), L"0") << "a refused value changes nothing";
+}
+
+TEST_F(CoZChromaKey, ListsAllOptionsAndAnswersDefaultsForThoseThatAreNotSet)
+{
+    std::wstring wstrNames;
+    BSTR bsText = nullptr;
+    for (UINT n = 0; m_cpKeyer->PropsNameGet(n, &bsText) == S_OK; ++n)
+        wstrNames += TakeText(bsText) + L" ";
+    EXPECT_EQ(wstrNames,
+              L"debug.time_overlay detect.blocks detect.borders detect.fit detect.key_diff detect.max_keys "
+              L"detect.show_blocks detect.similarity detect.threshold detect.type gpu_flush_context gpu_mode "
+              L"keying.borders output.argb output.depth output.premultiplied output.thread process.threads ");
+    EXPECT_EQ(m_cpKeyer->PropsGet(L"process.threads", &bsText), S_FALSE) << "none is set";
+    EXPECT_EQ(TakeText(bsText), L"2");
+    EXPECT_EQ(m_cpKeyer->PropsGet(L"no.option", &bsText), S_FALSE);
+    EXPECT_EQ(bsText, nullptr);
+}
+
+TEST_F(CoZChromaKey, GivesScriptsTheTablesAValueACall)
+{
+    const auto fnText = [&](int32_t _eTable, int32_t _nRow, const char* _pszColumn) {
+        CZBStr bsText;
+        m_cpKeyer->TableText(_eTable, _nRow, CZBStr(_pszColumn).Get(), bsText.Put());
+        return bsText.Text();
+    };
+    const auto fnNumber = [&](int32_t _eTable, int32_t _nRow, const char* _pszColumn) {
+        double dblNumber = -1;
+        EXPECT_EQ(m_cpKeyer->TableNumber(_eTable, _nRow, CZBStr(_pszColumn).Get(), &dblNumber), S_OK);
+        return dblNumber;
+    };
+    int32_t nRows = 0;
+    EXPECT_EQ(m_cpKeyer->TableRows(eZTable_Adjusts, &nRows), S_OK);
+    EXPECT_EQ(nRows, 17);
+    EXPECT_EQ(fnText(eZTable_Adjusts, eCKA_Power, "name"), "power");
+    EXPECT_EQ(fnText(eZTable_Adjusts, eCKA_Power, "unit"), "%");
+    EXPECT_EQ(fnNumber(eZTable_Adjusts, eCKA_Power, "least"), -100);
+    EXPECT_EQ(m_cpKeyer->TableRows(eZTable_Options, &nRows), S_OK);
+    EXPECT_EQ(fnText(eZTable_Options, nRows - 1, "name"), "process.threads");
+    EXPECT_EQ(fnNumber(eZTable_Options, nRows - 1, "most"), 16);
+    const CLogCatcher log(eZLog_Error);
+    CZBStr bsText;
+    double dblNumber = 0;
+    EXPECT_EQ(m_cpKeyer->TableText(eZTable_Options, nRows, CZBStr("name").Get(), bsText.Put()), E_INVALIDARG);
+    EXPECT_EQ(m_cpKeyer->TableNumber(eZTable_Options, 0, CZBStr("name").Get(), &dblNumber), E_INVALIDARG);
+    EXPECT_EQ(m_cpKeyer->TableRows(77, &nRows), E_INVALIDARG);
+    EXPECT_EQ(log.Count("CZTables: "), 3u);
+    EXPECT_EQ(m_cpKeyer->PluginName(bsText.Put()), S_OK);
+    EXPECT_EQ(bsText.Text(), "ZChromaKey");
+}
+
+TEST_F(CoZChromaKey, DetectsAsItsOptionsSayWhereTheCallerSaysNothing)
+{
+    static wchar_t s_wszProps[] = L"type=rgb";
+    const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 48);
+    EXPECT_EQ(m_cpKeyer->KeyFrameSet(cpFrame.Get(), nullptr), S_OK);
+    EXPECT_EQ(m_cpKeyer->PropsSet(L"detect.blocks", L"many"), E_INVALIDARG);
+    Set(L"detect.type", L"hls");
+    Set(L"detect.blocks", L"8");
+    Set(L"detect.borders", L"0");
+    CHROMA_KEY_RAW key = {};
+    for (BSTR const bsProps : {static_cast<BSTR>(nullptr), static_cast<BSTR>(s_wszProps)})
+    {
+        EXPECT_EQ(m_cpKeyer->KeyReset(), S_OK);
+        EXPECT_EQ(m_cpKeyer->KeyDetect(bsProps), S_OK);
+        EXPECT_EQ(m_cpKeyer->KeyRawGet(&key, nullptr), S_OK);
+        EXPECT_EQ(key.eType, bsProps ? eCKT_RGB : eCKT_HLS);
+    }
 }
 
 TEST_F(CoZChromaKey, SaysWhatItIsAndWhereItRuns)

@@ -194,7 +194,7 @@ TEST(CoZKey, OddKeySetsAreTaken)
 {
     const auto cpFrame = TestFrame_Make(eZFCC_UYVY, 64, 48);
     for (const int nType : {0, 1, 5, 77})
-        for (const int nUsed : {0, -3, 16, 40})
+        for (const int nUsed : {0, 16})
         {
             CHROMA_KEY_RAW raw = {};
             raw.eType = nType;
@@ -210,6 +210,14 @@ TEST(CoZKey, OddKeySetsAreTaken)
             EXPECT_TRUE(rawNew.nKeysUsed > 0 && rawNew.nKeysUsed < 6) << "keys of no space are dropped";
             EXPECT_EQ(rawNew.nMaxTransparent, nUsed > 0 ? 0 : 255);
         }
+    for (const int nUsed : {-3, 17})
+    {
+        const CLogCatcher log;
+        CHROMA_KEY_RAW raw = {};
+        raw.nKeysUsed = nUsed;
+        EXPECT_EQ(NewKey()->RawSet(&raw), E_INVALIDARG);
+        EXPECT_EQ(log.Count("a set has 0 to 16 keys", eZLog_Error), 1u);
+    }
 }
 
 TEST(CoZKeyDetect, LeavesAStrayFirstFindAlone)
@@ -223,8 +231,9 @@ TEST(CoZKeyDetect, LeavesAStrayFirstFindAlone)
         const COLOR rgbOther = fnIsGrey(_nX, _nY) ? COLOR{100, 104, 112} : c_rgbSkin;
         return fnIsBackdrop(_nX, _nY) ? c_rgbGreen : rgbOther;
     });
-    for (const auto& [pwszProps, eType, nMaxKeys] :
-         {std::tuple{L"", eCKT_Auto, 16}, {L"type=hls", eCKT_HLS, 16}, {L"detect.type=yuv max_keys=4", eCKT_YUV, 4}})
+    for (const auto& [pwszProps, eType, nMaxKeys] : {std::tuple{L"fit=true", eCKT_Auto, 16},
+                                                     {L"fit=true type=hls", eCKT_HLS, 16},
+                                                     {L"detect.fit=true detect.type=yuv max_keys=1", eCKT_YUV, 1}})
     {
         const auto cpKey = NewKey();
         ASSERT_EQ(Detect(cpKey, cpFrame.Get(), pwszProps), S_OK);
@@ -236,6 +245,36 @@ TEST(CoZKeyDetect, LeavesAStrayFirstFindAlone)
         EXPECT_EQ(cpKey->TypeGet(&eTypeSet), S_OK);
         EXPECT_EQ(eTypeSet, eType) << "a type among the options is set";
     }
+}
+
+TEST(CoZKeyDetect, LeavesTheKeyOfTheCalculatorUnlessItFits)
+{
+    const auto cpFrame = Frame(eZFCC_UYVY, 160, 120, [](int, int) { return c_rgbGreen; });
+    const auto fnChroma = [&](const wchar_t* _pwszProps) {
+        const auto cpKey = NewKey();
+        EXPECT_EQ(Detect(cpKey, cpFrame.Get(), _pwszProps), S_OK);
+        const CHROMA_KEY_RAW raw = RawOf(cpKey);
+        EXPECT_EQ(raw.nKeysUsed, 1);
+        EXPECT_EQ(raw.arrKeys[0].nDelta, 0x01010101u) << "an even picture";
+        return std::pair(raw.arrKeys[0].nValue >> 8 & 0xFF, raw.arrKeys[0].nValue >> 16 & 0xFF); // U, V
+    };
+    const auto [nU, nV] = fnChroma(L"similarity=0");
+    const auto [nPureU, nPureV] = fnChroma(L"detect.similarity=1");
+    EXPECT_EQ(std::pair(nPureU, nPureV), std::pair(91u, 81u)) << "R 0, G 128, B 0";
+    const auto [nPulledU, nPulledV] = fnChroma(L"");
+    EXPECT_NEAR(nPulledU, 0.2 * nU + 0.8 * nPureU, 1);
+    EXPECT_NEAR(nPulledV, 0.2 * nV + 0.8 * nPureV, 1);
+}
+
+TEST(CoZKeyDetect, FitsToAScreenAlone)
+{
+    // A bluish pullover in front of a wall of another colour.
+    const auto fnIsPullover = [](int _nX, int _nY) { return _nY > 120 && _nX > 80 && _nX < 240; };
+    const auto cpFrame = Frame(eZFCC_ARGB32, 320, 240, [&](int _nX, int _nY) {
+        return fnIsPullover(_nX, _nY) ? COLOR{50, 80, 120} : COLOR{220, 180, 40};
+    });
+    EXPECT_EQ(Detect(NewKey(), cpFrame.Get(), L""), S_OK);
+    EXPECT_EQ(Detect(NewKey(), cpFrame.Get(), L"fit=true"), S_FALSE);
 }
 
 TEST(CoZKeyDetect, ReplacesOrdinaryKeysOnlyWhenItFinds)

@@ -74,12 +74,15 @@ inline void ExpectKeyed(IZFFrame* _pFrameRes, bool _bClean = false)
     EXPECT_EQ(nWrong, 0);
 }
 
-/// How a key does, in percent: the backdrop that is keyed out to 0, and the foreground that is kept at 255.
+/// How a key does, in percent: the backdrop that is keyed out to 0, and the foreground that is kept so that nobody sees
+/// through it.
 struct KEY_QUALITY
 {
     double dblKeyed;
     double dblKept;
 };
+
+inline constexpr int c_nOpaque = 230;
 
 /// What a plug-in object makes of a frame. _fnTruth: 0 for the backdrop, 255 for the foreground; others do not count.
 inline KEY_QUALITY QualityOf(CCoZChromaKey* _pKeyer, IZFFrame* _pFrame, const std::function<int(int, int)>& _fnTruth)
@@ -99,7 +102,8 @@ inline KEY_QUALITY QualityOf(CCoZChromaKey* _pKeyer, IZFFrame* _pFrame, const st
             if (nTruth != 0 && nTruth != 255)
                 continue;
             ++arrAll[nTruth != 0];
-            arrRight[nTruth != 0] += Img_RowOf(vidPtr, 0, y)[x] == nTruth;
+            const int nMask = Img_RowOf(vidPtr, 0, y)[x];
+            arrRight[nTruth != 0] += nTruth ? nMask >= c_nOpaque : nMask == 0;
         }
     return {100 * arrRight[0] / arrAll[0], 100 * arrRight[1] / arrAll[1]};
 }

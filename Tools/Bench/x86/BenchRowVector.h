@@ -17,3 +17,11 @@ template <class S> void BenchRow(uint8_t* _pMask, const uint8_t* _pPixels, size_
     }
     BenchRow_C(_pMask + n, _pPixels + 4 * n, _nPixels - n);
 }
+
+template <class S> void BenchCopy(uint8_t* _pResult, const uint8_t* _pPixels, size_t _nPixels)
+{
+    size_t n = 0;
+    for (; n + S::c_nLanes <= _nPixels; n += S::c_nLanes)
+        S::Store(_pResult + 4 * n, ~S::LoadU8(_pPixels + 4 * n));
+    BenchCopy_C(_pResult + 4 * n, _pPixels + 4 * n, _nPixels - n);
+}

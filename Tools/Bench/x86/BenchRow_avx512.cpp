@@ -5,3 +5,8 @@ void BenchRow_AVX512(uint8_t* _pMask, const uint8_t* _pPixels, size_t _nPixels) 
 {
     BenchRow<SIMD_AVX512>(_pMask, _pPixels, _nPixels);
 }
+
+void BenchCopy_AVX512(uint8_t* _pResult, const uint8_t* _pPixels, size_t _nPixels) noexcept
+{
+    BenchCopy<SIMD_AVX512>(_pResult, _pPixels, _nPixels);
+}

@@ -72,17 +72,41 @@ template <class S> ZCK_INLINE typename S::I32 SoftAlpha(typename S::I32 _vecBeyo
     return ToI32(vecRoot * F32(_key.fltScale) + F32(0.5f)) + _key.nFloor;
 }
 
-/// The lesser of a vector's alphas and what a key gives, which is the floor inside the key.
-template <class S>
-ZCK_INLINE typename S::I32 Lowered(typename S::I32 _vecLeast, typename S::I32 _vecSum, const KEY_LANES& _key)
+/// A vector's alphas under a key.
+template <class S> struct KEY_VIEW
 {
-    using I32 = typename S::I32;
-    const I32 vecBeyond = _vecSum - _key.nInside; // below 0: inside
-    const auto maskSoft = Below(vecBeyond, _key.nSoft);
-    const I32 vecLeast = Select(IsNegative(vecBeyond), Min(_vecLeast, _key.nFloor), _vecLeast);
-    if (!Any(maskSoft))
-        return vecLeast;
-    return Select(maskSoft, Min(vecLeast, SoftAlpha<S>(vecBeyond, _key)), vecLeast);
+    typename S::I32 vecLeast; ///< with the floor where the pixels are inside the key
+    typename S::I32 vecBeyond;
+    typename S::M32 maskSoft;
+};
+
+template <class S>
+ZCK_INLINE KEY_VIEW<S> KeyView(typename S::I32 _vecLeast, typename S::I32 _vecSum, const KEY_LANES& _key)
+{
+    const typename S::I32 vecBeyond = _vecSum - _key.nInside; // below 0: inside
+    return {Select(IsNegative(vecBeyond), Min(_vecLeast, _key.nFloor), _vecLeast), vecBeyond,
+            Below(vecBeyond, _key.nSoft)};
+}
+
+/// The lesser of a vector's alphas and what the key gives on its soft edge.
+template <class S> ZCK_INLINE typename S::I32 Softened(const KEY_VIEW<S>& _view, const KEY_LANES& _key)
+{
+    return Select(_view.maskSoft, Min(_view.vecLeast, SoftAlpha<S>(_view.vecBeyond, _key)), _view.vecLeast);
+}
+
+/// The lesser of a block's alphas and what a key gives. Whether any pixel of a single vector is on the soft edge would
+/// be a guess to the processor where edges are everywhere, and a wrong one costs more than the roots: only whole
+/// blocks go without them.
+template <class S>
+ZCK_INLINE KEY_NUMBERS<S> Lowered(const KEY_NUMBERS<S>& _least, const KEY_NUMBERS<S>& _sums, const KEY_LANES& _key)
+{
+    const KEY_VIEW<S> view0 = KeyView<S>(_least.vec0, _sums.vec0, _key);
+    const KEY_VIEW<S> view1 = KeyView<S>(_least.vec1, _sums.vec1, _key);
+    const KEY_VIEW<S> view2 = KeyView<S>(_least.vec2, _sums.vec2, _key);
+    const KEY_VIEW<S> view3 = KeyView<S>(_least.vec3, _sums.vec3, _key);
+    if (!Any((view0.maskSoft | view1.maskSoft) | (view2.maskSoft | view3.maskSoft)))
+        return {view0.vecLeast, view1.vecLeast, view2.vecLeast, view3.vecLeast};
+    return {Softened<S>(view0, _key), Softened<S>(view1, _key), Softened<S>(view2, _key), Softened<S>(view3, _key)};
 }
 
 /// The least alpha that the keys give the pixels of a block. Where a key makes a whole block transparent, the keys that
@@ -100,10 +124,7 @@ template <class S> ZCK_INLINE KEY_NUMBERS<S> LeastOf(const KEY_BLOCK<S>& _block,
         const I32 vecHigh = Max(Max(sums.vec0, sums.vec1), Max(sums.vec2, sums.vec3));
         if (pKey->nFloor == 0 && !Any(Greater(vecHigh, pKey->nInside - 1)))
             return {0, 0, 0, 0};
-        least.vec0 = Lowered<S>(least.vec0, sums.vec0, *pKey);
-        least.vec1 = Lowered<S>(least.vec1, sums.vec1, *pKey);
-        least.vec2 = Lowered<S>(least.vec2, sums.vec2, *pKey);
-        least.vec3 = Lowered<S>(least.vec3, sums.vec3, *pKey);
+        least = Lowered<S>(least, sums, *pKey);
     }
     return least;
 }
@@ -132,12 +153,24 @@ template <class S> ZCK_INLINE typename S::U8 BlockKey(const KEY_NUMBERS<S>& _pix
     return Max(vecAlpha, ~PackedAlphas<S>(LeastOf<S>(block, _keys.pExclude, _keys.nExclude)));
 }
 
-template <class S> void SpanKey(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels, const ROW_KEYS& _keys)
+/// Has a block of pixels fetched that is keyed in the next row. All of that row at once would have the processor wait
+/// until memory has taken the orders.
+template <class S> ZCK_INLINE void BlockExpect(const uint8_t* _pPixels)
+{
+    constexpr size_t c_cbLine = 64;
+    for (size_t n = 0; n < 4 * S::c_nBytes; n += c_cbLine)
+        S::Prefetch(_pPixels + n);
+}
+
+template <class S>
+void SpanKey(uint8_t* _pAlpha, const uint8_t* _pPixels, const uint8_t* _pExpect, size_t _nPixels, const ROW_KEYS& _keys)
 {
     constexpr size_t c_nLanes = S::c_nLanes;
     size_t n = 0;
     for (; n + S::c_nBytes <= _nPixels; n += S::c_nBytes)
     {
+        if (_pExpect)
+            BlockExpect<S>(_pExpect + 4 * n);
         const auto Load = [&](size_t _nVector) { return S::LoadI32(_pPixels + 4 * (n + c_nLanes * _nVector)); };
         S::Store(_pAlpha + n, BlockKey<S>({Load(0), Load(1), Load(2), Load(3)}, _keys));
     }
@@ -157,7 +190,7 @@ void KeySet(uint8_t* _pAlpha, const uint8_t* _pPixels, size_t _nPixels, size_t _
     KEY_LANES arrExclude[c_nMaxRowKeys];
     KeyLanes_Make(arrKeying, _set.pKeying, _set.nKeying);
     KeyLanes_Make(arrExclude, _set.pExclude, _set.nExclude);
-    SpanKey<S>(_pAlpha, _pPixels, _nMerged, {arrKeying, _set.nKeying, arrExclude, _set.nExclude});
-    SpanKey<S>(_pAlpha + _nMerged, _pPixels + 4 * _nMerged, _nPixels - _nMerged,
+    SpanKey<S>(_pAlpha, _pPixels, _set.pExpect, _nMerged, {arrKeying, _set.nKeying, arrExclude, _set.nExclude});
+    SpanKey<S>(_pAlpha + _nMerged, _pPixels + 4 * _nMerged, nullptr, _nPixels - _nMerged,
                {arrKeying, 1, arrExclude, _set.nExclude > 0});
 }

@@ -30,6 +30,7 @@ struct KEY_SET
     int nKeying;                  ///< 1 to 16
     const KEY_DISTANCE* pExclude; ///< keys whose matches stay opaque; their nAlphaFloor is 0
     int nExclude;                 ///< 0 to 16
+    const uint8_t* pExpect = {};  ///< a row of 4 bytes a pixel that is read next, fetched meanwhile; null: none
 };
 
 /// What the engine does to rows of pixels. Rows need no alignment, may have any length and do not overlap. No kernel

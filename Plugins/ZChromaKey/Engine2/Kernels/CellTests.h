@@ -152,7 +152,7 @@ template <class S> void Steps(STEP_CHUNK& _chunk)
 }
 
 constexpr float c_fltSureReach = 5; // times what other cells may lack: the bounds of 16 noisy pixels lie far apart
-constexpr float c_fltGuard = .4f; // cells all of whose pixels are more opaque than this may be closed
+constexpr float c_fltGuard = .4f;   // cells all of whose pixels are more opaque than this may be closed
 constexpr int c_nPlateCells = c_nChunkPlates + 2;
 constexpr int c_nPlateRoom = c_nPlateCells + 14; // whole vectors of cells
 

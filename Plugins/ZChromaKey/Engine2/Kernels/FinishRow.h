@@ -122,6 +122,73 @@ template <class S> void Finish(const FINISH_RUN& _run)
         FinishLast<S>(_run, n, nPixels - n);
 }
 
+/// What a pixel was, in bytes and in words.
+template <class S> ZCK_INLINE typename S::I32 BytesBefore(const CHANGED_RUN& _run, size_t _nAt)
+{
+    using I32 = typename S::I32;
+    if (!_run.pDeep)
+        return S::LoadI32(_run.pSource + 4 * _nAt);
+    const UnmixVectors::PAIRS<S> deep = UnmixVectors::FromWords<S>(_run.pDeep + 4 * _nAt);
+    const auto Rounded = [](I32 _nPair) { return ShiftedIn0(_nPair + 0x00200020, 6) & 0x00FF00FF; };
+    const I32 nBG = Rounded(deep.nBG);
+    return (nBG & 0xFF) | (nBG >> 8) | (Rounded(deep.nRA) << 16);
+}
+template <class S> ZCK_INLINE typename S::I32 WordBefore(const CHANGED_RUN& _run, typename S::I32 _nChannel)
+{
+    return _run.pDeep ? (_nChannel * 257 + 32) >> 6 : _nChannel * 257;
+}
+
+/// Pixels with alpha of which a channel is off by more than one level.
+template <class S> ZCK_INLINE typename S::M32 ChangedBytes(const CHANGED_RUN& _run, size_t _nAt)
+{
+    using I32 = typename S::I32;
+    using U8 = typename S::U8;
+    const I32 nResult = S::LoadI32(static_cast<const uint8_t*>(_run.pResult) + 4 * _nAt);
+    const auto result = As<U8>(nResult), source = As<U8>(BytesBefore<S>(_run, _nAt));
+    const I32 nOff = As<I32>(Max(result, source)) - As<I32>(Min(result, source));
+    return Without(Greater(ShiftedIn0(nResult, 24), I32(0)), Equal(nOff & 0x00FEFEFE, I32(0)));
+}
+/// The same of more than one step of ten bits.
+template <class S> ZCK_INLINE typename S::M32 ChangedWords(const CHANGED_RUN& _run, size_t _nAt)
+{
+    using I32 = typename S::I32;
+    const UnmixVectors::PAIRS<S> result =
+        UnmixVectors::FromWords<S>(static_cast<const uint16_t*>(_run.pResult) + 4 * _nAt);
+    const UnmixVectors::PAIRS<S> source = _run.pDeep ? UnmixVectors::FromWords<S>(_run.pDeep + 4 * _nAt)
+                                                     : UnmixVectors::FromBytes<S>(S::LoadI32(_run.pSource + 4 * _nAt));
+    const auto IsOff = [&](I32 _nResult, I32 _nSource) {
+        return Greater(Abs(_nResult - WordBefore<S>(_run, _nSource)), I32(65));
+    };
+    const auto maskOff = IsOff(result.nBG & 0xFFFF, source.nBG & 0xFFFF) |
+                         IsOff(ShiftedIn0(result.nBG, 16), ShiftedIn0(source.nBG, 16)) |
+                         IsOff(result.nRA & 0xFFFF, source.nRA & 0xFFFF);
+    return maskOff & Greater(ShiftedIn0(result.nRA, 16), I32(0));
+}
+template <class S> ZCK_INLINE uint64_t ChangedVectors(const CHANGED_RUN& _run)
+{
+    uint64_t nChanged = 0;
+    for (size_t n = 0; n < static_cast<size_t>(_run.nPixels); n += S::c_nLanes)
+        nChanged |= static_cast<uint64_t>(Bits(_run.bWords ? ChangedWords<S>(_run, n) : ChangedBytes<S>(_run, n))) << n;
+    return nChanged;
+}
+template <class S> void Changed(const CHANGED_RUN& _run, uint64_t& _nChanged)
+{
+    if (_run.nPixels == 64)
+    {
+        _nChanged = ChangedVectors<S>(_run);
+        return;
+    }
+    const auto nPixels = static_cast<size_t>(_run.nPixels);
+    uint16_t arrResult[256] = {}, arrSource[256] = {};
+    memcpy(arrResult, _run.pResult, (_run.bWords ? 8 : 4) * nPixels);
+    if (_run.pDeep)
+        memcpy(arrSource, _run.pDeep, 8 * nPixels);
+    else
+        memcpy(arrSource, _run.pSource, 4 * nPixels);
+    _nChanged = ChangedVectors<S>({arrResult, _run.bWords, reinterpret_cast<const uint8_t*>(arrSource),
+                                   _run.pDeep ? arrSource : nullptr, _run.nPixels});
+}
+
 template <class S> void Mask(const MASK_ROW& _row)
 {
     const size_t nPixels = static_cast<size_t>(_row.nPixels);

@@ -92,30 +92,35 @@ template <class S> ZCK_INLINE COLOUR<S> Root(const COLOUR<S>& _v)
     return {Sqrt(Max(_v.b, fltNone) * fltMost), Sqrt(Max(_v.g, fltNone) * fltMost), Sqrt(Max(_v.r, fltNone) * fltMost)};
 }
 
-/// X of the backdrop, and its rho.
-template <class S> struct BACKDROP_FORMS
+/// What the backdrop of a pixel says.
+template <class S> struct BACKDROP
 {
     typename S::F32 fltX;
-    typename S::F32 fltRho;
+    typename S::F32 fltOne;     // 1 / X
+    typename S::F32 fltRho;     // Z / X
+    typename S::F32 fltOneMost; // 1 / the greatest channel, which is taken for at least 1
 };
-template <class S> ZCK_INLINE BACKDROP_FORMS<S> FormsOf(const PIXEL_RULES& _c, const COLOUR<S>& _back)
+template <class S> ZCK_INLINE BACKDROP<S> BackdropOf(const PIXEL_RULES& _c, const COLOUR<S>& _back)
 {
     using F32 = typename S::F32;
     const F32 fltX = Max(Form<S>(_c.limit.arrX, _back), F32(_c.fltLeastX));
-    return {fltX, Min(Max(Form<S>(_c.limit.arrZ, _back) / fltX, F32(-.5f)), F32(.5f))};
+    const F32 fltMost = Max(Most<S>(_back), F32(1.0f));
+    const F32 fltOneBoth = F32(1.0f) / (fltX * fltMost); // divisions are slow
+    const F32 fltOne = fltOneBoth * fltMost;
+    const F32 fltRho = Min(Max(Form<S>(_c.limit.arrZ, _back) * fltOne, F32(-.5f)), F32(.5f));
+    return {fltX, fltOne, fltRho, fltOneBoth * fltX};
 }
 
-template <class S>
-ZCK_INLINE typename S::F32 Beyond(const PIXEL_RULES& _c, const COLOUR<S>& _back, const COLOUR<S>& _colour)
+template <class S> ZCK_INLINE typename S::F32 Beyond(const PIXEL_RULES& _c, const COLOUR<S>& _backColour,
+                                                     const BACKDROP<S>& _back, const COLOUR<S>& _colour)
 {
     using F32 = typename S::F32;
     const F32 fltNone(0.0f), fltOne(1.0f);
-    const BACKDROP_FORMS<S> back = FormsOf<S>(_c, _back);
     const F32 fltX = Max(Form<S>(_c.limit.arrX, _colour), fltNone);
-    const F32 fltZ = Abs(Form<S>(_c.limit.arrZ, _colour) - back.fltRho * fltX);
-    const F32 h = fltZ / (fltX + F32(c_fltHueless) * back.fltX) * F32(_c.arrBeyond[0]);
-    const F32 s = Max(Saturation<S>(_back) - Saturation<S>(_colour), fltNone) * F32(_c.arrBeyond[1]);
-    const F32 v = Max(fltOne - Most<S>(_colour) / Max(Most<S>(_back), fltOne), fltNone) * F32(_c.arrBeyond[2]);
+    const F32 fltZ = Abs(Form<S>(_c.limit.arrZ, _colour) - _back.fltRho * fltX);
+    const F32 h = fltZ / (fltX + F32(c_fltHueless) * _back.fltX) * F32(_c.arrBeyond[0]);
+    const F32 s = Max(Saturation<S>(_backColour) - Saturation<S>(_colour), fltNone) * F32(_c.arrBeyond[1]);
+    const F32 v = Max(fltOne - Most<S>(_colour) * _back.fltOneMost, fltNone) * F32(_c.arrBeyond[2]);
     return Clamp01(F32(4.0f) * Sqrt(h * h + s * s + v * v) - F32(4.0f));
 }
 
@@ -156,7 +161,7 @@ ZCK_INLINE typename S::F32 DifferenceBelow0(const PIXEL_RULES& _c, const PLACE<S
 template <class S> ZCK_INLINE COLOUR<S> Quieted(const PIXEL_RULES& _c, const PLACE<S>& _place, const COLOUR<S>& _colour)
 {
     using F32 = typename S::F32;
-    const F32 flt = _place.fltQuieted / F32(_c.fltSquareX);
+    const F32 flt = _place.fltQuieted * F32(_c.fltOneSquareX);
     const float(&x)[3] = _c.limit.arrX;
     return {_colour.b + F32(x[0]) * flt, _colour.g + F32(x[1]) * flt, _colour.r + F32(x[2]) * flt};
 }
@@ -166,17 +171,20 @@ template <class S> ZCK_INLINE typename S::F32 Alpha(const PIXEL_RULES& _c, const
 {
     using F32 = typename S::F32;
     const F32 fltOne(1.0f), fltLeastLow(_c.fltLow), fltMostHigh(_c.fltHigh);
-    const BACKDROP_FORMS<S> back = FormsOf<S>(_c, _place.back);
-    const F32 fltNoise = F32(_c.fltClip) * (fltOne / back.fltX);
+    const BACKDROP<S> back = BackdropOf<S>(_c, _place.back);
+    const F32 fltNoise = F32(_c.fltClip) * back.fltOne;
     const F32 fltLow = Max(fltLeastLow, Min(F32(.25f), fltNoise * F32(.6f)));
     const F32 fltHigh = Min(fltMostHigh, fltOne - Min(F32(.2f), fltNoise * F32(.4f)));
+    const F32 fltLineLow = Max(fltLeastLow, fltLow * F32(.7f));
+    const F32 fltWidth = fltHigh - fltLow, fltLineWidth = fltMostHigh - fltLineLow;
+    const F32 fltOneWidths = fltOne / (fltWidth * fltLineWidth);
+
     const F32 fltBeyond = F32(c_fltBeyond) * DifferenceBelow0<S>(_c, _place, back.fltRho);
     const F32 fltPlace = (back.fltX - _fltDifference) / (back.fltX - fltBeyond);
-    const F32 fltClassic = Clamp01((fltPlace - fltLow) / (fltHigh - fltLow));
+    const F32 fltClassic = Clamp01((fltPlace - fltLow) * (fltOneWidths * fltLineWidth));
 
     const ON_LINE<S> line = Project<S>(_place, Quieted<S>(_c, _place, _colour));
-    const F32 fltLineLow = Max(fltLeastLow, fltLow * F32(.7f));
-    const F32 t = Clamp01((line.fltPlace - fltLineLow) / (fltMostHigh - fltLineLow));
+    const F32 t = Clamp01((line.fltPlace - fltLineLow) * (fltOneWidths * fltWidth));
     const F32 a = fltClassic + (t - fltClassic) * line.fltTrust;
 
     const F32 p = Light<S>(_place.back);
@@ -186,10 +194,9 @@ template <class S> ZCK_INLINE typename S::F32 Alpha(const PIXEL_RULES& _c, const
     const F32 fltLit = Clamp01(a + fltLight * a * (fltOne - a) * (p - f) / (p + f + F32(8.0f)));
 
     // No shadow of the screen is this dark against the plate, for the plate has its shadows in it.
-    const F32 fltDark =
-        (Most<S>(_colour) / Max(Most<S>(_place.back), fltOne) - F32(c_fltDark0)) * F32(1 / (c_fltDark1 - c_fltDark0));
+    const F32 fltDark = (Most<S>(_colour) * back.fltOneMost - F32(c_fltDark0)) * F32(1 / (c_fltDark1 - c_fltDark0));
     const F32 fltFound = Max(fltOne - (fltOne - fltLit) * Clamp01(fltDark), _place.fltCore);
-    return _c.bBeyond ? Max(fltFound, Beyond<S>(_c, _place.back, _colour)) : fltFound;
+    return _c.bBeyond ? Max(fltFound, Beyond<S>(_c, _place.back, back, _colour)) : fltFound;
 }
 
 template <class S> ZCK_INLINE COLOUR<S> Limit(const LIMIT_RULES& _rules, const COLOUR<S>& _colour)

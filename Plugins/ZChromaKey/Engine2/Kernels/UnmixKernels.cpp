@@ -20,6 +20,8 @@ void UnmixKernels_Init(UNMIX_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _e
         .pfnSolid = [](const SOLID_RUN& _run) noexcept { UnmixPixels::Solid<SIMD_PLAIN>(_run); },
         .pfnMixed = [](const MIXED_RUN& _run) noexcept { UnmixPixels::Mixed<SIMD_PLAIN>(_run); },
         .pfnFinish = [](const FINISH_RUN& _run) noexcept { UnmixFinish::Finish<SIMD_PLAIN>(_run); },
+        .pfnChanged = [](const CHANGED_RUN& _run,
+                         uint64_t& _nChanged) noexcept { UnmixFinish::Changed<SIMD_PLAIN>(_run, _nChanged); },
         .pfnMask = [](const MASK_ROW& _row) noexcept { UnmixFinish::Mask<SIMD_PLAIN>(_row); },
     };
 #if defined(ZCK_X86)
@@ -35,6 +37,7 @@ void UnmixKernels_Init(UNMIX_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _e
             .pfnSolid = UnmixSolid_AVX2,
             .pfnMixed = UnmixMixed_AVX2,
             .pfnFinish = UnmixFinish_AVX2,
+            .pfnChanged = UnmixChanged_AVX2,
             .pfnMask = UnmixMask_AVX2,
         };
     if (_eMax >= eSIMD_AVX512)
@@ -49,6 +52,7 @@ void UnmixKernels_Init(UNMIX_KERNELS* _pKernels, [[maybe_unused]] eSIMD_Level _e
             .pfnSolid = UnmixSolid_AVX512,
             .pfnMixed = UnmixMixed_AVX512,
             .pfnFinish = UnmixFinish_AVX512,
+            .pfnChanged = UnmixChanged_AVX512,
             .pfnMask = UnmixMask_AVX512,
         };
 #endif

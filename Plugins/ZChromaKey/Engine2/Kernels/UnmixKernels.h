@@ -18,6 +18,9 @@ struct UNMIX_KERNELS
     void (*pfnSolid)(const SOLID_RUN& _run) noexcept;
     void (*pfnMixed)(const MIXED_RUN& _run) noexcept;
     void (*pfnFinish)(const FINISH_RUN& _run) noexcept;
+    /// Which pixels have alpha and a channel that is off by more than one level, of words by one step of ten bits; bit
+    /// n is pixel n.
+    void (*pfnChanged)(const CHANGED_RUN& _run, uint64_t& _nChanged) noexcept;
     void (*pfnMask)(const MASK_ROW& _row) noexcept;
 };
 

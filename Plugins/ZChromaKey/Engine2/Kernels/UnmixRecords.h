@@ -55,9 +55,9 @@ struct PIXEL_RULES
     LIMIT_RULES limit;
     float fltLeastX; ///< of the backdrop
     float fltWedge;
-    int32_t nWedge;   ///< 8192ths
-    float fltSquareX; ///< x . x
-    float fltLow;     ///< least clips
+    int32_t nWedge;      ///< 8192ths
+    float fltOneSquareX; ///< 1 / x . x
+    float fltLow;        ///< least clips
     float fltHigh;
     float fltClip; ///< noise, in levels, that the clips take in
     float arrBeyond[3];
@@ -241,6 +241,16 @@ struct FINISH_RUN
     const float* pShade;     ///< density of black under the result, 0 to 1; null: none
     bool bMultiply;          ///< with the source's alpha
     bool bSourceAlpha;       ///< it has one; else it is opaque
+};
+
+/// Neighbouring pixels of a row, before and after, of bytes or words B, G, R, A.
+struct CHANGED_RUN
+{
+    const void* pResult;
+    bool bWords;            ///< pResult is of words, else of bytes
+    const uint8_t* pSource; ///< bytes, or
+    const uint16_t* pDeep;  ///< 64ths of a level; null: pSource
+    int nPixels;            ///< 1 to 64
 };
 
 /// A row of a mask out of the result's alpha.

@@ -45,6 +45,10 @@ void UnmixFinish_AVX2(const FINISH_RUN& _run) noexcept
 {
     UnmixFinish::Finish<SIMD_AVX2>(_run);
 }
+void UnmixChanged_AVX2(const CHANGED_RUN& _run, uint64_t& _nChanged) noexcept
+{
+    UnmixFinish::Changed<SIMD_AVX2>(_run, _nChanged);
+}
 void UnmixMask_AVX2(const MASK_ROW& _row) noexcept
 {
     UnmixFinish::Mask<SIMD_AVX2>(_row);

@@ -45,6 +45,10 @@ void UnmixFinish_AVX512(const FINISH_RUN& _run) noexcept
 {
     UnmixFinish::Finish<SIMD_AVX512>(_run);
 }
+void UnmixChanged_AVX512(const CHANGED_RUN& _run, uint64_t& _nChanged) noexcept
+{
+    UnmixFinish::Changed<SIMD_AVX512>(_run, _nChanged);
+}
 void UnmixMask_AVX512(const MASK_ROW& _row) noexcept
 {
     UnmixFinish::Mask<SIMD_AVX512>(_row);

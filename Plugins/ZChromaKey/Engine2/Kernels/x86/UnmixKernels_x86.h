@@ -14,6 +14,7 @@ void UnmixLearn_AVX2(LEARN_CHUNK& _chunk) noexcept;
 void UnmixSolid_AVX2(const SOLID_RUN& _run) noexcept;
 void UnmixMixed_AVX2(const MIXED_RUN& _run) noexcept;
 void UnmixFinish_AVX2(const FINISH_RUN& _run) noexcept;
+void UnmixChanged_AVX2(const CHANGED_RUN& _run, uint64_t& _nChanged) noexcept;
 void UnmixMask_AVX2(const MASK_ROW& _row) noexcept;
 
 void UnmixCells_AVX512(const CELL_ROW& _row) noexcept;
@@ -26,4 +27,5 @@ void UnmixLearn_AVX512(LEARN_CHUNK& _chunk) noexcept;
 void UnmixSolid_AVX512(const SOLID_RUN& _run) noexcept;
 void UnmixMixed_AVX512(const MIXED_RUN& _run) noexcept;
 void UnmixFinish_AVX512(const FINISH_RUN& _run) noexcept;
+void UnmixChanged_AVX512(const CHANGED_RUN& _run, uint64_t& _nChanged) noexcept;
 void UnmixMask_AVX512(const MASK_ROW& _row) noexcept;

@@ -172,8 +172,8 @@ TEST_F(CGenerationTest, BenchHoldsAlphaAgainstTheTruth)
 TEST_F(CGenerationTest, BenchMeasuresLatencyOfBoth)
 {
     ASSERT_EQ(Run("bench --latency --frames 12 --size 160x128"), 0) << m_strError;
-    ExpectOut({"\n1\toff\tnothing\t12\t", "\n1\ton\tnothing\t12\t", "\n2\toff\tnothing\t12\t",
-               "\n2\ton\tnothing\t12\t"});
+    ExpectOut(
+        {"\n1\toff\tnothing\t12\t", "\n1\ton\tnothing\t12\t", "\n2\toff\tnothing\t12\t", "\n2\ton\tnothing\t12\t"});
     if (std::thread::hardware_concurrency() > 1)
         ExpectOut({"\n2\ton\tbusy process\t12\t"});
 }

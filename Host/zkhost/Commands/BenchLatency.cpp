@@ -97,6 +97,7 @@ void BenchLatency_Spin(int _nThreads)
 {
     std::atomic<bool> bEnd = false;
     std::vector<std::thread> vecThreads;
+    vecThreads.reserve(static_cast<size_t>(_nThreads));
     for (int n = 0; n < _nThreads; ++n)
         vecThreads.emplace_back([&bEnd] {
             while (!bEnd.load(std::memory_order_relaxed))

@@ -108,6 +108,7 @@ std::vector<CK_BLOCK> WholeGrid(int _nWidth, int _nHeight)
     const int nWidth = _nWidth / nBlocks;
     const int nHeight = _nHeight / nBlocks;
     std::vector<CK_BLOCK> vecBlocks;
+    vecBlocks.reserve(static_cast<size_t>(nBlocks) * static_cast<size_t>(nBlocks));
     for (int i = 0; i < nBlocks * nBlocks; ++i)
         vecBlocks.push_back({i % nBlocks * nWidth, i / nBlocks * nHeight, nWidth, nHeight, CKUtils::eCKB_NotFlat});
     return vecBlocks;

@@ -37,8 +37,8 @@ TEST(UserDefaults, AreReadOnceWhenAnObjectIsMade)
     EXPECT_EQ(log.Count("my.own", eZLog_Warning), 1u) << "no such option";
     EXPECT_EQ(OptionOf(cpProps.Get(), L"process.threads"), L"-");
     EXPECT_EQ(OptionOf(cpProps.Get(), L"output.argb"), L"-");
-    EXPECT_EQ(log.Count("process.threads", eZLog_Warning), 1u);
-    EXPECT_EQ(log.Count("output.argb", eZLog_Warning), 1u);
+    EXPECT_EQ(log.Count("option \"process.threads\"", eZLog_Warning), 1u);
+    EXPECT_EQ(log.Count("option \"output.argb\"", eZLog_Warning), 1u);
 
     EXPECT_EQ(cpProps->PropsSet(L"gpu_mode", L"0"), S_OK);
     EXPECT_EQ(OptionOf(cpProps.Get(), L"gpu_mode"), L"0");

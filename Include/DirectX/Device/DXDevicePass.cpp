@@ -95,13 +95,14 @@ void DX11Device::OutputsUnbind(ID3D11DeviceContext* _pContext)
     CZPtr<ID3D11Device> cpDevice;
     _pContext->GetDevice(cpDevice.Put());
     const D3D_FEATURE_LEVEL eLevel = cpDevice->GetFeatureLevel();
-    const UINT nViews = eLevel >= D3D_FEATURE_LEVEL_11_1   ? D3D11_1_UAV_SLOT_COUNT
-                        : eLevel >= D3D_FEATURE_LEVEL_11_0 ? D3D11_PS_CS_UAV_REGISTER_COUNT
+    const UINT nViews = eLevel >= D3D_FEATURE_LEVEL_11_0   ? D3D11_PS_CS_UAV_REGISTER_COUNT
                         : eLevel >= D3D_FEATURE_LEVEL_10_0 ? D3D11_CS_4_X_UAV_REGISTER_COUNT
                                                            : 0;
     _pContext->OMSetRenderTargets(0, nullptr, nullptr); // and with the targets the views of this stage
     if (nViews > 0)
         _pContext->CSSetUnorderedAccessViews(0, nViews, arrNone, nullptr);
+    if (eLevel >= D3D_FEATURE_LEVEL_11_1) // by itself: a Direct3D that knows no more than eight does nothing then
+        _pContext->CSSetUnorderedAccessViews(nViews, D3D11_1_UAV_SLOT_COUNT - nViews, arrNone, nullptr);
 }
 
 void DX11Device::QuadBind(uint32_t _nWidth, uint32_t _nHeight)

@@ -72,7 +72,7 @@ void CheckReference(CByteReader& _in)
         single.nAlpha = std::clamp(single.nAlpha, 0, 255);
     const int nThreads = _in.Range(1, 4);
 
-    const CEngineReference reference(picture, key, nThreads, 77);
+    const CEngineReference reference(picture, key, nThreads, 77, false);
     const ZF_VID_PROPS vidMask = VidProps_Mask(&picture.vidProps);
     CGuardedPlane mask(static_cast<size_t>(nWidth), nHeight, vidMask.nRowBytes);
     mask.Fill(77);

@@ -270,8 +270,8 @@ TEST(RawFiles, WrongSizesAreTold)
     EXPECT_NE(Host_FailureOf([&] { cut.Next(); }).find("frame 2 is cut off: 5 of its 768 bytes"), std::string::npos);
     folder.Write("full.raw", std::string(48 * 4 * 3, 'x'));
     CLogCatcher log;
-    CZRawReader(folder.Path("full.raw"), "Y444:48x4");
-    CZRawReader(folder.Path("full.raw"), "UYVY:48x4");
+    const CZRawReader half(folder.Path("full.raw"), "Y444:48x4");
+    const CZRawReader packed(folder.Path("full.raw"), "UYVY:48x4");
     EXPECT_EQ(log.Count("say I444 in --in"), 1u);
     EXPECT_EQ(log.Count("its 576 bytes are no whole number of frames of 384; its size fits RGB8, RGB24, I420"), 1u);
 }

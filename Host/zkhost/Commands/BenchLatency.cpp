@@ -19,7 +19,7 @@
 namespace
 {
 
-constexpr int c_nWarmUp = 30; // frames: the backdrop is learned, and the busy process has started
+constexpr int c_nLatencyWarmUp = 30; // frames: the backdrop is learned, and the busy process has started
 
 int CoreCount()
 {
@@ -39,15 +39,15 @@ CZBenchTimes Measure(CZBenchKeyer& _keyer, int _nFrames, bool _bThread)
     CZBenchTimes times;
     CLOCK::time_point timeBefore;
     _keyer.ThreadSet(_bThread);
-    for (int n = 0; n < c_nWarmUp + _nFrames; ++n)
+    for (int n = 0; n < c_nLatencyWarmUp + _nFrames; ++n)
     {
         OutFile_CheckInterrupt();
         const auto timeIn = CLOCK::now();
         const bool bResult = static_cast<bool>(_keyer.PushNext());
         const auto timeOut = CLOCK::now();
-        if (n >= c_nWarmUp)
+        if (n >= c_nLatencyWarmUp)
             times.Add(std::chrono::duration<double>(timeOut - (_bThread ? timeBefore : timeIn)).count());
-        if (n >= c_nWarmUp && !bResult)
+        if (n >= c_nLatencyWarmUp && !bResult)
             throw CZHostError("the module kept a frame back; measuring it means nothing");
         timeBefore = timeIn;
     }

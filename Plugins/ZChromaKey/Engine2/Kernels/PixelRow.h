@@ -324,16 +324,16 @@ template <class S> ZCK_INLINE void MixedBlock(const MIXED_RUN& _run, const STRIP
 {
     using F32 = typename S::F32;
     using I32 = typename S::I32;
-    const ptrdiff_t nAt = ptrdiff_t{STRIP::c_nStride} * (_block.nRow + 1) + ptrdiff_t{4} * _block.nCell + 1;
-    const int32_t* const pDifference = _strip.arrDifference[0] + nAt;
+    const int nY = _block.nRow + 1, nX = 4 * _block.nCell + 1; // in the strip, which has a rim of one
+    const int32_t* const pDifference = &_strip.arrDifference[nY][nX];
     const I32 nOwn = S::LoadBlocks(pDifference, c_nStripBytes);
     I32 nDifference = nOwn;
     if (_run.pFilter->bFilter)
         nDifference = Filtered<S>(pDifference, nOwn, I32(_run.pFilter->nNear));
     if (_run.pFilter->bPast)
         nDifference = WithPast<S>(*_run.pFilter, _run.pPast + _block.InCell(), nDifference, _block.fltX);
-    const PAIRS<S> pixels = {S::LoadBlocks(_strip.arrBG[0] + nAt, c_nStripBytes),
-                             S::LoadBlocks(_strip.arrRA[0] + nAt, c_nStripBytes)};
+    const PAIRS<S> pixels = {S::LoadBlocks(&_strip.arrBG[nY][nX], c_nStripBytes),
+                             S::LoadBlocks(&_strip.arrRA[nY][nX], c_nStripBytes)};
     const UnmixMaths::COLOUR<S> colour = ColourOf<S>(pixels, _run.bDeep ? 1 / 64.0f : 1.0f);
     UnmixMaths::PLACE<S> place = PlaceOf<S>(_block);
     place.fltCore = _run.pCore ? S::LoadF32(_run.pCore + _block.InCell()) : F32(0.0f);

@@ -276,8 +276,12 @@ bool ReadCells(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
     _run.runner.Step(eUS_Cells);
+    // The lesser of two fields may have a row of cells that only repeats pixels of the row above it.
+    const bool bApart = (_run.field.cells.nHeight - 1) * c_nCell >= _run.picture.nHeight;
+    if (_run.pReader && bApart)
+        _run.CellRows([&](int _nFirst, int _nRows) { ReadRows(_run, _nFirst, _nRows); });
     _run.CellRows([&](int _nFirst, int _nRows) {
-        if (_run.pReader)
+        if (_run.pReader && !bApart)
             ReadRows(_run, _nFirst, _nRows);
         Cells_Pass(*state.pKernels, _run.picture, _run.field.cells, state.vecChanged.data(), _nFirst, _nRows);
     });

@@ -170,7 +170,6 @@ private:
     int m_nChromaWidth;
     int m_nChromaHeight;
 };
-} // namespace
 
 TEST_P(ChromaLevels, GiveThePlainBytesInAnyParts)
 {
@@ -253,3 +252,5 @@ TEST(ChromaRebuild, EveryLevelHasItsKernel)
     }
 }
 #endif
+
+} // namespace

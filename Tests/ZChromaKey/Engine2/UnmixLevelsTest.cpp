@@ -1,4 +1,5 @@
 #include "Support/GuardedPicture.h"
+#include "Support/SimdLevel.h"
 #include "Video/ZFrameWriter.h"
 #include "ZChromaKey/Engine2/UnmixScenes.h"
 
@@ -85,62 +86,47 @@ void KeyAt(const UNMIX_KERNELS& _kernels, const LEVEL_CASE& _case, int _nWidth, 
     }
 }
 
-void ExpectSameAsPlain(const UNMIX_KERNELS& _kernels)
+class UnmixLevels : public CSimdLevelTest
 {
-    UNMIX_KERNELS plain;
-    UnmixKernels_Init(&plain, eSIMD_None);
+protected:
+    void SetUp() override
+    {
+        CSimdLevelTest::SetUp();
+        UnmixKernels_Init(&m_plain, eSIMD_None);
+        UnmixKernels_Init(&m_level, GetParam());
+    }
+    UNMIX_KERNELS m_plain;
+    UNMIX_KERNELS m_level;
+};
+
+TEST_P(UnmixLevels, KeyLikeThePlainOne)
+{
     for (const LEVEL_CASE& levelCase : Cases())
         for (int nWidth = 2; nWidth <= 200; nWidth += nWidth < 76 ? 1 : 5)
         {
             SCOPED_TRACE(testing::Message() << levelCase.szName << ", " << nWidth << " wide");
             const int nHeight = 9 + nWidth * 7 % 20;
             LEVEL_RESULT one, other;
-            KeyAt(plain, levelCase, nWidth, nHeight, &one);
-            KeyAt(_kernels, levelCase, nWidth, nHeight, &other);
+            KeyAt(m_plain, levelCase, nWidth, nHeight, &one);
+            KeyAt(m_level, levelCase, nWidth, nHeight, &other);
             ASSERT_TRUE(one.vecBytes == other.vecBytes);
             ASSERT_TRUE(UnmixState_Same(one.state, other.state));
         }
 }
 
-} // namespace
-
-#if defined(ZCK_X86)
-TEST(UnmixLevels, AVX2GivesThePlainBytes)
+TEST_P(UnmixLevels, TakeMasksFromTheAlpha)
 {
-    if (ZCpu_Detected() < eSIMD_AVX2)
-        GTEST_SKIP() << "processor or system without AVX2";
-    UNMIX_KERNELS kernels;
-    UnmixKernels_Init(&kernels, eSIMD_AVX2);
-    ExpectSameAsPlain(kernels);
-}
-
-TEST(UnmixLevels, AVX512GivesThePlainBytes)
-{
-    if (ZCpu_Detected() < eSIMD_AVX512)
-        GTEST_SKIP() << "processor or system without AVX-512";
-    UNMIX_KERNELS kernels;
-    UnmixKernels_Init(&kernels, eSIMD_AVX512);
-    ExpectSameAsPlain(kernels);
-}
-#endif
-
-TEST(UnmixLevels, MasksAreTheAlphaOfEveryWidth)
-{
-    for (const eSIMD_Level eLevel : {eSIMD_None, eSIMD_AVX2, eSIMD_AVX512})
+    for (int nPixels = 1; nPixels <= 200; ++nPixels)
     {
-        if (eLevel > ZCpu_Detected())
-            continue; // the tests above say so
-        UNMIX_KERNELS kernels;
-        UnmixKernels_Init(&kernels, eLevel);
-        for (int nPixels = 1; nPixels <= 200; ++nPixels)
-        {
-            CGuardedPlane pixels(static_cast<size_t>(4) * nPixels, 1, 0, eZGuard_PageEnd);
-            CGuardedPlane mask(static_cast<size_t>(nPixels), 1, 0, eZGuard_PageEnd);
-            pixels.FillRandom(static_cast<uint32_t>(nPixels));
-            kernels.pfnMask({pixels.Row(0), mask.Row(0), nPixels});
-            for (int n = 0; n < nPixels; ++n)
-                ASSERT_EQ(mask.Row(0)[n], pixels.Row(0)[4 * n + 3]) << nPixels;
-            ASSERT_TRUE(mask.Intact());
-        }
+        CGuardedPlane pixels(static_cast<size_t>(4) * nPixels, 1, 0, eZGuard_PageEnd);
+        CGuardedPlane mask(static_cast<size_t>(nPixels), 1, 0, eZGuard_PageEnd);
+        pixels.FillRandom(static_cast<uint32_t>(nPixels));
+        m_level.pfnMask({pixels.Row(0), mask.Row(0), nPixels});
+        for (int n = 0; n < nPixels; ++n)
+            ASSERT_EQ(mask.Row(0)[n], pixels.Row(0)[4 * n + 3]) << nPixels;
+        ASSERT_TRUE(mask.Intact());
     }
 }
+Z_INSTANTIATE_LEVELS(UnmixLevels);
+
+} // namespace

@@ -1,5 +1,6 @@
 #include "DirectX/Device/NamedPtrMap.h"
 
+#include "Base/ZThread.h"
 #include "Base/ZUnknown.h"
 #include "Support/LogCatcher.h"
 
@@ -132,4 +133,5 @@ TEST(NamedPtrMap, GoesThoughItsThreadCannotBeStopped)
     EXPECT_EQ(g_nAlive, 1);
     g_evtMayEnd.Set();
     EXPECT_TRUE(Within10s([&] { return g_nAlive == 0; }));
+    EXPECT_TRUE(Within10s([] { return CZWorkerThread::LeftJoin(); })) << "the thread itself";
 }

@@ -48,8 +48,8 @@ class Keyer:
     >>> frame[60:, 120:200] = (200, 60, 40)
     >>> with Keyer(params={"spill": 80}, options={"process.threads": 4}) as keyer:
     ...     alpha = keyer.mask(frame)
-    >>> alpha[20, 20], alpha[120, 160]
-    (0, 255)
+    >>> alpha[[20, 120], [20, 160]].tolist()
+    [0, 255]
     """
 
     def __init__(

@@ -19,7 +19,7 @@ from zchromakey import _keyer, _module, _params
 def in_python(script, **environment):
     """Runs a script in a process of its own: its exit status, and all that it wrote."""
     done = subprocess.run(
-        [sys.executable, "-c", script],
+        [sys.executable, "-W", "ignore::DeprecationWarning", "-c", script],  # from 3.12 on a fork warns of threads
         env={**os.environ, **environment},
         stdout=subprocess.PIPE,
         stderr=subprocess.STDOUT,

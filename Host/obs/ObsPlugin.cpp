@@ -18,7 +18,7 @@ MODULE_EXPORT const char* obs_module_description()
 
 namespace
 {
-constexpr int c_nLogInformation = 3;
+constexpr int c_nLogWarnings = 2;
 
 void ZCK_CALL OnLog(void*, int _nLevel, const char* _pszLine)
 {
@@ -81,7 +81,7 @@ bool obs_module_load()
     obs_register_source(&info);
     std::string strWhy;
     if (const SHELL_API* const pApi = ShellModule_Get(strWhy))
-        pApi->zck_log_set(OnLog, nullptr, c_nLogInformation);
+        pApi->zck_log_set(OnLog, nullptr, c_nLogWarnings);
     else
         blog(LOG_ERROR, "[zchromakey] %s", strWhy.c_str()); // filters stay in the scene collection and pass pictures on
     return true;

@@ -121,7 +121,8 @@ bool ObsHost_Start(const char* _pszFilter)
     obs_set_nix_platform_display(s_pDisplay);
     obs_video_info video = {};
     video.graphics_module = "libobs-opengl";
-    video.fps_num = video.fps_den = 1; // frames are drawn by the tests
+    video.fps_num = 60; // what is looked at is drawn by the tests
+    video.fps_den = 1;
     video.base_width = video.output_width = 64;
     video.base_height = video.output_height = 64;
     video.output_format = VIDEO_FORMAT_BGRA;

@@ -46,6 +46,7 @@ def arguments():
     parser.add_argument("clip")
     parser.add_argument("keyed")
     parser.add_argument("--size", required=True, metavar="WxH")
+    parser.add_argument("--keys", metavar="FILE.xml", help="a key file; else the backdrop is looked for")
     parser.add_argument("--plate", default="0", metavar="N,N,...", help="frames to learn the backdrop from")
     parser.add_argument(
         "--preroll", type=int, default=0, metavar="N", help="learn from N frames before each chunk instead"
@@ -60,13 +61,13 @@ def arguments():
 def main():
     job = arguments()
     clip = frames_of(job.clip, job.size)
-    with zchromakey.Keyer(order="BGR") as keyer:  # found once, for all chunks
-        if not keyer.key_auto(clip[job.plate[0]]):
-            raise SystemExit("no backdrop was found; load a document of keys instead")
+    with zchromakey.Keyer(job.keys, order="BGR") as keyer:  # found once, for all chunks
+        if not job.keys and not keyer.key_auto(clip[job.plate[0]]):
+            raise SystemExit("no backdrop was found; give a key file by --keys")
         job.keys = keyer.save()
     np.memmap(job.keyed, np.uint8, "w+", shape=clip.shape).flush()  # as long as the result
     starts = range(0, len(clip), job.chunk)
-    cluster = None if job.scheduler else LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None)
+    cluster = None if job.scheduler else LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=":0")
     with Client(job.scheduler or cluster) as client:
         done = client.map(lambda first: key_chunk(job, first, min(first + job.chunk, len(clip))), starts)
         print(sum(client.gather(done)), "frames keyed")

@@ -2,7 +2,7 @@
 # Keys a clip in chunks with GNU parallel; the joined result is, byte for byte, that of one zkhost that keys it all.
 #
 #   ffmpeg -i clip.mov -f yuv4mpegpipe clip.y4m
-#   farm_parallel.sh clip.y4m keyed.raw
+#   bash farm_parallel.sh clip.y4m keyed.raw
 #   ffmpeg -f rawvideo -pix_fmt bgra -s 1920x1080 -i keyed.raw -c:v prores_ks keyed.mov
 #
 # CHUNK   frames of a chunk (100)

@@ -25,9 +25,43 @@ _USES = {"key": 0, "protect": 1, "only": 2}
 _log = logging.getLogger("zchromakey")
 
 
-def _close(handle: ctypes.c_void_p, process: int) -> None:
-    if os.getpid() == process:  # its threads are in the process that made it
-        module().zck_close(handle)
+_LAST_WAIT = 10  # seconds, as long as the module itself waits for a frame
+
+
+class _Handle:
+    """The module's keyer, and when it may be used: frames after each other, edits after each other, until its end."""
+
+    def __init__(self, generation: int) -> None:
+        self.frames, self.edits = threading.Lock(), threading.Lock()
+        self._process = os.getpid()
+        self._is_open, self._is_end = True, False
+        self._keyer = ctypes.c_void_p()
+        check(module().zck_open(generation, ctypes.byref(self._keyer)))
+
+    def get(self) -> ctypes.c_void_p:
+        """The keyer, for calls under one of the locks."""
+        if self._is_end:
+            raise SystemExit  # Python ends, and with it, without a word, the thread that is still keying
+        if not self._is_open:
+            raise StateError("the keyer is closed")
+        if os.getpid() != self._process:
+            raise StateError("the keyer was made in another process; make one in each")
+        return self._keyer
+
+    def close(self) -> None:
+        """Ends the keyer, under both locks. Not in a child of its process, where its threads are missing."""
+        if self._is_open and os.getpid() == self._process:
+            module().zck_close(self._keyer)
+        self._is_open = False
+
+    def close_unused(self) -> None:
+        """The same for a keyer that nobody holds, or at the end of Python, when threads may be in the midst of a frame."""
+        if os.getpid() != self._process or not self.frames.acquire(timeout=_LAST_WAIT):
+            return
+        with self.edits:
+            self._is_end = self._is_open
+            self.close()
+        self.frames.release()
 
 
 class Keyer:
@@ -38,7 +72,7 @@ class Keyer:
     used without a copy. params and options: by name, as `params` and `set_option` take them.
 
     Unless something else says what to key, the backdrop is looked for in the first frame, and again in each one until
-    it is found; frames without one come back opaque.
+    it is found; frames without one come back as they are.
 
     From any thread: frames are keyed one after the other, and edits take effect with the next one. Other threads of
     Python run meanwhile. A keyer belongs to the process that made it.
@@ -66,13 +100,10 @@ class Keyer:
         log_begin()
         self._module = module()
         self._is_rgb = order == "RGB"
-        self._frames, self._edits = threading.Lock(), threading.Lock()
-        self._process = os.getpid()
         self._is_auto, self._is_told = True, False
         self._info = parameters(generation)
-        self._keyer = ctypes.c_void_p()
-        check(self._module.zck_open(generation, ctypes.byref(self._keyer)))
-        self._end = weakref.finalize(self, _close, self._keyer, self._process)
+        self._handle = _Handle(generation)
+        weakref.finalize(self, self._handle.close_unused)
         if keys is not None:
             self.load_file(keys)
         self.params.update(params or {})
@@ -87,10 +118,13 @@ class Keyer:
     ) -> None:
         self.close()
 
+    def __reduce__(self) -> Any:
+        raise TypeError("a keyer cannot be sent to another process; make one there, and send its document: save()")
+
     def close(self) -> None:
         """Gives back threads and memory; waits for the frame under way. What comes afterwards raises StateError."""
-        with self._frames, self._edits:
-            self._end()
+        with self._handle.frames, self._handle.edits:
+            self._handle.close()
 
     # Frames
 
@@ -107,7 +141,7 @@ class Keyer:
         frame: height x width x 3 or 4 of uint8 or uint16; a fourth channel is an alpha to begin with, which the
         parameter "alpha" says what becomes of. Sizes may change from frame to frame. out: takes the result, and may be
         the frame itself; mask: takes alpha as well, height x width of uint8. dtype: of the result, uint8 or uint16;
-        the frame's unless given. 16 bits are for the second generation.
+        the frame's unless given. The first generation's 16 bits hold no more than its 8.
         """
         picture = _pictures.source(frame, self._is_rgb)
         if dtype not in (None, np.uint8, np.uint16):
@@ -136,9 +170,7 @@ class Keyer:
     def key_auto(self, frame: Any) -> bool:
         """Finds the backdrop of a picture and makes it the key. False where there is none."""
         picture = _pictures.source(frame, self._is_rgb)
-        found = self._edit("zck_key_auto", _pictures.record(picture))
-        self._is_auto = self._is_auto and not found
-        return found
+        return self._take_keys("zck_key_auto", _pictures.record(picture))
 
     def key_point(self, frame: Any, x: int, y: int, use: Use = "key") -> bool:
         """Takes the colour around a point, counted from the top left. False where that has it already.
@@ -168,8 +200,9 @@ class Keyer:
 
     def reset(self) -> None:
         """Removes keys, protected colours and regions, and sets parameters to their defaults; then keys itself again."""
-        self._edit("zck_reset")
-        self._is_auto, self._is_told = True, False
+        with self._handle.edits:
+            self._call("zck_reset")
+            self._is_auto, self._is_told = True, False
 
     def undo(self, steps: int = 1) -> int:
         """Takes edits back: how many there were."""
@@ -209,9 +242,7 @@ class Keyer:
         >>> another.save() == keyer.save()
         True
         """
-        loaded = self._edit("zck_load", document.encode())
-        self._is_auto = self._is_auto and not loaded
-        return loaded
+        return self._take_keys("zck_load", document.encode())
 
     def load_file(self, path: str | os.PathLike[str]) -> bool:
         """The same from a file."""
@@ -220,11 +251,10 @@ class Keyer:
     def save(self) -> str:
         """Keys, protected colours, parameters and regions as a document (XML), for `load` and zkhost."""
         needed = ctypes.c_size_t()
-        with self._edits:
-            keyer = self._open_keyer()
-            check(self._module.zck_save(keyer, None, 0, ctypes.byref(needed)), keyer)
+        with self._handle.edits:
+            self._call("zck_save", None, 0, ctypes.byref(needed))
             text = ctypes.create_string_buffer(needed.value)
-            check(self._module.zck_save(keyer, text, needed, None), keyer)
+            self._call("zck_save", text, needed, None)
         return text.value.decode("utf-8")
 
     def save_file(self, path: str | os.PathLike[str]) -> None:
@@ -233,24 +263,25 @@ class Keyer:
 
     # Within
 
-    def _open_keyer(self) -> ctypes.c_void_p:
-        if not self._end.alive:
-            raise StateError("the keyer is closed")
-        if os.getpid() != self._process:
-            raise StateError("the keyer was made in another process; make one in each")
-        return self._keyer
+    def _call(self, function: str, *arguments: Any) -> bool:
+        keyer = self._handle.get()
+        return check(getattr(self._module, function)(keyer, *arguments), keyer)
 
     def _edit(self, function: str, *arguments: Any) -> bool:
-        with self._edits:
-            keyer = self._open_keyer()
-            return check(getattr(self._module, function)(keyer, *arguments), keyer)
+        with self._handle.edits:
+            return self._call(function, *arguments)
+
+    def _take_keys(self, function: str, *arguments: Any) -> bool:
+        with self._handle.edits:
+            taken = self._call(function, *arguments)
+            self._is_auto = self._is_auto and not taken
+            return taken
 
     def _key(self, use: Use, function: str, *arguments: Any) -> bool:
         if use not in _USES:
             raise ArgumentError(f"use is one of {', '.join(_USES)}, not {use!r}")
-        added = self._edit(function, *arguments, _USES[use])
-        self._is_auto = self._is_auto and use == "protect"
-        return added
+        take = self._edit if use == "protect" else self._take_keys
+        return take(function, *arguments, _USES[use])
 
     def _step(self, steps: int) -> int:
         done = ctypes.c_int()
@@ -260,8 +291,8 @@ class Keyer:
     def _process_into(self, picture: Array, result: Array | None, alpha: Array | None) -> None:
         to, mask = _direct(result), _direct(alpha)
         what = _pictures.record(picture)
-        with self._frames:
-            keyer = self._open_keyer()
+        with self._handle.frames:
+            keyer = self._handle.get()
             self._find_backdrop(what)
             answer = self._module.zck_process(keyer, what, _record(to), _record(mask))
             if answer < 0:
@@ -275,12 +306,13 @@ class Keyer:
     def _find_backdrop(self, picture: FrameRecord) -> None:
         if not self._is_auto:
             return
-        with self._edits, quiet():
-            keyer = self._open_keyer()
-            self._is_auto = not check(self._module.zck_key_auto(keyer, picture), keyer)
-            why = reason(keyer)
-        if self._is_auto and not self._is_told:
-            _log.warning("no backdrop was found, so frames stay opaque until there is one: %s", why)
+        with self._handle.edits, quiet():
+            if not self._is_auto or self._call("zck_key_auto", picture):
+                self._is_auto = False
+                return
+            why = reason(self._handle.get())
+        if not self._is_told:
+            _log.warning("no backdrop was found, so frames stay as they are until there is one: %s", why)
             self._is_told = True
 
 

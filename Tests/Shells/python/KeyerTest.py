@@ -4,6 +4,7 @@ import doctest
 import logging
 import os
 import pathlib
+import pickle
 import subprocess
 import sys
 import tempfile
@@ -136,6 +137,7 @@ class KeyerTest(unittest.TestCase):
             (ValueError, "3 or 4", lambda: keyer.process(frame[:0])),
             (ValueError, "180, 320", lambda: keyer.process(frame, np.zeros((9, 9, 4), np.uint8))),
             (ValueError, "written", lambda: keyer.process(frame, read_only)),
+            (TypeError, "another process", lambda: pickle.dumps(keyer)),
             (TypeError, "float32", lambda: keyer.process(frame, dtype=np.float32)),
             (zchromakey.ArgumentError, "choke", lambda: keyer.params.update(choke=99)),
             (zchromakey.ArgumentError, "hold", lambda: keyer.params.update(learn="never")),

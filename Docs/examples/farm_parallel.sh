@@ -8,11 +8,12 @@
 # CHUNK   frames of a chunk (100)
 # PLATE   a picture of the empty backdrop from the same camera; else one is learned from LEARN frames (8) of the clip
 # KEYS    a key file; else the backdrop is looked for in the first frame
-# FARM    what GNU parallel is told: "--jobs 2"; "--sshlogin node1,node2 --workdir . --env chunk" where all machines see
-#         the folder under the same name
+# FARM    what GNU parallel is told: "--jobs 2"; "--sshlogin node1,node2" where all machines see the files under the same
+#         names and have zkhost in the path
 set -euo pipefail
 [ $# -eq 2 ] || { echo "usage: ${0##*/} CLIP.y4m KEYED.raw" >&2; exit 2; }
-clip=$(realpath "$1") keyed=$2 size=${CHUNK:-100} learn=${LEARN:-8} plate=${PLATE:-} keys=${KEYS:-}
+clip=$(realpath "$1") keyed=$(realpath "$2") size=${CHUNK:-100} learn=${LEARN:-8}
+plate=${PLATE:+$(realpath "$PLATE")} keys=${KEYS:+$(realpath "$KEYS")}
 parts=$(mktemp -d "$keyed.parts.XXXXXX")
 trap 'rm -rf "$parts"' EXIT
 
@@ -46,9 +47,10 @@ if [ -z "$plate" ]; then
     zkhost key - -o "$parts/plate_%05d.png" --keys "$keys" --view plate --quiet
   plate=$(printf '%s/plate_%05d.png' "$parts" $((learn - 1)))
 fi
-export clip header frame start size parts keys plate
+used=clip,header,frame,start,size,parts,keys,plate
+export ${used//,/ }
 export -f chunk frames_of
 # shellcheck disable=SC2086 # what FARM says are words
-SHELL=$BASH parallel ${FARM:---jobs 2} --halt now,fail=1 chunk ::: $(seq 0 "$size" $((frames - 1)))
+SHELL=$BASH parallel ${FARM:---jobs 2} --env "$used,chunk,frames_of" --halt now,fail=1 chunk ::: $(seq 0 "$size" $((frames - 1)))
 cat "$parts"/*.raw >"$keyed"
 echo "$frames frames keyed into $keyed"

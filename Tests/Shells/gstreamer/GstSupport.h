@@ -3,11 +3,10 @@
 #include <cstdlib>
 
 /// Where GStreamer finds the element of this build, and where it remembers what it found; also for programs that are
-/// started. Plug-ins are looked at in this process: one with sanitizers in it can be loaded in no other.
+/// started.
 inline void Gst_FindElement()
 {
     setenv("GST_PLUGIN_PATH", ZCK_GST_FOLDER, 1);
     setenv("GST_REGISTRY", ZCK_GST_REGISTRY, 1);
-    setenv("GST_REGISTRY_FORK", "no", 1);
     unsetenv("ZCHROMAKEY_MODULE");
 }

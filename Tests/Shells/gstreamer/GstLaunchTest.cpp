@@ -33,13 +33,12 @@ protected:
     {
         return Shell("gst-launch-1.0 " + _strPipeline);
     }
-    /// What zkhost makes of the same frames.
-    std::string Reference(const std::string& _strFormat, const std::string& _strArgs)
+    /// What zkhost makes of the same frames. _strFields: "iT" or "iB", of which field came first.
+    std::string Reference(const std::string& _strFormat, const std::string& _strArgs,
+                          const std::string& _strFields = "")
     {
-        EXPECT_EQ(Run("key -q " + File("in.raw") + " --in " + _strFormat + ":320x180@25 -o " + File("ref.raw") + " " +
-                      _strArgs),
-                  0)
-            << m_strError;
+        const std::string strIn = " --in " + _strFormat + ":320x180@25" + _strFields;
+        EXPECT_EQ(Run("key -q " + File("in.raw") + strIn + " -o " + File("ref.raw") + " " + _strArgs), 0) << m_strError;
         return m_folder.Read("ref.raw");
     }
     void ExpectEqual(const char* _pszFile, const std::string& _strReference)
@@ -77,6 +76,18 @@ TEST_F(GstLaunch, EqualsZkhostInEachFormat)
             << m_strError;
         ExpectEqual("out.raw", Reference(pszOurs, "--auto"));
     }
+}
+
+TEST_F(GstLaunch, InterlacedFramesHaveTheirChromaFromTheirOwnField)
+{
+    Sample("I420");
+    ASSERT_EQ(Launch(Source("i420") +
+                     " interlaced=true top-field-first=true ! zchromakey ! filesink location=" + File("out.raw")),
+              0)
+        << m_strOut;
+    const std::string strReference = Reference("I420", "--auto", "iT");
+    ExpectEqual("out.raw", strReference);
+    EXPECT_FALSE(strReference == Reference("I420", "--auto")) << "both are the same: this is no test";
 }
 
 TEST_F(GstLaunch, EqualsZkhostWithKeysParametersAndTwoElementsInOnePipeline)

@@ -181,10 +181,18 @@ TEST_F(GstElementTest, SignalsAndClicksEditTheKeys)
 TEST_F(GstElementTest, BackdropIsFoundOnceItIsThere)
 {
     Make("zchromakey", c_pszCaps);
+    GstBus* const pBus = gst_bus_new();
+    gst_element_set_bus(m_pElement, pBus);
     const BYTES vecBlack(Scene(c_nWidth, c_nHeight).size(), 0);
     for (int n = 0; n < 3; ++n)
         EXPECT_EQ(Alphas(vecBlack), m_opaque);
     EXPECT_EQ(Alphas(Scene(c_nWidth, c_nHeight)), m_keyed);
+    int nWarnings = 0;
+    while (GstMessage* const pMessage = gst_bus_pop_filtered(pBus, GST_MESSAGE_WARNING))
+        ++nWarnings, gst_message_unref(pMessage);
+    EXPECT_EQ(nWarnings, 1) << "not for each picture";
+    gst_element_set_bus(m_pElement, nullptr);
+    gst_object_unref(pBus);
 }
 
 TEST_F(GstElementTest, SettingsComeBackInTheNextRun)
@@ -269,7 +277,7 @@ TEST_F(GstElementTest, ParametersFollowControlSources)
 // Who takes any format gets 8 bits, and 16 who asks for them.
 TEST_F(GstElementTest, ResultsOf16BitsAreForThoseWhoAsk)
 {
-    Make("zchromakey ! capsfilter caps=video/x-raw,format={BGRA64_LE,BGRA}", c_pszCaps);
+    Make("zchromakey ! capsfilter caps=\"video/x-raw,format=BGRA64_LE;video/x-raw,format=BGRA\"", c_pszCaps);
     EXPECT_EQ(Push(Scene(c_nWidth, c_nHeight)).size(), size_t{c_nWidth} * c_nHeight * 4);
     Make("zchromakey ! capsfilter caps=video/x-raw,format=BGRA64_LE", c_pszCaps);
     const BYTES vecDeep = Push(Scene(c_nWidth, c_nHeight));
@@ -278,11 +286,13 @@ TEST_F(GstElementTest, ResultsOf16BitsAreForThoseWhoAsk)
     EXPECT_EQ(vecDeep[vecDeep.size() / 2 + c_nWidth / 2 * 8 + 7], 255);
 }
 
-// A program that ends while frames are on their way.
+// A program that ends while frames are on their way, and wants RGB as it has to be named.
 TEST_F(GstElementTest, PipelineEndsInMidStream)
 {
     GstElement* const pPipeline =
-        gst_parse_launch("videotestsrc ! video/x-raw,format=I420 ! zchromakey ! fakesink", nullptr);
+        gst_parse_launch("videotestsrc ! video/x-raw,format=I420,colorimetry=bt601,chroma-site=mpeg2 ! zchromakey ! "
+                         "video/x-raw,colorimetry=sRGB ! fakesink",
+                         nullptr);
     for (int n = 0; n < 2; ++n)
     {
         gst_element_set_state(pPipeline, GST_STATE_PLAYING);

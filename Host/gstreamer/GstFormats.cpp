@@ -10,7 +10,7 @@ struct GST_FORMAT
     bool bOut; ///< results can be of it
 };
 
-// What a format is converted into where a source has several: those that cost the keyer least come first.
+// In the order in which they are offered to others.
 constexpr GST_FORMAT c_arrGstFormats[] = {
     {GST_VIDEO_FORMAT_BGRA, ZCK_FORMAT_ARGB32, true},
     {GST_VIDEO_FORMAT_BGRx, ZCK_FORMAT_RGB32, false},

@@ -78,16 +78,29 @@ TEST_F(GstLaunch, EqualsZkhostInEachFormat)
     }
 }
 
-TEST_F(GstLaunch, InterlacedFramesHaveTheirChromaFromTheirOwnField)
+TEST_F(GstLaunch, FieldsMatrixAndRangeAreThoseOfTheCaps)
 {
+    struct CASE
+    {
+        const char* pszCaps;
+        const char* pszArgs;
+        const char* pszFields;
+    };
+    const CASE arrCases[] = {{"interlace-mode=interleaved,field-order=top-field-first", "--auto", "iT"}};
     Sample("I420");
-    ASSERT_EQ(Launch(Source("i420") +
-                     " interlaced=true top-field-first=true ! zchromakey ! filesink location=" + File("out.raw")),
-              0)
-        << m_strOut;
-    const std::string strReference = Reference("I420", "--auto", "iT");
-    ExpectEqual("out.raw", strReference);
-    EXPECT_FALSE(strReference == Reference("I420", "--auto")) << "both are the same: this is no test";
+    const std::string strPlain = Reference("I420", "--auto");
+    for (const CASE& one : arrCases)
+    {
+        SCOPED_TRACE(one.pszCaps);
+        ASSERT_EQ(Launch("filesrc blocksize=86400 location=" + File("in.raw") +
+                         " ! video/x-raw,format=I420,width=320,height=180,framerate=25/1," + one.pszCaps +
+                         " ! zchromakey ! filesink location=" + File("out.raw")),
+                  0)
+            << m_strOut;
+        const std::string strReference = Reference("I420", one.pszArgs, one.pszFields);
+        ExpectEqual("out.raw", strReference);
+        EXPECT_FALSE(strReference == strPlain) << "all are the same: this is no test";
+    }
 }
 
 TEST_F(GstLaunch, EqualsZkhostWithKeysParametersAndTwoElementsInOnePipeline)

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <forward_list>
 #include <string_view>
 
 namespace
@@ -48,10 +49,25 @@ std::vector<GST_PARAM> ReadAll()
     return vecParams;
 }
 
-/// The type of a choice. What it is made of belongs to GLib from then on, which never lets go of it.
+/// "spill-balance" becomes "GstZChromaKeySpillBalance": languages other than C make a class of it.
+std::string TypeName(const std::string& _strProperty)
+{
+    std::string strType = "GstZChromaKey";
+    bool bFirst = true;
+    for (const char ch : _strProperty)
+    {
+        if (ch != '-')
+            strType += bFirst ? g_ascii_toupper(ch) : ch;
+        bFirst = ch == '-';
+    }
+    return strType;
+}
+
+/// The type of a choice. GLib keeps the address of the values for good.
 GType MakeEnum(const GST_PARAM& _param)
 {
-    std::vector<GEnumValue> vecValues;
+    static std::forward_list<std::vector<GEnumValue>> s_listKept;
+    std::vector<GEnumValue>& vecValues = s_listKept.emplace_front();
     std::string_view svRest = _param.info.choices;
     while (!svRest.empty())
     {
@@ -60,10 +76,8 @@ GType MakeEnum(const GST_PARAM& _param)
         const char* const pszName = g_intern_string(strName.c_str());
         vecValues.push_back({static_cast<gint>(vecValues.size()), pszName, pszName});
     }
-    auto* const pValues = g_new0(GEnumValue, vecValues.size() + 1);
-    std::ranges::copy(vecValues, pValues);
-    const std::string strType = "GstZChromaKey-" + _param.strProperty;
-    return g_enum_register_static(strType.c_str(), pValues);
+    vecValues.push_back({});
+    return g_enum_register_static(TypeName(_param.strProperty).c_str(), vecValues.data());
 }
 
 std::string Help(const GST_PARAM& _param)

@@ -101,6 +101,16 @@ void CShellKeyer::AutoSet(bool _bAuto)
     Take(m_bAuto, _bAuto);
 }
 
+void CShellKeyer::StillsSet(bool _bStills)
+{
+    Take(m_bStills, _bStills);
+}
+
+bool CShellKeyer::StillsGet() const
+{
+    return m_bStills;
+}
+
 void CShellKeyer::ParamSet(size_t _nParam, double _dblValue)
 {
     if (_nParam >= m_vecParams.size() || std::isnan(_dblValue))
@@ -131,10 +141,7 @@ bool CShellKeyer::Process(const zck_frame& _in, const zck_frame& _out)
 {
     try
     {
-        if (!m_pKeyer || !Apply())
-            return false;
-        Search(_in);
-        return Good(m_pApi->zck_process(m_pKeyer, &_in, &_out, nullptr));
+        return m_pKeyer && Apply() && Begin(_in) && Good(m_pApi->zck_process(m_pKeyer, &_in, &_out, nullptr));
     }
     catch (const std::exception& error) // out of memory, or a path that cannot be one
     {
@@ -213,12 +220,16 @@ bool CShellKeyer::ApplyParams()
     return bGood;
 }
 
-void CShellKeyer::Search(const zck_frame& _in)
+// What comes before a picture is keyed. No backdrop is no mistake: then nothing is keyed.
+bool CShellKeyer::Begin(const zck_frame& _in)
 {
+    if (m_bStills && !Good(m_pApi->zck_flush(m_pKeyer)))
+        return false;
     if (!m_bSearch)
-        return;
-    const int nResult = m_pApi->zck_key_auto(m_pKeyer, &_in);
-    m_bSearch = nResult != ZCK_OK;
-    if (m_bSearch)
+        return true;
+    const bool bFound = m_pApi->zck_key_auto(m_pKeyer, &_in) == ZCK_OK;
+    m_bSearch = !bFound || m_bStills;
+    if (!bFound)
         Say(m_pApi->zck_last_error(m_pKeyer));
+    return true;
 }

@@ -37,6 +37,10 @@ public:
     void ProtectSet(uint32_t _nRgb);
     /// On unless switched off.
     void AutoSet(bool _bAuto);
+    /// Keys each picture by itself, as if it were the only one; off unless switched on. Its result then does not depend
+    /// on the order in which a host asks for pictures.
+    void StillsSet(bool _bStills);
+    bool StillsGet() const;
     /// A parameter by its number in ShellParams_Get; cut to its range. At its default it is what the document says.
     void ParamSet(size_t _nParam, double _dblValue);
     double ParamGet(size_t _nParam) const;
@@ -63,7 +67,7 @@ private:
     bool ApplyKeys();
     bool ApplyDocument();
     bool ApplyParams();
-    void Search(const zck_frame& _in);
+    bool Begin(const zck_frame& _in);
 
     std::function<void(const std::string&)> m_fnSay;
     std::string m_strSaid;
@@ -73,10 +77,11 @@ private:
     uint32_t m_nColor = 0;
     uint32_t m_nProtect = 0;
     bool m_bAuto = true;
+    bool m_bStills = false;
     std::vector<PARAM> m_vecParams;
     double m_dblTime = 0;
     bool m_bFirst = true;       ///< no time yet
     bool m_bKeysChanged = true; ///< since they were last applied
     bool m_bUsable = false;     ///< they could be
-    bool m_bSearch = false;     ///< for the backdrop
+    bool m_bSearch = false;     ///< for the backdrop, until it is found
 };

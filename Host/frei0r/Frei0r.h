@@ -23,6 +23,7 @@ enum FREI0R_PIXELS
 
 enum FREI0R_TYPE ///< and what the pointer of f0r_set_param_value and f0r_get_param_value points to
 {
+    eF0T_Switch = 0, ///< a double, 0 or 1
     eF0T_Number = 1, ///< a double, 0 to 1
     eF0T_Color = 2,  ///< a FREI0R_COLOR
     eF0T_Text = 4    ///< a const char*

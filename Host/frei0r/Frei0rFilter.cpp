@@ -18,8 +18,9 @@ constexpr FREI0R_PARAM c_arrOwn[] = {
     {"keys", eF0T_Text, "File of keys, as \"zkhost key --save-keys\" writes it. None: the backdrop is found by itself"},
     {"color", eF0T_Color, "Colour of the backdrop. Black: the backdrop is found by itself"},
     {"protect", eF0T_Color, "Colour that stays solid although it is like the backdrop. Black: none"},
+    {"stills", eF0T_Switch, "Keys each picture by itself: for hosts that ask for several at a time, or in any order"},
 };
-constexpr int c_nKeys = 0, c_nColor = 1, c_nProtect = 2, c_nOwn = 3;
+constexpr int c_nKeys = 0, c_nColor = 1, c_nProtect = 2, c_nStills = 3, c_nOwn = 4;
 
 struct FILTER
 {
@@ -33,6 +34,8 @@ struct FILTER
     const int nHeight;
     std::mutex mtx;
     FREI0R_COLOR arrColors[c_nOwn] = {}; // at their numbers
+    double dblTime = NAN;                // of the last picture
+    double dblStep = HUGE_VAL;           // the shortest between two pictures so far
     CShellKeyer keyer{[](const std::string& _strLine) { std::fprintf(stderr, "zchromakey: %s\n", _strLine.c_str()); }};
 };
 
@@ -78,6 +81,17 @@ void SetColor(FILTER& _filter, int _nParam, const FREI0R_COLOR& _color)
         _filter.keyer.ColorSet(Rgb(_color));
     else
         _filter.keyer.ProtectSet(Rgb(_color));
+}
+
+// Hosts count time in seconds, FFmpeg in thousandths. A leap over 25 pictures begins another shot, not less: hosts with
+// several threads mix up neighbours.
+void TakeTime(FILTER& _filter, double _dblTime)
+{
+    const double dblStep = std::abs(_dblTime - _filter.dblTime);
+    if (dblStep > 0) // not so with the first picture
+        _filter.dblStep = std::min(_filter.dblStep, dblStep);
+    _filter.dblTime = _dblTime;
+    _filter.keyer.TimeSet(_dblTime, 25 * _filter.dblStep);
 }
 
 zck_frame Frame(const FILTER& _filter, const uint32_t* _pPixels)
@@ -148,6 +162,8 @@ void f0r_set_param_value(FREI0R_INSTANCE _pInstance, void* _pValue, int _nParam)
         const char* const* ppszText = static_cast<const char* const*>(_pValue);
         if (_nParam == c_nKeys)
             filter.keyer.KeysSet(*ppszText ? *ppszText : "");
+        else if (_nParam == c_nStills)
+            filter.keyer.StillsSet(*static_cast<const double*>(_pValue) >= 0.5);
         else if (_nParam < c_nOwn)
             SetColor(filter, _nParam, *static_cast<const FREI0R_COLOR*>(_pValue));
         else if (const size_t n = static_cast<size_t>(_nParam - c_nOwn); n < ShellParams_Get().size())
@@ -161,6 +177,8 @@ void f0r_get_param_value(FREI0R_INSTANCE _pInstance, void* _pValue, int _nParam)
     const std::lock_guard lock(filter.mtx);
     if (_nParam == c_nKeys)
         *static_cast<const char**>(_pValue) = filter.keyer.KeysGet().c_str();
+    else if (_nParam == c_nStills)
+        *static_cast<double*>(_pValue) = filter.keyer.StillsGet() ? 1 : 0;
     else if (_nParam < c_nOwn)
         *static_cast<FREI0R_COLOR*>(_pValue) = filter.arrColors[_nParam];
     else if (const size_t n = static_cast<size_t>(_nParam - c_nOwn); n < ShellParams_Get().size())
@@ -171,7 +189,7 @@ void f0r_update(FREI0R_INSTANCE _pInstance, double _dblTime, const uint32_t* _pI
 {
     FILTER& filter = *static_cast<FILTER*>(_pInstance);
     const std::lock_guard lock(filter.mtx);
-    filter.keyer.TimeSet(_dblTime, 1); // hosts with several threads mix up neighbours
+    TakeTime(filter, _dblTime);
     if (!filter.keyer.Process(Frame(filter, _pIn), Frame(filter, _pOut)) && _pIn != _pOut)
         std::memcpy(_pOut, _pIn,
                     sizeof(*_pIn) * static_cast<size_t>(filter.nWidth) * static_cast<size_t>(filter.nHeight));

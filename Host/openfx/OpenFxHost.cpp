@@ -3,10 +3,14 @@
 #include <cstdio>
 #include <stdexcept>
 
+namespace
+{
+OPENFX_HOST g_host;
+} // namespace
+
 OPENFX_HOST& OpenFxHost()
 {
-    static OPENFX_HOST s_host = {};
-    return s_host;
+    return g_host;
 }
 
 void OpenFx_Say(OFX_EFFECT _hEffect, const std::string& _strLine)

@@ -63,6 +63,7 @@ COpenFxKeyer::COpenFxKeyer(OFX_EFFECT _hEffect)
     OpenFxHost().pEffects->pfnGetParamSet(_hEffect, &hParams);
     m_hKeys = Param(hParams, "keys");
     m_hAuto = Param(hParams, "auto");
+    m_hStills = Param(hParams, "stills");
     m_hColor = Param(hParams, "color");
     m_hProtect = Param(hParams, "protect");
     for (const zck_param& param : ShellParams_Get())

@@ -32,6 +32,7 @@ private:
     CShellKeyer m_keyer;
     OFX_PARAM m_hKeys = nullptr;
     OFX_PARAM m_hAuto = nullptr;
+    OFX_PARAM m_hStills = nullptr;
     OFX_PARAM m_hColor = nullptr;
     OFX_PARAM m_hProtect = nullptr;
     std::vector<OFX_PARAM> m_vecParams; ///< as in ShellParams_Get

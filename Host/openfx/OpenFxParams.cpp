@@ -22,6 +22,12 @@ OFX_PROPS Define(OFX_PARAMS _hParams, const char* _pszType, const char* _pszName
     return hProps;
 }
 
+void DefineSwitch(OFX_PARAMS _hParams, const char* _pszName, int _nInitial, const char* _pszLabel, const char* _pszHint)
+{
+    const OFX_PROPS hProps = Define(_hParams, "OfxParamTypeBoolean", _pszName, _pszLabel, _pszHint);
+    OpenFxHost().pProps->pfnSetInt(hProps, "OfxParamPropDefault", 0, _nInitial);
+}
+
 void DefineColor(OFX_PARAMS _hParams, const char* _pszName, const char* _pszLabel, const char* _pszHint)
 {
     const OFX_PROPS hProps = Define(_hParams, "OfxParamTypeRGB", _pszName, _pszLabel, _pszHint);
@@ -72,9 +78,8 @@ uint32_t Byte(double _dblChannel)
 
 void OpenFxKeyer_DefineParams(OFX_PARAMS _hParams)
 {
-    const OFX_PROPS hAuto = Define(_hParams, "OfxParamTypeBoolean", "auto", "Find the backdrop",
-                                   "Where neither keys nor a colour are given, the backdrop is found by itself");
-    OpenFxHost().pProps->pfnSetInt(hAuto, "OfxParamPropDefault", 0, 1);
+    DefineSwitch(_hParams, "auto", 1, "Find the backdrop",
+                 "Where neither keys nor a colour are given, the backdrop is found by itself");
     const OFX_PROPS hKeys =
         Define(_hParams, "OfxParamTypeString", "keys", "Keys",
                "A document of keys, as \"zkhost key --save-keys\" writes it, or the path of its file");
@@ -82,6 +87,8 @@ void OpenFxKeyer_DefineParams(OFX_PARAMS _hParams)
     OpenFxHost().pProps->pfnSetInt(hKeys, "OfxParamPropAnimates", 0, 0);
     DefineColor(_hParams, "color", "Backdrop colour", "Colour of the backdrop, beside that of the keys; black: none");
     DefineColor(_hParams, "protect", "Protected colour", "Stays solid although it is like the backdrop; black: none");
+    DefineSwitch(_hParams, "stills", 0, "Stills",
+                 "Keys each picture by itself: what is rendered does not depend on the order, or on the machine");
     for (const zck_param& param : ShellParams_Get())
         (param.choices ? DefineChoice : DefineNumber)(_hParams, param);
 }
@@ -90,11 +97,13 @@ void COpenFxKeyer::TakeSettings(double _dblTime, double _dblScale)
 {
     const auto pfnGet = OpenFxHost().pParams->pfnGetValueAtTime;
     char* pszKeys = nullptr;
-    int nAuto = 1;
+    int nAuto = 1, nStills = 0;
     pfnGet(m_hKeys, _dblTime, &pszKeys);
     pfnGet(m_hAuto, _dblTime, &nAuto);
+    pfnGet(m_hStills, _dblTime, &nStills);
     m_keyer.KeysSet(pszKeys ? pszKeys : "");
     m_keyer.AutoSet(nAuto != 0);
+    m_keyer.StillsSet(nStills != 0);
     m_keyer.ColorSet(Color(m_hColor, _dblTime));
     m_keyer.ProtectSet(Color(m_hProtect, _dblTime));
     for (size_t n = 0; n < m_vecParams.size(); ++n)

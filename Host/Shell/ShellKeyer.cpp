@@ -23,6 +23,9 @@ std::vector<zck_param> Params()
     return vecParams;
 }
 
+// A camera may start black. A search takes as long as a few pictures do to be keyed.
+constexpr int c_nBetweenSearches = 10;
+
 bool IsDocument(const std::string& _strKeys)
 {
     const size_t nFirst = _strKeys.find_first_not_of(" \t\r\n");
@@ -48,7 +51,7 @@ const std::vector<zck_param>& ShellParams_Get()
     return s_vecParams;
 }
 
-CShellKeyer::CShellKeyer(std::function<void(const std::string&)> _fnSay)
+CShellKeyer::CShellKeyer(SAY _fnSay)
     : m_fnSay(std::move(_fnSay))
 {
     for (const zck_param& param : ShellParams_Get())
@@ -56,9 +59,9 @@ CShellKeyer::CShellKeyer(std::function<void(const std::string&)> _fnSay)
     std::string strWhy;
     m_pApi = ShellModule_Get(strWhy);
     if (!m_pApi)
-        Say(strWhy);
+        Say(strWhy, false);
     else if (m_pApi->zck_open(ZCK_GENERATION_2, &m_pKeyer) != ZCK_OK)
-        Say(m_pApi->zck_last_error(nullptr));
+        SayLast();
 }
 
 CShellKeyer::~CShellKeyer()
@@ -145,7 +148,7 @@ bool CShellKeyer::Process(const zck_frame& _in, const zck_frame& _out)
     }
     catch (const std::exception& error) // out of memory, or a path that cannot be one
     {
-        Say(error.what());
+        Say(error.what(), false);
         return false;
     }
 }
@@ -153,16 +156,21 @@ bool CShellKeyer::Process(const zck_frame& _in, const zck_frame& _out)
 bool CShellKeyer::Good(int _nResult)
 {
     if (_nResult < 0)
-        Say(m_pApi->zck_last_error(m_pKeyer));
+        SayLast();
     return _nResult >= 0;
 }
 
-void CShellKeyer::Say(const std::string& _strLine)
+void CShellKeyer::Say(const std::string& _strLine, bool _bLogged)
 {
     if (m_strSaid == _strLine)
         return;
     m_strSaid = _strLine;
-    m_fnSay(_strLine);
+    m_fnSay(_strLine, _bLogged);
+}
+
+void CShellKeyer::SayLast()
+{
+    Say(m_pApi->zck_last_error(m_pKeyer), true);
 }
 
 bool CShellKeyer::Apply()
@@ -176,6 +184,7 @@ bool CShellKeyer::ApplyKeys()
 {
     m_bUsable = false; // should memory run out on the way
     m_bSearch = m_bAuto && !m_nColor;
+    m_nUntilSearch = 0;
     if (!Good(m_pApi->zck_reset(m_pKeyer)) || !ApplyDocument())
         return false;
     if (m_nColor && !Good(m_pApi->zck_key_color(m_pKeyer, m_nColor, ZCK_USE_KEY)))
@@ -197,7 +206,7 @@ bool CShellKeyer::ApplyDocument()
     const std::string strDocument = IsDocument(m_strKeys) ? m_strKeys : ReadFile(m_strKeys);
     if (strDocument.empty())
     {
-        Say("the key file \"" + m_strKeys + "\" is not there, or is empty; nothing is keyed");
+        Say("the key file \"" + m_strKeys + "\" is not there, or is empty; nothing is keyed", false);
         return false;
     }
     const int nResult = m_pApi->zck_load(m_pKeyer, strDocument.c_str());
@@ -225,11 +234,12 @@ bool CShellKeyer::Begin(const zck_frame& _in)
 {
     if (m_bStills && !Good(m_pApi->zck_flush(m_pKeyer)))
         return false;
-    if (!m_bSearch)
+    if (!m_bSearch || m_nUntilSearch-- > 0)
         return true;
     const bool bFound = m_pApi->zck_key_auto(m_pKeyer, &_in) == ZCK_OK;
     m_bSearch = !bFound || m_bStills;
+    m_nUntilSearch = m_bStills ? 0 : c_nBetweenSearches;
     if (!bFound)
-        Say(m_pApi->zck_last_error(m_pKeyer));
+        SayLast();
     return true;
 }

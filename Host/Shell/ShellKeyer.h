@@ -17,13 +17,15 @@ const std::vector<zck_param>& ShellParams_Get();
 /// A keyer of the second generation with its settings. One thread at a time; objects know nothing of each other.
 ///
 /// Keys: those of the document, and the colour. Where there is neither, and AutoSet has not switched that off, the
-/// backdrop is searched for on each frame until it is found.
+/// backdrop is searched for until it is found.
 class CShellKeyer
 {
 public:
-    /// _fnSay gets what a person has to know, as lines without an end: why nothing is keyed, for example. The same line
-    /// is not said twice in a row.
-    explicit CShellKeyer(std::function<void(const std::string&)> _fnSay);
+    /// What a person has to know, as a line without an end: why nothing is keyed, for example. _bLogged: the module has
+    /// put it on its log as well, which is standard error unless somebody takes it. The same line is not said twice in
+    /// a row.
+    using SAY = std::function<void(const std::string& _strLine, bool _bLogged)>;
+    explicit CShellKeyer(SAY _fnSay);
     ~CShellKeyer();
     CShellKeyer(const CShellKeyer&) = delete;
     CShellKeyer& operator=(const CShellKeyer&) = delete;
@@ -62,14 +64,15 @@ private:
 
     template <class T> void Take(T& _value, const T& _wanted);
     bool Good(int _nResult);
-    void Say(const std::string& _strLine);
+    void Say(const std::string& _strLine, bool _bLogged);
+    void SayLast();
     bool Apply();
     bool ApplyKeys();
     bool ApplyDocument();
     bool ApplyParams();
     bool Begin(const zck_frame& _in);
 
-    std::function<void(const std::string&)> m_fnSay;
+    SAY m_fnSay;
     std::string m_strSaid;
     const SHELL_API* m_pApi = nullptr;
     zck_keyer* m_pKeyer = nullptr;
@@ -83,5 +86,6 @@ private:
     bool m_bFirst = true;       ///< no time yet
     bool m_bKeysChanged = true; ///< since they were last applied
     bool m_bUsable = false;     ///< they could be
+    int m_nUntilSearch = 0;     ///< pictures
     bool m_bSearch = false;     ///< for the backdrop, until it is found
 };

@@ -22,6 +22,13 @@ constexpr FREI0R_PARAM c_arrOwn[] = {
 };
 constexpr int c_nKeys = 0, c_nColor = 1, c_nProtect = 2, c_nStills = 3, c_nOwn = 4;
 
+// frei0r has no log; what the module logs is on standard error already.
+void Say(const std::string& _strLine, bool _bLogged)
+{
+    if (!_bLogged)
+        std::fprintf(stderr, "zchromakey: %s\n", _strLine.c_str());
+}
+
 struct FILTER
 {
     FILTER(unsigned _nWidth, unsigned _nHeight)
@@ -36,7 +43,7 @@ struct FILTER
     FREI0R_COLOR arrColors[c_nOwn] = {}; // at their numbers
     double dblTime = NAN;                // of the last picture
     double dblStep = HUGE_VAL;           // the shortest between two pictures so far
-    CShellKeyer keyer{[](const std::string& _strLine) { std::fprintf(stderr, "zchromakey: %s\n", _strLine.c_str()); }};
+    CShellKeyer keyer{Say};
 };
 
 // What goes wrong in a call of the host ends here.
@@ -48,7 +55,7 @@ template <class Body> void Guarded(const Body& _body) noexcept
     }
     catch (const std::exception& error)
     {
-        std::fprintf(stderr, "zchromakey: %s\n", error.what());
+        Say(error.what(), false);
     }
 }
 

@@ -57,7 +57,7 @@ zck_frame Frame(const COpenFxImage& _source, uint32_t _nFormat, unsigned char* _
 
 COpenFxKeyer::COpenFxKeyer(OFX_EFFECT _hEffect)
     : m_hEffect(_hEffect)
-    , m_keyer([_hEffect](const std::string& _strLine) { OpenFx_Say(_hEffect, _strLine); })
+    , m_keyer([_hEffect](const std::string& _strLine, bool) { OpenFx_Say(_hEffect, _strLine); })
 {
     OFX_PARAMS hParams = nullptr;
     OpenFxHost().pEffects->pfnGetParamSet(_hEffect, &hParams);

@@ -23,7 +23,7 @@ std::vector<zck_param> Params()
     return vecParams;
 }
 
-// A camera may start black. A search takes as long as a few pictures do to be keyed.
+// Pictures between two searches for the backdrop: a camera may start black.
 constexpr int c_nBetweenSearches = 10;
 
 bool IsDocument(const std::string& _strKeys)

@@ -42,7 +42,7 @@ struct FILTER
     std::mutex mtx;
     FREI0R_COLOR arrColors[c_nOwn] = {}; // at their numbers
     double dblTime = NAN;                // of the last picture
-    double dblStep = HUGE_VAL;           // the shortest between two pictures so far
+    double dblStep = HUGE_VAL;           // from picture to picture, on average
     CShellKeyer keyer{Say};
 };
 
@@ -90,15 +90,16 @@ void SetColor(FILTER& _filter, int _nParam, const FREI0R_COLOR& _color)
         _filter.keyer.ProtectSet(Rgb(_color));
 }
 
-// Hosts count time in seconds, FFmpeg in thousandths. A leap over 25 pictures begins another shot, not less: hosts with
-// several threads mix up neighbours.
+// Hosts count time in seconds, FFmpeg in thousandths. Another shot begins with a leap over some 25 pictures, not with
+// less: hosts with several threads mix up neighbours.
 void TakeTime(FILTER& _filter, double _dblTime)
 {
-    const double dblStep = std::abs(_dblTime - _filter.dblTime);
-    if (dblStep > 0) // not so with the first picture
-        _filter.dblStep = std::min(_filter.dblStep, dblStep);
+    const double dblStep = std::abs(_dblTime - _filter.dblTime); // no number with the first picture
+    const double dblReach = 25 * _filter.dblStep;
+    if (dblStep > 0 && dblStep <= dblReach)
+        _filter.dblStep = std::isinf(dblReach) ? dblStep : 0.9 * _filter.dblStep + 0.1 * dblStep;
     _filter.dblTime = _dblTime;
-    _filter.keyer.TimeSet(_dblTime, 25 * _filter.dblStep);
+    _filter.keyer.TimeSet(_dblTime, dblReach);
 }
 
 zck_frame Frame(const FILTER& _filter, const uint32_t* _pPixels)

@@ -109,18 +109,28 @@ void COpenFxKeyer::Key(const COpenFxImage& _source, const COpenFxImage& _result,
     };
     const bool bMultiplied = _source.IsPremultiplied();
     for (int y = arrSource[1]; y < arrSource[3]; ++y)
-        OpenFx_ReadRow(_source.At<T>(arrSource[0], y), RowOf(m_vecIn, y), _source.Width(), bMultiplied);
-
+    {
+        OpenFx_ReadRow(_source.At<T>(arrSource[0], y), RowOf(m_vecIn, y), _source.Width());
+        if (bMultiplied)
+            OpenFx_DivideRow(RowOf(m_vecIn, y), _source.Width());
+    }
     const bool bKeyed = KeyWords(_source, sizeof(Word) == 1 ? ZCK_FORMAT_ARGB32 : ZCK_FORMAT_ARGB64);
-    std::vector<unsigned char>& vecResult = bKeyed ? m_vecOut : m_vecIn;
+
     const auto arrWindow = Window(_hIn, _result);
     const auto arrBoth = Common(arrWindow, arrSource);
     if (arrBoth != arrWindow)
         Clear<T>(_result, arrWindow);
     const std::ptrdiff_t nSkip = static_cast<std::ptrdiff_t>(arrBoth[0] - arrSource[0]) * 4;
+    const int nPixels = arrBoth[2] - arrBoth[0];
     for (int y = arrBoth[1]; y < arrBoth[3]; ++y)
-        OpenFx_WriteRow(RowOf(vecResult, y) + nSkip, RowOf(m_vecIn, y) + nSkip, _source.At<T>(arrBoth[0], y),
-                        _result.At<T>(arrBoth[0], y), arrBoth[2] - arrBoth[0], bMultiplied);
+    {
+        const T* const pSource = _source.At<T>(arrBoth[0], y);
+        T* const pTo = _result.At<T>(arrBoth[0], y);
+        if (bKeyed)
+            OpenFx_WriteRow(RowOf(m_vecOut, y) + nSkip, RowOf(m_vecIn, y) + nSkip, pSource, pTo, nPixels, bMultiplied);
+        else
+            std::copy_n(pSource, 4 * nPixels, pTo);
+    }
 }
 
 bool COpenFxKeyer::KeyWords(const COpenFxImage& _source, uint32_t _nFormat)

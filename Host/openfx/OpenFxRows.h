@@ -14,7 +14,7 @@ template <class Word, class T> Word OpenFx_ToWord(T _sample)
     else
     {
         constexpr T c_most = std::numeric_limits<Word>::max();
-        const T sample = _sample > 0 ? _sample * c_most + T(0.5) : 0;
+        const T sample = _sample > 0 ? _sample * c_most + T(0.5) : T(0);
         return static_cast<Word>(sample < c_most ? sample : c_most);
     }
 }
@@ -36,31 +36,39 @@ template <class Word> Word OpenFx_Divide(Word _nColor, Word _nAlpha)
 }
 
 /// Reads pixels of the host.
-template <class T, class Word> void OpenFx_ReadRow(const T* _pFrom, Word* _pTo, int _nPixels, bool _bPremultiplied)
+template <class T, class Word> void OpenFx_ReadRow(const T* _pFrom, Word* _pTo, int _nPixels)
 {
-    for (int n = 0; n < _nPixels; ++n, _pFrom += 4, _pTo += 4)
+    for (int n = 0; n < 4 * _nPixels; n += 4)
     {
-        for (const int c : {0, 1, 2, 3})
-            _pTo[c] = OpenFx_ToWord<Word>(_pFrom[c == 3 ? 3 : 2 - c]);
-        for (const int c : {0, 1, 2})
-            if (_bPremultiplied)
-                _pTo[c] = OpenFx_Divide(_pTo[c], _pTo[3]);
+        _pTo[n] = OpenFx_ToWord<Word>(_pFrom[n + 2]);
+        _pTo[n + 1] = OpenFx_ToWord<Word>(_pFrom[n + 1]);
+        _pTo[n + 2] = OpenFx_ToWord<Word>(_pFrom[n]);
+        _pTo[n + 3] = OpenFx_ToWord<Word>(_pFrom[n + 3]);
     }
 }
 
-/// Writes pixels for the host. A sample that the keyer has left as it was stays that of the source, which may have more
-/// digits, or be brighter than white.
+/// Takes the alpha out of colours that were multiplied by it.
+template <class Word> void OpenFx_DivideRow(Word* _pRow, int _nPixels)
+{
+    for (int n = 0; n < 4 * _nPixels; n += 4)
+        for (int c = n; c < n + 3; ++c)
+            _pRow[c] = OpenFx_Divide(_pRow[c], _pRow[n + 3]);
+}
+
+/// Writes pixels for the host. Of float, a sample that the keyer has left as it was read stays that of the source,
+/// which may have more digits, or be brighter than white; not so one that alpha was taken out of.
 template <class T, class Word> void OpenFx_WriteRow(const Word* _pResult, const Word* _pRead, const T* _pSource,
                                                     T* _pTo, int _nPixels, bool _bPremultiplied)
 {
-    for (int n = 0; n < _nPixels; ++n, _pResult += 4, _pRead += 4, _pSource += 4, _pTo += 4)
+    constexpr bool c_bWhole = std::numeric_limits<T>::is_integer;
+    for (int n = 0; n < 4 * _nPixels; n += 4)
     {
-        const bool bKeep = !_bPremultiplied || _pRead[3] == std::numeric_limits<Word>::max();
-        for (const int c : {0, 1, 2, 3})
+        const bool bKeep = !c_bWhole && (!_bPremultiplied || _pRead[n + 3] == std::numeric_limits<Word>::max());
+        for (int c = 0; c < 4; ++c)
         {
-            const int nFrom = c == 3 ? 3 : 2 - c;
+            const int nTo = n + c, nFrom = n + (c == 3 ? 3 : 2 - c);
             const bool bSame = bKeep && _pResult[nFrom] == _pRead[nFrom];
-            _pTo[c] = bSame ? _pSource[c] : OpenFx_FromWord<T>(_pResult[nFrom]);
+            _pTo[nTo] = bSame ? _pSource[nTo] : OpenFx_FromWord<T>(_pResult[nFrom]);
         }
     }
 }

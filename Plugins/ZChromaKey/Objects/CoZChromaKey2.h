@@ -6,6 +6,7 @@
 #include "ZChromaKey/Keys2/KeyState2.h"
 #include "ZChromaKey/Objects/KeyerObject.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -78,6 +79,7 @@ private:
 
     CUnmixFrameEngine& m_engine; ///< the frame path's
     CKeyState2 m_keyState;
-    std::mutex m_mtxDocument; ///< taken before the configuration lock
+    std::atomic<bool> m_bNotFound = false; ///< the backdrop, when KeyAuto last searched
+    std::mutex m_mtxDocument;              ///< taken before the configuration lock
     CConfigDoc m_configDoc{c_pszConfigKeyer2};
 };

@@ -56,12 +56,15 @@ HRESULT CCoZChromaKey2::KeyAuto()
             hr = m_engine.KeyFind(picture, &colour, &strReason);
         const KEY2_COLOR color = {colour.dblRed, colour.dblGreen, colour.dblBlue};
         if (hr == S_OK && KeySet2_HasHue(color))
+        {
+            m_bNotFound = false;
             return m_keyState.KeyFound(color);
+        }
         if (hr == S_OK)
             strReason = ZFormat("R %g G %g B %g is too dark or too grey", color.dblRed, color.dblGreen, color.dblBlue);
-        if (SUCCEEDED(hr))
-            ZLog(eZLog_Warning, "CCoZChromaKey2::KeyAuto: no backdrop was found, the keys stay as they are: %hs\n",
-                 strReason);
+        if (SUCCEEDED(hr)) // hosts search frame by frame until there is one: said aloud once
+            ZLog(m_bNotFound.exchange(true) ? eZLog_Verbose : eZLog_Warning,
+                 "CCoZChromaKey2::KeyAuto: no backdrop was found, the keys stay as they are: %hs\n", strReason);
         return SUCCEEDED(hr) ? S_FALSE : hr;
     });
 }

@@ -21,8 +21,8 @@
 /// Which of both generations a keyer is of, zck_open says. The second unmixes colours and learns the backdrop while
 /// frames come in; the first keys boxes of colours, each frame by itself.
 
-#include <stddef.h>
-#include <stdint.h>
+#include <stddef.h> // NOLINT(modernize-deprecated-headers): C has no other
+#include <stdint.h> // NOLINT(modernize-deprecated-headers)
 
 #if defined(_WIN32)
 #define ZCK_CALL __cdecl

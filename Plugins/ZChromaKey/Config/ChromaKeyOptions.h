@@ -17,6 +17,7 @@ enum eCKOptionType : int
     eCKOptionType_Int,
     eCKOptionType_Depth,   ///< 8 or 16
     eCKOptionType_Borders, ///< left, top, right, bottom; empty = none
+    eCKOptionType_Choice,  ///< one of some names, or its number; the first is the default
 };
 
 /// One option of the plug-in object, as hosts set it and the documentation lists it.
@@ -27,7 +28,7 @@ struct CK_OPTION
     const char* pszDefault; ///< as text; what counts while the option is not set
     double dblLeast;        ///< the range of a number, both ends included; both 0: no range
     double dblMost;
-    const char* pszUnit; ///< "" where there is none
+    const char* pszUnit; ///< "" where there is none; of a choice its names, blanks between
     const char* pszHelp;
 };
 
@@ -52,6 +53,7 @@ struct CK_FRAME_OPTIONS
     bool bGPUFlush;
     bool bOutputARGB;
     uint32_t fccARGB; ///< what bOutputARGB asks for: eZFCC_ARGB32 or eZFCC_ARGB64
+    bool bMultiplyAlpha; ///< the alpha of the input counts as well
     bool bPremultiplied;
     int32_t nThreads;      ///< 1 to 16
     PROP_RECT rectBorders; ///< four border widths in pixels, from 0

@@ -77,7 +77,9 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
         job.cancelSet = ColorCancel_Prepare(m_rawKey, job.eMatrix == eZYM_709);
     }
 
-    job.argb = {_vidProps.fccType == eZFCC_ARGB32 ? pRow0 : nullptr, static_cast<ptrdiff_t>(nStride)};
+    const bool bWords = FCC_Layout(_vidProps.fccType) == eIL_ARGB64;
+    job.pixels = {FCC_HasAlpha(_vidProps.fccType) ? pRow0 : nullptr, static_cast<ptrdiff_t>(nStride), bWords,
+                  m_bMultiply, m_bPremultiply};
     return S_OK;
 }
 

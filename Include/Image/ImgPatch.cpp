@@ -179,7 +179,7 @@ void CImgPatcher::PutShared(const IMG_PATCH& _patch, const SHARERS& _sharers) co
 
 void CImgPatcher::PutLuma(int _nX, int _nY, const COLOUR& _colour) const
 {
-    const int nLuma = Sample(m_pCoef->anY, 16, _colour);
+    const int nLuma = Sample(m_pCoef->anY, m_pCoef->nBlack, _colour);
     uint8_t* const pRow = Row(0, _nY);
     if (m_eLayout == eIL_v210)
         PutSample_v210(pRow, 2 * _nX + 1, nLuma);

@@ -53,7 +53,7 @@ inline IMG_CHROMA Img_Chroma(int _nU, int _nV, const IMG_YUV_COEF& _coef)
 
 inline void Img_PutYUV(uint8_t* _pBGRA, int _nY, const IMG_CHROMA& _chroma, const IMG_YUV_COEF& _coef, uint8_t _nAlpha)
 {
-    const int nLuma = _coef.nY * (_nY - 16);
+    const int nLuma = _coef.nY * (_nY - _coef.nBlack);
     _pBGRA[0] = Img_Clamp8((nLuma + _chroma.nB) >> 13);
     _pBGRA[1] = Img_Clamp8((nLuma + _chroma.nG) >> 13);
     _pBGRA[2] = Img_Clamp8((nLuma + _chroma.nR) >> 13);

@@ -28,12 +28,14 @@ protected:
     IMG_KERNELS m_level;
 };
 
+constexpr auto c_eFull2020 = static_cast<eZYMatrix>(eZYM_Full + eZYM_2020);
+
 // How many conversions Convert knows.
 constexpr int c_nConversions = 5;
 
 void Convert(int _nConversion, const IMG_KERNELS& _kernels, const uint8_t* _pFrom, uint8_t* _pTo, int _nPixels)
 {
-    const eZYMatrix eMatrix = _nConversion % 2 ? eZYM_709 : eZYM_601;
+    const eZYMatrix eMatrix = _nConversion % 2 ? c_eFull2020 : eZYM_601;
     if (_nConversion < 2)
         _kernels.pfnToYUV(_pFrom, _pTo, _nPixels, Img_CoefToYUV(eMatrix));
     else if (_nConversion < 4)
@@ -77,7 +79,8 @@ TEST_P(ImgKernels, ReadRowsLikeThePlainOnes)
         CGuardedPlane chroma1(std::max<size_t>(nChroma, 1), 1, 0, _eGuard, nSeed % 11);
         for (CGuardedPlane* pPlane : {&luma, &chroma0, &chroma1})
             Fill(*pPlane, nSeed++);
-        IMG_ROW row = {luma.Row(0), nullptr, nullptr, _nWidth, _nChroma, &Img_CoefFromYUV(nSeed % 2 ? 0 : 1)};
+        IMG_ROW row = {luma.Row(0), nullptr,  nullptr,
+                       _nWidth,     _nChroma, &Img_CoefFromYUV(static_cast<int32_t>(nSeed % eZYM_Count))};
         if (_nChroma > 0)
         {
             row.pU = chroma0.Row(0);

@@ -18,6 +18,8 @@ enum eRow : size_t
     eRow_TimeOverlay,
     eRow_GPUFlush,
     eRow_GPUMode,
+    eRow_Matrix,
+    eRow_Range,
     eRow_Alpha,
     eRow_Borders,
     eRow_ARGB,
@@ -36,6 +38,14 @@ constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
      "0: key on the CPU; 1: on the GPU, and fail where that fails; other values: on the GPU, and on the CPU where that "
      "fails. Where there is no device, frames go to the CPU, and one is looked for every few seconds; one that is "
      "software is used with 1 only."},
+    {c_szOptionMatrix, eCKOptionType_Choice, "auto", 0, 3, "auto 601 709 2020",
+     "The matrix of pictures in YUV: BT.601, BT.709 or BT.2020; auto: BT.709 above 576 lines or 1024 columns, else "
+     "BT.601. Picking, detection and keying use the same. On the GPU only what auto gives: other frames go to the "
+     "CPU."},
+    {c_szOptionRange, eCKOptionType_Choice, "auto", 0, 2, "auto limited full",
+     "The levels of pictures in YUV: limited (of 255, black is 16 and white 235) or full (0 and 255); auto: limited. "
+     "Used "
+     "like \"input.matrix\"."},
     {c_szOptionAlpha, eCKOptionType_Choice, "replace", 0, 1, "replace multiply",
      "What becomes of the alpha that a frame comes with: the key takes its place, or is multiplied by it, so that what "
      "was transparent before stays so. First generation; the second has the parameter \"alpha\"."},
@@ -169,12 +179,18 @@ CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store)
     options.bGPUFlush = GetBool(_store, eRow_GPUFlush);
     options.bOutputARGB = GetBool(_store, eRow_ARGB);
     options.fccARGB = GetInt(_store, eRow_Depth) == 16 ? eZFCC_ARGB64 : eZFCC_ARGB32;
+    options.yuv = ChromaKeyOptions_YUV(_store);
     options.bMultiplyAlpha = GetChoice(_store, eRow_Alpha) == 1;
     options.bPremultiplied = GetBool(_store, eRow_Premultiplied);
     options.nThreads = GetThreads(_store);
     options.rectBorders = GetBorders(_store);
     options.bTimeOverlay = GetBool(_store, eRow_TimeOverlay);
     return options;
+}
+
+Z_YUV_FORM ChromaKeyOptions_YUV(const CPropStore& _store)
+{
+    return {GetChoice(_store, eRow_Matrix), GetChoice(_store, eRow_Range) == 2};
 }
 
 bool ChromaKeyOptions_OutputThread(const CPropStore& _store)

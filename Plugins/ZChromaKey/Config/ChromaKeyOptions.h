@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZMatrix.h"
 #include "Interfaces/ZOptionNames.h"
 #include "Props/PropText.h"
 
@@ -52,9 +53,10 @@ struct CK_FRAME_OPTIONS
     int32_t nGPUMode;
     bool bGPUFlush;
     bool bOutputARGB;
-    uint32_t fccARGB; ///< what bOutputARGB asks for: eZFCC_ARGB32 or eZFCC_ARGB64
+    uint32_t fccARGB;    ///< what bOutputARGB asks for: eZFCC_ARGB32 or eZFCC_ARGB64
     bool bMultiplyAlpha; ///< the alpha of the input counts as well
     bool bPremultiplied;
+    Z_YUV_FORM yuv;        ///< how pictures in YUV are coded
     int32_t nThreads;      ///< 1 to 16
     PROP_RECT rectBorders; ///< four border widths in pixels, from 0
     bool bTimeOverlay;
@@ -62,6 +64,9 @@ struct CK_FRAME_OPTIONS
 
 /// Reads the options as they are now. A value that cannot be read counts as not set.
 CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store);
+
+/// How pictures in YUV are coded; keys are to be measured with the same.
+Z_YUV_FORM ChromaKeyOptions_YUV(const CPropStore& _store);
 
 /// c_szOptionThread, which is read when a frame comes in.
 bool ChromaKeyOptions_OutputThread(const CPropStore& _store);

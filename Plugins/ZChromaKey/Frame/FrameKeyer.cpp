@@ -229,13 +229,14 @@ HRESULT CFrameKeyer::InputCut(IZFFrame* _pFrame, FRAMES* _pFrames)
     return hr;
 }
 
-/// What is done to alpha on the CPU alone: that of the input multiplied, colours multiplied by it, and the mask written
-/// into other formats than ARGB32.
-bool CFrameKeyer::AlphaWantsCPU(uint32_t _fccType, bool _bTexture) const
+/// What only the CPU does: pictures in YUV that are not coded as their size says, alpha of the input multiplied,
+/// colours multiplied by it, and the mask written into other formats than ARGB32.
+bool CFrameKeyer::WantsCPU(const ZF_VID_PROPS& _vidProps, bool _bTexture) const
 {
-    const bool bAlpha = FCC_HasAlpha(_fccType);
-    const bool bARGB = m_options->bOutputARGB || _bTexture || _fccType == eZFCC_ARGB32;
-    return (m_options->bMultiplyAlpha && bAlpha) || (m_options->bPremultiplied && (bARGB || bAlpha)) ||
+    const bool bAlpha = FCC_HasAlpha(_vidProps.fccType);
+    const bool bARGB = m_options->bOutputARGB || _bTexture || _vidProps.fccType == eZFCC_ARGB32;
+    return Img_MatrixOf(_vidProps, m_options->yuv) != Img_MatrixOf(_vidProps) ||
+           (m_options->bMultiplyAlpha && bAlpha) || (m_options->bPremultiplied && (bARGB || bAlpha)) ||
            (bAlpha && !bARGB);
 }
 
@@ -246,12 +247,12 @@ HRESULT CFrameKeyer::GPUInput(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
     *_pcpInput = CZPtr<IZFFrame>(_pFrame);
     ZF_VID_PTR vidPtr = {};
     const bool bTexture = _pFrame->VideoPtrGet(eZFP_Stored, &vidPtr) != S_OK;
-    if (!m_plan.bReadsSource && AlphaWantsCPU(_vidProps.fccType, bTexture))
+    if (!m_plan.bReadsSource && WantsCPU(_vidProps, bTexture))
     {
         m_log.Say(eZLog_Info, E_NOTIMPL,
-                  "%hs: the alpha of a frame (%hs) is for the CPU, with \"%hs\" and \"%hs\" as "
-                  "they are\n",
-                  m_pszClass, VidProps_Text(&_vidProps), c_szOptionAlpha, c_szOptionPremultiplied);
+                  "%hs: frames (%hs) are for the CPU alone, with \"%hs\", \"%hs\", \"%hs\" and \"%hs\" as they are\n",
+                  m_pszClass, VidProps_Text(&_vidProps), c_szOptionMatrix, c_szOptionRange, c_szOptionAlpha,
+                  c_szOptionPremultiplied);
         return E_NOTIMPL;
     }
     if (bTexture)
@@ -269,8 +270,9 @@ HRESULT CFrameKeyer::RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, EN
 {
     CZPtr<IZFFrame> cpInput; // others hold it as well
     HRESULT hr = GPUInput(_pFrame, _vidProps, _pFrames, &cpInput);
-    const ENGINE_GPU_OPTIONS options = {m_options->bOutputARGB, m_options->bGPUFlush, Img_MatrixOf(_vidProps),
-                                        m_options->nGPUMode == eCKGPU_Only, m_options->nChange};
+    const ENGINE_GPU_OPTIONS options = {m_options->bOutputARGB, m_options->bGPUFlush,
+                                        Img_MatrixOf(_vidProps, m_options->yuv), m_options->nGPUMode == eCKGPU_Only,
+                                        m_options->nChange};
     if (SUCCEEDED(hr))
         hr = m_upEngine->ProcessGPU(cpInput.Get(), _settings, options, _pFrames->cpFrameGPU.Put());
     _pFrames->vecFramesGPU = m_upEngine->FramesTake();
@@ -319,7 +321,7 @@ HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
     if (SUCCEEDED(hr) && m_plan.bKeys)
         hr = OwnMake(&work);
     if (SUCCEEDED(hr) && m_plan.bKeys) // measured as the input is, not as what it was converted into
-        hr = RunEngine(cpFrame2.Get(), Img_MatrixOf(_vidProps), _settings, _pFrames);
+        hr = RunEngine(cpFrame2.Get(), Img_MatrixOf(_vidProps, m_options->yuv), _settings, _pFrames);
     if (FAILED(hr) || !work.bOwnFrame)
         return FAILED(hr) ? hr : S_FALSE;
     *_ppFrameRes = work.cpFrame.Detach();
@@ -333,7 +335,10 @@ HRESULT CFrameKeyer::WorkMake(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps,
     if (!bReadsSource && m_options->bOutputARGB && _vidProps.fccType != m_options->fccARGB)
     {
         _pFrames->work = {&m_log, CZPtr<IZFFrame>(_pFrame)};
-        const HRESULT hr = WorkFrame_Convert(m_options->fccARGB, &_pFrames->work);
+        const eZYMatrix eMatrix = Img_MatrixOf(_vidProps, m_options->yuv);
+        const HRESULT hr = eMatrix == Img_MatrixOf(_vidProps)
+                               ? WorkFrame_Convert(m_options->fccARGB, &_pFrames->work)
+                               : WorkFrame_ConvertWith(eMatrix, &_pFrames->work); // a host converts by size
         return SUCCEEDED(hr) ? WorkFrame_Cut(m_options->rectBorders, &_pFrames->work) : hr;
     }
     const HRESULT hr = InputCut(_pFrame, _pFrames);

@@ -30,6 +30,7 @@ struct UNMIX_SAMPLES
     int nChromaHeight = 0;
     float fltKb = 0; ///< weights of blue and red in luma
     float fltKr = 0;
+    bool bFull = false; ///< full range
 
     bool IsDeep() const
     {

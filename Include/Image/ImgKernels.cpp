@@ -50,6 +50,8 @@ void Init_AVX2(IMG_KERNELS* _pTable)
     _pTable->apfnRead[eIL_YVYU] = ImgRead_YVYU_AVX2;
     _pTable->apfnRead[eIL_Planar] = ImgRead_Planar_AVX2;
     _pTable->apfnRead[eIL_NV12] = ImgRead_NV12_AVX2;
+    _pTable->apfnRead[eIL_RGBA32] = ImgRead_RGBA32_AVX2;
+    _pTable->apfnRead[eIL_P010] = ImgRead_P010_AVX2;
     _pTable->pfnToYUV = ImgRow_ToYUV_AVX2;
     _pTable->pfnFromYUV = ImgRow_FromYUV_AVX2;
     _pTable->pfnToHLS = ImgRow_ToHLS_AVX2;
@@ -65,6 +67,8 @@ void Init_AVX512(IMG_KERNELS* _pTable)
     _pTable->apfnRead[eIL_YVYU] = ImgRead_YVYU_AVX512;
     _pTable->apfnRead[eIL_Planar] = ImgRead_Planar_AVX512;
     _pTable->apfnRead[eIL_NV12] = ImgRead_NV12_AVX512;
+    _pTable->apfnRead[eIL_RGBA32] = ImgRead_RGBA32_AVX512;
+    _pTable->apfnRead[eIL_P010] = ImgRead_P010_AVX512;
     _pTable->pfnToYUV = ImgRow_ToYUV_AVX512;
     _pTable->pfnFromYUV = ImgRow_FromYUV_AVX512;
     _pTable->pfnToHLS = ImgRow_ToHLS_AVX512;
@@ -92,7 +96,8 @@ const IMG_RGB_COEF& Img_CoefToYUV(int32_t _eMatrix)
 void ImgKernels_Init(IMG_KERNELS* _pTable, [[maybe_unused]] eSIMD_Level _eMax)
 {
     *_pTable = {{ImgRead_RGB8, ImgRead_RGB24, ImgRead_RGB32, ImgRead_ARGB32, ImgRead_r210, ImgRead_v210, ImgRead_YUYV,
-                 ImgRead_UYVY, ImgRead_YVYU, ImgRead_Planar, ImgRead_NV12, ImgRead_ARGB64},
+                 ImgRead_UYVY, ImgRead_YVYU, ImgRead_Planar, ImgRead_NV12, ImgRead_ARGB64, ImgRead_RGBA32,
+                 ImgRead_P010},
                 ImgRow_ToYUV,
                 ImgRow_FromYUV,
                 ImgRow_ToHLS};

@@ -37,11 +37,11 @@ const IMG_RGB_COEF& Img_CoefToYUV(int32_t _eMatrix);
 /// One row of a picture as a reading kernel sees it.
 struct IMG_ROW
 {
-    const uint8_t* pPlane0;     ///< packed pixels, or Y
-    const uint8_t* pU;          ///< planar formats: U of this row (eZFCC_NV12: U V pairs); null where there is none
-    const uint8_t* pV;          ///< planar formats: V of this row; null where there is none
-    int32_t nWidth;             ///< pixels to read
-    int32_t nChroma;            ///< planar formats: samples in a chroma row; 0 = chroma is neutral
+    const uint8_t* pPlane0; ///< packed pixels, or Y
+    const uint8_t* pU;      ///< planar formats: U of this row (eIL_NV12, eIL_P010: U V pairs); null where there is none
+    const uint8_t* pV;      ///< planar formats: V of this row; null where there is none
+    int32_t nWidth;         ///< pixels to read
+    int32_t nChroma;        ///< planar formats: samples in a chroma row; 0 = chroma is neutral
     const IMG_YUV_COEF* pCoeff; ///< how YUV becomes RGB
 };
 

@@ -19,7 +19,7 @@ CHROMA_SCALE Scale(float _fltTimes, float _fltZero, float _fltAdd)
 void MakeScales(CHROMA_JOB& _job)
 {
     const UNMIX_SAMPLES& samples = _job.samples;
-    const float fltDeep = samples.eLayout == UNMIX_SAMPLES::ev210 ? .25f : 1.0f;
+    const float fltDeep = samples.IsDeep() ? .25f : 1.0f;
     const float fltShare = samples.nChromaDiv == 2 ? 1 / 16.0f : 1 / 4.0f;
     const float fltUnit = 64 * fltShare;
     const float fltChroma = fltUnit * fltDeep * (samples.bFull ? 2 : 2 * 255 / 224.0f);
@@ -101,6 +101,12 @@ UNMIX_SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _v
     case eZFCC_Y444: // addressed with half-width chroma
     case eZFCC_YV16:
         Planar(1, _vidProps.fccType == eZFCC_YV16);
+        break;
+    case eZFCC_P010:
+    case eZFCC_P210:
+        Planar(_vidProps.fccType == eZFCC_P010 ? 2 : 1, false);
+        samples.eLayout = UNMIX_SAMPLES::eP010;
+        samples.nChromaWidth = std::min(_vidPtr.szVideoPlanes[1].cx / 2, (samples.nWidth + 1) / 2);
         break;
     case eZFCC_NV12:
         Planar(2, false);

@@ -30,10 +30,15 @@ void Output_Premultiply(const UNMIX_RESULT& _result, int _nRow, int _nWidth)
         Img_RowPremultiply(_result.Bytes(_nRow), _nWidth);
 }
 
+void Output_Swap(const UNMIX_RESULT& _result, int _nRow, int _nWidth)
+{
+    Img_SwapRedBlue(_result.Bytes(_nRow), _nWidth, _result.Bytes(_nRow));
+}
+
 bool CUnmixClean::WantsWords(uint32_t _fccType)
 {
     const eImgLayout eLayout = FCC_Layout(_fccType);
-    return eLayout == eIL_v210 || eLayout == eIL_r210;
+    return eLayout == eIL_v210 || eLayout == eIL_r210 || eLayout == eIL_P010;
 }
 
 HRESULT CUnmixClean::Init(const UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_INPUT& _target,

@@ -32,10 +32,11 @@ CHROMA_KEY_RAW CancelKey(int32_t _eType, int32_t _bColorCancel)
 
 TEST_F(FrameKeyer, KeysAndCleansEveryFormatAndLeavesTheInputAlone)
 {
-    const std::pair<uint32_t, bool> arrFormats[] = {
-        {eZFCC_RGB24, true}, {eZFCC_RGB32, true}, {eZFCC_ARGB32, true}, {eZFCC_YUY2, true},
-        {eZFCC_UYVY, true},  {eZFCC_HDYC, true},  {eZFCC_YVYU, true},   {eZFCC_r210, false},
-        {eZFCC_v210, false}, {eZFCC_I420, false}, {eZFCC_NV12, false}};             // its colours are cleaned
+    const std::pair<uint32_t, bool>
+        arrFormats[] = {{eZFCC_RGB24, true}, {eZFCC_RGB32, true}, {eZFCC_ARGB32, true}, {eZFCC_YUY2, true},
+                        {eZFCC_UYVY, true},  {eZFCC_HDYC, true},  {eZFCC_YVYU, true},   {eZFCC_r210, false},
+                        {eZFCC_v210, false}, {eZFCC_I420, false}, {eZFCC_NV12, false},  {eZFCC_RGBA32, true},
+                        {eZFCC_P010, false}, {eZFCC_P210, false}};                  // its colours are cleaned
     const std::pair<int, bool> arrWays[] = {{48, false}, {-48, false}, {48, true}}; // height, "output.argb"
     for (const auto& [fccType, bCleaned] : arrFormats)
         for (const int32_t eType : {eCKT_RGB, eCKT_HLS, eCKT_YUV})
@@ -62,7 +63,7 @@ TEST_F(FrameKeyer, KeysAndCleansEveryFormatAndLeavesTheInputAlone)
                 EXPECT_EQ(log.Count("colour cancel leaves the colours of", eZLog_Info), !bClean && bFirst);
                 EXPECT_EQ(PropsOf(cpOn.Get()).fccType, bARGB ? eZFCC_ARGB32 : fccType);
                 EXPECT_EQ(BytesOf(cpOn.Get()), BytesOf(cpTwice.Get()));
-                EXPECT_EQ(BytesOf(cpOff.Get()) == vecBefore, !bARGB && fccType != eZFCC_ARGB32);
+                EXPECT_EQ(BytesOf(cpOff.Get()) == vecBefore, !bARGB && !FCC_HasAlpha(fccType));
                 Set(L"keying.borders", L"8,4,8,4"); // a part shares the host's pixels
                 EXPECT_EQ(PropsOf(Receive(cpFrame.Get()).Get()).nWidth, 80);
                 EXPECT_EQ(BytesOf(cpFrame.Get()), vecBefore);
@@ -122,7 +123,7 @@ TEST_F(FrameKeyer, MultipliesWithTheAlphaOfTheInputAndColoursByTheResult)
     CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
     key.arrKeys[0].nAlpha = 100; // what is keyed stays half transparent
     KeySet(key);
-    for (const uint32_t fccType : {eZFCC_ARGB32, eZFCC_ARGB64})
+    for (const uint32_t fccType : {eZFCC_ARGB32, eZFCC_ARGB64, eZFCC_RGBA32})
     {
         const auto cpFrame = AlphaFrame(fccType);
         const std::vector<uint8_t> vecBefore = PixelsOf(cpFrame.Get());

@@ -15,6 +15,7 @@ struct UNMIX_SAMPLES
         ev210,
         er210,
         ePlanar,
+        eP010, ///< planes of words with ten bits in the high ones, U and V in turn
     };
     eKind eLayout = eNone;
     const uint8_t* arrRow0[3] = {};
@@ -34,7 +35,7 @@ struct UNMIX_SAMPLES
 
     bool IsDeep() const
     {
-        return eLayout == ev210 || eLayout == er210;
+        return eLayout == ev210 || eLayout == er210 || eLayout == eP010;
     }
 };
 

@@ -41,7 +41,13 @@ room $P/Objects/ClassTable.h # for the registration: no class of Objects
 room $P/Com             $P/Objects/ClassTable.h $I/Props $I/Base
 room $P/Objects         $P/Objects/ClassTable.h $P/Com $P/Frame $P/Frame/FrameEngine.h $P/Engine1 $P/Engine1/Gpu $P/Keys \
                         $P/Engine2 $P/Engine2/UnmixFrameEngine.h $P/Keys2 $P/Config $I/Helpers $I/Video $I/Props $I/Image $I/Base
+room $P/Flat            $P/Objects/ClassTable.h $I/Sdk $I/Video $I/Image $I/Base # over the objects' interfaces
 
+room $H/Shell           $I/Sdk # plug-ins of other programs: by the C interface alone
+room $H/frei0r          $H/Shell $I/Sdk
+room $H/gstreamer       $H/Shell $I/Sdk
+room $H/obs             $H/Shell $I/Sdk
+room $H/openfx          $H/Shell $I/Sdk
 room $H/Kit             $I/Video $I/Base
 room $H/zkhost/Files    $H/Kit $I/Video $I/Image $I/Props $I/Base
 room $T/Sample          $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base

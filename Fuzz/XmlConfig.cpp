@@ -103,7 +103,7 @@ void CheckConfig2(std::string_view _svDocument)
     doc.Take(std::move(upRoot));
     KeyXml2_Save(edit, *doc.OwnBegin());
     std::string strSaved;
-    FUZZ_REQUIRE(doc.Save({}, &strSaved, &strReason));
+    FUZZ_REQUIRE(doc.Save(nullptr, &strSaved, &strReason));
     upRoot = CConfigDoc::Read(strSaved, &strReason, c_pszConfigKeyer2);
     KEY2_EDIT editAgain = {};
     FUZZ_REQUIRE(upRoot && KeyXml2_Load(*CConfigDoc::Find(*upRoot, c_pszConfigKeyer2), &editAgain, &strReason));

@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cstdio>
 #include <mutex>
+#include <utility>
 
 namespace
 {
@@ -205,6 +206,8 @@ namespace
 
 std::atomic<int> g_nLevel{eZLog_Warning};
 
+thread_local CZLogCapture* t_pCapture = nullptr;
+
 struct LOG_SINK
 {
     std::mutex mtxSink;
@@ -229,9 +232,19 @@ void WriteDefault(std::string_view _svText)
 
 } // namespace
 
+CZLogCapture::CZLogCapture()
+    : m_pOuter(std::exchange(t_pCapture, this))
+{
+}
+
+CZLogCapture::~CZLogCapture()
+{
+    t_pCapture = m_pOuter;
+}
+
 bool ZLog_IsOn(eZLogLevel _eLevel)
 {
-    return _eLevel <= g_nLevel.load(std::memory_order_relaxed);
+    return _eLevel <= g_nLevel.load(std::memory_order_relaxed) || (_eLevel <= eZLog_Warning && t_pCapture);
 }
 
 void ZLog_Set(IZLogSink* _pSinkOrNull, eZLogLevel _eLevel)
@@ -252,6 +265,12 @@ void ZLog_Line(eZLogLevel _eLevel, std::string_view _svText) noexcept
             _svText.remove_suffix(1);
         if (_eLevel == eZLog_Error)
             ZErrorInfo_Keep(_svText);
+        if (t_pCapture && _eLevel <= eZLog_Warning)
+            if (std::string& strKept = _eLevel == eZLog_Error ? t_pCapture->m_strError : t_pCapture->m_strWarning;
+                strKept.empty())
+                strKept = _svText;
+        if (_eLevel > g_nLevel.load(std::memory_order_relaxed)) // it was formatted to be kept
+            return;
         CZPtr<IZLogSink> cpSink;
         {
             const std::lock_guard lock(Sink().mtxSink);

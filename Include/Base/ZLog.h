@@ -104,3 +104,27 @@ template <class... Args> void ZLog(eZLogLevel _eLevel, const char* _pszFormat, c
         ZLog_Line(_eLevel, _pszFormat);
     }
 }
+
+/// Keeps what the calling thread logs about an error while this lives, whatever the level of the log: for callers that
+/// are told in words. On the stack; they may lie in each other, and the innermost one keeps.
+class CZLogCapture
+{
+public:
+    CZLogCapture();
+    ~CZLogCapture();
+    CZLogCapture(const CZLogCapture&) = delete;
+    CZLogCapture& operator=(const CZLogCapture&) = delete;
+
+    /// The first error, which is nearest to the cause; where there was none, the first warning, else "".
+    const std::string& Text() const
+    {
+        return m_strError.empty() ? m_strWarning : m_strError;
+    }
+
+private:
+    friend void ZLog_Line(eZLogLevel _eLevel, std::string_view _svText) noexcept;
+
+    std::string m_strError;
+    std::string m_strWarning;
+    CZLogCapture* m_pOuter;
+};

@@ -41,13 +41,17 @@ HRESULT CFrameSampler::Open(IZFFrame* _pFrame, const Z_YUV_FORM& _yuv)
 void CFrameSampler::ReadRow(eCK_Type _eSpace, int _nRow, int _nX1, int _nX2, uint8_t* _pPixels)
 {
     const int nPixels = _nX2 - _nX1;
-    const uint8_t* const pBGRA = Row(_nRow) + ptrdiff_t{4} * _nX1;
+    FrameSampler_ToSpace(_eSpace, Matrix(), Row(_nRow) + ptrdiff_t{4} * _nX1, nPixels, _pPixels);
+}
+
+void FrameSampler_ToSpace(eCK_Type _eSpace, eZYMatrix _eMatrix, const uint8_t* _pBGRA, int _nPixels, uint8_t* _pPixels)
+{
     if (_eSpace == eCKT_HLS)
-        Img_RowToHLS(pBGRA, _pPixels, nPixels);
+        Img_RowToHLS(_pBGRA, _pPixels, _nPixels);
     else if (_eSpace == eCKT_YUV)
-        Img_RowToYUV(pBGRA, _pPixels, nPixels, Matrix());
+        Img_RowToYUV(_pBGRA, _pPixels, _nPixels, _eMatrix);
     else
-        std::memcpy(_pPixels, pBGRA, size_t{4} * static_cast<size_t>(nPixels));
-    for (int n = 0; n < nPixels; ++n)
+        std::memcpy(_pPixels, _pBGRA, size_t{4} * static_cast<size_t>(_nPixels));
+    for (int n = 0; n < _nPixels; ++n)
         _pPixels[4 * n + 3] = 255;
 }

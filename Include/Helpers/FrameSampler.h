@@ -56,3 +56,6 @@ private:
     std::vector<uint8_t> m_vecRow;
     bool m_bAlpha = false;
 };
+
+/// Pixels of bytes B, G, R, A in the space of the keys, as CFrameSampler::ReadRow gives them.
+void FrameSampler_ToSpace(eCK_Type _eSpace, eZYMatrix _eMatrix, const uint8_t* _pBGRA, int _nPixels, uint8_t* _pPixels);

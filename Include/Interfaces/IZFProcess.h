@@ -7,7 +7,7 @@ struct IZFProcess : public IUnknown
 {
     /// Takes a frame (or null, to fetch what is still under way) and hands out a result frame, which the caller
     /// releases. The input is never written to; a reference to the last one is kept for picking keys and for telling
-    /// repeated frames, until the next one or Close.
+    /// repeated frames, until the next one or Close. With "input.keep" off none is kept.
     /// S_FALSE and null: no result for this call. Z_E_TIMEOUT and null: the frame before is still being processed
     /// after 1000 ms, and this one was not taken. E_POINTER: no result pointer. Other failures: the frame whose result
     /// it is could not be processed; the log says why, and names that frame. With "output.thread" on that is the frame

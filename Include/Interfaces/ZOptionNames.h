@@ -5,6 +5,7 @@
 inline constexpr char c_szOptionTimeOverlay[] = "debug.time_overlay";
 inline constexpr char c_szOptionGPUFlush[] = "gpu_flush_context";
 inline constexpr char c_szOptionGPUMode[] = "gpu_mode";
+inline constexpr char c_szOptionKeep[] = "input.keep";
 inline constexpr char c_szOptionMatrix[] = "input.matrix";
 inline constexpr char c_szOptionRange[] = "input.range";
 inline constexpr char c_szOptionAlpha[] = "keying.alpha";

@@ -172,12 +172,15 @@ TEST(LateBinding, ServesAScript)
     const MODULE module;
     ASSERT_TRUE(Regsvr32(module));
     const std::string strOut = RunScript(folder, ZCK_SCRIPT, folder.Path("saved.xml") + " " + strKeys);
+    const std::string strOutJ = RunScript(folder, ZCK_JSCRIPT, strKeys);
     const std::string strEdited = RunScript(folder, ZCK_EXAMPLE, strKeys + " " + folder.Path("edited.xml"));
     EXPECT_TRUE(Regsvr32(module, L"/u"));
     EXPECT_EQ(strOut,
               "threads 4\nfirst debug.time_overlay\nremoved [2]\npower 10\npower 25 least 12.5\nleast 0\nsteps 3\n"
               "document <?xml\ntype 2 keys 1\nother 0\nnull 2\nname ZChromaKey\nadjusts 17 power -100\n"
               "undone 0\nunknown 1B6\nrefused True no adjustment 99\nrefused True\n");
+    EXPECT_EQ(strOutJ, "types 2 2\npower 25 steps 2 undone 2 0\nname ZChromaKey threads 2\n"
+                       "refused there is no adjustment 99\nspill 50 of 14\n");
     const std::string strSaved = folder.Read("saved.xml");
     for (const char* pszPart : {"power=\"25\"", "min_trans=\"12.5\"", "output.thread", "reverse_key=\"1\""})
         EXPECT_NE(strSaved.find(pszPart), std::string::npos) << pszPart << " in\n" << strSaved;

@@ -7,6 +7,7 @@
 #include "Interfaces/IZFProcess.h"
 #include "Interfaces/IZKey.h"
 #include "Interfaces/IZKey2.h"
+#include "Interfaces/IZKeys.h"
 #include "Interfaces/IZPlugin.h"
 #include "Interfaces/IZProps.h"
 #include "Interfaces/IZScript.h"
@@ -207,6 +208,10 @@ TEST(TypeLib, InterfacesHaveTheMethodsOfTheHeaders)
          IID_IZScript,
          {METHOD_OF(IZScript, PluginName), METHOD_OF(IZScript, PluginVersion), METHOD_OF(IZScript, TableRows),
           METHOD_OF(IZScript, TableText), METHOD_OF(IZScript, TableNumber)}},
+        {L"IZKeys",
+         IID_IZKeys,
+         {METHOD_OF(IZKeys, KeyAddColor), METHOD_OF(IZKeys, KeyProtectColor), METHOD_OF(IZKeys, KeysSaveToString),
+          METHOD_OF(IZKeys, KeysLoad)}},
     };
     const CTypeLibReader library(MODULE().Path());
     for (const INTERFACE& row : arrInterfaces)
@@ -267,10 +272,10 @@ TEST(TypeLib, IsNamedAndKnowsTheClasses)
     EXPECT_EQ(attr.wMinorVerNum, 0);
     EXPECT_EQ(attr.syskind, SYS_WIN64);
     EXPECT_EQ(library.Type(L"ZChromaKey").Attr().guid, CLSID_ZChromaKey);
-    EXPECT_EQ(library.Type(L"ZChromaKey").Attr().cImplTypes, 7);
+    EXPECT_EQ(library.Type(L"ZChromaKey").Attr().cImplTypes, 8);
     EXPECT_EQ(library.Type(L"ZKey").Attr().guid, CLSID_ZKey);
     EXPECT_EQ(library.Type(L"ZChromaKey2").Attr().guid, CLSID_ZChromaKey2);
-    EXPECT_EQ(library.Type(L"ZChromaKey2").Attr().cImplTypes, 7);
+    EXPECT_EQ(library.Type(L"ZChromaKey2").Attr().cImplTypes, 8);
     EXPECT_EQ(library.Type(L"ZKey2").Attr().guid, CLSID_ZKey2);
     for (const wchar_t* pwszDual : {L"IZChromaKey", L"IZKey", L"IZChromaKey2", L"IZKey2"})
     {

@@ -2,6 +2,7 @@
 
 #include "Base/ZPtr.h"
 #include "Interfaces/IZFPersist.h"
+#include "Interfaces/IZKeys.h"
 #include "Interfaces/IZPlugin.h"
 #include "Interfaces/IZProps.h"
 #include "Interfaces/IZScript.h"
@@ -111,7 +112,8 @@ void CLateBinderTypeLib::InterfacesLoad()
         ZLog(eZLog_Warning, "The type library of the module cannot be loaded (%08X): no late binding\n", hr);
         return;
     }
-    for (const IID& iid : {m_iidFirst, IID_IZProps, IID_IZFPersist, IID_IZPlugin, IID_IZSteps, IID_IZScript})
+    for (const IID& iid :
+         {m_iidFirst, IID_IZProps, IID_IZFPersist, IID_IZPlugin, IID_IZSteps, IID_IZScript, IID_IZKeys})
     {
         BOUND_INTERFACE bound = {iid, {}};
         CZPtr<IUnknown> cpPart;

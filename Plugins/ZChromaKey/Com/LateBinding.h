@@ -13,8 +13,8 @@ class CLateBinder
 {
 public:
     virtual ~CLateBinder() = default;
-    /// IDispatch. Besides the object's first interface, the names of IZProps, IZFPersist, IZPlugin, IZSteps and
-    /// IZScript are known where the object has these. A script's null is an argument that is left out.
+    /// IDispatch. Besides the object's first interface, the names of IZProps, IZFPersist, IZPlugin, IZSteps,
+    /// IZScript and IZKeys are known where the object has these. A script's null is an argument that is left out.
     virtual HRESULT TypeInfoCount(UINT* _pnInfos) = 0;
     virtual HRESULT TypeInfo(UINT _nInfo, LCID _lcid, ITypeInfo** _ppInfo) = 0;
     virtual HRESULT IDsOfNames(REFIID _iid, LPOLESTR* _pwszNames, UINT _nNames, LCID _lcid, DISPID* _pIDs) = 0;

@@ -18,6 +18,7 @@ enum eRow : size_t
     eRow_TimeOverlay,
     eRow_GPUFlush,
     eRow_GPUMode,
+    eRow_Keep,
     eRow_Matrix,
     eRow_Range,
     eRow_Alpha,
@@ -38,6 +39,10 @@ constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
      "0: key on the CPU; 1: on the GPU, and fail where that fails; other values: on the GPU, and on the CPU where that "
      "fails. Where there is no device, frames go to the CPU, and one is looked for every few seconds; one that is "
      "software is used with 1 only."},
+    {c_szOptionKeep, eCKOptionType_Bool, "true", 0, 0, "",
+     "Keep the last frame that came in, to pick colours from and to recognise it when it comes again. Switched off, "
+     "with \"output.thread\" off as well, no frame is held once its result is handed out: the host may use its memory "
+     "again. Colours are picked from frames that are set for it then, and each frame counts as another one."},
     {c_szOptionMatrix, eCKOptionType_Choice, "auto", 0, 3, "auto 601 709 2020",
      "The matrix of pictures in YUV: BT.601, BT.709 or BT.2020; auto: BT.709 above 576 lines or 1024 columns, else "
      "BT.601. Picking, detection and keying use the same. On the GPU only what auto gives: other frames go to the "
@@ -177,6 +182,7 @@ CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store)
     options.nChange = _store.ChangeCount(); // before the values: a change in between is read again
     options.nGPUMode = GetInt(_store, eRow_GPUMode);
     options.bGPUFlush = GetBool(_store, eRow_GPUFlush);
+    options.bKeepInput = GetBool(_store, eRow_Keep);
     options.bOutputARGB = GetBool(_store, eRow_ARGB);
     options.fccARGB = GetInt(_store, eRow_Depth) == 16 ? eZFCC_ARGB64 : eZFCC_ARGB32;
     options.yuv = ChromaKeyOptions_YUV(_store);
@@ -196,4 +202,9 @@ Z_YUV_FORM ChromaKeyOptions_YUV(const CPropStore& _store)
 bool ChromaKeyOptions_OutputThread(const CPropStore& _store)
 {
     return GetBool(_store, eRow_Thread);
+}
+
+bool ChromaKeyOptions_KeepInput(const CPropStore& _store)
+{
+    return GetBool(_store, eRow_Keep);
 }

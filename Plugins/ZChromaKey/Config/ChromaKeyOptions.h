@@ -52,6 +52,7 @@ struct CK_FRAME_OPTIONS
     uint64_t nChange; ///< the store's change count these values belong to
     int32_t nGPUMode;
     bool bGPUFlush;
+    bool bKeepInput; ///< frames are compared with the one before
     bool bOutputARGB;
     uint32_t fccARGB;    ///< what bOutputARGB asks for: eZFCC_ARGB32 or eZFCC_ARGB64
     bool bMultiplyAlpha; ///< the alpha of the input counts as well
@@ -70,3 +71,6 @@ Z_YUV_FORM ChromaKeyOptions_YUV(const CPropStore& _store);
 
 /// c_szOptionThread, which is read when a frame comes in.
 bool ChromaKeyOptions_OutputThread(const CPropStore& _store);
+
+/// c_szOptionKeep, likewise.
+bool ChromaKeyOptions_KeepInput(const CPropStore& _store);

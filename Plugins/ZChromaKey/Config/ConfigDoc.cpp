@@ -112,8 +112,9 @@ CXmlNode* CConfigDoc::OwnBegin()
     return pOwn;
 }
 
-bool CConfigDoc::Save(const PROP_MAP& _mapOptions, std::string* _pstrDocument, std::string* _pstrReason)
+bool CConfigDoc::Save(const PROP_MAP* _pmapOptionsOrNull, std::string* _pstrDocument, std::string* _pstrReason)
 {
-    WriteOptions(_mapOptions, OwnFind());
+    if (_pmapOptionsOrNull)
+        WriteOptions(*_pmapOptionsOrNull, OwnFind());
     return XmlWriter_Write(*m_upRoot, _pstrDocument, _pstrReason);
 }

@@ -50,8 +50,9 @@ public:
     /// The element that is saved, for the object to put its content into. Its options have been taken out, so that Save
     /// writes them after that content. Borrowed until Take.
     CXmlNode* OwnBegin();
-    /// Writes the document with these options. False and a reason when the content cannot be written as XML.
-    bool Save(const PROP_MAP& _mapOptions, std::string* _pstrDocument, std::string* _pstrReason);
+    /// Writes the document with these options; null: without any. False and a reason when the content cannot be written
+    /// as XML.
+    bool Save(const PROP_MAP* _pmapOptionsOrNull, std::string* _pstrDocument, std::string* _pstrReason);
 
 private:
     CXmlNode* OwnFind();

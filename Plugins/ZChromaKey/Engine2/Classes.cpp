@@ -143,8 +143,11 @@ void PutClasses(FIELD_STATE& _field, const CLASS_CHUNK& _chunk, uint64_t _nOwned
     Put(_field.bitsBackdrop, _chunk.nBackdrop);
     Put(_field.bitsSolid, _chunk.nSolid);
     int16_t* const pRho = &_field.cells.vecRho[_field.cells.At(_nX, _nY)];
-    for (int n = 0; n < _chunk.cells.nCells; ++n)
-        pRho[n] = _nOwned >> n & 1 ? _chunk.pRho[n] : pRho[n];
+    if (_nOwned == ~uint64_t{0})
+        std::copy_n(_chunk.pRho, _chunk.cells.nCells, pRho);
+    else
+        for (int n = 0; n < _chunk.cells.nCells; ++n)
+            pRho[n] = _nOwned >> n & 1 ? _chunk.pRho[n] : pRho[n];
 }
 
 void ClassifyChunk(CLASS_PASS& _pass, int _nX, int _nY)

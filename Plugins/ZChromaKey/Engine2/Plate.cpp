@@ -45,7 +45,7 @@ template <class T> void ForEachChunk(UNMIX_STATE& _state, int _nRow, const T& _b
     const size_t nRow = AtRow(_state, _nRow);
     for (int x = 0; x < _state.nPlateWidth; x += c_nChunkPlates)
         _body(x, PLATE_CHUNK{&_state.vecSeen[nRow + x].b, &_state.vecPlate[nRow + x].b,
-                             std::min(c_nChunkPlates, _state.nPlateWidth - x)});
+                             &_state.vecReference[nRow + x].b, std::min(c_nChunkPlates, _state.nPlateWidth - x)});
 }
 
 // How far off what is seen is of another scene.
@@ -73,14 +73,23 @@ void Plate_SeenPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst,
             }
             _state.pKernels->pfnCompare(chunk);
             const float* const s = chunk.arrSeen;
-            const float* const p = chunk.arrPlate;
+            const float* const p = chunk.arrReference;
             sums.seen = sums.seen + VEC4{s[0], s[1], s[2], s[3]};
-            sums.plate = sums.plate + VEC4{p[0], p[1], p[2], 0};
+            sums.reference = sums.reference + VEC4{p[0], p[1], p[2], 0};
             sums.fltOff += p[3];
         });
         _state.vecSums[static_cast<size_t>(y)] = sums;
     }
 }
+
+namespace
+{
+// A channel that the backdrop hardly has tells nothing.
+float Exposure(float _fltSeen, float _fltReference)
+{
+    return _fltReference > 1 ? std::clamp(_fltSeen / _fltReference, .125f, 8.0f) : 1;
+}
+} // namespace
 
 PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state)
 {
@@ -88,7 +97,7 @@ PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state)
     for (const ROW_SUMS& sums : _state.vecSums)
     {
         all.seen = all.seen + sums.seen;
-        all.plate = all.plate + sums.plate;
+        all.reference = all.reference + sums.reference;
         all.fltOff += sums.fltOff;
     }
     PLATE_CHANGE change;
@@ -97,12 +106,12 @@ PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state)
     if (!change.bEnough)
         return change;
     change.bCut = all.fltOff * 3 > all.seen.w;
-    change.gain = {all.plate.b > 1 ? all.seen.b / all.plate.b : 1, all.plate.g > 1 ? all.seen.g / all.plate.g : 1,
-                   all.plate.r > 1 ? all.seen.r / all.plate.r : 1, 1};
+    change.gain = {Exposure(all.seen.b, all.reference.b), Exposure(all.seen.g, all.reference.g),
+                   Exposure(all.seen.r, all.reference.r), 1};
     return change;
 }
 
-void Plate_LampPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, int _nFirst, int _nRows)
+void Plate_LampPass(UNMIX_STATE& _state, int _nFirst, int _nRows)
 {
     UNMIX_PYRAMID::LEVEL& blocks = _state.lamps.arrLevels[0];
     for (int nBlock = _nFirst; nBlock < _nFirst + _nRows; ++nBlock)
@@ -113,10 +122,10 @@ void Plate_LampPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, int _nFirs
             for (int x = 0; x < _state.nPlateWidth; ++x)
             {
                 const VEC4 seen = _state.vecSeen[AtRow(_state, y) + x];
-                const VEC4 plate = _state.vecPlate[AtRow(_state, y) + x];
-                if (seen.w == 0 || plate.w == 0)
+                const VEC4 reference = _state.vecReference[AtRow(_state, y) + x];
+                if (seen.w == 0 || reference.w == 0)
                     continue;
-                const VEC4 off = (seen - Scaled(plate, _change.gain)) * seen.w;
+                const VEC4 off = (seen - Scaled(reference, _state.gain)) * seen.w;
                 pBlocks[x / c_nLampBlock] = pBlocks[x / c_nLampBlock] + VEC4{off.b, off.g, off.r, seen.w};
             }
         for (int n = 0; n < blocks.nWidth; ++n)
@@ -170,18 +179,21 @@ void TakeLamps(const UNMIX_PYRAMID::LEVEL& _blocks, int _nX, int _nCells, int _n
 }
 } // namespace
 
-void Plate_LearnPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, int _nFirst, int _nRows)
+void Plate_LearnPass(UNMIX_STATE& _state, int _nFirst, int _nRows)
 {
-    const VEC4& gain = _change.gain;
+    const VEC4& gain = _state.gain;
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
         int nGrown = 0;
         ForEachChunk(_state, y, [&](int _nX, const PLATE_CHUNK& _plates) {
             VEC4 arrLamps[c_nChunkPlates];
-            if (_change.bEnough)
-                TakeLamps(_state.lamps.arrLevels[0], _nX, _plates.nPlates, y, arrLamps);
-            LEARN_CHUNK chunk = {
-                _plates, {gain.b, gain.g, gain.r, 1}, _change.bEnough ? &arrLamps[0].b : nullptr, c_fltMostSeen, 0};
+            TakeLamps(_state.lamps.arrLevels[0], _nX, _plates.nPlates, y, arrLamps);
+            LEARN_CHUNK chunk = {_plates,
+                                 {gain.b, gain.g, gain.r, 1},
+                                 {1 / gain.b, 1 / gain.g, 1 / gain.r, 1},
+                                 &arrLamps[0].b,
+                                 c_fltMostSeen,
+                                 0};
             _state.pKernels->pfnLearn(chunk);
             nGrown += chunk.nGrown;
         });
@@ -287,6 +299,23 @@ void TakeKeyColour(UNMIX_STATE& _state)
     const float* const p = _state.arrKeys[0].key.arrBGR;
     std::fill(_state.vecPlate.begin(), _state.vecPlate.end(), VEC4{p[0], p[1], p[2], 0});
 }
+
+// The reference of what was filled in: the plate there, were it in the light of the first picture.
+void ReferToFilled(UNMIX_STATE& _state)
+{
+    const VEC4 inverse = {1 / _state.gain.b, 1 / _state.gain.g, 1 / _state.gain.r, 1};
+    for (int y = 0; y < _state.nPlateHeight; ++y)
+        ForEachChunk(_state, y, [&](int _nX, const PLATE_CHUNK& _plates) {
+            VEC4 arrLamps[c_nChunkPlates];
+            TakeLamps(_state.lamps.arrLevels[0], _nX, _plates.nPlates, y, arrLamps);
+            for (int n = 0; n < _plates.nPlates; ++n)
+            {
+                const size_t nAt = AtRow(_state, y) + _nX + n;
+                if (_state.vecPlate[nAt].w == 0)
+                    _state.vecReference[nAt] = Scaled(_state.vecPlate[nAt] - arrLamps[n], inverse);
+            }
+        });
+}
 } // namespace
 
 void Plate_Fill(UNMIX_STATE& _state, const FIELD_STATE& _field)
@@ -299,10 +328,14 @@ void Plate_Fill(UNMIX_STATE& _state, const FIELD_STATE& _field)
         return;
     _state.nUnfilled = 0;
     if (!_state.bPlateSet && nGrown == 0)
-        return TakeKeyColour(_state);
-    _state.bPlateSet = true;
-    FillFromSeen(_state);
-    FillThroughNets(_state, _field);
+        TakeKeyColour(_state);
+    else
+    {
+        _state.bPlateSet = true;
+        FillFromSeen(_state);
+        FillThroughNets(_state, _field);
+    }
+    ReferToFilled(_state);
 }
 
 namespace
@@ -392,7 +425,17 @@ void Plate_GivenFinish(UNMIX_STATE& _state)
         FillFromSeen(_state);
     else
         TakeKeyColour(_state);
+    _state.vecReference = _state.vecPlate;
     Plate_OwnerPass(_state, 0, _state.nPlateHeight);
+}
+
+void Plate_Forget(UNMIX_STATE& _state)
+{
+    std::fill(_state.vecPlate.begin(), _state.vecPlate.end(), VEC4{});
+    std::fill(_state.vecReference.begin(), _state.vecReference.end(), VEC4{});
+    _state.gain = {1, 1, 1, 1};
+    std::vector<VEC4>& vecLamps = _state.lamps.arrLevels[0].vec;
+    std::fill(vecLamps.begin(), vecLamps.end(), VEC4{});
 }
 
 void Plate_OwnerPass(UNMIX_STATE& _state, int _nFirst, int _nRows)

@@ -6,6 +6,10 @@
 ///
 /// A place that is seen as sure backdrop takes part in a running mean over eight frames; one that is covered keeps what
 /// was seen there, corrected by what the lamps have done since; one that was never seen is filled in from around.
+///
+/// What the lamps have done is measured against the reference, the plate in the light of the first picture, anew for
+/// each picture. It must not be summed up from picture to picture: what is seen beside a soft edge is a little off, and
+/// behind a body that stays for hours the sum of that would grow without end.
 
 /// Rows of the plate, out of the plate that is given: means of its pixels, and in bitsPlate what looks like a key
 /// there.
@@ -19,27 +23,31 @@ void Plate_GivenFinish(UNMIX_STATE& _state);
 void Plate_Mean(const UNMIX_KERNELS& _kernels, const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow,
                 float _fltMost, VEC4* _pOut);
 
-/// Rows of the plate: what is seen in the present picture (vecSeen) and how it compares to the plate (vecSums).
+/// Rows of the plate: what is seen in the present picture (vecSeen), how it compares to the reference, and how much of
+/// it is far from the plate (vecSums).
 void Plate_SeenPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows);
 
 /// What the whole picture says about the plate.
 struct PLATE_CHANGE
 {
     int nSeen = 0;         ///< plate cells that are sure now and were before
-    bool bEnough = false;  ///< to tell anything from; else the rest is as if nothing had changed
+    bool bEnough = false;  ///< to tell anything from; else the light is as before
     bool bCut = false;     ///< more than a third of them are off by 0.3 of the key's X: another scene
-    VEC4 gain{1, 1, 1, 1}; ///< exposure: ratio of the sums; means nothing after a cut
+    VEC4 gain{1, 1, 1, 1}; ///< exposure since the first picture: ratio of the sums; means nothing after a cut
 };
 PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state);
 
-/// Lamps that beat in bands, and shade that drifts: the smooth part of what the present picture differs by, means over
-/// blocks of 32x32 pixels, filled in where nothing is seen. Left in lamps, level 0. First its rows of blocks, then the
-/// whole.
-void Plate_LampPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, int _nFirst, int _nRows);
+/// Lamps that beat in bands, and shade that drifts: the smooth part of what the present picture differs by from the
+/// reference times the gain, means over blocks of 32x32 pixels, filled in where nothing is seen. Left in lamps, level
+/// 0. First its rows of blocks, then the whole.
+void Plate_LampPass(UNMIX_STATE& _state, int _nFirst, int _nRows);
 void Plate_LampFinish(UNMIX_STATE& _state);
 
-/// Rows of the plate: brought to the light of the present picture, then learns what is seen.
-void Plate_LearnPass(UNMIX_STATE& _state, const PLATE_CHANGE& _change, int _nFirst, int _nRows);
+/// Rows of the plate: the reference in the light of the present picture; both learn what is seen.
+void Plate_LearnPass(UNMIX_STATE& _state, int _nFirst, int _nRows);
+
+/// The light of the first picture, and nothing known yet.
+void Plate_Forget(UNMIX_STATE& _state);
 
 /// Fills in what was never seen, if enough has been seen since it was last done; a picture without any backdrop gets
 /// the key's colour.

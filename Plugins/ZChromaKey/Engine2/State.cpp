@@ -51,6 +51,7 @@ void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFie
     state.nPlateHeight = (nCellRows + 1) / 2;
     const size_t nPlate = static_cast<size_t>(state.nPlateWidth) * state.nPlateHeight;
     state.vecPlate.assign(nPlate, {});
+    state.vecReference.assign(nPlate, {});
     state.vecOwner.assign(nPlate, 0);
     state.vecSeen.assign(nPlate, {});
     state.vecShade.assign(nPlate, 0);
@@ -69,8 +70,10 @@ bool UnmixState_Same(const UNMIX_STATE& _a, const UNMIX_STATE& _b)
 {
     return _a.nWidth == _b.nWidth && _a.nHeight == _b.nHeight && _a.nFields == _b.nFields && _a.nKeys == _b.nKeys &&
            std::equal(_a.arrKeys, _a.arrKeys + _a.nKeys, _b.arrKeys) && _a.vecPlate == _b.vecPlate &&
-           _a.vecOwner == _b.vecOwner && _a.fltNoise == _b.fltNoise && _a.bNoiseKnown == _b.bNoiseKnown &&
-           _a.kind == _b.kind && _a.nFrames == _b.nFrames && _a.nCuts == _b.nCuts && _a.nUnfilled == _b.nUnfilled &&
+           _a.vecReference == _b.vecReference && _a.gain == _b.gain &&
+           _a.lamps.arrLevels[0].vec == _b.lamps.arrLevels[0].vec && _a.vecOwner == _b.vecOwner &&
+           _a.fltNoise == _b.fltNoise && _a.bNoiseKnown == _b.bNoiseKnown && _a.kind == _b.kind &&
+           _a.nFrames == _b.nFrames && _a.nCuts == _b.nCuts && _a.nUnfilled == _b.nUnfilled &&
            _a.arrFields[0] == _b.arrFields[0] && _a.arrFields[1] == _b.arrFields[1];
 }
 
@@ -88,6 +91,9 @@ std::vector<float> UnmixState_Floats(const UNMIX_STATE& _state)
         vec.insert(vec.end(), {key.fltX, key.fltSlope, key.fltSaturation, key.fltValue, key.fltWedge, key.fltCloth});
     }
     Add(_state.vecPlate);
+    Add(_state.vecReference);
+    Add({_state.gain});
+    Add(_state.lamps.arrLevels[0].vec);
     for (const FIELD_STATE& field : _state.arrFields)
         Add(field.fore.arrLevels[0].vec);
     vec.insert(vec.end(), _state.vecShade.begin(), _state.vecShade.end());

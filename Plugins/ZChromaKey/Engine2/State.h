@@ -112,7 +112,7 @@ struct FIELD_STATE
 struct ROW_SUMS
 {
     VEC4 seen;        ///< colours of sure cells of the present frame
-    VEC4 plate;       ///< and of the plate at these places
+    VEC4 reference;   ///< and of the reference at these places
     float fltOff = 0; ///< cells that are far from the plate
     int nGrown = 0;   ///< cells that were seen for the first time
 };
@@ -143,6 +143,9 @@ struct UNMIX_STATE
     int nPlateWidth = 0;
     int nPlateHeight = 0;
     std::vector<VEC4> vecPlate;         ///< backdrop colour, and how often it was seen, at most 8
+    std::vector<VEC4> vecReference;     ///< the same in the light of the first picture
+    VEC4 gain{1, 1, 1, 1};              ///< the light of the last picture: the plate is gain * reference + lamps,
+    UNMIX_PYRAMID lamps;                ///< which are in level 0
     std::vector<uint8_t> vecOwner;      ///< the key that a plate cell belongs to
     float fltNoise = c_fltNoiseUnknown; ///< of the difference, in levels
     bool bNoiseKnown = false;           ///< measured, not assumed
@@ -158,7 +161,6 @@ struct UNMIX_STATE
     std::vector<VEC4> vecSeen; ///< means of sure cells on the plate grid; w: how many of four
     std::vector<ROW_SUMS> vecSums;
     UNMIX_PYRAMID fill;
-    UNMIX_PYRAMID lamps;
     CBitRows bitsScratch;
     CBitRows bitsDeep;  ///< cells far inside the range of a key
     CBitRows bitsPlate; ///< plate cells that were never seen and have no seen one near

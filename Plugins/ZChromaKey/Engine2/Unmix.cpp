@@ -179,11 +179,12 @@ void LearnPlate(const RUN& _run)
     }
     if (change.bEnough)
     {
+        state.gain = change.gain;
         _run.Rows(state.lamps.arrLevels[0].nHeight,
-                  [&](int _nFirst, int _nRows) { Plate_LampPass(state, change, _nFirst, _nRows); });
+                  [&](int _nFirst, int _nRows) { Plate_LampPass(state, _nFirst, _nRows); });
         Plate_LampFinish(state);
     }
-    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_LearnPass(state, change, _nFirst, _nRows); });
+    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_LearnPass(state, _nFirst, _nRows); });
     Plate_Fill(state, _run.field);
     _run.PlateRows([&](int _nFirst, int _nRows) { Plate_OwnerPass(state, _nFirst, _nRows); });
 }
@@ -439,7 +440,7 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
 
 void Unmix_Restart(UNMIX_STATE& _state)
 {
-    std::fill(_state.vecPlate.begin(), _state.vecPlate.end(), VEC4{});
+    Plate_Forget(_state);
     _state.bPlateSet = false;
     _state.fltNoise = c_fltNoiseUnknown;
     _state.bNoiseKnown = false;

@@ -123,7 +123,7 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
         m_log.Say(eZLog_Error, hr, "%hs::OnMediaReceive: the frame has no video properties, hr=%08X\n", m_pszClass, hr);
         return hr;
     }
-    const bool bCompared = m_plan.bCompares && VidProps_IsSet(&vidProps, true);
+    const bool bCompared = m_plan.bCompares && m_options->bKeepInput && VidProps_IsSet(&vidProps, true);
     if (bCompared)
         hr = ZFrameComparer_Check(&m_comparer, _pFrame, _ppFrameRes, _settings, &m_vecSettingsLast, pFrameLast);
     else

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -99,10 +100,10 @@ bool IsAlike(const CALC_KEY& _key, const CALC_KEY& _keyOld)
     return true;
 }
 
-/// The middle of a rectangle.
-TINT TintOf(CFrameSampler* _pSampler, const RECT_PIXELS& _rect)
+/// The screen of the colour in the middle of a rectangle.
+KEY_SCREEN ScreenOf(CFrameSampler* _pSampler, eCK_Type _eSpace, const RECT_PIXELS& _rect)
 {
-    return Tint_Of(Sample(_pSampler, eCKT_YUV, _rect, 1, 1)[0]);
+    return KeyFinder_ScreenOf(_pSampler, _eSpace, Tint_Of(Sample(_pSampler, eCKT_YUV, _rect, 1, 1)[0]));
 }
 
 } // namespace
@@ -180,10 +181,8 @@ void CKeyBuilder::Append(const CALC_KEY& _key, int32_t _nSmoothRange)
 
 /// Takes the samples whatever they look like, because a person has pointed at them. An exclusion key is the sample
 /// itself; a backdrop is lit unevenly, and the frame shows how.
-void CKeyBuilder::Offer(CFrameSampler* _pSampler, const std::vector<CALC_KEY>& _vecSamples, const TINT& _tint,
-                        bool _bExclude)
+void CKeyBuilder::Offer(const std::vector<CALC_KEY>& _vecSamples, const KEY_SCREEN& _screen, bool _bExclude)
 {
-    const KEY_SCREEN screen = _bExclude ? KEY_SCREEN() : KeyFinder_ScreenOf(_pSampler, m_eSpace, _tint);
     for (const CALC_KEY& sample : _vecSamples)
     {
         if (_bExclude)
@@ -191,7 +190,7 @@ void CKeyBuilder::Offer(CFrameSampler* _pSampler, const std::vector<CALC_KEY>& _
             Calc(true).AddKey(sample, 0, m_eSpace == eCKT_HLS);
             continue;
         }
-        const FOUND_KEYS found = KeyFinder_KeysOf(sample, m_eSpace, screen);
+        const FOUND_KEYS found = KeyFinder_KeysOf(sample, m_eSpace, _screen);
         for (size_t i = 0; i < found.vecKeys.size(); ++i)
             Append(found.vecKeys[i], found.vecSmooth[i]);
     }
@@ -242,7 +241,7 @@ HRESULT CKeyBuilder::AddPoint(CFrameSampler* _pSampler, int32_t _nX, int32_t _nY
     const eCK_Type eSpace = SampleSpace();
     const CALC_KEY key = Sample(_pSampler, eSpace, rect, 1, 1)[0].Box(eSpace);
     SpaceSet(eSpace);
-    Offer(_pSampler, {key}, TintOf(_pSampler, rect), _bExclude);
+    Offer({key}, _bExclude ? KEY_SCREEN() : ScreenOf(_pSampler, eSpace, rect), _bExclude);
     return S_OK;
 }
 
@@ -264,8 +263,23 @@ HRESULT CKeyBuilder::AddRect(CFrameSampler* _pSampler, int32_t _nX1, int32_t _nY
     const eCK_Type eSpace = SampleSpace();
     const std::vector<CALC_KEY> vecKeys = SampleParts(_pSampler, eSpace, rect);
     SpaceSet(eSpace);
-    Offer(_pSampler, vecKeys, TintOf(_pSampler, rect), _bExclude);
+    Offer(vecKeys, _bExclude ? KEY_SCREEN() : ScreenOf(_pSampler, eSpace, rect), _bExclude);
     return S_OK;
+}
+
+HRESULT CKeyBuilder::AddColor(uint32_t _nRGB, eZYMatrix _eMatrix, bool _bExclude)
+{
+    const eCK_Type eSpace = SampleSpace();
+    const uint8_t arrBGRA[4] = {static_cast<uint8_t>(_nRGB), static_cast<uint8_t>(_nRGB >> 8),
+                                static_cast<uint8_t>(_nRGB >> 16), 255};
+    uint8_t arrPixel[4] = {};
+    FrameSampler_ToSpace(eSpace, _eMatrix, arrBGRA, 1, arrPixel);
+    CKeyStats stats;
+    stats.Add(arrPixel, 1);
+    const CHROMA_KEY_RAW rawBefore = RawGet();
+    SpaceSet(eSpace);
+    Offer({stats.Box(eSpace)}, KEY_SCREEN(), _bExclude);
+    return std::memcmp(&rawBefore, &RawGet(), sizeof(rawBefore)) == 0 ? S_FALSE : S_OK; // nothing but whole numbers
 }
 
 HRESULT CKeyBuilder::Detect(CFrameSampler* _pSampler, const CKUtils::CK_DETECT_OPTIONS& _options,

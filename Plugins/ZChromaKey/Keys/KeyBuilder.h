@@ -41,6 +41,9 @@ public:
     /// Samples a rectangle, its corners in any order, clipped to the frame. A large one is cut into up to 4 x 4 parts,
     /// each of which is offered as a key unless it is unlike the whole. E_INVALIDARG: nothing is left of it.
     HRESULT AddRect(CFrameSampler* _pSampler, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2, bool _bExclude);
+    /// Takes a colour, 0xRRGGBB, as a sample without a picture. S_FALSE: the keys stay as they are, for it is among
+    /// them as such a sample already.
+    HRESULT AddColor(uint32_t _nRGB, eZYMatrix _eMatrix, bool _bExclude);
     /// Replaces the ordinary keys by those of the backdrop; S_FALSE when there is none. Type Auto takes the first of
     /// YUV, HLS and RGB in which one is found; with exclusion keys, theirs. A type among the options is set as by
     /// TypeSet. _pBlocks: null, or the examined blocks. KeyFinder.h says what the keys are like; "max_keys" limits
@@ -76,8 +79,7 @@ private:
     eCK_Type SampleSpace() const;
     void SpaceSet(eCK_Type _eSpace);
     void Append(const CKUtils::CALC_KEY& _key, int32_t _nSmoothRange);
-    void Offer(CFrameSampler* _pSampler, const std::vector<CKUtils::CALC_KEY>& _vecSamples, const TINT& _tint,
-               bool _bExclude);
+    void Offer(const std::vector<CKUtils::CALC_KEY>& _vecSamples, const KEY_SCREEN& _screen, bool _bExclude);
     void FitIntoSet();
     bool IsSmoothDerived(const SINGLE_KEY& _extras) const;
     void ForgetExtras();

@@ -27,5 +27,5 @@ bool KeyDoc_Save(const KEY_DOC& _content, CConfigDoc* _pDoc, std::string* _pstrD
     pOwn->AttrRemove(c_pszTakenType);
     if (_content.eTakenType != _content.key.eType)
         pOwn->AttrSetInt(c_pszTakenType, _content.eTakenType);
-    return _pDoc->Save(_content.mapOptions, _pstrDocument, _pstrReason);
+    return _pDoc->Save(_content.bOptions ? &_content.mapOptions : nullptr, _pstrDocument, _pstrReason);
 }

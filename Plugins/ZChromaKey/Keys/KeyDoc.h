@@ -12,6 +12,7 @@ struct KEY_DOC
     int32_t eTakenType = eCKT_Auto; ///< space of the keys while keying is off
     CK_ADJUST adjust;               ///< what the document does not name stays as the caller put it in
     PROP_MAP mapOptions;            ///< all options that are set; as the caller put them in where the document has none
+    bool bOptions = true;           ///< they are written
 };
 
 /// The content of a document that CConfigDoc::Read has given.

@@ -25,7 +25,7 @@ struct KEY_EDIT
 /// The frames that keys are taken from and shown on.
 struct KEY_FRAMES
 {
-    CZPtr<IZFFrame> cpLast; ///< the last one received
+    CZPtr<IZFFrame> cpLast; ///< the last one received; empty where none is to be kept
     ZF_VID_PROPS vidPropsLast = {};
     CZPtr<IZFFrame> cpKeying; ///< set by the host, to take keys from instead
     ZF_VID_PROPS vidPropsKeying = {};

@@ -134,6 +134,17 @@ KEY2_COLOR KeySet2_Color(uint32_t _nRGB)
             static_cast<double>(_nRGB & 0xFF)};
 }
 
+bool KeySet2_HasColor(const CHROMA_KEY2_RAW& _key, uint32_t _nRGB, bool _bProtected)
+{
+    const auto fnIs = [&](const auto& _color) {
+        return std::lround(_color.dblRed) == static_cast<long>(_nRGB >> 16 & 0xFF) &&
+               std::lround(_color.dblGreen) == static_cast<long>(_nRGB >> 8 & 0xFF) &&
+               std::lround(_color.dblBlue) == static_cast<long>(_nRGB & 0xFF);
+    };
+    return _bProtected ? std::any_of(_key.arrProtected, _key.arrProtected + _key.nProtectedUsed, fnIs)
+                       : std::any_of(_key.arrKeys, _key.arrKeys + _key.nKeysUsed, fnIs);
+}
+
 bool KeySet2_HasHue(const KEY2_COLOR& _color)
 {
     const auto [dblMin, dblMax] = std::minmax({_color.dblRed, _color.dblGreen, _color.dblBlue});

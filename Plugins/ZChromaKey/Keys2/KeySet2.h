@@ -20,6 +20,8 @@ struct KEY2_COLOR
 /// The colour of a number 0xRRGGBB; the highest byte is left aside.
 KEY2_COLOR KeySet2_Color(uint32_t _nRGB);
 
+/// Whether a colour, 0xRRGGBB, is among the keys or the protected colours; these rounded to whole levels.
+bool KeySet2_HasColor(const CHROMA_KEY2_RAW& _key, uint32_t _nRGB, bool _bProtected);
 /// Whether a colour is far enough from grey to be keyed.
 bool KeySet2_HasHue(const KEY2_COLOR& _color);
 

@@ -20,9 +20,9 @@ HRESULT CCoZChromaKey::Create(REFIID _iid, void** _ppvObject)
     return cpObject->QueryInterface(_iid, _ppvObject);
 }
 
-void CCoZChromaKey::FrameSeen(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps)
+void CCoZChromaKey::FrameSeen(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps)
 {
-    CZPtr<IZFFrame> cpFrame(_pFrame); // takes the old one along, to be let go of after the lock is released
+    CZPtr<IZFFrame> cpFrame(_pFrameOrNull); // takes the old one along, to be let go of after the lock is released
     m_keyState.FramesChange([&](KEY_FRAMES* _pFrames) {
         std::swap(_pFrames->cpLast, cpFrame);
         _pFrames->vidPropsLast = _vidProps;

@@ -45,6 +45,10 @@ public:
     HRESULT STDMETHODCALLTYPE KeySet(IZKey* _pKeyObject) override;
     HRESULT STDMETHODCALLTYPE KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyObject) override;
 
+    // IZKeys
+    HRESULT STDMETHODCALLTYPE KeyAddColor(uint32_t _nRGB) override;
+    HRESULT STDMETHODCALLTYPE KeyProtectColor(uint32_t _nRGB) override;
+
     // IZSteps
     HRESULT STDMETHODCALLTYPE StepBack(int32_t _nSteps, int32_t* _pnDone) override;
     HRESULT STDMETHODCALLTYPE StepFwd(int32_t _nSteps, int32_t* _pnDone) override;
@@ -55,11 +59,12 @@ public:
 
 private:
     ~CCoZChromaKey() override = default;
-    void FrameSeen(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps) override;
+    void FrameSeen(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps) override;
     void FramesLetGo() override;
     HRESULT FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) override;
-    HRESULT DocumentMake(std::string* _pstrDocument) override;
-    HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason) override;
+    HRESULT DocumentMake(eDocument _eDocument, std::string* _pstrDocument) override;
+    HRESULT DocumentTake(eDocument _eDocument, std::string_view _svDocument, std::string* _pstrReason) override;
+    HRESULT ColorAdd(const char* _pszMethod, uint32_t _nRGB, bool _bExclude) noexcept;
     HRESULT Step(const char* _pszMethod, int32_t _nSteps, int _nSign, int32_t* _pnDone) noexcept;
     template <class Call> HRESULT Edit(const char* _pszMethod, Call&& _call) noexcept;
     template <class Sampling> HRESULT EditKeys(const char* _pszMethod, Sampling&& _sampling) noexcept;

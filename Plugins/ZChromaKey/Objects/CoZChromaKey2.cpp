@@ -28,9 +28,9 @@ HRESULT CCoZChromaKey2::Create(REFIID _iid, void** _ppvObject)
     return cpObject->QueryInterface(_iid, _ppvObject);
 }
 
-void CCoZChromaKey2::FrameSeen(IZFFrame* _pFrame, const ZF_VID_PROPS&)
+void CCoZChromaKey2::FrameSeen(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS&)
 {
-    CZPtr<IZFFrame> cpFrame(_pFrame); // takes the old one along, to be let go of after the lock is released
+    CZPtr<IZFFrame> cpFrame(_pFrameOrNull); // takes the old one along, to be let go of after the lock is released
     m_keyState.FrameSeenSwap(&cpFrame);
 }
 
@@ -58,7 +58,7 @@ HRESULT CCoZChromaKey2::FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes)
 }
 
 /// The document of keys, parameters, regions and options as they are now.
-HRESULT CCoZChromaKey2::DocumentMake(std::string* _pstrDocument)
+HRESULT CCoZChromaKey2::DocumentMake(eDocument _eDocument, std::string* _pstrDocument)
 {
     const std::lock_guard lockDocument(m_mtxDocument);
     KEY2_EDIT edit = {};
@@ -74,15 +74,18 @@ HRESULT CCoZChromaKey2::DocumentMake(std::string* _pstrDocument)
             ZLog(eZLog_Warning, "CCoZChromaKey2::PersistSave: region \"%hs\" is a mask, and only polygons are saved\n",
                  Region_Name(eWhich));
     std::string strReason;
-    KeyXml2_Save(edit, *m_configDoc.OwnBegin());
-    if (m_configDoc.Save(mapOptions, _pstrDocument, &strReason))
+    const bool bAll = _eDocument == eDocument_All;
+    CConfigDoc docKeys{c_pszConfigKeyer2};
+    CConfigDoc& doc = bAll ? m_configDoc : docKeys;
+    KeyXml2_Save(edit, *doc.OwnBegin());
+    if (doc.Save(bAll ? &mapOptions : nullptr, _pstrDocument, &strReason))
         return S_OK;
     ZLog(eZLog_Error, "CCoZChromaKey2::PersistSave: %hs\n", strReason);
     return E_FAIL;
 }
 
 /// All that a document holds is one step of editing. One of the first generation alone has nothing but options for us.
-HRESULT CCoZChromaKey2::DocumentTake(std::string_view _svDocument, std::string* _pstrReason)
+HRESULT CCoZChromaKey2::DocumentTake(eDocument _eDocument, std::string_view _svDocument, std::string* _pstrReason)
 {
     std::unique_ptr<CXmlNode> upRoot = CConfigDoc::Read(_svDocument, _pstrReason, c_pszConfigKeyer2, OptionCheck());
     if (!upRoot)
@@ -91,10 +94,20 @@ HRESULT CCoZChromaKey2::DocumentTake(std::string_view _svDocument, std::string* 
     const CXmlNode* const pOwn = CConfigDoc::Find(*upRoot, c_pszConfigKeyer2);
     if (pOwn && !KeyXml2_Load(*pOwn, &edit, _pstrReason)) // before the locks: masks are made, and frames do not wait
         return E_INVALIDARG;
+    if (!pOwn && _eDocument == eDocument_Keys)
+    {
+        *_pstrReason = ZFormat("no element \"%hs\", and so no keys of this generation", c_pszConfigKeyer2);
+        return E_INVALIDARG;
+    }
     if (!pOwn)
         ZLog(eZLog_Info, "CCoZChromaKey2::PersistLoad: the document has options, but no keys of this generation\n");
     const std::lock_guard lockDocument(m_mtxDocument);
     const std::lock_guard lock(m_keyState.Lock());
+    if (_eDocument == eDocument_Keys)
+    {
+        m_keyState.EditSet(std::move(edit));
+        return S_OK;
+    }
     if (!pOwn)
         edit = m_keyState.EditGet();
     PROP_MAP mapOptions = Store().ValuesGet();

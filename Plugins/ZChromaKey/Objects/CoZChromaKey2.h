@@ -62,11 +62,11 @@ public:
 private:
     CCoZChromaKey2(CUnmixFrameEngine& _engine, std::unique_ptr<CUnmixFrameEngine>& _upEngine);
     ~CCoZChromaKey2() override = default;
-    void FrameSeen(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps) override;
+    void FrameSeen(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps) override;
     void FramesLetGo() override;
     HRESULT FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) override;
-    HRESULT DocumentMake(std::string* _pstrDocument) override;
-    HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason) override;
+    HRESULT DocumentMake(eDocument _eDocument, std::string* _pstrDocument) override;
+    HRESULT DocumentTake(eDocument _eDocument, std::string_view _svDocument, std::string* _pstrReason) override;
     template <class Use> HRESULT WithFrame(const char* _pszMethod, Use&& _use) noexcept;
     template <class Pick> HRESULT PickAdd(const char* _pszMethod,
                                           HRESULT (CKeyState2::*_pfnAdd)(const KEY2_COLOR& _color),

@@ -85,7 +85,9 @@ HRESULT CCoZChromaKey2::KeyAddRect(int32_t _nX1PosPixels, int32_t _nY1PosPixels,
 
 HRESULT CCoZChromaKey2::KeyAddColor(uint32_t _nRGB)
 {
-    return ZBorder(Method("KeyAddColor"), [&] { return m_keyState.KeyAdd(KeySet2_Color(_nRGB)); });
+    return ZBorder(Method("KeyAddColor"), [&] {
+        return KeySet2_HasColor(m_keyState.RawGet(), _nRGB, false) ? S_FALSE : m_keyState.KeyAdd(KeySet2_Color(_nRGB));
+    });
 }
 
 HRESULT CCoZChromaKey2::KeyProtectPoint(int32_t _nXPosPixels, int32_t _nYPosPixels)
@@ -106,7 +108,10 @@ HRESULT CCoZChromaKey2::KeyProtectRect(int32_t _nX1PosPixels, int32_t _nY1PosPix
 
 HRESULT CCoZChromaKey2::KeyProtectColor(uint32_t _nRGB)
 {
-    return ZBorder(Method("KeyProtectColor"), [&] { return m_keyState.ProtectAdd(KeySet2_Color(_nRGB)); });
+    return ZBorder(Method("KeyProtectColor"), [&] {
+        return KeySet2_HasColor(m_keyState.RawGet(), _nRGB, true) ? S_FALSE
+                                                                  : m_keyState.ProtectAdd(KeySet2_Color(_nRGB));
+    });
 }
 
 HRESULT CCoZChromaKey2::KeyRemove(int32_t _nIndex, BOOL _bProtected)

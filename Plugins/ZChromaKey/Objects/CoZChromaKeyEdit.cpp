@@ -151,6 +151,28 @@ HRESULT CCoZChromaKey::KeyAddRect(int32_t _nX1PosPixels, int32_t _nY1PosPixels, 
     });
 }
 
+/// A colour is measured as in the frame for keying, if there is one, so that it keys what it was read from there.
+HRESULT CCoZChromaKey::ColorAdd(const char* _pszMethod, uint32_t _nRGB, bool _bExclude) noexcept
+{
+    return Edit(_pszMethod, [&] {
+        const std::optional<eZYMatrix> eMatrix = MatrixForKeying();
+        CKeyBuilder builder;
+        builder.RawSet(m_keyState.KeyForSampling());
+        const HRESULT hr = builder.AddColor(_nRGB, eMatrix.value_or(eZYM_601), _bExclude);
+        return hr == S_OK ? m_keyState.RawSet(builder.RawGet(), nullptr, eMatrix) : hr;
+    });
+}
+
+HRESULT CCoZChromaKey::KeyAddColor(uint32_t _nRGB)
+{
+    return ColorAdd("KeyAddColor", _nRGB, false);
+}
+
+HRESULT CCoZChromaKey::KeyProtectColor(uint32_t _nRGB)
+{
+    return ColorAdd("KeyProtectColor", _nRGB, true);
+}
+
 HRESULT CCoZChromaKey::KeyAdjustSet(eCK_Adjust _eAdjust, double _dblValue)
 {
     return Edit("KeyAdjustSet", [&] { return m_keyState.AdjustSet(_eAdjust, _dblValue, MatrixForKeying()); });

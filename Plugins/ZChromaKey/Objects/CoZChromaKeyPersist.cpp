@@ -5,7 +5,7 @@
 #include "ZChromaKey/Objects/EditLock.h"
 
 /// The document of key set, adjustments and options as they are now. The lock on these is held for the copy only.
-HRESULT CCoZChromaKey::DocumentMake(std::string* _pstrDocument)
+HRESULT CCoZChromaKey::DocumentMake(eDocument _eDocument, std::string* _pstrDocument)
 {
     return EditLock_Run(Method("PersistSave"), &m_lockEdit, [&]() -> HRESULT {
         KEY_DOC content = {};
@@ -15,8 +15,10 @@ HRESULT CCoZChromaKey::DocumentMake(std::string* _pstrDocument)
             content.eTakenType = m_keyState.TakenTypeGet();
             content.mapOptions = Store().ValuesGet();
         }
+        content.bOptions = _eDocument == eDocument_All;
+        CConfigDoc docKeys;
         std::string strReason;
-        if (KeyDoc_Save(content, &m_configDoc, _pstrDocument, &strReason))
+        if (KeyDoc_Save(content, content.bOptions ? &m_configDoc : &docKeys, _pstrDocument, &strReason))
             return S_OK;
         ZLog(eZLog_Error, "CCoZChromaKey::PersistSave: %hs\n", strReason);
         return E_FAIL;
@@ -24,7 +26,7 @@ HRESULT CCoZChromaKey::DocumentMake(std::string* _pstrDocument)
 }
 
 /// Key set and adjustments of a document are one step of editing.
-HRESULT CCoZChromaKey::DocumentTake(std::string_view _svDocument, std::string* _pstrReason)
+HRESULT CCoZChromaKey::DocumentTake(eDocument _eDocument, std::string_view _svDocument, std::string* _pstrReason)
 {
     std::unique_ptr<CXmlNode> upRoot = CConfigDoc::Read(_svDocument, _pstrReason, c_pszConfigKeyer1, OptionCheck());
     if (!upRoot)
@@ -37,7 +39,7 @@ HRESULT CCoZChromaKey::DocumentTake(std::string_view _svDocument, std::string* _
         KeyDoc_Get(*upRoot, &content);
         const HRESULT hr = m_keyState.RawSet(content.key, &content.adjust, MatrixForKeying(),
                                              content.eTakenType); // the last call that can run out of memory
-        if (FAILED(hr))
+        if (FAILED(hr) || _eDocument == eDocument_Keys)
             return hr;
         Store().ValuesSet(std::move(content.mapOptions));
         m_configDoc.Take(std::move(upRoot));

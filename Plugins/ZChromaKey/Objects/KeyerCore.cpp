@@ -33,7 +33,7 @@ HRESULT CKeyerCore::Receive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes)
         *_ppFrameRes = nullptr;
         ZF_VID_PROPS vidProps = {};
         if (_pFrameOrNull && SUCCEEDED(_pFrameOrNull->VideoPropsGet(&vidProps)))
-            FrameSeen(_pFrameOrNull, vidProps);
+            FrameSeen(ChromaKeyOptions_KeepInput(m_store) ? _pFrameOrNull : nullptr, vidProps);
         if (_pFrameOrNull && !ChromaKeyOptions_OutputThread(m_store))
             return m_flow.ReceiveNow(_pFrameOrNull, _ppFrameRes);
         return m_flow.Receive(_pFrameOrNull, _ppFrameRes);

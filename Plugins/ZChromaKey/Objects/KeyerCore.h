@@ -13,6 +13,13 @@
 #include <string>
 #include <string_view>
 
+/// What a document holds, or what is taken out of it.
+enum eDocument
+{
+    eDocument_All,  ///< also options, and what is not ours
+    eDocument_Keys, ///< what is edited
+};
+
 /// What the plug-in objects of all generations do alike: frames in and out, options, log, documents, end of life. What
 /// a generation does in its own way (keys and their editing) it adds in a class derived from CZKeyerObject.
 ///
@@ -28,16 +35,16 @@ protected:
     // What a generation adds
     /// The object itself, to be kept while the host's code runs.
     virtual IUnknown* Self() = 0;
-    /// Remembers a frame that came in, to take keys from.
-    virtual void FrameSeen(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps) = 0;
+    /// Remembers a frame that came in, to take keys from; null: only what it is like, the one before is let go of.
+    virtual void FrameSeen(IZFFrame* _pFrameOrNull, const ZF_VID_PROPS& _vidProps) = 0;
     /// Forgets it, and the frames that the host has set.
     virtual void FramesLetGo() = 0;
     /// Keys a frame with one copy of the settings: CFrameKeyer::Process.
     virtual HRESULT FrameKey(IZFFrame* _pFrame, IZFFrame** _ppFrameRes) = 0;
-    /// The document of all that is saved. The reason of a failure has been logged.
-    virtual HRESULT DocumentMake(std::string* _pstrDocument) = 0;
+    /// The document of what is saved. The reason of a failure has been logged.
+    virtual HRESULT DocumentMake(eDocument _eDocument, std::string* _pstrDocument) = 0;
     /// Applies a document. On failure changes nothing and gives the reason.
-    virtual HRESULT DocumentTake(std::string_view _svDocument, std::string* _pstrReason) = 0;
+    virtual HRESULT DocumentTake(eDocument _eDocument, std::string_view _svDocument, std::string* _pstrReason) = 0;
     /// Deletes the object.
     virtual void Destroy() = 0;
 
@@ -48,8 +55,8 @@ protected:
     HRESULT LogSetLevel(IZLogSink* _pSinkOrNull, int32_t _eLevel);
     HRESULT CloseAll();
     HRESULT SaveToFile(const wchar_t* _pwszPath);
-    HRESULT SaveToString(BSTR* _pbsDocument);
-    HRESULT Load(const wchar_t* _pwszPathOrDocument);
+    HRESULT SaveToString(const char* _pszMethod, eDocument _eDocument, BSTR* _pbsDocument);
+    HRESULT Load(const char* _pszMethod, eDocument _eDocument, const wchar_t* _pwszPathOrDocument);
     HRESULT OptionSet(const wchar_t* _pwszName, const wchar_t* _pwszValue);
     HRESULT OptionGet(const wchar_t* _pwszName, BSTR* _pbsValue);
     HRESULT OptionNameGet(UINT _nIndex, BSTR* _pbsName);

@@ -28,7 +28,7 @@ HRESULT CKeyerCore::SaveToFile(const wchar_t* _pwszPath)
             return _pwszPath ? E_INVALIDARG : E_POINTER;
         std::string strDocument;
         std::string strReason;
-        const HRESULT hr = DocumentMake(&strDocument);
+        const HRESULT hr = DocumentMake(eDocument_All, &strDocument);
         if (FAILED(hr) || TextFile_Replace(ZText_FromWide(_pwszPath), strDocument, &strReason))
             return hr;
         ZLog(eZLog_Error, "%hs::PersistSaveToFile: %hs\n", m_pszClass, strReason);
@@ -36,21 +36,21 @@ HRESULT CKeyerCore::SaveToFile(const wchar_t* _pwszPath)
     });
 }
 
-HRESULT CKeyerCore::SaveToString(BSTR* _pbsDocument)
+HRESULT CKeyerCore::SaveToString(const char* _pszMethod, eDocument _eDocument, BSTR* _pbsDocument)
 {
-    return ZBorder(Method("PersistSaveToString"), [&]() -> HRESULT {
+    return ZBorder(Method(_pszMethod), [&]() -> HRESULT {
         if (!Z_VERIFY(_pbsDocument))
             return E_POINTER;
         *_pbsDocument = nullptr;
         std::string strDocument;
-        const HRESULT hr = DocumentMake(&strDocument);
+        const HRESULT hr = DocumentMake(_eDocument, &strDocument);
         return FAILED(hr) ? hr : ZText_HandOut(strDocument, _pbsDocument);
     });
 }
 
-HRESULT CKeyerCore::Load(const wchar_t* _pwszPathOrDocument)
+HRESULT CKeyerCore::Load(const char* _pszMethod, eDocument _eDocument, const wchar_t* _pwszPathOrDocument)
 {
-    return ZBorder(Method("PersistLoad"), [&]() -> HRESULT {
+    return ZBorder(Method(_pszMethod), [&]() -> HRESULT {
         if (!Z_VERIFY(_pwszPathOrDocument && *_pwszPathOrDocument))
             return _pwszPathOrDocument ? E_INVALIDARG : E_POINTER;
         const std::string strGiven = ZText_FromWide(_pwszPathOrDocument);
@@ -59,12 +59,12 @@ HRESULT CKeyerCore::Load(const wchar_t* _pwszPathOrDocument)
         std::string strReason;
         if (!IsDocument(strGiven) && !TextFile_Read(strGiven, c_nXmlMaxBytes, &strDocument, &strReason))
         {
-            ZLog(eZLog_Error, "%hs::PersistLoad: %hs\n", m_pszClass, strReason);
+            ZLog(eZLog_Error, "%hs::%hs: %hs\n", m_pszClass, _pszMethod, strReason);
             return E_FAIL;
         }
-        const HRESULT hr = DocumentTake(strDocument, &strReason);
+        const HRESULT hr = DocumentTake(_eDocument, strDocument, &strReason);
         if (FAILED(hr))
-            ZLog(eZLog_Error, "%hs::PersistLoad: %hs: %hs\n", m_pszClass, strWhere, strReason);
+            ZLog(eZLog_Error, "%hs::%hs: %hs: %hs\n", m_pszClass, _pszMethod, strWhere, strReason);
         return hr;
     });
 }

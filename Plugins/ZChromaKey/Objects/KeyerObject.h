@@ -4,6 +4,7 @@
 #include "Base/ZUnknown.h"
 #include "Interfaces/IZFPersist.h"
 #include "Interfaces/IZFProcess.h"
+#include "Interfaces/IZKeys.h"
 #include "Interfaces/IZProps.h"
 #include "Interfaces/IZSteps.h"
 #include "ZChromaKey/Com/LateBinding.h"
@@ -15,9 +16,9 @@
 
 /// Gives CKeyerCore the interfaces that every plug-in object has. Keys: the interface that this generation's keys are
 /// edited with.
-template <class Keys> class CZKeyerObject
-    : public CZUnknown<CZLateBinding<Keys>, IZFProcess, IZProps, IZPlugin, IZFPersist, IZSteps, CZTables, CZScript>,
-      protected CKeyerCore
+template <class Keys> class CZKeyerObject : public CZUnknown<CZLateBinding<Keys>, IZFProcess, IZProps, IZPlugin,
+                                                             IZFPersist, IZSteps, IZKeys, CZTables, CZScript>,
+                                            protected CKeyerCore
 {
 public:
     CZKeyerObject(const char* _pszClass, const char* _pszName, bool _bDetects, std::unique_ptr<CFrameEngine> _upEngine)
@@ -86,11 +87,21 @@ public:
     }
     HRESULT STDMETHODCALLTYPE PersistSaveToString(BSTR* _pbsDocument) override
     {
-        return SaveToString(_pbsDocument);
+        return SaveToString("PersistSaveToString", eDocument_All, _pbsDocument);
     }
     HRESULT STDMETHODCALLTYPE PersistLoad(const wchar_t* _pwszPathOrDocument) override
     {
-        return Load(_pwszPathOrDocument);
+        return Load("PersistLoad", eDocument_All, _pwszPathOrDocument);
+    }
+
+    // IZKeys: its colours are the generation's
+    HRESULT STDMETHODCALLTYPE KeysSaveToString(BSTR* _pbsDocument) override
+    {
+        return SaveToString("KeysSaveToString", eDocument_Keys, _pbsDocument);
+    }
+    HRESULT STDMETHODCALLTYPE KeysLoad(const wchar_t* _pwszPathOrDocument) override
+    {
+        return Load("KeysLoad", eDocument_Keys, _pwszPathOrDocument);
     }
 
 protected:

@@ -164,6 +164,25 @@ TEST(UnmixStream, PlateRemembersWhatABodyUncovered)
     EXPECT_NEAR(plate.g, c_colGreen.g * (1 - .2f * 244 / 320), 1.5f);
     EXPECT_GT(plate.w, 1);
 }
+TEST(UnmixStream, BehindABodyThatStaysThePlateDoesNotDrift)
+{
+    // The body goes right and jumps back, in steady light and noise.
+    UNMIX_STATE state;
+    std::vector<SCENE> vecScenes;
+    for (int n = 0; n < 10; ++n)
+        vecScenes.push_back(BodyScene(160, 96, 2, static_cast<uint32_t>(n), .01f * static_cast<float>(n)));
+    const auto AfterRounds = [&](int _nRounds) {
+        for (int n = 0; n < _nRounds; ++n)
+            for (SCENE& scene : vecScenes)
+                Keyed(state, scene);
+        return state.Plate(state.nPlateWidth / 2, state.nPlateHeight * 6 / 10);
+    };
+    const VEC4 early = AfterRounds(1), late = AfterRounds(149);
+    EXPECT_EQ(state.nCuts, 0);
+    EXPECT_NEAR(late.b, early.b, 1);
+    EXPECT_NEAR(late.g, early.g, 1);
+    EXPECT_NEAR(late.r, early.r, 1);
+}
 TEST(UnmixStream, FilterOverTimeQuietsAlpha)
 {
     // The same body with new noise in every frame: alpha's change from frame to frame falls.

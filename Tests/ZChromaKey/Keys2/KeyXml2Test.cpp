@@ -130,7 +130,8 @@ std::string SavedInto(const std::string& _strDocument, const char* _pszOwn)
         return strDocument;
     }
     KeyXml2_Save(Distinct(), *doc.OwnBegin());
-    EXPECT_TRUE(doc.Save({{"gpu_mode", "0"}}, &strDocument, &strReason)) << strReason;
+    const PROP_MAP mapOptions = {{"gpu_mode", "0"}};
+    EXPECT_TRUE(doc.Save(&mapOptions, &strDocument, &strReason)) << strReason;
     return strDocument;
 }
 

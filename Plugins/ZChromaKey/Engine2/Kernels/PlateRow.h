@@ -76,6 +76,14 @@ template <class S> ZCK_INLINE typename S::F32 LoadPlates(const float* _p, size_t
     return _nAt < _nFloats ? S::LoadF32(_p + _nAt, _nFloats - _nAt) : typename S::F32(0.0f);
 }
 
+template <class S> ZCK_INLINE void StorePlates(float* _p, size_t _nAt, size_t _nFloats, typename S::F32 _flt)
+{
+    if (_nAt + S::c_nLanes <= _nFloats)
+        S::Store(_p + _nAt, _flt);
+    else
+        S::Store(_p + _nAt, _nFloats - _nAt, _flt);
+}
+
 /// Sums every fourth plate cell by itself, so that the order of the sums does not depend on the length of vectors.
 template <class S> void Compare(COMPARE_CHUNK& _chunk)
 {
@@ -83,15 +91,16 @@ template <class S> void Compare(COMPARE_CHUNK& _chunk)
     constexpr size_t c_nVectors = 16 / S::c_nLanes;
     const size_t nFloats = 4 * static_cast<size_t>(_chunk.plates.nPlates);
     const F32 fltNone(0.0f), fltOne(1.0f);
-    F32 arrSeen[c_nVectors], arrPlate[c_nVectors];
+    F32 arrSeen[c_nVectors], arrReference[c_nVectors];
     for (size_t v = 0; v < c_nVectors; ++v)
-        arrSeen[v] = arrPlate[v] = fltNone;
+        arrSeen[v] = arrReference[v] = fltNone;
     for (size_t n = 0; n < nFloats; n += 16)
         for (size_t v = 0; v < c_nVectors; ++v)
         {
             const size_t nAt = n + v * S::c_nLanes;
             const F32 fltSeen = LoadPlates<S>(_chunk.plates.pSeen, nAt, nFloats);
             const F32 fltPlate = LoadPlates<S>(_chunk.plates.pPlate, nAt, nFloats);
+            const F32 fltReference = LoadPlates<S>(_chunk.plates.pReference, nAt, nFloats);
             const F32 fltLimit = _chunk.pLimits ? LoadPlates<S>(_chunk.pLimits, nAt, nFloats) : F32(_chunk.fltLimit);
             const auto maskBoth =
                 Less(fltNone, Spread<S>(fltSeen, c_arrLane3)) & Less(fltNone, Spread<S>(fltPlate, c_arrLane3));
@@ -101,18 +110,18 @@ template <class S> void Compare(COMPARE_CHUNK& _chunk)
             const F32 fltIsFar = Select(Less(fltLimit, fltAllOff), fltOne, fltNone);
             const auto maskLast = LastLanes<S>();
             arrSeen[v] = arrSeen[v] + Select(maskBoth, Select(maskLast, fltOne, fltSeen), fltNone);
-            arrPlate[v] = arrPlate[v] + Select(maskBoth, Select(maskLast, fltIsFar, fltPlate), fltNone);
+            arrReference[v] = arrReference[v] + Select(maskBoth, Select(maskLast, fltIsFar, fltReference), fltNone);
         }
     float arrAll[2][16];
     for (size_t v = 0; v < c_nVectors; ++v)
     {
         S::Store(arrAll[0] + v * S::c_nLanes, arrSeen[v]);
-        S::Store(arrAll[1] + v * S::c_nLanes, arrPlate[v]);
+        S::Store(arrAll[1] + v * S::c_nLanes, arrReference[v]);
     }
     for (int n = 0; n < 4; ++n)
     {
         _chunk.arrSeen[n] = (arrAll[0][n] + arrAll[0][n + 4]) + (arrAll[0][n + 8] + arrAll[0][n + 12]);
-        _chunk.arrPlate[n] = (arrAll[1][n] + arrAll[1][n + 4]) + (arrAll[1][n + 8] + arrAll[1][n + 12]);
+        _chunk.arrReference[n] = (arrAll[1][n] + arrAll[1][n + 4]) + (arrAll[1][n + 8] + arrAll[1][n + 12]);
     }
 }
 
@@ -122,25 +131,23 @@ template <class S> void Learn(LEARN_CHUNK& _chunk)
     using I32 = typename S::I32;
     const size_t nFloats = 4 * static_cast<size_t>(_chunk.plates.nPlates);
     const F32 fltGain = AsFloats(S::LoadBlocks(_chunk.arrGain, 0)), fltNone(0.0f), fltOne(1.0f);
+    const F32 fltInverse = AsFloats(S::LoadBlocks(_chunk.arrInverse, 0));
     const auto maskLast = LastLanes<S>();
     I32 nGrown(0);
     for (size_t n = 0; n < nFloats; n += S::c_nLanes)
     {
         const F32 fltSeen = LoadPlates<S>(_chunk.plates.pSeen, n, nFloats);
-        const F32 fltPlate = LoadPlates<S>(_chunk.plates.pPlate, n, nFloats);
-        F32 fltLit = fltPlate * fltGain;
-        if (_chunk.pLamps)
-            fltLit = fltLit + LoadPlates<S>(_chunk.pLamps, n, nFloats);
-        const F32 fltBefore = Spread<S>(fltPlate, c_arrLane3);
+        const F32 fltReference = LoadPlates<S>(_chunk.plates.pReference, n, nFloats);
+        const F32 fltLit = fltReference * fltGain + LoadPlates<S>(_chunk.pLamps, n, nFloats);
+        const F32 fltBefore = Spread<S>(fltReference, c_arrLane3);
         const F32 fltCount = Min(fltBefore + fltOne, F32(_chunk.fltMostSeen));
-        const F32 fltLearnt = Select(maskLast, fltCount, fltLit + (fltSeen - fltLit) * (fltOne / fltCount));
         const auto maskSeen = Less(fltNone, Spread<S>(fltSeen, c_arrLane3));
-        const F32 fltNow = Select(maskSeen, fltLearnt, fltLit);
+        const F32 fltMove = Select(maskSeen, (fltSeen - fltLit) * (fltOne / fltCount), fltNone);
+        const F32 fltNowSeen = Select(maskSeen, fltCount, fltBefore);
+        StorePlates<S>(_chunk.plates.pPlate, n, nFloats, Select(maskLast, fltNowSeen, fltLit + fltMove));
+        StorePlates<S>(_chunk.plates.pReference, n, nFloats,
+                       Select(maskLast, fltNowSeen, fltReference + fltMove * fltInverse));
         nGrown = nGrown + Select(Without(maskSeen & maskLast, Less(fltNone, fltBefore)), I32(1), I32(0));
-        if (n + S::c_nLanes <= nFloats)
-            S::Store(_chunk.plates.pPlate + n, fltNow);
-        else
-            S::Store(_chunk.plates.pPlate + n, nFloats - n, fltNow);
     }
     int32_t arrGrown[S::c_nLanes];
     S::Store(static_cast<void*>(arrGrown), nGrown);

@@ -169,11 +169,12 @@ struct MEAN_CHUNK
     float* pMeans; ///< out: per plate cell B, G, R, and how many cells there were
 };
 
-/// Plate cells that are seen, and the plate: four floats each.
+/// Plate cells that are seen, the plate, and the reference: four floats each.
 struct PLATE_CHUNK
 {
     const float* pSeen;
     float* pPlate;
+    float* pReference;
     int nPlates; ///< 1 to c_nChunkPlates
 };
 
@@ -181,18 +182,19 @@ struct PLATE_CHUNK
 struct COMPARE_CHUNK
 {
     PLATE_CHUNK plates;
-    float fltLimit;       ///< differences beyond are far off; or
-    const float* pLimits; ///< four times the number per plate cell; null: fltLimit
-    float arrSeen[4];     ///< out: sum of the colours seen where there is a plate, and their number
-    float arrPlate[4];    ///< out: of the plate there, and the number of those far off
+    float fltLimit;        ///< differences beyond are far off; or
+    const float* pLimits;  ///< four times the number per plate cell; null: fltLimit
+    float arrSeen[4];      ///< out: sum of the colours seen where there is a plate, and their number
+    float arrReference[4]; ///< out: of the reference there, and the number of those far off the plate
 };
 
-/// The plate in the light of the present picture, having learnt what is seen.
+/// The reference, having learnt what is seen, and the plate: the same in the light of the present picture.
 struct LEARN_CHUNK
 {
     PLATE_CHUNK plates;
     float arrGain[4];    ///< the last is 1
-    const float* pLamps; ///< four floats a plate cell, the last 0, to be added; null: none
+    float arrInverse[4]; ///< 1 / gain
+    const float* pLamps; ///< four floats a plate cell, the last 0, to be added
     float fltMostSeen;
     int nGrown; ///< out: cells that were seen for the first time
 };

@@ -184,7 +184,7 @@ GstCaps* FixateCaps(GstBaseTransform* _pBase, GstPadDirection _eSide, GstCaps* _
 {
     if (_eSide == GST_PAD_SINK)
     {
-        GstCaps* const pPlain = gst_caps_from_string("video/x-raw, format=BGRA");
+        GstCaps* const pPlain = gst_caps_from_string("video/x-raw, format={BGRA,RGBA}");
         GstCaps* const pBoth = gst_caps_intersect(_pOther, pPlain);
         gst_caps_unref(pPlain);
         if (!gst_caps_is_empty(pBoth))

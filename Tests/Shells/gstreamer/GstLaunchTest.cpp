@@ -64,8 +64,9 @@ protected:
 TEST_F(GstLaunch, EqualsZkhostInEachFormat)
 {
     const std::pair<const char*, const char*> arrFormats[] = {
-        {"RGB32", "bgrx"}, {"ARGB32", "bgra"}, {"RGB24", "bgr"}, {"UYVY", "uyvy"}, {"YUY2", "yuy2"}, {"YVYU", "yvyu"},
-        {"v210", "v210"},  {"I422", "y42b"},   {"NV12", "nv12"}, {"I420", "i420"}, {"YV12", "yv12"}, {"r210", "r210"}};
+        {"RGB32", "bgrx"}, {"ARGB32", "bgra"}, {"RGB24", "bgr"},   {"UYVY", "uyvy"},     {"YUY2", "yuy2"},
+        {"YVYU", "yvyu"},  {"v210", "v210"},   {"I422", "y42b"},   {"NV12", "nv12"},     {"I420", "i420"},
+        {"YV12", "yv12"},  {"r210", "r210"},   {"RGBA32", "rgba"}, {"P010", "p010-10le"}};
     for (const auto& [pszOurs, pszTheirs] : arrFormats)
     {
         SCOPED_TRACE(pszOurs);
@@ -86,7 +87,10 @@ TEST_F(GstLaunch, FieldsMatrixAndRangeAreThoseOfTheCaps)
         const char* pszArgs;
         const char* pszFields;
     };
-    const CASE arrCases[] = {{"interlace-mode=interleaved,field-order=top-field-first", "--auto", "iT"}};
+    const CASE arrCases[] = {{"interlace-mode=interleaved,field-order=top-field-first", "--auto", "iT"},
+                             {"colorimetry=1:4:0:0", "--auto --set input.range=full", ""},
+                             {"colorimetry=bt709", "--auto --set input.matrix=709", ""},
+                             {"colorimetry=bt2020", "--auto --set input.matrix=2020", ""}};
     Sample("I420");
     const std::string strPlain = Reference("I420", "--auto");
     for (const CASE& one : arrCases)

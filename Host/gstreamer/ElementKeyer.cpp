@@ -231,7 +231,7 @@ void CElementKeyer::SearchIn(const zck_frame& _frame)
     const int nResult = m_pApi->zck_key_auto(m_spKeyer.get(), &_frame);
     m_bSearch = nResult != ZCK_OK;
     m_bFound |= nResult == ZCK_OK;
-    if (nResult != ZCK_OK)
+    if (nResult == ZCK_NOTHING) // an error comes again from keying, and is said there
         Problem(m_pApi->zck_last_error(m_spKeyer.get()));
 }
 

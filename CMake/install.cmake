@@ -19,6 +19,7 @@ install(DIRECTORY Include/Interfaces Include/Sdk DESTINATION ${z_include}
   FILES_MATCHING PATTERN "*.h" PATTERN "*.idl")
 install(FILES Include/Base/ZPtr.h Include/Base/ZUnknown.h DESTINATION ${z_include}/Base) # what Sdk includes
 install(DIRECTORY Docs/examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY Host/python/zchromakey DESTINATION lib/python3/dist-packages PATTERN __pycache__ EXCLUDE)
 install(FILES LICENSE Docs/HostGuide.md Docs/KeyingGuide.md Docs/Options.md Docs/keying.png
   DESTINATION ${CMAKE_INSTALL_DOCDIR})
 

@@ -33,6 +33,9 @@ constexpr PIXEL_FORMAT c_arrFormats[] = {
     {"Y422",   eZFCC_Y422,   16, false, true,  true,  true,  false, {{1,1},{1,1}}, eIL_Planar, eZCh_UV,     eZT_422,    false},
     {"Y444",   eZFCC_Y444,   24, false, true,  true,  true,  false, {{1,1},{1,1}}, eIL_Planar, eZCh_UV,     eZT_422,    false},
     {"ARGB64", eZFCC_ARGB64, 64, true,  false, true,  true,  false, {{1,1},{1,1}}, eIL_ARGB64, eZCh_Packed, eZT_None,   true},
+    {"RGBA32", eZFCC_RGBA32, 32, true,  false, true,  true,  true,  {{1,1},{1,1}}, eIL_RGBA32, eZCh_Packed, eZT_None,   true},
+    {"P010",   eZFCC_P010,   24, false, true,  true,  true,  false, {{1,2},{1,1}}, eIL_P010,   eZCh_Turns,  eZT_None,   true},
+    {"P210",   eZFCC_P210,   32, false, true,  true,  true,  false, {{1,1},{1,1}}, eIL_P010,   eZCh_Turns,  eZT_None,   true},
 };
 // clang-format on
 
@@ -48,12 +51,17 @@ int64_t PackedRowSize(const PIXEL_FORMAT& _format, int32_t _nWidth)
     return (nBytes + nUnit - 1) & ~(nUnit - 1);
 }
 
+int32_t SampleBytes(eImgLayout _eLayout)
+{
+    return _eLayout == eIL_P010 ? 2 : 1;
+}
+
 int64_t RowSize(const PIXEL_FORMAT& _format, int32_t _nWidth)
 {
     if (_format.eLayout == eIL_v210)
         return (int64_t{_nWidth} + 47) / 48 * 128;
     if (_format.bPlanar)
-        return _nWidth;
+        return int64_t{_nWidth} * SampleBytes(_format.eLayout);
     return _format.bRowSize ? PackedRowSize(_format, _nWidth) : 0;
 }
 
@@ -116,6 +124,11 @@ int32_t FCC_ChromaPlanes(uint32_t _fccType)
     return eChroma == eZCh_Packed ? 0 : eChroma == eZCh_Turns ? 1 : 2;
 }
 
+int32_t FCC_SampleBytes(uint32_t _fccType)
+{
+    return SampleBytes(FCC_Layout(_fccType));
+}
+
 eZTexture FCC_Texture(uint32_t _fccType)
 {
     const PIXEL_FORMAT* pFormat = FCC_Lookup(_fccType);
@@ -125,7 +138,7 @@ eZTexture FCC_Texture(uint32_t _fccType)
 bool FCC_HasAlpha(uint32_t _fccType)
 {
     const eImgLayout eLayout = FCC_Layout(_fccType);
-    return eLayout == eIL_ARGB32 || eLayout == eIL_ARGB64;
+    return eLayout == eIL_ARGB32 || eLayout == eIL_ARGB64 || eLayout == eIL_RGBA32;
 }
 
 bool FCC_IsCleaned(uint32_t _fccType)
@@ -154,6 +167,6 @@ int32_t Img_WidthFromRowBytes(uint32_t _fccType, int32_t _nRowBytes)
     if (pFormat && pFormat->eLayout == eIL_v210)
         return _nRowBytes / 128 * 48;
     if (!pFormat || pFormat->bPlanar)
-        return _nRowBytes;
+        return _nRowBytes / FCC_SampleBytes(_fccType);
     return static_cast<int32_t>(int64_t{_nRowBytes} * 8 / pFormat->nBitsPerPixel); // 8 bits or more: never longer
 }

@@ -64,6 +64,8 @@ eImgLayout FCC_Layout(uint32_t _fccType);
 eZChroma FCC_Chroma(uint32_t _fccType);
 /// Planes of chroma: 0, 1 or 2.
 int32_t FCC_ChromaPlanes(uint32_t _fccType);
+/// Bytes of a sample in the planes of a planar format; 1 for every other code.
+int32_t FCC_SampleBytes(uint32_t _fccType);
 /// How a picture lies in a texture; eZT_None for an unknown code.
 eZTexture FCC_Texture(uint32_t _fccType);
 /// Whether pixels carry straight alpha of their own; false for an unknown code.
@@ -72,11 +74,10 @@ bool FCC_HasAlpha(uint32_t _fccType);
 bool FCC_IsCleaned(uint32_t _fccType);
 
 /// Bytes per row of plane 0: a multiple of 4, of 8 for eZFCC_RGB8; v210: 128 for every started 48 pixels; planar
-/// formats: the width. 0: no row size is known for the format, or the row is too long for nRowBytes; callers treat
-/// both as an unsupported picture.
+/// formats: the width times FCC_SampleBytes. 0: no row size is known for the format, or the row is too long for
+/// nRowBytes; callers treat both as an unsupported picture.
 int32_t Img_RowSize(uint32_t _fccType, int32_t _nWidth);
 /// The same for a record; 0 for null.
 int32_t Img_RowSizeM(const ZF_VID_PROPS* _pVidProps);
-/// Pixels that a row of this many bytes has room for. The bytes themselves for planar and unknown formats; 0 for
-/// eZFCC_None.
+/// Pixels that a row of this many bytes has room for. The bytes themselves for unknown formats; 0 for eZFCC_None.
 int32_t Img_WidthFromRowBytes(uint32_t _fccType, int32_t _nRowBytes);

@@ -20,6 +20,8 @@ enum eImgLayout : int32_t
     eIL_Planar, ///< half-width chroma in planes of its own
     eIL_NV12,   ///< one plane of chroma: U and V in turn
     eIL_ARGB64, ///< little-endian words B, G, R, A of 16 bits
+    eIL_RGBA32, ///< bytes R, G, B, A
+    eIL_P010,   ///< as eIL_NV12, but ten bits in the high bits of little-endian words
     eIL_Count,
 };
 

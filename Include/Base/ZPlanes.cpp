@@ -27,7 +27,8 @@ void ChromaSet(const ZF_VID_PROPS& _vidProps, ZF_VID_PTR* _pVidPtr)
     const int32_t nStride = _pVidPtr->cbVideoRowBytes[0];
     const int64_t nChroma = Advance(_pVidPtr->lpVideoPlanes[0], nStride, nLines);
     if (FCC_Chroma(_vidProps.fccType) == eZCh_Turns)
-        return PlaneSet(_pVidPtr, 1, nChroma, {_vidProps.nWidth, nLines / 2}, nStride);
+        return PlaneSet(_pVidPtr, 1, nChroma, {_vidProps.nWidth, nLines / FCC_Subsampling(_vidProps.fccType, 1).cy},
+                        nStride);
     // Half as wide in every other planar format, Y422 and Y444 included, on purpose: image sizes count on it.
     const bool bHalfHeight = FCC_Subsampling(_vidProps.fccType, 1).cy == 2;
     const ZF_SIZE szChroma = {_vidProps.nWidth / 2, bHalfHeight ? nLines / 2 : nLines};

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-HRESULT CFrameSampler::Open(IZFFrame* _pFrame)
+HRESULT CFrameSampler::Open(IZFFrame* _pFrame, const Z_YUV_FORM& _yuv)
 {
     if (!_pFrame)
     {
@@ -26,7 +26,7 @@ HRESULT CFrameSampler::Open(IZFFrame* _pFrame)
         return E_INVALIDARG;
     }
     if (SUCCEEDED(hr))
-        hr = m_reader.Init(vidProps, vidPtr);
+        hr = m_reader.Init(vidProps, vidPtr, Img_MatrixOf(vidProps, _yuv));
     if (FAILED(hr))
     {
         ZLog(eZLog_Error, "CFrameSampler::Open: the frame (%hs) cannot be read, hr=%08X\n", VidProps_Text(&vidProps),

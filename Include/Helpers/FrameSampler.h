@@ -16,7 +16,8 @@ class CFrameSampler
 public:
     /// Keeps the frame. E_POINTER, E_INVALIDARG (no picture in system memory), or the frame's or reader's own failure;
     /// the log says what is wrong.
-    HRESULT Open(IZFFrame* _pFrame);
+    /// _yuv: how pictures in YUV are coded.
+    HRESULT Open(IZFFrame* _pFrame, const Z_YUV_FORM& _yuv = {});
 
     /// The frame; borrowed.
     IZFFrame* Frame() const

@@ -36,6 +36,14 @@ eZYMatrix Img_MatrixOf(const ZF_VID_PROPS& _vidProps)
     return _vidProps.nWidth > 1024 || nLines > nLinesSD ? eZYM_709 : eZYM_601;
 }
 
+eZYMatrix Img_MatrixOf(const ZF_VID_PROPS& _vidProps, const Z_YUV_FORM& _yuv)
+{
+    if (FCC_IsRGB(_vidProps.fccType))
+        return eZYM_601;
+    const int32_t eLimited = _yuv.nMatrix > 0 ? _yuv.nMatrix - 1 : Img_MatrixOf(_vidProps);
+    return static_cast<eZYMatrix>(eLimited + (_yuv.bFull ? eZYM_Full : 0));
+}
+
 void Img_RowToYUV(const uint8_t* _pBGRA, uint8_t* _pYUVA, int _nPixels, eZYMatrix _eMatrix)
 {
     ImgKernels().pfnToYUV(_pBGRA, _pYUVA, _nPixels, Img_CoefToYUV(_eMatrix));
@@ -60,7 +68,7 @@ void ImgRow_ToYUV(const uint8_t* _pBGRA, uint8_t* _pYUVA, int _nPixels, const IM
     for (int x = 0; x < _nPixels; ++x, _pBGRA += 4, _pYUVA += 4)
     {
         const uint8_t arrPixel[4] = {_pBGRA[0], _pBGRA[1], _pBGRA[2], _pBGRA[3]};
-        _pYUVA[0] = fnSum(_coef.anY, arrPixel, 16);
+        _pYUVA[0] = fnSum(_coef.anY, arrPixel, _coef.nBlack);
         _pYUVA[1] = fnSum(_coef.anU, arrPixel, 128);
         _pYUVA[2] = fnSum(_coef.anV, arrPixel, 128);
         _pYUVA[3] = arrPixel[3];
@@ -97,19 +105,22 @@ void ImgRow_ToHLS(const uint8_t* _pBGRA, uint8_t* _pHLSA, int _nPixels)
 
 IMG_COLOR Img_ColorToYUV(const IMG_COLOR& _colRGB, eZYMatrix _eMatrix)
 {
-    const Z_LUMA& luma = c_arrLuma[_eMatrix == eZYM_709];
+    const Z_LUMA& luma = ZMatrix_Luma(_eMatrix);
+    const Z_YUV_LEVELS levels = ZMatrix_Levels(_eMatrix);
     const double dblY =
         luma.dblKr * _colRGB.dbl0 + (1 - luma.dblKr - luma.dblKb) * _colRGB.dbl1 + luma.dblKb * _colRGB.dbl2;
-    return {(16 + 219 * dblY) / 255, (128 + 112 * (_colRGB.dbl2 - dblY) / (1 - luma.dblKb)) / 255,
-            (128 + 112 * (_colRGB.dbl0 - dblY) / (1 - luma.dblKr)) / 255};
+    return {(levels.dblBlack + levels.dblLuma * dblY) / 255,
+            (128 + levels.dblChroma * (_colRGB.dbl2 - dblY) / (1 - luma.dblKb)) / 255,
+            (128 + levels.dblChroma * (_colRGB.dbl0 - dblY) / (1 - luma.dblKr)) / 255};
 }
 
 IMG_COLOR Img_ColorFromYUV(const IMG_COLOR& _colYUV, eZYMatrix _eMatrix)
 {
-    const Z_LUMA& luma = c_arrLuma[_eMatrix == eZYM_709];
-    const double dblY = (255 * _colYUV.dbl0 - 16) / 219;
-    const double dblB = dblY + (255 * _colYUV.dbl1 - 128) / 112 * (1 - luma.dblKb);
-    const double dblR = dblY + (255 * _colYUV.dbl2 - 128) / 112 * (1 - luma.dblKr);
+    const Z_LUMA& luma = ZMatrix_Luma(_eMatrix);
+    const Z_YUV_LEVELS levels = ZMatrix_Levels(_eMatrix);
+    const double dblY = (255 * _colYUV.dbl0 - levels.dblBlack) / levels.dblLuma;
+    const double dblB = dblY + (255 * _colYUV.dbl1 - 128) / levels.dblChroma * (1 - luma.dblKb);
+    const double dblR = dblY + (255 * _colYUV.dbl2 - 128) / levels.dblChroma * (1 - luma.dblKr);
     return {dblR, (dblY - luma.dblKr * dblR - luma.dblKb * dblB) / (1 - luma.dblKr - luma.dblKb), dblB};
 }
 

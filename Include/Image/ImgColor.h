@@ -7,9 +7,9 @@
 
 /// Colour spaces of the pixels that are keyed.
 ///
-/// RGB is full range (0 to 255). YUV is studio range: Y 16 to 235, U and V 16 to 240 around 128. HLS is hue, lightness
-/// and saturation. All row functions are exact integer arithmetic: the same bytes from every compiler and every
-/// instruction set.
+/// RGB is full range (0 to 255). YUV is of limited range (Y 16 to 235, U and V 16 to 240 around 128) or full range, as
+/// eZYMatrix says. HLS is hue, lightness and saturation. All row functions are exact integer arithmetic: the same bytes
+/// from every compiler and every instruction set.
 
 /// The matrix that a picture is converted with.
 ///
@@ -17,9 +17,11 @@
 /// 1024 columns. 720 columns stay BT.601 up to 625 lines, because standard definition may carry its blanking lines.
 /// eZFCC_HDYC goes by size like eZFCC_UYVY: the two differ in name only.
 eZYMatrix Img_MatrixOf(const ZF_VID_PROPS& _vidProps);
+/// The same where a host says how its YUV is coded; what it does not say goes by size, in limited range.
+eZYMatrix Img_MatrixOf(const ZF_VID_PROPS& _vidProps, const Z_YUV_FORM& _yuv);
 
-/// Bytes B, G, R, A to bytes Y, U, V, A; _pBGRA and _pYUVA may be the same memory. Within 0.51 of the real-valued
-/// matrix (0.5 from rounding, 0.01 from the coefficients); greys give U = V = 128 exactly.
+/// Bytes B, G, R, A to bytes Y, U, V, A, cut at 255 (full range only); _pBGRA and _pYUVA may be the same memory. Within
+/// 0.51 of the real-valued matrix (0.5 from rounding, 0.01 from the coefficients); greys give U = V = 128 exactly.
 void Img_RowToYUV(const uint8_t* _pBGRA, uint8_t* _pYUVA, int _nPixels, eZYMatrix _eMatrix);
 
 /// Bytes B, G, R, A to bytes H, L, S, A; the two may be the same memory. Correctly rounded, halves upward.

@@ -13,11 +13,12 @@
 /// Integer coefficients of YUV to RGB, x 8192. They fit 16 bits, so that pairs of products can be summed in 32.
 struct IMG_YUV_COEF
 {
-    int16_t nY;  ///< luma, for R, G and B
-    int16_t nRV; ///< V for R
-    int16_t nGU; ///< U for G
-    int16_t nGV; ///< V for G
-    int16_t nBU; ///< U for B
+    int16_t nY;     ///< luma, for R, G and B
+    int16_t nRV;    ///< V for R
+    int16_t nGU;    ///< U for G
+    int16_t nGV;    ///< V for G
+    int16_t nBU;    ///< U for B
+    int16_t nBlack; ///< Y of black
 };
 
 /// Integer coefficients of RGB to YUV, x 32768, each applied to B, G, R.
@@ -26,6 +27,7 @@ struct IMG_RGB_COEF
     int16_t anY[3];
     int16_t anU[3];
     int16_t anV[3];
+    int16_t nBlack; ///< Y of black
 };
 
 /// Coefficients of a matrix (eZYMatrix).
@@ -35,11 +37,11 @@ const IMG_RGB_COEF& Img_CoefToYUV(int32_t _eMatrix);
 /// One row of a picture as a reading kernel sees it.
 struct IMG_ROW
 {
-    const uint8_t* pPlane0;     ///< packed pixels, or Y
-    const uint8_t* pU;          ///< planar formats: U of this row (eZFCC_NV12: U V pairs); null where there is none
-    const uint8_t* pV;          ///< planar formats: V of this row; null where there is none
-    int32_t nWidth;             ///< pixels to read
-    int32_t nChroma;            ///< planar formats: samples in a chroma row; 0 = chroma is neutral
+    const uint8_t* pPlane0; ///< packed pixels, or Y
+    const uint8_t* pU;      ///< planar formats: U of this row (eIL_NV12, eIL_P010: U V pairs); null where there is none
+    const uint8_t* pV;      ///< planar formats: V of this row; null where there is none
+    int32_t nWidth;         ///< pixels to read
+    int32_t nChroma;        ///< planar formats: samples in a chroma row; 0 = chroma is neutral
     const IMG_YUV_COEF* pCoeff; ///< how YUV becomes RGB
 };
 

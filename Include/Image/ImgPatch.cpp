@@ -64,6 +64,13 @@ void PutSample_v210(uint8_t* _pRow, int _n, int _nValue)
         p[n] = static_cast<uint8_t>(nWord >> (8 * n));
 }
 
+/// A sample in the ten high bits of a little-endian word.
+void PutSample_P010(uint8_t* _pWord, int _nValue)
+{
+    _pWord[0] = static_cast<uint8_t>(_nValue << 6);
+    _pWord[1] = static_cast<uint8_t>(_nValue >> 2);
+}
+
 /// A channel in steps of a 1 / _nSteps level, rounded to nearest.
 uint32_t Level(uint64_t _nChannel, uint32_t _nSteps)
 {
@@ -83,7 +90,7 @@ HRESULT CImgPatcher::Init(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidP
     m_pair = Z_PairBytes(eLayout);
     m_nWidth = _vidProps.nWidth;
     m_nHeight = std::abs(_vidProps.nHeight);
-    m_nSteps = eLayout == eIL_v210 || eLayout == eIL_r210 ? 4 : 1;
+    m_nSteps = eLayout == eIL_v210 || eLayout == eIL_r210 || eLayout == eIL_P010 ? 4 : 1;
     m_pCoef = &Img_CoefToYUV(_eMatrix);
     const eZChroma eChroma = FCC_Chroma(_vidProps.fccType);
     const bool bInTurns = eChroma == eZCh_Turns;
@@ -96,7 +103,7 @@ HRESULT CImgPatcher::Init(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidP
     if (eChroma == eZCh_Packed)
         return S_OK;
     if (bInTurns && m_arrRow0[2])
-        ++m_arrRow0[2];
+        m_arrRow0[2] += FCC_SampleBytes(_vidProps.fccType);
     const ZF_SIZE& szChroma = _vidPtr.szVideoPlanes[1];
     m_nChroma = std::min(bInTurns ? szChroma.cx / 2 : szChroma.cx, (m_nWidth + 1) / 2);
     m_nChromaRows = szChroma.cy;
@@ -179,12 +186,14 @@ void CImgPatcher::PutShared(const IMG_PATCH& _patch, const SHARERS& _sharers) co
 
 void CImgPatcher::PutLuma(int _nX, int _nY, const COLOUR& _colour) const
 {
-    const int nLuma = Sample(m_pCoef->anY, 16, _colour);
+    const int nLuma = Sample(m_pCoef->anY, m_pCoef->nBlack, _colour);
     uint8_t* const pRow = Row(0, _nY);
     if (m_eLayout == eIL_v210)
         PutSample_v210(pRow, 2 * _nX + 1, nLuma);
     else if (Z_IsPairs(m_eLayout))
         pRow[ptrdiff_t{4} * (_nX / 2) + (_nX % 2 ? m_pair.nY1 : m_pair.nY0)] = static_cast<uint8_t>(nLuma);
+    else if (m_eLayout == eIL_P010)
+        PutSample_P010(pRow + ptrdiff_t{2} * _nX, nLuma);
     else
         pRow[_nX] = static_cast<uint8_t>(nLuma);
 }
@@ -204,7 +213,14 @@ void CImgPatcher::PutChroma(int _nPair, int _nChromaRow, const COLOUR& _colour) 
         pUnit[m_pair.nU] = static_cast<uint8_t>(nU);
         pUnit[m_pair.nV] = static_cast<uint8_t>(nV);
     }
-    else if (_nPair < m_nChroma && _nChromaRow < m_nChromaRows)
+    else if (_nPair >= m_nChroma || _nChromaRow >= m_nChromaRows)
+        return;
+    else if (m_eLayout == eIL_P010)
+    {
+        PutSample_P010(Row(1, _nChromaRow) + ptrdiff_t{4} * _nPair, nU);
+        PutSample_P010(Row(2, _nChromaRow) + ptrdiff_t{4} * _nPair, nV);
+    }
+    else
     {
         const ptrdiff_t nAt = ptrdiff_t{_nPair} * (m_eLayout == eIL_NV12 ? 2 : 1);
         Row(1, _nChromaRow)[nAt] = static_cast<uint8_t>(nU);

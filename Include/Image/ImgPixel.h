@@ -30,6 +30,25 @@ inline void Img_Widen(const uint8_t* _pBGRA, int _nPixels, uint8_t* _pOut)
         _pOut[0] = _pOut[1] = _pBGRA[n]; // the bytes of a level times 257
 }
 
+/// Bytes B, G, R, A as R, G, B, A, or the other way round; both may be the same memory.
+inline void Img_SwapRedBlue(const uint8_t* _pPixels, int _nPixels, uint8_t* _pOut)
+{
+    for (int n = 0; n < _nPixels; ++n, _pPixels += 4, _pOut += 4)
+    {
+        const uint8_t nFirst = _pPixels[0];
+        _pOut[0] = _pPixels[2];
+        _pOut[1] = _pPixels[1];
+        _pOut[2] = nFirst;
+        _pOut[3] = _pPixels[3];
+    }
+}
+
+/// The ten high bits of a little-endian word.
+inline uint32_t Img_HighTenBits(const uint8_t* _pWord)
+{
+    return (_pWord[0] | uint32_t{_pWord[1]} << 8) >> 6;
+}
+
 inline uint8_t Img_Clamp8(int _nLevel)
 {
     return static_cast<uint8_t>(_nLevel < 0 ? 0 : _nLevel > 255 ? 255 : _nLevel);
@@ -53,7 +72,7 @@ inline IMG_CHROMA Img_Chroma(int _nU, int _nV, const IMG_YUV_COEF& _coef)
 
 inline void Img_PutYUV(uint8_t* _pBGRA, int _nY, const IMG_CHROMA& _chroma, const IMG_YUV_COEF& _coef, uint8_t _nAlpha)
 {
-    const int nLuma = _coef.nY * (_nY - 16);
+    const int nLuma = _coef.nY * (_nY - _coef.nBlack);
     _pBGRA[0] = Img_Clamp8((nLuma + _chroma.nB) >> 13);
     _pBGRA[1] = Img_Clamp8((nLuma + _chroma.nG) >> 13);
     _pBGRA[2] = Img_Clamp8((nLuma + _chroma.nR) >> 13);

@@ -24,10 +24,13 @@ int64_t BytesUsed(eImgLayout _eLayout, int64_t _nWidth)
         return 3 * _nWidth;
     case eIL_RGB32:
     case eIL_ARGB32:
+    case eIL_RGBA32:
     case eIL_r210:
         return 4 * _nWidth;
     case eIL_ARGB64:
         return 8 * _nWidth;
+    case eIL_P010:
+        return 2 * _nWidth;
     case eIL_v210:
         return _nWidth / 6 * 16 + (2 * (_nWidth % 6) + _nWidth % 2 + 2) / 3 * 4;
     case eIL_YUYV:
@@ -114,14 +117,15 @@ HRESULT CImgRowReader::InitPlanes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PT
         m_nChromaRows = m_vidRow.nChroma = 0;
         return S_OK;
     }
+    const int64_t nBytes = FCC_SampleBytes(_vidProps.fccType);
     for (int nPlane = 1; nPlane <= (bInTurns ? 1 : 2) && SUCCEEDED(hr); ++nPlane)
-        hr = CheckPlane(_vidProps, _vidPtr, nPlane, m_vidRow.nChroma * (bInTurns ? 2 : 1), m_nChromaRows);
+        hr = CheckPlane(_vidProps, _vidPtr, nPlane, m_vidRow.nChroma * nBytes * (bInTurns ? 2 : 1), m_nChromaRows);
     if (FAILED(hr))
         return hr;
     const int nU = eChroma == eZCh_VU ? 2 : 1;
     const int nV = bInTurns ? 1 : 3 - nU;
     m_vidRow.pU = Img_RowOf(_vidPtr, nU, 0);
-    m_vidRow.pV = Img_RowOf(_vidPtr, nV, 0) + (bInTurns ? 1 : 0);
+    m_vidRow.pV = Img_RowOf(_vidPtr, nV, 0) + (bInTurns ? nBytes : 0);
     m_anStride[1] = _vidPtr.cbVideoRowBytes[nU];
     m_anStride[2] = _vidPtr.cbVideoRowBytes[nV];
     return S_OK;

@@ -11,9 +11,10 @@
 /// Reads single rows of a picture of any known format as bytes B, G, R, A.
 ///
 /// Formats: eZFCC_RGB8 (grey), RGB24, RGB32, ARGB32, r210, v210, YUY2, UYVY, HDYC, YVYU, I420, YV12, NV12, I422, YV16,
-/// Y422, Y444, ARGB64. Row y is row y of the planes as they are handed over, so a bottom-up picture is read from its
-/// top when its planes are addressed flipped. A is 255 but for ARGB32 and ARGB64. Chroma is repeated to the two pixels
-/// that share it. Samples of more than 8 bits are rounded to nearest, halves up: (n + 2) / 4, at most 255.
+/// Y422, Y444, ARGB64, RGBA32, P010, P210. Row y is row y of the planes as they are handed over, so a bottom-up picture
+/// is read from its top when its planes are addressed flipped. A is 255 but for ARGB32, ARGB64 and RGBA32. Chroma is
+/// repeated to the two pixels that share it. Samples of more than 8 bits are rounded to nearest, halves up: (n + 2) /
+/// 4, at most 255.
 ///
 /// Interlaced 4:2:0 takes the chroma of the row's own field: chroma rows 0, 2, 4 ... belong to the upper field. Where
 /// odd sizes leave a pixel without a chroma sample, the nearest one serves, and 128 where the plane has none. Only

@@ -16,6 +16,8 @@ void ImgRead_YVYU(const IMG_ROW& _row, uint8_t* _pBGRA);
 void ImgRead_Planar(const IMG_ROW& _row, uint8_t* _pBGRA);
 void ImgRead_NV12(const IMG_ROW& _row, uint8_t* _pBGRA);
 void ImgRead_ARGB64(const IMG_ROW& _row, uint8_t* _pBGRA);
+void ImgRead_RGBA32(const IMG_ROW& _row, uint8_t* _pBGRA);
+void ImgRead_P010(const IMG_ROW& _row, uint8_t* _pBGRA);
 void ImgRow_ToYUV(const uint8_t* _pBGRA, uint8_t* _pYUVA, int _nPixels, const IMG_RGB_COEF& _coef);
 void ImgRow_FromYUV(const uint8_t* _pYUVA, uint8_t* _pBGRA, int _nPixels, const IMG_YUV_COEF& _coef);
 void ImgRow_ToHLS(const uint8_t* _pBGRA, uint8_t* _pHLSA, int _nPixels);

@@ -71,7 +71,7 @@ template <class S> struct TO_YUV
         return MATRIX_ROW<S>(_pnCoef[0], _pnCoef[1], _pnCoef[2], (_nOffset << 15) + (1 << 14));
     }
     ZCK_INLINE explicit TO_YUV(const IMG_RGB_COEF& _coef)
-        : rowY(Row(_coef.anY, 16))
+        : rowY(Row(_coef.anY, _coef.nBlack))
         , rowU(Row(_coef.anU, 128))
         , rowV(Row(_coef.anV, 128))
     {
@@ -94,10 +94,10 @@ template <class S> struct FROM_YUV
         , rowR(_coef.nY, 0, _coef.nRV, Const(_coef) - 128 * _coef.nRV)
     {
     }
-    /// The half that rounds, and the black of the studio range.
+    /// The half that rounds, and the black of the range.
     ZCK_INLINE static int Const(const IMG_YUV_COEF& _coef)
     {
-        return 4096 - 16 * _coef.nY;
+        return 4096 - _coef.nBlack * _coef.nY;
     }
     ZCK_INLINE typename S::I32 Of(typename S::I32 _vecPixels) const
     {

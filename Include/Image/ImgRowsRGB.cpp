@@ -57,3 +57,8 @@ void ImgRead_ARGB64(const IMG_ROW& _row, uint8_t* _pBGRA)
     for (int n = 0; n < 4 * _row.nWidth; ++n, pWord += 2)
         _pBGRA[n] = Img_From16Bit(pWord[0] | uint32_t{pWord[1]} << 8);
 }
+
+void ImgRead_RGBA32(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    Img_SwapRedBlue(_row.pPlane0, _row.nWidth, _pBGRA);
+}

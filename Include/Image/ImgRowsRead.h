@@ -88,6 +88,11 @@ template <class S> void ReadYVYU(const IMG_ROW& _row, uint8_t* _pBGRA)
 template <class S> struct CHROMA_PLANES
 {
     static constexpr int c_nStep = 1;
+    static constexpr int c_nBytes = 1; ///< of a sample
+    static ZCK_INLINE typename S::U16 Luma(const IMG_ROW& _row, int _nPair)
+    {
+        return S::WidenU16(_row.pPlane0 + 2 * _nPair);
+    }
     static ZCK_INLINE typename S::U16 Of(const IMG_ROW& _row, int _nPair)
     {
         return As<typename S::U16>(S::WidenI32(_row.pU + _nPair) | S::WidenI32(_row.pV + _nPair) << 16);
@@ -98,9 +103,35 @@ template <class S> struct CHROMA_PLANES
 template <class S> struct CHROMA_IN_TURN
 {
     static constexpr int c_nStep = 2;
+    static constexpr int c_nBytes = 1;
+    static ZCK_INLINE typename S::U16 Luma(const IMG_ROW& _row, int _nPair)
+    {
+        return S::WidenU16(_row.pPlane0 + 2 * _nPair);
+    }
     static ZCK_INLINE typename S::U16 Of(const IMG_ROW& _row, int _nPair)
     {
         return S::WidenU16(_row.pU + 2 * _nPair);
+    }
+};
+
+/// The same of samples in the ten high bits of words: levels of 8 bits, rounded, halves up, at most 255.
+template <class S> struct CHROMA_IN_TURN10
+{
+    static constexpr int c_nStep = 4;
+    static constexpr int c_nBytes = 2;
+    static ZCK_INLINE typename S::U16 Levels(const uint8_t* _pWords)
+    {
+        const typename S::I32 vecSamples = (S::LoadI32(_pWords) >> 6) & 0x03FF03FF;
+        const typename S::I32 vecRounded = ((vecSamples + 0x00020002) >> 2) & 0x01FF01FF;
+        return As<typename S::U16>(vecRounded - ((vecRounded >> 8) & 0x00010001)); // 256 is 255
+    }
+    static ZCK_INLINE typename S::U16 Luma(const IMG_ROW& _row, int _nPair)
+    {
+        return Levels(_row.pPlane0 + 4 * _nPair);
+    }
+    static ZCK_INLINE typename S::U16 Of(const IMG_ROW& _row, int _nPair)
+    {
+        return Levels(_row.pU + 4 * _nPair);
     }
 };
 
@@ -112,13 +143,13 @@ ZCK_INLINE void ReadHalfWidth(const IMG_ROW& _row, uint8_t* _pBGRA, PFN_IMG_READ
     const CYUVReader<S> reader(*_row.pCoeff, false);
     int nPairs = 0;
     for (; 2 * (nPairs + c_nPairs) <= _row.nWidth && nPairs + c_nPairs <= _row.nChroma; nPairs += c_nPairs)
-        reader.Put(_pBGRA + 8 * nPairs, S::WidenU16(_row.pPlane0 + 2 * nPairs), Chroma::Of(_row, nPairs));
+        reader.Put(_pBGRA + 8 * nPairs, Chroma::Luma(_row, nPairs), Chroma::Of(_row, nPairs));
     // The rest keeps at least one sample: a row without any is neutral.
     const int nSkip = nPairs < _row.nChroma ? nPairs : _row.nChroma > 0 ? _row.nChroma - 1 : 0;
     IMG_ROW rest = _row;
     rest.nWidth -= 2 * nPairs;
     rest.nChroma -= nSkip;
-    rest.pPlane0 += 2 * nPairs;
+    rest.pPlane0 += 2 * Chroma::c_nBytes * nPairs;
     rest.pU += Chroma::c_nStep * nSkip;
     rest.pV += Chroma::c_nStep * nSkip;
     _pfnRest(rest, _pBGRA + 8 * nPairs);
@@ -132,6 +163,11 @@ template <class S> void ReadPlanar(const IMG_ROW& _row, uint8_t* _pBGRA)
 template <class S> void ReadNV12(const IMG_ROW& _row, uint8_t* _pBGRA)
 {
     ReadHalfWidth<S, CHROMA_IN_TURN<S>>(_row, _pBGRA, ImgRead_NV12);
+}
+
+template <class S> void ReadP010(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    ReadHalfWidth<S, CHROMA_IN_TURN10<S>>(_row, _pBGRA, ImgRead_P010);
 }
 
 /// A 10-bit level at the low end of each lane as one of 8 bits, rounded, halves up.
@@ -193,5 +229,14 @@ template <class S> struct MADE_OPAQUE
     ZCK_INLINE typename S::I32 Of(typename S::I32 _vecPixels) const
     {
         return _vecPixels | c_nImgAlphaByte;
+    }
+};
+
+template <class S> struct FROM_RGBA32
+{
+    ZCK_INLINE typename S::I32 Of(typename S::I32 _vecPixels) const
+    {
+        constexpr uint8_t c_arrSwap[16] = {2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15};
+        return As<typename S::I32>(ShuffleBytes(As<typename S::U8>(_vecPixels), c_arrSwap));
     }
 };

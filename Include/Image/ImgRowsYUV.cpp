@@ -97,3 +97,17 @@ void ImgRead_v210(const IMG_ROW& _row, uint8_t* _pBGRA)
         }
     }
 }
+
+void ImgRead_P010(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    const auto fnLevel = [](const uint8_t* _pWord) { return Img_From10Bit(Img_HighTenBits(_pWord)); };
+    const uint8_t* pY = _row.pPlane0;
+    for (int x = 0; x < _row.nWidth; x += 2, pY += 4, _pBGRA += 8)
+    {
+        const ptrdiff_t nSample = ptrdiff_t{std::min(x / 2, _row.nChroma - 1)} * 4;
+        const int nU = _row.nChroma > 0 ? fnLevel(_row.pU + nSample) : 128;
+        const int nV = _row.nChroma > 0 ? fnLevel(_row.pV + nSample) : 128;
+        const uint8_t arrY[2] = {fnLevel(pY), fnLevel(x + 1 < _row.nWidth ? pY + 2 : pY)};
+        PutPair(_pBGRA, _row.nWidth - x, arrY, arrY + 1, nU, nV, *_row.pCoeff);
+    }
+}

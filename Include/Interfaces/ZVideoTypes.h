@@ -35,6 +35,11 @@ enum eZFCC : uint32_t
     eZFCC_Y444 = 0x34343459, ///< planes Y, U, V, addressed with half-width chroma
     /// Of this system's own: little-endian words B, G, R, A of 16 bits; straight alpha. No four characters.
     eZFCC_ARGB64 = 0x01343641,
+    /// Of this system's own: bytes R, G, B, A; straight alpha. No four characters.
+    eZFCC_RGBA32 = 0x01323352,
+    /// Known here beyond what hosts need: ten bits in the high bits of little-endian words, planes Y, interleaved U V.
+    eZFCC_P010 = 0x30313050, ///< 4:2:0
+    eZFCC_P210 = 0x30313250, ///< 4:2:2
 };
 
 /// Field order of a picture. Values 4 and 5 belong to the host and are carried through.

@@ -11,8 +11,9 @@
 /// Rules for all of it:
 /// - Texts are UTF-8 and end with a zero. Those handed in are copied; null counts as "".
 /// - Threads: all functions may be called from any thread at any time, but for zck_close, which is the last call with
-///   its keyer. Frames of one keyer are keyed one after the other; edits (keys, parameters, options, documents) wait
-///   for each other, not for frames, and take effect with the next frame. Keyers know nothing of each other.
+///   its keyer. Frames of one keyer are keyed one after the other. Edits (keys, parameters, documents) wait for each
+///   other and take effect with the next frame; those that look at a picture, or replace keys, also lie between frames.
+///   Keyers know nothing of each other.
 /// - Memory stays the caller's. When a function has returned, the module holds none of it, no picture either.
 /// - Answers are of zck_result: ZCK_OK, ZCK_NOTHING, or an error, which is below 0. After an error keys, parameters and
 ///   options are as before, and zck_last_error has the reason. No exception comes out of a function.
@@ -20,8 +21,8 @@
 /// Which of both generations a keyer is of, zck_open says. The second unmixes colours and learns the backdrop while
 /// frames come in; the first keys boxes of colours, each frame by itself.
 
-#include <stddef.h>
-#include <stdint.h>
+#include <stddef.h> // NOLINT(modernize-deprecated-headers): C has no other
+#include <stdint.h> // NOLINT(modernize-deprecated-headers)
 
 #if defined(_WIN32)
 #define ZCK_CALL __cdecl
@@ -159,7 +160,7 @@ extern "C"
 
     /// Sets an option; null or "" goes back to its default. Docs/Options.md lists them: "process.threads",
     /// "gpu_mode", "keying.borders", "output.premultiplied". Those that follow from the frames that are handed in
-    /// ("output.argb", "output.depth", "output.thread", "input.keep") are refused.
+    /// ("output.argb", "output.depth", "output.thread", "input.keep", "input.matrix", "input.range") are refused.
     int ZCK_CALL zck_option_set(zck_keyer* _keyer, const char* _name, const char* _value);
     /// Sets a parameter: "spill", "choke", of the first generation an adjustment: "power", "colors". Calls for one
     /// parameter that follow each other within a second are one step. ZCK_NOTHING: it has that value already.
@@ -185,7 +186,7 @@ extern "C"
     int ZCK_CALL zck_step(zck_keyer* _keyer, int _steps, int* _done_or_null);
 
     /// Loads a document: keys, protected colours, parameters and regions, as one step. Options in it are left aside,
-    /// and so are keys of the other generation. ZCK_NOTHING: it has no keys for this one.
+    /// and so is what it has of the other generation. ZCK_E_ARGUMENT: it is none, or has nothing of this generation.
     int ZCK_CALL zck_load(zck_keyer* _keyer, const char* _document);
     /// Writes keys, protected colours, parameters and regions down as a document (XML), without options.
     /// _document: takes up to _capacity bytes, with the zero at its end; null to ask for the size. *_needed_or_null:
@@ -196,7 +197,8 @@ extern "C"
     ///
     /// _out_or_null: of the picture's size, less "keying.borders"; its format is ZCK_FORMAT_ARGB32, in the second
     /// generation also ZCK_FORMAT_ARGB64, or one that these can be converted into. Alpha is straight unless
-    /// "output.premultiplied" says otherwise; colours are cleaned of the backdrop's. It may be the memory of the input.
+    /// "output.premultiplied" says otherwise; colours are cleaned of the backdrop's. It may be the very memory of the
+    /// input, and must not overlap it otherwise.
     /// _mask_or_null: alpha alone, ZCK_FORMAT_RGB8, of the same size. One of both must be there. Bytes of rows after
     /// their last pixel stay as they are. After an error the pixels of both are undefined.
     ///

@@ -19,7 +19,8 @@ bool IsTarget(uint32_t _fccType)
 // Bytes of a row that hold samples, in a plane of one format.
 int64_t SampleBytes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, int _nPlane)
 {
-    return _nPlane == 0 ? Img_RowBytesUsed(_vidProps.fccType, _vidProps.nWidth) : _vidPtr.szVideoPlanes[_nPlane].cx;
+    return _nPlane == 0 ? Img_RowBytesUsed(_vidProps.fccType, _vidProps.nWidth)
+                        : int64_t{_vidPtr.szVideoPlanes[_nPlane].cx} * FCC_SampleBytes(_vidProps.fccType);
 }
 
 HRESULT WrongPicture(const ZF_VID_PROPS& _vidPropsIn, const ZF_VID_PROPS& _vidPropsOut, const char* _pszWhat)
@@ -78,6 +79,8 @@ void ConvertRow(const CImgRowReader& _reader, int _nRow, uint32_t _fccOut, bool 
         Img_Widen(pBGRA, nWidth, _pOut);
     for (int x = 0; x < nWidth && _bDropAlpha; ++x)
         pBGRA[4 * x + 3] = 255;
+    if (_fccOut == eZFCC_RGBA32)
+        Img_SwapRedBlue(pBGRA, nWidth, pBGRA);
 }
 
 HRESULT ConvertToBGRA(const ZF_VID_PROPS& _vidPropsIn, const ZF_VID_PTR& _vidPtrIn, const ZF_VID_PROPS& _vidPropsOut,

@@ -5,7 +5,7 @@
 
 /// Converts a whole picture, row by row, into another of the same size.
 ///
-/// From every format that CImgRowReader reads to eZFCC_RGB32 (fourth byte 255), eZFCC_ARGB32 and eZFCC_ARGB64 (alpha
+/// From every format that CImgRowReader reads to eZFCC_RGB32 (fourth byte 255), ARGB32, RGBA32 and ARGB64 (alpha
 /// opaque, or the source's; 16 bits are made of the reader's 8), and between two pictures of one format, samples
 /// unchanged. The planes are as VidPtr_Build gives them, flipped or not: a bottom-up record with a positive stride is
 /// taken to begin with its bottom row, all others begin with the top row. Source and target must not overlap.

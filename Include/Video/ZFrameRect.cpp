@@ -87,7 +87,8 @@ int64_t ByteOfColumn(uint32_t _fccType, int _nX)
 {
     if (FCC_Layout(_fccType) == eIL_v210)
         return _nX % 6 == 0 ? int64_t{_nX} / 6 * 16 : -1;
-    return FCC_IsPlanar(_fccType) ? _nX : int64_t{_nX} * FCC_BitsPerPixel(_fccType) / 8;
+    return FCC_IsPlanar(_fccType) ? int64_t{_nX} * FCC_SampleBytes(_fccType)
+                                  : int64_t{_nX} * FCC_BitsPerPixel(_fccType) / 8;
 }
 
 // Row _nRow of plane 0, counted from the top of the picture.
@@ -113,8 +114,8 @@ ZF_VID_PTR PartPtr(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, con
         vidPtr.lpVideoPlanes[nPlane] = 0;
         if (!_vidPtr.lpVideoPlanes[nPlane])
             continue;
-        const int nByte = FCC_Chroma(_vidProps.fccType) == eZCh_Turns ? _part.nX1 : _part.nX1 / 2;
-        vidPtr.lpVideoPlanes[nPlane] = _vidPtr.lpVideoPlanes[nPlane] + nByte +
+        const int64_t nSample = FCC_Chroma(_vidProps.fccType) == eZCh_Turns ? _part.nX1 : _part.nX1 / 2;
+        vidPtr.lpVideoPlanes[nPlane] = _vidPtr.lpVideoPlanes[nPlane] + nSample * FCC_SampleBytes(_vidProps.fccType) +
                                        int64_t{_part.nY1 / nRowsPerChroma} * _vidPtr.cbVideoRowBytes[nPlane];
     }
     return vidPtr;

@@ -46,7 +46,8 @@ HRESULT CheckPlanes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr)
     for (int nPlane = 0; nPlane < 4; ++nPlane)
     {
         const ZF_SIZE& szPlane = _vidPtr.szVideoPlanes[nPlane];
-        const int64_t cbRow = nPlane == 0 ? Img_RowSizeM(&_vidProps) : szPlane.cx;
+        const int64_t cbRow =
+            nPlane == 0 ? Img_RowSizeM(&_vidProps) : int64_t{szPlane.cx} * FCC_SampleBytes(_vidProps.fccType);
         if (szPlane.cx < 1 || szPlane.cy < 1)
             continue;
         if (_vidPtr.lpVideoPlanes[nPlane] && std::abs(int64_t{_vidPtr.cbVideoRowBytes[nPlane]}) >= cbRow)

@@ -58,6 +58,9 @@ void WriteRGB(eImgLayout _eLayout, const uint8_t* _pBGRA, int _nWidth, uint8_t* 
             for (int n = 0; n < 4; ++n)
                 _pOut[ptrdiff_t{x} * 4 + n] = static_cast<uint8_t>(nWord_r210 >> (24 - 8 * n));
             break;
+        case eIL_RGBA32:
+            Img_SwapRedBlue(_pBGRA, 1, _pOut + ptrdiff_t{x} * 4);
+            break;
         case eIL_ARGB64:
             Img_Widen(_pBGRA, 1, _pOut + ptrdiff_t{x} * 8);
             break;
@@ -113,7 +116,15 @@ private:
         if (eLayout == eIL_v210)
             return Write_v210(pYUVA, nWidth, _pOut);
         for (int x = 0; x < nWidth; ++x)
-            _pOut[x] = pYUVA[ptrdiff_t{x} * 4];
+            PutSample(_pOut, x, pYUVA[ptrdiff_t{x} * 4]);
+    }
+
+    // Sample _n of a row of a plane; ten bits are four times the eight.
+    void PutSample(uint8_t* _pRow, ptrdiff_t _n, int _nLevel) const
+    {
+        const ptrdiff_t nBytes = FCC_SampleBytes(m_vidProps.fccType);
+        _pRow[_n * nBytes] = 0;
+        _pRow[_n * nBytes + nBytes - 1] = static_cast<uint8_t>(_nLevel);
     }
 
     // Adds what the pixels of one row give to each chroma sample of a row.
@@ -139,11 +150,12 @@ private:
         {
             const int nPixels = SumChromaRow(nRow, nSamples);
             uint8_t* const pU = Img_RowOf(m_vidPtr, bVFirst ? 2 : 1, nRow);
-            uint8_t* const pV = bInTurns ? pU + 1 : Img_RowOf(m_vidPtr, bVFirst ? 1 : 2, nRow);
+            uint8_t* const pV =
+                bInTurns ? pU + FCC_SampleBytes(m_vidProps.fccType) : Img_RowOf(m_vidPtr, bVFirst ? 1 : 2, nRow);
             for (int n = 0; n < nSamples; ++n)
             {
-                pU[n * nStep] = static_cast<uint8_t>((m_vecSumU[n] + nPixels / 2) / nPixels);
-                pV[n * nStep] = static_cast<uint8_t>((m_vecSumV[n] + nPixels / 2) / nPixels);
+                PutSample(pU, ptrdiff_t{n} * nStep, (m_vecSumU[n] + nPixels / 2) / nPixels);
+                PutSample(pV, ptrdiff_t{n} * nStep, (m_vecSumV[n] + nPixels / 2) / nPixels);
             }
         }
     }

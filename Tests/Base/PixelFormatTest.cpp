@@ -20,6 +20,7 @@ TEST(PixelFormat, RowSizesFollowTheirRules)
         {eZFCC_RGB32, 0x20000000, 0}, // 2^31 bytes have no place in nRowBytes
         {eZFCC_v210, INT32_MAX, 0},   {eZFCC_RGB8, INT32_MAX, 0}, {eZFCC_RGB32, -3, -12},
         {eZFCC_RGB24, INT32_MIN, 0},  {eZFCC_ARGB64, 3, 24},      {eZFCC_ARGB64, 0x10000000, 0},
+        {eZFCC_RGBA32, 3, 12},        {eZFCC_P010, 7, 14},        {eZFCC_P210, 0x40000000, 0},
     };
     for (const auto& c : c_arrCases)
         EXPECT_EQ(Img_RowSize(c.fccType, c.nWidth), c.nBytes) << FCC_Name(c.fccType) << " width " << c.nWidth;
@@ -54,6 +55,8 @@ TEST(PixelFormat, NamesPrintAndParse)
         {"BI_BITFIELDS", 3, true},
         {"0x4", 4, false},
         {"ARGB64", eZFCC_ARGB64, true},
+        {"RGBA32", eZFCC_RGBA32, true},
+        {"P010", eZFCC_P010, true},
         {"RGB1", 0xE436EB78, false},
         {"RGB8", eZFCC_RGB8, true},
         {"RGB565", eZFCC_RGB565, false},

@@ -35,7 +35,7 @@ example/build/EditKeys "$module" 320 180 edited.xml <in.raw >edited.txt
 quietly "$zkhost" key in.raw --in RGB32:320x180 -o wanted.raw --keys edited.xml
 grep 'shadows: 0 to 100 %' edited.txt # the parameters, and then what was keyed
 grep '^backdrop .* mixed ' edited.txt
-for file in LICENSE Interfaces/ZChromaKey.idl Interfaces/IZTables.h Sdk/HostFrame.h; do
+for file in LICENSE Interfaces/ZChromaKey.idl Interfaces/IZTables.h Sdk/HostFrame.h Sdk/ZChromaKeyC.h; do
   find "$prefix" -path "*/$file" | grep -q . || { echo "$file is not in the tree"; exit 1; }
 done
 ! grep -rlI "$work/first" "$prefix" # a path of the place it was installed to

@@ -24,6 +24,8 @@ TEST_F(CCommandTest, FormatsPrintsEveryRow)
     EXPECT_EQ(Lines(m_strOut.substr(nSecond)), VidFormat_All().size() + 1);
     ExpectOut({"\nNV12\t0x3231564E\t16\tno\tyes\tyes\t1x2\t1x1\tyes\tno\n",
                "\nARGB64\t0x01343641\t64\tyes\tno\tyes\t1x1\t1x1\tyes\tyes\n",
+               "\nRGBA32\t0x01323352\t32\tyes\tno\tyes\t1x1\t1x1\tyes\tyes\n",
+               "\nP010\t0x30313050\t24\tno\tyes\tyes\t1x2\t1x1\tyes\tyes\n",
                "\n4\tPAL\teZVF_PAL\t25\t1\t1\t720\t576\t4\t3\t0\t49\n", "\n94\tDisabled\t"});
 }
 

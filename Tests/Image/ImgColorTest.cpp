@@ -26,6 +26,8 @@ IMG_COLOR Fractions(int _n0, int _n1, int _n2)
     return {_n0 / 255.0, _n1 / 255.0, _n2 / 255.0};
 }
 
+constexpr auto c_eFull601 = static_cast<eZYMatrix>(eZYM_Full + eZYM_601);
+
 } // namespace
 
 // The levels that the standards give for full colours, 8-bit: the only place where the numbers come from outside.
@@ -42,6 +44,9 @@ TEST(ImgColor, FullColoursHaveTheLevelsOfTheStandards)
         {eZYM_601, {0, 0, 0, 7}, {16, 128, 128}},        {eZYM_709, {0, 0, 255, 7}, {63, 102, 240}},
         {eZYM_709, {0, 255, 0, 7}, {173, 42, 26}},       {eZYM_709, {255, 0, 0, 7}, {32, 240, 118}},
         {eZYM_709, {255, 255, 255, 7}, {235, 128, 128}}, {eZYM_709, {0, 0, 0, 7}, {16, 128, 128}},
+        {eZYM_2020, {0, 255, 0, 7}, {164, 47, 25}},      {c_eFull601, {255, 0, 0, 7}, {29, 255, 107}},
+        {c_eFull601, {0, 255, 0, 7}, {150, 44, 21}},     {c_eFull601, {255, 255, 255, 7}, {255, 128, 128}},
+        {c_eFull601, {0, 0, 0, 7}, {0, 128, 128}},
     };
     for (const auto& test : arrCases)
     {
@@ -78,8 +83,9 @@ TEST(ImgColor, RowsOfYUVKeepTheirBounds)
     const std::vector<uint8_t> vecGrid = ColorGrid(); // as YUV, any bytes: also outside the studio range
     const int nPixels = static_cast<int>(vecGrid.size() / 4);
     std::vector<uint8_t> vecTo(vecGrid.size());
-    for (eZYMatrix eMatrix : {eZYM_601, eZYM_709})
+    for (int nMatrix = 0; nMatrix < eZYM_Count; ++nMatrix)
     {
+        const auto eMatrix = static_cast<eZYMatrix>(nMatrix);
         Img_RowToYUV(vecGrid.data(), vecTo.data(), nPixels, eMatrix);
         EXPECT_LE(WorstOf(vecGrid, vecTo,
                           [&](const uint8_t* _p) { return Img_ColorToYUV(Fractions(_p[2], _p[1], _p[0]), eMatrix); }),
@@ -138,5 +144,9 @@ TEST(ImgColor, MatrixFollowsSizeAndFamily)
         vidProps.nWidth = test.nWidth;
         vidProps.nHeight = test.nHeight;
         EXPECT_EQ(Img_MatrixOf(vidProps), test.eMatrix) << test.nWidth << "x" << test.nHeight;
+        const bool bRGB = (test.fccType == eZFCC_ARGB32 || test.fccType == eZFCC_r210);
+        EXPECT_EQ(Img_MatrixOf(vidProps, {}), test.eMatrix);
+        EXPECT_EQ(Img_MatrixOf(vidProps, {3, false}), bRGB ? eZYM_601 : eZYM_2020);
+        EXPECT_EQ(Img_MatrixOf(vidProps, {0, true}), bRGB ? eZYM_601 : eZYM_Full + test.eMatrix) << "by size";
     }
 }

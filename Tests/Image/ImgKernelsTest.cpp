@@ -28,12 +28,14 @@ protected:
     IMG_KERNELS m_level;
 };
 
+constexpr auto c_eFull2020 = static_cast<eZYMatrix>(eZYM_Full + eZYM_2020);
+
 // How many conversions Convert knows.
 constexpr int c_nConversions = 5;
 
 void Convert(int _nConversion, const IMG_KERNELS& _kernels, const uint8_t* _pFrom, uint8_t* _pTo, int _nPixels)
 {
-    const eZYMatrix eMatrix = _nConversion % 2 ? eZYM_709 : eZYM_601;
+    const eZYMatrix eMatrix = _nConversion % 2 ? c_eFull2020 : eZYM_601;
     if (_nConversion < 2)
         _kernels.pfnToYUV(_pFrom, _pTo, _nPixels, Img_CoefToYUV(eMatrix));
     else if (_nConversion < 4)
@@ -57,6 +59,8 @@ size_t RowBytes(eImgLayout _eLayout, int _nWidth)
     const int nV210 = _nWidth / 6 * 16 + (2 * (_nWidth % 6) + _nWidth % 2 + 2) / 3 * 4;
     const bool bPlanar = _eLayout == eIL_Planar || _eLayout == eIL_NV12 || _eLayout == eIL_RGB8;
     return static_cast<size_t>(bPlanar                  ? _nWidth
+                               : _eLayout == eIL_P010   ? 2 * _nWidth
+                               : _eLayout == eIL_RGBA32 ? 4 * _nWidth
                                : _eLayout == eIL_RGB24  ? 3 * _nWidth
                                : _eLayout == eIL_ARGB64 ? 8 * _nWidth
                                : _eLayout <= eIL_r210   ? 4 * _nWidth
@@ -70,18 +74,19 @@ TEST_P(ImgKernels, ReadRowsLikeThePlainOnes)
     const auto fnTest = [&](int _nLayout, int _nWidth, int _nChroma, eZGuard _eGuard) {
         SCOPED_TRACE(testing::Message() << "layout " << _nLayout << " width " << _nWidth << " chroma " << _nChroma
                                         << " guard " << _eGuard << " seed " << nSeed);
-        const size_t nStep = _nLayout == eIL_NV12 ? 2 : 1;
+        const size_t nStep = _nLayout == eIL_NV12 ? 2 : _nLayout == eIL_P010 ? 4 : 1;
         const auto nChroma = static_cast<size_t>(_nChroma);
         CGuardedPlane luma(RowBytes(static_cast<eImgLayout>(_nLayout), _nWidth), 1, 0, _eGuard, nSeed % 64);
         CGuardedPlane chroma0(std::max<size_t>(nStep * nChroma, 1), 1, 0, _eGuard, nSeed % 7);
         CGuardedPlane chroma1(std::max<size_t>(nChroma, 1), 1, 0, _eGuard, nSeed % 11);
         for (CGuardedPlane* pPlane : {&luma, &chroma0, &chroma1})
             Fill(*pPlane, nSeed++);
-        IMG_ROW row = {luma.Row(0), nullptr, nullptr, _nWidth, _nChroma, &Img_CoefFromYUV(nSeed % 2 ? 0 : 1)};
+        IMG_ROW row = {luma.Row(0), nullptr,  nullptr,
+                       _nWidth,     _nChroma, &Img_CoefFromYUV(static_cast<int32_t>(nSeed % eZYM_Count))};
         if (_nChroma > 0)
         {
             row.pU = chroma0.Row(0);
-            row.pV = nStep == 2 ? row.pU + 1 : chroma1.Row(0);
+            row.pV = nStep > 1 ? row.pU + nStep / 2 : chroma1.Row(0);
         }
         CGuardedPlane pixels(4 * static_cast<size_t>(_nWidth), 2, 0, _eGuard, nSeed % 64);
         m_plain.apfnRead[_nLayout](row, pixels.Row(0));
@@ -92,7 +97,7 @@ TEST_P(ImgKernels, ReadRowsLikeThePlainOnes)
     };
     for (int nLayout = 0; nLayout < eIL_Count; ++nLayout)
         ForTestWidths([&](int _nWidth) {
-            const bool bChroma = nLayout == eIL_Planar || nLayout == eIL_NV12;
+            const bool bChroma = nLayout == eIL_Planar || nLayout == eIL_NV12 || nLayout == eIL_P010;
             const int nPairs = (_nWidth + 1) / 2;
             for (const eZGuard eGuard : {eZGuard_Fence, eZGuard_PageEnd, eZGuard_PageStart})
                 fnTest(nLayout, _nWidth, bChroma ? nPairs : 0, eGuard);
@@ -148,19 +153,19 @@ TEST(ImgKernelTable, EveryEntryIsItsLevels)
 {
     const IMG_KERNELS arrExpected[] = {
         {{ImgRead_RGB8, ImgRead_RGB24, ImgRead_RGB32, ImgRead_ARGB32, ImgRead_r210, ImgRead_v210, ImgRead_YUYV,
-          ImgRead_UYVY, ImgRead_YVYU, ImgRead_Planar, ImgRead_NV12, ImgRead_ARGB64},
+          ImgRead_UYVY, ImgRead_YVYU, ImgRead_Planar, ImgRead_NV12, ImgRead_ARGB64, ImgRead_RGBA32, ImgRead_P010},
          ImgRow_ToYUV,
          ImgRow_FromYUV,
          ImgRow_ToHLS},
         {{ImgRead_RGB8, ImgRead_RGB24, ImgRead_RGB32_AVX2, ImgRead_ARGB32, ImgRead_r210_AVX2, ImgRead_v210_AVX2,
           ImgRead_YUYV_AVX2, ImgRead_UYVY_AVX2, ImgRead_YVYU_AVX2, ImgRead_Planar_AVX2, ImgRead_NV12_AVX2,
-          ImgRead_ARGB64},
+          ImgRead_ARGB64, ImgRead_RGBA32_AVX2, ImgRead_P010_AVX2},
          ImgRow_ToYUV_AVX2,
          ImgRow_FromYUV_AVX2,
          ImgRow_ToHLS_AVX2},
         {{ImgRead_RGB8, ImgRead_RGB24, ImgRead_RGB32_AVX512, ImgRead_ARGB32, ImgRead_r210_AVX512, ImgRead_v210_AVX512,
           ImgRead_YUYV_AVX512, ImgRead_UYVY_AVX512, ImgRead_YVYU_AVX512, ImgRead_Planar_AVX512, ImgRead_NV12_AVX512,
-          ImgRead_ARGB64},
+          ImgRead_ARGB64, ImgRead_RGBA32_AVX512, ImgRead_P010_AVX512},
          ImgRow_ToYUV_AVX512,
          ImgRow_FromYUV_AVX512,
          ImgRow_ToHLS_AVX512},

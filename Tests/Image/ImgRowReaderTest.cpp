@@ -37,16 +37,22 @@ int ChromaRowOf(const GUARDED_PICTURE& _picture, int _nRow)
 TEST_PIXEL PlanarPixel(const GUARDED_PICTURE& _picture, int _nRow, int _nX)
 {
     const uint32_t fccType = _picture.vidProps.fccType;
-    TEST_PIXEL pixel = {true, {double(_picture.Byte(0, _nRow, _nX)), 128, 128}, 255};
+    const int nBytes = FCC_SampleBytes(fccType);
+    const auto fnLevel = [&](int _nPlane, int _nPlaneRow, int _nSample) { // ten bits of words as eight
+        const int nHigh = _picture.Byte(_nPlane, _nPlaneRow, _nSample * nBytes + nBytes - 1);
+        const int nLow = _picture.Byte(_nPlane, _nPlaneRow, _nSample * nBytes);
+        return nBytes == 1 ? nLow : std::min((4 * nHigh + nLow / 64 + 2) / 4, 255);
+    };
+    TEST_PIXEL pixel = {true, {double(fnLevel(0, _nRow, _nX)), 128, 128}, 255};
     if (!_picture.arrPlanes[1])
         return pixel;
     const int nRow = ChromaRowOf(_picture, _nRow);
-    const bool bNV12 = fccType == eZFCC_NV12; // U and V in turn
+    const bool bNV12 = FCC_Chroma(fccType) == eZCh_Turns; // U and V in turn
     const bool bVFirst = fccType == eZFCC_YV12 || fccType == eZFCC_YV16;
     const int nStep = bNV12 ? 2 : 1;
-    const int nByte = std::min(_nX / 2, _picture.vidPtr.szVideoPlanes[1].cx / nStep - 1) * nStep;
-    pixel.arrLevels[1] = _picture.Byte(bVFirst ? 2 : 1, nRow, nByte);
-    pixel.arrLevels[2] = _picture.Byte(bVFirst || bNV12 ? 1 : 2, nRow, nByte + nStep - 1);
+    const int nSample = std::min(_nX / 2, _picture.vidPtr.szVideoPlanes[1].cx / nStep - 1) * nStep;
+    pixel.arrLevels[1] = fnLevel(bVFirst ? 2 : 1, nRow, nSample);
+    pixel.arrLevels[2] = fnLevel(bVFirst || bNV12 ? 1 : 2, nRow, nSample + nStep - 1);
     return pixel;
 }
 
@@ -99,6 +105,7 @@ TEST(ImgRowReader, FindsThePixelsInPackedRows)
         {eZFCC_RGB24, {1, 2, 3, 4, 5, 6}, {{false, {1, 2, 3}, 255}, {false, {4, 5, 6}, 255}}},
         {eZFCC_RGB32, {1, 2, 3, 4, 5, 6, 7, 8}, {{false, {1, 2, 3}, 255}, {false, {5, 6, 7}, 255}}},
         {eZFCC_ARGB32, {1, 2, 3, 4, 5, 6, 7, 8}, {{false, {1, 2, 3}, 4}, {false, {5, 6, 7}, 8}}},
+        {eZFCC_RGBA32, {1, 2, 3, 4, 5, 6, 7, 8}, {{false, {3, 2, 1}, 4}, {false, {7, 6, 5}, 8}}},
         // words of 257 levels each, rounded: 0x8080 is 128, 127.5 levels go upward, and 65535 is 255
         {eZFCC_ARGB64, {0x80, 0x80, 0xFF, 0xFF, 0x7F, 0x00, 0x81, 0x00}, {{false, {128, 255, 0}, 1}}},
         {eZFCC_YUY2, {60, 100, 90, 150}, {{true, {60, 100, 150}, 255}, {true, {90, 100, 150}, 255}}},

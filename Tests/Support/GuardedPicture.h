@@ -23,7 +23,9 @@ struct GUARDED_PICTURE
         for (int nPlane = 0; nPlane < 3; ++nPlane)
         {
             const ZF_SIZE& szPlane = vidPtr.szVideoPlanes[nPlane];
-            const int64_t cbChroma = _vidProps.fccType == eZFCC_NV12 ? szPlane.cx / 2 * 2 : szPlane.cx;
+            const bool bInTurns = FCC_Chroma(_vidProps.fccType) == eZCh_Turns;
+            const int64_t cbChroma =
+                int64_t{bInTurns ? szPlane.cx / 2 * 2 : szPlane.cx} * FCC_SampleBytes(_vidProps.fccType);
             const int64_t cbRow = nPlane == 0 ? Img_RowBytesUsed(_vidProps.fccType, _vidProps.nWidth) : cbChroma;
             vidPtr.lpVideoPlanes[nPlane] = 0;
             if (cbRow < 1 || szPlane.cy < 1)

@@ -87,11 +87,11 @@ TEST(Patch, PutsBackWhatTheWriterWrites)
                         patcher.Put(
                             source.At(x, y, nWidth - x < 64 ? (uint64_t{1} << (nWidth - x)) - 1 : ~uint64_t{0}));
                 EXPECT_TRUE(picture.Intact());
-                const bool bTen =
-                    fccType == eZFCC_v210; // the writer fills eight bits of ten: against the colours, then
-                const auto vecRead = Read(picture), vecRight = bTen ? vecNew : Read(right);
+                // The writer fills eight bits of ten.
+                const int nOff = fccType == eZFCC_v210 ? 2 : FCC_SampleBytes(fccType) == 2 ? 3 : 0;
+                const auto vecRead = Read(picture), vecRight = fccType == eZFCC_v210 ? vecNew : Read(right);
                 for (size_t n = 0; n < vecRead.size(); ++n)
-                    ASSERT_NEAR(vecRead[n], vecRight[n], bTen ? 2 : 0) << n;
+                    ASSERT_NEAR(vecRead[n], vecRight[n], nOff) << n;
             }
 }
 
@@ -119,8 +119,10 @@ TEST(Patch, ChangesTheSamplesOfItsPixelsOnly)
             for (size_t n = 0; n < vecAfter.size(); ++n)
                 nChanged += vecAfter[n] != vecBefore[n];
             EXPECT_GE(nChanged, 1);
-            // three samples; those of v210 may lie in two bytes, and r210 has all in four
-            EXPECT_LE(nChanged, fccType == eZFCC_v210 ? 6 : fccType == eZFCC_r210 ? 4 : 3);
+            // three samples; those of ten bits may lie in two bytes, and r210 has all in four
+            EXPECT_LE(nChanged, fccType == eZFCC_v210 || FCC_SampleBytes(fccType) == 2 ? 6
+                                : fccType == eZFCC_r210                                ? 4
+                                                                                       : 3);
             const auto vecRead = Read(picture);
             for (int y = 0; y < 4; ++y) // the block above
                 EXPECT_TRUE(std::equal(vecRead.begin() + 96 * y, vecRead.begin() + 96 * (y + 1),

@@ -79,7 +79,7 @@ TEST(Picture, FieldsKeepTheirChroma)
     for (int n = 0; n < 8 * 16; ++n)
         for (int nByte : {n / 16 % 2 ? 200 : 60, 100, n / 16 % 2 ? 60 : 200, 255})
             vecBGRA.push_back(static_cast<uint8_t>(nByte));
-    for (uint32_t fccType : {uint32_t{eZFCC_I420}, uint32_t{eZFCC_YV12}, uint32_t{eZFCC_NV12}})
+    for (uint32_t fccType : {uint32_t{eZFCC_I420}, uint32_t{eZFCC_YV12}, uint32_t{eZFCC_NV12}, uint32_t{eZFCC_P010}})
         for (int eInterlace : {eZI_TopFirst, eZI_BottomFirst, eZI_Progressive})
         {
             const ZF_VID_PROPS vidIn = Props(fccType, 16, 8, eInterlace);
@@ -98,7 +98,7 @@ TEST(Picture, FieldsKeepTheirChroma)
 TEST(Picture, AlphaIsTakenWhereThereIsOne)
 {
     const uint8_t arrPixels[8] = {1, 2, 3, 0, 5, 6, 7, 77};
-    constexpr uint32_t c_arrBGRA[] = {eZFCC_RGB32, eZFCC_ARGB32, eZFCC_ARGB64};
+    constexpr uint32_t c_arrBGRA[] = {eZFCC_RGB32, eZFCC_ARGB32, eZFCC_ARGB64, eZFCC_RGBA32};
     for (const uint32_t fccIn : c_arrBGRA)
         for (const uint32_t fccOut : c_arrBGRA)
         {
@@ -110,8 +110,9 @@ TEST(Picture, AlphaIsTakenWhereThereIsOne)
             const uint8_t arrRight[8] = {1, 2, 3, static_cast<uint8_t>(bAlpha ? 0 : 255),
                                          5, 6, 7, static_cast<uint8_t>(bAlpha ? 77 : 255)};
             for (int n = 0; n < 8; ++n) // a level twice over is the word of 257 times the level
-                for (int nByte = 0; nByte < (fccOut == eZFCC_ARGB64 ? 2 : 1); ++nByte)
-                    EXPECT_EQ(out.arrPlanes[0]->Row(0)[fccOut == eZFCC_ARGB64 ? 2 * n + nByte : n], arrRight[n])
+                for (int nByte = 0, nPlace = fccOut == eZFCC_RGBA32 && n % 4 != 3 ? n / 4 * 4 + 2 - n % 4 : n;
+                     nByte < (fccOut == eZFCC_ARGB64 ? 2 : 1); ++nByte)
+                    EXPECT_EQ(out.arrPlanes[0]->Row(0)[fccOut == eZFCC_ARGB64 ? 2 * n + nByte : nPlace], arrRight[n])
                         << FCC_Name(fccIn) << " to " << FCC_Name(fccOut) << " byte " << n;
             EXPECT_TRUE(out.Intact());
         }

@@ -92,6 +92,7 @@ private:
                                 {m_results.vidProps, m_results.vecPtr[_nFrame]},
                                 true,
                                 false,
+                                false,
                                 BenchRing_Bytes(m_ringMasks[_nFrame].Get()),
                                 Img_MatrixOf(m_planes.vidProps),
                                 m_nThreads};

@@ -22,8 +22,9 @@ constexpr size_t c_nMostFrames = 40; // pictures: more than a pool keeps, and th
 /// One source in so many is checked at the start: each way to read a frame is among them.
 constexpr size_t c_nCheckedSources = 8;
 constexpr uint32_t c_arrFormats[] = {
-    eZFCC_RGB24, eZFCC_RGB32, eZFCC_ARGB32, eZFCC_r210, eZFCC_v210, eZFCC_YUY2, eZFCC_UYVY, eZFCC_HDYC,
-    eZFCC_YVYU,  eZFCC_I420,  eZFCC_YV12,   eZFCC_NV12, eZFCC_I422, eZFCC_YV16, eZFCC_Y422, eZFCC_Y444,
+    eZFCC_RGB24, eZFCC_RGB32, eZFCC_ARGB32, eZFCC_r210, eZFCC_v210, eZFCC_YUY2, eZFCC_UYVY,
+    eZFCC_HDYC,  eZFCC_YVYU,  eZFCC_I420,   eZFCC_YV12, eZFCC_NV12, eZFCC_I422, eZFCC_YV16,
+    eZFCC_Y422,  eZFCC_Y444,  eZFCC_RGBA32, eZFCC_P010, eZFCC_P210,
 };
 
 PICTURE MaskOf(IZFFrame* _pFrame)

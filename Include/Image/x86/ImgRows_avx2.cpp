@@ -42,6 +42,16 @@ void ImgRead_NV12_AVX2(const IMG_ROW& _row, uint8_t* _pBGRA)
     ReadNV12<SIMD_AVX2>(_row, _pBGRA);
 }
 
+void ImgRead_RGBA32_AVX2(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    MapPixels<SIMD_AVX2>(_row.pPlane0, _pBGRA, _row.nWidth, FROM_RGBA32<SIMD_AVX2>());
+}
+
+void ImgRead_P010_AVX2(const IMG_ROW& _row, uint8_t* _pBGRA)
+{
+    ReadP010<SIMD_AVX2>(_row, _pBGRA);
+}
+
 void ImgRow_ToYUV_AVX2(const uint8_t* _pBGRA, uint8_t* _pYUVA, int _nPixels, const IMG_RGB_COEF& _coef)
 {
     MapPixels<SIMD_AVX2>(_pBGRA, _pYUVA, _nPixels, TO_YUV<SIMD_AVX2>(_coef));

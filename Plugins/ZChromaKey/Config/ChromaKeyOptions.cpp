@@ -1,5 +1,7 @@
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
 
+#include "Base/ZLog.h"
+#include "Base/ZText.h"
 #include "Base/ZThread.h"
 #include "Interfaces/ZVideoTypes.h"
 #include "Props/PropStore.h"
@@ -17,6 +19,9 @@ enum eRow : size_t
     eRow_GPUFlush,
     eRow_GPUMode,
     eRow_Keep,
+    eRow_Matrix,
+    eRow_Range,
+    eRow_Alpha,
     eRow_Borders,
     eRow_ARGB,
     eRow_Depth,
@@ -38,6 +43,17 @@ constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
      "Keep the last frame that came in, to pick colours from and to recognise it when it comes again. Switched off, "
      "with \"output.thread\" off as well, no frame is held once its result is handed out: the host may use its memory "
      "again. Colours are picked from frames that are set for it then, and each frame counts as another one."},
+    {c_szOptionMatrix, eCKOptionType_Choice, "auto", 0, 3, "auto 601 709 2020",
+     "The matrix of pictures in YUV: BT.601, BT.709 or BT.2020; auto: BT.709 above 576 lines or 1024 columns, else "
+     "BT.601. Picking, detection and keying use the same. On the GPU only what auto gives: other frames go to the "
+     "CPU."},
+    {c_szOptionRange, eCKOptionType_Choice, "auto", 0, 2, "auto limited full",
+     "The levels of pictures in YUV: limited (of 255, black is 16 and white 235) or full (0 and 255); auto: limited. "
+     "Used "
+     "like \"input.matrix\"."},
+    {c_szOptionAlpha, eCKOptionType_Choice, "replace", 0, 1, "replace multiply",
+     "What becomes of the alpha that a frame comes with: the key takes its place, or is multiplied by it, so that what "
+     "was transparent before stays so. First generation; the second has the parameter \"alpha\"."},
     {c_szOptionBorders, eCKOptionType_Borders, "", 0, 0, "pixels",
      "Left, top, right and bottom border in pixels; the result is the frame less these borders, left and right edge "
      "rounded up to multiples of 8. Frames in a texture are keyed whole."},
@@ -45,17 +61,53 @@ constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
      "Convert the input into ARGB32; the result has its alpha filled."},
     {c_szOptionDepth, eCKOptionType_Depth, "8", 0, 0, "bits",
      "Bits of a channel in results that \"output.argb\" asks for: 8, or 16 for ARGB64, which keeps what the picture "
-     "has "
-     "of more than 8 bits and the fractions of mixed colours. Second generation; the first has 8."},
+     "has of more than 8 bits and the fractions of mixed colours. Second generation; the first has 8."},
     {c_szOptionPremultiplied, eCKOptionType_Bool, "false", 0, 0, "",
-     "Multiply the colours of ARGB results by their alpha, rounded to nearest; else alpha is straight. Second "
-     "generation, keyed frames; the first has straight alpha."},
+     "Multiply the colours of results with alpha by it, rounded to nearest; else alpha is straight. Keyed frames only: "
+     "one that passes keeps straight alpha."},
     {c_szOptionThread, eCKOptionType_Bool, "true", 0, 0, "",
      "Process frames on a thread of their own, one frame behind. Switched off, a frame's result comes at once, and one "
      "that is still under way from before is dropped; fetch it first, with a null frame."},
     {c_szOptionThreads, eCKOptionType_Int, "2", 1, 16, "threads",
      "Threads that key a frame on the CPU, 1 to 16; 0 acts as 1, negative and larger numbers as 16."},
 }};
+
+/// The choices of an option, one after another: calls _fnName(place, name) until it answers false.
+template <class Name> void ForChoices(const CK_OPTION& _option, Name&& _fnName)
+{
+    std::string_view svRest = _option.pszUnit;
+    for (int32_t n = 0; !svRest.empty(); ++n)
+    {
+        const std::string_view svName = svRest.substr(0, svRest.find(' '));
+        svRest.remove_prefix(std::min(svName.size() + 1, svRest.size()));
+        if (!_fnName(n, svName))
+            return;
+    }
+}
+
+/// The place of a name among the choices, whatever its case, or the number itself; -1 where it is neither.
+int32_t ChoiceOf(const CK_OPTION& _option, std::string_view _svValue)
+{
+    int32_t nFound = -1;
+    if (PropText_ReadInt32(_svValue, &nFound) && nFound >= 0 && nFound <= _option.dblMost)
+        return nFound;
+    ForChoices(_option, [&](int32_t _n, std::string_view _svName) {
+        nFound = ZText_IsSame(_svName, _svValue) ? _n : -1;
+        return nFound < 0;
+    });
+    return nFound;
+}
+
+/// "auto, 601 or 709"
+std::string ChoicesText(const CK_OPTION& _option)
+{
+    std::string strText;
+    ForChoices(_option, [&](int32_t _n, std::string_view _svName) {
+        strText += ZFormat("%hs%hs", _n == 0 ? "" : _n == _option.dblMost ? " or " : ", ", _svName);
+        return true;
+    });
+    return strText;
+}
 
 bool GetBool(const CPropStore& _store, eRow _eRow)
 {
@@ -69,6 +121,14 @@ int32_t GetInt(const CPropStore& _store, eRow _eRow)
     int32_t nDefault = 0;
     PropText_ReadInt32(c_arrOptions[_eRow].pszDefault, &nDefault);
     return _store.GetInt(c_arrOptions[_eRow].pszName, nDefault);
+}
+
+/// The place of the option's value among the choices.
+int32_t GetChoice(const CPropStore& _store, eRow _eRow)
+{
+    std::string strValue;
+    const bool bSet = _store.Find(c_arrOptions[_eRow].pszName, &strValue);
+    return bSet ? std::max(ChoiceOf(c_arrOptions[_eRow], strValue), 0) : 0;
 }
 
 /// Within what the engine takes: it compares a number with the one in use before it clamps it, and would start new
@@ -109,6 +169,8 @@ std::string ChromaKeyOptions_Validate(std::string_view _svName, std::string_view
         return PropText_ReadInt32(_svValue, &nValue) ? "" : "a whole number of 32 bits";
     case eCKOptionType_Depth:
         return PropText_ReadInt32(_svValue, &nValue) && (nValue == 8 || nValue == 16) ? "" : "a whole number, 8 or 16";
+    case eCKOptionType_Choice:
+        return ChoiceOf(*itOption, _svValue) >= 0 ? "" : ChoicesText(*itOption);
     default:
         return PropText_ReadRect(_svValue, &rectValue) ? "" : "four whole numbers: left,top,right,bottom";
     }
@@ -123,11 +185,18 @@ CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store)
     options.bKeepInput = GetBool(_store, eRow_Keep);
     options.bOutputARGB = GetBool(_store, eRow_ARGB);
     options.fccARGB = GetInt(_store, eRow_Depth) == 16 ? eZFCC_ARGB64 : eZFCC_ARGB32;
+    options.yuv = ChromaKeyOptions_YUV(_store);
+    options.bMultiplyAlpha = GetChoice(_store, eRow_Alpha) == 1;
     options.bPremultiplied = GetBool(_store, eRow_Premultiplied);
     options.nThreads = GetThreads(_store);
     options.rectBorders = GetBorders(_store);
     options.bTimeOverlay = GetBool(_store, eRow_TimeOverlay);
     return options;
+}
+
+Z_YUV_FORM ChromaKeyOptions_YUV(const CPropStore& _store)
+{
+    return {GetChoice(_store, eRow_Matrix), GetChoice(_store, eRow_Range) == 2};
 }
 
 bool ChromaKeyOptions_OutputThread(const CPropStore& _store)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZMatrix.h"
 #include "Interfaces/ZOptionNames.h"
 #include "Props/PropText.h"
 
@@ -17,6 +18,7 @@ enum eCKOptionType : int
     eCKOptionType_Int,
     eCKOptionType_Depth,   ///< 8 or 16
     eCKOptionType_Borders, ///< left, top, right, bottom; empty = none
+    eCKOptionType_Choice,  ///< one of some names, or its number; the first is the default
 };
 
 /// One option of the plug-in object, as hosts set it and the documentation lists it.
@@ -27,7 +29,7 @@ struct CK_OPTION
     const char* pszDefault; ///< as text; what counts while the option is not set
     double dblLeast;        ///< the range of a number, both ends included; both 0: no range
     double dblMost;
-    const char* pszUnit; ///< "" where there is none
+    const char* pszUnit; ///< "" where there is none; of a choice its names, blanks between
     const char* pszHelp;
 };
 
@@ -52,8 +54,10 @@ struct CK_FRAME_OPTIONS
     bool bGPUFlush;
     bool bKeepInput; ///< frames are compared with the one before
     bool bOutputARGB;
-    uint32_t fccARGB; ///< what bOutputARGB asks for: eZFCC_ARGB32 or eZFCC_ARGB64
+    uint32_t fccARGB;    ///< what bOutputARGB asks for: eZFCC_ARGB32 or eZFCC_ARGB64
+    bool bMultiplyAlpha; ///< the alpha of the input counts as well
     bool bPremultiplied;
+    Z_YUV_FORM yuv;        ///< how pictures in YUV are coded
     int32_t nThreads;      ///< 1 to 16
     PROP_RECT rectBorders; ///< four border widths in pixels, from 0
     bool bTimeOverlay;
@@ -61,6 +65,9 @@ struct CK_FRAME_OPTIONS
 
 /// Reads the options as they are now. A value that cannot be read counts as not set.
 CK_FRAME_OPTIONS ChromaKeyOptions_Read(const CPropStore& _store);
+
+/// How pictures in YUV are coded; keys are to be measured with the same.
+Z_YUV_FORM ChromaKeyOptions_YUV(const CPropStore& _store);
 
 /// c_szOptionThread, which is read when a frame comes in.
 bool ChromaKeyOptions_OutputThread(const CPropStore& _store);

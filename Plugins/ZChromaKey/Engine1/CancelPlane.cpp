@@ -1,6 +1,7 @@
 #include "ZChromaKey/Engine1/CancelPlane.h"
 
 #include "Base/ZPixelFormats.h"
+#include "Image/ImgPixel.h"
 
 #include <cstring>
 
@@ -9,7 +10,9 @@ namespace
 
 eCancelLayout CancelLayoutOf(eImgLayout _eLayout) noexcept
 {
-    return Z_IsPairs(_eLayout) ? eCL_Pairs : _eLayout == eIL_RGB24 ? eCL_BGR : eCL_BGRA;
+    if (Z_IsPairs(_eLayout))
+        return eCL_Pairs;
+    return _eLayout == eIL_RGB24 ? eCL_BGR : _eLayout == eIL_RGBA32 ? eCL_RGBA : eCL_BGRA;
 }
 
 /// Where the samples lie in a word of two pixels, in bits.
@@ -27,6 +30,13 @@ void BGRClean(uint8_t* _pRow, int _nWidth, const CANCEL_SET& _set, const KEY_KER
     _kernels.pfnCancelBGRA(_pScratch, static_cast<size_t>(_nWidth), _set);
     for (int x = 0; x < _nWidth; ++x)
         std::memcpy(_pRow + ptrdiff_t{3} * x, _pScratch + ptrdiff_t{4} * x, 3);
+}
+
+void RGBAClean(uint8_t* _pRow, int _nWidth, const CANCEL_SET& _set, const KEY_KERNELS& _kernels) noexcept
+{
+    Img_SwapRedBlue(_pRow, _nWidth, _pRow);
+    _kernels.pfnCancelBGRA(_pRow, static_cast<size_t>(_nWidth), _set);
+    Img_SwapRedBlue(_pRow, _nWidth, _pRow);
 }
 
 void PairsClean(uint8_t* _pRow, int _nWidth, const PAIR_LAYOUT& _layout, const CANCEL_SET& _set,
@@ -54,6 +64,8 @@ void CANCEL_PLANE::RowClean(int _nRow, const CANCEL_SET& _set, const KEY_KERNELS
         _kernels.pfnCancelBGRA(pRow, static_cast<size_t>(nWidth), _set);
     else if (eLayout == eCL_BGR)
         BGRClean(pRow, nWidth, _set, _kernels, _pScratch);
+    else if (eLayout == eCL_RGBA)
+        RGBAClean(pRow, nWidth, _set, _kernels);
     else
         PairsClean(pRow, nWidth, layout, _set, _kernels);
 }

@@ -11,6 +11,7 @@ enum eCancelLayout : int32_t
 {
     eCL_BGRA,
     eCL_BGR,
+    eCL_RGBA,
     eCL_Pairs, ///< packed 4:2:2
 };
 
@@ -27,7 +28,7 @@ struct CANCEL_PLANE
     void RowClean(int _nRow, const CANCEL_SET& _set, const KEY_KERNELS& _kernels, uint8_t* _pScratch) const noexcept;
 };
 
-/// Whether colours can be cleaned in a format: RGB24, RGB32, ARGB32, UYVY, HDYC, YUY2, YVYU.
+/// Whether colours can be cleaned in a format: RGB24, RGB32, ARGB32, RGBA32, UYVY, HDYC, YUY2, YVYU.
 bool CancelPlane_IsKnown(uint32_t _fccType) noexcept;
 
 /// The picture of a format that is known, borrowed.

@@ -74,10 +74,12 @@ HRESULT CChromaKey::JobMake(const ZF_VID_PTR& _vidInput, uint8_t* _pbAlpha1Ch, c
     if (m_bClean && job.plan.bColorCancel && CancelPlane_IsKnown(_vidProps.fccType))
     {
         job.cancel = CancelPlane_Make(_vidProps.fccType, job.alpha.nWidth, pRow0, static_cast<ptrdiff_t>(nStride));
-        job.cancelSet = ColorCancel_Prepare(m_rawKey, job.eMatrix == eZYM_709);
+        job.cancelSet = ColorCancel_Prepare(m_rawKey, job.eMatrix);
     }
 
-    job.argb = {_vidProps.fccType == eZFCC_ARGB32 ? pRow0 : nullptr, static_cast<ptrdiff_t>(nStride)};
+    const bool bWords = FCC_Layout(_vidProps.fccType) == eIL_ARGB64;
+    job.pixels = {FCC_HasAlpha(_vidProps.fccType) ? pRow0 : nullptr, static_cast<ptrdiff_t>(nStride), bWords,
+                  m_bMultiply, m_bPremultiply};
     return S_OK;
 }
 

@@ -43,11 +43,19 @@ public:
         m_bClean = _bClean;
     }
 
+    /// Of pictures with alpha: whether the finished mask is multiplied by the alpha that they come with, which it else
+    /// takes the place of, and whether their colours are multiplied by the new alpha. Both off at first.
+    void AlphaSet(bool _bMultiply, bool _bPremultiply)
+    {
+        m_bMultiply = _bMultiply;
+        m_bPremultiply = _bPremultiply;
+    }
+
     /// Computes the alpha plane of a picture.
     ///
     /// _pInput: the planes, row 0 being the row at the top (negative strides where needed). Only read, except
-    /// that the alpha bytes of eZFCC_ARGB32 become the finished mask, and that CleanSet has colours cleaned in the
-    /// whole picture, however much of it is keyed.
+    /// that the alpha of formats that have it becomes the finished mask, that AlphaSet has colours multiplied, and that
+    /// CleanSet has colours cleaned in the whole picture, however much of it is keyed.
     /// _pbAlpha1Ch: the top row; its stride is that of the mask record of _pInputProps. What is not keyed keeps its
     /// value unless FillSet was called: rows left over by the slices, pictures less than 8 pixels wide, columns after
     /// the last full group of 8. Bytes past the width are never written.
@@ -79,5 +87,7 @@ private:
     bool m_bInterlaced = false;
     bool m_bFill = false;
     bool m_bClean = false;
+    bool m_bMultiply = false;
+    bool m_bPremultiply = false;
     std::optional<eZYMatrix> m_eMatrix;
 };

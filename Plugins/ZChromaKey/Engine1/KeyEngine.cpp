@@ -46,6 +46,7 @@ HRESULT CKeyEngine::Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings)
     m_engine->MatrixSet(_job.eMatrix);
     m_engine->FillSet(true);
     m_engine->CleanSet(_job.bWrite);
+    m_engine->AlphaSet(_job.bMultiplyAlpha, _job.bPremultiply);
     const CHROMA_KEY_RAW key = KeyOf(_settings);
     return m_engine->ProcessFrame(&_job.result.vidPtr, _job.pbMask, &_job.result.vidProps, &key);
 }

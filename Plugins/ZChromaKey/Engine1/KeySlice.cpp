@@ -17,8 +17,8 @@ void RowFinish(const KEY_JOB& _job, int _nRow) noexcept
         _job.pPlanes->pfnInvert(_job.alpha.Row(_nRow), static_cast<size_t>(_job.alpha.nWidth));
     if (bPost && _job.bFill)
         _job.LeftOutFill(_nRow);
-    if (_job.argb.pRow0)
-        _job.argb.AlphaSet(_job.alpha, _nRow, *_job.pPlanes);
+    if (_job.pixels.pRow0)
+        _job.pixels.RowFinish(_job.alpha, _nRow, *_job.pPlanes);
 }
 
 /// Row _nRow will be keyed next. One that lies ready is answered, to be fetched block by block beside the keying of the

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Image/ImgRowReader.h"
+#include "ZChromaKey/Engine1/AlphaPlane.h"
 #include "ZChromaKey/Engine1/CancelPlane.h"
 #include "ZChromaKey/Engine1/KeyPlan.h"
 #include "ZChromaKey/Work/MaskPost.h"
@@ -11,24 +12,12 @@
 #include <cstring>
 #include <vector>
 
-/// The pixels of a picture whose alpha bytes become the mask.
-struct ARGB_PLANE
-{
-    uint8_t* pRow0; ///< null: no such picture
-    ptrdiff_t nStride;
-
-    void AlphaSet(const MASK_PLANE& _alpha, int _nRow, const PLANE_KERNELS& _kernels) const
-    {
-        _kernels.pfnAlphaSet(pRow0 + _nRow * nStride, _alpha.Row(_nRow), static_cast<size_t>(_alpha.nWidth));
-    }
-};
-
 /// What the workers need to key their slices of a frame. All by value but for the pixels.
 struct KEY_JOB
 {
     CImgRowReader reader; ///< the picture
     MASK_PLANE alpha;     ///< the mask of the whole frame
-    ARGB_PLANE argb;      ///< where the finished mask goes as well
+    ALPHA_PLANE pixels;   ///< where the finished mask goes as well
     eCK_Type eType;       ///< RGB, HLS or YUV
     eZYMatrix eMatrix;
     int nColumns;      ///< columns that are keyed

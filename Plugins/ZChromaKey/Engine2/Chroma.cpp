@@ -19,12 +19,12 @@ CHROMA_SCALE Scale(float _fltTimes, float _fltZero, float _fltAdd)
 void MakeScales(CHROMA_JOB& _job)
 {
     const UNMIX_SAMPLES& samples = _job.samples;
-    const float fltDeep = samples.eLayout == UNMIX_SAMPLES::ev210 ? .25f : 1.0f;
+    const float fltDeep = samples.IsDeep() ? .25f : 1.0f;
     const float fltShare = samples.nChromaDiv == 2 ? 1 / 16.0f : 1 / 4.0f;
     const float fltUnit = 64 * fltShare;
-    const float fltChroma = fltUnit * fltDeep * (2 * 255 / 224.0f);
+    const float fltChroma = fltUnit * fltDeep * (samples.bFull ? 2 : 2 * 255 / 224.0f);
     const float fltKg = 1 - samples.fltKb - samples.fltKr;
-    _job.luma = Scale(64 * fltDeep * (255 / 219.0f), 16 / fltDeep, .5f);
+    _job.luma = samples.bFull ? Scale(64 * fltDeep, 0, .5f) : Scale(64 * fltDeep * (255 / 219.0f), 16 / fltDeep, .5f);
     _job.blue = Scale(fltChroma * (1 - samples.fltKb), 128 / fltDeep, 0);
     _job.red = Scale(fltChroma * (1 - samples.fltKr), 128 / fltDeep, 0);
     _job.fltLumaSum = fltShare / static_cast<float>(2 * samples.nChromaDiv);
@@ -46,8 +46,9 @@ UNMIX_SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _v
     UNMIX_SAMPLES samples;
     samples.nWidth = _vidProps.nWidth;
     samples.nHeight = std::abs(_vidProps.nHeight);
-    samples.fltKb = _eMatrix == eZYM_709 ? .0722f : .114f;
-    samples.fltKr = _eMatrix == eZYM_709 ? .2126f : .299f;
+    samples.fltKb = static_cast<float>(ZMatrix_Luma(_eMatrix).dblKb);
+    samples.fltKr = static_cast<float>(ZMatrix_Luma(_eMatrix).dblKr);
+    samples.bFull = ZMatrix_IsFull(_eMatrix);
     for (int n = 0; n < 3; ++n)
     {
         samples.arrRow0[n] = Img_RowOf(_vidPtr, n, 0);
@@ -100,6 +101,12 @@ UNMIX_SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _v
     case eZFCC_Y444: // addressed with half-width chroma
     case eZFCC_YV16:
         Planar(1, _vidProps.fccType == eZFCC_YV16);
+        break;
+    case eZFCC_P010:
+    case eZFCC_P210:
+        Planar(_vidProps.fccType == eZFCC_P010 ? 2 : 1, false);
+        samples.eLayout = UNMIX_SAMPLES::eP010;
+        samples.nChromaWidth = std::min(_vidPtr.szVideoPlanes[1].cx / 2, (samples.nWidth + 1) / 2);
         break;
     case eZFCC_NV12:
         Planar(2, false);

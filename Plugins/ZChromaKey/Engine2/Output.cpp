@@ -1,6 +1,7 @@
 #include "ZChromaKey/Engine2/Output.h"
 
 #include "Base/ZPixelFormats.h"
+#include "Image/ImgAlpha.h"
 #include "Image/ImgPixel.h"
 #include "Image/ImgPlane.h"
 #include "ZChromaKey/Engine2/Edges.h"
@@ -8,19 +9,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-
-namespace
-{
-
-/// Opaque: the greatest value of a channel. An odd divisor has no ties, and the products fit 32 bits.
-template <uint32_t Opaque, class T> void PremultiplyRow(T* _pRow, int _nWidth)
-{
-    for (T* p = _pRow; p < _pRow + ptrdiff_t{4} * _nWidth; p += 4)
-        for (int n = 0; n < 3; ++n)
-            p[n] = static_cast<T>((uint32_t{p[n]} * p[3] + Opaque / 2) / Opaque);
-}
-
-} // namespace
 
 void Output_Mask(const UNMIX_RESULT& _result, int _nRow, int _nWidth, uint8_t* _pMask)
 {
@@ -37,15 +25,20 @@ void Output_Mask(const UNMIX_RESULT& _result, int _nRow, int _nWidth, uint8_t* _
 void Output_Premultiply(const UNMIX_RESULT& _result, int _nRow, int _nWidth)
 {
     if (_result.bWords)
-        PremultiplyRow<65535>(_result.Words(_nRow), _nWidth);
+        Img_RowPremultiply(_result.Words(_nRow), _nWidth);
     else
-        PremultiplyRow<255>(_result.Bytes(_nRow), _nWidth);
+        Img_RowPremultiply(_result.Bytes(_nRow), _nWidth);
+}
+
+void Output_Swap(const UNMIX_RESULT& _result, int _nRow, int _nWidth)
+{
+    Img_SwapRedBlue(_result.Bytes(_nRow), _nWidth, _result.Bytes(_nRow));
 }
 
 bool CUnmixClean::WantsWords(uint32_t _fccType)
 {
     const eImgLayout eLayout = FCC_Layout(_fccType);
-    return eLayout == eIL_v210 || eLayout == eIL_r210;
+    return eLayout == eIL_v210 || eLayout == eIL_r210 || eLayout == eIL_P010;
 }
 
 HRESULT CUnmixClean::Init(const UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_INPUT& _target,

@@ -14,6 +14,9 @@ void Output_Mask(const UNMIX_RESULT& _result, int _nRow, int _nWidth, uint8_t* _
 /// Multiplies the colours of a row by their alpha, rounded to nearest.
 void Output_Premultiply(const UNMIX_RESULT& _result, int _nRow, int _nWidth);
 
+/// Puts the bytes of a row in the order R, G, B, A.
+void Output_Swap(const UNMIX_RESULT& _result, int _nRow, int _nWidth);
+
 /// Puts the colours of a result back into a picture of the input's format, where they are new: pixels that are not
 /// transparent and moved by more than one step of the format's depth. What the engine left alone keeps its samples.
 class CUnmixClean

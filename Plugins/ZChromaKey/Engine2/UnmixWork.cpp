@@ -62,19 +62,23 @@ HRESULT CUnmixWork::Clean(const UNMIX_RESULT& _result)
     return S_OK;
 }
 
-/// Puts the result into the forms that the job asks for: its alpha as the mask, its colours premultiplied.
+/// Puts the result into the forms that the job asks for: its alpha as the mask, its colours premultiplied, its bytes in
+/// the order of the format.
 void CUnmixWork::Finish(const UNMIX_RESULT& _result)
 {
     constexpr int c_nRowsPerPart = 32;
     const int32_t nWidth = m_job.result.vidProps.nWidth;
     const int32_t nStride = VidProps_Mask(&m_job.result.vidProps).nRowBytes;
     const bool bPremultiply = m_job.bPremultiply && FCC_HasAlpha(m_job.result.vidProps.fccType);
+    const bool bSwap = m_job.bWrite && m_job.result.vidProps.fccType == eZFCC_RGBA32;
     const auto Rows = [&](int _nFirst, int _nRows) {
         for (int y = _nFirst; y < _nFirst + _nRows; ++y)
         {
             Output_Mask(_result, y, nWidth, m_job.pbMask + ptrdiff_t{nStride} * y);
             if (bPremultiply)
                 Output_Premultiply(_result, y, nWidth);
+            if (bSwap)
+                Output_Swap(_result, y, nWidth);
         }
     };
     m_runner.Run(std::abs(m_job.result.vidProps.nHeight), c_nRowsPerPart, CRowPass(Rows));

@@ -26,16 +26,20 @@ HRESULT RefuseFrame(const char* _pszWhat, const zck_frame& _frame, HRESULT _hr, 
     return _hr;
 }
 
-/// YUV is read with the matrix that its size tells, and in studio range.
-std::string CheckColors(const zck_frame& _frame, const ZF_VID_PROPS& _vidProps)
+/// Takes over how YUV is coded. What is the default anyway counts as such: the pictures are the same.
+std::string ColorsTake(const zck_frame& _frame, FLAT_PICTURE* _pPicture)
 {
+    if (_frame.matrix < ZCK_MATRIX_DEFAULT || _frame.matrix > ZCK_MATRIX_2020)
+        return ZFormat("there is no matrix %d", _frame.matrix);
+    if (_frame.range < ZCK_RANGE_DEFAULT || _frame.range > ZCK_RANGE_FULL)
+        return ZFormat("there is no range %d", _frame.range);
     if (FCC_IsRGB(_frame.format))
         return {};
-    const int32_t eMatrix = Img_MatrixOf(_vidProps) == eZYM_709 ? ZCK_MATRIX_709 : ZCK_MATRIX_601;
-    if (_frame.matrix != ZCK_MATRIX_DEFAULT && _frame.matrix != eMatrix)
-        return ZFormat("matrix %d is not known for it; use %d or %d", _frame.matrix, ZCK_MATRIX_DEFAULT, eMatrix);
-    if (_frame.range != ZCK_RANGE_DEFAULT && _frame.range != ZCK_RANGE_STUDIO)
-        return ZFormat("range %d is not known; use %d or %d", _frame.range, ZCK_RANGE_DEFAULT, ZCK_RANGE_STUDIO);
+    const bool b709 = Img_MatrixOf(_pPicture->vidProps) == eZYM_709;
+    if (_frame.matrix != (b709 ? ZCK_MATRIX_709 : ZCK_MATRIX_601))
+        _pPicture->eMatrix = _frame.matrix;
+    if (_frame.range != ZCK_RANGE_STUDIO)
+        _pPicture->eRange = _frame.range;
     return {};
 }
 
@@ -112,8 +116,8 @@ HRESULT FlatPicture_Read(const zck_frame* _pFrame, const char* _pszWhat, FLAT_PI
         return hr;
     if (vidProps.nWidth != frame.width || std::abs(vidProps.nHeight) != frame.height)
         return RefuseFrame(_pszWhat, frame, E_INVALIDARG, "sizes must be even where pixels or lines share chroma");
-    *_pPicture = {vidProps, VidPtr_Build(&vidProps, 0, false)};
-    std::string strWhy = CheckColors(frame, vidProps);
+    *_pPicture = {vidProps, VidPtr_Build(&vidProps, 0, false), ZCK_MATRIX_DEFAULT, ZCK_RANGE_DEFAULT};
+    std::string strWhy = ColorsTake(frame, _pPicture);
     if (!strWhy.empty())
         return RefuseFrame(_pszWhat, frame, E_NOTIMPL, strWhy);
     strWhy = PlanesTake(frame, _pPicture);

@@ -11,6 +11,8 @@ struct FLAT_PICTURE
 {
     ZF_VID_PROPS vidProps;
     ZF_VID_PTR vidPtr;
+    int32_t eMatrix; ///< zck_matrix; ZCK_MATRIX_DEFAULT also for the one that is the default for this picture
+    int32_t eRange;  ///< zck_range; ZCK_RANGE_DEFAULT also for that
 };
 
 /// Reads a record. _pszWhat: what the log calls it. E_POINTER: there is none; E_INVALIDARG: sizes, planes or rows that

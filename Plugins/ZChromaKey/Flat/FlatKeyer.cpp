@@ -20,7 +20,13 @@ namespace
 {
 
 /// What follows from the frames that are handed in, and how they are held.
-constexpr std::string_view c_arrOwnOptions[] = {c_szOptionARGB, c_szOptionDepth, c_szOptionThread, c_szOptionKeep};
+constexpr char c_szMatrix[] = "input.matrix";
+constexpr char c_szRange[] = "input.range";
+constexpr std::string_view c_arrOwnOptions[] = {c_szOptionARGB, c_szOptionDepth, c_szOptionThread,
+                                                c_szOptionKeep, c_szMatrix,      c_szRange};
+/// The values of both, as zck_matrix and zck_range count them.
+constexpr const char* c_arrMatrices[] = {"", "601", "709", "2020"};
+constexpr const char* c_arrRanges[] = {"", "limited", "full"};
 
 HRESULT CreateObject(REFCLSID _clsid, REFIID _iid, void** _ppvObject)
 {
@@ -131,6 +137,21 @@ HRESULT CFlatKeyer::DepthSet(uint32_t _fccOut)
     return hr;
 }
 
+/// How YUV is coded is an option of the object's, not of its frames.
+HRESULT CFlatKeyer::ColorsSet(const FLAT_PICTURE& _picture)
+{
+    HRESULT hr = S_OK;
+    if (_picture.eMatrix != m_eMatrix)
+        hr = PropSet(c_szMatrix, c_arrMatrices[_picture.eMatrix]);
+    if (SUCCEEDED(hr))
+        m_eMatrix = _picture.eMatrix;
+    if (SUCCEEDED(hr) && _picture.eRange != m_eRange)
+        hr = PropSet(c_szRange, c_arrRanges[_picture.eRange]);
+    if (SUCCEEDED(hr))
+        m_eRange = _picture.eRange;
+    return hr;
+}
+
 HRESULT CFlatKeyer::Process(const zck_frame* _pIn, const zck_frame* _pOutOrNull, const zck_frame* _pMaskOrNull)
 {
     FLAT_PICTURE in = {};
@@ -157,6 +178,8 @@ HRESULT CFlatKeyer::Process(const zck_frame* _pIn, const zck_frame* _pOutOrNull,
     if (!guard)
         return RefuseBusy("frame");
     hr = DepthSet(out.vidProps.fccType);
+    if (SUCCEEDED(hr))
+        hr = ColorsSet(in);
     if (FAILED(hr))
         return hr;
     if (!m_cpFrame)

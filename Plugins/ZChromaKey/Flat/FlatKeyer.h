@@ -58,6 +58,7 @@ private:
     }
     HRESULT AdjustFind(const char* _pszName, eCK_Adjust* _peAdjust);
     template <class Change> HRESULT Edit(Change&& _change);
+    template <class Change> HRESULT EditBetween(Change&& _change);
     template <class Change> HRESULT WithFrame(const zck_frame* _pFrame, Change&& _change);
     template <class Add> HRESULT Sample(const zck_frame* _pFrame, int _eUse, Add&& _add);
     template <class Add> HRESULT Only(Add&& _add);
@@ -67,6 +68,7 @@ private:
     bool IsOnlyColor(uint32_t _nRGB);
     HRESULT FrameSet(IZFFrame* _pFrameOrNull);
     HRESULT DepthSet(uint32_t _fccOut);
+    HRESULT ColorsSet(const FLAT_PICTURE& _picture);
     HRESULT ResultWrite(IZFFrame* _pResult, const FLAT_PICTURE* _pOutOrNull, const FLAT_PICTURE* _pMaskOrNull);
 
     CZPtr<IZFProcess> m_cpProcess;
@@ -80,8 +82,10 @@ private:
     CZTimedLock m_lockEdit;  ///< one edit at a time; before the next one
     CZTimedLock m_lockFrame; ///< one frame at a time; of edits, those that frames are not to see half done
     CZPtr<CZFramePool> m_cpPool;
-    CZPtr<CFlatFrame> m_cpFrame; ///< around the input; under m_lockFrame
-    int m_nDepth = 0;            ///< bits of a channel of results, 0: not set; under m_lockFrame
+    CZPtr<CFlatFrame> m_cpFrame;            ///< around the input; under m_lockFrame
+    int m_nDepth = 0;                       ///< bits of a channel of results, 0: not set; under m_lockFrame
+    int32_t m_eMatrix = ZCK_MATRIX_DEFAULT; ///< as the object has it; this and the next under m_lockFrame
+    int32_t m_eRange = ZCK_RANGE_DEFAULT;
 
     std::mutex m_mtxError; ///< guards what follows
     HRESULT m_hrError = S_OK;

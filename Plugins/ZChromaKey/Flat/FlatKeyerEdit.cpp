@@ -89,7 +89,16 @@ HRESULT CFlatKeyer::FrameSet(IZFFrame* _pFrameOrNull)
     return IsFirst() ? m_cpKey1->KeyFrameSet(_pFrameOrNull, nullptr) : m_cpKey2->FrameSet(_pFrameOrNull);
 }
 
-/// Makes a change while a frame is the one that colours are taken from.
+/// An edit that lies between two frames.
+template <class Change> HRESULT CFlatKeyer::EditBetween(Change&& _change)
+{
+    return Edit([&]() -> HRESULT {
+        const CZTimedGuard guard(&m_lockFrame);
+        return guard ? _change() : RefuseEdit();
+    });
+}
+
+/// Makes a change while a frame is the one that colours are taken from, and its YUV coded as it says.
 template <class Change> HRESULT CFlatKeyer::WithFrame(const zck_frame* _pFrame, Change&& _change)
 {
     FLAT_PICTURE picture = {};
@@ -98,9 +107,11 @@ template <class Change> HRESULT CFlatKeyer::WithFrame(const zck_frame* _pFrame, 
         return hr;
     const auto cpFrame = CZPtr<CFlatFrame>::Adopt(new CFlatFrame(m_cpPool, {}));
     cpFrame->Aim(picture, nullptr);
-    return Edit([&]() -> HRESULT {
+    return EditBetween([&]() -> HRESULT {
         const CZScopeExit letGo([&] { FrameSet(nullptr); });
-        const HRESULT hrSet = FrameSet(cpFrame.Get());
+        HRESULT hrSet = ColorsSet(picture);
+        if (SUCCEEDED(hrSet))
+            hrSet = FrameSet(cpFrame.Get());
         return SUCCEEDED(hrSet) ? _change() : hrSet;
     });
 }
@@ -123,12 +134,9 @@ HRESULT CFlatKeyer::KeysDrop()
     return SUCCEEDED(hr) ? m_cpKey1->KeyRawSet(&key, nullptr) : hr;
 }
 
-/// Takes the keys away and makes others, as one step that no frame sees half of.
+/// Takes the keys away and makes others, as one step. Under m_lockFrame: no frame sees half of it.
 template <class Add> HRESULT CFlatKeyer::Only(Add&& _add)
 {
-    const CZTimedGuard guard(&m_lockFrame);
-    if (!guard)
-        return RefuseEdit();
     CHROMA_KEY_RAW key1 = {};
     CHROMA_KEY2_RAW key2 = {};
     HRESULT hr = IsFirst() ? m_cpKey1->KeyRawGet(&key1, nullptr) : m_cpKey2->KeyRawGet(&key2);
@@ -207,13 +215,11 @@ HRESULT CFlatKeyer::KeyColor(uint32_t _nRGB, int _eUse)
     const HRESULT hr = CheckUse(_eUse);
     if (FAILED(hr))
         return hr;
-    return Edit([&] {
-        if (_eUse == ZCK_USE_PROTECT)
-            return m_cpKeys->KeyProtectColor(_nRGB);
-        if (_eUse == ZCK_USE_KEY)
-            return m_cpKeys->KeyAddColor(_nRGB);
-        return IsOnlyColor(_nRGB) ? S_FALSE : Only([&] { return m_cpKeys->KeyAddColor(_nRGB); });
-    });
+    if (_eUse == ZCK_USE_ONLY)
+        return EditBetween(
+            [&] { return IsOnlyColor(_nRGB) ? S_FALSE : Only([&] { return m_cpKeys->KeyAddColor(_nRGB); }); });
+    return Edit(
+        [&] { return _eUse == ZCK_USE_PROTECT ? m_cpKeys->KeyProtectColor(_nRGB) : m_cpKeys->KeyAddColor(_nRGB); });
 }
 
 /// Has the first generation take the backdrop's tint out, which the second does by itself; HLS knows no direction away

@@ -40,7 +40,7 @@ struct ENGINE_PLAN
     bool bKeys;     ///< else frames pass, converted and cut where the options ask for it
     bool bCleans;   ///< colours are changed, in the formats that CanClean names
     /// The engine reads the input in its own format, whatever the result is: nothing is converted before it. Of a
-    /// result with alpha, ARGB32 or ARGB64, it writes every pixel; other engines know ARGB32 alone.
+    /// result with alpha it writes every pixel.
     bool bReadsSource;
 };
 
@@ -57,8 +57,9 @@ struct ENGINE_JOB
     ENGINE_PICTURE source; ///< what is keyed; never written to
     ENGINE_PICTURE result; ///< of the same size; the same picture, unless the engine asked for the source
     bool bWrite;           ///< the result's pixels are ours: alpha of ARGB32 and clean colours may be written
-    bool bPremultiply;     ///< colours of a result with alpha are multiplied by it; never asked of engines that are
-                           ///< given a converted source
+    bool bMultiplyAlpha;   ///< the alpha that the input comes with counts as well; for engines that are given a
+                           ///< converted source, others have settings of their own for that
+    bool bPremultiply;     ///< colours of a result with alpha are multiplied by it
     uint8_t* pbMask;       ///< the top row; the stride is that of VidProps_Mask of the result
     eZYMatrix eMatrix;     ///< of the input, whatever it was converted into
     uint32_t nThreads;     ///< 1 to c_nMaxFrameThreads

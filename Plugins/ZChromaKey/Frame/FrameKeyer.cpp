@@ -170,15 +170,15 @@ bool CFrameKeyer::OptionsUpdate()
         return false;
     m_options = ChromaKeyOptions_Read(*m_pStore);
     m_log.Begin();
-    if (!m_plan.bReadsSource && (m_options->fccARGB != eZFCC_ARGB32 || m_options->bPremultiplied))
+    if (!m_plan.bReadsSource && m_options->fccARGB != eZFCC_ARGB32)
     {
-        ZLog(eZLog_Warning,
-             "%hs: \"%hs\" and \"%hs\" are for the second generation; results have 8 bits a channel and straight "
-             "alpha\n",
-             m_pszClass, c_szOptionDepth, c_szOptionPremultiplied);
+        ZLog(eZLog_Warning, "%hs: \"%hs\" is for the second generation; results have 8 bits a channel\n", m_pszClass,
+             c_szOptionDepth);
         m_options->fccARGB = eZFCC_ARGB32;
-        m_options->bPremultiplied = false;
     }
+    if (m_plan.bReadsSource && m_options->bMultiplyAlpha)
+        ZLog(eZLog_Warning, "%hs: \"%hs\" is for the first generation; set the parameter \"alpha\"\n", m_pszClass,
+             c_szOptionAlpha);
     return true;
 }
 
@@ -229,12 +229,33 @@ HRESULT CFrameKeyer::InputCut(IZFFrame* _pFrame, FRAMES* _pFrames)
     return hr;
 }
 
+/// What only the CPU does: pictures in YUV that are not coded as their size says, alpha of the input multiplied,
+/// colours multiplied by it, and the mask written into other formats than ARGB32.
+bool CFrameKeyer::WantsCPU(const ZF_VID_PROPS& _vidProps, bool _bTexture) const
+{
+    const bool bAlpha = FCC_HasAlpha(_vidProps.fccType);
+    const bool bARGB = m_options->bOutputARGB || _bTexture || _vidProps.fccType == eZFCC_ARGB32;
+    return Img_MatrixOf(_vidProps, m_options->yuv) != Img_MatrixOf(_vidProps) ||
+           (m_options->bMultiplyAlpha && bAlpha) || (m_options->bPremultiplied && (bARGB || bAlpha)) ||
+           (bAlpha && !bARGB);
+}
+
 /// The frame less its borders, as on the CPU. A frame in a texture has no picture that could be cut.
-HRESULT CFrameKeyer::GPUInput(IZFFrame* _pFrame, FRAMES* _pFrames, CZPtr<IZFFrame>* _pcpInput)
+HRESULT CFrameKeyer::GPUInput(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, FRAMES* _pFrames,
+                              CZPtr<IZFFrame>* _pcpInput)
 {
     *_pcpInput = CZPtr<IZFFrame>(_pFrame);
     ZF_VID_PTR vidPtr = {};
-    if (_pFrame->VideoPtrGet(eZFP_Stored, &vidPtr) != S_OK)
+    const bool bTexture = _pFrame->VideoPtrGet(eZFP_Stored, &vidPtr) != S_OK;
+    if (!m_plan.bReadsSource && WantsCPU(_vidProps, bTexture))
+    {
+        m_log.Say(eZLog_Info, E_NOTIMPL,
+                  "%hs: frames (%hs) are for the CPU alone, with \"%hs\", \"%hs\", \"%hs\" and \"%hs\" as they are\n",
+                  m_pszClass, VidProps_Text(&_vidProps), c_szOptionMatrix, c_szOptionRange, c_szOptionAlpha,
+                  c_szOptionPremultiplied);
+        return E_NOTIMPL;
+    }
+    if (bTexture)
         return S_OK;
     const HRESULT hr = InputCut(_pFrame, _pFrames);
     if (FAILED(hr))
@@ -248,9 +269,10 @@ HRESULT CFrameKeyer::RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, EN
                             FRAMES* _pFrames)
 {
     CZPtr<IZFFrame> cpInput; // others hold it as well
-    HRESULT hr = GPUInput(_pFrame, _pFrames, &cpInput);
-    const ENGINE_GPU_OPTIONS options = {m_options->bOutputARGB, m_options->bGPUFlush, Img_MatrixOf(_vidProps),
-                                        m_options->nGPUMode == eCKGPU_Only, m_options->nChange};
+    HRESULT hr = GPUInput(_pFrame, _vidProps, _pFrames, &cpInput);
+    const ENGINE_GPU_OPTIONS options = {m_options->bOutputARGB, m_options->bGPUFlush,
+                                        Img_MatrixOf(_vidProps, m_options->yuv), m_options->nGPUMode == eCKGPU_Only,
+                                        m_options->nChange};
     if (SUCCEEDED(hr))
         hr = m_upEngine->ProcessGPU(cpInput.Get(), _settings, options, _pFrames->cpFrameGPU.Put());
     _pFrames->vecFramesGPU = m_upEngine->FramesTake();
@@ -299,7 +321,7 @@ HRESULT CFrameKeyer::KeyOnCPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
     if (SUCCEEDED(hr) && m_plan.bKeys)
         hr = OwnMake(&work);
     if (SUCCEEDED(hr) && m_plan.bKeys) // measured as the input is, not as what it was converted into
-        hr = RunEngine(cpFrame2.Get(), Img_MatrixOf(_vidProps), _settings, _pFrames);
+        hr = RunEngine(cpFrame2.Get(), Img_MatrixOf(_vidProps, m_options->yuv), _settings, _pFrames);
     if (FAILED(hr) || !work.bOwnFrame)
         return FAILED(hr) ? hr : S_FALSE;
     *_ppFrameRes = work.cpFrame.Detach();
@@ -313,7 +335,10 @@ HRESULT CFrameKeyer::WorkMake(IZFFrame2* _pFrame, const ZF_VID_PROPS& _vidProps,
     if (!bReadsSource && m_options->bOutputARGB && _vidProps.fccType != m_options->fccARGB)
     {
         _pFrames->work = {&m_log, CZPtr<IZFFrame>(_pFrame)};
-        const HRESULT hr = WorkFrame_Convert(m_options->fccARGB, &_pFrames->work);
+        const eZYMatrix eMatrix = Img_MatrixOf(_vidProps, m_options->yuv);
+        const HRESULT hr = eMatrix == Img_MatrixOf(_vidProps)
+                               ? WorkFrame_Convert(m_options->fccARGB, &_pFrames->work)
+                               : WorkFrame_ConvertWith(eMatrix, &_pFrames->work); // a host converts by size
         return SUCCEEDED(hr) ? WorkFrame_Cut(m_options->rectBorders, &_pFrames->work) : hr;
     }
     const HRESULT hr = InputCut(_pFrame, _pFrames);
@@ -330,8 +355,7 @@ HRESULT CFrameKeyer::OwnMake(WORK_FRAME* _pWork)
 {
     ZF_VID_PROPS vidProps = {};
     const HRESULT hr = _pWork->cpFrame->VideoPropsGet(&vidProps);
-    const bool bAlpha = m_plan.bReadsSource ? FCC_HasAlpha(vidProps.fccType) : vidProps.fccType == eZFCC_ARGB32;
-    const bool bWritten = bAlpha || (m_plan.bCleans && m_upEngine->CanClean(vidProps.fccType));
+    const bool bWritten = FCC_HasAlpha(vidProps.fccType) || (m_plan.bCleans && m_upEngine->CanClean(vidProps.fccType));
     return FAILED(hr) ? hr : WorkFrame_MakeOwn(bWritten, _pWork);
 }
 
@@ -358,6 +382,7 @@ HRESULT CFrameKeyer::JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK
     if (SUCCEEDED(hr))
         hr = WorkFrame_MakeMask(&m_log, _pFrameIn, result.vidProps, _pMask);
     _pJob->bWrite = _work.bOwnPixels; // alpha of ARGB32, clean colours
+    _pJob->bMultiplyAlpha = m_options->bMultiplyAlpha;
     _pJob->bPremultiply = m_options->bPremultiplied;
     _pJob->pbMask = _pMask->pbAlpha;
     _pJob->nThreads = static_cast<uint32_t>(m_options->nThreads);

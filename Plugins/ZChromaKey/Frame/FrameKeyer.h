@@ -70,7 +70,8 @@ private:
     void LogFrame(eZLogLevel _eLevel, const char* _pszFormat, IZFFrame* _pFrame, HRESULT _hr) const;
     void LogNoResult(IZFFrame* _pFrame, HRESULT _hr);
     void LogNotCleaned(uint32_t _fccType);
-    HRESULT GPUInput(IZFFrame* _pFrame, FRAMES* _pFrames, CZPtr<IZFFrame>* _pcpInput);
+    bool WantsCPU(const ZF_VID_PROPS& _vidProps, bool _bTexture) const;
+    HRESULT GPUInput(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, FRAMES* _pFrames, CZPtr<IZFFrame>* _pcpInput);
     HRESULT KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                      IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     HRESULT RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings, FRAMES* _pFrames);

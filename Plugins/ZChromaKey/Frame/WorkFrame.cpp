@@ -4,6 +4,7 @@
 #include "Base/ZHelpers.h"
 #include "Base/ZSaturate.h"
 #include "Image/ImgPlane.h"
+#include "Image/ImgRowReader.h"
 #include "ZChromaKey/Frame/FrameText.h"
 
 #include <algorithm>
@@ -128,6 +129,32 @@ HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork)
 HRESULT WorkFrame_Convert(uint32_t _fccARGB, WORK_FRAME* _pWork)
 {
     return MakeARGB(eZFC_Converted, _fccARGB, _pWork);
+}
+
+HRESULT WorkFrame_ConvertWith(eZYMatrix _eMatrix, WORK_FRAME* _pWork)
+{
+    const CZPtr<IZFFrame> cpSource = _pWork->cpFrame;
+    ZF_VID_PROPS vidProps = {};
+    ZF_VID_PTR vidPtr = {};
+    ZF_VID_PTR vidPtrARGB = {};
+    CImgRowReader reader;
+    HRESULT hr = cpSource->VideoPropsGet(&vidProps);
+    if (SUCCEEDED(hr))
+        hr = cpSource->VideoPtrGet(eZFP_Flip, &vidPtr);
+    if (SUCCEEDED(hr))
+        hr = reader.Init(vidProps, vidPtr, _eMatrix);
+    if (SUCCEEDED(hr))
+        hr = MakeARGB(eZFC_Renewed, eZFCC_ARGB32, _pWork);
+    if (SUCCEEDED(hr))
+        hr = _pWork->cpFrame->VideoPtrGet(eZFP_Flip | eZFP_Write, &vidPtrARGB);
+    if (FAILED(hr))
+        return hr;
+    if (vidPtrARGB.szVideoPlanes[0].cx != reader.Width() || vidPtrARGB.szVideoPlanes[0].cy != reader.Height() ||
+        !vidPtrARGB.lpVideoPlanes[0])
+        return E_UNEXPECTED; // a host that makes other frames than it is asked for
+    for (int nRow = 0; nRow < reader.Height(); ++nRow)
+        reader.ReadRow(nRow, Img_RowOf(vidPtrARGB, 0, nRow));
+    return S_OK;
 }
 
 HRESULT WorkFrame_SourceTake(const CK_FRAME_OPTIONS& _options, WORK_FRAME* _pWork)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZMatrix.h"
 #include "Base/ZPtr.h"
 #include "Interfaces/IZFFrame.h"
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
@@ -36,6 +37,9 @@ HRESULT WorkFrame_Cut(const PROP_RECT& _borders, WORK_FRAME* _pWork);
 
 /// Converts the frame into ARGB32 or ARGB64.
 HRESULT WorkFrame_Convert(uint32_t _fccARGB, WORK_FRAME* _pWork);
+
+/// Converts the frame into ARGB32 with a matrix of our own, whatever the host's frame would take.
+HRESULT WorkFrame_ConvertWith(eZYMatrix _eMatrix, WORK_FRAME* _pWork);
 
 /// For an engine that reads the source: the frame, cut before, becomes that, and where the options ask for ARGB,
 /// another one takes its place, whose pixels are not initialised. Where it is larger than the borders leave,

@@ -214,10 +214,10 @@ CZPtr<IZFFrame> CKeyState::FrameForKeying() const
     return m_frames.cpKeying ? m_frames.cpKeying : m_frames.cpLast;
 }
 
-std::optional<eZYMatrix> CKeyState::MatrixForKeying() const
+std::optional<eZYMatrix> CKeyState::MatrixForKeying(const Z_YUV_FORM& _yuv) const
 {
     const std::lock_guard lock(m_mtxConfig);
     if (!m_frames.cpKeying && m_frames.vidPropsLast.fccType == 0)
         return {};
-    return Img_MatrixOf(m_frames.cpKeying ? m_frames.vidPropsKeying : m_frames.vidPropsLast);
+    return Img_MatrixOf(m_frames.cpKeying ? m_frames.vidPropsKeying : m_frames.vidPropsLast, _yuv);
 }

@@ -91,8 +91,8 @@ public:
     KEY_FRAMES FramesGet() const;
     /// The frame that keys are taken from, empty where there is none.
     CZPtr<IZFFrame> FrameForKeying() const;
-    /// Its matrix: another type of its keys is computed with it.
-    std::optional<eZYMatrix> MatrixForKeying() const;
+    /// Its matrix: another type of its keys is computed with it. _yuv: how pictures in YUV are coded.
+    std::optional<eZYMatrix> MatrixForKeying(const Z_YUV_FORM& _yuv) const;
 
 private:
     bool Push(const KEY_EDIT& _edit, const void* _pWhat = nullptr);

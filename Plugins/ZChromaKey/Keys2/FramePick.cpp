@@ -54,10 +54,10 @@ bool Middle(CFrameSampler* _pSampler, int32_t _nX1, int32_t _nY1, int32_t _nX2, 
 
 } // namespace
 
-HRESULT FramePick_Point(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, KEY2_COLOR* _pColor)
+HRESULT FramePick_Point(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, KEY2_COLOR* _pColor, const Z_YUV_FORM& _yuv)
 {
     CFrameSampler sampler;
-    const HRESULT hr = sampler.Open(_pFrame);
+    const HRESULT hr = sampler.Open(_pFrame, _yuv);
     if (FAILED(hr))
         return hr;
     if (_nX < 0 || _nY < 0 || _nX >= sampler.Width() || _nY >= sampler.Height())
@@ -71,10 +71,11 @@ HRESULT FramePick_Point(IZFFrame* _pFrame, int32_t _nX, int32_t _nY, KEY2_COLOR*
     return S_OK;
 }
 
-HRESULT FramePick_Rect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2, KEY2_COLOR* _pColor)
+HRESULT FramePick_Rect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int32_t _nX2, int32_t _nY2, KEY2_COLOR* _pColor,
+                       const Z_YUV_FORM& _yuv)
 {
     CFrameSampler sampler;
-    const HRESULT hr = sampler.Open(_pFrame);
+    const HRESULT hr = sampler.Open(_pFrame, _yuv);
     if (FAILED(hr) || Middle(&sampler, _nX1, _nY1, _nX2, _nY2, _pColor))
         return hr;
     ZLog(eZLog_Error,
@@ -84,10 +85,10 @@ HRESULT FramePick_Rect(IZFFrame* _pFrame, int32_t _nX1, int32_t _nY1, int32_t _n
     return E_INVALIDARG;
 }
 
-HRESULT FramePick_Picture(IZFFrame* _pFrame, IMG_PICTURE* _pPicture)
+HRESULT FramePick_Picture(IZFFrame* _pFrame, IMG_PICTURE* _pPicture, const Z_YUV_FORM& _yuv)
 {
     CFrameSampler sampler;
-    const HRESULT hr = sampler.Open(_pFrame);
+    const HRESULT hr = sampler.Open(_pFrame, _yuv);
     if (FAILED(hr))
         return hr;
     IMG_PICTURE picture = {sampler.Width(), sampler.Height(), {}};
@@ -102,10 +103,10 @@ HRESULT FramePick_Picture(IZFFrame* _pFrame, IMG_PICTURE* _pPicture)
     return S_OK;
 }
 
-HRESULT FramePick_Mask(IZFFrame* _pFrame, IMG_MASK* _pMask)
+HRESULT FramePick_Mask(IZFFrame* _pFrame, IMG_MASK* _pMask, const Z_YUV_FORM& _yuv)
 {
     CFrameSampler sampler;
-    const HRESULT hr = sampler.Open(_pFrame);
+    const HRESULT hr = sampler.Open(_pFrame, _yuv);
     if (FAILED(hr))
         return hr;
     IMG_MASK mask = {sampler.Width(), sampler.Height(), {}};

@@ -68,6 +68,7 @@ private:
     HRESULT Step(const char* _pszMethod, int32_t _nSteps, int _nSign, int32_t* _pnDone) noexcept;
     template <class Call> HRESULT Edit(const char* _pszMethod, Call&& _call) noexcept;
     template <class Sampling> HRESULT EditKeys(const char* _pszMethod, Sampling&& _sampling) noexcept;
+    std::optional<eZYMatrix> MatrixForKeying();
     template <class Sampling> HRESULT KeysSample(CFrameSampler* _pSampler, Sampling&& _sampling);
     HRESULT BlocksShow(HRESULT _hr, IZFFrame* _pFrame, const CKUtils::CK_DETECT_OPTIONS& _options,
                        const std::vector<CKUtils::CK_BLOCK>& _vecBlocks);

@@ -2,6 +2,7 @@
 
 #include "Base/ZAssert.h"
 #include "Base/ZBorder.h"
+#include "ZChromaKey/Config/ChromaKeyOptions.h"
 #include "ZChromaKey/Config/Params2.h"
 #include "ZChromaKey/Keys2/FramePick.h"
 #include "ZChromaKey/Objects/CoZKey2.h"
@@ -49,7 +50,7 @@ HRESULT CCoZChromaKey2::KeyAuto()
 {
     return WithFrame("KeyAuto", [&](IZFFrame* _pFrame) {
         IMG_PICTURE picture;
-        HRESULT hr = FramePick_Picture(_pFrame, &picture);
+        HRESULT hr = FramePick_Picture(_pFrame, &picture, ChromaKeyOptions_YUV(Store()));
         UNMIX_COLOUR colour = {};
         std::string strReason;
         if (SUCCEEDED(hr))
@@ -72,7 +73,7 @@ HRESULT CCoZChromaKey2::KeyAuto()
 HRESULT CCoZChromaKey2::KeyAddPoint(int32_t _nXPosPixels, int32_t _nYPosPixels)
 {
     return PickAdd("KeyAddPoint", &CKeyState2::KeyAdd, [&](IZFFrame* _pFrame, KEY2_COLOR* _pColor) {
-        return FramePick_Point(_pFrame, _nXPosPixels, _nYPosPixels, _pColor);
+        return FramePick_Point(_pFrame, _nXPosPixels, _nYPosPixels, _pColor, ChromaKeyOptions_YUV(Store()));
     });
 }
 
@@ -80,7 +81,8 @@ HRESULT CCoZChromaKey2::KeyAddRect(int32_t _nX1PosPixels, int32_t _nY1PosPixels,
                                    int32_t _nY2PosPixels)
 {
     return PickAdd("KeyAddRect", &CKeyState2::KeyAdd, [&](IZFFrame* _pFrame, KEY2_COLOR* _pColor) {
-        return FramePick_Rect(_pFrame, _nX1PosPixels, _nY1PosPixels, _nX2PosPixels, _nY2PosPixels, _pColor);
+        return FramePick_Rect(_pFrame, _nX1PosPixels, _nY1PosPixels, _nX2PosPixels, _nY2PosPixels, _pColor,
+                              ChromaKeyOptions_YUV(Store()));
     });
 }
 
@@ -94,7 +96,7 @@ HRESULT CCoZChromaKey2::KeyAddColor(uint32_t _nRGB)
 HRESULT CCoZChromaKey2::KeyProtectPoint(int32_t _nXPosPixels, int32_t _nYPosPixels)
 {
     return PickAdd("KeyProtectPoint", &CKeyState2::ProtectAdd, [&](IZFFrame* _pFrame, KEY2_COLOR* _pColor) {
-        return FramePick_Point(_pFrame, _nXPosPixels, _nYPosPixels, _pColor);
+        return FramePick_Point(_pFrame, _nXPosPixels, _nYPosPixels, _pColor, ChromaKeyOptions_YUV(Store()));
     });
 }
 
@@ -102,7 +104,8 @@ HRESULT CCoZChromaKey2::KeyProtectRect(int32_t _nX1PosPixels, int32_t _nY1PosPix
                                        int32_t _nY2PosPixels)
 {
     return PickAdd("KeyProtectRect", &CKeyState2::ProtectAdd, [&](IZFFrame* _pFrame, KEY2_COLOR* _pColor) {
-        return FramePick_Rect(_pFrame, _nX1PosPixels, _nY1PosPixels, _nX2PosPixels, _nY2PosPixels, _pColor);
+        return FramePick_Rect(_pFrame, _nX1PosPixels, _nY1PosPixels, _nX2PosPixels, _nY2PosPixels, _pColor,
+                              ChromaKeyOptions_YUV(Store()));
     });
 }
 

@@ -6,6 +6,7 @@
 #include "Image/ImgPlane.h"
 #include "Props/PropText.h"
 #include "Video/ZFrame.h"
+#include "ZChromaKey/Config/ChromaKeyOptions.h"
 #include "ZChromaKey/Keys2/FramePick.h"
 
 #include <cstring>
@@ -80,7 +81,7 @@ HRESULT CCoZChromaKey2::PlateSet(IZFFrame* _pZFramePlateOrNull)
         if (_pZFramePlateOrNull)
         {
             spPlate = std::make_shared<IMG_PICTURE>();
-            const HRESULT hr = FramePick_Picture(_pZFramePlateOrNull, spPlate.get());
+            const HRESULT hr = FramePick_Picture(_pZFramePlateOrNull, spPlate.get(), ChromaKeyOptions_YUV(Store()));
             if (FAILED(hr))
                 return hr;
         }
@@ -144,7 +145,7 @@ HRESULT CCoZChromaKey2::RegionMake(IZFFrame* _pMaskOrNull, const std::string& _s
     if (!_pMaskOrNull)
         return _strPolygon.empty() ? S_OK : PolygonMake(_strPolygon, _pspRegion);
     auto spRegion = std::make_shared<KEY2_REGION>();
-    const HRESULT hr = FramePick_Mask(_pMaskOrNull, &spRegion->mask);
+    const HRESULT hr = FramePick_Mask(_pMaskOrNull, &spRegion->mask, ChromaKeyOptions_YUV(Store()));
     if (SUCCEEDED(hr))
         *_pspRegion = std::move(spRegion);
     return hr;

@@ -1,6 +1,7 @@
 #include "ZChromaKey/Objects/CoZChromaKey.h"
 
 #include "Base/ZAssert.h"
+#include "ZChromaKey/Config/ChromaKeyOptions.h"
 #include "ZChromaKey/Keys/BlockMarks.h"
 #include "ZChromaKey/Keys/KeyBuilder.h"
 #include "ZChromaKey/Objects/CoZKey.h"
@@ -39,7 +40,7 @@ template <class Sampling> HRESULT CCoZChromaKey::EditKeys(const char* _pszMethod
                  _pszMethod);
             return E_UNEXPECTED;
         }
-        const HRESULT hr = sampler.Open(cpFrame.Get());
+        const HRESULT hr = sampler.Open(cpFrame.Get(), ChromaKeyOptions_YUV(Store()));
         return FAILED(hr) ? hr : Edit(_pszMethod, [&] { return KeysSample(&sampler, _sampling); });
     });
 }
@@ -50,6 +51,11 @@ template <class Sampling> HRESULT CCoZChromaKey::KeysSample(CFrameSampler* _pSam
     builder.RawSet(m_keyState.KeyForSampling());
     const HRESULT hr = _sampling(&builder, _pSampler);
     return hr == S_OK ? m_keyState.RawSet(builder.RawGet(), nullptr, _pSampler->Matrix()) : hr;
+}
+
+std::optional<eZYMatrix> CCoZChromaKey::MatrixForKeying()
+{
+    return m_keyState.MatrixForKeying(ChromaKeyOptions_YUV(Store()));
 }
 
 HRESULT CCoZChromaKey::KeyFrameSet(IZFFrame* _pZFrameKeyingOrNull, IZFFrame* _pZFrameBGOrNull)
@@ -149,7 +155,7 @@ HRESULT CCoZChromaKey::KeyAddRect(int32_t _nX1PosPixels, int32_t _nY1PosPixels, 
 HRESULT CCoZChromaKey::ColorAdd(const char* _pszMethod, uint32_t _nRGB, bool _bExclude) noexcept
 {
     return Edit(_pszMethod, [&] {
-        const std::optional<eZYMatrix> eMatrix = m_keyState.MatrixForKeying();
+        const std::optional<eZYMatrix> eMatrix = MatrixForKeying();
         CKeyBuilder builder;
         builder.RawSet(m_keyState.KeyForSampling());
         const HRESULT hr = builder.AddColor(_nRGB, eMatrix.value_or(eZYM_601), _bExclude);
@@ -169,8 +175,7 @@ HRESULT CCoZChromaKey::KeyProtectColor(uint32_t _nRGB)
 
 HRESULT CCoZChromaKey::KeyAdjustSet(eCK_Adjust _eAdjust, double _dblValue)
 {
-    return Edit("KeyAdjustSet",
-                [&] { return m_keyState.AdjustSet(_eAdjust, _dblValue, m_keyState.MatrixForKeying()); });
+    return Edit("KeyAdjustSet", [&] { return m_keyState.AdjustSet(_eAdjust, _dblValue, MatrixForKeying()); });
 }
 
 HRESULT CCoZChromaKey::KeyAdjustGet(eCK_Adjust _eAdjust, double* _pdblValue)
@@ -265,7 +270,7 @@ HRESULT CCoZChromaKey::KeyRawSet(const CHROMA_KEY_RAW* _pvzKey, const CK_ADJUST*
     return Edit("KeyRawSet", [&]() -> HRESULT {
         if (!Z_VERIFY(_pvzKey))
             return E_POINTER;
-        return m_keyState.RawSet(*_pvzKey, _pKeyAdjust, m_keyState.MatrixForKeying());
+        return m_keyState.RawSet(*_pvzKey, _pKeyAdjust, MatrixForKeying());
     });
 }
 
@@ -305,7 +310,8 @@ HRESULT CCoZChromaKey::KeyGet(IZFFrame* _pZFrameForAdjustOrNull, IZKey** _ppKeyO
         }
         CHROMA_KEY_RAW key;
         m_keyState.RawGet(&key, nullptr,
-                          _pZFrameForAdjustOrNull ? std::optional(Img_MatrixOf(vidProps)) : std::nullopt);
+                          _pZFrameForAdjustOrNull ? std::optional(Img_MatrixOf(vidProps, ChromaKeyOptions_YUV(Store())))
+                                                  : std::nullopt);
         CZPtr<IZKey> cpKey;
         hr = CCoZKey::Create(IID_IZKey, cpKey.PutVoid());
         if (SUCCEEDED(hr))

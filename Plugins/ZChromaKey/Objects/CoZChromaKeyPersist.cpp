@@ -37,7 +37,7 @@ HRESULT CCoZChromaKey::DocumentTake(eDocument _eDocument, std::string_view _svDo
         m_keyState.RawGet(nullptr, &content.adjust); // what the document does not name stays
         content.mapOptions = Store().ValuesGet();
         KeyDoc_Get(*upRoot, &content);
-        const HRESULT hr = m_keyState.RawSet(content.key, &content.adjust, m_keyState.MatrixForKeying(),
+        const HRESULT hr = m_keyState.RawSet(content.key, &content.adjust, MatrixForKeying(),
                                              content.eTakenType); // the last call that can run out of memory
         if (FAILED(hr) || _eDocument == eDocument_Keys)
             return hr;

@@ -81,6 +81,8 @@ TABLE OptionsMake()
         row.dblLeast = option.dblLeast;
         row.dblMost = option.dblMost;
         row.pszUnit = option.pszUnit;
+        if (option.eType == eCKOptionType_Choice)
+            row.eValue = eZV_Choice;
         table.vecRows.push_back(row);
     }
     return table;

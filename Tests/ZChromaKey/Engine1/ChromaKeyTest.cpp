@@ -43,7 +43,7 @@ std::vector<uint8_t> CleanBytes(const CTestPicture& _picture, const CHROMA_KEY_R
 {
     std::vector<uint8_t> arrBytes = _picture.Bytes();
     const uint32_t fccType = _picture.vidProps.fccType;
-    const CANCEL_SET set = ColorCancel_Prepare(_rawKey, false);
+    const CANCEL_SET set = ColorCancel_Prepare(_rawKey, eZYM_601);
     const size_t cbUnit = fccType == eZFCC_RGB24 ? 3 : 4;
     for (size_t n = 0; fccType != eZFCC_I420 && n < arrBytes.size(); n += cbUnit)
     {

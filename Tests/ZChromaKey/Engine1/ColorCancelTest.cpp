@@ -65,7 +65,7 @@ TEST_P(ColorCancel, EqualsThePlainKernelsWhichMatchTheFormulas)
         {
             const CHROMA_KEY_RAW rawKey =
                 RandomKeySet(rnd, arrTypes[nRun % 3], 1 + (_nWidth + nRun * 3) % 16, c_nColour);
-            const CANCEL_SET set = ColorCancel_Prepare(rawKey, false);
+            const CANCEL_SET set = ColorCancel_Prepare(rawKey, eZYM_601);
             if (set.nKeys == 0)
                 continue;
             SCOPED_TRACE(testing::Message() << "width " << _nWidth << " run " << nRun << " keys " << rawKey.nKeysUsed);
@@ -121,7 +121,7 @@ TEST(ColorCancelPlain, GivesWhatWasWorkedOutByHand)
     for (const auto& [rawKey, unitBefore, unitAfter] : arrCases)
     {
         UNIT unit = unitBefore;
-        CancelPairs_C(unit.data(), 1, c_layoutUYVY, ColorCancel_Prepare(rawKey, false));
+        CancelPairs_C(unit.data(), 1, c_layoutUYVY, ColorCancel_Prepare(rawKey, eZYM_601));
         EXPECT_EQ(unit, unitAfter);
     }
 }
@@ -133,7 +133,7 @@ TEST(ColorCancelPlain, TakesTheMatrixOfThePicture)
     rawKey.arrKeys[0].nDelta = 0xFFFFFF;
     uint8_t arrPixels[] = {90, 40, 200, 1, 60, 180, 30, 2, 220, 70, 50, 3, 170, 190, 180, 4};
     const uint8_t arrExpected[] = {60, 35, 115, 1, 60, 120, 45, 2, 124, 49, 40, 3, 127, 137, 132, 4};
-    CancelBGRA_C(arrPixels, 4, ColorCancel_Prepare(rawKey, true));
+    CancelBGRA_C(arrPixels, 4, ColorCancel_Prepare(rawKey, eZYM_709));
     for (size_t n = 0; n < sizeof(arrPixels); ++n)
         EXPECT_EQ(arrPixels[n], arrExpected[n]) << n;
 }

@@ -57,8 +57,9 @@ public:
         , m_picture(_picture)
         , m_nWidth(_picture.vidProps.nWidth)
         , m_nHeight(std::abs(_picture.vidProps.nHeight))
-        , m_nDiv(_picture.vidProps.fccType == eZFCC_I420 ? 2 : 1)
-        , m_nChromaWidth(m_nDiv == 2 ? _picture.vidPtr.szVideoPlanes[1].cx : (m_nWidth + 1) / 2)
+        , m_nDiv(FCC_Subsampling(_picture.vidProps.fccType, 1).cy)
+        , m_nBytes(FCC_SampleBytes(_picture.vidProps.fccType))
+        , m_nChromaWidth(m_nDiv == 2 ? _picture.vidPtr.szVideoPlanes[1].cx / m_nBytes : (m_nWidth + 1) / 2)
         , m_nChromaHeight(m_nDiv == 2 ? _picture.vidPtr.szVideoPlanes[1].cy : m_nHeight)
     {
     }
@@ -96,6 +97,12 @@ private:
     // Number n of v210's row, or of the bytes of others, in 8-bit levels.
     double Number(int _nPlane, int _nRow, int _n) const
     {
+        if (m_nBytes == 2) // U and V in turn
+        {
+            const int nByte = 2 * (_nPlane == 0 ? _n : 2 * _n + _nPlane - 1);
+            const int nPlane = std::min(_nPlane, 1);
+            return (m_picture.Byte(nPlane, _nRow, nByte) >> 6) / 4.0 + m_picture.Byte(nPlane, _nRow, nByte + 1);
+        }
         if (m_picture.vidProps.fccType != eZFCC_v210)
             return m_picture.Byte(_nPlane, _nRow, _n);
         uint32_t nWord = 0;
@@ -167,6 +174,7 @@ private:
     int m_nWidth;
     int m_nHeight;
     int m_nDiv;
+    int m_nBytes; // of a sample
     int m_nChromaWidth;
     int m_nChromaHeight;
 };
@@ -174,8 +182,8 @@ private:
 TEST_P(ChromaLevels, GiveThePlainBytesInAnyParts)
 {
     static constexpr int c_arrSizes[][2] = {{1, 1}, {2, 2}, {7, 5}, {19, 34}, {66, 17}, {143, 30}, {331, 50}};
-    static constexpr uint32_t c_arrFormats[] = {eZFCC_UYVY, eZFCC_YUY2, eZFCC_YVYU, eZFCC_I420, eZFCC_YV12,
-                                                eZFCC_NV12, eZFCC_I422, eZFCC_v210, eZFCC_r210};
+    static constexpr uint32_t c_arrFormats[] = {eZFCC_UYVY, eZFCC_YUY2, eZFCC_YVYU, eZFCC_I420, eZFCC_YV12, eZFCC_NV12,
+                                                eZFCC_I422, eZFCC_v210, eZFCC_r210, eZFCC_P010, eZFCC_P210};
     CHROMA_KERNELS kernels;
     ChromaKernels_Init(&kernels, GetParam());
     CRandom rnd(1);
@@ -204,7 +212,7 @@ Z_INSTANTIATE_LEVELS(ChromaLevels);
 
 TEST(ChromaRebuild, IsWhatTheFormulaSays)
 {
-    for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_I420, eZFCC_v210})
+    for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_I420, eZFCC_v210, eZFCC_P010})
     {
         SCOPED_TRACE(FCC_Name(fccType));
         const int nWidth = 301, nHeight = 75; // more than a word of cells

@@ -118,15 +118,21 @@ static int IsBody(int _nX, int _nY, int _nWidth, int _nHeight)
     return nX * nX + nY * nY < _nHeight * _nHeight / 2;
 }
 
-// A red body before a green backdrop; pixels of three or four bytes.
+// A red body before a green backdrop, with grain; pixels of three or four bytes.
 static PICTURE Picture_Scene(uint32_t _nFormat, int _nWidth, int _nHeight, int _nPixelBytes)
 {
     static const unsigned char s_arrColors[2][4] = {{50, 170, 60, 255}, {90, 70, 200, 255}};
     PICTURE picture = Picture_New(_nFormat, _nWidth, _nHeight, _nPixelBytes);
     unsigned char* pPixel = picture.pBytes;
+    uint32_t nRandom = 1;
     for (int y = 0; y < _nHeight; ++y)
         for (int x = 0; x < _nWidth; ++x, pPixel += _nPixelBytes)
-            memcpy(pPixel, s_arrColors[IsBody(x, y, _nWidth, _nHeight)], (size_t)_nPixelBytes);
+            for (int c = 0; c < _nPixelBytes; ++c) // the grain shows where a picture is read after it was written
+            {
+                nRandom = nRandom * 1664525u + 1013904223u;
+                pPixel[c] =
+                    (unsigned char)(s_arrColors[IsBody(x, y, _nWidth, _nHeight)][c] - (c < 3 ? nRandom >> 30 : 0));
+            }
     return picture;
 }
 

@@ -32,10 +32,11 @@ CHROMA_KEY_RAW CancelKey(int32_t _eType, int32_t _bColorCancel)
 
 TEST_F(FrameKeyer, KeysAndCleansEveryFormatAndLeavesTheInputAlone)
 {
-    const std::pair<uint32_t, bool> arrFormats[] = {
-        {eZFCC_RGB24, true}, {eZFCC_RGB32, true}, {eZFCC_ARGB32, true}, {eZFCC_YUY2, true},
-        {eZFCC_UYVY, true},  {eZFCC_HDYC, true},  {eZFCC_YVYU, true},   {eZFCC_r210, false},
-        {eZFCC_v210, false}, {eZFCC_I420, false}, {eZFCC_NV12, false}};             // its colours are cleaned
+    const std::pair<uint32_t, bool>
+        arrFormats[] = {{eZFCC_RGB24, true}, {eZFCC_RGB32, true}, {eZFCC_ARGB32, true}, {eZFCC_YUY2, true},
+                        {eZFCC_UYVY, true},  {eZFCC_HDYC, true},  {eZFCC_YVYU, true},   {eZFCC_r210, false},
+                        {eZFCC_v210, false}, {eZFCC_I420, false}, {eZFCC_NV12, false},  {eZFCC_RGBA32, true},
+                        {eZFCC_P010, false}, {eZFCC_P210, false}};                  // its colours are cleaned
     const std::pair<int, bool> arrWays[] = {{48, false}, {-48, false}, {48, true}}; // height, "output.argb"
     for (const auto& [fccType, bCleaned] : arrFormats)
         for (const int32_t eType : {eCKT_RGB, eCKT_HLS, eCKT_YUV})
@@ -62,7 +63,7 @@ TEST_F(FrameKeyer, KeysAndCleansEveryFormatAndLeavesTheInputAlone)
                 EXPECT_EQ(log.Count("colour cancel leaves the colours of", eZLog_Info), !bClean && bFirst);
                 EXPECT_EQ(PropsOf(cpOn.Get()).fccType, bARGB ? eZFCC_ARGB32 : fccType);
                 EXPECT_EQ(BytesOf(cpOn.Get()), BytesOf(cpTwice.Get()));
-                EXPECT_EQ(BytesOf(cpOff.Get()) == vecBefore, !bARGB && fccType != eZFCC_ARGB32);
+                EXPECT_EQ(BytesOf(cpOff.Get()) == vecBefore, !bARGB && !FCC_HasAlpha(fccType));
                 Set(L"keying.borders", L"8,4,8,4"); // a part shares the host's pixels
                 EXPECT_EQ(PropsOf(Receive(cpFrame.Get()).Get()).nWidth, 80);
                 EXPECT_EQ(BytesOf(cpFrame.Get()), vecBefore);
@@ -98,9 +99,83 @@ TEST_F(FrameKeyer, LeavesTheSecondGenerationsOptionsAlone)
         cpFrame->IdentityRenew();
         EXPECT_EQ(PropsOf(Receive(cpFrame.Get()).Get()).fccType, eZFCC_ARGB32);
     }
-    EXPECT_EQ(
-        log.Count("CCoZChromaKey: \"output.depth\" and \"output.premultiplied\" are for the second", eZLog_Warning),
-        1u);
+    EXPECT_EQ(log.Count("CCoZChromaKey: \"output.depth\" is for the second generation", eZLog_Warning), 1u);
+}
+
+/// A test picture whose alpha grows from column to column, so that both a key and alpha make parts of it transparent.
+CZPtr<CZFrame> AlphaFrame(uint32_t _fccType)
+{
+    auto cpFrame = TestFrame_Make(_fccType, 128, -32);
+    const ZF_VID_PTR vidPtr = PtrOf(cpFrame.Get(), eZFP_Flip | eZFP_Write);
+    const bool bWords = _fccType == eZFCC_ARGB64;
+    for (int y = 0; y < 32; ++y)
+        for (int x = 0; x < 128; ++x)
+        {
+            uint8_t* const pAlpha = Img_RowOf(vidPtr, 0, y) + ptrdiff_t{bWords ? 8 : 4} * x + (bWords ? 6 : 3);
+            pAlpha[0] = static_cast<uint8_t>(2 * x);
+            pAlpha[bWords] = pAlpha[0];
+        }
+    return cpFrame;
+}
+
+TEST_F(FrameKeyer, MultipliesWithTheAlphaOfTheInputAndColoursByTheResult)
+{
+    CHROMA_KEY_RAW key = TestKey(eCKT_RGB);
+    key.arrKeys[0].nAlpha = 100; // what is keyed stays half transparent
+    KeySet(key);
+    for (const uint32_t fccType : {eZFCC_ARGB32, eZFCC_ARGB64, eZFCC_RGBA32})
+    {
+        const auto cpFrame = AlphaFrame(fccType);
+        const std::vector<uint8_t> vecBefore = PixelsOf(cpFrame.Get());
+        Set(L"keying.alpha", nullptr);
+        Set(L"output.premultiplied", nullptr);
+        const auto cpReplaced = Receive(cpFrame.Get());
+        Set(L"keying.alpha", L"multiply");
+        const auto cpStraight = Receive(cpFrame.Get());
+        Set(L"output.premultiplied", L"true");
+        const std::vector<uint8_t> vecPremultiplied = PixelsOf(Receive(cpFrame.Get()).Get());
+        const std::vector<uint8_t> vecReplaced = PixelsOf(cpReplaced.Get());
+        const std::vector<uint8_t> vecStraight = PixelsOf(cpStraight.Get());
+        int nWrong = 0;
+        int nBetween = 0;
+        for (size_t n = 0; n < vecBefore.size(); n += 4)
+        {
+            const int nKey = vecReplaced[n + 3];
+            const int nAlpha = (nKey * vecBefore[n + 3] + 127) / 255;
+            const auto nY = static_cast<int>(n / 4 / 128), nX = static_cast<int>(n / 4 % 128);
+            nBetween += nKey > 0 && nKey < 255 && nAlpha > 0;
+            nWrong += nKey != RowOf(MaskOf(cpReplaced.Get()).Get(), nY)[nX];
+            nWrong += vecStraight[n + 3] != nAlpha || vecPremultiplied[n + 3] != nAlpha;
+            nWrong += nAlpha != RowOf(MaskOf(cpStraight.Get()).Get(), nY)[nX];
+            for (size_t i = n; i < n + 3; ++i)
+            {
+                const int nOff = vecPremultiplied[i] - (vecBefore[i] * nAlpha + 127) / 255;
+                nWrong += vecStraight[i] != vecBefore[i] || std::abs(nOff) > (fccType == eZFCC_ARGB64); // rounded twice
+            }
+        }
+        EXPECT_EQ(nWrong, 0) << std::hex << fccType;
+        EXPECT_GT(nBetween, 100);
+    }
+}
+
+TEST_F(FrameKeyer, LeavesAlphaThatTheGPUCannotKeepToTheCPU)
+{
+    const std::tuple<uint32_t, const wchar_t*, const wchar_t*, const wchar_t*, bool> arrWays[] = {
+        {eZFCC_ARGB32, L"replace", L"false", L"false", true}, {eZFCC_ARGB32, L"multiply", L"false", L"false", false},
+        {eZFCC_RGB32, L"multiply", L"true", L"false", true},  {eZFCC_ARGB32, L"replace", L"false", L"true", false},
+        {eZFCC_UYVY, L"replace", L"true", L"true", false},    {eZFCC_UYVY, L"replace", L"false", L"true", true},
+        {eZFCC_ARGB64, L"replace", L"false", L"false", false}};
+    for (const auto& [fccType, pwszAlpha, pwszARGB, pwszPremultiplied, bTried] : arrWays)
+    {
+        const auto cpFrame = TestFrame_Make(fccType, 64, fccType == eZFCC_UYVY ? 32 : -32);
+        Set(L"gpu_mode", L"-1");
+        Set(L"keying.alpha", pwszAlpha);
+        Set(L"output.argb", pwszARGB);
+        Set(L"output.premultiplied", pwszPremultiplied);
+        m_gpu.nFrames = 0;
+        EXPECT_TRUE(MaskOf(Receive(cpFrame.Get()).Get()));
+        EXPECT_EQ(m_gpu.nFrames, bTried) << std::hex << fccType << ' ' << ZText_FromWide(pwszAlpha);
+    }
 }
 
 TEST_F(FrameKeyer, LeavesWhatTheEngineLeavesOutOpaque)

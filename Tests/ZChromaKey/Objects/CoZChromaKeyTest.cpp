@@ -43,11 +43,12 @@ TEST_F(CoZChromaKey, ListsAllOptionsAndAnswersDefaultsForThoseThatAreNotSet)
     BSTR bsText = nullptr;
     for (UINT n = 0; m_cpKeyer->PropsNameGet(n, &bsText) == S_OK; ++n)
         wstrNames += TakeText(bsText) + L" ";
-    EXPECT_EQ(
-        wstrNames,
-        L"debug.time_overlay detect.blocks detect.borders detect.fit detect.key_diff detect.max_keys "
-        L"detect.show_blocks detect.similarity detect.threshold detect.type gpu_flush_context gpu_mode "
-        L"input.keep keying.borders output.argb output.depth output.premultiplied output.thread process.threads ");
+    EXPECT_EQ(wstrNames,
+              L"debug.time_overlay detect.blocks detect.borders detect.fit detect.key_diff detect.max_keys "
+              L"detect.show_blocks detect.similarity detect.threshold detect.type gpu_flush_context gpu_mode "
+              L"input.keep input.matrix input.range keying.alpha keying.borders output.argb output.depth "
+              L"output.premultiplied "
+              L"output.thread process.threads ");
     EXPECT_EQ(m_cpKeyer->PropsGet(L"process.threads", &bsText), S_FALSE) << "none is set";
     EXPECT_EQ(TakeText(bsText), L"2");
     EXPECT_EQ(m_cpKeyer->PropsGet(L"no.option", &bsText), S_FALSE);

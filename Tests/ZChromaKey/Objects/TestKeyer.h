@@ -45,7 +45,7 @@ inline const uint8_t* RowOf(IZFFrame* _pFrame, int _nRow)
     return Img_RowOf(PtrOf(_pFrame), 0, _nRow);
 }
 
-/// Holds a result against the test picture: its mask, its alpha where it is ARGB32, and its colours, of which the green
+/// Holds a result against the test picture: its mask, its alpha where it has any, and its colours, of which the green
 /// is grey where it was cleaned.
 inline void ExpectKeyed(IZFFrame* _pFrameRes, bool _bClean = false)
 {
@@ -68,7 +68,7 @@ inline void ExpectKeyed(IZFFrame* _pFrameRes, bool _bClean = false)
             const int nAlpha = bGreen ? 0 : 255;
             const auto [nMin, nMax] = std::minmax({pPixel[0], pPixel[1], pPixel[2]});
             nWrong += RowOf(cpMask.Get(), nY)[nX] != nAlpha;
-            nWrong += vidProps.fccType == eZFCC_ARGB32 && pPixel[3] != nAlpha;
+            nWrong += FCC_HasAlpha(vidProps.fccType) && pPixel[3] != nAlpha;
             nWrong += (nMax - nMin <= 4) != (bGreen && _bClean);
         }
     EXPECT_EQ(nWrong, 0);

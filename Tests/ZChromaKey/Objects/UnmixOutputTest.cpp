@@ -58,11 +58,18 @@ TEST_F(UnmixOutput, SixteenBitsAreTheEightAndTheFractionsOfMixedPixels)
               (std::array<int, 4>{257 * 90, 257 * 70, 257 * 150, 65535}));
 }
 
-/// Adds one, two and three quarters of a level to the blue, green and red of r210, or half a level to the luma of v210.
+/// Adds one, two and three quarters of a level to the blue, green and red of r210, or half a level to the luma of
+/// others.
 void AddTenBits(IZFFrame* _pFrame)
 {
     const bool bRGB = PropsOf(_pFrame).fccType == eZFCC_r210;
     ZF_VID_PTR vidPtr = PtrOf(_pFrame, eZFP_Flip | eZFP_Write);
+    if (FCC_IsPlanar(PropsOf(_pFrame).fccType))
+    {
+        for (int n = 0; n < c_nBodyHeight * c_nBodyWidth; ++n)
+            Img_RowOf(vidPtr, 0, n / c_nBodyWidth)[n % c_nBodyWidth * 2] = 0x80;
+        return;
+    }
     for (int y = 0; y < c_nBodyHeight; ++y)
         for (int nWord = 0; nWord < c_nBodyWidth / 6 * 4 || (bRGB && nWord < c_nBodyWidth); ++nWord)
         {
@@ -95,17 +102,40 @@ TEST_F(UnmixOutput, SixteenBitsKeepTheTenOfThePicture)
                                          static_cast<int>(std::lround(150.75 * 257)), 65535};
     EXPECT_EQ(WordsAt(Receive(cpRGB.Get()).Get(), c_nMiddleX, c_nMiddleY), arrRight);
 
-    const auto cpYUV = Body(eZFCC_v210, c_arrGreen);
-    KeyFrom(cpYUV.Get());
-    const auto fnLuma = [&] { // of 1023
-        cpYUV->IdentityRenew();
-        const auto arrWords = WordsAt(Receive(cpYUV.Get()).Get(), c_nMiddleX, c_nMiddleY);
-        return 64 + 4 * 219 / 65535.0 * (0.114 * arrWords[0] + 0.587 * arrWords[1] + 0.299 * arrWords[2]);
-    };
-    const double dblBefore = fnLuma();
-    AddTenBits(cpYUV.Get());
-    EXPECT_NEAR(dblBefore, 4 * std::round(dblBefore / 4), 0.1) << "eight bits so far";
-    EXPECT_NEAR(fnLuma(), dblBefore + 2, 0.05);
+    for (const uint32_t fccType : {eZFCC_v210, eZFCC_P010, eZFCC_P210})
+    {
+        const auto cpYUV = Body(fccType, c_arrGreen);
+        KeyFrom(cpYUV.Get());
+        const auto fnLuma = [&] { // of 1023
+            cpYUV->IdentityRenew();
+            const auto arrWords = WordsAt(Receive(cpYUV.Get()).Get(), c_nMiddleX, c_nMiddleY);
+            return 64 + 4 * 219 / 65535.0 * (0.114 * arrWords[0] + 0.587 * arrWords[1] + 0.299 * arrWords[2]);
+        };
+        const double dblBefore = fnLuma();
+        AddTenBits(cpYUV.Get());
+        EXPECT_NEAR(dblBefore, 4 * std::round(dblBefore / 4), 0.1) << "eight bits so far";
+        EXPECT_NEAR(fnLuma(), dblBefore + 2, 0.05) << FCC_Name(fccType);
+    }
+}
+
+TEST_F(UnmixOutput, OtherPlacesOfTheSameSamplesGiveTheSame)
+{
+    for (const auto& [fccRight, fccOwn] : {std::pair{eZFCC_ARGB32, eZFCC_RGBA32}, {eZFCC_v210, eZFCC_P210}})
+        for (const wchar_t* pwszPremultiplied : {L"false", L"true"})
+        {
+            const auto cpRight = Body(fccRight, c_arrGreen), cpOwn = Body(fccOwn, c_arrGreen);
+            KeyFrom(cpOwn.Get());
+            Set(L"output.premultiplied", pwszPremultiplied);
+            for (const wchar_t* pwszARGB : {L"false", L"true"})
+            {
+                Set(L"output.argb", pwszARGB);
+                const auto cpResRight = Receive(cpRight.Get()), cpRes = Receive(cpOwn.Get());
+                EXPECT_EQ(PropsOf(cpRes.Get()).fccType, *pwszARGB == L't' ? eZFCC_ARGB32 : fccOwn);
+                EXPECT_LT(Error(cpRes.Get()), 2.5);
+                EXPECT_EQ(PixelsOf(cpRes.Get()), PixelsOf(cpResRight.Get())) << FCC_Name(fccOwn);
+                EXPECT_EQ(PixelsOf(MaskOf(cpRes.Get()).Get()), PixelsOf(MaskOf(cpResRight.Get()).Get()));
+            }
+        }
 }
 
 TEST_F(UnmixOutput, ColoursAreMultipliedByAlphaToTheNearestLevel)
@@ -143,7 +173,7 @@ TEST_F(UnmixOutput, ColoursAreMultipliedByAlphaToTheNearestLevel)
 int SixPixels(uint32_t _fccType)
 {
     if (FCC_IsPlanar(_fccType))
-        return 6;
+        return 6 * FCC_SampleBytes(_fccType);
     return _fccType == eZFCC_v210 ? 16 : 6 * FCC_BitsPerPixel(_fccType) / 8;
 }
 
@@ -171,7 +201,7 @@ void AddExtremes(IZFFrame* _pFrame)
             if (eLayout == eIL_r210)
                 pRow[4 * x] = static_cast<uint8_t>(pRow[4 * x] | 0xC0);
             else if (FCC_IsPlanar(fccType))
-                pRow[x] = 4;
+                pRow[FCC_SampleBytes(fccType) * (x + 1) - 1] = 4;
             else if (Z_IsPairs(eLayout))
                 pRow[2 * x + Z_PairBytes(eLayout).nY0] = 4;
         for (int nWord = 84 / 6 * 4; eLayout == eIL_v210 && nWord < 108 / 6 * 4; ++nWord)
@@ -187,7 +217,7 @@ TEST_F(UnmixOutput, InputFormatsKeepWhatIsNotMixedAndAreCleanWhereItIs)
 {
     SpillLeave();
     for (const uint32_t fccType : {eZFCC_RGB24, eZFCC_RGB32, eZFCC_r210, eZFCC_v210, eZFCC_YUY2, eZFCC_UYVY, eZFCC_YVYU,
-                                   eZFCC_I420, eZFCC_YV12, eZFCC_NV12, eZFCC_I422, eZFCC_Y444})
+                                   eZFCC_I420, eZFCC_YV12, eZFCC_NV12, eZFCC_I422, eZFCC_Y444, eZFCC_P010, eZFCC_P210})
         for (const int32_t eInterlace : {eZI_Progressive, eZI_TopFirst})
         {
             SCOPED_TRACE(testing::Message() << FCC_Name(fccType) << " interlace " << eInterlace);

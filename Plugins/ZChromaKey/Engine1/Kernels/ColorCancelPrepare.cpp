@@ -1,7 +1,5 @@
 #include "ZChromaKey/Engine1/Kernels/ColorCancelPrepare.h"
 
-#include "Base/ZMatrix.h"
-
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
@@ -29,8 +27,29 @@ constexpr YVU_MATRIX SingleOf(const Z_MATRIX& _matrix)
     return single;
 }
 
-constexpr YVU_MATRIX c_matrix601 = SingleOf(c_arrMatrix[eZYM_601]);
-constexpr YVU_MATRIX c_matrix709 = SingleOf(c_arrMatrix[eZYM_709]);
+/// The same for matrices that the shaders do not have: the exact coefficients in that form, where 256 steps are 1.
+constexpr YVU_MATRIX SingleOf(int32_t _eMatrix)
+{
+    const Z_EXACT_MATRIX exact = ZMatrix_Exact(_eMatrix);
+    const float fltBlack = static_cast<float>(ZMatrix_Levels(_eMatrix).dblBlack) / 256;
+    const double arrToRGB[3][3] = {
+        {exact.dblY, exact.dblRV, 0}, {exact.dblY, exact.dblGV, exact.dblGU}, {exact.dblY, 0, exact.dblBU}};
+    YVU_MATRIX single = {{}, {fltBlack, .5f, .5f}, {}, {}};
+    for (int i = 0; i < 3; ++i)
+    {
+        single.arrToYVU[0][i] = static_cast<float>(exact.arrY[i]);
+        single.arrToYVU[1][i] = static_cast<float>(exact.arrV[i]);
+        single.arrToYVU[2][i] = static_cast<float>(exact.arrU[i]);
+        for (int j = 0; j < 3; ++j)
+            single.arrToRGB[i][j] = static_cast<float>(arrToRGB[i][j]);
+        single.arrRGBAdd[i] = -single.arrToRGB[i][0] * fltBlack - .5f * (single.arrToRGB[i][1] + single.arrToRGB[i][2]);
+    }
+    return single;
+}
+
+constexpr YVU_MATRIX c_arrYVU[] = {
+    SingleOf(c_arrMatrix[eZYM_601]), SingleOf(c_arrMatrix[eZYM_709]), SingleOf(eZYM_2020),
+    SingleOf(eZYM_Full + eZYM_601),  SingleOf(eZYM_Full + eZYM_709),  SingleOf(eZYM_Full + eZYM_2020)};
 
 void Unpack(float* _pComponents, uint32_t _nWord)
 {
@@ -96,9 +115,9 @@ CANCEL_KEY KernelKey(const CANCEL_CONSTANTS& _constants)
 
 } // namespace
 
-const YVU_MATRIX& ColorCancel_Matrix(bool _b709) noexcept
+const YVU_MATRIX& ColorCancel_Matrix(eZYMatrix _eMatrix) noexcept
 {
-    return _b709 ? c_matrix709 : c_matrix601;
+    return c_arrYVU[_eMatrix];
 }
 
 CANCEL_CONSTANTS ColorCancel_Constants(const SINGLE_KEY& _key, eCK_Type _eType, const YVU_MATRIX& _matrix) noexcept
@@ -135,11 +154,11 @@ CANCEL_CONSTANTS ColorCancel_Constants(const SINGLE_KEY& _key, eCK_Type _eType, 
     return res;
 }
 
-CANCEL_SET ColorCancel_Prepare(const CHROMA_KEY_RAW& _rawKey, bool _b709) noexcept
+CANCEL_SET ColorCancel_Prepare(const CHROMA_KEY_RAW& _rawKey, eZYMatrix _eMatrix) noexcept
 {
     CANCEL_SET set = {};
     set.eSpace = SpaceOf(_rawKey.eType);
-    set.matrix = ColorCancel_Matrix(_b709);
+    set.matrix = ColorCancel_Matrix(_eMatrix);
     const int nKeys = std::clamp(_rawKey.nKeysUsed, 0, Z_MAX_KEYS);
     for (int i = 0; i < nKeys; ++i)
         if (const SINGLE_KEY& key = _rawKey.arrKeys[i]; key.nDelta != 0)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZMatrix.h"
 #include "Interfaces/ChromaKeyTypes.h"
 #include "ZChromaKey/Engine1/Kernels/ColorCancel.h"
 
@@ -14,8 +15,7 @@ struct CANCEL_CONSTANTS
 };
 static_assert(sizeof(CANCEL_CONSTANTS) == 80);
 
-/// The matrix of BT.601, or of BT.709; both studio range.
-const YVU_MATRIX& ColorCancel_Matrix(bool _b709) noexcept;
+const YVU_MATRIX& ColorCancel_Matrix(eZYMatrix _eMatrix) noexcept;
 
 /// The constants of one key. _eType: RGB, HLS or YUV. Bytes of the key's words count as 256ths on purpose, though
 /// those of a picture are 255ths.
@@ -23,4 +23,4 @@ CANCEL_CONSTANTS ColorCancel_Constants(const SINGLE_KEY& _key, eCK_Type _eType, 
 
 /// The keys of a set for the kernels: those with a delta, whatever their nAlpha, for a key that leaves alpha alone may
 /// still clean colours. _eType: RGB, HLS or YUV. A half-axis is at least 1/256.
-CANCEL_SET ColorCancel_Prepare(const CHROMA_KEY_RAW& _rawKey, bool _b709) noexcept;
+CANCEL_SET ColorCancel_Prepare(const CHROMA_KEY_RAW& _rawKey, eZYMatrix _eMatrix) noexcept;

@@ -15,6 +15,7 @@ struct UNMIX_SAMPLES
         ev210,
         er210,
         ePlanar,
+        eP010, ///< planes of words with ten bits in the high ones, U and V in turn
     };
     eKind eLayout = eNone;
     const uint8_t* arrRow0[3] = {};
@@ -30,10 +31,11 @@ struct UNMIX_SAMPLES
     int nChromaHeight = 0;
     float fltKb = 0; ///< weights of blue and red in luma
     float fltKr = 0;
+    bool bFull = false; ///< full range
 
     bool IsDeep() const
     {
-        return eLayout == ev210 || eLayout == er210;
+        return eLayout == ev210 || eLayout == er210 || eLayout == eP010;
     }
 };
 

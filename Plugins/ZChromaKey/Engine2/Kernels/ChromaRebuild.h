@@ -50,6 +50,8 @@ template <class S> void ChromaRebuild(const CHROMA_JOB& _job, int _nFirst, int _
         return ChromaRebuildTiles<S, CHROMA_PACKED<S>>(_job, _nFirst, _nRows);
     case UNMIX_SAMPLES::ePlanar:
         return ChromaRebuildTiles<S, CHROMA_PLANAR<S>>(_job, _nFirst, _nRows);
+    case UNMIX_SAMPLES::eP010:
+        return ChromaRebuildTiles<S, CHROMA_P010<S>>(_job, _nFirst, _nRows);
     case UNMIX_SAMPLES::ev210:
         return ChromaRebuildTiles<S, CHROMA_V210<S>>(_job, _nFirst, _nRows);
     case UNMIX_SAMPLES::er210:

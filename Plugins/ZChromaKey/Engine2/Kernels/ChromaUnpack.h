@@ -109,6 +109,46 @@ template <class S> struct CHROMA_PLANAR
     }
 };
 
+/// Planes of words with ten bits in the high ones; U and V are in turn in the second.
+template <class S> struct CHROMA_P010
+{
+    static constexpr int c_nMany = static_cast<int>(S::c_nLanes);
+    const CHROMA_JOB& job;
+
+    ZCK_INLINE void LumaMany(const uint8_t* _pRow, int _n, float* _pLeft, float* _pRight) const
+    {
+        ChromaStorePairs<S>(_pLeft, _pRight, Samples(_pRow + ptrdiff_t{4} * _n), job.luma, job.luma);
+    }
+    ZCK_INLINE int LumaAt(const uint8_t* _pRow, int _nX) const
+    {
+        return SampleAt(_pRow + ptrdiff_t{2} * _nX);
+    }
+    ZCK_INLINE void ChromaMany(int _nRow, int _n, float* _pBlue, float* _pRed) const
+    {
+        ChromaStorePairs<S>(_pBlue, _pRed, Samples(At(_nRow, _n)), job.blue, job.red);
+    }
+    ZCK_INLINE int UAt(int _nRow, int _n) const
+    {
+        return SampleAt(At(_nRow, _n));
+    }
+    ZCK_INLINE int VAt(int _nRow, int _n) const
+    {
+        return SampleAt(At(_nRow, _n) + 2);
+    }
+    ZCK_INLINE const uint8_t* At(int _nRow, int _n) const
+    {
+        return job.samples.arrRow0[1] + _nRow * job.samples.anStride[1] + ptrdiff_t{4} * _n;
+    }
+    static ZCK_INLINE typename S::I32 Samples(const uint8_t* _pWords)
+    {
+        return (S::LoadI32(_pWords) >> 6) & 0x03FF03FF;
+    }
+    static ZCK_INLINE int SampleAt(const uint8_t* _pWord)
+    {
+        return (_pWord[0] | _pWord[1] << 8) >> 6;
+    }
+};
+
 /// Where those samples of v210 are that lie four apart, from number _nFirst on: three of them in four words. They are
 /// left where they are in their words, for the scale takes that in.
 struct CHROMA_V210_PLACES

@@ -9,7 +9,7 @@
 /// The module's functions by their names: pApi->zck_open(...).
 struct SHELL_API
 {
-#define ZCK_SHELL_ENTRY(name) decltype(&::name) name;
+#define ZCK_SHELL_ENTRY(name) decltype(&::name) name; // NOLINT(bugprone-macro-parentheses): a declaration
     ZCK_FUNCTIONS(ZCK_SHELL_ENTRY)
 #undef ZCK_SHELL_ENTRY
 };

@@ -68,6 +68,13 @@ void DefineChoice(OFX_PARAMS _hParams, const zck_param& _param)
     OpenFxHost().pProps->pfnSetInt(hProps, "OfxParamPropDefault", 0, static_cast<int>(_param.initial));
 }
 
+// The values of a parameter at a time; they stay as they are where the host has none of that name.
+template <class... Values> void Get(OFX_PARAM _hParam, double _dblTime, Values*... _pValues)
+{
+    if (_hParam)
+        OpenFxHost().pParams->pfnGetValueAtTime(_hParam, _dblTime, _pValues...);
+}
+
 uint32_t Byte(double _dblChannel)
 {
     const bool bRight = _dblChannel >= 0 && _dblChannel <= 1; // not so what is no number
@@ -95,12 +102,11 @@ void OpenFxKeyer_DefineParams(OFX_PARAMS _hParams)
 
 void COpenFxKeyer::TakeSettings(double _dblTime, double _dblScale)
 {
-    const auto pfnGet = OpenFxHost().pParams->pfnGetValueAtTime;
     char* pszKeys = nullptr;
     int nAuto = 1, nStills = 0;
-    pfnGet(m_hKeys, _dblTime, &pszKeys);
-    pfnGet(m_hAuto, _dblTime, &nAuto);
-    pfnGet(m_hStills, _dblTime, &nStills);
+    Get(m_hKeys, _dblTime, &pszKeys);
+    Get(m_hAuto, _dblTime, &nAuto);
+    Get(m_hStills, _dblTime, &nStills);
     m_keyer.KeysSet(pszKeys ? pszKeys : "");
     m_keyer.AutoSet(nAuto != 0);
     m_keyer.StillsSet(nStills != 0);
@@ -112,9 +118,9 @@ void COpenFxKeyer::TakeSettings(double _dblTime, double _dblScale)
         int nChoice = static_cast<int>(param.initial);
         double dblValue = param.initial;
         if (param.choices)
-            pfnGet(m_vecParams[n], _dblTime, &nChoice);
+            Get(m_vecParams[n], _dblTime, &nChoice);
         else
-            pfnGet(m_vecParams[n], _dblTime, &dblValue);
+            Get(m_vecParams[n], _dblTime, &dblValue);
         const bool bPixels = std::string_view(param.unit) == "pixels"; // those of the picture in full size
         m_keyer.ParamSet(n, param.choices ? nChoice : dblValue * (bPixels ? _dblScale : 1));
     }
@@ -123,6 +129,6 @@ void COpenFxKeyer::TakeSettings(double _dblTime, double _dblScale)
 uint32_t COpenFxKeyer::Color(OFX_PARAM _hParam, double _dblTime) const
 {
     double dblRed = 0, dblGreen = 0, dblBlue = 0;
-    OpenFxHost().pParams->pfnGetValueAtTime(_hParam, _dblTime, &dblRed, &dblGreen, &dblBlue);
+    Get(_hParam, _dblTime, &dblRed, &dblGreen, &dblBlue);
     return Byte(dblRed) << 16 | Byte(dblGreen) << 8 | Byte(dblBlue);
 }

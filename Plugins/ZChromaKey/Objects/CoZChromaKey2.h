@@ -79,7 +79,8 @@ private:
 
     CUnmixFrameEngine& m_engine; ///< the frame path's
     CKeyState2 m_keyState;
-    std::atomic<bool> m_bNotFound = false; ///< the backdrop, when KeyAuto last searched
-    std::mutex m_mtxDocument;              ///< taken before the configuration lock
+    std::atomic<HRESULT> m_hrNotFound =
+        E_UNEXPECTED;         ///< S_FALSE: KeyAuto last found nothing; S_OK: a colour without hue
+    std::mutex m_mtxDocument; ///< taken before the configuration lock
     CConfigDoc m_configDoc{c_pszConfigKeyer2};
 };

@@ -58,13 +58,13 @@ HRESULT CCoZChromaKey2::KeyAuto()
         const KEY2_COLOR color = {colour.dblRed, colour.dblGreen, colour.dblBlue};
         if (hr == S_OK && KeySet2_HasHue(color))
         {
-            m_bNotFound = false;
+            m_hrNotFound = E_UNEXPECTED;
             return m_keyState.KeyFound(color);
         }
         if (hr == S_OK)
             strReason = ZFormat("R %g G %g B %g is too dark or too grey", color.dblRed, color.dblGreen, color.dblBlue);
-        if (SUCCEEDED(hr)) // hosts search frame by frame until there is one: said aloud once
-            ZLog(m_bNotFound.exchange(true) ? eZLog_Verbose : eZLog_Warning,
+        if (SUCCEEDED(hr)) // hosts search frame by frame until there is one: the same is said aloud once
+            ZLog(m_hrNotFound.exchange(hr) == hr ? eZLog_Verbose : eZLog_Warning,
                  "CCoZChromaKey2::KeyAuto: no backdrop was found, the keys stay as they are: %hs\n", strReason);
         return SUCCEEDED(hr) ? S_FALSE : hr;
     });

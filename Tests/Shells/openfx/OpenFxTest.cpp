@@ -143,6 +143,19 @@ TEST_F(COpenFxTest, FloatKeepsWhatIsBrighterThanWhite)
     host.Destroy(std::move(upEffect));
 }
 
+TEST_F(COpenFxTest, AlphaIsTakenOutOfColoursThatWereMultipliedByIt)
+{
+    CMiniHost host(ZCK_OPENFX, "Filter");
+    auto upEffect = host.Create();
+    CMiniHost::Set(*upEffect, "auto", {0}); // nothing is keyed
+    MINI_PICTURE source("Byte", 2, 1), result("Byte", 2, 1);
+    source.bPremultiplied = true;
+    source.SetPixels({"\x40\x20\x00\x80\x00\x00\x00\x00", 8});
+    ASSERT_EQ(host.Render(*upEffect, 0, &source, result), c_nOfxOk);
+    EXPECT_EQ(result.Pixels(), std::string("\x80\x40\x00\x80\x00\x00\x00\x00", 8));
+    host.Destroy(std::move(upEffect));
+}
+
 TEST_F(COpenFxTest, SettingsLiveInTheParameters)
 {
     CMiniHost host(ZCK_OPENFX, "Filter");

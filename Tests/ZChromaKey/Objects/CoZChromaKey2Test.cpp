@@ -187,7 +187,8 @@ TEST_F(CoZChromaKey2, TheAutomaticKeyChangesNothingWhereItFindsNone)
     EXPECT_EQ(m_cpKeyer->FrameSet(m_cpFrame.Get()), S_OK);
     EXPECT_EQ(m_cpKeyer->KeyAddColor(0x0000FF), S_OK);
     m_script.hrFind = S_FALSE;
-    EXPECT_EQ(m_cpKeyer->KeyAuto(), S_FALSE);
+    for (int n = 0; n < 3; ++n) // as hosts do that search each frame
+        EXPECT_EQ(m_cpKeyer->KeyAuto(), S_FALSE);
     EXPECT_EQ(log.Count("nothing is flat", eZLog_Warning), 1u);
     EXPECT_EQ(Raw().arrKeys[0].dblBlue, 255);
     EXPECT_EQ(m_script.pictureFound.vecBGRA.size(), 4u * 64 * 32);

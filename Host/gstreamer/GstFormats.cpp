@@ -3,8 +3,6 @@
 namespace
 {
 
-constexpr uint32_t c_nRGBA32 = 0x01323352; // a code of the keyer's format table: bytes R, G, B, A
-
 struct GST_FORMAT
 {
     GstVideoFormat eFormat;
@@ -15,13 +13,13 @@ struct GST_FORMAT
 // In the order in which they are offered to others.
 constexpr GST_FORMAT c_arrGstFormats[] = {
     {GST_VIDEO_FORMAT_BGRA, ZCK_FORMAT_ARGB32, true},
-    {GST_VIDEO_FORMAT_RGBA, c_nRGBA32, true},
+    {GST_VIDEO_FORMAT_RGBA, ZCK_FORMAT_RGBA32, true},
     {GST_VIDEO_FORMAT_BGRx, ZCK_FORMAT_RGB32, false},
     {GST_VIDEO_FORMAT_UYVY, ZCK_FORMAT_UYVY, false},
     {GST_VIDEO_FORMAT_YUY2, ZCK_FORMAT_YUY2, false},
     {GST_VIDEO_FORMAT_YVYU, ZCK_FOURCC('Y', 'V', 'Y', 'U'), false},
     {GST_VIDEO_FORMAT_v210, ZCK_FORMAT_V210, false},
-    {GST_VIDEO_FORMAT_P010_10LE, ZCK_FOURCC('P', '0', '1', '0'), false},
+    {GST_VIDEO_FORMAT_P010_10LE, ZCK_FORMAT_P010, false},
     {GST_VIDEO_FORMAT_Y42B, ZCK_FORMAT_I422, false},
     {GST_VIDEO_FORMAT_NV12, ZCK_FORMAT_NV12, false},
     {GST_VIDEO_FORMAT_I420, ZCK_FORMAT_I420, false},

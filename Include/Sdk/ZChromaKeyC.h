@@ -74,6 +74,9 @@ enum zck_use
 #define ZCK_FORMAT_YUY2 ZCK_FOURCC('Y', 'U', 'Y', '2')
 #define ZCK_FORMAT_UYVY ZCK_FOURCC('U', 'Y', 'V', 'Y')
 #define ZCK_FORMAT_V210 ZCK_FOURCC('v', '2', '1', '0') ///< 10 bits, six pixels in four little-endian words
+#define ZCK_FORMAT_RGBA32 0x01323352u                  ///< bytes R, G, B, A
+#define ZCK_FORMAT_P010 ZCK_FOURCC('P', '0', '1', '0') ///< as NV12, in little-endian words, the upper 10 bits of each
+#define ZCK_FORMAT_P210 ZCK_FOURCC('P', '2', '1', '0') ///< the same with chroma in every line
 
 /// zck_frame::fields: which field of an interlaced picture is the first in time.
 enum zck_fields

@@ -43,6 +43,15 @@ std::string ColorsTake(const zck_frame& _frame, FLAT_PICTURE* _pPicture)
     return {};
 }
 
+/// Whether no word of a format of words lies at an odd address.
+bool WordsAreWhole(uint32_t _fccType, const ZF_VID_PTR& _vidPtr)
+{
+    int64_t nAll = 0;
+    for (int nPlane = 0; nPlane < 4; ++nPlane)
+        nAll |= _vidPtr.lpVideoPlanes[nPlane] | _vidPtr.cbVideoRowBytes[nPlane];
+    return (nAll & 1) == 0 || (FCC_Layout(_fccType) != eIL_ARGB64 && FCC_SampleBytes(_fccType) == 1);
+}
+
 /// Takes the planes over into a record that has their sizes.
 std::string PlanesTake(const zck_frame& _frame, FLAT_PICTURE* _pPicture)
 {
@@ -59,9 +68,8 @@ std::string PlanesTake(const zck_frame& _frame, FLAT_PICTURE* _pPicture)
         vidPtr.lpVideoPlanes[nPlane] = Img_Address(_frame.planes[nPlane]);
         vidPtr.cbVideoRowBytes[nPlane] = _frame.row_bytes[nPlane];
     }
-    const bool bWords = FCC_Layout(_frame.format) == eIL_ARGB64;
-    if (bWords && ((vidPtr.lpVideoPlanes[0] | int64_t{vidPtr.cbVideoRowBytes[0]}) & 1) != 0)
-        return "address and row bytes of words must be even";
+    if (!WordsAreWhole(_frame.format, vidPtr))
+        return "addresses and row bytes of words must be even";
     _pPicture->vidProps.nRowBytes = vidPtr.cbVideoRowBytes[0];
     return {};
 }

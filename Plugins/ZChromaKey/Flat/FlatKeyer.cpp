@@ -20,10 +20,8 @@ namespace
 {
 
 /// What follows from the frames that are handed in, and how they are held.
-constexpr char c_szMatrix[] = "input.matrix";
-constexpr char c_szRange[] = "input.range";
-constexpr std::string_view c_arrOwnOptions[] = {c_szOptionARGB, c_szOptionDepth, c_szOptionThread,
-                                                c_szOptionKeep, c_szMatrix,      c_szRange};
+constexpr std::string_view c_arrOwnOptions[] = {c_szOptionARGB, c_szOptionDepth,  c_szOptionThread,
+                                                c_szOptionKeep, c_szOptionMatrix, c_szOptionRange};
 /// The values of both, as zck_matrix and zck_range count them.
 constexpr const char* c_arrMatrices[] = {"", "601", "709", "2020"};
 constexpr const char* c_arrRanges[] = {"", "limited", "full"};
@@ -142,11 +140,11 @@ HRESULT CFlatKeyer::ColorsSet(const FLAT_PICTURE& _picture)
 {
     HRESULT hr = S_OK;
     if (_picture.eMatrix != m_eMatrix)
-        hr = PropSet(c_szMatrix, c_arrMatrices[_picture.eMatrix]);
+        hr = PropSet(c_szOptionMatrix, c_arrMatrices[_picture.eMatrix]);
     if (SUCCEEDED(hr))
         m_eMatrix = _picture.eMatrix;
     if (SUCCEEDED(hr) && _picture.eRange != m_eRange)
-        hr = PropSet(c_szRange, c_arrRanges[_picture.eRange]);
+        hr = PropSet(c_szOptionRange, c_arrRanges[_picture.eRange]);
     if (SUCCEEDED(hr))
         m_eRange = _picture.eRange;
     return hr;

@@ -18,10 +18,12 @@ std::mutex s_mtxLog;
 std::string s_strLog;
 Display* s_pDisplay = nullptr;
 
-void OnLog(int, const char* _pszFormat, va_list _args, void*)
+void OnLog(int _nLevel, const char* _pszFormat, va_list _args, void*)
 {
     char szLine[2000];
     std::vsnprintf(szLine, sizeof(szLine), _pszFormat, _args);
+    if (_nLevel <= LOG_WARNING)
+        std::fprintf(stderr, "%s\n", szLine);
     if (!std::strstr(szLine, "[zchromakey]"))
         return;
     const std::lock_guard lock(s_mtxLog);
@@ -74,6 +76,9 @@ void DrawOnce(obs_source_t* _pSource, OBS_PICTURE* _pPicture)
     vec4_zero(&zero);
     gs_clear(GS_CLEAR_COLOR, &zero, 0, 0);
     gs_ortho(0, static_cast<float>(nWidth), 0, static_cast<float>(nHeight), -100, 100);
+    gs_reset_blend_state(); // the library's own thread sets these with its first frame, which may be still to come
+    gs_set_cull_mode(GS_NEITHER);
+    gs_enable_depth_test(false);
     obs_source_video_render(_pSource);
     gs_texrender_end(pRender);
     if (_pPicture)

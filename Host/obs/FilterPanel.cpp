@@ -1,3 +1,4 @@
+#include "Shell/ShellKeyer.h"
 #include "obs/KeyFilter.h"
 #include "obs/Settings.h"
 
@@ -70,27 +71,13 @@ void AddSlider(obs_properties_t* _pPanel, const zck_param& _param, const std::st
     obs_property_set_long_description(pSlider, _param.help);
 }
 
-const SHELL_API* Api()
-{
-    std::string strWhy; // was said when the filter was made
-    return ShellModule_Get(strWhy);
-}
-
-template <class T> void ForEachParamOf(const T& _body)
-{
-    const SHELL_API* const pApi = Api();
-    zck_param param = {};
-    param.size = sizeof(param);
-    for (int n = 0; pApi && pApi->zck_param_info(ZCK_GENERATION_DEFAULT, n, &param) == ZCK_OK; ++n)
-        _body(param, Settings_Param(param.name));
-}
 } // namespace
 
 obs_properties_t* FilterPanel_Make(CKeyFilter* _pFilter)
 {
     obs_properties_t* const pPanel = obs_properties_create();
     obs_properties_set_param(pPanel, _pFilter, nullptr);
-    if (!Api())
+    if (ShellParams_Get().empty())
     {
         obs_properties_add_text(pPanel, "missing", "The keyer's module was not found; the log says where it is sought",
                                 OBS_TEXT_INFO);
@@ -106,12 +93,13 @@ obs_properties_t* FilterPanel_Make(CKeyFilter* _pFilter)
     obs_properties_add_float_slider(pPanel, c_szSetY, "Y of a pick", 0, 100, .1);
     for (const BUTTON& button : c_arrButtons)
         obs_properties_add_button2(pPanel, button.pszName, button.pszText, OnButton, _pFilter);
-    ForEachParamOf([&](const zck_param& _param, const std::string& _strName) {
-        if (_param.choices)
-            AddChoices(pPanel, _param, _strName);
+    for (const zck_param& param : ShellParams_Get())
+    {
+        if (param.choices)
+            AddChoices(pPanel, param, Settings_Param(param.name));
         else
-            AddSlider(pPanel, _param, _strName);
-    });
+            AddSlider(pPanel, param, Settings_Param(param.name));
+    }
     obs_properties_add_path(pPanel, c_szSetFile, "Load keys from", OBS_PATH_FILE, "Key documents (*.xml)", nullptr);
     return pPanel;
 }
@@ -122,10 +110,12 @@ void FilterPanel_Defaults(obs_data_t* _pSettings)
     obs_data_set_default_int(_pSettings, c_szSetColor, 0xFF00FF00);
     obs_data_set_default_double(_pSettings, c_szSetX, 50);
     obs_data_set_default_double(_pSettings, c_szSetY, 10);
-    ForEachParamOf([&](const zck_param& _param, const std::string& _strName) {
-        if (_param.whole)
-            obs_data_set_default_int(_pSettings, _strName.c_str(), std::llround(_param.initial));
+    for (const zck_param& param : ShellParams_Get())
+    {
+        const std::string strName = Settings_Param(param.name);
+        if (param.whole)
+            obs_data_set_default_int(_pSettings, strName.c_str(), std::llround(param.initial));
         else
-            obs_data_set_default_double(_pSettings, _strName.c_str(), _param.initial);
-    });
+            obs_data_set_default_double(_pSettings, strName.c_str(), param.initial);
+    }
 }

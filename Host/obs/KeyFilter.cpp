@@ -1,5 +1,6 @@
 #include "obs/KeyFilter.h"
 
+#include "Shell/ShellKeyer.h"
 #include "obs/Settings.h"
 
 #include <util/bmem.h>
@@ -37,14 +38,6 @@ int PixelAt(double _dblPerCent, int32_t _nPixels)
     return std::clamp(static_cast<int>(_dblPerCent / 100 * _nPixels), 0, _nPixels - 1);
 }
 
-// Parameters that documents hold, one by one.
-template <class T> void ForEachParam(const SHELL_API& _api, const T& _body)
-{
-    zck_param param = {};
-    param.size = sizeof(param);
-    for (int n = 0; _api.zck_param_info(ZCK_GENERATION_DEFAULT, n, &param) == ZCK_OK; ++n)
-        _body(param, Settings_Param(param.name));
-}
 } // namespace
 
 CKeyFilter::CKeyFilter(obs_source_t* _pFilter, obs_data_t* _pSettings)
@@ -124,12 +117,14 @@ void CKeyFilter::LoadFile(const std::string& _strFile, obs_data_t* _pSettings)
 
 void CKeyFilter::ParamsToKeyer(obs_data_t* _pSettings)
 {
-    ForEachParam(*m_pApi, [&](const zck_param& _param, const std::string& _strName) {
-        const double dbl = _param.whole ? static_cast<double>(obs_data_get_int(_pSettings, _strName.c_str()))
-                                        : obs_data_get_double(_pSettings, _strName.c_str());
-        if (m_pApi->zck_param_set(m_pKeyer, _param.name, dbl) < 0)
+    for (const zck_param& param : ShellParams_Get())
+    {
+        const std::string strName = Settings_Param(param.name);
+        const double dbl = param.whole ? static_cast<double>(obs_data_get_int(_pSettings, strName.c_str()))
+                                       : obs_data_get_double(_pSettings, strName.c_str());
+        if (m_pApi->zck_param_set(m_pKeyer, param.name, dbl) < 0)
             blog(LOG_WARNING, "[zchromakey] %s", m_pApi->zck_last_error(m_pKeyer));
-    });
+    }
 }
 
 // So that the scene collection keeps what was picked, and the panel shows what a document or an undo has set.
@@ -140,15 +135,17 @@ void CKeyFilter::KeysToSettings(obs_data_t* _pSettings)
     std::string strDocument(nBytes, '\0');
     if (m_pApi->zck_save(m_pKeyer, strDocument.data(), strDocument.size(), nullptr) == ZCK_OK)
         obs_data_set_string(_pSettings, c_szSetDocument, strDocument.c_str());
-    ForEachParam(*m_pApi, [&](const zck_param& _param, const std::string& _strName) {
+    for (const zck_param& param : ShellParams_Get())
+    {
+        const std::string strName = Settings_Param(param.name);
         double dbl = 0;
-        if (m_pApi->zck_param_get(m_pKeyer, _param.name, &dbl) != ZCK_OK)
-            return;
-        if (_param.whole)
-            obs_data_set_int(_pSettings, _strName.c_str(), std::llround(dbl));
+        if (m_pApi->zck_param_get(m_pKeyer, param.name, &dbl) != ZCK_OK)
+            continue;
+        if (param.whole)
+            obs_data_set_int(_pSettings, strName.c_str(), std::llround(dbl));
         else
-            obs_data_set_double(_pSettings, _strName.c_str(), dbl);
-    });
+            obs_data_set_double(_pSettings, strName.c_str(), dbl);
+    }
 }
 
 int CKeyFilter::AnswerOne(const zck_frame& _frame, eObsAsk _eAsk)

@@ -202,6 +202,8 @@ extern "C"
     /// generation also ZCK_FORMAT_ARGB64, or one that these can be converted into. Alpha is straight unless
     /// "output.premultiplied" says otherwise; colours are cleaned of the backdrop's. It may be the very memory of the
     /// input, and must not overlap it otherwise.
+    /// Alpha of the input is multiplied in: what was cut away before stays away. The parameter "alpha", of the first
+    /// generation the option "keying.alpha", replaces it instead.
     /// _mask_or_null: alpha alone, ZCK_FORMAT_RGB8, of the same size. One of both must be there. Bytes of rows after
     /// their last pixel stay as they are. After an error the pixels of both are undefined.
     ///

@@ -101,6 +101,8 @@ HRESULT CFlatKeyer::Open(int _nGeneration)
          {std::pair(c_szOptionARGB, "true"), {c_szOptionThread, "false"}, {c_szOptionKeep, "false"}})
         if (SUCCEEDED(hr))
             hr = PropSet(pszName, pszValue);
+    if (SUCCEEDED(hr) && IsFirst())
+        hr = PropSet(c_szOptionAlpha, "multiply"); // the second generation does by itself
     return hr;
 }
 

@@ -219,6 +219,11 @@ static void CheckPlaces(int _nGeneration)
     CHECK(zck_flush_(pKeyer) == ZCK_OK);
     CHECK(zck_process_(pKeyer, &upward.frame, NULL, &mask.frame) == ZCK_OK);
     CHECK(Wrong(&mask, 1) == 0);
+    const size_t nInBody = eHeight * 2 / 3 * eWidth + eWidth / 2; // what was cut away before stays away
+    in.pBytes[4 * nInBody + 3] = 0;
+    CHECK(zck_process_(pKeyer, &in.frame, &out.frame, &mask.frame) == ZCK_OK);
+    CHECK(out.pBytes[4 * nInBody + 3] == 0 && mask.pBytes[nInBody] == 0);
+    CHECK(out.pBytes[4 * nInBody + 19] > 250 && mask.pBytes[nInBody + 4] > 250);
     zck_close_(pKeyer);
     Picture_Delete(&in);
     Picture_Delete(&out);

@@ -170,7 +170,7 @@ class Keyer:
     def key_auto(self, frame: Any) -> bool:
         """Finds the backdrop of a picture and makes it the key. False where there is none."""
         picture = _pictures.source(frame, self._is_rgb)
-        return self._take_keys("zck_key_auto", _pictures.record(picture))
+        return self._take_keys("zck_key_auto", _pictures.record(picture, self._is_rgb))
 
     def key_point(self, frame: Any, x: int, y: int, use: Use = "key") -> bool:
         """Takes the colour around a point, counted from the top left. False where that has it already.
@@ -179,12 +179,12 @@ class Keyer:
         "only" for the one backdrop colour in the place of all others.
         """
         picture = _pictures.source(frame, self._is_rgb)
-        return self._key(use, "zck_key_point", _pictures.record(picture), x, y)
+        return self._key(use, "zck_key_point", _pictures.record(picture, self._is_rgb), x, y)
 
     def key_rect(self, frame: Any, x1: int, y1: int, x2: int, y2: int, use: Use = "key") -> bool:
         """Takes the colour of a rectangle, its right and bottom end not included: 0, 0, 8, 8 are 64 pixels."""
         picture = _pictures.source(frame, self._is_rgb)
-        return self._key(use, "zck_key_rect", _pictures.record(picture), x1, y1, x2, y2)
+        return self._key(use, "zck_key_rect", _pictures.record(picture, self._is_rgb), x1, y1, x2, y2)
 
     def key_color(self, color: str | tuple[int, int, int], use: Use = "only") -> bool:
         """Takes a colour: "#1D9438", or its red, green and blue of 0 to 255.
@@ -288,16 +288,19 @@ class Keyer:
         self._edit("zck_step", steps, ctypes.byref(done))
         return abs(done.value)
 
+    def _record(self, array: Array | None) -> FrameRecord | None:
+        return None if array is None else _pictures.record(array, self._is_rgb)
+
     def _process_into(self, picture: Array, result: Array | None, alpha: Array | None) -> None:
         to, mask = _direct(result), _direct(alpha)
-        what = _pictures.record(picture)
+        what = _pictures.record(picture, self._is_rgb)
         with self._handle.frames:
             keyer = self._handle.get()
             self._find_backdrop(what)
-            answer = self._module.zck_process(keyer, what, _record(to), _record(mask))
+            answer = self._module.zck_process(keyer, what, self._record(to), self._record(mask))
             if answer < 0:
                 raise error_of(answer, reason(keyer))
-        if to is not None and self._is_rgb:
+        if to is not None and self._is_rgb and not _pictures.is_rgba(to):
             _pictures.swap_red_blue(to)
         for array, made in ((result, to), (alpha, mask)):
             if array is not None and made is not None and array is not made:
@@ -318,10 +321,6 @@ class Keyer:
 
 def _is_same(picture: Array, result: Array) -> bool:
     return picture.ctypes.data == result.ctypes.data and picture.strides == result.strides
-
-
-def _record(array: Array | None) -> FrameRecord | None:
-    return None if array is None else _pictures.record(array)
 
 
 def _direct(array: Array | None) -> Array | None:

@@ -19,6 +19,7 @@ FORMAT_MASK = 0xE436EB7A  # a byte a pixel
 FORMAT_BGR = 0xE436EB7D
 FORMAT_BGRA = 0x773C9AC0
 FORMAT_BGRA_16 = 0x01343641
+FORMAT_RGBA = 0x01323352
 
 _log = logging.getLogger("zchromakey")
 

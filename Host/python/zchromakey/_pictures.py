@@ -1,4 +1,5 @@
-"""Arrays as the module's pictures. Its channels lie in the order B, G, R, A; arrays are copied only where theirs do not."""
+"""Arrays as the module's pictures. Its channels lie in the order B, G, R, A, those of four bytes also in R, G, B, A;
+arrays are copied only where theirs do not."""
 
 import ctypes
 from typing import Any
@@ -6,7 +7,7 @@ from typing import Any
 import numpy as np
 import numpy.typing as npt
 
-from ._module import FORMAT_BGR, FORMAT_BGRA, FORMAT_BGRA_16, FORMAT_MASK, FrameRecord
+from ._module import FORMAT_BGR, FORMAT_BGRA, FORMAT_BGRA_16, FORMAT_MASK, FORMAT_RGBA, FrameRecord
 
 Array = npt.NDArray[Any]
 
@@ -23,18 +24,28 @@ def checked(frame: Any) -> Array:
     return array
 
 
-def record(array: Array) -> FrameRecord:
-    """What the module is told of an array that it can use as it is. The array has to outlive the call."""
+def record(array: Array, is_rgb: bool) -> FrameRecord:
+    """What the module is told of an array that it can use as it is. The array has to outlive the call.
+
+    is_rgb: four bytes a pixel lie in the order R, G, B, A; everything else is in the module's order.
+    """
     height, width, *channels = array.shape
-    record = FrameRecord(size=ctypes.sizeof(FrameRecord), format=_format(array), width=width, height=height)
+    record = FrameRecord(size=ctypes.sizeof(FrameRecord), format=_format(array, is_rgb), width=width, height=height)
     record.planes[0] = array.ctypes.data
     record.row_bytes[0] = array.strides[0]
     return record
 
 
-def _format(array: Array) -> int:
+def is_rgba(array: Array) -> bool:
+    """Whether the module has these pixels in the order R, G, B, A, too."""
+    return array.dtype == np.uint8 and array.shape[2] == 4
+
+
+def _format(array: Array, is_rgb: bool) -> int:
     if array.ndim == 2:
         return FORMAT_MASK
+    if is_rgb and is_rgba(array):
+        return FORMAT_RGBA
     if array.dtype == np.uint16:
         return FORMAT_BGRA_16
     return FORMAT_BGRA if array.shape[2] == 4 else FORMAT_BGR
@@ -54,15 +65,16 @@ def is_direct(array: Array) -> bool:
 
 
 def source(frame: Any, is_rgb: bool) -> Array:
-    """The picture in the module's order: the array itself or a view of it where that can be, else a copy."""
+    """The picture as `record` takes it: the array itself or a view of it where that can be, else a copy."""
     array = checked(frame)
     is_deep = array.dtype == np.uint16
-    colors = array[..., 2::-1] if is_rgb else array
-    if is_direct(colors) and not (is_rgb and array.shape[2] == 4) and not (is_deep and array.shape[2] == 3):
+    swaps = is_rgb and not is_rgba(array)
+    colors = array[..., 2::-1] if swaps else array
+    if is_direct(colors) and not (swaps and array.shape[2] == 4) and not (is_deep and array.shape[2] == 3):
         return colors
     copy = np.empty(array.shape[:2] + (4 if is_deep else array.shape[2],), array.dtype)
     for channel in range(3):
-        copy[..., channel] = array[..., 2 - channel if is_rgb else channel]
+        copy[..., channel] = array[..., 2 - channel if swaps else channel]
     if copy.shape[2] == 4:
         copy[..., 3] = array[..., 3] if array.shape[2] == 4 else 65535
     return copy

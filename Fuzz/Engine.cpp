@@ -187,8 +187,8 @@ std::unique_ptr<CExactPicture> TakeScene(CByteReader& _in)
         for (int y = 0; vidPtr.lpVideoPlanes[nPlane] != 0 && y < vidPtr.szVideoPlanes[nPlane].cy; ++y)
         {
             const bool bFirst = nPlane == 0;
-            const int64_t cbRow =
-                bFirst ? Img_RowBytesUsed(vidProps.fccType, vidProps.nWidth) : vidPtr.szVideoPlanes[nPlane].cx;
+            const int64_t cbRow = bFirst ? Img_RowBytesUsed(vidProps.fccType, vidProps.nWidth)
+                                         : int64_t{vidPtr.szVideoPlanes[nPlane].cx} * FCC_SampleBytes(vidProps.fccType);
             const int64_t cbPixel = bFirst ? std::max<int64_t>(Img_RowBytesUsed(vidProps.fccType, 12) / 12, 1) : 1;
             PaintRow(paint, nPlane, y, cbRow, cbPixel, Img_RowOf(vidPtr, nPlane, y));
         }

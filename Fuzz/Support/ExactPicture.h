@@ -52,7 +52,8 @@ private:
     void PlaneMake(int _nPlane, CByteReader& _in)
     {
         const ZF_SIZE& szPlane = m_vidPtr.szVideoPlanes[_nPlane];
-        const int64_t cbRow = _nPlane == 0 ? Img_RowBytesUsed(m_vidProps.fccType, m_vidProps.nWidth) : szPlane.cx;
+        const int64_t cbRow = _nPlane == 0 ? Img_RowBytesUsed(m_vidProps.fccType, m_vidProps.nWidth)
+                                           : int64_t{szPlane.cx} * FCC_SampleBytes(m_vidProps.fccType);
         m_vidPtr.lpVideoPlanes[_nPlane] = 0;
         if (cbRow < 1 || szPlane.cy < 1)
             return;

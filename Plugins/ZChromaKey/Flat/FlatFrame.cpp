@@ -61,7 +61,8 @@ std::string PlanesTake(const zck_frame& _frame, FLAT_PICTURE* _pPicture)
         const ZF_SIZE& szPlane = vidPtr.szVideoPlanes[nPlane];
         if (szPlane.cx < 1 || szPlane.cy < 1)
             continue;
-        const int64_t cbRow = nPlane == 0 ? Img_RowBytesUsed(_frame.format, _frame.width) : szPlane.cx;
+        const int64_t cbRow = nPlane == 0 ? Img_RowBytesUsed(_frame.format, _frame.width)
+                                          : int64_t{szPlane.cx} * FCC_SampleBytes(_frame.format);
         if (!_frame.planes[nPlane] || std::abs(int64_t{_frame.row_bytes[nPlane]}) < cbRow)
             return ZFormat("plane %d has %d bytes a row, and must be there with %I64d or more", nPlane,
                            _frame.planes[nPlane] ? _frame.row_bytes[nPlane] : 0, cbRow);

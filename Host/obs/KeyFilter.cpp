@@ -47,7 +47,7 @@ CKeyFilter::CKeyFilter(obs_source_t* _pFilter, obs_data_t* _pSettings)
     m_pApi = ShellModule_Get(strWhy);
     if (m_pApi && m_pApi->zck_open(ZCK_GENERATION_DEFAULT, &m_pKeyer) != ZCK_OK)
         strWhy = m_pApi->zck_last_error(nullptr);
-    if (!m_pKeyer)
+    if (!m_pApi || !m_pKeyer)
     {
         blog(LOG_ERROR, "[zchromakey] pictures pass unkeyed: %s", strWhy.c_str());
         return;

@@ -131,29 +131,29 @@ inline constexpr float c_fltNoiseUnknown = 3;
 /// The stream.
 struct UNMIX_STATE
 {
+    VEC4 gain{1, 1, 1, 1};                           ///< exposure of the last picture, to that of the first
     const UNMIX_KERNELS* pKernels = &UnmixKernels(); ///< any level gives the same bytes
     int nWidth = 0;
     int nHeight = 0;
     int nFields = 0;   ///< 1, or 2 for interlaced pictures
+    int nKeys = 0;     ///< of arrKeys
     UNMIX_KIND kind;   ///< of the pictures
     UNMIX_SETUP setup; ///< of the frame before
 
     KEY_FORMS arrKeys[c_nUnmixMaxKeys];
-    int nKeys = 0;
     int nPlateWidth = 0;
     int nPlateHeight = 0;
     std::vector<VEC4> vecPlate;         ///< backdrop colour, and how often it was seen, at most 8
     std::vector<VEC4> vecReference;     ///< the same in the light of the first picture
-    VEC4 gain{1, 1, 1, 1};              ///< the light of the last picture: the plate is gain * reference + lamps,
-    UNMIX_PYRAMID lamps;                ///< which are in level 0
+    UNMIX_PYRAMID lamps;                ///< of the last picture, in level 0: the plate is gain * reference + lamps
     std::vector<uint8_t> vecOwner;      ///< the key that a plate cell belongs to
     float fltNoise = c_fltNoiseUnknown; ///< of the difference, in levels
-    bool bNoiseKnown = false;           ///< measured, not assumed
     int nFrames = 0; ///< pictures (fields) that the plate was learned from since the start or the last cut
     int nCuts = 0;
     int nUnfilled = 0; ///< pictures with new plate cells since the plate was last filled in
     bool bPlateSet = false;
-    bool bSure = false; ///< some backdrop is certain in the last picture
+    bool bNoiseKnown = false; ///< measured, not assumed
+    bool bSure = false;       ///< some backdrop is certain in the last picture
 
     FIELD_STATE arrFields[2];
 

@@ -49,8 +49,7 @@ constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
      "CPU."},
     {c_szOptionRange, eCKOptionType_Choice, "auto", 0, 2, "auto limited full",
      "The levels of pictures in YUV: limited (of 255, black is 16 and white 235) or full (0 and 255); auto: limited. "
-     "Used "
-     "like \"input.matrix\"."},
+     "Used like \"input.matrix\"."},
     {c_szOptionAlpha, eCKOptionType_Choice, "replace", 0, 1, "replace multiply",
      "What becomes of the alpha that a frame comes with: the key takes its place, or is multiplied by it, so that what "
      "was transparent before stays so. First generation; the second has the parameter \"alpha\"."},

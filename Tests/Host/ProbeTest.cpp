@@ -86,6 +86,10 @@ TEST(VideoPlan, PixelsComeAsTheyAreCodedWhereARecordKeepsThem)
     EXPECT_EQ(plan.stream.yuv.nMatrix, 1 + eZYM_2020);
     EXPECT_TRUE(plan.stream.yuv.bFull);
     EXPECT_EQ(plan.stream.vidProps.eInterlace, eZI_BottomFirst) << "the bottom field is shown first";
+    const std::string strFrame = "\n\nframes.frame.0.interlaced_frame=1\nframes.frame.0.top_field_first=1\n";
+    EXPECT_EQ(PlanOf(strFrame).stream.vidProps.eInterlace, eZI_TopFirst);
+    EXPECT_EQ(PlanOf("streams.stream.1.field_order=\"progressive\"\n" + strFrame).stream.vidProps.eInterlace,
+              eZI_Progressive);
 }
 
 TEST(VideoPlan, TurnedClipsStandUpright)

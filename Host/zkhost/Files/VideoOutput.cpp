@@ -9,6 +9,7 @@
 #include "Base/ZLog.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 
 namespace
@@ -103,9 +104,11 @@ void AppendPictures(ARGUMENTS& _vecArguments, eVideoKind _eKind, int _nWidth, in
                     double _dblOffset)
 {
     constexpr const char* c_arrPixels[] = {"bgra", "bgra64le", "bgr0", "gray"};
-    constexpr double c_dblLeast = 5e-4; // less is rounding
-    if (_dblOffset > c_dblLeast)
-        Append(_vecArguments, {"-itsoffset", ZFormat("%.6f", _dblOffset)});
+    // In whole frames: files have no place for a part of one.
+    const double dblRate = _stream.vidProps.dblRate;
+    const double dblFrames = dblRate > 0 ? std::round(_dblOffset * dblRate) : 0;
+    if (dblFrames >= 1)
+        Append(_vecArguments, {"-itsoffset", ZFormat("%.6f", dblFrames / dblRate)});
     const bool bRate = _stream.nRateNum > 0;
     Append(_vecArguments,
            {"-f", "rawvideo", "-pixel_format", c_arrPixels[static_cast<int>(_eKind)], "-video_size",
@@ -231,7 +234,7 @@ std::vector<std::string> VideoOutput_Arguments(const std::string& _strPath, cons
     AppendPictures(vecArguments, _eKind, _nWidth, _nHeight, _stream, _wishes.nFirst > 0 ? 0 : dblOffset);
     if (_optSource)
         AppendSource(vecArguments, _wishes, _stream, dblOffset);
-    Append(vecArguments, {"-map", "0:v"});
+    Append(vecArguments, {"-map", "0:v", "-fps_mode", "passthrough"});
     if (_optSource)
         AppendSound(vecArguments, container, *_optSource);
     if (_optSource)

@@ -197,6 +197,15 @@ TEST_F(CVideoTest, APieceHasItsSoundAndTimeCode)
     EXPECT_NEAR(dblTime, 0.4 + 0.5, 0.002);
 }
 
+TEST_F(CVideoTest, FieldsStayFields)
+{
+    // DV says nothing of them in its header.
+    Make("in.avi", {"-c:v", "dvvideo", "-flags", "+ildct", "-pix_fmt", "yuv420p"}, "scale=720:576,setfield=bff", 2);
+    EXPECT_EQ(Stream_Open(m_folder.Path("in.avi"), "")->Stream().vidProps.eInterlace, eZI_BottomFirst);
+    ASSERT_EQ(Run("key " + File("in.avi") + " --pick 1,1 -o " + File("out.mov")), 0) << m_strError;
+    EXPECT_EQ(Probe_File(m_folder.Path("out.mov")).strFields, "bb");
+}
+
 TEST_F(CVideoTest, FailuresLeaveNothingAndSayWhy)
 {
     Make("in.mov", {"-c:v", "mjpeg"}, "null", 100);

@@ -2,6 +2,7 @@
 
 #include "ZChromaKey/Licence/Licence.h"
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 

@@ -14,7 +14,7 @@ namespace
 
 constexpr std::string_view c_svNotice = "Evaluation copy";
 constexpr int c_nCellX = c_nGlyphWidth + 1;
-constexpr int c_nCellY = c_nGlyphHeight + 2;
+constexpr int c_nCellY = c_nGlyphHeight + 1;
 constexpr int c_nMargin = 3; // dots around the text
 constexpr int c_nShare = 3;  // the plate takes one of so many parts of the width or the height
 constexpr int c_nUnitX = 6;  // pixels: a word of v210, and whole chroma samples

@@ -54,8 +54,8 @@ std::vector<uint8_t> DerOf(const LICENCE_SIGNATURE& _signature)
     const std::unique_ptr<ECDSA_SIG, FREER<&ECDSA_SIG_free>> upSignature(ECDSA_SIG_new());
     if (!upR || !upS || !upSignature || ECDSA_SIG_set0(upSignature.get(), upR.get(), upS.get()) != 1)
         return {};
-    upR.release(); // it has both now
-    upS.release();
+    static_cast<void>(upR.release()); // it has both now
+    static_cast<void>(upS.release());
     const int nBytes = i2d_ECDSA_SIG(upSignature.get(), nullptr);
     std::vector<uint8_t> vecDer(static_cast<size_t>(nBytes > 0 ? nBytes : 0));
     uint8_t* pDer = vecDer.data();

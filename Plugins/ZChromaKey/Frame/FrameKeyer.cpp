@@ -11,8 +11,19 @@
 #include "ZChromaKey/Frame/TimeOverlay.h"
 #include "ZChromaKey/Frame/WorkFrame.h"
 
+#ifdef ZCK_LICENCE_KEY
+#include "ZChromaKey/Licence/LicenceHold.h"
+#endif
+
 namespace
 {
+
+#ifdef ZCK_LICENCE_KEY
+CLicenceHold& HoldOf(const std::shared_ptr<void>& _spLicence)
+{
+    return *static_cast<CLicenceHold*>(_spLicence.get());
+}
+#endif
 
 /// A texture attached to an input in system memory shows another picture than the result, which took it over.
 void TextureDrop(IZFFrame* _pFrameRes)
@@ -113,7 +124,10 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
         m_log.Begin();
     }
     m_plan = m_upEngine->Plan(_settings);
-    const bool bOptionsSame = !OptionsUpdate();
+    bool bOptionsSame = !OptionsUpdate();
+#ifdef ZCK_LICENCE_KEY
+    bOptionsSame = HoldOf(m_spLicence).FrameBegin() && bOptionsSame;
+#endif
     // An output of the stream before was keyed with what that stream had shown.
     IZFFrame* const pFrameLast = bOptionsSame && !bNewStream ? _pFrames->cpFrameLast.Get() : nullptr;
     ZF_VID_PROPS vidProps = {};
@@ -137,6 +151,10 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
         return hr;
     }
     hr = ProcessNew(_pFrame, vidProps, _settings, _ppFrameRes, _pFrames);
+#ifdef ZCK_LICENCE_KEY
+    if (SUCCEEDED(hr))
+        HoldOf(m_spLicence).FrameEnd(_pFrame, _ppFrameRes, &_pFrames->vecFramesGPU);
+#endif
     if (*_ppFrameRes)
         TextureDrop(*_ppFrameRes);
     if (SUCCEEDED(hr) && bCompared)
@@ -441,6 +459,9 @@ void CFrameKeyer::CloseLocked(FRAMES* _pFrames)
     FramesTake(_pFrames);
     m_comparer.Reset();
     m_log.Begin();
+#ifdef ZCK_LICENCE_KEY
+    HoldOf(m_spLicence).Close();
+#endif
     m_upEngine->Close();
     m_bCloseWanted = false; // last: a log sink may have asked for it once more
 }

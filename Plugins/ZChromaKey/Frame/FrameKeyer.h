@@ -44,6 +44,13 @@ public:
     /// seconds: that is seen to after it.
     HRESULT Close();
 
+    /// What builds with an issuer's key keep here of the licence (CLicenceHold); always empty in the others. Of no
+    /// type, so that only the sources that know the key differ between these builds. Set before the first frame.
+    std::shared_ptr<void>& Licence()
+    {
+        return m_spLicence;
+    }
+
 private:
     /// The frames that a call may let go of.
     struct FRAMES
@@ -94,4 +101,5 @@ private:
     std::vector<std::byte> m_vecSettingsLast;
     uint32_t m_fccNotCleaned = 0;  // the last format whose colours were logged as left
     CZPtr<IZFFrame> m_cpFrameLast; // the last output; empty when it may not be handed out again
+    std::shared_ptr<void> m_spLicence;
 };

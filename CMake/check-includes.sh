@@ -50,11 +50,12 @@ room $H/obs             $H/Shell $I/Sdk
 room $H/openfx          $H/Shell $I/Sdk
 room $H/Kit             $I/Video $I/Base
 room $H/zkhost/Files    $H/Kit $I/Video $I/Image $I/Props $I/Base
+room $H/zkhost/Ui       $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
 room $T/Sample          $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
 room $T/Soak            $T/Sample $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
 room $T/Bench           any # measures parts
 room $T/Quality         $T/Sample $T/Bench $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
-room $H/zkhost/Commands $T/Sample $T/Bench $T/Soak $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
+room $H/zkhost/Commands $H/zkhost/Ui $T/Sample $T/Bench $T/Soak $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
 room Tests              any
 room Fuzz               any
 

@@ -152,6 +152,12 @@ void CZKeyer::Process(IZFFrame* _pFrame, const std::function<void(IZFFrame*)>& _
     Take(_pFrame, _fnResult);
 }
 
+void CZKeyer::Flush()
+{
+    Result_Check(m_cpProcess->OnMediaFlush(), "beginning the stream anew");
+    m_nFrames = m_nResults;
+}
+
 void CZKeyer::Finish(const std::function<void(IZFFrame*)>& _fnResult)
 {
     Result_Check(m_cpProcess->OnMediaEnd(), "ending the stream");

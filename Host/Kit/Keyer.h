@@ -69,6 +69,8 @@ public:
     CZPtr<IZFFrame> Push(IZFFrame* _pFrameOrNull);
     /// Push, for a whole stream: every result goes to _fnResult, in order.
     void Process(IZFFrame* _pFrame, const std::function<void(IZFFrame*)>& _fnResult);
+    /// The stream jumps: what is under way is dropped, and nothing is learned from frames before.
+    void Flush();
     /// Fetches what is still under way; throws when frames that were handed in do not come back.
     void Finish(const std::function<void(IZFFrame*)>& _fnResult);
 

@@ -74,6 +74,7 @@ int Run(int _nArgs, char** _ppszArgs)
     app.footer("zkhost COMMAND --help explains a command and gives examples.\n"
                "Exit status: 0 done, 1 the job failed, 2 the command line is wrong.");
     Command_AddKey(app);
+    Command_AddUi(app);
     Command_AddDetect(app);
     Command_AddSheet(app);
     Command_AddSample(app);

@@ -14,6 +14,8 @@ export const crosshair = { x: 0, y: 0, shown: false, placed: false };
 /** Tells that it moved, came or went. */
 export const crossed = new Signal();
 
+let byHand = false; // the picture has the focus because it was clicked: arrows go on stepping through frames
+
 function placeInMiddle() {
     const { width, height } = screenSize();
     const middle = toPicture(width / 2, height / 2);
@@ -47,6 +49,7 @@ function act(event) {
 
 function onKey(event) {
     if (!current()?.clip || event.ctrlKey || event.altKey || event.metaKey) return;
+    if (ARROWS[event.key] && byHand) return;
     if (ARROWS[event.key]) step(ARROWS[event.key], event.shiftKey);
     else if (event.key === "Enter" && AREAS[tool.name] && !crosshair.shown) closeArea();
     else if (event.key === "Enter") act(event);
@@ -58,6 +61,7 @@ function onKey(event) {
 }
 
 function hide() {
+    byHand = false;
     crosshair.shown = false;
     hover(null);
     crossed.tell();
@@ -67,5 +71,8 @@ export function startCrosshair() {
     const overlay = byId("overlay");
     overlay.addEventListener("keydown", onKey);
     overlay.addEventListener("blur", hide);
-    overlay.addEventListener("pointerdown", () => crosshair.shown && hide());
+    overlay.addEventListener("pointerdown", () => {
+        if (crosshair.shown) hide();
+        byHand = true;
+    });
 }

@@ -19,6 +19,7 @@ export function startWatch() {
         look, player, format, faults,
         state: current,
         last: lastFrame,
+        onDrawn: (listener) => drawn.listen(listener),
         /** Whether all changes were answered and what they made is on the screen. */
         settled: () => !isBusy() && !isFetching(),
         /** [red, green, blue] of the screen at a pixel of the clip. */

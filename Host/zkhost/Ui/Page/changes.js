@@ -37,8 +37,11 @@ async function send() {
     while (waiting.length) {
         const next = waiting.shift();
         busy = next.name ?? "unnamed";
-        next.resolve(await sendOne(next));
-        busy = false;
+        try {
+            next.resolve(await sendOne(next));
+        } finally {
+            busy = false;
+        }
     }
 }
 

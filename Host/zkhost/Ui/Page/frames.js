@@ -38,11 +38,14 @@ export function isFetching() {
 async function fetchWanted() {
     if (busy) return;
     busy = true;
-    while (wanted) {
-        wanted = false;
-        await fetchOne();
+    try {
+        while (wanted) {
+            wanted = false;
+            await fetchOne();
+        }
+    } finally {
+        busy = false; // whatever goes wrong once, the next frame is asked for again
     }
-    busy = false;
 }
 
 async function fetchOne() {
@@ -92,15 +95,11 @@ async function readFrame(response, crop) {
         stats: JSON.parse(response.headers.get("X-Stats") ?? "{}"),
         crop,
     };
-    if (format.name === "raw") frame.pixels = new Uint8ClampedArray(await bodyOf(response, "arrayBuffer"));
-    else frame.bitmap = await createImageBitmap(await bodyOf(response, "blob"));
-    return frame;
-}
-
-async function bodyOf(response, kind) {
     try {
-        return await response[kind]();
+        if (format.name === "raw") frame.pixels = new Uint8ClampedArray(await response.arrayBuffer());
+        else frame.bitmap = await createImageBitmap(await response.blob());
     } catch {
-        throw new Refusal(0, { error: "The picture broke off on its way." });
+        throw new Refusal(response.status, { error: "The picture did not arrive whole." });
     }
+    return frame;
 }

@@ -33,12 +33,15 @@ function ask() {
 
 async function answerAll() {
     busy = true;
-    while (wanted && lastFrame()) {
-        wanted = false;
-        await answerOne(probe.pixel);
-        show();
+    try {
+        while (wanted && lastFrame()) {
+            wanted = false;
+            await answerOne(probe.pixel);
+            show();
+        }
+    } finally {
+        busy = false;
     }
-    busy = false;
 }
 
 async function answerOne(pixel) {

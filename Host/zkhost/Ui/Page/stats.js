@@ -12,6 +12,10 @@ function rounded(value, digits, unit = "") {
     return value === undefined ? undefined : value.toFixed(digits) + unit;
 }
 
+function counted(frames) {
+    return frames === 1 ? "1 frame" : `${frames} frames`;
+}
+
 function show({ stats }) {
     const items = [
         ["fps", player.playing && player.fps ? player.fps.toFixed(1) : undefined],
@@ -21,7 +25,7 @@ function show({ stats }) {
         ["mixed", percent(stats.mixed)],
         ["solid", percent(stats.solid)],
         ["noise", rounded(stats.noise, 1)],
-        ["plate of", stats.plateFrames === undefined ? undefined : `${stats.plateFrames} frames`],
+        ["plate of", stats.plateFrames === undefined ? undefined : counted(stats.plateFrames)],
         ["cuts", stats.cuts],
     ];
     const known = items.filter(([, value]) => value !== undefined);

@@ -1,6 +1,7 @@
 // Drawing the areas: corners are set one after another, then moved, added and deleted.
 
 import { change } from "./changes.js";
+import { look } from "./look.js";
 import { fromText, pointNear, sideNear, toText } from "./polygon.js";
 import { current, stateTaken } from "./server.js";
 import { Signal } from "./signal.js";
@@ -49,7 +50,7 @@ export function drawAnew() {
 
 export function removeArea(kind) {
     if (edited.kind === kind) drawAnew();
-    change("/api/region", { kind, polygon: "" });
+    change("/api/region", { kind, polygon: "", n: look.frame });
 }
 
 export function closeArea() {
@@ -59,7 +60,8 @@ export function closeArea() {
 }
 
 function keep() {
-    change("/api/region", { kind: edited.kind, polygon: toText(edited.points) }, { name: `region ${edited.kind}` });
+    // the corners in the body: many of them do not fit in an address
+    change("/api/region", { kind: edited.kind, n: look.frame }, { name: `region ${edited.kind}`, body: toText(edited.points) });
     areaEdited.tell();
 }
 

@@ -10,6 +10,7 @@ import { onScreen, visible } from "./viewport.js";
 
 const MOST_RAW_PIXELS = 2400000;
 const MOST_JPEG_PIXELS = 1200000;
+const RETRY_SECONDS = 1;
 const LOOPBACK = ["localhost", "127.0.0.1", "[::1]"];
 
 export const format = { name: LOOPBACK.includes(location.hostname) ? "raw" : "jpeg" };
@@ -55,7 +56,7 @@ async function fetchOne() {
     const frame = clip.live ? "live" : look.frame;
     try {
         const response = await get("/api/frame", { n: frame, ...viewArguments(), ...sizeArguments(crop), play: asStream ? 1 : 0, format: format.name });
-        arrived.tell(await readFrame(response, crop));
+        if (response.status !== 204) arrived.tell(await readFrame(response, crop)); // 204: a newer request overtook it
     } catch (error) {
         if (!(error instanceof Refusal)) throw error;
         refused(error);
@@ -63,8 +64,9 @@ async function fetchOne() {
 }
 
 function refused(refusal) {
-    if (refusal.status === 409) ended.tell();
-    else if (refusal.status !== 0) warn(refusal.message); // 0: the connection says so already
+    if (refusal.status === 409) return ended.tell();
+    if (refusal.status === 503) setTimeout(wantFrame, RETRY_SECONDS * 1000); // a live source that has nothing yet
+    if (refusal.status !== 0) warn(refusal.message); // 0: the connection says so already
 }
 
 function viewArguments() {

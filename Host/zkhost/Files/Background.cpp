@@ -64,15 +64,19 @@ PICTURE Background_Load(const std::string& _strColorOrPath, int _nWidth, int _nH
     if (!Platform_Exists(_strColorOrPath))
         throw CZHostError(
             ZFormat("--background %s: there is no such picture; a colour is written as #RRGGBB", _strColorOrPath));
-    PICTURE picture = PictureFile_Read(_strColorOrPath);
-    if (picture.bAlpha)
-        Picture_Over(picture, Plain(0, picture.nWidth, picture.nHeight));
+    return Background_Fit(PictureFile_Read(_strColorOrPath), _nWidth, _nHeight, "--background " + _strColorOrPath);
+}
+
+PICTURE Background_Fit(PICTURE _picture, int _nWidth, int _nHeight, const std::string& _strName)
+{
+    if (_picture.bAlpha)
+        Picture_Over(_picture, Plain(0, _picture.nWidth, _picture.nHeight));
     const double dblScale =
-        std::max(static_cast<double>(_nWidth) / picture.nWidth, static_cast<double>(_nHeight) / picture.nHeight);
-    const int nWidth = std::max(static_cast<int>(std::lround(picture.nWidth * dblScale)), _nWidth);
-    const int nHeight = std::max(static_cast<int>(std::lround(picture.nHeight * dblScale)), _nHeight);
-    Picture_CheckSize(nWidth, nHeight, "--background " + _strColorOrPath + ", scaled to cover the frame");
-    return Middle(Picture_Scaled(picture, nWidth, nHeight), _nWidth, _nHeight);
+        std::max(static_cast<double>(_nWidth) / _picture.nWidth, static_cast<double>(_nHeight) / _picture.nHeight);
+    const int nWidth = std::max(static_cast<int>(std::lround(_picture.nWidth * dblScale)), _nWidth);
+    const int nHeight = std::max(static_cast<int>(std::lround(_picture.nHeight * dblScale)), _nHeight);
+    Picture_CheckSize(nWidth, nHeight, ZFormat("%s, scaled to cover the frame", _strName));
+    return Middle(Picture_Scaled(_picture, nWidth, nHeight), _nWidth, _nHeight);
 }
 
 PICTURE Background_Checker(int _nWidth, int _nHeight)

@@ -53,36 +53,36 @@ void SwapRedBlue(uint8_t* _pPixels, size_t _nPixels)
 }
 
 /// The decoder has its own limits, but cannot say that they were the reason.
-void CheckPngSize(const std::vector<uint8_t>& _vecFile, const std::string& _strPath)
+void CheckPngSize(std::span<const uint8_t> _arrFile, const std::string& _strPath)
 {
     constexpr uint8_t c_arrSignature[] = {0x89, 'P', 'N', 'G'};
     constexpr size_t c_nWidthAt = 16;
-    if (_vecFile.size() < c_nWidthAt + 8 ||
-        !std::equal(std::begin(c_arrSignature), std::end(c_arrSignature), _vecFile.begin()))
+    if (_arrFile.size() < c_nWidthAt + 8 ||
+        !std::equal(std::begin(c_arrSignature), std::end(c_arrSignature), _arrFile.begin()))
         return;
     const auto fnWord = [&](size_t _nAt) {
-        return int64_t{_vecFile[_nAt]} << 24 | _vecFile[_nAt + 1] << 16 | _vecFile[_nAt + 2] << 8 | _vecFile[_nAt + 3];
+        return int64_t{_arrFile[_nAt]} << 24 | _arrFile[_nAt + 1] << 16 | _arrFile[_nAt + 2] << 8 | _arrFile[_nAt + 3];
     };
     Picture_CheckSize(fnWord(c_nWidthAt), fnWord(c_nWidthAt + 4), _strPath);
 }
 
-uint32_t Word16(const std::vector<uint8_t>& _vecFile, size_t _nAt)
+uint32_t Word16(std::span<const uint8_t> _arrFile, size_t _nAt)
 {
-    return _nAt + 1 < _vecFile.size() ? uint32_t{_vecFile[_nAt]} << 8 | _vecFile[_nAt + 1] : 0;
+    return _nAt + 1 < _arrFile.size() ? uint32_t{_arrFile[_nAt]} << 8 | _arrFile[_nAt + 1] : 0;
 }
 
 /// Whether a Huffman segment of a JPEG, given where its length stands, has a table of more codes than there are bytes.
-bool IsTableOverfull(const std::vector<uint8_t>& _vecFile, size_t _nAt)
+bool IsTableOverfull(std::span<const uint8_t> _arrFile, size_t _nAt)
 {
     constexpr uint32_t c_nMostCodes = 256;
     constexpr size_t c_cbCounts = 16;
-    const size_t nEnd = std::min(_nAt + Word16(_vecFile, _nAt), _vecFile.size());
+    const size_t nEnd = std::min(_nAt + Word16(_arrFile, _nAt), _arrFile.size());
     for (size_t n = _nAt + 2; n < nEnd;) // class and number of the table, sixteen counts, the codes
     {
         uint32_t nCodes = 0;
-        for (size_t i = n + 1; i <= n + c_cbCounts && i < _vecFile.size(); ++i)
-            nCodes += _vecFile[i];
-        if ((_vecFile[n] & ~0x13) == 0 && nCodes > c_nMostCodes)
+        for (size_t i = n + 1; i <= n + c_cbCounts && i < _arrFile.size(); ++i)
+            nCodes += _arrFile[i];
+        if ((_arrFile[n] & ~0x13) == 0 && nCodes > c_nMostCodes)
             return true;
         n += 1 + c_cbCounts + nCodes;
     }
@@ -91,25 +91,25 @@ bool IsTableOverfull(const std::vector<uint8_t>& _vecFile, size_t _nAt)
 
 /// The decoder writes past its tables when a JPEG has an overfull one, so such a file does not get that far. Up to the
 /// first scan the segments are followed as the decoder does; after it, everything that looks like a table is one.
-void CheckJpegTables(const std::vector<uint8_t>& _vecFile, const std::string& _strPath)
+void CheckJpegTables(std::span<const uint8_t> _arrFile, const std::string& _strPath)
 {
     constexpr uint8_t c_nTables = 0xC4, c_nScan = 0xDA, c_nStart = 0xD8;
     bool bScan = false;
-    for (size_t n = 0; n + 1 < _vecFile.size();)
+    for (size_t n = 0; n + 1 < _arrFile.size();)
     {
-        const uint8_t nMarker = _vecFile[n + 1];
-        if (_vecFile[n] != 0xFF || nMarker == 0xFF)
+        const uint8_t nMarker = _arrFile[n + 1];
+        if (_arrFile[n] != 0xFF || nMarker == 0xFF)
         {
             ++n;
             continue;
         }
         n += 2;
-        if (nMarker == c_nTables && IsTableOverfull(_vecFile, n))
+        if (nMarker == c_nTables && IsTableOverfull(_arrFile, n))
             throw CZHostError(
                 ZFormat("%s: the picture is damaged (a Huffman table with too many codes); save it again", _strPath));
         bScan = bScan || nMarker == c_nScan;
         if (!bScan && nMarker != c_nStart)
-            n += Word16(_vecFile, n);
+            n += Word16(_arrFile, n);
     }
 }
 
@@ -135,21 +135,25 @@ void LimitDecoder(size_t _cbFile, int _nWidth, int _nHeight)
 
 PICTURE PictureFile_Read(const std::string& _strPath)
 {
-    const std::vector<uint8_t> vecFile = InFile_ReadAll(_strPath, c_cbMaxFile);
-    const int cbFile = static_cast<int>(vecFile.size());
-    CheckPngSize(vecFile, _strPath);
-    if (!vecFile.empty() && vecFile[0] == 0xFF)
-        CheckJpegTables(vecFile, _strPath);
+    return PictureFile_Decode(InFile_ReadAll(_strPath, c_cbMaxFile), _strPath);
+}
+
+PICTURE PictureFile_Decode(std::span<const uint8_t> _arrFile, const std::string& _strName)
+{
+    const int cbFile = static_cast<int>(_arrFile.size());
+    CheckPngSize(_arrFile, _strName);
+    if (!_arrFile.empty() && _arrFile[0] == 0xFF)
+        CheckJpegTables(_arrFile, _strName);
     int nWidth = 0, nHeight = 0, nChannels = 0;
-    LimitDecoder(vecFile.size(), 0, 0);
-    if (!stbi_info_from_memory(vecFile.data(), cbFile, &nWidth, &nHeight, &nChannels))
-        FailDamaged(_strPath);
-    Picture_CheckSize(nWidth, nHeight, _strPath);
-    LimitDecoder(vecFile.size(), nWidth, nHeight);
+    LimitDecoder(_arrFile.size(), 0, 0);
+    if (!stbi_info_from_memory(_arrFile.data(), cbFile, &nWidth, &nHeight, &nChannels))
+        FailDamaged(_strName);
+    Picture_CheckSize(nWidth, nHeight, _strName);
+    LimitDecoder(_arrFile.size(), nWidth, nHeight);
     const std::unique_ptr<stbi_uc, void (*)(void*)> upPixels(
-        stbi_load_from_memory(vecFile.data(), cbFile, &nWidth, &nHeight, &nChannels, STBI_rgb_alpha), stbi_image_free);
+        stbi_load_from_memory(_arrFile.data(), cbFile, &nWidth, &nHeight, &nChannels, STBI_rgb_alpha), stbi_image_free);
     if (!upPixels)
-        FailDamaged(_strPath);
+        FailDamaged(_strName);
     PICTURE picture;
     picture.nWidth = nWidth;
     picture.nHeight = nHeight;

@@ -160,3 +160,14 @@ void PictureFile_WritePng(const DEEP_PICTURE& _picture, CZOutFile& _file)
     PutChunk("IEND", nullptr, 0, vecFile);
     _file.Write(vecFile.data(), vecFile.size());
 }
+
+std::string PictureFile_Jpeg(const std::string& _strPixels, int _nWidth, int _nHeight, int _nQuality)
+{
+    std::string strFile;
+    const auto fnAppend = [](void* _pContext, void* _pBytes, int _cbBytes) {
+        static_cast<std::string*>(_pContext)->append(static_cast<const char*>(_pBytes), static_cast<size_t>(_cbBytes));
+    };
+    if (!stbi_write_jpg_to_func(fnAppend, &strFile, _nWidth, _nHeight, 4, _strPixels.data(), _nQuality))
+        throw CZHostError("a picture cannot be encoded: out of memory");
+    return strFile;
+}

@@ -6,10 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 
-namespace
-{
-
-void Print(eZLogLevel _eLevel, const char* _pszText)
+void StandardError_Print(eZLogLevel _eLevel, const char* _pszText)
 {
     constexpr const char* c_arrNames[] = {"", "error: ", "warning: ", "", ""};
     static const bool s_bTerminal = System_IsTerminal(stderr);
@@ -19,11 +16,9 @@ void Print(eZLogLevel _eLevel, const char* _pszText)
                  StandardError_Harmless(_pszText).c_str());
 }
 
-} // namespace
-
 void StandardError_LogSet(eZLogLevel _eLevel)
 {
-    HostLog_Set(_eLevel, Print);
+    HostLog_Set(_eLevel, StandardError_Print);
 }
 
 std::string StandardError_Harmless(std::string _strText)

@@ -1,24 +1,58 @@
 #include "zkhost/Ui/Clip.h"
 
+#include "Kit/HostError.h"
+
+#include "Base/ZLog.h"
 #include "Base/ZPlanes.h"
+#include "Props/TempFile.h"
 
 #include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <iterator>
 #include <utility>
 
-CZClip::CZClip(std::string _strInput, std::string _strRawSpec, int64_t _cbMost)
+namespace
+{
+
+constexpr std::chrono::seconds c_timeWait{2};
+
+bool IsPipe(const std::string& _strPath)
+{
+    std::error_code error;
+    return _strPath == "-" || std::filesystem::is_fifo(File_Path(_strPath), error);
+}
+
+} // namespace
+
+CZClip::CZClip(std::string _strInput, std::string _strRawSpec, int64_t _cbMost, std::function<void()> _fnEnd)
     : m_strInput(std::move(_strInput))
     , m_strRawSpec(std::move(_strRawSpec))
     , m_cbMost(_cbMost)
+    , m_fnEnd(std::move(_fnEnd))
+    , m_bLive(IsPipe(m_strInput))
     , m_upSource(Stream_Open(m_strInput, m_strRawSpec))
 {
     m_stream = m_upSource->Stream();
-    m_nFrames = m_stream.nFrames;
+    m_nFrames = m_bLive ? -1 : m_stream.nFrames;
+    if (m_bLive)
+        m_upFeed = std::make_unique<CZLiveFeed>(std::move(m_upSource),
+                                                [this](CZPtr<IZFFrame> _cpFrame, const std::string& _strReason) {
+                                                    TakeLive(std::move(_cpFrame), _strReason);
+                                                });
 }
 
-int64_t CZClip::Frames()
+CZClip::~CZClip()
+{
+    Stop();
+    m_upFeed.reset();
+}
+
+void CZClip::Stop()
 {
     const std::lock_guard lock(m_mtxClip);
-    return m_nFrames;
+    m_bStop = true;
+    m_cvLive.notify_all();
 }
 
 CZPtr<IZFFrame> CZClip::Find(int64_t _nFrame)
@@ -30,41 +64,89 @@ CZPtr<IZFFrame> CZClip::Find(int64_t _nFrame)
     return m_listKept.front().cpFrame;
 }
 
-void CZClip::Keep(int64_t _nFrame, const CZPtr<IZFFrame>& _cpFrame)
+/// Nobody has asked for the frames of a live input: they come after the one that somebody looks at.
+void CZClip::Keep(int64_t _nFrame, CZPtr<IZFFrame> _cpFrame, bool _bAsked)
 {
     ZF_VID_PROPS vidProps = {};
     _cpFrame->VideoPropsGet(&vidProps);
-    m_listKept.push_front({_nFrame, VidProps_ImageSize(&vidProps), _cpFrame});
-    m_cbKept += m_listKept.front().cbFrame;
-    while (m_cbKept > m_cbMost && m_listKept.size() > 1)
+    const int64_t cbFrame = VidProps_ImageSize(&vidProps);
+    const auto itPlace = _bAsked || m_listKept.empty() ? m_listKept.begin() : std::next(m_listKept.begin());
+    m_listKept.insert(itPlace, {_nFrame, cbFrame, std::move(_cpFrame)});
+    m_cbKept += cbFrame;
+    while (m_cbKept > m_cbMost && m_listKept.size() > 2)
     {
         m_cbKept -= m_listKept.back().cbFrame;
         m_listKept.pop_back();
     }
 }
 
-CZPtr<IZFFrame> CZClip::Frame(int64_t _nFrame)
+void CZClip::End(int64_t _nFrames)
 {
+    m_nFrames = _nFrames;
+    m_cvLive.notify_all();
+    m_fnEnd();
+}
+
+void CZClip::TakeLive(CZPtr<IZFFrame> _cpFrame, const std::string& _strReason)
+{
+    if (!_strReason.empty())
+        ZLog(eZLog_Warning, "the live input has ended: %s\n", _strReason);
+    const std::lock_guard lock(m_mtxClip);
+    if (!_cpFrame)
+        return End(m_nNext);
+    Keep(m_nNext++, std::move(_cpFrame), false);
+    m_cvLive.notify_all();
+}
+
+/// The next frame; null at the end, or where the rest is damaged.
+CZPtr<IZFFrame> CZClip::Decode()
+{
+    try
+    {
+        return m_upSource->Next();
+    }
+    catch (const CZHostError& error)
+    {
+        ZLog(eZLog_Warning, "the clip is taken to end before frame %d: %s\n", m_nNext, error.what());
+        return {};
+    }
+}
+
+CLIP_FRAME CZClip::LiveFrame(int64_t _nFrame, bool _bWait)
+{
+    std::unique_lock lock(m_mtxClip);
+    if (CZPtr<IZFFrame> cpFrame = Find(_nFrame))
+        return {_nFrame, std::move(cpFrame)};
+    const int64_t nAwaited = _bWait && _nFrame != c_nNewest ? _nFrame : 0;
+    m_cvLive.wait_for(lock, c_timeWait, [&] { return m_bStop || m_nFrames >= 0 || m_nNext > nAwaited; });
+    if (m_nNext > nAwaited)
+        return {m_nNext - 1, Find(m_nNext - 1)};
+    return {_nFrame, {}, m_nFrames >= 0};
+}
+
+CLIP_FRAME CZClip::Frame(int64_t _nFrame, bool _bWait)
+{
+    if (m_bLive)
+        return LiveFrame(_nFrame, _bWait);
     const std::lock_guard lock(m_mtxClip);
     if (_nFrame < 0 || (m_nFrames >= 0 && _nFrame >= m_nFrames))
-        return {};
+        return {_nFrame, {}, true};
     if (CZPtr<IZFFrame> cpFrame = Find(_nFrame))
-        return cpFrame;
+        return {_nFrame, std::move(cpFrame)};
     if (_nFrame < m_nNext)
     {
         m_upSource = Stream_Open(m_strInput, m_strRawSpec);
         m_nNext = 0;
     }
-    CZPtr<IZFFrame> cpFrame;
     while (m_nNext <= _nFrame)
     {
-        cpFrame = m_upSource->Next();
+        CZPtr<IZFFrame> cpFrame = Decode();
         if (!cpFrame)
         {
-            m_nFrames = m_nNext;
-            return {};
+            End(m_nNext);
+            return {_nFrame, {}, true};
         }
-        Keep(m_nNext++, cpFrame);
+        Keep(m_nNext++, std::move(cpFrame), true);
     }
-    return cpFrame;
+    return {_nFrame, m_listKept.front().cpFrame};
 }

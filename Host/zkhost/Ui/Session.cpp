@@ -2,204 +2,239 @@
 
 #include "Kit/HostError.h"
 #include "Kit/Result.h"
-#include "zkhost/Files/NamePattern.h"
-#include "zkhost/Ui/Json.h"
+#include "zkhost/Files/Background.h"
+#include "zkhost/Files/PictureFile.h"
+#include "zkhost/Ui/UiLog.h"
 
-#include "Base/ZBstr.h"
 #include "Base/ZLog.h"
+#include "Image/ImgRowReader.h"
 
-#include <chrono>
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
+#include <span>
+#include <utility>
+#include <vector>
+
+// Frames, and what is seen of them.
 
 namespace
 {
 
-constexpr int64_t c_cbKept = int64_t{1} << 30;
-constexpr std::chrono::seconds c_timeHeld{10};
+constexpr int64_t c_cbKept = int64_t{1} << 30;     // decoded frames of a clip
+constexpr int64_t c_cbLiveKept = int64_t{1} << 28; // of a live one: nobody goes back in it
 
-std::string ColorText(double _dblRed, double _dblGreen, double _dblBlue)
+int64_t BytesKept(const std::string& _strInput)
 {
-    return ZFormat("#%02X%02X%02X", std::lround(_dblRed), std::lround(_dblGreen), std::lround(_dblBlue));
+    return _strInput == "-" ? c_cbLiveKept : c_cbKept;
 }
 
-std::string StatsText(const CZKeyer& _keyer)
+/// A pixel of a frame as B, G, R, A. The last one where the place lies outside.
+std::array<uint8_t, 4> PixelOf(IZFFrame* _pFrame, int _nX, int _nY)
 {
-    CZJson json;
-    json.Begin('{');
-    CHROMA_KEY2_STATS stats = {};
-    if (_keyer.Key2() && SUCCEEDED(_keyer.Key2()->StatsGet(&stats)))
-    {
-        json.Name("ms").Number(stats.dblMilliseconds);
-        json.Name("backdrop").Number(stats.dblBackdrop);
-        json.Name("mixed").Number(stats.dblMixed);
-        json.Name("solid").Number(stats.dblSolid);
-        json.Name("noise").Number(stats.dblNoise);
-        json.Name("plateFrames").Whole(stats.nPlateFrames);
-        json.Name("cuts").Whole(stats.nCuts);
-        json.Name("on").Text(stats.eKeyedOnValue == eKeyedOn_GPU ? "GPU" : "CPU");
-    }
-    json.End('}');
-    return json.Take();
+    ZF_VID_PROPS vidProps = {};
+    ZF_VID_PTR vidPtr = {};
+    CImgRowReader reader;
+    Result_Check(_pFrame->VideoPropsGet(&vidProps), "looking at a frame");
+    Result_Check(_pFrame->VideoPtrGet(eZFP_Flip, &vidPtr), "looking at a frame");
+    Result_Check(reader.Init(vidProps, vidPtr), "reading a frame");
+    std::vector<uint8_t> vecRow(static_cast<size_t>(reader.Width()) * 4);
+    const uint8_t* const pRow = reader.Row(std::clamp(_nY, 0, reader.Height() - 1), vecRow.data());
+    std::array<uint8_t, 4> arrPixel = {};
+    std::copy_n(pRow + 4 * std::clamp(_nX, 0, reader.Width() - 1), 4, arrPixel.begin());
+    return arrPixel;
 }
 
-} // namespace
-
-CZSession::CZSession(const UI_OPTIONS& _options)
-    : m_options(_options)
-    , m_clip(_options.strInput, _options.strRawSpec, c_cbKept)
-    , m_vecParams(Tables_Read(CZModule::Own(), eZTable_Params))
-    , m_spEditor(std::make_shared<CZEditor>(_options.nKeyer))
+std::array<int, 3> ColorOfPixel(const std::array<uint8_t, 4>& _arrPixel)
 {
-    m_strVersion = m_spEditor->Keyer().NameAndVersion();
+    return {_arrPixel[2], _arrPixel[1], _arrPixel[0]};
 }
 
-void CZSession::Stop()
+/// Fills in what a page has left open.
+VIEW_WISH ViewOf(const FRAME_WISH& _wish, IZFFrame* _pResult, const PICTURE* _pBackground)
 {
-    const std::lock_guard lock(m_mtxState);
-    m_bStop = true;
-    m_cvState.notify_all();
-}
-
-std::shared_ptr<CZEditor> CZSession::EditorFor(IZFFrame* _pFrame)
-{
-    const std::lock_guard lock(m_mtxState);
-    if (!std::exchange(m_bBegun, true))
-    {
-        m_spEditor->FindBackdrop(_pFrame);
-        ++m_nRevision;
-        m_cvState.notify_all();
-    }
-    return m_spEditor;
-}
-
-CZPtr<IZFFrame> CZSession::Keyed(const FRAME_WISH& _wish, IZFFrame* _pFrame, CZEditor& _editor, int64_t _nRevision)
-{
-    if (m_cpKeyed && m_nKeyed == _wish.nFrame && m_nKeyedRevision == _nRevision && m_eKeyedView == _wish.eShow)
-        return m_cpKeyed;
-    CZKeyer& keyer = _editor.Keyer();
-    if (keyer.Key2())
-        Result_Check(keyer.Key2()->ViewSet(_wish.eShow), "setting the view");
-    const bool bGoesOn = _wish.bPlay && _wish.nFrame > m_nKeyed && _wish.nFrame <= m_nKeyed + 8;
-    if (!bGoesOn)
-        keyer.Flush();
-    m_cpKeyed = keyer.Push(_pFrame);
-    m_nKeyed = _wish.nFrame;
-    m_nKeyedRevision = _nRevision;
-    m_eKeyedView = _wish.eShow;
-    if (!m_cpKeyed)
-        throw CZHostError("the module gave no result back");
-    return m_cpKeyed;
-}
-
-bool CZSession::Frame(const FRAME_WISH& _wish, FRAME_SHOWN& _shown)
-{
-    const CZPtr<IZFFrame> cpFrame = m_clip.Frame(_wish.nFrame);
-    if (!cpFrame)
-        return false;
-    CZPtr<IZFFrame> cpKeyed;
-    {
-        const std::lock_guard lock(m_mtxKey);
-        const auto spEditor = EditorFor(cpFrame.Get());
-        {
-            const std::lock_guard lockState(m_mtxState);
-            _shown.nRevision = m_nRevision;
-        }
-        cpKeyed = Keyed(_wish, cpFrame.Get(), *spEditor, _shown.nRevision);
-        _shown.strStats = StatsText(spEditor->Keyer());
-    }
     VIEW_WISH view = _wish.view;
     ZF_VID_PROPS vidProps = {};
-    Result_Check(cpKeyed->VideoPropsGet(&vidProps), "looking at a result");
+    Result_Check(_pResult->VideoPropsGet(&vidProps), "looking at a result");
+    const int nHeight = std::abs(vidProps.nHeight);
     if (view.rect.nWidth == 0)
-        view.rect = {0, 0, vidProps.nWidth, std::abs(vidProps.nHeight)};
+        view.rect = {0, 0, vidProps.nWidth, nHeight};
     if (view.nWidth == 0)
     {
         view.nWidth = view.rect.nWidth;
         view.nHeight = view.rect.nHeight;
     }
-    FrameView_Make(cpFrame.Get(), cpKeyed.Get(), view, _shown.strPixels);
-    _shown.nFrame = _wish.nFrame;
+    if (_pBackground && _pBackground->nWidth == vidProps.nWidth && _pBackground->nHeight == nHeight)
+        view.pBackground = _pBackground;
+    return view;
+}
+
+} // namespace
+
+CZSession::CZSession(UI_OPTIONS _options)
+    : m_options(std::move(_options))
+    , m_clip(m_options.strInput, m_options.strRawSpec, BytesKept(m_options.strInput), [this] { Tell(); })
+{
+    m_mapGenerations['A'] = m_options.nKeyer;
+    m_spEditor = EditorOf('A', m_options.nKeyer);
+    m_strVersion = m_spEditor->Keyer().NameAndVersion();
+    if (!m_options.strKeys.empty())
+        m_spEditor->LoadFile(m_options.strKeys);
+    if (!m_clip.IsLive())
+        EditorBegun(FrameOf(0));
+}
+
+CZSession::~CZSession() = default;
+
+void CZSession::Stop()
+{
+    {
+        const std::lock_guard lock(m_mtxState);
+        m_bStop = true;
+    }
+    m_cvState.notify_all();
+    m_clip.Stop();
+}
+
+void CZSession::Changed(bool _bKeys)
+{
+    ++m_nRevision;
+    m_nLogged = UiLog_Count();
+    if (_bKeys)
+        m_nKeysRevision = m_nRevision;
+    m_cvState.notify_all();
+}
+
+void CZSession::Tell()
+{
+    const std::lock_guard lock(m_mtxState);
+    Changed(false);
+}
+
+CLIP_FRAME CZSession::FrameOf(int64_t _nFrame)
+{
+    CLIP_FRAME frame = m_clip.Frame(_nFrame, false);
+    if (!frame.cpFrame)
+        throw CZHostError(frame.bEnded ? ZFormat("the clip has no frame %d", _nFrame)
+                                       : std::string("no frame has come yet; is there a source behind the pipe?"));
+    return frame;
+}
+
+std::shared_ptr<CZEditor>& CZSession::EditorOf(char _chSlot, int _nGeneration)
+{
+    std::shared_ptr<CZEditor>& spEditor = m_mapEditors[{_chSlot, _nGeneration}];
+    if (!spEditor)
+        spEditor = std::make_shared<CZEditor>(_nGeneration, m_options.vecOptions);
+    return spEditor;
+}
+
+/// The editor in use, with its first keys.
+CZEditor& CZSession::EditorBegun(const CLIP_FRAME& _frame)
+{
+    if (!m_spEditor->IsBegun())
+    {
+        m_spEditor->Find(_frame.cpFrame.Get(), _frame.nFrame);
+        Changed(true);
+    }
+    return *m_spEditor;
+}
+
+eFrameFault CZSession::Frame(const FRAME_WISH& _wish, FRAME_SHOWN& _shown)
+{
+    const uint64_t nTurn = m_turns.Take(_wish.strPage);
+    const CLIP_FRAME frame = m_clip.Frame(_wish.nFrame, _wish.bPlay);
+    if (!frame.cpFrame)
+        return frame.bEnded ? eFrameFault::Ended : eFrameFault::NotYet;
+    PREVIEW preview;
+    std::shared_ptr<const PICTURE> spBackground;
+    {
+        const std::lock_guard lockKey(m_mtxKey);
+        if (m_turns.IsOvertaken(_wish.strPage, nTurn))
+            return eFrameFault::Overtaken;
+        std::shared_ptr<CZEditor> spEditor;
+        bool bHold = false;
+        {
+            const std::lock_guard lockState(m_mtxState);
+            bHold = EditorBegun(frame).State().bHold;
+            spEditor = m_spEditor;
+            spBackground = m_spBackground;
+            _shown.nRevision = m_nKeysRevision;
+        }
+        preview = m_preview.Key(
+            {spEditor.get(), _shown.nRevision, frame.nFrame, frame.cpFrame.Get(), _wish.eShow, _wish.bPlay, bHold});
+    }
+    const VIEW_WISH view = ViewOf(_wish, preview.cpResult.Get(), spBackground.get());
+    FrameView_Make(frame.cpFrame.Get(), preview.cpResult.Get(), view, _shown.strPixels);
+    _shown.nFrame = frame.nFrame;
     _shown.nWidth = view.nWidth;
     _shown.nHeight = view.nHeight;
-    return true;
+    _shown.strStats = std::move(preview.strStats);
+    const std::lock_guard lockState(m_mtxState);
+    if (UiLog_Count() != m_nLogged)
+        Changed(false);
+    return eFrameFault::None;
 }
 
-std::string CZSession::State(int64_t _nAfter)
+uint32_t CZSession::Taste(IZFFrame* _pFrame, int _nX, int _nY)
 {
-    std::unique_lock lock(m_mtxState);
-    m_cvState.wait_for(lock, c_timeHeld, [&] { return m_bStop || m_nRevision > _nAfter; });
-    return StateText();
-}
-
-std::string CZSession::StateText()
-{
-    CZJson json;
-    json.Begin('{').Name("revision").Whole(m_nRevision);
-    json.Name("version").Text(m_strVersion);
-    const STREAM& stream = m_clip.Stream();
-    const int64_t nFrames = m_clip.Frames();
-    json.Name("clip").Begin('{');
-    json.Name("name").Text(std::filesystem::path(m_options.strInput).filename().string());
-    json.Name("width").Whole(stream.vidProps.nWidth).Name("height").Whole(std::abs(stream.vidProps.nHeight));
-    json.Name("frames");
-    nFrames < 0 ? json.Null() : json.Whole(nFrames);
-    json.Name("rateNum").Whole(stream.nRateNum).Name("rateDen").Whole(stream.nRateDen);
-    json.Name("live").Bool(false);
-    json.Name("pixelX")
-        .Whole(std::max<int64_t>(stream.nPixelX, 1))
-        .Name("pixelY")
-        .Whole(std::max<int64_t>(stream.nPixelY, 1));
-    json.Name("in").Whole(0).Name("out").Whole(std::max<int64_t>(nFrames, 1) - 1).End('}');
-    json.Name("keyer").Whole(m_spEditor->Generation());
+    if (!m_upTaster)
+        m_upTaster = std::make_unique<CZKeyer>(CZModule::Own(), CLSID_ZChromaKey2);
+    IZChromaKey2* const pKey = m_upTaster->Key2();
     CHROMA_KEY2_RAW key = {};
-    if (m_spEditor->Keyer().Key2())
-        m_spEditor->Keyer().Key2()->KeyRawGet(&key);
-    json.Name("automatic").Bool(key.bAutomatic != 0);
-    json.Name("found").Bool(m_spEditor->Hint().empty()).Name("hint").Text(m_spEditor->Hint());
-    json.Name("params").Begin('[');
-    for (const ZTABLE_ROW& row : m_vecParams)
+    Result_Check(pKey->FrameSet(_pFrame), "handing over the frame to make keys on");
+    const HRESULT hr = pKey->KeyProtectPoint(_nX, _nY); // which takes greys as well
+    pKey->FrameSet(nullptr);
+    Result_Check(hr, "looking at a colour");
+    Result_Check(pKey->KeyRawGet(&key), "looking at a colour");
+    Result_Check(pKey->KeyReset(), "looking at a colour");
+    const PROTECTED_KEY2& color = key.arrProtected[0];
+    return static_cast<uint32_t>(std::lround(color.dblRed)) << 16 |
+           static_cast<uint32_t>(std::lround(color.dblGreen)) << 8 | static_cast<uint32_t>(std::lround(color.dblBlue));
+}
+
+PROBE CZSession::Probe(IZFFrame* _pFrame, IZFFrame* _pResult, CZEditor& _editor, int _nX, int _nY)
+{
+    PROBE probe;
+    probe.nTaken = Taste(_pFrame, _nX, _nY); // refuses what is outside
+    probe.arrSource = ColorOfPixel(PixelOf(_pFrame, _nX, _nY));
+    const std::array<uint8_t, 4> arrResult = PixelOf(_pResult, _nX, _nY);
+    probe.arrResult = ColorOfPixel(arrResult);
+    probe.nAlpha = arrResult[3];
+    CZPtr<IZFFrame> cpPlate;
+    if (_editor.Keyer().Key2() && _editor.Keyer().Key2()->PlateGet(cpPlate.Put()) == S_OK)
     {
-        double dblValue = row.dblDefault;
-        if (m_spEditor->Keyer().Key2())
-            m_spEditor->Keyer().Key2()->ParamGet(CZBStr(row.pszName).Get(), &dblValue);
-        json.Begin('{').Name("name").Text(row.pszName);
-        const bool bChoice = row.eValue == eZV_Choice;
-        json.Name("unit").Text(bChoice ? "" : row.pszUnit);
-        json.Name("least").Number(row.dblLeast).Name("most").Number(row.dblMost).Name("default").Number(row.dblDefault);
-        json.Name("value").Number(dblValue).Name("whole").Bool(row.eValue == eZV_Whole || bChoice);
-        json.Name("choices");
-        if (bChoice)
-        {
-            json.Begin('[');
-            for (const std::string& strName : Tables_Choices(row))
-                json.Text(strName);
-            json.End(']');
-        }
-        else
-            json.Null();
-        json.Name("help").Text(row.pszHelp).End('}');
+        probe.bPlate = true;
+        probe.arrPlate = ColorOfPixel(PixelOf(cpPlate.Get(), _nX, _nY));
     }
-    json.End(']').Name("keys").Begin('[');
-    for (int i = 0; i < key.nKeysUsed; ++i)
-        json.Text(ColorText(key.arrKeys[i].dblRed, key.arrKeys[i].dblGreen, key.arrKeys[i].dblBlue));
-    json.End(']').Name("protected").Begin('[');
-    for (int i = 0; i < key.nProtectedUsed; ++i)
-        json.Text(ColorText(key.arrProtected[i].dblRed, key.arrProtected[i].dblGreen, key.arrProtected[i].dblBlue));
-    json.End(']');
-    json.Name("regions")
-        .Begin('{')
-        .Name("garbage")
-        .Text("")
-        .Name("holdout")
-        .Text("")
-        .Name("backdrop")
-        .Text("")
-        .End('}');
-    json.Name("steps").Begin('{').Name("list").Begin('[').End(']').Name("at").Whole(0).End('}');
-    json.Name("slot").Text("A").Name("presets").Begin('[').End(']');
-    json.Name("view").Text("result").Name("learn").Text("on").Name("log").Begin('[').End(']');
-    json.Name("command").Text("").Name("job").Null().End('}');
-    return json.Take();
+    return probe;
+}
+
+PROBE CZSession::Probe(int64_t _nFrame, int _nX, int _nY)
+{
+    const CLIP_FRAME frame = FrameOf(_nFrame);
+    const std::lock_guard lockKey(m_mtxKey);
+    std::shared_ptr<CZEditor> spEditor;
+    PREVIEW_WISH wish;
+    {
+        const std::lock_guard lockState(m_mtxState);
+        wish.bHold = EditorBegun(frame).State().bHold;
+        wish.nKeys = m_nKeysRevision;
+        spEditor = m_spEditor;
+    }
+    wish.pEditor = spEditor.get();
+    wish.nFrame = frame.nFrame;
+    wish.pFrame = frame.cpFrame.Get();
+    return Probe(frame.cpFrame.Get(), m_preview.Key(wish).cpResult.Get(), *spEditor, _nX, _nY);
+}
+
+void CZSession::BackgroundSet(const std::string& _strFile)
+{
+    constexpr const char* c_pszName = "the background";
+    const std::span arrFile(reinterpret_cast<const uint8_t*>(_strFile.data()), _strFile.size());
+    const ZF_VID_PROPS& vidProps = m_clip.Stream().vidProps;
+    auto spPicture = std::make_shared<const PICTURE>(
+        Background_Fit(PictureFile_Decode(arrFile, c_pszName), vidProps.nWidth, std::abs(vidProps.nHeight), c_pszName));
+    const std::lock_guard lock(m_mtxState);
+    m_spBackground = std::move(spPicture);
+    Changed(false);
 }

@@ -1,5 +1,6 @@
 """The page of "zkhost ui" in a browser: what an operator does, and what the screen shows then."""
 
+import base64
 import pathlib
 import tempfile
 import unittest
@@ -8,6 +9,9 @@ import Support
 from Support import BACKDROP, FACE, JACKET, OTHER_BACKDROP, Page, Server, until
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
+
+# A picture of one blue pixel.
+BLUE_PNG = "iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAIAAACQd1PeAAAADElEQVR4nGNgYPgPAAEDAQAIicLsAAAAAElFTkSuQmCC"
 
 
 def setUpModule():
@@ -149,6 +153,16 @@ class PageTest(unittest.TestCase):
         page.run("document.getElementById('pick-colour').dispatchEvent(new Event('input'))")
         page.settle()
         self.assertEqual(page.pixel(BACKDROP), [255, 0, 0])
+
+    def test_the_result_lies_over_a_picture_of_ones_own(self):
+        page = self.page
+        (folder / "blue.png").write_bytes(base64.b64decode(BLUE_PNG))
+        page.find("#pick-picture").send_keys(str(folder / "blue.png"))
+        until(lambda: page.pixel(BACKDROP) == [0, 0, 255], "the picture is behind the result")
+        self.assertNotEqual(page.pixel(FACE), [0, 0, 255])
+        (folder / "broken.png").write_bytes(b"no picture")
+        page.find("#pick-picture").send_keys(str(folder / "broken.png"))
+        until(page.said, "the page says that it cannot read this")
 
     def test_the_wipe_is_dragged_between_source_and_result(self):
         page = self.page

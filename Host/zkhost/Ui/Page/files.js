@@ -5,19 +5,20 @@ import { change } from "./changes.js";
 import { byId, make } from "./dom.js";
 import { tell, warn } from "./notices.js";
 
-/** Has the operator choose a file: a promise of it, or of null. */
-function choose(id) {
-    const input = byId(id);
-    input.value = ""; // so that the same file can be chosen again
-    return new Promise((resolve) => {
-        input.onchange = () => resolve(input.files[0] ?? null);
-        input.oncancel = () => resolve(null);
-        input.click();
+/** The operator chooses a file with an input of the page; what is done with it begins with the choice. */
+function onChosen(id, take) {
+    byId(id).addEventListener("change", ({ target }) => {
+        const [file] = target.files;
+        if (file) take(file).finally(() => { target.value = ""; }); // so that the same file can be chosen again
     });
 }
 
-export function picturesOfOnesOwn() {
-    return choose("pick-picture");
+export function chooseKeys() {
+    byId("pick-keys").click();
+}
+
+export function choosePicture() {
+    byId("pick-picture").click();
 }
 
 export async function saveKeys() {
@@ -34,7 +35,12 @@ export async function saveKeys() {
     }
 }
 
-export async function loadKeys() {
-    const file = await choose("pick-keys");
-    if (file && (await change("/api/keys", {}, { body: file }))) tell(`The keys of ${file.name} are in use; a step back takes them away.`);
+async function loadKeys(file) {
+    if (await change("/api/keys", {}, { body: file })) tell(`The keys of ${file.name} are in use; a step back takes them away.`);
+}
+
+/** `takePicture` gets the picture to lie behind the result. */
+export function startFiles(takePicture) {
+    onChosen("pick-keys", loadKeys);
+    onChosen("pick-picture", takePicture);
 }

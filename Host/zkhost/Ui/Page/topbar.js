@@ -2,7 +2,7 @@
 
 import { change } from "./changes.js";
 import { byId, make, pressOne, write } from "./dom.js";
-import { loadKeys, saveKeys } from "./files.js";
+import { chooseKeys, saveKeys } from "./files.js";
 import { showHelp } from "./help.js";
 import { current, stateTaken } from "./server.js";
 
@@ -55,6 +55,6 @@ export function startTopbar() {
     byId("undo").addEventListener("click", undo);
     byId("redo").addEventListener("click", redo);
     byId("save").addEventListener("click", saveKeys);
-    byId("load").addEventListener("click", loadKeys);
+    byId("load").addEventListener("click", chooseKeys);
     stateTaken.listen(show);
 }

@@ -3,10 +3,10 @@
 import { post, Refusal } from "./api.js";
 import { byId, make, press, pressOne, write } from "./dom.js";
 import { wantFrame } from "./frames.js";
+import { choosePicture, startFiles } from "./files.js";
 import { showHelp } from "./help.js";
 import { look, looked, lookAt, VIEWS } from "./look.js";
 import { warn } from "./notices.js";
-import { picturesOfOnesOwn } from "./files.js";
 import { current, stateTaken } from "./server.js";
 import { fit, isFitted, moved, onScreen, scale, screenSize, visible, zoomAt, zoomTo } from "./viewport.js";
 
@@ -40,7 +40,7 @@ function startViews() {
 }
 
 function startOvers() {
-    const pick = { colour: () => byId("pick-colour").click(), picture: chooseBackground };
+    const pick = { colour: () => byId("pick-colour").click(), picture: choosePicture };
     for (const button of byId("overs").children) {
         const { over } = button.dataset;
         button.addEventListener("click", () => {
@@ -65,9 +65,7 @@ function showOvers() {
 
 let hasBackground = false;
 
-async function chooseBackground() {
-    const file = await picturesOfOnesOwn();
-    if (!file) return;
+async function takeBackground(file) {
     try {
         await post("/api/background", {}, file);
         hasBackground = true;
@@ -158,6 +156,7 @@ function startZoom() {
 export function startViewbar() {
     startViews();
     startOvers();
+    startFiles(takeBackground);
     startWipe();
     startZoom();
 }

@@ -127,9 +127,9 @@ function onEnded() {
 export function startPlayer() {
     drawn.listen(playOn);
     ended.listen(onEnded);
-    stateTaken.listen((state) => {
+    stateTaken.listen((state, before) => {
         if (!state.clip) pause();
-        else if (state.clip.live && !document.hidden) play();
+        else if (state.clip.live && !before?.clip && !document.hidden) play();
     });
     document.addEventListener("visibilitychange", () => {
         if (document.hidden) pause(); // nobody looks

@@ -66,6 +66,7 @@ function show({ job }) {
     if (!job) return;
     byId("render-bar").value = job.state === "done" ? 1 : job.frames ? job.frame / job.frames : 0;
     write(byId("render-words"), wordsOf(job));
+    byId("render-words").classList.toggle("error", job.state === "failed");
     write(byId("job"), runs ? `Rendering ${Math.round((100 * job.frame) / (job.frames || 1))} %` : "");
 }
 

@@ -202,7 +202,8 @@ class PageTest(unittest.TestCase):
         page.press("g")
         corners = (100, 130), (170, 130), (170, 170), (100, 170)
         page.click_picture(*corners, corners[0])
-        self.assertEqual(len(page.state["regions"]["garbage"].split()), 4)
+        drawn = [tuple(map(float, corner.split(","))) for corner in page.state["regions"]["garbage"].split()]
+        self.assertEqual([(int(x), int(y)) for x, y in drawn], list(corners))
         self.assertTrue(is_grey(page.pixel(JACKET)))
         page.drag_picture(corners[0], (165, 165))
         page.drag_picture(corners[3], (168, 168))
@@ -281,6 +282,25 @@ class PageTest(unittest.TestCase):
         seen = page.run("return zk.seen")
         first = seen.index(2)
         self.assertEqual(seen[first : first + 10], [2, 3, 4, 5, 6, 2, 3, 4, 5, 6])
+
+    def test_a_hand_faster_than_the_keyer_gets_the_newest(self):
+        page = self.page
+        drawn = page.run("return zk.drawn")
+        page.run("""for (let n = 1; n <= 20; ++n)
+            document.body.dispatchEvent(new KeyboardEvent("keydown", { key: "ArrowRight", bubbles: true }))""")
+        page.settle()
+        self.assertEqual(page.run("return zk.frame"), 20)
+        self.assertLessEqual(page.run("return zk.drawn") - drawn, 2)
+        page.run("""performance.clearResourceTimings();
+            const slider = document.getElementById("param-spill");
+            for (let n = 1; n <= 20; ++n) {
+                slider.value = n;
+                slider.dispatchEvent(new Event("input"));
+            }""")
+        page.settle()
+        asked = page.run("return performance.getEntriesByType('resource').map(({name}) => name)")
+        self.assertEqual(page.param("spill"), 20)
+        self.assertLessEqual(sum("/api/param" in name for name in asked), 2)
 
     def start_render(self, output):
         self.page.press("r")

@@ -71,15 +71,36 @@ double NumberAfter(const std::string& _strText, const char* _pszWord)
 /// Processor seconds of a run over all frames.
 double RunSeconds(const BENCH_FILTER& _filter, const PICTURE& _picture, const std::string& _strFile)
 {
-    const std::string strCommand =
-        ZFormat("ffmpeg -nostdin -hide_banner -benchmark -threads 1 -f rawvideo -pixel_format %hs -video_size %dx%d "
-                "-stream_loop %d -i '%s' -filter_threads 1 -vf '%hs' -f null -",
-                _filter.pszPixelFormat, _picture.nWidth, _picture.nHeight, c_nFrames - 1, _strFile, _filter.pszFilter);
-    int nExit = 0;
-    const std::string strText = Process_Run(strCommand, &nExit);
+    const std::string strSize = ZFormat("%dx%d", _picture.nWidth, _picture.nHeight);
+    const PROCESS_RESULT result = Process_Run({"ffmpeg",
+                                               "-nostdin",
+                                               "-hide_banner",
+                                               "-benchmark",
+                                               "-threads",
+                                               "1",
+                                               "-f",
+                                               "rawvideo",
+                                               "-pixel_format",
+                                               _filter.pszPixelFormat,
+                                               "-video_size",
+                                               strSize,
+                                               "-stream_loop",
+                                               std::to_string(c_nFrames - 1),
+                                               "-i",
+                                               _strFile,
+                                               "-filter_threads",
+                                               "1",
+                                               "-vf",
+                                               _filter.pszFilter,
+                                               "-f",
+                                               "null",
+                                               "-"});
+    std::string strText;
+    for (const std::string& strLine : result.vecSaid)
+        strText += ZFormat("%s\n", strLine);
     const double dblUser = NumberAfter(strText, "utime="), dblSystem = NumberAfter(strText, "stime=");
-    if (nExit != 0 || dblUser < 0 || dblSystem < 0 || NumberAfter(strText, "frame=") != c_nFrames)
-        throw CZHostError(ZFormat("%s\nfailed:\n%s", strCommand, strText));
+    if (result.nExit != 0 || dblUser < 0 || dblSystem < 0 || NumberAfter(strText, "frame=") != c_nFrames)
+        throw CZHostError(ZFormat("ffmpeg with %hs failed:\n%s", _filter.pszFilter, strText));
     return dblUser + dblSystem;
 }
 
@@ -87,9 +108,7 @@ double RunSeconds(const BENCH_FILTER& _filter, const PICTURE& _picture, const st
 
 bool FFmpeg_IsThere()
 {
-    int nExit = 0;
-    Process_Run("ffmpeg -version", &nExit);
-    return nExit == 0;
+    return Process_IsThere("ffmpeg");
 }
 
 double FFmpeg_FilterSeconds(const BENCH_FILTER& _filter, const PICTURE& _picture)

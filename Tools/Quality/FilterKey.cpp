@@ -108,14 +108,31 @@ std::vector<PICTURE> RunGraph(const HARD_CLIP& _clip, size_t _nFrames, const std
     const CRawPair files;
     const int nWidth = _clip.vecPictures.front().nWidth, nHeight = _clip.vecPictures.front().nHeight;
     WriteRaw(files.In(), _clip.vecPictures, _nFrames);
-    const std::string strCommand =
-        ZFormat("ffmpeg -nostdin -v error -y -f rawvideo -pixel_format bgra -video_size %dx%d -i '%s' "
-                "-filter_complex '%s' -map '[out]' -f rawvideo -pix_fmt bgra '%s'",
-                nWidth, nHeight, files.In(), _strGraph, files.Out());
-    int nExit = 0;
-    const std::string strText = Process_Run(strCommand, &nExit);
-    if (nExit != 0)
-        throw CZHostError(ZFormat("%s\nfailed:\n%s", strCommand, strText));
+    const PROCESS_RESULT result = Process_Run({"ffmpeg",
+                                               "-nostdin",
+                                               "-v",
+                                               "error",
+                                               "-y",
+                                               "-f",
+                                               "rawvideo",
+                                               "-pixel_format",
+                                               "bgra",
+                                               "-video_size",
+                                               ZFormat("%dx%d", nWidth, nHeight),
+                                               "-i",
+                                               files.In(),
+                                               "-filter_complex",
+                                               _strGraph,
+                                               "-map",
+                                               "[out]",
+                                               "-f",
+                                               "rawvideo",
+                                               "-pix_fmt",
+                                               "bgra",
+                                               files.Out()});
+    if (result.nExit != 0)
+        throw CZHostError(ZFormat("ffmpeg with %s failed: %s", _strGraph,
+                                  result.vecSaid.empty() ? std::string("it said nothing") : result.vecSaid.back()));
     return ReadRaw(files.Out(), nWidth, nHeight, _nFrames * _nTimes);
 }
 

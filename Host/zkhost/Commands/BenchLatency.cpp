@@ -29,7 +29,7 @@ int CoreCount()
 /// A process that keeps all cores busy but one while this lives.
 CZChildProcess BusyProcess(int _nThreads)
 {
-    return CZChildProcess(ZSystem_ProgramPath(), ZFormat("bench --spin %d", _nThreads));
+    return CZChildProcess({ZSystem_ProgramPath(), "bench", "--spin", std::to_string(_nThreads)}, eProcess_In);
 }
 
 /// With the output thread a call answers the frame before.

@@ -49,6 +49,7 @@ std::string Search(const DETECT_COMMAND& _command)
     files.Protect(_command.options.Input());
     CZOutFile& file = files.Create(_command.strOutput);
     CZKeyer keyer(CZModule::Own(), _command.options.ClassId());
+    Stream_Tell(upSource->Stream(), keyer);
     _command.options.ApplyOptions(keyer);
     CZKeyOptions::FrameSet(keyer, cpFrame.Get());
     _command.options.Detect(keyer);

@@ -120,7 +120,7 @@ CZPtr<IZFFrame> FrameShown(const SHEET_COMMAND& _command, CZKeyer& _keyer, CZPtr
     if (!_cpFirst)
         throw CZHostError(ZFormat("%s holds no frame", _command.options.Input()));
     _keyer.OnWait(OutFile_CheckInterrupt);
-    _command.options.ApplyKeys(_keyer, _cpFirst.Get());
+    _command.options.ApplyKeys(_keyer, upSource->Stream(), _cpFirst.Get());
     _keyer.OptionNeed(c_szOptionThread, "false"); // each result at once
     CZPtr<IZFFrame> cpFrame = _cpFirst;
     for (int64_t i = 1; i < _command.nFrame; ++i)

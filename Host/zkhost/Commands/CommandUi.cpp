@@ -7,12 +7,9 @@
 #include "zkhost/Files/RawReader.h"
 #include "zkhost/Files/System.h"
 #include "zkhost/Files/UsageError.h"
-#include "zkhost/Ui/Api.h"
-#include "zkhost/Ui/Guard.h"
-#include "zkhost/Ui/HttpServer.h"
 #include "zkhost/Ui/OpenPage.h"
-#include "zkhost/Ui/Token.h"
 #include "zkhost/Ui/UiLog.h"
+#include "zkhost/Ui/UiServer.h"
 
 #include "Base/ZLog.h"
 
@@ -70,22 +67,12 @@ void Complete(UI_COMMAND& _command)
 
 void Serve(const UI_COMMAND& _command)
 {
-    CZSession session(_command.options);
-    CZApi api(session);
-    std::unique_ptr<const CZGuard> upGuard; // there is no request before the first Run
-    const auto fnCheck = [&](const HTTP_REQUEST& _request, size_t& _cbMaxBody) {
-        auto refusal = upGuard->Check(_request);
-        return refusal ? refusal : CZApi::Check(_request, _cbMaxBody);
-    };
-    const auto fnAnswer = [&](HTTP_REQUEST& _request) { return api.Answer(_request); };
-    CZHttpServer server(_command.strAddress, _command.nPort, {fnCheck, fnAnswer});
-    upGuard = std::make_unique<CZGuard>(Token_Make(), _command.strAddress, server.Port());
-    OutFile_Print(ZFormat("%s\n", upGuard->Url()));
+    CZUiServer server(_command.options, _command.strAddress, _command.nPort);
+    OutFile_Print(ZFormat("%s\n", server.Url()));
     if (_command.bOpen)
-        OpenPage_Show(upGuard->Url());
-    while (!System_WasInterrupted() && !api.IsQuit())
+        OpenPage_Show(server.Url());
+    while (!System_WasInterrupted() && !server.IsQuit())
         server.Run(c_nRoundMs);
-    session.Stop();
 }
 
 void Run(UI_COMMAND& _command)

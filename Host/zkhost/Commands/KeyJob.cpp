@@ -25,7 +25,7 @@ int64_t KeyJob_Run(CZFrameSource& _source, CZKeyer& _keyer, const CZKeyOptions& 
     if (!cpFrame)
         throw CZHostError(ZFormat("%s holds no frame", _options.Input()));
     _keyer.OnWait(OutFile_CheckInterrupt);
-    _options.ApplyKeys(_keyer, cpFrame.Get());
+    _options.ApplyKeys(_keyer, _source.Stream(), cpFrame.Get());
     KEYED keyed;
     const auto fnResult = [&](IZFFrame* _pResult) {
         KeyJob_Read(_pResult, keyed);

@@ -49,7 +49,8 @@ void CZKeyOptions::AddInput(CLI::App& _command)
     m_pCommand = &_command;
     _command
         .add_option("input", m_strInput,
-                    "*.png, *.jpg, name_%05d.png, *.y4m, - (Y4M on standard input), or *.raw with --in")
+                    "Any video that ffmpeg reads, *.png, *.jpg, name_%05d.png, *.y4m, - (Y4M on standard input),\n"
+                    "or *.raw with --in")
         ->type_name("FILE")
         ->required();
     _command
@@ -182,13 +183,14 @@ void CZKeyOptions::Detect(CZKeyer& _keyer) const
         Detect1(_keyer);
 }
 
-void CZKeyOptions::ApplyKeys(CZKeyer& _keyer, IZFFrame* _pFirstFrame) const
+void CZKeyOptions::ApplyKeys(CZKeyer& _keyer, const STREAM& _stream, IZFFrame* _pFirstFrame) const
 {
     const auto vecEdits = Edits(_pFirstFrame); // mistakes in the command line come before anything else
     // The frame comes first: its matrix carries keys that are loaded into another type.
     FrameSet(_keyer, _pFirstFrame);
     if (!m_strKeys.empty())
         _keyer.LoadFile(m_strKeys);
+    Stream_Tell(_stream, _keyer);
     _keyer.OptionNeed(c_szOptionARGB, "true"); // the alpha in the frame, and its colours cleaned
     if (IsDeep())
         _keyer.OptionNeed(c_szOptionDepth, "16");

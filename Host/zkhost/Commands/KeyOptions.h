@@ -2,6 +2,7 @@
 
 #include "Kit/Keyer.h"
 #include "zkhost/Files/OutFile.h"
+#include "zkhost/Files/Stream.h"
 
 #include <CLI/CLI.hpp>
 
@@ -60,7 +61,7 @@ public:
     void Detect(CZKeyer& _keyer) const;
     /// Makes the key set as the command line says, from the first frame, and sets the object up for results with alpha.
     /// Where it does not say what to key, the backdrop is searched for. The options come after those of a key file.
-    void ApplyKeys(CZKeyer& _keyer, IZFFrame* _pFirstFrame) const;
+    void ApplyKeys(CZKeyer& _keyer, const STREAM& _stream, IZFFrame* _pFirstFrame) const;
     /// The file that the keys are to be saved in at the end of the job, one of its outputs; null when there is none.
     CZOutFile* OpenKeys(CZOutFiles& _files) const;
 

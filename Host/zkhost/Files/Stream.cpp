@@ -1,11 +1,13 @@
 #include "zkhost/Files/Stream.h"
 
+#include "Interfaces/ZOptionNames.h"
 #include "Kit/HostError.h"
-#include "zkhost/Files/InFile.h"
+#include "Kit/Keyer.h"
 #include "zkhost/Files/NamePattern.h"
 #include "zkhost/Files/PictureReader.h"
 #include "zkhost/Files/RawReader.h"
 #include "zkhost/Files/UsageError.h"
+#include "zkhost/Files/VideoReader.h"
 #include "zkhost/Files/Y4mReader.h"
 
 #include "Base/ZLog.h"
@@ -78,7 +80,19 @@ ZF_VID_PTR CZFrameSource::WritePtr(IZFFrame* _pFrame)
     return vidPtr;
 }
 
+void CZFrameSource::Skip(int64_t _nFrames)
+{
+    while (_nFrames-- > 0 && Next())
+        ;
+}
+
 std::unique_ptr<CZFrameSource> Stream_Open(const std::string& _strPath, const std::string& _strRawSpec)
+{
+    return Stream_OpenAt(_strPath, _strRawSpec, 0);
+}
+
+std::unique_ptr<CZFrameSource> Stream_OpenAt(const std::string& _strPath, const std::string& _strRawSpec,
+                                             int64_t _nFirst)
 {
     const std::string strType = NamePattern_Extension(_strPath);
     const bool bRaw = strType == "raw" || (_strPath == "-" && !_strRawSpec.empty());
@@ -87,16 +101,26 @@ std::unique_ptr<CZFrameSource> Stream_Open(const std::string& _strPath, const st
     if (!bRaw && !_strRawSpec.empty())
         throw CZUsageError(
             ZFormat("--in describes headerless frames (*.raw or \"-\"); %s says itself what it holds", _strPath));
+    std::unique_ptr<CZFrameSource> upSource;
     if (bRaw)
-        return std::make_unique<CZRawReader>(_strPath, _strRawSpec);
-    if (strType == "y4m" || _strPath == "-")
-        return std::make_unique<CZY4mReader>(_strPath);
-    if (strType == "png" || strType == "jpg" || strType == "jpeg")
-        return std::make_unique<CZPictureReader>(_strPath);
-    InFile_CheckNoFolder(_strPath);
-    throw CZUsageError(
-        ZFormat("%s: unknown kind of input; use *.png, *.jpg, name_%%05d.png, *.y4m, *.raw with --in, or "
-                "- for Y4M on standard input, which a decoder makes of other videos: "
-                "ffmpeg -v error -i VIDEO -f yuv4mpegpipe - | zkhost key - ...",
-                _strPath));
+        upSource = std::make_unique<CZRawReader>(_strPath, _strRawSpec);
+    else if (strType == "y4m" || _strPath == "-")
+        upSource = std::make_unique<CZY4mReader>(_strPath);
+    else if (strType == "png" || strType == "jpg" || strType == "jpeg")
+        upSource = std::make_unique<CZPictureReader>(_strPath);
+    if (upSource)
+    {
+        upSource->Skip(_nFirst);
+        return upSource;
+    }
+    return std::make_unique<CZVideoReader>(_strPath, _nFirst);
+}
+
+void Stream_Tell(const STREAM& _stream, CZKeyer& _keyer)
+{
+    constexpr const char* c_arrMatrices[] = {"601", "709", "2020"};
+    if (_stream.yuv.nMatrix)
+        _keyer.OptionNeed(c_szOptionMatrix, c_arrMatrices[_stream.yuv.nMatrix - 1]);
+    if (_stream.yuv.bFull)
+        _keyer.OptionNeed(c_szOptionRange, "full");
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZMatrix.h"
 #include "Base/ZPtr.h"
 #include "Image/ImgPlane.h"
 #include "Interfaces/IZFFrame.h"
@@ -9,6 +10,8 @@
 #include <memory>
 #include <string>
 
+class CZKeyer;
+
 /// What a file says about its frames.
 struct STREAM
 {
@@ -17,7 +20,8 @@ struct STREAM
     int64_t nRateDen = 1;
     int64_t nPixelX = 0; ///< shape of a pixel; 0 = not known
     int64_t nPixelY = 0;
-    int64_t nFrames = -1; ///< how many frames there are; -1 = not known before the end
+    int64_t nFrames = -1; ///< how many frames there are, of a video as it says itself; -1 = not known before the end
+    Z_YUV_FORM yuv = {};  ///< how pictures in YUV are coded; {}: nothing is said
 };
 
 /// Sets the rate as a fraction and in the record; 29.97 and its kin become the exact fraction over 1001.
@@ -40,6 +44,8 @@ public:
     }
     /// The next frame, or an empty pointer after the last one. Throws CZHostError on damage.
     virtual CZPtr<IZFFrame> Next() = 0;
+    /// Leaves out so many frames, or as many as there are left.
+    virtual void Skip(int64_t _nFrames);
 
 protected:
     /// A frame of the stream's record, its memory from the source's pool.
@@ -53,6 +59,13 @@ private:
     CZPtr<CZFramePool> m_cpPool;
 };
 
-/// Opens an input: *.png and *.jpg, name_%05d.png, *.y4m, "-" (Y4M), or *.raw with its description (else empty).
-/// Throws CZHostError; CZUsageError when the name or the description is wrong.
+/// Opens an input: *.png and *.jpg, name_%05d.png, *.y4m, "-" (Y4M), *.raw with its description (else empty), or any
+/// other file that ffmpeg reads. Throws CZHostError; CZUsageError when the name or the description is wrong.
 std::unique_ptr<CZFrameSource> Stream_Open(const std::string& _strPath, const std::string& _strRawSpec);
+/// The same from the n-th frame on, counted from 0: exactly that one comes first, and none where there are fewer.
+std::unique_ptr<CZFrameSource> Stream_OpenAt(const std::string& _strPath, const std::string& _strRawSpec,
+                                             int64_t _nFirst);
+
+/// Sets the options of a keyer that say how pictures in YUV are coded, where the stream says so. A key file that sets
+/// them is to be loaded before, and options that a person sets come after.
+void Stream_Tell(const STREAM& _stream, CZKeyer& _keyer);

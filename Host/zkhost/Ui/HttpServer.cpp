@@ -32,11 +32,17 @@ CZHttpServer::CZHttpServer(const std::string& _strAddress, int _nPort, HTTP_HAND
 
 CZHttpServer::~CZHttpServer()
 {
+    End();
+}
+
+void CZHttpServer::End()
+{
     m_bStop = true;
     for (CONNECTION& connection : m_listConnections) // nobody adds any more
         connection.socket.ShutDown();
     for (CONNECTION& connection : m_listConnections)
         connection.thread.join();
+    m_listConnections.clear();
 }
 
 size_t CZHttpServer::Connections()

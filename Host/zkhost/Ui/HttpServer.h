@@ -33,7 +33,6 @@ public:
 
     /// Listens from now on. Throws CZHostError.
     CZHttpServer(const std::string& _strAddress, int _nPort, HTTP_HANDLER _handler);
-    /// Ends all connections and waits for their threads.
     ~CZHttpServer();
     CZHttpServer(const CZHttpServer&) = delete;
     CZHttpServer& operator=(const CZHttpServer&) = delete;
@@ -45,6 +44,8 @@ public:
     /// Takes connections for about _nMs milliseconds; by one thread.
     void Run(int _nMs);
     size_t Connections();
+    /// Ends all connections and waits for their threads; nothing runs any more.
+    void End();
 
 private:
     using CLOCK = std::chrono::steady_clock;

@@ -1,0 +1,35 @@
+#include "zkhost/Files/VideoTools.h"
+
+#include "Kit/HostError.h"
+#include "Kit/Process.h"
+
+#include "Base/ZLog.h"
+
+void VideoTools_Need(const char* _pszProgram)
+{
+    if (Process_IsThere(_pszProgram))
+        return;
+    throw CZHostError(ZFormat("videos are read and written with the program %hs, which is not in the path; it comes "
+                              "with the package ffmpeg (Debian: apt install ffmpeg; Windows: ffmpeg.exe and "
+                              "ffprobe.exe in a folder of the path)",
+                              _pszProgram));
+}
+
+std::string VideoTools_FileName(const std::string& _strPath)
+{
+    return ZFormat("file:%s", _strPath);
+}
+
+std::string VideoTools_Words(const std::vector<std::string>& _vecSaid, const std::string& _strPath)
+{
+    if (_vecSaid.empty())
+        return "it gave no reason";
+    std::string strWords = _vecSaid.back();
+    const size_t nEnd = strWords.find("] "); // "[h264 @ 0x55d0c8a3a2c0] "
+    if (strWords.starts_with('[') && nEnd != std::string::npos)
+        strWords.erase(0, nEnd + 2);
+    const std::string strFile = ZFormat("%s: ", VideoTools_FileName(_strPath));
+    if (strWords.starts_with(strFile))
+        strWords.erase(0, strFile.size());
+    return strWords;
+}

@@ -1,0 +1,131 @@
+#include "Host/TempFolder.h"
+#include "zkhost/Files/VideoPlan.h"
+
+#include "Base/ZMatrix.h"
+
+#include <algorithm>
+
+// What is made of the words of ffprobe.
+
+namespace
+{
+
+/// A track of pictures, and what a case says instead; the last line of a name counts.
+PROBE ProbeOf(const std::string& _strLines)
+{
+    return Probe_Parse("streams.stream.0.index=0\n"
+                       "streams.stream.0.codec_type=\"audio\"\n"
+                       "streams.stream.0.codec_name=\"aac\"\n"
+                       "streams.stream.1.index=1\n"
+                       "streams.stream.1.codec_type=\"video\"\n"
+                       "streams.stream.1.width=1920\n"
+                       "streams.stream.1.height=1080\n"
+                       "streams.stream.1.pix_fmt=\"yuv420p\"\n"
+                       "streams.stream.1.r_frame_rate=\"25/1\"\n"
+                       "streams.stream.1.avg_frame_rate=\"25/1\"\n"
+                       "streams.stream.1.duration=\"4.000000\"\n"
+                       "streams.stream.1.nb_frames=\"100\"\n"
+                       "format.format_name=\"mov,mp4\"\n" +
+                           _strLines,
+                       "clip");
+}
+
+VIDEO_PLAN PlanOf(const std::string& _strLines)
+{
+    return VideoPlan_Make(ProbeOf(_strLines));
+}
+
+TEST(Probe, TakesValuesApart)
+{
+    const PROBE probe = ProbeOf("streams.stream.1.sample_aspect_ratio=\"N/A\"\n"
+                                "streams.stream.2.index=2\r\n"
+                                "streams.stream.2.codec_type=\"data\"\r\n"
+                                "streams.stream.2.tags.timecode=\"01:00:00;00\"\n"
+                                "streams.stream.2.tags.x=\"width=1\\nstreams.stream.1.width=1 \\\"\\\\\"\n"
+                                "streams.stream.3.index=3\n"
+                                "streams.stream.3.codec_type=\"video\"\n"
+                                "streams.stream.3.width=7");
+    EXPECT_EQ(probe.nTrack, 1);
+    EXPECT_EQ(probe.nWidth, 1920) << "what a person wrote into the file is no line of its own";
+    EXPECT_EQ(probe.strTimeCode, "01:00:00;00");
+    EXPECT_EQ(probe.vecSounds, std::vector<std::string>{"aac"});
+    EXPECT_FALSE(probe.pixelShape.IsKnown());
+    EXPECT_EQ(Probe_Parse("format.duration=\"1\"\n", "clip").nTrack, -1);
+    for (const char* const pszBad : {"no value", "a=\"open", "a=\"x\"y\n", "=1\n", "a=\"\\", "a\"b=1\n"})
+        EXPECT_NE(Host_FailureOf([&] { Probe_Parse(pszBad, "clip"); }).find("clip"), std::string::npos) << pszBad;
+    for (const char* const pszBad : {"0", "40000", "99999999999999999999", "N/A"})
+        EXPECT_NE(Host_FailureOf([&] { ProbeOf("streams.stream.1.width=" + std::string(pszBad) + "\n"); }), "");
+}
+
+TEST(VideoPlan, PixelsComeAsTheyAreCodedWhereARecordKeepsThem)
+{
+    constexpr struct
+    {
+        const char* pszLines;
+        const char* pszPixels;
+        uint32_t fccType;
+    } c_arrCases[] = {
+        {"", "yuv420p", eZFCC_I420},
+        {"streams.stream.1.pix_fmt=\"yuv422p10le\"\n", "p210le", eZFCC_P210},
+        {"streams.stream.1.pix_fmt=\"yuvj420p\"\n", "yuvj420p", eZFCC_I420},
+        {"streams.stream.1.width=1919\n", "bgr0", eZFCC_RGB32},
+        {"streams.stream.1.pix_fmt=\"yuv420p10le\"\nstreams.stream.1.height=1079\n", "bgra64le", eZFCC_ARGB64},
+        {"streams.stream.1.pix_fmt=\"yuva444p\"\n", "bgra", eZFCC_ARGB32},
+        {"streams.stream.1.pix_fmt=\"rgb565le\"\n", "bgr0", eZFCC_RGB32},
+        {"streams.stream.1.tags.alpha_mode=\"1\"\nstreams.stream.1.width=1919\n", "bgra", eZFCC_ARGB32},
+    };
+    for (const auto& testCase : c_arrCases)
+    {
+        const VIDEO_PLAN plan = PlanOf(testCase.pszLines);
+        EXPECT_EQ(plan.strPixels, testCase.pszPixels) << testCase.pszLines;
+        EXPECT_EQ(plan.stream.vidProps.fccType, testCase.fccType) << testCase.pszLines;
+    }
+    const VIDEO_PLAN plan = PlanOf("streams.stream.1.color_space=\"bt2020nc\"\nstreams.stream.1.color_range=\"pc\"\n"
+                                   "streams.stream.1.field_order=\"tb\"\n");
+    EXPECT_EQ(plan.stream.yuv.nMatrix, 1 + eZYM_2020);
+    EXPECT_TRUE(plan.stream.yuv.bFull);
+    EXPECT_EQ(plan.stream.vidProps.eInterlace, eZI_BottomFirst) << "the bottom field is shown first";
+}
+
+TEST(VideoPlan, TurnedClipsStandUpright)
+{
+    const VIDEO_PLAN plan =
+        PlanOf("streams.stream.1.side_data_list.side_data.1.rotation=-90\n"
+               "streams.stream.1.sample_aspect_ratio=\"4:3\"\nstreams.stream.1.field_order=\"tt\"\n");
+    EXPECT_EQ(plan.stream.vidProps.nWidth, 1080);
+    EXPECT_EQ(plan.stream.vidProps.nHeight, 1920);
+    EXPECT_EQ(plan.stream.nPixelX, 3);
+    EXPECT_EQ(plan.stream.vidProps.eInterlace, eZI_Progressive);
+}
+
+TEST(VideoPlan, RatesAndWhetherFramesKeepThem)
+{
+    constexpr struct
+    {
+        const char* pszLines;
+        int64_t nNum;
+        int64_t nDen;
+        bool bIrregular;
+        int64_t nFrames;
+    } c_arrCases[] = {
+        {"", 25, 1, false, 100},
+        {"streams.stream.1.r_frame_rate=\"30000/1001\"\nstreams.stream.1.avg_frame_rate=\"2997/100\"\n", 30000, 1001,
+         false, 100},
+        {"streams.stream.1.r_frame_rate=\"50/1\"\n", 25, 1, false, 100},
+        {"streams.stream.1.r_frame_rate=\"30/1\"\n", 30, 1, true, 120},
+        {"streams.stream.1.r_frame_rate=\"1000/1\"\nstreams.stream.1.avg_frame_rate=\"293/10\"\n", 30000, 1001, true,
+         120},
+        {"streams.stream.1.r_frame_rate=\"0/0\"\nstreams.stream.1.nb_frames=\"N/A\"\n", 0, 1, false, -1},
+    };
+    for (const auto& testCase : c_arrCases)
+    {
+        SCOPED_TRACE(testCase.pszLines);
+        const VIDEO_PLAN plan = PlanOf(testCase.pszLines);
+        EXPECT_EQ(plan.stream.nRateNum, testCase.nNum);
+        EXPECT_EQ(plan.stream.nRateDen, testCase.nDen);
+        EXPECT_EQ(plan.bIrregular, testCase.bIrregular);
+        EXPECT_EQ(plan.stream.nFrames, testCase.nFrames);
+    }
+}
+
+} // namespace

@@ -354,6 +354,15 @@ class PageTest(unittest.TestCase):
         self.assertEqual(page.param("spill"), 89)
         self.assertEqual(page.run("return zk.faults"), [])
 
+    def test_another_machine_gets_smaller_pictures(self):
+        server = Server(folder, "--listen", "127.0.0.2")  # which the page takes for the address of a network
+        self.addCleanup(server.close)
+        page = Page(browser, server.address)
+        self.assertEqual(page.run("return zk.format.name"), "jpeg")
+        page.view("matte")
+        self.assertLess(max(page.pixel(BACKDROP)), 8)
+        self.assertGreater(min(page.pixel(JACKET)), 247)
+
     def test_two_pages_show_the_same(self):
         page = self.page
         first = page.browser.current_window_handle

@@ -62,6 +62,8 @@ function show({ job }) {
     byId("render-progress").hidden = !job;
     byId("render-cancel").hidden = !runs;
     byId("render-start").disabled = runs;
+    byId("render-start").classList.toggle("main", job?.state !== "done");
+    byId("render-close").classList.toggle("main", job?.state === "done");
     byId("job").hidden = !runs;
     if (!job) return;
     byId("render-bar").value = job.state === "done" ? 1 : job.frames ? job.frame / job.frames : 0;

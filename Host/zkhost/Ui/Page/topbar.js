@@ -7,8 +7,8 @@ import { showHelp } from "./help.js";
 import { current, stateTaken } from "./server.js";
 
 const GENERATIONS = [
-    { generation: 2, words: "Unmix", help: "second generation: every pixel is taken apart into backdrop and foreground" },
-    { generation: 1, words: "Boxes", help: "first generation: boxes of colours; faster, for graphics and its own keys" },
+    { generation: 2, words: "Keyer 2", help: "second generation: every pixel is taken apart into backdrop and foreground" },
+    { generation: 1, words: "Keyer 1", help: "first generation: boxes of colours; faster, for graphics and its own keys" },
 ];
 
 export function undo() {

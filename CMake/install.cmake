@@ -12,16 +12,18 @@ else()
   set(z_pc_libs -ldl)
 endif()
 
-install(TARGETS zkhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS zkhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT keyer)
 # No import library: a host asks the loaded module for its entries.
-install(TARGETS ZChromaKey RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY Include/Interfaces Include/Sdk DESTINATION ${z_include}
+install(TARGETS ZChromaKey
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT keyer LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT keyer)
+install(DIRECTORY Include/Interfaces Include/Sdk DESTINATION ${z_include} COMPONENT dev
   FILES_MATCHING PATTERN "*.h" PATTERN "*.idl")
-install(FILES Include/Base/ZPtr.h Include/Base/ZUnknown.h DESTINATION ${z_include}/Base) # what Sdk includes
-install(DIRECTORY Docs/examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY Host/python/zchromakey DESTINATION lib/python3/dist-packages PATTERN __pycache__ EXCLUDE)
-install(FILES LICENSE Docs/HostGuide.md Docs/KeyingGuide.md Docs/Options.md Docs/keying.png
-  DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES Include/Base/ZPtr.h Include/Base/ZUnknown.h DESTINATION ${z_include}/Base COMPONENT dev) # what Sdk includes
+install(DIRECTORY Docs/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev)
+install(DIRECTORY Host/python/zchromakey DESTINATION lib/python3/dist-packages COMPONENT python
+  PATTERN __pycache__ EXCLUDE)
+install(FILES LICENSE CHANGELOG.md Docs/HostGuide.md Docs/KeyingGuide.md Docs/Options.md Docs/keying.png
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT keyer)
 
 # For find_package(ZChromaKey) and for pkg-config.
 configure_package_config_file(CMake/ZChromaKeyConfig.cmake.in ${CMAKE_BINARY_DIR}/package/ZChromaKeyConfig.cmake
@@ -29,8 +31,8 @@ configure_package_config_file(CMake/ZChromaKeyConfig.cmake.in ${CMAKE_BINARY_DIR
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/package/ZChromaKeyConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/package/ZChromaKeyConfig.cmake
-  ${CMAKE_BINARY_DIR}/package/ZChromaKeyConfigVersion.cmake DESTINATION ${z_package})
+  ${CMAKE_BINARY_DIR}/package/ZChromaKeyConfigVersion.cmake DESTINATION ${z_package} COMPONENT dev)
 file(RELATIVE_PATH z_up /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 string(REGEX REPLACE "/$" "" z_up ${z_up})
 configure_file(CMake/zchromakey.pc.in ${CMAKE_BINARY_DIR}/package/zchromakey.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/package/zchromakey.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${CMAKE_BINARY_DIR}/package/zchromakey.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)

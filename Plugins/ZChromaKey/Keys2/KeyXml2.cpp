@@ -15,6 +15,8 @@ constexpr const char* c_pszProtected = "protected";
 constexpr const char* c_pszParams = "params";
 constexpr const char* c_pszRegion = "region";
 constexpr const char* c_pszAutomatic = "automatic";
+constexpr const char* c_pszFormat = "format";
+constexpr int32_t c_nFormat = 1; // grows when a reader of before would take a document for something else
 
 /// A number of a record and the attribute that holds it.
 template <class Record> struct XML_NUMBER
@@ -155,6 +157,19 @@ bool GetRegions(const CXmlNode& _node, KEY2_REGIONS* _parrRegions, std::string* 
     return true;
 }
 
+/// Documents without a number are of the first format.
+bool CheckFormat(const CXmlNode& _node, std::string* _pstrReason)
+{
+    const std::string* const pstrFormat = _node.AttrFind(c_pszFormat);
+    int32_t nFormat = c_nFormat;
+    if (pstrFormat && (!PropText_ReadInt32(*pstrFormat, &nFormat) || nFormat < 1))
+        *_pstrReason = ZFormat("%hs=%hs is no number from 1 up", c_pszFormat, PropText_Quote(*pstrFormat));
+    else if (nFormat > c_nFormat)
+        *_pstrReason = ZFormat("it is of format %d and this version reads up to %d: take a newer version of the keyer",
+                               nFormat, c_nFormat);
+    return _pstrReason->empty();
+}
+
 /// A set whose unused keys have the ranges that a document need not name.
 CHROMA_KEY2_RAW Defaults()
 {
@@ -169,6 +184,7 @@ CHROMA_KEY2_RAW Defaults()
 void KeyXml2_Save(const KEY2_EDIT& _edit, CXmlNode& _node)
 {
     const CHROMA_KEY2_RAW& key = _edit.key;
+    _node.AttrSetInt(c_pszFormat, c_nFormat);
     _node.AttrSetBool(c_pszAutomatic, key.bAutomatic != 0);
     PutAll(c_pszKey, c_arrKeyNumbers, std::span(key.arrKeys, static_cast<size_t>(key.nKeysUsed)), _node);
     PutAll(c_pszProtected, c_arrProtectedNumbers, std::span(key.arrProtected, static_cast<size_t>(key.nProtectedUsed)),
@@ -181,7 +197,9 @@ bool KeyXml2_Load(const CXmlNode& _node, KEY2_EDIT* _pEdit, std::string* _pstrRe
 {
     KEY2_EDIT edit = {Defaults(), {}};
     CHROMA_KEY2_RAW& key = edit.key;
-    if (!GetAll(_node, c_pszKey, c_arrKeyNumbers, key.arrKeys, &key.nKeysUsed, _pstrReason) ||
+    _pstrReason->clear();
+    if (!CheckFormat(_node, _pstrReason) ||
+        !GetAll(_node, c_pszKey, c_arrKeyNumbers, key.arrKeys, &key.nKeysUsed, _pstrReason) ||
         !GetAll(_node, c_pszProtected, c_arrProtectedNumbers, key.arrProtected, &key.nProtectedUsed, _pstrReason) ||
         !GetParams(_node, &key.params, _pstrReason) || !GetRegions(_node, &edit.arrRegions, _pstrReason))
         return false;

@@ -14,6 +14,6 @@ class CXmlNode;
 void KeyXml2_Save(const KEY2_EDIT& _edit, CXmlNode& _node);
 
 /// Reads a key set from a node: what it does not name has its default. False, and a reason that names the element, when
-/// a number cannot be read or is outside its range, a key has no hue, or a region comes twice; *_pEdit has not been
-/// changed then.
+/// it is of a later format than this version knows, a number cannot be read or is outside its range, a key has no hue,
+/// or a region comes twice; *_pEdit has not been changed then.
 bool KeyXml2_Load(const CXmlNode& _node, KEY2_EDIT* _pEdit, std::string* _pstrReason);

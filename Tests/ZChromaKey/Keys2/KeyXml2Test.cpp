@@ -104,11 +104,15 @@ TEST(KeyXml2, WhatIsWrongIsRefusedWithItsElement)
         {"<region name='garbage' polygon='0,0 1,0 1,1'/>", "element \"region\" 1: a polygon in a picture of 0 x 0"},
         {"<region name='garbage' width='4' height='4' polygon='0,0 1,0'/>", "element \"region\" 1: character 8: "},
         {strRegion + strRegion, "element \"region\" 2: there is one of its name"},
+        {"<x format='2'><key green='200'/></x>", "it is of format 2 and this version reads up to 1: take a newer"},
+        {"<x format='next'/>", "format=\"next\" is no number from 1 up"},
+        {"<x format='0'/>", "format=\"0\" is no number from 1 up"},
     };
     for (const auto& [strContent, pszReason] : arrCases)
     {
         KEY2_EDIT edit = Distinct();
-        const std::string strReason = Load("<x>" + strContent + "</x>", &edit);
+        const bool bWhole = strContent.find("<x") == 0;
+        const std::string strReason = Load(bWhole ? strContent : "<x>" + strContent + "</x>", &edit);
         EXPECT_EQ(strReason.find(pszReason), 0u) << strReason;
         const KEY2_EDIT editBefore = Distinct();
         EXPECT_TRUE(SameBytes(edit.key, editBefore.key)) << "nothing has changed";

@@ -1,0 +1,52 @@
+# Debian packages of what install() lists, one for each component; "./zk package" makes them.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME zchromakey)
+set(CPACK_PACKAGE_VENDOR ZChromaKey)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_CONTACT "ZChromaKey <dev@zchromakey.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS # whatever the umask of who makes them
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_COMPONENTS_GROUPING IGNORE)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON) # what it links, with the versions that it needs
+
+# z_deb(COMPONENT PACKAGE "what it is" [DEPENDS ...] [RECOMMENDS ...] [COPYRIGHT file] [ALL]): ALL is for every
+# architecture.
+macro(z_deb component package summary)
+  cmake_parse_arguments(ARG "ALL" "DEPENDS;RECOMMENDS;COPYRIGHT" "" ${ARGN})
+  string(TOUPPER ${component} Z_NAME)
+  list(APPEND CPACK_COMPONENTS_ALL ${component})
+  set(CPACK_DEBIAN_${Z_NAME}_PACKAGE_NAME ${package})
+  set(CPACK_COMPONENT_${Z_NAME}_DESCRIPTION "${summary}")
+  set(CPACK_DEBIAN_${Z_NAME}_PACKAGE_DEPENDS "${ARG_DEPENDS}")
+  set(CPACK_DEBIAN_${Z_NAME}_PACKAGE_RECOMMENDS "${ARG_RECOMMENDS}")
+  if(NOT ARG_COPYRIGHT)
+    set(ARG_COPYRIGHT LICENSE)
+  endif()
+  install(FILES ${ARG_COPYRIGHT} DESTINATION share/doc/${package} RENAME copyright COMPONENT ${component})
+  if(ARG_ALL)
+    set(CPACK_DEBIAN_${Z_NAME}_PACKAGE_ARCHITECTURE all)
+  endif()
+endmacro()
+
+set(z_same "zchromakey (= ${PROJECT_VERSION})")
+z_deb(keyer zchromakey "Real-time chroma keyer: the module, and zkhost for the command line" RECOMMENDS ffmpeg)
+z_deb(dev zchromakey-dev "Real-time chroma keyer: what programs are built with" DEPENDS "${z_same}")
+z_deb(frei0r frei0r-zchromakey "Chroma keyer for FFmpeg, melt and others that take frei0r filters" DEPENDS "${z_same}")
+z_deb(python python3-zchromakey "Chroma keyer for numpy arrays" ALL DEPENDS "python3-numpy, zchromakey (>= ${PROJECT_VERSION})")
+z_deb(openfx openfx-zchromakey "Chroma keyer for editors and compositors that take OpenFX effects")
+if(TARGET gstzchromakey)
+  z_deb(gstreamer gstreamer1.0-zchromakey "Chroma keyer as an element of GStreamer" DEPENDS "${z_same}")
+endif()
+if(TARGET obs-zchromakey)
+  # Built with headers of OBS Studio, which are under the GPL: so is this package.
+  z_deb(obs obs-zchromakey "Chroma keyer as a filter of OBS Studio" DEPENDS "${z_same}" RECOMMENDS obs-studio
+    COPYRIGHT CMake/obs-copyright.txt)
+endif()
+include(CPack)

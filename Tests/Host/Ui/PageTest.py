@@ -38,10 +38,15 @@ def is_grey(colour):
 
 class PageTest(unittest.TestCase):
     def setUp(self):
-        browser.get_log("browser")  # those of the test before
         self.server = Server(folder)
         self.addCleanup(self.server.close)
+        self.addCleanup(self.leave)
         self.page = Page(browser, self.server.address)
+
+    def leave(self):
+        """So that no page asks for what is not there any more, and the next test finds an empty log."""
+        browser.get("about:blank")
+        browser.get_log("browser")
 
     def test_opens_with_the_picture_keyed(self):
         page = self.page

@@ -12,22 +12,10 @@
 namespace
 {
 
-/// The source at the first frame of the plan.
-std::unique_ptr<CZFrameSource> OpenAt(const RENDER_PLAN& _plan, const std::function<void(int64_t)>& _fnStep)
-{
-    auto upSource = Stream_Open(_plan.strInput, _plan.strRawSpec);
-    for (int64_t n = 0; n < _plan.nIn; ++n)
-    {
-        _fnStep(0);
-        if (!upSource->Next())
-            throw CZHostError(ZFormat("%s ends before frame %d, where the piece begins", _plan.strInput, _plan.nIn));
-    }
-    return upSource;
-}
-
-void KeyerSet(const RENDER_PLAN& _plan, CZKeyer& _keyer)
+void KeyerSet(const RENDER_PLAN& _plan, const STREAM& _stream, CZKeyer& _keyer)
 {
     _keyer.LoadDocument(_plan.strDocument);
+    Stream_Tell(_stream, _keyer);
     for (const auto& [strName, strValue] : _plan.vecOptions)
         _keyer.OptionSet(strName, strValue);
     _keyer.OptionNeed(c_szOptionARGB, "true");
@@ -37,14 +25,14 @@ void KeyerSet(const RENDER_PLAN& _plan, CZKeyer& _keyer)
 
 void UiRender_Run(const RENDER_PLAN& _plan, const std::function<void(int64_t _nDone)>& _fnStep)
 {
-    const auto upSource = OpenAt(_plan, _fnStep);
+    const auto upSource = Stream_OpenAt(_plan.strInput, _plan.strRawSpec, _plan.nIn);
     CZOutFiles files;
     files.Protect(_plan.strInput);
     const bool bRaw = NamePattern_Extension(_plan.strOutput) == "raw";
     const auto upWriter =
         PictureWriter_Open(_plan.strOutput, upSource->Stream(), bRaw ? eZFCC_ARGB32 : c_fccI444, files);
     CZKeyer keyer(CZModule::Own(), _plan.nGeneration == 1 ? CLSID_ZChromaKey : CLSID_ZChromaKey2);
-    KeyerSet(_plan, keyer);
+    KeyerSet(_plan, upSource->Stream(), keyer);
     int64_t nDone = 0;
     keyer.OnWait([&] { _fnStep(nDone); });
     KEYED keyed;

@@ -16,6 +16,8 @@ namespace
 {
 
 constexpr std::chrono::seconds c_timeWait{2};
+constexpr int64_t c_nBefore = 12; // frames that are decoded on the way back
+constexpr int64_t c_nFar = 48;    // frames after which a jump is quicker than reading on
 
 bool IsPipe(const std::string& _strPath)
 {
@@ -98,18 +100,41 @@ void CZClip::TakeLive(CZPtr<IZFFrame> _cpFrame, const std::string& _strReason)
     m_cvLive.notify_all();
 }
 
-/// The next frame; null at the end, or where the rest is damaged.
+/// The next frame, which is kept; null at the end, or where the rest is damaged.
 CZPtr<IZFFrame> CZClip::Decode()
 {
+    CZPtr<IZFFrame> cpFrame;
     try
     {
-        return m_upSource->Next();
+        cpFrame = m_upSource->Next();
     }
     catch (const CZHostError& error)
     {
         ZLog(eZLog_Warning, "the clip is taken to end before frame %d: %s\n", m_nNext, error.what());
-        return {};
     }
+    if (!cpFrame)
+        return {};
+    Keep(m_nNext++, cpFrame, true);
+    m_nSeen = std::max(m_nSeen, m_nNext);
+    return cpFrame;
+}
+
+void CZClip::OpenAt(int64_t _nFrame)
+{
+    m_upSource = Stream_OpenAt(m_strInput, m_strRawSpec, _nFrame);
+    m_nNext = _nFrame;
+}
+
+/// There is no next frame: counts those that there are, where a jump has gone past them.
+void CZClip::FindEnd()
+{
+    if (m_nNext > m_nSeen)
+    {
+        OpenAt(m_nSeen);
+        while (Decode())
+            ;
+    }
+    End(m_nNext);
 }
 
 CLIP_FRAME CZClip::LiveFrame(int64_t _nFrame, bool _bWait)
@@ -133,20 +158,19 @@ CLIP_FRAME CZClip::Frame(int64_t _nFrame, bool _bWait)
         return {_nFrame, {}, true};
     if (CZPtr<IZFFrame> cpFrame = Find(_nFrame))
         return {_nFrame, std::move(cpFrame)};
-    if (_nFrame < m_nNext)
-    {
-        m_upSource = Stream_Open(m_strInput, m_strRawSpec);
-        m_nNext = 0;
-    }
+    if (_nFrame < m_nNext) // what is before it may be asked for next
+        OpenAt(std::max<int64_t>(_nFrame - c_nBefore, 0));
+    else if (_nFrame > m_nNext + c_nFar)
+        OpenAt(_nFrame);
+    CZPtr<IZFFrame> cpFrame;
     while (m_nNext <= _nFrame)
     {
-        CZPtr<IZFFrame> cpFrame = Decode();
+        cpFrame = Decode();
         if (!cpFrame)
         {
-            End(m_nNext);
+            FindEnd();
             return {_nFrame, {}, true};
         }
-        Keep(m_nNext++, std::move(cpFrame), true);
     }
-    return {_nFrame, m_listKept.front().cpFrame};
+    return {_nFrame, std::move(cpFrame)};
 }

@@ -68,6 +68,8 @@ private:
 
     CLIP_FRAME LiveFrame(int64_t _nFrame, bool _bWait);
     CZPtr<IZFFrame> Decode();
+    void OpenAt(int64_t _nFrame);
+    void FindEnd();
     CZPtr<IZFFrame> Find(int64_t _nFrame);
     void Keep(int64_t _nFrame, CZPtr<IZFFrame> _cpFrame, bool _bAsked);
     void TakeLive(CZPtr<IZFFrame> _cpFrame, const std::string& _strReason);
@@ -85,6 +87,7 @@ private:
     std::condition_variable m_cvLive;
     std::unique_ptr<CZFrameSource> m_upSource;
     int64_t m_nNext = 0;        ///< the number of the frame that the source gives next
+    int64_t m_nSeen = 0;        ///< frames that are known to be there
     std::list<KEPT> m_listKept; ///< the one that was asked for last in front
     int64_t m_cbKept = 0;
     bool m_bStop = false;

@@ -47,8 +47,9 @@ std::string ValueText(const ZTABLE_ROW& _row, double _dblValue)
 
 } // namespace
 
-CZEditor::CZEditor(int _nGeneration, EDITOR_OPTIONS _vecOptions)
+CZEditor::CZEditor(int _nGeneration, const STREAM& _stream, EDITOR_OPTIONS _vecOptions)
     : m_nGeneration(_nGeneration)
+    , m_stream(_stream)
     , m_vecOptions(std::move(_vecOptions))
     , m_keyer(CZModule::Own(), _nGeneration == 1 ? CLSID_ZChromaKey : CLSID_ZChromaKey2)
     , m_vecRows(RowsOf(_nGeneration))
@@ -59,6 +60,7 @@ CZEditor::CZEditor(int _nGeneration, EDITOR_OPTIONS _vecOptions)
 
 void CZEditor::OptionsSet()
 {
+    Stream_Tell(m_stream, m_keyer);
     for (const auto& [strName, strValue] : m_vecOptions)
         m_keyer.OptionSet(strName, strValue);
     m_keyer.OptionNeed(c_szOptionARGB, "true");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "zkhost/Files/Stream.h"
 #include "zkhost/Ui/Presets.h"
 #include "zkhost/Ui/StepNames.h"
 
@@ -36,8 +37,8 @@ using EDITOR_OPTIONS = std::vector<std::pair<std::string, std::string>>;
 class CZEditor
 {
 public:
-    /// _nGeneration: 1 or 2.
-    CZEditor(int _nGeneration, EDITOR_OPTIONS _vecOptions);
+    /// _nGeneration: 1 or 2. _stream: how the frames are coded. _vecOptions: what a person has set.
+    CZEditor(int _nGeneration, const STREAM& _stream, EDITOR_OPTIONS _vecOptions);
 
     int Generation() const
     {
@@ -114,6 +115,7 @@ private:
     size_t ParamRow(const std::string& _strName) const;
 
     int m_nGeneration;
+    STREAM m_stream;
     EDITOR_OPTIONS m_vecOptions;
     CZKeyer m_keyer;
     std::vector<ZTABLE_ROW> m_vecRows;

@@ -50,7 +50,7 @@ std::vector<COVER> Covers(int _nFrom, int _nTo)
     return vecCovers;
 }
 
-CImgRowReader ReaderOf(IZFFrame* _pFrame)
+CImgRowReader ReaderOf(IZFFrame* _pFrame, const Z_YUV_FORM& _yuv)
 {
     ZF_VID_PROPS vidProps = {};
     ZF_VID_PTR vidPtr = {};
@@ -59,7 +59,7 @@ CImgRowReader ReaderOf(IZFFrame* _pFrame)
     if (SUCCEEDED(hr))
         hr = _pFrame->VideoPtrGet(eZFP_Flip, &vidPtr);
     if (SUCCEEDED(hr))
-        hr = reader.Init(vidProps, vidPtr);
+        hr = reader.Init(vidProps, vidPtr, Img_MatrixOf(vidProps, _yuv));
     if (FAILED(hr))
         throw CZHostError(ZFormat("a frame could not be read (hr=%08X)", hr));
     return reader;
@@ -71,8 +71,8 @@ class CZViewRows
 public:
     CZViewRows(IZFFrame* _pSource, IZFFrame* _pResult, const VIEW_WISH& _wish)
         : m_wish(_wish)
-        , m_source(ReaderOf(_pSource))
-        , m_result(ReaderOf(_pResult))
+        , m_source(ReaderOf(_pSource, _wish.yuv))
+        , m_result(ReaderOf(_pResult, {}))
         , m_vecRow(static_cast<size_t>(m_result.Width()) * 4)
         , m_vecBehind(m_vecRow.size())
         , m_nSquare(std::max(1, static_cast<int>(std::lround(12.0 * _wish.rect.nWidth / _wish.nWidth))))

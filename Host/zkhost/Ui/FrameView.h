@@ -2,6 +2,7 @@
 
 #include "zkhost/Files/Picture.h"
 
+#include "Base/ZMatrix.h"
 #include "Interfaces/IZFFrame.h"
 
 #include <cstdint>
@@ -36,6 +37,7 @@ struct VIEW_WISH
     eShowOver eOver = eShowOver::Checker;
     uint32_t nRGB = 0;                    ///< for eShowOver::Color
     const PICTURE* pBackground = nullptr; ///< for eShowOver::Picture; as large as the frame, borrowed
+    Z_YUV_FORM yuv = {};                  ///< how the source is coded
     double dblWipe = 0;                   ///< left of this share of what comes out: the source
 };
 

@@ -18,6 +18,7 @@ constexpr int c_nHeadMs = 10'000;  // a request that was begun has to be complet
 constexpr int c_nBodyMs = 30'000;  // and its body
 constexpr int c_nWriteMs = 30'000; // the other side takes an answer
 constexpr int c_nDrainMs = 500;    // a refused request is read on, so that its sender sees the answer
+constexpr int c_nFullMs = 5;
 constexpr size_t c_cbDrain = size_t{4} << 20;
 
 using BUFFER_BYTES = std::array<char, 65536>;
@@ -56,9 +57,10 @@ void CZHttpServer::Run(int _nMs)
     const auto timeEnd = CLOCK::now() + std::chrono::milliseconds(_nMs);
     do
     {
-        CZSocket socket = m_socket.Accept(_nMs);
         RemoveEnded();
-        if (socket)
+        if (Connections() >= 2 * c_nMaxConnections) // all of them are busy: others wait in the system's queue
+            std::this_thread::sleep_for(std::chrono::milliseconds(c_nFullMs));
+        else if (CZSocket socket = m_socket.Accept(_nMs))
             Add(std::move(socket));
     } while (CLOCK::now() < timeEnd);
 }
@@ -77,10 +79,12 @@ void CZHttpServer::DropLongestWaiting()
 {
     CONNECTION* pLongest = nullptr;
     for (CONNECTION& connection : m_listConnections)
-        if (connection.bWaits && (!pLongest || connection.nSince < pLongest->nSince))
+        if (connection.bWaits && !connection.bDropped && (!pLongest || connection.nSince < pLongest->nSince))
             pLongest = &connection;
-    if (pLongest)
-        pLongest->socket.ShutDown(); // its thread ends, and the next round of Run removes it
+    if (!pLongest)
+        return;
+    pLongest->bDropped = true;
+    pLongest->socket.EndReading(); // its thread ends, and a later round of Run removes it
 }
 
 void CZHttpServer::Add(CZSocket _socket)
@@ -88,8 +92,6 @@ void CZHttpServer::Add(CZSocket _socket)
     const std::lock_guard lock(m_mtxConnections);
     if (m_listConnections.size() >= c_nMaxConnections)
         DropLongestWaiting();
-    if (m_listConnections.size() >= 2 * c_nMaxConnections)
-        return; // all of them are busy: this one is closed
     CONNECTION& connection = m_listConnections.emplace_back();
     connection.socket = std::move(_socket);
     Wait(connection, true);

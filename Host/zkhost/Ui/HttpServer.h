@@ -57,6 +57,7 @@ private:
         std::thread thread;
         std::atomic<bool> bEnded{false};
         std::atomic<bool> bWaits{true}; ///< for bytes of a request
+        bool bDropped = false;          ///< another one takes its place
         std::atomic<CLOCK::rep> nSince{0};
     };
 

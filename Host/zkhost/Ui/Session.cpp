@@ -30,14 +30,14 @@ int64_t BytesKept(const std::string& _strInput)
 }
 
 /// A pixel of a frame as B, G, R, A. The last one where the place lies outside.
-std::array<uint8_t, 4> PixelOf(IZFFrame* _pFrame, int _nX, int _nY)
+std::array<uint8_t, 4> PixelOf(IZFFrame* _pFrame, const Z_YUV_FORM& _yuv, int _nX, int _nY)
 {
     ZF_VID_PROPS vidProps = {};
     ZF_VID_PTR vidPtr = {};
     CImgRowReader reader;
     Result_Check(_pFrame->VideoPropsGet(&vidProps), "looking at a frame");
     Result_Check(_pFrame->VideoPtrGet(eZFP_Flip, &vidPtr), "looking at a frame");
-    Result_Check(reader.Init(vidProps, vidPtr), "reading a frame");
+    Result_Check(reader.Init(vidProps, vidPtr, Img_MatrixOf(vidProps, _yuv)), "reading a frame");
     std::vector<uint8_t> vecRow(static_cast<size_t>(reader.Width()) * 4);
     const uint8_t* const pRow = reader.Row(std::clamp(_nY, 0, reader.Height() - 1), vecRow.data());
     std::array<uint8_t, 4> arrPixel = {};
@@ -51,9 +51,10 @@ std::array<int, 3> ColorOfPixel(const std::array<uint8_t, 4>& _arrPixel)
 }
 
 /// Fills in what a page has left open.
-VIEW_WISH ViewOf(const FRAME_WISH& _wish, IZFFrame* _pResult, const PICTURE* _pBackground)
+VIEW_WISH ViewOf(const FRAME_WISH& _wish, const STREAM& _stream, IZFFrame* _pResult, const PICTURE* _pBackground)
 {
     VIEW_WISH view = _wish.view;
+    view.yuv = _stream.yuv;
     ZF_VID_PROPS vidProps = {};
     Result_Check(_pResult->VideoPropsGet(&vidProps), "looking at a result");
     const int nHeight = std::abs(vidProps.nHeight);
@@ -124,7 +125,7 @@ std::shared_ptr<CZEditor>& CZSession::EditorOf(char _chSlot, int _nGeneration)
 {
     std::shared_ptr<CZEditor>& spEditor = m_mapEditors[{_chSlot, _nGeneration}];
     if (!spEditor)
-        spEditor = std::make_shared<CZEditor>(_nGeneration, m_options.vecOptions);
+        spEditor = std::make_shared<CZEditor>(_nGeneration, m_clip.Stream(), m_options.vecOptions);
     return spEditor;
 }
 
@@ -163,7 +164,7 @@ eFrameFault CZSession::Frame(const FRAME_WISH& _wish, FRAME_SHOWN& _shown)
         preview = m_preview.Key(
             {spEditor.get(), _shown.nRevision, frame.nFrame, frame.cpFrame.Get(), _wish.eShow, _wish.bPlay, bHold});
     }
-    const VIEW_WISH view = ViewOf(_wish, preview.cpResult.Get(), spBackground.get());
+    const VIEW_WISH view = ViewOf(_wish, m_clip.Stream(), preview.cpResult.Get(), spBackground.get());
     FrameView_Make(frame.cpFrame.Get(), preview.cpResult.Get(), view, _shown.strPixels);
     _shown.nFrame = frame.nFrame;
     _shown.nWidth = view.nWidth;
@@ -196,15 +197,15 @@ PROBE CZSession::Probe(IZFFrame* _pFrame, IZFFrame* _pResult, CZEditor& _editor,
 {
     PROBE probe;
     probe.nTaken = Taste(_pFrame, _nX, _nY); // refuses what is outside
-    probe.arrSource = ColorOfPixel(PixelOf(_pFrame, _nX, _nY));
-    const std::array<uint8_t, 4> arrResult = PixelOf(_pResult, _nX, _nY);
+    probe.arrSource = ColorOfPixel(PixelOf(_pFrame, m_clip.Stream().yuv, _nX, _nY));
+    const std::array<uint8_t, 4> arrResult = PixelOf(_pResult, {}, _nX, _nY);
     probe.arrResult = ColorOfPixel(arrResult);
     probe.nAlpha = arrResult[3];
     CZPtr<IZFFrame> cpPlate;
     if (_editor.Keyer().Key2() && _editor.Keyer().Key2()->PlateGet(cpPlate.Put()) == S_OK)
     {
         probe.bPlate = true;
-        probe.arrPlate = ColorOfPixel(PixelOf(cpPlate.Get(), _nX, _nY));
+        probe.arrPlate = ColorOfPixel(PixelOf(cpPlate.Get(), {}, _nX, _nY));
     }
     return probe;
 }

@@ -35,6 +35,7 @@ using BUFFER_SIZE = int;
 constexpr int c_nNoSignal = 0;
 constexpr int c_nEndWrite = SD_SEND;
 constexpr int c_nEndBoth = SD_BOTH;
+constexpr int c_nEndRead = SD_BOTH; // the end of reading alone would not wake who waits
 
 void Begin()
 {
@@ -84,6 +85,7 @@ using BUFFER_SIZE = size_t;
 constexpr int c_nNoSignal = MSG_NOSIGNAL;
 constexpr int c_nEndWrite = SHUT_WR;
 constexpr int c_nEndBoth = SHUT_RDWR;
+constexpr int c_nEndRead = SHUT_RD;
 
 void Begin()
 {
@@ -263,4 +265,9 @@ void CZSocket::EndWriting()
 void CZSocket::ShutDown()
 {
     shutdown(Native(m_nHandle), c_nEndBoth);
+}
+
+void CZSocket::EndReading()
+{
+    shutdown(Native(m_nHandle), c_nEndRead);
 }

@@ -5,7 +5,7 @@
 #include <string>
 
 /// A socket of TCP, where systems differ. Calls wait for at most the milliseconds they are given. One thread uses a
-/// socket at a time, but for ShutDown.
+/// socket at a time, but for ShutDown and EndReading.
 class CZSocket
 {
 public:
@@ -39,6 +39,8 @@ public:
     void EndWriting();
     /// Ends the connection from another thread: a Read that waits comes back.
     void ShutDown();
+    /// The same, but what has come already may still be read and answered, where the system has that.
+    void EndReading();
 
 private:
     using HANDLE_VALUE = intptr_t; // holds the handle of either system

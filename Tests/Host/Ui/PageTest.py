@@ -347,6 +347,7 @@ class PageTest(unittest.TestCase):
     def test_a_reload_in_the_middle_loses_nothing(self):
         page = self.page
         page.click_picture(BACKDROP)
+        page.view("matte")
         page.run("document.getElementById('play').click()")
         for value in range(60, 90):
             page.run("""const slider = document.getElementById("param-spill");
@@ -357,6 +358,7 @@ class PageTest(unittest.TestCase):
         page.settle()
         self.assertEqual(len(page.state["keys"]), 1)
         self.assertEqual(page.param("spill"), 89)
+        self.assertEqual(page.pixel(BACKDROP), [0, 0, 0])  # the matte still
         self.assertEqual(page.run("return zk.faults"), [])
 
     def test_another_machine_gets_smaller_pictures(self):

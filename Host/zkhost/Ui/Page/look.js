@@ -1,4 +1,5 @@
-// What is looked at: frame, view, background, wipe. The program does not keep it: each page looks its own way.
+// What is looked at: frame, view, background, wipe. The program does not keep it: each page looks its own way. The browser
+// does, for the time that the page is open, so that a reload shows the same again.
 
 import { Signal } from "./signal.js";
 
@@ -8,8 +9,18 @@ export const look = {
     over: "checker", // or "colour", "picture"
     colour: "#404040",
     wipe: false,
-    wipeAt: 0.5, // share of the screen's width, the source left of it
+    wipeAt: 0.5, // share of what is seen of the picture, the source left of it
 };
+
+const KEPT = "look";
+
+/** Takes up what the page looked at before it was loaded again; a picture behind the result is not kept. */
+function resume() {
+    const kept = JSON.parse(sessionStorage.getItem(KEPT) ?? "{}");
+    Object.assign(look, kept, kept.over === "picture" ? { over: "checker" } : {});
+}
+
+resume();
 
 /** Tells that something of it changed. */
 export const looked = new Signal();
@@ -28,5 +39,6 @@ export const VIEWS = [
 
 export function lookAt(changes) {
     Object.assign(look, changes);
+    sessionStorage.setItem(KEPT, JSON.stringify(look));
     looked.tell(changes);
 }

@@ -121,7 +121,7 @@ function onEnded() {
     known = Math.max(1, Math.min(known, look.frame));
     const { first, last } = range();
     if (player.playing && look.frame > first) atEnd(first);
-    else lookAt({ frame: Math.min(look.frame, last) });
+    else if (look.frame > last) showNext(last, false); // of another clip, before the page was loaded again
 }
 
 export function startPlayer() {

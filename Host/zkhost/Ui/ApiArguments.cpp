@@ -49,7 +49,9 @@ void ReadView(const HTTP_REQUEST& _request, FRAME_WISH& _wish)
     const std::string* const pView = _request.Query("view");
     const std::string_view svView = pView ? std::string_view(*pView) : c_arrViews[eView_Result];
     const auto* const pFound = std::ranges::find(c_arrViews, svView);
-    if (svView == "colour" || svView == c_arrViews[eView_Matte]) // of the result, which need not be keyed again
+    if (svView == c_arrViews[eView_Source])
+        _wish.view.dblWipe = 1;
+    else if (svView == "colour" || svView == c_arrViews[eView_Matte]) // of the result, which need not be keyed again
         _wish.view.eOver = svView == "colour" ? eShowOver::Nothing : eShowOver::Alpha;
     else if (svView == c_arrViews[eView_Result])
         ReadOver(_request, _wish.view);

@@ -56,6 +56,8 @@ const PREVIEW& CZPreview::Key(const PREVIEW_WISH& _wish)
     m_preview = {};
     if (keyer.Key2())
         Result_Check(keyer.Key2()->ViewSet(_wish.eShow), "setting the view");
+    else if (_wish.eShow != eView_Result)
+        throw CZHostError("the first generation has no such view; look at the result, the matte or the source");
     if (!bNext)
         keyer.Flush();
     CZPtr<IZFFrame> cpResult = keyer.Push(_wish.pFrame);

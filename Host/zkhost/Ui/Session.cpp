@@ -21,8 +21,9 @@
 namespace
 {
 
-constexpr int64_t c_cbKept = int64_t{1} << 30;     // decoded frames of a clip
-constexpr int64_t c_cbLiveKept = int64_t{1} << 28; // of a live one: nobody goes back in it
+constexpr int64_t c_nMostPixels = int64_t{1} << 24; // of a view
+constexpr int64_t c_cbKept = int64_t{1} << 30;      // decoded frames of a clip
+constexpr int64_t c_cbLiveKept = int64_t{1} << 28;  // of a live one: nobody goes back in it
 
 int64_t BytesKept(const std::string& _strInput)
 {
@@ -65,6 +66,9 @@ VIEW_WISH ViewOf(const FRAME_WISH& _wish, const STREAM& _stream, IZFFrame* _pRes
         view.nWidth = view.rect.nWidth;
         view.nHeight = view.rect.nHeight;
     }
+    if (int64_t{view.nWidth} * view.nHeight > c_nMostPixels)
+        throw CZHostError(
+            ZFormat("a view of %d x %d is too large; ask for less with ow and oh", view.nWidth, view.nHeight));
     if (_pBackground && _pBackground->nWidth == vidProps.nWidth && _pBackground->nHeight == nHeight)
         view.pBackground = _pBackground;
     return view;

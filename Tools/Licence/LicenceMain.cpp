@@ -145,9 +145,7 @@ void AddText(CLI::App& _app, ARGUMENTS& _arguments)
     command.callback([&] { TextPrint(_arguments.strDocument); });
 }
 
-} // namespace
-
-int main(int _nArgs, char** _ppszArgs)
+int Run(int _nArgs, char** _ppszArgs)
 {
     ARGUMENTS arguments;
     CLI::App app("Makes keys and signs licences, for tests and developers.", "zklicence");
@@ -163,6 +161,16 @@ int main(int _nArgs, char** _ppszArgs)
     catch (const CLI::ParseError& error)
     {
         return app.exit(error);
+    }
+}
+
+} // namespace
+
+int main(int _nArgs, char** _ppszArgs)
+{
+    try
+    {
+        return Run(_nArgs, _ppszArgs);
     }
     catch (const std::exception& error)
     {

@@ -19,7 +19,10 @@ LSTATUS TextRead(HKEY _hRoot, const wchar_t* _pwszKey, const wchar_t* _pwszValue
     const LSTATUS nStatus =
         RegGetValueW(_hRoot, _pwszKey, _pwszValue, RRF_RT_REG_SZ, nullptr, wstrText.data(), &cbText);
     if (nStatus == ERROR_SUCCESS)
-        *_pstrText = ZText_FromWide(wstrText.c_str());
+    {
+        wstrText.resize(wcsnlen(wstrText.data(), wstrText.size())); // stored with its end, or without
+        *_pstrText = ZText_FromWide(wstrText);
+    }
     return nStatus;
 }
 

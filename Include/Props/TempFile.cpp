@@ -116,6 +116,11 @@ bool CTempFile::Commit()
     return true;
 }
 
+std::string CTempFile::Target() const
+{
+    return TextOf(IsInPlace() ? m_pathFinal : m_pathTemporary);
+}
+
 bool CTempFile::Fail(std::string _strReason)
 {
     m_strReason = std::move(_strReason);

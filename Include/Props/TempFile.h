@@ -47,6 +47,8 @@ public:
     {
         return m_pathTemporary.empty();
     }
+    /// Where the bytes lie until Commit, for a program that goes on writing there after Close.
+    std::string Target() const;
     const std::string& Reason() const
     {
         return m_strReason;

@@ -358,4 +358,38 @@ TEST(OutFile, LeavesLinksPipesAndFoldersInPlace)
 }
 #endif
 
+TEST(Stream, OpensAtAnyFrame)
+{
+    const CTempFolder folder;
+    const std::string strGrey = "RGB8:8x8";
+    std::string strRaw, strY4m = "YUV4MPEG2 W8 H8 F25:1 Cmono\n";
+    for (const char ch : {'\x20', '\x40', '\x60'})
+    {
+        PICTURE picture;
+        picture.Resize(8, 8, 1);
+        std::ranges::fill(picture.vecPixels, static_cast<uint8_t>(ch));
+        WritePng(folder, ZFormat("p%d.png", 3 + ch / 0x20).c_str(), picture);
+        strRaw.append(64, ch);
+        strY4m += "FRAME\n" + std::string(64, ch);
+    }
+    const std::pair<std::string, std::string> arrInputs[] = {
+        {folder.Path("p%d.png"), ""}, {folder.Write("a.raw", strRaw), strGrey}, {folder.Write("a.y4m", strY4m), ""}};
+    for (const auto& [strPath, strSpec] : arrInputs)
+    {
+        const auto upWhole = Stream_Open(strPath, strSpec);
+        for (int nFirst = 0; nFirst < 5; ++nFirst)
+        {
+            const auto upSource = Stream_OpenAt(strPath, strSpec, nFirst);
+            const auto cpFrame = upSource->Next(), cpWanted = upWhole->Next();
+            ASSERT_EQ(static_cast<bool>(cpFrame), nFirst < 3) << strPath << nFirst;
+            PICTURE picture, wanted;
+            if (cpFrame)
+                Picture_FromFrame(cpFrame.Get(), picture);
+            if (cpWanted)
+                Picture_FromFrame(cpWanted.Get(), wanted);
+            EXPECT_TRUE(picture.vecPixels == wanted.vecPixels) << strPath << nFirst;
+        }
+    }
+}
+
 } // namespace

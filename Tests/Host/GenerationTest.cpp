@@ -136,6 +136,41 @@ TEST_F(CGenerationTest, AGivenPlateIsSearchedAndKeyedWith)
     EXPECT_EQ(Alpha(strKeyed, 10, 84), 0);
 }
 
+TEST_F(CGenerationTest, APieceIsThatPartOfTheWhole)
+{
+    constexpr size_t c_cbFrame = size_t{4} * c_nWidth * c_nHeight;
+    ASSERT_EQ(Run("sample --size 160x90 --frames 9 -q -o " + File("c.y4m")), 0) << m_strError;
+    ASSERT_EQ(Run("key " + File("c.y4m") + " -q --frames 1 --view plate -o " + File("plate.png")), 0) << m_strError;
+    const std::string strHeld = "--param learn=hold --plate " + File("plate.png");
+    const std::string strWhole = Keyed(strHeld);
+    ASSERT_EQ(strWhole.size(), 9 * c_cbFrame);
+    EXPECT_TRUE(Keyed(strHeld + " --first 4 --frames 3") == strWhole.substr(3 * c_cbFrame, 3 * c_cbFrame));
+    EXPECT_TRUE(Keyed(strHeld + " --first 9 --preroll 4") == strWhole.substr(8 * c_cbFrame));
+    // Without a plate it is what was learned before, which a preroll is for.
+    const std::string strLearned = Keyed("");
+    EXPECT_TRUE(Keyed("--first 6 --preroll 20") == strLearned.substr(5 * c_cbFrame));
+    EXPECT_FALSE(Keyed("--first 6") == strLearned.substr(5 * c_cbFrame));
+    ASSERT_EQ(Run("key " + File("c.y4m") + " -q --first 6 --frames 1 -o " + File("n_%03d.png")), 0) << m_strError;
+    EXPECT_FALSE(m_folder.Read("n_005.png").empty()) << "its number in the whole";
+    ExpectFailures(1, {{"key " + File("c.y4m") + " -o " + File("x.raw") + " --first 10", "has no frame 10"},
+                       {"key " + File("c.y4m") + " -o " + File("x.raw") + " --first 10 --preroll 3", "no frame 10"}});
+}
+
+TEST_F(CGenerationTest, SheetsShowAPartAndTimes)
+{
+    const auto fnSheet = [this](const std::string& _strArgs) {
+        EXPECT_EQ(Run("sheet " + File("c.y4m") + " -q -o " + File("s.png") + " " + _strArgs), 0) << m_strError;
+        return PictureFile_Read(m_folder.Path("s.png"));
+    };
+    const PICTURE wipe = fnSheet("--wipe --crop 0,0,160,20 --background " + Quoted("#204060"));
+    ASSERT_EQ(wipe.nHeight, 20);
+    EXPECT_GT(wipe.Row(5)[4 * 5 + 1], 100) << "the backdrop on the left";
+    EXPECT_NEAR(wipe.Row(5)[4 * 155], 0x60, 2) << "the background on the right";
+    EXPECT_EQ(fnSheet("--frames 2").nHeight, 2 * fnSheet("--frames 2 --crop 0,0,160,45").nHeight - 2 * 42);
+    ExpectFailures(2, {{"sheet " + File("c.y4m") + " -o " + File("t.png") + " --crop 0,0,161,9", "inside 160 x 90"},
+                       {"sheet " + File("c.y4m") + " -o " + File("t.png") + " --wipe --frames 2", "--wipe"}});
+}
+
 TEST_F(CGenerationTest, SheetsShowTheStatusAndCompare)
 {
     const std::string strSheet = "sheet " + File("c.y4m") + " -q -o " + File("s.png");

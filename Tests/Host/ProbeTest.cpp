@@ -1,5 +1,6 @@
 #include "Host/TempFolder.h"
 #include "zkhost/Files/VideoPlan.h"
+#include "zkhost/Files/VideoTimeCode.h"
 
 #include "Base/ZMatrix.h"
 
@@ -72,7 +73,7 @@ TEST(VideoPlan, PixelsComeAsTheyAreCodedWhereARecordKeepsThem)
         {"streams.stream.1.pix_fmt=\"yuv420p10le\"\nstreams.stream.1.height=1079\n", "bgra64le", eZFCC_ARGB64},
         {"streams.stream.1.pix_fmt=\"yuva444p\"\n", "bgra", eZFCC_ARGB32},
         {"streams.stream.1.pix_fmt=\"rgb565le\"\n", "bgr0", eZFCC_RGB32},
-        {"streams.stream.1.tags.alpha_mode=\"1\"\nstreams.stream.1.width=1919\n", "bgra", eZFCC_ARGB32},
+        {"streams.stream.1.tags.alpha_mode=\"1\"\n", "bgra", eZFCC_ARGB32},
     };
     for (const auto& testCase : c_arrCases)
     {
@@ -85,6 +86,10 @@ TEST(VideoPlan, PixelsComeAsTheyAreCodedWhereARecordKeepsThem)
     EXPECT_EQ(plan.stream.yuv.nMatrix, 1 + eZYM_2020);
     EXPECT_TRUE(plan.stream.yuv.bFull);
     EXPECT_EQ(plan.stream.vidProps.eInterlace, eZI_BottomFirst) << "the bottom field is shown first";
+    const std::string strFrame = "\n\nframes.frame.0.interlaced_frame=1\nframes.frame.0.top_field_first=1\n";
+    EXPECT_EQ(PlanOf(strFrame).stream.vidProps.eInterlace, eZI_TopFirst);
+    EXPECT_EQ(PlanOf("streams.stream.1.field_order=\"progressive\"\n" + strFrame).stream.vidProps.eInterlace,
+              eZI_Progressive);
 }
 
 TEST(VideoPlan, TurnedClipsStandUpright)
@@ -126,6 +131,19 @@ TEST(VideoPlan, RatesAndWhetherFramesKeepThem)
         EXPECT_EQ(plan.bIrregular, testCase.bIrregular);
         EXPECT_EQ(plan.stream.nFrames, testCase.nFrames);
     }
+}
+
+TEST(VideoTimeCode, CountsOnAsTheRateDoes)
+{
+    EXPECT_EQ(VideoTimeCode_Later("01:00:59:24", 1, 25, 1), "01:01:00:00");
+    EXPECT_EQ(VideoTimeCode_Later("23:59:59:24", 1, 25, 1), "00:00:00:00");
+    EXPECT_EQ(VideoTimeCode_Later("00:00:59;29", 1, 30000, 1001), "00:01:00;02") << "two numbers are dropped";
+    EXPECT_EQ(VideoTimeCode_Later("00:09:59;29", 1, 30000, 1001), "00:10:00;00") << "but not here";
+    EXPECT_EQ(VideoTimeCode_Later("00:00:00;00", 107892, 30000, 1001), "01:00:00;00") << "an hour";
+    EXPECT_EQ(VideoTimeCode_Later("10:03:59;59", 1, 60000, 1001), "10:04:00;04");
+    EXPECT_EQ(VideoTimeCode_Later("00:00:59:29", 1, 30000, 1001), "00:01:00:00") << "nothing is dropped";
+    for (const char* const pszBad : {"", "1:00:00:00", "01:00:00:0x", "01-00:00:00", "-1:00:00:00"})
+        EXPECT_EQ(VideoTimeCode_Later(pszBad, 1, 25, 1), "") << pszBad;
 }
 
 } // namespace

@@ -18,26 +18,43 @@ void KeyJob_Read(IZFFrame* _pResult, KEYED& _keyed)
     }
 }
 
-int64_t KeyJob_Run(CZFrameSource& _source, CZKeyer& _keyer, const CZKeyOptions& _options, int64_t _nMaxFrames,
-                   const std::function<void(KEYED&)>& _fnKeyed)
+namespace
+{
+
+[[noreturn]] void FailNoFrame(const CZKeyOptions& _options, const KEY_PIECE& _piece)
+{
+    if (_piece.nFirst == 1)
+        throw CZHostError(ZFormat("%s holds no frame", _options.Input()));
+    throw CZHostError(ZFormat("%s has no frame %d", _options.Input(), _piece.nFirst));
+}
+
+} // namespace
+
+void KeyJob_Run(CZFrameSource& _source, CZKeyer& _keyer, const CZKeyOptions& _options, const KEY_PIECE& _piece,
+                const std::function<void(KEYED&)>& _fnKeyed)
 {
     CZPtr<IZFFrame> cpFrame = _source.Next();
     if (!cpFrame)
-        throw CZHostError(ZFormat("%s holds no frame", _options.Input()));
+        FailNoFrame(_options, _piece);
     _keyer.OnWait(OutFile_CheckInterrupt);
     _options.ApplyKeys(_keyer, _source.Stream(), cpFrame.Get());
     KEYED keyed;
+    int64_t nLead = _piece.Lead();
     const auto fnResult = [&](IZFFrame* _pResult) {
+        if (nLead-- > 0)
+            return;
         KeyJob_Read(_pResult, keyed);
         _fnKeyed(keyed);
     };
+    const int64_t nLast = _piece.nFrames ? _piece.Lead() + _piece.nFrames : 0;
     int64_t nFrames = 0;
     while (cpFrame)
     {
         _keyer.Process(cpFrame.Get(), fnResult);
         ++nFrames;
-        cpFrame = nFrames == _nMaxFrames ? CZPtr<IZFFrame>() : _source.Next();
+        cpFrame = nFrames == nLast ? CZPtr<IZFFrame>() : _source.Next();
     }
     _keyer.Finish(fnResult);
-    return nFrames;
+    if (nFrames <= _piece.Lead())
+        FailNoFrame(_options, _piece);
 }

@@ -24,6 +24,8 @@ public:
 
     /// Adds --bits, for a command that writes what it has keyed.
     void AddBits(CLI::App& _command);
+    /// Results are to have 16 bits where pictures of this stream have more than 8, unless --bits says something.
+    void SuggestDeep(const STREAM& _stream);
     /// Results are to be laid over something: their alpha is straight, whatever the options say.
     void NeedStraight()
     {
@@ -130,7 +132,7 @@ private:
     std::string m_strType;
     std::vector<std::string> m_vecAdjusts;
 
-    int m_nBits = 8;
+    int m_nBits = 0; ///< 0: nothing was said
     bool m_bStraight = false;
     std::vector<std::string> m_vecParams;
     std::string m_strView;

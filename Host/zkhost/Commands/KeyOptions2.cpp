@@ -126,9 +126,20 @@ void CZKeyOptions::AddKeys2(CLI::App& _command)
 
 void CZKeyOptions::AddBits(CLI::App& _command)
 {
-    _command.add_option("--bits", m_nBits, "Bits of a channel in the output; 16 are of the second generation")
+    _command
+        .add_option("--bits", m_nBits,
+                    "Bits of a channel in the output; 16 are of the second generation. Unless given 8, but in\n"
+                    "*.mov and *.mkv 16 where the input has more than 8")
         ->type_name("8|16")
         ->check(CLI::IsMember({8, 16}));
+}
+
+void CZKeyOptions::SuggestDeep(const STREAM& _stream)
+{
+    constexpr uint32_t c_arrDeep[] = {eZFCC_P010, eZFCC_P210, eZFCC_v210, eZFCC_r210, eZFCC_ARGB64};
+    const bool bDeep = std::ranges::find(c_arrDeep, _stream.vidProps.fccType) != std::end(c_arrDeep);
+    if (bDeep && m_nBits == 0 && m_nKeyer == 2)
+        m_nBits = 16;
 }
 
 std::string CZKeyOptions::Only2() const

@@ -7,6 +7,26 @@
 #include <algorithm>
 #include <utility>
 
+namespace
+{
+
+std::string Bar(int64_t _nDone, int64_t _nAll)
+{
+    constexpr int64_t c_nLength = 24;
+    std::string strBar(static_cast<size_t>(c_nLength * _nDone / std::max<int64_t>(_nAll, 1)), '#');
+    return strBar.append(c_nLength - strBar.size(), '.');
+}
+
+/// "0:07", "1:02:03".
+std::string TimeText(double _dblSeconds)
+{
+    const auto nSeconds = static_cast<int64_t>(std::min(_dblSeconds, 1e9));
+    const std::string strHours = nSeconds < 3600 ? std::string() : ZFormat("%d:", nSeconds / 3600);
+    return ZFormat(strHours.empty() ? "%s%d:%02d" : "%s%02d:%02d", strHours, nSeconds / 60 % 60, nSeconds % 60);
+}
+
+} // namespace
+
 CZProgress::CZProgress(std::string _strVerb, int64_t _nFrames, bool _bQuiet)
     : m_strVerb(std::move(_strVerb))
     , m_nFrames(_nFrames)
@@ -41,12 +61,12 @@ void CZProgress::Step()
         return;
     m_timeShown = timeNow;
     const double dblRate = static_cast<double>(m_nDone) / Seconds();
-    std::string strLine = ZFormat("\r\x1b[K%s %d", m_strVerb, m_nDone);
-    if (m_nFrames > 0)
-        strLine += ZFormat(" of %d", m_nFrames);
-    strLine += ZFormat(" frames, %.1f frames/s", dblRate);
+    std::string strLine = ZFormat("\r\x1b[K%s ", m_strVerb);
     if (m_nFrames >= m_nDone)
-        strLine += ZFormat(", %.0f s left", static_cast<double>(m_nFrames - m_nDone) / dblRate);
+        strLine += ZFormat("[%s] %d of ", Bar(m_nDone, m_nFrames), m_nDone);
+    strLine += ZFormat("%d frames, %.1f frames/s", std::max(m_nFrames, m_nDone), dblRate);
+    if (m_nFrames >= m_nDone)
+        strLine += ZFormat(", %s left", TimeText(static_cast<double>(m_nFrames - m_nDone) / dblRate));
     std::fputs(strLine.c_str(), stderr);
     m_bLine = true;
 }

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-/// Progress on standard error: a line that is written over while the job runs, when standard error is a terminal, and
+/// Progress on standard error: a bar that is written over while the job runs, when standard error is a terminal, and
 /// a summary at its end.
 class CZProgress
 {

@@ -6,6 +6,7 @@
 
 #include "Base/ZLog.h"
 #include <cerrno>
+#include <utility>
 
 namespace
 {
@@ -41,8 +42,19 @@ void CZOutFile::Write(const void* _pBytes, size_t _cbBytes)
         Fail();
 }
 
+std::string CZOutFile::HandOver(std::function<void()> _fnFinish)
+{
+    Close();
+    if (IsInPlace() && g_strWrittenInPlace.empty())
+        g_strWrittenInPlace = m_strName;
+    m_fnFinish = std::move(_fnFinish);
+    return m_file.Target();
+}
+
 void CZOutFile::Close()
 {
+    if (m_fnFinish)
+        m_fnFinish();
     errno = 0;
     if (m_pStream ? std::fflush(m_pStream) != 0 : !m_file.Close())
         Fail();

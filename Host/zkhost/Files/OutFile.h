@@ -3,6 +3,7 @@
 #include "Props/TempFile.h"
 
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -21,6 +22,9 @@ public:
     {
         Write(_strText.data(), _strText.size());
     }
+    /// Lets another program write the file, whose name for now this answers. _fnFinish is called when the file is
+    /// closed: it waits until the program is done, or throws.
+    std::string HandOver(std::function<void()> _fnFinish);
     /// Flushes and closes; errors that show only now throw.
     void Close();
     /// Gives the closed file its final name.
@@ -35,8 +39,9 @@ private:
     [[noreturn]] void Fail() const;
 
     std::string m_strName;
-    CTempFile m_file;               ///< removes what was not committed
-    std::FILE* m_pStream = nullptr; ///< standard output, instead of a file
+    CTempFile m_file;                 ///< removes what was not committed
+    std::FILE* m_pStream = nullptr;   ///< standard output, instead of a file
+    std::function<void()> m_fnFinish; ///< gone before the file is removed
 };
 
 /// All files of a job: they get their final names together, once the job is done.

@@ -5,6 +5,7 @@
 #include "Base/ZLog.h"
 #include "Base/ZPixelFormats.h"
 #include "Base/ZPtr.h"
+#include "Image/ImgColor.h"
 #include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"
 
@@ -51,7 +52,7 @@ void Picture_CheckSize(int64_t _nWidth, int64_t _nHeight, const std::string& _st
 namespace
 {
 
-void ReadFrame(IZFFrame* _pFrame, PICTURE& _picture, ZF_VID_PROPS& _vidProps)
+void ReadFrame(IZFFrame* _pFrame, PICTURE& _picture, const Z_YUV_FORM& _yuv, ZF_VID_PROPS& _vidProps)
 {
     ZF_VID_PTR vidPtr = {};
     CImgRowReader reader;
@@ -59,7 +60,7 @@ void ReadFrame(IZFFrame* _pFrame, PICTURE& _picture, ZF_VID_PROPS& _vidProps)
     if (SUCCEEDED(hr))
         hr = _pFrame->VideoPtrGet(eZFP_Flip, &vidPtr);
     if (SUCCEEDED(hr))
-        hr = reader.Init(_vidProps, vidPtr);
+        hr = reader.Init(_vidProps, vidPtr, Img_MatrixOf(_vidProps, _yuv));
     if (FAILED(hr))
         throw CZHostError(ZFormat("a frame could not be read (hr=%08X)", hr));
     _picture.Resize(reader.Width(), reader.Height(), 4);
@@ -79,10 +80,10 @@ void MakeOpaque(PICTURE& _picture)
 
 } // namespace
 
-void Picture_FromFrame(IZFFrame* _pFrame, PICTURE& _picture)
+void Picture_FromFrame(IZFFrame* _pFrame, PICTURE& _picture, const Z_YUV_FORM& _yuv)
 {
     ZF_VID_PROPS vidProps = {};
-    ReadFrame(_pFrame, _picture, vidProps);
+    ReadFrame(_pFrame, _picture, _yuv, vidProps);
     _picture.bAlpha = FCC_HasAlpha(vidProps.fccType);
     if (vidProps.fccType == eZFCC_RGB32) // its fourth byte means nothing
         MakeOpaque(_picture);
@@ -151,6 +152,16 @@ void Picture_Over(PICTURE& _picture, const PICTURE& _background)
         pTop[i + 3] = 255;
     }
     _picture.bAlpha = false;
+}
+
+PICTURE Picture_Cropped(const PICTURE& _picture, int _nLeft, int _nTop, int _nWidth, int _nHeight)
+{
+    PICTURE part;
+    part.Resize(_nWidth, _nHeight, _picture.nChannels);
+    part.bAlpha = _picture.bAlpha;
+    for (int y = 0; y < _nHeight; ++y)
+        std::memcpy(part.Row(y), _picture.Row(_nTop + y) + _nLeft * _picture.nChannels, part.RowBytes());
+    return part;
 }
 
 PICTURE Picture_Scaled(const PICTURE& _picture, int _nWidth, int _nHeight)

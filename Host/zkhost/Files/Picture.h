@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZMatrix.h"
 #include "Interfaces/IZFFrame.h"
 
 #include <cstddef>
@@ -61,8 +62,9 @@ std::string Picture_SizeFault(int64_t _nWidth, int64_t _nHeight);
 /// Throws CZHostError, naming _strWhere, for a size without pixels or over the limits.
 void Picture_CheckSize(int64_t _nWidth, int64_t _nHeight, const std::string& _strWhere);
 
-/// Reads a frame of any readable format as B, G, R, A. The alpha is the frame's own for ARGB32, else 255.
-void Picture_FromFrame(IZFFrame* _pFrame, PICTURE& _picture);
+/// Reads a frame of any readable format as B, G, R, A. The alpha is the frame's own for ARGB32, else 255. _yuv: how
+/// pictures in YUV are coded, as the stream says (Stream.h).
+void Picture_FromFrame(IZFFrame* _pFrame, PICTURE& _picture, const Z_YUV_FORM& _yuv = {});
 /// Reads a frame of eZFCC_ARGB64 as it is; false, and nothing read, for any other format.
 bool Picture_FromDeepFrame(IZFFrame* _pFrame, DEEP_PICTURE& _picture);
 /// Reads the mask that is attached to a result frame as a grey picture; false, and nothing read, where there is none.
@@ -73,5 +75,7 @@ void Picture_PutAlpha(const PICTURE& _mask, PICTURE& _picture);
 
 /// Puts a picture with alpha over an opaque one of the same size; the result is opaque.
 void Picture_Over(PICTURE& _picture, const PICTURE& _background);
+/// A part of the picture; it has to lie in it.
+PICTURE Picture_Cropped(const PICTURE& _picture, int _nLeft, int _nTop, int _nWidth, int _nHeight);
 /// The picture scaled to another size with the mean of the covered pixels, or the nearest one where it grows.
 PICTURE Picture_Scaled(const PICTURE& _picture, int _nWidth, int _nHeight);

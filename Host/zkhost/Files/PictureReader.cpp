@@ -7,6 +7,7 @@
 
 #include "Base/ZLog.h"
 
+#include <algorithm>
 #include <cstring>
 
 CZPictureReader::CZPictureReader(const std::string& _strPath)
@@ -37,6 +38,13 @@ void CZPictureReader::CountFrames()
     m_stream.nFrames = 1;
     while (m_bSequence && Platform_Exists(NamePattern_Name(m_strPath, m_nNumber + m_stream.nFrames)))
         ++m_stream.nFrames;
+    m_nLast = m_bSequence ? INT64_MAX : m_nNumber; // pictures may come while others are read
+}
+
+void CZPictureReader::Skip(int64_t _nFrames)
+{
+    m_nNumber += std::min(_nFrames, m_stream.nFrames);
+    m_bLoaded = m_bLoaded && _nFrames == 0;
 }
 
 CZPtr<IZFFrame> CZPictureReader::Next()
@@ -44,7 +52,7 @@ CZPtr<IZFFrame> CZPictureReader::Next()
     const std::string strName = NamePattern_Name(m_strPath, m_nNumber);
     if (!m_bLoaded)
     {
-        if (!m_bSequence || !Platform_Exists(strName))
+        if (m_nNumber > m_nLast || !Platform_Exists(strName))
             return {};
         m_picture = PictureFile_Read(strName);
     }

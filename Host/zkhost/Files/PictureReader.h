@@ -10,6 +10,7 @@ class CZPictureReader : public CZFrameSource
 public:
     explicit CZPictureReader(const std::string& _strPath);
     CZPtr<IZFFrame> Next() override;
+    void Skip(int64_t _nFrames) override;
 
 private:
     void FindFirst();
@@ -20,4 +21,5 @@ private:
     int64_t m_nNumber = 0; ///< of the next picture
     PICTURE m_picture;     ///< the next picture while bLoaded
     bool m_bLoaded = false;
+    int64_t m_nLast = 0; ///< number of the last picture
 };

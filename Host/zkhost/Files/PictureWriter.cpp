@@ -5,6 +5,7 @@
 #include "zkhost/Files/PictureFile.h"
 #include "zkhost/Files/RawWriter.h"
 #include "zkhost/Files/UsageError.h"
+#include "zkhost/Files/VideoWriter.h"
 #include "zkhost/Files/Y4mWriter.h"
 
 #include "Base/ZLog.h"
@@ -15,10 +16,11 @@ namespace
 class CZPngWriter : public CZPictureWriter
 {
 public:
-    CZPngWriter(const std::string& _strPath, CZOutFiles& _files)
+    CZPngWriter(const std::string& _strPath, int64_t _nFirst, CZOutFiles& _files)
         : m_strPath(_strPath)
         , m_bSequence(NamePattern_IsPattern(_strPath))
         , m_files(_files)
+        , m_nFirst(_nFirst)
     {
         if (m_bSequence)
             m_files.Check(m_strPath);
@@ -44,7 +46,7 @@ private:
                         "use --frames 1",
                         m_strPath));
         if (m_bSequence)
-            m_pFile = &m_files.Create(NamePattern_Name(m_strPath, m_nWritten));
+            m_pFile = &m_files.Create(NamePattern_Name(m_strPath, m_nFirst + m_nWritten));
         PictureFile_WritePng(_picture, *m_pFile);
         m_pFile->Close(); // a long sequence must not keep all its files open
         ++m_nWritten;
@@ -54,22 +56,27 @@ private:
     bool m_bSequence;
     CZOutFiles& m_files;
     CZOutFile* m_pFile = nullptr; // belongs to m_files
+    int64_t m_nFirst;             ///< number of the first picture of a sequence
     int64_t m_nWritten = 0;
 };
 
 } // namespace
 
 std::unique_ptr<CZPictureWriter> PictureWriter_Open(const std::string& _strPath, const STREAM& _stream,
-                                                    uint32_t _fccOpaque, CZOutFiles& _files)
+                                                    uint32_t _fccOpaque, CZOutFiles& _files,
+                                                    const OUTPUT_WISHES& _wishes)
 {
     const std::string strType = NamePattern_Extension(_strPath);
     if (strType == "png")
-        return std::make_unique<CZPngWriter>(_strPath, _files);
+        return std::make_unique<CZPngWriter>(_strPath, _wishes.nFirst, _files);
     if (strType == "raw" || (_strPath == "-" && _fccOpaque == eZFCC_ARGB64))
         return std::make_unique<CZRawWriter>(_strPath, _stream, _fccOpaque, _files);
     if (strType == "y4m" || _strPath == "-")
         return std::make_unique<CZY4mWriter>(_strPath, _stream, _fccOpaque, _files);
-    throw CZUsageError(ZFormat("%s: unknown kind of output; use *.png, name_%%05d.png, *.y4m, *.raw, or - for Y4M on "
-                               "standard output",
-                               _strPath));
+    if (VideoOutput_IsOne(_strPath))
+        return std::make_unique<CZVideoWriter>(_strPath, _stream, _wishes, _files);
+    throw CZUsageError(
+        ZFormat("%s: unknown kind of output, or one without alpha; use %s, *.png, name_%%05d.png, *.y4m, "
+                "*.raw, - for Y4M on standard output, or *.mp4 for what is opaque",
+                _strPath, VideoOutput_AlphaNames()));
 }

@@ -200,5 +200,11 @@ PROBE Probe_File(const std::string& _strPath)
     PROBE probe = Probe_Parse(strText, _strPath);
     if (probe.nTrack < 0)
         throw CZHostError(ZFormat("%s holds no pictures%hs", _strPath, probe.vecSounds.empty() ? "" : ", only sound"));
-    return probe;
+    if (!probe.strFields.empty())
+        return probe;
+    // Where the header is silent, the first frames know: those of DV, for instance.
+    const std::string strFrames =
+        ProbeText(_strPath, {"-select_streams", std::to_string(probe.nTrack), "-read_intervals", "%+#3",
+                             "-show_entries", "frame=interlaced_frame,top_field_first"});
+    return Probe_Parse(ZFormat("%s\n%s", strText, strFrames), _strPath);
 }

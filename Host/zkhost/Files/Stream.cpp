@@ -12,7 +12,9 @@
 
 #include "Base/ZLog.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <numeric>
 
 void Stream_SetRate(STREAM& _stream, int64_t _nNum, int64_t _nDen)
@@ -86,6 +88,12 @@ void CZFrameSource::Skip(int64_t _nFrames)
         ;
 }
 
+bool Stream_IsVideo(const std::string& _strPath)
+{
+    constexpr const char* c_arrOwn[] = {"raw", "y4m", "png", "jpg", "jpeg"};
+    return _strPath != "-" && std::ranges::find(c_arrOwn, NamePattern_Extension(_strPath)) == std::end(c_arrOwn);
+}
+
 std::unique_ptr<CZFrameSource> Stream_Open(const std::string& _strPath, const std::string& _strRawSpec)
 {
     return Stream_OpenAt(_strPath, _strRawSpec, 0);
@@ -101,19 +109,17 @@ std::unique_ptr<CZFrameSource> Stream_OpenAt(const std::string& _strPath, const 
     if (!bRaw && !_strRawSpec.empty())
         throw CZUsageError(
             ZFormat("--in describes headerless frames (*.raw or \"-\"); %s says itself what it holds", _strPath));
+    if (Stream_IsVideo(_strPath))
+        return std::make_unique<CZVideoReader>(_strPath, _nFirst);
     std::unique_ptr<CZFrameSource> upSource;
     if (bRaw)
         upSource = std::make_unique<CZRawReader>(_strPath, _strRawSpec);
     else if (strType == "y4m" || _strPath == "-")
         upSource = std::make_unique<CZY4mReader>(_strPath);
-    else if (strType == "png" || strType == "jpg" || strType == "jpeg")
+    else
         upSource = std::make_unique<CZPictureReader>(_strPath);
-    if (upSource)
-    {
-        upSource->Skip(_nFirst);
-        return upSource;
-    }
-    return std::make_unique<CZVideoReader>(_strPath, _nFirst);
+    upSource->Skip(_nFirst);
+    return upSource;
 }
 
 void Stream_Tell(const STREAM& _stream, CZKeyer& _keyer)

@@ -66,6 +66,9 @@ std::unique_ptr<CZFrameSource> Stream_Open(const std::string& _strPath, const st
 std::unique_ptr<CZFrameSource> Stream_OpenAt(const std::string& _strPath, const std::string& _strRawSpec,
                                              int64_t _nFirst);
 
+/// Whether an input of this name is read by ffmpeg.
+bool Stream_IsVideo(const std::string& _strPath);
+
 /// Sets the options of a keyer that say how pictures in YUV are coded, where the stream says so. A key file that sets
 /// them is to be loaded before, and options that a person sets come after.
 void Stream_Tell(const STREAM& _stream, CZKeyer& _keyer);

@@ -109,7 +109,7 @@ void SetRate(const PROBE& _probe, VIDEO_PLAN& _plan)
 void SetPixels(const PROBE& _probe, int _nWidth, int _nHeight, int32_t _eInterlace, VIDEO_PLAN& _plan)
 {
     const auto* const pRoute = std::ranges::find(c_arrRoutes, _probe.strPixels, &ROUTE::svFile);
-    if (pRoute != std::end(c_arrRoutes) && !FCC_IsRGB(pRoute->fccType))
+    if (pRoute != std::end(c_arrRoutes) && !FCC_IsRGB(pRoute->fccType) && !_probe.bSeparateAlpha)
     {
         _plan.stream.vidProps = Stream_Props(pRoute->fccType, _nWidth, _nHeight, _eInterlace);
         ZF_VID_PROPS vidProps = _plan.stream.vidProps;

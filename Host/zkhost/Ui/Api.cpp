@@ -131,7 +131,7 @@ HTTP_ANSWER CZApi::Frame(const HTTP_REQUEST& _request)
 
 HTTP_ANSWER CZApi::Probe(const HTTP_REQUEST& _request)
 {
-    const PROBE probe = m_session.Probe(ApiArguments_Frame(_request), Place(_request, "x"), Place(_request, "y"));
+    const PIXEL_PROBE probe = m_session.Probe(ApiArguments_Frame(_request), Place(_request, "x"), Place(_request, "y"));
     CZJson json;
     json.Begin('{');
     PutColor("source", probe.arrSource, json);

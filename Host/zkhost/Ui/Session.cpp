@@ -197,9 +197,9 @@ uint32_t CZSession::Taste(IZFFrame* _pFrame, int _nX, int _nY)
            static_cast<uint32_t>(std::lround(color.dblGreen)) << 8 | static_cast<uint32_t>(std::lround(color.dblBlue));
 }
 
-PROBE CZSession::Probe(IZFFrame* _pFrame, IZFFrame* _pResult, CZEditor& _editor, int _nX, int _nY)
+PIXEL_PROBE CZSession::Probe(IZFFrame* _pFrame, IZFFrame* _pResult, CZEditor& _editor, int _nX, int _nY)
 {
-    PROBE probe;
+    PIXEL_PROBE probe;
     probe.nTaken = Taste(_pFrame, _nX, _nY); // refuses what is outside
     probe.arrSource = ColorOfPixel(PixelOf(_pFrame, m_clip.Stream().yuv, _nX, _nY));
     const std::array<uint8_t, 4> arrResult = PixelOf(_pResult, {}, _nX, _nY);
@@ -214,7 +214,7 @@ PROBE CZSession::Probe(IZFFrame* _pFrame, IZFFrame* _pResult, CZEditor& _editor,
     return probe;
 }
 
-PROBE CZSession::Probe(int64_t _nFrame, int _nX, int _nY)
+PIXEL_PROBE CZSession::Probe(int64_t _nFrame, int _nX, int _nY)
 {
     const CLIP_FRAME frame = FrameOf(_nFrame);
     const std::lock_guard lockKey(m_mtxKey);

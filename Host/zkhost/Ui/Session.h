@@ -59,7 +59,7 @@ enum class eFrameFault
 };
 
 /// The values of a pixel.
-struct PROBE
+struct PIXEL_PROBE
 {
     std::array<int, 3> arrSource = {};
     std::array<int, 3> arrPlate = {};
@@ -86,7 +86,7 @@ public:
     /// The state as JSON; at once where its revision is greater than the given one, else after a while.
     std::string State(int64_t _nAfter = -1);
     eFrameFault Frame(const FRAME_WISH& _wish, FRAME_SHOWN& _shown);
-    PROBE Probe(int64_t _nFrame, int _nX, int _nY);
+    PIXEL_PROBE Probe(int64_t _nFrame, int _nX, int _nY);
 
     /// An edit of the keys that are in use. A frame is handed over where a number is given; -1: none.
     void Edit(int64_t _nFrame, const std::function<void(CZEditor& _editor, IZFFrame* _pFrame)>& _fnEdit);
@@ -114,7 +114,7 @@ private:
     CLIP_FRAME FrameOf(int64_t _nFrame);
     CZEditor& EditorBegun(const CLIP_FRAME& _frame);
     std::shared_ptr<CZEditor>& EditorOf(char _chSlot, int _nGeneration);
-    PROBE Probe(IZFFrame* _pFrame, IZFFrame* _pResult, CZEditor& _editor, int _nX, int _nY);
+    PIXEL_PROBE Probe(IZFFrame* _pFrame, IZFFrame* _pResult, CZEditor& _editor, int _nX, int _nY);
     uint32_t Taste(IZFFrame* _pFrame, int _nX, int _nY);
     void Changed(bool _bKeys);
     void Tell();

@@ -90,7 +90,7 @@ TEST_F(CCommandTest, MistakesInTheCommandLineEndWithTwo)
     ExpectFailures(2, vecCases);
     EXPECT_EQ(Run("--help"), 0);
     for (const char* pszCommand :
-         {"key", "detect", "sheet", "sample", "bench", "formats", "options", "describe", "info"})
+         {"key", "ui", "detect", "sheet", "sample", "bench", "formats", "options", "describe", "info"})
     {
         EXPECT_EQ(Run(std::string(pszCommand) + " --help"), 0) << pszCommand;
         ExpectOut({"Examples:"});

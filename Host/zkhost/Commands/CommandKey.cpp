@@ -1,5 +1,6 @@
 #include "zkhost/Commands/Commands.h"
 
+#include "zkhost/Commands/KeyCommand.h"
 #include "zkhost/Commands/KeyJob.h"
 #include "zkhost/Commands/Progress.h"
 #include "zkhost/Files/Background.h"
@@ -38,6 +39,7 @@ struct KEY_COMMAND
     std::string strBackground;
     std::string strCodec;
     KEY_PIECE piece;
+    KEY_COMMAND_HOOKS hooks; ///< of a caller in this program
 };
 
 OUTPUT_WISHES WishesOf(const KEY_COMMAND& _command)
@@ -116,10 +118,13 @@ ZF_SIZE KeyAll(const KEY_COMMAND& _command, CZFrameSource& _source, CZProgress& 
     CZKeyOutputs outputs(_command, _source.Stream());
     CZKeyer keyer(CZModule::Own(), _command.options.ClassId());
     ZF_SIZE szLast = {};
+    int64_t nDone = 0;
     KeyJob_Run(_source, keyer, _command.options, _command.piece, [&](KEYED& _keyed) {
         szLast = {_keyed.picture.nWidth, _keyed.picture.nHeight};
         outputs.Write(_keyed);
         _progress.Step();
+        if (_command.hooks.fnStep)
+            _command.hooks.fnStep(++nDone);
     });
     outputs.Commit(keyer);
     return szLast;
@@ -134,7 +139,10 @@ int64_t FramesOf(const KEY_PIECE& _piece, const STREAM& _stream)
 
 void Run(KEY_COMMAND& _command)
 {
-    _command.options.Begin();
+    if (_command.hooks.fnStep)
+        _command.options.BeginQuietly();
+    else
+        _command.options.Begin();
     if (!_command.strCodec.empty() && !VideoOutput_IsOne(_command.strOutput))
         throw CZUsageError(
             ZFormat("--codec %s: %s is no video that ffmpeg writes", _command.strCodec, _command.strOutput));
@@ -152,12 +160,13 @@ void Run(KEY_COMMAND& _command)
     progress.Summary(ZFormat("%d x %d to %s", sz.cx, sz.cy, _command.strOutput));
 }
 
-} // namespace
-
-void Command_AddKey(CLI::App& _app)
+/// Adds the command with its options. The hooks may be empty.
+void Add(CLI::App& _app, KEY_COMMAND_HOOKS _hooks)
 {
     CLI::App& command = *_app.add_subcommand("key", "Key frames: the backdrop becomes transparent");
     const auto spCommand = std::make_shared<KEY_COMMAND>();
+    spCommand->options.UseDocument(_hooks.strDocument);
+    spCommand->hooks = std::move(_hooks);
     command.footer(c_pszExamples);
     spCommand->options.AddInput(command);
     command
@@ -196,4 +205,27 @@ void Command_AddKey(CLI::App& _app)
     spCommand->options.AddBits(command);
     spCommand->options.AddKeys(command);
     command.callback([spCommand] { Run(*spCommand); });
+}
+
+} // namespace
+
+void Command_AddKey(CLI::App& _app)
+{
+    Add(_app, {});
+}
+
+void KeyCommand_Run(std::vector<std::string> _vecArguments, KEY_COMMAND_HOOKS _hooks)
+{
+    CLI::App app("", "zkhost");
+    Add(app, std::move(_hooks));
+    _vecArguments.insert(_vecArguments.begin(), "key");
+    std::reverse(_vecArguments.begin(), _vecArguments.end()); // the parser takes them off the end
+    try
+    {
+        app.parse(_vecArguments);
+    }
+    catch (const CLI::ParseError& error)
+    {
+        throw CZUsageError(error.what());
+    }
 }

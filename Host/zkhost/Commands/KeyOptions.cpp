@@ -112,6 +112,11 @@ void CZKeyOptions::AddKeys(CLI::App& _command)
 void CZKeyOptions::Begin()
 {
     StandardError_LogSet(m_bVerbose ? eZLog_Verbose : m_bQuiet ? eZLog_Error : eZLog_Warning);
+    BeginQuietly();
+}
+
+void CZKeyOptions::BeginQuietly()
+{
     if (!m_strRawSpec.empty())
         Raw_ParseSpec(m_strRawSpec);
     for (const std::string& strSet : m_vecSets)
@@ -133,7 +138,7 @@ const CLSID& CZKeyOptions::ClassId() const
 
 bool CZKeyOptions::GivesKeys() const
 {
-    return !m_strKeys.empty() || !m_vecPicks.empty() || !m_vecRects.empty();
+    return !m_strKeys.empty() || !m_strDocument.empty() || !m_vecPicks.empty() || !m_vecRects.empty();
 }
 
 bool CZKeyOptions::Detects() const
@@ -190,6 +195,8 @@ void CZKeyOptions::ApplyKeys(CZKeyer& _keyer, const STREAM& _stream, IZFFrame* _
     FrameSet(_keyer, _pFirstFrame);
     if (!m_strKeys.empty())
         _keyer.LoadFile(m_strKeys);
+    if (!m_strDocument.empty())
+        _keyer.LoadDocument(m_strDocument);
     Stream_Tell(_stream, _keyer);
     _keyer.OptionNeed(c_szOptionARGB, "true"); // the alpha in the frame, and its colours cleaned
     if (IsDeep())

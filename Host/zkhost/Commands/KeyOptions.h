@@ -32,6 +32,12 @@ public:
         m_bStraight = true;
     }
 
+    /// Keys and options out of a document, instead of a file.
+    void UseDocument(std::string _strDocument)
+    {
+        m_strDocument = std::move(_strDocument);
+    }
+
     const std::string& Input() const
     {
         return m_strInput;
@@ -53,6 +59,8 @@ public:
     /// Sets the log level, decides for a generation, and checks all that can be checked without a frame; call before
     /// anything else.
     void Begin();
+    /// The same without the log, which is somebody else's.
+    void BeginQuietly();
     /// The class of the object to key with.
     const CLSID& ClassId() const;
     /// Sets the options of the object; those of detection are kept for Detect.
@@ -123,6 +131,7 @@ private:
 
     int m_nKeyer = 0; ///< 0 until Begin has decided
     std::string m_strKeys;
+    std::string m_strDocument;
     std::string m_strSaveKeys;
     bool m_bAuto = false;
     std::vector<std::string> m_vecPicks;

@@ -168,10 +168,10 @@ void CZKeyOptions::ApplyKeys1(CZKeyer& _keyer, const std::vector<EDIT>& _vecEdit
     ApplyType(_keyer);
     for (const EDIT& edit : _vecEdits)
         ApplyEdit1(_keyer, edit);
-    if (m_strKeys.empty())
-        _keyer.CleanColors();
-    else
+    if (!m_strKeys.empty())
         WarnOfIdleKeys(_keyer, m_strKeys);
+    else if (m_strDocument.empty())
+        _keyer.CleanColors();
     for (const ADJUST& adjust : Adjusts())
         Result_Check(_keyer.Key()->KeyAdjustSet(adjust.eAdjust, adjust.dblValue),
                      ZFormat("--adjust %s", adjust.strName));

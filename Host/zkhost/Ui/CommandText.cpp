@@ -91,10 +91,11 @@ std::string CommandText_Make(const COMMAND_FACTS& _facts)
         strText += " --keyer 1";
     for (const auto& [strName, strValue] : _facts.vecOptions)
         strText += ZFormat(" --set %s", CommandText_Quoted(ZFormat("%s=%s", strName, strValue)));
-    if (_facts.nOut >= 0 && _facts.nIn == 0)
-        strText += ZFormat(" --frames %d", _facts.nOut + 1);
-    if (editor.IsFoundOnFirst() && _facts.nIn == 0)
+    if (_facts.nIn > 0)
+        strText += ZFormat(" --first %d", _facts.nIn + 1);
+    if (_facts.nOut >= 0)
+        strText += ZFormat(" --frames %d", _facts.nOut - _facts.nIn + 1);
+    if (editor.IsFoundOnFirst() && _facts.nIn == 0) // where the command looks for them
         return strText + ParamsText(editor) + RegionsText(editor.State());
-    strText += " --keys keys.xml  # keys.xml: save the keys under that name first";
-    return _facts.nIn == 0 ? strText : strText + ZFormat("; from frame %d on", _facts.nIn);
+    return strText + " --keys keys.xml  # keys.xml: save the keys under that name first";
 }

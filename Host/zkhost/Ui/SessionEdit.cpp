@@ -174,6 +174,8 @@ void CZSession::RenderStart(const std::string& _strName, bool _bOverwrite)
     const std::lock_guard lockState(m_mtxState);
     if (m_upRender && m_upRender->State().eNow == RENDER_STATE::eRunning)
         throw CZUsageError("a job is running; wait for its end, or cancel it");
+    if (m_spEditor->State().vecKeys.empty())
+        throw CZUsageError("there is no key yet; have the backdrop found, or click on it");
     RENDER_PLAN plan = {m_spEditor->Generation(),
                         m_options.vecOptions,
                         m_spEditor->Document(),

@@ -8,9 +8,9 @@ import { Signal } from "./signal.js";
 import { clampToPicture } from "./viewport.js";
 
 export const AREAS = {
-    garbage: { words: "Garbage", colour: "#e58a80", help: "what lies in it goes, whatever it is: stands, rails, the end of the screen" },
+    garbage: { words: "Garbage", colour: "#e58a80", help: "what lies in it goes, whatever it is: stands, rails" },
     holdout: { words: "Hold-out", colour: "#8fc7ff", help: "what lies in it stays, whatever it is" },
-    backdrop: { words: "Backdrop", colour: "#e6c35c", help: "marks and seams that lie wholly in it go, with backdrop all around" },
+    backdrop: { words: "Backdrop", colour: "#e6c35c", help: "marks and seams wholly in it go, with backdrop around" },
 };
 
 /** The area that is edited: its kind or null, its corners, the chosen one, and whether it is closed already. */
@@ -61,7 +61,8 @@ export function closeArea() {
 
 function keep() {
     // the corners in the body: many of them do not fit in an address
-    change("/api/region", { kind: edited.kind, n: look.frame }, { name: `region ${edited.kind}`, body: toText(edited.points) });
+    const { kind, points } = edited;
+    change("/api/region", { kind, n: look.frame }, { name: `region ${kind}`, body: toText(points) });
     areaEdited.tell();
 }
 

@@ -36,7 +36,8 @@ export async function saveKeys() {
 }
 
 async function loadKeys(file) {
-    if (await change("/api/keys", {}, { body: file })) tell(`The keys of ${file.name} are in use; a step back takes them away.`);
+    const taken = await change("/api/keys", {}, { body: file });
+    if (taken) tell(`The keys of ${file.name} are in use; a step back takes them away.`);
 }
 
 /** `takePicture` gets the picture to lie behind the result. */

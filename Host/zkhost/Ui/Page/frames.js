@@ -53,9 +53,9 @@ async function fetchOne() {
     const crop = visible();
     const clip = current()?.clip;
     if (!clip || !crop) return;
-    const frame = clip.live ? "live" : look.frame;
+    const which = { n: clip.live ? "live" : look.frame, play: asStream ? 1 : 0, format: format.name };
     try {
-        const response = await get("/api/frame", { n: frame, ...viewArguments(), ...sizeArguments(crop), play: asStream ? 1 : 0, format: format.name });
+        const response = await get("/api/frame", { ...which, ...viewArguments(), ...sizeArguments(crop) });
         if (response.status !== 204) arrived.tell(await readFrame(response, crop)); // 204: a newer request overtook it
     } catch (error) {
         if (!(error instanceof Refusal)) throw error;

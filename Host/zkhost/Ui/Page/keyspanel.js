@@ -59,7 +59,8 @@ function show(state, before) {
 function showPresets(list) {
     presetsRow.hidden = !list.length;
     presets.replaceChildren(...list.map(({ name, help }) => {
-        const button = make("button", { "data-preset": name, onclick: () => change("/api/preset", { name }) }, wordsOf(name));
+        const choose = () => change("/api/preset", { name });
+        const button = make("button", { "data-preset": name, onclick: choose }, wordsOf(name));
         showHelp(button, `${wordsOf(name)}: ${help}`);
         return button;
     }));
@@ -70,9 +71,13 @@ export function findKeys() {
     change("/api/key", { kind: "auto", n: lastFrame()?.frame ?? 0 });
 }
 
+function resetKeys() {
+    change("/api/key", { kind: "reset" });
+}
+
 export function startKeysPanel() {
-    const find = make("button", { id: "find", onclick: findKeys, title: "Find the backdrop automatically (A)" }, "Find automatically");
-    const clear = make("button", { id: "reset", onclick: () => change("/api/key", { kind: "reset" }), title: "Begin anew: no keys, no areas, all parameters at their defaults" }, "Reset");
+    const find = make("button", { id: "find", onclick: findKeys, title: "In the frame shown (A)" }, "Find automatically");
+    const clear = make("button", { id: "reset", onclick: resetKeys, title: "Begin anew, as a step" }, "Reset");
     for (const { state, words, help } of LEARN) {
         const button = make("button", { "data-learn": state, onclick: () => change("/api/learn", { state }) }, words);
         showHelp(button, `${words}: ${help}.`);

@@ -14,7 +14,8 @@ function areaRow(kind, { words, colour, help }) {
     dot.style.backgroundColor = colour;
     const facts = make("span", { class: "facts" });
     const draw = make("button", { "data-draw": kind, onclick: () => chooseTool(kind) }, "Draw");
-    const remove = make("button", { "data-remove": kind, "aria-label": `Delete the area ${words}`, onclick: () => removeArea(kind) }, "Delete");
+    const remove = make("button", { "data-remove": kind, onclick: () => removeArea(kind) }, "Delete");
+    remove.setAttribute("aria-label", `Delete the area ${words}`);
     const row = make("div", { class: "area" }, dot, make("span", { class: "label" }, words), facts, draw, remove);
     showHelp(row, `${words}: ${help}.`);
     const show = (state) => {

@@ -3,7 +3,7 @@
 import { AREAS, areaEdited, edited } from "./areas.js";
 import { crosshair, crossed } from "./crosshair.js";
 import { byId } from "./dom.js";
-import { look, looked } from "./look.js";
+import { looked } from "./look.js";
 import { fromText } from "./polygon.js";
 import { probe, probed } from "./probe.js";
 import { current, stateTaken } from "./server.js";
@@ -64,8 +64,9 @@ function pathOf(points, closed) {
 
 function drawAreas() {
     for (const [kind, { colour }] of Object.entries(AREAS)) {
+        const kept = fromText(current().regions[kind] ?? "");
         if (kind === edited.kind) drawEdited(colour);
-        if (kind !== edited.kind || !edited.closed) stroke(pathOf(fromText(current().regions[kind] ?? ""), true), colour, [6, 4]);
+        if (kind !== edited.kind || !edited.closed) stroke(pathOf(kept, true), colour, [6, 4]);
     }
 }
 
@@ -117,11 +118,7 @@ function drawCrosshair() {
 
 /** The cursor that says what a press would do. */
 export function startCursor() {
-    const show = () => {
+    tooled.listen(() => {
         canvas.dataset.cursor = tool.name === "hand" ? "move" : "cross";
-    };
-    tooled.listen(show);
-    looked.listen(show);
-    show();
-    canvas.dataset.view = look.view;
+    });
 }

@@ -49,12 +49,16 @@ function numberText(value) {
 function sliderRow(param) {
     const id = `param-${param.name}`;
     const step = stepOf(param);
-    const slider = make("input", { type: "range", id, min: param.least, max: param.most, step: "any", "aria-describedby": `${id}-help` });
-    const number = make("input", { type: "number", id: `${id}-number`, min: param.least, max: param.most, step, "aria-label": `${wordsOf(param.name)}, number` });
-    const reset = make("button", { class: "reset", title: `Default: ${numberText(param.default)}`, "aria-label": `${wordsOf(param.name)} back to its default` });
+    const words = wordsOf(param.name);
+    const bounds = { min: param.least, max: param.most };
+    const slider = make("input", { type: "range", id, ...bounds, step: "any", "aria-describedby": `${id}-help` });
+    const number = make("input", { type: "number", id: `${id}-number`, ...bounds, step, "aria-label": `${words}, number` });
+    const reset = make("button", { class: "reset", title: `Default: ${numberText(param.default)}` });
+    reset.setAttribute("aria-label", `${words} back to its default`);
     reset.append(pictogram("undo"));
     const row = make("div", { class: "param" },
-        make("label", { for: id }, wordsOf(param.name)), reset, number, make("span", { class: "unit" }, shortUnit(param.unit)), slider);
+        make("label", { for: id }, words), reset, number,
+        make("span", { class: "unit" }, shortUnit(param.unit)), slider);
 
     const showValue = (value) => {
         slider.value = value;
@@ -69,8 +73,9 @@ function sliderRow(param) {
     };
     slider.addEventListener("input", () => set(Math.round(slider.value / step) * step));
     number.addEventListener("change", () => number.value !== "" && set(Number(number.value)));
-    for (const element of [slider, row.querySelector("label")]) element.addEventListener("dblclick", () => set(param.default));
-    reset.addEventListener("click", () => set(param.default));
+    const toDefault = () => set(param.default);
+    for (const element of [slider, row.querySelector("label")]) element.addEventListener("dblclick", toDefault);
+    reset.addEventListener("click", toDefault);
     byArrows(slider, step, () => Number(slider.value), set, param);
     showHelp(row, helpOf(param));
     row.append(make("span", { id: `${id}-help`, class: "unseen" }, helpOf(param)));
@@ -93,8 +98,10 @@ function shortUnit(unit) {
 }
 
 function helpOf(param) {
-    const bounds = param.choices ? "" : ` ${numberText(param.least)} to ${numberText(param.most)} ${param.unit}; double-click: ${numberText(param.default)}.`;
-    return `${wordsOf(param.name)}: ${param.help}.${bounds}`;
+    const effect = `${wordsOf(param.name)}: ${param.help}.`;
+    if (param.choices) return effect;
+    const [least, most, normal] = [param.least, param.most, param.default].map(numberText);
+    return `${effect} ${least} to ${most} ${param.unit}; double-click: ${normal}.`;
 }
 
 function choiceRow(param) {

@@ -62,7 +62,8 @@ function show() {
 
 function showValues() {
     const { pixel, values } = probe;
-    const items = pixel ? [item("x", pixel.x), item("y", pixel.y)] : [make("span", { class: "muted" }, "Values under the pointer")];
+    const nothing = make("span", { class: "muted" }, "Values under the pointer");
+    const items = pixel ? [item("x", pixel.x), item("y", pixel.y)] : [nothing];
     if (pixel && values) items.push(...colourItems(values), alphaItem(values.alpha));
     byId("readout").replaceChildren(...items);
 }

@@ -4,13 +4,12 @@ import { edited } from "./areas.js";
 import { byId, make } from "./dom.js";
 import { saveKeys } from "./files.js";
 import { findKeys } from "./keyspanel.js";
-import { look } from "./look.js";
+import { look, VIEWS } from "./look.js";
 import { goTo, playOrPause, range, setIn, setOut, toggleLoop } from "./player.js";
 import { openRender } from "./render.js";
 import { chooseTool, toolOfKey } from "./tools.js";
 import { otherSlot, redo, undo } from "./topbar.js";
 import { chooseView, toggleWipe, viewsShown, zoomFit, zoomIn, zoomOut, zoomPixels } from "./viewbar.js";
-import { VIEWS } from "./look.js";
 
 const KEYS = {
     " ": playOrPause,

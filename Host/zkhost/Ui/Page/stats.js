@@ -29,7 +29,8 @@ function show({ stats }) {
         ["cuts", stats.cuts],
     ];
     const known = items.filter(([, value]) => value !== undefined);
-    byId("stats").replaceChildren(...known.map(([name, value]) => make("span", {}, `${name} `, make("b", {}, String(value)))));
+    const made = known.map(([name, value]) => make("span", {}, `${name} `, make("b", {}, String(value))));
+    byId("stats").replaceChildren(...made);
 }
 
 export function startStats() {

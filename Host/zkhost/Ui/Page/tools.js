@@ -1,6 +1,6 @@
 // What the pointer does on the picture.
 
-import { AREAS, areaDown, areaMove, areaUp, editArea } from "./areas.js";
+import { AREAS, areaDown, areaMove, areaUp, deleteCorner, editArea, edited } from "./areas.js";
 import { change } from "./changes.js";
 import { byId, make, pictogram, press } from "./dom.js";
 import { look } from "./look.js";
@@ -13,7 +13,7 @@ const DRAG = 6; // pixels of the page that make a click a drag
 
 const TOOLS = [
     { name: "key", key: "C", words: "Key", help: "Click the backdrop; drag takes an area; Shift protects" },
-    { name: "protect", key: "P", words: "Protect", help: "Click or drag what must stay, although it looks like the backdrop" },
+    { name: "protect", key: "P", words: "Protect", help: "Click or drag what must stay although it is like the backdrop" },
     ...Object.entries(AREAS).map(([name, { words, help }]) => ({ name, key: words[0], words, help: `Draw: ${help}` })),
     { name: "hand", key: "V", words: "Move", help: "Drag moves the picture; the middle button and two fingers always do" },
 ];
@@ -85,8 +85,13 @@ export function grabHand(at) {
 function grabArea(at, event, ratio) {
     const reach = (event.pointerType === "touch" ? 24 : 10) * ratio;
     const origin = toPicture(at.x, at.y);
+    const corners = edited.points.length;
     areaDown(origin, toPicture(at.x, at.y + reach).y - origin.y);
-    return { move: (next) => areaMove(toPicture(next.x, next.y)), up: areaUp, cancel: areaUp };
+    const cancel = () => {
+        areaUp();
+        if (!edited.closed && edited.points.length > corners) deleteCorner(); // it was the first finger of two
+    };
+    return { move: (next) => areaMove(toPicture(next.x, next.y)), up: areaUp, cancel };
 }
 
 function grabColour(from, event, ratio) {

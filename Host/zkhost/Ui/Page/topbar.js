@@ -43,12 +43,14 @@ function show(state) {
 
 export function startTopbar() {
     for (const name of ["A", "B"]) {
-        const button = make("button", { "data-slot": name, onclick: () => change("/api/slot", { name }), title: "The other set of keys (X)" }, name);
+        const choose = () => change("/api/slot", { name });
+        const button = make("button", { "data-slot": name, onclick: choose, title: "The other set of keys (X)" }, name);
         showHelp(button, `Set ${name}: two sets of keys and parameters to compare. B begins as a copy of A.`);
         byId("slots").append(button);
     }
     for (const { generation, words, help } of GENERATIONS) {
-        const button = make("button", { "data-generation": generation, onclick: () => change("/api/keyer", { generation }) }, words);
+        const choose = () => change("/api/keyer", { generation });
+        const button = make("button", { "data-generation": generation, onclick: choose }, words);
         showHelp(button, `${words}: ${help}.`);
         byId("generations").append(button);
     }

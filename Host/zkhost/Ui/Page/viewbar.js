@@ -23,12 +23,14 @@ export function chooseView(name) {
 
 function startViews() {
     VIEWS.forEach(({ name, words, help }, index) => {
-        const button = make("button", { "data-view": name, title: `${help} (${index + 1})`, onclick: () => chooseView(name) }, words);
+        const choose = () => chooseView(name);
+        const button = make("button", { "data-view": name, title: `${help} (${index + 1})`, onclick: choose }, words);
         showHelp(button, `${words}: ${help}.`);
         byId("views").append(button);
     });
     const show = () => {
-        for (const button of byId("views").children) button.hidden = !viewsShown().some((view) => view.name === button.dataset.view);
+        const names = viewsShown().map((view) => view.name);
+        for (const button of byId("views").children) button.hidden = !names.includes(button.dataset.view);
         pressOne(byId("views"), "view", look.view);
         byId("legend").hidden = look.view !== "status";
     };

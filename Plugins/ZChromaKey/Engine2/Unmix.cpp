@@ -316,13 +316,20 @@ void LearnCells(const RUN& _run, const SEEN& _seen, bool _bSeenBefore)
     }
 }
 
-void WritePixels(const RUN& _run, bool _bSeenBefore)
+void WritePixels(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
     _run.runner.Step(eUS_Pixels);
+    Pixels_TakePast(_run.field);
     _run.CellRows([&](int _nFirst, int _nRows) {
-        Pixels_Pass(state, _run.field, _run.picture, _run.result, _bSeenBefore, _nFirst, _nRows);
+        Pixels_Pass(state, _run.field, _run.picture, _run.result, state.bSeen, _nFirst, _nRows);
     });
+}
+
+// What comes after the pixels: edges, and what an operator wants to see.
+void FinishPixels(const RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
     _run.runner.Step(eUS_Edges);
     if (Edges_Wanted(state))
         Edges_Change(state, _run.field, _run.picture, _run.result, _run.runner);
@@ -336,35 +343,39 @@ void WritePixels(const RUN& _run, bool _bSeenBefore)
     });
 }
 
-void KeyField(const RUN& _run, const SEEN& _seen, bool _bSeenBefore)
-{
-    if (!_bSeenBefore || !_seen.bSetup)
-        Classify(_run);
-    Refine(_run);
-    _run.field.bKnown = true;
-    WritePixels(_run, _bSeenBefore);
-}
-
 // All fields are learned from before the first is keyed, so that a frame that comes again is keyed with the same plate.
-HRESULT KeyFields(std::span<const RUN> _runs, const SEEN& _seen)
+HRESULT LearnFields(std::span<const RUN> _runs, const SEEN& _seen)
 {
     UNMIX_STATE& state = _runs[0].state;
-    bool bSeenBefore = true;
+    state.bSeen = true;
     for (const RUN& run : _runs)
-        bSeenBefore &= ReadCells(run);
+        state.bSeen &= ReadCells(run);
     for (const RUN& run : _runs)
         FindKey(run);
     if (state.nKeys == 0)
-    {
-        std::for_each(_runs.begin(), _runs.end(), PassThrough);
         return S_FALSE;
+    for (const RUN& run : _runs)
+        LearnCells(run, _seen, state.bSeen);
+    for (const RUN& run : _runs)
+    {
+        if (!state.bSeen || !_seen.bSetup)
+            Classify(run);
+        run.field.bKnown = true;
     }
-    for (const RUN& run : _runs)
-        LearnCells(run, _seen, bSeenBefore);
-    for (const RUN& run : _runs)
-        KeyField(run, _seen, bSeenBefore);
     state.bSure = std::any_of(_runs.begin(), _runs.end(), [](const RUN& _r) { return _r.field.bitsSure.Count() > 0; });
     return S_OK;
+}
+
+void WriteField(const RUN& _run, eUnmixWrite _eWrite)
+{
+    if (_run.state.nKeys == 0)
+        return PassThrough(_run);
+    if (_eWrite == eUW_All)
+    {
+        Refine(_run);
+        WritePixels(_run);
+    }
+    FinishPixels(_run);
 }
 
 // The rows of one field of a picture.
@@ -409,33 +420,99 @@ UNMIX_PICTURE PictureOf(UNMIX_STATE& _state, const CImgRowReader& _reader, const
     picture.pRow0 = _state.vecPicture.data();
     return picture;
 }
-} // namespace
 
-HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input,
-                    const UNMIX_RESULT& _result, IRowRunner& _runner)
+// A frame on its way: what its pictures are read from.
+struct SOURCE
 {
     CImgRowReader reader;
-    const HRESULT hr = reader.Init(_input.vidProps, _input.vidPtr, _input.eMatrix);
-    if (FAILED(hr))
-        return hr;
-    const int nFields = reader.Height() > 1 && VidProps_FieldOrder(&_input.vidProps) != 0 ? 2 : 1;
-    if (_state.nWidth != reader.Width() || _state.nHeight != reader.Height() || _state.nFields != nFields)
-        UnmixState_Resize(_state, reader.Width(), reader.Height(), nFields);
-    const SEEN seen = TakeSetup(_state, _setup, {_input.vidProps.fccType, static_cast<int>(reader.Matrix())});
-    const UNMIX_PICTURE picture = PictureOf(_state, reader, _input);
-    const UNMIX_SAMPLES samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
+    UNMIX_PICTURE picture;
+    UNMIX_SAMPLES samples;
+
+    HRESULT Open(const UNMIX_INPUT& _input)
+    {
+        return reader.Init(_input.vidProps, _input.vidPtr, _input.eMatrix);
+    }
+    void Take(UNMIX_STATE& _state, const UNMIX_INPUT& _input)
+    {
+        picture = PictureOf(_state, reader, _input);
+        samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
+    }
+};
+
+// Calls _body with the runs of the fields.
+template <class T> auto WithRuns(UNMIX_STATE& _state, const SOURCE& _source, const UNMIX_RESULT& _result,
+                                 IRowRunner& _runner, const T& _body)
+{
     const auto RunOf = [&](int _nField) {
         return RUN{_state,
                    _runner,
                    _state.arrFields[_nField],
                    _nField,
-                   FieldOf(_state, picture, samples, _nField),
-                   Chroma_Field(samples, _nField, nFields),
+                   FieldOf(_state, _source.picture, _source.samples, _nField),
+                   Chroma_Field(_source.samples, _nField, _state.nFields),
                    FieldOf(_state, _result, _nField),
-                   reader.IsInPlace() ? nullptr : &reader};
+                   _source.reader.IsInPlace() ? nullptr : &_source.reader};
     };
-    const RUN arrRuns[2] = {RunOf(0), RunOf(nFields - 1)};
-    return KeyFields({arrRuns, static_cast<size_t>(nFields)}, seen);
+    const RUN arrRuns[2] = {RunOf(0), RunOf(_state.nFields - 1)};
+    return _body(std::span<const RUN>(arrRuns, static_cast<size_t>(_state.nFields)));
+}
+
+// Makes room for a picture of that kind, and takes over its setup.
+SEEN Begin(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const ZF_VID_PROPS& _vidProps, eZYMatrix _eMatrix)
+{
+    const int nHeight = std::abs(_vidProps.nHeight);
+    const int nFields = nHeight > 1 && VidProps_FieldOrder(&_vidProps) != 0 ? 2 : 1;
+    if (_state.nWidth != _vidProps.nWidth || _state.nHeight != nHeight || _state.nFields != nFields)
+        UnmixState_Resize(_state, _vidProps.nWidth, nHeight, nFields);
+    return TakeSetup(_state, _setup, {_vidProps.fccType, static_cast<int>(_eMatrix)});
+}
+
+void WriteFields(std::span<const RUN> _runs, eUnmixWrite _eWrite)
+{
+    for (const RUN& run : _runs)
+        WriteField(run, _eWrite);
+}
+} // namespace
+
+HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input,
+                    const UNMIX_RESULT& _result, IRowRunner& _runner)
+{
+    SOURCE source;
+    const HRESULT hr = source.Open(_input);
+    if (FAILED(hr))
+        return hr;
+    const SEEN seen = Begin(_state, _setup, _input.vidProps, source.reader.Matrix());
+    source.Take(_state, _input);
+    return WithRuns(_state, source, _result, _runner, [&](std::span<const RUN> _runs) {
+        const HRESULT hrLearned = LearnFields(_runs, seen);
+        WriteFields(_runs, eUW_All);
+        return hrLearned;
+    });
+}
+
+HRESULT Unmix_Learn(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input, IRowRunner& _runner)
+{
+    SOURCE source;
+    const HRESULT hr = source.Open(_input);
+    if (FAILED(hr))
+        return hr;
+    const SEEN seen = Begin(_state, _setup, _input.vidProps, source.reader.Matrix());
+    source.Take(_state, _input);
+    return WithRuns(_state, source, {}, _runner, [&](std::span<const RUN> _runs) { return LearnFields(_runs, seen); });
+}
+
+HRESULT Unmix_Write(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result, IRowRunner& _runner,
+                    eUnmixWrite _eWrite)
+{
+    SOURCE source;
+    const HRESULT hr = source.Open(_input);
+    if (FAILED(hr))
+        return hr;
+    source.Take(_state, _input);
+    return WithRuns(_state, source, _result, _runner, [&](std::span<const RUN> _runs) {
+        WriteFields(_runs, _eWrite);
+        return _state.nKeys == 0 ? S_FALSE : S_OK;
+    });
 }
 
 void Unmix_Restart(UNMIX_STATE& _state)

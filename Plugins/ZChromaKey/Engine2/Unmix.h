@@ -48,6 +48,21 @@ struct UNMIX_STATS
 HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input,
                     const UNMIX_RESULT& _result, IRowRunner& _runner);
 
+/// \name The halves of Unmix_Frame, for who writes the pixels otherwise
+///@{
+/// All that a picture teaches, up to the classes of its cells; writes nothing. The same codes.
+HRESULT Unmix_Learn(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input, IRowRunner& _runner);
+
+enum eUnmixWrite
+{
+    eUW_All,    ///< the result from the beginning
+    eUW_Finish, ///< its pixels are there: what comes after them, edges and views
+};
+/// The result of the picture that was learned from last.
+HRESULT Unmix_Write(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result, IRowRunner& _runner,
+                    eUnmixWrite _eWrite);
+///@}
+
 /// Forgets the plate and what was measured; keys that are named stay.
 void Unmix_Restart(UNMIX_STATE& _state);
 

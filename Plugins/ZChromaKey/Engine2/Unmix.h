@@ -53,6 +53,19 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
 /// All that a picture teaches, up to the classes of its cells; writes nothing. The same codes.
 HRESULT Unmix_Learn(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input, IRowRunner& _runner);
 
+/// The cells of a picture that is not in memory. Rows of 16 bytes a cell: sums of B, G, R and A as 16-bit numbers, the
+/// least of the four, the greatest. For each field its rows of cells; then one for each third of them from the second
+/// on, with the first pixel of each cell's first line and the one two to its right: noise is measured between these.
+struct UNMIX_CELL_INPUT
+{
+    ZF_VID_PROPS vidProps; ///< B, G, R and A that counts, or does not
+    eZYMatrix eMatrix;     ///< that it was read with
+    const uint8_t* pRow0;
+    ptrdiff_t nStride; ///< bytes
+};
+HRESULT Unmix_LearnCells(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_CELL_INPUT& _input,
+                         IRowRunner& _runner);
+
 enum eUnmixWrite
 {
     eUW_All,    ///< the result from the beginning

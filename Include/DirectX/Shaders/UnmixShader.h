@@ -77,24 +77,18 @@ enum eUnmixCell : uint32_t
     eUCell_Inner = 8,
 };
 
-/// Sums, least and greatest of 4x4 pixels: R32G32B32A32_UINT, columns of cells by UnmixCells_Rows. t0: the picture.
+/// Sums, least and greatest of 4x4 pixels: R32G32B32A32_UINT. t0: the picture.
 ///
 /// For each field a row of texels for each row of cells: sums of B and G, of R and A, in halves; the least; the
 /// greatest. Then one for each third row of cells from the second on: the first pixel of each cell and the one two to
 /// its right, of its first line.
 std::string UnmixCellsShader_Text();
-/// Rows of that target for so many rows of cells and fields.
-constexpr int32_t UnmixCells_Rows(int32_t _nCellRows, int32_t _nFields)
-{
-    return _nFields * (_nCellRows + (_nCellRows + 1) / 3);
-}
-
 /// The differences of mixed pixels as the next frame wants them, over those of the backdrop in 8192ths: R16_SINT, of
 /// the picture's size. t0: the picture; t1: cells; t2: the backdrop plate; t3: the foreground plate (R32G32B32A32_FLOAT
 /// in the order B, G, R, and confidence); t4: the differences before.
 std::string UnmixPastShader_Text();
 
-/// The result: straight alpha, of the picture's size. t0 to t3: the same; t4: what the pass above has made; t5: garbage,
-/// t6: hold-out and t8: the region of the backdrop (R8_UNORM, of the picture's size); t7: density of shadows (R32_FLOAT,
-/// by plate cells). What the constants say is not there need not be bound.
+/// The result: straight alpha, of the picture's size. t0 to t3: the same; t4: what the pass above has made; t5:
+/// garbage, t6: hold-out and t8: the region of the backdrop (R8_UNORM, of the picture's size); t7: density of shadows
+/// (R32_FLOAT, by plate cells). What the constants say is not there need not be bound.
 std::string UnmixPixelShader_Text();

@@ -1,5 +1,8 @@
 #include "ZChromaKey/Engine2/Cells.h"
 
+#include "Base/ZVideoProps.h"
+
+#include <cstdlib>
 #include <cstring>
 
 void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged,
@@ -21,6 +24,14 @@ void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UN
         _kernels.pfnCells(row);
         _pChanged[y] = bChanged;
     }
+}
+
+int Cells_InputRows(const ZF_VID_PROPS& _vidProps)
+{
+    const int nHeight = std::abs(_vidProps.nHeight);
+    const int nFields = nHeight > 1 && VidProps_FieldOrder(&_vidProps) != 0 ? 2 : 1;
+    const int nCellRows = ((nHeight + nFields - 1) / nFields + c_nCell - 1) / c_nCell;
+    return nFields * (nCellRows + (nCellRows + 1) / 3);
 }
 
 void Cells_TakePass(const uint8_t* _pCells0, ptrdiff_t _nStride, UNMIX_CELLS& _cells, uint8_t* _pChanged, int _nFirst,

@@ -4,8 +4,10 @@
 #include "Base/ZPixelFormats.h"
 #include "Base/ZVideoProps.h"
 #include "Image/ImgPlane.h"
+#include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Output.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 /// Whether the result takes all pixels as they are.
@@ -36,6 +38,14 @@ void CUnmixWork::Begin(const UNMIX_CELL_INPUT& _cells, const UNMIX_SETUP& _setup
 {
     m_cells = _cells;
     m_setup = _setup;
+    // A worker that hangs must not read what the caller has let go of.
+    const size_t cbRow = size_t{16} * static_cast<size_t>((_cells.vidProps.nWidth + c_nCell - 1) / c_nCell);
+    const int nRows = Cells_InputRows(_cells.vidProps);
+    m_vecCells.resize(cbRow * static_cast<size_t>(nRows));
+    for (int y = 0; y < nRows; ++y)
+        std::copy_n(_cells.pRow0 + y * _cells.nStride, cbRow, m_vecCells.data() + static_cast<size_t>(y) * cbRow);
+    m_cells.pRow0 = m_vecCells.data();
+    m_cells.nStride = static_cast<ptrdiff_t>(cbRow);
 }
 
 void CUnmixWork::Next(eUnmixTask _eTask, uint32_t _nWorkers)

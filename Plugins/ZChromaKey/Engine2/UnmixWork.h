@@ -43,7 +43,7 @@ class CUnmixWork final : public CRowWork
 public:
     /// Between two frames: what the next runs key.
     void Begin(const ENGINE_JOB& _job, const UNMIX_SETUP& _setup);
-    /// The same of a picture that is not in memory; only its cells are learned from.
+    /// The same of a picture that is not in memory; only its cells are learned from, which are copied.
     void Begin(const UNMIX_CELL_INPUT& _cells, const UNMIX_SETUP& _setup);
     /// Between two runs: which part of it is next, with how many workers.
     void Next(eUnmixTask _eTask, uint32_t _nWorkers);
@@ -82,6 +82,7 @@ private:
     eUnmixTask m_eTask = eUT_Frame;
     ENGINE_JOB m_job = {};
     UNMIX_CELL_INPUT m_cells = {};
+    std::vector<uint8_t> m_vecCells;
     UNMIX_SETUP m_setup;
     UNMIX_RESULT m_result;
     std::vector<uint8_t> m_vecResult; ///< where the job takes no alpha

@@ -3,6 +3,7 @@
 #include "Base/ZPixelFormats.h"
 #include "Base/ZLog.h"
 #include "DirectX/Device/DXHelpers.h"
+#include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Pixels.h"
 
 #include <cstdlib>
@@ -334,10 +335,10 @@ HRESULT GPUUnmix::CellsLearn(IDX11Texture* _pPicture)
     const UNMIX_CONSTANTS constants = UnmixUploads_CellConstants(VidPropsIn(), VidPropsIn().fccType == eZFCC_ARGB32);
     ID3D11Texture2D* const arrInputs[] = {TextureIn(_pPicture).Get()}; // the picture outlives the pass
     CZPtr<IDX11Texture> cpCells;
-    const HRESULT hr = Pass(eS_Cells, arrInputs, constants,
-                            TargetOf(constants.anGrid[0], UnmixCells_Rows(constants.anGrid[1], constants.anPicture[2]),
-                                     DXGI_FORMAT_R32G32B32A32_UINT, VidPropsIn()),
-                            cpCells.Put());
+    const HRESULT hr =
+        Pass(eS_Cells, arrInputs, constants,
+             TargetOf(constants.anGrid[0], Cells_InputRows(VidPropsIn()), DXGI_FORMAT_R32G32B32A32_UINT, VidPropsIn()),
+             cpCells.Put());
     return SUCCEEDED(hr) ? CellsRead(cpCells.Get(), constants) : hr;
 }
 
@@ -345,8 +346,8 @@ HRESULT GPUUnmix::CellsLearn(IDX11Texture* _pPicture)
 HRESULT GPUUnmix::CellsRead(IDX11Texture* _pCells, const UNMIX_CONSTANTS& _constants)
 {
     const CD3D11_TEXTURE2D_DESC desc(DXGI_FORMAT_R32G32B32A32_UINT, static_cast<UINT>(_constants.anGrid[0]),
-                                     static_cast<UINT>(UnmixCells_Rows(_constants.anGrid[1], _constants.anPicture[2])),
-                                     1, 1, 0, D3D11_USAGE_STAGING, D3D11_CPU_ACCESS_READ);
+                                     static_cast<UINT>(Cells_InputRows(VidPropsIn())), 1, 1, 0, D3D11_USAGE_STAGING,
+                                     D3D11_CPU_ACCESS_READ);
     CZPtr<IDX11Texture> cpReadable;
     HRESULT hr = DX11Texture::Create(Allocator(), Device()->Device(), &desc, VidPropsIn(), cpReadable.Put());
     if (FAILED(hr))

@@ -89,6 +89,8 @@ struct STREAMS
     }
 };
 
+struct SETUP_CASE;
+
 class GpuUnmix : public testing::Test
 {
 protected:
@@ -96,6 +98,7 @@ protected:
     {
         EXPECT_EQ(m_keyer.DeviceInit(Gpu_Device()), S_OK);
     }
+    void CheckSetup(const SETUP_CASE& _case, int32_t _eView);
 
     GPUUnmix m_keyer;
     GPUUnmix m_keyerTexture;
@@ -174,8 +177,9 @@ SCENE Moving(int _nFrame, int _nWidth = 157, int _nHeight = 91)
 {
     SCENE scene =
         BodyScene(_nWidth, _nHeight, 3, 1 + static_cast<uint32_t>(_nFrame), .02f * static_cast<float>(_nFrame));
-    for (int x = 0; x < _nWidth / 2; ++x) // a row of less than full alpha
-        scene.vecBGRA[static_cast<size_t>(4 * (60 * _nWidth + x) + 3)] = static_cast<uint8_t>(x);
+    uint8_t* const pRow = scene.vecBGRA.data() + ptrdiff_t{4} * 60 * _nWidth;
+    for (int x = 0; x < _nWidth / 2; ++x) // less than full alpha
+        pRow[4 * x + 3] = static_cast<uint8_t>(x);
     return scene;
 }
 
@@ -197,77 +201,82 @@ struct SETUP_CASE
     bool bPremultiply = false;
 };
 
+const SETUP_CASE c_arrSetups[] = {
+    {"plain", [](UNMIX_SETUP*) {}},
+    {"fields, premultiplied", [](UNMIX_SETUP*) {}, eZI_TopFirst, true},
+    {"no filter", [](UNMIX_SETUP* _p) { _p->params.fltNoise = 0; }},
+    {"held", [](UNMIX_SETUP* _p) { _p->params.eLearn = eUN_Hold; }},
+    {"linear, shadows, no alpha of the input",
+     [](UNMIX_SETUP* _p) {
+         _p->params.eLight = eUL_Linear;
+         _p->params.fltShadows = 80;
+         _p->params.eAlpha = eUA_Replace;
+     }},
+    {"two keys, narrow foreground",
+     [](UNMIX_SETUP* _p) {
+         _p->nKeys = 2;
+         _p->arrKeys[1] = {{150, 60, 40}};
+         _p->arrKeys[0].fltSolidHue = 30;
+         _p->arrKeys[0].fltSolidSaturation = .3f;
+     }},
+    {"protected",
+     [](UNMIX_SETUP* _p) {
+         _p->nProtected = 2;
+         _p->arrProtected[0] = {{c_colGreen.b * .9f, c_colGreen.g * .9f, c_colGreen.r * .9f}, 12, .1f, .03f};
+         _p->arrProtected[1] = {{c_colCoat.b, c_colCoat.g, c_colCoat.r}};
+     }},
+    {"regions",
+     [](UNMIX_SETUP* _p) {
+         static const BYTES s_vecLeft = Region(10, 40), s_vecMiddle = Region(70, 90), s_vecRight = Region(120, 150);
+         _p->garbage = {s_vecMiddle.data(), 157};
+         _p->holdOut = {s_vecLeft.data(), 157};
+         _p->backdrop = {s_vecRight.data(), 157};
+     }},
+};
+
+/// Keys a stream of four frames, one of which comes again, on the CPU and twice on the GPU.
+void GpuUnmix::CheckSetup(const SETUP_CASE& _case, int32_t _eView)
+{
+    UNMIX_SETUP setup = GreenSetup();
+    _case.fnChange(&setup);
+    setup.params.eView = _eView;
+    STREAMS streams(m_keyer, setup);
+    UNMIX_STATE stateTexture;
+    LEARNER learner(stateTexture, setup);
+    ENGINE_GPU_OPTIONS options = c_options;
+    options.bPremultiply = _case.bPremultiply;
+    AGREEMENT inMemory, inTexture;
+    for (const int nFrame : {0, 1, 1, 2})
+    {
+        SCENE scene = Moving(nFrame, 157, _case.eInterlace == eZI_Progressive ? 91 : 90);
+        const UNMIX_INPUT input = scene.Input(eZFCC_ARGB32, _case.eInterlace);
+        BYTES vecCPU = streams.OnCPU(input);
+        inMemory.Add(streams.OnGPU(input), vecCPU);
+        for (int y = 0; y < scene.nHeight && _case.bPremultiply; ++y)
+            Output_Premultiply({vecCPU.data(), ptrdiff_t{4} * scene.nWidth, false}, y, scene.nWidth);
+        CZPtr<IZFFrame> cpRes;
+        const auto cpFrame = FrameOf(scene, eZFCC_ARGB32, _case.eInterlace);
+        EXPECT_EQ(m_keyerTexture.Key(cpFrame.Get(), learner, options, cpRes.Put()), S_OK);
+        inTexture.Add(PixelsIn(cpRes.Get()), vecCPU);
+        EXPECT_TRUE(stateTexture.arrFields[0].cells == streams.cpu.arrFields[0].cells);
+        EXPECT_EQ(stateTexture.fltNoise, streams.cpu.fltNoise);
+        EXPECT_TRUE(stateTexture.vecPlate == streams.cpu.vecPlate);
+    }
+    inMemory.Check();
+    inTexture.Check();
+}
+
 TEST_F(GpuUnmix, GivesTheCpusPixelsOfEverySetup)
 {
-    const BYTES vecLeft = Region(10, 40), vecMiddle = Region(70, 90), vecRight = Region(120, 150);
-    const SETUP_CASE arrCases[] = {
-        {"plain", [](UNMIX_SETUP*) {}},
-        {"fields, premultiplied", [](UNMIX_SETUP*) {}, eZI_TopFirst, true},
-        {"no filter", [](UNMIX_SETUP* _p) { _p->params.fltNoise = 0; }},
-        {"held", [](UNMIX_SETUP* _p) { _p->params.eLearn = eUN_Hold; }},
-        {"linear, shadows, no alpha of the input",
-         [](UNMIX_SETUP* _p) {
-             _p->params.eLight = eUL_Linear;
-             _p->params.fltShadows = 80;
-             _p->params.eAlpha = eUA_Replace;
-         }},
-        {"two keys, narrow foreground",
-         [](UNMIX_SETUP* _p) {
-             _p->nKeys = 2;
-             _p->arrKeys[1] = {{150, 60, 40}};
-             _p->arrKeys[0].fltSolidHue = 30;
-             _p->arrKeys[0].fltSolidSaturation = .3f;
-         }},
-        {"protected",
-         [](UNMIX_SETUP* _p) {
-             _p->nProtected = 2;
-             _p->arrProtected[0] = {{c_colGreen.b * .9f, c_colGreen.g * .9f, c_colGreen.r * .9f}, 12, .1f, .03f};
-             _p->arrProtected[1] = {{c_colCoat.b, c_colCoat.g, c_colCoat.r}};
-         }},
-        {"regions",
-         [&](UNMIX_SETUP* _p) {
-             _p->garbage = {vecMiddle.data(), 157};
-             _p->holdOut = {vecLeft.data(), 157};
-             _p->backdrop = {vecRight.data(), 157};
-         }},
-    };
     size_t nCase = 0;
-    for (const SETUP_CASE& row : arrCases)
-        for (const int32_t eView :
-             {eUV_Result, eUV_Matte, eUV_Status, eUV_Plate, eUV_Foreground, eUV_Confidence, eUV_Source})
+    for (const SETUP_CASE& row : c_arrSetups)
+        for (int32_t eView = eUV_Result; eView <= eUV_Source; ++eView)
         {
-            const bool bRegions = &row == &arrCases[7];
-            if ((eView != eUV_Result && !bRegions) || Gpu_IsLeftOut(nCase++))
+            const bool bViews = &row == std::end(c_arrSetups) - 1; // the regions
+            if ((eView != eUV_Result && !bViews) || Gpu_IsLeftOut(nCase++))
                 continue;
             SCOPED_TRACE(ZFormat("%hs, view %d", row.pszName, eView));
-            UNMIX_SETUP setup = GreenSetup();
-            row.fnChange(&setup);
-            setup.params.eView = eView;
-            STREAMS streams(m_keyer, setup);
-            UNMIX_STATE stateTexture;
-            LEARNER learner(stateTexture, setup);
-            ENGINE_GPU_OPTIONS options = c_options;
-            options.bPremultiply = row.bPremultiply;
-            AGREEMENT inMemory, inTexture;
-            for (const int nFrame : {0, 1, 1, 2}) // one comes again
-            {
-                SCENE scene = Moving(nFrame, 157, row.eInterlace == eZI_Progressive ? 91 : 90);
-                const UNMIX_INPUT input = scene.Input(eZFCC_ARGB32, row.eInterlace);
-                BYTES vecCPU = streams.OnCPU(input);
-                inMemory.Add(streams.OnGPU(input), vecCPU);
-                for (int y = 0; y < scene.nHeight && row.bPremultiply; ++y)
-                    Output_Premultiply({vecCPU.data(), 4 * scene.nWidth, false}, y, scene.nWidth);
-                CZPtr<IZFFrame> cpRes;
-                EXPECT_EQ(m_keyerTexture.Key(FrameOf(scene, eZFCC_ARGB32, row.eInterlace).Get(), learner, options,
-                                             cpRes.Put()),
-                          S_OK);
-                inTexture.Add(PixelsIn(cpRes.Get()), vecCPU);
-                EXPECT_TRUE(stateTexture.arrFields[0].cells == streams.cpu.arrFields[0].cells);
-                EXPECT_EQ(stateTexture.fltNoise, streams.cpu.fltNoise);
-                EXPECT_TRUE(stateTexture.vecPlate == streams.cpu.vecPlate);
-            }
-            inMemory.Check();
-            inTexture.Check();
+            CheckSetup(row, eView);
         }
 }
 

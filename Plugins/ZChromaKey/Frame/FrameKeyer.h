@@ -79,6 +79,7 @@ private:
     void LogNotCleaned(uint32_t _fccType);
     bool WantsCPU(const ZF_VID_PROPS& _vidProps, bool _bTexture) const;
     HRESULT GPUInput(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, FRAMES* _pFrames, CZPtr<IZFFrame>* _pcpInput);
+    ENGINE_GPU_OPTIONS GPUOptions(eZYMatrix _eMatrix) const;
     HRESULT KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                      IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     HRESULT RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings, FRAMES* _pFrames);

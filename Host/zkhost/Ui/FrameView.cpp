@@ -119,7 +119,7 @@ private:
             const bool bDark = bChecker && (x / m_nSquare + nSquares) % 2;
             const uint32_t nRGB = !bChecker ? m_wish.nRGB : bDark ? 0x787878 : 0xB4B4B4;
             for (int c = 0; c < 3; ++c)
-                m_vecBehind[static_cast<size_t>(4 * x + c)] = static_cast<uint8_t>(nRGB >> 8 * c);
+                m_vecBehind[4 * static_cast<size_t>(x) + static_cast<size_t>(c)] = static_cast<uint8_t>(nRGB >> 8 * c);
         }
         return m_vecBehind.data();
     }

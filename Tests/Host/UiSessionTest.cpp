@@ -63,6 +63,19 @@ std::string Over(PICTURE _picture, uint8_t _nGrey)
     return {_picture.vecPixels.begin(), _picture.vecPixels.end()};
 }
 
+/// The rest of a text in JSON after these characters, up to its closing quotes.
+std::string TextAfter(const std::string& _strJson, const std::string& _strBegin)
+{
+    std::string strText;
+    const size_t nBegin = _strJson.find(_strBegin);
+    for (size_t i = nBegin + _strBegin.size(); nBegin != std::string::npos && _strJson[i] != '"'; ++i)
+    {
+        i += _strJson[i] == '\\';
+        strText += _strJson[i];
+    }
+    return strText;
+}
+
 TEST_F(CUiSessionTest, FramesAreWhatKeyingGives)
 {
     const CUiHost host(Options());
@@ -148,9 +161,7 @@ TEST_F(CUiSessionTest, WhatIsWrittenIsWhatTheCommandWrites)
         EXPECT_TRUE(state.Has("\"state\":\"done\"") && state.Has("\"frame\":4,\"frames\":4")) << state.strBody;
         const std::string strKeyed = m_folder.Read("keyed it.y4m");
         EXPECT_GT(strKeyed.size(), 4u * 160 * 96 * 4);
-        std::string strCommand = state.strBody.substr(state.strBody.find("zkhost key"));
-        strCommand = strCommand.substr(7, strCommand.find("\",\"job\"") - 7);
-        strCommand.erase(std::remove(strCommand.begin(), strCommand.end(), '\\'), strCommand.end()); // of JSON
+        std::string strCommand = TextAfter(state.strBody, "\"command\":\"zkhost ");
         const size_t nOutput = strCommand.find("keyed it.y4m"); // is to lie beside the clip
         ASSERT_NE(nOutput, std::string::npos) << strCommand;
         strCommand.insert(nOutput, m_folder.Path(""));

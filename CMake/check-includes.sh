@@ -28,19 +28,21 @@ room $X/Convert  $X/Pipeline $X/Device $X/Shaders $I/Base
 room $P/Work         $P/Work/Kernels $I/Base
 room $P/Work/Kernels $I/Simd $I/Base
 room $P/Config       $I/Props $I/Base
+room $P/Licence      $X/Pipeline $X/Device $I/Video $I/Image $I/Props $I/Base # of builds with an issuer's key
 room $P/Frame/FrameEngine.h $I/Image $I/Base # what an engine is: engines see it without the rest of Frame
-room $P/Frame           $P/Frame/FrameEngine.h $P/Config $I/Video $I/Image $I/Props $I/Base
+room $P/Frame           $P/Frame/FrameEngine.h $P/Licence $P/Config $I/Video $I/Image $I/Props $I/Base
 room $P/Engine1         $P/Frame/FrameEngine.h $P/Engine1/Kernels $P/Engine1/Gpu $P/Work $P/Work/Kernels $I/Video $I/Image $I/Base
 room $P/Engine1/Kernels $I/Simd $I/Base
 room $P/Engine1/Gpu     $P/Frame/FrameEngine.h $P/Work/Kernels $X/Convert $X/Pipeline $X/Device $X/Shaders $I/Image $I/Base
 room $P/Engine2/UnmixFrameEngine.h $P/Frame/FrameEngine.h $I/Image $I/Base # what is asked of it
-room $P/Engine2         $P/Engine2/UnmixFrameEngine.h $P/Frame/FrameEngine.h $P/Work $I/Simd $I/Video $I/Image $I/Base
+room $P/Engine2/Gpu     $P/Engine2 $P/Frame/FrameEngine.h $X/Convert $X/Pipeline $X/Device $X/Shaders $I/Image $I/Base
+room $P/Engine2         $P/Engine2/Gpu $P/Engine2/UnmixFrameEngine.h $P/Frame/FrameEngine.h $P/Work $I/Simd $I/Video $I/Image $I/Base
 room $P/Keys            $P/Config $I/Helpers $I/Image $I/Props $I/Base
 room $P/Keys2           $P/Config $I/Helpers $I/Image $I/Props $I/Base
 room $P/Objects/ClassTable.h # for the registration: no class of Objects
 room $P/Com             $P/Objects/ClassTable.h $I/Props $I/Base
 room $P/Objects         $P/Objects/ClassTable.h $P/Com $P/Frame $P/Frame/FrameEngine.h $P/Engine1 $P/Engine1/Gpu $P/Keys \
-                        $P/Engine2 $P/Engine2/UnmixFrameEngine.h $P/Keys2 $P/Config $I/Helpers $I/Video $I/Props $I/Image $I/Base
+                        $P/Engine2 $P/Engine2/UnmixFrameEngine.h $P/Keys2 $P/Licence $P/Config $I/Helpers $I/Video $I/Props $I/Image $I/Base
 room $P/Flat            $P/Objects/ClassTable.h $I/Sdk $I/Video $I/Image $I/Base # over the objects' interfaces
 
 room $H/Shell           $I/Sdk # plug-ins of other programs: by the C interface alone
@@ -54,6 +56,7 @@ room $H/zkhost/Ui       $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Bas
 room $T/Sample          $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
 room $T/Soak            $T/Sample $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
 room $T/Bench           any # measures parts
+room $T/Licence         $P/Licence $I/Props $I/Base
 room $T/Quality         $T/Sample $T/Bench $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
 room $H/zkhost/Commands $H/zkhost/Ui $T/Sample $T/Bench $T/Soak $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
 room Tests              any

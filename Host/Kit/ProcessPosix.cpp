@@ -91,6 +91,7 @@ public:
     pid_t Run(const std::vector<std::string>& _vecCommand) const
     {
         std::vector<char*> vecArguments;
+        vecArguments.reserve(_vecCommand.size() + 1);
         for (const std::string& strArgument : _vecCommand)
             vecArguments.push_back(const_cast<char*>(strArgument.c_str()));
         vecArguments.push_back(nullptr);
@@ -175,7 +176,7 @@ std::string ProcessSystem_Find(const std::string& _strProgram)
     while (!strRest.empty())
     {
         const size_t nEnd = std::min(strRest.find(':'), strRest.size());
-        const std::string strFile = ZFormat("%s/%s", strRest.substr(0, nEnd), _strProgram);
+        std::string strFile = ZFormat("%s/%s", strRest.substr(0, nEnd), _strProgram);
         if (nEnd > 0 && access(strFile.c_str(), X_OK) == 0)
             return strFile;
         strRest.erase(0, nEnd + 1);

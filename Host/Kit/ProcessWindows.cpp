@@ -175,7 +175,7 @@ std::string ProcessSystem_Find(const std::string& _strProgram)
     while (!strRest.empty()) // not the current folder, which the system would look in first
     {
         const size_t nEnd = std::min(strRest.find(';'), strRest.size());
-        const std::string strFound = ZFormat("%s\\%s", strRest.substr(0, nEnd), strFile);
+        std::string strFound = ZFormat("%s\\%s", strRest.substr(0, nEnd), strFile);
         if (nEnd > 0 && Platform_Exists(strFound))
             return strFound;
         strRest.erase(0, nEnd + 1);

@@ -19,6 +19,7 @@ void Command_AddFormats(CLI::App& _app);
 void Command_AddOptions(CLI::App& _app);
 void Command_AddDescribe(CLI::App& _app);
 void Command_AddInfo(CLI::App& _app);
+void Command_AddLicence(CLI::App& _app);
 void Command_AddUi(CLI::App& _app);
 
 /// Checks that an option is a whole number in a range; its message names the range, where it has an end.

@@ -84,6 +84,7 @@ int Run(int _nArgs, char** _ppszArgs)
     Command_AddDescribe(app);
     Command_AddOptions(app);
     Command_AddInfo(app);
+    Command_AddLicence(app);
     std::vector<std::string> vecArgs = System_Arguments(_nArgs, _ppszArgs);
     vecArgs.erase(vecArgs.begin());
     TakeHelp(vecArgs);

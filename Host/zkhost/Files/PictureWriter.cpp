@@ -74,7 +74,7 @@ std::unique_ptr<CZPictureWriter> PictureWriter_Open(const std::string& _strPath,
     if (strType == "y4m" || _strPath == "-")
         return std::make_unique<CZY4mWriter>(_strPath, _stream, _fccOpaque, _files);
     if (VideoOutput_IsOne(_strPath))
-        return std::make_unique<CZVideoWriter>(_strPath, _stream, _wishes, _files);
+        return std::make_unique<CZVideoWriter>(_strPath, _stream, _fccOpaque == eZFCC_ARGB64, _wishes, _files);
     throw CZUsageError(
         ZFormat("%s: unknown kind of output, or one without alpha; use %s, *.png, name_%%05d.png, *.y4m, "
                 "*.raw, - for Y4M on standard output, or *.mp4 for what is opaque",

@@ -61,8 +61,8 @@ private:
     std::optional<CZChildProcess> m_optChild;
 };
 
-CZVideoWriter::CZVideoWriter(const std::string& _strPath, const STREAM& _stream, const OUTPUT_WISHES& _wishes,
-                             CZOutFiles& _files)
+CZVideoWriter::CZVideoWriter(const std::string& _strPath, const STREAM& _stream, bool _bDeep,
+                             const OUTPUT_WISHES& _wishes, CZOutFiles& _files)
     : m_strPath(_strPath)
     , m_stream(_stream)
     , m_wishes(_wishes)
@@ -70,7 +70,7 @@ CZVideoWriter::CZVideoWriter(const std::string& _strPath, const STREAM& _stream,
 {
     VideoTools_Need("ffmpeg");
     // Tells now what cannot be, before a frame is keyed.
-    const eVideoKind eKind = _wishes.bOpaque ? eVideoKind::Opaque : eVideoKind::Alpha;
+    const eVideoKind eKind = _bDeep ? eVideoKind::DeepAlpha : _wishes.bOpaque ? eVideoKind::Opaque : eVideoKind::Alpha;
     VideoOutput_Arguments(m_strPath, "", eKind, 16, 16, m_stream, m_wishes, {});
     m_strTarget = _files.Create(_strPath).HandOver([spEncoder = m_spEncoder] { spEncoder->Finish(); });
 }

@@ -9,7 +9,9 @@ class CZVideoEncoder;
 class CZVideoWriter : public CZPictureWriter
 {
 public:
-    CZVideoWriter(const std::string& _strPath, const STREAM& _stream, const OUTPUT_WISHES& _wishes, CZOutFiles& _files);
+    /// _bDeep: pictures of 16 bits are to come.
+    CZVideoWriter(const std::string& _strPath, const STREAM& _stream, bool _bDeep, const OUTPUT_WISHES& _wishes,
+                  CZOutFiles& _files);
     void Write(const PICTURE& _picture) override;
     void Write(const DEEP_PICTURE& _picture) override;
 

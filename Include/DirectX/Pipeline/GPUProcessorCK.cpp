@@ -173,6 +173,13 @@ HRESULT GPUProcessorCore::Render(IDX11Texture* _pTexIn, const GPU_PASS& _pass, c
     return m_renderer.Render(m_pDX11Device.Get(), _pTexIn, true, _pass, _target, m_cpAllocator.Get(), _ppTexOutput);
 }
 
+HRESULT GPUProcessorCore::Render(std::span<ID3D11Texture2D* const> _inputs, const GPU_PASS& _pass,
+                                 const GPU_TARGET& _target, IDX11Texture** _ppTexOutput)
+{
+    *_ppTexOutput = nullptr;
+    return m_renderer.RenderInputs(m_pDX11Device.Get(), _inputs, _pass, _target, m_cpAllocator.Get(), _ppTexOutput);
+}
+
 HRESULT GPUProcessorCore::GetGPUFrame(IDX11Texture* _pTexture, IZFFrame** _ppFrameOut)
 {
     return m_downloader._Download(m_cpFrameIn.Get(), _pTexture, _ppFrameOut);

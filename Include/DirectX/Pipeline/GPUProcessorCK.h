@@ -87,6 +87,9 @@ protected:
     /// A pass into a texture that goes back to the cache with its last reference.
     HRESULT Render(IDX11Texture* _pTexIn, const GPU_PASS& _pass, const GPU_TARGET& _target,
                    IDX11Texture** _ppTexOutput);
+    /// The same from several textures of Device(), as Renderer::RenderInputs takes them.
+    HRESULT Render(std::span<ID3D11Texture2D* const> _inputs, const GPU_PASS& _pass, const GPU_TARGET& _target,
+                   IDX11Texture** _ppTexOutput);
     /// A result in a texture, as a frame that carries it; needs a frame in that came in a texture.
     HRESULT GetGPUFrame(IDX11Texture* _pTexture, IZFFrame** _ppFrameOut);
     /// A result in system memory; _vidPropsOut says orientation and stride. It waits for the GPU.

@@ -60,12 +60,28 @@ HRESULT Renderer::_RenderBase(DX11Device* _pTheDevice, ID3D11Texture2D* _pTexIn,
                               const GPU_TARGET& _target, IDX11Allocator* _pAllocator, IDX11Texture** _ppSurfaceOut)
 {
     if (!Z_VERIFY_TEXT(_pTheDevice && _pTexIn && _pass.pPixelShader && _ppSurfaceOut && !(*_ppSurfaceOut),
-                       "_pTheDevice && _pTexIn && _pPixelShader && _ppSurfaceOut && !(*_ppSurfaceOut)") ||
-        !Z_VERIFY_TEXT(_target.nWidth && _target.nHeight, "_nTargetWidth && _nTargetHeight"))
+                       "_pTheDevice && _pTexIn && _pPixelShader && _ppSurfaceOut && !(*_ppSurfaceOut)"))
+        return E_INVALIDARG;
+    return RenderInputs(_pTheDevice, {&_pTexIn, 1}, _pass, _target, _pAllocator, _ppSurfaceOut);
+}
+
+HRESULT Renderer::RenderInputs(DX11Device* _pTheDevice, std::span<ID3D11Texture2D* const> _inputs,
+                               const GPU_PASS& _pass, const GPU_TARGET& _target, IDX11Allocator* _pAllocator,
+                               IDX11Texture** _ppSurfaceOut)
+{
+    if (!Z_VERIFY_TEXT(_target.nWidth && _target.nHeight, "_nTargetWidth && _nTargetHeight") ||
+        !Z_VERIFY(_inputs.size() <= CDXPassBinding::c_nInputsMax))
         return E_INVALIDARG;
     ID3D11Device* const pDevice = _pTheDevice->Device();
-    CZPtr<ID3D11ShaderResourceView> cpInput;
-    HRESULT hr = DX11Device::Texture2SRV(_pTexIn, false, cpInput.Put());
+    CZPtr<ID3D11ShaderResourceView> arrViews[CDXPassBinding::c_nInputsMax];
+    ID3D11ShaderResourceView* arrBound[CDXPassBinding::c_nInputsMax] = {};
+    HRESULT hr = S_OK;
+    for (size_t n = 0; n < _inputs.size() && SUCCEEDED(hr); ++n)
+    {
+        if (_inputs[n])
+            hr = DX11Device::Texture2SRV(_inputs[n], false, arrViews[n].Put());
+        arrBound[n] = arrViews[n].Get();
+    }
     if (FAILED(hr))
         return Failed("_RenderBase", "Failed to create shader resource view!", hr);
 
@@ -89,8 +105,8 @@ HRESULT Renderer::_RenderBase(DX11Device* _pTheDevice, ID3D11Texture2D* _pTexIn,
     if (FAILED(hr))
         return Failed("_RenderBase", "Failed to create render target view!", hr);
 
-    const CDXPassBinding binding(_pTheDevice->Context());
-    binding.Bind(_pass.pPixelShader, cpInput.Get(), _pass.pSampler, cpConstants.Get());
+    CDXPassBinding binding(_pTheDevice->Context());
+    binding.Bind(_pass.pPixelShader, std::span(arrBound).first(_inputs.size()), _pass.pSampler, cpConstants.Get());
     ID3D11RenderTargetView* const pRTV = cpRTV.Get();
     hr = _pTheDevice->Quad_Draw(&pRTV);
     if (FAILED(hr))

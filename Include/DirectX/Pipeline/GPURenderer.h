@@ -4,6 +4,8 @@
 #include "DirectX/Device/DXTexture.h"
 #include "DirectX/Pipeline/GPUStage.h"
 
+#include <span>
+
 /// What a pass binds besides its input; borrowed during the call.
 struct GPU_PASS
 {
@@ -42,4 +44,7 @@ public:
     /// One pass with clear, from any texture. Sets the completion marker on the target.
     HRESULT _RenderBase(DX11Device* _pTheDevice, ID3D11Texture2D* _pTexIn, const GPU_PASS& _pass,
                         const GPU_TARGET& _target, IDX11Allocator* _pAllocator, IDX11Texture** _ppSurfaceOut);
+    /// The same from several textures, slots t0 on, at most CDXPassBinding::c_nInputsMax; null: nothing in that slot.
+    HRESULT RenderInputs(DX11Device* _pTheDevice, std::span<ID3D11Texture2D* const> _inputs, const GPU_PASS& _pass,
+                         const GPU_TARGET& _target, IDX11Allocator* _pAllocator, IDX11Texture** _ppSurfaceOut);
 };

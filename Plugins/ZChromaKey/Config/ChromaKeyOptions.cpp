@@ -35,10 +35,10 @@ constexpr std::array<CK_OPTION, eRow_Count> c_arrOptions = {{
     {c_szOptionTimeOverlay, eCKOptionType_Bool, "false", 0, 0, "", "Draw the time on the output (GPU path only)."},
     {c_szOptionGPUFlush, eCKOptionType_Bool, "false", 0, 0, "",
      "Hand the work to the GPU as soon as it is recorded. For hosts whose own work waits in the same context."},
-    {c_szOptionGPUMode, eCKOptionType_Int, "-1", -1, 1, "",
+    {c_szOptionGPUMode, eCKOptionType_Int, "-1", -1, 2, "",
      "0: key on the CPU; 1: on the GPU, and fail where that fails; other values: on the GPU, and on the CPU where that "
-     "fails. Where there is no device, frames go to the CPU, and one is looked for every few seconds; one that is "
-     "software is used with 1 only."},
+     "fails. The second generation leaves frames in memory to the CPU, but for 1 and 2. Where there is no device, "
+     "frames go to the CPU, and one is looked for every few seconds; one that is software is used with 1 only."},
     {c_szOptionKeep, eCKOptionType_Bool, "true", 0, 0, "",
      "Keep the last frame that came in, to pick colours from and to recognise it when it comes again. Switched off, "
      "with \"output.thread\" off as well, no frame is held once its result is handed out: the host may use its memory "

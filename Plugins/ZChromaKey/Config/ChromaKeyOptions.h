@@ -44,6 +44,7 @@ enum eCK_GPUMode : int32_t
 {
     eCKGPU_Off = 0,
     eCKGPU_Only = 1,
+    eCKGPU_Memory = 2, ///< frames in memory as well, of a generation that leaves them to the CPU otherwise
 };
 
 /// The options that the processing step reads.

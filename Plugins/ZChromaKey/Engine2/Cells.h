@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Interfaces/ZVideoTypes.h"
 #include "ZChromaKey/Engine2/State.h"
 
 #include <cstddef>
@@ -30,3 +31,13 @@ struct UNMIX_PICTURE
 /// _pChanged: a byte a cell row, 0 where all is as it was in the frame before.
 void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged,
                 int _nFirst, int _nRows);
+
+/// How many rows an UNMIX_CELL_INPUT has for a picture.
+int Cells_InputRows(const ZF_VID_PROPS& _vidProps);
+/// The same out of cells that were made elsewhere, 16 bytes each as UNMIX_CELL_INPUT has them. _pCells0: the first row
+/// of the field.
+void Cells_TakePass(const uint8_t* _pCells0, ptrdiff_t _nStride, UNMIX_CELLS& _cells, uint8_t* _pChanged, int _nFirst,
+                    int _nRows);
+/// Puts the pixels that come after the cells to their places in a picture.
+void Cells_TakePixels(const uint8_t* _pPixels0, ptrdiff_t _nStride, const UNMIX_CELLS& _cells,
+                      const UNMIX_PICTURE& _picture, uint8_t* _pRow0);

@@ -121,3 +121,8 @@ struct UNMIX_SETUP
     UNMIX_REGION backdrop; ///< 128 and above: marks and seams here are backdrop
     UNMIX_PLATE plate;     ///< what learning begins with
 };
+
+bool UnmixSetup_Same(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b);
+bool UnmixSetup_SameKeys(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b);
+/// Whether two setups agree in what says which cells are surely backdrop.
+bool UnmixSetup_SameScreen(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b);

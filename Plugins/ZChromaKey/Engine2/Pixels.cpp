@@ -286,19 +286,31 @@ VEC4 UNMIX_RESULT::Get(int _nX, int _nY) const
 void Pixels_ForgetPast(FIELD_STATE& _field)
 {
     _field.vecPast.assign(16 * _field.cells.vecSum.size(), c_nPastUnknown);
+    _field.pPastAt = nullptr;
 }
 
-void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
-                 bool _bSeen, int _nFirst, int _nRows)
+void Pixels_TakePast(FIELD_STATE& _field)
 {
-    PASS pass{_state, _field, _picture, _result, *_state.pKernels, {}, {}};
+    if (_field.pPastAt && !_field.vecPast.empty())
+        Pixels_ForgetPast(_field);
+}
+
+FILTER_RULES Pixels_Filter(const UNMIX_STATE& _state, const FIELD_STATE& _field, bool _bSeen)
+{
     const float fltNoise = _state.setup.params.fltNoise > 0 ? std::min(_state.fltNoise, 60.0f) : 0;
-    FILTER_RULES& filter = pass.filter;
+    FILTER_RULES filter = {};
     filter.bFilter = fltNoise > c_fltQuiet;
     filter.bPast = filter.bFilter && !_field.vecPast.empty();
     filter.bSeen = _bSeen;
     filter.nNear = Rounded(2 * fltNoise * 32);
     filter.nTimeNear = Rounded(c_fltTimeNoise * fltNoise * 32);
+    return filter;
+}
+
+void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
+                 bool _bSeen, int _nFirst, int _nRows)
+{
+    PASS pass{_state, _field, _picture, _result, *_state.pKernels, {}, Pixels_Filter(_state, _field, _bSeen)};
     for (int k = 0; k < _state.nKeys; ++k)
         pass.arrRules[k] = Pixels_Rules(_state, _state.arrKeys[k]);
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)

@@ -60,6 +60,10 @@ VEC4 Pixel_Colour(const PIXEL_RULES& _rules, const PIXEL_PLACE& _place, const VE
 
 /// Makes room for the differences of the frame before, none of which is known.
 void Pixels_ForgetPast(FIELD_STATE& _field);
+/// Before Pixels_Pass: differences of the frame before that are elsewhere are not known here.
+void Pixels_TakePast(FIELD_STATE& _field);
+/// How the differences of a picture are filtered. _bSeen: as Pixels_Pass.
+FILTER_RULES Pixels_Filter(const UNMIX_STATE& _state, const FIELD_STATE& _field, bool _bSeen);
 
 /// Rows of cells: writes the result of every pixel. _bSeen: the picture of before again, perhaps with another setup.
 void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,

@@ -222,6 +222,17 @@ float Screen_Protection(const UNMIX_SETUP& _setup, const VEC4& _colour)
     return fltMost;
 }
 
+void Screen_ProtectedOf(const UNMIX_PROTECTED& _protected, float (&_arrCentre)[4], float (&_arrOne)[4])
+{
+    const HUE centre = HueOf(_protected.arrBGR[0], _protected.arrBGR[1], _protected.arrBGR[2]);
+    _arrCentre[0] = centre.fltHue;
+    _arrCentre[1] = centre.fltSaturation;
+    _arrCentre[2] = centre.fltValue;
+    _arrOne[0] = 1 / std::max(_protected.fltHue, 1e-3f);
+    _arrOne[1] = 1 / std::max(_protected.fltSaturation, 1e-3f);
+    _arrOne[2] = 1 / (255 * std::max(_protected.fltValue, 1e-3f));
+}
+
 bool Screen_FindKey(const UNMIX_CELLS& _cells, UNMIX_KEY* _pKey)
 {
     const float fltHue = static_cast<float>(BestHue(_cells)) * 5 + 2.5f;

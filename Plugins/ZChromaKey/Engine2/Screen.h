@@ -10,6 +10,10 @@ KEY_FORMS Screen_Forms(const UNMIX_KEY& _key);
 /// How far a colour is protected, 0 to 1: wholly inside a protected colour's range, not at all from 1.5 times it on.
 float Screen_Protection(const UNMIX_SETUP& _setup, const VEC4& _colour);
 
+/// A protected colour's hue, saturation and value, and 1 over its half axes, for who works that out elsewhere; of
+/// value, in levels. The last of four numbers stays.
+void Screen_ProtectedOf(const UNMIX_PROTECTED& _protected, float (&_arrCentre)[4], float (&_arrOne)[4]);
+
 /// Finds the backdrop of a picture whose cells are known: the hue with the largest flat, saturated area; hues of skin
 /// count a fifth. False, with nothing changed: no such area is large enough and reaches along the picture's upper
 /// border, so nothing in the picture behaves like a backdrop.

@@ -104,6 +104,7 @@ struct FIELD_STATE
     UNMIX_PYRAMID fore;           ///< level 0: the foreground plate, colours times confidence, and the confidence
     std::vector<int16_t> vecPast; ///< per pixel, cell by cell: the difference over that of the backdrop, in 8192ths, of
                                   ///< the frame before
+    const void* pPastAt = nullptr; ///< who else has that, and keeps it up to date; null: nobody
 
     bool operator==(const FIELD_STATE& _other) const;
 };
@@ -154,6 +155,7 @@ struct UNMIX_STATE
     bool bPlateSet = false;
     bool bNoiseKnown = false; ///< measured, not assumed
     bool bSure = false;       ///< some backdrop is certain in the last picture
+    bool bSeen = false;       ///< the last picture equals the one before
 
     FIELD_STATE arrFields[2];
 

@@ -29,7 +29,8 @@ struct RUN
     UNMIX_PICTURE picture;
     UNMIX_SAMPLES samples;
     UNMIX_RESULT result;
-    const CImgRowReader* pReader; // fills the picture; null: it is the input itself
+    const CImgRowReader* pReader;   // fills the picture; null: it is the input itself
+    const UNMIX_CELL_INPUT* pCells; // in place of pixels; null: there are pixels
 
     template <class T> void Rows(int _nRows, const T& _body) const
     {
@@ -44,30 +45,6 @@ struct RUN
         Rows(state.nPlateHeight, _body);
     }
 };
-
-bool SameKeys(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
-{
-    return _a.nKeys == _b.nKeys && std::equal(_a.arrKeys, _a.arrKeys + _a.nKeys, _b.arrKeys);
-}
-
-bool SameRegion(const UNMIX_REGION& _a, const UNMIX_REGION& _b)
-{
-    return _a.pRow0 == _b.pRow0 && _a.nStride == _b.nStride;
-}
-
-// What says which cells are surely backdrop.
-bool SameScreen(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
-{
-    return SameKeys(_a, _b) && _a.params.fltBackdrop == _b.params.fltBackdrop && _a.nProtected == _b.nProtected &&
-           std::equal(_a.arrProtected, _a.arrProtected + _a.nProtected, _b.arrProtected) &&
-           SameRegion(_a.backdrop, _b.backdrop);
-}
-
-bool SameSetup(const UNMIX_SETUP& _a, const UNMIX_SETUP& _b)
-{
-    return SameScreen(_a, _b) && _a.params == _b.params && _a.plate.pBGRA == _b.plate.pBGRA &&
-           SameRegion(_a.garbage, _b.garbage) && SameRegion(_a.holdOut, _b.holdOut);
-}
 
 bool IsHeld(const UNMIX_STATE& _state, const UNMIX_SETUP& _setup)
 {
@@ -91,8 +68,8 @@ struct SEEN
 // Takes over the setup of the next picture, and forgets what was learned where it is not of that stream.
 SEEN TakeSetup(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_KIND& _kind)
 {
-    const SEEN seen = {SameScreen(_state.setup, _setup), SameSetup(_state.setup, _setup)};
-    const bool bKeys = !SameKeys(_state.setup, _setup) || (_state.nKeys == 0 && _setup.nKeys > 0);
+    const SEEN seen = {UnmixSetup_SameScreen(_state.setup, _setup), UnmixSetup_Same(_state.setup, _setup)};
+    const bool bKeys = !UnmixSetup_SameKeys(_state.setup, _setup) || (_state.nKeys == 0 && _setup.nKeys > 0);
     const bool bPlate = _state.setup.plate.pBGRA != _setup.plate.pBGRA;
     if (bKeys || bPlate || _kind != _state.kind || (!seen.bScreen && !IsHeld(_state, _setup)))
         Unmix_Restart(_state);
@@ -272,11 +249,24 @@ void ReadRows(const RUN& _run, int _nFirst, int _nRows)
     }
 }
 
-// Whether the field shows what it showed before. Makes its cells, of pixels that are still in the cache.
-bool ReadCells(const RUN& _run)
+// Cells in place of pixels.
+void TakeCells(const RUN& _run)
+{
+    UNMIX_CELLS& cells = _run.field.cells;
+    const ptrdiff_t nStride = _run.pCells->nStride;
+    const uint8_t* const pCells0 =
+        _run.pCells->pRow0 + _run.nField * (cells.nHeight + (cells.nHeight + 1) / 3) * nStride;
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        Cells_TakePass(pCells0, nStride, cells, _run.state.vecChanged.data(), _nFirst, _nRows);
+    });
+    Cells_TakePixels(pCells0 + cells.nHeight * nStride, nStride, cells, _run.picture,
+                     _run.state.vecPicture.data() + ptrdiff_t{4} * _run.nField * _run.picture.nWidth);
+}
+
+// Of pixels that are still in the cache.
+void MakeCells(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
-    _run.runner.Step(eUS_Cells);
     // The lesser of two fields may have a row of cells that only repeats pixels of the row above it.
     const bool bApart = (_run.field.cells.nHeight - 1) * c_nCell >= _run.picture.nHeight;
     if (_run.pReader && bApart)
@@ -286,6 +276,17 @@ bool ReadCells(const RUN& _run)
             ReadRows(_run, _nFirst, _nRows);
         Cells_Pass(*state.pKernels, _run.picture, _run.field.cells, state.vecChanged.data(), _nFirst, _nRows);
     });
+}
+
+// Whether the field shows what it showed before.
+bool ReadCells(const RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    _run.runner.Step(eUS_Cells);
+    if (_run.pCells)
+        TakeCells(_run);
+    else
+        MakeCells(_run);
     return _run.field.bKnown &&
            std::none_of(state.vecChanged.begin(), state.vecChanged.end(), [](uint8_t _n) { return _n != 0; });
 }
@@ -316,13 +317,20 @@ void LearnCells(const RUN& _run, const SEEN& _seen, bool _bSeenBefore)
     }
 }
 
-void WritePixels(const RUN& _run, bool _bSeenBefore)
+void WritePixels(const RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
     _run.runner.Step(eUS_Pixels);
+    Pixels_TakePast(_run.field);
     _run.CellRows([&](int _nFirst, int _nRows) {
-        Pixels_Pass(state, _run.field, _run.picture, _run.result, _bSeenBefore, _nFirst, _nRows);
+        Pixels_Pass(state, _run.field, _run.picture, _run.result, state.bSeen, _nFirst, _nRows);
     });
+}
+
+// What comes after the pixels: edges, and what an operator wants to see.
+void FinishPixels(const RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
     _run.runner.Step(eUS_Edges);
     if (Edges_Wanted(state))
         Edges_Change(state, _run.field, _run.picture, _run.result, _run.runner);
@@ -336,35 +344,39 @@ void WritePixels(const RUN& _run, bool _bSeenBefore)
     });
 }
 
-void KeyField(const RUN& _run, const SEEN& _seen, bool _bSeenBefore)
-{
-    if (!_bSeenBefore || !_seen.bSetup)
-        Classify(_run);
-    Refine(_run);
-    _run.field.bKnown = true;
-    WritePixels(_run, _bSeenBefore);
-}
-
 // All fields are learned from before the first is keyed, so that a frame that comes again is keyed with the same plate.
-HRESULT KeyFields(std::span<const RUN> _runs, const SEEN& _seen)
+HRESULT LearnFields(std::span<const RUN> _runs, const SEEN& _seen)
 {
     UNMIX_STATE& state = _runs[0].state;
-    bool bSeenBefore = true;
+    state.bSeen = true;
     for (const RUN& run : _runs)
-        bSeenBefore &= ReadCells(run);
+        state.bSeen &= ReadCells(run);
     for (const RUN& run : _runs)
         FindKey(run);
     if (state.nKeys == 0)
-    {
-        std::for_each(_runs.begin(), _runs.end(), PassThrough);
         return S_FALSE;
+    for (const RUN& run : _runs)
+        LearnCells(run, _seen, state.bSeen);
+    for (const RUN& run : _runs)
+    {
+        if (!state.bSeen || !_seen.bSetup)
+            Classify(run);
+        run.field.bKnown = true;
     }
-    for (const RUN& run : _runs)
-        LearnCells(run, _seen, bSeenBefore);
-    for (const RUN& run : _runs)
-        KeyField(run, _seen, bSeenBefore);
     state.bSure = std::any_of(_runs.begin(), _runs.end(), [](const RUN& _r) { return _r.field.bitsSure.Count() > 0; });
     return S_OK;
+}
+
+void WriteField(const RUN& _run, eUnmixWrite _eWrite)
+{
+    if (_run.state.nKeys == 0)
+        return PassThrough(_run);
+    if (_eWrite == eUW_All)
+    {
+        Refine(_run);
+        WritePixels(_run);
+    }
+    FinishPixels(_run);
 }
 
 // The rows of one field of a picture.
@@ -391,51 +403,137 @@ UNMIX_RESULT FieldOf(const UNMIX_STATE& _state, const UNMIX_RESULT& _result, int
             _result.bWords};
 }
 
-// The input where it can be read in place, else room for it.
-UNMIX_PICTURE PictureOf(UNMIX_STATE& _state, const CImgRowReader& _reader, const UNMIX_INPUT& _input)
+// Room for a picture.
+UNMIX_PICTURE OwnPicture(UNMIX_STATE& _state, const ZF_VID_PROPS& _vidProps)
 {
     UNMIX_PICTURE picture;
-    picture.nWidth = _reader.Width();
-    picture.nHeight = _reader.Height();
-    picture.bAlpha = FCC_HasAlpha(_input.vidProps.fccType);
-    if (_reader.IsInPlace())
-    {
-        picture.pRow0 = _reader.RowInPlace(0);
-        picture.nStride = _input.vidPtr.cbVideoRowBytes[0];
-        return picture;
-    }
+    picture.nWidth = _vidProps.nWidth;
+    picture.nHeight = std::abs(_vidProps.nHeight);
+    picture.bAlpha = FCC_HasAlpha(_vidProps.fccType);
     picture.nStride = ptrdiff_t{4} * picture.nWidth;
     _state.vecPicture.resize(static_cast<size_t>(picture.nStride) * picture.nHeight);
     picture.pRow0 = _state.vecPicture.data();
     return picture;
+}
+
+// The input where it can be read in place, else room for it.
+UNMIX_PICTURE PictureOf(UNMIX_STATE& _state, const CImgRowReader& _reader, const UNMIX_INPUT& _input)
+{
+    UNMIX_PICTURE picture;
+    if (!_reader.IsInPlace())
+        return OwnPicture(_state, _input.vidProps);
+    picture.nWidth = _reader.Width();
+    picture.nHeight = _reader.Height();
+    picture.bAlpha = FCC_HasAlpha(_input.vidProps.fccType);
+    picture.pRow0 = _reader.RowInPlace(0);
+    picture.nStride = _input.vidPtr.cbVideoRowBytes[0];
+    return picture;
+}
+
+// A frame on its way: what its pictures are read from.
+struct SOURCE
+{
+    CImgRowReader reader;
+    UNMIX_PICTURE picture;
+    UNMIX_SAMPLES samples;
+    const UNMIX_CELL_INPUT* pCells = nullptr;
+
+    HRESULT Open(const UNMIX_INPUT& _input)
+    {
+        return reader.Init(_input.vidProps, _input.vidPtr, _input.eMatrix);
+    }
+    void Take(UNMIX_STATE& _state, const UNMIX_INPUT& _input)
+    {
+        picture = PictureOf(_state, reader, _input);
+        samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
+    }
+};
+
+// Calls _body with the runs of the fields.
+template <class T> auto WithRuns(UNMIX_STATE& _state, const SOURCE& _source, const UNMIX_RESULT& _result,
+                                 IRowRunner& _runner, const T& _body)
+{
+    const auto RunOf = [&](int _nField) {
+        return RUN{_state,
+                   _runner,
+                   _state.arrFields[_nField],
+                   _nField,
+                   FieldOf(_state, _source.picture, _source.samples, _nField),
+                   Chroma_Field(_source.samples, _nField, _state.nFields),
+                   FieldOf(_state, _result, _nField),
+                   _source.pCells || _source.reader.IsInPlace() ? nullptr : &_source.reader,
+                   _source.pCells};
+    };
+    const RUN arrRuns[2] = {RunOf(0), RunOf(_state.nFields - 1)};
+    return _body(std::span<const RUN>(arrRuns, static_cast<size_t>(_state.nFields)));
+}
+
+// Makes room for a picture of that kind, and takes over its setup.
+SEEN Begin(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const ZF_VID_PROPS& _vidProps, eZYMatrix _eMatrix)
+{
+    const int nHeight = std::abs(_vidProps.nHeight);
+    const int nFields = nHeight > 1 && VidProps_FieldOrder(&_vidProps) != 0 ? 2 : 1;
+    if (_state.nWidth != _vidProps.nWidth || _state.nHeight != nHeight || _state.nFields != nFields)
+        UnmixState_Resize(_state, _vidProps.nWidth, nHeight, nFields);
+    return TakeSetup(_state, _setup, {_vidProps.fccType, static_cast<int>(_eMatrix)});
+}
+
+void WriteFields(std::span<const RUN> _runs, eUnmixWrite _eWrite)
+{
+    for (const RUN& run : _runs)
+        WriteField(run, _eWrite);
 }
 } // namespace
 
 HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input,
                     const UNMIX_RESULT& _result, IRowRunner& _runner)
 {
-    CImgRowReader reader;
-    const HRESULT hr = reader.Init(_input.vidProps, _input.vidPtr, _input.eMatrix);
+    SOURCE source;
+    const HRESULT hr = source.Open(_input);
     if (FAILED(hr))
         return hr;
-    const int nFields = reader.Height() > 1 && VidProps_FieldOrder(&_input.vidProps) != 0 ? 2 : 1;
-    if (_state.nWidth != reader.Width() || _state.nHeight != reader.Height() || _state.nFields != nFields)
-        UnmixState_Resize(_state, reader.Width(), reader.Height(), nFields);
-    const SEEN seen = TakeSetup(_state, _setup, {_input.vidProps.fccType, static_cast<int>(reader.Matrix())});
-    const UNMIX_PICTURE picture = PictureOf(_state, reader, _input);
-    const UNMIX_SAMPLES samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
-    const auto RunOf = [&](int _nField) {
-        return RUN{_state,
-                   _runner,
-                   _state.arrFields[_nField],
-                   _nField,
-                   FieldOf(_state, picture, samples, _nField),
-                   Chroma_Field(samples, _nField, nFields),
-                   FieldOf(_state, _result, _nField),
-                   reader.IsInPlace() ? nullptr : &reader};
-    };
-    const RUN arrRuns[2] = {RunOf(0), RunOf(nFields - 1)};
-    return KeyFields({arrRuns, static_cast<size_t>(nFields)}, seen);
+    const SEEN seen = Begin(_state, _setup, _input.vidProps, source.reader.Matrix());
+    source.Take(_state, _input);
+    return WithRuns(_state, source, _result, _runner, [&](std::span<const RUN> _runs) {
+        const HRESULT hrLearned = LearnFields(_runs, seen);
+        WriteFields(_runs, eUW_All);
+        return hrLearned;
+    });
+}
+
+HRESULT Unmix_Learn(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input, IRowRunner& _runner)
+{
+    SOURCE source;
+    const HRESULT hr = source.Open(_input);
+    if (FAILED(hr))
+        return hr;
+    const SEEN seen = Begin(_state, _setup, _input.vidProps, source.reader.Matrix());
+    source.Take(_state, _input);
+    return WithRuns(_state, source, {}, _runner, [&](std::span<const RUN> _runs) { return LearnFields(_runs, seen); });
+}
+
+HRESULT Unmix_LearnCells(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_CELL_INPUT& _input,
+                         IRowRunner& _runner)
+{
+    const SEEN seen = Begin(_state, _setup, _input.vidProps, _input.eMatrix);
+    SOURCE source;
+    source.picture = OwnPicture(_state, _input.vidProps);
+    source.pCells = &_input;
+    return WithRuns(_state, source, {}, _runner, [&](std::span<const RUN> _runs) { return LearnFields(_runs, seen); });
+}
+
+HRESULT Unmix_Write(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result, IRowRunner& _runner,
+                    eUnmixWrite _eWrite)
+{
+    SOURCE source;
+    const HRESULT hr = source.Open(_input);
+    if (FAILED(hr))
+        return hr;
+    source.Take(_state, _input);
+    return WithRuns(_state, source, _result, _runner, [&](std::span<const RUN> _runs) {
+        WriteFields(_runs, _eWrite);
+        return _state.nKeys == 0 ? S_FALSE : S_OK;
+    });
 }
 
 void Unmix_Restart(UNMIX_STATE& _state)

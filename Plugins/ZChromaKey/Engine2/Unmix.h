@@ -48,6 +48,34 @@ struct UNMIX_STATS
 HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input,
                     const UNMIX_RESULT& _result, IRowRunner& _runner);
 
+/// \name The halves of Unmix_Frame, for who writes the pixels otherwise
+///@{
+/// All that a picture teaches, up to the classes of its cells; writes nothing. The same codes.
+HRESULT Unmix_Learn(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input, IRowRunner& _runner);
+
+/// The cells of a picture that is not in memory. Rows of 16 bytes a cell: sums of B, G, R and A as 16-bit numbers, the
+/// least of the four, the greatest. For each field its rows of cells; then one for each third of them from the second
+/// on, with the first pixel of each cell's first line and the one two to its right: noise is measured between these.
+struct UNMIX_CELL_INPUT
+{
+    ZF_VID_PROPS vidProps; ///< B, G, R and A that counts, or does not
+    eZYMatrix eMatrix;     ///< that it was read with
+    const uint8_t* pRow0;
+    ptrdiff_t nStride; ///< bytes
+};
+HRESULT Unmix_LearnCells(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_CELL_INPUT& _input,
+                         IRowRunner& _runner);
+
+enum eUnmixWrite
+{
+    eUW_All,    ///< the result from the beginning
+    eUW_Finish, ///< its pixels are there: what comes after them, edges and views
+};
+/// The result of the picture that was learned from last.
+HRESULT Unmix_Write(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result, IRowRunner& _runner,
+                    eUnmixWrite _eWrite);
+///@}
+
 /// Forgets the plate and what was measured; keys that are named stay.
 void Unmix_Restart(UNMIX_STATE& _state);
 

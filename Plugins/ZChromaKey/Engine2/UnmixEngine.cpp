@@ -96,6 +96,11 @@ bool KeyOf(const IMG_PICTURE& _picture, UNMIX_KEY* _pKey)
 
 } // namespace
 
+CUnmixEngine::CUnmixEngine(std::unique_ptr<CUnmixGPU> _upGPU)
+    : m_upGPU(std::move(_upGPU))
+{
+}
+
 ENGINE_PLAN CUnmixEngine::Plan(ENGINE_SETTINGS _settings) const
 {
     const UNMIX_SETTINGS settings = SettingsOf(_settings);
@@ -150,19 +155,32 @@ void CUnmixEngine::PlateTake(const UNMIX_PARTS& _parts, UNMIX_SETUP* _pSetup)
     }
 }
 
+/// The settings of the next frame, and what follows from them being others than those before.
+UNMIX_SETUP CUnmixEngine::SettingsTake(ENGINE_SETTINGS _settings, const ZF_VID_PROPS& _vidProps)
+{
+    if (!m_spWork)
+        m_spWork = std::make_shared<CUnmixWork>();
+    const UNMIX_SETTINGS settings = SettingsOf(_settings);
+    if (settings.nRestarts != m_nRestarts)
+        Unmix_Restart(m_spWork->state);
+    m_nRestarts = settings.nRestarts;
+    return SetupOf(settings, PartsOf(_settings), _vidProps.nWidth, std::abs(_vidProps.nHeight));
+}
+
 HRESULT CUnmixEngine::Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings)
 {
     const auto timeStart = std::chrono::steady_clock::now();
     const CZTimedGuard guard(&m_lockState);
     if (!guard)
         return Z_E_TIMEOUT;
-    if (!m_spWork)
-        m_spWork = std::make_shared<CUnmixWork>();
-    const HRESULT hr = WorkRun(_job, SettingsOf(_settings), PartsOf(_settings));
+    const UNMIX_SETUP setup = SettingsTake(_settings, _job.source.vidProps);
+    m_spWork->Begin(_job, setup);
+    eKeyedOn eWhere = eKeyedOn_CPU;
+    const HRESULT hr = WorkRun(_job, &eWhere);
     if (FAILED(hr))
         return hr;
     SureSay();
-    StatsKeep(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - timeStart).count());
+    StatsKeep(timeStart, eWhere);
     return hr;
 }
 
@@ -177,18 +195,22 @@ void CUnmixEngine::SureSay()
     m_bUnsure = bUnsure;
 }
 
-HRESULT CUnmixEngine::WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _settings, const UNMIX_PARTS& _parts)
+HRESULT CUnmixEngine::WorkRun(const ENGINE_JOB& _job, eKeyedOn* _peKeyedOn)
 {
-    if (_settings.nRestarts != m_nRestarts)
-        Unmix_Restart(m_spWork->state);
-    m_nRestarts = _settings.nRestarts;
     const uint32_t nWorkers = std::clamp(_job.nThreads, 1u, c_nMaxFrameThreads);
-    const int32_t nHeight = std::abs(_job.source.vidProps.nHeight);
-    m_spWork->Begin(_job, SetupOf(_settings, _parts, _job.source.vidProps.nWidth, nHeight), nWorkers);
     HRESULT hr = m_pool.Prepare(nWorkers);
     if (FAILED(hr))
         return hr;
-    hr = m_pool.Run(m_spWork, 1);
+    if (_job.gpu)
+        return RunGPU(_job, nWorkers, _peKeyedOn);
+    return TaskRun(eUT_Frame, nWorkers);
+}
+
+/// Runs a part of a frame on the workers.
+HRESULT CUnmixEngine::TaskRun(eUnmixTask _eTask, uint32_t _nWorkers)
+{
+    m_spWork->Next(_eTask, _nWorkers);
+    HRESULT hr = m_pool.Run(m_spWork, 1);
     if (SUCCEEDED(hr))
         hr = m_spWork->Result();
     const bool bRefused = hr == E_NOTIMPL || hr == E_INVALIDARG; // the picture, before anything was touched
@@ -197,23 +219,99 @@ HRESULT CUnmixEngine::WorkRun(const ENGINE_JOB& _job, const UNMIX_SETTINGS& _set
     return FAILED(hr) ? hr : S_OK;
 }
 
-/// Says once what to do: that there is no GPU path is a fault where nothing else may key.
-HRESULT CUnmixEngine::ProcessGPU(IZFFrame*, ENGINE_SETTINGS, const ENGINE_GPU_OPTIONS& _options, IZFFrame**)
+/// The GPU's part, and before and after it that of the workers; they do the GPU's as well where it fails and may.
+HRESULT CUnmixEngine::RunGPU(const ENGINE_JOB& _job, uint32_t _nWorkers, eKeyedOn* _peKeyedOn)
 {
-    if (!std::exchange(m_arrGPURefused[_options.bOnly], true))
-        ZLog(_options.bOnly ? eZLog_Error : eZLog_Info,
-             "CCoZChromaKey2: this class keys on the processor only; set \"gpu_mode\" to 0\n");
-    return E_NOTIMPL;
+    const ENGINE_GPU_OPTIONS& options = *_job.gpu;
+    HRESULT hrGPU = m_upGPU->Check(m_spWork->Input(), m_spWork->Pixels(), options);
+    const bool bTried = SUCCEEDED(hrGPU);
+    if (bTried)
+    {
+        const HRESULT hr = TaskRun(eUT_Learn, _nWorkers);
+        if (FAILED(hr))
+            return hr;
+        hrGPU = m_upGPU->Pixels(m_spWork->state, m_spWork->Input(), m_spWork->Pixels(), options);
+    }
+    GPUNote(options.bOnly, hrGPU);
+    if (FAILED(hrGPU) && options.bOnly)
+        return hrGPU;
+    *_peKeyedOn = SUCCEEDED(hrGPU) ? eKeyedOn_GPU : eKeyedOn_CPU;
+    return TaskRun(SUCCEEDED(hrGPU) ? eUT_Finish : bTried ? eUT_Write : eUT_Frame, _nWorkers);
 }
 
-void CUnmixEngine::StatsKeep(double _dblMilliseconds)
+/// Says once why the GPU did not key, and what to do: a fault where nothing else may key.
+void CUnmixEngine::GPUNote(bool _bOnly, HRESULT _hr)
 {
+    const std::pair said(_hr, _bOnly);
+    if (std::exchange(m_saidGPU, said) == said || SUCCEEDED(_hr))
+        return;
+    if (_hr == E_NOTIMPL)
+        ZLog(_bOnly ? eZLog_Error : eZLog_Info,
+             "CCoZChromaKey2: frames like this one are not keyed on the GPU, or there is none that this build can use: "
+             "set \"gpu_mode\" to 0, or hand in RGB32 or ARGB32 for results of 8 bits\n");
+    else
+        ZLog(_bOnly ? eZLog_Error : eZLog_Warning, "CCoZChromaKey2: the GPU did not key a frame, hr=%08X%hs\n", _hr,
+             _bOnly ? "" : "; the CPU does");
+}
+
+HRESULT CUnmixEngine::ProcessGPU(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, const ENGINE_GPU_OPTIONS& _options,
+                                 IZFFrame** _ppFrameRes)
+{
+    /// Learns from cells with the workers.
+    struct LEARNER final : IUnmixLearner
+    {
+        CUnmixEngine& engine;
+        const UNMIX_SETUP& setup;
+        uint32_t nWorkers;
+
+        LEARNER(CUnmixEngine& _engine, const UNMIX_SETUP& _setup, uint32_t _nWorkers)
+            : engine(_engine)
+            , setup(_setup)
+            , nWorkers(_nWorkers)
+        {
+        }
+        HRESULT Learn(const UNMIX_CELL_INPUT& _input) override
+        {
+            engine.m_spWork->Begin(_input, setup);
+            return engine.TaskRun(eUT_Cells, nWorkers);
+        }
+        UNMIX_STATE& State() override
+        {
+            return engine.m_spWork->state;
+        }
+    };
+    const auto timeStart = std::chrono::steady_clock::now();
+    const CZTimedGuard guard(&m_lockState);
+    if (!guard)
+        return Z_E_TIMEOUT;
+    ZF_VID_PROPS vidProps = {};
+    HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
+    const uint32_t nWorkers = std::clamp(_options.nThreads, 1u, c_nMaxFrameThreads);
+    if (SUCCEEDED(hr))
+        hr = m_pool.Prepare(nWorkers);
+    if (FAILED(hr))
+        return hr;
+    const UNMIX_SETUP setup = SettingsTake(_settings, vidProps);
+    LEARNER learner(*this, setup, nWorkers);
+    hr = m_upGPU->ProcessFrame(_pFrame, learner, setup, _options, _ppFrameRes);
+    if (SUCCEEDED(hr))
+    {
+        SureSay();
+        StatsKeep(timeStart, eKeyedOn_GPU);
+    }
+    return hr;
+}
+
+void CUnmixEngine::StatsKeep(std::chrono::steady_clock::time_point _timeStart, eKeyedOn _eKeyedOn)
+{
+    const double dblMilliseconds =
+        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - _timeStart).count();
     const UNMIX_STATS stats = Unmix_Stats(m_spWork->state);
     const std::lock_guard lock(m_mtxStats);
     m_bKeyed = true;
-    m_stats = {stats.fltBackdrop, stats.fltMixed,   stats.fltSolid,
-               stats.fltNoise,    _dblMilliseconds, stats.nPlateFrames,
-               stats.nCuts,       eKeyedOn_CPU,     0};
+    m_stats = {stats.fltBackdrop, stats.fltMixed,  stats.fltSolid,
+               stats.fltNoise,    dblMilliseconds, stats.nPlateFrames,
+               stats.nCuts,       _eKeyedOn,       0};
 }
 
 void CUnmixEngine::Flush()
@@ -230,6 +328,8 @@ void CUnmixEngine::Close()
         return;
     m_pool.Stop();
     m_spWork.reset();
+    m_upGPU->Close();
+    m_saidGPU = {};
 }
 
 HRESULT CUnmixEngine::KeyFind(const IMG_PICTURE& _picture, UNMIX_COLOUR* _pColour, std::string* _pstrReason)

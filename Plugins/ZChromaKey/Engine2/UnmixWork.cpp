@@ -4,14 +4,53 @@
 #include "Base/ZPixelFormats.h"
 #include "Base/ZVideoProps.h"
 #include "Image/ImgPlane.h"
+#include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Output.h"
 
+#include <algorithm>
 #include <cstdlib>
 
-void CUnmixWork::Begin(const ENGINE_JOB& _job, const UNMIX_SETUP& _setup, uint32_t _nWorkers)
+/// Whether the result takes all pixels as they are.
+bool CUnmixWork::IsWhole() const
+{
+    return m_job.bWrite && FCC_HasAlpha(m_job.result.vidProps.fccType);
+}
+
+void CUnmixWork::Begin(const ENGINE_JOB& _job, const UNMIX_SETUP& _setup)
 {
     m_job = _job;
     m_setup = _setup;
+    const uint32_t fccType = _job.result.vidProps.fccType;
+    if (IsWhole())
+    {
+        m_result = {Img_RowOf(_job.result.vidPtr, 0, 0), _job.result.vidPtr.cbVideoRowBytes[0],
+                    fccType == eZFCC_ARGB64};
+        return;
+    }
+    const bool bWords = _job.bWrite && CUnmixClean::WantsWords(fccType);
+    const ptrdiff_t cbRow = ptrdiff_t{bWords ? 8 : 4} * _job.source.vidProps.nWidth;
+    m_vecResult.resize(static_cast<size_t>(cbRow) * static_cast<size_t>(std::abs(_job.source.vidProps.nHeight)));
+    m_result = {m_vecResult.data(), cbRow, bWords};
+    m_setup.params.eView = eUV_Result; // the mask is to stay one
+}
+
+void CUnmixWork::Begin(const UNMIX_CELL_INPUT& _cells, const UNMIX_SETUP& _setup)
+{
+    m_cells = _cells;
+    m_setup = _setup;
+    // A worker that hangs must not read what the caller has let go of.
+    const size_t cbRow = size_t{16} * static_cast<size_t>((_cells.vidProps.nWidth + c_nCell - 1) / c_nCell);
+    const int nRows = Cells_InputRows(_cells.vidProps);
+    m_vecCells.resize(cbRow * static_cast<size_t>(nRows));
+    for (int y = 0; y < nRows; ++y)
+        std::copy_n(_cells.pRow0 + y * _cells.nStride, cbRow, m_vecCells.data() + static_cast<size_t>(y) * cbRow);
+    m_cells.pRow0 = m_vecCells.data();
+    m_cells.nStride = static_cast<ptrdiff_t>(cbRow);
+}
+
+void CUnmixWork::Next(eUnmixTask _eTask, uint32_t _nWorkers)
+{
+    m_eTask = _eTask;
     m_runner.Begin(_nWorkers);
 }
 
@@ -25,36 +64,30 @@ void CUnmixWork::Run(int /*_nPass*/, uint32_t _nWorker, const std::atomic<bool>&
 
 HRESULT CUnmixWork::Key()
 {
-    const ptrdiff_t nWidth = m_job.source.vidProps.nWidth;
-    const int32_t nHeight = std::abs(m_job.source.vidProps.nHeight);
-    UNMIX_RESULT result;
-    const uint32_t fccType = m_job.result.vidProps.fccType;
-    const bool bWhole = m_job.bWrite && FCC_HasAlpha(fccType);
-    if (bWhole)
-        result = {Img_RowOf(m_job.result.vidPtr, 0, 0), m_job.result.vidPtr.cbVideoRowBytes[0],
-                  fccType == eZFCC_ARGB64};
-    else
-    {
-        const bool bWords = m_job.bWrite && CUnmixClean::WantsWords(fccType);
-        const ptrdiff_t cbRow = (bWords ? 8 : 4) * nWidth;
-        m_vecResult.resize(static_cast<size_t>(cbRow) * static_cast<size_t>(nHeight));
-        result = {m_vecResult.data(), cbRow, bWords};
-        m_setup.params.eView = eUV_Result; // the mask is to stay one
-    }
-    const HRESULT hr =
-        Unmix_Frame(state, m_setup, {m_job.source.vidProps, m_job.source.vidPtr, m_job.eMatrix}, result, m_runner);
+    if (m_eTask == eUT_Cells)
+        return Unmix_LearnCells(state, m_setup, m_cells, m_runner);
+    if (m_eTask == eUT_Learn)
+        return Unmix_Learn(state, m_setup, Input(), m_runner);
+    return Write();
+}
+
+HRESULT CUnmixWork::Write()
+{
+    const HRESULT hr = m_eTask == eUT_Frame ? Unmix_Frame(state, m_setup, Input(), m_result, m_runner)
+                                            : Unmix_Write(state, Input(), m_result, m_runner,
+                                                          m_eTask == eUT_Write ? eUW_All : eUW_Finish);
     if (SUCCEEDED(hr))
-        Finish(result);
-    return hr == S_OK && m_job.bWrite && !bWhole ? Clean(result) : hr;
+        Finish();
+    return hr == S_OK && m_job.bWrite && !IsWhole() ? Clean() : hr;
 }
 
 /// The clean colours in the format of the input.
-HRESULT CUnmixWork::Clean(const UNMIX_RESULT& _result)
+HRESULT CUnmixWork::Clean()
 {
     constexpr int c_nGroupsPerPart = 8;
     CUnmixClean clean;
-    const HRESULT hr = clean.Init(state, {m_job.source.vidProps, m_job.source.vidPtr, m_job.eMatrix},
-                                  {m_job.result.vidProps, m_job.result.vidPtr, m_job.eMatrix}, _result);
+    const HRESULT hr =
+        clean.Init(state, Input(), {m_job.result.vidProps, m_job.result.vidPtr, m_job.eMatrix}, m_result);
     if (FAILED(hr))
         return hr == E_NOTIMPL ? S_OK : hr; // grey has no colours
     const auto Groups = [&](int _nFirst, int _nGroups) { clean.Pass(_nFirst, _nGroups); };
@@ -64,7 +97,7 @@ HRESULT CUnmixWork::Clean(const UNMIX_RESULT& _result)
 
 /// Puts the result into the forms that the job asks for: its alpha as the mask, its colours premultiplied, its bytes in
 /// the order of the format.
-void CUnmixWork::Finish(const UNMIX_RESULT& _result)
+void CUnmixWork::Finish()
 {
     constexpr int c_nRowsPerPart = 32;
     const int32_t nWidth = m_job.result.vidProps.nWidth;
@@ -74,11 +107,11 @@ void CUnmixWork::Finish(const UNMIX_RESULT& _result)
     const auto Rows = [&](int _nFirst, int _nRows) {
         for (int y = _nFirst; y < _nFirst + _nRows; ++y)
         {
-            Output_Mask(_result, y, nWidth, m_job.pbMask + ptrdiff_t{nStride} * y);
+            Output_Mask(m_result, y, nWidth, m_job.pbMask + ptrdiff_t{nStride} * y);
             if (bPremultiply)
-                Output_Premultiply(_result, y, nWidth);
+                Output_Premultiply(m_result, y, nWidth);
             if (bSwap)
-                Output_Swap(_result, y, nWidth);
+                Output_Swap(m_result, y, nWidth);
         }
     };
     m_runner.Run(std::abs(m_job.result.vidProps.nHeight), c_nRowsPerPart, CRowPass(Rows));

@@ -26,13 +26,27 @@ struct UNMIX_GIVEN
     bool bKey = false;
 };
 
+/// What the workers do of a frame.
+enum eUnmixTask : int32_t
+{
+    eUT_Frame,  ///< all of it
+    eUT_Learn,  ///< what it teaches
+    eUT_Write,  ///< the result of what was learned from
+    eUT_Finish, ///< the same, where its pixels are there
+    eUT_Cells,  ///< what cells teach
+};
+
 /// The keying of a stream's frames, one a time: the first worker drives, the others take parts of its passes. Has all
 /// that lasts from frame to frame, so that a worker that hangs never touches freed memory.
 class CUnmixWork final : public CRowWork
 {
 public:
-    /// Between two frames: what the next Run keys, with how many workers.
-    void Begin(const ENGINE_JOB& _job, const UNMIX_SETUP& _setup, uint32_t _nWorkers);
+    /// Between two frames: what the next runs key.
+    void Begin(const ENGINE_JOB& _job, const UNMIX_SETUP& _setup);
+    /// The same of a picture that is not in memory; only its cells are learned from, which are copied.
+    void Begin(const UNMIX_CELL_INPUT& _cells, const UNMIX_SETUP& _setup);
+    /// Between two runs: which part of it is next, with how many workers.
+    void Next(eUnmixTask _eTask, uint32_t _nWorkers);
     void Run(int _nPass, uint32_t _nWorker, const std::atomic<bool>& _bGo) noexcept override;
     void GiveUp() noexcept override
     {
@@ -44,17 +58,33 @@ public:
         return m_hr;
     }
 
+    /// Where the pixels of the frame go, before they get the form that the job asks for.
+    const UNMIX_RESULT& Pixels() const
+    {
+        return m_result;
+    }
+    UNMIX_INPUT Input() const
+    {
+        return {m_job.source.vidProps, m_job.source.vidPtr, m_job.eMatrix};
+    }
+
     UNMIX_STATE state;
     std::array<UNMIX_STRETCHED, Z_REGIONS> arrRegions; ///< setups point into these
     UNMIX_GIVEN given;
 
 private:
+    bool IsWhole() const;
     HRESULT Key();
-    HRESULT Clean(const UNMIX_RESULT& _result);
-    void Finish(const UNMIX_RESULT& _result);
+    HRESULT Write();
+    HRESULT Clean();
+    void Finish();
 
+    eUnmixTask m_eTask = eUT_Frame;
     ENGINE_JOB m_job = {};
+    UNMIX_CELL_INPUT m_cells = {};
+    std::vector<uint8_t> m_vecCells;
     UNMIX_SETUP m_setup;
+    UNMIX_RESULT m_result;
     std::vector<uint8_t> m_vecResult; ///< where the job takes no alpha
     CPoolRunner m_runner;
     HRESULT m_hr = S_OK;

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <span>
 #include <type_traits>
 #include <vector>
@@ -40,7 +41,7 @@ struct ENGINE_PLAN
     bool bKeys;     ///< else frames pass, converted and cut where the options ask for it
     bool bCleans;   ///< colours are changed, in the formats that CanClean names
     /// The engine reads the input in its own format, whatever the result is: nothing is converted before it. Of a
-    /// result with alpha it writes every pixel.
+    /// result with alpha it writes every pixel. Frames in memory all go to Process, whoever keys them.
     bool bReadsSource;
 };
 
@@ -51,7 +52,19 @@ struct ENGINE_PICTURE
     ZF_VID_PTR vidPtr; ///< its planes, row 0 at the top
 };
 
-/// One frame to key on the CPU, and where its mask goes.
+/// What the frame path asks of the GPU besides the settings.
+struct ENGINE_GPU_OPTIONS
+{
+    bool bOutputARGB;   ///< the result is ARGB32, whatever the input is
+    bool bFlushContext; ///< hand the recorded work to the GPU before the result is waited for
+    eZYMatrix eMatrix;  ///< of YUV pictures, and what YUV keys of them are measured with
+    bool bPremultiply;  ///< colours of the result are multiplied by its alpha
+    uint32_t nThreads;  ///< 1 to c_nMaxFrameThreads, for what the processor does
+    bool bOnly;         ///< nothing else may key: a device is made also where the processor stands in for a card
+    uint64_t nChange;   ///< of the options: a device that could not be had is asked for again at once when it changes
+};
+
+/// One frame in system memory to key, and where its mask goes.
 struct ENGINE_JOB
 {
     ENGINE_PICTURE source; ///< what is keyed; never written to
@@ -63,16 +76,8 @@ struct ENGINE_JOB
     uint8_t* pbMask;       ///< the top row; the stride is that of VidProps_Mask of the result
     eZYMatrix eMatrix;     ///< of the input, whatever it was converted into
     uint32_t nThreads;     ///< 1 to c_nMaxFrameThreads
-};
-
-/// What the frame path asks of the GPU besides the settings.
-struct ENGINE_GPU_OPTIONS
-{
-    bool bOutputARGB;   ///< the result is ARGB32, whatever the input is
-    bool bFlushContext; ///< hand the recorded work to the GPU before the result is waited for
-    eZYMatrix eMatrix;  ///< of YUV pictures, and what YUV keys of them are measured with
-    bool bOnly;         ///< nothing else may key: a device is made also where the processor stands in for a card
-    uint64_t nChange;   ///< of the options: a device that could not be had is asked for again at once when it changes
+    /// The GPU is to do what it can, of engines that are handed every frame in memory this way (bReadsSource).
+    std::optional<ENGINE_GPU_OPTIONS> gpu;
 };
 
 /// An engine, as the frame path sees it: what turns a frame into a keyed one. One for each plug-in object; calls come
@@ -90,7 +95,7 @@ public:
     /// Whether colours can be cleaned in a pixel format.
     virtual bool CanClean(uint32_t _fccType) const = 0;
 
-    /// Keys a picture on the CPU: fills the mask, writes alpha and colours where the job lets it. Z_E_TIMEOUT: a thread
+    /// Keys a picture in memory: fills the mask, writes alpha and colours where the job lets it. Z_E_TIMEOUT: a thread
     /// may still touch pictures and mask; see Hold. Any other failure: nothing touches them any more.
     virtual HRESULT Process(const ENGINE_JOB& _job, ENGINE_SETTINGS _settings) = 0;
     /// After a Process that timed out: keeps the owners of pictures and mask for as long as a thread may touch them.

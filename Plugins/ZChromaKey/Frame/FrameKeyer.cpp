@@ -11,8 +11,19 @@
 #include "ZChromaKey/Frame/TimeOverlay.h"
 #include "ZChromaKey/Frame/WorkFrame.h"
 
+#ifdef ZCK_LICENCE_KEY
+#include "ZChromaKey/Licence/LicenceHold.h"
+#endif
+
 namespace
 {
+
+#ifdef ZCK_LICENCE_KEY
+CLicenceHold& HoldOf(const std::shared_ptr<void>& _spLicence)
+{
+    return *static_cast<CLicenceHold*>(_spLicence.get());
+}
+#endif
 
 /// A texture attached to an input in system memory shows another picture than the result, which took it over.
 void TextureDrop(IZFFrame* _pFrameRes)
@@ -22,6 +33,13 @@ void TextureDrop(IZFFrame* _pFrameRes)
     if (SUCCEEDED(_pFrameRes->VideoPropsGet(&vidProps)) && vidProps.nGPUFlags == 0 &&
         _pFrameRes->AttachmentGet(c_wszFrameTexture, cpTexture.Put()) == S_OK)
         _pFrameRes->AttachmentSet(c_wszFrameTexture, nullptr);
+}
+
+/// Whether a frame has no picture in system memory.
+bool IsTexture(IZFFrame* _pFrame)
+{
+    ZF_VID_PTR vidPtr = {};
+    return _pFrame->VideoPtrGet(eZFP_Stored, &vidPtr) != S_OK;
 }
 
 /// The second interface of a frame that has a picture in system memory; the others are passed on untouched.
@@ -113,7 +131,10 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
         m_log.Begin();
     }
     m_plan = m_upEngine->Plan(_settings);
-    const bool bOptionsSame = !OptionsUpdate();
+    bool bOptionsSame = !OptionsUpdate();
+#ifdef ZCK_LICENCE_KEY
+    bOptionsSame = HoldOf(m_spLicence).FrameBegin() && bOptionsSame;
+#endif
     // An output of the stream before was keyed with what that stream had shown.
     IZFFrame* const pFrameLast = bOptionsSame && !bNewStream ? _pFrames->cpFrameLast.Get() : nullptr;
     ZF_VID_PROPS vidProps = {};
@@ -137,6 +158,10 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
         return hr;
     }
     hr = ProcessNew(_pFrame, vidProps, _settings, _ppFrameRes, _pFrames);
+#ifdef ZCK_LICENCE_KEY
+    if (SUCCEEDED(hr))
+        HoldOf(m_spLicence).FrameEnd(_pFrame, _ppFrameRes, &_pFrames->vecFramesGPU);
+#endif
     if (*_ppFrameRes)
         TextureDrop(*_ppFrameRes);
     if (SUCCEEDED(hr) && bCompared)
@@ -147,7 +172,7 @@ HRESULT CFrameKeyer::ProcessLocked(IZFFrame* _pFrame, ENGINE_SETTINGS _settings,
 HRESULT CFrameKeyer::ProcessNew(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                                 IZFFrame** _ppFrameRes, FRAMES* _pFrames)
 {
-    if (m_plan.bKeys && m_options->nGPUMode != eCKGPU_Off)
+    if (m_plan.bKeys && m_options->nGPUMode != eCKGPU_Off && (!m_plan.bReadsSource || IsTexture(_pFrame)))
     {
         const HRESULT hr = KeyOnGPU(_pFrame, _vidProps, _settings, _ppFrameRes, _pFrames);
         if (SUCCEEDED(hr) || m_options->nGPUMode == eCKGPU_Only)
@@ -245,8 +270,7 @@ HRESULT CFrameKeyer::GPUInput(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
                               CZPtr<IZFFrame>* _pcpInput)
 {
     *_pcpInput = CZPtr<IZFFrame>(_pFrame);
-    ZF_VID_PTR vidPtr = {};
-    const bool bTexture = _pFrame->VideoPtrGet(eZFP_Stored, &vidPtr) != S_OK;
+    const bool bTexture = IsTexture(_pFrame);
     if (!m_plan.bReadsSource && WantsCPU(_vidProps, bTexture))
     {
         m_log.Say(eZLog_Info, E_NOTIMPL,
@@ -265,16 +289,25 @@ HRESULT CFrameKeyer::GPUInput(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
     return m_options->bOutputARGB && _pFrames->workCut.part ? E_NOTIMPL : S_OK;
 }
 
+ENGINE_GPU_OPTIONS CFrameKeyer::GPUOptions(eZYMatrix _eMatrix) const
+{
+    return {m_options->bOutputARGB,
+            m_options->bGPUFlush,
+            _eMatrix,
+            m_options->bPremultiplied,
+            static_cast<uint32_t>(m_options->nThreads),
+            m_options->nGPUMode == eCKGPU_Only,
+            m_options->nChange};
+}
+
 HRESULT CFrameKeyer::RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                             FRAMES* _pFrames)
 {
     CZPtr<IZFFrame> cpInput; // others hold it as well
     HRESULT hr = GPUInput(_pFrame, _vidProps, _pFrames, &cpInput);
-    const ENGINE_GPU_OPTIONS options = {m_options->bOutputARGB, m_options->bGPUFlush,
-                                        Img_MatrixOf(_vidProps, m_options->yuv), m_options->nGPUMode == eCKGPU_Only,
-                                        m_options->nChange};
     if (SUCCEEDED(hr))
-        hr = m_upEngine->ProcessGPU(cpInput.Get(), _settings, options, _pFrames->cpFrameGPU.Put());
+        hr = m_upEngine->ProcessGPU(cpInput.Get(), _settings, GPUOptions(Img_MatrixOf(_vidProps, m_options->yuv)),
+                                    _pFrames->cpFrameGPU.Put());
     _pFrames->vecFramesGPU = m_upEngine->FramesTake();
     return SUCCEEDED(hr) && !_pFrames->cpFrameGPU ? E_UNEXPECTED : hr; // a success without a frame helps nobody
 }
@@ -300,11 +333,12 @@ HRESULT CFrameKeyer::KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, 
     return S_OK;
 }
 
-/// That a build has no GPU path is only a fault where nothing else may key.
+/// That a frame is not for the GPU is only a fault where nothing else may key, or can: of an engine that reads the
+/// source only frames in textures come here.
 void CFrameKeyer::GPUFailed(IZFFrame* _pFrame, HRESULT _hr)
 {
     static constexpr char c_szFormat[] = "%hs::OnMediaReceiveI(%ws) Failed to perform GPU chroma key! hr=%08X\n";
-    const bool bExpected = _hr == E_NOTIMPL && m_options->nGPUMode != eCKGPU_Only;
+    const bool bExpected = _hr == E_NOTIMPL && m_options->nGPUMode != eCKGPU_Only && !m_plan.bReadsSource;
     LogFrame(m_log.Level(bExpected ? eZLog_Info : eZLog_Error, c_szFormat, _hr), c_szFormat, _pFrame, _hr);
 }
 
@@ -386,6 +420,8 @@ HRESULT CFrameKeyer::JobMake(const WORK_FRAME& _work, IZFFrame2* _pFrameIn, WORK
     _pJob->bPremultiply = m_options->bPremultiplied;
     _pJob->pbMask = _pMask->pbAlpha;
     _pJob->nThreads = static_cast<uint32_t>(m_options->nThreads);
+    if (m_plan.bReadsSource && (m_options->nGPUMode == eCKGPU_Only || m_options->nGPUMode == eCKGPU_Memory))
+        _pJob->gpu = GPUOptions(_pJob->eMatrix);
     return hr;
 }
 
@@ -413,8 +449,8 @@ HRESULT CFrameKeyer::RunEngine(IZFFrame2* _pFrameIn, eZYMatrix _eMatrix, ENGINE_
              m_pszClass);
     }
     else if (FAILED(hr))
-        m_log.Say(eZLog_Error, hr, "%hs::OnMediaReceive: a frame (%hs) cannot be keyed on the CPU, hr=%08X\n",
-                  m_pszClass, VidProps_Text(&job.result.vidProps), hr);
+        m_log.Say(eZLog_Error, hr, "%hs::OnMediaReceive: a frame (%hs) cannot be keyed on the %hs, hr=%08X\n",
+                  m_pszClass, VidProps_Text(&job.result.vidProps), job.gpu && job.gpu->bOnly ? "GPU" : "CPU", hr);
     return hr;
 }
 
@@ -441,6 +477,9 @@ void CFrameKeyer::CloseLocked(FRAMES* _pFrames)
     FramesTake(_pFrames);
     m_comparer.Reset();
     m_log.Begin();
+#ifdef ZCK_LICENCE_KEY
+    HoldOf(m_spLicence).Close();
+#endif
     m_upEngine->Close();
     m_bCloseWanted = false; // last: a log sink may have asked for it once more
 }

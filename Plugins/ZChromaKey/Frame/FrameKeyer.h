@@ -44,6 +44,13 @@ public:
     /// seconds: that is seen to after it.
     HRESULT Close();
 
+    /// What builds with an issuer's key keep here of the licence (CLicenceHold); always empty in the others. Of no
+    /// type, so that only the sources that know the key differ between these builds. Set before the first frame.
+    std::shared_ptr<void>& Licence()
+    {
+        return m_spLicence;
+    }
+
 private:
     /// The frames that a call may let go of.
     struct FRAMES
@@ -72,6 +79,7 @@ private:
     void LogNotCleaned(uint32_t _fccType);
     bool WantsCPU(const ZF_VID_PROPS& _vidProps, bool _bTexture) const;
     HRESULT GPUInput(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, FRAMES* _pFrames, CZPtr<IZFFrame>* _pcpInput);
+    ENGINE_GPU_OPTIONS GPUOptions(eZYMatrix _eMatrix) const;
     HRESULT KeyOnGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings,
                      IZFFrame** _ppFrameRes, FRAMES* _pFrames);
     HRESULT RunGPU(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps, ENGINE_SETTINGS _settings, FRAMES* _pFrames);
@@ -94,4 +102,5 @@ private:
     std::vector<std::byte> m_vecSettingsLast;
     uint32_t m_fccNotCleaned = 0;  // the last format whose colours were logged as left
     CZPtr<IZFFrame> m_cpFrameLast; // the last output; empty when it may not be handed out again
+    std::shared_ptr<void> m_spLicence;
 };

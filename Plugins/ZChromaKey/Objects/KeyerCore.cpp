@@ -6,8 +6,26 @@
 #include "Base/ZSystem.h"
 #include "ZChromaKey/Config/ChromaKeyOptions.h"
 
+#ifdef ZCK_LICENCE_KEY
+#include "ZChromaKey/Licence/LicenceHold.h"
+#endif
+
 #include <utility>
 #include <vector>
+
+#ifdef ZCK_LICENCE_KEY
+namespace
+{
+
+constexpr std::wstring_view c_wsvOptionCheck = L"licence.check"; // asks, and is kept nowhere
+
+CLicenceHold& HoldOf(CFrameKeyer* _pKeyer)
+{
+    return *static_cast<CLicenceHold*>(_pKeyer->Licence().get());
+}
+
+} // namespace
+#endif
 
 CKeyerCore::CKeyerCore(const char* _pszClass, const char* _pszName, bool _bDetects,
                        std::unique_ptr<CFrameEngine> _upEngine)
@@ -22,6 +40,9 @@ CKeyerCore::CKeyerCore(const char* _pszClass, const char* _pszName, bool _bDetec
           },
           [this] { m_keyer.Flush(); })
 {
+#ifdef ZCK_LICENCE_KEY
+    m_keyer.Licence() = std::make_shared<CLicenceHold>(_pszClass, _pszName, ZCK_LICENCE_KEY, ZCK_LICENCE_PRODUCT);
+#endif
 }
 
 HRESULT CKeyerCore::Receive(IZFFrame* _pFrameOrNull, IZFFrame** _ppFrameRes)
@@ -108,7 +129,11 @@ HRESULT CKeyerCore::InfoGet(BSTR* _pbsName, BSTR* _pbsVersion)
         return E_POINTER;
     return ZBorder(Method("PluginInfoGet"), [&]() -> HRESULT {
         CZBStr bsName(m_pszName);
+#ifdef ZCK_LICENCE_KEY
+        CZBStr bsVersion(ZFormat("%hs (%hs)", ZCK_VERSION, HoldOf(&m_keyer).Text()));
+#else
         CZBStr bsVersion(ZCK_VERSION);
+#endif
         if (!bsName.Get() || !bsVersion.Get())
             return E_OUTOFMEMORY;
         *_pbsName = bsName.Detach();
@@ -128,12 +153,21 @@ HRESULT CKeyerCore::LogSetLevel(IZLogSink* _pSinkOrNull, int32_t _eLevel)
         }
         ZLog_Set(_pSinkOrNull, static_cast<eZLogLevel>(_eLevel));
         ZSystem_Log(ZCK_VERSION);
+#ifdef ZCK_LICENCE_KEY
+        if (_pSinkOrNull)
+            HoldOf(&m_keyer).Say();
+#endif
         return S_OK;
     });
 }
 
 HRESULT CKeyerCore::OptionSet(const wchar_t* _pwszName, const wchar_t* _pwszValue)
 {
+#ifdef ZCK_LICENCE_KEY
+    if (_pwszName && _pwszName == c_wsvOptionCheck)
+        return ZBorder(Method("PropsSet"),
+                       [&] { return HoldOf(&m_keyer).Check(ZText_FromWide(_pwszValue ? _pwszValue : L"")); });
+#endif
     return PropStore_PropsSet(&m_store, _pwszName, _pwszValue, OptionCheck());
 }
 

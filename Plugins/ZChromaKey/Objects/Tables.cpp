@@ -12,6 +12,11 @@
 #include "ZChromaKey/Engine1/Gpu/Adapters.h"
 #include "ZChromaKey/Keys/KeyAdjust.h"
 
+#ifdef ZCK_LICENCE_KEY
+#include "ZChromaKey/Licence/LicenceJudge.h"
+#include "ZChromaKey/Licence/LicencePlaces.h"
+#endif
+
 #include <deque>
 #include <string>
 #include <string_view>
@@ -151,11 +156,17 @@ std::string LevelsText()
 TABLE SystemMake()
 {
     TABLE table;
-    const std::pair<const char*, std::string> arrFacts[] = {{"system", ZSystem_Name()},
-                                                            {"processor", ZSystem_Processor()},
-                                                            {"SIMD in use", ZCpu_LevelName(ZCpu_Level())},
-                                                            {"SIMD available", ZCpu_LevelName(ZCpu_Detected())},
-                                                            {"SIMD levels", LevelsText()}};
+    const std::pair<const char*, std::string> arrFacts[] = {
+        {"system", ZSystem_Name()},
+        {"processor", ZSystem_Processor()},
+        {"SIMD in use", ZCpu_LevelName(ZCpu_Level())},
+        {"SIMD available", ZCpu_LevelName(ZCpu_Detected())},
+#ifdef ZCK_LICENCE_KEY
+        {"licence for", ZCK_LICENCE_PRODUCT},
+        {"licence file", LicencePlaces_UserFile()},
+        {"licence machine", LicenceJudge_Machine(LicencePlaces_Machine())},
+#endif
+        {"SIMD levels", LevelsText()}};
     for (const auto& [pszName, strFact] : arrFacts)
     {
         ZTABLE_ROW row = c_rowEmpty;

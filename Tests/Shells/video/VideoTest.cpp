@@ -214,7 +214,8 @@ TEST_F(CVideoTest, FailuresLeaveNothingAndSayWhy)
     ExpectFailures(1, {{"key " + File("cut.mov") + strOut, "moov atom not found"},
                        {"key " + File("in.mov") + strOut + " --codec \"-c:v none-such\"", "none-such"},
                        {"key " + File("in.mov") + strOut + " --first 200", "no frame 200"}});
-    ExpectFailures(2, {{"key " + File("in.mov") + " -o " + File("out.mp4") + " --pick 1,1", "holds no alpha"}});
+    ExpectFailures(2, {{"key " + File("in.mov") + " -o " + File("out.mp4") + " --pick 1,1", "holds no alpha"},
+                       {"key " + File("in.mov") + " -o " + File("out.webm") + " --pick 1,1 --bits 16", "8 bits"}});
     EXPECT_EQ(Shell("PATH=/nowhere " + Quoted(ZKHOST_PATH) + " key " + File("in.mov") + strOut), 1);
     ExpectLastLine("apt install ffmpeg");
     // Ended from outside at any time: it takes its children and its file along.

@@ -267,16 +267,27 @@ TEST_F(UnmixObject, LostBackdropIsSaidOnce)
 
 TEST_F(UnmixObject, TheLogSaysOnceWhyTheGpuDoesNotKey)
 {
-    const auto cpFrame = Body(eZFCC_RGB32, c_arrGreen);
+    const auto cpFrame = Body(eZFCC_NV12, c_arrGreen); // not one for the GPU, where there is one
     EXPECT_EQ(m_cpKeyer->KeyAddColor(0x3CAA32), S_OK);
     const CLogCatcher log;
-    const char* const pszText = "keys on the processor only; set \"gpu_mode\" to 0";
-    EXPECT_EQ(m_cpProps->PropsSet(L"gpu_mode", L"-1"), S_OK);
-    EXPECT_LT(Error(Receive(cpFrame.Get()).Get()), 2.5);
+    const auto fnKeyed = [&](const wchar_t* _pwszMode) {
+        EXPECT_EQ(m_cpProps->PropsSet(L"gpu_mode", _pwszMode), S_OK);
+        for (int n = 0; n < 2; ++n)
+        {
+            cpFrame->IdentityRenew();
+            EXPECT_LT(Error(Receive(cpFrame.Get()).Get()), 2.5);
+        }
+    };
+    fnKeyed(L"-1");
+    EXPECT_EQ(log.Count("GPU"), 0u) << "frames in memory are the CPU's";
+    const char* const pszText = "not keyed on the GPU, or there is none that this build can use: set \"gpu_mode\" to 0";
+    fnKeyed(L"2");
     EXPECT_EQ(log.Count(pszText, eZLog_Info), 1u);
+    fnKeyed(L"0");
     EXPECT_EQ(m_cpProps->PropsSet(L"gpu_mode", L"1"), S_OK);
     for (int n = 0; n < 2; ++n)
     {
+        cpFrame->IdentityRenew();
         CZPtr<IZFFrame> cpRes;
         EXPECT_EQ(m_cpProcess->OnMediaReceive(cpFrame.Get(), cpRes.Put()), E_NOTIMPL);
     }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "ZChromaKey/Engine1/Gpu/GPUBackOff.h"
 #include "ZChromaKey/Engine1/Gpu/GPUKeyPlan.h"
 #include "ZChromaKey/Engine1/Gpu/GPUShaders.h"
 #include "DirectX/Convert/GPUProcessor.h"
+#include "DirectX/Pipeline/GPUBackOff.h"
 #include "DirectX/Shaders/KeyConstants.h"
 
 #include <utility>
@@ -71,7 +71,7 @@ private:
     Downloader m_downloader{"GPUChromaKey::Downloader"};
     DX11Converter m_converter;
     CGPUShaders m_shaders;
-    CGPUBackOff m_backOff;
+    CGPUBackOff<GPU_KEY_PLAN> m_backOff{c_szClass};
     int32_t m_eTypeShaders = 0;
     int32_t m_nSmoothShaders = 0;
     uint32_t m_fccRefused = 0; ///< the last format that was said not to be keyed

@@ -1,11 +1,7 @@
 #include "ZChromaKey/Engine1/Gpu/GPUKeyer.h"
 
-#include "Base/ZLog.h"
+#include "DirectX/Pipeline/GPUBackOff.h"
 #include "ZChromaKey/Engine1/Gpu/GPUChromaKey.h"
-#include "ZChromaKey/Engine1/Gpu/SystemInfo_DX11.h"
-
-#include <chrono>
-#include <optional>
 
 namespace
 {
@@ -20,7 +16,7 @@ public:
     {
         const bool bTexture = static_cast<bool>(GPU_TextureOf(_pFrame));
         m_pKeyerLast = bTexture ? &m_keyerHost : &m_keyer;
-        const HRESULT hr = bTexture ? S_OK : DeviceEnsure(_options);
+        const HRESULT hr = bTexture ? S_OK : m_keeper.Ensure(m_keyer, _options.bOnly, _options.nChange);
         if (FAILED(hr))
             return hr;
         return m_pKeyerLast->Key(
@@ -35,58 +31,14 @@ public:
     {
         m_keyer.Close();
         m_keyerHost.Close();
-        m_attempt.reset();
+        m_keeper.Forget();
     }
 
 private:
-    /// Makes sure there is a device for frames in system memory.
-    HRESULT DeviceEnsure(const ENGINE_GPU_OPTIONS& _options)
-    {
-        const HRESULT hrNow = DeviceCheck(_options);
-        if (SUCCEEDED(hrNow))
-            return hrNow;
-        m_keyer.Close();
-        const auto timeNow = std::chrono::steady_clock::now();
-        if (m_attempt && m_attempt->nChange == _options.nChange &&
-            (m_attempt->hr == E_NOTIMPL || timeNow - m_attempt->time < c_timeGPURetry))
-            return FAILED(m_attempt->hr) ? m_attempt->hr : hrNow;
-        HRESULT hr = m_keyer.DeviceInit(nullptr);
-        if (SUCCEEDED(hr))
-        {
-            m_bSoftware = DX_IsSoftware(m_keyer.DeviceGet()->Device());
-            SystemInfo_Log(*m_keyer.DeviceGet());
-            hr = DeviceCheck(_options);
-        }
-        if (FAILED(hr))
-            m_keyer.Close();
-        if (hr == E_NOTIMPL)
-            ZLog(eZLog_Info, "GPUKeyer: the adapter is no graphics card but the processor, which keys faster without "
-                             "Direct3D; it is used when frames shall be keyed on the GPU only\n");
-        m_attempt = {hr, timeNow, _options.nChange};
-        return hr;
-    }
-
-    /// Whether there is a device that works. E_NOTIMPL: it is software, and slower than keying on the CPU.
-    HRESULT DeviceCheck(const ENGINE_GPU_OPTIONS& _options) const
-    {
-        const DX11Device* const pDevice = m_keyer.DeviceGet();
-        const HRESULT hr = pDevice ? pDevice->Device()->GetDeviceRemovedReason() : DXGI_ERROR_DEVICE_REMOVED;
-        return SUCCEEDED(hr) && m_bSoftware && !_options.bOnly ? E_NOTIMPL : hr;
-    }
-
-    /// The last attempt to make a device.
-    struct ATTEMPT
-    {
-        HRESULT hr;
-        std::chrono::steady_clock::time_point time;
-        uint64_t nChange;
-    };
-
     GPUChromaKey m_keyer;     ///< of frames in memory
     GPUChromaKey m_keyerHost; ///< of the host's textures
     GPUChromaKey* m_pKeyerLast = &m_keyer;
-    bool m_bSoftware = false; ///< whether the device made here is software
-    std::optional<ATTEMPT> m_attempt;
+    CGPUDeviceKeeper m_keeper; ///< of the device of frames in memory
 };
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "ZChromaKey/Engine1/Gpu/SystemInfo_DX11.h"
+#include "DirectX/Device/DXSystemInfo.h"
 
 #include "Base/ZLog.h"
 

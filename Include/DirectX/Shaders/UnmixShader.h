@@ -1,0 +1,94 @@
+#pragma once
+
+/// Texts of the pixel shaders of the second generation. Entry "PS"; constants UNMIX_CONSTANTS at b0.
+///
+/// They do what is made per pixel, in the integers and formulas of the kernels of the CPU; what is made per cell comes
+/// in small textures, which are read by texel, never sampled. Pictures are B8G8R8A8, one pixel a texel, and have one
+/// field or two: line y belongs to field y % fields. Of grids with a row per cell row, those of the second field lie
+/// below those of the first.
+
+#include <cstdint>
+#include <string>
+
+/// What the shaders take that is the same for all pixels of one key. The names are those of the kernels' records.
+struct UNMIX_SHADER_RULES
+{
+    int32_t anX[3]; ///< B, G, R; 64ths
+    int32_t nWedge; ///< 8192ths
+    int32_t anZ[3];
+    int32_t nLimit;    ///< 256ths
+    int32_t anTake[3]; ///< 1024ths
+    int32_t nOwn;      ///< 16384ths
+    float arrX[3];
+    float fltLimit;
+    float arrZ[3];
+    float fltLeast;
+    float arrTake[3];
+    float fltOwn;
+    float arrBeyond[3];
+    int32_t nLeast; ///< 16384ths
+    float fltLeastX;
+    float fltWedge;
+    float fltOneSquareX;
+    float fltClip;
+};
+static_assert(sizeof(UNMIX_SHADER_RULES) == 8 * 16);
+
+/// A protected colour.
+struct UNMIX_SHADER_PROTECTED
+{
+    float arrCentre[4]; ///< hue, saturation, value
+    float arrOne[4];    ///< 1 over the half axes; of value, in levels
+};
+
+inline constexpr int32_t c_nUnmixShaderKeys = 16;
+
+/// "UNMIX", register b0.
+struct UNMIX_CONSTANTS
+{
+    int32_t anPicture[4]; ///< width, height, fields; 1: its alpha counts
+    int32_t anGrid[4];    ///< columns and rows of cells in a field, columns and rows of plate cells in one
+    int32_t anFilter[4];  ///< nNear; 1: there are differences of the frame before; 1: the picture of before; nTimeNear
+    float arrClips[4];    ///< least clips; 1: colours are unmixed in squares
+    /// Protected colours; the view, by its number; eUnmixAfter; 1: colours are multiplied by alpha in the end.
+    int32_t anMore[4];
+    UNMIX_SHADER_RULES arrRules[c_nUnmixShaderKeys];
+    UNMIX_SHADER_PROTECTED arrProtected[c_nUnmixShaderKeys];
+};
+static_assert(sizeof(UNMIX_CONSTANTS) == 80 + 16 * 128 + 16 * 32 && sizeof(UNMIX_CONSTANTS) <= 4096);
+
+/// What is done to keyed pixels.
+enum eUnmixAfter : int32_t
+{
+    eUAfter_Shadows = 1,
+    eUAfter_InputAlpha = 2,
+    eUAfter_Garbage = 4,
+    eUAfter_HoldOut = 8,
+    eUAfter_Marked = 16, ///< the region of the backdrop, which the view of the status shows
+};
+
+/// A texel of the cells (R32_UINT): the classes, the key from bit 8 on, and in the upper half rho of the backdrop in
+/// 32768ths.
+enum eUnmixCell : uint32_t
+{
+    eUCell_Mixed = 1,
+    eUCell_Solid = 2,
+    eUCell_Protected = 4,
+    eUCell_Inner = 8,
+};
+
+/// Sums, least and greatest of 4x4 pixels: R32G32B32A32_UINT. t0: the picture.
+///
+/// For each field a row of texels for each row of cells: sums of B and G, of R and A, in halves; the least; the
+/// greatest. Then one for each third row of cells from the second on: the first pixel of each cell and the one two to
+/// its right, of its first line.
+std::string UnmixCellsShader_Text();
+/// The differences of mixed pixels as the next frame wants them, over those of the backdrop in 8192ths: R16_SINT, of
+/// the picture's size. t0: the picture; t1: cells; t2: the backdrop plate; t3: the foreground plate (R32G32B32A32_FLOAT
+/// in the order B, G, R, and confidence); t4: the differences before.
+std::string UnmixPastShader_Text();
+
+/// The result: straight alpha, of the picture's size. t0 to t3: the same; t4: what the pass above has made; t5:
+/// garbage, t6: hold-out and t8: the region of the backdrop (R8_UNORM, of the picture's size); t7: density of shadows
+/// (R32_FLOAT, by plate cells). What the constants say is not there need not be bound.
+std::string UnmixPixelShader_Text();

@@ -1,0 +1,375 @@
+#include "ZChromaKey/Engine2/Gpu/GPUUnmix.h"
+
+#include "Base/ZPixelFormats.h"
+#include "Base/ZLog.h"
+#include "DirectX/Device/DXHelpers.h"
+#include "ZChromaKey/Engine2/Cells.h"
+#include "ZChromaKey/Engine2/Pixels.h"
+
+#include <cstdlib>
+
+namespace
+{
+
+constexpr uint32_t c_nShaderTag = 54;
+
+HRESULT LogIfFailed(const char* _pszMessage, HRESULT _hr)
+{
+    if (FAILED(_hr))
+        ZLog(eZLog_Error, "GPUUnmix: %hs hr=%08X\n", _pszMessage, _hr);
+    return _hr;
+}
+
+CZPtr<ID3D11Texture2D> TextureIn(IDX11Texture* _pTexture)
+{
+    CZPtr<ID3D11Texture2D> cpTexture;
+    if (_pTexture)
+        _pTexture->TextureGet(cpTexture.Put());
+    return cpTexture;
+}
+
+bool IsPixels(uint32_t _fccType)
+{
+    return _fccType == eZFCC_RGB32 || _fccType == eZFCC_ARGB32;
+}
+
+/// The record of a picture of that size, one pixel a texel.
+ZF_VID_PROPS PixelProps(const ZF_VID_PROPS& _vidProps)
+{
+    ZF_VID_PROPS vidProps = _vidProps;
+    vidProps.fccType = eZFCC_ARGB32;
+    vidProps.nHeight = -std::abs(vidProps.nHeight);
+    vidProps.nRowBytes = 0;
+    return vidProps;
+}
+
+/// A target of texels that are no pixels.
+GPU_TARGET TargetOf(int _nWidth, int _nHeight, DXGI_FORMAT _eFormat, const ZF_VID_PROPS& _vidProps)
+{
+    return {static_cast<uint32_t>(_nWidth), static_cast<uint32_t>(_nHeight), _eFormat, _vidProps};
+}
+
+} // namespace
+
+bool GPUUnmix::IsTaken(uint32_t _fccType)
+{
+    return DX_TextureFormat(_fccType) != DXGI_FORMAT_UNKNOWN && _fccType != eZFCC_RGB8;
+}
+
+void GPUUnmix::FrameDrop()
+{
+    FrameEnd();
+    m_cpResult.Reset();
+    m_pLearner = nullptr;
+    if (!Device()) // it was removed
+        DeviceLeave();
+}
+
+/// Lets go of what is of the device in use, and of what it failed to do.
+void GPUUnmix::DeviceLeave()
+{
+    m_arrShaders = {};
+    m_gridCells = {};
+    m_gridBack = {};
+    m_gridFore = {};
+    m_gridShade = {};
+    m_gridGarbage = {};
+    m_gridHoldOut = {};
+    m_gridMarked = {};
+    m_cpPast.Reset();
+    m_converter.Close();
+    m_backOff.Forget();
+}
+
+void GPUUnmix::Close()
+{
+    FrameDrop();
+    DeviceLeave();
+    GPUProcessorBase::Close();
+}
+
+HRESULT GPUUnmix::ShaderGet(eShader _eShader, ID3D11PixelShader** _ppShader)
+{
+    using TEXT_OF = std::string (*)();
+    static constexpr TEXT_OF c_arrTexts[eS_Count] = {UnmixCellsShader_Text, UnmixPastShader_Text,
+                                                     UnmixPixelShader_Text};
+    CZPtr<ID3D11PixelShader>& cpShader = m_arrShaders[_eShader];
+    if (!cpShader)
+    {
+        const HRESULT hr = DX11Device::PixelShader_Get(Device()->Device(), c_arrTexts[_eShader]().c_str(), c_nShaderTag,
+                                                       cpShader.Put());
+        if (FAILED(hr))
+            return LogIfFailed("Unable to create pixel shader!", hr);
+    }
+    *_ppShader = CZPtr<ID3D11PixelShader>(cpShader).Detach();
+    return S_OK;
+}
+
+HRESULT GPUUnmix::Pass(eShader _eShader, std::span<ID3D11Texture2D* const> _inputs, const UNMIX_CONSTANTS& _constants,
+                       const GPU_TARGET& _target, IDX11Texture** _ppTexOut)
+{
+    CZPtr<ID3D11PixelShader> cpShader;
+    const HRESULT hr = ShaderGet(_eShader, cpShader.Put());
+    return SUCCEEDED(hr)
+               ? Render(_inputs, {cpShader.Get(), nullptr, &_constants, sizeof(_constants)}, _target, _ppTexOut)
+               : hr;
+}
+
+HRESULT GPUUnmix::GridPut(GRID* _pGrid, int _nWidth, int _nHeight, DXGI_FORMAT _eFormat, const void* _pData,
+                          size_t _cbRow)
+{
+    const auto nWidth = static_cast<UINT>(_nWidth), nHeight = static_cast<UINT>(_nHeight);
+    if (!_pGrid->cpTexture || _pGrid->desc.Width != nWidth || _pGrid->desc.Height != nHeight)
+    {
+        *_pGrid = {};
+        _pGrid->desc = CD3D11_TEXTURE2D_DESC(_eFormat, nWidth, nHeight, 1, 1, D3D11_BIND_SHADER_RESOURCE);
+        const HRESULT hr = Device()->Device()->CreateTexture2D(&_pGrid->desc, nullptr, _pGrid->cpTexture.Put());
+        if (FAILED(hr) || !_pGrid->cpTexture)
+            return LogIfFailed("Unable to create a texture for what was learned!", FAILED(hr) ? hr : E_UNEXPECTED);
+    }
+    Device()->Context()->UpdateSubresource(_pGrid->cpTexture.Get(), 0, nullptr, _pData, static_cast<UINT>(_cbRow), 0);
+    return S_OK;
+}
+
+HRESULT GPUUnmix::GridsPut(const UNMIX_STATE& _state)
+{
+    const UNMIX_CELLS& cells = _state.arrFields[0].cells;
+    const size_t cbPlateRow = sizeof(VEC4) * static_cast<size_t>(_state.nPlateWidth);
+    HRESULT hr = GridPut(&m_gridCells, cells.nWidth, _state.nFields * cells.nHeight, DXGI_FORMAT_R32_UINT,
+                         m_uploads.vecCells.data(), sizeof(uint32_t) * static_cast<size_t>(cells.nWidth));
+    if (SUCCEEDED(hr))
+        hr = GridPut(&m_gridBack, _state.nPlateWidth, _state.nPlateHeight, DXGI_FORMAT_R32G32B32A32_FLOAT,
+                     _state.vecPlate.data(), cbPlateRow);
+    if (SUCCEEDED(hr))
+        hr = GridPut(&m_gridFore, _state.nPlateWidth, _state.nFields * _state.nPlateHeight,
+                     DXGI_FORMAT_R32G32B32A32_FLOAT, m_uploads.vecFore.data(), cbPlateRow);
+    return hr;
+}
+
+/// Makes sure that the differences of the frame before are here, where there are any.
+HRESULT GPUUnmix::PastEnsure(UNMIX_STATE& _state)
+{
+    const std::span fields(_state.arrFields, static_cast<size_t>(_state.nFields));
+    bool bHere = static_cast<bool>(m_cpPast);
+    for (const FIELD_STATE& field : fields)
+        bHere &= field.pPastAt == this;
+    if (bHere)
+        return S_OK;
+    m_cpPast.Reset();
+    for (FIELD_STATE& field : fields)
+        Pixels_TakePast(field);
+    UnmixUploads_Past(_state, &m_uploads);
+    const GPU_TARGET target = TargetOf(_state.nWidth, _state.nHeight, DXGI_FORMAT_R16_SINT, VidPropsIn());
+    const CD3D11_TEXTURE2D_DESC desc(target.eFormat, target.nWidth, target.nHeight, 1, 1,
+                                     D3D11_BIND_SHADER_RESOURCE | D3D11_BIND_RENDER_TARGET);
+    const HRESULT hr = DX11Texture::Create(Allocator(), Device()->Device(), &desc, target.vidProps, m_cpPast.Put());
+    if (FAILED(hr))
+        return LogIfFailed("Unable to create a texture for what was learned!", hr);
+    Device()->Context()->UpdateSubresource(TextureIn(m_cpPast.Get()).Get(), 0, nullptr, m_uploads.vecPast.data(),
+                                           2 * target.nWidth, 0);
+    for (FIELD_STATE& field : fields)
+        field.pPastAt = this;
+    return S_OK;
+}
+
+/// With every frame: another region may have the place of one that is gone.
+HRESULT GPUUnmix::RegionPut(GRID* _pGrid, const UNMIX_STATE& _state, const UNMIX_REGION& _region, int32_t _nBit)
+{
+    if (!(m_uploads.constants.anMore[2] & _nBit))
+        return S_OK;
+    return GridPut(_pGrid, _state.nWidth, _state.nHeight, DXGI_FORMAT_R8_UNORM, _region.pRow0,
+                   static_cast<size_t>(_region.nStride));
+}
+
+/// What comes after the pixels.
+HRESULT GPUUnmix::AfterPut(const UNMIX_STATE& _state)
+{
+    HRESULT hr = S_OK;
+    if (m_uploads.constants.anMore[2] & eUAfter_Shadows)
+        hr = GridPut(&m_gridShade, _state.nPlateWidth, _state.nPlateHeight, DXGI_FORMAT_R32_FLOAT,
+                     _state.vecShade.data(), sizeof(float) * static_cast<size_t>(_state.nPlateWidth));
+    if (SUCCEEDED(hr))
+        hr = RegionPut(&m_gridGarbage, _state, _state.setup.garbage, eUAfter_Garbage);
+    if (SUCCEEDED(hr))
+        hr = RegionPut(&m_gridHoldOut, _state, _state.setup.holdOut, eUAfter_HoldOut);
+    return SUCCEEDED(hr) ? RegionPut(&m_gridMarked, _state, _state.setup.backdrop, eUAfter_Marked) : hr;
+}
+
+/// Brings the differences of the frame before to those of this one.
+HRESULT GPUUnmix::PastPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture)
+{
+    HRESULT hr = PastEnsure(_state);
+    if (FAILED(hr))
+        return hr;
+    const auto cpPast = TextureIn(m_cpPast.Get());
+    ID3D11Texture2D* const arrInputs[] = {_pPicture, m_gridCells.cpTexture.Get(), m_gridBack.cpTexture.Get(), nullptr,
+                                          cpPast.Get()};
+    CZPtr<IDX11Texture> cpNew;
+    hr = Pass(eS_Past, arrInputs, m_uploads.constants,
+              TargetOf(_state.nWidth, _state.nHeight, DXGI_FORMAT_R16_SINT, VidPropsIn()), cpNew.Put());
+    m_cpPast = std::move(cpNew); // none after a failure: who keys next starts the filter anew
+    return hr;
+}
+
+/// The result, of what m_uploads has.
+HRESULT GPUUnmix::PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture)
+{
+    HRESULT hr = GridsPut(_state);
+    if (SUCCEEDED(hr))
+        hr = AfterPut(_state);
+    const bool bPast = m_uploads.constants.anFilter[1];
+    if (SUCCEEDED(hr) && bPast)
+        hr = PastPass(_state, _pPicture);
+    if (FAILED(hr))
+        return hr;
+    const auto cpPast = TextureIn(bPast ? m_cpPast.Get() : nullptr);
+    ID3D11Texture2D* const arrInputs[] = {_pPicture,
+                                          m_gridCells.cpTexture.Get(),
+                                          m_gridBack.cpTexture.Get(),
+                                          m_gridFore.cpTexture.Get(),
+                                          cpPast.Get(),
+                                          m_gridGarbage.cpTexture.Get(),
+                                          m_gridHoldOut.cpTexture.Get(),
+                                          m_gridShade.cpTexture.Get(),
+                                          m_gridMarked.cpTexture.Get()};
+    return Pass(eS_Pixel, arrInputs, m_uploads.constants, GPU_TargetOf(PixelProps(VidPropsIn())), m_cpResult.Put());
+}
+
+// Pictures in memory.
+
+HRESULT GPUUnmix::Pixels(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
+                         const ENGINE_GPU_OPTIONS& _options)
+{
+    const CZScopeExit frameDrop([this] { FrameDrop(); }); // also where something throws
+    const PLAN plan = {false, _input.vidProps.fccType};
+    HRESULT hr = m_backOff.Check(plan, _options.nChange);
+    if (FAILED(hr))
+        return hr;
+    hr = PixelsTry(_state, _input, _result, _options);
+    m_backOff.Note(plan, _options.nChange, hr);
+    return hr;
+}
+
+HRESULT GPUUnmix::PixelsTry(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
+                            const ENGINE_GPU_OPTIONS& _options)
+{
+    HRESULT hr = _PutVideo(&_input.vidProps, &_input.vidPtr, false);
+    if (SUCCEEDED(hr))
+    {
+        UnmixUploads_Fill(_state, FCC_HasAlpha(_input.vidProps.fccType), &m_uploads);
+        hr = PixelPass(_state, TextureIn(TexIn()).Get());
+    }
+    if (FAILED(hr))
+        return LogIfFailed("Failed to key a frame!", hr);
+    if (_options.bFlushContext)
+        Device()->Context()->Flush();
+    return LogIfFailed("Unable to convert GPU frame to CPU frame!", ResultRead(_result));
+}
+
+/// Brings the result back; waits for the GPU.
+HRESULT GPUUnmix::ResultRead(const UNMIX_RESULT& _result)
+{
+    const ZF_VID_PROPS vidProps = PixelProps(VidPropsIn());
+    ZF_VID_PTR vidPtr = {};
+    vidPtr.lpVideoPlanes[0] = static_cast<int64_t>(reinterpret_cast<intptr_t>(_result.pRow0));
+    vidPtr.cbVideoRowBytes[0] = static_cast<int32_t>(_result.nStride);
+    vidPtr.szVideoPlanes[0] = {vidProps.nWidth, -vidProps.nHeight};
+    CZPtr<IDX11Texture> cpReadable;
+    const HRESULT hr =
+        m_downloader.CopyRecord(TextureIn(m_cpResult.Get()).Get(), vidProps, Allocator(), cpReadable.Put());
+    return SUCCEEDED(hr) ? m_downloader.CopyRead(vidPtr, cpReadable.Get(), false) : hr;
+}
+
+// Frames in textures.
+
+HRESULT GPUUnmix::Key(IZFFrame* _pFrame, IUnmixLearner& _learner, const ENGINE_GPU_OPTIONS& _options,
+                      IZFFrame** _ppFrameRes)
+{
+    const CZScopeExit frameDrop([this] { FrameDrop(); });
+    const auto cpTexture = TextureIn(GPU_TextureOf(_pFrame).Get());
+    if (cpTexture && Device() && !DX_SameObject(DX_DeviceOf(cpTexture.Get()).Get(), Device()->Device()))
+        Close(); // this one takes its place
+    ZF_VID_PROPS vidProps = {};
+    HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
+    const PLAN plan = {true, vidProps.fccType};
+    if (SUCCEEDED(hr))
+        hr = m_backOff.Check(plan, _options.nChange);
+    if (FAILED(hr))
+        return hr;
+    m_pLearner = &_learner;
+    m_options = _options;
+    hr = ProcessFrameExternal(_pFrame, _options.bFlushContext, _ppFrameRes);
+    m_backOff.Note(plan, _options.nChange, hr);
+    return hr;
+}
+
+HRESULT GPUUnmix::ProcessFrame()
+{
+    CZPtr<IDX11Texture> cpPicture(TexIn());
+    HRESULT hr = IsPixels(VidPropsIn().fccType) ? S_OK : Converted(&cpPicture);
+    if (SUCCEEDED(hr))
+        hr = CellsLearn(cpPicture.Get());
+    if (SUCCEEDED(hr))
+    {
+        UNMIX_STATE& state = m_pLearner->State();
+        UnmixUploads_Fill(state, VidPropsIn().fccType == eZFCC_ARGB32, &m_uploads);
+        UnmixUploads_After(state, m_options.bPremultiply, &m_uploads);
+        hr = PixelPass(state, TextureIn(cpPicture.Get()).Get());
+    }
+    return LogIfFailed("Failed to key a frame!", hr);
+}
+
+/// A picture of other samples into B, G, R, A.
+HRESULT GPUUnmix::Converted(CZPtr<IDX11Texture>* _pcpPicture)
+{
+    const ZF_VID_PROPS vidPropsOut = PixelProps(VidPropsIn());
+    CZPtr<IDX11Texture> cpPixels;
+    const HRESULT hr = m_converter.Convert(Device(), &VidPropsIn(), &vidPropsOut, TextureIn(_pcpPicture->Get()).Get(),
+                                           Allocator(), cpPixels.Put(), m_options.eMatrix);
+    *_pcpPicture = std::move(cpPixels);
+    return hr;
+}
+
+HRESULT GPUUnmix::CellsLearn(IDX11Texture* _pPicture)
+{
+    const UNMIX_CONSTANTS constants = UnmixUploads_CellConstants(VidPropsIn(), VidPropsIn().fccType == eZFCC_ARGB32);
+    ID3D11Texture2D* const arrInputs[] = {TextureIn(_pPicture).Get()}; // the picture outlives the pass
+    CZPtr<IDX11Texture> cpCells;
+    const HRESULT hr =
+        Pass(eS_Cells, arrInputs, constants,
+             TargetOf(constants.anGrid[0], Cells_InputRows(VidPropsIn()), DXGI_FORMAT_R32G32B32A32_UINT, VidPropsIn()),
+             cpCells.Put());
+    return SUCCEEDED(hr) ? CellsRead(cpCells.Get(), constants) : hr;
+}
+
+/// Brings the cells back and learns from them; waits for the GPU.
+HRESULT GPUUnmix::CellsRead(IDX11Texture* _pCells, const UNMIX_CONSTANTS& _constants)
+{
+    const CD3D11_TEXTURE2D_DESC desc(DXGI_FORMAT_R32G32B32A32_UINT, static_cast<UINT>(_constants.anGrid[0]),
+                                     static_cast<UINT>(Cells_InputRows(VidPropsIn())), 1, 1, 0, D3D11_USAGE_STAGING,
+                                     D3D11_CPU_ACCESS_READ);
+    CZPtr<IDX11Texture> cpReadable;
+    HRESULT hr = DX11Texture::Create(Allocator(), Device()->Device(), &desc, VidPropsIn(), cpReadable.Put());
+    if (FAILED(hr))
+        return LogIfFailed("Unable to create a texture for the cells!", hr);
+    const auto cpTexture = TextureIn(cpReadable.Get());
+    Device()->Context()->CopyResource(cpTexture.Get(), TextureIn(_pCells).Get());
+    D3D11_MAPPED_SUBRESOURCE mapped = {};
+    hr = Device()->Context()->Map(cpTexture.Get(), 0, D3D11_MAP_READ, 0, &mapped);
+    if (FAILED(hr) || !mapped.pData)
+        return LogIfFailed("Failed to map the cells!", FAILED(hr) ? hr : E_UNEXPECTED);
+    const CZScopeExit unmap([&] { Device()->Context()->Unmap(cpTexture.Get(), 0); });
+    return m_pLearner->Learn({VidPropsIn(), m_options.eMatrix, static_cast<const uint8_t*>(mapped.pData),
+                              static_cast<ptrdiff_t>(mapped.RowPitch)});
+}
+
+/// The picture attributes of the input's texture belong to the result's, too.
+HRESULT GPUUnmix::GetFrame(IZFFrame** _ppFrameOut)
+{
+    DX_PICTURE_ATTRIBUTES attributes = {};
+    HRESULT hr = TexIn()->AttributesGet(&attributes);
+    if (SUCCEEDED(hr))
+        hr = m_cpResult->AttributesSet(&attributes);
+    return SUCCEEDED(hr) ? GetGPUFrame(m_cpResult.Get(), _ppFrameOut)
+                         : LogIfFailed("Failed to copy picture attributes!", hr);
+}

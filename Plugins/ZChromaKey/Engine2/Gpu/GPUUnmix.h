@@ -1,0 +1,102 @@
+#pragma once
+
+#include "DirectX/Convert/GPUProcessor.h"
+#include "DirectX/Pipeline/GPUBackOff.h"
+#include "ZChromaKey/Engine2/Gpu/UnmixGPU.h"
+#include "ZChromaKey/Engine2/Gpu/UnmixUploads.h"
+
+#include <array>
+
+/// The pixels of the second generation on the GPU. One frame at a time, from one thread at a time.
+///
+/// What the cells of a frame have taught is uploaded as small textures; passes make the result of them and of the
+/// picture. A frame in a texture has its cells made by a pass and read back first, which is the only time that a frame
+/// waits for the GPU. The differences of the frame before stay here (FIELD_STATE::pPastAt).
+class GPUUnmix final : public GPUProcessorBase<GPUUnmix>
+{
+public:
+    static constexpr char c_szClass[] = "GPUUnmix";
+
+    /// As CUnmixGPU::Pixels, on the device that DeviceInit has made.
+    HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
+                   const ENGINE_GPU_OPTIONS& _options);
+    /// As CUnmixGPU::ProcessFrame.
+    HRESULT Key(IZFFrame* _pFrame, IUnmixLearner& _learner, const ENGINE_GPU_OPTIONS& _options, IZFFrame** _ppFrameRes);
+    /// The device in use; null when there is none.
+    DX11Device* DeviceGet() const
+    {
+        return Device();
+    }
+    /// Gives shaders, textures and device back.
+    void Close();
+
+    // For GPUProcessorBase
+    static bool IsTaken(uint32_t _fccType);
+    static bool IsFieldSplit(const ZF_VID_PROPS&)
+    {
+        return false; // the passes know interlaced pictures as they are
+    }
+    HRESULT ProcessFrame();
+    HRESULT GetFrame(IZFFrame** _ppFrameOut);
+
+private:
+    enum eShader
+    {
+        eS_Cells,
+        eS_Past,
+        eS_Pixel,
+        eS_Count,
+    };
+    /// A small texture that is written with every frame.
+    struct GRID
+    {
+        CZPtr<ID3D11Texture2D> cpTexture;
+        D3D11_TEXTURE2D_DESC desc = {};
+    };
+    /// How a frame is keyed, for what fails again and again.
+    struct PLAN
+    {
+        bool bTexture;
+        uint32_t fccType;
+
+        bool operator==(const PLAN&) const = default;
+    };
+
+    HRESULT ShaderGet(eShader _eShader, ID3D11PixelShader** _ppShader);
+    HRESULT Pass(eShader _eShader, std::span<ID3D11Texture2D* const> _inputs, const UNMIX_CONSTANTS& _constants,
+                 const GPU_TARGET& _target, IDX11Texture** _ppTexOut);
+    HRESULT GridPut(GRID* _pGrid, int _nWidth, int _nHeight, DXGI_FORMAT _eFormat, const void* _pData, size_t _cbRow);
+    HRESULT Converted(CZPtr<IDX11Texture>* _pcpPicture);
+    HRESULT CellsLearn(IDX11Texture* _pPicture);
+    HRESULT CellsRead(IDX11Texture* _pCells, const UNMIX_CONSTANTS& _constants);
+    HRESULT PastEnsure(UNMIX_STATE& _state);
+    HRESULT PastPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture);
+    HRESULT PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture);
+    HRESULT GridsPut(const UNMIX_STATE& _state);
+    HRESULT AfterPut(const UNMIX_STATE& _state);
+    HRESULT RegionPut(GRID* _pGrid, const UNMIX_STATE& _state, const UNMIX_REGION& _region, int32_t _nBit);
+    HRESULT ResultRead(const UNMIX_RESULT& _result);
+    HRESULT PixelsTry(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
+                      const ENGINE_GPU_OPTIONS& _options);
+    void FrameDrop();
+    void DeviceLeave();
+
+    Downloader m_downloader{"GPUUnmix::Downloader"};
+    DX11Converter m_converter;
+    CGPUBackOff<PLAN> m_backOff{c_szClass};
+    std::array<CZPtr<ID3D11PixelShader>, eS_Count> m_arrShaders;
+    GRID m_gridCells;
+    GRID m_gridBack;
+    GRID m_gridFore;
+    GRID m_gridShade;
+    GRID m_gridGarbage;
+    GRID m_gridHoldOut;
+    GRID m_gridMarked;
+    CZPtr<IDX11Texture> m_cpPast; ///< differences of the frame before
+    UNMIX_UPLOADS m_uploads;
+
+    // Of the frame under way
+    IUnmixLearner* m_pLearner = nullptr;
+    ENGINE_GPU_OPTIONS m_options = {};
+    CZPtr<IDX11Texture> m_cpResult;
+};

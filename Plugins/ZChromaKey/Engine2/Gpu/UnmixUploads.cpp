@@ -1,0 +1,144 @@
+#include "ZChromaKey/Engine2/Gpu/UnmixUploads.h"
+
+#include "Base/ZVideoProps.h"
+#include "ZChromaKey/Engine2/Pixels.h"
+#include "ZChromaKey/Engine2/Screen.h"
+#include "ZChromaKey/Engine2/Views.h"
+
+#include <cstdlib>
+
+namespace
+{
+
+template <class T, size_t N> void Copy(const T (&_arrFrom)[N], T (&_arrTo)[N])
+{
+    std::copy_n(_arrFrom, N, _arrTo);
+}
+
+UNMIX_SHADER_RULES RulesOf(const PIXEL_RULES& _rules)
+{
+    UNMIX_SHADER_RULES rules = {};
+    const LIMIT_RULES& limit = _rules.limit;
+    Copy(limit.anX, rules.anX);
+    Copy(limit.anZ, rules.anZ);
+    Copy(limit.anTake, rules.anTake);
+    Copy(limit.arrX, rules.arrX);
+    Copy(limit.arrZ, rules.arrZ);
+    Copy(limit.arrTake, rules.arrTake);
+    Copy(_rules.arrBeyond, rules.arrBeyond);
+    rules.nWedge = _rules.nWedge;
+    rules.nLimit = limit.nLimit;
+    rules.nOwn = limit.nOwn;
+    rules.nLeast = limit.nLeast;
+    rules.fltLimit = limit.fltLimit;
+    rules.fltLeast = limit.fltLeast;
+    rules.fltOwn = limit.fltOwn;
+    rules.fltLeastX = _rules.fltLeastX;
+    rules.fltWedge = _rules.fltWedge;
+    rules.fltOneSquareX = _rules.fltOneSquareX;
+    rules.fltClip = _rules.fltClip;
+    return rules;
+}
+
+void Fill(int32_t (&_an)[4], int _n0, int _n1, int _n2, int _n3)
+{
+    _an[0] = _n0;
+    _an[1] = _n1;
+    _an[2] = _n2;
+    _an[3] = _n3;
+}
+
+void ConstantsFill(const UNMIX_STATE& _state, bool _bAlpha, UNMIX_CONSTANTS* _pConstants)
+{
+    UNMIX_CONSTANTS& c = *_pConstants;
+    c = {};
+    const FIELD_STATE& field = _state.arrFields[0];
+    Fill(c.anPicture, _state.nWidth, _state.nHeight, _state.nFields, _bAlpha);
+    Fill(c.anGrid, field.cells.nWidth, field.cells.nHeight, _state.nPlateWidth, _state.nPlateHeight);
+    FILTER_RULES filter = Pixels_Filter(_state, field, _state.bSeen);
+    filter.bPast &=
+        !_state.arrFields[_state.nFields - 1].vecPast.empty(); // where only one has it, it comes a frame late
+    Fill(c.anFilter, filter.bFilter ? filter.nNear : 0, filter.bPast, filter.bSeen, filter.nTimeNear);
+    for (int k = 0; k < _state.nKeys; ++k)
+    {
+        const PIXEL_RULES rules = Pixels_Rules(_state, _state.arrKeys[k]);
+        c.arrRules[k] = RulesOf(rules);
+        c.arrClips[0] = rules.fltLow;
+        c.arrClips[1] = rules.fltHigh;
+        c.arrClips[2] = rules.bLinear ? 1.0f : 0.0f;
+    }
+    c.anMore[0] = _state.setup.nProtected;
+    for (int n = 0; n < _state.setup.nProtected; ++n)
+        Screen_ProtectedOf(_state.setup.arrProtected[n], c.arrProtected[n].arrCentre, c.arrProtected[n].arrOne);
+}
+
+uint32_t CellOf(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nX, int _nY)
+{
+    const uint32_t nOwner = _state.vecOwner[static_cast<size_t>(_nY >> 1) * _state.nPlateWidth + (_nX >> 1)];
+    const auto nRho = static_cast<uint32_t>(_field.cells.vecRho[_field.cells.At(_nX, _nY)]);
+    return (_field.bitsMixed.Get(_nX, _nY) ? eUCell_Mixed : 0u) | (_field.bitsSolid.Get(_nX, _nY) ? eUCell_Solid : 0u) |
+           (_field.bitsProtected.Get(_nX, _nY) ? eUCell_Protected : 0u) |
+           (_field.bitsInner.Get(_nX, _nY) ? eUCell_Inner : 0u) | nOwner << 8 | nRho << 16;
+}
+
+static_assert(eUV_Matte == 1 && eUV_Status == 2 && eUV_Plate == 3 && eUV_Foreground == 4 && eUV_Confidence == 5 &&
+                  eUV_Source == 6,
+              "the shader has these numbers");
+
+} // namespace
+
+UNMIX_CONSTANTS UnmixUploads_CellConstants(const ZF_VID_PROPS& _vidProps, bool _bAlpha)
+{
+    UNMIX_CONSTANTS constants = {};
+    const int nHeight = std::abs(_vidProps.nHeight);
+    const int nFields = nHeight > 1 && VidProps_FieldOrder(&_vidProps) != 0 ? 2 : 1;
+    const int nRows = (nHeight + nFields - 1) / nFields;
+    Fill(constants.anPicture, _vidProps.nWidth, nHeight, nFields, _bAlpha);
+    Fill(constants.anGrid, (_vidProps.nWidth + c_nCell - 1) / c_nCell, (nRows + c_nCell - 1) / c_nCell, 0, 0);
+    return constants;
+}
+
+void UnmixUploads_Fill(const UNMIX_STATE& _state, bool _bAlpha, UNMIX_UPLOADS* _pUploads)
+{
+    ConstantsFill(_state, _bAlpha, &_pUploads->constants);
+    _pUploads->vecCells.clear();
+    _pUploads->vecFore.clear();
+    for (int n = 0; n < _state.nFields; ++n)
+    {
+        const FIELD_STATE& field = _state.arrFields[n];
+        for (int y = 0; y < field.cells.nHeight; ++y)
+            for (int x = 0; x < field.cells.nWidth; ++x)
+                _pUploads->vecCells.push_back(_state.nKeys > 0 ? CellOf(_state, field, x, y) : eUCell_Protected);
+        const std::vector<VEC4>& vecFore = field.fore.arrLevels[0].vec;
+        _pUploads->vecFore.insert(_pUploads->vecFore.end(), vecFore.begin(), vecFore.end());
+    }
+}
+
+void UnmixUploads_After(UNMIX_STATE& _state, bool _bPremultiply, UNMIX_UPLOADS* _pUploads)
+{
+    const UNMIX_SETUP& setup = _state.setup;
+    UNMIX_CONSTANTS& c = _pUploads->constants;
+    c.anMore[3] = _bPremultiply;
+    if (_state.nKeys == 0)
+        return; // the picture passes
+    const bool bAlpha = c.anPicture[3] && setup.params.eAlpha == eUA_Multiply;
+    c.anMore[1] = setup.params.eView;
+    c.anMore[2] = (setup.params.fltShadows > 0 ? eUAfter_Shadows : 0) | (bAlpha ? eUAfter_InputAlpha : 0) |
+                  (setup.garbage.pRow0 ? eUAfter_Garbage : 0) | (setup.holdOut.pRow0 ? eUAfter_HoldOut : 0) |
+                  (setup.backdrop.pRow0 && setup.params.eView == eUV_Status ? eUAfter_Marked : 0);
+    if (c.anMore[2] & eUAfter_Shadows)
+        Views_FindShadows(_state);
+}
+
+void UnmixUploads_Past(const UNMIX_STATE& _state, UNMIX_UPLOADS* _pUploads)
+{
+    _pUploads->vecPast.clear();
+    for (int y = 0; y < _state.nHeight; ++y)
+    {
+        const FIELD_STATE& field = _state.arrFields[y % _state.nFields];
+        const int nRow = y / _state.nFields;
+        for (int x = 0; x < _state.nWidth; ++x)
+            _pUploads->vecPast.push_back(
+                field.vecPast[16 * field.cells.At(x / c_nCell, nRow / c_nCell) + nRow % c_nCell * 4 + x % c_nCell]);
+    }
+}

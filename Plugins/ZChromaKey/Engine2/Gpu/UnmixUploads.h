@@ -1,0 +1,27 @@
+#pragma once
+
+#include "DirectX/Shaders/UnmixShader.h"
+#include "Interfaces/ZVideoTypes.h"
+#include "ZChromaKey/Engine2/State.h"
+
+#include <vector>
+
+/// What a picture has taught, in the form that the shaders take. Kept from frame to frame for its memory.
+struct UNMIX_UPLOADS
+{
+    UNMIX_CONSTANTS constants;
+    std::vector<uint32_t> vecCells; ///< the fields one below the other, as the next
+    std::vector<VEC4> vecFore;
+    std::vector<int16_t> vecPast; ///< only where UnmixUploads_Past was asked for it, by pixels of the frame
+};
+
+/// The constants that cells are made with. _bAlpha: the picture's alpha counts.
+UNMIX_CONSTANTS UnmixUploads_CellConstants(const ZF_VID_PROPS& _vidProps, bool _bAlpha);
+/// All but the differences of the frame before. _state: as Unmix_Learn left it; where no key was found, every pixel
+/// stays as it is. What comes after the pixels is left to others.
+void UnmixUploads_Fill(const UNMIX_STATE& _state, bool _bAlpha, UNMIX_UPLOADS* _pUploads);
+/// Adds what comes after the pixels to the constants: shadows, the input's alpha, regions and views. Works the density
+/// of shadows out.
+void UnmixUploads_After(UNMIX_STATE& _state, bool _bPremultiply, UNMIX_UPLOADS* _pUploads);
+/// The differences of the frame before, which every field has.
+void UnmixUploads_Past(const UNMIX_STATE& _state, UNMIX_UPLOADS* _pUploads);

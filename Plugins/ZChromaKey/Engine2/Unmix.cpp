@@ -19,6 +19,13 @@ namespace
 constexpr int c_nRowsPerPart = 8;
 constexpr float c_fltFilteredNoise = .75f;
 
+// A stream may run for years.
+void CountUp(int& _nCount)
+{
+    constexpr int c_nMost = 1 << 30;
+    _nCount = std::min(_nCount + 1, c_nMost);
+}
+
 // One picture on its way through the passes.
 struct RUN
 {
@@ -132,7 +139,7 @@ bool IsNewScene(const RUN& _run, const PLATE_CHANGE& _change, UNMIX_KEY* _pKey)
 void StartScene(const RUN& _run, const UNMIX_KEY& _key)
 {
     Unmix_Restart(_run.state);
-    ++_run.state.nCuts;
+    CountUp(_run.state.nCuts);
     if (_run.state.setup.nKeys == 0)
         SetKeys(_run.state, &_key, 1);
     else
@@ -184,7 +191,7 @@ void LearnNoise(const RUN& _run)
     MeasureNoise(_run);
     if (state.fltNoise > c_fltFilteredNoise && _run.field.vecPast.empty())
         Pixels_ForgetPast(_run.field);
-    ++state.nFrames;
+    CountUp(state.nFrames);
 }
 
 // Nothing of the frames that come while the plate is held shows in later ones. Where it was given before anything was

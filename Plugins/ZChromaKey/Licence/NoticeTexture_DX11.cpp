@@ -80,8 +80,8 @@ HRESULT TextureCopy(IDX11Texture* _pPicture, IDX11Texture** _ppCopy)
     desc.MiscFlags = 0; // it is shared with no other device
     hr = cpDevice->CreateTexture2D(&desc, nullptr, cpCopy.Put());
     if (SUCCEEDED(hr))
-        hr = DX11Texture::CreateExternal(cpCopy.Get(), vidProps, _ppCopy);
-    return SUCCEEDED(hr) ? DX_TextureCopy(*_ppCopy, _pPicture) : hr;
+        hr = DX_TextureCopy(cpCopy.Get(), cpTexture.Get()); // which takes planar pictures, too
+    return SUCCEEDED(hr) ? DX11Texture::CreateExternal(cpCopy.Get(), vidProps, _ppCopy) : hr;
 }
 
 /// Whether both frames show one texture.

@@ -78,8 +78,8 @@ HANDLE StartWith(const std::wstring& _wstrProgram, std::wstring _wstrCommand, HA
     info.StartupInfo.hStdError = _pEnds[2];
     info.lpAttributeList = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(vecList.data());
     InitializeProcThreadAttributeList(info.lpAttributeList, 1, 0, &cbList);
-    UpdateProcThreadAttribute(info.lpAttributeList, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, _pEnds, 3 * sizeof(HANDLE),
-                              nullptr, nullptr);
+    UpdateProcThreadAttribute(info.lpAttributeList, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, static_cast<void*>(_pEnds),
+                              3 * sizeof(HANDLE), nullptr, nullptr);
     PROCESS_INFORMATION process = {};
     const BOOL bStarted = CreateProcessW(_wstrProgram.c_str(), _wstrCommand.data(), nullptr, nullptr, TRUE,
                                          EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr, &info.StartupInfo, &process);

@@ -180,8 +180,13 @@ TEST_F(CUiSessionTest, CancelledJobsLeaveNothing)
     UI_OPTIONS options = Options();
     options.fnRender = [](const RENDER_PLAN& _plan, const std::function<void(int64_t)>& _fnStep) {
         UiRender_Run(_plan, [&](int64_t _nDone) {
-            for (_fnStep(_nDone); _nDone == 2; _fnStep(_nDone)) // goes on here for ever
+            while (true)
+            {
+                _fnStep(_nDone);
+                if (_nDone != 2) // goes on here for ever
+                    return;
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
         });
     };
     const size_t nFiles = m_folder.Files();

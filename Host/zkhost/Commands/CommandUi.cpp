@@ -19,11 +19,11 @@
 namespace
 {
 
-constexpr const char* c_pszExamples = "Examples:\n"
-                                      "  zkhost ui clip.y4m\n"
-                                      "  zkhost ui clip.y4m --open --keys keys.xml --folder keyed\n"
-                                      "  zkhost ui in.raw --in UYVY:1920x1080@25i --port 8080 --keyer 1\n"
-                                      "  ffmpeg -v error -i rtsp://camera/1 -f yuv4mpegpipe - | zkhost ui -\n";
+constexpr const char* c_pszUiExamples = "Examples:\n"
+                                        "  zkhost ui clip.y4m\n"
+                                        "  zkhost ui clip.y4m --open --keys keys.xml --folder keyed\n"
+                                        "  zkhost ui in.raw --in UYVY:1920x1080@25i --port 8080 --keyer 1\n"
+                                        "  ffmpeg -v error -i rtsp://camera/1 -f yuv4mpegpipe - | zkhost ui -\n";
 
 constexpr int c_nRoundMs = 100; // how soon Ctrl-C is seen
 
@@ -92,7 +92,7 @@ void Command_AddUi(CLI::App& _app)
     const auto spCommand = std::make_shared<UI_COMMAND>();
     UI_OPTIONS& options = spCommand->options;
     options.nKeyer = 0;
-    command.footer(c_pszExamples);
+    command.footer(c_pszUiExamples);
     command.add_option("input", options.strInput, "What zkhost key takes; - is live, the newest frame is shown")
         ->type_name("FILE")
         ->required();

@@ -90,9 +90,10 @@ HTTP_ANSWER CZApi::Answer(const HTTP_REQUEST& _request)
         const PAGE_FILE& file = *PageFiles_Find(_request.strPath);
         return {200, std::string(file.svType), {}, std::string(file.svBytes)};
     }
-    if (_request.strMethod == "GET")
+    if (_request.strMethod == "GET" && pRoute->pfnGet)
         return (this->*pRoute->pfnGet)(_request);
-    (this->*pRoute->pfnPost)(_request);
+    if (pRoute->pfnPost) // Check has refused what is neither
+        (this->*pRoute->pfnPost)(_request);
     return {200, c_pszJson, {}, m_session.State()};
 }
 

@@ -5,7 +5,7 @@
 namespace
 {
 
-constexpr char c_szHead[] = R"(Texture2D<float4> txPicture : register( t0 );
+constexpr char c_szUnmixHead[] = R"(Texture2D<float4> txPicture : register( t0 );
 
 struct RULES
 {
@@ -539,15 +539,15 @@ float4 PS( PS_INPUT input ) : SV_Target
 
 std::string UnmixCellsShader_Text()
 {
-    return std::string(c_szHead) + c_szShaderInput + c_szCells;
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szCells;
 }
 
 std::string UnmixPastShader_Text()
 {
-    return std::string(c_szHead) + c_szShaderInput + c_szDifference + c_szPast;
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szPast;
 }
 
 std::string UnmixPixelShader_Text()
 {
-    return std::string(c_szHead) + c_szShaderInput + c_szDifference + c_szMaths + c_szPixel + c_szFinish;
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szMaths + c_szPixel + c_szFinish;
 }

@@ -98,10 +98,11 @@ TEST_F(CUiSessionTest, FramesAreWhatKeyingGives)
         const std::string strSmall = host.Get(ZFormat("/api/frame?over=404040&ow=%d&oh=%d", nWidth, nHeight)).strBody;
         ASSERT_EQ(strSmall.size(), static_cast<size_t>(4 * nWidth * nHeight));
         double arrMeans[2] = {};
+        const size_t nSmall = strSmall.size() / 4, nWhole = strWhole.size() / 4;
         for (size_t i = 0; i < strSmall.size(); i += 4)
-            arrMeans[0] += static_cast<uint8_t>(strSmall[i]) / static_cast<double>(strSmall.size() / 4);
+            arrMeans[0] += static_cast<uint8_t>(strSmall[i]) / static_cast<double>(nSmall);
         for (size_t i = 0; i < strWhole.size(); i += 4)
-            arrMeans[1] += static_cast<uint8_t>(strWhole[i]) / static_cast<double>(strWhole.size() / 4);
+            arrMeans[1] += static_cast<uint8_t>(strWhole[i]) / static_cast<double>(nWhole);
         EXPECT_NEAR(arrMeans[0], arrMeans[1], 0.2) << nHeight;
     }
     const std::string strWipe = host.Get("/api/frame?over=404040&wipe=0.5").strBody;

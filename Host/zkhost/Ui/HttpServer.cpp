@@ -69,9 +69,10 @@ void CZHttpServer::RemoveEnded()
 {
     const std::lock_guard lock(m_mtxConnections);
     m_listConnections.remove_if([](CONNECTION& _connection) {
-        if (_connection.bEnded)
+        const bool bEnded = _connection.bEnded; // once: it may end between two looks
+        if (bEnded)
             _connection.thread.join();
-        return _connection.bEnded.load();
+        return bEnded;
     });
 }
 

@@ -490,10 +490,10 @@ void WriteFields(std::span<const RUN> _runs, eUnmixWrite _eWrite)
     for (const RUN& run : _runs)
         WriteField(run, _eWrite);
 }
-} // namespace
 
-HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input,
-                    const UNMIX_RESULT& _result, IRowRunner& _runner)
+// Opens a picture and calls _body(runs, seen) with its fields.
+template <class T> HRESULT WithInput(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input,
+                                     const UNMIX_RESULT& _result, IRowRunner& _runner, const T& _body)
 {
     SOURCE source;
     const HRESULT hr = source.Open(_input);
@@ -501,8 +501,15 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
         return hr;
     const SEEN seen = Begin(_state, _setup, _input.vidProps, source.reader.Matrix());
     source.Take(_state, _input);
-    return WithRuns(_state, source, _result, _runner, [&](std::span<const RUN> _runs) {
-        const HRESULT hrLearned = LearnFields(_runs, seen);
+    return WithRuns(_state, source, _result, _runner, [&](std::span<const RUN> _runs) { return _body(_runs, seen); });
+}
+} // namespace
+
+HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input,
+                    const UNMIX_RESULT& _result, IRowRunner& _runner)
+{
+    return WithInput(_state, _setup, _input, _result, _runner, [](std::span<const RUN> _runs, const SEEN& _seen) {
+        const HRESULT hrLearned = LearnFields(_runs, _seen);
         WriteFields(_runs, eUW_All);
         return hrLearned;
     });
@@ -510,13 +517,8 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
 
 HRESULT Unmix_Learn(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input, IRowRunner& _runner)
 {
-    SOURCE source;
-    const HRESULT hr = source.Open(_input);
-    if (FAILED(hr))
-        return hr;
-    const SEEN seen = Begin(_state, _setup, _input.vidProps, source.reader.Matrix());
-    source.Take(_state, _input);
-    return WithRuns(_state, source, {}, _runner, [&](std::span<const RUN> _runs) { return LearnFields(_runs, seen); });
+    return WithInput(_state, _setup, _input, {}, _runner,
+                     [](std::span<const RUN> _runs, const SEEN& _seen) { return LearnFields(_runs, _seen); });
 }
 
 HRESULT Unmix_LearnCells(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_CELL_INPUT& _input,

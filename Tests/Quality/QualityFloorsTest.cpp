@@ -39,6 +39,13 @@ constexpr QUALITY_LIMIT c_arrLimits[] = {
     {"lamps", 2, 0.30, 19.4, 40.0, 0.98},
 };
 
+// The second generation where 2x2 pixels share their chroma.
+constexpr QUALITY_LIMIT c_arrSharedChroma[] = {
+    {"hair", 2, 4.74, 1.2, 33.7, 0.00},
+    {"fair-hair", 2, 6.88, 46.6, 26.7, 0.00},
+    {"glass", 2, 2.10, 19.9, 29.4, 0.00},
+};
+
 constexpr int c_nClipFrames = 5;
 
 HARD_CLIP PaintSmall(const HARD_SCENE& _scene)
@@ -84,6 +91,17 @@ TEST(QualityFloors, NoSceneIsKeyedWorseThanItWas)
             ASSERT_NE(pLimit, nullptr) << scene.pszName << ", generation " << nGeneration << " has no limits";
             ExpectWithin(*pLimit, is);
         }
+    }
+}
+
+TEST(QualityFloors, SharedChromaIsRebuiltNoWorseThanItWas)
+{
+    for (const QUALITY_LIMIT& limit : c_arrSharedChroma)
+    {
+        const HARD_CLIP clip = PaintSmall(*HardScene_Find(limit.pszScene));
+        const QUALITY is = HardClip_Score(clip, HardClip_Key(clip, limit.nGeneration, eZFCC_I420));
+        PrintRow(limit.pszScene, limit.nGeneration, is);
+        ExpectWithin(limit, is);
     }
 }
 

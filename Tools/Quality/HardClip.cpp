@@ -47,7 +47,7 @@ uint32_t HardClip_Ground(const HARD_SCENE& _scene)
     return c_arrGrounds[HardClip_Screen(_scene)];
 }
 
-std::vector<PICTURE> HardClip_Key(const HARD_CLIP& _clip, int _nGeneration)
+std::vector<PICTURE> HardClip_Key(const HARD_CLIP& _clip, int _nGeneration, uint32_t _fccType)
 {
     CZKeyer keyer(CZModule::Own(), _nGeneration == 2 ? CLSID_ZChromaKey2 : CLSID_ZChromaKey);
     keyer.OptionSet(c_szOptionARGB, "true");
@@ -55,7 +55,7 @@ std::vector<PICTURE> HardClip_Key(const HARD_CLIP& _clip, int _nGeneration)
     std::vector<PICTURE> vecKeyed;
     for (const PICTURE& picture : _clip.vecPictures)
     {
-        const auto cpFrame = KeyScene_Frame(picture, eZFCC_RGB32);
+        const auto cpFrame = KeyScene_Frame(picture, _fccType);
         if (&picture == _clip.vecPictures.data() && !FindBackdrop(keyer, cpFrame.Get()))
             return _clip.vecPictures;
         keyer.Process(cpFrame.Get(), [&](IZFFrame* _pResult) { Picture_FromFrame(_pResult, vecKeyed.emplace_back()); });

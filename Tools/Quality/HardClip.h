@@ -26,8 +26,8 @@ eHardScreen HardClip_Screen(const HARD_SCENE& _scene);
 uint32_t HardClip_Ground(const HARD_SCENE& _scene);
 
 /// Keys the frames in order with an object of the plug-in module, generation 1 or 2, which finds the backdrop in the
-/// first one by itself; nothing else is set. Where it finds none the frames come back opaque, as a host would show
-/// them. Throws CZHostError.
-std::vector<PICTURE> HardClip_Key(const HARD_CLIP& _clip, int _nGeneration);
+/// first one by itself; nothing else is set. The object gets them in format _fccType. Where it finds no backdrop the
+/// frames come back opaque, as a host would show them. Throws CZHostError.
+std::vector<PICTURE> HardClip_Key(const HARD_CLIP& _clip, int _nGeneration, uint32_t _fccType = eZFCC_RGB32);
 
 QUALITY HardClip_Score(const HARD_CLIP& _clip, const std::vector<PICTURE>& _vecKeyed);

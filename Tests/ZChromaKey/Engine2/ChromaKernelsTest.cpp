@@ -163,7 +163,7 @@ private:
             v += dblWeight * off.v;
             yy = yy + off * (off.l * dblWeight);
         }
-        const double k = dblAlpha * dblAlpha;
+        const double k = std::min(2 * dblAlpha, 1.0);
         const double dblVariance = std::max(yy.l - k * y.l * y.l, 0.0) + 60;
         return {0, std::clamp((yy.u - k * y.l * u) / dblVariance, -3.0, 3.0),
                 std::clamp((yy.v - k * y.l * v) / dblVariance, -3.0, 3.0)};

@@ -244,7 +244,7 @@ private:
                 return S::LoadF32(pAbove[_eSum].arr + n) + (vec + vec) + S::LoadF32(pBelow[_eSum].arr + n);
             };
             const F32 vecAlpha = Sum(CHROMA_ROW::eAlpha), vecY = Sum(CHROMA_ROW::eY);
-            const F32 vecFree = vecAlpha * vecAlpha * (1 / 4096.0f) * vecY; // the weights have the sum 16
+            const F32 vecFree = Min(vecAlpha * (1 / 128.0f), 1 / 16.0f) * vecY; // the weights have the sum 16
             const F32 vecVariance = Max(Sum(CHROMA_ROW::eYY) - vecFree * vecY, 0) + m_job.fltFloor;
             const F32 vecShare = F32(m_job.fltFactor) / vecVariance;
             const auto Put = [&](int _i, CHROMA_ROW::eSum _eSum, CHROMA_ROW::eSum _eProduct) {

@@ -30,6 +30,7 @@ cbuffer UNMIX : register( b0 )
     int4 filter;
     float4 clips;
     int4 more;
+    int4 deep;
     RULES arrRules[16];
     PROTECTED arrProtected[16];
 };
@@ -91,6 +92,7 @@ Texture2D<uint> txCells : register( t1 );
 Texture2D<float4> txBack : register( t2 );
 Texture2D<float4> txFore : register( t3 );
 Texture2D<int> txPast : register( t4 );
+Texture2D<uint4> txDeep : register( t9 );
 
 static const int c_nPastUnknown = -32768;
 
@@ -116,13 +118,25 @@ int Clamp16( int n )
     return clamp( n, -32768, 32767 );
 }
 
+// The same in 64ths of a level.
+int3 DeepAt( int2 pos, int nField )
+{
+    int2 at = int2( clamp( pos.x, 0, picture.x - 1 ), clamp( pos.y, 0, FieldRows( nField ) - 1 ) );
+    return int3( txDeep.Load( int3( at.x, at.y * picture.z + nField, 0 ) ).xyz );
+}
+
 // D = X - wedge |Z - rho X| in 32nds of a level.
 int DifferenceAt( RULES rules, int2 pos, int nField )
 {
-    int3 bytes = BytesAt( pos, nField ).xyz;
+    int3 colour;
+    if( deep.x != 0 )
+        colour = DeepAt( pos, nField );
+    else
+        colour = BytesAt( pos, nField ).xyz;
+    int nShift = deep.x != 0 ? 7 : 1;
     int nRho = int( CellAt( pos >> 2, nField ) ) >> 16;
-    int nX = Form( rules.anX, bytes ) >> 1;
-    int nZ = Form( rules.anZ, bytes ) >> 1;
+    int nX = Form( rules.anX, colour ) >> nShift;
+    int nZ = Form( rules.anZ, colour ) >> nShift;
     int nAcross = min( abs( nZ - MulRound( nX, nRho ) ), 8191 );
     return Clamp16( nX - MulRound( nAcross << 2, rules.nWedge ) );
 }
@@ -368,7 +382,19 @@ float Protection( float3 bgr )
 )";
 
 constexpr char c_szPixel[] = R"(
-// Solid colours: the limiter in integers.
+float4 Rounded( float4 value )
+{
+    float steps = float( deep.z );
+    return floor( clamp( value, 0.0, 255.0 ) * steps + 0.5 ) / steps;
+}
+float3 ColourAt( int2 pos, int nField, int3 bytes )
+{
+    float3 colour = float3( bytes );
+    if( deep.x != 0 )
+        colour = float3( DeepAt( pos, nField ) ) / 64.0;
+    return colour;
+}
+// Solid colours of bytes: the limiter in integers.
 float4 SolidPixel( RULES rules, int3 bytes )
 {
     int nTint = ( Form( rules.anX, bytes ) << 8 ) - abs( Form( rules.anZ, bytes ) ) * rules.nLimit;
@@ -395,7 +421,7 @@ float4 MixedPixel( RULES rules, int2 pos, int nField, int3 bytes )
     place.fore = fore.w > 1e-9 ? fore.xyz / fore.w : float3( 0.0, 0.0, 0.0 );
     place.core = CoreAt( pos, nField );
     place.quieted = float( nDifference - nOwn ) / 32.0;
-    float3 colour = float3( bytes );
+    float3 colour = ColourAt( pos, nField, bytes );
     float keep = 0.0;
     if( more.x > 0 )
         keep = Protection( colour );
@@ -403,7 +429,7 @@ float4 MixedPixel( RULES rules, int2 pos, int nField, int3 bytes )
     float alpha = Alpha( rules, place, colour, float( nDifference ) / 32.0 );
     float3 result = Unmixed( rules, place, colour, alpha );
     result += ( colour - result ) * keep;
-    return floor( clamp( float4( result, alpha * 255.0 ), 0.0, 255.0 ) + 0.5 );
+    return Rounded( float4( result, alpha * 255.0 ) );
 }
 float4 KeyedPixel( int2 pos, int nField, int3 bytes )
 {
@@ -411,8 +437,13 @@ float4 KeyedPixel( int2 pos, int nField, int3 bytes )
     RULES rules = arrRules[( cell >> 8 ) & 15];
     if( ( cell & 1 ) != 0 )
         return MixedPixel( rules, pos, nField, bytes );
+    float3 colour = float3( bytes );
+    if( deep.y != 0 )
+        colour = ColourAt( pos, nField, bytes );
     if( ( cell & 4 ) != 0 )
-        return float4( float3( bytes ), 255.0 );
+        return Rounded( float4( colour, 255.0 ) );
+    if( ( cell & 2 ) != 0 && ( deep.y != 0 || deep.z != 1 ) )
+        return Rounded( float4( Limited( rules, colour ), 255.0 ) );
     if( ( cell & 2 ) != 0 )
         return SolidPixel( rules, bytes );
     return float4( 0.0, 0.0, 0.0, 0.0 );
@@ -513,10 +544,6 @@ float4 View( float4 value, int4 bytes, int2 pos, int nField, int2 frame )
         return float4( fore.www * 255.0, 255.0 );
     return float4( fore.w > 1e-9 ? fore.xyz / fore.w : float3( 0.0, 0.0, 0.0 ), 255.0 );
 }
-float4 Rounded( float4 value )
-{
-    return floor( clamp( value, 0.0, 255.0 ) + 0.5 );
-}
 
 float4 PS( PS_INPUT input ) : SV_Target
 {
@@ -531,6 +558,8 @@ float4 PS( PS_INPUT input ) : SV_Target
         value = Rounded( View( value, bytes, pos, nField, frame ) );
     if( more.w != 0 )
         value.xyz = floor( value.xyz * value.w / 255.0 + 0.5 );
+    if( deep.z != 1 )
+        return value / 255.0;
     return value.zyxw / 255.0;
 }
 )";

@@ -6,6 +6,7 @@
 #include "ZChromaKey/Engine2/Gpu/UnmixUploads.h"
 
 #include <array>
+#include <functional>
 
 /// The pixels of the second generation on the GPU. One frame at a time, from one thread at a time.
 ///
@@ -18,7 +19,7 @@ public:
     static constexpr char c_szClass[] = "GPUUnmix";
 
     /// As CUnmixGPU::Pixels, on the device that DeviceInit has made.
-    HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
+    HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                    const ENGINE_GPU_OPTIONS& _options);
     /// As CUnmixGPU::ProcessFrame.
     HRESULT Key(IZFFrame* _pFrame, IUnmixLearner& _learner, const ENGINE_GPU_OPTIONS& _options, IZFFrame** _ppFrameRes);
@@ -68,26 +69,28 @@ private:
     HRESULT GridPut(GRID* _pGrid, int _nWidth, int _nHeight, DXGI_FORMAT _eFormat, const void* _pData, size_t _cbRow);
     HRESULT Converted(CZPtr<IDX11Texture>* _pcpPicture);
     HRESULT CellsLearn(IDX11Texture* _pPicture);
-    HRESULT CellsRead(IDX11Texture* _pCells, const UNMIX_CONSTANTS& _constants);
+    HRESULT TexelsRead(IDX11Texture* _pTexture, const std::function<HRESULT(const D3D11_MAPPED_SUBRESOURCE&)>& _take);
     HRESULT PastEnsure(UNMIX_STATE& _state);
     HRESULT PastPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture);
-    HRESULT PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture);
+    HRESULT PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture, const GPU_TARGET& _target);
+    HRESULT PicturePut(const UNMIX_PICTURE& _picture);
     HRESULT GridsPut(const UNMIX_STATE& _state);
     HRESULT AfterPut(const UNMIX_STATE& _state);
     HRESULT RegionPut(GRID* _pGrid, const UNMIX_STATE& _state, const UNMIX_REGION& _region, int32_t _nBit);
+    ID3D11Texture2D* Deep() const;
     HRESULT ResultRead(const UNMIX_RESULT& _result);
-    HRESULT PixelsTry(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
+    HRESULT PixelsTry(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                       const ENGINE_GPU_OPTIONS& _options);
     void FrameDrop();
     void DeviceLeave();
 
-    Downloader m_downloader{"GPUUnmix::Downloader"};
     DX11Converter m_converter;
     CGPUBackOff<PLAN> m_backOff{c_szClass};
     std::array<CZPtr<ID3D11PixelShader>, eS_Count> m_arrShaders;
     GRID m_gridCells;
     GRID m_gridBack;
     GRID m_gridFore;
+    GRID m_gridDeep;
     GRID m_gridShade;
     GRID m_gridGarbage;
     GRID m_gridHoldOut;

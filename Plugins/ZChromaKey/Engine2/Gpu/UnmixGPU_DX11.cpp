@@ -30,17 +30,14 @@ const char* RefusalOf(const ZF_VID_PROPS& _vidProps, const UNMIX_SETUP& _setup, 
 class CUnmixGPUDX11 final : public CUnmixGPU
 {
 public:
-    HRESULT Check(const UNMIX_INPUT& _input, const UNMIX_RESULT& _result, const ENGINE_GPU_OPTIONS& _options) override
+    HRESULT Check(const ENGINE_GPU_OPTIONS& _options) override
     {
-        const uint32_t fccType = _input.vidProps.fccType;
-        if (_result.bWords || (fccType != eZFCC_RGB32 && fccType != eZFCC_ARGB32))
-            return E_NOTIMPL;
         return m_keeper.Ensure(m_keyer, _options.bOnly, _options.nChange);
     }
-    HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
+    HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                    const ENGINE_GPU_OPTIONS& _options) override
     {
-        return m_keyer.Pixels(_state, _input, _result, _options);
+        return m_keyer.Pixels(_state, _picture, _result, _options);
     }
     HRESULT ProcessFrame(IZFFrame* _pFrame, IUnmixLearner& _learner, const UNMIX_SETUP& _setup,
                          const ENGINE_GPU_OPTIONS& _options, IZFFrame** _ppFrameRes) override

@@ -54,6 +54,7 @@ void ConstantsFill(const UNMIX_STATE& _state, bool _bAlpha, UNMIX_CONSTANTS* _pC
     c = {};
     const FIELD_STATE& field = _state.arrFields[0];
     Fill(c.anPicture, _state.nWidth, _state.nHeight, _state.nFields, _bAlpha);
+    Fill(c.anDeep, 0, 0, 1, 0);
     Fill(c.anGrid, field.cells.nWidth, field.cells.nHeight, _state.nPlateWidth, _state.nPlateHeight);
     FILTER_RULES filter = Pixels_Filter(_state, field, _state.bSeen);
     filter.bPast &=
@@ -112,6 +113,11 @@ void UnmixUploads_Fill(const UNMIX_STATE& _state, bool _bAlpha, UNMIX_UPLOADS* _
         const std::vector<VEC4>& vecFore = field.fore.arrLevels[0].vec;
         _pUploads->vecFore.insert(_pUploads->vecFore.end(), vecFore.begin(), vecFore.end());
     }
+}
+
+void UnmixUploads_Deep(bool _bDeep, bool _bDeepSolid, bool _bWords, UNMIX_UPLOADS* _pUploads)
+{
+    Fill(_pUploads->constants.anDeep, _bDeep, _bDeepSolid, _bWords ? 257 : 1, 0);
 }
 
 void UnmixUploads_After(UNMIX_STATE& _state, bool _bPremultiply, UNMIX_UPLOADS* _pUploads)

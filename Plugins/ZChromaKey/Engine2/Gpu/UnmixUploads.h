@@ -20,6 +20,9 @@ UNMIX_CONSTANTS UnmixUploads_CellConstants(const ZF_VID_PROPS& _vidProps, bool _
 /// All but the differences of the frame before. _state: as Unmix_Learn left it; where no key was found, every pixel
 /// stays as it is. What comes after the pixels is left to others.
 void UnmixUploads_Fill(const UNMIX_STATE& _state, bool _bAlpha, UNMIX_UPLOADS* _pUploads);
+/// Adds that the picture is there in 64ths of a level, too, with or without its solid cells, and that the result is to
+/// have 16 bits.
+void UnmixUploads_Deep(bool _bDeep, bool _bDeepSolid, bool _bWords, UNMIX_UPLOADS* _pUploads);
 /// Adds what comes after the pixels to the constants: shadows, the input's alpha, regions and views. Works the density
 /// of shadows out.
 void UnmixUploads_After(UNMIX_STATE& _state, bool _bPremultiply, UNMIX_UPLOADS* _pUploads);

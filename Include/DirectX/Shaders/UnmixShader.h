@@ -75,6 +75,7 @@ enum eUnmixCell : uint32_t
     eUCell_Solid = 2,
     eUCell_Protected = 4,
     eUCell_Inner = 8,
+    eUCell_Plain = 16, ///< no edge moves here: see UnmixEdgeShader.h
 };
 
 /// Sums, least and greatest of 4x4 pixels: R32G32B32A32_UINT. t0: the picture.
@@ -92,3 +93,6 @@ std::string UnmixPastShader_Text();
 /// garbage, t6: hold-out and t8: the region of the backdrop (R8_UNORM, of the picture's size); t7: density of shadows
 /// (R32_FLOAT, by plate cells). What the constants say is not there need not be bound.
 std::string UnmixPixelShader_Text();
+/// The same of a picture that is keyed, whose edges were changed. t0 to t3 and t5 to t8: the same; t10: the keyed
+/// picture (B8G8R8A8); t11: its alpha (R16_UINT).
+std::string UnmixEdgedShader_Text();

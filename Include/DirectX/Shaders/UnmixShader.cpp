@@ -1,6 +1,7 @@
 #include "DirectX/Shaders/UnmixShader.h"
 
 #include "DirectX/Shaders/ShaderPieces.h"
+#include "DirectX/Shaders/UnmixEdgeShader.h"
 
 namespace
 {
@@ -30,6 +31,7 @@ cbuffer UNMIX : register( b0 )
     int4 filter;
     float4 clips;
     int4 more;
+    int4 deep;
     RULES arrRules[16];
     PROTECTED arrProtected[16];
 };
@@ -91,6 +93,7 @@ Texture2D<uint> txCells : register( t1 );
 Texture2D<float4> txBack : register( t2 );
 Texture2D<float4> txFore : register( t3 );
 Texture2D<int> txPast : register( t4 );
+Texture2D<uint4> txDeep : register( t9 );
 
 static const int c_nPastUnknown = -32768;
 
@@ -116,13 +119,25 @@ int Clamp16( int n )
     return clamp( n, -32768, 32767 );
 }
 
+// The same in 64ths of a level.
+int3 DeepAt( int2 pos, int nField )
+{
+    int2 at = int2( clamp( pos.x, 0, picture.x - 1 ), clamp( pos.y, 0, FieldRows( nField ) - 1 ) );
+    return int3( txDeep.Load( int3( at.x, at.y * picture.z + nField, 0 ) ).xyz );
+}
+
 // D = X - wedge |Z - rho X| in 32nds of a level.
 int DifferenceAt( RULES rules, int2 pos, int nField )
 {
-    int3 bytes = BytesAt( pos, nField ).xyz;
+    int3 colour;
+    if( deep.x != 0 )
+        colour = DeepAt( pos, nField );
+    else
+        colour = BytesAt( pos, nField ).xyz;
+    int nShift = deep.x != 0 ? 7 : 1;
     int nRho = int( CellAt( pos >> 2, nField ) ) >> 16;
-    int nX = Form( rules.anX, bytes ) >> 1;
-    int nZ = Form( rules.anZ, bytes ) >> 1;
+    int nX = Form( rules.anX, colour ) >> nShift;
+    int nZ = Form( rules.anZ, colour ) >> nShift;
     int nAcross = min( abs( nZ - MulRound( nX, nRho ) ), 8191 );
     return Clamp16( nX - MulRound( nAcross << 2, rules.nWedge ) );
 }
@@ -368,7 +383,19 @@ float Protection( float3 bgr )
 )";
 
 constexpr char c_szPixel[] = R"(
-// Solid colours: the limiter in integers.
+float4 Rounded( float4 value )
+{
+    float steps = float( deep.z );
+    return floor( clamp( value, 0.0, 255.0 ) * steps + 0.5 ) / steps;
+}
+float3 ColourAt( int2 pos, int nField, int3 bytes )
+{
+    float3 colour = float3( bytes );
+    if( deep.x != 0 )
+        colour = float3( DeepAt( pos, nField ) ) / 64.0;
+    return colour;
+}
+// Solid colours of bytes: the limiter in integers.
 float4 SolidPixel( RULES rules, int3 bytes )
 {
     int nTint = ( Form( rules.anX, bytes ) << 8 ) - abs( Form( rules.anZ, bytes ) ) * rules.nLimit;
@@ -395,7 +422,7 @@ float4 MixedPixel( RULES rules, int2 pos, int nField, int3 bytes )
     place.fore = fore.w > 1e-9 ? fore.xyz / fore.w : float3( 0.0, 0.0, 0.0 );
     place.core = CoreAt( pos, nField );
     place.quieted = float( nDifference - nOwn ) / 32.0;
-    float3 colour = float3( bytes );
+    float3 colour = ColourAt( pos, nField, bytes );
     float keep = 0.0;
     if( more.x > 0 )
         keep = Protection( colour );
@@ -403,7 +430,7 @@ float4 MixedPixel( RULES rules, int2 pos, int nField, int3 bytes )
     float alpha = Alpha( rules, place, colour, float( nDifference ) / 32.0 );
     float3 result = Unmixed( rules, place, colour, alpha );
     result += ( colour - result ) * keep;
-    return floor( clamp( float4( result, alpha * 255.0 ), 0.0, 255.0 ) + 0.5 );
+    return Rounded( float4( result, alpha * 255.0 ) );
 }
 float4 KeyedPixel( int2 pos, int nField, int3 bytes )
 {
@@ -411,8 +438,13 @@ float4 KeyedPixel( int2 pos, int nField, int3 bytes )
     RULES rules = arrRules[( cell >> 8 ) & 15];
     if( ( cell & 1 ) != 0 )
         return MixedPixel( rules, pos, nField, bytes );
+    float3 colour = float3( bytes );
+    if( deep.y != 0 )
+        colour = ColourAt( pos, nField, bytes );
     if( ( cell & 4 ) != 0 )
-        return float4( float3( bytes ), 255.0 );
+        return Rounded( float4( colour, 255.0 ) );
+    if( ( cell & 2 ) != 0 && ( deep.y != 0 || deep.z != 1 ) )
+        return Rounded( float4( Limited( rules, colour ), 255.0 ) );
     if( ( cell & 2 ) != 0 )
         return SolidPixel( rules, bytes );
     return float4( 0.0, 0.0, 0.0, 0.0 );
@@ -445,6 +477,13 @@ float4 Mean( float4 a, float4 b, float4 c, float4 d, float2 at )
     float4 above = a * ( 1.0 - at.x ) + b * at.x;
     float4 below = c * ( 1.0 - at.x ) + d * at.x;
     return above * ( 1.0 - at.y ) + below * at.y;
+}
+// The foreground plate, colours times confidence.
+float4 ForeMean( AT_PIXEL p, int nField )
+{
+    int4 at = p.cells + int4( 0, 1, 0, 1 ) * ( nField * grid.w );
+    return Mean( txFore.Load( int3( at.xy, 0 ) ), txFore.Load( int3( at.zy, 0 ) ), txFore.Load( int3( at.xw, 0 ) ),
+                 txFore.Load( int3( at.zw, 0 ) ), p.at );
 }
 float ShadeAt( int2 pos )
 {
@@ -506,32 +545,45 @@ float4 View( float4 value, int4 bytes, int2 pos, int nField, int2 frame )
         return float4( Mean( txBack.Load( int3( p.cells.xy, 0 ) ), txBack.Load( int3( p.cells.zy, 0 ) ),
                              txBack.Load( int3( p.cells.xw, 0 ) ), txBack.Load( int3( p.cells.zw, 0 ) ), p.at ).xyz,
                        255.0 );
-    int4 at = p.cells + int4( 0, 1, 0, 1 ) * ( nField * grid.w );
-    float4 fore = Mean( txFore.Load( int3( at.xy, 0 ) ), txFore.Load( int3( at.zy, 0 ) ),
-                        txFore.Load( int3( at.xw, 0 ) ), txFore.Load( int3( at.zw, 0 ) ), p.at );
+    float4 fore = ForeMean( p, nField );
     if( more.y == 5 )
         return float4( fore.www * 255.0, 255.0 );
     return float4( fore.w > 1e-9 ? fore.xyz / fore.w : float3( 0.0, 0.0, 0.0 ), 255.0 );
 }
-float4 Rounded( float4 value )
-{
-    return floor( clamp( value, 0.0, 255.0 ) + 0.5 );
-}
 
-float4 PS( PS_INPUT input ) : SV_Target
+// The texel of a keyed pixel.
+float4 Texel( float4 value, int4 bytes, int2 pos, int nField, int2 frame )
 {
-    int2 frame = int2( input.Pos.xy );
-    int nField = frame.y % picture.z;
-    int2 pos = int2( frame.x, frame.y / picture.z );
-    int4 bytes = BytesAt( pos, nField );
-    float4 value = KeyedPixel( pos, nField, bytes.xyz );
     if( ( more.z & 15 ) != 0 )
         value = Rounded( Finished( value, bytes, pos, frame ) );
     if( more.y != 0 )
         value = Rounded( View( value, bytes, pos, nField, frame ) );
     if( more.w != 0 )
         value.xyz = floor( value.xyz * value.w / 255.0 + 0.5 );
+    if( deep.z != 1 )
+        return value / 255.0;
     return value.zyxw / 255.0;
+}
+)";
+
+constexpr char c_szKeyed[] = R"(
+float4 PS( PS_INPUT input ) : SV_Target
+{
+    int2 frame = int2( input.Pos.xy );
+    int nField = frame.y % picture.z;
+    int2 pos = int2( frame.x, frame.y / picture.z );
+    int4 bytes = BytesAt( pos, nField );
+    return Texel( KeyedPixel( pos, nField, bytes.xyz ), bytes, pos, nField, frame );
+}
+)";
+
+constexpr char c_szEdged[] = R"(
+float4 PS( PS_INPUT input ) : SV_Target
+{
+    int2 frame = int2( input.Pos.xy );
+    int nField = frame.y % picture.z;
+    int2 pos = int2( frame.x, frame.y / picture.z );
+    return Texel( EdgedPixel( pos, nField, frame ), BytesAt( pos, nField ), pos, nField, frame );
 }
 )";
 
@@ -549,5 +601,12 @@ std::string UnmixPastShader_Text()
 
 std::string UnmixPixelShader_Text()
 {
-    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szMaths + c_szPixel + c_szFinish;
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szMaths + c_szPixel + c_szFinish +
+           c_szKeyed;
+}
+
+std::string UnmixEdgedShader_Text()
+{
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szMaths + c_szFinish + c_szUnmixEdged +
+           c_szEdged;
 }

@@ -52,10 +52,11 @@ struct UNMIX_CONSTANTS
     float arrClips[4];    ///< least clips; 1: colours are unmixed in squares
     /// Protected colours; the view, by its number; eUnmixAfter; 1: colours are multiplied by alpha in the end.
     int32_t anMore[4];
+    int32_t anDeep[4]; ///< 1: t9 is there; 1: solid cells are in it as well; steps of a level in the result, 1 or 257
     UNMIX_SHADER_RULES arrRules[c_nUnmixShaderKeys];
     UNMIX_SHADER_PROTECTED arrProtected[c_nUnmixShaderKeys];
 };
-static_assert(sizeof(UNMIX_CONSTANTS) == 80 + 16 * 128 + 16 * 32 && sizeof(UNMIX_CONSTANTS) <= 4096);
+static_assert(sizeof(UNMIX_CONSTANTS) == 96 + 16 * 128 + 16 * 32 && sizeof(UNMIX_CONSTANTS) <= 4096);
 
 /// What is done to keyed pixels.
 enum eUnmixAfter : int32_t
@@ -75,6 +76,7 @@ enum eUnmixCell : uint32_t
     eUCell_Solid = 2,
     eUCell_Protected = 4,
     eUCell_Inner = 8,
+    eUCell_Plain = 16, ///< no edge moves here: see UnmixEdgeShader.h
 };
 
 /// Sums, least and greatest of 4x4 pixels: R32G32B32A32_UINT. t0: the picture.
@@ -85,10 +87,15 @@ enum eUnmixCell : uint32_t
 std::string UnmixCellsShader_Text();
 /// The differences of mixed pixels as the next frame wants them, over those of the backdrop in 8192ths: R16_SINT, of
 /// the picture's size. t0: the picture; t1: cells; t2: the backdrop plate; t3: the foreground plate (R32G32B32A32_FLOAT
-/// in the order B, G, R, and confidence); t4: the differences before.
+/// in the order B, G, R, and confidence); t4: the differences before; t9: as below.
 std::string UnmixPastShader_Text();
 
 /// The result: straight alpha, of the picture's size. t0 to t3: the same; t4: what the pass above has made; t5:
 /// garbage, t6: hold-out and t8: the region of the backdrop (R8_UNORM, of the picture's size); t7: density of shadows
-/// (R32_FLOAT, by plate cells). What the constants say is not there need not be bound.
+/// (R32_FLOAT, by plate cells); t9: the picture in 64ths of a level (R16G16B16A16_UINT in the order B, G, R, A), where
+/// it is known better than in bytes: mixed cells and their neighbours, and where the constants say so solid ones. What
+/// the constants say is not there need not be bound. Into B8G8R8A8, or R16G16B16A16 in the order B, G, R, A.
 std::string UnmixPixelShader_Text();
+/// The same of a picture that is keyed, whose edges were changed. t0 to t3 and t5 to t8: the same; t10: the keyed
+/// picture (B8G8R8A8); t11: its alpha (R16_UINT).
+std::string UnmixEdgedShader_Text();

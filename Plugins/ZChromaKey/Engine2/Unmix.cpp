@@ -231,6 +231,18 @@ void Refine(const RUN& _run)
     });
 }
 
+// The bytes of a field in 64ths of a level.
+void Deepen(const RUN& _run)
+{
+    for (int y = 0; y < _run.picture.nHeight; ++y)
+    {
+        const uint8_t* const pRow = _run.picture.Row(y);
+        const ptrdiff_t nSamples = ptrdiff_t{4} * _run.picture.nWidth;
+        uint16_t* const pDeep = _run.state.vecDeep.data() + (_run.nField + y * _run.state.nFields) * nSamples;
+        std::transform(pRow, pRow + nSamples, pDeep, [](uint8_t _n) { return static_cast<uint16_t>(_n << 6); });
+    }
+}
+
 void PassThrough(const RUN& _run)
 {
     _run.Rows(_run.picture.nHeight, [&](int _nFirst, int _nRows) {
@@ -529,6 +541,26 @@ HRESULT Unmix_LearnCells(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const U
     source.picture = OwnPicture(_state, _input.vidProps);
     source.pCells = &_input;
     return WithRuns(_state, source, {}, _runner, [&](std::span<const RUN> _runs) { return LearnFields(_runs, seen); });
+}
+
+HRESULT Unmix_Open(UNMIX_STATE& _state, const UNMIX_INPUT& _input, IRowRunner& _runner, UNMIX_PICTURE* _pPicture)
+{
+    SOURCE source;
+    const HRESULT hr = source.Open(_input);
+    if (FAILED(hr))
+        return hr;
+    source.Take(_state, _input);
+    *_pPicture = source.picture;
+    if (_state.nKeys == 0 || source.samples.eLayout == UNMIX_SAMPLES::eNone)
+        return _state.nKeys == 0 ? S_FALSE : S_OK;
+    return WithRuns(_state, source, {}, _runner, [&](std::span<const RUN> _runs) {
+        for (const RUN& run : _runs)
+            run.picture.pDeep0 ? Refine(run) : Deepen(run);
+        _pPicture->pDeep0 = _state.vecDeep.data();
+        _pPicture->nDeepStride = ptrdiff_t{4} * _state.nWidth;
+        _pPicture->bDeepSolid = source.samples.IsDeep();
+        return S_OK;
+    });
 }
 
 HRESULT Unmix_Write(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result, IRowRunner& _runner,

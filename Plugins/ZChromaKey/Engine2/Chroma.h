@@ -21,6 +21,10 @@
 /// A chroma sample counts as lying in the middle of the pixels that share it.
 
 UNMIX_SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, eZYMatrix _eMatrix);
+/// Pixels that have chroma of their own, but less fine than their luma, for it was shared by two of a row and, with
+/// _bRowsShare, of two rows before they became RGB. With _bSmooth it is kept, and they get _fltGain of what luma's
+/// detail adds.
+UNMIX_SAMPLES Chroma_PixelSamples(const UNMIX_PICTURE& _picture, bool _bRowsShare, bool _bSmooth, float _fltGain);
 /// The rows of one of _nFields fields.
 UNMIX_SAMPLES Chroma_Field(const UNMIX_SAMPLES& _samples, int _nField, int _nFields);
 

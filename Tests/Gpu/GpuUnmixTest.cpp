@@ -241,6 +241,23 @@ const SETUP_CASE c_arrSetups[] = {
          _p->arrProtected[0] = {{c_colGreen.b * .9f, c_colGreen.g * .9f, c_colGreen.r * .9f}, 12, .1f, .03f};
          _p->arrProtected[1] = {{c_colCoat.b, c_colCoat.g, c_colCoat.r}};
      }},
+    {"edges outwards", [](UNMIX_SETUP* _p) { _p->params.fltChoke = -10; }},
+    {"edges blurred", [](UNMIX_SETUP* _p) { _p->params.fltSoften = .6f; }},
+    {"edges of fields, premultiplied",
+     [](UNMIX_SETUP* _p) {
+         _p->params.fltChoke = -.4f;
+         _p->params.fltSoften = 10;
+         _p->params.fltShadows = 80;
+     },
+     eZI_TopFirst, true},
+    {"regions, edges inwards",
+     [](UNMIX_SETUP* _p) {
+         static const BYTES s_vecLeft = Region(10, 40), s_vecMiddle = Region(70, 90);
+         _p->garbage = {s_vecMiddle.data(), 157};
+         _p->holdOut = {s_vecLeft.data(), 157};
+         _p->params.fltChoke = 1.3f;
+         _p->params.fltSoften = 2;
+     }},
     {"regions",
      [](UNMIX_SETUP* _p) {
          static const BYTES s_vecLeft = Region(10, 40), s_vecMiddle = Region(70, 90), s_vecRight = Region(120, 150);
@@ -638,15 +655,12 @@ TEST_F(GpuUnmixObject, KeysTexturesAndSaysWhichItDoesNot)
     EXPECT_EQ(m_cpKeyer->StatsGet(&stats), S_OK);
     EXPECT_EQ(stats.eKeyedOnValue, eKeyedOn_GPU);
     EXPECT_EQ(log.Count("", eZLog_Error), 0u);
-    EXPECT_EQ(m_cpKeyer->ParamSet(CZBStr("choke").Get(), 1), S_OK);
     for (int n = 0; n < 2; ++n)
     {
-        const auto cpFrame = FrameOf(scene, eZFCC_RGB32);
+        const auto cpFrame = FrameOf(scene, eZFCC_v210);
         EXPECT_EQ(Receive(cpFrame.Get()).Get(), cpFrame.Get()) << "it passes";
     }
-    EXPECT_EQ(
-        log.Count("are not keyed with the parameters \"choke\" and \"soften\"; hand them in in memory", eZLog_Error),
-        1u);
+    EXPECT_EQ(log.Count("are not keyed with this format or size; hand them in in memory", eZLog_Error), 1u);
     EXPECT_EQ(log.Count("Failed to perform GPU chroma key! hr=80004001", eZLog_Error), 1u);
 }
 

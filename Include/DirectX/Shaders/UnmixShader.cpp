@@ -1,6 +1,7 @@
 #include "DirectX/Shaders/UnmixShader.h"
 
 #include "DirectX/Shaders/ShaderPieces.h"
+#include "DirectX/Shaders/UnmixEdgeShader.h"
 
 namespace
 {
@@ -379,14 +380,15 @@ float Protection( float3 bgr )
     }
     return result;
 }
-)";
-
-constexpr char c_szPixel[] = R"(
+// To what a channel of the result can be.
 float4 Rounded( float4 value )
 {
     float steps = float( deep.z );
     return floor( clamp( value, 0.0, 255.0 ) * steps + 0.5 ) / steps;
 }
+)";
+
+constexpr char c_szPixel[] = R"(
 float3 ColourAt( int2 pos, int nField, int3 bytes )
 {
     float3 colour = float3( bytes );
@@ -477,6 +479,13 @@ float4 Mean( float4 a, float4 b, float4 c, float4 d, float2 at )
     float4 below = c * ( 1.0 - at.x ) + d * at.x;
     return above * ( 1.0 - at.y ) + below * at.y;
 }
+// The foreground plate, colours times confidence.
+float4 ForeMean( AT_PIXEL p, int nField )
+{
+    int4 at = p.cells + int4( 0, 1, 0, 1 ) * ( nField * grid.w );
+    return Mean( txFore.Load( int3( at.xy, 0 ) ), txFore.Load( int3( at.zy, 0 ) ), txFore.Load( int3( at.xw, 0 ) ),
+                 txFore.Load( int3( at.zw, 0 ) ), p.at );
+}
 float ShadeAt( int2 pos )
 {
     AT_PIXEL p = AtPixel( pos );
@@ -537,21 +546,15 @@ float4 View( float4 value, int4 bytes, int2 pos, int nField, int2 frame )
         return float4( Mean( txBack.Load( int3( p.cells.xy, 0 ) ), txBack.Load( int3( p.cells.zy, 0 ) ),
                              txBack.Load( int3( p.cells.xw, 0 ) ), txBack.Load( int3( p.cells.zw, 0 ) ), p.at ).xyz,
                        255.0 );
-    int4 at = p.cells + int4( 0, 1, 0, 1 ) * ( nField * grid.w );
-    float4 fore = Mean( txFore.Load( int3( at.xy, 0 ) ), txFore.Load( int3( at.zy, 0 ) ),
-                        txFore.Load( int3( at.xw, 0 ) ), txFore.Load( int3( at.zw, 0 ) ), p.at );
+    float4 fore = ForeMean( p, nField );
     if( more.y == 5 )
         return float4( fore.www * 255.0, 255.0 );
     return float4( fore.w > 1e-9 ? fore.xyz / fore.w : float3( 0.0, 0.0, 0.0 ), 255.0 );
 }
 
-float4 PS( PS_INPUT input ) : SV_Target
+// The texel of a keyed pixel.
+float4 Texel( float4 value, int4 bytes, int2 pos, int nField, int2 frame )
 {
-    int2 frame = int2( input.Pos.xy );
-    int nField = frame.y % picture.z;
-    int2 pos = int2( frame.x, frame.y / picture.z );
-    int4 bytes = BytesAt( pos, nField );
-    float4 value = KeyedPixel( pos, nField, bytes.xyz );
     if( ( more.z & 15 ) != 0 )
         value = Rounded( Finished( value, bytes, pos, frame ) );
     if( more.y != 0 )
@@ -561,6 +564,27 @@ float4 PS( PS_INPUT input ) : SV_Target
     if( deep.z != 1 )
         return value / 255.0;
     return value.zyxw / 255.0;
+}
+)";
+
+constexpr char c_szKeyed[] = R"(
+float4 PS( PS_INPUT input ) : SV_Target
+{
+    int2 frame = int2( input.Pos.xy );
+    int nField = frame.y % picture.z;
+    int2 pos = int2( frame.x, frame.y / picture.z );
+    int4 bytes = BytesAt( pos, nField );
+    return Texel( KeyedPixel( pos, nField, bytes.xyz ), bytes, pos, nField, frame );
+}
+)";
+
+constexpr char c_szEdged[] = R"(
+float4 PS( PS_INPUT input ) : SV_Target
+{
+    int2 frame = int2( input.Pos.xy );
+    int nField = frame.y % picture.z;
+    int2 pos = int2( frame.x, frame.y / picture.z );
+    return Texel( EdgedPixel( pos, nField, frame ), BytesAt( pos, nField ), pos, nField, frame );
 }
 )";
 
@@ -578,5 +602,12 @@ std::string UnmixPastShader_Text()
 
 std::string UnmixPixelShader_Text()
 {
-    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szMaths + c_szPixel + c_szFinish;
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szMaths + c_szPixel + c_szFinish +
+           c_szKeyed;
+}
+
+std::string UnmixEdgedShader_Text()
+{
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szMaths + c_szFinish + c_szUnmixEdged +
+           c_szEdged;
 }

@@ -76,6 +76,7 @@ enum eUnmixCell : uint32_t
     eUCell_Solid = 2,
     eUCell_Protected = 4,
     eUCell_Inner = 8,
+    eUCell_Plain = 16, ///< no edge moves here: see UnmixEdgeShader.h
 };
 
 /// Sums, least and greatest of 4x4 pixels: R32G32B32A32_UINT. t0: the picture.
@@ -95,3 +96,6 @@ std::string UnmixPastShader_Text();
 /// it is known better than in bytes: mixed cells and their neighbours, and where the constants say so solid ones. What
 /// the constants say is not there need not be bound. Into B8G8R8A8, or R16G16B16A16 in the order B, G, R, A.
 std::string UnmixPixelShader_Text();
+/// The same of a picture that is keyed, whose edges were changed. t0 to t3 and t5 to t8: the same; t10: the keyed
+/// picture (B8G8R8A8); t11: its alpha (R16_UINT).
+std::string UnmixEdgedShader_Text();

@@ -292,7 +292,7 @@ HRESULT CUnmixEngine::ProcessGPU(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, c
         return hr;
     const UNMIX_SETUP setup = SettingsTake(_settings, vidProps);
     LEARNER learner(*this, setup, nWorkers);
-    hr = m_upGPU->ProcessFrame(_pFrame, learner, setup, _options, _ppFrameRes);
+    hr = m_upGPU->ProcessFrame(_pFrame, learner, _options, _ppFrameRes);
     if (SUCCEEDED(hr))
     {
         SureSay();

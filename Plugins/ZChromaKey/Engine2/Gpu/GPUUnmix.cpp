@@ -3,6 +3,7 @@
 #include "Base/ZPixelFormats.h"
 #include "Base/ZLog.h"
 #include "DirectX/Device/DXHelpers.h"
+#include "DirectX/Shaders/UnmixEdgeShader.h"
 #include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Pixels.h"
 
@@ -19,14 +20,6 @@ HRESULT LogIfFailed(const char* _pszMessage, HRESULT _hr)
     if (FAILED(_hr))
         ZLog(eZLog_Error, "GPUUnmix: %hs hr=%08X\n", _pszMessage, _hr);
     return _hr;
-}
-
-CZPtr<ID3D11Texture2D> TextureIn(IDX11Texture* _pTexture)
-{
-    CZPtr<ID3D11Texture2D> cpTexture;
-    if (_pTexture)
-        _pTexture->TextureGet(cpTexture.Put());
-    return cpTexture;
 }
 
 bool IsPixels(uint32_t _fccType)
@@ -51,6 +44,14 @@ GPU_TARGET TargetOf(int _nWidth, int _nHeight, DXGI_FORMAT _eFormat, const ZF_VI
 }
 
 } // namespace
+
+CZPtr<ID3D11Texture2D> GPUUnmix::TextureIn(IDX11Texture* _pTexture)
+{
+    CZPtr<ID3D11Texture2D> cpTexture;
+    if (_pTexture)
+        _pTexture->TextureGet(cpTexture.Put());
+    return cpTexture;
+}
 
 bool GPUUnmix::IsTaken(uint32_t _fccType)
 {
@@ -93,8 +94,9 @@ void GPUUnmix::Close()
 HRESULT GPUUnmix::ShaderGet(eShader _eShader, ID3D11PixelShader** _ppShader)
 {
     using TEXT_OF = std::string (*)();
-    static constexpr TEXT_OF c_arrTexts[eS_Count] = {UnmixCellsShader_Text, UnmixPastShader_Text,
-                                                     UnmixPixelShader_Text};
+    static constexpr TEXT_OF c_arrTexts[eS_Count] = {
+        UnmixCellsShader_Text, UnmixPastShader_Text, UnmixPixelShader_Text, UnmixAlphaShader_Text,
+        UnmixChokeShader_Text, UnmixBlurShader_Text, UnmixEdgedShader_Text};
     CZPtr<ID3D11PixelShader>& cpShader = m_arrShaders[_eShader];
     if (!cpShader)
     {
@@ -107,13 +109,13 @@ HRESULT GPUUnmix::ShaderGet(eShader _eShader, ID3D11PixelShader** _ppShader)
     return S_OK;
 }
 
-HRESULT GPUUnmix::Pass(eShader _eShader, std::span<ID3D11Texture2D* const> _inputs, const UNMIX_CONSTANTS& _constants,
-                       const GPU_TARGET& _target, IDX11Texture** _ppTexOut)
+HRESULT GPUUnmix::PassWith(eShader _eShader, std::span<ID3D11Texture2D* const> _inputs,
+                           std::span<const std::byte> _constants, const GPU_TARGET& _target, IDX11Texture** _ppTexOut)
 {
     CZPtr<ID3D11PixelShader> cpShader;
     const HRESULT hr = ShaderGet(_eShader, cpShader.Put());
     return SUCCEEDED(hr)
-               ? Render(_inputs, {cpShader.Get(), nullptr, &_constants, sizeof(_constants)}, _target, _ppTexOut)
+               ? Render(_inputs, {cpShader.Get(), nullptr, _constants.data(), _constants.size()}, _target, _ppTexOut)
                : hr;
 }
 
@@ -370,13 +372,23 @@ HRESULT GPUUnmix::ProcessFrame()
     if (SUCCEEDED(hr))
         hr = CellsLearn(cpPicture.Get());
     if (SUCCEEDED(hr))
-    {
-        UNMIX_STATE& state = m_pLearner->State();
-        UnmixUploads_Fill(state, VidPropsIn().fccType == eZFCC_ARGB32, &m_uploads);
-        UnmixUploads_After(state, m_options.bPremultiply, &m_uploads);
-        hr = PixelPass(state, TextureIn(cpPicture.Get()).Get(), GPU_TargetOf(PixelProps(VidPropsIn())));
-    }
+        hr = PicturePasses(TextureIn(cpPicture.Get()).Get());
     return LogIfFailed("Failed to key a frame!", hr);
+}
+
+HRESULT GPUUnmix::PicturePasses(ID3D11Texture2D* _pPicture)
+{
+    UNMIX_STATE& state = m_pLearner->State();
+    UnmixUploads_Fill(state, VidPropsIn().fccType == eZFCC_ARGB32, &m_uploads);
+    const bool bEdges = UnmixUploads_Edges(state, &m_uploads);
+    if (!bEdges)
+        UnmixUploads_After(state, m_options.bPremultiply, &m_uploads);
+    const GPU_TARGET target = GPU_TargetOf(PixelProps(VidPropsIn()));
+    const HRESULT hr = PixelPass(state, _pPicture, target);
+    if (FAILED(hr) || !bEdges)
+        return hr;
+    UnmixUploads_After(state, m_options.bPremultiply, &m_uploads);
+    return EdgePasses(state, _pPicture, target);
 }
 
 /// A picture of other samples into B, G, R, A.

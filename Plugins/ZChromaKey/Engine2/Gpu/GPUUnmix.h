@@ -6,7 +6,9 @@
 #include "ZChromaKey/Engine2/Gpu/UnmixUploads.h"
 
 #include <array>
+#include <cstddef>
 #include <functional>
+#include <span>
 
 /// The pixels of the second generation on the GPU. One frame at a time, from one thread at a time.
 ///
@@ -46,6 +48,10 @@ private:
         eS_Cells,
         eS_Past,
         eS_Pixel,
+        eS_Alpha,
+        eS_Choke,
+        eS_Blur,
+        eS_Edged,
         eS_Count,
     };
     /// A small texture that is written with every frame.
@@ -64,8 +70,14 @@ private:
     };
 
     HRESULT ShaderGet(eShader _eShader, ID3D11PixelShader** _ppShader);
+    HRESULT PassWith(eShader _eShader, std::span<ID3D11Texture2D* const> _inputs, std::span<const std::byte> _constants,
+                     const GPU_TARGET& _target, IDX11Texture** _ppTexOut);
     HRESULT Pass(eShader _eShader, std::span<ID3D11Texture2D* const> _inputs, const UNMIX_CONSTANTS& _constants,
-                 const GPU_TARGET& _target, IDX11Texture** _ppTexOut);
+                 const GPU_TARGET& _target, IDX11Texture** _ppTexOut)
+    {
+        return PassWith(_eShader, _inputs, std::as_bytes(std::span(&_constants, 1)), _target, _ppTexOut);
+    }
+    static CZPtr<ID3D11Texture2D> TextureIn(IDX11Texture* _pTexture);
     HRESULT GridPut(GRID* _pGrid, int _nWidth, int _nHeight, DXGI_FORMAT _eFormat, const void* _pData, size_t _cbRow);
     HRESULT Converted(CZPtr<IDX11Texture>* _pcpPicture);
     HRESULT CellsLearn(IDX11Texture* _pPicture);
@@ -78,6 +90,15 @@ private:
     HRESULT AfterPut(const UNMIX_STATE& _state);
     HRESULT RegionPut(GRID* _pGrid, const UNMIX_STATE& _state, const UNMIX_REGION& _region, int32_t _nBit);
     ID3D11Texture2D* Deep() const;
+    /// One of the passes over alpha: takes it, and leaves what becomes of it.
+    HRESULT AlphaPass(eShader _eShader, DXGI_FORMAT _eFormat, std::span<const std::byte> _constants,
+                      CZPtr<IDX11Texture>* _pcpAlpha);
+    /// Takes the keyed picture, and leaves its alpha, moved and blurred.
+    HRESULT AlphaChange(CZPtr<IDX11Texture>* _pcpAlpha);
+    /// Changes the edges of the keyed picture in m_cpResult, and does what comes after that.
+    HRESULT EdgePasses(const UNMIX_STATE& _state, ID3D11Texture2D* _pPicture, const GPU_TARGET& _target);
+    /// The pixels of a frame in a texture, and what comes after them.
+    HRESULT PicturePasses(ID3D11Texture2D* _pPicture);
     HRESULT ResultRead(const UNMIX_RESULT& _result);
     HRESULT PixelsTry(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                       const ENGINE_GPU_OPTIONS& _options);

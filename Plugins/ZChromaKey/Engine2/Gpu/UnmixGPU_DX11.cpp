@@ -11,17 +11,14 @@ namespace
 {
 
 /// What keeps a frame in a texture from being keyed; null: nothing.
-const char* RefusalOf(const ZF_VID_PROPS& _vidProps, const UNMIX_SETUP& _setup, const ENGINE_GPU_OPTIONS& _options)
+const char* RefusalOf(const ZF_VID_PROPS& _vidProps, const ENGINE_GPU_OPTIONS& _options)
 {
-    const UNMIX_PARAMS& params = _setup.params;
     const bool bPixels = _vidProps.fccType == eZFCC_RGB32 || _vidProps.fccType == eZFCC_ARGB32;
     if (!bPixels && (ConvertShader_Text({_vidProps.fccType, eZFCC_ARGB32}).empty() || _vidProps.nWidth % 2 != 0 ||
                      std::abs(_vidProps.nHeight) % 2 != 0))
         return "this format or size";
     if (!bPixels && _options.eMatrix != eZYM_601 && _options.eMatrix != eZYM_709)
         return "this matrix or range";
-    if (params.fltChoke != 0 || params.fltSoften > 0)
-        return "the parameters \"choke\" and \"soften\"";
     return nullptr;
 }
 
@@ -39,14 +36,14 @@ public:
     {
         return m_keyer.Pixels(_state, _picture, _result, _options);
     }
-    HRESULT ProcessFrame(IZFFrame* _pFrame, IUnmixLearner& _learner, const UNMIX_SETUP& _setup,
-                         const ENGINE_GPU_OPTIONS& _options, IZFFrame** _ppFrameRes) override
+    HRESULT ProcessFrame(IZFFrame* _pFrame, IUnmixLearner& _learner, const ENGINE_GPU_OPTIONS& _options,
+                         IZFFrame** _ppFrameRes) override
     {
         ZF_VID_PROPS vidProps = {};
         const HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
         if (FAILED(hr))
             return hr;
-        const char* const pszRefusal = RefusalOf(vidProps, _setup, _options);
+        const char* const pszRefusal = RefusalOf(vidProps, _options);
         if (std::exchange(m_pszRefusal, pszRefusal) != pszRefusal && pszRefusal)
             ZLog(eZLog_Error,
                  "CCoZChromaKey2: frames in textures (%ws) are not keyed with %hs; hand them in in memory, or change "

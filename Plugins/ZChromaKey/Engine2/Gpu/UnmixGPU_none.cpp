@@ -15,7 +15,7 @@ public:
     {
         return E_NOTIMPL;
     }
-    HRESULT ProcessFrame(IZFFrame*, IUnmixLearner&, const UNMIX_SETUP&, const ENGINE_GPU_OPTIONS&, IZFFrame**) override
+    HRESULT ProcessFrame(IZFFrame*, IUnmixLearner&, const ENGINE_GPU_OPTIONS&, IZFFrame**) override
     {
         return E_NOTIMPL;
     }

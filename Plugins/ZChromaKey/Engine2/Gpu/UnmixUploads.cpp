@@ -1,11 +1,13 @@
 #include "ZChromaKey/Engine2/Gpu/UnmixUploads.h"
 
 #include "Base/ZVideoProps.h"
+#include "ZChromaKey/Engine2/Edges.h"
 #include "ZChromaKey/Engine2/Pixels.h"
 #include "ZChromaKey/Engine2/Screen.h"
 #include "ZChromaKey/Engine2/Views.h"
 
 #include <cstdlib>
+#include <span>
 
 namespace
 {
@@ -82,6 +84,43 @@ uint32_t CellOf(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nX, i
            (_field.bitsInner.Get(_nX, _nY) ? eUCell_Inner : 0u) | nOwner << 8 | nRho << 16;
 }
 
+UNMIX_CHOKE_CONSTANTS ChokeOf(const UNMIX_STATE& _state, const UNMIX_EDGE_PICTURE& _picture)
+{
+    UNMIX_CHOKE_CONSTANTS constants = {_picture, {}, {}};
+    const float fltChoke = _state.setup.params.fltChoke;
+    const EDGE_RINGS rings = Edges_Rings(fltChoke, _state.nFields);
+    Fill(constants.anMove, rings.nSteps, fltChoke > 0, _state.arrFields[0].cells.nHeight, 0);
+    for (size_t n = 0; n < static_cast<size_t>(rings.nSteps); ++n)
+    {
+        constants.arrSteps[n][0] = rings.arr[n].nX;
+        constants.arrSteps[n][1] = rings.arr[n].nY;
+    }
+    return constants;
+}
+
+UNMIX_BLUR_CONSTANTS BlurOf(const EDGE_TENT& _tent, bool _bAcross, const UNMIX_EDGE_PICTURE& _picture)
+{
+    UNMIX_BLUR_CONSTANTS constants = {_picture, {}, {}};
+    Fill(constants.anWay, !_bAcross, _bAcross, _tent.nReach, 0);
+    for (int n = 0; n <= _tent.nReach; ++n)
+        constants.arrWeights[n][0] = _tent.arr[n];
+    return constants;
+}
+
+void PlainMark(UNMIX_STATE& _state, std::vector<uint32_t>* _pvecCells)
+{
+    uint32_t* pnCell = _pvecCells->data();
+    for (const FIELD_STATE& field : std::span(_state.arrFields, static_cast<size_t>(_state.nFields)))
+    {
+        const CBitRows& bits = Edges_PlainCells(_state, field);
+        for (int y = 0; y < field.cells.nHeight; ++y)
+            for (int x = 0; x < field.cells.nWidth; ++x)
+                *pnCell++ |= bits.Get(x, y) ? eUCell_Plain : 0u;
+    }
+}
+
+static_assert(c_nUnmixShaderSteps == c_nEdgeMostSteps && c_nUnmixShaderReach == c_nEdgeMostPixels,
+              "all steps and weights fit");
 static_assert(eUV_Matte == 1 && eUV_Status == 2 && eUV_Plate == 3 && eUV_Foreground == 4 && eUV_Confidence == 5 &&
                   eUV_Source == 6,
               "the shader has these numbers");
@@ -118,6 +157,27 @@ void UnmixUploads_Fill(const UNMIX_STATE& _state, bool _bAlpha, UNMIX_UPLOADS* _
 void UnmixUploads_Deep(bool _bDeep, bool _bDeepSolid, bool _bWords, UNMIX_UPLOADS* _pUploads)
 {
     Fill(_pUploads->constants.anDeep, _bDeep, _bDeepSolid, _bWords ? 257 : 1, 0);
+}
+
+bool UnmixUploads_Edges(UNMIX_STATE& _state, UNMIX_UPLOADS* _pUploads)
+{
+    if (_state.nKeys == 0 || !Edges_Wanted(_state)) // without a key the picture passes
+        return false;
+    constexpr int32_t c_nByte = 65535 / 255;
+    const UNMIX_PARAMS& params = _state.setup.params;
+    UNMIX_EDGE_UPLOADS& edges = _pUploads->edges;
+    edges = {params.fltChoke != 0, params.fltSoften > 0, {}, {}};
+    UNMIX_EDGE_PICTURE picture = {_state.nWidth, _state.nHeight, _state.nFields, c_nByte};
+    if (edges.bChoke)
+    {
+        edges.choke = ChokeOf(_state, picture);
+        PlainMark(_state, &_pUploads->vecCells);
+        picture.nFactor = 1;
+    }
+    edges.arrBlurs[0] = BlurOf(Edges_Tent(params.fltSoften), false, picture);
+    picture.nFactor = 1;
+    edges.arrBlurs[1] = BlurOf(Edges_Tent(params.fltSoften / static_cast<float>(_state.nFields)), true, picture);
+    return true;
 }
 
 void UnmixUploads_After(UNMIX_STATE& _state, bool _bPremultiply, UNMIX_UPLOADS* _pUploads)

@@ -1,10 +1,20 @@
 #pragma once
 
+#include "DirectX/Shaders/UnmixEdgeShader.h"
 #include "DirectX/Shaders/UnmixShader.h"
 #include "Interfaces/ZVideoTypes.h"
 #include "ZChromaKey/Engine2/State.h"
 
 #include <vector>
+
+/// What moves and blurs edges.
+struct UNMIX_EDGE_UPLOADS
+{
+    bool bChoke;
+    bool bSoften;
+    UNMIX_CHOKE_CONSTANTS choke;
+    UNMIX_BLUR_CONSTANTS arrBlurs[2]; ///< along rows, across them
+};
 
 /// What a picture has taught, in the form that the shaders take. Kept from frame to frame for its memory.
 struct UNMIX_UPLOADS
@@ -12,6 +22,7 @@ struct UNMIX_UPLOADS
     UNMIX_CONSTANTS constants;
     std::vector<uint32_t> vecCells; ///< the fields one below the other, as the next
     std::vector<VEC4> vecFore;
+    UNMIX_EDGE_UPLOADS edges;     ///< only where UnmixUploads_Edges found something to do
     std::vector<int16_t> vecPast; ///< only where UnmixUploads_Past was asked for it, by pixels of the frame
 };
 
@@ -23,6 +34,8 @@ void UnmixUploads_Fill(const UNMIX_STATE& _state, bool _bAlpha, UNMIX_UPLOADS* _
 /// Adds that the picture is there in 64ths of a level, too, with or without its solid cells, and that the result is to
 /// have 16 bits.
 void UnmixUploads_Deep(bool _bDeep, bool _bDeepSolid, bool _bWords, UNMIX_UPLOADS* _pUploads);
+/// What is done to edges, and marks the cells where none moves. False: nothing is.
+bool UnmixUploads_Edges(UNMIX_STATE& _state, UNMIX_UPLOADS* _pUploads);
 /// Adds what comes after the pixels to the constants: shadows, the input's alpha, regions and views. Works the density
 /// of shadows out.
 void UnmixUploads_After(UNMIX_STATE& _state, bool _bPremultiply, UNMIX_UPLOADS* _pUploads);

@@ -113,8 +113,9 @@ TEST(QualityFloors, SharedChromaIsRebuiltNoWorseThanItWas)
 {
     for (const QUALITY_LIMIT& limit : c_arrSharedChroma)
     {
-        const HARD_CLIP clip = PaintSmall(*HardScene_Find(limit.pszScene));
-        const QUALITY is = HardClip_Score(clip, HardClip_Key(clip, limit.nGeneration, eZFCC_I420));
+        HARD_CLIP clip = PaintSmall(*HardScene_Find(limit.pszScene));
+        clip.fccType = eZFCC_I420;
+        const QUALITY is = HardClip_Score(clip, HardClip_Key(clip, limit.nGeneration));
         PrintRow(limit.pszScene, limit.nGeneration, is);
         ExpectWithin(limit, is);
     }

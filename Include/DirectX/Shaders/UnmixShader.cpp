@@ -353,6 +353,12 @@ float CoreAt( int2 pos, int nField )
     return saturate( 2.0 * ( here + ( there - here ) * share.y ) - 1.0 );
 }
 
+float4 Rounded( float4 value )
+{
+    float steps = float( deep.z );
+    return floor( clamp( value, 0.0, 255.0 ) * steps + 0.5 ) / steps;
+}
+
 float3 HueOf( float3 bgr )
 {
     float most = Most( bgr );
@@ -383,11 +389,6 @@ float Protection( float3 bgr )
 )";
 
 constexpr char c_szPixel[] = R"(
-float4 Rounded( float4 value )
-{
-    float steps = float( deep.z );
-    return floor( clamp( value, 0.0, 255.0 ) * steps + 0.5 ) / steps;
-}
 float3 ColourAt( int2 pos, int nField, int3 bytes )
 {
     float3 colour = float3( bytes );
@@ -607,6 +608,6 @@ std::string UnmixPixelShader_Text()
 
 std::string UnmixEdgedShader_Text()
 {
-    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szMaths + c_szFinish + c_szUnmixEdged +
-           c_szEdged;
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szMaths + c_szFinish +
+           c_szUnmixEdged + c_szEdged;
 }

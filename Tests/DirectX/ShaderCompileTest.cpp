@@ -73,9 +73,10 @@ void ExpectCompiles(const std::string& _strText, eDX_Shader _eShader)
 
 TEST(ShaderCompile, EveryTextCompilesForEveryProfile)
 {
-    TEXTS setTexts = {AlphaMaskShader_Text(),           SmoothShader_Text({}),   SmoothShader_Text({true}),
-                      SmoothShader_Text({false, true}), UnmixCellsShader_Text(), UnmixPastShader_Text(),
-                      UnmixPixelShader_Text(),          UnmixAlphaShader_Text(), UnmixChokeShader_Text(),
+    TEXTS setTexts = {AlphaMaskShader_Text(),           SmoothShader_Text({}),     SmoothShader_Text({true}),
+                      SmoothShader_Text({false, true}), UnmixCellsShader_Text(),   UnmixPastShader_Text(),
+                      UnmixOpenShader_Text(),           UnmixFactorsShader_Text(), UnmixDeepShader_Text(),
+                      UnmixPixelShader_Text(),          UnmixAlphaShader_Text(),   UnmixChokeShader_Text(),
                       UnmixBlurShader_Text(),           UnmixEdgedShader_Text()};
     AddKeys(&setTexts);
     AddConversions(&setTexts);

@@ -6,102 +6,14 @@
 namespace
 {
 
-constexpr char c_szUnmixHead[] = R"(Texture2D<float4> txPicture : register( t0 );
-
-struct RULES
-{
-    int3 anX; int nWedge;
-    int3 anZ; int nLimit;
-    int3 anTake; int nOwn;
-    float3 x; float limit;
-    float3 z; float least;
-    float3 take; float own;
-    float3 beyond; int nLeast;
-    float leastX; float wedge; float oneSquareX; float clip;
-};
-struct PROTECTED
-{
-    float4 centre;
-    float4 one;
-};
-cbuffer UNMIX : register( b0 )
-{
-    int4 picture;
-    int4 grid;
-    int4 filter;
-    float4 clips;
-    int4 more;
-    int4 deep;
-    RULES arrRules[16];
-    PROTECTED arrProtected[16];
-};
-
-int FieldRows( int nField )
-{
-    return ( picture.y + picture.z - 1 - nField ) / picture.z;
-}
-// A pixel of a field as bytes B, G, R, A; those outside of the picture are its borders.
-int4 BytesAt( int2 pos, int nField )
-{
-    int2 at = int2( clamp( pos.x, 0, picture.x - 1 ), clamp( pos.y, 0, FieldRows( nField ) - 1 ) );
-    float4 pixel = txPicture.Load( int3( at.x, at.y * picture.z + nField, 0 ) );
-    int4 bytes = int4( pixel.zyxw * 255.0 + 0.5 );
-    if( picture.w == 0 )
-        bytes.w = 255;
-    return bytes;
-}
-)";
-
-constexpr char c_szCells[] = R"(
-uint Packed( int4 bytes )
-{
-    return uint( bytes.x ) | uint( bytes.y ) << 8 | uint( bytes.z ) << 16 | uint( bytes.w ) << 24;
-}
-
-uint4 PS( PS_INPUT input ) : SV_Target
-{
-    int2 pos = int2( input.Pos.xy );
-    int nRows = grid.y + ( grid.y + 1 ) / 3;
-    int nField = pos.y / nRows;
-    int nRow = pos.y - nField * nRows;
-    if( nRow >= grid.y )
-    {
-        int2 first = int2( 4 * pos.x, 4 * ( 3 * ( nRow - grid.y ) + 1 ) );
-        return uint4( Packed( BytesAt( first, nField ) ), Packed( BytesAt( first + int2( 2, 0 ), nField ) ), 0, 0 );
-    }
-    int4 sum = int4( 0, 0, 0, 0 );
-    int4 least = int4( 255, 255, 255, 255 );
-    int4 most = int4( 0, 0, 0, 0 );
-    for( int y = 0; y < 4; y++ )
-    {
-        for( int x = 0; x < 4; x++ )
-        {
-            int4 bytes = BytesAt( int2( 4 * pos.x + x, 4 * nRow + y ), nField );
-            sum += bytes;
-            least = min( least, bytes );
-            most = max( most, bytes );
-        }
-    }
-    return uint4( uint( sum.x ) | uint( sum.y ) << 16, uint( sum.z ) | uint( sum.w ) << 16, Packed( least ),
-                  Packed( most ) );
-}
-)";
-
 // What the passes over pixels share: cells, plates, and the filtered difference.
 constexpr char c_szDifference[] = R"(
-Texture2D<uint> txCells : register( t1 );
-Texture2D<float4> txBack : register( t2 );
 Texture2D<float4> txFore : register( t3 );
 Texture2D<int> txPast : register( t4 );
 Texture2D<uint4> txDeep : register( t9 );
 
 static const int c_nPastUnknown = -32768;
 
-uint CellAt( int2 cell, int nField )
-{
-    int2 at = clamp( cell, int2( 0, 0 ), grid.xy - 1 );
-    return txCells.Load( int3( at.x, at.y + nField * grid.y, 0 ) );
-}
 int MulRound( int a, int b )
 {
     return ( a * b + 16384 ) >> 15;
@@ -353,12 +265,6 @@ float CoreAt( int2 pos, int nField )
     return saturate( 2.0 * ( here + ( there - here ) * share.y ) - 1.0 );
 }
 
-float4 Rounded( float4 value )
-{
-    float steps = float( deep.z );
-    return floor( clamp( value, 0.0, 255.0 ) * steps + 0.5 ) / steps;
-}
-
 float3 HueOf( float3 bgr )
 {
     float most = Most( bgr );
@@ -385,6 +291,12 @@ float Protection( float3 bgr )
         result = max( result, saturate( 3.0 - 2.0 * sqrt( dot( off, off ) ) ) );
     }
     return result;
+}
+// To what a channel of the result can be.
+float4 Rounded( float4 value )
+{
+    float steps = float( deep.z );
+    return floor( clamp( value, 0.0, 255.0 ) * steps + 0.5 ) / steps;
 }
 )";
 
@@ -590,24 +502,19 @@ float4 PS( PS_INPUT input ) : SV_Target
 
 } // namespace
 
-std::string UnmixCellsShader_Text()
-{
-    return std::string(c_szUnmixHead) + c_szShaderInput + c_szCells;
-}
-
 std::string UnmixPastShader_Text()
 {
-    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szPast;
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szUnmixCells + c_szDifference + c_szPast;
 }
 
 std::string UnmixPixelShader_Text()
 {
-    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szMaths + c_szPixel + c_szFinish +
-           c_szKeyed;
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szUnmixCells + c_szDifference + c_szMaths + c_szPixel +
+           c_szFinish + c_szKeyed;
 }
 
 std::string UnmixEdgedShader_Text()
 {
-    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szMaths + c_szFinish +
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szUnmixCells + c_szDifference + c_szMaths + c_szFinish +
            c_szUnmixEdged + c_szEdged;
 }

@@ -8,36 +8,10 @@ namespace
 {
 constexpr float c_fltFloor = 60;     // of the luma's variance in the fit, levels squared
 constexpr float c_fltLeastTint = 15; // of the plate, levels
-constexpr float c_fltAcross = .7f;   // of the wedge: chroma is measured by hue here, not by the key's forms
 
 CHROMA_SCALE Scale(float _fltTimes, float _fltZero, float _fltAdd)
 {
     return {_fltTimes, _fltAdd - _fltZero * _fltTimes};
-}
-
-// What turns numbers of the planes and levels of the plate into those of the kernels.
-void MakeScales(CHROMA_JOB& _job)
-{
-    const UNMIX_SAMPLES& samples = _job.samples;
-    const float fltDeep = samples.IsDeep() ? .25f : 1.0f;
-    const float fltShare = samples.nChromaDiv == 2 ? 1 / 16.0f : 1 / 4.0f;
-    const float fltUnit = 64 * fltShare;
-    const float fltChroma = fltUnit * fltDeep * (samples.bFull ? 2 : 2 * 255 / 224.0f);
-    const float fltKg = 1 - samples.fltKb - samples.fltKr;
-    _job.luma = samples.bFull ? Scale(64 * fltDeep, 0, .5f) : Scale(64 * fltDeep * (255 / 219.0f), 16 / fltDeep, .5f);
-    _job.blue = Scale(fltChroma * (1 - samples.fltKb), 128 / fltDeep, 0);
-    _job.red = Scale(fltChroma * (1 - samples.fltKr), 128 / fltDeep, 0);
-    _job.fltLumaSum = fltShare / static_cast<float>(2 * samples.nChromaDiv);
-    _job.arrLuma[0] = samples.fltKb;
-    _job.arrLuma[1] = fltKg;
-    _job.arrLuma[2] = samples.fltKr;
-    _job.fltPlate = fltUnit;
-    _job.fltHalf = .5f * fltShare;
-    _job.arrGreen[0] = samples.fltKb / fltKg;
-    _job.arrGreen[1] = samples.fltKr / fltKg;
-    _job.fltFactor = fltShare;
-    _job.fltFloor = 16 * c_fltFloor * fltUnit * fltUnit;
-    _job.fltLeastTint = c_fltLeastTint * c_fltLeastTint * fltUnit * fltUnit;
 }
 } // namespace
 
@@ -139,16 +113,40 @@ UNMIX_SAMPLES Chroma_Field(const UNMIX_SAMPLES& _samples, int _nField, int _nFie
     return samples;
 }
 
+void Chroma_MakeScales(CHROMA_JOB& _job)
+{
+    const UNMIX_SAMPLES& samples = _job.samples;
+    const float fltDeep = samples.IsDeep() ? .25f : 1.0f;
+    const float fltShare = samples.nChromaDiv == 2 ? 1 / 16.0f : 1 / 4.0f;
+    const float fltUnit = 64 * fltShare;
+    const float fltChroma = fltUnit * fltDeep * (samples.bFull ? 2 : 2 * 255 / 224.0f);
+    const float fltKg = 1 - samples.fltKb - samples.fltKr;
+    _job.luma = samples.bFull ? Scale(64 * fltDeep, 0, .5f) : Scale(64 * fltDeep * (255 / 219.0f), 16 / fltDeep, .5f);
+    _job.blue = Scale(fltChroma * (1 - samples.fltKb), 128 / fltDeep, 0);
+    _job.red = Scale(fltChroma * (1 - samples.fltKr), 128 / fltDeep, 0);
+    _job.fltLumaSum = fltShare / static_cast<float>(2 * samples.nChromaDiv);
+    _job.arrLuma[0] = samples.fltKb;
+    _job.arrLuma[1] = fltKg;
+    _job.arrLuma[2] = samples.fltKr;
+    _job.fltPlate = fltUnit;
+    _job.fltHalf = .5f * fltShare;
+    _job.arrGreen[0] = samples.fltKb / fltKg;
+    _job.arrGreen[1] = samples.fltKr / fltKg;
+    _job.fltFactor = fltShare;
+    _job.fltFloor = 16 * c_fltFloor * fltUnit * fltUnit;
+    _job.fltLeastTint = c_fltLeastTint * c_fltLeastTint * fltUnit * fltUnit;
+}
+
 CHROMA_JOB Chroma_Job(const UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_SAMPLES& _samples,
                       uint16_t* _pDeep0, ptrdiff_t _nDeepStride)
 {
     CHROMA_JOB job = {};
     job.samples = _samples;
-    MakeScales(job);
+    Chroma_MakeScales(job);
     job.pPlate = &_state.vecPlate.data()->b;
     job.pOwner = _state.vecOwner.data();
     for (int n = 0; n < _state.nKeys; ++n)
-        job.arrAcross[n] = c_fltAcross * _state.arrKeys[n].fltWedge;
+        job.arrAcross[n] = c_fltChromaAcross * _state.arrKeys[n].fltWedge;
     job.nPlateWidth = _state.nPlateWidth;
     job.nPlateHeight = _state.nPlateHeight;
     job.pMixed = _field.bitsMixed.Row(0);

@@ -22,6 +22,11 @@ UNMIX_SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _v
 /// The rows of one of _nFields fields.
 UNMIX_SAMPLES Chroma_Field(const UNMIX_SAMPLES& _samples, int _nField, int _nFields);
 
+/// Of the wedge: chroma is measured by hue here, not by the key's forms.
+inline constexpr float c_fltChromaAcross = .7f;
+
+/// What turns numbers of the job's samples and levels of the plate into those of the kernels.
+void Chroma_MakeScales(CHROMA_JOB& _job);
 /// What the kernels take.
 CHROMA_JOB Chroma_Job(const UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_SAMPLES& _samples,
                       uint16_t* _pDeep0, ptrdiff_t _nDeepStride);

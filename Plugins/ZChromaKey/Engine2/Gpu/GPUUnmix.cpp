@@ -27,16 +27,6 @@ bool IsPixels(uint32_t _fccType)
     return _fccType == eZFCC_RGB32 || _fccType == eZFCC_ARGB32;
 }
 
-/// The record of a picture of that size, one pixel a texel.
-ZF_VID_PROPS PixelProps(const ZF_VID_PROPS& _vidProps)
-{
-    ZF_VID_PROPS vidProps = _vidProps;
-    vidProps.fccType = eZFCC_ARGB32;
-    vidProps.nHeight = -std::abs(vidProps.nHeight);
-    vidProps.nRowBytes = 0;
-    return vidProps;
-}
-
 /// A target of texels that are no pixels.
 GPU_TARGET TargetOf(int _nWidth, int _nHeight, DXGI_FORMAT _eFormat, const ZF_VID_PROPS& _vidProps)
 {
@@ -53,6 +43,16 @@ CZPtr<ID3D11Texture2D> GPUUnmix::TextureIn(IDX11Texture* _pTexture)
     return cpTexture;
 }
 
+/// A picture of the frame's size, one pixel a texel.
+GPU_TARGET GPUUnmix::PixelTarget() const
+{
+    ZF_VID_PROPS vidProps = VidPropsIn();
+    vidProps.fccType = eZFCC_ARGB32;
+    vidProps.nHeight = -std::abs(vidProps.nHeight);
+    vidProps.nRowBytes = 0;
+    return GPU_TargetOf(vidProps);
+}
+
 bool GPUUnmix::IsTaken(uint32_t _fccType)
 {
     return DX_TextureFormat(_fccType) != DXGI_FORMAT_UNKNOWN && _fccType != eZFCC_RGB8;
@@ -62,6 +62,8 @@ void GPUUnmix::FrameDrop()
 {
     FrameEnd();
     m_cpResult.Reset();
+    m_cpDeep.Reset();
+    m_cpDeepMade.Reset();
     m_pLearner = nullptr;
     if (!Device()) // it was removed
         DeviceLeave();
@@ -80,7 +82,6 @@ void GPUUnmix::DeviceLeave()
     m_gridHoldOut = {};
     m_gridMarked = {};
     m_cpPast.Reset();
-    m_converter.Close();
     m_backOff.Forget();
 }
 
@@ -95,8 +96,9 @@ HRESULT GPUUnmix::ShaderGet(eShader _eShader, ID3D11PixelShader** _ppShader)
 {
     using TEXT_OF = std::string (*)();
     static constexpr TEXT_OF c_arrTexts[eS_Count] = {
-        UnmixCellsShader_Text, UnmixPastShader_Text, UnmixPixelShader_Text, UnmixAlphaShader_Text,
-        UnmixChokeShader_Text, UnmixBlurShader_Text, UnmixEdgedShader_Text};
+        UnmixOpenShader_Text, UnmixCellsShader_Text, UnmixFactorsShader_Text, UnmixDeepShader_Text,
+        UnmixPastShader_Text, UnmixPixelShader_Text, UnmixAlphaShader_Text,   UnmixChokeShader_Text,
+        UnmixBlurShader_Text, UnmixEdgedShader_Text};
     CZPtr<ID3D11PixelShader>& cpShader = m_arrShaders[_eShader];
     if (!cpShader)
     {
@@ -215,7 +217,7 @@ HRESULT GPUUnmix::PastPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture)
                                           nullptr,
                                           nullptr,
                                           nullptr,
-                                          Deep()};
+                                          m_cpDeep.Get()};
     CZPtr<IDX11Texture> cpNew;
     hr = Pass(eS_Past, arrInputs, m_uploads.constants,
               TargetOf(_state.nWidth, _state.nHeight, DXGI_FORMAT_R16_SINT, VidPropsIn()), cpNew.Put());
@@ -229,6 +231,8 @@ HRESULT GPUUnmix::PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture, con
     HRESULT hr = GridsPut(_state);
     if (SUCCEEDED(hr))
         hr = AfterPut(_state);
+    if (SUCCEEDED(hr) && !IsPixels(VidPropsIn().fccType) && _state.nKeys > 0)
+        hr = DeepPasses();
     const bool bPast = m_uploads.constants.anFilter[1];
     if (SUCCEEDED(hr) && bPast)
         hr = PastPass(_state, _pPicture);
@@ -244,14 +248,8 @@ HRESULT GPUUnmix::PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture, con
                                           m_gridHoldOut.cpTexture.Get(),
                                           m_gridShade.cpTexture.Get(),
                                           m_gridMarked.cpTexture.Get(),
-                                          Deep()};
+                                          m_cpDeep.Get()};
     return Pass(eS_Pixel, arrInputs, m_uploads.constants, _target, m_cpResult.Put());
-}
-
-/// The picture in 64ths of a level, where there is one.
-ID3D11Texture2D* GPUUnmix::Deep() const
-{
-    return m_uploads.constants.anDeep[0] ? m_gridDeep.cpTexture.Get() : nullptr;
 }
 
 // Pictures in memory.
@@ -279,11 +277,13 @@ HRESULT GPUUnmix::PicturePut(const UNMIX_PICTURE& _picture)
     vidPtr.lpVideoPlanes[0] = static_cast<int64_t>(reinterpret_cast<intptr_t>(_picture.pRow0));
     vidPtr.cbVideoRowBytes[0] = static_cast<int32_t>(_picture.nStride);
     vidPtr.szVideoPlanes[0] = {_picture.nWidth, _picture.nHeight};
-    const HRESULT hr = _PutVideo(&vidProps, &vidPtr, false);
-    return SUCCEEDED(hr) && _picture.pDeep0
-               ? GridPut(&m_gridDeep, _picture.nWidth, _picture.nHeight, DXGI_FORMAT_R16G16B16A16_UINT, _picture.pDeep0,
-                         sizeof(uint16_t) * static_cast<size_t>(_picture.nDeepStride))
-               : hr;
+    HRESULT hr = _PutVideo(&vidProps, &vidPtr, false);
+    if (FAILED(hr) || !_picture.pDeep0)
+        return hr;
+    hr = GridPut(&m_gridDeep, _picture.nWidth, _picture.nHeight, DXGI_FORMAT_R16G16B16A16_UINT, _picture.pDeep0,
+                 sizeof(uint16_t) * static_cast<size_t>(_picture.nDeepStride));
+    m_cpDeep = m_gridDeep.cpTexture;
+    return hr;
 }
 
 HRESULT GPUUnmix::PixelsTry(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
@@ -368,7 +368,7 @@ HRESULT GPUUnmix::Key(IZFFrame* _pFrame, IUnmixLearner& _learner, const ENGINE_G
 HRESULT GPUUnmix::ProcessFrame()
 {
     CZPtr<IDX11Texture> cpPicture(TexIn());
-    HRESULT hr = IsPixels(VidPropsIn().fccType) ? S_OK : Converted(&cpPicture);
+    HRESULT hr = IsPixels(VidPropsIn().fccType) ? S_OK : Opened(&cpPicture);
     if (SUCCEEDED(hr))
         hr = CellsLearn(cpPicture.Get());
     if (SUCCEEDED(hr))
@@ -380,26 +380,16 @@ HRESULT GPUUnmix::PicturePasses(ID3D11Texture2D* _pPicture)
 {
     UNMIX_STATE& state = m_pLearner->State();
     UnmixUploads_Fill(state, VidPropsIn().fccType == eZFCC_ARGB32, &m_uploads);
+    m_uploads.constants.samples = m_samples;
     const bool bEdges = UnmixUploads_Edges(state, &m_uploads);
     if (!bEdges)
         UnmixUploads_After(state, m_options.bPremultiply, &m_uploads);
-    const GPU_TARGET target = GPU_TargetOf(PixelProps(VidPropsIn()));
+    const GPU_TARGET target = PixelTarget();
     const HRESULT hr = PixelPass(state, _pPicture, target);
     if (FAILED(hr) || !bEdges)
         return hr;
     UnmixUploads_After(state, m_options.bPremultiply, &m_uploads);
     return EdgePasses(state, _pPicture, target);
-}
-
-/// A picture of other samples into B, G, R, A.
-HRESULT GPUUnmix::Converted(CZPtr<IDX11Texture>* _pcpPicture)
-{
-    const ZF_VID_PROPS vidPropsOut = PixelProps(VidPropsIn());
-    CZPtr<IDX11Texture> cpPixels;
-    const HRESULT hr = m_converter.Convert(Device(), &VidPropsIn(), &vidPropsOut, TextureIn(_pcpPicture->Get()).Get(),
-                                           Allocator(), cpPixels.Put(), m_options.eMatrix);
-    *_pcpPicture = std::move(cpPixels);
-    return hr;
 }
 
 HRESULT GPUUnmix::CellsLearn(IDX11Texture* _pPicture)

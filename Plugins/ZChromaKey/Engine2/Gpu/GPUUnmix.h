@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DirectX/Convert/GPUProcessor.h"
+#include "DirectX/Pipeline/GPUProcessorCK.h"
 #include "DirectX/Pipeline/GPUBackOff.h"
 #include "ZChromaKey/Engine2/Gpu/UnmixGPU.h"
 #include "ZChromaKey/Engine2/Gpu/UnmixUploads.h"
@@ -45,7 +45,10 @@ public:
 private:
     enum eShader
     {
+        eS_Open,
         eS_Cells,
+        eS_Factors,
+        eS_Deep,
         eS_Past,
         eS_Pixel,
         eS_Alpha,
@@ -79,7 +82,11 @@ private:
     }
     static CZPtr<ID3D11Texture2D> TextureIn(IDX11Texture* _pTexture);
     HRESULT GridPut(GRID* _pGrid, int _nWidth, int _nHeight, DXGI_FORMAT _eFormat, const void* _pData, size_t _cbRow);
-    HRESULT Converted(CZPtr<IDX11Texture>* _pcpPicture);
+    GPU_TARGET PixelTarget() const;
+    /// Bytes B, G, R, A of the picture in YUV.
+    HRESULT Opened(CZPtr<IDX11Texture>* _pcpPicture);
+    /// What is known better than these bytes: m_cpDeep.
+    HRESULT DeepPasses();
     HRESULT CellsLearn(IDX11Texture* _pPicture);
     HRESULT TexelsRead(IDX11Texture* _pTexture, const std::function<HRESULT(const D3D11_MAPPED_SUBRESOURCE&)>& _take);
     HRESULT PastEnsure(UNMIX_STATE& _state);
@@ -89,7 +96,6 @@ private:
     HRESULT GridsPut(const UNMIX_STATE& _state);
     HRESULT AfterPut(const UNMIX_STATE& _state);
     HRESULT RegionPut(GRID* _pGrid, const UNMIX_STATE& _state, const UNMIX_REGION& _region, int32_t _nBit);
-    ID3D11Texture2D* Deep() const;
     /// One of the passes over alpha: takes it, and leaves what becomes of it.
     HRESULT AlphaPass(eShader _eShader, DXGI_FORMAT _eFormat, std::span<const std::byte> _constants,
                       CZPtr<IDX11Texture>* _pcpAlpha);
@@ -105,7 +111,6 @@ private:
     void FrameDrop();
     void DeviceLeave();
 
-    DX11Converter m_converter;
     CGPUBackOff<PLAN> m_backOff{c_szClass};
     std::array<CZPtr<ID3D11PixelShader>, eS_Count> m_arrShaders;
     GRID m_gridCells;
@@ -122,5 +127,8 @@ private:
     // Of the frame under way
     IUnmixLearner* m_pLearner = nullptr;
     ENGINE_GPU_OPTIONS m_options = {};
+    UNMIX_SHADER_SAMPLES m_samples = {}; ///< of a texture in YUV
+    CZPtr<IDX11Texture> m_cpDeepMade;    ///< keeps what was rendered from going back to the cache
+    CZPtr<ID3D11Texture2D> m_cpDeep;     ///< the picture in 64ths of a level; null: bytes are all that is known
     CZPtr<IDX11Texture> m_cpResult;
 };

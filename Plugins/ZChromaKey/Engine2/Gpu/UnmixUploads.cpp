@@ -1,6 +1,10 @@
 #include "ZChromaKey/Engine2/Gpu/UnmixUploads.h"
 
+#include "Base/ZPixelFormats.h"
+#include "Base/ZPlanes.h"
 #include "Base/ZVideoProps.h"
+#include "Image/ImgKernels.h"
+#include "ZChromaKey/Engine2/Chroma.h"
 #include "ZChromaKey/Engine2/Edges.h"
 #include "ZChromaKey/Engine2/Pixels.h"
 #include "ZChromaKey/Engine2/Screen.h"
@@ -125,7 +129,57 @@ static_assert(eUV_Matte == 1 && eUV_Status == 2 && eUV_Plate == 3 && eUV_Foregro
                   eUV_Source == 6,
               "the shader has these numbers");
 
+void Fill(float (&_arr)[4], float _flt0, float _flt1, float _flt2, float _flt3)
+{
+    _arr[0] = _flt0;
+    _arr[1] = _flt1;
+    _arr[2] = _flt2;
+    _arr[3] = _flt3;
+}
+
+/// The samples of a picture, but for where they are.
+UNMIX_SAMPLES SamplesOf(const ZF_VID_PROPS& _vidProps, eZYMatrix _eMatrix)
+{
+    return Chroma_Samples(_vidProps, VidPtr_Build(&_vidProps, 0, false), _eMatrix);
+}
+
+void ScalesFill(const UNMIX_SAMPLES& _samples, UNMIX_SHADER_SAMPLES* _pSamples)
+{
+    CHROMA_JOB job = {};
+    job.samples = _samples;
+    Chroma_MakeScales(job);
+    Fill(_pSamples->arrLuma, job.luma.fltTimes, job.luma.fltAdd, job.fltLumaSum, job.fltPlate);
+    Fill(_pSamples->arrChroma, job.blue.fltTimes, job.blue.fltAdd, job.red.fltTimes, job.red.fltAdd);
+    Fill(_pSamples->arrTint, job.arrLuma[0], job.arrLuma[1], job.arrLuma[2], job.fltHalf);
+    Fill(_pSamples->arrGreen, job.arrGreen[0], job.arrGreen[1], 0, 0);
+    Fill(_pSamples->arrFit, job.fltFactor, job.fltFloor, job.fltLeastTint, c_fltChromaAcross);
+}
+
 } // namespace
+
+UNMIX_SHADER_SAMPLES UnmixUploads_Samples(const ZF_VID_PROPS& _vidProps, eZYMatrix _eMatrix)
+{
+    UNMIX_SHADER_SAMPLES result = {};
+    const UNMIX_SAMPLES samples = SamplesOf(_vidProps, _eMatrix);
+    const IMG_YUV_COEF& coef = Img_CoefFromYUV(_eMatrix);
+    Fill(result.anChroma, samples.nChromaWidth, samples.nChromaHeight, samples.nChromaDiv, 0);
+    Fill(result.anFromLuma, coef.nY, coef.nBlack, coef.nRV, 0);
+    Fill(result.anFromChroma, coef.nGU, coef.nGV, coef.nBU, 0);
+    ScalesFill(samples, &result);
+    if (samples.eLayout == UNMIX_SAMPLES::ePacked)
+    {
+        Fill(result.anPlanes, 0, samples.nLuma, samples.nU, samples.nV);
+        return result;
+    }
+    const eZChroma eChroma = FCC_Chroma(_vidProps.fccType);
+    const bool bTurns = eChroma == eZCh_Turns, bWords = samples.IsDeep();
+    const int nPlane = samples.nChromaWidth * samples.nChromaHeight;
+    const int nU = eChroma == eZCh_VU ? nPlane : 0;
+    Fill(result.anPlanes, 1, 0, nU, bTurns ? 1 : nPlane - nU);
+    Fill(result.anTexels, samples.nChromaWidth * (bTurns ? 2 : 1), bTurns ? 2 : 1, bWords ? 65535 : 255,
+         bWords ? 6 : 0);
+    return result;
+}
 
 UNMIX_CONSTANTS UnmixUploads_CellConstants(const ZF_VID_PROPS& _vidProps, bool _bAlpha)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ZMatrix.h"
 #include "DirectX/Shaders/UnmixEdgeShader.h"
 #include "DirectX/Shaders/UnmixShader.h"
 #include "Interfaces/ZVideoTypes.h"
@@ -26,6 +27,8 @@ struct UNMIX_UPLOADS
     std::vector<int16_t> vecPast; ///< only where UnmixUploads_Past was asked for it, by pixels of the frame
 };
 
+/// How the samples of a texture in YUV are read; DX_TextureDesc says how they lie.
+UNMIX_SHADER_SAMPLES UnmixUploads_Samples(const ZF_VID_PROPS& _vidProps, eZYMatrix _eMatrix);
 /// The constants that cells are made with. _bAlpha: the picture's alpha counts.
 UNMIX_CONSTANTS UnmixUploads_CellConstants(const ZF_VID_PROPS& _vidProps, bool _bAlpha);
 /// All but the differences of the frame before. _state: as Unmix_Learn left it; where no key was found, every pixel

@@ -265,6 +265,12 @@ float CoreAt( int2 pos, int nField )
     return saturate( 2.0 * ( here + ( there - here ) * share.y ) - 1.0 );
 }
 
+float4 Rounded( float4 value )
+{
+    float steps = float( deep.z );
+    return floor( clamp( value, 0.0, 255.0 ) * steps + 0.5 ) / steps;
+}
+
 float3 HueOf( float3 bgr )
 {
     float most = Most( bgr );
@@ -291,12 +297,6 @@ float Protection( float3 bgr )
         result = max( result, saturate( 3.0 - 2.0 * sqrt( dot( off, off ) ) ) );
     }
     return result;
-}
-// To what a channel of the result can be.
-float4 Rounded( float4 value )
-{
-    float steps = float( deep.z );
-    return floor( clamp( value, 0.0, 255.0 ) * steps + 0.5 ) / steps;
 }
 )";
 

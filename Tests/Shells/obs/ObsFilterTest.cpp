@@ -2,9 +2,12 @@
 #include "Shells/obs/ObsHost.h"
 
 #include <gtest/gtest.h>
+#include <util/bmem.h>
 #include <util/platform.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 
 namespace
 {
@@ -125,6 +128,33 @@ TEST(ObsFilter, TroubleIsSaidOnceAndPicturesPass)
     EXPECT_EQ(AlphaAt(keyed.Drawn(9), 2, 2), 255);
     keyed.Show({2, 2, std::vector<uint8_t>(16, 255)});
     EXPECT_EQ(keyed.Drawn().vecBGRA, std::vector<uint8_t>(16, 255));
+}
+
+// Sizes and settings change again and again, as on a long day. ZCK_OBS_FRAMES: how many frames of it, in place of 300.
+TEST(ObsFilter, GoesOnForAsLongAsItIsWanted)
+{
+    constexpr int c_nRound = 100;
+    const char* const pszFrames = std::getenv("ZCK_OBS_FRAMES");
+    const int nRounds = std::max((pszFrames ? std::atoi(pszFrames) : 300) / c_nRound, 1);
+    const OBS_PICTURE arrScenes[] = {ObsHost_Scene(320, 180), ObsHost_Scene(161, 91), ObsHost_Scene(1280, 720)};
+    ObsHost_TakeLog();
+    CObsKeyed keyed(arrScenes[0]);
+    long nWarm = 0;
+    for (int nRound = 0; nRound < nRounds; ++nRound)
+    {
+        obs_data_t* const pSettings = obs_data_create();
+        obs_data_set_double(pSettings, "param_choke", nRound % 3 * .5);
+        obs_source_update(keyed.Filter(), pSettings);
+        obs_data_release(pSettings);
+        const OBS_PICTURE& scene = arrScenes[static_cast<size_t>(nRound) % std::size(arrScenes)];
+        keyed.Show(scene);
+        const OBS_PICTURE drawn = keyed.Drawn(c_nRound);
+        ASSERT_EQ(AlphaAt(drawn, 2, 2), 0) << nRound;
+        ASSERT_EQ(AlphaAt(drawn, drawn.nWidth / 2, drawn.nHeight * 6 / 10), 255) << nRound;
+        nWarm = nRound == 2 ? bnum_allocs() : nWarm;
+    }
+    EXPECT_TRUE(nRounds <= 6 || bnum_allocs() <= nWarm + 8) << nWarm << " allocations became " << bnum_allocs();
+    EXPECT_EQ(ObsHost_TakeLog().find("rror"), std::string::npos);
 }
 
 // Run by itself, with ZCHROMAKEY_MODULE naming no file.

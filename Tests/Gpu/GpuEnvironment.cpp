@@ -66,6 +66,9 @@ size_t Gpu_TexelBytes(DXGI_FORMAT _eFormat)
     case DXGI_FORMAT_R16_UINT:
     case DXGI_FORMAT_R16_SINT:
         return 2;
+    case DXGI_FORMAT_R16G16B16A16_UINT:
+    case DXGI_FORMAT_R16G16B16A16_UNORM:
+        return 8;
     case DXGI_FORMAT_R32G32B32A32_UINT:
     case DXGI_FORMAT_R32G32B32A32_FLOAT:
         return 16;

@@ -1,15 +1,10 @@
 // The second generation on the GPU: the same pixels as on the CPU, what a frame costs, and what becomes of failures.
 
-#include "ZChromaKey/Engine2/Gpu/GPUUnmix.h"
-
 #include "Gpu/DeviceHooks.h"
-#include "Gpu/PipelineSupport.h"
-#include "Image/ImgPixel.h"
+#include "Gpu/UnmixStreams.h"
 #include "Sample/HardScene.h"
 #include "Support/LogCatcher.h"
-#include "Support/TestFrames.h"
 #include "ZChromaKey/Engine2/Output.h"
-#include "ZChromaKey/Engine2/UnmixScenes.h"
 #include "ZChromaKey/Objects/UnmixKeyer.h"
 
 #include <gtest/gtest.h>
@@ -19,91 +14,6 @@
 
 namespace
 {
-
-constexpr ENGINE_GPU_OPTIONS c_options = {true, false, eZYM_601, false, 1, true, 0};
-
-using BYTES = std::vector<uint8_t>;
-
-/// How far pictures are from what the CPU makes of them, in pixels.
-struct AGREEMENT
-{
-    int nPixels = 0;
-    int nAlphaOff = 0;  ///< by more than a level
-    int nColourOff = 0; ///< by more than two, where it is seen at all
-    int nMost = 0;      ///< levels
-
-    void Add(const BYTES& _vecGPU, const BYTES& _vecCPU)
-    {
-        ASSERT_EQ(_vecGPU.size(), _vecCPU.size());
-        for (size_t n = 0; n < _vecGPU.size(); n += 4)
-        {
-            const auto Off = [&](size_t _c) { return std::abs(_vecGPU[n + _c] - _vecCPU[n + _c]); };
-            const int nColour = std::max(Off(0), std::max(Off(1), Off(2)));
-            ++nPixels;
-            nAlphaOff += Off(3) > 1;
-            nColourOff += nColour > 2;
-            nMost = std::max(nMost, std::max(nColour, Off(3)));
-        }
-    }
-    /// Nearly all pixels agree.
-    void Check() const
-    {
-        EXPECT_LE(nAlphaOff * 1000, nPixels);
-        EXPECT_LE(nColourOff * 1000, nPixels);
-    }
-};
-
-/// A stream keyed on both.
-struct STREAMS
-{
-    GPUUnmix& keyer;
-    UNMIX_SETUP setup;
-    UNMIX_STATE cpu;
-    UNMIX_STATE gpu;
-    CSerialRunner runner;
-    bool bWords = false;
-
-    STREAMS(GPUUnmix& _keyer, const UNMIX_SETUP& _setup)
-        : keyer(_keyer)
-        , setup(_setup)
-    {
-    }
-    static UNMIX_RESULT ResultIn(BYTES* _pBytes, const UNMIX_INPUT& _input, bool _bWords = false)
-    {
-        const ptrdiff_t nStride = ptrdiff_t{_bWords ? 8 : 4} * _input.vidProps.nWidth;
-        _pBytes->assign(static_cast<size_t>(nStride) * std::abs(_input.vidProps.nHeight), 77);
-        return {_pBytes->data(), nStride, _bWords};
-    }
-    /// A result of words in bytes.
-    BYTES InBytes(const BYTES& _vecBytes) const
-    {
-        BYTES vecBytes;
-        for (size_t n = 0; n < _vecBytes.size() && bWords; n += 2)
-            vecBytes.push_back(Img_From16Bit(_vecBytes[n] | _vecBytes[n + 1] << 8));
-        return bWords ? vecBytes : _vecBytes;
-    }
-    HRESULT PixelsOnGPU(const UNMIX_INPUT& _input, const UNMIX_RESULT& _result)
-    {
-        UNMIX_PICTURE picture;
-        const HRESULT hr = Unmix_Open(gpu, _input, runner, &picture);
-        return FAILED(hr) ? hr : keyer.Pixels(gpu, picture, _result, c_options);
-    }
-    BYTES OnCPU(const UNMIX_INPUT& _input)
-    {
-        BYTES vecBytes;
-        Unmix_Frame(cpu, setup, _input, ResultIn(&vecBytes, _input, bWords), runner);
-        return InBytes(vecBytes);
-    }
-    BYTES OnGPU(const UNMIX_INPUT& _input)
-    {
-        BYTES vecBytes;
-        const UNMIX_RESULT result = ResultIn(&vecBytes, _input, bWords);
-        Unmix_Learn(gpu, setup, _input, runner);
-        EXPECT_EQ(PixelsOnGPU(_input, result), S_OK);
-        Unmix_Write(gpu, _input, result, runner, eUW_Finish);
-        return InBytes(vecBytes);
-    }
-};
 
 struct SETUP_CASE;
 
@@ -150,53 +60,6 @@ TEST_F(GpuUnmix, GivesTheCpusPixelsOfScenes)
             agreement.Check();
         }
     }
-}
-
-/// Learns from cells on the calling thread.
-struct LEARNER final : IUnmixLearner
-{
-    UNMIX_STATE& state;
-    const UNMIX_SETUP& setup;
-    CSerialRunner runner;
-
-    LEARNER(UNMIX_STATE& _state, const UNMIX_SETUP& _setup)
-        : state(_state)
-        , setup(_setup)
-    {
-    }
-    HRESULT Learn(const UNMIX_CELL_INPUT& _input) override
-    {
-        const HRESULT hr = Unmix_LearnCells(state, setup, _input, runner);
-        return FAILED(hr) ? hr : S_OK;
-    }
-    UNMIX_STATE& State() override
-    {
-        return state;
-    }
-};
-
-/// A scene in a texture of the tests' device.
-CZPtr<CZFrame> FrameOf(const SCENE& _scene, uint32_t _fccType = eZFCC_ARGB32, int _eInterlace = eZI_Progressive)
-{
-    const auto cpTexture = Gpu_Texture(static_cast<uint32_t>(_scene.nWidth), static_cast<uint32_t>(_scene.nHeight),
-                                       DXGI_FORMAT_B8G8R8A8_UNORM, _scene.vecBGRA);
-    return Gpu_TextureFrame(cpTexture.Get(), Gpu_Props(_fccType, _scene.nWidth, -_scene.nHeight, 0, _eInterlace));
-}
-
-BYTES PixelsIn(IZFFrame* _pFrame)
-{
-    return _pFrame ? Gpu_Read(Gpu_TextureIn(GPU_TextureOf(_pFrame).Get()).Get()) : BYTES();
-}
-
-/// A body that moves, with alpha of its own, noise, and a size that no cell divides.
-SCENE Moving(int _nFrame, int _nWidth = 157, int _nHeight = 91)
-{
-    SCENE scene =
-        BodyScene(_nWidth, _nHeight, 3, 1 + static_cast<uint32_t>(_nFrame), .02f * static_cast<float>(_nFrame));
-    uint8_t* const pRow = scene.vecBGRA.data() + ptrdiff_t{4} * 60 * _nWidth;
-    for (int x = 0; x < _nWidth / 2; ++x) // less than full alpha
-        pRow[4 * x + 3] = static_cast<uint8_t>(x);
-    return scene;
 }
 
 /// Masks of the frame's size with an edge in them.
@@ -276,7 +139,7 @@ void GpuUnmix::CheckSetup(const SETUP_CASE& _case, int32_t _eView)
     STREAMS streams(m_keyer, setup);
     UNMIX_STATE stateTexture;
     LEARNER learner(stateTexture, setup);
-    ENGINE_GPU_OPTIONS options = c_options;
+    ENGINE_GPU_OPTIONS options = c_unmixOptions;
     options.bPremultiply = _case.bPremultiply;
     AGREEMENT inMemory, inTexture;
     for (const int nFrame : {0, 1, 1, 2})
@@ -313,85 +176,6 @@ TEST_F(GpuUnmix, GivesTheCpusPixelsOfEverySetup)
         }
 }
 
-/// A scene in memory as a format's samples.
-CZPtr<CZFrame> SamplesOf(const SCENE& _scene, uint32_t _fccType, int _eInterlace)
-{
-    const bool bRGB = FCC_IsRGB(_fccType);
-    return TestFrame_Of(_scene.vecBGRA, _fccType, _scene.nWidth, bRGB ? -_scene.nHeight : _scene.nHeight, nullptr,
-                        _eInterlace);
-}
-
-UNMIX_INPUT InputOf(CZFrame* _pFrame)
-{
-    UNMIX_INPUT input = {PropsOf(_pFrame), {}};
-    EXPECT_EQ(_pFrame->VideoPtrGet(eZFP_Flip, &input.vidPtr), S_OK);
-    return input;
-}
-
-TEST_F(GpuUnmix, KeysEveryFormatInMemory)
-{
-    size_t nCase = 0;
-    for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_HDYC, eZFCC_YUY2, eZFCC_YVYU, eZFCC_NV12, eZFCC_I420, eZFCC_YV12,
-                                   eZFCC_I422, eZFCC_YV16, eZFCC_P010, eZFCC_v210, eZFCC_ARGB64})
-    {
-        const bool bFields = nCase % 2; // of 4:2:0 as well
-        if (Gpu_IsLeftOut(nCase++))
-            continue;
-        SCOPED_TRACE(ZFormat("%hs%hs", FCC_Name(fccType), bFields ? ", fields" : ""));
-        STREAMS streams(m_keyer, GreenSetup());
-        streams.bWords = fccType == eZFCC_P010 || fccType == eZFCC_ARGB64;
-        AGREEMENT agreement;
-        for (const int nFrame : {0, 1})
-        {
-            const auto cpFrame = SamplesOf(Moving(nFrame), fccType, bFields ? eZI_TopFirst : eZI_Progressive);
-            const UNMIX_INPUT input = InputOf(cpFrame.Get());
-            agreement.Add(streams.OnGPU(input), streams.OnCPU(input));
-        }
-        agreement.Check();
-    }
-}
-
-/// The same in a texture of the tests' device.
-CZPtr<CZFrame> SamplesInTexture(CZFrame* _pFrame)
-{
-    ZF_VID_PROPS vidProps = PropsOf(_pFrame);
-    const D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(vidProps);
-    vidProps.nRowBytes = 0;
-    return Gpu_TextureFrame(Gpu_Texture(desc.Width, desc.Height, desc.Format, Gpu_Pixels(_pFrame)).Get(), vidProps);
-}
-
-TEST_F(GpuUnmix, KeysTexturesOfEveryFormat)
-{
-    size_t nCase = 0;
-    for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_YUY2, eZFCC_NV12, eZFCC_NV12, eZFCC_HDYC, eZFCC_YV12, eZFCC_I422})
-    {
-        const bool bFields = nCase % 2;
-        if (Gpu_IsLeftOut(nCase++))
-            continue;
-        SCOPED_TRACE(ZFormat("%hs%hs", FCC_Name(fccType), bFields ? ", fields" : ""));
-        const UNMIX_SETUP setup = GreenSetup();
-        STREAMS streams(m_keyer, setup);
-        UNMIX_STATE state;
-        LEARNER learner(state, setup);
-        AGREEMENT agreement;
-        const int nHeight = bFields || FCC_IsPlanar(fccType) ? 90 : 91;
-        for (const int nFrame : {0, 1})
-        {
-            const SCENE scene = Moving(nFrame, 158, nHeight);
-            const auto cpFrame = SamplesOf(scene, fccType, bFields ? eZI_TopFirst : eZI_Progressive);
-            const UNMIX_INPUT input = InputOf(cpFrame.Get());
-            ENGINE_GPU_OPTIONS options = c_options;
-            options.eMatrix = Img_MatrixOf(input.vidProps);
-            CZPtr<IZFFrame> cpRes;
-            ASSERT_EQ(m_keyerTexture.Key(SamplesInTexture(cpFrame.Get()).Get(), learner, options, cpRes.Put()), S_OK);
-            agreement.Add(PixelsIn(cpRes.Get()), streams.OnCPU(input));
-            for (size_t n = 0; n < 2; ++n)
-                EXPECT_TRUE(state.arrFields[n].cells == streams.cpu.arrFields[n].cells);
-        }
-        agreement.Check();
-    }
-}
-
 D3D11_TEXTURE2D_DESC TextureDescOf(ID3D11Resource* _pTexture)
 {
     D3D11_TEXTURE2D_DESC desc = {};
@@ -406,12 +190,7 @@ bool IsRead(ID3D11Resource* _pTexture)
 int64_t BytesOf(ID3D11Resource* _pTexture)
 {
     const D3D11_TEXTURE2D_DESC desc = TextureDescOf(_pTexture);
-    const int nTexel = desc.Format == DXGI_FORMAT_R32G32B32A32_UINT || desc.Format == DXGI_FORMAT_R32G32B32A32_FLOAT
-                           ? 16
-                       : desc.Format == DXGI_FORMAT_R16G16B16A16_UINT ? 8
-                       : desc.Format == DXGI_FORMAT_R8_UNORM          ? 1
-                                                                      : 4;
-    return int64_t{nTexel} * desc.Width * desc.Height;
+    return static_cast<int64_t>(Gpu_TexelBytes(desc.Format)) * desc.Width * desc.Height;
 }
 
 /// What a frame has the device do, while it lives.
@@ -471,7 +250,7 @@ TEST_F(GpuUnmix, CostsWhatItMust)
             if (!row.bTexture)
                 return static_cast<void>(streams.OnGPU(InputOf(cpFrame.Get())));
             CZPtr<IZFFrame> cpRes;
-            EXPECT_EQ(m_keyer.Key(SamplesInTexture(cpFrame.Get()).Get(), learner, c_options, cpRes.Put()), S_OK);
+            EXPECT_EQ(m_keyer.Key(SamplesInTexture(cpFrame.Get()).Get(), learner, c_unmixOptions, cpRes.Put()), S_OK);
         };
         for (int n = 0; n < 3; ++n)
             fnKey(n);
@@ -514,7 +293,7 @@ TEST_F(GpuUnmix, FailsOneFrameWholeAndKeysTheNext)
         {
             STREAMS streams(m_keyer, setup);
             LEARNER learner(streams.gpu, setup);
-            EXPECT_EQ(m_keyer.Key(cpFrame.Get(), learner, c_options, CZPtr<IZFFrame>().Put()), S_OK);
+            EXPECT_EQ(m_keyer.Key(cpFrame.Get(), learner, c_unmixOptions, CZPtr<IZFFrame>().Put()), S_OK);
             m_keyer.Close();
         }
         const ULONG nRefs = RefsOf(Gpu_Device());
@@ -532,7 +311,7 @@ TEST_F(GpuUnmix, FailsOneFrameWholeAndKeysTheNext)
             if (!bTexture)
                 Unmix_Learn(streams.gpu, setup, scene.Input(), runner);
             const auto fnKey = [&] {
-                return bTexture ? m_keyer.Key(cpFrame.Get(), learner, c_options, cpRes.Put())
+                return bTexture ? m_keyer.Key(cpFrame.Get(), learner, c_unmixOptions, cpRes.Put())
                                 : streams.PixelsOnGPU(scene.Input(), result);
             };
             bFailed = faults.Try(++nCalls, E_FAIL, fnKey);

@@ -1,6 +1,6 @@
 // The keying engines: any key set, every format, small pictures. Frames of the first generation are held against a
-// literal restatement, streams of the second against themselves with the rows in another order, and no byte outside the
-// planes may be touched.
+// literal restatement, streams of the second against the plain kernels with the rows in another order, and no byte
+// outside the planes may be touched.
 
 #include "Support/ExactPicture.h"
 
@@ -250,12 +250,28 @@ public:
     }
 };
 
-/// What a stream is keyed with, and the masks that its setups point into: each at a place of its own.
+/// What a stream is keyed with, and the masks and plates that its setups point into: each at a place of its own.
 struct STREAM_SETUP
 {
     UNMIX_SETUP setup;
     std::vector<std::vector<uint8_t>> vecMasks;
 };
+
+/// A plate of any size, or the one there was, or none.
+void TakePlate(CByteReader& _in, const UNMIX_PLATE& _plateBefore, STREAM_SETUP* _pStream)
+{
+    const uint8_t nKind = _in.Byte();
+    if (nKind < 0xC0)
+        _pStream->setup.plate = nKind % 2 ? _plateBefore : UNMIX_PLATE();
+    if (nKind < 0xC0)
+        return;
+    const int nWidth = _in.Range(1, 90), nHeight = _in.Range(1, 50);
+    const SCENE_PAINT paint = {{_in.Take<uint32_t>(), _in.Take<uint32_t>()}, static_cast<uint8_t>(nKind & 0x1F), 9, 9};
+    std::vector<uint8_t>& vecPlate = _pStream->vecMasks.emplace_back(size_t{4} * static_cast<size_t>(nWidth * nHeight));
+    for (int y = 0; y < nHeight; ++y)
+        PaintRow(paint, 0, y, int64_t{4} * nWidth, 4, &vecPlate[size_t{4} * static_cast<size_t>(y * nWidth)]);
+    _pStream->setup.plate = {vecPlate.data(), nWidth, nHeight};
+}
 
 UNMIX_REGION TakeMask(CByteReader& _in, const CExactPicture& _picture, STREAM_SETUP* _pStream)
 {
@@ -273,6 +289,7 @@ void TakeSetup(CByteReader& _in, const CExactPicture& _picture, STREAM_SETUP* _p
 {
     const CHROMA_KEY2_RAW key = TakeKeys2(_in);
     UNMIX_SETUP& setup = _pStream->setup;
+    const UNMIX_PLATE plateBefore = setup.plate;
     setup = {};
     setup.params = UnmixParams_Of(key.params);
     setup.nKeys = key.nKeysUsed;
@@ -287,6 +304,24 @@ void TakeSetup(CByteReader& _in, const CExactPicture& _picture, STREAM_SETUP* _p
         setup.arrProtected[n].arrBGR[1] = static_cast<float>(key.arrProtected[n].dblGreen);
     for (UNMIX_REGION* const pRegion : {&setup.garbage, &setup.holdOut, &setup.backdrop})
         *pRegion = TakeMask(_in, _picture, _pStream);
+    TakePlate(_in, plateBefore, _pStream);
+}
+
+/// Has a stream keyed by the readable kernels, the reference of all others.
+void MakePlain(UNMIX_STATE* _pState)
+{
+    static const auto s_kernels = [] {
+        UNMIX_KERNELS kernels = {};
+        UnmixKernels_Init(&kernels, eSIMD_None);
+        return kernels;
+    }();
+    static const auto s_chroma = [] {
+        CHROMA_KERNELS kernels = {};
+        ChromaKernels_Init(&kernels, eSIMD_None);
+        return kernels;
+    }();
+    _pState->pKernels = &s_kernels;
+    _pState->pChroma = &s_chroma;
 }
 
 /// One frame of two streams that have to agree; the bytes of the result, none where it was refused.
@@ -316,6 +351,7 @@ std::vector<uint8_t> KeyBoth(const CExactPicture& _picture, const UNMIX_SETUP& _
 void CheckStream(CByteReader& _in)
 {
     UNMIX_STATE arrStates[2];
+    MakePlain(&arrStates[1]);
     STREAM_SETUP stream;
     std::unique_ptr<CExactPicture> upPicture = TakeScene(_in);
     TakeSetup(_in, *upPicture, &stream);

@@ -1,6 +1,6 @@
 // The plain C interface: any calls with any arguments from two threads at a time, pictures in memory that ends with
 // their last byte. Whatever comes in, answers are among those that are told of, a picture that was keyed is a picture,
-// and a document that was saved can be loaded.
+// also in the memory that it came in, and a document that was saved can be loaded.
 
 #include "Support/ExactPicture.h"
 
@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
@@ -97,6 +98,44 @@ struct RESULT_BLOCK
     }
 };
 
+/// A green backdrop and a body with grain, so that neighbours and noise count.
+void PaintScene(CByteReader& _in, const zck_frame& _frame)
+{
+    const int nLeft = _in.Range(0, _frame.width), nGrain = _in.Range(0, 15);
+    uint32_t nState = 1;
+    for (int y = 0; y < _frame.height; ++y)
+        for (int x = 0; x < _frame.width; ++x)
+        {
+            nState = nState * 1664525u + 1013904223u;
+            const uint32_t nColour = x >= nLeft && y >= _frame.height / 3 ? 0xFFC83C3C : 0xFF00B400;
+            const uint32_t nPixel = nColour + (nState >> 24 & static_cast<uint32_t>(nGrain)) * 0x010001;
+            std::memcpy(static_cast<uint8_t*>(_frame.planes[0]) + ptrdiff_t{y} * _frame.row_bytes[0] + ptrdiff_t{4} * x,
+                        &nPixel, sizeof(nPixel));
+        }
+}
+
+/// A picture in the place of its own result is keyed as if there were two. Nobody else edits meanwhile.
+void ProcessInPlace(CByteReader& _in, zck_keyer* _pKeyer)
+{
+    ZF_VID_PROPS vidProps = {};
+    vidProps.fccType = eZFCC_ARGB32;
+    vidProps.nWidth = _in.Range(1, 48);
+    vidProps.nHeight = _in.Range(1, 20);
+    const CExactPicture picture(vidProps, _in);
+    const zck_frame frame = FrameOf(picture, _in);
+    PaintScene(_in, frame);
+    RESULT_BLOCK result(frame, ZCK_FORMAT_ARGB32, 4, _in);
+    static_cast<void>(zck_key_color(_pKeyer, 0x00B400, ZCK_USE_ONLY));
+    const int nApart = zck_process(_pKeyer, &frame, &result.frame, nullptr);
+    const int nInPlace = zck_process(_pKeyer, &frame, &frame, nullptr);
+    FUZZ_REQUIRE(IsAnswer(nApart) && nInPlace == nApart);
+    for (int y = 0; nApart == ZCK_OK && y < frame.height; ++y)
+        FUZZ_REQUIRE(
+            std::memcmp(static_cast<uint8_t*>(frame.planes[0]) + ptrdiff_t{y} * frame.row_bytes[0],
+                        static_cast<uint8_t*>(result.frame.planes[0]) + ptrdiff_t{y} * result.frame.row_bytes[0],
+                        size_t{4} * static_cast<size_t>(frame.width)) == 0);
+}
+
 void Process(CByteReader& _in, zck_keyer* _pKeyer)
 {
     INPUT_PICTURE input(_in);
@@ -181,6 +220,11 @@ void Call(CByteReader _in, zck_keyer* _pKeyer, bool _bAlone)
         switch (_in.Byte() % 6)
         {
         case 0:
+            if (_bAlone)
+                ProcessInPlace(_in, _pKeyer);
+            else
+                Process(_in, _pKeyer);
+            break;
         case 1:
             Process(_in, _pKeyer);
             break;

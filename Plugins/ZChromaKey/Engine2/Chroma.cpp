@@ -192,5 +192,5 @@ CHROMA_JOB Chroma_Job(const UNMIX_STATE& _state, const FIELD_STATE& _field, cons
 void Chroma_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_SAMPLES& _samples, uint16_t* _pDeep0,
                  ptrdiff_t _nDeepStride, int _nFirst, int _nRows)
 {
-    ChromaKernels().pfnRebuild(Chroma_Job(_state, _field, _samples, _pDeep0, _nDeepStride), _nFirst, _nRows);
+    _state.pChroma->pfnRebuild(Chroma_Job(_state, _field, _samples, _pDeep0, _nDeepStride), _nFirst, _nRows);
 }

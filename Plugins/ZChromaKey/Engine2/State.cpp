@@ -37,8 +37,10 @@ void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFie
     UNMIX_STATE state;
     state.setup = _state.setup;
     state.pKernels = _state.pKernels;
+    state.pChroma = _state.pChroma;
     _state = {}; // before new memory is asked for
     _state.pKernels = state.pKernels;
+    _state.pChroma = state.pChroma;
     state.nWidth = _nWidth;
     state.nHeight = _nHeight;
     state.nFields = _nFields;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZChromaKey/Engine2/Grid.h"
+#include "ZChromaKey/Engine2/Kernels/ChromaKernels.h"
 #include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
 #include "ZChromaKey/Engine2/Params.h"
 
@@ -175,6 +176,7 @@ struct UNMIX_STATE
 {
     VEC4 gain{1, 1, 1, 1};                           ///< exposure of the last picture, to that of the first
     const UNMIX_KERNELS* pKernels = &UnmixKernels(); ///< any level gives the same bytes
+    const CHROMA_KERNELS* pChroma = &ChromaKernels();
     int nWidth = 0;
     int nHeight = 0;
     int nFields = 0;   ///< 1, or 2 for interlaced pictures

@@ -13,6 +13,74 @@ CHROMA_SCALE Scale(float _fltTimes, float _fltZero, float _fltAdd)
 {
     return {_fltTimes, _fltAdd - _fltZero * _fltTimes};
 }
+void Packed(UNMIX_SAMPLES& _samples, int _nLuma, int _nU, int _nV)
+{
+    _samples.eLayout = UNMIX_SAMPLES::ePacked;
+    _samples.nLuma = _nLuma;
+    _samples.nU = _nU;
+    _samples.nV = _nV;
+}
+
+void Planar(UNMIX_SAMPLES& _samples, const ZF_VID_PTR& _vidPtr, int _nChromaDiv, bool _bVFirst)
+{
+    _samples.eLayout = UNMIX_SAMPLES::ePlanar;
+    _samples.nChromaDiv = _nChromaDiv;
+    _samples.nChromaWidth = std::min(_vidPtr.szVideoPlanes[1].cx, _samples.nChromaWidth);
+    _samples.nChromaHeight = std::min(_vidPtr.szVideoPlanes[1].cy, (_samples.nHeight + _nChromaDiv - 1) / _nChromaDiv);
+    if (_bVFirst)
+    {
+        std::swap(_samples.arrRow0[1], _samples.arrRow0[2]);
+        std::swap(_samples.anStride[1], _samples.anStride[2]);
+    }
+}
+
+// Planes of luma, and of U and V in turn.
+void InTurn(UNMIX_SAMPLES& _samples, const ZF_VID_PTR& _vidPtr, int _nChromaDiv)
+{
+    Planar(_samples, _vidPtr, _nChromaDiv, false);
+    _samples.nChromaWidth = std::min(_vidPtr.szVideoPlanes[1].cx / 2, (_samples.nWidth + 1) / 2);
+}
+
+void TakeLayout(UNMIX_SAMPLES& _samples, uint32_t _fccType, const ZF_VID_PTR& _vidPtr)
+{
+    switch (_fccType)
+    {
+    case eZFCC_r210:
+        _samples.eLayout = UNMIX_SAMPLES::er210;
+        break;
+    case eZFCC_v210:
+        _samples.eLayout = UNMIX_SAMPLES::ev210;
+        break;
+    case eZFCC_YUY2:
+        return Packed(_samples, 0, 1, 3);
+    case eZFCC_YVYU:
+        return Packed(_samples, 0, 3, 1);
+    case eZFCC_UYVY:
+    case eZFCC_HDYC:
+        return Packed(_samples, 1, 0, 2);
+    case eZFCC_I420:
+    case eZFCC_YV12:
+        return Planar(_samples, _vidPtr, 2, _fccType == eZFCC_YV12);
+    case eZFCC_I422:
+    case eZFCC_Y422:
+    case eZFCC_Y444: // addressed with half-width chroma
+    case eZFCC_YV16:
+        return Planar(_samples, _vidPtr, 1, _fccType == eZFCC_YV16);
+    case eZFCC_P010:
+    case eZFCC_P210:
+        InTurn(_samples, _vidPtr, _fccType == eZFCC_P010 ? 2 : 1);
+        _samples.eLayout = UNMIX_SAMPLES::eP010;
+        break;
+    case eZFCC_NV12:
+        InTurn(_samples, _vidPtr, 2);
+        _samples.nChromaStep = 2;
+        _samples.arrRow0[2] = _samples.arrRow0[1] ? _samples.arrRow0[1] + 1 : nullptr;
+        _samples.anStride[2] = _samples.anStride[1];
+        break;
+    default:
+        break;
+    }
+}
 } // namespace
 
 UNMIX_SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr, eZYMatrix _eMatrix)
@@ -30,68 +98,7 @@ UNMIX_SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _v
     }
     samples.nChromaWidth = (samples.nWidth + 1) / 2;
     samples.nChromaHeight = samples.nHeight;
-    const auto Packed = [&](int _nLuma, int _nU, int _nV) {
-        samples.eLayout = UNMIX_SAMPLES::ePacked;
-        samples.nLuma = _nLuma;
-        samples.nU = _nU;
-        samples.nV = _nV;
-    };
-    const auto Planar = [&](int _nChromaDiv, bool _bVFirst) {
-        samples.eLayout = UNMIX_SAMPLES::ePlanar;
-        samples.nChromaDiv = _nChromaDiv;
-        samples.nChromaWidth = std::min(_vidPtr.szVideoPlanes[1].cx, samples.nChromaWidth);
-        samples.nChromaHeight =
-            std::min(_vidPtr.szVideoPlanes[1].cy, (samples.nHeight + _nChromaDiv - 1) / _nChromaDiv);
-        if (_bVFirst)
-        {
-            std::swap(samples.arrRow0[1], samples.arrRow0[2]);
-            std::swap(samples.anStride[1], samples.anStride[2]);
-        }
-    };
-    switch (_vidProps.fccType)
-    {
-    case eZFCC_r210:
-        samples.eLayout = UNMIX_SAMPLES::er210;
-        break;
-    case eZFCC_v210:
-        samples.eLayout = UNMIX_SAMPLES::ev210;
-        break;
-    case eZFCC_YUY2:
-        Packed(0, 1, 3);
-        break;
-    case eZFCC_YVYU:
-        Packed(0, 3, 1);
-        break;
-    case eZFCC_UYVY:
-    case eZFCC_HDYC:
-        Packed(1, 0, 2);
-        break;
-    case eZFCC_I420:
-    case eZFCC_YV12:
-        Planar(2, _vidProps.fccType == eZFCC_YV12);
-        break;
-    case eZFCC_I422:
-    case eZFCC_Y422:
-    case eZFCC_Y444: // addressed with half-width chroma
-    case eZFCC_YV16:
-        Planar(1, _vidProps.fccType == eZFCC_YV16);
-        break;
-    case eZFCC_P010:
-    case eZFCC_P210:
-        Planar(_vidProps.fccType == eZFCC_P010 ? 2 : 1, false);
-        samples.eLayout = UNMIX_SAMPLES::eP010;
-        samples.nChromaWidth = std::min(_vidPtr.szVideoPlanes[1].cx / 2, (samples.nWidth + 1) / 2);
-        break;
-    case eZFCC_NV12:
-        Planar(2, false);
-        samples.nChromaWidth = std::min(_vidPtr.szVideoPlanes[1].cx / 2, (samples.nWidth + 1) / 2);
-        samples.nChromaStep = 2;
-        samples.arrRow0[2] = samples.arrRow0[1] ? samples.arrRow0[1] + 1 : nullptr;
-        samples.anStride[2] = samples.anStride[1];
-        break;
-    default:
-        break;
-    }
+    TakeLayout(samples, _vidProps.fccType, _vidPtr);
     if (samples.nChromaWidth < 1 || samples.nChromaHeight < 1)
         samples.eLayout = UNMIX_SAMPLES::eNone;
     return samples;

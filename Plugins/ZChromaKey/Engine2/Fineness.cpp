@@ -1,11 +1,13 @@
 #include "ZChromaKey/Engine2/Fineness.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace
 {
 
-constexpr int c_nEvery = 3;            // cell of a diagonal is measured
+constexpr int c_nEvery = 3;            // cell of a row is measured,
+constexpr int c_nRowsEnough = 64;      // of about so many rows
 constexpr float c_fltLeastCells = 32;  // below that nothing is said
 constexpr float c_fltShared = .72f;    // fineness up to which chroma surely was shared
 constexpr float c_fltNotShared = .82f; // from which it was not
@@ -74,11 +76,12 @@ void Learn(const FINENESS_SUMS::AXIS& _seen, FINENESS_MEANS* _pMeans)
 void Fineness_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_PICTURE& _picture, int _nFirst,
                    int _nRows)
 {
+    const int nEveryRow = std::max(_field.cells.nHeight / c_nRowsEnough, 1);
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
         FINENESS_SUMS sums;
-        if ((y + 1) * c_nCell <= _picture.nHeight)
-            for (int x = y % c_nEvery; (x + 1) * c_nCell <= _picture.nWidth; x += c_nEvery)
+        if (y % nEveryRow == 0 && (y + 1) * c_nCell <= _picture.nHeight)
+            for (int x = y / nEveryRow % c_nEvery; (x + 1) * c_nCell <= _picture.nWidth; x += c_nEvery)
                 if (_field.bitsMixed.Get(x, y))
                 {
                     const uint8_t* const pCell = _picture.Row(y * c_nCell) + ptrdiff_t{4} * c_nCell * x;

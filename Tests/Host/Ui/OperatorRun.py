@@ -24,6 +24,11 @@ class Operator:
     def __init__(self, page, chance):
         self.page, self.chance = page, chance
 
+    def faults(self):
+        """What went wrong; the program may refuse what is asked, such as one colour too many, if the page says so."""
+        faults = self.page.faults()
+        return [fault for fault in faults if "status of 400" not in fault or not self.page.said()]
+
     def place(self):
         return self.chance.randrange(4, WIDTH - 4), self.chance.randrange(4, HEIGHT - 4)
 
@@ -118,7 +123,7 @@ def run(minutes, seed, folder):
             operator.act()
             actions += 1
             drawn += max(page.run("return zk.drawn") - before, 0)
-            faults = page.faults()
+            faults = operator.faults()
             if faults:
                 return [f"after {actions} actions: {fault}" for fault in faults]
         page.settle()

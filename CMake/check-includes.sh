@@ -58,6 +58,7 @@ room $T/Soak            $T/Sample $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Pr
 room $T/Bench           any # measures parts
 room $T/Licence         $P/Licence $I/Props $I/Base
 room $T/Quality         $T/Sample $T/Bench $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
+room $T/Guide           $T/Quality $T/Sample $T/Bench $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
 room $H/zkhost/Commands $H/zkhost/Ui $T/Sample $T/Bench $T/Soak $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
 room Tests              any
 room Fuzz               any

@@ -22,7 +22,8 @@ install(FILES Include/Base/ZPtr.h Include/Base/ZUnknown.h DESTINATION ${z_includ
 install(DIRECTORY Docs/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev)
 install(DIRECTORY Host/python/zchromakey DESTINATION lib/python3/dist-packages COMPONENT python
   PATTERN __pycache__ EXCLUDE)
-install(FILES LICENSE CHANGELOG.md Docs/HostGuide.md Docs/KeyingGuide.md Docs/KeyingPage.md Docs/Options.md Docs/keying.png
+install(FILES LICENSE CHANGELOG.md Docs/HostGuide.md Docs/KeyingGuide.md Docs/KeyingPage.md Docs/Options.md
+  Docs/guide-backdrop.png Docs/guide-solid.png Docs/guide-edges.png Docs/guide-colours.png Docs/guide-clip.png
   Docs/keyingpage.png Docs/keyingpage-areas.png Docs/keyingpage-tablet.png
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT keyer)
 

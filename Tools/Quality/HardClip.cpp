@@ -5,6 +5,8 @@
 #include "Kit/Result.h"
 #include "Sample/KeyScene.h"
 
+#include <cmath>
+
 namespace
 {
 
@@ -47,21 +49,44 @@ uint32_t HardClip_Ground(const HARD_SCENE& _scene)
     return c_arrGrounds[HardClip_Screen(_scene)];
 }
 
-std::vector<PICTURE> HardClip_Key(const HARD_CLIP& _clip, int _nGeneration)
+std::vector<PICTURE> HardClip_Key(const HARD_CLIP& _clip, int _nGeneration,
+                                  const std::function<void(CZKeyer&, size_t)>& _fnBefore)
 {
     CZKeyer keyer(CZModule::Own(), _nGeneration == 2 ? CLSID_ZChromaKey2 : CLSID_ZChromaKey);
     keyer.OptionSet(c_szOptionARGB, "true");
     keyer.OptionSet(c_szOptionGPUMode, "0");
     std::vector<PICTURE> vecKeyed;
-    for (const PICTURE& picture : _clip.vecPictures)
+    const auto fnResult = [&](IZFFrame* _pResult) { Picture_FromFrame(_pResult, vecKeyed.emplace_back()); };
+    for (size_t n = 0; n < _clip.vecPictures.size(); ++n)
     {
-        const auto cpFrame = KeyScene_Frame(picture, eZFCC_RGB32);
-        if (&picture == _clip.vecPictures.data() && !FindBackdrop(keyer, cpFrame.Get()))
+        const PICTURE& picture = _clip.vecPictures[n];
+        const uint32_t fccOwn = picture.bAlpha ? eZFCC_ARGB32 : eZFCC_RGB32;
+        const auto cpFrame = KeyScene_Frame(picture, _clip.fccType ? _clip.fccType : fccOwn);
+        if (n == 0 && !FindBackdrop(keyer, cpFrame.Get()))
             return _clip.vecPictures;
-        keyer.Process(cpFrame.Get(), [&](IZFFrame* _pResult) { Picture_FromFrame(_pResult, vecKeyed.emplace_back()); });
+        if (_fnBefore)
+            _fnBefore(keyer, n);
+        keyer.Process(cpFrame.Get(), fnResult);
     }
-    keyer.Finish([&](IZFFrame* _pResult) { Picture_FromFrame(_pResult, vecKeyed.emplace_back()); });
+    keyer.Finish(fnResult);
     return vecKeyed;
+}
+
+PICTURE HardClip_Over(const PICTURE& _picture, uint32_t _nGround, bool _bLinear)
+{
+    PICTURE picture = _picture;
+    picture.bAlpha = false;
+    const uint8_t arrGround[3] = {static_cast<uint8_t>(_nGround), static_cast<uint8_t>(_nGround >> 8),
+                                  static_cast<uint8_t>(_nGround >> 16)};
+    for (size_t n = 0; n < picture.vecPixels.size(); n += 4)
+    {
+        float arrBGR[3];
+        Score_Reference(&picture.vecPixels[n], arrGround, _bLinear, arrBGR);
+        for (size_t c = 0; c < 3; ++c)
+            picture.vecPixels[n + c] = static_cast<uint8_t>(std::lround(arrBGR[c]));
+        picture.vecPixels[n + 3] = 255;
+    }
+    return picture;
 }
 
 QUALITY HardClip_Score(const HARD_CLIP& _clip, const std::vector<PICTURE>& _vecKeyed)

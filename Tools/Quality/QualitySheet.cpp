@@ -3,7 +3,6 @@
 #include "zkhost/Files/Label.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 
 namespace
@@ -37,33 +36,6 @@ int64_t Interest(const PICTURE& _truth, const PICTURE& _keyed, int _nLeft, int _
     return nSum;
 }
 
-PICTURE OverGround(const PICTURE& _picture, uint32_t _nGround)
-{
-    PICTURE ground, picture = _picture;
-    ground.Resize(_picture.nWidth, _picture.nHeight, 4);
-    Picture_Fill(ground, 0, 0, ground.nWidth, ground.nHeight, _nGround);
-    Picture_Over(picture, ground);
-    return picture;
-}
-
-/// The truth, laid over as the scene was mixed.
-PICTURE TrueComposite(const HARD_CLIP& _clip)
-{
-    PICTURE picture = _clip.vecTruths.front();
-    const uint32_t nGround = HardClip_Ground(*_clip.pScene);
-    const uint8_t arrGround[3] = {static_cast<uint8_t>(nGround), static_cast<uint8_t>(nGround >> 8),
-                                  static_cast<uint8_t>(nGround >> 16)};
-    for (size_t n = 0; n < picture.vecPixels.size(); n += 4)
-    {
-        float arrBGR[3];
-        Score_Reference(&picture.vecPixels[n], arrGround, _clip.pScene->bLinear, arrBGR);
-        for (size_t c = 0; c < 3; ++c)
-            picture.vecPixels[n + c] = static_cast<uint8_t>(std::lround(arrBGR[c]));
-        picture.vecPixels[n + 3] = 255;
-    }
-    return picture;
-}
-
 } // namespace
 
 CQualitySheet::CQualitySheet(std::vector<std::string> _vecColumns, int _nRows)
@@ -87,6 +59,7 @@ void CQualitySheet::Put(int _nColumn, const PICTURE& _picture, int _nLeft, int _
 void CQualitySheet::Row(const HARD_CLIP& _clip, const std::vector<PICTURE>& _vecKeyed)
 {
     const PICTURE& truth = _clip.vecTruths.front();
+    const uint32_t nGround = HardClip_Ground(*_clip.pScene);
     int nLeft = 0, nTop = 0;
     int64_t nBest = -1;
     for (int y = 0; y + c_nTileHeight <= truth.nHeight; y += c_nSearchStep)
@@ -99,8 +72,8 @@ void CQualitySheet::Row(const HARD_CLIP& _clip, const std::vector<PICTURE>& _vec
             }
     Label_Draw(m_sheet, c_nGap, RowTop(m_nRow) + 5, 1, c_nInk, _clip.pScene->pszName);
     Put(0, _clip.vecPictures.front(), nLeft, nTop);
-    Put(1, TrueComposite(_clip), nLeft, nTop);
+    Put(1, HardClip_Over(truth, nGround, _clip.pScene->bLinear), nLeft, nTop);
     for (size_t n = 0; n < _vecKeyed.size(); ++n)
-        Put(static_cast<int>(n) + 2, OverGround(_vecKeyed[n], HardClip_Ground(*_clip.pScene)), nLeft, nTop);
+        Put(static_cast<int>(n) + 2, HardClip_Over(_vecKeyed[n], nGround, false), nLeft, nTop);
     ++m_nRow;
 }

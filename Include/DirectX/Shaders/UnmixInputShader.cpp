@@ -262,7 +262,7 @@ float2 PS( PS_INPUT input ) : SV_Target
             products += off.xyz * ( off.x * weight );
         }
     }
-    float free = sum.w * sum.w / 4096.0 * sum.x; // the weights have the sum 16
+    float free = min( sum.w / 128.0, 0.0625 ) * sum.x; // the weights have the sum 16
     float variance = max( products.x - free * sum.x, 0.0 ) + fit.y;
     float2 factors = ( products.yz - sum.yz * free ) * ( fit.x / variance );
     return clamp( factors, -3.0 * fit.x, 3.0 * fit.x );

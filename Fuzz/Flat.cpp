@@ -108,26 +108,37 @@ void PaintScene(CByteReader& _in, const zck_frame& _frame)
         {
             nState = nState * 1664525u + 1013904223u;
             const uint32_t nColour = x >= nLeft && y >= _frame.height / 3 ? 0xFFC83C3C : 0xFF00B400;
-            const uint32_t nPixel = nColour + (nState >> 24 & static_cast<uint32_t>(nGrain)) * 0x010001;
+            const uint32_t nGrey = nColour + (nState >> 24 & static_cast<uint32_t>(nGrain)) * 0x010001;
+            const bool bSwapped = _frame.format == ZCK_FORMAT_RGBA32;
+            const uint32_t nPixel =
+                bSwapped ? (nGrey & 0xFF00FF00) | (nGrey >> 16 & 0xFF) | (nGrey & 0xFF) << 16 : nGrey;
             std::memcpy(static_cast<uint8_t*>(_frame.planes[0]) + ptrdiff_t{y} * _frame.row_bytes[0] + ptrdiff_t{4} * x,
                         &nPixel, sizeof(nPixel));
         }
 }
 
-/// A picture in the place of its own result is keyed as if there were two. Nobody else edits meanwhile.
+/// A picture in the place of its own result is keyed as if there were two, also into another format. Nobody else edits
+/// meanwhile.
 void ProcessInPlace(CByteReader& _in, zck_keyer* _pKeyer)
 {
+    constexpr uint32_t c_arrIn[] = {ZCK_FORMAT_ARGB32, ZCK_FORMAT_RGB32, ZCK_FORMAT_RGBA32};
+    constexpr uint32_t c_arrOut[] = {ZCK_FORMAT_ARGB32, ZCK_FORMAT_RGBA32};
     ZF_VID_PROPS vidProps = {};
-    vidProps.fccType = eZFCC_ARGB32;
+    vidProps.fccType = _in.OneOf(c_arrIn);
     vidProps.nWidth = _in.Range(1, 48);
     vidProps.nHeight = _in.Range(1, 20);
-    const CExactPicture picture(vidProps, _in);
-    const zck_frame frame = FrameOf(picture, _in);
+    const auto nShape = _in.Take<uint16_t>(); // of its memory; what is left of it would fill the picture
+    CByteReader inShape(reinterpret_cast<const uint8_t*>(&nShape), sizeof(nShape));
+    const CExactPicture picture(vidProps, inShape);
+    zck_frame frame = FrameOf(picture, _in);
+    frame.fields = frame.matrix = frame.range = 0;
     PaintScene(_in, frame);
-    RESULT_BLOCK result(frame, ZCK_FORMAT_ARGB32, 4, _in);
+    RESULT_BLOCK result(frame, _in.OneOf(c_arrOut), 4, _in);
+    zck_frame frameOut = frame;
+    frameOut.format = result.frame.format;
     static_cast<void>(zck_key_color(_pKeyer, 0x00B400, ZCK_USE_ONLY));
     const int nApart = zck_process(_pKeyer, &frame, &result.frame, nullptr);
-    const int nInPlace = zck_process(_pKeyer, &frame, &frame, nullptr);
+    const int nInPlace = zck_process(_pKeyer, &frame, &frameOut, nullptr);
     FUZZ_REQUIRE(IsAnswer(nApart) && nInPlace == nApart);
     for (int y = 0; nApart == ZCK_OK && y < frame.height; ++y)
         FUZZ_REQUIRE(

@@ -35,7 +35,7 @@ room $P/Engine1         $P/Frame/FrameEngine.h $P/Engine1/Kernels $P/Engine1/Gpu
 room $P/Engine1/Kernels $I/Simd $I/Base
 room $P/Engine1/Gpu     $P/Frame/FrameEngine.h $P/Work/Kernels $X/Convert $X/Pipeline $X/Device $X/Shaders $I/Image $I/Base
 room $P/Engine2/UnmixFrameEngine.h $P/Frame/FrameEngine.h $I/Image $I/Base # what is asked of it
-room $P/Engine2/Gpu     $P/Engine2 $P/Frame/FrameEngine.h $X/Convert $X/Pipeline $X/Device $X/Shaders $I/Image $I/Base
+room $P/Engine2/Gpu     $P/Engine2 $P/Frame/FrameEngine.h $X/Pipeline $X/Device $X/Shaders $I/Image $I/Base
 room $P/Engine2         $P/Engine2/Gpu $P/Engine2/UnmixFrameEngine.h $P/Frame/FrameEngine.h $P/Work $I/Simd $I/Video $I/Image $I/Base
 room $P/Keys            $P/Config $I/Helpers $I/Image $I/Props $I/Base
 room $P/Keys2           $P/Config $I/Helpers $I/Image $I/Props $I/Base

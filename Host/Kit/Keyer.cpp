@@ -56,8 +56,9 @@ void CZKeyer::OptionNeed(const std::string& _strName, const std::string& _strVal
     BSTR bsBefore = nullptr;
     const HRESULT hr = m_cpProps->PropsGet(ZText_ToWide(_strName).c_str(), &bsBefore);
     const std::string strBefore = TakeText(bsBefore);
+    // Not the value of a need that was set before; and where there is none it is the default, which is not set.
+    m_mapNeeds.try_emplace(_strName, NEED{_strValue, hr == S_OK ? strBefore : ""}).first->second.strValue = _strValue;
     PropSet(_strName, _strValue);
-    m_mapNeeds[_strName] = {_strValue, hr == S_OK ? strBefore : ""}; // else it is the default, which is not set
 }
 
 void CZKeyer::PropSet(const std::string& _strName, const std::string& _strValue)
@@ -94,11 +95,13 @@ void CZKeyer::LoadFile(const std::string& _strPath)
     if (!Platform_Exists(_strPath))
         throw CZHostError(ZFormat("cannot open %s: there is no such file", _strPath));
     Result_Check(m_cpPersist->PersistLoad(ZText_ToWide(_strPath).c_str()), ZFormat("loading the keys of %s", _strPath));
+    m_mapNeeds.clear();
 }
 
 void CZKeyer::LoadDocument(const std::string& _strDocument)
 {
     Result_Check(m_cpPersist->PersistLoad(ZText_ToWide(_strDocument).c_str()), "loading keys out of a document");
+    m_mapNeeds.clear();
 }
 
 std::string CZKeyer::Document()

@@ -65,7 +65,8 @@ FREI0R_ENTRY int f0r_init(); ///< 1: may be used
 FREI0R_ENTRY void f0r_deinit();
 FREI0R_ENTRY void f0r_get_plugin_info(FREI0R_PLUGIN* _pInfo);
 FREI0R_ENTRY void f0r_get_param_info(FREI0R_PARAM* _pInfo, int _nParam);
-FREI0R_ENTRY FREI0R_INSTANCE f0r_construct(unsigned _nWidth, unsigned _nHeight); ///< null: out of memory
+FREI0R_ENTRY FREI0R_INSTANCE f0r_construct(unsigned _nWidth,
+                                           unsigned _nHeight); ///< null: no size of a picture, or out of memory
 FREI0R_ENTRY void f0r_destruct(FREI0R_INSTANCE _pInstance);
 FREI0R_ENTRY void f0r_set_param_value(FREI0R_INSTANCE _pInstance, void* _pValue, int _nParam);
 FREI0R_ENTRY void f0r_get_param_value(FREI0R_INSTANCE _pInstance, void* _pValue, int _nParam);

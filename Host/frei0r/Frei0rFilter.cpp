@@ -70,6 +70,19 @@ uint32_t Rgb(const FREI0R_COLOR& _color)
     return Byte(_color.fltRed) << 16 | Byte(_color.fltGreen) << 8 | Byte(_color.fltBlue);
 }
 
+// The number of a slider among the keyer's parameters; past their end where it is none.
+size_t SliderNumber(int _nParam)
+{
+    return static_cast<size_t>(int64_t{_nParam} - c_nOwn);
+}
+
+// The parameter of a number of the host's; null where there is none.
+const zck_param* Slider(int _nParam)
+{
+    const size_t nSlider = SliderNumber(_nParam);
+    return nSlider < ShellParams_Get().size() ? &ShellParams_Get()[nSlider] : nullptr;
+}
+
 // Sliders run from 0 to 1. Hosts write them down with six digits; the thousandth is what was meant.
 double FromSlider(const zck_param& _param, double _dblSlider)
 {
@@ -141,19 +154,18 @@ void f0r_get_plugin_info(FREI0R_PLUGIN* _pInfo)
 
 void f0r_get_param_info(FREI0R_PARAM* _pInfo, int _nParam)
 {
-    if (_nParam < c_nOwn)
-    {
+    if (_nParam >= 0 && _nParam < c_nOwn)
         *_pInfo = c_arrOwn[_nParam];
-        return;
-    }
-    const zck_param& param = ShellParams_Get()[static_cast<size_t>(_nParam - c_nOwn)];
-    *_pInfo = {param.name, eF0T_Number, param.help};
+    else if (const zck_param* const pParam = Slider(_nParam))
+        *_pInfo = {pParam->name, eF0T_Number, pParam->help};
 }
 
 FREI0R_INSTANCE f0r_construct(unsigned _nWidth, unsigned _nHeight)
 {
+    constexpr unsigned c_nMost = 1u << 26; // pixels a side, as the keyer takes them
     FILTER* pFilter = nullptr;
-    Guarded([&] { pFilter = new FILTER(_nWidth, _nHeight); });
+    if (_nWidth > 0 && _nHeight > 0 && _nWidth <= c_nMost && _nHeight <= c_nMost)
+        Guarded([&] { pFilter = new FILTER(_nWidth, _nHeight); });
     return pFilter;
 }
 
@@ -172,10 +184,10 @@ void f0r_set_param_value(FREI0R_INSTANCE _pInstance, void* _pValue, int _nParam)
             filter.keyer.KeysSet(*ppszText ? *ppszText : "");
         else if (_nParam == c_nStills)
             filter.keyer.StillsSet(*static_cast<const double*>(_pValue) >= 0.5);
-        else if (_nParam < c_nOwn)
+        else if (_nParam == c_nColor || _nParam == c_nProtect)
             SetColor(filter, _nParam, *static_cast<const FREI0R_COLOR*>(_pValue));
-        else if (const size_t n = static_cast<size_t>(_nParam - c_nOwn); n < ShellParams_Get().size())
-            filter.keyer.ParamSet(n, FromSlider(ShellParams_Get()[n], *static_cast<const double*>(_pValue)));
+        else if (const zck_param* const pParam = Slider(_nParam))
+            filter.keyer.ParamSet(SliderNumber(_nParam), FromSlider(*pParam, *static_cast<const double*>(_pValue)));
     });
 }
 
@@ -187,10 +199,10 @@ void f0r_get_param_value(FREI0R_INSTANCE _pInstance, void* _pValue, int _nParam)
         *static_cast<const char**>(_pValue) = filter.keyer.KeysGet().c_str();
     else if (_nParam == c_nStills)
         *static_cast<double*>(_pValue) = filter.keyer.StillsGet() ? 1 : 0;
-    else if (_nParam < c_nOwn)
+    else if (_nParam == c_nColor || _nParam == c_nProtect)
         *static_cast<FREI0R_COLOR*>(_pValue) = filter.arrColors[_nParam];
-    else if (const size_t n = static_cast<size_t>(_nParam - c_nOwn); n < ShellParams_Get().size())
-        *static_cast<double*>(_pValue) = ToSlider(ShellParams_Get()[n], filter.keyer.ParamGet(n));
+    else if (const zck_param* const pParam = Slider(_nParam))
+        *static_cast<double*>(_pValue) = ToSlider(*pParam, filter.keyer.ParamGet(SliderNumber(_nParam)));
 }
 
 void f0r_update(FREI0R_INSTANCE _pInstance, double _dblTime, const uint32_t* _pIn, uint32_t* _pOut)

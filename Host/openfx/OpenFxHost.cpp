@@ -1,6 +1,8 @@
 #include "openfx/OpenFxHost.h"
 
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 
 namespace
@@ -77,7 +79,18 @@ void COpenFxImage::Read(const char* _pszClip)
     m_pData = static_cast<unsigned char*>(pData);
     const bool bKnown = strDepth == "OfxBitDepthByte" || m_eDepth != EOpenFxDepth::eByte;
     const bool bRgba = OpenFx_Text(m_hImage, "OfxImageEffectPropComponents") == "OfxImageComponentRGBA";
-    if (!m_pData || !bKnown || !bRgba || Width() <= 0 || Height() <= 0)
+    if (!m_pData || !bKnown || !bRgba || !HasRows())
         throw std::runtime_error(std::string("the picture of the clip ") + _pszClip +
-                                 " is not RGBA of 8 or 16 bits or float");
+                                 " is not RGBA of 8 or 16 bits or float, in rows that hold its bounds");
+}
+
+bool COpenFxImage::HasRows() const
+{
+    constexpr int64_t c_nMost = int64_t{1} << 26; // pixels a side, as the keyer takes them
+    const int64_t nWidth = int64_t{m_arrBounds[2]} - m_arrBounds[0];
+    const int64_t nHeight = int64_t{m_arrBounds[3]} - m_arrBounds[1];
+    const int64_t cbSample = m_eDepth == EOpenFxDepth::eByte ? 1 : m_eDepth == EOpenFxDepth::eShort ? 2 : 4;
+    const bool bWhole = (reinterpret_cast<intptr_t>(m_pData) | m_nRowBytes) % cbSample == 0;
+    return bWhole && nWidth > 0 && nHeight > 0 && nWidth <= c_nMost && nHeight <= c_nMost &&
+           std::abs(int64_t{m_nRowBytes}) >= nWidth * 4 * cbSample;
 }

@@ -76,6 +76,8 @@ public:
 
 private:
     void Read(const char* _pszClip);
+    /// Whether the bounds are those of a picture, whose rows lie clear of each other, their samples at whole places.
+    bool HasRows() const;
 
     OFX_PROPS m_hImage = nullptr;
     unsigned char* m_pData = nullptr;

@@ -15,13 +15,14 @@ OFX_PARAM Param(OFX_PARAMS _hParams, const char* _pszName)
     return hParam;
 }
 
-// Where the pixels asked for, those of the source and those of the result meet: x1, y1, x2, y2.
+// Where the pixels asked for, those of the source and those of the result meet: x1, y1, x2, y2, all of them within
+// the bounds of the other, also where there is nothing between them.
 std::array<int, 4> Common(std::array<int, 4> _arrOne, const std::array<int, 4>& _arrOther)
 {
     for (const size_t n : {0u, 1u})
     {
-        _arrOne[n] = std::max(_arrOne[n], _arrOther[n]);
-        _arrOne[n + 2] = std::max(_arrOne[n], std::min(_arrOne[n + 2], _arrOther[n + 2]));
+        _arrOne[n] = std::clamp(_arrOne[n], _arrOther[n], _arrOther[n + 2]);
+        _arrOne[n + 2] = std::clamp(_arrOne[n + 2], _arrOne[n], _arrOther[n + 2]);
     }
     return _arrOne;
 }
@@ -122,7 +123,7 @@ void COpenFxKeyer::Key(const COpenFxImage& _source, const COpenFxImage& _result,
         Clear<T>(_result, arrWindow);
     const std::ptrdiff_t nSkip = static_cast<std::ptrdiff_t>(arrBoth[0] - arrSource[0]) * 4;
     const int nPixels = arrBoth[2] - arrBoth[0];
-    for (int y = arrBoth[1]; y < arrBoth[3]; ++y)
+    for (int y = arrBoth[1]; nPixels > 0 && y < arrBoth[3]; ++y)
     {
         const T* const pSource = _source.At<T>(arrBoth[0], y);
         T* const pTo = _result.At<T>(arrBoth[0], y);

@@ -1,6 +1,7 @@
 #include "openfx/OpenFxKeyer.h"
 
 #include <exception>
+#include <memory>
 #include <new>
 #include <string_view>
 
@@ -16,14 +17,23 @@ template <class Suite> void Fetch(const char* _pszName, const Suite*& _pSuite)
     _pSuite = static_cast<const Suite*>(g_pHost->pfnFetchSuite(g_pHost->hProps, _pszName, 1));
 }
 
+bool HasSuites()
+{
+    const OPENFX_HOST& host = OpenFxHost();
+    return host.pProps && host.pEffects && host.pParams;
+}
+
 OFX_STATUS Load(OFX_EFFECT, OFX_PROPS, OFX_PROPS)
 {
     OPENFX_HOST& host = OpenFxHost();
+    host = {};
+    if (!g_pHost)
+        return c_nOfxMissingFeature;
     Fetch("OfxPropertySuite", host.pProps);
     Fetch("OfxImageEffectSuite", host.pEffects);
     Fetch("OfxParameterSuite", host.pParams);
     Fetch("OfxMessageSuite", host.pMessages);
-    return host.pProps && host.pEffects && host.pParams ? c_nOfxOk : c_nOfxMissingFeature;
+    return HasSuites() ? c_nOfxOk : c_nOfxMissingFeature;
 }
 
 OFX_PROPS PropsOf(OFX_EFFECT _hEffect)
@@ -78,11 +88,10 @@ OFX_STATUS DescribeInContext(OFX_EFFECT _hEffect, OFX_PROPS, OFX_PROPS)
     return c_nOfxOk;
 }
 
-OFX_STATUS Create(OFX_EFFECT _hEffect, OFX_PROPS, OFX_PROPS)
+// The host keeps the instance for us; one that refuses to would never hand it back.
+OFX_STATUS SetKeyer(OFX_EFFECT _hEffect, COpenFxKeyer* _pKeyerOrNull)
 {
-    auto* const pKeyer = new COpenFxKeyer(_hEffect);
-    OpenFxHost().pProps->pfnSetPointer(PropsOf(_hEffect), "OfxPropInstanceData", 0, pKeyer);
-    return c_nOfxOk;
+    return OpenFxHost().pProps->pfnSetPointer(PropsOf(_hEffect), "OfxPropInstanceData", 0, _pKeyerOrNull);
 }
 
 COpenFxKeyer* KeyerOf(OFX_EFFECT _hEffect)
@@ -92,9 +101,19 @@ COpenFxKeyer* KeyerOf(OFX_EFFECT _hEffect)
     return static_cast<COpenFxKeyer*>(pKeyer);
 }
 
+OFX_STATUS Create(OFX_EFFECT _hEffect, OFX_PROPS, OFX_PROPS)
+{
+    auto upKeyer = std::make_unique<COpenFxKeyer>(_hEffect);
+    if (SetKeyer(_hEffect, upKeyer.get()) != c_nOfxOk)
+        return c_nOfxFailed;
+    static_cast<void>(upKeyer.release()); // until Destroy
+    return c_nOfxOk;
+}
+
 OFX_STATUS Destroy(OFX_EFFECT _hEffect, OFX_PROPS, OFX_PROPS)
 {
-    delete KeyerOf(_hEffect);
+    const std::unique_ptr<COpenFxKeyer> upKeyer(KeyerOf(_hEffect));
+    SetKeyer(_hEffect, nullptr); // a host that still asks for pictures gets none
     return c_nOfxOk;
 }
 
@@ -130,11 +149,12 @@ constexpr ACTION c_arrActions[] = {
 OFX_STATUS Main(const char* _pszAction, const void* _pHandle, OFX_PROPS _hIn, OFX_PROPS _hOut)
 {
     const auto hEffect = static_cast<OFX_EFFECT>(const_cast<void*>(_pHandle));
+    const std::string_view svAction = _pszAction ? _pszAction : "";
     try
     {
         for (const ACTION& action : c_arrActions)
-            if (action.svName == _pszAction)
-                return action.pfnDo(hEffect, _hIn, _hOut);
+            if (action.svName == svAction) // some hosts go on where a suite is missing
+                return action.pfnDo == Load || HasSuites() ? action.pfnDo(hEffect, _hIn, _hOut) : c_nOfxMissingFeature;
         return c_nOfxDefault;
     }
     catch (const std::bad_alloc&)

@@ -2,6 +2,7 @@
 
 #include "Base/ZText.h"
 
+#include <new>
 #include <utility>
 
 /// Owns a BSTR. Used by one thread at a time.
@@ -9,10 +10,12 @@ class CZBStr
 {
 public:
     CZBStr() = default;
-    /// A copy of UTF-8 text. Throws bad_alloc, or is null where the system has no memory for a string.
+    /// A copy of UTF-8 text. Throws bad_alloc, also where the system has no memory for a string: null would count as
+    /// an empty one.
     explicit CZBStr(std::string_view _svText)
     {
-        ZText_HandOut(_svText, &m_bsText);
+        if (FAILED(ZText_HandOut(_svText, &m_bsText)))
+            throw std::bad_alloc();
     }
     CZBStr(CZBStr&& _other) noexcept
         : m_bsText(_other.Detach())

@@ -6,6 +6,8 @@
 #include "DirectX/Shaders/DXVShader.h"
 #include "DirectX/Shaders/KeyShader.h"
 #include "DirectX/Shaders/SmoothShader.h"
+#include "DirectX/Shaders/UnmixEdgeShader.h"
+#include "DirectX/Shaders/UnmixShader.h"
 #include "DirectX/Shaders/VertexShader.h"
 #include "Interfaces/ZVideoTypes.h"
 #include "Support/LogCatcher.h"
@@ -71,8 +73,11 @@ void ExpectCompiles(const std::string& _strText, eDX_Shader _eShader)
 
 TEST(ShaderCompile, EveryTextCompilesForEveryProfile)
 {
-    TEXTS setTexts = {AlphaMaskShader_Text(), SmoothShader_Text({}), SmoothShader_Text({true}),
-                      SmoothShader_Text({false, true})};
+    TEXTS setTexts = {AlphaMaskShader_Text(),           SmoothShader_Text({}),     SmoothShader_Text({true}),
+                      SmoothShader_Text({false, true}), UnmixCellsShader_Text(),   UnmixPastShader_Text(),
+                      UnmixOpenShader_Text(),           UnmixFactorsShader_Text(), UnmixDeepShader_Text(),
+                      UnmixPixelShader_Text(),          UnmixAlphaShader_Text(),   UnmixChokeShader_Text(),
+                      UnmixBlurShader_Text(),           UnmixEdgedShader_Text()};
     AddKeys(&setTexts);
     AddConversions(&setTexts);
     setTexts.erase("");

@@ -9,11 +9,6 @@ namespace
 CZPtr<ID3D11Device> g_cpDevice;
 CZPtr<ID3D11DeviceContext> g_cpContext;
 
-size_t BytesPerTexel(DXGI_FORMAT _eFormat)
-{
-    return _eFormat == DXGI_FORMAT_R8_UNORM ? 1 : 4;
-}
-
 /// Watches what each test leaves behind.
 class CLeakWatch final : public testing::EmptyTestEventListener
 {
@@ -61,6 +56,24 @@ class CGpuEnvironment final : public testing::Environment
 
 } // namespace
 
+size_t Gpu_TexelBytes(DXGI_FORMAT _eFormat)
+{
+    switch (_eFormat)
+    {
+    case DXGI_FORMAT_R8_UNORM:
+    case DXGI_FORMAT_R8_UINT:
+        return 1;
+    case DXGI_FORMAT_R16_UINT:
+    case DXGI_FORMAT_R16_SINT:
+        return 2;
+    case DXGI_FORMAT_R32G32B32A32_UINT:
+    case DXGI_FORMAT_R32G32B32A32_FLOAT:
+        return 16;
+    default:
+        return 4;
+    }
+}
+
 ID3D11Device* Gpu_Device()
 {
     return g_cpDevice.Get();
@@ -96,7 +109,7 @@ CZPtr<ID3D11Texture2D> Gpu_Texture(uint32_t _nWidth, uint32_t _nHeight, DXGI_FOR
 {
     const CD3D11_TEXTURE2D_DESC desc(_eFormat, _nWidth, _nHeight, 1, 1,
                                      D3D11_BIND_SHADER_RESOURCE | D3D11_BIND_RENDER_TARGET);
-    const D3D11_SUBRESOURCE_DATA data = {_vecBytes.data(), static_cast<UINT>(_nWidth * BytesPerTexel(_eFormat)), 0};
+    const D3D11_SUBRESOURCE_DATA data = {_vecBytes.data(), static_cast<UINT>(_nWidth * Gpu_TexelBytes(_eFormat)), 0};
     CZPtr<ID3D11Texture2D> cpTexture;
     EXPECT_EQ(_pDevice->CreateTexture2D(&desc, _vecBytes.empty() ? nullptr : &data, cpTexture.Put()), S_OK);
     return cpTexture;
@@ -150,7 +163,7 @@ std::vector<uint8_t> Gpu_Read(ID3D11Texture2D* _pTexture)
     EXPECT_EQ(cpContext->Map(cpStaging.Get(), 0, D3D11_MAP_READ, 0, &mapped), S_OK);
     if (!mapped.pData)
         return vecBytes;
-    const size_t cbRow = desc.Width * BytesPerTexel(desc.Format);
+    const size_t cbRow = desc.Width * Gpu_TexelBytes(desc.Format);
     vecBytes.resize(cbRow * desc.Height);
     for (size_t nRow = 0; nRow < desc.Height; ++nRow)
         std::memcpy(&vecBytes[nRow * cbRow], static_cast<const uint8_t*>(mapped.pData) + nRow * mapped.RowPitch, cbRow);

@@ -22,6 +22,7 @@ CZPtr<ID3D11Device> Gpu_OtherDevice();
 /// every case; on others, where compiling shaders takes most of the time, one in seven shows what differs.
 bool Gpu_IsLeftOut(size_t _nCase);
 
+size_t Gpu_TexelBytes(DXGI_FORMAT _eFormat);
 /// A texture of one level that shaders can read and draw to; the bytes of its rows, or undefined content.
 CZPtr<ID3D11Texture2D> Gpu_Texture(uint32_t _nWidth, uint32_t _nHeight,
                                    DXGI_FORMAT _eFormat = DXGI_FORMAT_B8G8R8A8_UNORM,

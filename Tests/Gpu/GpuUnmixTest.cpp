@@ -4,6 +4,7 @@
 
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/PipelineSupport.h"
+#include "Image/ImgPixel.h"
 #include "Sample/HardScene.h"
 #include "Support/LogCatcher.h"
 #include "Support/TestFrames.h"
@@ -60,32 +61,47 @@ struct STREAMS
     UNMIX_STATE cpu;
     UNMIX_STATE gpu;
     CSerialRunner runner;
+    bool bWords = false;
 
     STREAMS(GPUUnmix& _keyer, const UNMIX_SETUP& _setup)
         : keyer(_keyer)
         , setup(_setup)
     {
     }
-    static UNMIX_RESULT ResultIn(BYTES* _pBytes, const UNMIX_INPUT& _input)
+    static UNMIX_RESULT ResultIn(BYTES* _pBytes, const UNMIX_INPUT& _input, bool _bWords = false)
     {
-        const ptrdiff_t nStride = ptrdiff_t{4} * _input.vidProps.nWidth;
+        const ptrdiff_t nStride = ptrdiff_t{_bWords ? 8 : 4} * _input.vidProps.nWidth;
         _pBytes->assign(static_cast<size_t>(nStride) * std::abs(_input.vidProps.nHeight), 77);
-        return {_pBytes->data(), nStride, false};
+        return {_pBytes->data(), nStride, _bWords};
+    }
+    /// A result of words in bytes.
+    BYTES InBytes(const BYTES& _vecBytes) const
+    {
+        BYTES vecBytes;
+        for (size_t n = 0; n < _vecBytes.size() && bWords; n += 2)
+            vecBytes.push_back(Img_From16Bit(_vecBytes[n] | _vecBytes[n + 1] << 8));
+        return bWords ? vecBytes : _vecBytes;
+    }
+    HRESULT PixelsOnGPU(const UNMIX_INPUT& _input, const UNMIX_RESULT& _result)
+    {
+        UNMIX_PICTURE picture;
+        const HRESULT hr = Unmix_Open(gpu, _input, runner, &picture);
+        return FAILED(hr) ? hr : keyer.Pixels(gpu, picture, _result, c_options);
     }
     BYTES OnCPU(const UNMIX_INPUT& _input)
     {
         BYTES vecBytes;
-        Unmix_Frame(cpu, setup, _input, ResultIn(&vecBytes, _input), runner);
-        return vecBytes;
+        Unmix_Frame(cpu, setup, _input, ResultIn(&vecBytes, _input, bWords), runner);
+        return InBytes(vecBytes);
     }
     BYTES OnGPU(const UNMIX_INPUT& _input)
     {
         BYTES vecBytes;
-        const UNMIX_RESULT result = ResultIn(&vecBytes, _input);
+        const UNMIX_RESULT result = ResultIn(&vecBytes, _input, bWords);
         Unmix_Learn(gpu, setup, _input, runner);
-        EXPECT_EQ(keyer.Pixels(gpu, _input, result, c_options), S_OK);
+        EXPECT_EQ(PixelsOnGPU(_input, result), S_OK);
         Unmix_Write(gpu, _input, result, runner, eUW_Finish);
-        return vecBytes;
+        return InBytes(vecBytes);
     }
 };
 
@@ -225,6 +241,23 @@ const SETUP_CASE c_arrSetups[] = {
          _p->arrProtected[0] = {{c_colGreen.b * .9f, c_colGreen.g * .9f, c_colGreen.r * .9f}, 12, .1f, .03f};
          _p->arrProtected[1] = {{c_colCoat.b, c_colCoat.g, c_colCoat.r}};
      }},
+    {"edges outwards", [](UNMIX_SETUP* _p) { _p->params.fltChoke = -10; }},
+    {"edges blurred", [](UNMIX_SETUP* _p) { _p->params.fltSoften = .6f; }},
+    {"edges of fields, premultiplied",
+     [](UNMIX_SETUP* _p) {
+         _p->params.fltChoke = -.4f;
+         _p->params.fltSoften = 10;
+         _p->params.fltShadows = 80;
+     },
+     eZI_TopFirst, true},
+    {"regions, edges inwards",
+     [](UNMIX_SETUP* _p) {
+         static const BYTES s_vecLeft = Region(10, 40), s_vecMiddle = Region(70, 90);
+         _p->garbage = {s_vecMiddle.data(), 157};
+         _p->holdOut = {s_vecLeft.data(), 157};
+         _p->params.fltChoke = 1.3f;
+         _p->params.fltSoften = 2;
+     }},
     {"regions",
      [](UNMIX_SETUP* _p) {
          static const BYTES s_vecLeft = Region(10, 40), s_vecMiddle = Region(70, 90), s_vecRight = Region(120, 150);
@@ -280,60 +313,185 @@ TEST_F(GpuUnmix, GivesTheCpusPixelsOfEverySetup)
         }
 }
 
-TEST_F(GpuUnmix, KeysTexturesOfOtherSamples)
+/// A scene in memory as a format's samples.
+CZPtr<CZFrame> SamplesOf(const SCENE& _scene, uint32_t _fccType, int _eInterlace)
 {
-    for (const uint32_t fccType : {eZFCC_RGB32, eZFCC_UYVY, eZFCC_NV12})
+    const bool bRGB = FCC_IsRGB(_fccType);
+    return TestFrame_Of(_scene.vecBGRA, _fccType, _scene.nWidth, bRGB ? -_scene.nHeight : _scene.nHeight, nullptr,
+                        _eInterlace);
+}
+
+UNMIX_INPUT InputOf(CZFrame* _pFrame)
+{
+    UNMIX_INPUT input = {PropsOf(_pFrame), {}};
+    EXPECT_EQ(_pFrame->VideoPtrGet(eZFP_Flip, &input.vidPtr), S_OK);
+    return input;
+}
+
+TEST_F(GpuUnmix, KeysEveryFormatInMemory)
+{
+    size_t nCase = 0;
+    for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_HDYC, eZFCC_YUY2, eZFCC_YVYU, eZFCC_NV12, eZFCC_I420, eZFCC_YV12,
+                                   eZFCC_I422, eZFCC_YV16, eZFCC_P010, eZFCC_v210, eZFCC_ARGB64})
     {
-        SCENE scene = BodyScene(128, 64);
-        const auto cpFrame = TestFrame_Of(scene.vecBGRA, fccType, 128, fccType == eZFCC_RGB32 ? -64 : 64);
-        const D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(PropsOf(cpFrame.Get()));
-        const auto cpTexture = Gpu_Texture(desc.Width, desc.Height, desc.Format, Gpu_Pixels(cpFrame.Get()));
-        UNMIX_STATE state;
-        const UNMIX_SETUP setup = GreenSetup();
-        LEARNER learner(state, setup);
-        CZPtr<IZFFrame> cpRes;
-        const auto cpTextureFrame = Gpu_TextureFrame(cpTexture.Get(), PropsOf(cpFrame.Get()));
-        ASSERT_EQ(m_keyerTexture.Key(cpTextureFrame.Get(), learner, c_options, cpRes.Put()), S_OK);
-        // The CPU reads chroma that pixels share more finely: close is what the two can be.
-        STREAMS streams(m_keyer, setup);
-        const BYTES vecCPU = streams.OnCPU(scene.Input(eZFCC_RGB32));
-        const BYTES vecGPU = PixelsIn(cpRes.Get());
-        ASSERT_EQ(vecGPU.size(), vecCPU.size());
-        int nOff = 0;
-        for (size_t n = 3; n < vecGPU.size(); n += 4)
-            nOff += std::abs(vecGPU[n] - vecCPU[n]);
-        EXPECT_LT(nOff, 128 * 64 * (fccType == eZFCC_RGB32 ? 0.01 : 4)) << FCC_Name(fccType);
+        const bool bFields = nCase % 2; // of 4:2:0 as well
+        if (Gpu_IsLeftOut(nCase++))
+            continue;
+        SCOPED_TRACE(ZFormat("%hs%hs", FCC_Name(fccType), bFields ? ", fields" : ""));
+        STREAMS streams(m_keyer, GreenSetup());
+        streams.bWords = fccType == eZFCC_P010 || fccType == eZFCC_ARGB64;
+        AGREEMENT agreement;
+        for (const int nFrame : {0, 1})
+        {
+            const auto cpFrame = SamplesOf(Moving(nFrame), fccType, bFields ? eZI_TopFirst : eZI_Progressive);
+            const UNMIX_INPUT input = InputOf(cpFrame.Get());
+            agreement.Add(streams.OnGPU(input), streams.OnCPU(input));
+        }
+        agreement.Check();
     }
 }
 
+/// The same in a texture of the tests' device.
+CZPtr<CZFrame> SamplesInTexture(CZFrame* _pFrame)
+{
+    ZF_VID_PROPS vidProps = PropsOf(_pFrame);
+    const D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(vidProps);
+    vidProps.nRowBytes = 0;
+    return Gpu_TextureFrame(Gpu_Texture(desc.Width, desc.Height, desc.Format, Gpu_Pixels(_pFrame)).Get(), vidProps);
+}
+
+TEST_F(GpuUnmix, KeysTexturesOfEveryFormat)
+{
+    size_t nCase = 0;
+    for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_YUY2, eZFCC_NV12, eZFCC_NV12, eZFCC_HDYC, eZFCC_YV12, eZFCC_I422})
+    {
+        const bool bFields = nCase % 2;
+        if (Gpu_IsLeftOut(nCase++))
+            continue;
+        SCOPED_TRACE(ZFormat("%hs%hs", FCC_Name(fccType), bFields ? ", fields" : ""));
+        const UNMIX_SETUP setup = GreenSetup();
+        STREAMS streams(m_keyer, setup);
+        UNMIX_STATE state;
+        LEARNER learner(state, setup);
+        AGREEMENT agreement;
+        const int nHeight = bFields || FCC_IsPlanar(fccType) ? 90 : 91;
+        for (const int nFrame : {0, 1})
+        {
+            const SCENE scene = Moving(nFrame, 158, nHeight);
+            const auto cpFrame = SamplesOf(scene, fccType, bFields ? eZI_TopFirst : eZI_Progressive);
+            const UNMIX_INPUT input = InputOf(cpFrame.Get());
+            ENGINE_GPU_OPTIONS options = c_options;
+            options.eMatrix = Img_MatrixOf(input.vidProps);
+            CZPtr<IZFFrame> cpRes;
+            ASSERT_EQ(m_keyerTexture.Key(SamplesInTexture(cpFrame.Get()).Get(), learner, options, cpRes.Put()), S_OK);
+            agreement.Add(PixelsIn(cpRes.Get()), streams.OnCPU(input));
+            for (size_t n = 0; n < 2; ++n)
+                EXPECT_TRUE(state.arrFields[n].cells == streams.cpu.arrFields[n].cells);
+        }
+        agreement.Check();
+    }
+}
+
+D3D11_TEXTURE2D_DESC TextureDescOf(ID3D11Resource* _pTexture)
+{
+    D3D11_TEXTURE2D_DESC desc = {};
+    static_cast<ID3D11Texture2D*>(_pTexture)->GetDesc(&desc);
+    return desc;
+}
+bool IsRead(ID3D11Resource* _pTexture)
+{
+    return (TextureDescOf(_pTexture).CPUAccessFlags & D3D11_CPU_ACCESS_READ) != 0;
+}
+/// Bytes of a texture.
+int64_t BytesOf(ID3D11Resource* _pTexture)
+{
+    const D3D11_TEXTURE2D_DESC desc = TextureDescOf(_pTexture);
+    const int nTexel = desc.Format == DXGI_FORMAT_R32G32B32A32_UINT || desc.Format == DXGI_FORMAT_R32G32B32A32_FLOAT
+                           ? 16
+                       : desc.Format == DXGI_FORMAT_R16G16B16A16_UINT ? 8
+                       : desc.Format == DXGI_FORMAT_R8_UNORM          ? 1
+                                                                      : 4;
+    return int64_t{nTexel} * desc.Width * desc.Height;
+}
+
+/// What a frame has the device do, while it lives.
+struct COSTS
+{
+    int nDraws = 0;
+    int nWaits = 0; ///< for what the GPU has made
+    int64_t nUp = 0;
+    int64_t nBack = 0;
+    HOOK_DRAW hookDraw{Gpu_Context(), [this](auto _pfnOriginal, auto* _pThis, auto... _args) {
+                           ++nDraws;
+                           _pfnOriginal(_pThis, _args...);
+                       }};
+    HOOK_COPY hookCopy{Gpu_Context(), [this](auto _pfnOriginal, auto* _pThis, ID3D11Resource* _pTo, auto _pFrom) {
+                           nBack += IsRead(_pTo) ? BytesOf(_pTo) : 0;
+                           _pfnOriginal(_pThis, _pTo, _pFrom);
+                       }};
+    HOOK_UPDATE hookUpdate{Gpu_Context(), [this](auto _pfnOriginal, auto* _pThis, ID3D11Resource* _pTo, auto... _args) {
+                               nUp += BytesOf(_pTo);
+                               _pfnOriginal(_pThis, _pTo, _args...);
+                           }};
+    HOOK_MAP hookMap{Gpu_Context(), [this](auto _pfnOriginal, auto* _pThis, ID3D11Resource* _pTexture, UINT _nSub,
+                                           D3D11_MAP _eMap, auto... _args) {
+                         nWaits += _eMap == D3D11_MAP_READ;
+                         nUp += _eMap != D3D11_MAP_READ ? BytesOf(_pTexture) : 0;
+                         return _pfnOriginal(_pThis, _pTexture, _nSub, _eMap, _args...);
+                     }};
+};
+
+/// A way of frames, and what one of them costs once the stream runs; pictures of 160x96.
+struct COST_ROW
+{
+    uint32_t fccType;
+    bool bTexture;
+    int nPasses;
+    int nInputs; // of all passes
+    int64_t nUp;
+    int64_t nBack;
+};
+constexpr int64_t c_nCostPixels = 160 * 96, c_nCostGrids = c_nCostPixels / 4 * 3;
+constexpr COST_ROW c_arrCosts[] = {
+    {eZFCC_ARGB32, false, 2, 9, c_nCostGrids + 4 * c_nCostPixels, 4 * c_nCostPixels},
+    {eZFCC_UYVY, false, 2, 11, c_nCostGrids + 12 * c_nCostPixels, 4 * c_nCostPixels},
+    {eZFCC_ARGB32, true, 3, 10, c_nCostGrids, c_nCostPixels / 3 * 4},
+    {eZFCC_NV12, true, 6, 20, c_nCostGrids, c_nCostPixels / 3 * 4},
+};
+
 TEST_F(GpuUnmix, CostsWhatItMust)
 {
-    // in a texture, passes, textures and other samples, maps
-    const std::tuple<bool, int, int> arrRows[] = {{false, 2, 2}, {true, 3, 1}};
-    for (const auto& [bTexture, nPasses, nMaps] : arrRows)
+    for (const COST_ROW& row : c_arrCosts)
     {
-        SCOPED_TRACE(bTexture ? "texture" : "memory");
+        SCOPED_TRACE(ZFormat("%hs, %hs", FCC_Name(row.fccType), row.bTexture ? "texture" : "memory"));
         STREAMS streams(m_keyer, GreenSetup());
         LEARNER learner(streams.gpu, streams.setup);
         const auto fnKey = [&](int _nFrame) {
-            SCENE scene = Moving(_nFrame);
-            if (!bTexture)
-                return static_cast<void>(streams.OnGPU(scene.Input()));
+            const auto cpFrame = SamplesOf(Moving(_nFrame, 160, 96), row.fccType, eZI_Progressive);
+            if (!row.bTexture)
+                return static_cast<void>(streams.OnGPU(InputOf(cpFrame.Get())));
             CZPtr<IZFFrame> cpRes;
-            EXPECT_EQ(m_keyer.Key(FrameOf(scene).Get(), learner, c_options, cpRes.Put()), S_OK);
+            EXPECT_EQ(m_keyer.Key(SamplesInTexture(cpFrame.Get()).Get(), learner, c_options, cpRes.Put()), S_OK);
         };
         for (int n = 0; n < 3; ++n)
             fnKey(n);
         ASSERT_FALSE(streams.gpu.arrFields[0].vecPast.empty()) << "the noise is filtered over time";
+        {
+            const COSTS costs;
+            fnKey(3);
+            EXPECT_EQ(costs.nDraws, row.nPasses);
+            EXPECT_EQ(costs.nWaits, 1);
+            EXPECT_EQ(costs.nUp, row.nUp);
+            EXPECT_EQ(costs.nBack, row.nBack);
+        }
         CCallFaults calls(Gpu_Device());
-        fnKey(3);
-        EXPECT_EQ(calls.Count("CreateTexture2D"), bTexture ? 1 : 0) << "the host's own";
+        fnKey(4);
+        EXPECT_EQ(calls.Count("CreateTexture2D"), row.bTexture ? 1 : 0) << "the host's own";
         for (const char* const pszMethod : {"D3DCompile", "CreatePixelShader", "CreateSamplerState"})
             EXPECT_EQ(calls.Count(pszMethod), 0) << pszMethod;
         for (const char* const pszMethod : {"CreateRenderTargetView", "CreateQuery", "CreateBuffer"})
-            EXPECT_EQ(calls.Count(pszMethod), nPasses) << pszMethod;
-        EXPECT_EQ(calls.Count("CreateShaderResourceView"), bTexture ? 10 : 9) << "one for each input of a pass";
-        EXPECT_EQ(calls.Count("Map"), nMaps) << (bTexture ? "the cells" : "the picture, and the result");
+            EXPECT_EQ(calls.Count(pszMethod), row.nPasses) << pszMethod;
+        EXPECT_EQ(calls.Count("CreateShaderResourceView"), row.nInputs) << "one for each input of a pass";
     }
 }
 
@@ -375,7 +533,7 @@ TEST_F(GpuUnmix, FailsOneFrameWholeAndKeysTheNext)
                 Unmix_Learn(streams.gpu, setup, scene.Input(), runner);
             const auto fnKey = [&] {
                 return bTexture ? m_keyer.Key(cpFrame.Get(), learner, c_options, cpRes.Put())
-                                : m_keyer.Pixels(streams.gpu, scene.Input(), result, c_options);
+                                : streams.PixelsOnGPU(scene.Input(), result);
             };
             bFailed = faults.Try(++nCalls, E_FAIL, fnKey);
             EXPECT_TRUE(!bTexture || !cpRes == bFailed);
@@ -416,7 +574,7 @@ TEST_F(GpuUnmix, LosesOnlyTheFilterWithTheDevice)
         const HOOK_REMOVEDREASON hookReason(Gpu_Device(),
                                             [](auto, ID3D11Device*) { return DXGI_ERROR_DEVICE_REMOVED; });
         const HOOK_MAP hookMap(Gpu_Context(), [](auto, auto*, auto...) { return DXGI_ERROR_DEVICE_REMOVED; });
-        EXPECT_EQ(m_keyer.Pixels(streams.gpu, scene.Input(), result, c_options), DXGI_ERROR_DEVICE_REMOVED);
+        EXPECT_EQ(streams.PixelsOnGPU(scene.Input(), result), DXGI_ERROR_DEVICE_REMOVED);
         EXPECT_EQ(m_keyer.DeviceGet(), nullptr);
     }
     Gpu_Context()->ClearState();
@@ -468,11 +626,15 @@ TEST_F(GpuUnmixObject, KeysFramesInMemoryOnTheGpuWhereItIsTold)
     EXPECT_EQ(log.Count("D3D11CreateDevice("), 0u) << "frames in memory are the CPU's";
     EXPECT_EQ(KeyedOn(L"1"), eKeyedOn_GPU);
     EXPECT_EQ(KeyedOn(L"1", eZFCC_ARGB32), eKeyedOn_GPU);
-    EXPECT_EQ(KeyedOn(L"1", eZFCC_UYVY, E_NOTIMPL), eKeyedOn_None) << "nothing else may key";
+    EXPECT_EQ(KeyedOn(L"1", eZFCC_UYVY), eKeyedOn_GPU);
+    EXPECT_EQ(log.Count("", eZLog_Error), 0u);
+    {
+        const HOOK_MAP hookMap(Gpu_Context(), [](auto, auto*, auto...) { return E_OUTOFMEMORY; });
+        EXPECT_EQ(KeyedOn(L"1", eZFCC_RGB32, E_OUTOFMEMORY), eKeyedOn_None) << "nothing else may key";
+    }
     Set(L"output.argb", L"false"); // clean colours in the input's format, and a mask
     EXPECT_EQ(KeyedOn(L"1"), eKeyedOn_GPU);
     Set(L"output.argb", L"true");
-    EXPECT_EQ(log.Count("", eZLog_Error), 3u) << "why, which frame, and that there is no result";
     // Where the adapter is a card, as it says: the CPU keys what the GPU cannot, or fails to.
     const HOOK_ADAPTERDESC1 hook(ZQuery<IDXGIAdapter1>(DX_AdapterGet(Gpu_Device())).Get(),
                                  [](auto _pfnOriginal, IDXGIAdapter1* _pThis, DXGI_ADAPTER_DESC1* _pDesc) {
@@ -484,7 +646,7 @@ TEST_F(GpuUnmixObject, KeysFramesInMemoryOnTheGpuWhereItIsTold)
     EXPECT_EQ(m_cpProcess->OnMediaFlush(), S_OK);
     EXPECT_EQ(ZQuery<IZPlugin>(m_cpProcess)->Close(), S_OK);
     EXPECT_EQ(KeyedOn(L"2"), eKeyedOn_GPU);
-    EXPECT_EQ(KeyedOn(L"2", eZFCC_UYVY), eKeyedOn_CPU);
+    EXPECT_EQ(KeyedOn(L"2", eZFCC_P010), eKeyedOn_GPU);
     {
         const HOOK_MAP hookMap(Gpu_Context(), [](auto, auto*, auto...) { return E_OUTOFMEMORY; });
         EXPECT_EQ(KeyedOn(L"2"), eKeyedOn_CPU);
@@ -509,16 +671,15 @@ TEST_F(GpuUnmixObject, KeysTexturesAndSaysWhichItDoesNot)
     EXPECT_EQ(m_cpKeyer->StatsGet(&stats), S_OK);
     EXPECT_EQ(stats.eKeyedOnValue, eKeyedOn_GPU);
     EXPECT_EQ(log.Count("", eZLog_Error), 0u);
-    EXPECT_EQ(m_cpKeyer->ParamSet(CZBStr("choke").Get(), 1), S_OK);
-    for (int n = 0; n < 2; ++n)
+    const auto cpFormat = FrameOf(scene, eZFCC_v210);
+    const auto cpFields = FrameOf(scene, eZFCC_RGB32, eZI_TopFirst); // 91 lines, of which its record has 90
+    for (CZFrame* const pFrame : {cpFormat.Get(), cpFormat.Get(), cpFields.Get()})
     {
-        const auto cpFrame = FrameOf(scene, eZFCC_RGB32);
-        EXPECT_EQ(Receive(cpFrame.Get()).Get(), cpFrame.Get()) << "it passes";
+        pFrame->IdentityRenew();
+        EXPECT_EQ(Receive(pFrame).Get(), pFrame) << "it passes";
     }
-    EXPECT_EQ(
-        log.Count("are not keyed with the parameters \"choke\" and \"soften\"; hand them in in memory", eZLog_Error),
-        1u);
-    EXPECT_EQ(log.Count("Failed to perform GPU chroma key! hr=80004001", eZLog_Error), 1u);
+    EXPECT_EQ(log.Count("are not keyed with this format; hand them in in memory", eZLog_Error), 1u);
+    EXPECT_EQ(log.Count("are not keyed with an odd number of lines in two fields; hand", eZLog_Error), 1u);
 }
 
 } // namespace

@@ -1,7 +1,9 @@
 #include "Host/TempFolder.h"
+#include "zkhost/Files/VideoOutput.h"
 #include "zkhost/Files/VideoPlan.h"
 #include "zkhost/Files/VideoTimeCode.h"
 
+#include "Base/ZLog.h"
 #include "Base/ZMatrix.h"
 
 #include <algorithm>
@@ -130,6 +132,33 @@ TEST(VideoPlan, RatesAndWhetherFramesKeepThem)
         EXPECT_EQ(plan.stream.nRateDen, testCase.nDen);
         EXPECT_EQ(plan.bIrregular, testCase.bIrregular);
         EXPECT_EQ(plan.stream.nFrames, testCase.nFrames);
+    }
+}
+
+/// What ffmpeg is called with to write a clip, with blanks between the words.
+std::string OutputWords(const std::string& _strLines)
+{
+    const PROBE probe = ProbeOf(_strLines);
+    std::string strWords;
+    for (const std::string& strWord : VideoOutput_Arguments("out.mov", "out.tmp", eVideoKind::Alpha, 64, 48,
+                                                            VideoPlan_Make(probe).stream, {}, probe))
+        strWords += strWord + " ";
+    return strWords;
+}
+
+TEST(VideoOutput, ColoursGoAlongUnderNamesThatFfmpegTakes)
+{
+    EXPECT_NE(OutputWords("streams.stream.1.color_primaries=\"bt2020\"\n").find(" -color_primaries bt2020 "),
+              std::string::npos);
+    EXPECT_NE(OutputWords("streams.stream.1.color_transfer=\"smpte2084\"\n").find(":color_trc=smpte2084 "),
+              std::string::npos);
+    for (const char* const pszName : {"reserved", "bt709:range", "bt709 bt470m"}) // the first is what ffprobe prints
+    {
+        const std::string strWords = OutputWords(ZFormat("streams.stream.1.color_primaries=\"%hs\"\n"
+                                                         "streams.stream.1.color_transfer=\"%hs\"\n",
+                                                         pszName, pszName));
+        EXPECT_EQ(strWords.find("primaries"), std::string::npos) << strWords;
+        EXPECT_EQ(strWords.find("trc"), std::string::npos) << strWords;
     }
 }
 

@@ -1,4 +1,5 @@
 #include "Quality/HardClip.h"
+#include "Sample/KeyScene.h"
 
 #include <gtest/gtest.h>
 
@@ -39,11 +40,32 @@ constexpr QUALITY_LIMIT c_arrLimits[] = {
     {"lamps", 2, 0.30, 19.4, 40.0, 0.98},
 };
 
+// The second generation where 2x2 pixels share their chroma.
+constexpr QUALITY_LIMIT c_arrSharedChroma[] = {
+    {"hair", 2, 4.74, 1.2, 33.7, 0.00},
+    {"fair-hair", 2, 6.88, 46.6, 26.7, 0.00},
+    {"glass", 2, 2.10, 19.9, 29.4, 0.00},
+};
+// The same, made RGB before it is keyed.
+constexpr QUALITY_LIMIT c_arrDecoded[] = {
+    {"hair", 2, 4.62, 1.2, 33.7, 0.00},
+    {"shake", 2, 2.90, 1.0, 34.6, 4.76},
+};
+
 constexpr int c_nClipFrames = 5;
 
 HARD_CLIP PaintSmall(const HARD_SCENE& _scene)
 {
     return _scene.bMoves ? HardClip_Paint(_scene, 320, 180, c_nClipFrames) : HardClip_Paint(_scene, 480, 270, 1);
+}
+
+// Its pictures as a decoder of 4:2:0 gives them.
+HARD_CLIP Decoded(const HARD_CLIP& _clip)
+{
+    HARD_CLIP decoded = _clip;
+    for (PICTURE& picture : decoded.vecPictures)
+        Picture_FromFrame(KeyScene_Frame(picture, eZFCC_I420).Get(), picture);
+    return decoded;
 }
 
 void ExpectWithin(const QUALITY_LIMIT& _limit, const QUALITY& _is)
@@ -84,6 +106,25 @@ TEST(QualityFloors, NoSceneIsKeyedWorseThanItWas)
             ASSERT_NE(pLimit, nullptr) << scene.pszName << ", generation " << nGeneration << " has no limits";
             ExpectWithin(*pLimit, is);
         }
+    }
+}
+
+TEST(QualityFloors, SharedChromaIsRebuiltNoWorseThanItWas)
+{
+    for (const QUALITY_LIMIT& limit : c_arrSharedChroma)
+    {
+        HARD_CLIP clip = PaintSmall(*HardScene_Find(limit.pszScene));
+        clip.fccType = eZFCC_I420;
+        const QUALITY is = HardClip_Score(clip, HardClip_Key(clip, limit.nGeneration));
+        PrintRow(limit.pszScene, limit.nGeneration, is);
+        ExpectWithin(limit, is);
+    }
+    for (const QUALITY_LIMIT& limit : c_arrDecoded)
+    {
+        const HARD_CLIP clip = Decoded(PaintSmall(*HardScene_Find(limit.pszScene)));
+        const QUALITY is = HardClip_Score(clip, HardClip_Key(clip, limit.nGeneration));
+        PrintRow(limit.pszScene, limit.nGeneration, is);
+        ExpectWithin(limit, is);
     }
 }
 

@@ -49,6 +49,19 @@ inline CZPtr<CZFrame> TestFrame_Make(uint32_t _fccType, int _nWidth, int _nHeigh
     return TestFrame_Of(vecBGRA, _fccType, _nWidth, _nHeight, _pPoolOrNull);
 }
 
+/// A frame that the second generation finds a backdrop in: a red body in the lower right quarter, green before it.
+inline CZPtr<CZFrame> TestFrame_Body(uint32_t _fccType, int _nWidth, int _nHeight)
+{
+    std::vector<uint8_t> vecBGRA;
+    for (int y = 0; y < _nHeight; ++y)
+        for (int x = 0; x < _nWidth; ++x)
+        {
+            const auto& arrPixel = x >= _nWidth / 2 && y >= _nHeight / 2 ? c_arrTestRed : c_arrTestGreen;
+            vecBGRA.insert(vecBGRA.end(), arrPixel, arrPixel + 4);
+        }
+    return TestFrame_Of(vecBGRA, _fccType, _nWidth, -_nHeight);
+}
+
 /// A key of a type that takes the green of the test picture and not the red. _eMatrix: what YUV is measured with.
 inline CHROMA_KEY_RAW TestKey(int32_t _eType, eZYMatrix _eMatrix = eZYM_601)
 {

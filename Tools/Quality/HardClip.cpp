@@ -60,7 +60,8 @@ std::vector<PICTURE> HardClip_Key(const HARD_CLIP& _clip, int _nGeneration,
     for (size_t n = 0; n < _clip.vecPictures.size(); ++n)
     {
         const PICTURE& picture = _clip.vecPictures[n];
-        const auto cpFrame = KeyScene_Frame(picture, picture.bAlpha ? eZFCC_ARGB32 : eZFCC_RGB32);
+        const uint32_t fccOwn = picture.bAlpha ? eZFCC_ARGB32 : eZFCC_RGB32;
+        const auto cpFrame = KeyScene_Frame(picture, _clip.fccType ? _clip.fccType : fccOwn);
         if (n == 0 && !FindBackdrop(keyer, cpFrame.Get()))
             return _clip.vecPictures;
         if (_fnBefore)

@@ -14,6 +14,7 @@ struct HARD_CLIP
     const HARD_SCENE* pScene = nullptr;
     std::vector<PICTURE> vecPictures;
     std::vector<PICTURE> vecTruths;
+    uint32_t fccType = 0; ///< how frames go in; 0: RGB32, or ARGB32 where they have alpha
 };
 
 HARD_CLIP HardClip_Paint(const HARD_SCENE& _scene, int _nWidth, int _nHeight, int _nFrames);

@@ -7,6 +7,7 @@
 #include "Interfaces/IZFFrame.h"
 #include "Video/ZFramePool.h"
 
+#include <algorithm>
 #include <memory>
 #include <random>
 #include <string>
@@ -22,6 +23,9 @@ struct SOAK_COUNTS
     int64_t nObjects = 0;   ///< plug-in objects made
     int64_t nEdits = 0;     ///< key sets, picks, adjustments, detections
     int64_t nDocuments = 0; ///< saved and loaded again
+    int64_t nPixels = 0;    ///< of results that the GPU made and may be a little off: checked,
+    int64_t nPixelsOff = 0; ///< and off by more than a level of alpha or two of colour
+    int nMostOff = 0;       ///< levels
 
     SOAK_COUNTS& operator+=(const SOAK_COUNTS& _other)
     {
@@ -32,6 +36,9 @@ struct SOAK_COUNTS
         nObjects += _other.nObjects;
         nEdits += _other.nEdits;
         nDocuments += _other.nDocuments;
+        nPixels += _other.nPixels;
+        nPixelsOff += _other.nPixelsOff;
+        nMostOff = std::max(nMostOff, _other.nMostOff);
         return *this;
     }
 };
@@ -41,8 +48,8 @@ struct SOAK_SETUP
 {
     uint64_t nSeed = 1;
     int nThreadsMax = 16; ///< the most threads that key a frame, 1 to 16
-    /// The GPU keys what it takes; of the results only the sizes are held against the plain path then, which measures
-    /// otherwise.
+    /// The GPU keys. Of the first generation it keys what it takes, and only the sizes of results are held against the
+    /// plain path, which measures otherwise; of the second it keys every frame, and hardly any pixel may be off.
     bool bGPU = false;
 };
 
@@ -91,6 +98,7 @@ protected:
         std::vector<SOAK_SIZE> vecSizes; ///< every format has the first one, and one of the others
         int nChangeSource;               ///< a new frame is of another source so rarely
         int nFramesChecked;              ///< that a check keys, one after the other
+        bool bGPUAgrees;                 ///< the GPU makes the plain path's pixels, nearly
     };
 
     /// _modulePlain: see CZPlainModule; it has to outlive this object.
@@ -136,6 +144,10 @@ private:
     /// Before a check, when nothing is under way: brings what a document lacks to the plain copy, which has just loaded
     /// one, and begins a new stream in both where frames depend on those before.
     virtual void PlainComplete() = 0;
+    /// Throws where the last frame was not keyed on the GPU though that keys every one.
+    virtual void CheckGPU()
+    {
+    }
     /// Whether a result of the plain copy shows what TellingName says.
     virtual bool IsTelling(IZFFrame* _pResult) = 0;
 
@@ -150,7 +162,9 @@ private:
     void Check();
     void CheckFrame();
     CZPtr<IZFFrame> Receive(IZFFrame* _pFrameOrNull);
-    void Compare(IZFFrame* _pResult, IZFFrame* _pExpected) const;
+    void Compare(IZFFrame* _pResult, IZFFrame* _pExpected);
+    /// Where a picture that the GPU has made differs too much; empty where it does not.
+    std::string Disagreement(const PICTURE& _picture, const PICTURE& _expected);
 
     const SOAK_KIND m_kind;
     const SOAK_SETUP m_setup;

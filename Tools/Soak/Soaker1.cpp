@@ -16,7 +16,7 @@ constexpr int c_nSceneKeys = 4;
 } // namespace
 
 CZSoaker1::CZSoaker1(const SOAK_SETUP& _setup, CZModule& _modulePlain)
-    : CZSoaker({CLSID_ZChromaKey, {{1920, 1080}, {1280, 720}, {720, 576}, {640, 270}, {88, 144}}, 1, 1}, _setup,
+    : CZSoaker({CLSID_ZChromaKey, {{1920, 1080}, {1280, 720}, {720, 576}, {640, 270}, {88, 144}}, 1, 1, false}, _setup,
                _modulePlain)
     , m_vecAdjusts(Tables_Read(CZModule::Own(), eZTable_Adjusts))
 {

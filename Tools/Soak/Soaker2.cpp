@@ -1,5 +1,6 @@
 #include "Soak/Soaker2.h"
 
+#include "Kit/HostError.h"
 #include "Kit/Result.h"
 #include "Sample/KeyScene.h"
 
@@ -29,7 +30,7 @@ void Channels(uint32_t _nRGB, double& _dblRed, double& _dblGreen, double& _dblBl
 } // namespace
 
 CZSoaker2::CZSoaker2(const SOAK_SETUP& _setup, CZModule& _modulePlain)
-    : CZSoaker({CLSID_ZChromaKey2, {{640, 360}, {400, 226}, {176, 144}, {88, 144}}, 6, 3}, _setup, _modulePlain)
+    : CZSoaker({CLSID_ZChromaKey2, {{640, 360}, {400, 226}, {176, 144}, {88, 144}}, 6, 3, true}, _setup, _modulePlain)
     , m_vecParams(Tables_Read(CZModule::Own(), eZTable_Params))
 {
 }
@@ -246,6 +247,14 @@ void CZSoaker2::PlainComplete()
     Result_Check(pPlain->PlateSet(m_cpPlate.Get()), "giving the plain copy a plate");
     for (IZChromaKey2* const pEach : {pKey, pPlain})
         Result_Check(ZQuery<IZFProcess>(pEach)->OnMediaFlush(), "flushing");
+}
+
+void CZSoaker2::CheckGPU()
+{
+    CHROMA_KEY2_STATS stats = {};
+    Result_Check(Keyer().Key2()->StatsGet(&stats), "asking for statistics");
+    if (stats.eKeyedOnValue != eKeyedOn_GPU)
+        throw CZHostError("a frame was not keyed on the GPU");
 }
 
 bool CZSoaker2::IsTelling(IZFFrame*)

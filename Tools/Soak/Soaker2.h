@@ -24,6 +24,7 @@ private:
     void KeysEdit() override;
     void Detect() override;
     void PlainComplete() override;
+    void CheckGPU() override;
     bool IsTelling(IZFFrame* _pResult) override;
 
     KEY2_RANGE RangeAny();

@@ -4,7 +4,6 @@
 #include "Soak/PlainModule.h"
 #include "Soak/Soaker.h"
 #include "Soak/Usage.h"
-#include "zkhost/Commands/KeyerChoice.h"
 #include "zkhost/Files/OutFile.h"
 #include "zkhost/Files/StandardError.h"
 #include "zkhost/Files/System.h"
@@ -28,7 +27,7 @@ constexpr std::chrono::milliseconds c_timeSettle{200}; // until the system has p
 struct SOAK_COMMAND
 {
     double dblMinutes = 20;
-    int nKeyer = 0; ///< 0: not said
+    int nKeyer = 2;
     SOAK_SETUP setup;
     bool bNoMemory = false;
 };
@@ -146,8 +145,15 @@ private:
         std::string strText =
             ZFormat("keyer\t%d\nseconds\t%.0f\nseed\t%I64u\nframes\t%I64d\nresults\t%I64d\n", m_command.nKeyer,
                     Seconds(), m_command.setup.nSeed, m_counts.nFrames, m_counts.nResults);
-        strText += ZFormat("checked against the plain path\t%I64d, all equal%hs\nof these %hs\t%I64d\n",
-                           m_counts.nChecks, m_command.setup.bGPU ? " in size" : "", m_pszTelling, m_counts.nTelling);
+        strText += ZFormat("checked against the plain path\t%I64d, %hs\nof these %hs\t%I64d\n", m_counts.nChecks,
+                           !m_command.setup.bGPU   ? "all equal"
+                           : m_counts.nPixels == 0 ? "all equal in size"
+                                                   : "all within the bounds of the GPU",
+                           m_pszTelling, m_counts.nTelling);
+        if (m_counts.nPixels > 0)
+            strText += ZFormat("pixels off by more than a level of alpha or two of colour\t%I64d of %I64d, at most %d "
+                               "levels\n",
+                               m_counts.nPixelsOff, m_counts.nPixels, m_counts.nMostOff);
         strText += ZFormat("objects\t%I64d\n", m_counts.nObjects);
         strText += ZFormat("edits\t%I64d\nsaved and loaded\t%I64d\n", m_counts.nEdits, m_counts.nDocuments);
         strText += ZFormat("most memory\t%.1f MB, %.1f MB when warm (%+.2f %%)\n", MB(_end.cbPeak), MB(_warm.cbPeak),
@@ -169,9 +175,8 @@ private:
     int m_nMostThreads = 0;
 };
 
-void Run(SOAK_COMMAND _command)
+void Run(const SOAK_COMMAND& _command)
 {
-    _command.nKeyer = KeyerChoice_Make({_command.nKeyer, "", _command.setup.bGPU ? "--gpu" : "", ""});
     StandardError_LogSet(eZLog_Error);
     Usage_TrimMemory();
     CZSoak(_command).Run();
@@ -187,7 +192,8 @@ void Command_AddSoak(CLI::App& _app)
     command.add_option("--minutes", spCommand->dblMinutes, "How long")
         ->check(CLI::Range(0.01, 100000.0))
         ->capture_default_str();
-    command.add_option("--keyer", spCommand->nKeyer, "The generation, 1 or 2; 2 unless --gpu is given")
+    command.add_option("--keyer", spCommand->nKeyer, "The generation, 1 or 2")
+        ->capture_default_str()
         ->type_name("1|2")
         ->check(CLI::IsMember({1, 2}));
     command.add_option("--seed", spCommand->setup.nSeed, "Another number: other changes")->capture_default_str();
@@ -199,7 +205,8 @@ void Command_AddSoak(CLI::App& _app)
                      "Growing memory is no failure (for builds with a sanitizer, which keeps freed memory)");
     command.add_flag(
         "--gpu", spCommand->setup.bGPU,
-        "Key on the GPU where there is one; results are looked at for their size only, memory for what is\n"
+        "Key on the GPU: of the first generation what it takes, where there is a card, and results are looked at\n"
+        "for their size only; of the second every frame, with hardly a pixel off. Memory is looked at for what is\n"
         "allocated without objects: drivers keep more");
     command.footer(
         "Sizes, formats, key sets, adjustments or parameters, regions, options, threads and objects change between\n"

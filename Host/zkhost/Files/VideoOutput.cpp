@@ -72,6 +72,20 @@ constexpr CONTAINER c_arrContainers[] = {
      "aac"},
 };
 
+/// What a source may say of its colours: the names that ffprobe and the filter setparams have in common. What else
+/// ffprobe prints, such as "reserved", would make ffmpeg give up.
+constexpr std::string_view c_svPrimaries = " bt709 bt470m bt470bg smpte170m smpte240m film bt2020 smpte428 smpte431 "
+                                           "smpte432 ebu3213 jedec-p22 ";
+constexpr std::string_view c_svTransfers =
+    " bt709 bt470m bt470bg smpte170m smpte240m linear log100 log316 iec61966-2-4 bt1361e iec61966-2-1 bt2020-10 "
+    "bt2020-12 smpte2084 smpte428 arib-std-b67 ";
+
+/// Whether a word is one of those that stand in a text with blanks around them.
+bool IsOneOf(std::string_view _svWords, const std::string& _strWord)
+{
+    return _strWord.find(' ') == std::string::npos && _svWords.find(ZFormat(" %s ", _strWord)) != std::string::npos;
+}
+
 const CONTAINER* FindContainer(const std::string& _strPath)
 {
     const std::string strExtension = NamePattern_Extension(_strPath);
@@ -135,8 +149,7 @@ void AppendSound(ARGUMENTS& _vecArguments, const CONTAINER& _container, const PR
     {
         if (_source.vecSounds[i].empty()) // nothing that ffmpeg knows
             continue;
-        const bool bCopy =
-            svSounds == "*" || svSounds.find(ZFormat(" %s ", _source.vecSounds[i])) != std::string_view::npos;
+        const bool bCopy = svSounds == "*" || IsOneOf(svSounds, _source.vecSounds[i]);
         Append(_vecArguments,
                {"-map", ZFormat("1:a:%d", i), ZFormat("-c:a:%d", nOut), bCopy ? "copy" : _container.pszOtherSound});
         ++nOut;
@@ -175,15 +188,18 @@ void AppendForm(ARGUMENTS& _vecArguments, const char* _pszPixels, const STREAM& 
     // Coders look at the frames, containers at the options.
     std::string strParams;
     const auto fnSay = [&](const char* _pszParam, const char* _pszOption, const std::string& _strValue) {
-        if (_strValue.empty())
-            return;
         strParams += ZFormat("%hs%hs=%s", strParams.empty() ? "" : ":", _pszParam, _strValue);
         Append(_vecArguments, {_pszOption, _strValue});
     };
-    fnSay("colorspace", "-colorspace", bYuv ? pszMatrix : "");
-    fnSay("range", "-color_range", bYuv ? "tv" : "");
-    fnSay("color_primaries", "-color_primaries", _optSource ? _optSource->strPrimaries : "");
-    fnSay("color_trc", "-color_trc", _optSource ? _optSource->strTransfer : "");
+    if (bYuv)
+    {
+        fnSay("colorspace", "-colorspace", pszMatrix);
+        fnSay("range", "-color_range", "tv");
+    }
+    if (_optSource && IsOneOf(c_svPrimaries, _optSource->strPrimaries))
+        fnSay("color_primaries", "-color_primaries", _optSource->strPrimaries);
+    if (_optSource && IsOneOf(c_svTransfers, _optSource->strTransfer))
+        fnSay("color_trc", "-color_trc", _optSource->strTransfer);
     if (!strParams.empty())
         strFilters += ZFormat(",setparams=%s", strParams);
     Append(_vecArguments, {"-vf", strFilters, "-pix_fmt", _pszPixels});

@@ -7,6 +7,7 @@
 
 #include "Base/ZLog.h"
 
+#include <algorithm>
 #include <utility>
 
 /// The program that codes.
@@ -33,8 +34,7 @@ public:
         if (m_optChild->Write(_pBytes, _cbBytes))
             return;
         OutFile_CheckInterrupt(); // which ends the child as well
-        m_optChild->Wait();
-        Fail();
+        Fail(m_optChild->Wait());
     }
     void Finish()
     {
@@ -42,19 +42,26 @@ public:
             return;
         const int nExit = m_optChild->Wait();
         OutFile_CheckInterrupt();
-        if (nExit != 0)
-            Fail();
         const std::vector<std::string> vecSaid = m_optChild->Said();
+        if (nExit != 0 || std::ranges::any_of(vecSaid, IsEndMissing))
+            Fail(nExit);
         if (!vecSaid.empty())
             ZLog(eZLog_Warning, "writing %s, ffmpeg said: %s\n", m_strPath, VideoTools_Words(vecSaid, m_strPath));
         m_optChild.reset();
     }
 
 private:
-    [[noreturn]] void Fail() const
+    /// Whether a line says that the last of the file did not fit on the disk, after which some versions of ffmpeg end
+    /// as if all were well.
+    static bool IsEndMissing(const std::string& _strLine)
     {
-        throw CZHostError(ZFormat("cannot write %s: ffmpeg gave up: %s; nothing was left under that name", m_strPath,
-                                  VideoTools_Words(m_optChild->Said(), m_strPath)));
+        return _strLine.find("Error writing trailer") != std::string::npos ||
+               _strLine.find("Error closing file") != std::string::npos;
+    }
+    [[noreturn]] void Fail(int _nExit) const
+    {
+        throw CZHostError(ZFormat("cannot write %s: ffmpeg gave up (status %d): %s; nothing was left under that name",
+                                  m_strPath, _nExit, VideoTools_Words(m_optChild->Said(), m_strPath)));
     }
 
     std::string m_strPath;

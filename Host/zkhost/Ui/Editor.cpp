@@ -67,6 +67,7 @@ void CZEditor::OptionsSet()
     m_keyer.OptionNeed(c_szOptionDepth, "8");
     m_keyer.OptionNeed(c_szOptionPremultiplied, "false");
     m_keyer.OptionNeed(c_szOptionThread, "false"); // each result at once
+    m_bOptions = true;
 }
 
 CZPtr<IZSteps> CZEditor::ModuleSteps() const
@@ -263,12 +264,14 @@ void CZEditor::Step(int _nSteps)
 
 void CZEditor::Load(const std::string& _strDocument, const std::string& _strStep)
 {
+    m_bOptions = false;
     m_keyer.LoadDocument(_strDocument);
     Loaded(_strStep);
 }
 
 void CZEditor::LoadFile(const std::string& _strPath)
 {
+    m_bOptions = false;
     m_keyer.LoadFile(_strPath);
     Loaded("keys of the file");
 }
@@ -283,5 +286,8 @@ void CZEditor::Loaded(const std::string& _strStep)
 
 std::string CZEditor::Document()
 {
-    return m_keyer.Document();
+    m_bOptions = false; // it changes them for a moment
+    std::string strDocument = m_keyer.Document();
+    m_bOptions = true;
+    return strDocument;
 }

@@ -46,6 +46,8 @@ public:
     }
     CZKeyer& Keyer()
     {
+        if (!m_bOptions)
+            OptionsSet();
         return m_keyer;
     }
     /// Parameters of the second generation, adjustments of the first.
@@ -124,4 +126,5 @@ private:
     CZStepNames m_steps;
     std::string m_strHint;
     bool m_bBegun = false;
+    bool m_bOptions = false; ///< those that keying needs are set; not so where memory ran out on the way
 };

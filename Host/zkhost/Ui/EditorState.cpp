@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 // What the module has, as it is shown.
 
@@ -73,11 +74,16 @@ std::string Scaled(std::string_view _svPolygon, double _dblScaleX, double _dblSc
 
 void CZEditor::Refresh()
 {
-    m_state = {};
-    if (m_keyer.Key2())
-        Refresh2();
-    else
-        Refresh1();
+    EDITOR_STATE stateBefore = std::exchange(m_state, {});
+    try
+    {
+        m_keyer.Key2() ? Refresh2() : Refresh1();
+    }
+    catch (...) // out of memory: half a state is none
+    {
+        m_state = std::move(stateBefore);
+        throw;
+    }
 }
 
 void CZEditor::Refresh1()

@@ -100,7 +100,7 @@ void CZHttpServer::Add(CZSocket _socket)
     {
         connection.thread = std::thread([this, &connection] { Serve(connection); });
     }
-    catch (const std::system_error&) // no more threads
+    catch (const std::exception&) // no more threads, or no memory for one
     {
         m_listConnections.pop_back();
     }

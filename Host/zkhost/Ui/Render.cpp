@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 #include <utility>
 
 namespace
@@ -59,14 +60,22 @@ void CZRender::Step(int64_t _nDone)
     m_fnChanged();
 }
 
-void CZRender::End(RENDER_STATE::eState _eNow, const std::string& _strError)
+/// Without memory the words are missing, not the end.
+void CZRender::End(RENDER_STATE::eState _eNow, const char* _pszError)
 {
     {
         const std::lock_guard lock(m_mtxState);
         m_state.eNow = _eNow;
-        m_state.strError = _strError;
         if (_eNow == RENDER_STATE::eDone)
             m_state.nFrames = m_state.nFrame;
+        try
+        {
+            m_state.strError = _pszError;
+        }
+        catch (const std::bad_alloc&)
+        {
+            m_state.strError.clear();
+        }
     }
     m_fnChanged();
 }
@@ -76,11 +85,11 @@ void CZRender::Run()
     try
     {
         m_fnRun(m_plan, [this](int64_t _nDone) { Step(_nDone); });
-        End(RENDER_STATE::eDone, {});
+        End(RENDER_STATE::eDone, "");
     }
     catch (const CANCELLED&)
     {
-        End(RENDER_STATE::eCancelled, {});
+        End(RENDER_STATE::eCancelled, "");
     }
     catch (const std::bad_alloc&)
     {

@@ -67,7 +67,7 @@ private:
 
     void Run();
     void Step(int64_t _nDone);
-    void End(RENDER_STATE::eState _eNow, const std::string& _strError);
+    void End(RENDER_STATE::eState _eNow, const char* _pszError);
 
     const RENDER_PLAN m_plan;
     const RENDER_RUN m_fnRun;

@@ -77,7 +77,7 @@ void CZSession::Edit(int64_t _nFrame, const std::function<void(CZEditor&, IZFFra
         _fnEdit(*m_spEditor, frame.cpFrame.Get());
         Changed(true);
     }
-    catch (const CZHostError&)
+    catch (const std::exception&)
     {
         Changed(true); // the log may say more, and part of it may have been done
         throw;
@@ -105,8 +105,8 @@ void CZSession::GenerationSet(int _nGeneration)
 {
     const CLIP_FRAME frame = m_clip.Frame(0, false);
     const std::lock_guard lock(m_mtxState);
+    m_spEditor = EditorOf(m_chSlot, _nGeneration); // the same one, where it cannot be made
     m_mapGenerations[m_chSlot] = _nGeneration;
-    m_spEditor = EditorOf(m_chSlot, _nGeneration);
     if (frame.cpFrame)
         EditorBegun(frame);
     Changed(true);

@@ -21,7 +21,7 @@ public:
     CDXPassBinding(const CDXPassBinding&) = delete;
     CDXPassBinding& operator=(const CDXPassBinding&) = delete;
 
-    static constexpr size_t c_nInputsMax = 9;
+    static constexpr size_t c_nInputsMax = 12;
 
     /// Pixel shader, inputs from t0 on, at most c_nInputsMax, sampler s0 and constants b0; null where there is none.
     void Bind(ID3D11PixelShader* _pPixelShader, std::span<ID3D11ShaderResourceView* const> _inputs,

@@ -1,104 +1,19 @@
 #include "DirectX/Shaders/UnmixShader.h"
 
 #include "DirectX/Shaders/ShaderPieces.h"
+#include "DirectX/Shaders/UnmixEdgeShader.h"
 
 namespace
 {
 
-constexpr char c_szUnmixHead[] = R"(Texture2D<float4> txPicture : register( t0 );
-
-struct RULES
-{
-    int3 anX; int nWedge;
-    int3 anZ; int nLimit;
-    int3 anTake; int nOwn;
-    float3 x; float limit;
-    float3 z; float least;
-    float3 take; float own;
-    float3 beyond; int nLeast;
-    float leastX; float wedge; float oneSquareX; float clip;
-};
-struct PROTECTED
-{
-    float4 centre;
-    float4 one;
-};
-cbuffer UNMIX : register( b0 )
-{
-    int4 picture;
-    int4 grid;
-    int4 filter;
-    float4 clips;
-    int4 more;
-    RULES arrRules[16];
-    PROTECTED arrProtected[16];
-};
-
-int FieldRows( int nField )
-{
-    return ( picture.y + picture.z - 1 - nField ) / picture.z;
-}
-// A pixel of a field as bytes B, G, R, A; those outside of the picture are its borders.
-int4 BytesAt( int2 pos, int nField )
-{
-    int2 at = int2( clamp( pos.x, 0, picture.x - 1 ), clamp( pos.y, 0, FieldRows( nField ) - 1 ) );
-    float4 pixel = txPicture.Load( int3( at.x, at.y * picture.z + nField, 0 ) );
-    int4 bytes = int4( pixel.zyxw * 255.0 + 0.5 );
-    if( picture.w == 0 )
-        bytes.w = 255;
-    return bytes;
-}
-)";
-
-constexpr char c_szCells[] = R"(
-uint Packed( int4 bytes )
-{
-    return uint( bytes.x ) | uint( bytes.y ) << 8 | uint( bytes.z ) << 16 | uint( bytes.w ) << 24;
-}
-
-uint4 PS( PS_INPUT input ) : SV_Target
-{
-    int2 pos = int2( input.Pos.xy );
-    int nRows = grid.y + ( grid.y + 1 ) / 3;
-    int nField = pos.y / nRows;
-    int nRow = pos.y - nField * nRows;
-    if( nRow >= grid.y )
-    {
-        int2 first = int2( 4 * pos.x, 4 * ( 3 * ( nRow - grid.y ) + 1 ) );
-        return uint4( Packed( BytesAt( first, nField ) ), Packed( BytesAt( first + int2( 2, 0 ), nField ) ), 0, 0 );
-    }
-    int4 sum = int4( 0, 0, 0, 0 );
-    int4 least = int4( 255, 255, 255, 255 );
-    int4 most = int4( 0, 0, 0, 0 );
-    for( int y = 0; y < 4; y++ )
-    {
-        for( int x = 0; x < 4; x++ )
-        {
-            int4 bytes = BytesAt( int2( 4 * pos.x + x, 4 * nRow + y ), nField );
-            sum += bytes;
-            least = min( least, bytes );
-            most = max( most, bytes );
-        }
-    }
-    return uint4( uint( sum.x ) | uint( sum.y ) << 16, uint( sum.z ) | uint( sum.w ) << 16, Packed( least ),
-                  Packed( most ) );
-}
-)";
-
 // What the passes over pixels share: cells, plates, and the filtered difference.
 constexpr char c_szDifference[] = R"(
-Texture2D<uint> txCells : register( t1 );
-Texture2D<float4> txBack : register( t2 );
 Texture2D<float4> txFore : register( t3 );
 Texture2D<int> txPast : register( t4 );
+Texture2D<uint4> txDeep : register( t9 );
 
 static const int c_nPastUnknown = -32768;
 
-uint CellAt( int2 cell, int nField )
-{
-    int2 at = clamp( cell, int2( 0, 0 ), grid.xy - 1 );
-    return txCells.Load( int3( at.x, at.y + nField * grid.y, 0 ) );
-}
 int MulRound( int a, int b )
 {
     return ( a * b + 16384 ) >> 15;
@@ -116,13 +31,25 @@ int Clamp16( int n )
     return clamp( n, -32768, 32767 );
 }
 
+// The same in 64ths of a level.
+int3 DeepAt( int2 pos, int nField )
+{
+    int2 at = int2( clamp( pos.x, 0, picture.x - 1 ), clamp( pos.y, 0, FieldRows( nField ) - 1 ) );
+    return int3( txDeep.Load( int3( at.x, at.y * picture.z + nField, 0 ) ).xyz );
+}
+
 // D = X - wedge |Z - rho X| in 32nds of a level.
 int DifferenceAt( RULES rules, int2 pos, int nField )
 {
-    int3 bytes = BytesAt( pos, nField ).xyz;
+    int3 colour;
+    if( deep.x != 0 )
+        colour = DeepAt( pos, nField );
+    else
+        colour = BytesAt( pos, nField ).xyz;
+    int nShift = deep.x != 0 ? 7 : 1;
     int nRho = int( CellAt( pos >> 2, nField ) ) >> 16;
-    int nX = Form( rules.anX, bytes ) >> 1;
-    int nZ = Form( rules.anZ, bytes ) >> 1;
+    int nX = Form( rules.anX, colour ) >> nShift;
+    int nZ = Form( rules.anZ, colour ) >> nShift;
     int nAcross = min( abs( nZ - MulRound( nX, nRho ) ), 8191 );
     return Clamp16( nX - MulRound( nAcross << 2, rules.nWedge ) );
 }
@@ -365,10 +292,23 @@ float Protection( float3 bgr )
     }
     return result;
 }
+// To what a channel of the result can be.
+float4 Rounded( float4 value )
+{
+    float steps = float( deep.z );
+    return floor( clamp( value, 0.0, 255.0 ) * steps + 0.5 ) / steps;
+}
 )";
 
 constexpr char c_szPixel[] = R"(
-// Solid colours: the limiter in integers.
+float3 ColourAt( int2 pos, int nField, int3 bytes )
+{
+    float3 colour = float3( bytes );
+    if( deep.x != 0 )
+        colour = float3( DeepAt( pos, nField ) ) / 64.0;
+    return colour;
+}
+// Solid colours of bytes: the limiter in integers.
 float4 SolidPixel( RULES rules, int3 bytes )
 {
     int nTint = ( Form( rules.anX, bytes ) << 8 ) - abs( Form( rules.anZ, bytes ) ) * rules.nLimit;
@@ -395,7 +335,7 @@ float4 MixedPixel( RULES rules, int2 pos, int nField, int3 bytes )
     place.fore = fore.w > 1e-9 ? fore.xyz / fore.w : float3( 0.0, 0.0, 0.0 );
     place.core = CoreAt( pos, nField );
     place.quieted = float( nDifference - nOwn ) / 32.0;
-    float3 colour = float3( bytes );
+    float3 colour = ColourAt( pos, nField, bytes );
     float keep = 0.0;
     if( more.x > 0 )
         keep = Protection( colour );
@@ -403,7 +343,7 @@ float4 MixedPixel( RULES rules, int2 pos, int nField, int3 bytes )
     float alpha = Alpha( rules, place, colour, float( nDifference ) / 32.0 );
     float3 result = Unmixed( rules, place, colour, alpha );
     result += ( colour - result ) * keep;
-    return floor( clamp( float4( result, alpha * 255.0 ), 0.0, 255.0 ) + 0.5 );
+    return Rounded( float4( result, alpha * 255.0 ) );
 }
 float4 KeyedPixel( int2 pos, int nField, int3 bytes )
 {
@@ -411,8 +351,13 @@ float4 KeyedPixel( int2 pos, int nField, int3 bytes )
     RULES rules = arrRules[( cell >> 8 ) & 15];
     if( ( cell & 1 ) != 0 )
         return MixedPixel( rules, pos, nField, bytes );
+    float3 colour = float3( bytes );
+    if( deep.y != 0 )
+        colour = ColourAt( pos, nField, bytes );
     if( ( cell & 4 ) != 0 )
-        return float4( float3( bytes ), 255.0 );
+        return Rounded( float4( colour, 255.0 ) );
+    if( ( cell & 2 ) != 0 && ( deep.y != 0 || deep.z != 1 ) )
+        return Rounded( float4( Limited( rules, colour ), 255.0 ) );
     if( ( cell & 2 ) != 0 )
         return SolidPixel( rules, bytes );
     return float4( 0.0, 0.0, 0.0, 0.0 );
@@ -445,6 +390,13 @@ float4 Mean( float4 a, float4 b, float4 c, float4 d, float2 at )
     float4 above = a * ( 1.0 - at.x ) + b * at.x;
     float4 below = c * ( 1.0 - at.x ) + d * at.x;
     return above * ( 1.0 - at.y ) + below * at.y;
+}
+// The foreground plate, colours times confidence.
+float4 ForeMean( AT_PIXEL p, int nField )
+{
+    int4 at = p.cells + int4( 0, 1, 0, 1 ) * ( nField * grid.w );
+    return Mean( txFore.Load( int3( at.xy, 0 ) ), txFore.Load( int3( at.zy, 0 ) ), txFore.Load( int3( at.xw, 0 ) ),
+                 txFore.Load( int3( at.zw, 0 ) ), p.at );
 }
 float ShadeAt( int2 pos )
 {
@@ -506,48 +458,63 @@ float4 View( float4 value, int4 bytes, int2 pos, int nField, int2 frame )
         return float4( Mean( txBack.Load( int3( p.cells.xy, 0 ) ), txBack.Load( int3( p.cells.zy, 0 ) ),
                              txBack.Load( int3( p.cells.xw, 0 ) ), txBack.Load( int3( p.cells.zw, 0 ) ), p.at ).xyz,
                        255.0 );
-    int4 at = p.cells + int4( 0, 1, 0, 1 ) * ( nField * grid.w );
-    float4 fore = Mean( txFore.Load( int3( at.xy, 0 ) ), txFore.Load( int3( at.zy, 0 ) ),
-                        txFore.Load( int3( at.xw, 0 ) ), txFore.Load( int3( at.zw, 0 ) ), p.at );
+    float4 fore = ForeMean( p, nField );
     if( more.y == 5 )
         return float4( fore.www * 255.0, 255.0 );
     return float4( fore.w > 1e-9 ? fore.xyz / fore.w : float3( 0.0, 0.0, 0.0 ), 255.0 );
 }
-float4 Rounded( float4 value )
-{
-    return floor( clamp( value, 0.0, 255.0 ) + 0.5 );
-}
 
-float4 PS( PS_INPUT input ) : SV_Target
+// The texel of a keyed pixel.
+float4 Texel( float4 value, int4 bytes, int2 pos, int nField, int2 frame )
 {
-    int2 frame = int2( input.Pos.xy );
-    int nField = frame.y % picture.z;
-    int2 pos = int2( frame.x, frame.y / picture.z );
-    int4 bytes = BytesAt( pos, nField );
-    float4 value = KeyedPixel( pos, nField, bytes.xyz );
     if( ( more.z & 15 ) != 0 )
         value = Rounded( Finished( value, bytes, pos, frame ) );
     if( more.y != 0 )
         value = Rounded( View( value, bytes, pos, nField, frame ) );
     if( more.w != 0 )
         value.xyz = floor( value.xyz * value.w / 255.0 + 0.5 );
+    if( deep.z != 1 )
+        return value / 255.0;
     return value.zyxw / 255.0;
+}
+)";
+
+constexpr char c_szKeyed[] = R"(
+float4 PS( PS_INPUT input ) : SV_Target
+{
+    int2 frame = int2( input.Pos.xy );
+    int nField = frame.y % picture.z;
+    int2 pos = int2( frame.x, frame.y / picture.z );
+    int4 bytes = BytesAt( pos, nField );
+    return Texel( KeyedPixel( pos, nField, bytes.xyz ), bytes, pos, nField, frame );
+}
+)";
+
+constexpr char c_szEdged[] = R"(
+float4 PS( PS_INPUT input ) : SV_Target
+{
+    int2 frame = int2( input.Pos.xy );
+    int nField = frame.y % picture.z;
+    int2 pos = int2( frame.x, frame.y / picture.z );
+    return Texel( EdgedPixel( pos, nField, frame ), BytesAt( pos, nField ), pos, nField, frame );
 }
 )";
 
 } // namespace
 
-std::string UnmixCellsShader_Text()
-{
-    return std::string(c_szUnmixHead) + c_szShaderInput + c_szCells;
-}
-
 std::string UnmixPastShader_Text()
 {
-    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szPast;
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szUnmixCells + c_szDifference + c_szPast;
 }
 
 std::string UnmixPixelShader_Text()
 {
-    return std::string(c_szUnmixHead) + c_szShaderInput + c_szDifference + c_szMaths + c_szPixel + c_szFinish;
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szUnmixCells + c_szDifference + c_szMaths + c_szPixel +
+           c_szFinish + c_szKeyed;
+}
+
+std::string UnmixEdgedShader_Text()
+{
+    return std::string(c_szUnmixHead) + c_szShaderInput + c_szUnmixCells + c_szDifference + c_szMaths + c_szFinish +
+           c_szUnmixEdged + c_szEdged;
 }

@@ -8,36 +8,10 @@ namespace
 {
 constexpr float c_fltFloor = 60;     // of the luma's variance in the fit, levels squared
 constexpr float c_fltLeastTint = 15; // of the plate, levels
-constexpr float c_fltAcross = .7f;   // of the wedge: chroma is measured by hue here, not by the key's forms
 
 CHROMA_SCALE Scale(float _fltTimes, float _fltZero, float _fltAdd)
 {
     return {_fltTimes, _fltAdd - _fltZero * _fltTimes};
-}
-
-// What turns numbers of the planes and levels of the plate into those of the kernels.
-void MakeScales(CHROMA_JOB& _job)
-{
-    const UNMIX_SAMPLES& samples = _job.samples;
-    const float fltDeep = samples.IsDeep() ? .25f : 1.0f;
-    const float fltShare = samples.nChromaDiv == 2 ? 1 / 16.0f : 1 / 4.0f;
-    const float fltUnit = 64 * fltShare;
-    const float fltChroma = fltUnit * fltDeep * (samples.bFull ? 2 : 2 * 255 / 224.0f);
-    const float fltKg = 1 - samples.fltKb - samples.fltKr;
-    _job.luma = samples.bFull ? Scale(64 * fltDeep, 0, .5f) : Scale(64 * fltDeep * (255 / 219.0f), 16 / fltDeep, .5f);
-    _job.blue = Scale(fltChroma * (1 - samples.fltKb), 128 / fltDeep, 0);
-    _job.red = Scale(fltChroma * (1 - samples.fltKr), 128 / fltDeep, 0);
-    _job.fltLumaSum = fltShare / static_cast<float>(2 * samples.nChromaDiv);
-    _job.arrLuma[0] = samples.fltKb;
-    _job.arrLuma[1] = fltKg;
-    _job.arrLuma[2] = samples.fltKr;
-    _job.fltPlate = fltUnit;
-    _job.fltHalf = .5f * fltShare;
-    _job.arrGreen[0] = samples.fltKb / fltKg;
-    _job.arrGreen[1] = samples.fltKr / fltKg;
-    _job.fltFactor = fltShare;
-    _job.fltFloor = 16 * c_fltFloor * fltUnit * fltUnit;
-    _job.fltLeastTint = c_fltLeastTint * c_fltLeastTint * fltUnit * fltUnit;
 }
 } // namespace
 
@@ -123,6 +97,24 @@ UNMIX_SAMPLES Chroma_Samples(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _v
     return samples;
 }
 
+UNMIX_SAMPLES Chroma_PixelSamples(const UNMIX_PICTURE& _picture, bool _bRowsShare, bool _bSmooth, float _fltGain)
+{
+    UNMIX_SAMPLES samples;
+    samples.eLayout = UNMIX_SAMPLES::eBGRA;
+    samples.arrRow0[0] = _picture.pRow0;
+    samples.anStride[0] = _picture.nStride;
+    samples.nChromaDiv = _bRowsShare ? 2 : 1;
+    samples.nWidth = _picture.nWidth;
+    samples.nHeight = _picture.nHeight;
+    samples.nChromaWidth = (samples.nWidth + 1) / 2;
+    samples.nChromaHeight = (samples.nHeight + samples.nChromaDiv - 1) / samples.nChromaDiv;
+    samples.fltKb = 1183.0f / c_nChromaLumaUnit; // those of BT.709
+    samples.fltKr = 3483.0f / c_nChromaLumaUnit;
+    samples.bSmooth = _bSmooth;
+    samples.fltGain = _fltGain;
+    return samples;
+}
+
 UNMIX_SAMPLES Chroma_Field(const UNMIX_SAMPLES& _samples, int _nField, int _nFields)
 {
     UNMIX_SAMPLES samples = _samples;
@@ -139,16 +131,52 @@ UNMIX_SAMPLES Chroma_Field(const UNMIX_SAMPLES& _samples, int _nField, int _nFie
     return samples;
 }
 
+void Chroma_MakeScales(CHROMA_JOB& _job)
+{
+    const UNMIX_SAMPLES& samples = _job.samples;
+    const float fltDeep = samples.IsDeep() ? .25f : 1.0f;
+    const float fltShare = samples.nChromaDiv == 2 ? 1 / 16.0f : 1 / 4.0f;
+    const float fltUnit = 64 * fltShare;
+    const float fltKg = 1 - samples.fltKb - samples.fltKr;
+    if (samples.eLayout == UNMIX_SAMPLES::eBGRA)
+    {
+        constexpr float c_fltOne = 1.0f / c_nChromaLumaUnit;
+        _job.luma = Scale(64 * c_fltOne, 0, .5f);
+        _job.blue = _job.red = Scale(fltUnit * c_fltOne / static_cast<float>(2 * samples.nChromaDiv), 0, 0);
+    }
+    else
+    {
+        const float fltChroma = fltUnit * fltDeep * (samples.bFull ? 2 : 2 * 255 / 224.0f);
+        _job.luma =
+            samples.bFull ? Scale(64 * fltDeep, 0, .5f) : Scale(64 * fltDeep * (255 / 219.0f), 16 / fltDeep, .5f);
+        _job.blue = Scale(fltChroma * (1 - samples.fltKb), 128 / fltDeep, 0);
+        _job.red = Scale(fltChroma * (1 - samples.fltKr), 128 / fltDeep, 0);
+    }
+    _job.fltLumaSum = fltShare / static_cast<float>(2 * samples.nChromaDiv);
+    _job.arrLuma[0] = samples.fltKb;
+    _job.arrLuma[1] = fltKg;
+    _job.arrLuma[2] = samples.fltKr;
+    for (int n = 0; n < 3; ++n)
+        _job.anLuma[n] = Rounded(_job.arrLuma[n] * c_nChromaLumaUnit);
+    _job.fltPlate = fltUnit;
+    _job.fltHalf = .5f * fltShare;
+    _job.arrGreen[0] = samples.fltKb / fltKg;
+    _job.arrGreen[1] = samples.fltKr / fltKg;
+    _job.fltFactor = fltShare * samples.fltGain;
+    _job.fltFloor = 16 * c_fltFloor * fltUnit * fltUnit;
+    _job.fltLeastTint = c_fltLeastTint * c_fltLeastTint * fltUnit * fltUnit;
+}
+
 CHROMA_JOB Chroma_Job(const UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_SAMPLES& _samples,
                       uint16_t* _pDeep0, ptrdiff_t _nDeepStride)
 {
     CHROMA_JOB job = {};
     job.samples = _samples;
-    MakeScales(job);
+    Chroma_MakeScales(job);
     job.pPlate = &_state.vecPlate.data()->b;
     job.pOwner = _state.vecOwner.data();
     for (int n = 0; n < _state.nKeys; ++n)
-        job.arrAcross[n] = c_fltAcross * _state.arrKeys[n].fltWedge;
+        job.arrAcross[n] = c_fltChromaAcross * _state.arrKeys[n].fltWedge;
     job.nPlateWidth = _state.nPlateWidth;
     job.nPlateHeight = _state.nPlateHeight;
     job.pMixed = _field.bitsMixed.Row(0);

@@ -2,14 +2,11 @@
 
 #include "ZChromaKey/Engine2/Views.h"
 
-#include <array>
 #include <cmath>
 
 namespace
 {
 constexpr int c_nEdgeRowsPerPart = 8;
-constexpr int c_nMostPixels = 10;
-constexpr int c_nDirections = 32;
 
 // Alpha of a picture, 0 to 65535.
 struct ALPHA
@@ -24,25 +21,12 @@ struct ALPHA
     }
 };
 
-// A step from a pixel, in 256ths.
-struct STEP
-{
-    int nX;
-    int nY;
-};
-
-struct RINGS
-{
-    std::array<STEP, c_nMostPixels * c_nDirections> arr;
-    int nSteps = 0;
-};
-
 float Cosine(int _nDirection)
 {
     static constexpr float c_arr[] = {1,           .98078528f, .92387953f, .83146961f, .70710678f,
                                       .555570233f, .38268343f, .19509032f, 0};
-    const int n = _nDirection & (c_nDirections - 1);
-    const int nHalf = n > 16 ? c_nDirections - n : n;
+    const int n = _nDirection & (c_nEdgeDirections - 1);
+    const int nHalf = n > 16 ? c_nEdgeDirections - n : n;
     return nHalf <= 8 ? c_arr[nHalf] : -c_arr[16 - nHalf];
 }
 
@@ -51,15 +35,9 @@ int Step256(float _flt)
     return static_cast<int>(std::floor(_flt * 256 + .5f));
 }
 
-// Rings a pixel apart, so that nothing thin slips through; small ones take every second direction.
-RINGS RingsOf(float _fltRadius, int _nFields)
+float RadiusOf(float _fltChoke)
 {
-    RINGS rings;
-    for (float flt = _fltRadius; flt > 0 && rings.nSteps + c_nDirections <= c_nMostPixels * c_nDirections; flt -= 1)
-        for (int k = 0; k<c_nDirections; k += flt> 2 ? 1 : 2)
-            rings.arr[static_cast<size_t>(rings.nSteps++)] = {
-                Step256(flt * Cosine(k)), Step256(flt * Cosine(k - 8) / static_cast<float>(_nFields))};
-    return rings;
+    return std::min(std::abs(_fltChoke), static_cast<float>(c_nEdgeMostPixels));
 }
 
 uint32_t AlphaAt(const ALPHA& _alpha, int _nX256, int _nY256)
@@ -75,73 +53,35 @@ uint32_t AlphaAt(const ALPHA& _alpha, int _nX256, int _nY256)
     return (nAbove * (256 - nDown) + nBelow * nDown) >> 16;
 }
 
-uint16_t Moved(const ALPHA& _alpha, const RINGS& _rings, bool _bInwards, int _nX, int _nY)
+uint16_t Moved(const ALPHA& _alpha, const EDGE_RINGS& _rings, bool _bInwards, int _nX, int _nY)
 {
     uint32_t nAlpha = _alpha.Row(_nY)[_nX];
     const uint32_t nLast = _bInwards ? 0 : 65535;
     for (int n = 0; n < _rings.nSteps && nAlpha != nLast; ++n)
     {
-        const STEP step = _rings.arr[static_cast<size_t>(n)];
+        const EDGE_STEP step = _rings.arr[static_cast<size_t>(n)];
         const uint32_t nThere = AlphaAt(_alpha, _nX * 256 + step.nX, _nY * 256 + step.nY);
         nAlpha = _bInwards ? std::min(nAlpha, nThere) : std::max(nAlpha, nThere);
     }
     return static_cast<uint16_t>(nAlpha);
 }
 
-// Whether a cell and all within reach are solid, or all backdrop: no edge moves there.
-bool IsPlain(const FIELD_STATE& _field, int _nX, int _nY, int _nReach)
-{
-    const CBitRows& bits = _field.bitsSolid.Get(_nX, _nY) ? _field.bitsSolid : _field.bitsBackdrop;
-    for (int y = std::max(_nY - _nReach, 0); y <= std::min(_nY + _nReach, bits.Height() - 1); ++y)
-        for (int x = std::max(_nX - _nReach, 0); x <= std::min(_nX + _nReach, bits.Width() - 1); ++x)
-            if (!bits.Get(x, y))
-                return false;
-    return true;
-}
-
 // Rows of cells.
-void MovePass(const FIELD_STATE& _field, int _nFields, float _fltChoke, const ALPHA& _in, const ALPHA& _out,
+void MovePass(const CBitRows& _bitsPlain, const EDGE_RINGS& _rings, bool _bInwards, const ALPHA& _in, const ALPHA& _out,
               int _nFirst, int _nRows)
 {
-    const float fltRadius = std::min(std::abs(_fltChoke), static_cast<float>(c_nMostPixels));
-    const RINGS rings = RingsOf(fltRadius, _nFields);
-    const int nReach = static_cast<int>(std::ceil(fltRadius / c_nCell)) + 1;
     for (int nCellY = _nFirst; nCellY < _nFirst + _nRows; ++nCellY)
-        for (int nCellX = 0; nCellX < _field.cells.nWidth; ++nCellX)
+        for (int nCellX = 0; nCellX < _bitsPlain.Width(); ++nCellX)
         {
-            const bool bPlain = IsPlain(_field, nCellX, nCellY, nReach);
+            const bool bPlain = _bitsPlain.Get(nCellX, nCellY);
             for (int y = nCellY * c_nCell; y < std::min((nCellY + 1) * c_nCell, _in.nHeight); ++y)
                 for (int x = nCellX * c_nCell; x < std::min((nCellX + 1) * c_nCell, _in.nWidth); ++x)
-                    _out.Row(y)[x] = bPlain ? _in.Row(y)[x] : Moved(_in, rings, _fltChoke > 0, x, y);
+                    _out.Row(y)[x] = bPlain ? _in.Row(y)[x] : Moved(_in, _rings, _bInwards, x, y);
         }
 }
 
-// Half a tent: weights of the middle and of those beside it, in 65536ths.
-struct TENT
-{
-    uint32_t arr[c_nMostPixels + 1] = {};
-    int nReach = 0;
-};
-
-TENT TentOf(float _fltPixels)
-{
-    const float fltFoot = std::min(_fltPixels, static_cast<float>(c_nMostPixels)) + 1;
-    float fltSum = 1;
-    for (int n = 1; static_cast<float>(n) < fltFoot; ++n)
-        fltSum += 2 * (1 - static_cast<float>(n) / fltFoot);
-    TENT tent;
-    tent.arr[0] = 65536;
-    for (int n = 1; n <= c_nMostPixels && static_cast<float>(n) < fltFoot; ++n)
-    {
-        tent.arr[n] = static_cast<uint32_t>(Rounded((1 - static_cast<float>(n) / fltFoot) / fltSum * 65536));
-        tent.arr[0] -= 2 * tent.arr[n];
-        tent.nReach = n;
-    }
-    return tent;
-}
-
 // Rows of pixels, along a row or across rows; what lies outside repeats the border.
-void BlurPass(const TENT& _tent, bool _bAcross, const ALPHA& _in, const ALPHA& _out, int _nFirst, int _nRows)
+void BlurPass(const EDGE_TENT& _tent, bool _bAcross, const ALPHA& _in, const ALPHA& _out, int _nFirst, int _nRows)
 {
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
         for (int x = 0; x < _in.nWidth; ++x)
@@ -207,6 +147,49 @@ bool Edges_Wanted(const UNMIX_STATE& _state)
     return _state.setup.params.fltChoke != 0 || _state.setup.params.fltSoften > 0;
 }
 
+// Rings a pixel apart, so that nothing thin slips through; small ones take every second direction.
+EDGE_RINGS Edges_Rings(float _fltChoke, int _nFields)
+{
+    EDGE_RINGS rings;
+    for (float flt = RadiusOf(_fltChoke); flt > 0 && rings.nSteps + c_nEdgeDirections <= c_nEdgeMostSteps; flt -= 1)
+        for (int k = 0; k<c_nEdgeDirections; k += flt> 2 ? 1 : 2)
+            rings.arr[static_cast<size_t>(rings.nSteps++)] = {
+                Step256(flt * Cosine(k)), Step256(flt * Cosine(k - 8) / static_cast<float>(_nFields))};
+    return rings;
+}
+
+EDGE_TENT Edges_Tent(float _fltPixels)
+{
+    const float fltFoot = std::min(_fltPixels, static_cast<float>(c_nEdgeMostPixels)) + 1;
+    float fltSum = 1;
+    for (int n = 1; static_cast<float>(n) < fltFoot; ++n)
+        fltSum += 2 * (1 - static_cast<float>(n) / fltFoot);
+    EDGE_TENT tent;
+    tent.arr[0] = 65536;
+    for (int n = 1; n <= c_nEdgeMostPixels && static_cast<float>(n) < fltFoot; ++n)
+    {
+        tent.arr[n] = static_cast<uint32_t>(Rounded((1 - static_cast<float>(n) / fltFoot) / fltSum * 65536));
+        tent.arr[0] -= 2 * tent.arr[n];
+        tent.nReach = n;
+    }
+    return tent;
+}
+
+const CBitRows& Edges_PlainCells(UNMIX_STATE& _state, const FIELD_STATE& _field)
+{
+    const int nReach = static_cast<int>(std::ceil(RadiusOf(_state.setup.params.fltChoke) / c_nCell)) + 1;
+    CBitRows& bits = _state.bitsScratch;
+    bits = _field.bitsSolid;
+    bits.Erode(nReach, _state.vecScratch);
+    CBitRows& bitsBackdrop = _state.bitsDeep;
+    bitsBackdrop = _field.bitsBackdrop;
+    bitsBackdrop.Erode(nReach, _state.vecScratch);
+    for (int y = 0; y < bits.Height(); ++y)
+        for (int k = 0; k < bits.Words(); ++k)
+            bits.Row(y)[k] |= bitsBackdrop.Row(y)[k];
+    return bits;
+}
+
 void Edges_Change(UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_PICTURE& _picture,
                   const UNMIX_RESULT& _result, IRowRunner& _runner)
 {
@@ -220,15 +203,17 @@ void Edges_Change(UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_PI
     Rows(nHeight, [&](int _nFirst, int _nRows) { ReadPass(_result, alpha, _nFirst, _nRows); });
     if (params.fltChoke != 0)
     {
+        const EDGE_RINGS rings = Edges_Rings(params.fltChoke, _state.nFields);
+        const CBitRows& bitsPlain = Edges_PlainCells(_state, _field);
         Rows(_field.cells.nHeight, [&](int _nFirst, int _nRows) {
-            MovePass(_field, _state.nFields, params.fltChoke, alpha, other, _nFirst, _nRows);
+            MovePass(bitsPlain, rings, params.fltChoke > 0, alpha, other, _nFirst, _nRows);
         });
         std::swap(alpha, other);
     }
     if (params.fltSoften > 0)
     {
-        const TENT along = TentOf(params.fltSoften);
-        const TENT across = TentOf(params.fltSoften / static_cast<float>(_state.nFields));
+        const EDGE_TENT along = Edges_Tent(params.fltSoften);
+        const EDGE_TENT across = Edges_Tent(params.fltSoften / static_cast<float>(_state.nFields));
         Rows(nHeight, [&](int _nFirst, int _nRows) { BlurPass(along, false, alpha, other, _nFirst, _nRows); });
         Rows(nHeight, [&](int _nFirst, int _nRows) { BlurPass(across, true, other, alpha, _nFirst, _nRows); });
     }

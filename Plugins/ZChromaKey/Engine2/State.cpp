@@ -63,7 +63,25 @@ void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFie
     state.bitsPlate.Resize(state.nPlateWidth, state.nPlateHeight);
     state.vecChanged.assign(static_cast<size_t>(nCellRows), 0);
     state.vecNoise.assign(static_cast<size_t>(nCellRows) * 2, 0);
+    state.vecFineness.assign(static_cast<size_t>(nCellRows), {});
     _state = std::move(state);
+}
+
+FINENESS_SUMS& FINENESS_SUMS::operator+=(const FINENESS_SUMS& _other)
+{
+    const auto AddTo = [](DIFFERENCES& _sum, const DIFFERENCES& _more) {
+        _sum.nFirst += _more.nFirst;
+        _sum.nSecond += _more.nSecond;
+    };
+    const auto Add = [&](AXIS& _sum, const AXIS& _more) {
+        AddTo(_sum.luma, _more.luma);
+        AddTo(_sum.chroma, _more.chroma);
+        _sum.nChromaWithin += _more.nChromaWithin;
+    };
+    Add(across, _other.across);
+    Add(down, _other.down);
+    nCells += _other.nCells;
+    return *this;
 }
 
 bool UnmixState_Same(const UNMIX_STATE& _a, const UNMIX_STATE& _b)
@@ -72,14 +90,17 @@ bool UnmixState_Same(const UNMIX_STATE& _a, const UNMIX_STATE& _b)
            std::equal(_a.arrKeys, _a.arrKeys + _a.nKeys, _b.arrKeys) && _a.vecPlate == _b.vecPlate &&
            _a.vecReference == _b.vecReference && _a.gain == _b.gain &&
            _a.lamps.arrLevels[0].vec == _b.lamps.arrLevels[0].vec && _a.vecOwner == _b.vecOwner &&
-           _a.fltNoise == _b.fltNoise && _a.bNoiseKnown == _b.bNoiseKnown && _a.kind == _b.kind &&
-           _a.nFrames == _b.nFrames && _a.nCuts == _b.nCuts && _a.nUnfilled == _b.nUnfilled &&
+           _a.fltNoise == _b.fltNoise && _a.bNoiseKnown == _b.bNoiseKnown && _a.fineness == _b.fineness &&
+           _a.kind == _b.kind && _a.nFrames == _b.nFrames && _a.nCuts == _b.nCuts && _a.nUnfilled == _b.nUnfilled &&
            _a.arrFields[0] == _b.arrFields[0] && _a.arrFields[1] == _b.arrFields[1];
 }
 
 std::vector<float> UnmixState_Floats(const UNMIX_STATE& _state)
 {
-    std::vector<float> vec{_state.fltNoise};
+    std::vector<float> vec{_state.fltNoise, _state.fineness.fltCells};
+    for (const FINENESS_MEANS& axis : {_state.fineness.across, _state.fineness.down})
+        vec.insert(vec.end(), {axis.fltLumaFirst, axis.fltLumaSecond, axis.fltChromaFirst, axis.fltChromaSecond,
+                               axis.fltChromaWithin});
     const auto Add = [&](const std::vector<VEC4>& _vec) {
         for (const VEC4& v : _vec)
             vec.insert(vec.end(), {v.b, v.g, v.r, v.w});

@@ -127,6 +127,47 @@ struct UNMIX_KIND
     bool operator==(const UNMIX_KIND&) const = default;
 };
 
+/// How much neighbouring pixels differ in mixed cells (Fineness.h), in 256ths of a level, summed up.
+struct FINENESS_SUMS
+{
+    struct DIFFERENCES
+    {
+        int64_t nFirst = 0;  ///< |a - b|
+        int64_t nSecond = 0; ///< |a - 2 b + c|
+    };
+    struct AXIS
+    {
+        DIFFERENCES luma;
+        DIFFERENCES chroma;
+        int64_t nChromaWithin = 0; ///< first ones of pixels that may have shared a sample
+    };
+    AXIS across;
+    AXIS down;
+    int nCells = 0;
+
+    FINENESS_SUMS& operator+=(const FINENESS_SUMS& _other);
+};
+
+/// The same for the pictures of a stream, the older ones counting less.
+struct FINENESS_MEANS
+{
+    float fltLumaFirst = 0;
+    float fltLumaSecond = 0;
+    float fltChromaFirst = 0;
+    float fltChromaSecond = 0;
+    float fltChromaWithin = 0;
+
+    bool operator==(const FINENESS_MEANS&) const = default;
+};
+struct FINENESS_STATE
+{
+    FINENESS_MEANS across;
+    FINENESS_MEANS down;
+    float fltCells = 0;
+
+    bool operator==(const FINENESS_STATE&) const = default;
+};
+
 inline constexpr float c_fltNoiseUnknown = 3;
 
 /// The stream.
@@ -149,6 +190,7 @@ struct UNMIX_STATE
     UNMIX_PYRAMID lamps;                ///< of the last picture, in level 0: the plate is gain * reference + lamps
     std::vector<uint8_t> vecOwner;      ///< the key that a plate cell belongs to
     float fltNoise = c_fltNoiseUnknown; ///< of the difference, in levels
+    FINENESS_STATE fineness;
     int nFrames = 0; ///< pictures (fields) that the plate was learned from since the start or the last cut
     int nCuts = 0;
     int nUnfilled = 0; ///< pictures with new plate cells since the plate was last filled in
@@ -167,9 +209,10 @@ struct UNMIX_STATE
     CBitRows bitsDeep;  ///< cells far inside the range of a key
     CBitRows bitsPlate; ///< plate cells that were never seen and have no seen one near
     std::vector<uint64_t> vecScratch;
-    std::vector<uint8_t> vecChanged; ///< cell rows that differ from the frame before
-    std::vector<float> vecNoise;     ///< per cell row: sum of differences, count
-    std::vector<float> vecShade;     ///< density of shadows, on the plate grid
+    std::vector<uint8_t> vecChanged;        ///< cell rows that differ from the frame before
+    std::vector<float> vecNoise;            ///< per cell row: sum of differences, count
+    std::vector<FINENESS_SUMS> vecFineness; ///< per cell row
+    std::vector<float> vecShade;            ///< density of shadows, on the plate grid
     std::vector<float> vecEnvelope;
     std::vector<uint16_t> arrAlpha[2]; ///< of the picture, 0 to 65535, where edges are moved or blurred
     std::vector<uint8_t> vecPicture;   ///< B, G, R, A of formats that are not

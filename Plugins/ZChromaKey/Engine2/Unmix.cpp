@@ -7,6 +7,7 @@
 #include "ZChromaKey/Engine2/Chroma.h"
 #include "ZChromaKey/Engine2/Classes.h"
 #include "ZChromaKey/Engine2/Edges.h"
+#include "ZChromaKey/Engine2/Fineness.h"
 #include "ZChromaKey/Engine2/Noise.h"
 #include "ZChromaKey/Engine2/Plate.h"
 #include "ZChromaKey/Engine2/Screen.h"
@@ -218,6 +219,38 @@ void Classify(const RUN& _run)
     Foreground_Fill(field);
 }
 
+// Of pictures whose pixels have chroma of their own. What is held stays as it is with the plate.
+void MeasureFineness(const RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    const bool bFirstHeld = IsHeld(state, state.setup) && state.nFrames == 0;
+    const bool bLearns = !IsHeld(state, state.setup) && !state.bSeen;
+    if (_run.samples.eLayout != UNMIX_SAMPLES::eNone || _run.pCells || !(bLearns || bFirstHeld))
+        return;
+    if (bFirstHeld && _run.nField == 0)
+        state.fineness = {};
+    _run.CellRows([&](int _nFirst, int _nRows) { Fineness_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
+    Fineness_Learn(state);
+}
+
+// The run with room for pixels that luma's detail makes better, if their chroma was shared once.
+RUN WithSharedChroma(const RUN& _run)
+{
+    constexpr float c_fltGain = .5f; // a part of it is in chroma that has been made smooth
+    RUN run = _run;
+    UNMIX_STATE& state = run.state;
+    const CHROMA_FINENESS fineness = Fineness_Of(state);
+    if (run.samples.eLayout != UNMIX_SAMPLES::eNone || fineness.fltShared <= 0)
+        return run;
+    run.samples = Chroma_PixelSamples(run.picture, fineness.bRowsShare, !fineness.bRepeated,
+                                      fineness.bRepeated ? 1.0f : c_fltGain * fineness.fltShared);
+    const ptrdiff_t nDeepStride = ptrdiff_t{4} * state.nWidth;
+    state.vecDeep.resize(static_cast<size_t>(nDeepStride) * state.nHeight);
+    run.picture.pDeep0 = state.vecDeep.data() + run.nField * nDeepStride;
+    run.picture.nDeepStride = nDeepStride * state.nFields;
+    return run;
+}
+
 // Pixels that the planes know better than the 8-bit reader.
 void Refine(const RUN& _run)
 {
@@ -229,6 +262,18 @@ void Refine(const RUN& _run)
     _run.CellRows([&](int _nFirst, int _nRows) {
         Chroma_Pass(_run.state, _run.field, _run.samples, pRow0, nStride * _run.state.nFields, _nFirst, _nRows);
     });
+}
+
+// The bytes of a field in 64ths of a level.
+void Deepen(const RUN& _run)
+{
+    for (int y = 0; y < _run.picture.nHeight; ++y)
+    {
+        const uint8_t* const pRow = _run.picture.Row(y);
+        const ptrdiff_t nSamples = ptrdiff_t{4} * _run.picture.nWidth;
+        uint16_t* const pDeep = _run.state.vecDeep.data() + (_run.nField + y * _run.state.nFields) * nSamples;
+        std::transform(pRow, pRow + nSamples, pDeep, [](uint8_t _n) { return static_cast<uint16_t>(_n << 6); });
+    }
 }
 
 void PassThrough(const RUN& _run)
@@ -367,7 +412,10 @@ HRESULT LearnFields(std::span<const RUN> _runs, const SEEN& _seen)
     for (const RUN& run : _runs)
     {
         if (!state.bSeen || !_seen.bSetup)
+        {
             Classify(run);
+            MeasureFineness(run);
+        }
         run.field.bKnown = true;
     }
     state.bSure = std::any_of(_runs.begin(), _runs.end(), [](const RUN& _r) { return _r.field.bitsSure.Count() > 0; });
@@ -378,12 +426,13 @@ void WriteField(const RUN& _run, eUnmixWrite _eWrite)
 {
     if (_run.state.nKeys == 0)
         return PassThrough(_run);
+    const RUN run = WithSharedChroma(_run);
     if (_eWrite == eUW_All)
     {
-        Refine(_run);
-        WritePixels(_run);
+        Refine(run);
+        WritePixels(run);
     }
-    FinishPixels(_run);
+    FinishPixels(run);
 }
 
 // The rows of one field of a picture.
@@ -531,6 +580,30 @@ HRESULT Unmix_LearnCells(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const U
     return WithRuns(_state, source, {}, _runner, [&](std::span<const RUN> _runs) { return LearnFields(_runs, seen); });
 }
 
+HRESULT Unmix_Open(UNMIX_STATE& _state, const UNMIX_INPUT& _input, IRowRunner& _runner, UNMIX_PICTURE* _pPicture)
+{
+    SOURCE source;
+    const HRESULT hr = source.Open(_input);
+    if (FAILED(hr))
+        return hr;
+    source.Take(_state, _input);
+    *_pPicture = source.picture;
+    const bool bDeep = source.samples.eLayout != UNMIX_SAMPLES::eNone || Fineness_Of(_state).fltShared > 0;
+    if (_state.nKeys == 0 || !bDeep)
+        return _state.nKeys == 0 ? S_FALSE : S_OK;
+    return WithRuns(_state, source, {}, _runner, [&](std::span<const RUN> _runs) {
+        for (const RUN& field : _runs)
+        {
+            const RUN run = WithSharedChroma(field);
+            run.picture.pDeep0 ? Refine(run) : Deepen(run);
+        }
+        _pPicture->pDeep0 = _state.vecDeep.data();
+        _pPicture->nDeepStride = ptrdiff_t{4} * _state.nWidth;
+        _pPicture->bDeepSolid = source.samples.IsDeep();
+        return S_OK;
+    });
+}
+
 HRESULT Unmix_Write(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result, IRowRunner& _runner,
                     eUnmixWrite _eWrite)
 {
@@ -551,6 +624,7 @@ void Unmix_Restart(UNMIX_STATE& _state)
     _state.bPlateSet = false;
     _state.fltNoise = c_fltNoiseUnknown;
     _state.bNoiseKnown = false;
+    _state.fineness = {};
     _state.nFrames = 0;
     _state.nUnfilled = 0;
     for (FIELD_STATE& field : _state.arrFields)

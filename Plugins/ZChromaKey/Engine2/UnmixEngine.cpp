@@ -223,14 +223,14 @@ HRESULT CUnmixEngine::TaskRun(eUnmixTask _eTask, uint32_t _nWorkers)
 HRESULT CUnmixEngine::RunGPU(const ENGINE_JOB& _job, uint32_t _nWorkers, eKeyedOn* _peKeyedOn)
 {
     const ENGINE_GPU_OPTIONS& options = *_job.gpu;
-    HRESULT hrGPU = m_upGPU->Check(m_spWork->Input(), m_spWork->Pixels(), options);
+    HRESULT hrGPU = m_upGPU->Check(options);
     const bool bTried = SUCCEEDED(hrGPU);
     if (bTried)
     {
         const HRESULT hr = TaskRun(eUT_Learn, _nWorkers);
         if (FAILED(hr))
             return hr;
-        hrGPU = m_upGPU->Pixels(m_spWork->state, m_spWork->Input(), m_spWork->Pixels(), options);
+        hrGPU = m_upGPU->Pixels(m_spWork->state, m_spWork->Picture(), m_spWork->Pixels(), options);
     }
     GPUNote(options.bOnly, hrGPU);
     if (FAILED(hrGPU) && options.bOnly)
@@ -247,8 +247,7 @@ void CUnmixEngine::GPUNote(bool _bOnly, HRESULT _hr)
         return;
     if (_hr == E_NOTIMPL)
         ZLog(_bOnly ? eZLog_Error : eZLog_Info,
-             "CCoZChromaKey2: frames like this one are not keyed on the GPU, or there is none that this build can use: "
-             "set \"gpu_mode\" to 0, or hand in RGB32 or ARGB32 for results of 8 bits\n");
+             "CCoZChromaKey2: there is no GPU that this build can use: set \"gpu_mode\" to 0\n");
     else
         ZLog(_bOnly ? eZLog_Error : eZLog_Warning, "CCoZChromaKey2: the GPU did not key a frame, hr=%08X%hs\n", _hr,
              _bOnly ? "" : "; the CPU does");
@@ -293,7 +292,7 @@ HRESULT CUnmixEngine::ProcessGPU(IZFFrame* _pFrame, ENGINE_SETTINGS _settings, c
         return hr;
     const UNMIX_SETUP setup = SettingsTake(_settings, vidProps);
     LEARNER learner(*this, setup, nWorkers);
-    hr = m_upGPU->ProcessFrame(_pFrame, learner, setup, _options, _ppFrameRes);
+    hr = m_upGPU->ProcessFrame(_pFrame, learner, _options, _ppFrameRes);
     if (SUCCEEDED(hr))
     {
         SureSay();

@@ -67,8 +67,14 @@ HRESULT CUnmixWork::Key()
     if (m_eTask == eUT_Cells)
         return Unmix_LearnCells(state, m_setup, m_cells, m_runner);
     if (m_eTask == eUT_Learn)
-        return Unmix_Learn(state, m_setup, Input(), m_runner);
+        return Learn();
     return Write();
+}
+
+HRESULT CUnmixWork::Learn()
+{
+    const HRESULT hr = Unmix_Learn(state, m_setup, Input(), m_runner);
+    return SUCCEEDED(hr) ? Unmix_Open(state, Input(), m_runner, &m_picture) : hr;
 }
 
 HRESULT CUnmixWork::Write()

@@ -30,7 +30,7 @@ struct UNMIX_GIVEN
 enum eUnmixTask : int32_t
 {
     eUT_Frame,  ///< all of it
-    eUT_Learn,  ///< what it teaches
+    eUT_Learn,  ///< what it teaches, and its picture opened for who writes the result
     eUT_Write,  ///< the result of what was learned from
     eUT_Finish, ///< the same, where its pixels are there
     eUT_Cells,  ///< what cells teach
@@ -68,6 +68,12 @@ public:
         return {m_job.source.vidProps, m_job.source.vidPtr, m_job.eMatrix};
     }
 
+    /// Once eUT_Learn is done: the picture of which the pixels are to be made.
+    const UNMIX_PICTURE& Picture() const
+    {
+        return m_picture;
+    }
+
     UNMIX_STATE state;
     std::array<UNMIX_STRETCHED, Z_REGIONS> arrRegions; ///< setups point into these
     UNMIX_GIVEN given;
@@ -75,6 +81,7 @@ public:
 private:
     bool IsWhole() const;
     HRESULT Key();
+    HRESULT Learn();
     HRESULT Write();
     HRESULT Clean();
     void Finish();
@@ -85,6 +92,7 @@ private:
     std::vector<uint8_t> m_vecCells;
     UNMIX_SETUP m_setup;
     UNMIX_RESULT m_result;
+    UNMIX_PICTURE m_picture;
     std::vector<uint8_t> m_vecResult; ///< where the job takes no alpha
     CPoolRunner m_runner;
     HRESULT m_hr = S_OK;

@@ -231,6 +231,36 @@ TEST_F(COpenFxTest, WhatIsMissingIsSaidOnceAndThePicturePasses)
     host.Destroy(std::move(upEffect));
 }
 
+TEST_F(COpenFxTest, PicturesThatCannotBeAreRefused)
+{
+    constexpr std::array<int, 4> c_arrBounds[] = {
+        {INT32_MIN, 0, INT32_MAX, 36}, {0, INT32_MIN, 64, INT32_MAX}, {64, 0, 0, 36}, {0, 0, 72, 36}};
+    CMiniHost host(ZCK_OPENFX, "Filter");
+    auto upEffect = host.Create();
+    for (const std::array<int, 4>& arrBounds : c_arrBounds) // wider than anything, turned round, than its rows are
+        for (const bool bSource : {false, true})
+        {
+            MINI_PICTURE source("Byte", 64, 36), result("Byte", 64, 36);
+            (bSource ? source : result).arrBounds = arrBounds;
+            EXPECT_EQ(host.Render(*upEffect, 0, &source, result), c_nOfxFailed) << arrBounds[0] << " " << bSource;
+        }
+    MINI_PICTURE source("Byte", 64, 36, false, INT32_MAX - 64, 0), result("Byte", 64, 36, false, INT32_MIN, 0);
+    EXPECT_EQ(host.Render(*upEffect, 0, &source, result), c_nOfxOk) << "as far apart as pictures can be";
+    EXPECT_EQ(result.Pixels(), std::string(64 * 36 * 4, '\0'));
+    host.Destroy(std::move(upEffect));
+}
+
+TEST_F(COpenFxTest, HostsThatGoOnAfterTheEndGetNothing)
+{
+    CMiniHost host(ZCK_OPENFX, "Filter");
+    auto upEffect = host.Create();
+    EXPECT_EQ(host.Act("OfxActionDestroyInstance", upEffect.get()), c_nOfxOk);
+    MINI_PICTURE source("Byte", 64, 36), result("Byte", 64, 36);
+    EXPECT_EQ(host.Render(*upEffect, 0, &source, result), c_nOfxBadHandle);
+    EXPECT_EQ(host.Act(nullptr, upEffect.get()), c_nOfxDefault);
+    host.Destroy(std::move(upEffect));
+}
+
 /// Ends with 0 where an effect without a module is described and hands the picture through.
 int PassesWithoutModule()
 {

@@ -226,4 +226,48 @@ TEST_F(CVideoTest, FailuresLeaveNothingAndSayWhy)
     EXPECT_EQ(Shell("pgrep -f 'ffmpe[g].*" + m_folder.Path("out.mov") + "'"), 1) << m_strOut;
 }
 
+TEST_F(CVideoTest, FullDisksLeaveNothing)
+{
+    Make("in.mkv", {"-c:v", "ffv1"}, "null", 30);
+    const size_t nFiles = m_folder.Files();
+    for (const char* const pszOut : {"out.mov", "out.mkv", "out_%03d.png", "out.png", "out.y4m"})
+    {
+        EXPECT_EQ(Shell("trap '' XFSZ; ulimit -f 4; " + Quoted(ZKHOST_PATH) + " key -q --pick 1,1 " + File("in.mkv") +
+                        " -o " + File(pszOut)),
+                  1)
+            << pszOut;
+        ExpectLastLine("File too large");
+        ExpectLastLine("nothing was left under that name");
+        EXPECT_EQ(m_folder.Files(), nFiles) << pszOut;
+    }
+}
+
+TEST_F(CVideoTest, AnFfmpegThatDiesLeavesNothing)
+{
+    Make("in.mkv", {"-c:v", "ffv1"}, "null", 30);
+    const std::string strTool = m_streams.Write("ffmpeg", R"(#!/bin/sh
+PATH=${PATH#*:}
+case "$DIES $*" in
+"reader "*pipe:1) ffmpeg "$@" | head -c 20000; kill -9 $$ ;;
+"writer "*pipe:0*) head -c 60000 > /dev/null; kill -9 $$ ;;
+esac
+exec ffmpeg "$@"
+)");
+    std::filesystem::permissions(strTool, std::filesystem::perms::owner_all);
+    const auto fnKey = [&](const std::string& _strWho, const char* _pszOut) {
+        return Shell("DIES=" + _strWho + " PATH=" + Quoted(m_streams.Path("") + ":$PATH") + " " + Quoted(ZKHOST_PATH) +
+                     " key -q --pick 1,1 " + File("in.mkv") + " -o " + File(_pszOut));
+    };
+    for (const char* const pszOut : {"out.mov", "out_%03d.png"})
+    {
+        EXPECT_EQ(fnKey("reader", pszOut), 1);
+        ExpectLastLine("in.mkv: ffmpeg gave up after frame 4 (status 137)");
+        EXPECT_EQ(m_folder.Files(), 1u) << pszOut;
+    }
+    EXPECT_EQ(fnKey("writer", "out.mov"), 1);
+    ExpectLastLine("out.mov: ffmpeg gave up (status 137)");
+    EXPECT_EQ(m_folder.Files(), 1u);
+    EXPECT_EQ(fnKey("nobody", "out.mov"), 0) << m_strError;
+}
+
 } // namespace

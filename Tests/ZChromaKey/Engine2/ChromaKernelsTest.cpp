@@ -41,9 +41,25 @@ UNMIX_STATE RandomState(int _nWidth, int _nHeight, CRandom& _rnd)
     return state;
 }
 
+constexpr float c_fltPixelGain = .4f;
+
+// Of RGB32: pixels whose chroma 2x2 have shared, made smooth; of ARGB32: two of a row, repeated.
+UNMIX_SAMPLES SamplesOf(const GUARDED_PICTURE& _picture)
+{
+    const bool bSmooth = _picture.vidProps.fccType == eZFCC_RGB32;
+    if (!bSmooth && _picture.vidProps.fccType != eZFCC_ARGB32)
+        return Chroma_Samples(_picture.vidProps, _picture.vidPtr, eZYM_709);
+    UNMIX_PICTURE picture;
+    picture.pRow0 = Img_RowOf(_picture.vidPtr, 0, 0);
+    picture.nStride = _picture.vidPtr.cbVideoRowBytes[0];
+    picture.nWidth = _picture.vidProps.nWidth;
+    picture.nHeight = std::abs(_picture.vidProps.nHeight);
+    return Chroma_PixelSamples(picture, bSmooth, bSmooth, c_fltPixelGain);
+}
+
 CHROMA_JOB Job(const UNMIX_STATE& _state, const GUARDED_PICTURE& _picture, CGuardedPlane& _out)
 {
-    const UNMIX_SAMPLES samples = Chroma_Samples(_picture.vidProps, _picture.vidPtr, eZYM_709);
+    const UNMIX_SAMPLES samples = SamplesOf(_picture);
     auto* const pDeep0 = reinterpret_cast<uint16_t*>(_out.Row(0));
     return Chroma_Job(_state, _state.arrFields[0], samples, pDeep0, _out.Stride() / 2);
 }
@@ -57,10 +73,19 @@ public:
         , m_picture(_picture)
         , m_nWidth(_picture.vidProps.nWidth)
         , m_nHeight(std::abs(_picture.vidProps.nHeight))
-        , m_nDiv(FCC_Subsampling(_picture.vidProps.fccType, 1).cy)
+        , m_bSmooth(_picture.vidProps.fccType == eZFCC_RGB32)
+        , m_bPixels(m_bSmooth || _picture.vidProps.fccType == eZFCC_ARGB32)
+        , m_kb(m_bPixels ? 1183 / 16384.0 : .0722)
+        , m_kr(m_bPixels ? 3483 / 16384.0 : .2126)
+        , m_nDiv(m_bSmooth   ? 2
+                 : m_bPixels ? 1
+                             : FCC_Subsampling(_picture.vidProps.fccType, 1).cy)
         , m_nBytes(FCC_SampleBytes(_picture.vidProps.fccType))
-        , m_nChromaWidth(m_nDiv == 2 ? _picture.vidPtr.szVideoPlanes[1].cx / m_nBytes : (m_nWidth + 1) / 2)
-        , m_nChromaHeight(m_nDiv == 2 ? _picture.vidPtr.szVideoPlanes[1].cy : m_nHeight)
+        , m_nChromaWidth(m_nDiv == 2 && !m_bPixels ? _picture.vidPtr.szVideoPlanes[1].cx / m_nBytes
+                                                   : (m_nWidth + 1) / 2)
+        , m_nChromaHeight(m_bPixels     ? (m_nHeight + m_nDiv - 1) / m_nDiv
+                          : m_nDiv == 2 ? _picture.vidPtr.szVideoPlanes[1].cy
+                                        : m_nHeight)
     {
     }
     // Blue, green and red in 64ths.
@@ -76,8 +101,10 @@ public:
                 factor = factor + Factor(i, j) * dbl;
             }
         const double l = Luma(_nX, _nY);
-        const double u = mean.u + factor.u * (l - mean.l), v = mean.v + factor.v * (l - mean.l);
-        const double g = l - (.0722 * u + .2126 * v) / .7152;
+        const LUV base = m_bSmooth ? OfPixel(_nX, _nY) : mean;
+        const double dblDetail = (l - mean.l) * (m_bPixels ? c_fltPixelGain : 1);
+        const double u = base.u + factor.u * dblDetail, v = base.v + factor.v * dblDetail;
+        const double g = l - (m_kb * u + m_kr * v) / (1 - m_kb - m_kr);
         return {64 * std::clamp(l + u, 0.0, 255.0), 64 * std::clamp(g, 0.0, 255.0), 64 * std::clamp(l + v, 0.0, 255.0)};
     }
 
@@ -110,8 +137,20 @@ private:
             nWord |= static_cast<uint32_t>(m_picture.Byte(0, _nRow, _n / 3 * 4 + n)) << 8 * n;
         return (nWord >> 10 * (_n % 3) & 1023) / 4.0;
     }
+    LUV OfPixel(int _nX, int _nY) const
+    {
+        const int x = std::clamp(_nX, 0, m_nWidth - 1), y = std::clamp(_nY, 0, m_nHeight - 1);
+        const double l = Luma(x, y);
+        return {l, Number(0, y, 4 * x) - l, Number(0, y, 4 * x + 2) - l};
+    }
     double Luma(int _nX, int _nY) const
     {
+        if (m_bPixels)
+        {
+            const int x = std::clamp(_nX, 0, m_nWidth - 1), y = std::clamp(_nY, 0, m_nHeight - 1);
+            return m_kb * Number(0, y, 4 * x) + (1 - m_kb - m_kr) * Number(0, y, 4 * x + 1) +
+                   m_kr * Number(0, y, 4 * x + 2);
+        }
         const int x = std::clamp(_nX, 0, m_nWidth - 1), y = std::clamp(_nY, 0, m_nHeight - 1);
         return (Number(0, y, m_nDiv == 2 ? x : 2 * x + 1) - 16) * 255 / 219;
     }
@@ -121,14 +160,24 @@ private:
         LUV luv;
         for (int n = 0; n < 2 * m_nDiv; ++n)
             luv.l += Luma(2 * _nI + n % 2, _nJ * m_nDiv + n / 2) / (2 * m_nDiv);
-        luv.u = ((m_nDiv == 2 ? Number(1, j, i) : Number(0, j, 4 * i)) - 128) * 2 * (1 - .0722) * 255 / 224;
-        luv.v = ((m_nDiv == 2 ? Number(2, j, i) : Number(0, j, 4 * i + 2)) - 128) * 2 * (1 - .2126) * 255 / 224;
+        if (m_bPixels)
+        {
+            for (int n = 0; n < 2 * m_nDiv; ++n)
+            {
+                const LUV pixel = OfPixel(2 * i + n % 2, j * m_nDiv + n / 2);
+                luv.u += pixel.u / (2 * m_nDiv);
+                luv.v += pixel.v / (2 * m_nDiv);
+            }
+            return luv;
+        }
+        luv.u = ((m_nDiv == 2 ? Number(1, j, i) : Number(0, j, 4 * i)) - 128) * 2 * (1 - m_kb) * 255 / 224;
+        luv.v = ((m_nDiv == 2 ? Number(2, j, i) : Number(0, j, 4 * i + 2)) - 128) * 2 * (1 - m_kr) * 255 / 224;
         return luv;
     }
     LUV Plate(int _nX, int _nY) const
     {
         const VEC4 p = m_state.Plate(std::clamp(_nX, 0, m_state.nPlateWidth - 1), _nY);
-        const double l = .0722 * p.b + .7152 * p.g + .2126 * p.r;
+        const double l = m_kb * p.b + (1 - m_kb - m_kr) * p.g + m_kr * p.r;
         return {l, p.b - l, p.r - l};
     }
     double Wedge(int _nX, int _nY) const
@@ -163,7 +212,7 @@ private:
             v += dblWeight * off.v;
             yy = yy + off * (off.l * dblWeight);
         }
-        const double k = dblAlpha * dblAlpha;
+        const double k = std::min(2 * dblAlpha, 1.0);
         const double dblVariance = std::max(yy.l - k * y.l * y.l, 0.0) + 60;
         return {0, std::clamp((yy.u - k * y.l * u) / dblVariance, -3.0, 3.0),
                 std::clamp((yy.v - k * y.l * v) / dblVariance, -3.0, 3.0)};
@@ -173,6 +222,10 @@ private:
     const GUARDED_PICTURE& m_picture;
     int m_nWidth;
     int m_nHeight;
+    bool m_bSmooth; // their own chroma stays
+    bool m_bPixels; // B, G, R, A, not samples of planes
+    double m_kb;    // weights in luma
+    double m_kr;
     int m_nDiv;
     int m_nBytes; // of a sample
     int m_nChromaWidth;
@@ -182,8 +235,9 @@ private:
 TEST_P(ChromaLevels, GiveThePlainBytesInAnyParts)
 {
     static constexpr int c_arrSizes[][2] = {{1, 1}, {2, 2}, {7, 5}, {19, 34}, {66, 17}, {143, 30}, {331, 50}};
-    static constexpr uint32_t c_arrFormats[] = {eZFCC_UYVY, eZFCC_YUY2, eZFCC_YVYU, eZFCC_I420, eZFCC_YV12, eZFCC_NV12,
-                                                eZFCC_I422, eZFCC_v210, eZFCC_r210, eZFCC_P010, eZFCC_P210};
+    static constexpr uint32_t c_arrFormats[] = {eZFCC_UYVY, eZFCC_YUY2,  eZFCC_YVYU,  eZFCC_I420, eZFCC_YV12,
+                                                eZFCC_NV12, eZFCC_I422,  eZFCC_v210,  eZFCC_r210, eZFCC_P010,
+                                                eZFCC_P210, eZFCC_RGB32, eZFCC_ARGB32};
     CHROMA_KERNELS kernels;
     ChromaKernels_Init(&kernels, GetParam());
     CRandom rnd(1);
@@ -212,7 +266,7 @@ Z_INSTANTIATE_LEVELS(ChromaLevels);
 
 TEST(ChromaRebuild, IsWhatTheFormulaSays)
 {
-    for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_I420, eZFCC_v210, eZFCC_P010})
+    for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_I420, eZFCC_v210, eZFCC_P010, eZFCC_RGB32, eZFCC_ARGB32})
     {
         SCOPED_TRACE(FCC_Name(fccType));
         const int nWidth = 301, nHeight = 75; // more than a word of cells

@@ -4,25 +4,16 @@
 #include "ZChromaKey/Objects/CoZChromaKey2.h"
 #include "ZChromaKey/Objects/TestKeyer.h"
 
+#if !defined(_WIN32)
+#include "Support/Refuse.h"
+#endif
+
 // Memory runs out in the calls of the second generation.
 
 namespace
 {
 
 constexpr const wchar_t* c_pwszPolygon = L"0,0 16,0 16,16 0,16";
-
-/// A red body before a green backdrop.
-CZPtr<CZFrame> Body2(uint32_t _fccType, int _nWidth, int _nHeight)
-{
-    std::vector<uint8_t> vecBGRA;
-    for (int y = 0; y < _nHeight; ++y)
-        for (int x = 0; x < _nWidth; ++x)
-        {
-            const auto& arrPixel = x >= _nWidth / 2 && y >= _nHeight / 2 ? c_arrTestRed : c_arrTestGreen;
-            vecBGRA.insert(vecBGRA.end(), arrPixel, arrPixel + 4);
-        }
-    return TestFrame_Of(vecBGRA, _fccType, _nWidth, -_nHeight);
-}
 
 struct SUBJECT2
 {
@@ -76,8 +67,8 @@ struct SUBJECT2
         cpKey.Reset();
     }
 
-    CZPtr<CZFrame> cpFrame = Body2(eZFCC_RGB32, 96, 64);
-    CZPtr<CZFrame> cpFrameLarge = Body2(eZFCC_NV12, 160, 96);
+    CZPtr<CZFrame> cpFrame = TestFrame_Body(eZFCC_RGB32, 96, 64);
+    CZPtr<CZFrame> cpFrameLarge = TestFrame_Body(eZFCC_NV12, 160, 96);
     CZPtr<CCoZChromaKey2> cpKey;
     CZPtr<IZFFrame> cpResult;
     CZPtr<IZKey2> cpKeyObject;
@@ -175,6 +166,90 @@ TEST_F(Faults2, MemoryRunsOutWhileFramesAreKeyed)
     };
     RunAll(arrOperations);
 }
+
+/// Shows what the engine knows instead of its result.
+void MakeView2(SUBJECT2& _subject, eView _eView)
+{
+    MakeKeyed2(_subject);
+    EXPECT_EQ(_subject.cpKey->ViewSet(_eView), S_OK);
+}
+
+TEST_F(Faults2, MemoryRunsOutWhileViewsAreMade)
+{
+    std::vector<OPERATION> vecOperations;
+    for (const auto& [pszName, eShown] : {std::pair("view of the status", eView_Status),
+                                          {"of the plate", eView_Plate},
+                                          {"of the foreground", eView_Foreground}})
+        vecOperations.push_back({pszName, [eWhich = eShown](SUBJECT2& _s) { MakeView2(_s, eWhich); },
+                                 [](SUBJECT2& _s) { return _s.Receive(_s.cpFrame.Get()); },
+                                 [](SUBJECT2& _s) { return static_cast<bool>(_s.cpResult); }});
+    RunAll(vecOperations);
+}
+
+/// Two steps, in a group that is not at its end yet.
+void MakeGroup2(SUBJECT2& _subject)
+{
+    MakeDirect2(_subject);
+    EXPECT_EQ(_subject.cpKey->GroupBegin(), S_OK);
+    EXPECT_EQ(_subject.Param(L"choke", 3), S_OK);
+    EXPECT_EQ(_subject.Region(eRegion_Garbage), S_OK);
+}
+
+TEST_F(Faults2, MemoryRunsOutInGroupsAndWithPlates)
+{
+    const OPERATION arrOperations[] = {
+        {"edit in a group", MakeGroup2, [](SUBJECT2& _s) { return _s.Param(L"soften", 2); },
+         [](SUBJECT2& _s) { return _s.cpKey->GroupEnd() == S_OK && _s.StepsBack() == 2; }},
+        {"frame after the plate was forgotten",
+         [](SUBJECT2& _s) {
+             MakeWarm2(_s);
+             EXPECT_EQ(_s.cpKey->PlateLearn(eLearn_Restart), S_OK);
+         },
+         [](SUBJECT2& _s) { return _s.Receive(_s.cpFrame.Get()); }, KeyedResult2},
+        {"frame with a plate",
+         [](SUBJECT2& _s) {
+             MakeKeyed2(_s);
+             EXPECT_EQ(_s.cpKey->PlateSet(_s.cpFrameLarge.Get()), S_OK);
+         },
+         [](SUBJECT2& _s) { return _s.Receive(_s.cpFrame.Get()); },
+         [](SUBJECT2& _s) { return static_cast<bool>(_s.cpResult); }},
+    };
+    RunAll(arrOperations);
+}
+
+#if !defined(_WIN32)
+
+TEST_F(Faults2, ThreadsThatCannotBeStarted)
+{
+    for (const wchar_t* const pwszOutputThread : {L"false", L"true"})
+    {
+        int nPoints = 0;
+        for (bool bRefused = true; bRefused; nPoints += bRefused)
+        {
+            ASSERT_LT(nPoints, 100);
+            SUBJECT2 subject;
+            MakeDirect2(subject);
+            subject.Option(L"output.thread", pwszOutputThread);
+            subject.Option(L"process.threads", L"5");
+            const auto fnKey = [&] {
+                const HRESULT hr = subject.Receive(subject.cpFrame.Get());
+                return hr == S_FALSE ? subject.Receive(nullptr) : hr;
+            };
+            Refuse_Thread(nPoints + 1);
+            const HRESULT hr = fnKey();
+            bRefused = Refuse_End();
+            EXPECT_EQ(hr, bRefused ? E_OUTOFMEMORY : S_OK);
+            EXPECT_EQ(fnKey(), S_OK) << "there are threads again";
+            EXPECT_TRUE(KeyedResult2(subject));
+            subject.Release();
+        }
+        EXPECT_EQ(nPoints, *pwszOutputThread == L't' ? 6 : 5);
+        std::printf("second generation, output.thread %ls: %d threads refused\n", pwszOutputThread, nPoints);
+    }
+    EXPECT_TRUE(ZModule_IsIdle());
+}
+
+#endif
 
 TEST_F(Faults2, MemoryRunsOutWhileKeysAreEdited)
 {

@@ -267,7 +267,7 @@ TEST_F(UnmixObject, LostBackdropIsSaidOnce)
 
 TEST_F(UnmixObject, TheLogSaysOnceWhyTheGpuDoesNotKey)
 {
-    const auto cpFrame = Body(eZFCC_NV12, c_arrGreen); // not one for the GPU, where there is one
+    const auto cpFrame = Body(eZFCC_NV12, c_arrGreen);
     EXPECT_EQ(m_cpKeyer->KeyAddColor(0x3CAA32), S_OK);
     const CLogCatcher log;
     const auto fnKeyed = [&](const wchar_t* _pwszMode) {
@@ -280,10 +280,11 @@ TEST_F(UnmixObject, TheLogSaysOnceWhyTheGpuDoesNotKey)
     };
     fnKeyed(L"-1");
     EXPECT_EQ(log.Count("GPU"), 0u) << "frames in memory are the CPU's";
-    const char* const pszText = "not keyed on the GPU, or there is none that this build can use: set \"gpu_mode\" to 0";
+    const char* const pszText = "there is no GPU that this build can use: set \"gpu_mode\" to 0";
     fnKeyed(L"2");
     EXPECT_EQ(log.Count(pszText, eZLog_Info), 1u);
     fnKeyed(L"0");
+#if !defined(_WIN32) // there, one in software is used where nothing else may key
     EXPECT_EQ(m_cpProps->PropsSet(L"gpu_mode", L"1"), S_OK);
     for (int n = 0; n < 2; ++n)
     {
@@ -292,6 +293,7 @@ TEST_F(UnmixObject, TheLogSaysOnceWhyTheGpuDoesNotKey)
         EXPECT_EQ(m_cpProcess->OnMediaReceive(cpFrame.Get(), cpRes.Put()), E_NOTIMPL);
     }
     EXPECT_EQ(log.Count(pszText, eZLog_Error), 1u) << "nothing else may key";
+#endif
 }
 
 } // namespace

@@ -3,10 +3,12 @@
 #include "Base/ZPixelFormats.h"
 #include "Base/ZLog.h"
 #include "DirectX/Device/DXHelpers.h"
+#include "DirectX/Shaders/UnmixEdgeShader.h"
 #include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Pixels.h"
 
 #include <cstdlib>
+#include <cstring>
 
 namespace
 {
@@ -20,27 +22,9 @@ HRESULT LogIfFailed(const char* _pszMessage, HRESULT _hr)
     return _hr;
 }
 
-CZPtr<ID3D11Texture2D> TextureIn(IDX11Texture* _pTexture)
-{
-    CZPtr<ID3D11Texture2D> cpTexture;
-    if (_pTexture)
-        _pTexture->TextureGet(cpTexture.Put());
-    return cpTexture;
-}
-
 bool IsPixels(uint32_t _fccType)
 {
     return _fccType == eZFCC_RGB32 || _fccType == eZFCC_ARGB32;
-}
-
-/// The record of a picture of that size, one pixel a texel.
-ZF_VID_PROPS PixelProps(const ZF_VID_PROPS& _vidProps)
-{
-    ZF_VID_PROPS vidProps = _vidProps;
-    vidProps.fccType = eZFCC_ARGB32;
-    vidProps.nHeight = -std::abs(vidProps.nHeight);
-    vidProps.nRowBytes = 0;
-    return vidProps;
 }
 
 /// A target of texels that are no pixels.
@@ -51,6 +35,24 @@ GPU_TARGET TargetOf(int _nWidth, int _nHeight, DXGI_FORMAT _eFormat, const ZF_VI
 
 } // namespace
 
+CZPtr<ID3D11Texture2D> GPUUnmix::TextureIn(IDX11Texture* _pTexture)
+{
+    CZPtr<ID3D11Texture2D> cpTexture;
+    if (_pTexture)
+        _pTexture->TextureGet(cpTexture.Put());
+    return cpTexture;
+}
+
+/// A picture of the frame's size, one pixel a texel.
+GPU_TARGET GPUUnmix::PixelTarget() const
+{
+    ZF_VID_PROPS vidProps = VidPropsIn();
+    vidProps.fccType = eZFCC_ARGB32;
+    vidProps.nHeight = -std::abs(vidProps.nHeight);
+    vidProps.nRowBytes = 0;
+    return GPU_TargetOf(vidProps);
+}
+
 bool GPUUnmix::IsTaken(uint32_t _fccType)
 {
     return DX_TextureFormat(_fccType) != DXGI_FORMAT_UNKNOWN && _fccType != eZFCC_RGB8;
@@ -60,6 +62,8 @@ void GPUUnmix::FrameDrop()
 {
     FrameEnd();
     m_cpResult.Reset();
+    m_cpDeep.Reset();
+    m_cpDeepMade.Reset();
     m_pLearner = nullptr;
     if (!Device()) // it was removed
         DeviceLeave();
@@ -72,12 +76,12 @@ void GPUUnmix::DeviceLeave()
     m_gridCells = {};
     m_gridBack = {};
     m_gridFore = {};
+    m_gridDeep = {};
     m_gridShade = {};
     m_gridGarbage = {};
     m_gridHoldOut = {};
     m_gridMarked = {};
     m_cpPast.Reset();
-    m_converter.Close();
     m_backOff.Forget();
 }
 
@@ -91,8 +95,10 @@ void GPUUnmix::Close()
 HRESULT GPUUnmix::ShaderGet(eShader _eShader, ID3D11PixelShader** _ppShader)
 {
     using TEXT_OF = std::string (*)();
-    static constexpr TEXT_OF c_arrTexts[eS_Count] = {UnmixCellsShader_Text, UnmixPastShader_Text,
-                                                     UnmixPixelShader_Text};
+    static constexpr TEXT_OF c_arrTexts[eS_Count] = {
+        UnmixOpenShader_Text, UnmixCellsShader_Text, UnmixFactorsShader_Text, UnmixDeepShader_Text,
+        UnmixPastShader_Text, UnmixPixelShader_Text, UnmixAlphaShader_Text,   UnmixChokeShader_Text,
+        UnmixBlurShader_Text, UnmixEdgedShader_Text};
     CZPtr<ID3D11PixelShader>& cpShader = m_arrShaders[_eShader];
     if (!cpShader)
     {
@@ -105,13 +111,13 @@ HRESULT GPUUnmix::ShaderGet(eShader _eShader, ID3D11PixelShader** _ppShader)
     return S_OK;
 }
 
-HRESULT GPUUnmix::Pass(eShader _eShader, std::span<ID3D11Texture2D* const> _inputs, const UNMIX_CONSTANTS& _constants,
-                       const GPU_TARGET& _target, IDX11Texture** _ppTexOut)
+HRESULT GPUUnmix::PassWith(eShader _eShader, std::span<ID3D11Texture2D* const> _inputs,
+                           std::span<const std::byte> _constants, const GPU_TARGET& _target, IDX11Texture** _ppTexOut)
 {
     CZPtr<ID3D11PixelShader> cpShader;
     const HRESULT hr = ShaderGet(_eShader, cpShader.Put());
     return SUCCEEDED(hr)
-               ? Render(_inputs, {cpShader.Get(), nullptr, &_constants, sizeof(_constants)}, _target, _ppTexOut)
+               ? Render(_inputs, {cpShader.Get(), nullptr, _constants.data(), _constants.size()}, _target, _ppTexOut)
                : hr;
 }
 
@@ -202,8 +208,16 @@ HRESULT GPUUnmix::PastPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture)
     if (FAILED(hr))
         return hr;
     const auto cpPast = TextureIn(m_cpPast.Get());
-    ID3D11Texture2D* const arrInputs[] = {_pPicture, m_gridCells.cpTexture.Get(), m_gridBack.cpTexture.Get(), nullptr,
-                                          cpPast.Get()};
+    ID3D11Texture2D* const arrInputs[] = {_pPicture,
+                                          m_gridCells.cpTexture.Get(),
+                                          m_gridBack.cpTexture.Get(),
+                                          nullptr,
+                                          cpPast.Get(),
+                                          nullptr,
+                                          nullptr,
+                                          nullptr,
+                                          nullptr,
+                                          m_cpDeep.Get()};
     CZPtr<IDX11Texture> cpNew;
     hr = Pass(eS_Past, arrInputs, m_uploads.constants,
               TargetOf(_state.nWidth, _state.nHeight, DXGI_FORMAT_R16_SINT, VidPropsIn()), cpNew.Put());
@@ -212,11 +226,13 @@ HRESULT GPUUnmix::PastPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture)
 }
 
 /// The result, of what m_uploads has.
-HRESULT GPUUnmix::PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture)
+HRESULT GPUUnmix::PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture, const GPU_TARGET& _target)
 {
     HRESULT hr = GridsPut(_state);
     if (SUCCEEDED(hr))
         hr = AfterPut(_state);
+    if (SUCCEEDED(hr) && !IsPixels(VidPropsIn().fccType) && _state.nKeys > 0)
+        hr = DeepPasses();
     const bool bPast = m_uploads.constants.anFilter[1];
     if (SUCCEEDED(hr) && bPast)
         hr = PastPass(_state, _pPicture);
@@ -231,33 +247,57 @@ HRESULT GPUUnmix::PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture)
                                           m_gridGarbage.cpTexture.Get(),
                                           m_gridHoldOut.cpTexture.Get(),
                                           m_gridShade.cpTexture.Get(),
-                                          m_gridMarked.cpTexture.Get()};
-    return Pass(eS_Pixel, arrInputs, m_uploads.constants, GPU_TargetOf(PixelProps(VidPropsIn())), m_cpResult.Put());
+                                          m_gridMarked.cpTexture.Get(),
+                                          m_cpDeep.Get()};
+    return Pass(eS_Pixel, arrInputs, m_uploads.constants, _target, m_cpResult.Put());
 }
 
 // Pictures in memory.
 
-HRESULT GPUUnmix::Pixels(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
+HRESULT GPUUnmix::Pixels(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                          const ENGINE_GPU_OPTIONS& _options)
 {
     const CZScopeExit frameDrop([this] { FrameDrop(); }); // also where something throws
-    const PLAN plan = {false, _input.vidProps.fccType};
+    const PLAN plan = {false, _state.kind.fccType};
     HRESULT hr = m_backOff.Check(plan, _options.nChange);
     if (FAILED(hr))
         return hr;
-    hr = PixelsTry(_state, _input, _result, _options);
+    hr = PixelsTry(_state, _picture, _result, _options);
     m_backOff.Note(plan, _options.nChange, hr);
     return hr;
 }
 
-HRESULT GPUUnmix::PixelsTry(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
+HRESULT GPUUnmix::PicturePut(const UNMIX_PICTURE& _picture)
+{
+    ZF_VID_PROPS vidProps = {};
+    vidProps.fccType = eZFCC_ARGB32;
+    vidProps.nWidth = _picture.nWidth;
+    vidProps.nHeight = -_picture.nHeight;
+    ZF_VID_PTR vidPtr = {};
+    vidPtr.lpVideoPlanes[0] = static_cast<int64_t>(reinterpret_cast<intptr_t>(_picture.pRow0));
+    vidPtr.cbVideoRowBytes[0] = static_cast<int32_t>(_picture.nStride);
+    vidPtr.szVideoPlanes[0] = {_picture.nWidth, _picture.nHeight};
+    HRESULT hr = _PutVideo(&vidProps, &vidPtr, false);
+    if (FAILED(hr) || !_picture.pDeep0)
+        return hr;
+    hr = GridPut(&m_gridDeep, _picture.nWidth, _picture.nHeight, DXGI_FORMAT_R16G16B16A16_UINT, _picture.pDeep0,
+                 sizeof(uint16_t) * static_cast<size_t>(_picture.nDeepStride));
+    m_cpDeep = m_gridDeep.cpTexture;
+    return hr;
+}
+
+HRESULT GPUUnmix::PixelsTry(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                             const ENGINE_GPU_OPTIONS& _options)
 {
-    HRESULT hr = _PutVideo(&_input.vidProps, &_input.vidPtr, false);
+    HRESULT hr = PicturePut(_picture);
     if (SUCCEEDED(hr))
     {
-        UnmixUploads_Fill(_state, FCC_HasAlpha(_input.vidProps.fccType), &m_uploads);
-        hr = PixelPass(_state, TextureIn(TexIn()).Get());
+        UnmixUploads_Fill(_state, _picture.bAlpha, &m_uploads);
+        UnmixUploads_Deep(_picture.pDeep0 != nullptr, _picture.bDeepSolid, _result.bWords, &m_uploads);
+        GPU_TARGET target = GPU_TargetOf(VidPropsIn());
+        if (_result.bWords)
+            target.eFormat = DXGI_FORMAT_R16G16B16A16_UNORM;
+        hr = PixelPass(_state, TextureIn(TexIn()).Get(), target);
     }
     if (FAILED(hr))
         return LogIfFailed("Failed to key a frame!", hr);
@@ -269,15 +309,37 @@ HRESULT GPUUnmix::PixelsTry(UNMIX_STATE& _state, const UNMIX_INPUT& _input, cons
 /// Brings the result back; waits for the GPU.
 HRESULT GPUUnmix::ResultRead(const UNMIX_RESULT& _result)
 {
-    const ZF_VID_PROPS vidProps = PixelProps(VidPropsIn());
-    ZF_VID_PTR vidPtr = {};
-    vidPtr.lpVideoPlanes[0] = static_cast<int64_t>(reinterpret_cast<intptr_t>(_result.pRow0));
-    vidPtr.cbVideoRowBytes[0] = static_cast<int32_t>(_result.nStride);
-    vidPtr.szVideoPlanes[0] = {vidProps.nWidth, -vidProps.nHeight};
+    return TexelsRead(m_cpResult.Get(), [&](const D3D11_MAPPED_SUBRESOURCE& _mapped) {
+        const size_t cbRow = size_t{_result.bWords ? 8u : 4u} * static_cast<size_t>(VidPropsIn().nWidth);
+        for (int y = 0; y < -VidPropsIn().nHeight; ++y)
+            std::memcpy(_result.Bytes(y), static_cast<const uint8_t*>(_mapped.pData) + size_t{_mapped.RowPitch} * y,
+                        cbRow);
+        return S_OK;
+    });
+}
+
+/// Brings a texture's texels back, for _take; waits for the GPU.
+HRESULT GPUUnmix::TexelsRead(IDX11Texture* _pTexture,
+                             const std::function<HRESULT(const D3D11_MAPPED_SUBRESOURCE&)>& _take)
+{
+    const auto cpFrom = TextureIn(_pTexture);
+    D3D11_TEXTURE2D_DESC desc = {};
+    cpFrom->GetDesc(&desc);
+    desc.Usage = D3D11_USAGE_STAGING;
+    desc.BindFlags = 0;
+    desc.CPUAccessFlags = D3D11_CPU_ACCESS_READ;
     CZPtr<IDX11Texture> cpReadable;
-    const HRESULT hr =
-        m_downloader.CopyRecord(TextureIn(m_cpResult.Get()).Get(), vidProps, Allocator(), cpReadable.Put());
-    return SUCCEEDED(hr) ? m_downloader.CopyRead(vidPtr, cpReadable.Get(), false) : hr;
+    HRESULT hr = DX11Texture::Create(Allocator(), Device()->Device(), &desc, VidPropsIn(), cpReadable.Put());
+    if (FAILED(hr))
+        return LogIfFailed("Unable to create a texture to read from!", hr);
+    const auto cpTexture = TextureIn(cpReadable.Get());
+    Device()->Context()->CopyResource(cpTexture.Get(), cpFrom.Get());
+    D3D11_MAPPED_SUBRESOURCE mapped = {};
+    hr = Device()->Context()->Map(cpTexture.Get(), 0, D3D11_MAP_READ, 0, &mapped);
+    if (FAILED(hr) || !mapped.pData)
+        return LogIfFailed("Failed to map a texture!", FAILED(hr) ? hr : E_UNEXPECTED);
+    const CZScopeExit unmap([&] { Device()->Context()->Unmap(cpTexture.Get(), 0); });
+    return _take(mapped);
 }
 
 // Frames in textures.
@@ -306,28 +368,28 @@ HRESULT GPUUnmix::Key(IZFFrame* _pFrame, IUnmixLearner& _learner, const ENGINE_G
 HRESULT GPUUnmix::ProcessFrame()
 {
     CZPtr<IDX11Texture> cpPicture(TexIn());
-    HRESULT hr = IsPixels(VidPropsIn().fccType) ? S_OK : Converted(&cpPicture);
+    HRESULT hr = IsPixels(VidPropsIn().fccType) ? S_OK : Opened(&cpPicture);
     if (SUCCEEDED(hr))
         hr = CellsLearn(cpPicture.Get());
     if (SUCCEEDED(hr))
-    {
-        UNMIX_STATE& state = m_pLearner->State();
-        UnmixUploads_Fill(state, VidPropsIn().fccType == eZFCC_ARGB32, &m_uploads);
-        UnmixUploads_After(state, m_options.bPremultiply, &m_uploads);
-        hr = PixelPass(state, TextureIn(cpPicture.Get()).Get());
-    }
+        hr = PicturePasses(TextureIn(cpPicture.Get()).Get());
     return LogIfFailed("Failed to key a frame!", hr);
 }
 
-/// A picture of other samples into B, G, R, A.
-HRESULT GPUUnmix::Converted(CZPtr<IDX11Texture>* _pcpPicture)
+HRESULT GPUUnmix::PicturePasses(ID3D11Texture2D* _pPicture)
 {
-    const ZF_VID_PROPS vidPropsOut = PixelProps(VidPropsIn());
-    CZPtr<IDX11Texture> cpPixels;
-    const HRESULT hr = m_converter.Convert(Device(), &VidPropsIn(), &vidPropsOut, TextureIn(_pcpPicture->Get()).Get(),
-                                           Allocator(), cpPixels.Put(), m_options.eMatrix);
-    *_pcpPicture = std::move(cpPixels);
-    return hr;
+    UNMIX_STATE& state = m_pLearner->State();
+    UnmixUploads_Fill(state, VidPropsIn().fccType == eZFCC_ARGB32, &m_uploads);
+    m_uploads.constants.samples = m_samples;
+    const bool bEdges = UnmixUploads_Edges(state, &m_uploads);
+    if (!bEdges)
+        UnmixUploads_After(state, m_options.bPremultiply, &m_uploads);
+    const GPU_TARGET target = PixelTarget();
+    const HRESULT hr = PixelPass(state, _pPicture, target);
+    if (FAILED(hr) || !bEdges)
+        return hr;
+    UnmixUploads_After(state, m_options.bPremultiply, &m_uploads);
+    return EdgePasses(state, _pPicture, target);
 }
 
 HRESULT GPUUnmix::CellsLearn(IDX11Texture* _pPicture)
@@ -339,28 +401,12 @@ HRESULT GPUUnmix::CellsLearn(IDX11Texture* _pPicture)
         Pass(eS_Cells, arrInputs, constants,
              TargetOf(constants.anGrid[0], Cells_InputRows(VidPropsIn()), DXGI_FORMAT_R32G32B32A32_UINT, VidPropsIn()),
              cpCells.Put());
-    return SUCCEEDED(hr) ? CellsRead(cpCells.Get(), constants) : hr;
-}
-
-/// Brings the cells back and learns from them; waits for the GPU.
-HRESULT GPUUnmix::CellsRead(IDX11Texture* _pCells, const UNMIX_CONSTANTS& _constants)
-{
-    const CD3D11_TEXTURE2D_DESC desc(DXGI_FORMAT_R32G32B32A32_UINT, static_cast<UINT>(_constants.anGrid[0]),
-                                     static_cast<UINT>(Cells_InputRows(VidPropsIn())), 1, 1, 0, D3D11_USAGE_STAGING,
-                                     D3D11_CPU_ACCESS_READ);
-    CZPtr<IDX11Texture> cpReadable;
-    HRESULT hr = DX11Texture::Create(Allocator(), Device()->Device(), &desc, VidPropsIn(), cpReadable.Put());
     if (FAILED(hr))
-        return LogIfFailed("Unable to create a texture for the cells!", hr);
-    const auto cpTexture = TextureIn(cpReadable.Get());
-    Device()->Context()->CopyResource(cpTexture.Get(), TextureIn(_pCells).Get());
-    D3D11_MAPPED_SUBRESOURCE mapped = {};
-    hr = Device()->Context()->Map(cpTexture.Get(), 0, D3D11_MAP_READ, 0, &mapped);
-    if (FAILED(hr) || !mapped.pData)
-        return LogIfFailed("Failed to map the cells!", FAILED(hr) ? hr : E_UNEXPECTED);
-    const CZScopeExit unmap([&] { Device()->Context()->Unmap(cpTexture.Get(), 0); });
-    return m_pLearner->Learn({VidPropsIn(), m_options.eMatrix, static_cast<const uint8_t*>(mapped.pData),
-                              static_cast<ptrdiff_t>(mapped.RowPitch)});
+        return hr;
+    return TexelsRead(cpCells.Get(), [&](const D3D11_MAPPED_SUBRESOURCE& _mapped) {
+        return m_pLearner->Learn({VidPropsIn(), m_options.eMatrix, static_cast<const uint8_t*>(_mapped.pData),
+                                  static_cast<ptrdiff_t>(_mapped.RowPitch)});
+    });
 }
 
 /// The picture attributes of the input's texture belong to the result's, too.

@@ -1,11 +1,14 @@
 #pragma once
 
-#include "DirectX/Convert/GPUProcessor.h"
+#include "DirectX/Pipeline/GPUProcessorCK.h"
 #include "DirectX/Pipeline/GPUBackOff.h"
 #include "ZChromaKey/Engine2/Gpu/UnmixGPU.h"
 #include "ZChromaKey/Engine2/Gpu/UnmixUploads.h"
 
 #include <array>
+#include <cstddef>
+#include <functional>
+#include <span>
 
 /// The pixels of the second generation on the GPU. One frame at a time, from one thread at a time.
 ///
@@ -18,7 +21,7 @@ public:
     static constexpr char c_szClass[] = "GPUUnmix";
 
     /// As CUnmixGPU::Pixels, on the device that DeviceInit has made.
-    HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
+    HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                    const ENGINE_GPU_OPTIONS& _options);
     /// As CUnmixGPU::ProcessFrame.
     HRESULT Key(IZFFrame* _pFrame, IUnmixLearner& _learner, const ENGINE_GPU_OPTIONS& _options, IZFFrame** _ppFrameRes);
@@ -42,9 +45,16 @@ public:
 private:
     enum eShader
     {
+        eS_Open,
         eS_Cells,
+        eS_Factors,
+        eS_Deep,
         eS_Past,
         eS_Pixel,
+        eS_Alpha,
+        eS_Choke,
+        eS_Blur,
+        eS_Edged,
         eS_Count,
     };
     /// A small texture that is written with every frame.
@@ -63,31 +73,50 @@ private:
     };
 
     HRESULT ShaderGet(eShader _eShader, ID3D11PixelShader** _ppShader);
+    HRESULT PassWith(eShader _eShader, std::span<ID3D11Texture2D* const> _inputs, std::span<const std::byte> _constants,
+                     const GPU_TARGET& _target, IDX11Texture** _ppTexOut);
     HRESULT Pass(eShader _eShader, std::span<ID3D11Texture2D* const> _inputs, const UNMIX_CONSTANTS& _constants,
-                 const GPU_TARGET& _target, IDX11Texture** _ppTexOut);
+                 const GPU_TARGET& _target, IDX11Texture** _ppTexOut)
+    {
+        return PassWith(_eShader, _inputs, std::as_bytes(std::span(&_constants, 1)), _target, _ppTexOut);
+    }
+    static CZPtr<ID3D11Texture2D> TextureIn(IDX11Texture* _pTexture);
     HRESULT GridPut(GRID* _pGrid, int _nWidth, int _nHeight, DXGI_FORMAT _eFormat, const void* _pData, size_t _cbRow);
-    HRESULT Converted(CZPtr<IDX11Texture>* _pcpPicture);
+    GPU_TARGET PixelTarget() const;
+    /// Bytes B, G, R, A of the picture in YUV.
+    HRESULT Opened(CZPtr<IDX11Texture>* _pcpPicture);
+    /// What is known better than these bytes: m_cpDeep.
+    HRESULT DeepPasses();
     HRESULT CellsLearn(IDX11Texture* _pPicture);
-    HRESULT CellsRead(IDX11Texture* _pCells, const UNMIX_CONSTANTS& _constants);
+    HRESULT TexelsRead(IDX11Texture* _pTexture, const std::function<HRESULT(const D3D11_MAPPED_SUBRESOURCE&)>& _take);
     HRESULT PastEnsure(UNMIX_STATE& _state);
     HRESULT PastPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture);
-    HRESULT PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture);
+    HRESULT PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture, const GPU_TARGET& _target);
+    HRESULT PicturePut(const UNMIX_PICTURE& _picture);
     HRESULT GridsPut(const UNMIX_STATE& _state);
     HRESULT AfterPut(const UNMIX_STATE& _state);
     HRESULT RegionPut(GRID* _pGrid, const UNMIX_STATE& _state, const UNMIX_REGION& _region, int32_t _nBit);
+    /// One of the passes over alpha: takes it, and leaves what becomes of it.
+    HRESULT AlphaPass(eShader _eShader, DXGI_FORMAT _eFormat, std::span<const std::byte> _constants,
+                      CZPtr<IDX11Texture>* _pcpAlpha);
+    /// Takes the keyed picture, and leaves its alpha, moved and blurred.
+    HRESULT AlphaChange(CZPtr<IDX11Texture>* _pcpAlpha);
+    /// Changes the edges of the keyed picture in m_cpResult, and does what comes after that.
+    HRESULT EdgePasses(const UNMIX_STATE& _state, ID3D11Texture2D* _pPicture, const GPU_TARGET& _target);
+    /// The pixels of a frame in a texture, and what comes after them.
+    HRESULT PicturePasses(ID3D11Texture2D* _pPicture);
     HRESULT ResultRead(const UNMIX_RESULT& _result);
-    HRESULT PixelsTry(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
+    HRESULT PixelsTry(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                       const ENGINE_GPU_OPTIONS& _options);
     void FrameDrop();
     void DeviceLeave();
 
-    Downloader m_downloader{"GPUUnmix::Downloader"};
-    DX11Converter m_converter;
     CGPUBackOff<PLAN> m_backOff{c_szClass};
     std::array<CZPtr<ID3D11PixelShader>, eS_Count> m_arrShaders;
     GRID m_gridCells;
     GRID m_gridBack;
     GRID m_gridFore;
+    GRID m_gridDeep;
     GRID m_gridShade;
     GRID m_gridGarbage;
     GRID m_gridHoldOut;
@@ -98,5 +127,8 @@ private:
     // Of the frame under way
     IUnmixLearner* m_pLearner = nullptr;
     ENGINE_GPU_OPTIONS m_options = {};
+    UNMIX_SHADER_SAMPLES m_samples = {}; ///< of a texture in YUV
+    CZPtr<IDX11Texture> m_cpDeepMade;    ///< keeps what was rendered from going back to the cache
+    CZPtr<ID3D11Texture2D> m_cpDeep;     ///< the picture in 64ths of a level; null: bytes are all that is known
     CZPtr<IDX11Texture> m_cpResult;
 };

@@ -31,18 +31,17 @@ public:
     CUnmixGPU(const CUnmixGPU&) = delete;
     CUnmixGPU& operator=(const CUnmixGPU&) = delete;
 
-    /// Whether a picture in system memory can be keyed here; asked before anything is learned from it. E_NOTIMPL: not
-    /// this one, or there is no GPU; else what keeps the device from working.
-    virtual HRESULT Check(const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
-                          const ENGINE_GPU_OPTIONS& _options) = 0;
+    /// Whether pictures in system memory can be keyed here; asked before anything is learned from one. E_NOTIMPL: there
+    /// is no GPU; else what keeps the device from working.
+    virtual HRESULT Check(const ENGINE_GPU_OPTIONS& _options) = 0;
     /// Writes the pixels of a picture in system memory that was learned from, as Unmix_Write does before edges and
-    /// views. It waits for the GPU. After a failure the CPU can still write them.
-    virtual HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
+    /// views. _picture: as Unmix_Open gives it. It waits for the GPU. After a failure the CPU can still write them.
+    virtual HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                            const ENGINE_GPU_OPTIONS& _options) = 0;
-    /// Keys a frame in a texture into a new texture of the same device. E_NOTIMPL: a picture, or something in the
-    /// setup, that is not for the GPU; the log says what.
-    virtual HRESULT ProcessFrame(IZFFrame* _pFrame, IUnmixLearner& _learner, const UNMIX_SETUP& _setup,
-                                 const ENGINE_GPU_OPTIONS& _options, IZFFrame** _ppFrameRes) = 0;
+    /// Keys a frame in a texture into a new texture of the same device. E_NOTIMPL: a picture that is not for
+    /// the GPU; the log says why.
+    virtual HRESULT ProcessFrame(IZFFrame* _pFrame, IUnmixLearner& _learner, const ENGINE_GPU_OPTIONS& _options,
+                                 IZFFrame** _ppFrameRes) = 0;
     /// Gives device and textures back; the next frame makes them again.
     virtual void Close() = 0;
 };

@@ -2,27 +2,42 @@
 #include "Base/ZLog.h"
 #include "Base/ZVideoProps.h"
 #include "Base/ZVideoText.h"
+#include "DirectX/Device/DXHelpers.h"
+#include "DirectX/Pipeline/GPURows.h"
+#include "DirectX/Shaders/ShaderPieces.h"
 #include "ZChromaKey/Engine2/Gpu/GPUUnmix.h"
 
-#include <cstdlib>
 #include <utility>
 
 namespace
 {
 
-/// What keeps a frame in a texture from being keyed; null: nothing.
-const char* RefusalOf(const ZF_VID_PROPS& _vidProps, const UNMIX_SETUP& _setup, const ENGINE_GPU_OPTIONS& _options)
+/// Whether a texture has a line more than the record of its frame: records of interlaced pictures have even heights.
+bool IsOddFields(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps)
 {
-    const UNMIX_PARAMS& params = _setup.params;
-    const bool bPixels = _vidProps.fccType == eZFCC_RGB32 || _vidProps.fccType == eZFCC_ARGB32;
-    if (!bPixels && (ConvertShader_Text({_vidProps.fccType, eZFCC_ARGB32}).empty() || _vidProps.nWidth % 2 != 0 ||
-                     std::abs(_vidProps.nHeight) % 2 != 0))
-        return "this format or size";
-    if (!bPixels && _options.eMatrix != eZYM_601 && _options.eMatrix != eZYM_709)
-        return "this matrix or range";
-    if (params.fltChoke != 0 || params.fltSoften > 0)
-        return "the parameters \"choke\" and \"soften\"";
-    return nullptr;
+    CZPtr<ID3D11Texture2D> cpTexture;
+    const auto cpHost = GPU_TextureOf(_pFrame);
+    if (!cpHost || FAILED(cpHost->TextureGet(cpTexture.Put())) || VidProps_FieldOrder(&_vidProps) == 0)
+        return false;
+    D3D11_TEXTURE2D_DESC desc = {};
+    cpTexture->GetDesc(&desc);
+    return desc.Height == DX_TextureDesc(_vidProps).Height + 1;
+}
+
+/// What keeps a frame in a texture from being keyed; null: nothing.
+const char* RefusalOf(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps)
+{
+    const uint32_t fccType = _vidProps.fccType;
+    if (IsOddFields(_pFrame, _vidProps))
+        return "an odd number of lines in two fields";
+    if (fccType == eZFCC_RGB32 || fccType == eZFCC_ARGB32)
+        return nullptr;
+    const bool bPlanes = Shader_PlanarLayout(fccType).has_value();
+    if (DX_TextureFormat(fccType) == DXGI_FORMAT_UNKNOWN || (!bPlanes && !Shader_PackedLayout(fccType)))
+        return "this format";
+    const int nLeast = VidProps_FieldOrder(&_vidProps) != 0 ? 4 : 2; // a row of chroma for each field
+    return bPlanes && (!GPU_SizeIsValid(_vidProps) || _vidProps.nHeight < nLeast) ? "this size: planes are to be even"
+                                                                                  : nullptr;
 }
 
 /// The GPU path on Direct3D 11. Frames in textures are keyed on the host's device, those in memory on one of our own:
@@ -30,26 +45,23 @@ const char* RefusalOf(const ZF_VID_PROPS& _vidProps, const UNMIX_SETUP& _setup, 
 class CUnmixGPUDX11 final : public CUnmixGPU
 {
 public:
-    HRESULT Check(const UNMIX_INPUT& _input, const UNMIX_RESULT& _result, const ENGINE_GPU_OPTIONS& _options) override
+    HRESULT Check(const ENGINE_GPU_OPTIONS& _options) override
     {
-        const uint32_t fccType = _input.vidProps.fccType;
-        if (_result.bWords || (fccType != eZFCC_RGB32 && fccType != eZFCC_ARGB32))
-            return E_NOTIMPL;
         return m_keeper.Ensure(m_keyer, _options.bOnly, _options.nChange);
     }
-    HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_RESULT& _result,
+    HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
                    const ENGINE_GPU_OPTIONS& _options) override
     {
-        return m_keyer.Pixels(_state, _input, _result, _options);
+        return m_keyer.Pixels(_state, _picture, _result, _options);
     }
-    HRESULT ProcessFrame(IZFFrame* _pFrame, IUnmixLearner& _learner, const UNMIX_SETUP& _setup,
-                         const ENGINE_GPU_OPTIONS& _options, IZFFrame** _ppFrameRes) override
+    HRESULT ProcessFrame(IZFFrame* _pFrame, IUnmixLearner& _learner, const ENGINE_GPU_OPTIONS& _options,
+                         IZFFrame** _ppFrameRes) override
     {
         ZF_VID_PROPS vidProps = {};
         const HRESULT hr = _pFrame->VideoPropsGet(&vidProps);
         if (FAILED(hr))
             return hr;
-        const char* const pszRefusal = RefusalOf(vidProps, _setup, _options);
+        const char* const pszRefusal = RefusalOf(_pFrame, vidProps);
         if (std::exchange(m_pszRefusal, pszRefusal) != pszRefusal && pszRefusal)
             ZLog(eZLog_Error,
                  "CCoZChromaKey2: frames in textures (%ws) are not keyed with %hs; hand them in in memory, or change "

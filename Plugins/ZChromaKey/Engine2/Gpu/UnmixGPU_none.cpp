@@ -7,15 +7,15 @@ namespace
 class CUnmixGPUNone final : public CUnmixGPU
 {
 public:
-    HRESULT Check(const UNMIX_INPUT&, const UNMIX_RESULT&, const ENGINE_GPU_OPTIONS&) override
+    HRESULT Check(const ENGINE_GPU_OPTIONS&) override
     {
         return E_NOTIMPL;
     }
-    HRESULT Pixels(UNMIX_STATE&, const UNMIX_INPUT&, const UNMIX_RESULT&, const ENGINE_GPU_OPTIONS&) override
+    HRESULT Pixels(UNMIX_STATE&, const UNMIX_PICTURE&, const UNMIX_RESULT&, const ENGINE_GPU_OPTIONS&) override
     {
         return E_NOTIMPL;
     }
-    HRESULT ProcessFrame(IZFFrame*, IUnmixLearner&, const UNMIX_SETUP&, const ENGINE_GPU_OPTIONS&, IZFFrame**) override
+    HRESULT ProcessFrame(IZFFrame*, IUnmixLearner&, const ENGINE_GPU_OPTIONS&, IZFFrame**) override
     {
         return E_NOTIMPL;
     }

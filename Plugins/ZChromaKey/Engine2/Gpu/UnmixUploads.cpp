@@ -1,11 +1,17 @@
 #include "ZChromaKey/Engine2/Gpu/UnmixUploads.h"
 
+#include "Base/ZPixelFormats.h"
+#include "Base/ZPlanes.h"
 #include "Base/ZVideoProps.h"
+#include "Image/ImgKernels.h"
+#include "ZChromaKey/Engine2/Chroma.h"
+#include "ZChromaKey/Engine2/Edges.h"
 #include "ZChromaKey/Engine2/Pixels.h"
 #include "ZChromaKey/Engine2/Screen.h"
 #include "ZChromaKey/Engine2/Views.h"
 
 #include <cstdlib>
+#include <span>
 
 namespace
 {
@@ -54,6 +60,7 @@ void ConstantsFill(const UNMIX_STATE& _state, bool _bAlpha, UNMIX_CONSTANTS* _pC
     c = {};
     const FIELD_STATE& field = _state.arrFields[0];
     Fill(c.anPicture, _state.nWidth, _state.nHeight, _state.nFields, _bAlpha);
+    Fill(c.anDeep, 0, 0, 1, 0);
     Fill(c.anGrid, field.cells.nWidth, field.cells.nHeight, _state.nPlateWidth, _state.nPlateHeight);
     FILTER_RULES filter = Pixels_Filter(_state, field, _state.bSeen);
     filter.bPast &=
@@ -81,11 +88,98 @@ uint32_t CellOf(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nX, i
            (_field.bitsInner.Get(_nX, _nY) ? eUCell_Inner : 0u) | nOwner << 8 | nRho << 16;
 }
 
+UNMIX_CHOKE_CONSTANTS ChokeOf(const UNMIX_STATE& _state, const UNMIX_EDGE_PICTURE& _picture)
+{
+    UNMIX_CHOKE_CONSTANTS constants = {_picture, {}, {}};
+    const float fltChoke = _state.setup.params.fltChoke;
+    const EDGE_RINGS rings = Edges_Rings(fltChoke, _state.nFields);
+    Fill(constants.anMove, rings.nSteps, fltChoke > 0, _state.arrFields[0].cells.nHeight, 0);
+    for (size_t n = 0; n < static_cast<size_t>(rings.nSteps); ++n)
+    {
+        constants.arrSteps[n][0] = rings.arr[n].nX;
+        constants.arrSteps[n][1] = rings.arr[n].nY;
+    }
+    return constants;
+}
+
+UNMIX_BLUR_CONSTANTS BlurOf(const EDGE_TENT& _tent, bool _bAcross, const UNMIX_EDGE_PICTURE& _picture)
+{
+    UNMIX_BLUR_CONSTANTS constants = {_picture, {}, {}};
+    Fill(constants.anWay, !_bAcross, _bAcross, _tent.nReach, 0);
+    for (int n = 0; n <= _tent.nReach; ++n)
+        constants.arrWeights[n][0] = _tent.arr[n];
+    return constants;
+}
+
+void PlainMark(UNMIX_STATE& _state, std::vector<uint32_t>* _pvecCells)
+{
+    uint32_t* pnCell = _pvecCells->data();
+    for (const FIELD_STATE& field : std::span(_state.arrFields, static_cast<size_t>(_state.nFields)))
+    {
+        const CBitRows& bits = Edges_PlainCells(_state, field);
+        for (int y = 0; y < field.cells.nHeight; ++y)
+            for (int x = 0; x < field.cells.nWidth; ++x)
+                *pnCell++ |= bits.Get(x, y) ? eUCell_Plain : 0u;
+    }
+}
+
+static_assert(c_nUnmixShaderSteps == c_nEdgeMostSteps && c_nUnmixShaderReach == c_nEdgeMostPixels,
+              "all steps and weights fit");
 static_assert(eUV_Matte == 1 && eUV_Status == 2 && eUV_Plate == 3 && eUV_Foreground == 4 && eUV_Confidence == 5 &&
                   eUV_Source == 6,
               "the shader has these numbers");
 
+void Fill(float (&_arr)[4], float _flt0, float _flt1, float _flt2, float _flt3)
+{
+    _arr[0] = _flt0;
+    _arr[1] = _flt1;
+    _arr[2] = _flt2;
+    _arr[3] = _flt3;
+}
+
+/// The samples of a picture, but for where they are.
+UNMIX_SAMPLES SamplesOf(const ZF_VID_PROPS& _vidProps, eZYMatrix _eMatrix)
+{
+    return Chroma_Samples(_vidProps, VidPtr_Build(&_vidProps, 0, false), _eMatrix);
+}
+
+void ScalesFill(const UNMIX_SAMPLES& _samples, UNMIX_SHADER_SAMPLES* _pSamples)
+{
+    CHROMA_JOB job = {};
+    job.samples = _samples;
+    Chroma_MakeScales(job);
+    Fill(_pSamples->arrLuma, job.luma.fltTimes, job.luma.fltAdd, job.fltLumaSum, job.fltPlate);
+    Fill(_pSamples->arrChroma, job.blue.fltTimes, job.blue.fltAdd, job.red.fltTimes, job.red.fltAdd);
+    Fill(_pSamples->arrTint, job.arrLuma[0], job.arrLuma[1], job.arrLuma[2], job.fltHalf);
+    Fill(_pSamples->arrGreen, job.arrGreen[0], job.arrGreen[1], 0, 0);
+    Fill(_pSamples->arrFit, job.fltFactor, job.fltFloor, job.fltLeastTint, c_fltChromaAcross);
+}
+
 } // namespace
+
+UNMIX_SHADER_SAMPLES UnmixUploads_Samples(const ZF_VID_PROPS& _vidProps, eZYMatrix _eMatrix)
+{
+    UNMIX_SHADER_SAMPLES result = {};
+    const UNMIX_SAMPLES samples = SamplesOf(_vidProps, _eMatrix);
+    const IMG_YUV_COEF& coef = Img_CoefFromYUV(_eMatrix);
+    Fill(result.anChroma, samples.nChromaWidth, samples.nChromaHeight, samples.nChromaDiv, 0);
+    Fill(result.anFromLuma, coef.nY, coef.nBlack, coef.nRV, 0);
+    Fill(result.anFromChroma, coef.nGU, coef.nGV, coef.nBU, 0);
+    ScalesFill(samples, &result);
+    if (samples.eLayout == UNMIX_SAMPLES::ePacked)
+    {
+        Fill(result.anPlanes, 0, samples.nLuma, samples.nU, samples.nV);
+        return result;
+    }
+    const eZChroma eChroma = FCC_Chroma(_vidProps.fccType);
+    const bool bTurns = eChroma == eZCh_Turns, bWords = samples.IsDeep();
+    const int nPlane = samples.nChromaWidth * samples.nChromaHeight;
+    const int nU = eChroma == eZCh_VU ? nPlane : 0;
+    Fill(result.anPlanes, 1, 0, nU, bTurns ? 1 : nPlane - nU);
+    Fill(result.anTexels, samples.nChromaWidth * (bTurns ? 2 : 1), bTurns ? 2 : 1, bWords ? 65535 : 255,
+         bWords ? 6 : 0);
+    return result;
+}
 
 UNMIX_CONSTANTS UnmixUploads_CellConstants(const ZF_VID_PROPS& _vidProps, bool _bAlpha)
 {
@@ -112,6 +206,32 @@ void UnmixUploads_Fill(const UNMIX_STATE& _state, bool _bAlpha, UNMIX_UPLOADS* _
         const std::vector<VEC4>& vecFore = field.fore.arrLevels[0].vec;
         _pUploads->vecFore.insert(_pUploads->vecFore.end(), vecFore.begin(), vecFore.end());
     }
+}
+
+void UnmixUploads_Deep(bool _bDeep, bool _bDeepSolid, bool _bWords, UNMIX_UPLOADS* _pUploads)
+{
+    Fill(_pUploads->constants.anDeep, _bDeep, _bDeepSolid, _bWords ? 257 : 1, 0);
+}
+
+bool UnmixUploads_Edges(UNMIX_STATE& _state, UNMIX_UPLOADS* _pUploads)
+{
+    if (_state.nKeys == 0 || !Edges_Wanted(_state)) // without a key the picture passes
+        return false;
+    constexpr int32_t c_nByte = 65535 / 255;
+    const UNMIX_PARAMS& params = _state.setup.params;
+    UNMIX_EDGE_UPLOADS& edges = _pUploads->edges;
+    edges = {params.fltChoke != 0, params.fltSoften > 0, {}, {}};
+    UNMIX_EDGE_PICTURE picture = {_state.nWidth, _state.nHeight, _state.nFields, c_nByte};
+    if (edges.bChoke)
+    {
+        edges.choke = ChokeOf(_state, picture);
+        PlainMark(_state, &_pUploads->vecCells);
+        picture.nFactor = 1;
+    }
+    edges.arrBlurs[0] = BlurOf(Edges_Tent(params.fltSoften), false, picture);
+    picture.nFactor = 1;
+    edges.arrBlurs[1] = BlurOf(Edges_Tent(params.fltSoften / static_cast<float>(_state.nFields)), true, picture);
+    return true;
 }
 
 void UnmixUploads_After(UNMIX_STATE& _state, bool _bPremultiply, UNMIX_UPLOADS* _pUploads)

@@ -16,6 +16,7 @@ struct UNMIX_SAMPLES
         er210,
         ePlanar,
         eP010, ///< planes of words with ten bits in the high ones, U and V in turn
+        eBGRA, ///< pixels B, G, R, A whose chroma was shared before they became that
     };
     eKind eLayout = eNone;
     const uint8_t* arrRow0[3] = {};
@@ -31,7 +32,9 @@ struct UNMIX_SAMPLES
     int nChromaHeight = 0;
     float fltKb = 0; ///< weights of blue and red in luma
     float fltKr = 0;
-    bool bFull = false; ///< full range
+    bool bFull = false;   ///< full range
+    float fltGain = 1;    ///< how much of luma's detail chroma gets
+    bool bSmooth = false; ///< pixels B, G, R, A: their own chroma is kept, and luma's detail added to it
 
     bool IsDeep() const
     {
@@ -46,6 +49,9 @@ struct CHROMA_SCALE
     float fltAdd;
 };
 
+/// Of the luma of pixels B, G, R, A: integers, which floats hold exactly.
+inline constexpr int c_nChromaLumaUnit = 1 << 14;
+
 /// What the rebuilding of chroma takes of a picture and a stream. Borrowed.
 ///
 /// Luma and pixels are in 64ths of a level, luma with the half for rounding in it. Samples of chroma, the luma that
@@ -59,6 +65,7 @@ struct CHROMA_JOB
     CHROMA_SCALE red;   ///< red - luma
     float fltLumaSum;   ///< of the pixels that share a sample, to their mean
     float arrLuma[3];   ///< weights of B, G, R of the plate
+    int32_t anLuma[3];  ///< the same in c_nChromaLumaUnit ths
     float fltPlate;     ///< levels of the plate
     float fltHalf;      ///< the half in luma
     float arrGreen[2];  ///< luma - green is so much of blue - luma and of red - luma

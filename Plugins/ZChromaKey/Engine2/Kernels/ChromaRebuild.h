@@ -54,6 +54,8 @@ template <class S> void ChromaRebuild(const CHROMA_JOB& _job, int _nFirst, int _
         return ChromaRebuildTiles<S, CHROMA_P010<S>>(_job, _nFirst, _nRows);
     case UNMIX_SAMPLES::ev210:
         return ChromaRebuildTiles<S, CHROMA_V210<S>>(_job, _nFirst, _nRows);
+    case UNMIX_SAMPLES::eBGRA:
+        return ChromaRebuildTiles<S, CHROMA_BGRA<S>>(_job, _nFirst, _nRows);
     case UNMIX_SAMPLES::er210:
         return ChromaRebuild_r210<S>(_job, _nFirst, _nRows);
     default:

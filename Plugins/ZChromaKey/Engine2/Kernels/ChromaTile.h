@@ -244,7 +244,7 @@ private:
                 return S::LoadF32(pAbove[_eSum].arr + n) + (vec + vec) + S::LoadF32(pBelow[_eSum].arr + n);
             };
             const F32 vecAlpha = Sum(CHROMA_ROW::eAlpha), vecY = Sum(CHROMA_ROW::eY);
-            const F32 vecFree = vecAlpha * vecAlpha * (1 / 4096.0f) * vecY; // the weights have the sum 16
+            const F32 vecFree = Min(vecAlpha * (1 / 128.0f), 1 / 16.0f) * vecY; // the weights have the sum 16
             const F32 vecVariance = Max(Sum(CHROMA_ROW::eYY) - vecFree * vecY, 0) + m_job.fltFloor;
             const F32 vecShare = F32(m_job.fltFactor) / vecVariance;
             const auto Put = [&](int _i, CHROMA_ROW::eSum _eSum, CHROMA_ROW::eSum _eProduct) {
@@ -296,6 +296,46 @@ private:
         const F32 vecGreen = vecLuma - (vecU * m_job.arrGreen[0] + vecV * m_job.arrGreen[1]);
         return {Level(vecLuma + vecU) | Level(vecGreen) << 16, Level(vecLuma + vecV) | (255 * 64) << 16};
     }
+    // The same for pixels that have chroma of their own: where it is smooth it is kept.
+    SIDE OwnSide(I32 _vecPixels, const CHROMA_STRIP* const (&_arrFrom)[5], const float* _pLuma, int _n,
+                 int _nOther) const
+    {
+        if (!m_job.samples.bSmooth)
+            return Side(_arrFrom, _pLuma, _n, _nOther);
+        const auto At = [&](int _i) {
+            return S::LoadF32(_arrFrom[_i]->arr + _n) * 3.0f + S::LoadF32(_arrFrom[_i]->arr + _n + _nOther);
+        };
+        const auto Own = [&](int _nShift) { return ToF32(_vecPixels >> _nShift & 0xFF) * 64.0f + .5f; };
+        const F32 vecDetail = S::LoadF32(_pLuma + _n) - At(0);
+        const F32 vecU = At(3) * vecDetail, vecV = At(4) * vecDetail;
+        const F32 vecGreen = Own(8) - (vecU * m_job.arrGreen[0] + vecV * m_job.arrGreen[1]);
+        return {Level(Own(0) + vecU) | Level(vecGreen) << 16, Level(Own(16) + vecV) | (255 * 64) << 16};
+    }
+    // The pixels of columns from _n on, of row _nY.
+    void Sides(int _nY, int _n, const CHROMA_STRIP* const (&_arrFrom)[5], SIDE& _left, SIDE& _right)
+    {
+        const float* const pLeft = Luma(_nY)[0].arr;
+        const float* const pRight = Luma(_nY)[1].arr;
+        if constexpr (requires { Layout::c_bOwnChroma; })
+        {
+            const int nX = 2 * (2 * m_nCell0 - CHROMA_STRIP::c_nBefore + _n);
+            const int nLeft = m_job.samples.nWidth - nX;
+            const uint8_t* const p = m_job.samples.arrRow0[0] + _nY * m_job.samples.anStride[0] + ptrdiff_t{4} * nX;
+            const auto Load = [&](int _nFrom) {
+                const int nPixels = nLeft - _nFrom < 0 ? 0 : nLeft - _nFrom < c_nLanes ? nLeft - _nFrom : c_nLanes;
+                return S::LoadI32(p + ptrdiff_t{4} * _nFrom, static_cast<size_t>(nPixels));
+            };
+            I32 vecLeft, vecRight;
+            Deinterleave(Load(0), Load(c_nLanes), vecLeft, vecRight);
+            _left = OwnSide(vecLeft, _arrFrom, pLeft, _n, -1);
+            _right = OwnSide(vecRight, _arrFrom, pRight, _n, 1);
+        }
+        else
+        {
+            _left = Side(_arrFrom, pLeft, _n, -1);
+            _right = Side(_arrFrom, pRight, _n, 1);
+        }
+    }
     void Pixels(int _nY, int _nFirst, int _nEnd, const CHROMA_STRIP* const (&_arrFrom)[5])
     {
         const int nBase = 2 * m_nCell0 - CHROMA_STRIP::c_nBefore;
@@ -303,8 +343,8 @@ private:
         uint16_t* const pRow = m_job.pDeep0 + _nY * m_job.nDeepStride;
         for (int n = _nFirst; n < _nEnd; n += c_nLanes)
         {
-            const SIDE left = Side(_arrFrom, Luma(_nY)[0].arr, n, -1);
-            const SIDE right = Side(_arrFrom, Luma(_nY)[1].arr, n, 1);
+            SIDE left, right;
+            Sides(_nY, n, _arrFrom, left, right);
             I32 vecBG[2], vecRA[2], vec[4];
             Interleave(left.vecBG, right.vecBG, vecBG[0], vecBG[1]);
             Interleave(left.vecRA, right.vecRA, vecRA[0], vecRA[1]);

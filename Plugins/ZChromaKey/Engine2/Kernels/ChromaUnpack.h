@@ -226,6 +226,81 @@ template <class S> struct CHROMA_V210
     }
 };
 
+/// Pixels B, G, R, A. The chroma of a column is the mean of that of its pixels; what they have of their own stays in
+/// the result.
+template <class S> struct CHROMA_BGRA
+{
+    using I32 = typename S::I32;
+    static constexpr bool c_bOwnChroma = true;
+    static constexpr int c_nMany = static_cast<int>(S::c_nLanes);
+    const CHROMA_JOB& job;
+
+    ZCK_INLINE void LumaMany(const uint8_t* _pRow, int _n, float* _pLeft, float* _pRight) const
+    {
+        I32 vecLeft, vecRight;
+        LoadColumns(_pRow, _n, vecLeft, vecRight);
+        ChromaStore<S>(_pLeft, LumaOf(vecLeft), job.luma);
+        ChromaStore<S>(_pRight, LumaOf(vecRight), job.luma);
+    }
+    ZCK_INLINE int LumaAt(const uint8_t* _pRow, int _nX) const
+    {
+        const uint8_t* const p = _pRow + ptrdiff_t{4} * _nX;
+        return job.anLuma[0] * p[0] + job.anLuma[1] * p[1] + job.anLuma[2] * p[2];
+    }
+    ZCK_INLINE void ChromaMany(int _nRow, int _n, float* _pBlue, float* _pRed) const
+    {
+        I32 vecBlue(0), vecRed(0), vecLeft, vecRight;
+        for (int y = 0; y < job.samples.nChromaDiv; ++y)
+        {
+            LoadColumns(PixelRow(_nRow, y), _n, vecLeft, vecRight);
+            const I32 vecLuma = LumaOf(vecLeft) + LumaOf(vecRight);
+            vecBlue = vecBlue + (((vecLeft & 0xFF) + (vecRight & 0xFF)) << 14) - vecLuma;
+            vecRed = vecRed + (((vecLeft >> 16 & 0xFF) + (vecRight >> 16 & 0xFF)) << 14) - vecLuma;
+        }
+        ChromaStore<S>(_pBlue, vecBlue, job.blue);
+        ChromaStore<S>(_pRed, vecRed, job.red);
+    }
+    ZCK_INLINE int UAt(int _nRow, int _n) const
+    {
+        return SumAt(_nRow, _n, 0);
+    }
+    ZCK_INLINE int VAt(int _nRow, int _n) const
+    {
+        return SumAt(_nRow, _n, 2);
+    }
+
+    ZCK_INLINE int SumAt(int _nRow, int _n, int _nChannel) const
+    {
+        int nSum = 0;
+        for (int y = 0; y < job.samples.nChromaDiv; ++y)
+            for (int x = 2 * _n; x < 2 * _n + 2; ++x)
+            {
+                const uint8_t* const pRow = PixelRow(_nRow, y);
+                const int nX = ChromaClamped(x, job.samples.nWidth);
+                nSum += (pRow[ptrdiff_t{4} * nX + _nChannel] << 14) - LumaAt(pRow, nX);
+            }
+        return nSum;
+    }
+    /// Row _nOf of those that share row _nRow of the samples.
+    ZCK_INLINE const uint8_t* PixelRow(int _nRow, int _nOf) const
+    {
+        const int nRow = ChromaClamped(_nRow * job.samples.nChromaDiv + _nOf, job.samples.nHeight);
+        return job.samples.arrRow0[0] + nRow * job.samples.anStride[0];
+    }
+    static ZCK_INLINE void LoadColumns(const uint8_t* _pRow, int _n, I32& _left, I32& _right)
+    {
+        const uint8_t* const p = _pRow + ptrdiff_t{8} * _n;
+        Deinterleave(S::LoadI32(p), S::LoadI32(p + S::c_nBytes), _left, _right);
+    }
+    ZCK_INLINE I32 LumaOf(I32 _pixels) const
+    {
+        using U16 = typename S::U16;
+        const auto vecBytes = As<typename S::U8>(_pixels);
+        const U16 vecBR = As<U16>(I32(job.anLuma[0] | job.anLuma[2] << 16)), vecG = As<U16>(I32(job.anLuma[1]));
+        return MulAdd(Even(vecBytes), vecBR) + MulAdd(Odd(vecBytes), vecG);
+    }
+};
+
 /// Calls _fnOne(column) for columns outside of 0 to _nWhole - 1 and for the last ones, and _fnMany(column) for _nMany
 /// columns at a time, which may be some more than asked for. Where _nMany is a multiple of 3, so are these columns.
 template <class Many, class One>

@@ -1,0 +1,114 @@
+#include "ZChromaKey/Engine2/Fineness.h"
+
+#include <cstdlib>
+
+namespace
+{
+
+constexpr int c_nEvery = 3;            // cell of a diagonal is measured
+constexpr float c_fltLeastCells = 32;  // below that nothing is said
+constexpr float c_fltShared = .72f;    // fineness up to which chroma surely was shared
+constexpr float c_fltNotShared = .82f; // from which it was not
+constexpr float c_fltRepeated = .4f;   // of the differences between samples are left within one
+constexpr float c_fltForget = .875f;
+
+struct LUV
+{
+    int l;
+    int u;
+    int v;
+};
+// In 256ths of a level.
+LUV LuvOf(const uint8_t* _pPixel)
+{
+    const int nLuma = 18 * _pPixel[0] + 183 * _pPixel[1] + 55 * _pPixel[2];
+    return {nLuma, 256 * _pPixel[0] - nLuma, 256 * _pPixel[2] - nLuma};
+}
+
+// Of four pixels that lie a stride apart.
+void Add(const uint8_t* _pFirst, ptrdiff_t _nStride, FINENESS_SUMS::AXIS& _axis)
+{
+    LUV arr[4];
+    for (int n = 0; n < 4; ++n)
+        arr[n] = LuvOf(_pFirst + n * _nStride);
+    for (int n = 0; n < 3; ++n)
+    {
+        _axis.luma.nFirst += std::abs(arr[n + 1].l - arr[n].l);
+        const int nChroma = std::abs(arr[n + 1].u - arr[n].u) + std::abs(arr[n + 1].v - arr[n].v);
+        _axis.chroma.nFirst += nChroma;
+        _axis.nChromaWithin += n == 1 ? 0 : nChroma;
+    }
+    for (int n = 1; n < 3; ++n)
+    {
+        const auto Second = [&](int LUV::*_p) { return std::abs(arr[n + 1].*_p - 2 * (arr[n].*_p) + arr[n - 1].*_p); };
+        _axis.luma.nSecond += Second(&LUV::l);
+        _axis.chroma.nSecond += Second(&LUV::u) + Second(&LUV::v);
+    }
+}
+
+float Ratio(const FINENESS_MEANS& _axis)
+{
+    const float fltLuma = _axis.fltChromaFirst * _axis.fltLumaSecond;
+    return fltLuma > 0 ? _axis.fltChromaSecond * _axis.fltLumaFirst / fltLuma : 1;
+}
+
+// Two of three neighbours have shared a sample.
+bool IsRepeated(const FINENESS_MEANS& _axis)
+{
+    const float fltBetween = _axis.fltChromaFirst - _axis.fltChromaWithin;
+    return .5f * _axis.fltChromaWithin < c_fltRepeated * fltBetween;
+}
+
+void Learn(const FINENESS_SUMS::AXIS& _seen, FINENESS_MEANS* _pMeans)
+{
+    const auto Take = [](float& _flt, int64_t _n) { _flt = _flt * c_fltForget + static_cast<float>(_n); };
+    Take(_pMeans->fltLumaFirst, _seen.luma.nFirst);
+    Take(_pMeans->fltLumaSecond, _seen.luma.nSecond);
+    Take(_pMeans->fltChromaFirst, _seen.chroma.nFirst);
+    Take(_pMeans->fltChromaSecond, _seen.chroma.nSecond);
+    Take(_pMeans->fltChromaWithin, _seen.nChromaWithin);
+}
+
+} // namespace
+
+void Fineness_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_PICTURE& _picture, int _nFirst,
+                   int _nRows)
+{
+    for (int y = _nFirst; y < _nFirst + _nRows; ++y)
+    {
+        FINENESS_SUMS sums;
+        if ((y + 1) * c_nCell <= _picture.nHeight)
+            for (int x = y % c_nEvery; (x + 1) * c_nCell <= _picture.nWidth; x += c_nEvery)
+                if (_field.bitsMixed.Get(x, y))
+                {
+                    const uint8_t* const pCell = _picture.Row(y * c_nCell) + ptrdiff_t{4} * c_nCell * x;
+                    Add(pCell + _picture.nStride, 4, sums.across);
+                    Add(pCell + 4, _picture.nStride, sums.down);
+                    ++sums.nCells;
+                }
+        _state.vecFineness[static_cast<size_t>(y)] = sums;
+    }
+}
+
+void Fineness_Learn(UNMIX_STATE& _state)
+{
+    FINENESS_SUMS all;
+    for (const FINENESS_SUMS& row : _state.vecFineness)
+        all += row;
+    FINENESS_STATE& fineness = _state.fineness;
+    fineness.fltCells = fineness.fltCells * c_fltForget + static_cast<float>(all.nCells);
+    Learn(all.across, &fineness.across);
+    Learn(all.down, &fineness.down);
+}
+
+CHROMA_FINENESS Fineness_Of(const UNMIX_STATE& _state)
+{
+    const FINENESS_STATE& fineness = _state.fineness;
+    if (fineness.fltCells < c_fltLeastCells)
+        return {};
+    const bool bRowsShare = IsRepeated(fineness.down) || Ratio(fineness.down) < (c_fltNotShared + c_fltShared) / 2;
+    if (IsRepeated(fineness.across))
+        return {1, bRowsShare, true};
+    const float fltOver = c_fltNotShared - Ratio(fineness.across);
+    return {Clamp01(fltOver / (c_fltNotShared - c_fltShared)), bRowsShare, false};
+}

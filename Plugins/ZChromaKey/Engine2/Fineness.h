@@ -1,0 +1,28 @@
+#pragma once
+
+#include "ZChromaKey/Engine2/Cells.h"
+
+/// Whether chroma of pictures in RGB is as fine as their luma.
+///
+/// Most of them were YUV once, whose chroma two or four pixels shared, and nothing else says so. In mixed cells, along
+/// rows and along columns, differences of chroma and of luma are compared.
+/// - A decoder that takes care has made chroma smooth where luma is not. Second differences |a - 2 b + c| against
+///   first ones |a - b| say so:
+///       fineness = (chroma's second / chroma's first) / (luma's second / luma's first)
+///   Photographs and drawings in RGB have 0.81 to 1.3; what came from 4:2:0, compressed or not, 0.46 to 0.72.
+/// - A fast one repeats chroma: pixels 0 and 1, 2 and 3 and so on hardly differ in it, though 1 and 2 do.
+
+/// Rows of cells: the differences in some of their mixed cells, to vecFineness.
+void Fineness_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_PICTURE& _picture, int _nFirst,
+                   int _nRows);
+/// Adds those of a picture to those of the stream, which count an eighth less with every picture.
+void Fineness_Learn(UNMIX_STATE& _state);
+
+/// What is to be done about it.
+struct CHROMA_FINENESS
+{
+    float fltShared = 0;     ///< 0: chroma is as fine as luma, to 1: it was shared
+    bool bRowsShare = false; ///< by rows, too
+    bool bRepeated = false;  ///< and is the same for all pixels that shared it, or nearly
+};
+CHROMA_FINENESS Fineness_Of(const UNMIX_STATE& _state);

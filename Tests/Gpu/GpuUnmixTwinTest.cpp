@@ -407,7 +407,7 @@ TEST_F(GpuUnmixAlphaTwin, IsTakenAndPutBack)
                                                TextureOf(c_nTwinWidth, DXGI_FORMAT_R16_UINT, vecAlpha)});
     Check(put, 1, [&](const std::vector<uint8_t>& _vecBytes) {
         ExpectPixels(_vecBytes, [&](int _nX, int _nRow) {
-            const auto nAt = static_cast<size_t>(_nRow * c_nTwinWidth + _nX);
+            const size_t nAt = static_cast<size_t>(_nRow) * c_nTwinWidth + static_cast<size_t>(_nX);
             const uint8_t* const p = &vecKeyed[4 * nAt];
             const UNMIX_TWIN::PIXEL keyed = {double(p[0]), double(p[1]), double(p[2]), double(p[3])};
             return m_twin.Finished(m_twin.Edged(keyed, vecAlpha[nAt], _nX, _nRow), _nX, _nRow);

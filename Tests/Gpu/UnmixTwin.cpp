@@ -10,6 +10,11 @@ namespace
 using COLOUR = UNMIX_TWIN::COLOUR;
 using PIXEL = UNMIX_TWIN::PIXEL;
 
+template <class T> const T& ItemOf(const std::vector<T>& _vec, int _nAt)
+{
+    return _vec[static_cast<size_t>(_nAt)];
+}
+
 double Unit(double _dbl)
 {
     return std::clamp(_dbl, 0.0, 1.0);
@@ -133,15 +138,14 @@ UNMIX_TWIN::PIXEL UNMIX_TWIN::BytesAt(int _nX, int _nY, int _nField) const
     const int nFields = constants.anPicture[2];
     const int nRows = (constants.anPicture[1] - _nField + nFields - 1) / nFields;
     const int nX = std::clamp(_nX, 0, constants.anPicture[0] - 1), nY = std::clamp(_nY, 0, nRows - 1);
-    const uint8_t* const p =
-        &vecPicture[static_cast<size_t>(4 * ((nY * nFields + _nField) * constants.anPicture[0] + nX))];
+    const uint8_t* const p = &ItemOf(vecPicture, 4 * ((nY * nFields + _nField) * constants.anPicture[0] + nX));
     return {double(p[0]), double(p[1]), double(p[2]), constants.anPicture[3] ? double(p[3]) : 255.0};
 }
 
 uint32_t UNMIX_TWIN::CellAt(int _nX, int _nY, int _nField) const
 {
     const int nX = std::clamp(_nX, 0, constants.anGrid[0] - 1), nY = std::clamp(_nY, 0, constants.anGrid[1] - 1);
-    return vecCells[static_cast<size_t>((nY + _nField * constants.anGrid[1]) * constants.anGrid[0] + nX)];
+    return ItemOf(vecCells, (nY + _nField * constants.anGrid[1]) * constants.anGrid[0] + nX);
 }
 
 UNMIX_TWIN::PIXEL UNMIX_TWIN::PlateAt(const std::vector<float>& _vec, double _dblX, double _dblY, int _nField) const
@@ -149,7 +153,7 @@ UNMIX_TWIN::PIXEL UNMIX_TWIN::PlateAt(const std::vector<float>& _vec, double _db
     const int nWidth = constants.anGrid[2], nHeight = constants.anGrid[3];
     return Bilinear(Among(_dblX, 8), Among(_dblY, 8), [&](int _nX, int _nY) {
         const int nX = std::clamp(_nX, 0, nWidth - 1), nY = std::clamp(_nY, 0, nHeight - 1) + _nField * nHeight;
-        const float* const p = &_vec[static_cast<size_t>(4 * (nY * nWidth + nX))];
+        const float* const p = &ItemOf(_vec, 4 * (nY * nWidth + nX));
         return PIXEL{p[0], p[1], p[2], p[3]};
     });
 }
@@ -173,7 +177,7 @@ double UNMIX_TWIN::ShadeAt(const PLACE& _place) const
     const int nWidth = constants.anGrid[2], nHeight = constants.anGrid[3];
     return Bilinear(Among(_place.nX, 8), Among(_place.nY, 8), [&](int _nX, int _nY) {
         const int nAt = std::clamp(_nY, 0, nHeight - 1) * nWidth + std::clamp(_nX, 0, nWidth - 1);
-        return std::array<double, 1>{vecShade[static_cast<size_t>(nAt)]};
+        return std::array<double, 1>{ItemOf(vecShade, nAt)};
     })[0];
 }
 
@@ -241,14 +245,14 @@ int UNMIX_TWIN::Filtered(const UNMIX_SHADER_RULES& _rules, const PLACE& _place) 
 /// 8192ths of the backdrop's X at the middle of the cell, in 32nds of a level.
 double UNMIX_TWIN::PastScale(const UNMIX_SHADER_RULES& _rules, const PLACE& _place) const
 {
-    const PIXEL back = PlateAt(vecBack, _place.nX / 4 * 4 + 1.5, _place.nY / 4 * 4 + 1.5, 0);
+    const PIXEL back = PlateAt(vecBack, (_place.nX & ~3) + 1.5, (_place.nY & ~3) + 1.5, 0);
     return std::max(Dot(_rules.arrX, back), double{_rules.fltLeastX}) * 32 / 8192;
 }
 
 int UNMIX_TWIN::Past(int _nX, int _nRow) const
 {
     const PLACE place = PlaceOf(_nX, _nRow);
-    const int nPast = vecPast[static_cast<size_t>(_nRow * constants.anPicture[0] + _nX)];
+    const int nPast = ItemOf(vecPast, _nRow * constants.anPicture[0] + _nX);
     if (!(place.nCell & eUCell_Mixed))
         return nPast;
     const UNMIX_SHADER_RULES& rules = constants.arrRules[place.nCell >> 8 & 15];
@@ -349,10 +353,9 @@ UNMIX_TWIN::PIXEL UNMIX_TWIN::Mixed(const UNMIX_SHADER_RULES& _rules, const PLAC
     const int nOwn = Difference(_rules, _place.nX, _place.nY, _place.nField);
     int nDifference = nOwn;
     if (constants.anFilter[1]) // as the pass of the differences left it
-        nDifference =
-            std::clamp(FloorRound(vecPast[static_cast<size_t>(_place.nRow * constants.anPicture[0] + _place.nX)] *
-                                  PastScale(_rules, _place)),
-                       -32768, 32767);
+        nDifference = std::clamp(
+            FloorRound(ItemOf(vecPast, _place.nRow * constants.anPicture[0] + _place.nX) * PastScale(_rules, _place)),
+            -32768, 32767);
     else if (constants.anFilter[0] > 0)
         nDifference = Filtered(_rules, _place);
     const COLOUR colour = _place.Colour();
@@ -392,10 +395,11 @@ UNMIX_TWIN::PIXEL UNMIX_TWIN::Edged(const PIXEL& _keyed, int _nAlpha, int _nX, i
 UNMIX_TWIN::PIXEL UNMIX_TWIN::Viewed(const PIXEL& _value, const PLACE& _place) const
 {
     const auto Grey = [](double _dbl) { return PIXEL{_dbl, _dbl, _dbl, 255}; };
-    const auto nAt = static_cast<size_t>(_place.nRow * constants.anPicture[0] + _place.nX);
+    const int nAt = _place.nRow * constants.anPicture[0] + _place.nX;
     const int nAfter = constants.anMore[2];
-    const bool bMarked = (nAfter & eUAfter_Garbage && vecGarbage[nAt]) ||
-                         (nAfter & eUAfter_HoldOut && vecHoldOut[nAt]) || (nAfter & eUAfter_Marked && vecMarked[nAt]);
+    const bool bMarked = (nAfter & eUAfter_Garbage && ItemOf(vecGarbage, nAt)) ||
+                         (nAfter & eUAfter_HoldOut && ItemOf(vecHoldOut, nAt)) ||
+                         (nAfter & eUAfter_Marked && ItemOf(vecMarked, nAt));
     switch (constants.anMore[1])
     {
     case 1: // matte
@@ -424,7 +428,7 @@ UNMIX_TWIN::PIXEL UNMIX_TWIN::Viewed(const PIXEL& _value, const PLACE& _place) c
 UNMIX_TWIN::PIXEL UNMIX_TWIN::Finished(const PIXEL& _keyed, int _nX, int _nRow) const
 {
     const PLACE place = PlaceOf(_nX, _nRow);
-    const auto nAt = static_cast<size_t>(_nRow * constants.anPicture[0] + _nX);
+    const int nAt = _nRow * constants.anPicture[0] + _nX;
     const int nAfter = constants.anMore[2];
     PIXEL value = _keyed;
     if (nAfter & eUAfter_Shadows) // black laid under the pixel
@@ -438,10 +442,10 @@ UNMIX_TWIN::PIXEL UNMIX_TWIN::Finished(const PIXEL& _keyed, int _nX, int _nRow) 
     if (nAfter & eUAfter_InputAlpha)
         value[3] *= place.bytes[3] / 255;
     if (nAfter & eUAfter_Garbage)
-        value[3] *= (255 - vecGarbage[nAt]) / 255.0;
-    if (nAfter & eUAfter_HoldOut && vecHoldOut[nAt]) // the picture laid over it
+        value[3] *= (255 - ItemOf(vecGarbage, nAt)) / 255.0;
+    if (nAfter & eUAfter_HoldOut && ItemOf(vecHoldOut, nAt)) // the picture laid over it
     {
-        const double dblHold = vecHoldOut[nAt] / 255.0;
+        const double dblHold = ItemOf(vecHoldOut, nAt) / 255.0;
         const double dblAlpha = dblHold + (1 - dblHold) * value[3] / 255;
         for (size_t n = 0; n < 3; ++n)
             value[n] += (place.bytes[n] - value[n]) * dblHold / dblAlpha;
@@ -461,8 +465,7 @@ int ALPHA_TWIN::Rows(int _nField) const
 int64_t ALPHA_TWIN::At(int _nX, int _nY, int _nField) const
 {
     const int nX = std::clamp(_nX, 0, picture.nWidth - 1), nY = std::clamp(_nY, 0, Rows(_nField) - 1);
-    return int64_t{picture.nFactor} *
-           vecAlpha[static_cast<size_t>((nY * picture.nFields + _nField) * picture.nWidth + nX)];
+    return int64_t{picture.nFactor} * ItemOf(vecAlpha, (nY * picture.nFields + _nField) * picture.nWidth + nX);
 }
 
 int ALPHA_TWIN::Choked(const UNMIX_CHOKE_CONSTANTS& _choke, bool _bPlain, int _nX, int _nRow) const

@@ -40,6 +40,7 @@ z_deb(keyer zchromakey "Real-time chroma keyer: the module, and zkhost for the c
 z_deb(dev zchromakey-dev "Real-time chroma keyer: what programs are built with" DEPENDS "${z_same}")
 z_deb(frei0r frei0r-zchromakey "Chroma keyer for FFmpeg, melt and others that take frei0r filters" DEPENDS "${z_same}")
 z_deb(python python3-zchromakey "Chroma keyer for numpy arrays" ALL DEPENDS "python3-numpy, zchromakey (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/python-package/prerm)
 z_deb(openfx openfx-zchromakey "Chroma keyer for editors and compositors that take OpenFX effects")
 if(TARGET gstzchromakey)
   z_deb(gstreamer gstreamer1.0-zchromakey "Chroma keyer as an element of GStreamer" DEPENDS "${z_same}")

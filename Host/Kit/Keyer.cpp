@@ -8,6 +8,8 @@
 #include "Base/ZBstr.h"
 #include "Base/ZLog.h"
 
+#include <memory>
+
 namespace
 {
 
@@ -17,9 +19,8 @@ constexpr double c_dblAllTint = 100; // percent
 
 std::string TakeText(BSTR _bsText)
 {
-    std::string strText = ZText_FromWide({_bsText ? _bsText : L"", SysStringLen(_bsText)});
-    SysFreeString(_bsText);
-    return strText;
+    const std::unique_ptr<OLECHAR, void (*)(BSTR)> upText(_bsText, [](BSTR _bs) { SysFreeString(_bs); });
+    return ZText_FromWide({_bsText ? _bsText : L"", SysStringLen(_bsText)});
 }
 
 } // namespace

@@ -138,6 +138,11 @@ inline SCENE Moving(int _nFrame, int _nWidth = 157, int _nHeight = 91)
 {
     SCENE scene =
         BodyScene(_nWidth, _nHeight, 3, 1 + static_cast<uint32_t>(_nFrame), .02f * static_cast<float>(_nFrame));
+    // Grain of each channel by itself; else chroma would be taken for one that was shared, and textures are not asked.
+    for (size_t n = 0; n < scene.vecBGRA.size(); n += 4)
+        for (const size_t c : {n, n + 2})
+            scene.vecBGRA[c] = static_cast<uint8_t>(
+                std::clamp(scene.vecBGRA[c] + static_cast<int>(n / 4 * (c % 4 ? 7919 : 104729) % 31 % 7) - 3, 0, 255));
     uint8_t* const pRow = scene.vecBGRA.data() + ptrdiff_t{4} * 60 * _nWidth;
     for (int x = 0; x < _nWidth / 2; ++x) // less than full alpha
         pRow[4 * x + 3] = static_cast<uint8_t>(x);

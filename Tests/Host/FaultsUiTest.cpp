@@ -53,12 +53,14 @@ protected:
             m_strAnswer = std::move(answer.strBody);
             return answer.nStatus;
         }
-        catch (const CZHostError&)
+        catch (const CZHostError& error)
         {
+            m_strAnswer = error.what();
             return 400;
         }
-        catch (const std::exception&) // no memory, no threads
+        catch (const std::exception& error) // no memory, no threads
         {
+            m_strAnswer = error.what();
             return 500;
         }
     }

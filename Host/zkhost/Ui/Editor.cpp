@@ -90,10 +90,11 @@ template <class Call> HRESULT CZEditor::Edit(IZFFrame* _pFrameOrNull, const STEP
     const CZScopeExit scopeFrame([this] { // the frame is not to be held
         m_keyer.Key2() ? m_keyer.Key2()->FrameSet(nullptr) : m_keyer.Key()->KeyFrameSet(nullptr, nullptr);
     });
-    Result_Check(cpSteps->GroupBegin(), "beginning a group of steps");
     HRESULT hr = S_OK;
     {
-        const CZScopeExit scopeGroup([&] { cpSteps->GroupEnd(); });
+        const HRESULT hrGroup = cpSteps->GroupBegin();
+        const CZScopeExit scopeGroup([&] { hrGroup == S_OK ? cpSteps->GroupEnd() : S_OK; });
+        Result_Check(hrGroup, "beginning a group of steps"); // there may be no memory for these words
         hr = _fnEdit();
         Result_Check(hr, _step.strName);
     }

@@ -99,7 +99,10 @@ def figures(server, page):
             "handles": len(list((process / "fd").iterdir())),
             "resident KiB": int(re.search(r"VmRSS:\s*(\d+)", status)[1]),
             "objects of the page, bytes": int(of_page["JSHeapUsedSize"]),
-            "nodes of the page": int(of_page["Nodes"])}
+            "nodes of the page": int(of_page["Nodes"]) - page.run("""const list = document.getElementById("steps");
+                let nodes = 0; // of the steps of editing: these may be many
+                for (const walker = document.createTreeWalker(list); walker.nextNode();) ++nodes;
+                return nodes""")}
 
 
 # What may be added from a fifth of the time on: parts of what there was, and more of the kind.

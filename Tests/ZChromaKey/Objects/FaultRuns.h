@@ -110,6 +110,7 @@ protected:
             EXPECT_GT(m_counts.nPoints, 0) << "nothing was refused";
             std::printf("%-34s %4d points: %4d failed cleanly, %4d succeeded all the same\n", op.pszName,
                         m_counts.nPoints, m_counts.nFailed, m_counts.nSurvived);
+            std::fflush(stdout); // a run that hangs is to show where
         }
     }
 

@@ -198,8 +198,10 @@ void MakeGroup2(SUBJECT2& _subject)
 TEST_F(Faults2, MemoryRunsOutInGroupsAndWithPlates)
 {
     const OPERATION arrOperations[] = {
+#if !defined(_WIN32) // there it takes no memory
         {"edit in a group", MakeGroup2, [](SUBJECT2& _s) { return _s.Param(L"soften", 2); },
          [](SUBJECT2& _s) { return _s.cpKey->GroupEnd() == S_OK && _s.StepsBack() == 2; }},
+#endif
         {"frame after the plate was forgotten",
          [](SUBJECT2& _s) {
              MakeWarm2(_s);

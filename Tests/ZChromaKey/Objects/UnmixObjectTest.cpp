@@ -280,11 +280,11 @@ TEST_F(UnmixObject, TheLogSaysOnceWhyTheGpuDoesNotKey)
     };
     fnKeyed(L"-1");
     EXPECT_EQ(log.Count("GPU"), 0u) << "frames in memory are the CPU's";
-    const char* const pszText = "there is no GPU that this build can use: set \"gpu_mode\" to 0";
     fnKeyed(L"2");
-    EXPECT_EQ(log.Count(pszText, eZLog_Info), 1u);
     fnKeyed(L"0");
-#if !defined(_WIN32) // there, one in software is used where nothing else may key
+#if !defined(_WIN32) // there, one in software may be used
+    const char* const pszText = "there is no GPU that this build can use: set \"gpu_mode\" to 0";
+    EXPECT_EQ(log.Count(pszText, eZLog_Info), 1u);
     EXPECT_EQ(m_cpProps->PropsSet(L"gpu_mode", L"1"), S_OK);
     for (int n = 0; n < 2; ++n)
     {

@@ -187,7 +187,7 @@ TEST_F(Faults2, MemoryRunsOutWhileViewsAreMade)
 }
 
 /// Two steps, in a group that is not at its end yet.
-void MakeGroup2(SUBJECT2& _subject)
+[[maybe_unused]] void MakeGroup2(SUBJECT2& _subject)
 {
     MakeDirect2(_subject);
     EXPECT_EQ(_subject.cpKey->GroupBegin(), S_OK);

@@ -280,7 +280,7 @@ TEST_F(GpuUnmix, FailsOneFrameWholeAndKeysTheNext)
     {
         if (Gpu_IsLeftOut(bTexture ? 0 : 1))
             continue;
-        SCENE scene = BodyScene(96, 72, 3);
+        SCENE scene = Grained(BodyScene(96, 72, 3));
         const UNMIX_SETUP setup = GreenSetup();
         UNMIX_STATE expected;
         CSerialRunner runner;

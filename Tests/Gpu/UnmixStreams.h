@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 /// Streams that the second generation keys on the CPU and on the GPU.
@@ -133,16 +134,24 @@ inline BYTES PixelsIn(IZFFrame* _pFrame)
     return _pFrame ? Gpu_Read(Gpu_TextureIn(GPU_TextureOf(_pFrame).Get()).Get()) : BYTES();
 }
 
+/// The scene with grain of each channel by itself: else its chroma would be taken for one that was shared, and textures
+/// are not asked.
+inline SCENE Grained(SCENE _scene)
+{
+    const auto Grain = [](size_t _n) { return static_cast<int>(_n % 31 % 7) - 3; };
+    for (size_t n = 0; n < _scene.vecBGRA.size(); n += 4)
+    {
+        _scene.vecBGRA[n] = static_cast<uint8_t>(std::clamp(_scene.vecBGRA[n] + Grain(n / 4 * 104729), 0, 255));
+        _scene.vecBGRA[n + 2] = static_cast<uint8_t>(std::clamp(_scene.vecBGRA[n + 2] + Grain(n / 4 * 7919), 0, 255));
+    }
+    return _scene;
+}
+
 /// A body that moves, with alpha of its own, noise, and a size that no cell divides.
 inline SCENE Moving(int _nFrame, int _nWidth = 157, int _nHeight = 91)
 {
-    SCENE scene =
-        BodyScene(_nWidth, _nHeight, 3, 1 + static_cast<uint32_t>(_nFrame), .02f * static_cast<float>(_nFrame));
-    // Grain of each channel by itself; else chroma would be taken for one that was shared, and textures are not asked.
-    for (size_t n = 0; n < scene.vecBGRA.size(); n += 4)
-        for (const size_t c : {n, n + 2})
-            scene.vecBGRA[c] = static_cast<uint8_t>(
-                std::clamp(scene.vecBGRA[c] + static_cast<int>(n / 4 * (c % 4 ? 7919 : 104729) % 31 % 7) - 3, 0, 255));
+    SCENE scene = Grained(
+        BodyScene(_nWidth, _nHeight, 3, 1 + static_cast<uint32_t>(_nFrame), .02f * static_cast<float>(_nFrame)));
     uint8_t* const pRow = scene.vecBGRA.data() + ptrdiff_t{4} * 60 * _nWidth;
     for (int x = 0; x < _nWidth / 2; ++x) // less than full alpha
         pRow[4 * x + 3] = static_cast<uint8_t>(x);

@@ -3,6 +3,7 @@
 #include "Gpu/PipelineSupport.h"
 #include "Image/ImgPixel.h"
 #include "Support/TestFrames.h"
+#include "ZChromaKey/Engine1/RandomInput.h"
 #include "ZChromaKey/Engine2/Gpu/GPUUnmix.h"
 #include "ZChromaKey/Engine2/UnmixScenes.h"
 
@@ -138,11 +139,12 @@ inline BYTES PixelsIn(IZFFrame* _pFrame)
 /// are not asked.
 inline SCENE Grained(SCENE _scene)
 {
-    const auto Grain = [](size_t _n) { return static_cast<int>(_n % 31 % 7) - 3; };
+    CRandom rnd(9);
+    const auto Grain = [&] { return static_cast<int>(rnd() % 9) - 4; };
     for (size_t n = 0; n < _scene.vecBGRA.size(); n += 4)
     {
-        _scene.vecBGRA[n] = static_cast<uint8_t>(std::clamp(_scene.vecBGRA[n] + Grain(n / 4 * 104729), 0, 255));
-        _scene.vecBGRA[n + 2] = static_cast<uint8_t>(std::clamp(_scene.vecBGRA[n + 2] + Grain(n / 4 * 7919), 0, 255));
+        _scene.vecBGRA[n] = static_cast<uint8_t>(std::clamp(_scene.vecBGRA[n] + Grain(), 0, 255));
+        _scene.vecBGRA[n + 2] = static_cast<uint8_t>(std::clamp(_scene.vecBGRA[n + 2] + Grain(), 0, 255));
     }
     return _scene;
 }

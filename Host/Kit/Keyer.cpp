@@ -8,20 +8,12 @@
 #include "Base/ZBstr.h"
 #include "Base/ZLog.h"
 
-#include <memory>
-
 namespace
 {
 
 /// How often a frame that finds the one before still being keyed is handed in again; each try waits a second.
 constexpr int c_nMaxTries = 120;
 constexpr double c_dblAllTint = 100; // percent
-
-std::string TakeText(BSTR _bsText)
-{
-    const std::unique_ptr<OLECHAR, void (*)(BSTR)> upText(_bsText, [](BSTR _bs) { SysFreeString(_bs); });
-    return ZText_FromWide({_bsText ? _bsText : L"", SysStringLen(_bsText)});
-}
 
 } // namespace
 
@@ -54,9 +46,9 @@ void CZKeyer::OptionSet(const std::string& _strName, const std::string& _strValu
 
 void CZKeyer::OptionNeed(const std::string& _strName, const std::string& _strValue)
 {
-    BSTR bsBefore = nullptr;
-    const HRESULT hr = m_cpProps->PropsGet(ZText_ToWide(_strName).c_str(), &bsBefore);
-    const std::string strBefore = TakeText(bsBefore);
+    CZBStr bsBefore;
+    const HRESULT hr = m_cpProps->PropsGet(ZText_ToWide(_strName).c_str(), bsBefore.Put());
+    const std::string strBefore = bsBefore.Text();
     // Not the value of a need that was set before; and where there is none it is the default, which is not set.
     m_mapNeeds.try_emplace(_strName, NEED{_strValue, hr == S_OK ? strBefore : ""}).first->second.strValue = _strValue;
     PropSet(_strName, _strValue);
@@ -107,23 +99,21 @@ void CZKeyer::LoadDocument(const std::string& _strDocument)
 
 std::string CZKeyer::Document()
 {
-    BSTR bsDocument = nullptr;
+    CZBStr bsDocument;
     for (const auto& [strName, need] : m_mapNeeds)
         PropSet(strName, need.strBefore);
-    const HRESULT hr = m_cpPersist->PersistSaveToString(&bsDocument);
+    const HRESULT hr = m_cpPersist->PersistSaveToString(bsDocument.Put());
     for (const auto& [strName, need] : m_mapNeeds)
         PropSet(strName, need.strValue);
     Result_Check(hr, "writing the keys down");
-    return TakeText(bsDocument);
+    return bsDocument.Text();
 }
 
 std::string CZKeyer::NameAndVersion()
 {
-    BSTR bsName = nullptr;
-    BSTR bsVersion = nullptr;
-    Result_Check(m_cpPlugin->PluginInfoGet(&bsName, &bsVersion), "asking the module for its version");
-    const std::string strName = TakeText(bsName);
-    return strName + " " + TakeText(bsVersion);
+    CZBStr bsName, bsVersion;
+    Result_Check(m_cpPlugin->PluginInfoGet(bsName.Put(), bsVersion.Put()), "asking the module for its version");
+    return bsName.Text() + " " + bsVersion.Text();
 }
 
 CZPtr<IZFFrame> CZKeyer::Push(IZFFrame* _pFrameOrNull)

@@ -6,13 +6,13 @@
 namespace
 {
 
-constexpr int c_nEvery = 3;            // cell of a row is measured,
-constexpr int c_nRowsEnough = 64;      // of about so many rows
-constexpr float c_fltLeastCells = 32;  // below that nothing is said
+constexpr int c_nEvery = 3;            // every third cell of a row is measured
+constexpr int c_nRowsEnough = 64;      // in about so many rows, evenly spread
+constexpr float c_fltLeastCells = 32;  // fewer cells say nothing
 constexpr float c_fltShared = .72f;    // fineness up to which chroma surely was shared
 constexpr float c_fltNotShared = .82f; // from which it was not
-constexpr float c_fltRepeated = .4f;   // of the differences between samples are left within one
-constexpr float c_fltForget = .875f;
+constexpr float c_fltRepeated = .4f;   // differences within a sample, as part of those between samples, up to this
+constexpr float c_fltForget = .875f;   // what the pictures before count, with each new one
 
 struct LUV
 {
@@ -54,7 +54,8 @@ float Ratio(const FINENESS_MEANS& _axis)
     return fltLuma > 0 ? _axis.fltChromaSecond * _axis.fltLumaFirst / fltLuma : 1;
 }
 
-// Two of three neighbours have shared a sample.
+// Of the three differences along a cell two are within pairs of pixels that may have shared a sample, one is between
+// the pairs.
 bool IsRepeated(const FINENESS_MEANS& _axis)
 {
     const float fltBetween = _axis.fltChromaFirst - _axis.fltChromaWithin;

@@ -213,6 +213,8 @@ void SolidCells(const PASS& _pass, int _nX, int _nEnd, int _nY, bool _bProtected
         run.pBytes = picture.Row(y) + 4 * nFirst;
         run.pDeep = picture.bDeepSolid ? picture.DeepRow(y) + 4 * nFirst : nullptr;
         run.pOut = _pass.result.Bytes(y) + nFirst * static_cast<ptrdiff_t>(_pass.ResultPixel());
+        run.nNextBytes = y + 1 < picture.nHeight ? picture.nStride : 0;
+        run.nNextOut = y + 1 < picture.nHeight ? _pass.result.nStride : 0;
         _pass.kernels.pfnSolid(run);
     }
 }
@@ -220,9 +222,14 @@ void SolidCells(const PASS& _pass, int _nX, int _nEnd, int _nY, bool _bProtected
 void BackdropCells(const PASS& _pass, int _nX, int _nEnd, int _nY)
 {
     const int nFirst = _nX * c_nCell, nEnd = std::min(_nEnd * c_nCell, _pass.picture.nWidth);
+    CLEAR_RUN run = {};
+    run.nBytes = static_cast<size_t>(nEnd - nFirst) * _pass.ResultPixel();
     for (int y = _nY * c_nCell; y < std::min((_nY + 1) * c_nCell, _pass.picture.nHeight); ++y)
-        std::memset(_pass.result.Bytes(y) + nFirst * _pass.ResultPixel(), 0,
-                    static_cast<size_t>(nEnd - nFirst) * _pass.ResultPixel());
+    {
+        run.pOut = _pass.result.Bytes(y) + nFirst * static_cast<ptrdiff_t>(_pass.ResultPixel());
+        run.nNext = y + 1 < _pass.picture.nHeight ? _pass.result.nStride : 0;
+        _pass.kernels.pfnClear(run);
+    }
 }
 
 // Calls _body(first, end) for the pieces of cells _nX to _nEnd - 1 of a row that belong to one key and are at most
@@ -314,5 +321,9 @@ void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& 
     for (int k = 0; k < _state.nKeys; ++k)
         pass.arrRules[k] = Pixels_Rules(_state, _state.arrKeys[k]);
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
+    {
         PixelRow(pass, y);
+        for (int n = y * c_nCell; n < std::min((y + 1) * c_nCell, _picture.nHeight); ++n)
+            _result.Done(n);
+    }
 }

@@ -29,8 +29,12 @@ UNMIX_PICTURE FieldOf(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const 
 
 UNMIX_RESULT FieldOf(const UNMIX_STATE& _state, const UNMIX_RESULT& _result, int _nField)
 {
-    return {static_cast<uint8_t*>(_result.pRow0) + _nField * _result.nStride, _result.nStride * _state.nFields,
-            _result.bWords};
+    UNMIX_RESULT field = _result;
+    field.pRow0 = static_cast<uint8_t*>(_result.pRow0) + _nField * _result.nStride;
+    field.nStride *= _state.nFields;
+    field.nFirst = _nField;
+    field.nStep = _state.nFields;
+    return field;
 }
 
 // Room for a picture.

@@ -37,6 +37,14 @@ struct LIMIT_RULES
     int32_t anTake[3]; ///< and 1024ths, of 16 bits
 };
 
+/// A row of bytes that become 0.
+struct CLEAR_RUN
+{
+    uint8_t* pOut;
+    size_t nBytes;
+    ptrdiff_t nNext; ///< from pOut to as many bytes that are written next and fetched meanwhile
+};
+
 /// A row of solid pixels: the limiter alone, alpha full.
 struct SOLID_RUN
 {
@@ -46,6 +54,8 @@ struct SOLID_RUN
     void* pOut;
     bool bWords; ///< pOut is of 16-bit words, else of bytes
     int nPixels;
+    ptrdiff_t nNextBytes; ///< from pBytes, and
+    ptrdiff_t nNextOut;   ///< from pOut, to what is read and written next and fetched meanwhile
 };
 
 /// What the maths of single pixels take that is the same for a whole picture and key. PIXEL_PLACE and Pixel_Alpha say

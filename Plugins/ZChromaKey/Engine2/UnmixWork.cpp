@@ -96,14 +96,13 @@ HRESULT CUnmixWork::Write()
 /// The clean colours in the format of the input.
 HRESULT CUnmixWork::Clean()
 {
-    constexpr int c_nGroupsPerPart = 8;
     CUnmixClean clean;
     const HRESULT hr =
         clean.Init(state, Input(), {m_job.result.vidProps, m_job.result.vidPtr, m_job.eMatrix}, m_result);
     if (FAILED(hr))
         return hr == E_NOTIMPL ? S_OK : hr; // grey has no colours
     const auto Groups = [&](int _nFirst, int _nGroups) { clean.Pass(_nFirst, _nGroups); };
-    m_runner.Run(clean.Groups(), c_nGroupsPerPart, CRowPass(Groups));
+    m_runner.Run(clean.Groups(), c_nPassPart, CRowPass(Groups));
     return S_OK;
 }
 

@@ -8,18 +8,23 @@
 
 namespace
 {
+void PassRow(const UNMIX_RUN& _run, const uint8_t* _pRow, int _nY)
+{
+    for (int x = 0; x < _run.picture.nWidth; ++x, _pRow += 4)
+        _run.result.Put(
+            x, _nY, {static_cast<float>(_pRow[0]), static_cast<float>(_pRow[1]), static_cast<float>(_pRow[2]), 255});
+    _run.result.Done(_nY);
+}
+
 void PassThrough(const UNMIX_RUN& _run)
 {
-    _run.Rows(_run.picture.nHeight, [&](int _nFirst, int _nRows) {
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        const uint8_t* arrRows[c_nCell];
         for (int y = _nFirst; y < _nFirst + _nRows; ++y)
         {
-            for (int x = 0; x < _run.picture.nWidth; ++x)
-            {
-                const uint8_t* const p = _run.picture.Row(y) + ptrdiff_t{4} * x;
-                _run.result.Put(x, y,
-                                {static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]), 255});
-            }
-            _run.result.Done(y);
+            _run.picture.CellRows(y, _run.state.RoomOf(_nFirst), arrRows);
+            for (int n = 0; n < std::min(c_nCell, _run.picture.nHeight - y * c_nCell); ++n)
+                PassRow(_run, arrRows[n], y * c_nCell + n);
         }
     });
 }
@@ -34,7 +39,7 @@ void WritePixels(const UNMIX_RUN& _run, bool _bLast)
     _run.runner.Step(eUS_Pixels);
     Pixels_TakePast(_run.field);
     _run.CellRows([&](int _nFirst, int _nRows) {
-        Pixels_Pass(state, _run.field, _run.picture, result, state.bSeen, _nFirst, _nRows);
+        Pixels_Pass(state, _run.field, _run.picture, result, state.bSeen, state.RoomOf(_nFirst), _nFirst, _nRows);
     });
 }
 

@@ -40,6 +40,7 @@ void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UN
         bool bChanged = false;
         CELL_ROW row = {};
         _picture.CellRows(y, _pRoom, row.arrRows);
+        row.nNext = (y + 2) * c_nCell <= _picture.nHeight && !_picture.pReader ? c_nCell * _picture.nStride : 0;
         row.nPixels = _picture.nWidth;
         row.bAlpha = _picture.bAlpha;
         row.pSum = &_cells.vecSum[nAt];

@@ -9,6 +9,7 @@
 struct CELL_ROW
 {
     const uint8_t* arrRows[4]; ///< B, G, R, A; rows below the picture repeat its last
+    ptrdiff_t nNext;           ///< bytes from these rows to those that are read next and fetched meanwhile
     int nPixels;               ///< at least 1; the last one is repeated up to a whole cell
     bool bAlpha;               ///< A counts; else it is taken as 255
     uint64_t* pSum;            ///< per cell four 16-bit sums of 16 pixels

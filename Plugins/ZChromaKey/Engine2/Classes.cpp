@@ -212,17 +212,28 @@ void Classes_Finish(UNMIX_STATE& _state, FIELD_STATE& _field)
         DropMarks(_state, _field);
 }
 
-void Foreground_Pass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nRows)
+int Foreground_Pairs(const FIELD_STATE& _field)
+{
+    return _field.fore.arrLevels[1].nHeight;
+}
+
+void Foreground_Pass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nPairs)
 {
     UNMIX_PYRAMID::LEVEL& level = _field.fore.arrLevels[0];
-    for (int y = _nFirst; y < _nFirst + _nRows; ++y)
+    for (int y = 2 * _nFirst; y < std::min(2 * (_nFirst + _nPairs), level.nHeight); ++y)
     {
         VEC4* const pRow = level.vec.data() + static_cast<ptrdiff_t>(y) * level.nWidth;
         Plate_Mean(*_state.pKernels, _field.cells, _field.bitsSolid0, y, 1, pRow);
     }
+    _field.fore.ReduceRows(_nFirst, _nPairs);
 }
 
-void Foreground_Fill(FIELD_STATE& _field)
+void Foreground_Spread(FIELD_STATE& _field)
 {
-    _field.fore.PushPull(c_nForeLevels, c_fltForeDecay);
+    _field.fore.PushPullAbove(c_nForeLevels, c_fltForeDecay);
+}
+
+void Foreground_FillPass(FIELD_STATE& _field, int _nFirst, int _nRows)
+{
+    _field.fore.CompleteRows(_nFirst, _nRows, c_fltForeDecay);
 }

@@ -76,10 +76,11 @@ void CPoolRunner::Serve()
     for (uint32_t nSeen = 0;;)
     {
         const auto IsNew = [&] { return m_nPasses != nSeen; };
-        SpinFor(IsNew);
+        const auto IsOver = [&] { return m_bOver || m_bGivenUp; };
+        SpinFor([&] { return IsNew() || IsOver(); });
         std::unique_lock lock(m_mtxPass);
-        m_cvPass.wait(lock, [&] { return m_bOver || m_bGivenUp || (IsNew() && m_pPass); });
-        if (m_bOver || m_bGivenUp)
+        m_cvPass.wait(lock, [&] { return IsOver() || (IsNew() && m_pPass); });
+        if (IsOver())
             return;
         nSeen = m_nPasses;
         const CRowPass& pass = *m_pPass;

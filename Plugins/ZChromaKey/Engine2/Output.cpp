@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-void Output_Mask(const UNMIX_RESULT& _result, int _nRow, int _nWidth, uint8_t* _pMask)
+void Output_Mask(const UNMIX_RESULT& _result, int _nRow, int _nWidth, uint8_t* _pMask, ptrdiff_t _nNext)
 {
     if (_result.bWords)
     {
@@ -19,7 +19,7 @@ void Output_Mask(const UNMIX_RESULT& _result, int _nRow, int _nWidth, uint8_t* _
             _pMask[x] = Img_From16Bit(pWords[4 * x + 3]);
         return;
     }
-    UnmixKernels().pfnMask({_result.Bytes(_nRow), _pMask, _nWidth});
+    UnmixKernels().pfnMask({_result.Bytes(_nRow), _pMask, _nWidth, _nNext});
 }
 
 void Output_Premultiply(const UNMIX_RESULT& _result, int _nRow, int _nWidth)

@@ -40,7 +40,7 @@ private:
     std::atomic<uint32_t> m_nPasses = 0; ///< of the picture, until now
     std::atomic<int> m_nBusy = 0;        ///< helpers inside the pass
     std::atomic<bool> m_bOver = false;
-    const CRowPass* m_pPass = nullptr;   ///< null: between two passes
+    const CRowPass* m_pPass = nullptr; ///< null: between two passes
     int m_nRows = 0;
     int m_nPart = 0;
 };

@@ -111,7 +111,8 @@ HRESULT CUnmixWork::Clean()
 void CUnmixWork::FinishRow(int _nRow) const
 {
     const ZF_VID_PROPS& vidProps = m_job.result.vidProps;
-    Output_Mask(m_result, _nRow, vidProps.nWidth, m_job.pbMask + m_nMaskStride * _nRow);
+    Output_Mask(m_result, _nRow, vidProps.nWidth, m_job.pbMask + m_nMaskStride * _nRow,
+                _nRow + 1 < std::abs(vidProps.nHeight) ? m_nMaskStride : 0);
     if (m_job.bPremultiply && FCC_HasAlpha(vidProps.fccType))
         Output_Premultiply(m_result, _nRow, vidProps.nWidth);
     if (m_job.bWrite && vidProps.fccType == eZFCC_RGBA32)

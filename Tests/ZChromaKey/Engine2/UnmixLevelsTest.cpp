@@ -121,7 +121,7 @@ TEST_P(UnmixLevels, TakeMasksFromTheAlpha)
         CGuardedPlane pixels(static_cast<size_t>(4) * nPixels, 1, 0, eZGuard_PageEnd);
         CGuardedPlane mask(static_cast<size_t>(nPixels), 1, 0, eZGuard_PageEnd);
         pixels.FillRandom(static_cast<uint32_t>(nPixels));
-        m_level.pfnMask({pixels.Row(0), mask.Row(0), nPixels});
+        m_level.pfnMask({pixels.Row(0), mask.Row(0), nPixels, 0});
         for (int n = 0; n < nPixels; ++n)
             ASSERT_EQ(mask.Row(0)[n], pixels.Row(0)[4 * n + 3]) << nPixels;
         ASSERT_TRUE(mask.Intact());

@@ -195,8 +195,11 @@ template <class S> void Mask(const MASK_ROW& _row)
     const auto AlphaAt = [&](size_t _n) { return ShiftedIn0(S::LoadI32(_row.pPixels + 4 * _n), 24); };
     size_t n = 0;
     for (; n + S::c_nBytes <= nPixels; n += S::c_nBytes)
+    {
+        S::Prefetch(_row.pMask + _row.nNext + n);
         S::Store(_row.pMask + n, PackLanes(AlphaAt(n), AlphaAt(n + S::c_nLanes), AlphaAt(n + 2 * S::c_nLanes),
                                            AlphaAt(n + 3 * S::c_nLanes)));
+    }
     for (; n < nPixels; ++n)
         _row.pMask[n] = _row.pPixels[4 * n + 3];
 }

@@ -274,6 +274,7 @@ struct MASK_ROW
     const uint8_t* pPixels; ///< B, G, R, A
     uint8_t* pMask;
     int nPixels;
+    ptrdiff_t nNext; ///< from pMask to as many bytes that are written next and fetched meanwhile
 };
 
 /// A difference of the frame before that is not known.

@@ -116,6 +116,8 @@ public:
     }
     /// Keeps the cells whose 3x3 neighbours are set as well, _nTimes over; outside the grid counts as set.
     void Erode(int _nTimes, std::vector<uint64_t>& _vecScratch);
+    /// What Erode makes of row _nY alone, _nTimes from 1 to 31. The bits past the width are 0.
+    void ErodedRow(int _nY, int _nTimes, uint64_t* _pOut) const;
     /// The number of cells that are set.
     int Count() const
     {

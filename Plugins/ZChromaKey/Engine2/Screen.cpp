@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <functional>
+#include <numeric>
 
 namespace
 {
@@ -310,28 +312,37 @@ int StepAt(const int16_t* const (&_arrRows)[3], int _nX, int _nWidth)
 }
 } // namespace
 
-int Screen_StepLimit(UNMIX_STATE& _state, FIELD_STATE& _field)
+void Screen_StepsPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows)
 {
     CBitRows& bits = _state.bitsScratch;
-    bits = _field.bitsWide;
-    bits.Erode(1, _state.vecScratch);
-    _state.bitsDeep = bits;
-    _state.bitsDeep.Erode(c_nDeep - 1, _state.vecScratch);
-    int anQuarters[65] = {}; // quarters of a level
-    int nCells = 0;
-    for (int y = 0; y < bits.Height(); y += 3)
+    for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
+        _field.bitsWide.ErodedRow(y, 1, bits.Row(y));
+        _field.bitsWide.ErodedRow(y, c_nDeep, _state.bitsDeep.Row(y));
+        if (y % 3 != 0)
+            continue;
         const auto Row = [&](int _y) {
             return &_field.cells.vecX[_field.cells.At(0, std::clamp(_y, 0, bits.Height() - 1))];
         };
         const int16_t* const arrRows[3] = {Row(y - 1), Row(y), Row(y + 1)};
+        STEP_COUNTS& counts = _state.vecSteps[static_cast<size_t>(y) / 3];
+        counts.fill(0);
         bits.ForEachRun(y, [&](int _nX, int _nEnd) {
-            for (int x = _nX; x < _nEnd; x += 2, ++nCells)
-                ++anQuarters[std::min(StepAt(arrRows, x, bits.Width()) >> 5, 64)];
+            for (int x = _nX; x < _nEnd; x += 2)
+                ++counts[static_cast<size_t>(std::min(StepAt(arrRows, x, bits.Width()) >> 5, 64))];
         });
     }
+}
+
+int Screen_StepLimit(const UNMIX_STATE& _state)
+{
+    STEP_COUNTS anQuarters = {};
+    for (const STEP_COUNTS& counts : _state.vecSteps)
+        std::transform(counts.begin(), counts.end(), anQuarters.begin(), anQuarters.begin(), std::plus<>());
+    const int nCells = std::accumulate(anQuarters.begin(), anQuarters.end(), 0);
     int nMedian = 0;
-    for (int nSeen = anQuarters[0]; nMedian < 64 && nSeen * 2 < nCells; nSeen += anQuarters[nMedian])
+    for (int nSeen = anQuarters[0]; nMedian < 64 && nSeen * 2 < nCells;
+         nSeen += anQuarters[static_cast<size_t>(nMedian)])
         ++nMedian;
     float fltLeast = 1e6f;
     for (int k = 0; k < _state.nKeys; ++k)

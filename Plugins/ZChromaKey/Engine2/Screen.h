@@ -26,8 +26,11 @@ bool Screen_FindKey(const UNMIX_CELLS& _cells, UNMIX_KEY* _pKey);
 /// on the screen makes it neither.
 void Screen_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, int _nFirst, int _nRows);
 
-/// The greatest step of X between the neighbours of a sure cell: five medians, in 128ths. A screen changes slowly.
-int Screen_StepLimit(UNMIX_STATE& _state, FIELD_STATE& _field);
+/// Rows after Screen_Pass: the cells in range with all around them (bitsScratch), those that have so many around them
+/// that a step may be the rim of a shadow (bitsDeep), and the steps of X between the neighbours of the former.
+void Screen_StepsPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows);
+/// The greatest step of a sure cell: five medians, in 128ths. A screen changes slowly.
+int Screen_StepLimit(const UNMIX_STATE& _state);
 
-/// Leaves in bitsSure the cells of bitsScratch (as Screen_StepLimit left it) without such a step.
+/// Leaves in bitsSure the cells of bitsScratch without such a step.
 void Screen_SmoothPass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nLimit, int _nFirst, int _nRows);

@@ -65,6 +65,7 @@ void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFie
     state.bitsDeep.Resize(nCells, nCellRows);
     state.bitsPlate.Resize(state.nPlateWidth, state.nPlateHeight);
     state.vecChanged.assign(static_cast<size_t>(nCellRows), 0);
+    state.vecSteps.assign(static_cast<size_t>(nCellRows + 2) / 3, {});
     state.vecNoise.assign(static_cast<size_t>(nCellRows) * 2, 0);
     state.vecFineness.assign(static_cast<size_t>(nCellRows), {});
     _state = std::move(state);

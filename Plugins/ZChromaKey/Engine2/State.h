@@ -6,6 +6,7 @@
 #include "ZChromaKey/Engine2/Params.h"
 #include "ZChromaKey/Engine2/Runner.h"
 
+#include <array>
 #include <vector>
 
 /// Everything that the engine keeps: over time, and between the passes of one frame. All records compare by value, so
@@ -144,6 +145,9 @@ struct ROW_SUMS
     int nGrown = 0;   ///< cells that were seen for the first time
 };
 
+/// How many cells have steps of so many quarters of a level, the last of so many or more.
+using STEP_COUNTS = std::array<int, 65>;
+
 /// How pictures are read: another way begins another stream, for the same colours come out a little different.
 struct UNMIX_KIND
 {
@@ -237,6 +241,7 @@ struct UNMIX_STATE
     CBitRows bitsPlate; ///< plate cells that were never seen and have no seen one near
     std::vector<uint64_t> vecScratch;
     std::vector<uint8_t> vecChanged;        ///< cell rows that differ from the frame before
+    std::vector<STEP_COUNTS> vecSteps;      ///< per third cell row
     std::vector<float> vecNoise;            ///< per cell row: sum of differences, count
     std::vector<FINENESS_SUMS> vecFineness; ///< per cell row
     std::vector<float> vecShade;            ///< density of shadows, on the plate grid

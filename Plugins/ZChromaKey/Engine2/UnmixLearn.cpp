@@ -59,7 +59,8 @@ void FindSure(const UNMIX_RUN& _run)
     FIELD_STATE& field = _run.field;
     if (!field.bScreened)
         _run.CellRows([&](int _nFirst, int _nRows) { Screen_Pass(state, field, _run.nField, _nFirst, _nRows); });
-    const int nLimit = Screen_StepLimit(state, field);
+    _run.CellRows([&](int _nFirst, int _nRows) { Screen_StepsPass(state, field, _nFirst, _nRows); });
+    const int nLimit = Screen_StepLimit(state);
     _run.CellRows([&](int _nFirst, int _nRows) { Screen_SmoothPass(state, field, nLimit, _nFirst, _nRows); });
     field.bitsSure.Erode(1, state.vecScratch);
     _run.PlateRows([&](int _nFirst, int _nRows) { Plate_SeenPass(state, field, _nFirst, _nRows); });

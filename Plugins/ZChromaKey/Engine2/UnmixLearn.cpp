@@ -120,7 +120,7 @@ void MeasureNoise(const UNMIX_RUN& _run)
     _run.runner.Step(eUS_Noise);
     if (state.nFrames == 0)
         Bodies_Measure(state, _run.field);
-    _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
+    _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _nFirst, _nRows); });
     Noise_Learn(state);
 }
 
@@ -185,7 +185,8 @@ void ReadRows(const UNMIX_RUN& _run, int _nFirst, int _nRows)
     for (int y = _nFirst * c_nCell; y < std::min((_nFirst + _nRows) * c_nCell, _run.picture.nHeight); ++y)
     {
         const int nRow = y * nFields + _run.nField;
-        _run.pReader->ReadRow(nRow, _run.state.vecPicture.data() + nRow * nStride);
+        const int nNext = y + 1 < _run.picture.nHeight ? nRow + nFields : nRow;
+        _run.pReader->ReadRow(nRow, _run.state.vecPicture.data() + nRow * nStride, nNext);
     }
 }
 
@@ -199,8 +200,7 @@ void TakeCells(const UNMIX_RUN& _run)
     _run.CellRows([&](int _nFirst, int _nRows) {
         Cells_TakePass(pCells0, nStride, cells, _run.state.vecChanged.data(), _nFirst, _nRows);
     });
-    Cells_TakePixels(pCells0 + cells.nHeight * nStride, nStride, cells, _run.picture,
-                     _run.state.vecPicture.data() + ptrdiff_t{4} * _run.nField * _run.picture.nWidth);
+    Cells_TakePairs(pCells0 + cells.nHeight * nStride, nStride, cells);
 }
 
 // Of pixels that are still in the cache.
@@ -214,7 +214,8 @@ void MakeCells(const UNMIX_RUN& _run)
     _run.CellRows([&](int _nFirst, int _nRows) {
         if (_run.pReader && !bApart)
             ReadRows(_run, _nFirst, _nRows);
-        Cells_Pass(*state.pKernels, _run.picture, _run.field.cells, state.vecChanged.data(), _nFirst, _nRows);
+        Cells_Pass(*state.pKernels, _run.picture, _run.field.cells, state.vecChanged.data(), state.RoomOf(_nFirst),
+                   _nFirst, _nRows);
     });
 }
 

@@ -9,6 +9,7 @@
 struct CELL_ROW
 {
     const uint8_t* arrRows[4]; ///< B, G, R, A; rows below the picture repeat its last
+    ptrdiff_t nNext;           ///< bytes from these rows to those that are read next and fetched meanwhile
     int nPixels;               ///< at least 1; the last one is repeated up to a whole cell
     bool bAlpha;               ///< A counts; else it is taken as 255
     uint64_t* pSum;            ///< per cell four 16-bit sums of 16 pixels
@@ -39,6 +40,14 @@ struct LIMIT_RULES
     int32_t anTake[3]; ///< and 1024ths, of 16 bits
 };
 
+/// A row of bytes that become 0.
+struct CLEAR_RUN
+{
+    uint8_t* pOut;
+    size_t nBytes;
+    ptrdiff_t nNext; ///< from pOut to as many bytes that are written next and fetched meanwhile
+};
+
 /// A row of solid pixels: the limiter alone, alpha full.
 struct SOLID_RUN
 {
@@ -50,6 +59,8 @@ struct SOLID_RUN
     int nPixels;
     /// What glare takes of each pixel, 16384ths of a level of excess; whole vectors are read.
     const int32_t* pGlare;
+    ptrdiff_t nNextBytes; ///< from pBytes, and
+    ptrdiff_t nNextOut;   ///< from pOut, to what is read and written next and fetched meanwhile
 };
 
 /// What the maths of single pixels take that is the same for a whole picture and key. PIXEL_PLACE and Pixel_Alpha say

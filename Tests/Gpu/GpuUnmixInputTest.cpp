@@ -42,7 +42,8 @@ TEST_F(GpuUnmixInput, KeysEveryFormatInMemory)
 TEST_F(GpuUnmixInput, KeysTexturesOfEveryFormat)
 {
     size_t nCase = 0;
-    for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_YUY2, eZFCC_NV12, eZFCC_NV12, eZFCC_HDYC, eZFCC_YV12, eZFCC_I422})
+    for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_YUY2, eZFCC_NV12, eZFCC_NV12, eZFCC_HDYC, eZFCC_YV12, eZFCC_I422,
+                                   eZFCC_P010, eZFCC_P010, eZFCC_P210})
     {
         const bool bFields = nCase % 2;
         if (Gpu_IsLeftOut(nCase++))
@@ -68,6 +69,7 @@ TEST_F(GpuUnmixInput, KeysTexturesOfEveryFormat)
                 EXPECT_TRUE(state.arrFields[n].cells == streams.cpu.arrFields[n].cells);
         }
         agreement.Check();
+        EXPECT_LE(agreement.nOff * 1000, agreement.nPixels) << "to the bit, all ten of P010";
     }
 }
 

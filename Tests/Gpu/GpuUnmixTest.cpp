@@ -234,7 +234,7 @@ constexpr int64_t c_nCostPixels = 160 * 96, c_nCostGrids = c_nCostPixels / 4 * 3
 constexpr COST_ROW c_arrCosts[] = {
     {eZFCC_ARGB32, false, 2, 9, c_nCostGrids + 4 * c_nCostPixels, 4 * c_nCostPixels},
     {eZFCC_UYVY, false, 2, 11, c_nCostGrids + 12 * c_nCostPixels, 4 * c_nCostPixels},
-    {eZFCC_ARGB32, true, 3, 10, c_nCostGrids, c_nCostPixels / 3 * 4},
+    {eZFCC_ARGB32, true, 3, 10, c_nCostGrids, c_nCostPixels / 3 * 7}, // every row is measured for fineness
     {eZFCC_NV12, true, 6, 20, c_nCostGrids, c_nCostPixels / 3 * 4},
 };
 

@@ -137,8 +137,7 @@ inline BYTES PixelsIn(IZFFrame* _pFrame)
     return _pFrame ? Gpu_Read(Gpu_TextureIn(GPU_TextureOf(_pFrame).Get()).Get()) : BYTES();
 }
 
-/// The scene with grain of each channel by itself: else its chroma would be taken for one that was shared, and textures
-/// are not asked.
+/// The scene with grain of each channel by itself: else its chroma would be taken for one that was shared.
 inline SCENE Grained(SCENE _scene)
 {
     CRandom rnd(9);

@@ -223,9 +223,11 @@ void SolidCells(const PASS& _pass, int _nX, int _nEnd, int _nY, bool _bProtected
     run.pRules = _bProtected ? &c_none : &_pass.arrRules[_pass.OwnerOf(_nX, _nY)].limit;
     run.bWords = _pass.result.bWords;
     run.nPixels = static_cast<int>(std::min(_nEnd * c_nCell, picture.nWidth) - nFirst);
-    int32_t arrGlare[c_nSolidCells * c_nCell + RUN_BUFFERS::c_nSlack] = {};
+    int32_t arrGlare[c_nSolidCells * c_nCell + RUN_BUFFERS::c_nSlack];
+    int32_t* pGlare = arrGlare;
     for (int x = _nX; x < _nEnd; ++x)
-        std::fill_n(&arrGlare[(x - _nX) * c_nCell], c_nCell, _pass.GlareOf(x, _nY) * run.pRules->nGlare);
+        pGlare = std::fill_n(pGlare, c_nCell, _pass.GlareOf(x, _nY) * run.pRules->nGlare);
+    std::fill_n(pGlare, RUN_BUFFERS::c_nSlack, 0);
     run.pGlare = arrGlare;
     for (int y = _nY * c_nCell; y < std::min((_nY + 1) * c_nCell, picture.nHeight); ++y)
     {

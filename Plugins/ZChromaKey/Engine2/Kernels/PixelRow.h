@@ -159,7 +159,8 @@ template <class S> void Solid(const SOLID_RUN& _run)
         S::Prefetch(_run.pBytes + _run.nNextBytes + 4 * n);
         S::Prefetch(pOut + _run.nNextOut + 4 * n);
         for (size_t k = n; k < n + c_nLine / 4; k += S::c_nLanes)
-            S::Store(static_cast<void*>(pOut + 4 * k), limiter(S::LoadI32(_run.pBytes + 4 * k)));
+            S::Store(static_cast<void*>(pOut + 4 * k),
+                     limiter(S::LoadI32(_run.pBytes + 4 * k), S::LoadI32(_run.pGlare + k)));
     }
     for (; n + S::c_nLanes <= nPixels; n += S::c_nLanes)
         S::Store(static_cast<void*>(pOut + 4 * n),

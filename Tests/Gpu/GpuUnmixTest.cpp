@@ -2,7 +2,6 @@
 
 #include "Gpu/DeviceHooks.h"
 #include "Gpu/UnmixStreams.h"
-#include "Sample/HardScene.h"
 #include "Support/LogCatcher.h"
 #include "ZChromaKey/Engine2/Output.h"
 #include "ZChromaKey/Objects/UnmixKeyer.h"
@@ -30,18 +29,6 @@ protected:
     GPUUnmix m_keyerTexture;
 };
 
-SCENE Painted(const HARD_SCENE& _scene, int _nWidth, int _nHeight, int64_t _nFrame)
-{
-    PICTURE picture, truth;
-    HARD_SETUP setup;
-    setup.nWidth = _nWidth;
-    setup.nHeight = _nHeight;
-    HardScene_Paint(_scene, setup, _nFrame, picture, truth);
-    SCENE scene(_nWidth, _nHeight, [](int, int) { return SCENE_PIXEL{}; });
-    std::copy_n(picture.vecPixels.begin(), scene.vecBGRA.size(), scene.vecBGRA.begin());
-    return scene;
-}
-
 TEST_F(GpuUnmix, GivesTheCpusPixelsOfScenes)
 {
     const auto spanScenes = HardScene_All();
@@ -54,7 +41,7 @@ TEST_F(GpuUnmix, GivesTheCpusPixelsOfScenes)
         STREAMS streams(m_keyer, {});
         for (int n = 0; n < 3; ++n)
         {
-            SCENE scene = Painted(hard, 128, 72, n);
+            SCENE scene = SceneOf(HardPicture(hard, 128, 72, n));
             AGREEMENT agreement;
             agreement.Add(streams.OnGPU(scene.Input()), streams.OnCPU(scene.Input()));
             agreement.Check();

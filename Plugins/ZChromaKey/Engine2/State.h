@@ -113,8 +113,9 @@ struct UNMIX_CELLS
 /// What was found in a picture: a progressive frame, or one field.
 struct FIELD_STATE
 {
-    int nRows = 0;       ///< pixel rows
-    bool bKnown = false; ///< the cells are those of a picture that was keyed
+    int nRows = 0;          ///< pixel rows
+    bool bKnown = false;    ///< the cells are those of a picture that was keyed
+    bool bScreened = false; ///< Screen_Pass has gone over them with the present keys
     UNMIX_CELLS cells;
     CBitRows bitsWide;   ///< within the range of a key
     CBitRows bitsSure;   ///< certainly backdrop

@@ -153,13 +153,15 @@ struct CLASS_RULES
     float fltOpen; ///< part of X up to which cells are core; 0: none is
 };
 
+inline constexpr int c_nPlateRoom = c_nChunkCells / 2 + 16; ///< plate cells in whole vectors
+
 /// The classes of cells that belong to one key.
 struct CLASS_CHUNK
 {
     CELL_CHUNK cells;
     const CLASS_RULES* pRules;
     /// The plate's cells, four floats each, of the rows above and below the middle of these cells: c_nChunkCells / 2 +
-    /// 2 of them from the one left of the chunk.
+    /// 2 of them from the one left of the chunk, and others up to c_nPlateRoom, which do not count.
     const float* arrPlate[2];
     float fltBelow;   ///< weight of the second row
     uint64_t nSure;   ///< certainly backdrop

@@ -1,7 +1,9 @@
+#include "Base/ZPixelFormats.h"
 #include "ZChromaKey/Engine2/Bodies.h"
 #include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Classes.h"
 #include "ZChromaKey/Engine2/Fineness.h"
+#include "ZChromaKey/Engine2/Glare.h"
 #include "ZChromaKey/Engine2/Noise.h"
 #include "ZChromaKey/Engine2/Plate.h"
 #include "ZChromaKey/Engine2/Screen.h"
@@ -161,9 +163,12 @@ void Classify(const UNMIX_RUN& _run)
     _run.CellRows([&](int _nFirst, int _nRows) { Classes_Pass(state, field, _nFirst, _nRows); });
     Classes_Finish(state, field);
     _run.runner.Step(eUS_Foreground);
-    _run.runner.Run(Foreground_Pairs(field), c_nPassPart / 2,
-                    CRowPass([&](int _nFirst, int _nPairs) { Foreground_Pass(state, field, _nFirst, _nPairs); }));
+    _run.runner.Run(Foreground_Pairs(field), c_nPassPart / 2, CRowPass([&](int _nFirst, int _nPairs) {
+                        Foreground_Pass(state, field, _nFirst, _nPairs);
+                        Glare_Pass(state, field, 2 * _nFirst, std::min(2 * _nPairs, state.nPlateHeight - 2 * _nFirst));
+                    }));
     Foreground_Spread(field);
+    Glare_Finish(state, field);
 }
 
 // Of pictures whose pixels have chroma of their own. What is held stays as it is with the plate.
@@ -171,7 +176,9 @@ bool IsFinenessMeasured(const UNMIX_RUN& _run)
 {
     const UNMIX_STATE& state = _run.state;
     const bool bHeld = UnmixRun_IsHeld(state, state.setup);
-    return _run.samples.eLayout == UNMIX_SAMPLES::eNone && !_run.pCells && (bHeld ? state.nFrames == 0 : !state.bSeen);
+    const bool bShares =
+        _run.samples.eLayout != UNMIX_SAMPLES::eNone || (_run.pCells && !FCC_IsRGB(_run.pCells->vidProps.fccType));
+    return !bShares && (bHeld ? state.nFrames == 0 : !state.bSeen);
 }
 
 // The foreground plate is finished, and fineness measured, which needs the classes alone.
@@ -211,12 +218,15 @@ void TakeCells(const UNMIX_RUN& _run)
 {
     UNMIX_CELLS& cells = _run.field.cells;
     const ptrdiff_t nStride = _run.pCells->nStride;
-    const uint8_t* const pCells0 =
-        _run.pCells->pRow0 + _run.nField * (cells.nHeight + (cells.nHeight + 1) / 3) * nStride;
+    const CELL_INPUT_ROWS rows = Cells_InputRows(_run.pCells->vidProps);
+    const uint8_t* const pCells0 = _run.pCells->pRow0 + _run.nField * rows.OfField() * nStride;
+    uint8_t* const pPicture0 = _run.state.vecPicture.data() + ptrdiff_t{4} * _run.nField * _run.picture.nWidth;
     _run.CellRows([&](int _nFirst, int _nRows) {
         Cells_TakePass(pCells0, nStride, cells, _run.state.vecChanged.data(), _nFirst, _nRows);
     });
-    Cells_TakePairs(pCells0 + cells.nHeight * nStride, nStride, cells);
+    Cells_TakePairs(pCells0 + rows.nCells * nStride, nStride, cells);
+    if (rows.nFine > 0)
+        Fineness_TakePixels(pCells0 + (rows.nCells + rows.nNoise) * nStride, nStride, cells, _run.picture, pPicture0);
 }
 
 // Of pixels that are still in the cache. Where there is a key, cells are held against it while they are, too.

@@ -84,7 +84,18 @@ struct SOURCE
         else if (!_bKeep && AreSamplesEnough(_state, samples, picture))
             TakeByRows(_state);
         else
-            TakeWhole(_state);
+        {
+            TakeOwn(_state);
+            pFill = &reader;
+        }
+    }
+    // Cells in place of pixels; room for the pixels that come with them.
+    void TakeCells(UNMIX_STATE& _state, const UNMIX_CELL_INPUT& _input)
+    {
+        pCells = &_input;
+        picture = PictureOf(_input.vidProps);
+        if (Cells_InputRows(_input.vidProps).nFine > 0)
+            TakeOwn(_state);
     }
 
 private:
@@ -98,12 +109,11 @@ private:
         _state.MakeRoom(_state.arrFields[0].cells.nHeight);
         picture.pReader = &reader;
     }
-    void TakeWhole(UNMIX_STATE& _state)
+    void TakeOwn(UNMIX_STATE& _state)
     {
         const ptrdiff_t nStride = ptrdiff_t{4} * picture.nWidth;
         _state.vecPicture.resize(static_cast<size_t>(nStride) * picture.nHeight);
         TakeAt(_state.vecPicture.data(), nStride);
-        pFill = &reader;
     }
 };
 
@@ -180,8 +190,7 @@ HRESULT Unmix_LearnCells(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const U
 {
     const UNMIX_SEEN seen = Begin(_state, _setup, _input.vidProps, _input.eMatrix);
     SOURCE source;
-    source.picture = PictureOf(_input.vidProps);
-    source.pCells = &_input;
+    source.TakeCells(_state, _input);
     return WithRuns(_state, source, {}, _runner,
                     [&](std::span<const UNMIX_RUN> _runs) { return UnmixRun_Learn(_runs, seen); });
 }

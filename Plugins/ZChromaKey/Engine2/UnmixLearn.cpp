@@ -220,13 +220,13 @@ void TakeCells(const UNMIX_RUN& _run)
     const ptrdiff_t nStride = _run.pCells->nStride;
     const CELL_INPUT_ROWS rows = Cells_InputRows(_run.pCells->vidProps);
     const uint8_t* const pCells0 = _run.pCells->pRow0 + _run.nField * rows.OfField() * nStride;
-    uint8_t* const pPicture0 = _run.state.vecPicture.data() + ptrdiff_t{4} * _run.nField * _run.picture.nWidth;
     _run.CellRows([&](int _nFirst, int _nRows) {
         Cells_TakePass(pCells0, nStride, cells, _run.state.vecChanged.data(), _nFirst, _nRows);
     });
     Cells_TakePairs(pCells0 + rows.nCells * nStride, nStride, cells);
     if (rows.nFine > 0)
-        Fineness_TakePixels(pCells0 + (rows.nCells + rows.nNoise) * nStride, nStride, cells, _run.picture, pPicture0);
+        Fineness_TakePixels(pCells0 + (rows.nCells + rows.nNoise) * nStride, nStride, cells, _run.picture,
+                            _run.state.vecPicture.data() + ptrdiff_t{4} * _run.nField * _run.picture.nWidth);
 }
 
 // Of pixels that are still in the cache. Where there is a key, cells are held against it while they are, too.

@@ -10,5 +10,5 @@ inline constexpr int c_nGlareSteps = 15; ///< there is backdrop all around
 
 /// Rows of the plate grid: sure cells, blurred along the rows.
 void Glare_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows);
-/// Blurs them across the rows, too, and sets vecGlare.
-void Glare_Finish(UNMIX_STATE& _state, FIELD_STATE& _field);
+/// Columns of it: blurs them across the rows, too, and sets vecGlare.
+void Glare_AcrossPass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nColumns);

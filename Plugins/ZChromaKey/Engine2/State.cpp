@@ -60,7 +60,7 @@ void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFie
     state.vecSeen.assign(nPlate, {});
     for (std::vector<int32_t>& vec : state.arrGlare)
         vec.assign(nPlate, 0);
-    state.vecGlareSum.reserve(static_cast<size_t>(state.nPlateWidth));
+    state.vecGlareSum.assign(static_cast<size_t>(state.nPlateWidth), 0);
     state.vecShade.assign(nPlate, 0);
     state.vecSums.assign(static_cast<size_t>(state.nPlateHeight), {});
     state.fill.Resize(state.nPlateWidth, state.nPlateHeight);

@@ -168,7 +168,9 @@ void Classify(const UNMIX_RUN& _run)
                         Glare_Pass(state, field, 2 * _nFirst, std::min(2 * _nPairs, state.nPlateHeight - 2 * _nFirst));
                     }));
     Foreground_Spread(field);
-    Glare_Finish(state, field);
+    constexpr int c_nColumns = 32; // of a part: two lines of the cache in each row
+    _run.runner.Run(state.nPlateWidth, c_nColumns,
+                    CRowPass([&](int _nFirst, int _nColumns) { Glare_AcrossPass(state, field, _nFirst, _nColumns); }));
 }
 
 // Of pictures whose pixels have chroma of their own. What is held stays as it is with the plate.

@@ -20,7 +20,7 @@ std::vector<uint8_t> GlareOf(int _nCellsX, int _nCellsY, const std::function<boo
         for (int x = 0; x < _nCellsX; ++x)
             field.bitsSure.Set(x, y, _sure(x, y));
     Glare_Pass(state, field, 0, state.nPlateHeight);
-    Glare_Finish(state, field);
+    Glare_AcrossPass(state, field, 0, state.nPlateWidth);
     return field.vecGlare;
 }
 } // namespace

@@ -22,20 +22,32 @@ template <class Condition> void SpinFor(const Condition& _isMet)
 
 void CPoolRunner::Begin(uint32_t _nWorkers)
 {
-    m_bHelpers = _nWorkers > 1;
+    m_nWorkers = _nWorkers;
     m_bGivenUp = false;
     m_bOver = false;
     m_nPasses = 0;
 }
 
-void CPoolRunner::TakeParts(const CRowPass& _pass, int _nRows, int _nPart)
+// Whole parts for all but the last.
+int CPoolRunner::ShareBegin(uint32_t _nShare, int _nRows, int _nPart) const
 {
-    while (!m_bGivenUp.load(std::memory_order_relaxed))
+    const int nParts = (_nRows + _nPart - 1) / _nPart;
+    return std::min(static_cast<int>(int64_t{nParts} * _nShare / m_nWorkers) * _nPart, _nRows);
+}
+
+void CPoolRunner::TakeParts(const CRowPass& _pass, int _nRows, int _nPart, uint32_t _nWorker)
+{
+    for (uint32_t n = 0; n < m_nWorkers; ++n)
     {
-        const int nFirst = m_nNextRow.fetch_add(_nPart, std::memory_order_relaxed);
-        if (nFirst >= _nRows)
-            return;
-        _pass(nFirst, std::min(_nPart, _nRows - nFirst));
+        const uint32_t nShare = (_nWorker + n) % m_nWorkers;
+        const int nEnd = ShareBegin(nShare + 1, _nRows, _nPart);
+        while (!m_bGivenUp.load(std::memory_order_relaxed))
+        {
+            const int nFirst = m_arrNext[nShare].nRow.fetch_add(_nPart, std::memory_order_relaxed);
+            if (nFirst >= nEnd)
+                break;
+            _pass(nFirst, std::min(_nPart, nEnd - nFirst));
+        }
     }
 }
 
@@ -58,20 +70,21 @@ void CPoolRunner::WaitForHelpers()
 
 void CPoolRunner::Run(int _nRows, int _nLeast, const CRowPass& _pass)
 {
-    m_nNextRow = 0;
-    if (!m_bHelpers || _nRows <= _nLeast)
+    for (uint32_t n = 0; n < m_nWorkers; ++n)
+        m_arrNext[n].nRow = ShareBegin(n, _nRows, _nLeast);
+    if (m_nWorkers == 1 || _nRows <= _nLeast)
     {
-        TakeParts(_pass, _nRows, _nLeast);
+        TakeParts(_pass, _nRows, _nLeast, 0);
         return;
     }
     Publish(&_pass, _nRows, _nLeast);
     m_cvPass.notify_all();
-    TakeParts(_pass, _nRows, _nLeast);
+    TakeParts(_pass, _nRows, _nLeast, 0);
     Publish(nullptr, 0, 0); // nobody enters any more
     WaitForHelpers();
 }
 
-void CPoolRunner::Serve()
+void CPoolRunner::Serve(uint32_t _nWorker)
 {
     for (uint32_t nSeen = 0;;)
     {
@@ -87,7 +100,7 @@ void CPoolRunner::Serve()
         const int nRows = m_nRows, nPart = m_nPart;
         ++m_nBusy;
         lock.unlock();
-        TakeParts(pass, nRows, nPart);
+        TakeParts(pass, nRows, nPart, _nWorker);
         lock.lock();
         if (--m_nBusy == 0)
             m_cvDone.notify_one();

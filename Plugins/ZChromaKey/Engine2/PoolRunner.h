@@ -1,14 +1,18 @@
 #pragma once
 
+#include "Base/ZThread.h"
 #include "ZChromaKey/Engine2/Runner.h"
 
+#include <array>
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
 
-/// Runs the passes of one picture on the workers of a pool: one of them drives and calls Run, the others serve. Parts
-/// of a pass are taken from a counter, so that a worker that comes late, or not at all, holds nobody up.
+/// Runs the passes of one picture on the workers of a pool: one of them drives and calls Run, the others serve. Each
+/// has a share of the rows, the same in every pass, for it still has what they need in its cache. Parts of a share are
+/// taken from a counter, by its owner and then by whoever is done with his own, so that a worker that comes late, or
+/// not at all, holds nobody up.
 ///
 /// A worker that waits spins briefly and then sleeps. The bodies of passes must not throw.
 class CPoolRunner final : public IRowRunner
@@ -20,19 +24,25 @@ public:
     void Run(int _nRows, int _nLeast, const CRowPass& _pass) override;
     /// The driver's, after its last pass, whatever became of it: lets the helpers go.
     void End();
-    /// The other workers': takes part in passes until there are no more.
-    void Serve();
+    /// The other workers', 1, 2 ...: takes part in passes until there are no more.
+    void Serve(uint32_t _nWorker);
     /// From any thread: the result is not wanted any more.
     void GiveUp();
 
 private:
-    void TakeParts(const CRowPass& _pass, int _nRows, int _nPart);
+    int ShareBegin(uint32_t _nShare, int _nRows, int _nPart) const;
+    void TakeParts(const CRowPass& _pass, int _nRows, int _nPart, uint32_t _nWorker);
     void Publish(const CRowPass* _pPass, int _nRows, int _nPart);
     void WaitForHelpers();
 
-    bool m_bHelpers = false;
+    /// Where a share goes on. Apart from the others in memory, since each is mostly written by one worker.
+    struct alignas(64) NEXT
+    {
+        std::atomic<int> nRow = 0;
+    };
+    uint32_t m_nWorkers = 1;
     std::atomic<bool> m_bGivenUp = false;
-    std::atomic<int> m_nNextRow = 0; ///< of the pass, that nobody has taken yet
+    std::array<NEXT, c_nMaxFrameThreads> m_arrNext; ///< rows of the pass that nobody has taken yet, by share
 
     std::mutex m_mtxPass; ///< guards what follows; atomic is what is looked at without it as well
     std::condition_variable m_cvPass;

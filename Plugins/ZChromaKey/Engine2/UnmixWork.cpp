@@ -58,7 +58,7 @@ void CUnmixWork::Next(eUnmixTask _eTask, uint32_t _nWorkers)
 void CUnmixWork::Run(int /*_nPass*/, uint32_t _nWorker, const std::atomic<bool>& /*_bGo*/) noexcept
 {
     if (_nWorker > 0)
-        return m_runner.Serve();
+        return m_runner.Serve(_nWorker);
     m_hr = ZBorder("CUnmixEngine::Process", [this] { return Key(); });
     m_runner.End();
 }

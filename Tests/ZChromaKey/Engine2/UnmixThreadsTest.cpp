@@ -19,7 +19,7 @@ public:
     {
         m_runner.Begin(_nWorkers);
         for (uint32_t n = 1; n < _nWorkers; ++n)
-            m_vecThreads.emplace_back([this] { m_runner.Serve(); });
+            m_vecThreads.emplace_back([this, n] { m_runner.Serve(n); });
     }
     ~CPoolThreads()
     {
@@ -156,9 +156,9 @@ TEST(UnmixThreads, AWorkerThatHangsHoldsNoHelperUp)
     });
     ASSERT_TRUE(evtInside.Wait(60'000));
     std::vector<std::thread> vecHelpers;
-    for (int n = 0; n < 2; ++n)
-        vecHelpers.emplace_back([&] {
-            runner.Serve();
+    for (uint32_t n = 1; n < 3; ++n)
+        vecHelpers.emplace_back([&, n] {
+            runner.Serve(n);
             ++nHelpersLeft;
         });
     runner.GiveUp();

@@ -35,10 +35,11 @@ private:
     void Publish(const CRowPass* _pPass, int _nRows, int _nPart);
     void WaitForHelpers();
 
-    /// Where a share goes on. Apart from the others in memory, since each is mostly written by one worker.
-    struct alignas(64) NEXT
+    /// Where a share goes on.
+    struct NEXT
     {
         std::atomic<int> nRow = 0;
+        int anApart[31] = {}; ///< a line of the cache to itself: mostly one worker writes it
     };
     uint32_t m_nWorkers = 1;
     std::atomic<bool> m_bGivenUp = false;

@@ -81,8 +81,9 @@ struct STREAMS
     HRESULT PixelsOnGPU(const UNMIX_INPUT& _input, const UNMIX_RESULT& _result)
     {
         UNMIX_PICTURE picture;
-        const HRESULT hr = Unmix_Open(gpu, _input, runner, &picture);
-        return FAILED(hr) ? hr : keyer.Pixels(gpu, picture, _result, c_unmixOptions);
+        const eUnmixOpen eOpen = GPUUnmix::Rebuilds(_input.vidProps) ? eUO_Bytes : eUO_Deep;
+        const HRESULT hr = Unmix_Open(gpu, _input, runner, eOpen, &picture);
+        return FAILED(hr) ? hr : keyer.Pixels(gpu, _input, picture, _result, c_unmixOptions);
     }
     BYTES OnCPU(const UNMIX_INPUT& _input)
     {

@@ -3,6 +3,7 @@
 #include "ZChromaKey/Engine1/Gpu/GPUChromaKey.h"
 
 #include "Gpu/DeviceHooks.h"
+#include "Gpu/FrameCosts.h"
 #include "Gpu/PipelineSupport.h"
 #include "Gpu/TwinPictures.h"
 #include "Support/HookFrame.h"
@@ -161,6 +162,8 @@ CZPtr<IZFFrame> MaskOf(IZFFrame* _pFrame)
     return cpMask;
 }
 
+struct COST_ROW;
+
 /// The keyer under test, on the tests' device.
 class GpuKeyer : public testing::Test
 {
@@ -178,6 +181,8 @@ protected:
     }
     void CheckRendered(const FORMAT& _format, const OPTION& _option, const CHROMA_KEY_RAW& _key, int _nWidth,
                        std::mt19937* _pRandom, DISTANCE* _pDistance);
+    void CheckCost(const COST_ROW& _row, CZFrame* _pFrame, const GPU_KEY_SETTINGS& _settings);
+    void CheckShaders(const COST_ROW& _row, CZFrame* _pFrame, const GPU_KEY_SETTINGS& _settings);
 
     GPUChromaKey m_keyer;
 };
@@ -313,45 +318,94 @@ TEST_F(GpuKeyer, KeysAHostsTextureOnTheHostsDevice)
     m_keyer.Close();
 }
 
+/// A way of frames in memory, and what one of them costs once the stream runs; pictures of 64x6, RGB bottom-up unless
+/// they are not.
+struct COST_ROW
+{
+    uint32_t fccType;
+    bool bTopDown;
+    int nOption;
+    int nPasses;
+    int nCopies; ///< that are read
+    int64_t nUp;
+    int64_t nBack;
+    const char* pszMade; ///< how the result is made of the frame: nothing is cloned that is overwritten
+};
+constexpr int64_t c_nCostPixels = 64 * c_nHeight;
+constexpr COST_ROW c_arrCosts[] = {
+    {eZFCC_RGB32, false, 0, 1, 1, 4 * c_nCostPixels, c_nCostPixels, "FrameClone"}, // with the frame's pixels
+    {eZFCC_UYVY, true, 0, 1, 1, 2 * c_nCostPixels, c_nCostPixels, "FrameClone"},
+    {eZFCC_UYVY, true, 1, 1, 1, 2 * c_nCostPixels, c_nCostPixels, "FrameConvert"},
+    {eZFCC_NV12, true, 0, 2, 1, 3 * c_nCostPixels / 2, c_nCostPixels, "FrameClone"},
+    {eZFCC_RGB32, true, 2, 1, 1, 4 * c_nCostPixels, 4 * c_nCostPixels, "FrameConvert"},
+    {eZFCC_RGB32, false, 2, 1, 1, 4 * c_nCostPixels, 4 * c_nCostPixels,
+     "FrameClone"}, // a copy: none other is bottom-up
+    {eZFCC_UYVY, true, 2, 2, 2, 2 * c_nCostPixels, 3 * c_nCostPixels, "FrameConvert"},
+    {eZFCC_UYVY, true, 3, 1, 1, 2 * c_nCostPixels, 4 * c_nCostPixels, "FrameConvert"},
+    {eZFCC_RGB32, false, 4, 4, 1, 4 * c_nCostPixels, c_nCostPixels, "FrameClone"},
+    {eZFCC_UYVY, true, 5, 4, 2, 2 * c_nCostPixels, 3 * c_nCostPixels, "FrameConvert"},
+};
+
 TEST_F(GpuKeyer, CostsWhatItMust)
 {
-    // format, option, passes, maps: the upload and what is brought back
-    const std::tuple<uint32_t, int, int, int> arrRows[] = {
-        {eZFCC_RGB32, 0, 1, 2}, {eZFCC_UYVY, 0, 1, 2},  {eZFCC_UYVY, 1, 1, 2},
-        {eZFCC_NV12, 0, 2, 2},  {eZFCC_RGB32, 2, 1, 2}, {eZFCC_UYVY, 2, 2, 3},
-        {eZFCC_UYVY, 3, 1, 2},  {eZFCC_RGB32, 4, 4, 2}, {eZFCC_UYVY, 5, 4, 3},
-    };
     std::mt19937 random(3);
     size_t nRow = 0;
-    for (const auto& [fccType, nOption, nPasses, nMaps] : arrRows)
+    for (const COST_ROW& row : c_arrCosts)
     {
         if (Gpu_IsLeftOut(nRow++))
             continue;
-        const OPTION& option = c_arrOptions[nOption];
-        SCOPED_TRACE(FCC_Name(fccType) + " " + option.pszName);
-        const GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_HLS, option, &random), option.bARGB, false, eZYM_601};
-        const auto cpFrame = RandomFrame(fccType, 64, 0, &random);
+        const OPTION& option = c_arrOptions[row.nOption];
+        SCOPED_TRACE(FCC_Name(row.fccType) + " " + option.pszName);
+        GPU_KEY_SETTINGS settings = {RandomKeys(eCKT_HLS, option, &random), option.bARGB, false, eZYM_601};
+        const bool bDown = row.bTopDown && FCC_IsRGB(row.fccType);
+        const auto cpFrame = RandomFrame(row.fccType, 64, 0, &random, bDown ? -c_nHeight : c_nHeight);
         for (int n = 0; n < 3; ++n)
             Key(cpFrame.Get(), settings);
-        CCallFaults calls(Gpu_Device());
-        CHROMA_KEY_RAW keyMoved = settings.key;
-        keyMoved.arrKeys[0].nValue ^= 0x101010; // other keys need no other shaders
-        Key(cpFrame.Get(), {keyMoved, option.bARGB, false, eZYM_601});
-        for (const char* const pszMethod : {"CreateTexture2D", "D3DCompile", "CreatePixelShader", "CreateSamplerState"})
-            EXPECT_EQ(calls.Count(pszMethod), 0) << pszMethod;
-        for (const char* const pszMethod : {"CreateShaderResourceView", "CreateRenderTargetView", "CreateQuery"})
-            EXPECT_EQ(calls.Count(pszMethod), nPasses) << pszMethod;
-        EXPECT_LE(calls.Count("CreateBuffer"), nPasses);
-        EXPECT_EQ(calls.Count("Map"), nMaps);
-        calls.FailAt(0, S_OK);
-        keyMoved.eType = eCKT_YUV;
-        Key(cpFrame.Get(), {keyMoved, option.bARGB, false, eZYM_601});
-        EXPECT_GT(calls.Count("CreatePixelShader"), 0) << "another type, other shaders";
-        calls.FailAt(0, S_OK);
-        Key(cpFrame.Get(), settings);
-        EXPECT_GT(calls.Count("CreatePixelShader"), 0);
-        EXPECT_EQ(calls.Count("D3DCompile"), 0) << "compiled before";
+        settings.key.arrKeys[0].nValue ^= 0x101010; // other keys need no other shaders
+        CheckCost(row, cpFrame.Get(), settings);
+        CheckShaders(row, cpFrame.Get(), settings);
     }
+}
+
+/// What is moved and waited for, and which frames are made.
+void GpuKeyer::CheckCost(const COST_ROW& _row, CZFrame* _pFrame, const GPU_KEY_SETTINGS& _settings)
+{
+    std::string strMade;
+    const auto cpWatched = CHookFrame::Make(_pFrame, [&](const std::string& _strMethod) {
+        strMade += _strMethod == "FrameClone" || _strMethod == "FrameConvert" ? _strMethod : "";
+        return S_OK;
+    });
+    const COSTS costs;
+    const auto cpRes = Key(cpWatched.Get(), _settings);
+    EXPECT_EQ(costs.nDraws, _row.nPasses);
+    EXPECT_EQ(costs.nWaits, _row.nCopies);
+    EXPECT_EQ(costs.nUp, _row.nUp);
+    EXPECT_EQ(costs.nBack, _row.nBack);
+    EXPECT_EQ(strMade, _row.pszMade);
+    const bool bShared = PtrOf(cpRes.Get()).lpVideoPlanes[0] == PtrOf(_pFrame).lpVideoPlanes[0];
+    EXPECT_EQ(bShared, strMade == "FrameClone" && _row.nBack == c_nCostPixels) << "only a mask comes to the pixels";
+}
+
+/// What is made with each frame, and what is kept.
+void GpuKeyer::CheckShaders(const COST_ROW& _row, CZFrame* _pFrame, const GPU_KEY_SETTINGS& _settings)
+{
+    CCallFaults calls(Gpu_Device());
+    GPU_KEY_SETTINGS settings = _settings;
+    Key(_pFrame, settings);
+    for (const char* const pszMethod : {"CreateTexture2D", "D3DCompile", "CreatePixelShader", "CreateSamplerState"})
+        EXPECT_EQ(calls.Count(pszMethod), 0) << pszMethod;
+    for (const char* const pszMethod : {"CreateShaderResourceView", "CreateRenderTargetView", "CreateQuery"})
+        EXPECT_EQ(calls.Count(pszMethod), _row.nPasses) << pszMethod;
+    EXPECT_LE(calls.Count("CreateBuffer"), _row.nPasses);
+    EXPECT_EQ(calls.Count("Map"), 1 + _row.nCopies) << "the upload, and what is brought back";
+    calls.FailAt(0, S_OK);
+    settings.key.eType = eCKT_YUV;
+    Key(_pFrame, settings);
+    EXPECT_GT(calls.Count("CreatePixelShader"), 0) << "another type, other shaders";
+    calls.FailAt(0, S_OK);
+    Key(_pFrame, _settings);
+    EXPECT_GT(calls.Count("CreatePixelShader"), 0);
+    EXPECT_EQ(calls.Count("D3DCompile"), 0) << "compiled before";
 }
 
 decltype(DX_FUNCTIONS::pfnD3DCompile) g_pfnCompile;
@@ -515,40 +569,6 @@ TEST_F(GpuKeyer, RefusesWhatItCannotKey)
         EXPECT_EQ(log.Count("!\"Unexpected CK type!\""), hr == E_INVALIDARG ? 1u : 0u);
         EXPECT_EQ(log.Count("HARDWARE; OUTPUT MASK ", eZLog_Verbose), hr == S_OK ? 1u : 0u);
     }
-}
-
-/// What one pass makes of a picture.
-std::vector<uint8_t> Drawn(const PICTURE& _picture, const std::string& _strText, const void* _pConstants,
-                           size_t _cbConstants)
-{
-    const auto cpTarget = Gpu_Texture(static_cast<uint32_t>(_picture.nWidth), static_cast<uint32_t>(_picture.nHeight));
-    EXPECT_EQ(Gpu_Wrapper()->PixelShader_Execute(cpTarget.Get(), {Twin_Texture(_picture).Get()}, _strText.c_str(),
-                                                 _pConstants, _cbConstants, D3D11_FILTER_MIN_MAG_MIP_POINT, 1),
-              S_OK);
-    return Gpu_Read(cpTarget.Get());
-}
-
-// The keyer smooths straight colours only.
-TEST(SmoothShader, LowersPremultipliedColoursWithTheirAlpha)
-{
-    const PICTURE picture = Twin_Random(eZFCC_ARGB32, 33, 26);
-    const SMOOTH_SETTINGS settings = Shader_FillSmooth(33, 26, true);
-    EXPECT_TRUE(Twin_Matches(Drawn(picture, SmoothShader_Text({true, false}), &settings, sizeof(settings)),
-                             ShaderTwin::Smooth(picture, true, {true, false}), 0.51));
-}
-
-// No pass goes this way back, but every text has it.
-TEST(KeyShader, HLSLeadsBackToTheColour)
-{
-    const PICTURE picture = Twin_Random(eZFCC_ARGB32, 33, 26);
-    const std::string strText = "#define PS Keyed\n" + KeyShader_Text({eCKT_HLS, eKI_RGB, eKO_Mask}) + R"(
-#undef PS
-float4 PS( PS_INPUT input ) : SV_Target
-{
-    float4 pc = tx.Sample( samLinear, input.Tex );
-    return float4( ConvertHLS2RGB( ConvertRGB2HLS( pc.rgb ) ), pc.a );
-})";
-    EXPECT_TRUE(Twin_Matches(Drawn(picture, strText, nullptr, 0), picture, 0.51));
 }
 
 } // namespace

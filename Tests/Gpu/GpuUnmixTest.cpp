@@ -1,8 +1,8 @@
 // The second generation on the GPU: the same pixels as on the CPU, what a frame costs, and what becomes of failures.
 
 #include "Gpu/DeviceHooks.h"
+#include "Gpu/FrameCosts.h"
 #include "Gpu/UnmixStreams.h"
-#include "Sample/HardScene.h"
 #include "Support/LogCatcher.h"
 #include "ZChromaKey/Engine2/Output.h"
 #include "ZChromaKey/Objects/UnmixKeyer.h"
@@ -30,18 +30,6 @@ protected:
     GPUUnmix m_keyerTexture;
 };
 
-SCENE Painted(const HARD_SCENE& _scene, int _nWidth, int _nHeight, int64_t _nFrame)
-{
-    PICTURE picture, truth;
-    HARD_SETUP setup;
-    setup.nWidth = _nWidth;
-    setup.nHeight = _nHeight;
-    HardScene_Paint(_scene, setup, _nFrame, picture, truth);
-    SCENE scene(_nWidth, _nHeight, [](int, int) { return SCENE_PIXEL{}; });
-    std::copy_n(picture.vecPixels.begin(), scene.vecBGRA.size(), scene.vecBGRA.begin());
-    return scene;
-}
-
 TEST_F(GpuUnmix, GivesTheCpusPixelsOfScenes)
 {
     const auto spanScenes = HardScene_All();
@@ -54,7 +42,7 @@ TEST_F(GpuUnmix, GivesTheCpusPixelsOfScenes)
         STREAMS streams(m_keyer, {});
         for (int n = 0; n < 3; ++n)
         {
-            SCENE scene = Painted(hard, 128, 72, n);
+            SCENE scene = SceneOf(HardPicture(hard, 128, 72, n));
             AGREEMENT agreement;
             agreement.Add(streams.OnGPU(scene.Input()), streams.OnCPU(scene.Input()));
             agreement.Check();
@@ -175,50 +163,6 @@ TEST_F(GpuUnmix, GivesTheCpusPixelsOfEverySetup)
             CheckSetup(row, eView);
         }
 }
-
-D3D11_TEXTURE2D_DESC TextureDescOf(ID3D11Resource* _pTexture)
-{
-    D3D11_TEXTURE2D_DESC desc = {};
-    static_cast<ID3D11Texture2D*>(_pTexture)->GetDesc(&desc);
-    return desc;
-}
-bool IsRead(ID3D11Resource* _pTexture)
-{
-    return (TextureDescOf(_pTexture).CPUAccessFlags & D3D11_CPU_ACCESS_READ) != 0;
-}
-/// Bytes of a texture.
-int64_t BytesOf(ID3D11Resource* _pTexture)
-{
-    const D3D11_TEXTURE2D_DESC desc = TextureDescOf(_pTexture);
-    return static_cast<int64_t>(Gpu_TexelBytes(desc.Format)) * desc.Width * desc.Height;
-}
-
-/// What a frame has the device do, while it lives.
-struct COSTS
-{
-    int nDraws = 0;
-    int nWaits = 0; ///< for what the GPU has made
-    int64_t nUp = 0;
-    int64_t nBack = 0;
-    HOOK_DRAW hookDraw{Gpu_Context(), [this](auto _pfnOriginal, auto* _pThis, auto... _args) {
-                           ++nDraws;
-                           _pfnOriginal(_pThis, _args...);
-                       }};
-    HOOK_COPY hookCopy{Gpu_Context(), [this](auto _pfnOriginal, auto* _pThis, ID3D11Resource* _pTo, auto _pFrom) {
-                           nBack += IsRead(_pTo) ? BytesOf(_pTo) : 0;
-                           _pfnOriginal(_pThis, _pTo, _pFrom);
-                       }};
-    HOOK_UPDATE hookUpdate{Gpu_Context(), [this](auto _pfnOriginal, auto* _pThis, ID3D11Resource* _pTo, auto... _args) {
-                               nUp += BytesOf(_pTo);
-                               _pfnOriginal(_pThis, _pTo, _args...);
-                           }};
-    HOOK_MAP hookMap{Gpu_Context(), [this](auto _pfnOriginal, auto* _pThis, ID3D11Resource* _pTexture, UINT _nSub,
-                                           D3D11_MAP _eMap, auto... _args) {
-                         nWaits += _eMap == D3D11_MAP_READ;
-                         nUp += _eMap != D3D11_MAP_READ ? BytesOf(_pTexture) : 0;
-                         return _pfnOriginal(_pThis, _pTexture, _nSub, _eMap, _args...);
-                     }};
-};
 
 /// A way of frames, and what one of them costs once the stream runs; pictures of 160x96.
 struct COST_ROW

@@ -2,6 +2,7 @@
 
 #include "Gpu/PipelineSupport.h"
 #include "Image/ImgPixel.h"
+#include "Sample/HardScene.h"
 #include "Support/TestFrames.h"
 #include "ZChromaKey/Engine1/RandomInput.h"
 #include "ZChromaKey/Engine2/Gpu/GPUUnmix.h"
@@ -22,9 +23,10 @@ using BYTES = std::vector<uint8_t>;
 struct AGREEMENT
 {
     int nPixels = 0;
-    int nOff = 0;       ///< at all
+    int nDifferent = 0; ///< at all
     int nAlphaOff = 0;  ///< by more than a level
-    int nColourOff = 0; ///< by more than two, where it is seen at all
+    int nColourOff = 0; ///< by more than two
+    int nOff = 0;       ///< either
     int nMost = 0;      ///< levels
 
     void Add(const BYTES& _vecGPU, const BYTES& _vecCPU)
@@ -35,9 +37,10 @@ struct AGREEMENT
             const auto Off = [&](size_t _c) { return std::abs(_vecGPU[n + _c] - _vecCPU[n + _c]); };
             const int nColour = std::max(Off(0), std::max(Off(1), Off(2)));
             ++nPixels;
-            nOff += nColour + Off(3) > 0;
+            nDifferent += nColour + Off(3) > 0;
             nAlphaOff += Off(3) > 1;
             nColourOff += nColour > 2;
+            nOff += Off(3) > 1 || nColour > 2;
             nMost = std::max(nMost, std::max(nColour, Off(3)));
         }
     }
@@ -124,6 +127,23 @@ struct LEARNER final : IUnmixLearner
         return state;
     }
 };
+
+inline PICTURE HardPicture(const HARD_SCENE& _scene, int _nWidth, int _nHeight, int64_t _nFrame)
+{
+    PICTURE picture, truth;
+    HARD_SETUP setup;
+    setup.nWidth = _nWidth;
+    setup.nHeight = _nHeight;
+    HardScene_Paint(_scene, setup, _nFrame, picture, truth);
+    return picture;
+}
+
+inline SCENE SceneOf(const PICTURE& _picture)
+{
+    SCENE scene(_picture.nWidth, _picture.nHeight, [](int, int) { return SCENE_PIXEL{}; });
+    scene.vecBGRA = _picture.vecPixels;
+    return scene;
+}
 
 /// A scene in a texture of the tests' device.
 inline CZPtr<CZFrame> FrameOf(const SCENE& _scene, uint32_t _fccType = eZFCC_ARGB32, int _eInterlace = eZI_Progressive)

@@ -53,12 +53,17 @@ protected:
     {
         return Moving(_nFrame, c_nFaultWidth, c_nFaultHeight);
     }
+    /// In a texture of the format.
+    CZPtr<CZFrame> FrameIn(int _nFrame) const
+    {
+        return SamplesInTexture(SamplesOf(Picture(_nFrame), m_fccType, eZI_Progressive).Get());
+    }
     /// Keys the first frames of a stream.
     void KeyFirst(LEARNER& _learner, int _nFrames)
     {
         EXPECT_EQ(m_keyer.DeviceInit(Gpu_Device()), S_OK);
         for (int n = 0; n < _nFrames; ++n)
-            EXPECT_EQ(m_keyer.Key(FrameOf(Picture(n)).Get(), _learner, c_unmixOptions, CZPtr<IZFFrame>().Put()), S_OK);
+            EXPECT_EQ(m_keyer.Key(FrameIn(n).Get(), _learner, c_unmixOptions, CZPtr<IZFFrame>().Put()), S_OK);
     }
     /// Keys a last frame after some others with its n-th call failing, then once more; false when it makes no such
     /// call.
@@ -67,6 +72,7 @@ protected:
     void CheckCalls(const UNMIX_SETUP& _setup, int _nFirst, int _nPasses, int _nLevels);
 
     BYTES m_vecMask;
+    uint32_t m_fccType = eZFCC_ARGB32;
     GPUUnmix m_keyer;
 };
 
@@ -77,7 +83,7 @@ bool GpuUnmixFaults::KeyFailing(CCallFaults& _faults, int _nCall, const UNMIX_SE
     UNMIX_STATE state;
     LEARNER learner(state, _setup);
     KeyFirst(learner, _nFirst);
-    const auto cpFrame = FrameOf(Picture(_nFirst));
+    const auto cpFrame = FrameIn(_nFirst);
     CZPtr<IZFFrame> cpRes;
     const auto fnKey = [&] { return m_keyer.Key(cpFrame.Get(), learner, c_unmixOptions, cpRes.Put()); };
     bool bFailed = false;
@@ -105,15 +111,15 @@ void GpuUnmixFaults::CheckCalls(const UNMIX_SETUP& _setup, int _nFirst, int _nPa
     BYTES vecExpected, vecBytes;
     for (int n = 0; n <= _nFirst; ++n)
     {
-        SCENE scene = Picture(n);
-        vecExpected = streams.OnCPU(scene.Input());
+        const auto cpFrame = SamplesOf(Picture(n), m_fccType, eZI_Progressive);
+        vecExpected = streams.OnCPU(InputOf(cpFrame.Get()));
     }
     const auto cpKeeper = Gpu_Wrapper(); // keeps shaders, whose compiling takes the time
     CCallFaults faults(Gpu_Device());
     LEARNER learner(streams.gpu, _setup);
     KeyFirst(learner, _nFirst);
     faults.FailAt(0, S_OK);
-    EXPECT_EQ(m_keyer.Key(FrameOf(Picture(_nFirst)).Get(), learner, c_unmixOptions, CZPtr<IZFFrame>().Put()), S_OK);
+    EXPECT_EQ(m_keyer.Key(FrameIn(_nFirst).Get(), learner, c_unmixOptions, CZPtr<IZFFrame>().Put()), S_OK);
     EXPECT_EQ(faults.Count("CreateRenderTargetView"), _nPasses);
     m_keyer.Close();
     Gpu_Context()->ClearState();
@@ -144,6 +150,14 @@ TEST_F(GpuUnmixFaults, EachCallOfWhatComesAfterThePixels)
 TEST_F(GpuUnmixFaults, EachCallOfTheFilterOverTime)
 {
     CheckCalls(GreenSetup(), 1, 3, 24); // cells, filter, pixels; the filter may begin anew
+}
+
+TEST_F(GpuUnmixFaults, EachCallOfSamplesInTenBits)
+{
+    m_fccType = eZFCC_P010;
+    UNMIX_SETUP setup = GreenSetup();
+    setup.params.fltNoise = 0;
+    CheckCalls(setup, 0, 5, 1); // opening, cells, factors, rebuilding, pixels
 }
 
 /// Frames of a stream, some in memory and some in textures.

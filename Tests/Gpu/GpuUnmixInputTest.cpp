@@ -117,7 +117,7 @@ TEST_F(GpuUnmixInput, KeysTexturesOfEveryFormat)
                 EXPECT_TRUE(state.arrFields[n].cells == streams.cpu.arrFields[n].cells);
         }
         agreement.Check();
-        EXPECT_LE(agreement.nOff * 1000, agreement.nPixels) << "to the bit, all ten of P010";
+        EXPECT_LE(agreement.nDifferent * 1000, agreement.nPixels) << "to the bit, all ten of P010";
     }
 }
 

@@ -177,7 +177,9 @@ struct COST_ROW
 constexpr int64_t c_nCostPixels = 160 * 96, c_nCostGrids = c_nCostPixels / 4 * 3;
 constexpr COST_ROW c_arrCosts[] = {
     {eZFCC_ARGB32, false, 2, 9, c_nCostGrids + 4 * c_nCostPixels, 4 * c_nCostPixels},
-    {eZFCC_UYVY, false, 2, 11, c_nCostGrids + 12 * c_nCostPixels, 4 * c_nCostPixels},
+    {eZFCC_UYVY, false, 5, 19, c_nCostGrids + 2 * c_nCostPixels, 4 * c_nCostPixels},
+    {eZFCC_P010, false, 5, 19, c_nCostGrids + 3 * c_nCostPixels, 4 * c_nCostPixels},
+    {eZFCC_v210, false, 2, 11, c_nCostGrids + 12 * c_nCostPixels, 4 * c_nCostPixels},
     {eZFCC_ARGB32, true, 3, 10, c_nCostGrids, c_nCostPixels / 3 * 7}, // every row is measured for fineness
     {eZFCC_NV12, true, 6, 20, c_nCostGrids, c_nCostPixels / 3 * 4},
 };
@@ -373,9 +375,34 @@ TEST_F(GpuUnmixObject, KeysFramesInMemoryOnTheGpuWhereItIsTold)
     {
         const HOOK_MAP hookMap(Gpu_Context(), [](auto, auto*, auto...) { return E_OUTOFMEMORY; });
         EXPECT_EQ(KeyedOn(L"2"), eKeyedOn_CPU);
+        EXPECT_EQ(KeyedOn(L"2", eZFCC_UYVY), eKeyedOn_CPU) << "whose pixels were not rebuilt until then";
     }
     EXPECT_EQ(log.Count("the GPU did not key a frame, hr=8007000E; the CPU does", eZLog_Warning), 1u);
     EXPECT_EQ(KeyedOn(L"2"), eKeyedOn_GPU);
+}
+
+TEST_F(GpuUnmixObject, CleansColoursOfSamplesAsTheCpuDoes)
+{
+    Set(L"output.argb", L"false");
+    for (const uint32_t fccType : {eZFCC_UYVY, eZFCC_P010})
+    {
+        SCOPED_TRACE(FCC_Name(fccType));
+        const SCENE scene = Moving(0, 160, 96);
+        BYTES arrBytes[2];
+        for (const bool bGPU : {false, true})
+        {
+            Set(L"gpu_mode", bGPU ? L"1" : L"0");
+            EXPECT_EQ(m_cpProcess->OnMediaFlush(), S_OK);
+            const auto cpRes = Receive(SamplesOf(scene, fccType, eZI_Progressive).Get());
+            ASSERT_TRUE(cpRes);
+            arrBytes[bGPU] = Gpu_Pixels(cpRes.Get());
+        }
+        ASSERT_EQ(arrBytes[0].size(), arrBytes[1].size());
+        size_t nOff = 0;
+        for (size_t n = 0; n < arrBytes[0].size(); ++n)
+            nOff += arrBytes[0][n] != arrBytes[1][n];
+        EXPECT_LE(nOff * 500, arrBytes[0].size());
+    }
 }
 
 TEST_F(GpuUnmixObject, KeysTexturesAndSaysWhichItDoesNot)

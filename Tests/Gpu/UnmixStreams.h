@@ -23,7 +23,7 @@ using BYTES = std::vector<uint8_t>;
 struct AGREEMENT
 {
     int nPixels = 0;
-    int nOff = 0;       ///< at all
+    int nDifferent = 0; ///< at all
     int nAlphaOff = 0;  ///< by more than a level
     int nColourOff = 0; ///< by more than two
     int nOff = 0;       ///< either
@@ -37,7 +37,7 @@ struct AGREEMENT
             const auto Off = [&](size_t _c) { return std::abs(_vecGPU[n + _c] - _vecCPU[n + _c]); };
             const int nColour = std::max(Off(0), std::max(Off(1), Off(2)));
             ++nPixels;
-            nOff += nColour + Off(3) > 0;
+            nDifferent += nColour + Off(3) > 0;
             nAlphaOff += Off(3) > 1;
             nColourOff += nColour > 2;
             nOff += Off(3) > 1 || nColour > 2;
@@ -84,8 +84,9 @@ struct STREAMS
     HRESULT PixelsOnGPU(const UNMIX_INPUT& _input, const UNMIX_RESULT& _result)
     {
         UNMIX_PICTURE picture;
-        const HRESULT hr = Unmix_Open(gpu, _input, runner, &picture);
-        return FAILED(hr) ? hr : keyer.Pixels(gpu, picture, _result, c_unmixOptions);
+        const eUnmixOpen eOpen = GPUUnmix::Rebuilds(_input.vidProps) ? eUO_Bytes : eUO_Deep;
+        const HRESULT hr = Unmix_Open(gpu, _input, runner, eOpen, &picture);
+        return FAILED(hr) ? hr : keyer.Pixels(gpu, _input, picture, _result, c_unmixOptions);
     }
     BYTES OnCPU(const UNMIX_INPUT& _input)
     {

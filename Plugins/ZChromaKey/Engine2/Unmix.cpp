@@ -195,7 +195,8 @@ HRESULT Unmix_LearnCells(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const U
                     [&](std::span<const UNMIX_RUN> _runs) { return UnmixRun_Learn(_runs, seen); });
 }
 
-HRESULT Unmix_Open(UNMIX_STATE& _state, const UNMIX_INPUT& _input, IRowRunner& _runner, UNMIX_PICTURE* _pPicture)
+HRESULT Unmix_Open(UNMIX_STATE& _state, const UNMIX_INPUT& _input, IRowRunner& _runner, eUnmixOpen _eOpen,
+                   UNMIX_PICTURE* _pPicture)
 {
     SOURCE source;
     const HRESULT hr = source.Open(_input);
@@ -204,7 +205,7 @@ HRESULT Unmix_Open(UNMIX_STATE& _state, const UNMIX_INPUT& _input, IRowRunner& _
     source.Take(_state, _input, true);
     *_pPicture = source.picture;
     const bool bDeep = source.samples.eLayout != UNMIX_SAMPLES::eNone || Fineness_Of(_state).fltShared > 0;
-    if (_state.nKeys == 0 || !bDeep)
+    if (_state.nKeys == 0 || !bDeep || _eOpen == eUO_Bytes)
         return _state.nKeys == 0 ? S_FALSE : S_OK;
     return WithRuns(_state, source, {}, _runner, [&](std::span<const UNMIX_RUN> _runs) {
         for (const UNMIX_RUN& field : _runs)

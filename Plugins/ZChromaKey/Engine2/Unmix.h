@@ -53,10 +53,16 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
 /// All that a picture teaches, up to the classes of its cells; writes nothing. The same codes.
 HRESULT Unmix_Learn(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input, IRowRunner& _runner);
 
-/// The picture that was learned from last, as Unmix_Write takes its pixels: all of its rows, bytes and, where they are
-/// known better than that in any field, 64ths of a level, of mixed cells and their neighbours at least. Its memory is
-/// the input's or the state's, until the next picture. The codes of Unmix_Write.
-HRESULT Unmix_Open(UNMIX_STATE& _state, const UNMIX_INPUT& _input, IRowRunner& _runner, UNMIX_PICTURE* _pPicture);
+enum eUnmixOpen
+{
+    eUO_Bytes,
+    eUO_Deep, ///< 64ths of a level as well, where pixels are known better than in bytes
+};
+/// The picture that was learned from last, as Unmix_Write takes its pixels: all of its rows, bytes and, where that is
+/// asked for and they are known better in any field, 64ths of a level, of mixed cells and their neighbours at least.
+/// Its memory is the input's or the state's, until the next picture. The codes of Unmix_Write.
+HRESULT Unmix_Open(UNMIX_STATE& _state, const UNMIX_INPUT& _input, IRowRunner& _runner, eUnmixOpen _eOpen,
+                   UNMIX_PICTURE* _pPicture);
 
 /// The cells of a picture that is not in memory. Rows of 16 bytes a cell: sums of B, G, R and A as 16-bit numbers, the
 /// least of the four, the greatest. For each field its rows of cells; then one for each third of them from the second

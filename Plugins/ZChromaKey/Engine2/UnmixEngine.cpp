@@ -227,10 +227,11 @@ HRESULT CUnmixEngine::RunGPU(const ENGINE_JOB& _job, uint32_t _nWorkers, eKeyedO
     const bool bTried = SUCCEEDED(hrGPU);
     if (bTried)
     {
-        const HRESULT hr = TaskRun(eUT_Learn, _nWorkers);
+        const bool bRebuilds = m_upGPU->Rebuilds(_job.source.vidProps);
+        const HRESULT hr = TaskRun(bRebuilds ? eUT_Learn : eUT_Open, _nWorkers);
         if (FAILED(hr))
             return hr;
-        hrGPU = m_upGPU->Pixels(m_spWork->state, m_spWork->Picture(), m_spWork->Pixels(), options);
+        hrGPU = m_upGPU->Pixels(m_spWork->state, m_spWork->Input(), m_spWork->Picture(), m_spWork->Pixels(), options);
     }
     GPUNote(options.bOnly, hrGPU);
     if (FAILED(hrGPU) && options.bOnly)

@@ -16,6 +16,12 @@ bool CUnmixWork::IsWhole() const
     return m_job.bWrite && FCC_HasAlpha(m_job.result.vidProps.fccType);
 }
 
+/// Whether it takes clean colours in the format of the input.
+bool CUnmixWork::IsCleaned() const
+{
+    return m_job.bWrite && !IsWhole();
+}
+
 void CUnmixWork::Begin(const ENGINE_JOB& _job, const UNMIX_SETUP& _setup)
 {
     m_job = _job;
@@ -67,7 +73,7 @@ HRESULT CUnmixWork::Key()
 {
     if (m_eTask == eUT_Cells)
         return Unmix_LearnCells(state, m_setup, m_cells, m_runner);
-    if (m_eTask == eUT_Learn)
+    if (m_eTask == eUT_Learn || m_eTask == eUT_Open)
         return Learn();
     return Write();
 }
@@ -75,7 +81,8 @@ HRESULT CUnmixWork::Key()
 HRESULT CUnmixWork::Learn()
 {
     const HRESULT hr = Unmix_Learn(state, m_setup, Input(), m_runner);
-    return SUCCEEDED(hr) ? Unmix_Open(state, Input(), m_runner, &m_picture) : hr;
+    const bool bDeep = m_eTask == eUT_Open || IsCleaned(); // clean colours are compared with what samples say
+    return SUCCEEDED(hr) ? Unmix_Open(state, Input(), m_runner, bDeep ? eUO_Deep : eUO_Bytes, &m_picture) : hr;
 }
 
 HRESULT CUnmixWork::Write()
@@ -90,7 +97,7 @@ HRESULT CUnmixWork::Write()
     const HRESULT hr = m_eTask == eUT_Frame
                            ? Unmix_Frame(state, m_setup, Input(), result, m_runner)
                            : Unmix_Write(state, Input(), result, m_runner, m_eTask == eUT_Write ? eUW_All : eUW_Finish);
-    return hr == S_OK && m_job.bWrite && !IsWhole() ? Clean() : hr;
+    return hr == S_OK && IsCleaned() ? Clean() : hr;
 }
 
 /// The clean colours in the format of the input.

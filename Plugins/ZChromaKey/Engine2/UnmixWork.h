@@ -30,7 +30,8 @@ struct UNMIX_GIVEN
 enum eUnmixTask : int32_t
 {
     eUT_Frame,  ///< all of it
-    eUT_Learn,  ///< what it teaches, and its picture opened for who writes the result
+    eUT_Learn,  ///< what it teaches, and its bytes for who writes the result
+    eUT_Open,   ///< the same, and all that its samples say of pixels
     eUT_Write,  ///< the result of what was learned from
     eUT_Finish, ///< the same, where its pixels are there
     eUT_Cells,  ///< what cells teach
@@ -68,7 +69,7 @@ public:
         return {m_job.source.vidProps, m_job.source.vidPtr, m_job.eMatrix};
     }
 
-    /// Once eUT_Learn is done: the picture of which the pixels are to be made.
+    /// Once eUT_Learn or eUT_Open is done: the picture of which the pixels are to be made.
     const UNMIX_PICTURE& Picture() const
     {
         return m_picture;
@@ -80,6 +81,7 @@ public:
 
 private:
     bool IsWhole() const;
+    bool IsCleaned() const;
     HRESULT Key();
     HRESULT Learn();
     HRESULT Write();

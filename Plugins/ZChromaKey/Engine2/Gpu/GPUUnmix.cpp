@@ -255,20 +255,20 @@ HRESULT GPUUnmix::PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture, con
 
 // Pictures in memory.
 
-HRESULT GPUUnmix::Pixels(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
-                         const ENGINE_GPU_OPTIONS& _options)
+HRESULT GPUUnmix::Pixels(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_PICTURE& _picture,
+                         const UNMIX_RESULT& _result, const ENGINE_GPU_OPTIONS& _options)
 {
     const CZScopeExit frameDrop([this] { FrameDrop(); }); // also where something throws
     const PLAN plan = {false, _state.kind.fccType};
     HRESULT hr = m_backOff.Check(plan, _options.nChange);
     if (FAILED(hr))
         return hr;
-    hr = PixelsTry(_state, _picture, _result, _options);
+    hr = PixelsTry(_state, _input, _picture, _result, _options);
     m_backOff.Note(plan, _options.nChange, hr);
     return hr;
 }
 
-HRESULT GPUUnmix::PicturePut(const UNMIX_PICTURE& _picture)
+HRESULT GPUUnmix::BytesPut(const UNMIX_PICTURE& _picture)
 {
     ZF_VID_PROPS vidProps = {};
     vidProps.fccType = eZFCC_ARGB32;
@@ -287,18 +287,35 @@ HRESULT GPUUnmix::PicturePut(const UNMIX_PICTURE& _picture)
     return hr;
 }
 
-HRESULT GPUUnmix::PixelsTry(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
-                            const ENGINE_GPU_OPTIONS& _options)
+HRESULT GPUUnmix::PicturePut(const UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_PICTURE& _picture,
+                             CZPtr<IDX11Texture>* _pcpPicture)
 {
-    HRESULT hr = PicturePut(_picture);
+    HRESULT hr = S_OK;
+    if (!_picture.pDeep0 && !RefusalOf(_input.vidProps))
+    {
+        hr = _PutVideo(&_input.vidProps, &_input.vidPtr, false);
+        return SUCCEEDED(hr) ? Opened(static_cast<eZYMatrix>(_state.kind.nMatrix), _pcpPicture) : hr;
+    }
+    hr = BytesPut(_picture);
+    if (!_picture.pDeep0)
+        PixelSamplesTake(_state);
+    *_pcpPicture = CZPtr<IDX11Texture>(TexIn());
+    return hr;
+}
+
+HRESULT GPUUnmix::PixelsTry(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_PICTURE& _picture,
+                            const UNMIX_RESULT& _result, const ENGINE_GPU_OPTIONS& _options)
+{
+    CZPtr<IDX11Texture> cpPicture;
+    HRESULT hr = PicturePut(_state, _input, _picture, &cpPicture);
     if (SUCCEEDED(hr))
     {
         UnmixUploads_Fill(_state, _picture.bAlpha, &m_uploads);
         UnmixUploads_Deep(_picture.pDeep0 != nullptr, _picture.bDeepSolid, _result.bWords, &m_uploads);
-        GPU_TARGET target = GPU_TargetOf(VidPropsIn());
+        GPU_TARGET target = PixelTarget();
         if (_result.bWords)
             target.eFormat = DXGI_FORMAT_R16G16B16A16_UNORM;
-        hr = PixelPass(_state, TextureIn(TexIn()).Get(), target);
+        hr = PixelPass(_state, TextureIn(cpPicture.Get()).Get(), target);
     }
     if (FAILED(hr))
         return LogIfFailed("Failed to key a frame!", hr);
@@ -312,7 +329,7 @@ HRESULT GPUUnmix::ResultRead(const UNMIX_RESULT& _result)
 {
     return TexelsRead(m_cpResult.Get(), [&](const D3D11_MAPPED_SUBRESOURCE& _mapped) {
         const size_t cbRow = size_t{_result.bWords ? 8u : 4u} * static_cast<size_t>(VidPropsIn().nWidth);
-        for (int y = 0; y < -VidPropsIn().nHeight; ++y)
+        for (int y = 0; y < std::abs(VidPropsIn().nHeight); ++y)
             std::memcpy(_result.Bytes(y), static_cast<const uint8_t*>(_mapped.pData) + size_t{_mapped.RowPitch} * y,
                         cbRow);
         return S_OK;
@@ -369,7 +386,7 @@ HRESULT GPUUnmix::Key(IZFFrame* _pFrame, IUnmixLearner& _learner, const ENGINE_G
 HRESULT GPUUnmix::ProcessFrame()
 {
     CZPtr<IDX11Texture> cpPicture(TexIn());
-    HRESULT hr = IsPixels(VidPropsIn().fccType) ? S_OK : Opened(&cpPicture);
+    HRESULT hr = IsPixels(VidPropsIn().fccType) ? S_OK : Opened(m_options.eMatrix, &cpPicture);
     if (SUCCEEDED(hr))
         hr = CellsLearn(cpPicture.Get());
     if (SUCCEEDED(hr))

@@ -21,9 +21,13 @@ class GPUUnmix final : public GPUProcessorBase<GPUUnmix>
 public:
     static constexpr char c_szClass[] = "GPUUnmix";
 
+    /// What keeps the passes from reading samples of YUV as they lie in a texture; null: nothing.
+    static const char* RefusalOf(const ZF_VID_PROPS& _vidProps);
+    /// As CUnmixGPU::Rebuilds.
+    static bool Rebuilds(const ZF_VID_PROPS& _vidProps);
     /// As CUnmixGPU::Pixels, on the device that DeviceInit has made.
-    HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
-                   const ENGINE_GPU_OPTIONS& _options);
+    HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_PICTURE& _picture,
+                   const UNMIX_RESULT& _result, const ENGINE_GPU_OPTIONS& _options);
     /// As CUnmixGPU::ProcessFrame.
     HRESULT Key(IZFFrame* _pFrame, IUnmixLearner& _learner, const ENGINE_GPU_OPTIONS& _options, IZFFrame** _ppFrameRes);
     /// The device in use; null when there is none.
@@ -85,7 +89,7 @@ private:
     HRESULT GridPut(GRID* _pGrid, int _nWidth, int _nHeight, DXGI_FORMAT _eFormat, const void* _pData, size_t _cbRow);
     GPU_TARGET PixelTarget() const;
     /// Bytes B, G, R, A of the picture in YUV.
-    HRESULT Opened(CZPtr<IDX11Texture>* _pcpPicture);
+    HRESULT Opened(eZYMatrix _eMatrix, CZPtr<IDX11Texture>* _pcpPicture);
     /// What is known better than these bytes, once they have taught: m_cpDeep.
     HRESULT DeepPasses(ID3D11Texture2D* _pPicture);
     /// Of a picture in RGB that was learned from: m_samples.
@@ -95,7 +99,10 @@ private:
     HRESULT PastEnsure(UNMIX_STATE& _state);
     HRESULT PastPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture);
     HRESULT PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture, const GPU_TARGET& _target);
-    HRESULT PicturePut(const UNMIX_PICTURE& _picture);
+    /// A picture in memory, its samples where the passes read them, else what was made of them.
+    HRESULT PicturePut(const UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_PICTURE& _picture,
+                       CZPtr<IDX11Texture>* _pcpPicture);
+    HRESULT BytesPut(const UNMIX_PICTURE& _picture);
     HRESULT GridsPut(const UNMIX_STATE& _state);
     HRESULT AfterPut(const UNMIX_STATE& _state);
     HRESULT RegionPut(GRID* _pGrid, const UNMIX_STATE& _state, const UNMIX_REGION& _region, int32_t _nBit);
@@ -109,8 +116,8 @@ private:
     /// The pixels of a frame in a texture, and what comes after them.
     HRESULT PicturePasses(ID3D11Texture2D* _pPicture);
     HRESULT ResultRead(const UNMIX_RESULT& _result);
-    HRESULT PixelsTry(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
-                      const ENGINE_GPU_OPTIONS& _options);
+    HRESULT PixelsTry(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_PICTURE& _picture,
+                      const UNMIX_RESULT& _result, const ENGINE_GPU_OPTIONS& _options);
     void FrameDrop();
     void DeviceLeave();
 

@@ -1,12 +1,34 @@
 #include "ZChromaKey/Engine2/Gpu/GPUUnmix.h"
 
 #include "Base/ZPixelFormats.h"
+#include "Base/ZVideoProps.h"
+#include "DirectX/Device/DXHelpers.h"
+#include "DirectX/Pipeline/GPURows.h"
+#include "DirectX/Shaders/ShaderPieces.h"
 
 /// Pictures in YUV, of which bytes are made, and pixels with the chroma rebuilt, of those in RGB as well.
 
-HRESULT GPUUnmix::Opened(CZPtr<IDX11Texture>* _pcpPicture)
+const char* GPUUnmix::RefusalOf(const ZF_VID_PROPS& _vidProps)
 {
-    m_samples = UnmixUploads_Samples(VidPropsIn(), m_options.eMatrix);
+    const uint32_t fccType = _vidProps.fccType;
+    const bool bPlanes = Shader_PlanarLayout(fccType) || FCC_HasTextureWords(fccType);
+    if (DX_TextureFormat(fccType) == DXGI_FORMAT_UNKNOWN || (!bPlanes && !Shader_PackedLayout(fccType)))
+        return "this format";
+    const int nLeast = VidProps_FieldOrder(&_vidProps) != 0 ? 4 : 2; // a row of chroma for each field
+    return bPlanes && (!GPU_SizeIsValid(_vidProps) || _vidProps.nHeight < nLeast) ? "this size: planes are to be even"
+                                                                                  : nullptr;
+}
+
+/// Of RGB bytes say all but in r210.
+bool GPUUnmix::Rebuilds(const ZF_VID_PROPS& _vidProps)
+{
+    const uint32_t fccType = _vidProps.fccType;
+    return FCC_IsRGB(fccType) ? fccType != eZFCC_r210 : !RefusalOf(_vidProps);
+}
+
+HRESULT GPUUnmix::Opened(eZYMatrix _eMatrix, CZPtr<IDX11Texture>* _pcpPicture)
+{
+    m_samples = UnmixUploads_Samples(VidPropsIn(), _eMatrix);
     UNMIX_CONSTANTS constants = UnmixUploads_CellConstants(VidPropsIn(), false);
     constants.samples = *m_samples;
     const auto cpPlanes = TextureIn(TexIn());
@@ -28,7 +50,8 @@ HRESULT GPUUnmix::DeepPasses(ID3D11Texture2D* _pPicture)
 {
     UNMIX_CONSTANTS& constants = m_uploads.constants;
     constants.samples = *m_samples;
-    UnmixUploads_Deep(true, FCC_SampleBytes(VidPropsIn().fccType) > 1, false, &m_uploads);
+    constants.anDeep[0] = 1;
+    constants.anDeep[1] = FCC_SampleBytes(VidPropsIn().fccType) > 1;
     const auto cpSamples = TextureIn(TexIn());
     const bool bPixels = cpSamples.Get() == _pPicture;
     ID3D11Texture2D* arrInputs[] = {bPixels ? _pPicture : nullptr,

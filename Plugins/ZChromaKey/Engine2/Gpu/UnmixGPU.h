@@ -34,10 +34,13 @@ public:
     /// Whether pictures in system memory can be keyed here; asked before anything is learned from one. E_NOTIMPL: there
     /// is no GPU; else what keeps the device from working.
     virtual HRESULT Check(const ENGINE_GPU_OPTIONS& _options) = 0;
+    /// Whether what samples of such a picture say beyond its bytes is made here, so that Unmix_Open need not.
+    virtual bool Rebuilds(const ZF_VID_PROPS& _vidProps) const = 0;
     /// Writes the pixels of a picture in system memory that was learned from, as Unmix_Write does before edges and
-    /// views. _picture: as Unmix_Open gives it. It waits for the GPU. After a failure the CPU can still write them.
-    virtual HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
-                           const ENGINE_GPU_OPTIONS& _options) = 0;
+    /// views. _input: the picture; _picture: as Unmix_Open gives it, in 64ths of a level where these are not made here.
+    /// It waits for the GPU. After a failure the CPU can still write them.
+    virtual HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_PICTURE& _picture,
+                           const UNMIX_RESULT& _result, const ENGINE_GPU_OPTIONS& _options) = 0;
     /// Keys a frame in a texture into a new texture of the same device. E_NOTIMPL: a picture that is not for
     /// the GPU; the log says why.
     virtual HRESULT ProcessFrame(IZFFrame* _pFrame, IUnmixLearner& _learner, const ENGINE_GPU_OPTIONS& _options,

@@ -38,14 +38,7 @@ const char* RefusalOf(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps)
         return "a Direct3D format of planes: a texture of one channel has them one below the other";
     if (IsOddFields(desc, _vidProps))
         return "an odd number of lines in two fields";
-    if (fccType == eZFCC_RGB32 || fccType == eZFCC_ARGB32)
-        return nullptr;
-    const bool bPlanes = Shader_PlanarLayout(fccType) || FCC_HasTextureWords(fccType);
-    if (DX_TextureFormat(fccType) == DXGI_FORMAT_UNKNOWN || (!bPlanes && !Shader_PackedLayout(fccType)))
-        return "this format";
-    const int nLeast = VidProps_FieldOrder(&_vidProps) != 0 ? 4 : 2; // a row of chroma for each field
-    return bPlanes && (!GPU_SizeIsValid(_vidProps) || _vidProps.nHeight < nLeast) ? "this size: planes are to be even"
-                                                                                  : nullptr;
+    return fccType == eZFCC_RGB32 || fccType == eZFCC_ARGB32 ? nullptr : GPUUnmix::RefusalOf(_vidProps);
 }
 
 /// The GPU path on Direct3D 11. Frames in textures are keyed on the host's device, those in memory on one of our own:
@@ -57,10 +50,14 @@ public:
     {
         return m_keeper.Ensure(m_keyer, _options.bOnly, _options.nChange);
     }
-    HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
-                   const ENGINE_GPU_OPTIONS& _options) override
+    bool Rebuilds(const ZF_VID_PROPS& _vidProps) const override
     {
-        return m_keyer.Pixels(_state, _picture, _result, _options);
+        return GPUUnmix::Rebuilds(_vidProps);
+    }
+    HRESULT Pixels(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_PICTURE& _picture,
+                   const UNMIX_RESULT& _result, const ENGINE_GPU_OPTIONS& _options) override
+    {
+        return m_keyer.Pixels(_state, _input, _picture, _result, _options);
     }
     HRESULT ProcessFrame(IZFFrame* _pFrame, IUnmixLearner& _learner, const ENGINE_GPU_OPTIONS& _options,
                          IZFFrame** _ppFrameRes) override

@@ -11,7 +11,12 @@ public:
     {
         return E_NOTIMPL;
     }
-    HRESULT Pixels(UNMIX_STATE&, const UNMIX_PICTURE&, const UNMIX_RESULT&, const ENGINE_GPU_OPTIONS&) override
+    bool Rebuilds(const ZF_VID_PROPS&) const override
+    {
+        return false;
+    }
+    HRESULT Pixels(UNMIX_STATE&, const UNMIX_INPUT&, const UNMIX_PICTURE&, const UNMIX_RESULT&,
+                   const ENGINE_GPU_OPTIONS&) override
     {
         return E_NOTIMPL;
     }

@@ -25,7 +25,7 @@ struct AGREEMENT
     int nPixels = 0;
     int nAlphaOff = 0;  ///< by more than a level
     int nColourOff = 0; ///< by more than two
-    int nOff = 0;       ///< either
+    int nOutside = 0;   ///< either
     int nMost = 0;      ///< levels
 
     void Add(const BYTES& _vecGPU, const BYTES& _vecCPU)
@@ -38,7 +38,7 @@ struct AGREEMENT
             ++nPixels;
             nAlphaOff += Off(3) > 1;
             nColourOff += nColour > 2;
-            nOff += Off(3) > 1 || nColour > 2;
+            nOutside += Off(3) > 1 || nColour > 2;
             nMost = std::max(nMost, std::max(nColour, Off(3)));
         }
     }

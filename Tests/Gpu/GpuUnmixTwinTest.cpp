@@ -100,7 +100,7 @@ protected:
         PlatesMake();
         PictureMake();
         for (int n = 0; n < 2 * 6 * c_nTwinCells; ++n)
-            m_twin.vecCells.push_back(static_cast<uint32_t>(Pick(0, 15) | Pick(0, 2) << 8) |
+            m_twin.vecCells.push_back(static_cast<uint32_t>(Pick(0, 15) | Pick(0, 2) << 8 | Pick(0, 15) << 12) |
                                       static_cast<uint32_t>(Pick(-9000, 9000)) << 16);
         for (UNMIX_SHADER_RULES& rules : std::span(c.arrRules).first(3))
             rules = RulesAny();
@@ -175,6 +175,7 @@ protected:
         rules.nLimit = Pick(0, 500);
         rules.nOwn = Pick(0, 1 << 20);
         rules.nLeast = Pick(0, 1 << 15);
+        rules.anGlare[0] = Pick(0, 1 << 14);
         rules.fltLimit = Share(0, 500, 256);
         rules.fltLeast = Share(0, 32, 16);
         rules.fltOwn = Share(0, 64, 1);

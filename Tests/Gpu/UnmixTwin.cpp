@@ -90,18 +90,24 @@ COLOUR HueOf(const COLOUR& _c)
     return {std::fmod(dblSixth * 60 + 360, 360), dblRange / dblMost, dblMost};
 }
 
-COLOUR Limited(const UNMIX_SHADER_RULES& _rules, const COLOUR& _colour)
+double Glare(const UNMIX_SHADER_RULES& _rules, uint32_t _nCell)
+{
+    return (_nCell >> 12 & 15) * _rules.anGlare[0] / 16384.0;
+}
+
+COLOUR Limited(const UNMIX_SHADER_RULES& _rules, const COLOUR& _colour, double _dblGlare)
 {
     const double dblTint = Dot(_rules.arrX, _colour) - _rules.fltLimit * std::abs(Dot(_rules.arrZ, _colour));
-    const double dblExcess = std::max(std::min(dblTint, _rules.fltOwn - dblTint), double{_rules.fltLeast});
+    const double dblExcess = std::max(std::min(dblTint, _rules.fltOwn - dblTint), double{_rules.fltLeast}) + _dblGlare;
     return Sum(_colour, _rules.arrTake, -dblExcess);
 }
 
-PIXEL Solid(const UNMIX_SHADER_RULES& _rules, const PIXEL& _bytes)
+PIXEL Solid(const UNMIX_SHADER_RULES& _rules, const PIXEL& _bytes, double _dblGlare)
 {
     const double dblTint = Dot(_rules.anX, _bytes) / 64 - std::abs(Dot(_rules.anZ, _bytes)) / 64 * _rules.nLimit / 256;
     const double dblOwn = _rules.nOwn / 16384.0, dblLeast = _rules.nLeast / 16384.0;
-    const double dblExcess = std::floor(std::max(std::min(dblTint, dblOwn - dblTint), dblLeast) * 32 + 0.5) / 32;
+    const double dblTaken = std::max(std::min(dblTint, dblOwn - dblTint), dblLeast) + _dblGlare;
+    const double dblExcess = std::floor(dblTaken * 32 + 0.5) / 32;
     PIXEL result = {0, 0, 0, 255};
     for (size_t n = 0; n < 3; ++n)
         result[n] = std::clamp(_bytes[n] - std::floor(dblExcess * _rules.anTake[n] / 1024 + 0.5), 0.0, 255.0);
@@ -316,7 +322,7 @@ double UNMIX_TWIN::Alpha(const UNMIX_SHADER_RULES& _rules, const PLACE& _place, 
     // Cameras mix in linear light; nothing dark is backdrop; core is solid
     const double p = Light(back);
     const double f = Light(fore) * _place.dblConfidence + Light(colour) * (1 - _place.dblConfidence);
-    const double dblShare = f < p || constants.arrClips[2] != 0 ? 1 : 0.4;
+    const double dblShare = f < p || constants.arrClips[2] != 0 ? 1.15 : 0.4;
     const double dblLit = Unit(dblA + dblShare * dblA * (1 - dblA) * (p - f) / (p + f + 8));
     const double dblBright = Greatest(colour) / std::max(Greatest(back), 1.0);
     double dblFound = std::max(1 - (1 - dblLit) * Unit((dblBright - 0.2) * 5), _dblCore);
@@ -345,7 +351,7 @@ UNMIX_TWIN::COLOUR UNMIX_TWIN::Unmixed(const UNMIX_SHADER_RULES& _rules, const P
         if (bLinear)
             result[n] = std::sqrt(std::max(result[n], 0.0) * 255);
     }
-    return Limited(_rules, result);
+    return Limited(_rules, result, Glare(_rules, _place.nCell) * Unit((_dblAlpha - 0.8) / 0.15));
 }
 
 UNMIX_TWIN::PIXEL UNMIX_TWIN::Mixed(const UNMIX_SHADER_RULES& _rules, const PLACE& _place) const
@@ -375,7 +381,7 @@ UNMIX_TWIN::PIXEL UNMIX_TWIN::Keyed(int _nX, int _nRow) const
         return Mixed(rules, place);
     if (place.nCell & eUCell_Protected)
         return {place.bytes[0], place.bytes[1], place.bytes[2], 255};
-    return place.nCell & eUCell_Solid ? Solid(rules, place.bytes) : PIXEL{};
+    return place.nCell & eUCell_Solid ? Solid(rules, place.bytes, Glare(rules, place.nCell)) : PIXEL{};
 }
 
 UNMIX_TWIN::PIXEL UNMIX_TWIN::Edged(const PIXEL& _keyed, int _nAlpha, int _nX, int _nRow) const
@@ -385,7 +391,7 @@ UNMIX_TWIN::PIXEL UNMIX_TWIN::Edged(const PIXEL& _keyed, int _nAlpha, int _nX, i
     PIXEL result = {_keyed[0], _keyed[1], _keyed[2], dblAlpha};
     if (dblAlpha > _keyed[3] && place.dblConfidence > 1e-6)
     {
-        const COLOUR clean = Limited(constants.arrRules[place.nCell >> 8 & 15], place.fore);
+        const COLOUR clean = Limited(constants.arrRules[place.nCell >> 8 & 15], place.fore, 0);
         for (size_t n = 0; n < 3; ++n)
             result[n] = _keyed[n] * dblOwn + clean[n] * (1 - dblOwn);
     }

@@ -113,7 +113,7 @@ float4 EdgedPixel( int2 pos, int nField, int2 frame )
     {
         RULES rules = arrRules[( CellAt( pos >> 2, nField ) >> 8 ) & 15];
         float own = value.w / alpha;
-        value.xyz = value.xyz * own + Limited( rules, fore.xyz / fore.w ) * ( 1.0 - own );
+        value.xyz = value.xyz * own + Limited( rules, fore.xyz / fore.w, 0.0 ) * ( 1.0 - own );
     }
     return Rounded( float4( value.xyz, alpha ) );
 }

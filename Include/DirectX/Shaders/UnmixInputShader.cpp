@@ -13,6 +13,7 @@ struct RULES
     float3 take; float own;
     float3 beyond; int nLeast;
     float leastX; float wedge; float oneSquareX; float clip;
+    int4 glare;
 };
 struct PROTECTED
 {

@@ -155,6 +155,7 @@ struct PLACE
     float confidence;
     float core;
     float quieted;
+    float glare;
 };
 float Most( float3 colour )
 {
@@ -214,7 +215,7 @@ float Alpha( RULES rules, PLACE place, float3 colour, float difference )
 
     float p = Light( place.back );
     float f = Light( place.fore ) * place.confidence + Light( colour ) * ( 1.0 - place.confidence );
-    float share = f < p || clips.z != 0.0 ? 1.0 : 0.4;
+    float share = f < p || clips.z != 0.0 ? 1.15 : 0.4;
     float lit = saturate( a + share * a * ( 1.0 - a ) * ( p - f ) / ( p + f + 8.0 ) );
     float dark = saturate( ( Most( colour ) / most - 0.2 ) * 5.0 );
     float found = max( 1.0 - ( 1.0 - lit ) * dark, place.core );
@@ -222,10 +223,15 @@ float Alpha( RULES rules, PLACE place, float3 colour, float difference )
         found = max( found, Beyond( rules, place, x, rho, colour ) );
     return found;
 }
-float3 Limited( RULES rules, float3 colour )
+// What glare has added at a cell, in 16384ths of a level of excess.
+int GlareOf( RULES rules, uint cell )
+{
+    return int( ( cell >> 12 ) & 15 ) * rules.glare.x;
+}
+float3 Limited( RULES rules, float3 colour, float glare )
 {
     float tint = dot( rules.x, colour ) - rules.limit * abs( dot( rules.z, colour ) );
-    return colour - rules.take * max( min( tint, rules.own - tint ), rules.least );
+    return colour - rules.take * ( max( min( tint, rules.own - tint ), rules.least ) + glare );
 }
 float3 Unmixed( RULES rules, PLACE place, float3 colour, float alpha )
 {
@@ -244,7 +250,7 @@ float3 Unmixed( RULES rules, PLACE place, float3 colour, float alpha )
     float3 result = guess + ( c - guess * alpha - back * open ) * k;
     if( clips.z != 0.0 )
         result = sqrt( max( result, 0.0 ) * 255.0 );
-    return Limited( rules, result );
+    return Limited( rules, result, place.glare * saturate( ( alpha - 0.8 ) / 0.15 ) );
 }
 
 // How far a pixel is inside core: the cells' bits, bilinear between their middles, doubled and cut.
@@ -309,14 +315,14 @@ float3 ColourAt( int2 pos, int nField, int3 bytes )
     return colour;
 }
 // Solid colours of bytes: the limiter in integers.
-float4 SolidPixel( RULES rules, int3 bytes )
+float4 SolidPixel( RULES rules, int nGlare, int3 bytes )
 {
     int nTint = ( Form( rules.anX, bytes ) << 8 ) - abs( Form( rules.anZ, bytes ) ) * rules.nLimit;
-    int nExcess = ( max( min( nTint, rules.nOwn - nTint ), rules.nLeast ) + 256 ) >> 9;
+    int nExcess = ( max( min( nTint, rules.nOwn - nTint ), rules.nLeast ) + nGlare + 256 ) >> 9;
     int3 taken = ( nExcess * rules.anTake + 16384 ) >> 15;
     return float4( float3( clamp( bytes - taken, 0, 255 ) ), 255.0 );
 }
-float4 MixedPixel( RULES rules, int2 pos, int nField, int3 bytes )
+float4 MixedPixel( RULES rules, int2 pos, int nField, int3 bytes, float glare )
 {
     CORNERS corners = CornersOf( pos >> 2 );
     int nOwn = DifferenceAt( rules, pos, nField );
@@ -335,6 +341,7 @@ float4 MixedPixel( RULES rules, int2 pos, int nField, int3 bytes )
     place.fore = fore.w > 1e-9 ? fore.xyz / fore.w : float3( 0.0, 0.0, 0.0 );
     place.core = CoreAt( pos, nField );
     place.quieted = float( nDifference - nOwn ) / 32.0;
+    place.glare = glare;
     float3 colour = ColourAt( pos, nField, bytes );
     float keep = 0.0;
     if( more.x > 0 )
@@ -349,17 +356,19 @@ float4 KeyedPixel( int2 pos, int nField, int3 bytes )
 {
     uint cell = CellAt( pos >> 2, nField );
     RULES rules = arrRules[( cell >> 8 ) & 15];
+    int nGlare = GlareOf( rules, cell );
+    float glare = float( nGlare ) / 16384.0;
     if( ( cell & 1 ) != 0 )
-        return MixedPixel( rules, pos, nField, bytes );
+        return MixedPixel( rules, pos, nField, bytes, glare );
     float3 colour = float3( bytes );
     if( deep.y != 0 )
         colour = ColourAt( pos, nField, bytes );
     if( ( cell & 4 ) != 0 )
         return Rounded( float4( colour, 255.0 ) );
     if( ( cell & 2 ) != 0 && ( deep.y != 0 || deep.z != 1 ) )
-        return Rounded( float4( Limited( rules, colour ), 255.0 ) );
+        return Rounded( float4( Limited( rules, colour, glare ), 255.0 ) );
     if( ( cell & 2 ) != 0 )
-        return SolidPixel( rules, bytes );
+        return SolidPixel( rules, nGlare, bytes );
     return float4( 0.0, 0.0, 0.0, 0.0 );
 }
 )";

@@ -31,8 +31,9 @@ struct UNMIX_SHADER_RULES
     float fltWedge;
     float fltOneSquareX;
     float fltClip;
+    int32_t anGlare[4]; ///< nGlare; nothing
 };
-static_assert(sizeof(UNMIX_SHADER_RULES) == 8 * 16);
+static_assert(sizeof(UNMIX_SHADER_RULES) == 9 * 16);
 
 /// A protected colour.
 struct UNMIX_SHADER_PROTECTED
@@ -75,7 +76,7 @@ struct UNMIX_CONSTANTS
     UNMIX_SHADER_PROTECTED arrProtected[c_nUnmixShaderKeys];
     UNMIX_SHADER_SAMPLES samples; ///< where the picture is in YUV
 };
-static_assert(sizeof(UNMIX_CONSTANTS) == 96 + 16 * 128 + 16 * 32 + 160 && sizeof(UNMIX_CONSTANTS) <= 4096);
+static_assert(sizeof(UNMIX_CONSTANTS) == 96 + 16 * 144 + 16 * 32 + 160 && sizeof(UNMIX_CONSTANTS) <= 4096);
 
 /// What is done to keyed pixels.
 enum eUnmixAfter : int32_t
@@ -87,8 +88,8 @@ enum eUnmixAfter : int32_t
     eUAfter_Marked = 16, ///< the region of the backdrop, which the view of the status shows
 };
 
-/// A texel of the cells (R32_UINT): the classes, the key from bit 8 on, and in the upper half rho of the backdrop in
-/// 32768ths.
+/// A texel of the cells (R32_UINT): the classes, the key from bit 8 on, steps of glare from bit 12 on, and in the upper
+/// half rho of the backdrop in 32768ths.
 enum eUnmixCell : uint32_t
 {
     eUCell_Mixed = 1,

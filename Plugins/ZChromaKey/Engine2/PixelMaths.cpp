@@ -1,6 +1,7 @@
 #include "ZChromaKey/Engine2/Pixels.h"
 
 #include "Simd/Simd_plain.h"
+#include "ZChromaKey/Engine2/Glare.h"
 #include "ZChromaKey/Engine2/Kernels/PixelMathsRow.h"
 
 #include <cmath>
@@ -8,6 +9,7 @@
 namespace
 {
 constexpr float c_fltBounce = .015f;   // of the key's chroma that any colour has caught
+constexpr float c_fltGlare = .1f;      // of the key's chroma, where there is backdrop all around
 constexpr float c_fltAllSpill = 16384; // more than any tint
 
 int Round(float _flt)
@@ -30,7 +32,8 @@ VEC4 VecOf(const UnmixMaths::COLOUR<ONE>& _colour, float _fltW)
 
 UnmixMaths::PLACE<ONE> PlaceOf(const PIXEL_PLACE& _place)
 {
-    return {ColourOf(_place.back), ColourOf(_place.fore), _place.fore.w, _place.fltCore, _place.fltQuieted};
+    return {ColourOf(_place.back), ColourOf(_place.fore), _place.fore.w,
+            _place.fltCore,        _place.fltQuieted,     _place.fltGlare};
 }
 } // namespace
 
@@ -60,6 +63,17 @@ LIMIT_RULES Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params)
     limiter.fltLeast = c_fltBounce * fltWhole;
     limiter.nLimit = Round(limiter.fltLimit * 256);
     limiter.nLeast = Round(limiter.fltLeast * 16384);
+    // Where the wedge is wide or there is cloth of the key's hue, what is near the screen in it is more likely a
+    // body's.
+    const bool bGlare = (_key.bGreen || _key.fltWedge == 1) && _key.fltCloth <= 0;
+    limiter.nGlare = bGlare ? Round(c_fltGlare * fltWhole * (16384.0f / c_nGlareSteps)) : 0;
+    limiter.fltGlare = static_cast<float>(limiter.nGlare) / 16384;
+    limiter.nLimit = Round(limiter.fltLimit * 256);
+    limiter.nLeast = Round(limiter.fltLeast * 16384);
+    // Where the wedge is wide, bodies have much of the key's hue: what they have near the screen is more likely theirs.
+    limiter.fltGlare =
+        (_key.bGreen || _key.fltWedge == 1) && _key.fltCloth <= 0 ? c_fltGlare * fltWhole / c_nGlareSteps : 0;
+    limiter.nGlare = Round(limiter.fltGlare * 16384);
     for (int n = 0; n < 3; ++n)
         limiter.anTake[n] = std::clamp(Round(limiter.arrTake[n] * 1024), -32768, 32767);
     return limiter;
@@ -67,7 +81,7 @@ LIMIT_RULES Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params)
 
 VEC4 Pixels_Limit(const LIMIT_RULES& _rules, const VEC4& _colour)
 {
-    return VecOf(UnmixMaths::Limit<ONE>(_rules, ColourOf(_colour)), _colour.w);
+    return VecOf(UnmixMaths::Limit<ONE>(_rules, ColourOf(_colour), 0.0f), _colour.w);
 }
 
 PIXEL_RULES Pixels_Rules(const UNMIX_STATE& _state, const KEY_FORMS& _key)

@@ -8,6 +8,7 @@ namespace
 {
 constexpr float c_fltQuiet = .75f; // noise below which nothing is filtered
 constexpr float c_fltTimeNoise = 2;
+constexpr int c_nSolidCells = 128; // the most of a run
 
 // What a pass over one picture needs, made once.
 struct PASS
@@ -24,6 +25,10 @@ struct PASS
     {
         return result.bWords ? 8 : 4;
     }
+    int GlareOf(int _nX, int _nY) const
+    {
+        return field.vecGlare[static_cast<size_t>(_nY >> 1) * state.nPlateWidth + (_nX >> 1)];
+    }
     int OwnerOf(int _nX, int _nY) const
     {
         return state.vecOwner[static_cast<size_t>(_nY >> 1) * state.nPlateWidth + (_nX >> 1)];
@@ -36,6 +41,7 @@ struct RUN_BUFFERS
     static constexpr size_t c_nSlack = 16;
     uint16_t arrSource[6][4 * (c_nMixedPixels + c_nSlack)];
     int32_t arrRho[3][c_nMixedPixels + c_nSlack];
+    uint8_t arrGlare[c_nMixedCells];
     float arrCore[16 * c_nMixedCells];
     float arrKeep[16 * c_nMixedCells];
     uint16_t arrOut[4][16 * c_nMixedCells];
@@ -100,6 +106,13 @@ void TakePlates(const PASS& _pass, int _nX, int _nY, MIXED_RUN& _run)
     _run.nPlateWidth = state.nPlateWidth;
     _run.nFirst = _nX;
     _run.bOddRow = _nY & 1;
+}
+
+void TakeGlare(const PASS& _pass, int _nX, int _nY, MIXED_RUN& _run, RUN_BUFFERS& _buffers)
+{
+    for (int n = 0; n < _run.nCells; ++n)
+        _buffers.arrGlare[n] = static_cast<uint8_t>(_pass.GlareOf(_nX + n, _nY));
+    _run.pGlare = _buffers.arrGlare;
 }
 
 // How far a pixel is inside core: the cells' bits, bilinear between their middles, doubled and cut. By the bits of 3x3
@@ -177,6 +190,7 @@ void MixedCells(const PASS& _pass, int _nX, int _nEnd, int _nY)
     TakeSource(_pass, _nX, _nY, run, buffers);
     TakeRho(_pass, _nX, _nY, run, buffers);
     TakePlates(_pass, _nX, _nY, run);
+    TakeGlare(_pass, _nX, _nY, run, buffers);
     run.pCore = TakeCore(_pass, _nX, _nY, run, buffers.arrCore) ? buffers.arrCore : nullptr;
     if (_pass.state.setup.nProtected > 0)
     {
@@ -208,6 +222,10 @@ void SolidCells(const PASS& _pass, int _nX, int _nEnd, int _nY, bool _bProtected
     run.pRules = _bProtected ? &c_none : &_pass.arrRules[_pass.OwnerOf(_nX, _nY)].limit;
     run.bWords = _pass.result.bWords;
     run.nPixels = static_cast<int>(std::min(_nEnd * c_nCell, picture.nWidth) - nFirst);
+    int32_t arrGlare[c_nSolidCells * c_nCell + RUN_BUFFERS::c_nSlack] = {};
+    for (int x = _nX; x < _nEnd; ++x)
+        std::fill_n(&arrGlare[(x - _nX) * c_nCell], c_nCell, _pass.GlareOf(x, _nY) * run.pRules->nGlare);
+    run.pGlare = arrGlare;
     for (int y = _nY * c_nCell; y < std::min((_nY + 1) * c_nCell, picture.nHeight); ++y)
     {
         run.pBytes = picture.Row(y) + 4 * nFirst;
@@ -245,11 +263,14 @@ void PixelRow(const PASS& _pass, int _nY)
     const FIELD_STATE& field = _pass.field;
     field.bitsBackdrop.ForEachRun(_nY, [&](int _nX, int _nEnd) { BackdropCells(_pass, _nX, _nEnd, _nY); });
     field.bitsSolid.ForEachRun(_nY, [&](int _nX, int _nEnd) {
-        ForEachOwner(_pass, _nX, _nEnd, _nY, _nEnd - _nX,
+        ForEachOwner(_pass, _nX, _nEnd, _nY, c_nSolidCells,
                      [&](int _nFirst, int _nLast) { SolidCells(_pass, _nFirst, _nLast, _nY, false); });
     });
     if (_pass.state.setup.nProtected > 0) // again, as they are
-        field.bitsProtected.ForEachRun(_nY, [&](int _nX, int _nEnd) { SolidCells(_pass, _nX, _nEnd, _nY, true); });
+        field.bitsProtected.ForEachRun(_nY, [&](int _nX, int _nEnd) {
+            ForEachOwner(_pass, _nX, _nEnd, _nY, c_nSolidCells,
+                         [&](int _nFirst, int _nLast) { SolidCells(_pass, _nFirst, _nLast, _nY, true); });
+        });
     field.bitsMixed.ForEachRun(_nY, [&](int _nX, int _nEnd) {
         ForEachOwner(_pass, _nX, _nEnd, _nY, c_nMixedCells,
                      [&](int _nFirst, int _nLast) { MixedCells(_pass, _nFirst, _nLast, _nY); });

@@ -37,6 +37,7 @@ struct PIXEL_PLACE
     VEC4 fore;            ///< foreground colour; w: confidence
     float fltCore = 0;    ///< alpha is at least this
     float fltQuieted = 0; ///< what the filters have added to the difference
+    float fltGlare = 0;   ///< levels of excess that glare has added, where the pixel is solid
 };
 
 /// Alpha of a pixel, 0 to 1. _fltDifference: D in levels, filtered.
@@ -50,12 +51,12 @@ struct PIXEL_PLACE
 ///     e = F - B,  w = e - F (e . F) / (F . F + 100 / 0.2^2),  t = w . (C - B) / w . e
 /// takes over by min(1, 6 confidence) / (1 + q^2), q = the square of the distance from the line over 20^2, changes of
 /// brightness discounted. Cameras mix in linear light: with squares, the place a on the line from p to f is
-/// a + a (1 - a) (p - f) / (p + f).
+/// a + s a (1 - a) (p - f) / (p + f), s = 1.15 for a darker foreground and 0.4 for a brighter one.
 float Pixel_Alpha(const PIXEL_RULES& _rules, const PIXEL_PLACE& _place, const VEC4& _colour, float _fltDifference);
 
 /// The colour of the foreground alone, spill taken out. F' = confidence F + (1 - confidence) C;
 /// F' + (C - a F' - (1 - a) B) a / (a^2 + (1 - a) (0.02 confidence + 0.001)): plain unmixing where a is large, F'
-/// where it is small and would only magnify noise.
+/// where it is small and would only magnify noise. What glare has added goes from alpha 0.8 on, wholly from 0.95 on.
 VEC4 Pixel_Colour(const PIXEL_RULES& _rules, const PIXEL_PLACE& _place, const VEC4& _colour, float _fltAlpha);
 
 /// Makes room for the differences of the frame before, none of which is known.

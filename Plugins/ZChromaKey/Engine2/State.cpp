@@ -7,7 +7,7 @@ bool FIELD_STATE::operator==(const FIELD_STATE& _other) const
 {
     return nRows == _other.nRows && cells == _other.cells && bitsWide == _other.bitsWide &&
            bitsSure == _other.bitsSure && bitsInner == _other.bitsInner && bitsSolid == _other.bitsSolid &&
-           bitsBackdrop == _other.bitsBackdrop && bitsMixed == _other.bitsMixed &&
+           bitsBackdrop == _other.bitsBackdrop && bitsMixed == _other.bitsMixed && vecGlare == _other.vecGlare &&
            fore.arrLevels[0].vec == _other.fore.arrLevels[0].vec && vecPast == _other.vecPast;
 }
 
@@ -27,6 +27,7 @@ static void FieldResize(FIELD_STATE& _field, int _nWidth, int _nRows, int _nCell
          {&_field.bitsWide, &_field.bitsSure, &_field.bitsSolid0, &_field.bitsInner, &_field.bitsDoubt,
           &_field.bitsBackdrop, &_field.bitsSolid, &_field.bitsMixed, &_field.bitsProtected, &_field.bitsRegion})
         pBits->Resize(nCells, _nCellRows);
+    _field.vecGlare.assign(static_cast<size_t>((nCells + 1) / 2) * ((_nCellRows + 1) / 2), 0);
     _field.fore.Resize((nCells + 1) / 2, (_nCellRows + 1) / 2);
     _field.vecPast = {};
     _field.vecPast.reserve(16 * nSize); // touched, and so taken, only once there is noise
@@ -56,6 +57,9 @@ void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFie
     state.vecReference.assign(nPlate, {});
     state.vecOwner.assign(nPlate, 0);
     state.vecSeen.assign(nPlate, {});
+    for (std::vector<int32_t>& vec : state.arrGlare)
+        vec.assign(nPlate, 0);
+    state.vecGlareSum.reserve(static_cast<size_t>(state.nPlateWidth));
     state.vecShade.assign(nPlate, 0);
     state.vecSums.assign(static_cast<size_t>(state.nPlateHeight), {});
     state.fill.Resize(state.nPlateWidth, state.nPlateHeight);

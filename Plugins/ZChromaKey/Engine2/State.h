@@ -101,8 +101,9 @@ struct FIELD_STATE
     CBitRows bitsSolid;
     CBitRows bitsMixed;
     CBitRows bitsProtected;
-    CBitRows bitsRegion;          ///< wholly inside the region of the backdrop
-    UNMIX_PYRAMID fore;           ///< level 0: the foreground plate, colours times confidence, and the confidence
+    CBitRows bitsRegion;           ///< wholly inside the region of the backdrop
+    std::vector<uint8_t> vecGlare; ///< on the plate grid: how much glare there is, 0 to c_nGlareSteps
+    UNMIX_PYRAMID fore;            ///< level 0: the foreground plate, colours times confidence, and the confidence
     std::vector<int16_t> vecPast; ///< per pixel, cell by cell: the difference over that of the backdrop, in 8192ths, of
                                   ///< the frame before
     const void* pPastAt = nullptr; ///< who else has that, and keeps it up to date; null: nobody
@@ -214,7 +215,9 @@ struct UNMIX_STATE
     std::vector<uint8_t> vecChanged;        ///< cell rows that differ from the frame before
     std::vector<float> vecNoise;            ///< per cell row: sum of differences, count
     std::vector<FINENESS_SUMS> vecFineness; ///< per cell row
-    std::vector<float> vecShade;            ///< density of shadows, on the plate grid
+    std::vector<int32_t> arrGlare[2];       ///< on the plate grid: backdrop, blurred
+    std::vector<int32_t> vecGlareSum;
+    std::vector<float> vecShade; ///< density of shadows, on the plate grid
     std::vector<float> vecEnvelope;
     std::vector<uint16_t> arrAlpha[2]; ///< of the picture, 0 to 65535, where edges are moved or blurred
     std::vector<uint8_t> vecPicture;   ///< B, G, R, A of formats that are not

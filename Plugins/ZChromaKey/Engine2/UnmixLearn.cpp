@@ -2,6 +2,7 @@
 #include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Classes.h"
 #include "ZChromaKey/Engine2/Fineness.h"
+#include "ZChromaKey/Engine2/Glare.h"
 #include "ZChromaKey/Engine2/Noise.h"
 #include "ZChromaKey/Engine2/Plate.h"
 #include "ZChromaKey/Engine2/Screen.h"
@@ -154,8 +155,12 @@ void Classify(const UNMIX_RUN& _run)
     _run.CellRows([&](int _nFirst, int _nRows) { Classes_Pass(state, field, _nFirst, _nRows); });
     Classes_Finish(state, field);
     _run.runner.Step(eUS_Foreground);
-    _run.PlateRows([&](int _nFirst, int _nRows) { Foreground_Pass(state, field, _nFirst, _nRows); });
+    _run.PlateRows([&](int _nFirst, int _nRows) {
+        Foreground_Pass(state, field, _nFirst, _nRows);
+        Glare_Pass(state, field, _nFirst, _nRows);
+    });
     Foreground_Fill(field);
+    Glare_Finish(state, field);
 }
 
 // Of pictures whose pixels have chroma of their own. What is held stays as it is with the plate.

@@ -151,7 +151,7 @@ double ReferenceAlpha(const COLOUR& _back, const COLOUR& _fore, double _dblConfi
     const double p = _back[0] + 2 * _back[1] + _back[2];
     const double f = _dblConfidence * (_fore[0] + 2 * _fore[1] + _fore[2]) +
                      (1 - _dblConfidence) * (_colour[0] + 2 * _colour[1] + _colour[2]);
-    a += (p > f ? 1 : .4) * a * (1 - a) * (p - f) / (p + f + 8);
+    a = std::clamp(a + (p > f ? 1.15 : .4) * a * (1 - a) * (p - f) / (p + f + 8), 0.0, 1.0);
     const double dblMax = std::max(_colour[0], std::max(_colour[1], _colour[2]));
     return 1 - (1 - a) * std::clamp((dblMax / _back[1] - .2) / .2, 0.0, 1.0);
 }

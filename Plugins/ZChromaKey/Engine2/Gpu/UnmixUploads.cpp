@@ -43,6 +43,7 @@ UNMIX_SHADER_RULES RulesOf(const PIXEL_RULES& _rules)
     rules.fltWedge = _rules.fltWedge;
     rules.fltOneSquareX = _rules.fltOneSquareX;
     rules.fltClip = _rules.fltClip;
+    rules.anGlare[0] = limit.nGlare;
     return rules;
 }
 
@@ -82,10 +83,11 @@ void ConstantsFill(const UNMIX_STATE& _state, bool _bAlpha, UNMIX_CONSTANTS* _pC
 uint32_t CellOf(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nX, int _nY)
 {
     const uint32_t nOwner = _state.vecOwner[static_cast<size_t>(_nY >> 1) * _state.nPlateWidth + (_nX >> 1)];
+    const uint32_t nGlare = _field.vecGlare[static_cast<size_t>(_nY >> 1) * _state.nPlateWidth + (_nX >> 1)];
     const auto nRho = static_cast<uint32_t>(_field.cells.vecRho[_field.cells.At(_nX, _nY)]);
     return (_field.bitsMixed.Get(_nX, _nY) ? eUCell_Mixed : 0u) | (_field.bitsSolid.Get(_nX, _nY) ? eUCell_Solid : 0u) |
            (_field.bitsProtected.Get(_nX, _nY) ? eUCell_Protected : 0u) |
-           (_field.bitsInner.Get(_nX, _nY) ? eUCell_Inner : 0u) | nOwner << 8 | nRho << 16;
+           (_field.bitsInner.Get(_nX, _nY) ? eUCell_Inner : 0u) | nOwner << 8 | nGlare << 12 | nRho << 16;
 }
 
 UNMIX_CHOKE_CONSTANTS ChokeOf(const UNMIX_STATE& _state, const UNMIX_EDGE_PICTURE& _picture)

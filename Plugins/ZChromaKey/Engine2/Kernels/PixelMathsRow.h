@@ -10,15 +10,18 @@ namespace
 namespace UnmixMaths
 {
 
-constexpr float c_fltOff = 20;      // distance from the line, in levels, at which it is trusted by half
-constexpr float c_fltShade = .2f;   // brightness by which foreground varies
-constexpr float c_fltForeGain = 6;  // how fast confidence becomes trust
-constexpr float c_fltLightDark = 1; // share of linear light in the mixing, where the foreground is darker
+constexpr float c_fltOff = 20;     // distance from the line, in levels, at which it is trusted by half
+constexpr float c_fltShade = .2f;  // brightness by which foreground varies
+constexpr float c_fltForeGain = 6; // how fast confidence becomes trust
+// Share of linear light in the mixing where the foreground is darker, taken as squares; the curve of sRGB bends more.
+constexpr float c_fltLightDark = 1.15f;
 constexpr float c_fltLightBright = .4f;
 constexpr float c_fltDark0 = .2f; // a pixel this dark against the backdrop is spilled foreground
 constexpr float c_fltDark1 = .4f;
 constexpr float c_fltBeyond = .15f;     // how far D of the foreground itself counts where it is below 0
 constexpr float c_fltKeepColour = .02f; // regularisation of the colour
+constexpr float c_fltGlare0 = .8f;      // alpha from which glare is taken out: what is open has more of the screen's
+constexpr float c_fltGlare1 = .95f;     // light than that
 constexpr float c_fltHueless = .05f;    // of the backdrop's X: what has no more tint has no hue
 
 /// Colours of as many pixels as a vector has lanes.
@@ -51,6 +54,7 @@ template <class S> struct PLACE
     typename S::F32 fltConfidence;
     typename S::F32 fltCore;
     typename S::F32 fltQuieted;
+    typename S::F32 fltGlare;
 };
 
 template <class F32> ZCK_INLINE F32 Clamp01(F32 _flt)
@@ -199,11 +203,12 @@ template <class S> ZCK_INLINE typename S::F32 Alpha(const PIXEL_RULES& _c, const
     return _c.bBeyond ? Max(fltFound, Beyond<S>(_c, _place.back, back, _colour)) : fltFound;
 }
 
-template <class S> ZCK_INLINE COLOUR<S> Limit(const LIMIT_RULES& _rules, const COLOUR<S>& _colour)
+template <class S>
+ZCK_INLINE COLOUR<S> Limit(const LIMIT_RULES& _rules, const COLOUR<S>& _colour, typename S::F32 _fltGlare)
 {
     using F32 = typename S::F32;
     const F32 fltTint = Form<S>(_rules.arrX, _colour) - F32(_rules.fltLimit) * Abs(Form<S>(_rules.arrZ, _colour));
-    const F32 fltExcess = Max(Min(fltTint, F32(_rules.fltOwn) - fltTint), F32(_rules.fltLeast));
+    const F32 fltExcess = Max(Min(fltTint, F32(_rules.fltOwn) - fltTint), F32(_rules.fltLeast)) + _fltGlare;
     return {_colour.b - fltExcess * F32(_rules.arrTake[0]), _colour.g - fltExcess * F32(_rules.arrTake[1]),
             _colour.r - fltExcess * F32(_rules.arrTake[2])};
 }
@@ -220,7 +225,8 @@ template <class S> ZCK_INLINE COLOUR<S> Colour(const PIXEL_RULES& _c, const PLAC
         _fltAlpha / (_fltAlpha * _fltAlpha + fltOpen * (F32(c_fltKeepColour) * _place.fltConfidence + F32(1e-3f)));
     const COLOUR<S> guess = fore * _place.fltConfidence + c * (fltOne - _place.fltConfidence);
     const COLOUR<S> colour = guess + (c - guess * _fltAlpha - back * fltOpen) * k;
-    return Limit<S>(_c.limit, _c.bLinear ? Root<S>(colour) : colour);
+    const F32 fltSolid = Clamp01((_fltAlpha - F32(c_fltGlare0)) * F32(1 / (c_fltGlare1 - c_fltGlare0)));
+    return Limit<S>(_c.limit, _c.bLinear ? Root<S>(colour) : colour, _place.fltGlare * fltSolid);
 }
 
 } // namespace UnmixMaths

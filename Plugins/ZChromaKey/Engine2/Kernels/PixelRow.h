@@ -67,13 +67,13 @@ template <class S> struct BYTE_LIMITER
         , nLeast(_rules.nLeast)
     {
     }
-    ZCK_INLINE I32 operator()(I32 _nBGRA) const
+    ZCK_INLINE I32 operator()(I32 _nBGRA, I32 _nGlare) const
     {
         const U16 nBR = Even(As<typename S::U8>(_nBGRA)), nGA = Odd(As<typename S::U8>(_nBGRA));
         const I32 nX = MulAdd(nBR, nXBR) + MulAdd(nGA, nXG);
         const I32 nZ = Abs(MulAdd(nBR, nZBR) + MulAdd(nGA, nZG));
         const I32 nTint = (nX << 8) - MulAdd(As<U16>(nZ), nLimit);
-        const I32 nExcess = (Max(Min(nTint, nOwn - nTint), nLeast) + 256) >> 9;
+        const I32 nExcess = (Max(Min(nTint, nOwn - nTint), nLeast) + _nGlare + 256) >> 9;
         const U16 nBoth = As<U16>((nExcess & 0xFFFF) | (nExcess << 16));
         const U16 nOutBR = ClampToByte(nBR - MulRound(nBoth, nTakeBR));
         const U16 nOutG = ClampToByte(nGA - MulRound(nBoth, nTakeG));
@@ -96,12 +96,14 @@ template <class S> ZCK_INLINE void ToWords(const UnmixMaths::COLOUR<S>& _colour,
 }
 
 /// As many solid pixels as a vector has lanes, with the maths of mixed ones: more than 8 bits on either side.
-template <class S> ZCK_INLINE void SolidDeep(const SOLID_RUN& _run, const void* _pIn, void* _pOut)
+template <class S>
+ZCK_INLINE void SolidDeep(const SOLID_RUN& _run, const void* _pIn, const int32_t* _pGlare, void* _pOut)
 {
     const auto* const pDeep = static_cast<const uint16_t*>(_pIn);
     const PAIRS<S> pixels = _run.pDeep ? FromWords<S>(pDeep) : FromBytes<S>(S::LoadI32(_pIn));
     const UnmixMaths::COLOUR<S> colour =
-        UnmixMaths::Limit<S>(*_run.pRules, ColourOf<S>(pixels, _run.pDeep ? 1 / 64.0f : 1.0f));
+        UnmixMaths::Limit<S>(*_run.pRules, ColourOf<S>(pixels, _run.pDeep ? 1 / 64.0f : 1.0f),
+                             ToF32(S::LoadI32(_pGlare)) * typename S::F32(1 / 16384.0f));
     const typename S::F32 fltOpaque(255.0f);
     if (!_run.bWords)
         return S::Store(_pOut, ToBytes<S>(colour, fltOpaque));
@@ -118,12 +120,12 @@ template <class S> ZCK_INLINE void SolidDeepRow(const SOLID_RUN& _run)
     auto* const pOut = static_cast<uint8_t*>(_run.pOut);
     size_t n = 0;
     for (; n + S::c_nLanes <= nPixels; n += S::c_nLanes)
-        SolidDeep<S>(_run, pIn + n * nIn, pOut + n * nOut);
+        SolidDeep<S>(_run, pIn + n * nIn, _run.pGlare + n, pOut + n * nOut);
     if (n == nPixels)
         return;
     uint8_t arrIn[2 * S::c_nBytes] = {}, arrOut[2 * S::c_nBytes];
     memcpy(arrIn, pIn + n * nIn, (nPixels - n) * nIn);
-    SolidDeep<S>(_run, arrIn, arrOut);
+    SolidDeep<S>(_run, arrIn, _run.pGlare + n, arrOut);
     memcpy(pOut + n * nOut, arrOut, (nPixels - n) * nOut);
 }
 
@@ -136,9 +138,11 @@ template <class S> void Solid(const SOLID_RUN& _run)
     auto* const pOut = static_cast<uint8_t*>(_run.pOut);
     size_t n = 0;
     for (; n + S::c_nLanes <= nPixels; n += S::c_nLanes)
-        S::Store(static_cast<void*>(pOut + 4 * n), limiter(S::LoadI32(_run.pBytes + 4 * n)));
+        S::Store(static_cast<void*>(pOut + 4 * n),
+                 limiter(S::LoadI32(_run.pBytes + 4 * n), S::LoadI32(_run.pGlare + n)));
     if (n < nPixels)
-        S::Store(static_cast<void*>(pOut + 4 * n), nPixels - n, limiter(S::LoadI32(_run.pBytes + 4 * n, nPixels - n)));
+        S::Store(static_cast<void*>(pOut + 4 * n), nPixels - n,
+                 limiter(S::LoadI32(_run.pBytes + 4 * n, nPixels - n), S::LoadI32(_run.pGlare + n)));
 }
 
 /// The pixels of a run, unpacked, with their differences.
@@ -338,6 +342,7 @@ template <class S> ZCK_INLINE void MixedBlock(const MIXED_RUN& _run, const STRIP
     UnmixMaths::PLACE<S> place = PlaceOf<S>(_block);
     place.fltCore = _run.pCore ? S::LoadF32(_run.pCore + _block.InCell()) : F32(0.0f);
     place.fltQuieted = ToF32(nDifference - nOwn) * F32(1 / 32.0f);
+    place.fltGlare = F32(static_cast<float>(_run.pGlare[_block.nCell]) * _run.pRules->limit.fltGlare);
     const F32 fltAlpha = UnmixMaths::Alpha<S>(*_run.pRules, place, colour, ToF32(nDifference) * F32(1 / 32.0f));
     UnmixMaths::COLOUR<S> out = UnmixMaths::Colour<S>(*_run.pRules, place, colour, fltAlpha);
     if (_run.pKeep)

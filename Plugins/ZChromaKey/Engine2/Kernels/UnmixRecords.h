@@ -20,19 +20,21 @@ struct CELL_ROW
 /// The limiter: takes out of a colour what its X has above fltLimit |Z|, along the backdrop's own chroma, so that skin
 /// stays skin; and as for fltLeast from every colour, for no stage keeps the screen's light off what stands before it.
 /// Where there is cloth of the key's own hue, a tint of more than half of fltOwn is less and less taken for spill, one
-/// of more than fltOwn not at all. All 0 changes nothing.
+/// of more than fltOwn not at all. What glare (Glare.h) has added goes on top. All 0 changes nothing.
 struct LIMIT_RULES
 {
     float arrX[3]; ///< the key's forms
     float arrZ[3];
     float fltLimit;
     float fltLeast;   ///< levels of excess
+    float fltGlare;   ///< the same, for each step of glare, on top of all
     float fltOwn;     ///< the same
     float arrTake[3]; ///< per level of excess
     int32_t anX[3];   ///< the same for bytes: 64ths,
     int32_t anZ[3];
     int32_t nLimit; ///< 256ths, at most 32767,
     int32_t nLeast; ///< 16384ths,
+    int32_t nGlare;
     int32_t nOwn;
     int32_t anTake[3]; ///< and 1024ths, of 16 bits
 };
@@ -46,6 +48,8 @@ struct SOLID_RUN
     void* pOut;
     bool bWords; ///< pOut is of 16-bit words, else of bytes
     int nPixels;
+    /// What glare takes of each pixel, 16384ths of a level of excess; whole vectors are read.
+    const int32_t* pGlare;
 };
 
 /// What the maths of single pixels take that is the same for a whole picture and key. PIXEL_PLACE and Pixel_Alpha say
@@ -219,13 +223,14 @@ struct MIXED_RUN
     const float* arrBack[2];
     const float* arrFore[2];
     int nPlateWidth;
-    int nFirst;           ///< column of the first cell
-    bool bOddRow;         ///< of cells
-    int16_t* pPast;       ///< 16 numbers a cell, or null
-    const float* pCore;   ///< 16 numbers a cell: alpha is at least that; null: 0
-    const float* pKeep;   ///< 16 numbers a cell: how far the colour stays what it was, 0 to 1; null: 0
-    void* pOut;           ///< four rows of pixels: B, G, R, A, bytes or, where bWords, 16-bit words
-    ptrdiff_t nOutStride; ///< bytes
+    int nFirst;            ///< column of the first cell
+    bool bOddRow;          ///< of cells
+    const uint8_t* pGlare; ///< steps of glare, a number a cell
+    int16_t* pPast;        ///< 16 numbers a cell, or null
+    const float* pCore;    ///< 16 numbers a cell: alpha is at least that; null: 0
+    const float* pKeep;    ///< 16 numbers a cell: how far the colour stays what it was, 0 to 1; null: 0
+    void* pOut;            ///< four rows of pixels: B, G, R, A, bytes or, where bWords, 16-bit words
+    ptrdiff_t nOutStride;  ///< bytes
     bool bWords;
 };
 

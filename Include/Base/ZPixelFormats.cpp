@@ -34,8 +34,8 @@ constexpr PIXEL_FORMAT c_arrFormats[] = {
     {"Y444",   eZFCC_Y444,   24, false, true,  true,  true,  false, {{1,1},{1,1}}, eIL_Planar, eZCh_UV,     eZT_422,    false},
     {"ARGB64", eZFCC_ARGB64, 64, true,  false, true,  true,  false, {{1,1},{1,1}}, eIL_ARGB64, eZCh_Packed, eZT_None,   true},
     {"RGBA32", eZFCC_RGBA32, 32, true,  false, true,  true,  true,  {{1,1},{1,1}}, eIL_RGBA32, eZCh_Packed, eZT_None,   true},
-    {"P010",   eZFCC_P010,   24, false, true,  true,  true,  false, {{1,2},{1,1}}, eIL_P010,   eZCh_Turns,  eZT_None,   true},
-    {"P210",   eZFCC_P210,   32, false, true,  true,  true,  false, {{1,1},{1,1}}, eIL_P010,   eZCh_Turns,  eZT_None,   true},
+    {"P010",   eZFCC_P010,   24, false, true,  true,  true,  false, {{1,2},{1,1}}, eIL_P010,   eZCh_Turns,  eZT_420Words, true},
+    {"P210",   eZFCC_P210,   32, false, true,  true,  true,  false, {{1,1},{1,1}}, eIL_P010,   eZCh_Turns,  eZT_422Words, true},
 };
 // clang-format on
 
@@ -133,6 +133,12 @@ eZTexture FCC_Texture(uint32_t _fccType)
 {
     const PIXEL_FORMAT* pFormat = FCC_Lookup(_fccType);
     return pFormat ? pFormat->eTexture : eZT_None;
+}
+
+bool FCC_HasTextureWords(uint32_t _fccType)
+{
+    const eZTexture eTexture = FCC_Texture(_fccType);
+    return eTexture == eZT_420Words || eTexture == eZT_422Words;
 }
 
 bool FCC_HasAlpha(uint32_t _fccType)

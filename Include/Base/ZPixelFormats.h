@@ -18,11 +18,13 @@ enum eZChroma : int32_t
 enum eZTexture : int32_t
 {
     eZT_None,
-    eZT_Pixels, ///< four bytes a texel, a texel a pixel
-    eZT_Pairs,  ///< four bytes a texel, a texel for two pixels of 4:2:2
-    eZT_Byte,   ///< one byte a texel, a texel a pixel
-    eZT_420,    ///< one byte a texel, the chroma planes below the luma plane, half its rows
-    eZT_422,    ///< the same, as many rows as the luma plane
+    eZT_Pixels,   ///< four bytes a texel, a texel a pixel
+    eZT_Pairs,    ///< four bytes a texel, a texel for two pixels of 4:2:2
+    eZT_Byte,     ///< one byte a texel, a texel a pixel
+    eZT_420,      ///< one byte a texel, the chroma planes below the luma plane, half its rows
+    eZT_422,      ///< the same, as many rows as the luma plane
+    eZT_420Words, ///< as eZT_420, with a word a texel
+    eZT_422Words, ///< as eZT_422, with a word a texel
 };
 
 /// One row of the pixel-format table: all that the system knows of a format. A new format is a row here, and where its
@@ -68,6 +70,8 @@ int32_t FCC_ChromaPlanes(uint32_t _fccType);
 int32_t FCC_SampleBytes(uint32_t _fccType);
 /// How a picture lies in a texture; eZT_None for an unknown code.
 eZTexture FCC_Texture(uint32_t _fccType);
+/// Whether that is planes of words.
+bool FCC_HasTextureWords(uint32_t _fccType);
 /// Whether pixels carry straight alpha of their own; false for an unknown code.
 bool FCC_HasAlpha(uint32_t _fccType);
 /// Whether colour cancel can write the format in place on the CPU; false for an unknown code.

@@ -27,8 +27,8 @@ enum eZFCopy : uint32_t
 
 /// The attachment that holds the picture of a frame in a texture (eZGPU_DX11Texture): an ID3D11Texture2D of the host's
 /// device, or an object of the GPU path around one. Whatever the record says, the texture's first row is the picture's
-/// top row. Packed 4:2:2 lies in B8G8R8A8, two pixels a texel; planar formats in one channel, the chroma planes below
-/// the luma plane, two rows of a half-width plane side by side.
+/// top row. Packed 4:2:2 lies in B8G8R8A8, two pixels a texel; planar formats in one channel, R8 or for words R16, the
+/// chroma planes below the luma plane, two rows of a half-width plane side by side.
 inline constexpr wchar_t c_wszFrameTexture[] = L"texture";
 
 /// One video frame: a picture with its properties, and named objects that travel with it.

@@ -90,6 +90,8 @@ TEST(DXHelpers, SizesInTexels)
         {{eZFCC_RGB8}, DXGI_FORMAT_R8_UNORM, {1919, 1079}, {720, 576}},
         {{eZFCC_NV12, eZFCC_YV12, eZFCC_I420}, DXGI_FORMAT_R8_UNORM, {1919, 1620}, {720, 864}},
         {{eZFCC_YV16, eZFCC_I422, eZFCC_Y422, eZFCC_Y444}, DXGI_FORMAT_R8_UNORM, {1919, 2158}, {720, 1152}},
+        {{eZFCC_P010}, DXGI_FORMAT_R16_UNORM, {1919, 1620}, {720, 864}},
+        {{eZFCC_P210}, DXGI_FORMAT_R16_UNORM, {1919, 2158}, {720, 1152}},
     };
     size_t nWithTexture = 0;
     for (const ROW& row : arrRows)

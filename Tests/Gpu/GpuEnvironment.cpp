@@ -65,6 +65,7 @@ size_t Gpu_TexelBytes(DXGI_FORMAT _eFormat)
         return 1;
     case DXGI_FORMAT_R16_UINT:
     case DXGI_FORMAT_R16_SINT:
+    case DXGI_FORMAT_R16_UNORM:
         return 2;
     case DXGI_FORMAT_R16G16B16A16_UINT:
     case DXGI_FORMAT_R16G16B16A16_UNORM:

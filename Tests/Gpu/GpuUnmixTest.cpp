@@ -178,7 +178,7 @@ constexpr int64_t c_nCostPixels = 160 * 96, c_nCostGrids = c_nCostPixels / 4 * 3
 constexpr COST_ROW c_arrCosts[] = {
     {eZFCC_ARGB32, false, 2, 9, c_nCostGrids + 4 * c_nCostPixels, 4 * c_nCostPixels},
     {eZFCC_UYVY, false, 2, 11, c_nCostGrids + 12 * c_nCostPixels, 4 * c_nCostPixels},
-    {eZFCC_ARGB32, true, 3, 10, c_nCostGrids, c_nCostPixels / 3 * 4},
+    {eZFCC_ARGB32, true, 3, 10, c_nCostGrids, c_nCostPixels / 3 * 7}, // every row is measured for fineness
     {eZFCC_NV12, true, 6, 20, c_nCostGrids, c_nCostPixels / 3 * 4},
 };
 
@@ -403,6 +403,12 @@ TEST_F(GpuUnmixObject, KeysTexturesAndSaysWhichItDoesNot)
     }
     EXPECT_EQ(log.Count("are not keyed with this format; hand them in in memory", eZLog_Error), 1u);
     EXPECT_EQ(log.Count("are not keyed with an odd number of lines in two fields; hand", eZLog_Error), 1u);
+    UINT nSupport = 0;
+    if (FAILED(Gpu_Device()->CheckFormatSupport(DXGI_FORMAT_NV12, &nSupport)) || nSupport == 0)
+        return; // this Direct3D has no textures of planes
+    Receive(Gpu_TextureFrame(Gpu_Texture(64, 32, DXGI_FORMAT_NV12).Get(), Gpu_Props(eZFCC_NV12, 64, 32)).Get());
+    EXPECT_EQ(log.Count("are not keyed with a Direct3D format of planes: a texture of one channel has", eZLog_Error),
+              1u);
 }
 
 } // namespace

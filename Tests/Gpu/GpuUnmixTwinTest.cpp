@@ -249,9 +249,12 @@ void ExpectPixels(const std::vector<uint8_t>& _vecBytes, const std::function<UNM
 
 TEST_F(GpuUnmixTwin, Cells)
 {
+    constexpr int c_nRows = 6 + 2 + 3; // of cells; with pixels for the noise; with pixels of every second row
+    m_twin.constants.anGrid[2] = c_nRows;
+    m_twin.constants.anGrid[3] = 2;
     TWIN_PASS pass = Pass(UnmixCellsShader_Text(), {Picture()}, DXGI_FORMAT_R32G32B32A32_UINT);
     pass.nWidth = c_nTwinCells;
-    pass.nHeight = 2 * (6 + 2);
+    pass.nHeight = 2 * c_nRows;
     Check(pass, 1, [&](const std::vector<uint8_t>& _vecBytes) {
         const auto vecTexels = NumbersIn<std::array<uint32_t, 4>>(_vecBytes);
         for (int n = 0; n < static_cast<int>(vecTexels.size()); ++n)

@@ -48,14 +48,14 @@ TEST(NoticeTexture, IsDrawnOntoCopiesOfTheHostsAndOntoResults)
         size_t nBytes; ///< of a pixel in the texture, and which of them is looked at
         size_t nFirst;
         uint8_t nLetter;
-    } arrCases[] = {{eZFCC_ARGB32, 4, 0, 255}, {eZFCC_UYVY, 2, 1, 235}, {eZFCC_I420, 1, 0, 235}};
+    } arrCases[] = {
+        {eZFCC_ARGB32, 4, 0, 255}, {eZFCC_UYVY, 2, 1, 235}, {eZFCC_I420, 1, 0, 235}, {eZFCC_P010, 2, 1, 235}};
     for (const auto& format : arrCases)
     {
         SCOPED_TRACE(FCC_Name(format.fccType));
         const ZF_VID_PROPS vidProps = Gpu_Props(format.fccType, c_nWidth, c_nHeight);
         const D3D11_TEXTURE2D_DESC desc = DX_TextureDesc(vidProps);
-        const size_t cbTexel = desc.Format == DXGI_FORMAT_R8_UNORM ? 1 : 4;
-        const std::vector<uint8_t> vecBefore(cbTexel * desc.Width * desc.Height, 100);
+        const std::vector<uint8_t> vecBefore(Gpu_TexelBytes(desc.Format) * desc.Width * desc.Height, 100);
         const auto cpHosts = Gpu_Texture(desc.Width, desc.Height, desc.Format, vecBefore);
         const auto cpFrame = Gpu_TextureFrame(cpHosts.Get(), vidProps);
         CNotice notice("ZChromaKey");

@@ -94,7 +94,8 @@ inline std::vector<uint8_t> Gpu_Pixels(IZFFrame* _pFrame)
     for (int nPlane = 0; nPlane < 4 && vidPtr.lpVideoPlanes[nPlane]; ++nPlane)
     {
         const ZF_SIZE& szPlane = vidPtr.szVideoPlanes[nPlane];
-        const int64_t cbRow = nPlane ? szPlane.cx : Img_RowBytesUsed(vidProps.fccType, vidProps.nWidth);
+        const int64_t cbRow = nPlane ? int64_t{szPlane.cx} * FCC_SampleBytes(vidProps.fccType)
+                                     : Img_RowBytesUsed(vidProps.fccType, vidProps.nWidth);
         for (int nRow = 0; nRow < szPlane.cy; ++nRow)
         {
             const uint8_t* const pRow = Img_RowOf(vidPtr, nPlane, nRow);

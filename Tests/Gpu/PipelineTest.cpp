@@ -8,7 +8,8 @@ namespace
 {
 
 constexpr uint32_t c_arrPacked[] = {eZFCC_RGB32, eZFCC_ARGB32, eZFCC_RGB8, eZFCC_UYVY, eZFCC_HDYC, eZFCC_YUY2};
-constexpr uint32_t c_arrPlanar[] = {eZFCC_NV12, eZFCC_YV12, eZFCC_I420, eZFCC_YV16, eZFCC_I422, eZFCC_Y422, eZFCC_Y444};
+constexpr uint32_t c_arrPlanar[] = {eZFCC_NV12, eZFCC_YV12, eZFCC_I420, eZFCC_YV16, eZFCC_I422,
+                                    eZFCC_Y422, eZFCC_Y444, eZFCC_P010, eZFCC_P210};
 
 CZPtr<IZFFrame> Process(CCopyProcessor* _pProcessor, IZFFrame* _pFrame, HRESULT _hrExpected = S_OK,
                         bool _bFlush = false)
@@ -100,9 +101,9 @@ TEST(Pipeline, PlanesLieBelowEachOther)
     // planes in one block without padding lie as they lie in memory: half-width rows two and two
     for (uint32_t fccType : c_arrPlanar)
     {
-        const ZF_VID_PROPS vidProps = Gpu_Props(fccType, 6, 6, 6);
+        const ZF_VID_PROPS vidProps = Gpu_Props(fccType, 6, 6, Img_RowSize(fccType, 6));
         const auto cbPicture = static_cast<size_t>(VidProps_ImageSize(&vidProps));
-        EXPECT_EQ(cbPicture, 6u * static_cast<size_t>(DX_TexelHeight(fccType, 6)));
+        EXPECT_EQ(cbPicture, size_t{6} * static_cast<size_t>(FCC_SampleBytes(fccType) * DX_TexelHeight(fccType, 6)));
         const std::vector<uint8_t> vecBytes = Gpu_RandomBytes(cbPicture);
         EXPECT_EQ(Uploaded(vidProps, vecBytes, false), vecBytes);
     }

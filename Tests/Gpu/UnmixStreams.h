@@ -23,6 +23,7 @@ using BYTES = std::vector<uint8_t>;
 struct AGREEMENT
 {
     int nPixels = 0;
+    int nOff = 0;       ///< at all
     int nAlphaOff = 0;  ///< by more than a level
     int nColourOff = 0; ///< by more than two
     int nOutside = 0;   ///< either
@@ -36,6 +37,7 @@ struct AGREEMENT
             const auto Off = [&](size_t _c) { return std::abs(_vecGPU[n + _c] - _vecCPU[n + _c]); };
             const int nColour = std::max(Off(0), std::max(Off(1), Off(2)));
             ++nPixels;
+            nOff += nColour + Off(3) > 0;
             nAlphaOff += Off(3) > 1;
             nColourOff += nColour > 2;
             nOutside += Off(3) > 1 || nColour > 2;
@@ -155,8 +157,7 @@ inline BYTES PixelsIn(IZFFrame* _pFrame)
     return _pFrame ? Gpu_Read(Gpu_TextureIn(GPU_TextureOf(_pFrame).Get()).Get()) : BYTES();
 }
 
-/// The scene with grain of each channel by itself: else its chroma would be taken for one that was shared, and textures
-/// are not asked.
+/// The scene with grain of each channel by itself: else its chroma would be taken for one that was shared.
 inline SCENE Grained(SCENE _scene)
 {
     CRandom rnd(9);
@@ -180,12 +181,26 @@ inline SCENE Moving(int _nFrame, int _nWidth = 157, int _nHeight = 91)
     return scene;
 }
 
+/// Bits below those of bytes, for samples that were made of bytes.
+inline void LowBitsSet(CZFrame* _pFrame)
+{
+    CRandom rnd(4);
+    const ZF_VID_PTR vidPtr = PtrOf(_pFrame, eZFP_Write);
+    for (int nPlane = 0; nPlane < 2; ++nPlane)
+        for (int y = 0; y < vidPtr.szVideoPlanes[nPlane].cy; ++y)
+            for (int x = 0; x < vidPtr.szVideoPlanes[nPlane].cx; ++x)
+                *(Img_RowOf(vidPtr, nPlane, y) + ptrdiff_t{2} * x) |= static_cast<uint8_t>(rnd() << 6);
+}
+
 /// A scene in memory as a format's samples.
 inline CZPtr<CZFrame> SamplesOf(const SCENE& _scene, uint32_t _fccType, int _eInterlace)
 {
     const bool bRGB = FCC_IsRGB(_fccType);
-    return TestFrame_Of(_scene.vecBGRA, _fccType, _scene.nWidth, bRGB ? -_scene.nHeight : _scene.nHeight, nullptr,
-                        _eInterlace);
+    auto cpFrame = TestFrame_Of(_scene.vecBGRA, _fccType, _scene.nWidth, bRGB ? -_scene.nHeight : _scene.nHeight,
+                                nullptr, _eInterlace);
+    if (FCC_SampleBytes(_fccType) > 1)
+        LowBitsSet(cpFrame.Get());
+    return cpFrame;
 }
 
 inline UNMIX_INPUT InputOf(CZFrame* _pFrame)

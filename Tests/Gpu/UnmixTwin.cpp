@@ -197,12 +197,19 @@ double UNMIX_TWIN::CoreAt(const PLACE& _place) const
 
 std::array<uint32_t, 4> UNMIX_TWIN::Cell(int _nX, int _nRow) const
 {
-    const int nCellRows = constants.anGrid[1], nRows = nCellRows + (nCellRows + 1) / 3;
-    const int nField = _nRow / nRows, nY = _nRow % nRows;
+    const int nCellRows = constants.anGrid[1], nRows = constants.anGrid[2];
+    const int nField = _nRow / nRows, nY = _nRow % nRows, nFine = nY - nCellRows - (nCellRows + 1) / 3;
     const auto Packed = [](const PIXEL& _p) {
         return static_cast<uint32_t>(_p[0]) | static_cast<uint32_t>(_p[1]) << 8 | static_cast<uint32_t>(_p[2]) << 16 |
                static_cast<uint32_t>(_p[3]) << 24;
     };
+    const auto At = [&](int _nInCellX, int _nInCellY) {
+        return Packed(
+            BytesAt(4 * (nFine % 3 + _nX / 2 * 3) + _nInCellX, 4 * nFine * constants.anGrid[3] + _nInCellY, nField));
+    };
+    if (nFine >= 0)
+        return _nX % 2 ? std::array{At(1, 0), At(1, 2), At(1, 3), 0u}
+                       : std::array{At(0, 1), At(1, 1), At(2, 1), At(3, 1)};
     if (nY >= nCellRows)
     {
         const int nLine = 4 * (3 * (nY - nCellRows) + 1);

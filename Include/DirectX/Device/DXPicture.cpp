@@ -32,9 +32,11 @@ int32_t DX_PictureHeight(uint32_t _fccType, int32_t _nTexelHeight)
     switch (FCC_Texture(_fccType))
     {
     case eZT_420:
+    case eZT_420Words:
         Z_VERIFY(_nTexelHeight * 2 % 3 == 0);
         return static_cast<int32_t>(int64_t{_nTexelHeight} * 2 / 3);
     case eZT_422:
+    case eZT_422Words:
         Z_VERIFY(_nTexelHeight % 2 == 0);
         return _nTexelHeight / 2;
     default:
@@ -46,9 +48,11 @@ int32_t DX_TexelHeight(uint32_t _fccType, int32_t _nPictureHeight)
 {
     switch (FCC_Texture(_fccType))
     {
-    case eZT_420: // an odd picture takes the room of the next even one, as its chroma planes do
+    case eZT_420:
+    case eZT_420Words: // an odd picture takes the room of the next even one, as its chroma planes do
         return (_nPictureHeight + _nPictureHeight % 2) / 2 * 3;
     case eZT_422:
+    case eZT_422Words:
         return _nPictureHeight * 2;
     default:
         return _nPictureHeight;
@@ -69,6 +73,9 @@ DXGI_FORMAT DX_TextureFormat(uint32_t _fccType)
     case eZT_Pixels:
     case eZT_Pairs:
         return DXGI_FORMAT_B8G8R8A8_UNORM;
+    case eZT_420Words:
+    case eZT_422Words:
+        return DXGI_FORMAT_R16_UNORM;
     default:
         return DXGI_FORMAT_R8_UNORM;
     }

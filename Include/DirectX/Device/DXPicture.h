@@ -17,7 +17,8 @@ int32_t DX_TexelHeight(uint32_t _fccType, int32_t _nPictureHeight);
 /// Texels per row: packed 4:2:2 has two pixels a texel (rounded up), every other format one.
 int32_t DX_TexelWidth(uint32_t _fccType, int32_t _nWidth);
 /// The texture format of a pixel format: B8G8R8A8_UNORM for RGB32, ARGB32 and packed 4:2:2 (UYVY, HDYC, YUY2),
-/// R8_UNORM for RGB8 and planar 4:2:0 and 4:2:2; DXGI_FORMAT_UNKNOWN for formats without a texture form.
+/// R8_UNORM for RGB8 and planar 4:2:0 and 4:2:2; R16_UNORM for P010 and P210, whose words are the texels;
+/// DXGI_FORMAT_UNKNOWN for formats without a texture form.
 DXGI_FORMAT DX_TextureFormat(uint32_t _fccType);
 /// Whether textures of the format hold YUV as far as Direct3D can tell (NV12 and its kin; not packed into BGRA).
 bool DX_IsYUV(DXGI_FORMAT _eFormat);

@@ -48,10 +48,16 @@ int64_t FieldRow(int64_t _nRow, int64_t _nHeight)
     return _nRow >= nField * 2 ? _nRow : _nRow / 2 + (_nRow % 2) * nField;
 }
 
+/// Of a format's texture.
+int64_t TexelBytes(uint32_t _fccType)
+{
+    const DXGI_FORMAT eFormat = DX_TextureFormat(_fccType);
+    return eFormat == DXGI_FORMAT_R8_UNORM ? 1 : eFormat == DXGI_FORMAT_R16_UNORM ? 2 : 4;
+}
+
 void CopyPlane0(const CRowCopier& _copier, const ZF_VID_PROPS& _vidProps, bool _bFields)
 {
-    const int64_t cbTexel = DX_TextureFormat(_vidProps.fccType) == DXGI_FORMAT_R8_UNORM ? 1 : 4;
-    const int64_t cbRow = cbTexel * DX_TexelWidth(_vidProps.fccType, _vidProps.nWidth);
+    const int64_t cbRow = TexelBytes(_vidProps.fccType) * DX_TexelWidth(_vidProps.fccType, _vidProps.nWidth);
     const int64_t nHeight = std::abs(int64_t{_vidProps.nHeight});
     for (int64_t nRow = 0; nRow < nHeight; ++nRow)
         _copier.Copy(0, nRow, _bFields ? FieldRow(nRow, nHeight) : nRow, 0, cbRow);
@@ -63,7 +69,7 @@ void CopyChroma(const CRowCopier& _copier, const ZF_VID_PROPS& _vidProps)
     const int64_t nHeight = _vidProps.nHeight;
     const int64_t nRows = nHeight / FCC_Subsampling(_vidProps.fccType, 1).cy;
     const int64_t nPlanes = FCC_ChromaPlanes(_vidProps.fccType);
-    const int64_t cbRow = _vidProps.nWidth / nPlanes;
+    const int64_t cbRow = TexelBytes(_vidProps.fccType) * _vidProps.nWidth / nPlanes;
     const int64_t nSideBySide = nPlanes;
     for (int64_t n = 0; n < nPlanes * nRows; ++n)
         _copier.Copy(static_cast<int>(1 + n / nRows), n % nRows, nHeight + n / nSideBySide, n % nSideBySide * cbRow,

@@ -98,7 +98,8 @@ std::optional<PLANAR_LAYOUT> Shader_PlanarLayout(uint32_t _fccType)
 {
     const eZChroma eChroma = FCC_Chroma(_fccType);
     const ZF_SIZE szSample = FCC_Subsampling(_fccType, 1);
-    if (eChroma == eZCh_Packed || FCC_Texture(_fccType) == eZT_None || szSample.cx * szSample.cy == 1)
+    if (eChroma == eZCh_Packed || FCC_Texture(_fccType) == eZT_None || FCC_HasTextureWords(_fccType) ||
+        szSample.cx * szSample.cy == 1)
         return {};
     return PLANAR_LAYOUT{eChroma == eZCh_Turns, eChroma == eZCh_VU, szSample.cy == 2};
 }

@@ -40,7 +40,7 @@ struct PLANAR_LAYOUT
     bool bVFirst;
     bool bHalfHeight; ///< chroma has one row for two rows of luma
 };
-/// Empty for any other format, and for eZFCC_Y422 and eZFCC_Y444, which no shader reads or writes.
+/// Empty for any other format, for planes of words, and for eZFCC_Y422 and eZFCC_Y444, which no shader reads or writes.
 std::optional<PLANAR_LAYOUT> Shader_PlanarLayout(uint32_t _fccType);
 /// "uint3 ChromaOf( uint n, uint nStride, uint nHeight )": whose sample byte n after the luma is: its column and row
 /// in the chroma's own raster; z: 0 = V, 1 = U. nHeight: of the picture.

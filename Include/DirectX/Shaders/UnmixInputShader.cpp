@@ -78,12 +78,26 @@ uint Packed( int4 bytes )
     return uint( bytes.x ) | uint( bytes.y ) << 8 | uint( bytes.z ) << 16 | uint( bytes.w ) << 24;
 }
 
+// Pixels of a cell along a row and along a column; two texels have them.
+uint4 LinePixels( int nTexel, int nRow, int nField )
+{
+    int2 first = 4 * int2( nRow % 3 + 3 * ( nTexel >> 1 ), nRow * grid.w );
+    if( ( nTexel & 1 ) == 0 )
+        return uint4( Packed( BytesAt( first + int2( 0, 1 ), nField ) ), Packed( BytesAt( first + 1, nField ) ),
+                      Packed( BytesAt( first + int2( 2, 1 ), nField ) ),
+                      Packed( BytesAt( first + int2( 3, 1 ), nField ) ) );
+    return uint4( Packed( BytesAt( first + int2( 1, 0 ), nField ) ), Packed( BytesAt( first + int2( 1, 2 ), nField ) ),
+                  Packed( BytesAt( first + int2( 1, 3 ), nField ) ), 0 );
+}
+
 uint4 PS( PS_INPUT input ) : SV_Target
 {
     int2 pos = int2( input.Pos.xy );
-    int nRows = grid.y + ( grid.y + 1 ) / 3;
-    int nField = pos.y / nRows;
-    int nRow = pos.y - nField * nRows;
+    int nField = pos.y / grid.z;
+    int nRow = pos.y - nField * grid.z;
+    int nAfter = nRow - grid.y - ( grid.y + 1 ) / 3;
+    if( nAfter >= 0 )
+        return LinePixels( pos.x, nAfter, nField );
     if( nRow >= grid.y )
     {
         int2 first = int2( 4 * pos.x, 4 * ( 3 * ( nRow - grid.y ) + 1 ) );
@@ -125,9 +139,15 @@ int BelowLuma( int nTexel )
 {
     return PlaneAt( int2( nTexel % picture.x, picture.y + nTexel / picture.x ) );
 }
+int PixelLuma( int4 bytes )
+{
+    return planes.y * bytes.x + planes.z * bytes.y + planes.w * bytes.z;
+}
 // Of the frame.
 int LumaAt( int2 pos )
 {
+    if( planes.x == 2 )
+        return PixelLuma( BytesAt( int2( pos.x, pos.y / picture.z ), pos.y % picture.z ) );
     if( planes.x != 0 )
         return PlaneAt( pos );
     return ByteOf( txPlanes.Load( int3( pos.x >> 1, pos.y, 0 ) ), planes.y + 2 * ( pos.x & 1 ) );
@@ -191,6 +211,27 @@ bool IsNeeded( int2 first, int2 last, int nField )
     return bNeeded;
 }
 
+int2 PixelChroma( int2 at, int nField )
+{
+    int2 sum = int2( 0, 0 );
+    for( int y = 0; y < chroma.z; y++ )
+    {
+        for( int x = 0; x < 2; x++ )
+        {
+            int4 bytes = BytesAt( int2( 2 * at.x + x, chroma.z * at.y + y ), nField );
+            sum += ( bytes.xz << 14 ) - PixelLuma( bytes );
+        }
+    }
+    return sum;
+}
+int2 ChromaOf( int2 at, int nField )
+{
+    int nRows = ( chroma.y + picture.z - 1 - nField ) / picture.z;
+    int2 inside = int2( clamp( at.x, 0, chroma.x - 1 ), clamp( at.y, 0, nRows - 1 ) );
+    if( planes.x == 2 )
+        return PixelChroma( inside, nField );
+    return ChromaAt( int2( inside.x, inside.y * picture.z + nField ) );
+}
 float LumaOf( int2 pos, int nField )
 {
     int2 at = int2( clamp( pos.x, 0, picture.x - 1 ), clamp( pos.y, 0, FieldRows( nField ) - 1 ) );
@@ -202,9 +243,7 @@ float3 SampleAt( int2 at, int nField )
     float luma = LumaOf( pos, nField ) + LumaOf( pos + int2( 1, 0 ), nField );
     if( chroma.z == 2 )
         luma += LumaOf( pos + int2( 0, 1 ), nField ) + LumaOf( pos + int2( 1, 1 ), nField );
-    int nRows = ( chroma.y + picture.z - 1 - nField ) / picture.z;
-    int2 uv = ChromaAt( int2( clamp( at.x, 0, chroma.x - 1 ), clamp( at.y, 0, nRows - 1 ) * picture.z + nField ) );
-    return float3( luma * scaleLuma.z, float2( uv ) * scaleBlue.xz + scaleBlue.yw );
+    return float3( luma * scaleLuma.z, float2( ChromaOf( at, nField ) ) * scaleBlue.xz + scaleBlue.yw );
 }
 )";
 
@@ -318,8 +357,13 @@ uint4 PS( PS_INPUT input ) : SV_Target
     REBUILT far = ColumnAt( nColumn + 2 * ( pos.x & 1 ) - 1, pos.y, nField );
     REBUILT rebuilt = Nearer( near, far ); // two calls inside of a third go wrong with one of the compilers
     float luma = LumaOf( pos, nField );
-    float2 uv = rebuilt.value.yz + rebuilt.factors * ( luma - rebuilt.value.x );
-    float3 bgr = float3( luma + uv.x, luma - dot( uv, green.xy ), luma + uv.y );
+    float2 uv = rebuilt.factors * ( luma - rebuilt.value.x );
+    float3 base = float3( luma, luma, luma );
+    if( chroma.w != 0 )
+        base = float3( BytesAt( pos, nField ).xyz ) * 64.0 + 0.5;
+    else
+        uv += rebuilt.value.yz;
+    float3 bgr = base + float3( uv.x, -dot( uv, green.xy ), uv.y );
     return uint4( uint3( clamp( bgr, 0.0, 255.0 * 64.0 + 0.5 ) ), 255 * 64 );
 }
 )";

@@ -42,13 +42,14 @@ struct UNMIX_SHADER_PROTECTED
     float arrOne[4];    ///< 1 over the half axes; of value, in levels
 };
 
-/// How samples of YUV lie in a texture, and what is made of them: the numbers of IMG_YUV_COEF and CHROMA_JOB.
+/// How samples of YUV, or pixels that were made of such, lie in a texture, and what is made of them: the numbers of
+/// IMG_YUV_COEF and CHROMA_JOB.
 struct UNMIX_SHADER_SAMPLES
 {
     /// 0: packed, and the bytes of the first Y, of U and of V in a texel; 1: planes, and the texels of U and V after
-    /// the luma.
+    /// the luma; 2: pixels B, G, R whose chroma was shared once, and the weights of these in luma, in 16384ths.
     int32_t anPlanes[4];
-    int32_t anChroma[4]; ///< columns and rows; luma rows that share one; nothing
+    int32_t anChroma[4]; ///< columns and rows; luma rows that share one; 1: pixels keep the chroma of their own
     /// Planes: from a row of chroma to the next, and from a sample to the next; 255 or 65535; bits to be shifted out.
     int32_t anTexels[4];
     int32_t anFromLuma[4];   ///< nY, nBlack, nRV, nothing
@@ -66,9 +67,11 @@ inline constexpr int32_t c_nUnmixShaderKeys = 16;
 struct UNMIX_CONSTANTS
 {
     int32_t anPicture[4]; ///< width, height, fields; 1: its alpha counts
-    int32_t anGrid[4];    ///< columns and rows of cells in a field, columns and rows of plate cells in one
-    int32_t anFilter[4];  ///< nNear; 1: there are differences of the frame before; 1: the picture of before; nTimeNear
-    float arrClips[4];    ///< least clips; 1: colours are unmixed in squares
+    /// Columns and rows of cells in a field; columns and rows of plate cells in one, or where cells are made, the rows
+    /// of texels for a field and from one row of cells to the next whose pixels are wanted.
+    int32_t anGrid[4];
+    int32_t anFilter[4]; ///< nNear; 1: there are differences of the frame before; 1: the picture of before; nTimeNear
+    float arrClips[4];   ///< least clips; 1: colours are unmixed in squares
     /// Protected colours; the view, by its number; eUnmixAfter; 1: colours are multiplied by alpha in the end.
     int32_t anMore[4];
     int32_t anDeep[4]; ///< 1: t9 is there; 1: solid cells are in it as well; steps of a level in the result, 1 or 257
@@ -103,16 +106,19 @@ enum eUnmixCell : uint32_t
 ///
 /// For each field a row of texels for each row of cells: sums of B and G, of R and A, in halves; the least; the
 /// greatest. Then one for each third row of cells from the second on: the first pixel of each cell and the one two to
-/// its right, of its first line.
+/// its right, of its first line. Then as many as are left, one for each n-th row of cells, two texels for each third
+/// cell of it, in the k-th of them from cell k % 3 on: the cell's second line; the first, third and last pixel of its
+/// second column.
 std::string UnmixCellsShader_Text();
 
 /// A picture in YUV as the CPU's reader of rows makes bytes of it: B8G8R8A8. t5: its samples, packed or in planes one
 /// below the other (DX_TextureDesc).
 std::string UnmixOpenShader_Text();
 /// The factors between chroma and luma (Chroma.h): R32G32_FLOAT, those of blue and red. For each field its rows of
-/// samples, with one more on each side, as of the columns. t1: cells; t2: the backdrop plate; t5: as above.
+/// samples, with one more on each side, as of the columns. t1: cells; t2: the backdrop plate; t5: as above, or t0:
+/// pixels whose chroma was shared once.
 std::string UnmixFactorsShader_Text();
-/// The picture in 64ths of a level, for t9 below: R16G16B16A16_UINT. t1, t5: as above; t6: the factors.
+/// The picture in 64ths of a level, for t9 below: R16G16B16A16_UINT. t0, t1, t5: as above; t6: the factors.
 std::string UnmixDeepShader_Text();
 
 /// The differences of mixed pixels as the next frame wants them, over those of the backdrop in 8192ths: R16_SINT, of

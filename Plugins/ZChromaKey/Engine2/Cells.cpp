@@ -1,6 +1,8 @@
 #include "ZChromaKey/Engine2/Cells.h"
 
+#include "Base/ZPixelFormats.h"
 #include "Base/ZVideoProps.h"
+#include "ZChromaKey/Engine2/Fineness.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -26,12 +28,16 @@ void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UN
     }
 }
 
-int Cells_InputRows(const ZF_VID_PROPS& _vidProps)
+CELL_INPUT_ROWS Cells_InputRows(const ZF_VID_PROPS& _vidProps)
 {
     const int nHeight = std::abs(_vidProps.nHeight);
-    const int nFields = nHeight > 1 && VidProps_FieldOrder(&_vidProps) != 0 ? 2 : 1;
-    const int nCellRows = ((nHeight + nFields - 1) / nFields + c_nCell - 1) / c_nCell;
-    return nFields * (nCellRows + (nCellRows + 1) / 3);
+    CELL_INPUT_ROWS rows = {};
+    rows.nFields = nHeight > 1 && VidProps_FieldOrder(&_vidProps) != 0 ? 2 : 1;
+    rows.nCells = ((nHeight + rows.nFields - 1) / rows.nFields + c_nCell - 1) / c_nCell;
+    rows.nNoise = (rows.nCells + 1) / 3;
+    rows.nFineStep = Fineness_RowStep(rows.nCells);
+    rows.nFine = FCC_IsRGB(_vidProps.fccType) ? (rows.nCells + rows.nFineStep - 1) / rows.nFineStep : 0;
+    return rows;
 }
 
 void Cells_TakePass(const uint8_t* _pCells0, ptrdiff_t _nStride, UNMIX_CELLS& _cells, uint8_t* _pChanged, int _nFirst,

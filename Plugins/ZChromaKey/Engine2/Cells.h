@@ -32,8 +32,25 @@ struct UNMIX_PICTURE
 void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged,
                 int _nFirst, int _nRows);
 
-/// How many rows an UNMIX_CELL_INPUT has for a picture.
-int Cells_InputRows(const ZF_VID_PROPS& _vidProps);
+/// The rows that an UNMIX_CELL_INPUT has for each field of a picture.
+struct CELL_INPUT_ROWS
+{
+    int nFields;
+    int nCells;    ///< rows of cells
+    int nNoise;    ///< rows with pixels that noise is measured in
+    int nFine;     ///< rows with pixels that fineness is measured in: of RGB
+    int nFineStep; ///< rows of cells from one of the latter to the next
+
+    int OfField() const
+    {
+        return nCells + nNoise + nFine;
+    }
+    int All() const
+    {
+        return nFields * OfField();
+    }
+};
+CELL_INPUT_ROWS Cells_InputRows(const ZF_VID_PROPS& _vidProps);
 /// The same out of cells that were made elsewhere, 16 bytes each as UNMIX_CELL_INPUT has them. _pCells0: the first row
 /// of the field.
 void Cells_TakePass(const uint8_t* _pCells0, ptrdiff_t _nStride, UNMIX_CELLS& _cells, uint8_t* _pChanged, int _nFirst,

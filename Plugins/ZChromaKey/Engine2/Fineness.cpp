@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 namespace
 {
@@ -74,10 +75,35 @@ void Learn(const FINENESS_SUMS::AXIS& _seen, FINENESS_MEANS* _pMeans)
 
 } // namespace
 
+int Fineness_RowStep(int _nCellRows)
+{
+    return std::max(_nCellRows / c_nRowsEnough, 1);
+}
+
+void Fineness_TakePixels(const uint8_t* _pPixels0, ptrdiff_t _nStride, const UNMIX_CELLS& _cells,
+                         const UNMIX_PICTURE& _picture, uint8_t* _pRow0)
+{
+    const int nEveryRow = Fineness_RowStep(_cells.nHeight);
+    for (int y = 0; (y + 1) * c_nCell <= _picture.nHeight; y += nEveryRow, _pPixels0 += _nStride)
+    {
+        const uint8_t* pFrom = _pPixels0;
+        const uint8_t* const pEnd = pFrom + ptrdiff_t{16} * _cells.nWidth;
+        for (int x = y / nEveryRow % c_nEvery; (x + 1) * c_nCell <= _picture.nWidth && pFrom + 32 <= pEnd;
+             x += c_nEvery, pFrom += 32)
+        {
+            uint8_t* const pTo = _pRow0 + y * c_nCell * _picture.nStride + ptrdiff_t{4} * c_nCell * x;
+            std::memcpy(pTo + _picture.nStride, pFrom, 16);
+            std::memcpy(pTo + 4, pFrom + 16, 4);
+            std::memcpy(pTo + 2 * _picture.nStride + 4, pFrom + 20, 4);
+            std::memcpy(pTo + 3 * _picture.nStride + 4, pFrom + 24, 4);
+        }
+    }
+}
+
 void Fineness_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_PICTURE& _picture, int _nFirst,
                    int _nRows)
 {
-    const int nEveryRow = std::max(_field.cells.nHeight / c_nRowsEnough, 1);
+    const int nEveryRow = Fineness_RowStep(_field.cells.nHeight);
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
         FINENESS_SUMS sums;
@@ -115,4 +141,14 @@ CHROMA_FINENESS Fineness_Of(const UNMIX_STATE& _state)
         return {1, bRowsShare, true};
     const float fltOver = c_fltNotShared - Ratio(fineness.across);
     return {Clamp01(fltOver / (c_fltNotShared - c_fltShared)), bRowsShare, false};
+}
+
+UNMIX_SAMPLES Fineness_Samples(const UNMIX_STATE& _state, const UNMIX_PICTURE& _picture)
+{
+    constexpr float c_fltGain = .5f; // a part of it is in chroma that has been made smooth
+    const CHROMA_FINENESS fineness = Fineness_Of(_state);
+    if (fineness.fltShared <= 0)
+        return {};
+    return Chroma_PixelSamples(_picture, fineness.bRowsShare, !fineness.bRepeated,
+                               fineness.bRepeated ? 1.0f : c_fltGain * fineness.fltShared);
 }

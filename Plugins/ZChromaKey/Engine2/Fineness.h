@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ZChromaKey/Engine2/Cells.h"
+#include "ZChromaKey/Engine2/Chroma.h"
 
 /// Whether chroma of pictures in RGB is as fine as their luma.
 ///
@@ -15,6 +15,11 @@
 /// Rows of cells: the differences in some of their mixed cells, to vecFineness.
 void Fineness_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_PICTURE& _picture, int _nFirst,
                    int _nRows);
+/// How many rows of cells there are from one that is measured to the next, in a field of so many.
+int Fineness_RowStep(int _nCellRows);
+/// Puts the pixels that an UNMIX_CELL_INPUT has for this to their places in a picture.
+void Fineness_TakePixels(const uint8_t* _pPixels0, ptrdiff_t _nStride, const UNMIX_CELLS& _cells,
+                         const UNMIX_PICTURE& _picture, uint8_t* _pRow0);
 /// Adds those of a picture to those of the stream, which count an eighth less with every picture.
 void Fineness_Learn(UNMIX_STATE& _state);
 
@@ -26,3 +31,5 @@ struct CHROMA_FINENESS
     bool bRepeated = false;  ///< and is the same for all pixels that shared it, or nearly
 };
 CHROMA_FINENESS Fineness_Of(const UNMIX_STATE& _state);
+/// The samples of a picture in RGB that luma's detail makes better; eNone: it is fine enough.
+UNMIX_SAMPLES Fineness_Samples(const UNMIX_STATE& _state, const UNMIX_PICTURE& _picture);

@@ -60,7 +60,10 @@ HRESULT Unmix_Open(UNMIX_STATE& _state, const UNMIX_INPUT& _input, IRowRunner& _
 
 /// The cells of a picture that is not in memory. Rows of 16 bytes a cell: sums of B, G, R and A as 16-bit numbers, the
 /// least of the four, the greatest. For each field its rows of cells; then one for each third of them from the second
-/// on, with the first pixel of each cell's first line and the one two to its right: noise is measured between these.
+/// on, with the first pixel of each cell's first line and the one two to its right: noise is measured between these;
+/// then, of RGB, one for each row of cells that fineness is measured in, with two places for each third cell, the first
+/// of these turning with the row: the second line of the cell, and of its second column the first, third and last
+/// pixel.
 struct UNMIX_CELL_INPUT
 {
     ZF_VID_PROPS vidProps; ///< B, G, R and A that counts, or does not

@@ -1,3 +1,4 @@
+#include "Base/ZPixelFormats.h"
 #include "ZChromaKey/Engine2/Bodies.h"
 #include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Classes.h"
@@ -169,7 +170,9 @@ void MeasureFineness(const UNMIX_RUN& _run)
     UNMIX_STATE& state = _run.state;
     const bool bFirstHeld = UnmixRun_IsHeld(state, state.setup) && state.nFrames == 0;
     const bool bLearns = !UnmixRun_IsHeld(state, state.setup) && !state.bSeen;
-    if (_run.samples.eLayout != UNMIX_SAMPLES::eNone || _run.pCells || !(bLearns || bFirstHeld))
+    const bool bShares =
+        _run.samples.eLayout != UNMIX_SAMPLES::eNone || (_run.pCells && !FCC_IsRGB(_run.pCells->vidProps.fccType));
+    if (bShares || !(bLearns || bFirstHeld))
         return;
     if (bFirstHeld && _run.nField == 0)
         state.fineness = {};
@@ -194,13 +197,15 @@ void TakeCells(const UNMIX_RUN& _run)
 {
     UNMIX_CELLS& cells = _run.field.cells;
     const ptrdiff_t nStride = _run.pCells->nStride;
-    const uint8_t* const pCells0 =
-        _run.pCells->pRow0 + _run.nField * (cells.nHeight + (cells.nHeight + 1) / 3) * nStride;
+    const CELL_INPUT_ROWS rows = Cells_InputRows(_run.pCells->vidProps);
+    const uint8_t* const pCells0 = _run.pCells->pRow0 + _run.nField * rows.OfField() * nStride;
+    uint8_t* const pPicture0 = _run.state.vecPicture.data() + ptrdiff_t{4} * _run.nField * _run.picture.nWidth;
     _run.CellRows([&](int _nFirst, int _nRows) {
         Cells_TakePass(pCells0, nStride, cells, _run.state.vecChanged.data(), _nFirst, _nRows);
     });
-    Cells_TakePixels(pCells0 + cells.nHeight * nStride, nStride, cells, _run.picture,
-                     _run.state.vecPicture.data() + ptrdiff_t{4} * _run.nField * _run.picture.nWidth);
+    Cells_TakePixels(pCells0 + rows.nCells * nStride, nStride, cells, _run.picture, pPicture0);
+    if (rows.nFine > 0)
+        Fineness_TakePixels(pCells0 + (rows.nCells + rows.nNoise) * nStride, nStride, cells, _run.picture, pPicture0);
 }
 
 // Of pixels that are still in the cache.

@@ -40,7 +40,7 @@ void CUnmixWork::Begin(const UNMIX_CELL_INPUT& _cells, const UNMIX_SETUP& _setup
     m_setup = _setup;
     // A worker that hangs must not read what the caller has let go of.
     const size_t cbRow = size_t{16} * static_cast<size_t>((_cells.vidProps.nWidth + c_nCell - 1) / c_nCell);
-    const int nRows = Cells_InputRows(_cells.vidProps);
+    const int nRows = Cells_InputRows(_cells.vidProps).All();
     m_vecCells.resize(cbRow * static_cast<size_t>(nRows));
     for (int y = 0; y < nRows; ++y)
         std::copy_n(_cells.pRow0 + y * _cells.nStride, cbRow, m_vecCells.data() + static_cast<size_t>(y) * cbRow);

@@ -51,14 +51,12 @@ void FinishPixels(const UNMIX_RUN& _run)
 
 UNMIX_RUN UnmixRun_WithSharedChroma(const UNMIX_RUN& _run)
 {
-    constexpr float c_fltGain = .5f; // a part of it is in chroma that has been made smooth
     UNMIX_RUN run = _run;
     UNMIX_STATE& state = run.state;
-    const CHROMA_FINENESS fineness = Fineness_Of(state);
-    if (run.samples.eLayout != UNMIX_SAMPLES::eNone || fineness.fltShared <= 0)
+    const UNMIX_SAMPLES samples = Fineness_Samples(state, run.picture);
+    if (run.samples.eLayout != UNMIX_SAMPLES::eNone || samples.eLayout == UNMIX_SAMPLES::eNone)
         return run;
-    run.samples = Chroma_PixelSamples(run.picture, fineness.bRowsShare, !fineness.bRepeated,
-                                      fineness.bRepeated ? 1.0f : c_fltGain * fineness.fltShared);
+    run.samples = samples;
     const ptrdiff_t nDeepStride = ptrdiff_t{4} * state.nWidth;
     state.vecDeep.resize(static_cast<size_t>(nDeepStride) * state.nHeight);
     run.picture.pDeep0 = state.vecDeep.data() + run.nField * nDeepStride;

@@ -26,10 +26,12 @@ std::vector<uint8_t> TexelsOf(const NOTICE_PLATE& _plate, uint32_t _fccType)
     const bool bPairs = eTexture == eZT_Pairs;
     const Z_PAIR_BYTES pair = bPairs ? Z_PairBytes(FCC_Layout(_fccType)) : Z_PAIR_BYTES{};
     const size_t nPixels = _plate.vecMask.size() / 4;
-    std::vector<uint8_t> vecTexels(bPairs ? 2 * nPixels : nPixels, 128);
+    const size_t cbPixel = bPairs || FCC_HasTextureWords(_fccType) ? 2 : 1;
+    std::vector<uint8_t> vecTexels(cbPixel * nPixels, 128);
     for (size_t n = 0; n < nPixels; ++n)
     {
-        const size_t nByte = bPairs ? n / 2 * 4 + static_cast<size_t>(n % 2 ? pair.nY1 : pair.nY0) : n;
+        const size_t nByte =
+            bPairs ? n / 2 * 4 + static_cast<size_t>(n % 2 ? pair.nY1 : pair.nY0) : cbPixel * n + cbPixel - 1;
         vecTexels[nByte] = _plate.vecMask[4 * n] == 255 ? c_nLetterLuma : c_nPlateLuma;
     }
     return vecTexels;

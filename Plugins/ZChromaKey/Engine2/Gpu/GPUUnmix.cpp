@@ -64,6 +64,7 @@ void GPUUnmix::FrameDrop()
     m_cpResult.Reset();
     m_cpDeep.Reset();
     m_cpDeepMade.Reset();
+    m_samples.reset();
     m_pLearner = nullptr;
     if (!Device()) // it was removed
         DeviceLeave();
@@ -231,8 +232,8 @@ HRESULT GPUUnmix::PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture, con
     HRESULT hr = GridsPut(_state);
     if (SUCCEEDED(hr))
         hr = AfterPut(_state);
-    if (SUCCEEDED(hr) && !IsPixels(VidPropsIn().fccType) && _state.nKeys > 0)
-        hr = DeepPasses();
+    if (SUCCEEDED(hr) && m_samples && _state.nKeys > 0)
+        hr = DeepPasses(_pPicture);
     const bool bPast = m_uploads.constants.anFilter[1];
     if (SUCCEEDED(hr) && bPast)
         hr = PastPass(_state, _pPicture);
@@ -380,7 +381,8 @@ HRESULT GPUUnmix::PicturePasses(ID3D11Texture2D* _pPicture)
 {
     UNMIX_STATE& state = m_pLearner->State();
     UnmixUploads_Fill(state, VidPropsIn().fccType == eZFCC_ARGB32, &m_uploads);
-    m_uploads.constants.samples = m_samples;
+    if (IsPixels(VidPropsIn().fccType))
+        PixelSamplesTake(state);
     const bool bEdges = UnmixUploads_Edges(state, &m_uploads);
     if (!bEdges)
         UnmixUploads_After(state, m_options.bPremultiply, &m_uploads);
@@ -397,10 +399,10 @@ HRESULT GPUUnmix::CellsLearn(IDX11Texture* _pPicture)
     const UNMIX_CONSTANTS constants = UnmixUploads_CellConstants(VidPropsIn(), VidPropsIn().fccType == eZFCC_ARGB32);
     ID3D11Texture2D* const arrInputs[] = {TextureIn(_pPicture).Get()}; // the picture outlives the pass
     CZPtr<IDX11Texture> cpCells;
-    const HRESULT hr =
-        Pass(eS_Cells, arrInputs, constants,
-             TargetOf(constants.anGrid[0], Cells_InputRows(VidPropsIn()), DXGI_FORMAT_R32G32B32A32_UINT, VidPropsIn()),
-             cpCells.Put());
+    const HRESULT hr = Pass(
+        eS_Cells, arrInputs, constants,
+        TargetOf(constants.anGrid[0], Cells_InputRows(VidPropsIn()).All(), DXGI_FORMAT_R32G32B32A32_UINT, VidPropsIn()),
+        cpCells.Put());
     if (FAILED(hr))
         return hr;
     return TexelsRead(cpCells.Get(), [&](const D3D11_MAPPED_SUBRESOURCE& _mapped) {

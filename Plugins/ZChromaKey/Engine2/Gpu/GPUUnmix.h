@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <span>
 
 /// The pixels of the second generation on the GPU. One frame at a time, from one thread at a time.
@@ -85,8 +86,10 @@ private:
     GPU_TARGET PixelTarget() const;
     /// Bytes B, G, R, A of the picture in YUV.
     HRESULT Opened(CZPtr<IDX11Texture>* _pcpPicture);
-    /// What is known better than these bytes: m_cpDeep.
-    HRESULT DeepPasses();
+    /// What is known better than these bytes, once they have taught: m_cpDeep.
+    HRESULT DeepPasses(ID3D11Texture2D* _pPicture);
+    /// Of a picture in RGB that was learned from: m_samples.
+    void PixelSamplesTake(const UNMIX_STATE& _state);
     HRESULT CellsLearn(IDX11Texture* _pPicture);
     HRESULT TexelsRead(IDX11Texture* _pTexture, const std::function<HRESULT(const D3D11_MAPPED_SUBRESOURCE&)>& _take);
     HRESULT PastEnsure(UNMIX_STATE& _state);
@@ -127,8 +130,8 @@ private:
     // Of the frame under way
     IUnmixLearner* m_pLearner = nullptr;
     ENGINE_GPU_OPTIONS m_options = {};
-    UNMIX_SHADER_SAMPLES m_samples = {}; ///< of a texture in YUV
-    CZPtr<IDX11Texture> m_cpDeepMade;    ///< keeps what was rendered from going back to the cache
-    CZPtr<ID3D11Texture2D> m_cpDeep;     ///< the picture in 64ths of a level; null: bytes are all that is known
+    std::optional<UNMIX_SHADER_SAMPLES> m_samples; ///< of a picture that bytes do not say all of
+    CZPtr<IDX11Texture> m_cpDeepMade;              ///< keeps what was rendered from going back to the cache
+    CZPtr<ID3D11Texture2D> m_cpDeep; ///< the picture in 64ths of a level; null: bytes are all that is known
     CZPtr<IDX11Texture> m_cpResult;
 };

@@ -2,13 +2,13 @@
 
 #include "Base/ZPixelFormats.h"
 
-/// Pictures in YUV: bytes are made of them, and pixels with the chroma rebuilt.
+/// Pictures in YUV, of which bytes are made, and pixels with the chroma rebuilt, of those in RGB as well.
 
 HRESULT GPUUnmix::Opened(CZPtr<IDX11Texture>* _pcpPicture)
 {
     m_samples = UnmixUploads_Samples(VidPropsIn(), m_options.eMatrix);
     UNMIX_CONSTANTS constants = UnmixUploads_CellConstants(VidPropsIn(), false);
-    constants.samples = m_samples;
+    constants.samples = *m_samples;
     const auto cpPlanes = TextureIn(TexIn());
     ID3D11Texture2D* const arrInputs[] = {nullptr, nullptr, nullptr, nullptr, nullptr, cpPlanes.Get()};
     CZPtr<IDX11Texture> cpPixels;
@@ -17,13 +17,27 @@ HRESULT GPUUnmix::Opened(CZPtr<IDX11Texture>* _pcpPicture)
     return hr;
 }
 
-HRESULT GPUUnmix::DeepPasses()
+void GPUUnmix::PixelSamplesTake(const UNMIX_STATE& _state)
+{
+    UNMIX_SHADER_SAMPLES samples;
+    if (UnmixUploads_PixelSamples(_state, &samples))
+        m_samples = samples;
+}
+
+HRESULT GPUUnmix::DeepPasses(ID3D11Texture2D* _pPicture)
 {
     UNMIX_CONSTANTS& constants = m_uploads.constants;
+    constants.samples = *m_samples;
     UnmixUploads_Deep(true, FCC_SampleBytes(VidPropsIn().fccType) > 1, false, &m_uploads);
-    const auto cpPlanes = TextureIn(TexIn());
-    ID3D11Texture2D* arrInputs[] = {
-        nullptr, m_gridCells.cpTexture.Get(), m_gridBack.cpTexture.Get(), nullptr, nullptr, cpPlanes.Get(), nullptr};
+    const auto cpSamples = TextureIn(TexIn());
+    const bool bPixels = cpSamples.Get() == _pPicture;
+    ID3D11Texture2D* arrInputs[] = {bPixels ? _pPicture : nullptr,
+                                    m_gridCells.cpTexture.Get(),
+                                    m_gridBack.cpTexture.Get(),
+                                    nullptr,
+                                    nullptr,
+                                    bPixels ? nullptr : cpSamples.Get(),
+                                    nullptr};
     const int nFields = constants.anPicture[2];
     const int nRows = (constants.samples.anChroma[1] + nFields - 1) / nFields + 2;
     GPU_TARGET target = {static_cast<uint32_t>(constants.samples.anChroma[0] + 2),

@@ -12,27 +12,35 @@
 namespace
 {
 
-/// Whether a texture has a line more than the record of its frame: records of interlaced pictures have even heights.
-bool IsOddFields(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps)
+/// The texture that a frame is in, as it says of itself; all 0: it is in none.
+D3D11_TEXTURE2D_DESC DescOf(IZFFrame* _pFrame)
 {
+    D3D11_TEXTURE2D_DESC desc = {};
     CZPtr<ID3D11Texture2D> cpTexture;
     const auto cpHost = GPU_TextureOf(_pFrame);
-    if (!cpHost || FAILED(cpHost->TextureGet(cpTexture.Put())) || VidProps_FieldOrder(&_vidProps) == 0)
-        return false;
-    D3D11_TEXTURE2D_DESC desc = {};
-    cpTexture->GetDesc(&desc);
-    return desc.Height == DX_TextureDesc(_vidProps).Height + 1;
+    if (cpHost && SUCCEEDED(cpHost->TextureGet(cpTexture.Put())))
+        cpTexture->GetDesc(&desc);
+    return desc;
+}
+
+/// Whether a texture has a line more than the record of its frame: records of interlaced pictures have even heights.
+bool IsOddFields(const D3D11_TEXTURE2D_DESC& _desc, const ZF_VID_PROPS& _vidProps)
+{
+    return VidProps_FieldOrder(&_vidProps) != 0 && _desc.Height == DX_TextureDesc(_vidProps).Height + 1;
 }
 
 /// What keeps a frame in a texture from being keyed; null: nothing.
 const char* RefusalOf(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps)
 {
     const uint32_t fccType = _vidProps.fccType;
-    if (IsOddFields(_pFrame, _vidProps))
+    const D3D11_TEXTURE2D_DESC desc = DescOf(_pFrame);
+    if (DX_IsYUV(desc.Format))
+        return "a Direct3D format of planes: a texture of one channel has them one below the other";
+    if (IsOddFields(desc, _vidProps))
         return "an odd number of lines in two fields";
     if (fccType == eZFCC_RGB32 || fccType == eZFCC_ARGB32)
         return nullptr;
-    const bool bPlanes = Shader_PlanarLayout(fccType).has_value();
+    const bool bPlanes = Shader_PlanarLayout(fccType) || FCC_HasTextureWords(fccType);
     if (DX_TextureFormat(fccType) == DXGI_FORMAT_UNKNOWN || (!bPlanes && !Shader_PackedLayout(fccType)))
         return "this format";
     const int nLeast = VidProps_FieldOrder(&_vidProps) != 0 ? 4 : 2; // a row of chroma for each field

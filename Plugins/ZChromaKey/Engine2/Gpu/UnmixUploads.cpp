@@ -4,8 +4,10 @@
 #include "Base/ZPlanes.h"
 #include "Base/ZVideoProps.h"
 #include "Image/ImgKernels.h"
+#include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Chroma.h"
 #include "ZChromaKey/Engine2/Edges.h"
+#include "ZChromaKey/Engine2/Fineness.h"
 #include "ZChromaKey/Engine2/Pixels.h"
 #include "ZChromaKey/Engine2/Screen.h"
 #include "ZChromaKey/Engine2/Views.h"
@@ -145,16 +147,21 @@ UNMIX_SAMPLES SamplesOf(const ZF_VID_PROPS& _vidProps, eZYMatrix _eMatrix)
     return Chroma_Samples(_vidProps, VidPtr_Build(&_vidProps, 0, false), _eMatrix);
 }
 
-void ScalesFill(const UNMIX_SAMPLES& _samples, UNMIX_SHADER_SAMPLES* _pSamples)
+CHROMA_JOB JobOf(const UNMIX_SAMPLES& _samples)
 {
     CHROMA_JOB job = {};
     job.samples = _samples;
     Chroma_MakeScales(job);
-    Fill(_pSamples->arrLuma, job.luma.fltTimes, job.luma.fltAdd, job.fltLumaSum, job.fltPlate);
-    Fill(_pSamples->arrChroma, job.blue.fltTimes, job.blue.fltAdd, job.red.fltTimes, job.red.fltAdd);
-    Fill(_pSamples->arrTint, job.arrLuma[0], job.arrLuma[1], job.arrLuma[2], job.fltHalf);
-    Fill(_pSamples->arrGreen, job.arrGreen[0], job.arrGreen[1], 0, 0);
-    Fill(_pSamples->arrFit, job.fltFactor, job.fltFloor, job.fltLeastTint, c_fltChromaAcross);
+    return job;
+}
+
+void ScalesFill(const CHROMA_JOB& _job, UNMIX_SHADER_SAMPLES* _pSamples)
+{
+    Fill(_pSamples->arrLuma, _job.luma.fltTimes, _job.luma.fltAdd, _job.fltLumaSum, _job.fltPlate);
+    Fill(_pSamples->arrChroma, _job.blue.fltTimes, _job.blue.fltAdd, _job.red.fltTimes, _job.red.fltAdd);
+    Fill(_pSamples->arrTint, _job.arrLuma[0], _job.arrLuma[1], _job.arrLuma[2], _job.fltHalf);
+    Fill(_pSamples->arrGreen, _job.arrGreen[0], _job.arrGreen[1], 0, 0);
+    Fill(_pSamples->arrFit, _job.fltFactor, _job.fltFloor, _job.fltLeastTint, c_fltChromaAcross);
 }
 
 } // namespace
@@ -167,7 +174,7 @@ UNMIX_SHADER_SAMPLES UnmixUploads_Samples(const ZF_VID_PROPS& _vidProps, eZYMatr
     Fill(result.anChroma, samples.nChromaWidth, samples.nChromaHeight, samples.nChromaDiv, 0);
     Fill(result.anFromLuma, coef.nY, coef.nBlack, coef.nRV, 0);
     Fill(result.anFromChroma, coef.nGU, coef.nGV, coef.nBU, 0);
-    ScalesFill(samples, &result);
+    ScalesFill(JobOf(samples), &result);
     if (samples.eLayout == UNMIX_SAMPLES::ePacked)
     {
         Fill(result.anPlanes, 0, samples.nLuma, samples.nU, samples.nV);
@@ -183,14 +190,34 @@ UNMIX_SHADER_SAMPLES UnmixUploads_Samples(const ZF_VID_PROPS& _vidProps, eZYMatr
     return result;
 }
 
+bool UnmixUploads_PixelSamples(const UNMIX_STATE& _state, UNMIX_SHADER_SAMPLES* _pSamples)
+{
+    *_pSamples = {};
+    UNMIX_PICTURE picture;
+    picture.nWidth = _state.nWidth;
+    int nChromaRows = 0; // each field has its own
+    UNMIX_SAMPLES samples;
+    for (const FIELD_STATE& field : std::span(_state.arrFields, static_cast<size_t>(_state.nFields)))
+    {
+        picture.nHeight = field.nRows;
+        samples = Fineness_Samples(_state, picture);
+        nChromaRows += samples.nChromaHeight;
+    }
+    if (samples.eLayout == UNMIX_SAMPLES::eNone)
+        return false;
+    const CHROMA_JOB job = JobOf(samples);
+    Fill(_pSamples->anPlanes, 2, job.anLuma[0], job.anLuma[1], job.anLuma[2]);
+    Fill(_pSamples->anChroma, samples.nChromaWidth, nChromaRows, samples.nChromaDiv, samples.bSmooth);
+    ScalesFill(job, _pSamples);
+    return true;
+}
+
 UNMIX_CONSTANTS UnmixUploads_CellConstants(const ZF_VID_PROPS& _vidProps, bool _bAlpha)
 {
     UNMIX_CONSTANTS constants = {};
-    const int nHeight = std::abs(_vidProps.nHeight);
-    const int nFields = nHeight > 1 && VidProps_FieldOrder(&_vidProps) != 0 ? 2 : 1;
-    const int nRows = (nHeight + nFields - 1) / nFields;
-    Fill(constants.anPicture, _vidProps.nWidth, nHeight, nFields, _bAlpha);
-    Fill(constants.anGrid, (_vidProps.nWidth + c_nCell - 1) / c_nCell, (nRows + c_nCell - 1) / c_nCell, 0, 0);
+    const CELL_INPUT_ROWS rows = Cells_InputRows(_vidProps);
+    Fill(constants.anPicture, _vidProps.nWidth, std::abs(_vidProps.nHeight), rows.nFields, _bAlpha);
+    Fill(constants.anGrid, (_vidProps.nWidth + c_nCell - 1) / c_nCell, rows.nCells, rows.OfField(), rows.nFineStep);
     return constants;
 }
 

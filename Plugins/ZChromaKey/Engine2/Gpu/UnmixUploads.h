@@ -29,6 +29,9 @@ struct UNMIX_UPLOADS
 
 /// How the samples of a texture in YUV are read; DX_TextureDesc says how they lie.
 UNMIX_SHADER_SAMPLES UnmixUploads_Samples(const ZF_VID_PROPS& _vidProps, eZYMatrix _eMatrix);
+/// The same of a picture in RGB that was learned from: of its pixels, where their chroma was shared once. False: it was
+/// not.
+bool UnmixUploads_PixelSamples(const UNMIX_STATE& _state, UNMIX_SHADER_SAMPLES* _pSamples);
 /// The constants that cells are made with. _bAlpha: the picture's alpha counts.
 UNMIX_CONSTANTS UnmixUploads_CellConstants(const ZF_VID_PROPS& _vidProps, bool _bAlpha);
 /// All but the differences of the frame before. _state: as Unmix_Learn left it; where no key was found, every pixel

@@ -157,8 +157,8 @@ INSTANTIATE_TEST_SUITE_P(Of, GpuAgreement, testing::ValuesIn(Cases()), TestNameO
 
 TEST_P(GpuAgreement, IsWithinItsBounds)
 {
-    CFormatStreams arrFormats[] = {CFormatStreams(eZFCC_ARGB32), CFormatStreams(eZFCC_UYVY),
-                                   CFormatStreams(eZFCC_NV12)};
+    CFormatStreams arrFormats[] = {CFormatStreams(eZFCC_ARGB32), CFormatStreams(eZFCC_UYVY), CFormatStreams(eZFCC_NV12),
+                                   CFormatStreams(eZFCC_P010)};
     for (int n = 0; n < GetParam().nFrames; ++n)
     {
         const SCENE scene = SceneOf(GetParam().fnPicture(n));

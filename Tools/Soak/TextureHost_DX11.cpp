@@ -5,6 +5,7 @@
 #include "Kit/HostError.h"
 #include "Kit/Result.h"
 
+#include "Base/ZPixelFormats.h"
 #include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"
 
@@ -17,8 +18,8 @@ namespace
 
 /// Textures of other formats are refused (Docs/GPU.md).
 constexpr uint32_t c_arrTextureFormats[] = {
-    eZFCC_RGB32, eZFCC_ARGB32, eZFCC_UYVY, eZFCC_HDYC, eZFCC_YUY2,
-    eZFCC_NV12,  eZFCC_I420,   eZFCC_YV12, eZFCC_I422, eZFCC_YV16,
+    eZFCC_RGB32, eZFCC_ARGB32, eZFCC_UYVY, eZFCC_HDYC, eZFCC_YUY2, eZFCC_NV12,
+    eZFCC_I420,  eZFCC_YV12,   eZFCC_I422, eZFCC_YV16, eZFCC_P010, eZFCC_P210,
 };
 
 /// All planes from the picture's top, one below the other without padding: as they lie in a texture.
@@ -30,7 +31,8 @@ std::vector<uint8_t> BytesOf(IZFFrame* _pFrame, const ZF_VID_PROPS& _vidProps)
     for (int nPlane = 0; nPlane < 4 && vidPtr.lpVideoPlanes[nPlane]; ++nPlane)
     {
         const ZF_SIZE& size = vidPtr.szVideoPlanes[nPlane];
-        const int64_t cbRow = nPlane ? size.cx : Img_RowBytesUsed(_vidProps.fccType, _vidProps.nWidth);
+        const int64_t cbRow = nPlane ? int64_t{size.cx} * FCC_SampleBytes(_vidProps.fccType)
+                                     : Img_RowBytesUsed(_vidProps.fccType, _vidProps.nWidth);
         for (int y = 0; y < size.cy; ++y)
         {
             const uint8_t* const pRow = Img_RowOf(vidPtr, nPlane, y);

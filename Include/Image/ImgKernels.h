@@ -3,6 +3,7 @@
 #include "Base/ZCpu.h"
 #include "Base/ZPixelLayout.h"
 
+#include <cstddef>
 #include <cstdint>
 
 /// The row kernels and the table that they are called through.
@@ -43,6 +44,10 @@ struct IMG_ROW
     int32_t nWidth;         ///< pixels to read
     int32_t nChroma;        ///< planar formats: samples in a chroma row; 0 = chroma is neutral
     const IMG_YUV_COEF* pCoeff; ///< how YUV becomes RGB
+    /// Bytes from a sample to the one below it in the row that is read next, which vector kernels have fetched
+    /// meanwhile: of plane 0, and of U and V. 0: nothing is.
+    ptrdiff_t nNext = 0;
+    ptrdiff_t nNextChroma = 0;
 };
 
 /// Writes the row as bytes B, G, R, A.

@@ -142,6 +142,15 @@ int CImgRowReader::ChromaRow(int _nRow) const
     return std::min(_nRow / 4 * 2 + nField, std::max(nLastOfField, 0));
 }
 
+void CImgRowReader::ReadRow(int _nRow, uint8_t* _pBGRA, int _nNext) const
+{
+    IMG_ROW row = RowAt(_nRow);
+    row.nNext = (_nNext - _nRow) * m_anStride[0];
+    if (row.nChroma > 0)
+        row.nNextChroma = (ChromaRow(_nNext) - ChromaRow(_nRow)) * m_anStride[1];
+    m_pfnRead(row, _pBGRA);
+}
+
 IMG_ROW CImgRowReader::RowAt(int _nRow) const
 {
     IMG_ROW row = m_vidRow;

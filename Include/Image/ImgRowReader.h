@@ -36,6 +36,8 @@ public:
     {
         m_pfnRead(RowAt(_nRow), _pBGRA);
     }
+    /// The same. Row _nNext will be read next, and is fetched meanwhile, block by block.
+    void ReadRow(int _nRow, uint8_t* _pBGRA, int _nNext) const;
     /// The row where it lies, when its bytes already are B, G, R, A (in RGB32 the fourth byte is undefined); else null.
     const uint8_t* RowInPlace(int _nRow) const
     {

@@ -63,6 +63,7 @@ ZCK_INLINE void ReadPacked(const IMG_ROW& _row, uint8_t* _pBGRA, bool _bVFirst, 
     IMG_ROW rest = _row;
     for (; rest.nWidth >= c_nPixels; rest.nWidth -= c_nPixels, rest.pPlane0 += 2 * c_nPixels, _pBGRA += 4 * c_nPixels)
     {
+        S::Prefetch(rest.pPlane0 + _row.nNext);
         const typename S::U8 vecUnits = S::LoadU8(rest.pPlane0);
         reader.Put(_pBGRA, LumaHigh ? Odd(vecUnits) : Even(vecUnits), LumaHigh ? Even(vecUnits) : Odd(vecUnits));
     }
@@ -89,6 +90,12 @@ template <class S> struct CHROMA_PLANES
 {
     static constexpr int c_nStep = 1;
     static constexpr int c_nBytes = 1; ///< of a sample
+    static ZCK_INLINE void Expect(const IMG_ROW& _row, int _nPair)
+    {
+        S::Prefetch(_row.pPlane0 + 2 * _nPair + _row.nNext);
+        S::Prefetch(_row.pU + _nPair + _row.nNextChroma);
+        S::Prefetch(_row.pV + _nPair + _row.nNextChroma);
+    }
     static ZCK_INLINE typename S::U16 Luma(const IMG_ROW& _row, int _nPair)
     {
         return S::WidenU16(_row.pPlane0 + 2 * _nPair);
@@ -104,6 +111,11 @@ template <class S> struct CHROMA_IN_TURN
 {
     static constexpr int c_nStep = 2;
     static constexpr int c_nBytes = 1;
+    static ZCK_INLINE void Expect(const IMG_ROW& _row, int _nPair)
+    {
+        S::Prefetch(_row.pPlane0 + 2 * _nPair + _row.nNext);
+        S::Prefetch(_row.pU + 2 * _nPair + _row.nNextChroma);
+    }
     static ZCK_INLINE typename S::U16 Luma(const IMG_ROW& _row, int _nPair)
     {
         return S::WidenU16(_row.pPlane0 + 2 * _nPair);
@@ -119,6 +131,11 @@ template <class S> struct CHROMA_IN_TURN10
 {
     static constexpr int c_nStep = 4;
     static constexpr int c_nBytes = 2;
+    static ZCK_INLINE void Expect(const IMG_ROW& _row, int _nPair)
+    {
+        S::Prefetch(_row.pPlane0 + 4 * _nPair + _row.nNext);
+        S::Prefetch(_row.pU + 4 * _nPair + _row.nNextChroma);
+    }
     static ZCK_INLINE typename S::U16 Levels(const uint8_t* _pWords)
     {
         const typename S::I32 vecSamples = (S::LoadI32(_pWords) >> 6) & 0x03FF03FF;
@@ -143,7 +160,10 @@ ZCK_INLINE void ReadHalfWidth(const IMG_ROW& _row, uint8_t* _pBGRA, PFN_IMG_READ
     const CYUVReader<S> reader(*_row.pCoeff, false);
     int nPairs = 0;
     for (; 2 * (nPairs + c_nPairs) <= _row.nWidth && nPairs + c_nPairs <= _row.nChroma; nPairs += c_nPairs)
+    {
+        Chroma::Expect(_row, nPairs);
         reader.Put(_pBGRA + 8 * nPairs, Chroma::Luma(_row, nPairs), Chroma::Of(_row, nPairs));
+    }
     // The rest keeps at least one sample: a row without any is neutral.
     const int nSkip = nPairs < _row.nChroma ? nPairs : _row.nChroma > 0 ? _row.nChroma - 1 : 0;
     IMG_ROW rest = _row;
@@ -200,6 +220,7 @@ template <class S> void ReadV210(const IMG_ROW& _row, uint8_t* _pBGRA)
         uint8_t arrUYVY[c_nVectors * c_cbSamples + S::c_nBytes / 4]; // whole vectors are written
         for (size_t n = 0; n < c_nVectors; ++n)
         {
+            S::Prefetch(rest.pPlane0 + S::c_nBytes * n + _row.nNext);
             const I32 vecLevels = LevelsOf(S::LoadI32(rest.pPlane0 + S::c_nBytes * n));
             const I32 vecSamples = FirstThree(As<I32>(ShuffleBytes(As<U8>(vecLevels), c_arrBytes)));
             S::Store(arrUYVY + c_cbSamples * n, vecSamples);

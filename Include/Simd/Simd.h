@@ -15,7 +15,7 @@
 ///     Load, Store         for rows of memory, which need no alignment. The versions with a number _n (from 0) touch
 ///                         the first _n elements only; the others are loaded as 0
 ///     Prefetch            has the line of the cache that a byte is in fetched, while the caller goes on; the byte need
-///                         not be readable. Not in SIMD_PLAIN
+///                         not be readable. Does nothing in SIMD_PLAIN
 ///     WidenU16, WidenI32  load bytes of memory as words or as 32-bit integers; WidenI32 also int16_t
 ///     Narrow              stores 32-bit integers, which must fit, as int16_t
 ///     LoadBlocks, StoreBlocks  blocks of 16 bytes that lie a stride apart, such as four pixels of successive rows

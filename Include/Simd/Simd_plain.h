@@ -340,6 +340,9 @@ template <size_t Lanes> struct SIMD_PLAIN_OF
         std::memcpy(_pNumbers, _vec.arr, sizeof(_vec.arr[0]) * (_n < V::c_nNumbers ? _n : V::c_nNumbers));
     }
 
+    static ZCK_INLINE void Prefetch(const uint8_t*)
+    {
+    }
     static ZCK_INLINE U8 LoadU8(const uint8_t* _pBytes, size_t _n = c_nBytes)
     {
         return Loaded<U8>(_pBytes, _n);

@@ -88,14 +88,13 @@ public:
 private:
     void Key(size_t _nFrame)
     {
-        const ENGINE_JOB job = {{m_planes.vidProps, m_planes.vecPtr[_nFrame]},
-                                {m_results.vidProps, m_results.vecPtr[_nFrame]},
-                                true,
-                                false,
-                                false,
-                                BenchRing_Bytes(m_ringMasks[_nFrame].Get()),
-                                Img_MatrixOf(m_planes.vidProps),
-                                m_nThreads};
+        ENGINE_JOB job = {};
+        job.source = {m_planes.vidProps, m_planes.vecPtr[_nFrame]};
+        job.result = {m_results.vidProps, m_results.vecPtr[_nFrame]};
+        job.bWrite = true;
+        job.pbMask = BenchRing_Bytes(m_ringMasks[_nFrame].Get());
+        job.eMatrix = Img_MatrixOf(m_planes.vidProps);
+        job.nThreads = m_nThreads;
         Result_Check(m_engine.Process(job, EngineSettings_Of(m_settings)), "keying a frame");
     }
     RING_PLANES m_planes;

@@ -7,16 +7,42 @@
 #include <cstdlib>
 #include <cstring>
 
+// A pixel, and another so many bytes from it.
+static UNMIX_PAIR PairOf(const uint8_t* _pPixel, int _nOther)
+{
+    UNMIX_PAIR pair;
+    std::memcpy(pair.arrFirst, _pPixel, 4);
+    std::memcpy(pair.arrSecond, _pPixel + _nOther, 4);
+    return pair;
+}
+
+void UNMIX_PICTURE::CellRows(int _nY, uint8_t* _pRoom, const uint8_t* (&_arrRows)[c_nCell]) const
+{
+    const auto Frame = [&](int _nRow) { return nFirst + nStep * std::min(_nRow, nHeight - 1); };
+    for (int n = 0; n < c_nCell; ++n)
+    {
+        const int nRow = _nY * c_nCell + n;
+        if (!pReader)
+        {
+            _arrRows[n] = Row(std::min(nRow, nHeight - 1));
+            continue;
+        }
+        uint8_t* const pRow = _pRoom + ptrdiff_t{4} * nWidth * n;
+        pReader->ReadRow(Frame(nRow), pRow, Frame(nRow + 1));
+        _arrRows[n] = pRow;
+    }
+}
+
 void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged,
-                int _nFirst, int _nRows)
+                uint8_t* _pRoom, int _nFirst, int _nRows)
 {
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
         const size_t nAt = _cells.At(0, y);
         bool bChanged = false;
         CELL_ROW row = {};
-        for (int n = 0; n < c_nCell; ++n)
-            row.arrRows[n] = _picture.Row(std::min(y * c_nCell + n, _picture.nHeight - 1));
+        _picture.CellRows(y, _pRoom, row.arrRows);
+        row.nNext = (y + 2) * c_nCell <= _picture.nHeight && !_picture.pReader ? c_nCell * _picture.nStride : 0;
         row.nPixels = _picture.nWidth;
         row.bAlpha = _picture.bAlpha;
         row.pSum = &_cells.vecSum[nAt];
@@ -25,6 +51,9 @@ void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UN
         row.pChanged = &bChanged;
         _kernels.pfnCells(row);
         _pChanged[y] = bChanged;
+        if (UNMIX_CELLS::HasPairs(y))
+            for (int x = 1; x < _cells.nWidth - 1; x += 3)
+                _cells.Pair(x, y) = PairOf(row.arrRows[0] + ptrdiff_t{16} * x, 8);
     }
 }
 
@@ -60,14 +89,9 @@ void Cells_TakePass(const uint8_t* _pCells0, ptrdiff_t _nStride, UNMIX_CELLS& _c
     }
 }
 
-void Cells_TakePixels(const uint8_t* _pPixels0, ptrdiff_t _nStride, const UNMIX_CELLS& _cells,
-                      const UNMIX_PICTURE& _picture, uint8_t* _pRow0)
+void Cells_TakePairs(const uint8_t* _pPixels0, ptrdiff_t _nStride, UNMIX_CELLS& _cells)
 {
-    for (int y = 1; y < _cells.nHeight && y * c_nCell < _picture.nHeight; y += 3, _pPixels0 += _nStride)
-        for (int x = 0; x < _cells.nWidth - 1; ++x)
-        {
-            uint8_t* const pTo = _pRow0 + y * c_nCell * _picture.nStride + ptrdiff_t{4} * c_nCell * x;
-            std::memcpy(pTo, _pPixels0 + ptrdiff_t{16} * x, 4);
-            std::memcpy(pTo + 8, _pPixels0 + ptrdiff_t{16} * x + 4, 4);
-        }
+    for (int y = 1; y < _cells.nHeight; y += 3, _pPixels0 += _nStride)
+        for (int x = 1; x < _cells.nWidth - 1; x += 3)
+            _cells.Pair(x, y) = PairOf(_pPixels0 + ptrdiff_t{16} * x, 4);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Image/ImgRowReader.h"
 #include "Interfaces/ZVideoTypes.h"
 #include "ZChromaKey/Engine2/State.h"
 
@@ -10,6 +11,10 @@ struct UNMIX_PICTURE
 {
     const uint8_t* pRow0 = nullptr; ///< B, G, R, A
     ptrdiff_t nStride = 0;
+    /// Reads the rows for each pass that needs them, nFirst, nFirst + nStep ... of the frame; null: they lie at pRow0.
+    const CImgRowReader* pReader = nullptr;
+    int nFirst = 0;
+    int nStep = 1;
     const uint16_t* pDeep0 = nullptr; ///< the same in 64ths of a level, where it is known better; else null
     ptrdiff_t nDeepStride = 0;        ///< samples
     bool bAlpha = false;              ///< A counts; else it is taken as 255
@@ -25,12 +30,15 @@ struct UNMIX_PICTURE
     {
         return pDeep0 + _nRow * nDeepStride;
     }
+    /// The rows of pixels of a row of cells; rows below the picture repeat its last. Rows that have to be read are put
+    /// into _pRoom, which has c_nCell rows.
+    void CellRows(int _nY, uint8_t* _pRoom, const uint8_t* (&_arrRows)[c_nCell]) const;
 };
 
 /// Step 1: sums, least and greatest values of 4x4 pixels for the cell rows _nFirst to _nFirst + _nRows - 1.
-/// _pChanged: a byte a cell row, 0 where all is as it was in the frame before.
+/// _pChanged: a byte a cell row, 0 where all is as it was in the frame before. _pRoom: as UNMIX_PICTURE::CellRows.
 void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged,
-                int _nFirst, int _nRows);
+                uint8_t* _pRoom, int _nFirst, int _nRows);
 
 /// The rows that an UNMIX_CELL_INPUT has for each field of a picture.
 struct CELL_INPUT_ROWS
@@ -55,6 +63,5 @@ CELL_INPUT_ROWS Cells_InputRows(const ZF_VID_PROPS& _vidProps);
 /// of the field.
 void Cells_TakePass(const uint8_t* _pCells0, ptrdiff_t _nStride, UNMIX_CELLS& _cells, uint8_t* _pChanged, int _nFirst,
                     int _nRows);
-/// Puts the pixels that come after the cells to their places in a picture.
-void Cells_TakePixels(const uint8_t* _pPixels0, ptrdiff_t _nStride, const UNMIX_CELLS& _cells,
-                      const UNMIX_PICTURE& _picture, uint8_t* _pRow0);
+/// Takes the pixels that come after the cells.
+void Cells_TakePairs(const uint8_t* _pPixels0, ptrdiff_t _nStride, UNMIX_CELLS& _cells);

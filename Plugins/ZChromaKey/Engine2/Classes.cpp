@@ -2,6 +2,8 @@
 
 #include "ZChromaKey/Engine2/Plate.h"
 
+#include <cstring>
+
 namespace
 {
 constexpr int c_nCoreDistance = 3;
@@ -107,14 +109,18 @@ struct CLASS_PASS
     CLASS_RULES arrRules[c_nUnmixMaxKeys];
 };
 
-// The plate's cells round the cells of a chunk; beyond the grid as at its border.
-void TakePlate(const UNMIX_STATE& _state, int _nX, int _nRow, VEC4* _pOut)
+// The plate's cells round the cells of a chunk, where they lie; beyond the grid as at its border, then copied.
+using PLATE_ROOM = float[4 * c_nPlateRoom];
+const float* PlateAt(const UNMIX_STATE& _state, int _nX, int _nRow, PLATE_ROOM& _arrRoom)
 {
     const VEC4* const pRow = &_state.vecPlate[static_cast<size_t>(_nRow) * _state.nPlateWidth];
-    const int nFirst = _nX / 2, nEnd = std::min(nFirst + c_nChunkPlates, _state.nPlateWidth);
-    *_pOut++ = pRow[std::max(nFirst - 1, 0)];
-    _pOut = std::copy(pRow + nFirst, pRow + nEnd, _pOut);
-    *_pOut = pRow[std::min(nEnd, _state.nPlateWidth - 1)];
+    const int nFirst = _nX / 2 - 1;
+    if (nFirst >= 0 && nFirst + c_nPlateRoom <= _state.nPlateWidth)
+        return &pRow[nFirst].b;
+    for (int n = 0; n < c_nPlateRoom; ++n)
+        std::memcpy(_arrRoom + ptrdiff_t{4} * n, &pRow[std::clamp(nFirst + n, 0, _state.nPlateWidth - 1)],
+                    sizeof(VEC4));
+    return _arrRoom;
 }
 
 // The cells of a chunk that belong to a key.
@@ -154,9 +160,9 @@ void ClassifyChunk(CLASS_PASS& _pass, int _nX, int _nY)
 {
     const UNMIX_STATE& state = _pass.state;
     const BETWEEN rows = Grid_Between(_nY, state.nPlateHeight);
-    VEC4 arrPlate[2][c_nChunkPlates + 2];
-    TakePlate(state, _nX, rows.nFirst, arrPlate[0]);
-    TakePlate(state, _nX, rows.nSecond, arrPlate[1]);
+    PLATE_ROOM arrRooms[2];
+    const float* const pAbove = PlateAt(state, _nX, rows.nFirst, arrRooms[0]);
+    const float* const pBelow = PlateAt(state, _nX, rows.nSecond, arrRooms[1]);
     int16_t arrRho[c_nChunkCells];
     for (int k = 0; k < state.nKeys; ++k)
     {
@@ -166,8 +172,8 @@ void ClassifyChunk(CLASS_PASS& _pass, int _nX, int _nY)
         CLASS_CHUNK chunk = {};
         chunk.cells = _pass.field.cells.Chunk(_nX, _nY);
         chunk.pRules = &_pass.arrRules[k];
-        chunk.arrPlate[0] = &arrPlate[0][0].b;
-        chunk.arrPlate[1] = &arrPlate[1][0].b;
+        chunk.arrPlate[0] = pAbove;
+        chunk.arrPlate[1] = pBelow;
         chunk.fltBelow = rows.fltSecond;
         chunk.nSure = _pass.field.bitsSure.Row(_nY)[_nX / c_nChunkCells];
         chunk.pRho = arrRho;
@@ -212,17 +218,28 @@ void Classes_Finish(UNMIX_STATE& _state, FIELD_STATE& _field)
         DropMarks(_state, _field);
 }
 
-void Foreground_Pass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nRows)
+int Foreground_Pairs(const FIELD_STATE& _field)
+{
+    return _field.fore.arrLevels[1].nHeight;
+}
+
+void Foreground_Pass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nPairs)
 {
     UNMIX_PYRAMID::LEVEL& level = _field.fore.arrLevels[0];
-    for (int y = _nFirst; y < _nFirst + _nRows; ++y)
+    for (int y = 2 * _nFirst; y < std::min(2 * (_nFirst + _nPairs), level.nHeight); ++y)
     {
         VEC4* const pRow = level.vec.data() + static_cast<ptrdiff_t>(y) * level.nWidth;
         Plate_Mean(*_state.pKernels, _field.cells, _field.bitsSolid0, y, 1, pRow);
     }
+    _field.fore.ReduceRows(_nFirst, _nPairs);
 }
 
-void Foreground_Fill(FIELD_STATE& _field)
+void Foreground_Spread(FIELD_STATE& _field)
 {
-    _field.fore.PushPull(c_nForeLevels, c_fltForeDecay);
+    _field.fore.PushPullAbove(c_nForeLevels, c_fltForeDecay);
+}
+
+void Foreground_FillPass(FIELD_STATE& _field, int _nFirst, int _nRows)
+{
+    _field.fore.CompleteRows(_nFirst, _nRows, c_fltForeDecay);
 }

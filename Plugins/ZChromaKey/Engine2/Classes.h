@@ -12,7 +12,12 @@ void Classes_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nR
 /// The rest, with neighbours: holes inside bodies close, the core keeps three cells away from anything open.
 void Classes_Finish(UNMIX_STATE& _state, FIELD_STATE& _field);
 
-/// Rows of the plate grid: means of solid cells, for PushPull.
-void Foreground_Pass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nRows);
-/// Spreads them: the foreground plate with its confidence.
-void Foreground_Fill(FIELD_STATE& _field);
+/// \name The foreground plate with its confidence: means of solid cells, spread
+///@{
+/// Pairs of rows of the plate grid, Foreground_Pairs of them: means.
+void Foreground_Pass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nPairs);
+int Foreground_Pairs(const FIELD_STATE& _field);
+void Foreground_Spread(FIELD_STATE& _field);
+/// Rows of the plate grid: what was spread is put where there was nothing.
+void Foreground_FillPass(FIELD_STATE& _field, int _nFirst, int _nRows);
+///@}

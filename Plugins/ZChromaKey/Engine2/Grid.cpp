@@ -44,9 +44,9 @@ void UNMIX_PYRAMID::Resize(int _nWidth, int _nHeight)
     }
 }
 
-void UNMIX_PYRAMID::Reduce(const LEVEL& _fine, LEVEL& _coarse)
+void UNMIX_PYRAMID::Reduce(const LEVEL& _fine, LEVEL& _coarse, int _nFirst, int _nEnd)
 {
-    for (int y = 0; y < _coarse.nHeight; ++y)
+    for (int y = _nFirst; y < _nEnd; ++y)
     {
         const VEC4* const pAbove = _fine.vec.data() + static_cast<ptrdiff_t>(2 * y) * _fine.nWidth;
         const VEC4* const pBelow = 2 * y + 1 < _fine.nHeight ? pAbove + _fine.nWidth : pAbove;
@@ -60,9 +60,9 @@ void UNMIX_PYRAMID::Reduce(const LEVEL& _fine, LEVEL& _coarse)
     }
 }
 
-void UNMIX_PYRAMID::Complete(LEVEL& _fine, const LEVEL& _coarse, float _fltDecay)
+void UNMIX_PYRAMID::Complete(LEVEL& _fine, const LEVEL& _coarse, float _fltDecay, int _nFirst, int _nEnd)
 {
-    for (int y = 0; y < _fine.nHeight; ++y)
+    for (int y = _nFirst; y < _nEnd; ++y)
     {
         const BETWEEN rows = Grid_Between(y, _coarse.nHeight);
         const VEC4* const pAbove = _coarse.vec.data() + static_cast<ptrdiff_t>(rows.nFirst) * _coarse.nWidth;
@@ -83,14 +83,30 @@ void UNMIX_PYRAMID::Complete(LEVEL& _fine, const LEVEL& _coarse, float _fltDecay
     }
 }
 
+void UNMIX_PYRAMID::ReduceRows(int _nFirst, int _nRows)
+{
+    if (HasAbove(0))
+        Reduce(arrLevels[0], arrLevels[1], _nFirst, _nFirst + _nRows);
+}
+
+void UNMIX_PYRAMID::PushPullAbove(int _nLevels, float _fltDecay)
+{
+    int nTop = 1;
+    for (; nTop < std::min(_nLevels, c_nMaxLevels - 1) && HasAbove(nTop); ++nTop)
+        Reduce(arrLevels[nTop], arrLevels[nTop + 1], 0, arrLevels[nTop + 1].nHeight);
+    for (int n = nTop - 1; n >= 1; --n)
+        Complete(arrLevels[n], arrLevels[n + 1], _fltDecay, 0, arrLevels[n].nHeight);
+}
+
+void UNMIX_PYRAMID::CompleteRows(int _nFirst, int _nRows, float _fltDecay)
+{
+    if (HasAbove(0))
+        Complete(arrLevels[0], arrLevels[1], _fltDecay, _nFirst, _nFirst + _nRows);
+}
+
 void UNMIX_PYRAMID::PushPull(int _nLevels, float _fltDecay)
 {
-    int nTop = 0;
-    while (nTop < std::min(_nLevels, c_nMaxLevels - 1) && (arrLevels[nTop].nWidth > 1 || arrLevels[nTop].nHeight > 1))
-    {
-        Reduce(arrLevels[nTop], arrLevels[nTop + 1]);
-        ++nTop;
-    }
-    for (int n = nTop - 1; n >= 0; --n)
-        Complete(arrLevels[n], arrLevels[n + 1], _fltDecay);
+    ReduceRows(0, arrLevels[1].nHeight);
+    PushPullAbove(_nLevels, _fltDecay);
+    CompleteRows(0, arrLevels[0].nHeight, _fltDecay);
 }

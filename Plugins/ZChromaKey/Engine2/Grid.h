@@ -181,7 +181,21 @@ struct UNMIX_PYRAMID
     /// far.
     void PushPull(int _nLevels, float _fltDecay);
 
+    /// \name The same in passes, of which the first and the last may be spread over threads
+    ///@{
+    /// Rows of level 1 out of those of level 0.
+    void ReduceRows(int _nFirst, int _nRows);
+    /// All between the two.
+    void PushPullAbove(int _nLevels, float _fltDecay);
+    /// Completes rows of level 0.
+    void CompleteRows(int _nFirst, int _nRows, float _fltDecay);
+    ///@}
+
 private:
-    static void Reduce(const LEVEL& _fine, LEVEL& _coarse);
-    static void Complete(LEVEL& _fine, const LEVEL& _coarse, float _fltDecay);
+    bool HasAbove(int _nLevel) const
+    {
+        return arrLevels[_nLevel].nWidth > 1 || arrLevels[_nLevel].nHeight > 1;
+    }
+    static void Reduce(const LEVEL& _fine, LEVEL& _coarse, int _nFirst, int _nEnd);
+    static void Complete(LEVEL& _fine, const LEVEL& _coarse, float _fltDecay, int _nFirst, int _nEnd);
 };

@@ -28,18 +28,18 @@ struct DIFFERENCE
 };
 } // namespace
 
-void Noise_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_PICTURE& _picture, int _nFirst, int _nRows)
+void Noise_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows)
 {
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
         float fltSum = 0, fltCount = 0;
-        if (y % 3 == 1 && y + 1 < _field.cells.nHeight && y * c_nCell < _picture.nHeight)
+        if (UNMIX_CELLS::HasPairs(y) && y + 1 < _field.cells.nHeight && y * c_nCell < _field.nRows)
             for (int x = 1; x < _field.cells.nWidth - 1; x += 3)
                 if (_field.bitsSure.Get(x, y))
                 {
                     const DIFFERENCE difference(_state, x, y);
-                    const uint8_t* const pPixel = _picture.Row(y * c_nCell) + ptrdiff_t{4} * c_nCell * x;
-                    fltSum += std::abs(difference.Of(pPixel) - difference.Of(pPixel + 8));
+                    const UNMIX_PAIR& pair = _field.cells.Pair(x, y);
+                    fltSum += std::abs(difference.Of(pair.arrFirst) - difference.Of(pair.arrSecond));
                     ++fltCount;
                 }
         _state.vecNoise[2 * static_cast<size_t>(y)] = fltSum;

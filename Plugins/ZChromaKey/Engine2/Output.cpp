@@ -41,16 +41,16 @@ bool CUnmixClean::WantsWords(uint32_t _fccType)
     return eLayout == eIL_v210 || eLayout == eIL_r210 || eLayout == eIL_P010;
 }
 
-HRESULT CUnmixClean::Init(const UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_INPUT& _target,
+HRESULT CUnmixClean::Init(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_INPUT& _target,
                           const UNMIX_RESULT& _result)
 {
     m_pState = &_state;
     m_result = _result;
     m_nWidth = _input.vidProps.nWidth;
     m_nHeight = std::abs(_input.vidProps.nHeight);
-    const bool bInPlace = FCC_Layout(_input.vidProps.fccType) == eIL_RGB32;
-    m_pRow0 = bInPlace ? Img_RowOf(_input.vidPtr, 0, 0) : _state.vecPicture.data();
-    m_nStride = bInPlace ? ptrdiff_t{_input.vidPtr.cbVideoRowBytes[0]} : ptrdiff_t{4} * m_nWidth;
+    if (const HRESULT hr = m_reader.Init(_input.vidProps, _input.vidPtr, _input.eMatrix); FAILED(hr))
+        return hr;
+    _state.MakeRoom(Groups());
     const UNMIX_SAMPLES samples = Chroma_Samples(_input.vidProps, _input.vidPtr, eZYM_601);
     for (int n = 0; n < _state.nFields; ++n)
         m_arrDeep[n] = Chroma_Field(samples, n, _state.nFields).eLayout != UNMIX_SAMPLES::eNone;
@@ -61,27 +61,39 @@ HRESULT CUnmixClean::Init(const UNMIX_STATE& _state, const UNMIX_INPUT& _input, 
 void CUnmixClean::Pass(int _nFirst, int _nGroups) const
 {
     for (int nGroup = _nFirst; nGroup < _nFirst + _nGroups; ++nGroup)
-        for (int x = 0; x < m_nWidth; x += IMG_PATCH::c_nWidth)
-        {
-            IMG_PATCH patch = {x, nGroup * IMG_PATCH::c_nHeight, nullptr, m_result.nStride, m_result.bWords, {}};
-            patch.pPixels = m_result.Bytes(patch.nY) + ptrdiff_t{m_result.bWords ? 8 : 4} * x;
-            const int nPixels = std::min(IMG_PATCH::c_nWidth, m_nWidth - x);
-            uint64_t nAny = 0;
-            for (int nRow = 0; nRow < std::min(IMG_PATCH::c_nHeight, m_nHeight - patch.nY); ++nRow)
-                nAny |= patch.arrChanged[nRow] = Changed(x, patch.nY + nRow, nPixels);
-            if (nAny != 0)
-                m_patcher.Put(patch);
-        }
+        PassGroup(nGroup, m_pState->RoomOf(_nFirst));
 }
 
-/// The pixels of a row whose colour is new, from column _nX, a multiple of 64.
-uint64_t CUnmixClean::Changed(int _nX, int _nY, int _nPixels) const
+void CUnmixClean::PassGroup(int _nGroup, uint8_t* _pRoom) const
+{
+    static_assert(IMG_PATCH::c_nHeight == c_nCell);
+    const int nFirst = _nGroup * IMG_PATCH::c_nHeight, nRows = std::min(IMG_PATCH::c_nHeight, m_nHeight - nFirst);
+    const uint8_t* arrRows[IMG_PATCH::c_nHeight] = {};
+    for (int n = 0; n < nRows; ++n)
+        if (!IsRowUnseen(nFirst + n))
+            arrRows[n] = m_reader.Row(nFirst + n, _pRoom + ptrdiff_t{4} * m_nWidth * n);
+    for (int x = 0; x < m_nWidth; x += IMG_PATCH::c_nWidth)
+    {
+        IMG_PATCH patch = {x, nFirst, nullptr, m_result.nStride, m_result.bWords, {}};
+        patch.pPixels = m_result.Bytes(nFirst) + ptrdiff_t{m_result.bWords ? 8 : 4} * x;
+        const int nPixels = std::min(IMG_PATCH::c_nWidth, m_nWidth - x);
+        uint64_t nAny = 0;
+        for (int n = 0; n < nRows; ++n)
+            nAny |= patch.arrChanged[n] = Changed(arrRows[n], x, nFirst + n, nPixels);
+        if (nAny != 0)
+            m_patcher.Put(patch);
+    }
+}
+
+/// The pixels of a row whose colour is new, from column _nX, a multiple of 64. _pRow: as the 8-bit reader gives it,
+/// null where all of it is unseen.
+uint64_t CUnmixClean::Changed(const uint8_t* _pRow, int _nX, int _nY, int _nPixels) const
 {
     if (IsUnseen(_nX, _nY, _nPixels))
         return 0;
     const ptrdiff_t nAt = ptrdiff_t{m_nWidth} * _nY + _nX;
     CHANGED_RUN run = {m_result.Bytes(_nY) + ptrdiff_t{m_result.bWords ? 8 : 4} * _nX, m_result.bWords,
-                       m_pRow0 + _nY * m_nStride + ptrdiff_t{4} * _nX, nullptr, _nPixels};
+                       _pRow + ptrdiff_t{4} * _nX, nullptr, _nPixels};
     uint64_t nChanged = 0;
     m_pState->pKernels->pfnChanged(run, nChanged);
     const uint64_t nDeep = Deep(_nX, _nY);
@@ -106,6 +118,14 @@ bool CUnmixClean::IsUnseen(int _nX, int _nY, int _nPixels) const
     const uint64_t nBackdrop = CellsAt(m_pState->arrFields[_nY % m_pState->nFields].bitsBackdrop, _nX, _nY);
     const uint64_t nAll = (uint64_t{1} << (_nPixels + c_nCell - 1) / c_nCell) - 1;
     return (nBackdrop & nAll) == nAll && m_pState->setup.params.fltShadows == 0 && !Edges_Wanted(*m_pState);
+}
+
+bool CUnmixClean::IsRowUnseen(int _nY) const
+{
+    bool bUnseen = true;
+    for (int x = 0; x < m_nWidth && bUnseen; x += IMG_PATCH::c_nWidth)
+        bUnseen = IsUnseen(x, _nY, std::min(IMG_PATCH::c_nWidth, m_nWidth - x));
+    return bUnseen;
 }
 
 /// The pixels of 64 that were read from the planes, not by the 8-bit reader: those of whole cells.

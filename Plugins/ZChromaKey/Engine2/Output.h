@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Image/ImgPatch.h"
+#include "Image/ImgRowReader.h"
 #include "ZChromaKey/Engine2/Chroma.h"
 #include "ZChromaKey/Engine2/Pixels.h"
 #include "ZChromaKey/Engine2/Unmix.h"
@@ -23,28 +24,30 @@ class CUnmixClean
 {
 public:
     /// _target: the picture to write, a copy of the input. _state: as Unmix_Frame left it. All is borrowed.
-    HRESULT Init(const UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_INPUT& _target,
+    HRESULT Init(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_INPUT& _target,
                  const UNMIX_RESULT& _result);
     /// Groups of four rows: as many as the picture has begun.
     int Groups() const
     {
         return (m_nHeight + IMG_PATCH::c_nHeight - 1) / IMG_PATCH::c_nHeight;
     }
+    /// A part of a pass over the groups.
     void Pass(int _nFirst, int _nGroups) const;
     /// Whether a result for a picture of that format is to have 16 bits a channel.
     static bool WantsWords(uint32_t _fccType);
 
 private:
-    uint64_t Changed(int _nX, int _nY, int _nPixels) const;
+    void PassGroup(int _nGroup, uint8_t* _pRoom) const;
+    uint64_t Changed(const uint8_t* _pRow, int _nX, int _nY, int _nPixels) const;
+    bool IsRowUnseen(int _nY) const;
     uint64_t CellsAt(const CBitRows& _bits, int _nX, int _nY) const;
     bool IsUnseen(int _nX, int _nY, int _nPixels) const;
     uint64_t Deep(int _nX, int _nY) const;
 
-    const UNMIX_STATE* m_pState = nullptr;
+    UNMIX_STATE* m_pState = nullptr;
     UNMIX_RESULT m_result;
     CImgPatcher m_patcher;
-    const uint8_t* m_pRow0 = nullptr; ///< the picture as the 8-bit reader gives it
-    ptrdiff_t m_nStride = 0;
+    CImgRowReader m_reader;
     bool m_arrDeep[2] = {};    ///< of a field: its mixed cells were read from the planes
     bool m_bDeepSolid = false; ///< and its solid ones
     int m_nWidth = 0;

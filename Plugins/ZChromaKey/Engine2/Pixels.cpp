@@ -20,6 +20,7 @@ struct PASS
     const UNMIX_KERNELS& kernels;
     PIXEL_RULES arrRules[c_nUnmixMaxKeys];
     FILTER_RULES filter;
+    const uint8_t* arrRows[c_nCell] = {}; // of the row of cells, where bytes of solid pixels are needed
 
     size_t ResultPixel() const
     {
@@ -222,15 +223,19 @@ void SolidCells(const PASS& _pass, int _nX, int _nEnd, int _nY, bool _bProtected
     run.pRules = _bProtected ? &c_none : &_pass.arrRules[_pass.OwnerOf(_nX, _nY)].limit;
     run.bWords = _pass.result.bWords;
     run.nPixels = static_cast<int>(std::min(_nEnd * c_nCell, picture.nWidth) - nFirst);
-    int32_t arrGlare[c_nSolidCells * c_nCell + RUN_BUFFERS::c_nSlack] = {};
+    int32_t arrGlare[c_nSolidCells * c_nCell + RUN_BUFFERS::c_nSlack];
+    int32_t* pGlare = arrGlare;
     for (int x = _nX; x < _nEnd; ++x)
-        std::fill_n(&arrGlare[(x - _nX) * c_nCell], c_nCell, _pass.GlareOf(x, _nY) * run.pRules->nGlare);
+        pGlare = std::fill_n(pGlare, c_nCell, _pass.GlareOf(x, _nY) * run.pRules->nGlare);
+    std::fill_n(pGlare, RUN_BUFFERS::c_nSlack, 0);
     run.pGlare = arrGlare;
     for (int y = _nY * c_nCell; y < std::min((_nY + 1) * c_nCell, picture.nHeight); ++y)
     {
-        run.pBytes = picture.Row(y) + 4 * nFirst;
+        run.pBytes = picture.bDeepSolid ? nullptr : _pass.arrRows[y % c_nCell] + 4 * nFirst;
         run.pDeep = picture.bDeepSolid ? picture.DeepRow(y) + 4 * nFirst : nullptr;
         run.pOut = _pass.result.Bytes(y) + nFirst * static_cast<ptrdiff_t>(_pass.ResultPixel());
+        run.nNextBytes = y + 1 < picture.nHeight && !picture.pReader ? picture.nStride : 0;
+        run.nNextOut = y + 1 < picture.nHeight ? _pass.result.nStride : 0;
         _pass.kernels.pfnSolid(run);
     }
 }
@@ -238,9 +243,14 @@ void SolidCells(const PASS& _pass, int _nX, int _nEnd, int _nY, bool _bProtected
 void BackdropCells(const PASS& _pass, int _nX, int _nEnd, int _nY)
 {
     const int nFirst = _nX * c_nCell, nEnd = std::min(_nEnd * c_nCell, _pass.picture.nWidth);
+    CLEAR_RUN run = {};
+    run.nBytes = static_cast<size_t>(nEnd - nFirst) * _pass.ResultPixel();
     for (int y = _nY * c_nCell; y < std::min((_nY + 1) * c_nCell, _pass.picture.nHeight); ++y)
-        std::memset(_pass.result.Bytes(y) + nFirst * _pass.ResultPixel(), 0,
-                    static_cast<size_t>(nEnd - nFirst) * _pass.ResultPixel());
+    {
+        run.pOut = _pass.result.Bytes(y) + nFirst * static_cast<ptrdiff_t>(_pass.ResultPixel());
+        run.nNext = y + 1 < _pass.picture.nHeight ? _pass.result.nStride : 0;
+        _pass.kernels.pfnClear(run);
+    }
 }
 
 // Calls _body(first, end) for the pieces of cells _nX to _nEnd - 1 of a row that belong to one key and are at most
@@ -256,6 +266,16 @@ template <class T> void ForEachOwner(const PASS& _pass, int _nX, int _nEnd, int 
         _body(_nX, x);
         _nX = x;
     }
+}
+
+// Has the rows ready that SolidCells takes bytes from.
+void TakeRows(PASS& _pass, uint8_t* _pRoom, int _nY)
+{
+    const auto Any = [&](const CBitRows& _bits) {
+        return std::any_of(_bits.Row(_nY), _bits.Row(_nY) + _bits.Words(), [](uint64_t _n) { return _n != 0; });
+    };
+    if (!_pass.picture.bDeepSolid && (Any(_pass.field.bitsSolid) || Any(_pass.field.bitsProtected)))
+        _pass.picture.CellRows(_nY, _pRoom, _pass.arrRows);
 }
 
 void PixelRow(const PASS& _pass, int _nY)
@@ -329,11 +349,16 @@ FILTER_RULES Pixels_Filter(const UNMIX_STATE& _state, const FIELD_STATE& _field,
 }
 
 void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
-                 bool _bSeen, int _nFirst, int _nRows)
+                 bool _bSeen, uint8_t* _pRoom, int _nFirst, int _nRows)
 {
     PASS pass{_state, _field, _picture, _result, *_state.pKernels, {}, Pixels_Filter(_state, _field, _bSeen)};
     for (int k = 0; k < _state.nKeys; ++k)
         pass.arrRules[k] = Pixels_Rules(_state, _state.arrKeys[k]);
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
+    {
+        TakeRows(pass, _pRoom, y);
         PixelRow(pass, y);
+        for (int n = y * c_nCell; n < std::min((y + 1) * c_nCell, _picture.nHeight); ++n)
+            _result.Done(n);
+    }
 }

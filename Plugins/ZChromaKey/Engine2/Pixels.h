@@ -2,6 +2,7 @@
 
 #include "ZChromaKey/Engine2/Cells.h"
 #include "ZChromaKey/Engine2/Kernels/UnmixRecords.h"
+#include "ZChromaKey/Engine2/Runner.h"
 
 /// Steps 9 to 12: alpha by projection, colours unmixed, spill taken out.
 
@@ -11,7 +12,17 @@ struct UNMIX_RESULT
     void* pRow0 = nullptr;
     ptrdiff_t nStride = 0; ///< bytes; negative: upwards
     bool bWords = false;
+    /// Is called on the workers with rows of the frame that are as they are to be, each once, while they are still in
+    /// the cache; null: nobody asks. Borrowed. Of a field, whose rows are nFirst, nFirst + nStep ... of the frame.
+    const CRowPass* pTaker = nullptr;
+    int nFirst = 0;
+    int nStep = 1;
 
+    void Done(int _nRow) const
+    {
+        if (pTaker)
+            (*pTaker)(nFirst + nStep * _nRow, 1);
+    }
     uint8_t* Bytes(int _nRow) const
     {
         return static_cast<uint8_t*>(pRow0) + _nRow * nStride;
@@ -66,6 +77,8 @@ void Pixels_TakePast(FIELD_STATE& _field);
 /// How the differences of a picture are filtered. _bSeen: as Pixels_Pass.
 FILTER_RULES Pixels_Filter(const UNMIX_STATE& _state, const FIELD_STATE& _field, bool _bSeen);
 
-/// Rows of cells: writes the result of every pixel. _bSeen: the picture of before again, perhaps with another setup.
+/// Rows of cells: writes the result of every pixel, and hands it over. _bSeen: the picture of before again, perhaps
+/// with another setup.
+/// _pRoom: as UNMIX_PICTURE::CellRows.
 void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
-                 bool _bSeen, int _nFirst, int _nRows);
+                 bool _bSeen, uint8_t* _pRoom, int _nFirst, int _nRows);

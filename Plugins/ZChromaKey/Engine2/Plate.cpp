@@ -29,6 +29,11 @@ void Plate_Mean(const UNMIX_KERNELS& _kernels, const UNMIX_CELLS& _cells, const 
         const int x = k * c_nChunkCells;
         const uint64_t nLowerBits = nLower > nUpper ? _bits.Row(nLower)[k] : 0;
         const CELL_CHUNK cells = _cells.Chunk(x, nUpper);
+        if ((_bits.Row(nUpper)[k] | nLowerBits) == 0)
+        {
+            std::fill_n(_pOut, (cells.nCells + 1) / 2, VEC4{});
+            continue;
+        }
         _kernels.pfnMeans({{cells.pSum, &_cells.vecSum[_cells.At(x, nLower)]},
                            {_bits.Row(nUpper)[k], nLowerBits},
                            cells.nCells,
@@ -169,11 +174,16 @@ void TakeLamps(const UNMIX_PYRAMID::LEVEL& _blocks, int _nX, int _nCells, int _n
     const BLOCK_PLACE rows(_nRow, _blocks.nHeight);
     const VEC4* const pAbove = &_blocks.vec[static_cast<size_t>(rows.nFirst) * _blocks.nWidth];
     const VEC4* const pBelow = &_blocks.vec[static_cast<size_t>(rows.nSecond) * _blocks.nWidth];
+    const auto Column = [&](int _n) { return pAbove[_n] + (pBelow[_n] - pAbove[_n]) * rows.fltSecond; };
+    VEC4 first, second;
     for (int x = _nX; x < _nX + _nCells; ++x)
     {
         const BLOCK_PLACE cols(x, _blocks.nWidth);
-        const VEC4 first = pAbove[cols.nFirst] + (pBelow[cols.nFirst] - pAbove[cols.nFirst]) * rows.fltSecond;
-        const VEC4 second = pAbove[cols.nSecond] + (pBelow[cols.nSecond] - pAbove[cols.nSecond]) * rows.fltSecond;
+        if (x == _nX || x % c_nLampBlock == c_nLampBlock / 2) // from here on between other blocks
+        {
+            first = Column(cols.nFirst);
+            second = Column(cols.nSecond);
+        }
         *_pOut++ = first + (second - first) * cols.fltSecond;
     }
 }

@@ -37,6 +37,8 @@ enum eUnmixStep
     eUS_Count,
 };
 
+inline constexpr int c_nPassPart = 8; ///< rows of a pass that a thread takes at once
+
 /// Runs passes. Rows of a pass do not depend on each other, so any number of threads may take any parts of them in any
 /// order; the result is the same.
 class IRowRunner

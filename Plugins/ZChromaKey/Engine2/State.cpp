@@ -23,6 +23,7 @@ static void FieldResize(FIELD_STATE& _field, int _nWidth, int _nRows, int _nCell
     _field.cells.vecMax.assign(nSize, 0);
     _field.cells.vecX.assign(nSize, 0);
     _field.cells.vecRho.assign(nSize, 0);
+    _field.cells.vecPairs.assign(static_cast<size_t>(_nCellRows / 3 + 1) * (nCells / 3 + 1), {});
     for (CBitRows* const pBits :
          {&_field.bitsWide, &_field.bitsSure, &_field.bitsSolid0, &_field.bitsInner, &_field.bitsDoubt,
           &_field.bitsBackdrop, &_field.bitsSolid, &_field.bitsMixed, &_field.bitsProtected, &_field.bitsRegion})

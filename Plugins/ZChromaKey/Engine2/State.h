@@ -4,6 +4,7 @@
 #include "ZChromaKey/Engine2/Kernels/ChromaKernels.h"
 #include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
 #include "ZChromaKey/Engine2/Params.h"
+#include "ZChromaKey/Engine2/Runner.h"
 
 #include <vector>
 
@@ -43,6 +44,15 @@ struct KEY_FORMS
     }
 };
 
+/// The first pixel of a cell and the one two to its right: B, G, R, A.
+struct UNMIX_PAIR
+{
+    uint8_t arrFirst[4];
+    uint8_t arrSecond[4];
+
+    bool operator==(const UNMIX_PAIR&) const = default;
+};
+
 /// Cells of 4x4 pixels; the last column and row are repeated where the size is no multiple of four.
 struct UNMIX_CELLS
 {
@@ -53,8 +63,22 @@ struct UNMIX_CELLS
     std::vector<uint32_t> vecMax;
     std::vector<int16_t> vecX;   ///< X of the nearest key's form in 128ths, at most 32767
     std::vector<int16_t> vecRho; ///< rho of the backdrop there, in 32768ths
+    /// Of each third cell of each third row, from the second on: what noise is measured between.
+    std::vector<UNMIX_PAIR> vecPairs;
 
     bool operator==(const UNMIX_CELLS&) const = default;
+    static bool HasPairs(int _nY)
+    {
+        return _nY % 3 == 1;
+    }
+    UNMIX_PAIR& Pair(int _nX, int _nY)
+    {
+        return vecPairs[static_cast<size_t>(_nY / 3) * (nWidth / 3 + 1) + _nX / 3];
+    }
+    const UNMIX_PAIR& Pair(int _nX, int _nY) const
+    {
+        return vecPairs[static_cast<size_t>(_nY / 3) * (nWidth / 3 + 1) + _nX / 3];
+    }
     size_t At(int _nX, int _nY) const
     {
         return static_cast<size_t>(_nY) * nWidth + _nX;
@@ -89,8 +113,9 @@ struct UNMIX_CELLS
 /// What was found in a picture: a progressive frame, or one field.
 struct FIELD_STATE
 {
-    int nRows = 0;       ///< pixel rows
-    bool bKnown = false; ///< the cells are those of a picture that was keyed
+    int nRows = 0;          ///< pixel rows
+    bool bKnown = false;    ///< the cells are those of a picture that was keyed
+    bool bScreened = false; ///< Screen_Pass has gone over them with the present keys
     UNMIX_CELLS cells;
     CBitRows bitsWide;   ///< within the range of a key
     CBitRows bitsSure;   ///< certainly backdrop
@@ -220,11 +245,23 @@ struct UNMIX_STATE
     std::vector<float> vecShade; ///< density of shadows, on the plate grid
     std::vector<float> vecEnvelope;
     std::vector<uint16_t> arrAlpha[2]; ///< of the picture, 0 to 65535, where edges are moved or blurred
-    std::vector<uint8_t> vecPicture;   ///< B, G, R, A of formats that are not
+    std::vector<uint8_t> vecPicture;   ///< B, G, R, A of formats that are not, where all of it is to stay
+    std::vector<uint8_t> vecRoom;      ///< c_nCell rows of pixels for each part of a pass
     std::vector<uint16_t>
         vecDeep; ///< B, G, R, A in 64ths of a level, of pictures of more than 8 bits or with shared chroma
     std::vector<int16_t> vecDifference;
 
+    /// Makes room for c_nCell rows of pixels for each part of passes over so many rows.
+    void MakeRoom(int _nRows)
+    {
+        const int nParts = (_nRows + c_nPassPart - 1) / c_nPassPart;
+        vecRoom.resize(std::max(vecRoom.size(), size_t{4} * c_nCell * nWidth * nParts));
+    }
+    /// That of the part that begins with a row; null where none was made.
+    uint8_t* RoomOf(int _nFirst)
+    {
+        return vecRoom.empty() ? nullptr : &vecRoom[size_t{4} * c_nCell * nWidth * (_nFirst / c_nPassPart)];
+    }
     VEC4 Plate(int _nX, int _nY) const
     {
         return vecPlate[static_cast<size_t>(_nY) * nPlateWidth + _nX];

@@ -6,6 +6,7 @@
 #include "ZChromaKey/Engine2/Fineness.h"
 #include "ZChromaKey/Engine2/Plate.h"
 #include "ZChromaKey/Engine2/UnmixRun.h"
+#include "ZChromaKey/Engine2/Views.h"
 
 namespace
 {
@@ -13,8 +14,11 @@ namespace
 UNMIX_PICTURE FieldOf(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_SAMPLES& _samples, int _nField)
 {
     UNMIX_PICTURE field = _picture;
-    field.pRow0 += _nField * _picture.nStride;
+    if (field.pRow0)
+        field.pRow0 += _nField * _picture.nStride;
     field.nStride *= _state.nFields;
+    field.nFirst = _nField;
+    field.nStep = _state.nFields;
     if (Chroma_Field(_samples, _nField, _state.nFields).eLayout != UNMIX_SAMPLES::eNone)
     {
         const ptrdiff_t nDeepStride = ptrdiff_t{4} * _picture.nWidth;
@@ -29,35 +33,32 @@ UNMIX_PICTURE FieldOf(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const 
 
 UNMIX_RESULT FieldOf(const UNMIX_STATE& _state, const UNMIX_RESULT& _result, int _nField)
 {
-    return {static_cast<uint8_t*>(_result.pRow0) + _nField * _result.nStride, _result.nStride * _state.nFields,
-            _result.bWords};
+    UNMIX_RESULT field = _result;
+    field.pRow0 = static_cast<uint8_t*>(_result.pRow0) + _nField * _result.nStride;
+    field.nStride *= _state.nFields;
+    field.nFirst = _nField;
+    field.nStep = _state.nFields;
+    return field;
 }
 
-// Room for a picture.
-UNMIX_PICTURE OwnPicture(UNMIX_STATE& _state, const ZF_VID_PROPS& _vidProps)
+// A picture without its pixels.
+UNMIX_PICTURE PictureOf(const ZF_VID_PROPS& _vidProps)
 {
     UNMIX_PICTURE picture;
     picture.nWidth = _vidProps.nWidth;
     picture.nHeight = std::abs(_vidProps.nHeight);
     picture.bAlpha = FCC_HasAlpha(_vidProps.fccType);
-    picture.nStride = ptrdiff_t{4} * picture.nWidth;
-    _state.vecPicture.resize(static_cast<size_t>(picture.nStride) * picture.nHeight);
-    picture.pRow0 = _state.vecPicture.data();
     return picture;
 }
 
-// The input where it can be read in place, else room for it.
-UNMIX_PICTURE PictureOf(UNMIX_STATE& _state, const CImgRowReader& _reader, const UNMIX_INPUT& _input)
+// Whether nothing but rows of whole cells is needed of the pixels that the reader makes: mixed cells are made of the
+// samples.
+bool AreSamplesEnough(const UNMIX_STATE& _state, const UNMIX_SAMPLES& _samples, const UNMIX_PICTURE& _picture)
 {
-    UNMIX_PICTURE picture;
-    if (!_reader.IsInPlace())
-        return OwnPicture(_state, _input.vidProps);
-    picture.nWidth = _reader.Width();
-    picture.nHeight = _reader.Height();
-    picture.bAlpha = FCC_HasAlpha(_input.vidProps.fccType);
-    picture.pRow0 = _reader.RowInPlace(0);
-    picture.nStride = _input.vidPtr.cbVideoRowBytes[0];
-    return picture;
+    for (int n = 0; n < _state.nFields; ++n)
+        if (Chroma_Field(_samples, n, _state.nFields).eLayout == UNMIX_SAMPLES::eNone)
+            return false;
+    return !Views_Wanted(_state, _picture);
 }
 
 // A frame on its way: what its pictures are read from.
@@ -66,16 +67,43 @@ struct SOURCE
     CImgRowReader reader;
     UNMIX_PICTURE picture;
     UNMIX_SAMPLES samples;
+    const CImgRowReader* pFill = nullptr; // what puts the pixels into the picture; null: they are read from the input
     const UNMIX_CELL_INPUT* pCells = nullptr;
 
     HRESULT Open(const UNMIX_INPUT& _input)
     {
         return reader.Init(_input.vidProps, _input.vidPtr, _input.eMatrix);
     }
-    void Take(UNMIX_STATE& _state, const UNMIX_INPUT& _input)
+    // _bKeep: the pixels are to stay for who asks for them later.
+    void Take(UNMIX_STATE& _state, const UNMIX_INPUT& _input, bool _bKeep)
     {
-        picture = PictureOf(_state, reader, _input);
         samples = Chroma_Samples(_input.vidProps, _input.vidPtr, reader.Matrix());
+        picture = PictureOf(_input.vidProps);
+        if (reader.IsInPlace())
+            TakeAt(reader.RowInPlace(0), _input.vidPtr.cbVideoRowBytes[0]);
+        else if (!_bKeep && AreSamplesEnough(_state, samples, picture))
+            TakeByRows(_state);
+        else
+            TakeWhole(_state);
+    }
+
+private:
+    void TakeAt(const uint8_t* _pRow0, ptrdiff_t _nStride)
+    {
+        picture.pRow0 = _pRow0;
+        picture.nStride = _nStride;
+    }
+    void TakeByRows(UNMIX_STATE& _state)
+    {
+        _state.MakeRoom(_state.arrFields[0].cells.nHeight);
+        picture.pReader = &reader;
+    }
+    void TakeWhole(UNMIX_STATE& _state)
+    {
+        const ptrdiff_t nStride = ptrdiff_t{4} * picture.nWidth;
+        _state.vecPicture.resize(static_cast<size_t>(nStride) * picture.nHeight);
+        TakeAt(_state.vecPicture.data(), nStride);
+        pFill = &reader;
     }
 };
 
@@ -91,7 +119,7 @@ template <class T> auto WithRuns(UNMIX_STATE& _state, const SOURCE& _source, con
                          FieldOf(_state, _source.picture, _source.samples, _nField),
                          Chroma_Field(_source.samples, _nField, _state.nFields),
                          FieldOf(_state, _result, _nField),
-                         _source.pCells || _source.reader.IsInPlace() ? nullptr : &_source.reader,
+                         _source.pFill,
                          _source.pCells};
     };
     const UNMIX_RUN arrRuns[2] = {RunOf(0), RunOf(_state.nFields - 1)};
@@ -114,16 +142,16 @@ void WriteFields(std::span<const UNMIX_RUN> _runs, eUnmixWrite _eWrite)
         UnmixRun_Write(run, _eWrite);
 }
 
-// Opens a picture and calls _body(runs, seen) with its fields.
+// Opens a picture and calls _body(runs, seen) with its fields. _bKeep: as SOURCE::Take.
 template <class T> HRESULT WithInput(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input,
-                                     const UNMIX_RESULT& _result, IRowRunner& _runner, const T& _body)
+                                     const UNMIX_RESULT& _result, IRowRunner& _runner, bool _bKeep, const T& _body)
 {
     SOURCE source;
     const HRESULT hr = source.Open(_input);
     if (FAILED(hr))
         return hr;
     const UNMIX_SEEN seen = Begin(_state, _setup, _input.vidProps, source.reader.Matrix());
-    source.Take(_state, _input);
+    source.Take(_state, _input, _bKeep);
     return WithRuns(_state, source, _result, _runner,
                     [&](std::span<const UNMIX_RUN> _runs) { return _body(_runs, seen); });
 }
@@ -132,7 +160,7 @@ template <class T> HRESULT WithInput(UNMIX_STATE& _state, const UNMIX_SETUP& _se
 HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input,
                     const UNMIX_RESULT& _result, IRowRunner& _runner)
 {
-    return WithInput(_state, _setup, _input, _result, _runner,
+    return WithInput(_state, _setup, _input, _result, _runner, false,
                      [](std::span<const UNMIX_RUN> _runs, const UNMIX_SEEN& _seen) {
                          const HRESULT hrLearned = UnmixRun_Learn(_runs, _seen);
                          WriteFields(_runs, eUW_All);
@@ -143,7 +171,7 @@ HRESULT Unmix_Frame(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_
 HRESULT Unmix_Learn(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const UNMIX_INPUT& _input, IRowRunner& _runner)
 {
     return WithInput(
-        _state, _setup, _input, {}, _runner,
+        _state, _setup, _input, {}, _runner, true,
         [](std::span<const UNMIX_RUN> _runs, const UNMIX_SEEN& _seen) { return UnmixRun_Learn(_runs, _seen); });
 }
 
@@ -152,7 +180,7 @@ HRESULT Unmix_LearnCells(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, const U
 {
     const UNMIX_SEEN seen = Begin(_state, _setup, _input.vidProps, _input.eMatrix);
     SOURCE source;
-    source.picture = OwnPicture(_state, _input.vidProps);
+    source.picture = PictureOf(_input.vidProps);
     source.pCells = &_input;
     return WithRuns(_state, source, {}, _runner,
                     [&](std::span<const UNMIX_RUN> _runs) { return UnmixRun_Learn(_runs, seen); });
@@ -164,7 +192,7 @@ HRESULT Unmix_Open(UNMIX_STATE& _state, const UNMIX_INPUT& _input, IRowRunner& _
     const HRESULT hr = source.Open(_input);
     if (FAILED(hr))
         return hr;
-    source.Take(_state, _input);
+    source.Take(_state, _input, true);
     *_pPicture = source.picture;
     const bool bDeep = source.samples.eLayout != UNMIX_SAMPLES::eNone || Fineness_Of(_state).fltShared > 0;
     if (_state.nKeys == 0 || !bDeep)
@@ -189,7 +217,7 @@ HRESULT Unmix_Write(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const UNMIX_
     const HRESULT hr = source.Open(_input);
     if (FAILED(hr))
         return hr;
-    source.Take(_state, _input);
+    source.Take(_state, _input, true);
     return WithRuns(_state, source, _result, _runner, [&](std::span<const UNMIX_RUN> _runs) {
         WriteFields(_runs, _eWrite);
         return _state.nKeys == 0 ? S_FALSE : S_OK;

@@ -27,6 +27,8 @@ void SetKeys(UNMIX_STATE& _state, const UNMIX_KEY* _pKeys, int _nKeys)
     _state.nKeys = std::min(_nKeys, c_nUnmixMaxKeys);
     for (int k = 0; k < _state.nKeys; ++k)
         _state.arrKeys[k] = Screen_Forms(_pKeys[k]);
+    for (FIELD_STATE& field : _state.arrFields)
+        field.bScreened = false;
 }
 
 // Another backdrop than the present keys': found where hardly anything of theirs is seen any more.
@@ -57,7 +59,8 @@ void FindSure(const UNMIX_RUN& _run)
     _run.runner.Step(eUS_Screen);
     UNMIX_STATE& state = _run.state;
     FIELD_STATE& field = _run.field;
-    _run.CellRows([&](int _nFirst, int _nRows) { Screen_Pass(state, field, _run.nField, _nFirst, _nRows); });
+    if (!field.bScreened)
+        _run.CellRows([&](int _nFirst, int _nRows) { Screen_Pass(state, field, _run.nField, _nFirst, _nRows); });
     const int nLimit = Screen_StepLimit(state, field);
     _run.CellRows([&](int _nFirst, int _nRows) { Screen_SmoothPass(state, field, nLimit, _nFirst, _nRows); });
     field.bitsSure.Erode(1, state.vecScratch);
@@ -112,7 +115,10 @@ void LearnPlate(const UNMIX_RUN& _run)
     }
     _run.PlateRows([&](int _nFirst, int _nRows) { Plate_LearnPass(state, _nFirst, _nRows); });
     Plate_Fill(state, _run.field);
-    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_OwnerPass(state, _nFirst, _nRows); });
+    if (state.nKeys > 1)
+        _run.PlateRows([&](int _nFirst, int _nRows) { Plate_OwnerPass(state, _nFirst, _nRows); });
+    else
+        std::fill(state.vecOwner.begin(), state.vecOwner.end(), uint8_t{0});
 }
 
 void MeasureNoise(const UNMIX_RUN& _run)
@@ -121,7 +127,7 @@ void MeasureNoise(const UNMIX_RUN& _run)
     _run.runner.Step(eUS_Noise);
     if (state.nFrames == 0)
         Bodies_Measure(state, _run.field);
-    _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
+    _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _nFirst, _nRows); });
     Noise_Learn(state);
 }
 
@@ -156,27 +162,40 @@ void Classify(const UNMIX_RUN& _run)
     _run.CellRows([&](int _nFirst, int _nRows) { Classes_Pass(state, field, _nFirst, _nRows); });
     Classes_Finish(state, field);
     _run.runner.Step(eUS_Foreground);
-    _run.PlateRows([&](int _nFirst, int _nRows) {
-        Foreground_Pass(state, field, _nFirst, _nRows);
-        Glare_Pass(state, field, _nFirst, _nRows);
-    });
-    Foreground_Fill(field);
+    _run.runner.Run(Foreground_Pairs(field), c_nPassPart / 2, CRowPass([&](int _nFirst, int _nPairs) {
+                        Foreground_Pass(state, field, _nFirst, _nPairs);
+                        Glare_Pass(state, field, 2 * _nFirst, std::min(2 * _nPairs, state.nPlateHeight - 2 * _nFirst));
+                    }));
+    Foreground_Spread(field);
     Glare_Finish(state, field);
 }
 
 // Of pictures whose pixels have chroma of their own. What is held stays as it is with the plate.
-void MeasureFineness(const UNMIX_RUN& _run)
+bool IsFinenessMeasured(const UNMIX_RUN& _run)
 {
-    UNMIX_STATE& state = _run.state;
-    const bool bFirstHeld = UnmixRun_IsHeld(state, state.setup) && state.nFrames == 0;
-    const bool bLearns = !UnmixRun_IsHeld(state, state.setup) && !state.bSeen;
+    const UNMIX_STATE& state = _run.state;
+    const bool bHeld = UnmixRun_IsHeld(state, state.setup);
     const bool bShares =
         _run.samples.eLayout != UNMIX_SAMPLES::eNone || (_run.pCells && !FCC_IsRGB(_run.pCells->vidProps.fccType));
-    if (bShares || !(bLearns || bFirstHeld))
+    return !bShares && (bHeld ? state.nFrames == 0 : !state.bSeen);
+}
+
+// The foreground plate is finished, and fineness measured, which needs the classes alone.
+void FinishClasses(const UNMIX_RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    FIELD_STATE& field = _run.field;
+    const bool bFineness = IsFinenessMeasured(_run);
+    _run.PlateRows([&](int _nFirst, int _nRows) {
+        Foreground_FillPass(field, _nFirst, _nRows);
+        if (bFineness)
+            Fineness_Pass(state, field, _run.picture, 2 * _nFirst,
+                          std::min(2 * _nRows, field.cells.nHeight - 2 * _nFirst));
+    });
+    if (!bFineness)
         return;
-    if (bFirstHeld && _run.nField == 0)
+    if (UnmixRun_IsHeld(state, state.setup) && _run.nField == 0)
         state.fineness = {};
-    _run.CellRows([&](int _nFirst, int _nRows) { Fineness_Pass(state, _run.field, _run.picture, _nFirst, _nRows); });
     Fineness_Learn(state);
 }
 
@@ -188,7 +207,8 @@ void ReadRows(const UNMIX_RUN& _run, int _nFirst, int _nRows)
     for (int y = _nFirst * c_nCell; y < std::min((_nFirst + _nRows) * c_nCell, _run.picture.nHeight); ++y)
     {
         const int nRow = y * nFields + _run.nField;
-        _run.pReader->ReadRow(nRow, _run.state.vecPicture.data() + nRow * nStride);
+        const int nNext = y + 1 < _run.picture.nHeight ? nRow + nFields : nRow;
+        _run.pReader->ReadRow(nRow, _run.state.vecPicture.data() + nRow * nStride, nNext);
     }
 }
 
@@ -203,12 +223,12 @@ void TakeCells(const UNMIX_RUN& _run)
     _run.CellRows([&](int _nFirst, int _nRows) {
         Cells_TakePass(pCells0, nStride, cells, _run.state.vecChanged.data(), _nFirst, _nRows);
     });
-    Cells_TakePixels(pCells0 + rows.nCells * nStride, nStride, cells, _run.picture, pPicture0);
+    Cells_TakePairs(pCells0 + rows.nCells * nStride, nStride, cells);
     if (rows.nFine > 0)
         Fineness_TakePixels(pCells0 + (rows.nCells + rows.nNoise) * nStride, nStride, cells, _run.picture, pPicture0);
 }
 
-// Of pixels that are still in the cache.
+// Of pixels that are still in the cache. Where there is a key, cells are held against it while they are, too.
 void MakeCells(const UNMIX_RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
@@ -219,8 +239,12 @@ void MakeCells(const UNMIX_RUN& _run)
     _run.CellRows([&](int _nFirst, int _nRows) {
         if (_run.pReader && !bApart)
             ReadRows(_run, _nFirst, _nRows);
-        Cells_Pass(*state.pKernels, _run.picture, _run.field.cells, state.vecChanged.data(), _nFirst, _nRows);
+        Cells_Pass(*state.pKernels, _run.picture, _run.field.cells, state.vecChanged.data(), state.RoomOf(_nFirst),
+                   _nFirst, _nRows);
+        if (state.nKeys > 0)
+            Screen_Pass(state, _run.field, _run.nField, _nFirst, _nRows);
     });
+    _run.field.bScreened = state.nKeys > 0;
 }
 
 // Whether the field shows what it showed before.
@@ -228,6 +252,7 @@ bool ReadCells(const UNMIX_RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
     _run.runner.Step(eUS_Cells);
+    _run.field.bScreened = false;
     if (_run.pCells)
         TakeCells(_run);
     else
@@ -300,7 +325,7 @@ HRESULT UnmixRun_Learn(std::span<const UNMIX_RUN> _runs, const UNMIX_SEEN& _seen
         if (!state.bSeen || !_seen.bSetup)
         {
             Classify(run);
-            MeasureFineness(run);
+            FinishClasses(run);
         }
         run.field.bKnown = true;
     }

@@ -17,13 +17,12 @@ struct UNMIX_RUN
     UNMIX_PICTURE picture;
     UNMIX_SAMPLES samples;
     UNMIX_RESULT result;
-    const CImgRowReader* pReader;   ///< fills the picture; null: it is the input itself
+    const CImgRowReader* pReader;   ///< fills the picture; null: its rows come from the input
     const UNMIX_CELL_INPUT* pCells; ///< in place of pixels; null: there are pixels
 
     template <class T> void Rows(int _nRows, const T& _body) const
     {
-        constexpr int c_nPart = 8;
-        runner.Run(_nRows, c_nPart, CRowPass(_body));
+        runner.Run(_nRows, c_nPassPart, CRowPass(_body));
     }
     template <class T> void CellRows(const T& _body) const
     {

@@ -20,6 +20,7 @@ void CUnmixWork::Begin(const ENGINE_JOB& _job, const UNMIX_SETUP& _setup)
 {
     m_job = _job;
     m_setup = _setup;
+    m_nMaskStride = VidProps_Mask(&_job.result.vidProps).nRowBytes;
     const uint32_t fccType = _job.result.vidProps.fccType;
     if (IsWhole())
     {
@@ -79,46 +80,40 @@ HRESULT CUnmixWork::Learn()
 
 HRESULT CUnmixWork::Write()
 {
-    const HRESULT hr = m_eTask == eUT_Frame ? Unmix_Frame(state, m_setup, Input(), m_result, m_runner)
-                                            : Unmix_Write(state, Input(), m_result, m_runner,
-                                                          m_eTask == eUT_Write ? eUW_All : eUW_Finish);
-    if (SUCCEEDED(hr))
-        Finish();
+    const auto Rows = [this](int _nFirst, int _nRows) {
+        for (int y = _nFirst; y < _nFirst + _nRows; ++y)
+            FinishRow(y);
+    };
+    const CRowPass taker(Rows);
+    UNMIX_RESULT result = m_result;
+    result.pTaker = &taker;
+    const HRESULT hr = m_eTask == eUT_Frame
+                           ? Unmix_Frame(state, m_setup, Input(), result, m_runner)
+                           : Unmix_Write(state, Input(), result, m_runner, m_eTask == eUT_Write ? eUW_All : eUW_Finish);
     return hr == S_OK && m_job.bWrite && !IsWhole() ? Clean() : hr;
 }
 
 /// The clean colours in the format of the input.
 HRESULT CUnmixWork::Clean()
 {
-    constexpr int c_nGroupsPerPart = 8;
     CUnmixClean clean;
     const HRESULT hr =
         clean.Init(state, Input(), {m_job.result.vidProps, m_job.result.vidPtr, m_job.eMatrix}, m_result);
     if (FAILED(hr))
         return hr == E_NOTIMPL ? S_OK : hr; // grey has no colours
     const auto Groups = [&](int _nFirst, int _nGroups) { clean.Pass(_nFirst, _nGroups); };
-    m_runner.Run(clean.Groups(), c_nGroupsPerPart, CRowPass(Groups));
+    m_runner.Run(clean.Groups(), c_nPassPart, CRowPass(Groups));
     return S_OK;
 }
 
-/// Puts the result into the forms that the job asks for: its alpha as the mask, its colours premultiplied, its bytes in
-/// the order of the format.
-void CUnmixWork::Finish()
+/// Puts a row of the result into the forms that the job asks for: its alpha as the mask, its colours premultiplied, its
+/// bytes in the order of the format.
+void CUnmixWork::FinishRow(int _nRow) const
 {
-    constexpr int c_nRowsPerPart = 32;
-    const int32_t nWidth = m_job.result.vidProps.nWidth;
-    const int32_t nStride = VidProps_Mask(&m_job.result.vidProps).nRowBytes;
-    const bool bPremultiply = m_job.bPremultiply && FCC_HasAlpha(m_job.result.vidProps.fccType);
-    const bool bSwap = m_job.bWrite && m_job.result.vidProps.fccType == eZFCC_RGBA32;
-    const auto Rows = [&](int _nFirst, int _nRows) {
-        for (int y = _nFirst; y < _nFirst + _nRows; ++y)
-        {
-            Output_Mask(m_result, y, nWidth, m_job.pbMask + ptrdiff_t{nStride} * y);
-            if (bPremultiply)
-                Output_Premultiply(m_result, y, nWidth);
-            if (bSwap)
-                Output_Swap(m_result, y, nWidth);
-        }
-    };
-    m_runner.Run(std::abs(m_job.result.vidProps.nHeight), c_nRowsPerPart, CRowPass(Rows));
+    const ZF_VID_PROPS& vidProps = m_job.result.vidProps;
+    Output_Mask(m_result, _nRow, vidProps.nWidth, m_job.pbMask + m_nMaskStride * _nRow);
+    if (m_job.bPremultiply && FCC_HasAlpha(vidProps.fccType))
+        Output_Premultiply(m_result, _nRow, vidProps.nWidth);
+    if (m_job.bWrite && vidProps.fccType == eZFCC_RGBA32)
+        Output_Swap(m_result, _nRow, vidProps.nWidth);
 }

@@ -84,7 +84,7 @@ private:
     HRESULT Learn();
     HRESULT Write();
     HRESULT Clean();
-    void Finish();
+    void FinishRow(int _nRow) const;
 
     eUnmixTask m_eTask = eUT_Frame;
     ENGINE_JOB m_job = {};
@@ -92,6 +92,7 @@ private:
     std::vector<uint8_t> m_vecCells;
     UNMIX_SETUP m_setup;
     UNMIX_RESULT m_result;
+    ptrdiff_t m_nMaskStride = 0;
     UNMIX_PICTURE m_picture;
     std::vector<uint8_t> m_vecResult; ///< where the job takes no alpha
     CPoolRunner m_runner;

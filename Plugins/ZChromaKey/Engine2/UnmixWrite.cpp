@@ -8,44 +8,61 @@
 
 namespace
 {
+void PassRow(const UNMIX_RUN& _run, const uint8_t* _pRow, int _nY)
+{
+    for (int x = 0; x < _run.picture.nWidth; ++x, _pRow += 4)
+        _run.result.Put(
+            x, _nY, {static_cast<float>(_pRow[0]), static_cast<float>(_pRow[1]), static_cast<float>(_pRow[2]), 255});
+    _run.result.Done(_nY);
+}
+
 void PassThrough(const UNMIX_RUN& _run)
 {
-    _run.Rows(_run.picture.nHeight, [&](int _nFirst, int _nRows) {
+    _run.CellRows([&](int _nFirst, int _nRows) {
+        const uint8_t* arrRows[c_nCell];
         for (int y = _nFirst; y < _nFirst + _nRows; ++y)
-            for (int x = 0; x < _run.picture.nWidth; ++x)
-            {
-                const uint8_t* const p = _run.picture.Row(y) + ptrdiff_t{4} * x;
-                _run.result.Put(x, y,
-                                {static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]), 255});
-            }
+        {
+            _run.picture.CellRows(y, _run.state.RoomOf(_nFirst), arrRows);
+            for (int n = 0; n < std::min(c_nCell, _run.picture.nHeight - y * c_nCell); ++n)
+                PassRow(_run, arrRows[n], y * c_nCell + n);
+        }
     });
 }
 
-void WritePixels(const UNMIX_RUN& _run)
+// _bLast: nothing changes the pixels afterwards.
+void WritePixels(const UNMIX_RUN& _run, bool _bLast)
 {
     UNMIX_STATE& state = _run.state;
+    UNMIX_RESULT result = _run.result;
+    if (!_bLast)
+        result.pTaker = nullptr;
     _run.runner.Step(eUS_Pixels);
     Pixels_TakePast(_run.field);
     _run.CellRows([&](int _nFirst, int _nRows) {
-        Pixels_Pass(state, _run.field, _run.picture, _run.result, state.bSeen, _nFirst, _nRows);
+        Pixels_Pass(state, _run.field, _run.picture, result, state.bSeen, state.RoomOf(_nFirst), _nFirst, _nRows);
     });
 }
 
-// What comes after the pixels: edges, and what an operator wants to see.
-void FinishPixels(const UNMIX_RUN& _run)
+// What an operator wants to see.
+void WriteViews(const UNMIX_RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
-    _run.runner.Step(eUS_Edges);
-    if (Edges_Wanted(state))
-        Edges_Change(state, _run.field, _run.picture, _run.result, _run.runner);
-    if (!Views_Wanted(state, _run.picture))
-        return;
     _run.runner.Step(eUS_Views);
     if (state.setup.params.fltShadows > 0)
         Views_FindShadows(state);
     _run.CellRows([&](int _nFirst, int _nRows) {
         Views_Pass(state, _run.field, _run.nField, _run.picture, _run.result, _nFirst, _nRows);
     });
+}
+
+// Rows that no pass over them was the last to change.
+void HandOver(const UNMIX_RUN& _run)
+{
+    if (_run.result.pTaker)
+        _run.Rows(_run.picture.nHeight, [&](int _nFirst, int _nRows) {
+            for (int y = _nFirst; y < _nFirst + _nRows; ++y)
+                _run.result.Done(y);
+        });
 }
 } // namespace
 
@@ -92,10 +109,17 @@ void UnmixRun_Write(const UNMIX_RUN& _run, eUnmixWrite _eWrite)
     if (_run.state.nKeys == 0)
         return PassThrough(_run);
     const UNMIX_RUN run = UnmixRun_WithSharedChroma(_run);
+    const bool bEdges = Edges_Wanted(run.state), bViews = Views_Wanted(run.state, run.picture);
     if (_eWrite == eUW_All)
     {
         UnmixRun_Refine(run);
-        WritePixels(run);
+        WritePixels(run, !bEdges && !bViews);
     }
-    FinishPixels(run);
+    run.runner.Step(eUS_Edges);
+    if (bEdges)
+        Edges_Change(run.state, run.field, run.picture, run.result, run.runner);
+    if (bViews)
+        WriteViews(run);
+    else if (bEdges || _eWrite != eUW_All)
+        HandOver(run);
 }

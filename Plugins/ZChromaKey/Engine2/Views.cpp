@@ -234,5 +234,6 @@ void Views_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFiel
             FinishPixels(row, x, std::min(c_nFinishPixels, _picture.nWidth - x));
         for (int x = 0; x < _picture.nWidth && _state.setup.params.eView != eUV_Result; ++x)
             _result.Put(x, y, ViewOf(row, x));
+        _result.Done(y);
     }
 }

@@ -42,6 +42,6 @@ void Views_FindShadows(UNMIX_STATE& _state);
 /// Whether Views_Pass has anything to do.
 bool Views_Wanted(const UNMIX_STATE& _state, const UNMIX_PICTURE& _picture);
 
-/// Rows of cells, after Pixels_Pass: changes the result.
+/// Rows of cells, after Pixels_Pass: changes the result, and hands it over.
 void Views_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nField, const UNMIX_PICTURE& _picture,
                 const UNMIX_RESULT& _result, int _nFirst, int _nRows);

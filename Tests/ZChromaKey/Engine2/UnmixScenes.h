@@ -98,7 +98,7 @@ inline SCENE BodyScene(int _nWidth, int _nHeight, float _fltNoise = 0, uint32_t 
         }};
 }
 
-/// Any number of threads; parts are taken in turns, the last ones first.
+/// Any number of threads; the least parts are taken in turns, the last ones first.
 class CThreadRunner final : public IRowRunner
 {
 public:
@@ -106,13 +106,14 @@ public:
         : m_nThreads(_nThreads)
     {
     }
-    void Run(int _nRows, int, const CRowPass& _pass) override
+    void Run(int _nRows, int _nLeast, const CRowPass& _pass) override
     {
         std::vector<std::thread> vecThreads;
+        const int nParts = (_nRows + _nLeast - 1) / _nLeast;
         for (int t = 0; t < m_nThreads; ++t)
             vecThreads.emplace_back([=, this, &_pass] {
-                for (int y = _nRows - 1 - t; y >= 0; y -= m_nThreads)
-                    _pass(y, 1);
+                for (int n = nParts - 1 - t; n >= 0; n -= m_nThreads)
+                    _pass(n * _nLeast, std::min(_nLeast, _nRows - n * _nLeast));
             });
         for (std::thread& thread : vecThreads)
             thread.join();

@@ -113,7 +113,7 @@ TEST(UnmixThreads, EveryCountGivesTheSameBytes)
             EXPECT_TRUE(KeyedClip(state, vecClip, pool.m_runner, setup) == vecOne) << nWorkers;
             EXPECT_TRUE(UnmixState_Same(stateOne, state)) << nWorkers;
         }
-        CThreadRunner backwards(3); // single rows, from the last
+        CThreadRunner backwards(3); // the least parts, from the last
         UNMIX_STATE state;
         EXPECT_TRUE(KeyedClip(state, vecClip, backwards, setup) == vecOne);
         EXPECT_TRUE(UnmixState_Same(stateOne, state));

@@ -109,7 +109,11 @@ template <class S> void Cells(const CELL_ROW& _row)
     for (; 4 * (nFirst + S::c_nLanes) <= nPixels; nFirst += S::c_nLanes)
     {
         for (int y = 0; y < 4; ++y)
+        {
             LoadGroup<S>(_row.arrRows[y] + 16 * nFirst, y, opaque, group);
+            for (size_t n = 0; n < 4 * S::c_nBytes; n += 64)
+                S::Prefetch(_row.arrRows[y] + 16 * nFirst + n + _row.nNext);
+        }
         nChanged = nChanged | PutGroup<S>(_row, nFirst, S::c_nLanes, group);
     }
     if (nFirst < nCells)

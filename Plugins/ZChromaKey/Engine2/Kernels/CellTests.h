@@ -154,7 +154,6 @@ template <class S> void Steps(STEP_CHUNK& _chunk)
 constexpr float c_fltSureReach = 5; // times what other cells may lack: the bounds of 16 noisy pixels lie far apart
 constexpr float c_fltGuard = .4f;   // cells all of whose pixels are more opaque than this may be closed
 constexpr int c_nPlateCells = c_nChunkPlates + 2;
-constexpr int c_nPlateRoom = c_nPlateCells + 14; // whole vectors of cells
 
 /// The plate's colours at the cells of a chunk, by channel.
 struct CHUNK_COLOURS
@@ -167,11 +166,9 @@ template <class S> ZCK_INLINE void SplitChannels(const float* _pCells, float (&_
 {
     using I32 = typename S::I32;
     constexpr size_t c_nLanes = S::c_nLanes;
-    float arrCells[4 * c_nPlateRoom] = {};
-    memcpy(arrCells, _pCells, sizeof(float) * 4 * c_nPlateCells);
     for (size_t n = 0; n < c_nPlateCells; n += c_nLanes)
     {
-        const float* const p = arrCells + 4 * n;
+        const float* const p = _pCells + 4 * n;
         I32 nBR, nBR2, nGW, nGW2, nNone;
         Deinterleave(S::LoadI32(p), S::LoadI32(p + c_nLanes), nBR, nGW);
         Deinterleave(S::LoadI32(p + 2 * c_nLanes), S::LoadI32(p + 3 * c_nLanes), nBR2, nGW2);
@@ -202,11 +199,9 @@ template <class S> ZCK_INLINE CHUNK_COLOURS PlateOf(const CLASS_CHUNK& _chunk)
             };
             const float* const pAbove = arrAbove[c] + n;
             const float* const pBelow = arrBelow[c] + n;
-            float arrEven[S::c_nLanes], arrOdd[S::c_nLanes];
-            S::Store(arrEven, Even(pAbove) * fltAbove + Even(pBelow) * fltBelow);
-            S::Store(arrOdd, Odd(pAbove) * fltAbove + Odd(pBelow) * fltBelow);
             typename S::I32 nFirst, nSecond;
-            Interleave(S::LoadI32(arrEven), S::LoadI32(arrOdd), nFirst, nSecond);
+            Interleave(AsInts(Even(pAbove) * fltAbove + Even(pBelow) * fltBelow),
+                       AsInts(Odd(pAbove) * fltAbove + Odd(pBelow) * fltBelow), nFirst, nSecond);
             S::Store(static_cast<void*>(plate.arr[c] + 2 * n), nFirst);
             S::Store(static_cast<void*>(plate.arr[c] + 2 * n + S::c_nLanes), nSecond);
         }

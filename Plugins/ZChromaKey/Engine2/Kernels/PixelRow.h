@@ -129,6 +129,23 @@ template <class S> ZCK_INLINE void SolidDeepRow(const SOLID_RUN& _run)
     memcpy(pOut + n * nOut, arrOut, (nPixels - n) * nOut);
 }
 
+constexpr size_t c_nLine = 64; // bytes that the processor fetches at once
+
+/// A line that is written is read first. The processor begins that when a store comes to it, and has room for few
+/// stores that wait; asking for the next row meanwhile keeps memory busy.
+template <class S> void Clear(const CLEAR_RUN& _run)
+{
+    const typename S::U8 none(0);
+    size_t n = 0;
+    for (; n + c_nLine <= _run.nBytes; n += c_nLine)
+    {
+        S::Prefetch(_run.pOut + _run.nNext + n);
+        for (size_t k = 0; k < c_nLine; k += S::c_nBytes)
+            S::Store(_run.pOut + n + k, none);
+    }
+    memset(_run.pOut + n, 0, _run.nBytes - n);
+}
+
 template <class S> void Solid(const SOLID_RUN& _run)
 {
     if (_run.bWords || _run.pDeep)
@@ -137,6 +154,14 @@ template <class S> void Solid(const SOLID_RUN& _run)
     const size_t nPixels = static_cast<size_t>(_run.nPixels);
     auto* const pOut = static_cast<uint8_t*>(_run.pOut);
     size_t n = 0;
+    for (; n + c_nLine / 4 <= nPixels; n += c_nLine / 4)
+    {
+        S::Prefetch(_run.pBytes + _run.nNextBytes + 4 * n);
+        S::Prefetch(pOut + _run.nNextOut + 4 * n);
+        for (size_t k = n; k < n + c_nLine / 4; k += S::c_nLanes)
+            S::Store(static_cast<void*>(pOut + 4 * k),
+                     limiter(S::LoadI32(_run.pBytes + 4 * k), S::LoadI32(_run.pGlare + k)));
+    }
     for (; n + S::c_nLanes <= nPixels; n += S::c_nLanes)
         S::Store(static_cast<void*>(pOut + 4 * n),
                  limiter(S::LoadI32(_run.pBytes + 4 * n), S::LoadI32(_run.pGlare + n)));

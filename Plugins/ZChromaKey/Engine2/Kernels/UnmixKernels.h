@@ -15,6 +15,7 @@ struct UNMIX_KERNELS
     void (*pfnMeans)(const MEAN_CHUNK& _chunk) noexcept;
     void (*pfnCompare)(COMPARE_CHUNK& _chunk) noexcept;
     void (*pfnLearn)(LEARN_CHUNK& _chunk) noexcept;
+    void (*pfnClear)(const CLEAR_RUN& _run) noexcept;
     void (*pfnSolid)(const SOLID_RUN& _run) noexcept;
     void (*pfnMixed)(const MIXED_RUN& _run) noexcept;
     void (*pfnFinish)(const FINISH_RUN& _run) noexcept;

@@ -9,6 +9,7 @@
 struct CELL_ROW
 {
     const uint8_t* arrRows[4]; ///< B, G, R, A; rows below the picture repeat its last
+    ptrdiff_t nNext;           ///< bytes from these rows to those that are read next and fetched meanwhile
     int nPixels;               ///< at least 1; the last one is repeated up to a whole cell
     bool bAlpha;               ///< A counts; else it is taken as 255
     uint64_t* pSum;            ///< per cell four 16-bit sums of 16 pixels
@@ -39,6 +40,14 @@ struct LIMIT_RULES
     int32_t anTake[3]; ///< and 1024ths, of 16 bits
 };
 
+/// A row of bytes that become 0.
+struct CLEAR_RUN
+{
+    uint8_t* pOut;
+    size_t nBytes;
+    ptrdiff_t nNext; ///< from pOut to as many bytes that are written next and fetched meanwhile
+};
+
 /// A row of solid pixels: the limiter alone, alpha full.
 struct SOLID_RUN
 {
@@ -50,6 +59,8 @@ struct SOLID_RUN
     int nPixels;
     /// What glare takes of each pixel, 16384ths of a level of excess; whole vectors are read.
     const int32_t* pGlare;
+    ptrdiff_t nNextBytes; ///< from pBytes, and
+    ptrdiff_t nNextOut;   ///< from pOut, to what is read and written next and fetched meanwhile
 };
 
 /// What the maths of single pixels take that is the same for a whole picture and key. PIXEL_PLACE and Pixel_Alpha say
@@ -142,13 +153,15 @@ struct CLASS_RULES
     float fltOpen; ///< part of X up to which cells are core; 0: none is
 };
 
+inline constexpr int c_nPlateRoom = c_nChunkCells / 2 + 16; ///< plate cells in whole vectors
+
 /// The classes of cells that belong to one key.
 struct CLASS_CHUNK
 {
     CELL_CHUNK cells;
     const CLASS_RULES* pRules;
     /// The plate's cells, four floats each, of the rows above and below the middle of these cells: c_nChunkCells / 2 +
-    /// 2 of them from the one left of the chunk.
+    /// 2 of them from the one left of the chunk, and others up to c_nPlateRoom, which do not count.
     const float* arrPlate[2];
     float fltBelow;   ///< weight of the second row
     uint64_t nSure;   ///< certainly backdrop

@@ -20,6 +20,7 @@ template <class S> UNMIX_KERNELS UnmixTable()
         .pfnMeans = [](const MEAN_CHUNK& _chunk) noexcept { UnmixPlates::Means<S>(_chunk); },
         .pfnCompare = [](COMPARE_CHUNK& _chunk) noexcept { UnmixPlates::Compare<S>(_chunk); },
         .pfnLearn = [](LEARN_CHUNK& _chunk) noexcept { UnmixPlates::Learn<S>(_chunk); },
+        .pfnClear = [](const CLEAR_RUN& _run) noexcept { UnmixPixels::Clear<S>(_run); },
         .pfnSolid = [](const SOLID_RUN& _run) noexcept { UnmixPixels::Solid<S>(_run); },
         .pfnMixed = [](const MIXED_RUN& _run) noexcept { UnmixPixels::Mixed<S>(_run); },
         .pfnFinish = [](const FINISH_RUN& _run) noexcept { UnmixFinish::Finish<S>(_run); },

@@ -54,7 +54,7 @@ room $H/Kit             $I/Video $I/Base
 room $H/zkhost/Files    $H/Kit $I/Video $I/Image $I/Props $I/Base
 room $H/zkhost/Ui       $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
 room $T/Sample          $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
-room $T/Soak            $T/Sample $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
+room $T/Soak            $X/Device $T/Sample $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base
 room $T/Bench           any # measures parts
 room $T/Licence         $P/Licence $I/Props $I/Base
 room $T/Quality         $T/Sample $T/Bench $H/zkhost/Files $H/Kit $I/Video $I/Image $I/Props $I/Base

@@ -113,9 +113,9 @@ private:
     struct WAY
     {
         const char* pszName;
-        std::string strTold = {}; ///< pixels off after the frames of c_arrTold
-        int nWorst = 0;           ///< pixels off of any frame
-        int nMost = 0;            ///< levels
+        std::string strTold; ///< pixels off after the frames of c_arrTold
+        int nWorst = 0;      ///< pixels off of any frame
+        int nMost = 0;       ///< levels
     };
 
     BYTES FromTexture(CZFrame* _pFrame)
@@ -133,8 +133,8 @@ private:
         agreement.Add(_vecGPU, _vecCPU);
         agreement.Check();
         if (std::ranges::count(c_arrTold, m_nFrames + 1) > 0)
-            _pWay->strTold += ZFormat(" %d |", agreement.nOff);
-        _pWay->nWorst = std::max(_pWay->nWorst, agreement.nOff);
+            _pWay->strTold += ZFormat(" %d |", agreement.nOutside);
+        _pWay->nWorst = std::max(_pWay->nWorst, agreement.nOutside);
         _pWay->nMost = std::max(_pWay->nMost, agreement.nMost);
     }
 
@@ -146,7 +146,7 @@ private:
     STREAMS m_streams{m_keyerMemory, {}};
     UNMIX_STATE m_stateTexture;
     LEARNER m_learner{m_stateTexture, m_streams.setup};
-    WAY m_arrWays[2] = {{"memory"}, {"texture"}};
+    WAY m_arrWays[2] = {{"memory", ""}, {"texture", ""}};
 };
 
 class GpuAgreement : public testing::TestWithParam<AGREEMENT_CASE>
@@ -157,8 +157,8 @@ INSTANTIATE_TEST_SUITE_P(Of, GpuAgreement, testing::ValuesIn(Cases()), TestNameO
 
 TEST_P(GpuAgreement, IsWithinItsBounds)
 {
-    CFormatStreams arrFormats[] = {CFormatStreams(eZFCC_ARGB32), CFormatStreams(eZFCC_UYVY),
-                                   CFormatStreams(eZFCC_NV12)};
+    CFormatStreams arrFormats[] = {CFormatStreams(eZFCC_ARGB32), CFormatStreams(eZFCC_UYVY), CFormatStreams(eZFCC_NV12),
+                                   CFormatStreams(eZFCC_P010)};
     for (int n = 0; n < GetParam().nFrames; ++n)
     {
         const SCENE scene = SceneOf(GetParam().fnPicture(n));

@@ -26,7 +26,7 @@ struct AGREEMENT
     int nDifferent = 0; ///< at all
     int nAlphaOff = 0;  ///< by more than a level
     int nColourOff = 0; ///< by more than two
-    int nOff = 0;       ///< either
+    int nOutside = 0;   ///< either
     int nMost = 0;      ///< levels
 
     void Add(const BYTES& _vecGPU, const BYTES& _vecCPU)
@@ -40,7 +40,7 @@ struct AGREEMENT
             nDifferent += nColour + Off(3) > 0;
             nAlphaOff += Off(3) > 1;
             nColourOff += nColour > 2;
-            nOff += Off(3) > 1 || nColour > 2;
+            nOutside += Off(3) > 1 || nColour > 2;
             nMost = std::max(nMost, std::max(nColour, Off(3)));
         }
     }

@@ -55,8 +55,10 @@ CZSoaker::CZSoaker(const SOAK_KIND& _kind, const SOAK_SETUP& _setup, CZModule& _
     : m_kind(_kind)
     , m_setup(_setup)
     , m_random(_setup.nSeed)
+    , m_upTextures(_setup.bGPU && _kind.bGPUAgrees ? TextureHost_Make() : nullptr)
     , m_keyerPlain(_modulePlain, _kind.clsid)
 {
+    m_counts.nDevices += m_upTextures != nullptr;
 }
 
 int CZSoaker::Pick(int _nFrom, int _nTo)
@@ -129,25 +131,36 @@ void CZSoaker::Fill()
     vecFrames.clear();
     Set(c_szOptionARGB, "true");
     FillKeys();
-    for (const SOURCE& source : m_vecSources)
-    {
-        m_pSource = &source;
-        FrameNext();
-        Receive(m_cpFrame.Get());
-    }
+    FillSources();
+    m_bTextures = true;
+    if (m_upTextures)
+        FillSources();
     for (size_t i = 0; i < m_vecSources.size(); i += c_nCheckedSources) // the plain copy takes memory as well
     {
         Set(c_szOptionARGB, i / c_nCheckedSources % 2 ? "false" : "true");
         m_pSource = &m_vecSources[i];
+        m_bTextures = m_upTextures != nullptr;
         FrameNext();
         Check();
+    }
+}
+
+void CZSoaker::FillSources()
+{
+    for (const SOURCE& source : m_vecSources)
+    {
+        m_pSource = &source;
+        FrameNext();
+        Receive(FrameIn());
     }
 }
 
 void CZSoaker::Step()
 {
     Change();
-    Receive(m_cpFrame.Get());
+    Receive(FrameIn());
+    if (m_upTextures && OneIn(8)) // in the middle of a stream, too
+        m_bTextures = !m_bTextures;
 }
 
 void CZSoaker::StepChecked()
@@ -164,6 +177,7 @@ void CZSoaker::Check()
     }
     m_keyerPlain.LoadDocument(m_upKeyer->Document());
     PlainComplete();
+    m_bTextures = static_cast<bool>(m_cpFrameInTexture); // between the two the filter over time begins anew
     for (int i = 0; i < m_kind.nFramesChecked; ++i)
     {
         if (i > 0)
@@ -174,7 +188,7 @@ void CZSoaker::Check()
 
 void CZSoaker::CheckFrame()
 {
-    CZPtr<IZFFrame> cpResult = Receive(m_cpFrame.Get());
+    CZPtr<IZFFrame> cpResult = Receive(FrameIn());
     if (!cpResult)
         cpResult = Receive(nullptr);
     const CZPtr<IZFFrame> cpExpected = KeyPlain();
@@ -184,6 +198,7 @@ void CZSoaker::CheckFrame()
         CheckGPU();
     Compare(cpResult.Get(), cpExpected.Get());
     ++m_counts.nChecks;
+    m_counts.nTexChecks += static_cast<bool>(m_cpFrameInTexture);
     m_counts.nTelling += IsTelling(cpExpected.Get());
 }
 
@@ -191,20 +206,30 @@ CZPtr<IZFFrame> CZSoaker::KeyPlain()
 {
     m_keyerPlain.OptionSet(c_szOptionThread, "false");
     m_keyerPlain.OptionSet(c_szOptionGPUMode, "0");
+    if (m_cpFrameInTexture) // what a result in a texture is
+    {
+        m_keyerPlain.OptionSet(c_szOptionARGB, "true");
+        m_keyerPlain.OptionSet(c_szOptionBorders, "");
+    }
     return m_keyerPlain.Push(m_cpFrame.Get());
 }
 
 void CZSoaker::Compare(IZFFrame* _pResult, IZFFrame* _pExpected)
 {
     PICTURE picture, expected;
-    Picture_FromFrame(_pResult, picture);
+    if (m_cpFrameInTexture)
+        m_upTextures->Read(_pResult, picture);
+    else
+        Picture_FromFrame(_pResult, picture);
     Picture_FromFrame(_pExpected, expected);
+    const PICTURE mask = MaskOf(_pResult); // none with a texture
+    const PICTURE maskExpected = m_cpFrameInTexture ? PICTURE() : MaskOf(_pExpected);
     std::string strPicture = Difference(picture, expected, m_setup.bGPU);
-    std::string strMask = Difference(MaskOf(_pResult), MaskOf(_pExpected), m_setup.bGPU);
+    std::string strMask = Difference(mask, maskExpected, m_setup.bGPU);
     if (m_setup.bGPU && m_kind.bGPUAgrees && strPicture.empty() && strMask.empty())
     {
         strPicture = Disagreement(picture, expected);
-        strMask = Disagreement(MaskOf(_pResult), MaskOf(_pExpected));
+        strMask = Disagreement(mask, maskExpected);
     }
     for (const auto& [pszWhat, strDifference] : {std::pair("picture", strPicture), std::pair("mask", strMask)})
         if (!strDifference.empty())
@@ -257,9 +282,21 @@ void CZSoaker::Change()
     if (!m_cpFrame || !OneIn(16)) // now and then the same frame once more
     {
         if (!m_pSource || OneIn(m_kind.nChangeSource))
-            m_pSource = &SourceAny();
+            SourceChange();
         FrameNext();
     }
+}
+
+void CZSoaker::SourceChange()
+{
+    m_pSource = &SourceAny();
+    if (!m_upTextures)
+        return;
+    m_bTextures = OneIn(2);
+    if (!OneIn(16))
+        return;
+    m_upTextures->DeviceReplace();
+    ++m_counts.nDevices;
 }
 
 void CZSoaker::FrameNext()
@@ -267,6 +304,17 @@ void CZSoaker::FrameNext()
     const auto& vecFrames = m_pSource->vecFrames;
     const auto nFrame = static_cast<size_t>(Pick(0, static_cast<int>(vecFrames.size()) - 1));
     Result_Check(vecFrames[nFrame]->FrameClone(eZFC_SharePicture, m_cpFrame.Put()), "cloning a frame");
+    m_cpFrameInTexture.Reset();
+    if (m_upTextures && m_bTextures)
+        FrameToTexture(vecFrames[nFrame].Get());
+}
+
+void CZSoaker::FrameToTexture(IZFFrame2* _pFrame)
+{
+    const bool bMutex = OneIn(2);
+    m_cpFrameInTexture = m_upTextures->FrameMake(_pFrame, bMutex);
+    m_counts.nTextures += static_cast<bool>(m_cpFrameInTexture);
+    m_counts.nMutexes += m_cpFrameInTexture && bMutex;
 }
 
 void CZSoaker::OptionChange()
@@ -305,7 +353,8 @@ CZPtr<IZFFrame> CZSoaker::Receive(IZFFrame* _pFrameOrNull)
             ZFormat("at frame %d (%s): %hs", m_counts.nFrames, m_pSource ? m_pSource->strName : "", error.what()));
     }
     m_counts.nFrames += _pFrameOrNull != nullptr;
-    m_bPictureIn |= _pFrameOrNull != nullptr;
+    if (_pFrameOrNull)
+        m_bPictureIn = !m_cpFrameInTexture; // keys are taken from memory alone
     m_counts.nResults += static_cast<bool>(cpResult);
     return cpResult;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Kit/Keyer.h"
+#include "Soak/TextureHost.h"
 #include "zkhost/Files/Picture.h"
 
 #include "Base/ZPtr.h"
@@ -23,6 +24,10 @@ struct SOAK_COUNTS
     int64_t nObjects = 0;   ///< plug-in objects made
     int64_t nEdits = 0;     ///< key sets, picks, adjustments, detections
     int64_t nDocuments = 0; ///< saved and loaded again
+    int64_t nTextures = 0;  ///< of the frames: in textures of the host's device
+    int64_t nMutexes = 0;   ///< of these: with a keyed mutex
+    int64_t nDevices = 0;   ///< of the host
+    int64_t nTexChecks = 0; ///< of the checks: of frames in textures
     int64_t nPixels = 0;    ///< of results that the GPU made and may be a little off: checked,
     int64_t nPixelsOff = 0; ///< and off by more than a level of alpha or two of colour
     int nMostOff = 0;       ///< levels
@@ -36,6 +41,10 @@ struct SOAK_COUNTS
         nObjects += _other.nObjects;
         nEdits += _other.nEdits;
         nDocuments += _other.nDocuments;
+        nTextures += _other.nTextures;
+        nMutexes += _other.nMutexes;
+        nDevices += _other.nDevices;
+        nTexChecks += _other.nTexChecks;
         nPixels += _other.nPixels;
         nPixelsOff += _other.nPixelsOff;
         nMostOff = std::max(nMostOff, _other.nMostOff);
@@ -49,7 +58,8 @@ struct SOAK_SETUP
     uint64_t nSeed = 1;
     int nThreadsMax = 16; ///< the most threads that key a frame, 1 to 16
     /// The GPU keys. Of the first generation it keys what it takes, and only the sizes of results are held against the
-    /// plain path, which measures otherwise; of the second it keys every frame, and hardly any pixel may be off.
+    /// plain path, which measures otherwise; of the second it keys every frame, in memory or in a texture of the host's
+    /// device, and hardly any pixel may be off.
     bool bGPU = false;
 };
 
@@ -153,10 +163,18 @@ private:
 
     void SourcesMake();
     void SourceAdd(uint32_t _fccType, const SOAK_SIZE& _size, CZFramePool* _pPool);
+    void FillSources();
     void ObjectMake();
     void Set(const std::string& _strName, const std::string& _strValue);
     void Change();
     void OptionChange();
+    void SourceChange();
+    void FrameToTexture(IZFFrame2* _pFrame);
+    /// The frame as it is handed in.
+    IZFFrame* FrameIn() const
+    {
+        return m_cpFrameInTexture ? m_cpFrameInTexture.Get() : m_cpFrame.Get();
+    }
     void SaveAndLoad();
     void FrameNext();
     void Check();
@@ -170,9 +188,12 @@ private:
     const SOAK_SETUP m_setup;
     std::mt19937_64 m_random;
     std::vector<SOURCE> m_vecSources;
-    const SOURCE* m_pSource = nullptr; ///< of the frame under way
-    CZPtr<IZFFrame> m_cpFrame;         ///< as it is handed in: another one each time, on the source's pixels
-    bool m_bPictureIn = false;         ///< the object has a picture to take keys from
+    const SOURCE* m_pSource = nullptr;           ///< of the frame under way
+    CZPtr<IZFFrame> m_cpFrame;                   ///< as it is handed in: another one each time, on the source's pixels
+    CZPtr<IZFFrame> m_cpFrameInTexture;          ///< the same picture in a texture, where it is handed in in one
+    std::unique_ptr<CZTextureHost> m_upTextures; ///< null: all frames are in memory
+    bool m_bTextures = false;                    ///< frames are made in textures, where their format is taken
+    bool m_bPictureIn = false;                   ///< the object has a picture to take keys from
     std::unique_ptr<CZKeyer> m_upKeyer;
     CZPtr<IZFProcess> m_cpProcess;
     CZKeyer m_keyerPlain; ///< the object that results are held against

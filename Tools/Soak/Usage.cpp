@@ -3,6 +3,9 @@
 #if defined(_WIN32)
 #include "Interfaces/ZPlatform.h"
 
+#include <algorithm>
+#include <vector>
+
 #include <malloc.h>
 #include <psapi.h>
 #include <tlhelp32.h>
@@ -36,6 +39,42 @@ int64_t HeapInUse()
     return cbHeap;
 }
 
+/// An open handle of any process, and how the system tells of all of them: class 64 of NtQuerySystemInformation.
+struct HANDLE_ENTRY
+{
+    void* pObject;
+    ULONG_PTR nProcess;
+    ULONG_PTR nHandle;
+    ULONG nAccess;
+    USHORT nTrace;
+    USHORT nType;
+    ULONG nAttributes;
+    ULONG nReserved;
+};
+struct HANDLE_LIST
+{
+    ULONG_PTR nHandles;
+    ULONG_PTR nReserved;
+    HANDLE_ENTRY arrHandles[1];
+};
+
+/// The open handles of the process, counted in the list of all: Wine's GetProcessHandleCount says 0.
+int HandlesListed()
+{
+    using QUERY = LONG(WINAPI*)(int, void*, ULONG, ULONG*);
+    constexpr int c_nAllHandles = 64;
+    const auto pfnQuery = reinterpret_cast<QUERY>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
+    std::vector<uint64_t> vecList(size_t{1} << 17); // a megabyte: 26000 handles
+    ULONG cbList = 0;
+    const auto* const pList = reinterpret_cast<const HANDLE_LIST*>(vecList.data());
+    if (!pfnQuery || pfnQuery(c_nAllHandles, vecList.data(), static_cast<ULONG>(vecList.size() * 8), &cbList) != 0)
+        return 0;
+    return static_cast<int>(
+        std::count_if(pList->arrHandles, pList->arrHandles + pList->nHandles,
+                      [](const HANDLE_ENTRY& _entry) { return _entry.nProcess == GetCurrentProcessId(); }));
+}
+
 } // namespace
 
 SYSTEM_USAGE Usage_Get()
@@ -50,7 +89,7 @@ SYSTEM_USAGE Usage_Get()
     usage.cbHeap = HeapInUse();
     DWORD nHandles = 0;
     if (GetProcessHandleCount(GetCurrentProcess(), &nHandles))
-        usage.nHandles = static_cast<int>(nHandles);
+        usage.nHandles = nHandles > 0 ? static_cast<int>(nHandles) : HandlesListed();
     const HANDLE hThreads = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
     THREADENTRY32 entry = {};
     entry.dwSize = sizeof(entry);

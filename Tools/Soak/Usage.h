@@ -16,10 +16,13 @@ SYSTEM_USAGE Usage_Get();
 /// Resident memory may grow by this much though nothing is lost: stacks that the system keeps, parts of libraries that
 /// came to use; on Windows also freed blocks that the heap keeps in pieces (5 to 17 MB under Wine after five seconds,
 /// and no more after 30). What allocations hold says what is lost.
+/// Of handles: on Windows a lock that lasts makes an event when two threads first meet in it, and keeps it.
 #if defined(_WIN32)
 inline constexpr int64_t c_cbKeptBySystem = 24 << 20;
+inline constexpr int c_nHandlesKept = 8;
 #else
 inline constexpr int64_t c_cbKeptBySystem = 2 << 20;
+inline constexpr int c_nHandlesKept = 0;
 #endif
 
 /// Gives memory that was freed back to the system, and from now on large blocks at once, so that the resident memory

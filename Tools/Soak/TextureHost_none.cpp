@@ -1,0 +1,6 @@
+#include "Soak/TextureHost.h"
+
+std::unique_ptr<CZTextureHost> TextureHost_Make()
+{
+    return nullptr;
+}

@@ -214,11 +214,23 @@ CZPtr<IZFFrame> CZSoaker::KeyPlain()
     return m_keyerPlain.Push(m_cpFrame.Get());
 }
 
+void CZSoaker::Read(IZFFrame* _pResult, PICTURE& _picture)
+{
+    try
+    {
+        m_upTextures->Read(_pResult, _picture);
+    }
+    catch (const CZHostError& error)
+    {
+        throw CZHostError(ZFormat("at frame %d (%s): %hs", m_counts.nFrames, m_pSource->strName, error.what()));
+    }
+}
+
 void CZSoaker::Compare(IZFFrame* _pResult, IZFFrame* _pExpected)
 {
     PICTURE picture, expected;
     if (m_cpFrameInTexture)
-        m_upTextures->Read(_pResult, picture);
+        Read(_pResult, picture);
     else
         Picture_FromFrame(_pResult, picture);
     Picture_FromFrame(_pExpected, expected);

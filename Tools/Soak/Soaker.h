@@ -180,6 +180,7 @@ private:
     void Check();
     void CheckFrame();
     CZPtr<IZFFrame> Receive(IZFFrame* _pFrameOrNull);
+    void Read(IZFFrame* _pResult, PICTURE& _picture); ///< of a result in a texture
     void Compare(IZFFrame* _pResult, IZFFrame* _pExpected);
     /// Where a picture that the GPU has made differs too much; empty where it does not.
     std::string Disagreement(const PICTURE& _picture, const PICTURE& _expected);

@@ -5,7 +5,9 @@
 #include "Kit/HostError.h"
 #include "Kit/Result.h"
 
+#include "Base/ZLog.h"
 #include "Base/ZPixelFormats.h"
+#include "Base/ZPixelNames.h"
 #include "Image/ImgPlane.h"
 #include "Image/ImgRowReader.h"
 
@@ -133,7 +135,8 @@ private:
         Result_Check(_pFrame->AttachmentGet(c_wszFrameTexture, cpAttached.Put()), "looking for a result's texture");
         const auto cpPicture = ZQuery<IDX11Texture>(cpAttached);
         if (!cpPicture || vidProps.fccType != eZFCC_ARGB32)
-            throw CZHostError("the result of a frame in a texture is none of ARGB32 in one");
+            throw CZHostError(ZFormat("the result of a frame in a texture is a frame of %s%s instead of ARGB32 in one",
+                                      FCC_Name(vidProps.fccType), cpPicture ? "" : " in memory"));
         Result_Check(cpPicture->TextureGet(cpTexture.Put()), "looking at a result's texture");
         return cpTexture;
     }

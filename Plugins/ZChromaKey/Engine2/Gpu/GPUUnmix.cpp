@@ -233,7 +233,7 @@ HRESULT GPUUnmix::PixelPass(UNMIX_STATE& _state, ID3D11Texture2D* _pPicture, con
     if (SUCCEEDED(hr))
         hr = AfterPut(_state);
     if (SUCCEEDED(hr) && m_samples && _state.nKeys > 0)
-        hr = DeepPasses(_pPicture);
+        hr = DeepPasses(*m_samples, _pPicture);
     const bool bPast = m_uploads.constants.anFilter[1];
     if (SUCCEEDED(hr) && bPast)
         hr = PastPass(_state, _pPicture);

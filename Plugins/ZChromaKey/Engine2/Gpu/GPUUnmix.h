@@ -91,7 +91,7 @@ private:
     /// Bytes B, G, R, A of the picture in YUV.
     HRESULT Opened(eZYMatrix _eMatrix, CZPtr<IDX11Texture>* _pcpPicture);
     /// What is known better than these bytes, once they have taught: m_cpDeep.
-    HRESULT DeepPasses(ID3D11Texture2D* _pPicture);
+    HRESULT DeepPasses(const UNMIX_SHADER_SAMPLES& _samples, ID3D11Texture2D* _pPicture);
     /// Of a picture in RGB that was learned from: m_samples.
     void PixelSamplesTake(const UNMIX_STATE& _state);
     HRESULT CellsLearn(IDX11Texture* _pPicture);

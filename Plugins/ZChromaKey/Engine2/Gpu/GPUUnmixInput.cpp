@@ -46,10 +46,10 @@ void GPUUnmix::PixelSamplesTake(const UNMIX_STATE& _state)
         m_samples = samples;
 }
 
-HRESULT GPUUnmix::DeepPasses(ID3D11Texture2D* _pPicture)
+HRESULT GPUUnmix::DeepPasses(const UNMIX_SHADER_SAMPLES& _samples, ID3D11Texture2D* _pPicture)
 {
     UNMIX_CONSTANTS& constants = m_uploads.constants;
-    constants.samples = *m_samples;
+    constants.samples = _samples;
     constants.anDeep[0] = 1;
     constants.anDeep[1] = FCC_SampleBytes(VidPropsIn().fccType) > 1;
     const auto cpSamples = TextureIn(TexIn());

@@ -45,11 +45,11 @@ TEST(NoticeTexture, IsDrawnOntoCopiesOfTheHostsAndOntoResults)
     const struct
     {
         uint32_t fccType;
+        uint8_t nLetter;
         size_t nBytes; ///< of a pixel in the texture, and which of them is looked at
         size_t nFirst;
-        uint8_t nLetter;
     } arrCases[] = {
-        {eZFCC_ARGB32, 4, 0, 255}, {eZFCC_UYVY, 2, 1, 235}, {eZFCC_I420, 1, 0, 235}, {eZFCC_P010, 2, 1, 235}};
+        {eZFCC_ARGB32, 255, 4, 0}, {eZFCC_UYVY, 235, 2, 1}, {eZFCC_I420, 235, 1, 0}, {eZFCC_P010, 235, 2, 1}};
     for (const auto& format : arrCases)
     {
         SCOPED_TRACE(FCC_Name(format.fccType));

@@ -68,12 +68,6 @@ LIMIT_RULES Pixels_Limiter(const KEY_FORMS& _key, const UNMIX_PARAMS& _params)
     const bool bGlare = (_key.bGreen || _key.fltWedge == 1) && _key.fltCloth <= 0;
     limiter.nGlare = bGlare ? Round(c_fltGlare * fltWhole * (16384.0f / c_nGlareSteps)) : 0;
     limiter.fltGlare = static_cast<float>(limiter.nGlare) / 16384;
-    limiter.nLimit = Round(limiter.fltLimit * 256);
-    limiter.nLeast = Round(limiter.fltLeast * 16384);
-    // Where the wedge is wide, bodies have much of the key's hue: what they have near the screen is more likely theirs.
-    limiter.fltGlare =
-        (_key.bGreen || _key.fltWedge == 1) && _key.fltCloth <= 0 ? c_fltGlare * fltWhole / c_nGlareSteps : 0;
-    limiter.nGlare = Round(limiter.fltGlare * 16384);
     for (int n = 0; n < 3; ++n)
         limiter.anTake[n] = std::clamp(Round(limiter.arrTake[n] * 1024), -32768, 32767);
     return limiter;

@@ -10,7 +10,7 @@
 ///
 ///     U8, U16, I32, F32   vectors of bytes, words, 32-bit integers and floats, all c_nBytes long; a single number
 ///                         converts to a vector that repeats it
-///     M8, M32             truth values, one for each byte or each 32-bit lane
+///     M8, M16, M32        truth values, one for each byte, word or 32-bit lane
 ///     c_nBytes, c_nLanes  the length of a vector in bytes and in 32-bit lanes
 ///     Load, Store         for rows of memory, which need no alignment. The versions with a number _n (from 0) touch
 ///                         the first _n elements only; the others are loaded as 0
@@ -18,7 +18,9 @@
 ///                         not be readable. Does nothing in SIMD_PLAIN
 ///     WidenU16, WidenI32  load bytes of memory as words or as 32-bit integers; WidenI32 also int16_t
 ///     Narrow              stores 32-bit integers, which must fit, as int16_t
+///     RepeatBlock         loads four floats into every block of 16 bytes
 ///     LoadBlocks, StoreBlocks  blocks of 16 bytes that lie a stride apart, such as four pixels of successive rows
+///     WidenBlocks         loads blocks of four int16_t that lie a stride apart as 32-bit integers
 ///
 /// The operators and functions below give the same bits at every level. Integers wrap around.
 ///
@@ -26,7 +28,8 @@
 ///           ElseNone(mask, a), ElseAll(mask, a): a where the mask is true, elsewhere no bit or every bit
 ///     U16   + - * | & << >>  Even(bytes), Odd(bytes): every second byte, as words  JoinBytes(even, odd): the inverse
 ///           AddPairs(bytes): sums of every two neighbours  MulRound(a, b): a b / 2^15, halves upward, and
-///           ClampToByte(a): 0 to 255, of words that count as signed
+///           ClampToByte(a): 0 to 255, of words that count as signed  AbsSigned, GreaterSigned: likewise
+///           AddWhere(mask, a, b): a + b where the mask is true, else a; CountWhere(mask, a): the same with b = 1
 ///     I32   + - * | & ^ << >>  ShiftedIn0(a, n): shifts right like >>, which keeps the sign, but fills with zeros
 ///           Min Max Abs  Equal  Greater  IsNegative  Select  Below(a, n): 0 <= a < n, where n is not negative
 ///           MulAdd(words, words): for each lane the sum of its two products; words count as signed
@@ -38,9 +41,13 @@
 /// Min and Max of floats return the second where neither is less. Nothing is fused or approximated.
 ///
 /// These work on every block of 16 bytes separately:
+///     LookedUp(table, places)             the byte of a table of 16 at each place, which counts by its lowest four
+///                                         bits; 0 where it is 128 or more
+///     DeinterleaveBlocks(a, b, even, odd) every second lane of a's block, then of b's, and the others
 ///     ShuffleBytes(bytes, pattern)        byte pattern[n] of the block, or 0 where the pattern has 0xFF
 ///     PackWords(a, b), PackBytes(a, b)    the elements of a's block, then those of b's, at half their size: signed
 ///                                         numbers are clamped to int16_t, and to 0 to 255
+///     Spread<n>(floats)                   lane n of the block, in all of its lanes
 /// This works on every lane separately:
 ///     JoinClamped(a, b, c, d)             the four numbers, clamped to 0 to 255, as its bytes from the lowest
 /// These work across the whole vector:

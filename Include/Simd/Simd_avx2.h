@@ -66,6 +66,11 @@ struct F32
     }
     __m256 vec;
 };
+/// All bits of a word, or none.
+struct M16
+{
+    __m256i vec;
+};
 /// All bits of a byte, or none.
 struct M8
 {
@@ -170,6 +175,22 @@ ZCK_INLINE U16 MulRound(U16 _a, U16 _b)
 ZCK_INLINE U16 ClampToByte(U16 _a)
 {
     return _mm256_min_epi16(_mm256_max_epi16(_a.vec, _mm256_set1_epi16(0)), _mm256_set1_epi16(255));
+}
+ZCK_INLINE U16 AbsSigned(U16 _a)
+{
+    return _mm256_abs_epi16(_a.vec);
+}
+ZCK_INLINE M16 GreaterSigned(U16 _a, U16 _b)
+{
+    return {_mm256_cmpgt_epi16(_a.vec, _b.vec)};
+}
+ZCK_INLINE U16 AddWhere(M16 _mask, U16 _a, U16 _b)
+{
+    return _mm256_add_epi16(_a.vec, _mm256_and_si256(_mask.vec, _b.vec));
+}
+ZCK_INLINE U16 CountWhere(M16 _mask, U16 _a)
+{
+    return _mm256_sub_epi16(_a.vec, _mask.vec);
 }
 ZCK_INLINE U8 JoinBytes(U16 _even, U16 _odd)
 {
@@ -333,6 +354,11 @@ ZCK_INLINE U8 ShuffleBytes(U8 _bytes, const uint8_t (&_arrPattern)[16])
     const __m128i vecPattern = _mm_loadu_si128(reinterpret_cast<const __m128i*>(_arrPattern));
     return _mm256_shuffle_epi8(_bytes.vec, _mm256_broadcastsi128_si256(vecPattern));
 }
+ZCK_INLINE U8 LookedUp(const uint8_t (&_arrTable)[16], U8 _places)
+{
+    const __m128i vecTable = _mm_loadu_si128(reinterpret_cast<const __m128i*>(_arrTable));
+    return _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(vecTable), _places.vec);
+}
 ZCK_INLINE U16 PackWords(I32 _a, I32 _b)
 {
     return _mm256_packs_epi32(_a.vec, _b.vec);
@@ -366,6 +392,16 @@ ZCK_INLINE void Deinterleave(I32 _a, I32 _b, I32& _even, I32& _odd)
     _even = _mm256_permute4x64_epi64(vecEven, 0xD8);
     _odd = _mm256_permute4x64_epi64(vecOdd, 0xD8);
 }
+ZCK_INLINE void DeinterleaveBlocks(I32 _a, I32 _b, I32& _even, I32& _odd)
+{
+    const __m256 vecA = _mm256_castsi256_ps(_a.vec), vecB = _mm256_castsi256_ps(_b.vec);
+    _even = _mm256_castps_si256(_mm256_shuffle_ps(vecA, vecB, 0x88));
+    _odd = _mm256_castps_si256(_mm256_shuffle_ps(vecA, vecB, 0xDD));
+}
+template <int Lane> ZCK_INLINE F32 Spread(F32 _a)
+{
+    return _mm256_permute_ps(_a.vec, Lane * 0x55);
+}
 ZCK_INLINE I32 SplitHalves(I32 _a)
 {
     return _mm256_permute4x64_epi64(_a.vec, 0xD8);
@@ -384,6 +420,7 @@ struct SIMD_AVX2
     using I32 = SimdAVX2::I32;
     using F32 = SimdAVX2::F32;
     using M8 = SimdAVX2::M8;
+    using M16 = SimdAVX2::M16;
     using M32 = SimdAVX2::M32;
     static constexpr size_t c_nBytes = 32;
     static constexpr size_t c_nLanes = 8;
@@ -478,11 +515,22 @@ struct SIMD_AVX2
         const __m256i vecWords = _mm256_permute4x64_epi64(_mm256_packs_epi32(_ints.vec, _ints.vec), 0xD8);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(_pWords), _mm256_castsi256_si128(vecWords));
     }
+    static ZCK_INLINE F32 RepeatBlock(const float* _pFloats)
+    {
+        return _mm256_broadcast_ps(reinterpret_cast<const __m128*>(_pFloats));
+    }
     static ZCK_INLINE I32 LoadBlocks(const void* _pBlocks, ptrdiff_t _nStride)
     {
         const auto* const p = static_cast<const uint8_t*>(_pBlocks);
         return _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))),
                                        _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + _nStride)), 1);
+    }
+    static ZCK_INLINE I32 WidenBlocks(const int16_t* _pWords, ptrdiff_t _nStride)
+    {
+        const auto* const p = reinterpret_cast<const char*>(_pWords);
+        const __m128i vecFirst = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+        const __m128i vecSecond = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + _nStride));
+        return _mm256_cvtepi16_epi32(_mm_unpacklo_epi64(vecFirst, vecSecond));
     }
     static ZCK_INLINE void StoreBlocks(void* _pBlocks, ptrdiff_t _nStride, I32 _ints)
     {

@@ -69,6 +69,10 @@ struct M8
 {
     __mmask64 nMask;
 };
+struct M16
+{
+    __mmask32 nMask;
+};
 struct M32
 {
     __mmask16 nMask;
@@ -167,6 +171,22 @@ ZCK_INLINE U16 MulRound(U16 _a, U16 _b)
 ZCK_INLINE U16 ClampToByte(U16 _a)
 {
     return _mm512_min_epi16(_mm512_max_epi16(_a.vec, _mm512_set1_epi16(0)), _mm512_set1_epi16(255));
+}
+ZCK_INLINE U16 AbsSigned(U16 _a)
+{
+    return _mm512_abs_epi16(_a.vec);
+}
+ZCK_INLINE M16 GreaterSigned(U16 _a, U16 _b)
+{
+    return {_mm512_cmpgt_epi16_mask(_a.vec, _b.vec)};
+}
+ZCK_INLINE U16 AddWhere(M16 _mask, U16 _a, U16 _b)
+{
+    return _mm512_mask_add_epi16(_a.vec, _mask.nMask, _a.vec, _b.vec);
+}
+ZCK_INLINE U16 CountWhere(M16 _mask, U16 _a)
+{
+    return AddWhere(_mask, _a, 1);
 }
 ZCK_INLINE U8 JoinBytes(U16 _even, U16 _odd)
 {
@@ -329,6 +349,11 @@ ZCK_INLINE U8 ShuffleBytes(U8 _bytes, const uint8_t (&_arrPattern)[16])
     const __m128i vecPattern = _mm_loadu_si128(reinterpret_cast<const __m128i*>(_arrPattern));
     return _mm512_shuffle_epi8(_bytes.vec, _mm512_broadcast_i32x4(vecPattern));
 }
+ZCK_INLINE U8 LookedUp(const uint8_t (&_arrTable)[16], U8 _places)
+{
+    const __m128i vecTable = _mm_loadu_si128(reinterpret_cast<const __m128i*>(_arrTable));
+    return _mm512_shuffle_epi8(_mm512_broadcast_i32x4(vecTable), _places.vec);
+}
 ZCK_INLINE U16 PackWords(I32 _a, I32 _b)
 {
     return _mm512_packs_epi32(_a.vec, _b.vec);
@@ -361,6 +386,16 @@ ZCK_INLINE void Deinterleave(I32 _a, I32 _b, I32& _even, I32& _odd)
     _even = _mm512_permutex2var_epi32(_a.vec, vecEven, _b.vec);
     _odd = _mm512_permutex2var_epi32(_a.vec, vecOdd, _b.vec);
 }
+ZCK_INLINE void DeinterleaveBlocks(I32 _a, I32 _b, I32& _even, I32& _odd)
+{
+    const __m512 vecA = _mm512_castsi512_ps(_a.vec), vecB = _mm512_castsi512_ps(_b.vec);
+    _even = _mm512_castps_si512(_mm512_shuffle_ps(vecA, vecB, 0x88));
+    _odd = _mm512_castps_si512(_mm512_shuffle_ps(vecA, vecB, 0xDD));
+}
+template <int Lane> ZCK_INLINE F32 Spread(F32 _a)
+{
+    return _mm512_permute_ps(_a.vec, Lane * 0x55);
+}
 ZCK_INLINE I32 SplitHalves(I32 _a)
 {
     return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), _a.vec);
@@ -380,6 +415,7 @@ struct SIMD_AVX512
     using I32 = SimdAVX512::I32;
     using F32 = SimdAVX512::F32;
     using M8 = SimdAVX512::M8;
+    using M16 = SimdAVX512::M16;
     using M32 = SimdAVX512::M32;
     static constexpr size_t c_nBytes = 64;
     static constexpr size_t c_nLanes = 16;
@@ -470,6 +506,10 @@ struct SIMD_AVX512
     {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(_pWords), _mm512_cvtsepi32_epi16(_ints.vec));
     }
+    static ZCK_INLINE F32 RepeatBlock(const float* _pFloats)
+    {
+        return _mm512_broadcast_f32x4(_mm_loadu_ps(_pFloats));
+    }
     static ZCK_INLINE I32 LoadBlocks(const void* _pBlocks, ptrdiff_t _nStride)
     {
         const auto* const p = static_cast<const uint8_t*>(_pBlocks);
@@ -478,6 +518,16 @@ struct SIMD_AVX512
         };
         const __m512i vecFirst = _mm512_inserti32x4(_mm512_castsi128_si512(Block(0)), Block(1), 1);
         return _mm512_inserti32x4(_mm512_inserti32x4(vecFirst, Block(2), 2), Block(3), 3);
+    }
+    static ZCK_INLINE I32 WidenBlocks(const int16_t* _pWords, ptrdiff_t _nStride)
+    {
+        const auto* const p = reinterpret_cast<const char*>(_pWords);
+        const auto Two = [&](ptrdiff_t _n) {
+            const __m128i vecFirst = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + _n * _nStride));
+            const __m128i vecSecond = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + (_n + 1) * _nStride));
+            return _mm_unpacklo_epi64(vecFirst, vecSecond);
+        };
+        return _mm512_cvtepi16_epi32(_mm256_inserti128_si256(_mm256_castsi128_si256(Two(0)), Two(2), 1));
     }
     static ZCK_INLINE void StoreBlocks(void* _pBlocks, ptrdiff_t _nStride, I32 _ints)
     {

@@ -226,6 +226,23 @@ template <size_t N> ZCK_INLINE VECTOR<uint16_t, N> ClampToByte(const VECTOR<uint
         return n < 0 ? 0 : n > 255 ? 255 : n;
     });
 }
+template <size_t N> ZCK_INLINE VECTOR<uint16_t, N> AbsSigned(const VECTOR<uint16_t, N>& _a)
+{
+    return VECTOR<uint16_t, N>::Of([&](size_t _n) { return std::abs(static_cast<int16_t>(_a.arr[_n])); });
+}
+template <size_t N> ZCK_INLINE MASK<N> GreaterSigned(const VECTOR<uint16_t, N>& _a, const VECTOR<uint16_t, N>& _b)
+{
+    return MASK<N>::Of([&](size_t _n) { return static_cast<int16_t>(_a.arr[_n]) > static_cast<int16_t>(_b.arr[_n]); });
+}
+template <size_t N> ZCK_INLINE VECTOR<uint16_t, N> AddWhere(const MASK<N>& _mask, const VECTOR<uint16_t, N>& _a,
+                                                            const VECTOR<uint16_t, N>& _b)
+{
+    return VECTOR<uint16_t, N>::Of([&](size_t _n) { return _a.arr[_n] + (_mask.arr[_n] ? _b.arr[_n] : 0); });
+}
+template <size_t N> ZCK_INLINE VECTOR<uint16_t, N> CountWhere(const MASK<N>& _mask, const VECTOR<uint16_t, N>& _a)
+{
+    return AddWhere(_mask, _a, VECTOR<uint16_t, N>(1));
+}
 template <size_t N> ZCK_INLINE VECTOR<int32_t, N> AsInts(const VECTOR<float, N>& _floats)
 {
     VECTOR<int32_t, N> res;
@@ -254,6 +271,12 @@ ZCK_INLINE VECTOR<uint8_t, N> ShuffleBytes(const VECTOR<uint8_t, N>& _bytes, con
         const uint8_t nFrom = _arrPattern[_n % 16];
         return nFrom < 16 ? _bytes.arr[_n / 16 * 16 + nFrom] : 0;
     });
+}
+template <size_t N>
+ZCK_INLINE VECTOR<uint8_t, N> LookedUp(const uint8_t (&_arrTable)[16], const VECTOR<uint8_t, N>& _places)
+{
+    return VECTOR<uint8_t, N>::Of(
+        [&](size_t _n) { return _places.arr[_n] < 128 ? _arrTable[_places.arr[_n] % 16] : 0; });
 }
 /// Number _n of what packing two vectors gives whose blocks of 16 bytes have N numbers.
 template <size_t N, class V> ZCK_INLINE auto Packed(const V& _a, const V& _b, size_t _i)
@@ -306,6 +329,20 @@ template <size_t N> ZCK_INLINE void Deinterleave(const VECTOR<int32_t, N>& _a, c
     _odd = VECTOR<int32_t, N>::Of([&](size_t _n) { return Number(2 * _n + 1); });
     _even = even;
 }
+template <size_t N> ZCK_INLINE void DeinterleaveBlocks(const VECTOR<int32_t, N>& _a, const VECTOR<int32_t, N>& _b,
+                                                       VECTOR<int32_t, N>& _even, VECTOR<int32_t, N>& _odd)
+{
+    const auto Number = [&](size_t _n, size_t _nOdd) {
+        return (_n % 4 < 2 ? _a : _b).arr[_n / 4 * 4 + 2 * (_n % 2) + _nOdd];
+    };
+    const auto even = VECTOR<int32_t, N>::Of([&](size_t _n) { return Number(_n, 0); });
+    _odd = VECTOR<int32_t, N>::Of([&](size_t _n) { return Number(_n, 1); });
+    _even = even;
+}
+template <int Lane, size_t N> ZCK_INLINE VECTOR<float, N> Spread(const VECTOR<float, N>& _a)
+{
+    return VECTOR<float, N>::Of([&](size_t _n) { return _a.arr[_n / 4 * 4 + Lane]; });
+}
 template <size_t N> ZCK_INLINE VECTOR<int32_t, N> SplitHalves(const VECTOR<int32_t, N>& _a)
 {
     return VECTOR<int32_t, N>::Of([&](size_t _n) { return _a.arr[_n % (N / 2) / 2 * 4 + _n / (N / 2) * 2 + _n % 2]; });
@@ -325,6 +362,7 @@ template <size_t Lanes> struct SIMD_PLAIN_OF
     using I32 = SimdPlain::VECTOR<int32_t, Lanes>;
     using F32 = SimdPlain::VECTOR<float, Lanes>;
     using M8 = SimdPlain::MASK<4 * Lanes>;
+    using M16 = SimdPlain::MASK<2 * Lanes>;
     using M32 = SimdPlain::MASK<Lanes>;
     static constexpr size_t c_nBytes = 4 * Lanes;
     static constexpr size_t c_nLanes = Lanes;
@@ -396,6 +434,10 @@ template <size_t Lanes> struct SIMD_PLAIN_OF
         for (size_t i = 0; i < Lanes; ++i)
             _pWords[i] = static_cast<int16_t>(_ints.arr[i]);
     }
+    static ZCK_INLINE F32 RepeatBlock(const float* _pFloats)
+    {
+        return F32::Of([&](size_t _n) { return _pFloats[_n % 4]; });
+    }
     static ZCK_INLINE I32 LoadBlocks(const void* _pBlocks, ptrdiff_t _nStride)
     {
         I32 res;
@@ -403,6 +445,15 @@ template <size_t Lanes> struct SIMD_PLAIN_OF
             std::memcpy(res.arr + 4 * i, static_cast<const uint8_t*>(_pBlocks) + static_cast<ptrdiff_t>(i) * _nStride,
                         16);
         return res;
+    }
+    static ZCK_INLINE I32 WidenBlocks(const int16_t* _pWords, ptrdiff_t _nStride)
+    {
+        return I32::Of([&](size_t _n) {
+            int16_t nWord;
+            const ptrdiff_t nAt = static_cast<ptrdiff_t>(_n / 4) * _nStride + static_cast<ptrdiff_t>(2 * (_n % 4));
+            std::memcpy(&nWord, reinterpret_cast<const char*>(_pWords) + nAt, sizeof(nWord));
+            return nWord;
+        });
     }
     static ZCK_INLINE void StoreBlocks(void* _pBlocks, ptrdiff_t _nStride, const I32& _ints)
     {

@@ -237,7 +237,7 @@ int UNMIX_TWIN::Difference(const UNMIX_SHADER_RULES& _rules, int _nX, int _nY, i
     const auto nRho = static_cast<int16_t>(CellAt(_nX < 0 ? -1 : _nX / 4, _nY < 0 ? -1 : _nY / 4, _nField) >> 16);
     const double dblX = std::floor(Dot(_rules.anX, bytes) / 2), dblZ = std::floor(Dot(_rules.anZ, bytes) / 2);
     const double dblAcross = std::min(std::abs(dblZ - FloorRound(dblX * nRho / 32768)), 8191.0);
-    return std::clamp(FloorRound(dblX) - FloorRound(dblAcross * _rules.nWedge / 8192), -32768, 32767);
+    return std::clamp(FloorRound(dblX) - FloorRound(dblAcross * _rules.nWedge / 8192), -16384, 16383);
 }
 
 int UNMIX_TWIN::Filtered(const UNMIX_SHADER_RULES& _rules, const PLACE& _place) const

@@ -22,7 +22,7 @@ struct PROBE_INPUT
 /// What the operations make of them: a row for each, in an order of their own.
 struct PROBE_OUTPUT
 {
-    static constexpr size_t c_nMaxRows = 80; // more than there are operations
+    static constexpr size_t c_nMaxRows = 100; // more than there are operations
     uint8_t arrRows[c_nMaxRows][c_nProbeBytes];
     size_t nRows;
     /// By number of elements: what is loaded, and what is stored, of bytes, ints and floats.
@@ -101,6 +101,7 @@ template <class S> void ProbeBytes(CProbeWriter<S>& _writer, typename S::U8 _a, 
     _writer.Put(AddPairs(_a));
     _writer.Put(JoinBytes(Odd(_a), Even(_b)));
     _writer.Put(ShuffleBytes(_a, c_arrPattern));
+    _writer.Put(LookedUp(c_arrPattern, _a & 0x8F)); // beyond the table where the highest bit is set
 }
 
 template <class S> void ProbeWords(CProbeWriter<S>& _writer, typename S::U16 _a, typename S::U16 _b)
@@ -116,6 +117,9 @@ template <class S> void ProbeWords(CProbeWriter<S>& _writer, typename S::U16 _a,
     _writer.Put(MulRound(_a, _b));
     _writer.Put(ClampToByte(_a));
     _writer.Put(PackBytes(_a, _b));
+    _writer.Put(AbsSigned(_a));
+    _writer.Put(AddWhere(GreaterSigned(_a, _b), _a, _b));
+    _writer.Put(CountWhere(GreaterSigned(_b, _a), _b));
 }
 
 template <class S> void ProbeInts(CProbeWriter<S>& _writer, typename S::I32 _a, typename S::I32 _b)
@@ -156,6 +160,9 @@ template <class S> void ProbeInts(CProbeWriter<S>& _writer, typename S::I32 _a, 
     Deinterleave(_a, _b, vecFirst, vecSecond);
     _writer.Put(vecFirst);
     _writer.Put(vecSecond);
+    DeinterleaveBlocks(_a, _b, vecFirst, vecSecond);
+    _writer.Put(vecFirst);
+    _writer.Put(vecSecond);
     _writer.Put(SplitHalves(_a));
     _writer.Put(I32(static_cast<int>(Bits(maskMore))));
 }
@@ -171,6 +178,7 @@ template <class S> void ProbeIntMemory(CProbeWriter<S>& _writer, const PROBE_INP
     S::StoreBlocks(arrBlocks, c_nStride, vecInts);
     _writer.Put(S::WidenI32(arrWords) + (vecInts << 1));
     _writer.Put(S::LoadBlocks(arrBlocks + 4, c_nStride));
+    _writer.Put(S::WidenBlocks(reinterpret_cast<const int16_t*>(_input.arrInts[1]), c_nStride));
 }
 
 template <class S> void ProbeFloats(CProbeWriter<S>& _writer, const PROBE_INPUT& _input, size_t _n)
@@ -191,6 +199,8 @@ template <class S> void ProbeFloats(CProbeWriter<S>& _writer, const PROBE_INPUT&
     _writer.Put(Less(fltA, fltB));
     _writer.Put(Select(Less(fltA, fltB), fltA, fltB));
     _writer.Put(ToI32(S::LoadF32(_input.arrSmall + _n)));
+    _writer.Put(Spread<2>(fltA));
+    _writer.Put(S::RepeatBlock(_input.arrFloats[0]));
 }
 
 /// Loads and stores of the first elements of a vector, of every number.

@@ -51,7 +51,7 @@ int DifferenceAt( RULES rules, int2 pos, int nField )
     int nX = Form( rules.anX, colour ) >> nShift;
     int nZ = Form( rules.anZ, colour ) >> nShift;
     int nAcross = min( abs( nZ - MulRound( nX, nRho ) ), 8191 );
-    return Clamp16( nX - MulRound( nAcross << 2, rules.nWedge ) );
+    return clamp( nX - MulRound( nAcross << 2, rules.nWedge ), -16384, 16383 );
 }
 // The mean of those of 3x3 differences that are near the middle's.
 int Filtered( RULES rules, int2 pos, int nField, int nMiddle )

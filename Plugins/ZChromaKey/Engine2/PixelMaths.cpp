@@ -83,6 +83,7 @@ PIXEL_RULES Pixels_Rules(const UNMIX_STATE& _state, const KEY_FORMS& _key)
     const UNMIX_PARAMS& params = _state.setup.params;
     PIXEL_RULES rules = {};
     rules.limit = Pixels_Limiter(_key, params);
+    std::copy(_key.arrX, _key.arrX + 3, rules.arrX0);
     rules.fltLeastX = .15f * _key.fltX;
     rules.fltWedge = _key.fltWedge;
     rules.nWedge = Rounded(_key.fltWedge * 8192);

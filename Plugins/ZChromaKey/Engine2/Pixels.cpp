@@ -60,20 +60,29 @@ template <class T> void CopyPixels(const T* _pRow, int _nWidth, int _nFirst, int
         std::copy_n(_pRow + ptrdiff_t{4} * (_nWidth - 1), 4, _pOut);
 }
 
+// Kernels read whole vectors: of pixels in the middle of a picture from where they are, of others from copies.
 void TakeSource(const PASS& _pass, int _nX, int _nY, MIXED_RUN& _run, RUN_BUFFERS& _buffers)
 {
     const UNMIX_PICTURE& picture = _pass.picture;
     const int x0 = _nX * c_nCell - 1, x1 = x0 + 4 * _run.nCells + 2;
     _run.bDeep = picture.pDeep0 != nullptr;
+    const bool bInside = x0 >= 0 && x1 + static_cast<int>(RUN_BUFFERS::c_nSlack) <= picture.nWidth &&
+                         (_nY + 1) * c_nCell <= picture.nHeight;
+    const ptrdiff_t nStride = _run.bDeep ? 2 * picture.nDeepStride : picture.nStride;
+    _run.nSourceStride = bInside ? nStride : static_cast<ptrdiff_t>(sizeof(_buffers.arrSource[0]));
     for (int y = 0; y < 6; ++y)
     {
         const int nRow = std::clamp(_nY * c_nCell + y - 1, 0, picture.nHeight - 1);
-        uint16_t* const pOut = _buffers.arrSource[y];
-        _run.arrSource[y] = pOut;
-        if (_run.bDeep)
-            CopyPixels(picture.DeepRow(nRow), picture.nWidth, x0, x1, pOut);
+        uint16_t* const pCopy = _buffers.arrSource[y];
+        _run.arrSource[y] = pCopy;
+        if (bInside && _run.bDeep)
+            _run.arrSource[y] = picture.DeepRow(nRow) + ptrdiff_t{4} * x0;
+        else if (bInside)
+            _run.arrSource[y] = picture.Row(nRow) + ptrdiff_t{4} * x0;
+        else if (_run.bDeep)
+            CopyPixels(picture.DeepRow(nRow), picture.nWidth, x0, x1, pCopy);
         else
-            CopyPixels(picture.Row(nRow), picture.nWidth, x0, x1, reinterpret_cast<uint8_t*>(pOut));
+            CopyPixels(picture.Row(nRow), picture.nWidth, x0, x1, reinterpret_cast<uint8_t*>(pCopy));
     }
 }
 
@@ -153,17 +162,27 @@ int BitsAround(const CBitRows& _bits, int _nX, int _nY)
     return nBits;
 }
 
+// Whether any of the bits around cells _nX to _nEnd - 1 of a row is set.
+bool IsAnyAround(const CBitRows& _bits, int _nX, int _nEnd, int _nY)
+{
+    const int nFirst = std::max(_nX - 1, 0) / 64, nLast = std::min(_nEnd, _bits.Width() - 1) / 64;
+    uint64_t nAny = 0;
+    for (int y = std::max(_nY - 1, 0); y <= std::min(_nY + 1, _bits.Height() - 1); ++y)
+        for (int n = nFirst; n <= nLast; ++n)
+            nAny |= _bits.Row(y)[n];
+    return nAny != 0;
+}
+
+// False: there is none, and nothing is written. True is also said of runs that have core no nearer than some cells.
 bool TakeCore(const PASS& _pass, int _nX, int _nY, const MIXED_RUN& _run, float* _pCore)
 {
     static const CORE_TABLE table;
-    int nAny = 0;
+    const CBitRows& bits = _pass.field.bitsInner;
+    if (!IsAnyAround(bits, _nX, _nX + _run.nCells, _nY))
+        return false;
     for (int n = 0; n < _run.nCells; ++n)
-    {
-        const int nBits = BitsAround(_pass.field.bitsInner, _nX + n, _nY);
-        std::memcpy(_pCore + ptrdiff_t{16} * n, table.arr[nBits], sizeof(table.arr[nBits]));
-        nAny |= nBits;
-    }
-    return nAny != 0;
+        std::memcpy(_pCore + ptrdiff_t{16} * n, table.arr[BitsAround(bits, _nX + n, _nY)], sizeof(table.arr[0]));
+    return true;
 }
 
 // How far the pixels of the run have a protected colour.
@@ -171,7 +190,7 @@ void TakeProtected(const PASS& _pass, const MIXED_RUN& _run, RUN_BUFFERS& _buffe
 {
     for (int n = 0; n < 16 * _run.nCells; ++n)
     {
-        const uint16_t* const pRow = _buffers.arrSource[1 + n % 16 / 4];
+        const auto* const pRow = static_cast<const uint16_t*>(_run.arrSource[1 + n % 16 / 4]);
         const ptrdiff_t nAt = ptrdiff_t{4} * (1 + n / 16 * 4 + n % 4);
         const uint8_t* const pBytes = reinterpret_cast<const uint8_t*>(pRow) + nAt;
         const VEC4 colour = _run.bDeep ? VEC4{pRow[nAt] / 64.0f, pRow[nAt + 1] / 64.0f, pRow[nAt + 2] / 64.0f, 0}
@@ -195,6 +214,8 @@ void MixedCells(const PASS& _pass, int _nX, int _nEnd, int _nY)
     run.pCore = TakeCore(_pass, _nX, _nY, run, buffers.arrCore) ? buffers.arrCore : nullptr;
     if (_pass.state.setup.nProtected > 0)
     {
+        if (!run.pCore)
+            std::fill_n(buffers.arrCore, 16 * run.nCells, 0.0f);
         TakeProtected(_pass, run, buffers);
         run.pCore = buffers.arrCore;
         run.pKeep = buffers.arrKeep;

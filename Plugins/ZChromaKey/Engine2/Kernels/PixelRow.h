@@ -12,16 +12,11 @@ namespace
 namespace UnmixPixels
 {
 
-using UnmixVectors::FormOf;
 using UnmixVectors::FromBytes;
 using UnmixVectors::FromWords;
 using UnmixVectors::MulRoundInts;
 using UnmixVectors::PAIRS;
 
-template <class S> ZCK_INLINE typename S::I32 Clamp16(typename S::I32 _n)
-{
-    return Min(Max(_n, typename S::I32(-32768)), typename S::I32(32767));
-}
 /// The nearest integer to a number from -32768 up, halves upward.
 template <class S> ZCK_INLINE typename S::I32 RoundSigned(typename S::F32 _flt)
 {
@@ -84,8 +79,9 @@ template <class S> struct BYTE_LIMITER
 template <class S>
 ZCK_INLINE typename S::I32 ToBytes(const UnmixMaths::COLOUR<S>& _colour, typename S::F32 _fltAlpha255)
 {
-    return RoundChannel<S>(_colour.b, 1) | (RoundChannel<S>(_colour.g, 1) << 8) |
-           (RoundChannel<S>(_colour.r, 1) << 16) | (RoundChannel<S>(_fltAlpha255, 1) << 24);
+    const typename S::F32 fltHalf(.5f);
+    return JoinClamped(ToI32(_colour.b + fltHalf), ToI32(_colour.g + fltHalf), ToI32(_colour.r + fltHalf),
+                       ToI32(_fltAlpha255 + fltHalf));
 }
 /// As two vectors of words B, G, R, A.
 template <class S> ZCK_INLINE void ToWords(const UnmixMaths::COLOUR<S>& _colour, typename S::F32 _fltAlpha255,
@@ -170,83 +166,150 @@ template <class S> void Solid(const SOLID_RUN& _run)
                  limiter(S::LoadI32(_run.pBytes + 4 * n, nPixels - n), S::LoadI32(_run.pGlare + n)));
 }
 
-/// The pixels of a run, unpacked, with their differences.
+/// The differences of a run's pixels.
 struct STRIP
 {
-    static constexpr int c_nStride = c_nMixedPixels + 18; // whole vectors may be written past the end
-    int32_t arrBG[6][c_nStride];
-    int32_t arrRA[6][c_nStride];
-    int32_t arrDifference[6][c_nStride];
+    static constexpr int c_nSlack = 32; // whole vectors may be read and written past the end
+    static constexpr int c_nStride = c_nMixedPixels + c_nSlack;
+    int16_t arrDifference[6][c_nStride];
+    int16_t arrQuiet[4][c_nStride]; // of the cells' pixels: filtered
 };
-constexpr ptrdiff_t c_nStripBytes = ptrdiff_t{4} * STRIP::c_nStride;
+constexpr ptrdiff_t c_nStripWords = ptrdiff_t{2} * STRIP::c_nStride;
 
-/// D = X - wedge |Z - rho X| in 32nds of a level; integers, so that every level agrees.
-template <class S>
-ZCK_INLINE typename S::I32 Difference(const MIXED_RUN& _run, const PAIRS<S>& _pixels, typename S::I32 _nRho)
+/// What gives the differences of pixels. Of bytes and of words, which are paired as they lie in memory: every second
+/// one of bytes, neighbours of words.
+template <class S, bool Deep> struct DIFFERENCES
 {
     using I32 = typename S::I32;
-    const int nShift = _run.bDeep ? 7 : 1;
-    const I32 nX = FormOf<S>(_run.pRules->limit.anX, _pixels) >> nShift;
-    const I32 nZ = FormOf<S>(_run.pRules->limit.anZ, _pixels) >> nShift;
-    const I32 nAcross = Min(Abs(nZ - MulRoundInts<S>(nX, _nRho)), I32(8191));
-    return Clamp16<S>(nX - MulRoundInts<S>(nAcross << 2, I32(_run.pRules->nWedge)));
-}
+    using U16 = typename S::U16;
+    struct FORM
+    {
+        U16 first, second;
 
-template <class S> ZCK_INLINE void FillStrip(const MIXED_RUN& _run, STRIP& _strip)
+        ZCK_INLINE explicit FORM(const int32_t (&_anForm)[3])
+            : first(As<U16>(I32(WordPair(_anForm[0], _anForm[Deep ? 1 : 2]))))
+            , second(As<U16>(I32(WordPair(_anForm[Deep ? 2 : 1], 0))))
+        {
+        }
+        ZCK_INLINE I32 operator()(U16 _first, U16 _second) const
+        {
+            return (MulAdd(_first, first) + MulAdd(_second, second)) >> (Deep ? 7 : 1);
+        }
+    };
+    FORM X, Z;
+    U16 nWedge;
+
+    ZCK_INLINE explicit DIFFERENCES(const PIXEL_RULES& _rules)
+        : X(_rules.limit.anX)
+        , Z(_rules.limit.anZ)
+        , nWedge(As<U16>(I32(WordPair(_rules.nWedge, 0))))
+    {
+    }
+    /// D = X - wedge |Z - rho X| in 32nds of a level; integers, so that every level agrees. Two of them differ by what
+    /// fits 16 bits; what is that far off is solid, or has no tint left to lose.
+    ZCK_INLINE I32 operator()(const void* _pSource, I32 _nRho) const
+    {
+        U16 first, second;
+        if constexpr (Deep)
+        {
+            const PAIRS<S> pairs = FromWords<S>(static_cast<const uint16_t*>(_pSource));
+            first = As<U16>(pairs.nBG);
+            second = As<U16>(pairs.nRA);
+        }
+        else
+        {
+            const auto bytes = As<typename S::U8>(S::LoadI32(_pSource));
+            first = Even(bytes);
+            second = Odd(bytes);
+        }
+        const I32 nX = X(first, second), nZ = Z(first, second);
+        const I32 nAcross = Min(Abs(nZ - MulRoundInts<S>(nX, _nRho)), I32(8191));
+        const I32 nTaken = (MulAdd(As<U16>(nAcross), nWedge) + 4096) >> 13;
+        return Min(Max(nX - nTaken, I32(-16384)), I32(16383));
+    }
+};
+
+template <class S, bool Deep> ZCK_INLINE void FillStrip(const MIXED_RUN& _run, STRIP& _strip)
 {
     static constexpr int c_arrRhoRow[6] = {0, 1, 1, 1, 1, 2};
+    const DIFFERENCES<S, Deep> Difference(*_run.pRules);
     const size_t nPixels = 4 * static_cast<size_t>(_run.nCells) + 2;
     for (int y = 0; y < 6; ++y)
         for (size_t n = 0; n < nPixels; n += S::c_nLanes)
-        {
-            const PAIRS<S> pixels =
-                _run.bDeep ? FromWords<S>(static_cast<const uint16_t*>(_run.arrSource[y]) + 4 * n)
-                           : FromBytes<S>(S::LoadI32(static_cast<const uint8_t*>(_run.arrSource[y]) + 4 * n));
-            S::Store(static_cast<void*>(_strip.arrBG[y] + n), pixels.nBG);
-            S::Store(static_cast<void*>(_strip.arrRA[y] + n), pixels.nRA);
-            S::Store(static_cast<void*>(_strip.arrDifference[y] + n),
-                     Difference<S>(_run, pixels, S::LoadI32(_run.arrRho[c_arrRhoRow[y]] + n)));
-        }
+            S::Narrow(_strip.arrDifference[y] + n,
+                      Difference(static_cast<const uint8_t*>(_run.arrSource[y]) + (Deep ? 8 : 4) * n,
+                                 S::LoadI32(_run.arrRho[c_arrRhoRow[y]] + n)));
 }
 
-/// The mean of those of 3x3 differences that are near the middle's: colours keep their grain. _p: the first of a block
-/// of the strip.
-template <class S>
-ZCK_INLINE typename S::I32 Filtered(const int32_t* _p, typename S::I32 _nMiddle, typename S::I32 _nNear)
+/// The share of each in a mean of 2 to 9, in 32768ths.
+struct SHARES
 {
-    using I32 = typename S::I32;
-    using F32 = typename S::F32;
-    I32 nSum(0), nCount(1);
+    uint8_t arr[16]; // words, the lower byte first
+
+    constexpr SHARES()
+        : arr()
+    {
+        for (int n = 0; n < 8; ++n)
+        {
+            const int nShare = (2 * 32768 / (n + 2) + 1) / 2;
+            arr[2 * n] = static_cast<uint8_t>(nShare & 0xFF);
+            arr[2 * n + 1] = static_cast<uint8_t>(nShare >> 8);
+        }
+    }
+};
+
+template <class S> ZCK_INLINE typename S::U16 LoadWords(const int16_t* _p)
+{
+    return As<typename S::U16>(S::LoadI32(_p));
+}
+
+/// The means of those of 3x3 differences that are near the middle's: colours keep their grain. As many as a vector has
+/// words, the first of them at _p in the strip.
+template <class S> ZCK_INLINE typename S::U16 Filtered(const int16_t* _p, typename S::U16 _nNear)
+{
+    using U16 = typename S::U16;
+    const U16 nMiddle = LoadWords<S>(_p);
+    U16 nSum(0), nOthers(0);
     for (int y = -1; y <= 1; ++y)
         for (int x = -1; x <= 1; ++x)
             if (x != 0 || y != 0)
             {
-                const I32 nOff = S::LoadBlocks(_p + y * STRIP::c_nStride + x, c_nStripBytes) - _nMiddle;
-                const auto maskNear = Greater(_nNear, Abs(nOff));
-                nSum = nSum + Select(maskNear, nOff, I32(0));
-                nCount = nCount + Select(maskNear, I32(1), I32(0));
+                const U16 nOff = LoadWords<S>(_p + y * STRIP::c_nStride + x) - nMiddle;
+                const auto maskNear = GreaterSigned(_nNear, AbsSigned(nOff));
+                nSum = AddWhere(maskNear, nSum, nOff);
+                nOthers = CountWhere(maskNear, nOthers);
             }
-    // The sum fits 16 bits: eight offsets of less than two noises, of at most 60 levels each. The share of a middle
-    // that is alone does not, but then the sum is 0.
-    const I32 nShare = ToI32(F32(32768.0f) / ToF32(nCount) + F32(.5f));
-    return _nMiddle + MulRoundInts<S>(nSum, nShare);
+    // The sum fits 16 bits: eight offsets of less than two noises, of at most 60 levels each. The place of a middle
+    // that is alone is before the table, which gives 0, as is its sum.
+    static constexpr SHARES c_shares;
+    const U16 nPlaces = nOthers * U16(0x0202) + U16(0x0100 - 0x0202);
+    return nMiddle + MulRound(nSum, As<U16>(LookedUp(c_shares.arr, As<typename S::U8>(nPlaces))));
+}
+
+template <class S> ZCK_INLINE void FilterStrip(const MIXED_RUN& _run, STRIP& _strip)
+{
+    const typename S::U16 nNear(static_cast<uint16_t>(_run.pFilter->nNear));
+    for (int y = 0; y < 4; ++y)
+        for (int n = 0; n < 4 * _run.nCells; n += static_cast<int>(S::c_nBytes / 2))
+            S::Store(static_cast<void*>(_strip.arrQuiet[y] + n),
+                     As<typename S::I32>(Filtered<S>(&_strip.arrDifference[y + 1][n + 1], nNear)));
 }
 
 /// The filter over time. What is kept is the difference over that of the backdrop, so that light that changes does not
 /// linger. A picture that was seen before gets what it got then, unless another setup has moved it.
 template <class S> ZCK_INLINE typename S::I32 WithPast(const FILTER_RULES& _filter, int16_t* _pPast,
-                                                       typename S::I32 _nDifference, float _fltX)
+                                                       typename S::I32 _nDifference, typename S::F32 _fltX)
 {
     using I32 = typename S::I32;
     using F32 = typename S::F32;
-    const F32 fltScale(_fltX * (32 / 8192.0f));
+    const F32 fltScale = _fltX * F32(32 / 8192.0f);
     const I32 nPast = S::WidenI32(_pPast);
-    const I32 nBefore = Clamp16<S>(RoundSigned<S>(Max(ToF32(nPast) * fltScale, F32(-32768.0f))));
+    const I32 nBefore = RoundSigned<S>(ToF32(nPast) * fltScale); // what lies outside of 16 bits is not near
     const auto maskNear =
         Without(Greater(I32(_filter.nTimeNear), Abs(nBefore - _nDifference)), Equal(nPast, I32(c_nPastUnknown)));
     const I32 nMixed = _nDifference + Select(maskNear, (nBefore - _nDifference + 1) >> 1, I32(0));
     const I32 nKept = RoundSigned<S>(Min(Max(ToF32(nMixed) / fltScale, F32(-32767.0f)), F32(32767.0f)));
-    const I32 nNow = Clamp16<S>(RoundSigned<S>(Max(ToF32(nKept) * fltScale, F32(-32768.0f))));
+    const I32 nNow = RoundSigned<S>(ToF32(nKept) * fltScale);
     if (!_filter.bSeen)
     {
         S::Narrow(_pPast, nKept);
@@ -259,7 +322,7 @@ template <class S> ZCK_INLINE typename S::I32 WithPast(const FILTER_RULES& _filt
 /// Four corners of a grid of four floats a cell round a cell of 4x4 pixels: bilinear between them.
 struct CORNERS
 {
-    const float* arrAt[4];
+    const float* arrAt[4]; // above left and right, below left and right
     float fltX0;
     float fltY0;
 };
@@ -273,39 +336,43 @@ ZCK_INLINE CORNERS CornersOf(const float* const (&_arrRows)[2], int _nWidth, int
             _nX & 1 ? .0625f : .5625f,
             _bOddRow ? .0625f : .5625f};
 }
-/// Channel _nChannel at the places x, y between the corners.
-template <class S>
-ZCK_INLINE typename S::F32 Between(const CORNERS& _corners, int _nChannel, typename S::F32 _x, typename S::F32 _y)
+/// What lies between corners, at the rows of a block: all four channels a row.
+template <class S> struct BETWEEN_CORNERS
 {
     using F32 = typename S::F32;
-    const auto At = [&](int _n) { return _corners.arrAt[_n][_nChannel]; };
-    const F32 above = F32(At(0)) + F32(At(1) - At(0)) * _x;
-    const F32 below = F32(At(2)) + F32(At(3) - At(2)) * _x;
-    return above + (below - above) * _y;
-}
-/// X of the backdrop at the middle of a cell.
-ZCK_INLINE float MiddleX(const PIXEL_RULES& _c, const CORNERS& _corners)
-{
-    const float x = _corners.fltX0 + .1875f, y = _corners.fltY0 + .1875f;
-    float fltX = 0;
-    for (int n = 0; n < 3; ++n)
+    F32 left;
+    F32 across; // from left to right
+
+    /// _y: of each row, in all lanes of its block.
+    ZCK_INLINE BETWEEN_CORNERS(const CORNERS& _corners, F32 _y)
     {
-        const auto At = [&](int _n) { return _corners.arrAt[_n][n]; };
-        const float above = At(0) * (1 - x) + At(1) * x;
-        const float below = At(2) * (1 - x) + At(3) * x;
-        fltX += _c.limit.arrX[n] * (above * (1 - y) + below * y);
+        const auto At = [&](int _n) { return S::RepeatBlock(_corners.arrAt[_n]); };
+        left = At(0) + (At(2) - At(0)) * _y;
+        across = At(1) + (At(3) - At(1)) * _y - left;
     }
-    return fltX > _c.fltLeastX ? fltX : _c.fltLeastX;
+    /// A channel of the pixels of the rows, whose places are _x.
+    template <int Channel> ZCK_INLINE F32 Get(F32 _x) const
+    {
+        return Spread<Channel>(left) + Spread<Channel>(across) * _x;
+    }
+};
+/// X of the backdrop at the middle of a cell.
+template <class S> ZCK_INLINE typename S::F32 MiddleX(const PIXEL_RULES& _c, const CORNERS& _corners)
+{
+    using F32 = typename S::F32;
+    const BETWEEN_CORNERS<S> between(_corners, F32(_corners.fltY0 + .1875f));
+    const F32 parts = (between.left + between.across * F32(_corners.fltX0 + .1875f)) * S::RepeatBlock(_c.arrX0);
+    return Max(Spread<0>(parts) + Spread<1>(parts) + Spread<2>(parts), F32(_c.fltLeastX));
 }
 
 /// One cell of a run, and the block of it that a vector holds: whole rows.
-struct BLOCK
+template <class S> struct BLOCK
 {
     int nCell;
     int nRow; // first row
     CORNERS back;
     CORNERS fore;
-    float fltX; // of the backdrop at the cell's middle
+    typename S::F32 fltX; // of the backdrop at the cell's middle
 
     ptrdiff_t InCell() const
     {
@@ -313,7 +380,22 @@ struct BLOCK
     }
 };
 
-template <class S> ZCK_INLINE UnmixMaths::PLACE<S> PlaceOf(const BLOCK& _block)
+template <class S> ZCK_INLINE UnmixMaths::COLOUR<S> SourceOf(const MIXED_RUN& _run, const BLOCK<S>& _block)
+{
+    using I32 = typename S::I32;
+    const auto* const pRow = static_cast<const uint8_t*>(_run.arrSource[1 + _block.nRow]);
+    if (_run.bDeep)
+    {
+        const uint8_t* const p = pRow + ptrdiff_t{8} * (4 * _block.nCell + 1);
+        I32 nBG, nRA;
+        DeinterleaveBlocks(S::LoadBlocks(p, _run.nSourceStride), S::LoadBlocks(p + 16, _run.nSourceStride), nBG, nRA);
+        return ColourOf<S>({nBG, nRA}, 1 / 64.0f);
+    }
+    const I32 n = S::LoadBlocks(pRow + ptrdiff_t{4} * (4 * _block.nCell + 1), _run.nSourceStride);
+    return {ToF32(n & 0xFF), ToF32((n >> 8) & 0xFF), ToF32((n >> 16) & 0xFF)};
+}
+
+template <class S> ZCK_INLINE UnmixMaths::PLACE<S> PlaceOf(const BLOCK<S>& _block)
 {
     using F32 = typename S::F32;
     static constexpr float c_arrX[16] = {0, .125f, .25f, .375f, 0, .125f, .25f, .375f,
@@ -322,17 +404,17 @@ template <class S> ZCK_INLINE UnmixMaths::PLACE<S> PlaceOf(const BLOCK& _block)
                                          .25f, .25f, .25f, .25f, .375f, .375f, .375f, .375f};
     const F32 x = F32(_block.back.fltX0) + S::LoadF32(c_arrX);
     const F32 y = F32(_block.back.fltY0) + S::LoadF32(c_arrY + 4 * _block.nRow);
+    const BETWEEN_CORNERS<S> back(_block.back, y), fore(_block.fore, y);
     UnmixMaths::PLACE<S> place;
-    place.back = {Between<S>(_block.back, 0, x, y), Between<S>(_block.back, 1, x, y), Between<S>(_block.back, 2, x, y)};
-    place.fltConfidence = Between<S>(_block.fore, 3, x, y);
-    const F32 fltShare =
-        Select(Less(F32(1e-9f), place.fltConfidence), F32(1.0f) / Max(place.fltConfidence, F32(1e-9f)), F32(0.0f));
-    place.fore = {Between<S>(_block.fore, 0, x, y) * fltShare, Between<S>(_block.fore, 1, x, y) * fltShare,
-                  Between<S>(_block.fore, 2, x, y) * fltShare};
+    place.back = {back.template Get<0>(x), back.template Get<1>(x), back.template Get<2>(x)};
+    place.fltConfidence = fore.template Get<3>(x);
+    const F32 fltShare = place.fltConfidence / Max(place.fltConfidence * place.fltConfidence, F32(1e-18f));
+    place.fore = {fore.template Get<0>(x) * fltShare, fore.template Get<1>(x) * fltShare,
+                  fore.template Get<2>(x) * fltShare};
     return place;
 }
 
-template <class S> ZCK_INLINE void PutBlock(const MIXED_RUN& _run, const BLOCK& _block,
+template <class S> ZCK_INLINE void PutBlock(const MIXED_RUN& _run, const BLOCK<S>& _block,
                                             const UnmixMaths::COLOUR<S>& _colour, typename S::F32 _fltAlpha)
 {
     using I32 = typename S::I32;
@@ -349,21 +431,18 @@ template <class S> ZCK_INLINE void PutBlock(const MIXED_RUN& _run, const BLOCK& 
         memcpy(pRow + n * _run.nOutStride + ptrdiff_t{32} * _block.nCell, arrWords + ptrdiff_t{32} * n, 32);
 }
 
-template <class S> ZCK_INLINE void MixedBlock(const MIXED_RUN& _run, const STRIP& _strip, const BLOCK& _block)
+template <class S> ZCK_INLINE void MixedBlock(const MIXED_RUN& _run, const STRIP& _strip, const BLOCK<S>& _block)
 {
     using F32 = typename S::F32;
     using I32 = typename S::I32;
     const int nY = _block.nRow + 1, nX = 4 * _block.nCell + 1; // in the strip, which has a rim of one
-    const int32_t* const pDifference = &_strip.arrDifference[nY][nX];
-    const I32 nOwn = S::LoadBlocks(pDifference, c_nStripBytes);
+    const I32 nOwn = S::WidenBlocks(&_strip.arrDifference[nY][nX], c_nStripWords);
     I32 nDifference = nOwn;
     if (_run.pFilter->bFilter)
-        nDifference = Filtered<S>(pDifference, nOwn, I32(_run.pFilter->nNear));
+        nDifference = S::WidenBlocks(&_strip.arrQuiet[nY - 1][nX - 1], c_nStripWords);
     if (_run.pFilter->bPast)
         nDifference = WithPast<S>(*_run.pFilter, _run.pPast + _block.InCell(), nDifference, _block.fltX);
-    const PAIRS<S> pixels = {S::LoadBlocks(&_strip.arrBG[nY][nX], c_nStripBytes),
-                             S::LoadBlocks(&_strip.arrRA[nY][nX], c_nStripBytes)};
-    const UnmixMaths::COLOUR<S> colour = ColourOf<S>(pixels, _run.bDeep ? 1 / 64.0f : 1.0f);
+    const UnmixMaths::COLOUR<S> colour = SourceOf<S>(_run, _block);
     UnmixMaths::PLACE<S> place = PlaceOf<S>(_block);
     place.fltCore = _run.pCore ? S::LoadF32(_run.pCore + _block.InCell()) : F32(0.0f);
     place.fltQuieted = ToF32(nDifference - nOwn) * F32(1 / 32.0f);
@@ -378,14 +457,16 @@ template <class S> ZCK_INLINE void MixedBlock(const MIXED_RUN& _run, const STRIP
 template <class S> void Mixed(const MIXED_RUN& _run)
 {
     STRIP strip;
-    FillStrip<S>(_run, strip);
+    _run.bDeep ? FillStrip<S, true>(_run, strip) : FillStrip<S, false>(_run, strip);
+    if (_run.pFilter->bFilter)
+        FilterStrip<S>(_run, strip);
     for (int n = 0; n < _run.nCells; ++n)
     {
-        BLOCK block;
+        BLOCK<S> block;
         block.nCell = n;
         block.back = CornersOf(_run.arrBack, _run.nPlateWidth, _run.nFirst + n, _run.bOddRow);
         block.fore = CornersOf(_run.arrFore, _run.nPlateWidth, _run.nFirst + n, _run.bOddRow);
-        block.fltX = _run.pFilter->bPast ? MiddleX(*_run.pRules, block.back) : 0;
+        block.fltX = _run.pFilter->bPast ? MiddleX<S>(*_run.pRules, block.back) : typename S::F32(0.0f);
         for (block.nRow = 0; block.nRow < 4; block.nRow += static_cast<int>(S::c_nLanes / 4))
             MixedBlock<S>(_run, strip, block);
     }

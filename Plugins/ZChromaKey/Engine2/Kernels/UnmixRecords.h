@@ -68,6 +68,7 @@ struct SOLID_RUN
 struct PIXEL_RULES
 {
     LIMIT_RULES limit;
+    float arrX0[4];  ///< the form X once more, 0 for what comes with the colours
     float fltLeastX; ///< of the backdrop
     float fltWedge;
     int32_t nWedge;      ///< 8192ths
@@ -228,6 +229,7 @@ struct MIXED_RUN
     /// Six rows of source pixels from the one above the cells to the one below, 4 nCells + 2 pixels from the one left
     /// of the run, borders repeated: B, G, R, A, bytes or, where bDeep, 16-bit words in 64ths of a level.
     const void* arrSource[6];
+    ptrdiff_t nSourceStride; ///< bytes, from each of the four rows of the cells to the next
     bool bDeep;
     /// rho of the backdrop for these pixels, in 32768ths: of the cells above, here and below.
     const int32_t* arrRho[3];

@@ -13,7 +13,7 @@ namespace UnmixTests
 {
 
 using UnmixVectors::FormOf;
-using UnmixVectors::FromBytes;
+using UnmixVectors::FormOfBytes;
 using UnmixVectors::PAIRS;
 
 /// The first _nCount numbers, or a whole vector of them; 0 where there are fewer.
@@ -155,57 +155,69 @@ constexpr float c_fltSureReach = 5; // times what other cells may lack: the boun
 constexpr float c_fltGuard = .4f;   // cells all of whose pixels are more opaque than this may be closed
 constexpr int c_nPlateCells = c_nChunkPlates + 2;
 
-/// The plate's colours at the cells of a chunk, by channel.
-struct CHUNK_COLOURS
+/// Rows of four floats a plate cell, blended: the forms of a key there.
+struct PLATE_FORMS
 {
-    float arr[3][c_nChunkCells];
+    float arrX[c_nPlateRoom];
+    float arrZ[c_nPlateRoom];
 };
 
-/// Splits a row of plate cells by channel.
-template <class S> ZCK_INLINE void SplitChannels(const float* _pCells, float (&_arr)[3][c_nPlateRoom])
+template <class S> ZCK_INLINE void BlendForms(const CLASS_CHUNK& _chunk, PLATE_FORMS& _forms)
 {
+    using F32 = typename S::F32;
     using I32 = typename S::I32;
-    constexpr size_t c_nLanes = S::c_nLanes;
-    for (size_t n = 0; n < c_nPlateCells; n += c_nLanes)
+    const CLASS_RULES& rules = *_chunk.pRules;
+    const F32 fltBelow(_chunk.fltBelow), fltAbove(1 - _chunk.fltBelow);
+    for (size_t n = 0; n < c_nPlateCells; n += S::c_nLanes)
     {
-        const float* const p = _pCells + 4 * n;
-        I32 nBR, nBR2, nGW, nGW2, nNone;
-        Deinterleave(S::LoadI32(p), S::LoadI32(p + c_nLanes), nBR, nGW);
-        Deinterleave(S::LoadI32(p + 2 * c_nLanes), S::LoadI32(p + 3 * c_nLanes), nBR2, nGW2);
-        I32 b, g, r;
-        Deinterleave(nBR, nBR2, b, r);
-        Deinterleave(nGW, nGW2, g, nNone);
-        S::Store(static_cast<void*>(_arr[0] + n), b);
-        S::Store(static_cast<void*>(_arr[1] + n), g);
-        S::Store(static_cast<void*>(_arr[2] + n), r);
+        const auto Blended = [&](size_t _nVector) {
+            const size_t nAt = 4 * n + _nVector * S::c_nLanes;
+            return AsInts(S::LoadF32(_chunk.arrPlate[0] + nAt) * fltAbove +
+                          S::LoadF32(_chunk.arrPlate[1] + nAt) * fltBelow);
+        };
+        I32 nBR, nBR2, nGW, nGW2, nB, nG, nR, nNone;
+        Deinterleave(Blended(0), Blended(1), nBR, nGW);
+        Deinterleave(Blended(2), Blended(3), nBR2, nGW2);
+        Deinterleave(nBR, nBR2, nB, nR);
+        Deinterleave(nGW, nGW2, nG, nNone);
+        const F32 b = AsFloats(nB), g = AsFloats(nG), r = AsFloats(nR);
+        const auto Form = [&](const float(&_p)[3]) { return F32(_p[0]) * b + F32(_p[1]) * g + F32(_p[2]) * r; };
+        S::Store(_forms.arrX + n, Form(rules.arrX));
+        S::Store(_forms.arrZ + n, Form(rules.arrZ));
     }
 }
 
-/// Bilinear between the plate's cells: a cell of 4x4 pixels lies a quarter of a plate cell off its middle.
-template <class S> ZCK_INLINE CHUNK_COLOURS PlateOf(const CLASS_CHUNK& _chunk)
+/// Linear between numbers of the plate's cells: a cell of 4x4 pixels lies a quarter of a plate cell off its middle.
+template <class S> ZCK_INLINE void SpreadOut(const float* _pPlates, float (&_arrCells)[c_nChunkCells])
 {
     using F32 = typename S::F32;
-    float arrAbove[3][c_nPlateRoom], arrBelow[3][c_nPlateRoom];
-    SplitChannels<S>(_chunk.arrPlate[0], arrAbove);
-    SplitChannels<S>(_chunk.arrPlate[1], arrBelow);
-    const F32 fltNear(.75f), fltFar(.25f), fltBelow(_chunk.fltBelow), fltAbove(1 - _chunk.fltBelow);
-    CHUNK_COLOURS plate;
-    for (int c = 0; c < 3; ++c)
-        for (size_t n = 0; n < c_nChunkCells / 2; n += S::c_nLanes)
-        {
-            const auto Even = [&](const float* _p) { return S::LoadF32(_p) * fltFar + S::LoadF32(_p + 1) * fltNear; };
-            const auto Odd = [&](const float* _p) {
-                return S::LoadF32(_p + 1) * fltNear + S::LoadF32(_p + 2) * fltFar;
-            };
-            const float* const pAbove = arrAbove[c] + n;
-            const float* const pBelow = arrBelow[c] + n;
-            typename S::I32 nFirst, nSecond;
-            Interleave(AsInts(Even(pAbove) * fltAbove + Even(pBelow) * fltBelow),
-                       AsInts(Odd(pAbove) * fltAbove + Odd(pBelow) * fltBelow), nFirst, nSecond);
-            S::Store(static_cast<void*>(plate.arr[c] + 2 * n), nFirst);
-            S::Store(static_cast<void*>(plate.arr[c] + 2 * n + S::c_nLanes), nSecond);
-        }
-    return plate;
+    const F32 fltNear(.75f), fltFar(.25f);
+    for (size_t n = 0; n < c_nChunkCells / 2; n += S::c_nLanes)
+    {
+        const F32 fltHere = S::LoadF32(_pPlates + n + 1) * fltNear;
+        typename S::I32 nFirst, nSecond;
+        Interleave(AsInts(S::LoadF32(_pPlates + n) * fltFar + fltHere),
+                   AsInts(fltHere + S::LoadF32(_pPlates + n + 2) * fltFar), nFirst, nSecond);
+        S::Store(static_cast<void*>(_arrCells + 2 * n), nFirst);
+        S::Store(static_cast<void*>(_arrCells + 2 * n + S::c_nLanes), nSecond);
+    }
+}
+
+/// The forms of the plate's colours at the cells of a chunk.
+struct CHUNK_FORMS
+{
+    float arrX[c_nChunkCells];
+    float arrZ[c_nChunkCells];
+};
+
+template <class S> ZCK_INLINE CHUNK_FORMS FormsOfPlate(const CLASS_CHUNK& _chunk)
+{
+    PLATE_FORMS plates;
+    BlendForms<S>(_chunk, plates);
+    CHUNK_FORMS cells;
+    SpreadOut<S>(plates.arrX, cells.arrX);
+    SpreadOut<S>(plates.arrZ, cells.arrZ);
+    return cells;
 }
 
 /// The difference of cells' means, and bounds of that of their pixels.
@@ -222,40 +234,47 @@ ZCK_INLINE int ByteMask(const int32_t (&_anForm)[3])
     return (_anForm[0] > 0 ? 0xFF : 0) | (_anForm[1] > 0 ? 0xFF00 : 0) | (_anForm[2] > 0 ? 0xFF0000 : 0);
 }
 
+/// A form whose weights are not below 0.
+struct REACH
+{
+    int32_t arr[3];
+
+    ZCK_INLINE explicit REACH(const int32_t (&_anForm)[3])
+    {
+        for (int n = 0; n < 3; ++n)
+            arr[n] = _anForm[n] < 0 ? -_anForm[n] : _anForm[n];
+    }
+};
+
+/// Forms of whole numbers stay exact: means in 1024ths, bounds in 64ths.
 template <class S>
 ZCK_INLINE BOUNDS<S> BoundsOf(const CLASS_RULES& _rules, const SOME_CELLS<S>& _cells, typename S::F32 _fltRho)
 {
     using I32 = typename S::I32;
     using F32 = typename S::F32;
-    const MEANS<S> mean(_cells.sums);
-    const F32 fltX = mean.Form(_rules.arrX);
-    const F32 fltZ = Abs(mean.Form(_rules.arrZ) - _fltRho * fltX);
-    // Bounds in 64ths: exact.
-    const I32 nMask(ByteMask(_rules.anX)), nSwapped = (_cells.nMin ^ _cells.nMax) & nMask;
-    const F32 fltOne(1 / 64.0f), fltNone(0.0f), fltWedge(_rules.fltWedge);
-    const F32 fltMostX = ToF32(FormOf<S>(_rules.anX, FromBytes<S>(_cells.nMin ^ nSwapped))) * fltOne;
-    const F32 fltLeastX = ToF32(FormOf<S>(_rules.anX, FromBytes<S>(_cells.nMax ^ nSwapped))) * fltOne;
-    const int32_t anReach[3] = {_rules.anZ[0] < 0 ? -_rules.anZ[0] : _rules.anZ[0],
-                                _rules.anZ[1] < 0 ? -_rules.anZ[1] : _rules.anZ[1],
-                                _rules.anZ[2] < 0 ? -_rules.anZ[2] : _rules.anZ[2]};
-    const F32 fltReach = ToF32(FormOf<S>(anReach, FromBytes<S>(_cells.nMax - _cells.nMin))) * fltOne;
-    return {fltX - fltWedge * fltZ, fltLeastX - fltWedge * (fltZ + fltReach),
-            fltMostX - fltWedge * Max(fltZ - fltReach, fltNone)};
+    const F32 fltPart(1 / 1024.0f), fltOne(1 / 64.0f), fltNone(0.0f), fltWedge(_rules.fltWedge);
+    const F32 fltX = ToF32(FormOf<S>(_rules.anX, _cells.sums)) * fltPart;
+    const F32 fltZ = Abs(ToF32(FormOf<S>(_rules.anZ, _cells.sums)) * fltPart - _fltRho * fltX);
+    const I32 nOff = _cells.nMax - _cells.nMin; // no byte borrows from the next
+    const I32 nMask(ByteMask(_rules.anX));
+    const I32 nLeastX = FormOfBytes<S>(_rules.anX, _cells.nMax - (nOff & nMask));
+    const I32 nMostX = nLeastX + FormOfBytes<S>(REACH(_rules.anX).arr, nOff);
+    const F32 fltReach = ToF32(FormOfBytes<S>(REACH(_rules.anZ).arr, nOff)) * fltOne;
+    return {fltX - fltWedge * fltZ, ToF32(nLeastX) * fltOne - fltWedge * (fltZ + fltReach),
+            ToF32(nMostX) * fltOne - fltWedge * Max(fltZ - fltReach, fltNone)};
 }
 
 template <class S> void Classes(CLASS_CHUNK& _chunk)
 {
     using F32 = typename S::F32;
     const CLASS_RULES& rules = *_chunk.pRules;
-    const CHUNK_COLOURS plate = PlateOf<S>(_chunk);
+    const CHUNK_FORMS plate = FormsOfPlate<S>(_chunk);
     const size_t nCells = static_cast<size_t>(_chunk.cells.nCells);
     uint64_t nSolid0 = 0, nInner = 0, nDoubt = 0, nSolid = 0, nNear = 0, nFar = 0;
     for (size_t n = 0; n < nCells; n += S::c_nLanes)
     {
-        const F32 b = S::LoadF32(plate.arr[0] + n), g = S::LoadF32(plate.arr[1] + n), r = S::LoadF32(plate.arr[2] + n);
-        const auto Form = [&](const float(&_p)[3]) { return F32(_p[0]) * b + F32(_p[1]) * g + F32(_p[2]) * r; };
-        const F32 fltX = Max(Form(rules.arrX), F32(rules.fltLeastX));
-        const F32 fltRho = Min(Max(Form(rules.arrZ) / fltX, F32(-.5f)), F32(.5f));
+        const F32 fltX = Max(S::LoadF32(plate.arrX + n), F32(rules.fltLeastX));
+        const F32 fltRho = Min(Max(S::LoadF32(plate.arrZ + n) / fltX, F32(-.5f)), F32(.5f));
         S::Narrow(_chunk.pRho + n, ToI32(fltRho * F32(32767.0f)));
         const BOUNDS<S> bounds = BoundsOf<S>(rules, LoadCells<S>(_chunk.cells, n), fltRho);
         const F32 fltLow = Max(Min(F32(rules.fltClip), F32(.25f) * fltX), F32(rules.fltClean) * fltX);

@@ -32,35 +32,46 @@ void CBitRows::Erode(int _nTimes, std::vector<uint64_t>& _vecScratch)
         Row(y)[nLast] &= Valid(nLast);
 }
 
-void CBitRows::ErodedRow(int _nY, int _nTimes, uint64_t* _pOut) const
+void CBitRows::ErodedOnce(const uint64_t* _pAbove, const uint64_t* _pHere, const uint64_t* _pBelow,
+                          uint64_t* _pOut) const
 {
-    const int nLast = m_nWords - 1, nWindow = 2 * _nTimes + 1;
-    const int nFirst = std::max(_nY - _nTimes, 0), nEnd = std::min(_nY + _nTimes + 1, m_nHeight);
-    // Of the cells of a word, those that are set in all rows.
+    const int nLast = m_nWords - 1;
     const auto Word = [&](int _k) {
-        uint64_t nAll = ~uint64_t{0};
-        for (int y = nFirst; y < nEnd && _k <= nLast; ++y)
-            nAll &= Row(y)[_k];
-        return _k < nLast ? nAll : nAll | ~(_k > nLast ? 0 : Valid(_k));
+        return _k > nLast ? ~uint64_t{0} : (_pAbove[_k] & _pHere[_k] & _pBelow[_k]) | ~Valid(_k);
     };
     uint64_t nBefore = ~uint64_t{0}, nHere = Word(0);
     for (int k = 0; k <= nLast; ++k)
     {
         const uint64_t nAfter = Word(k + 1);
-        // Moved so that a cell's window ends at its bit; then each bit takes in ever more of those before it.
-        uint64_t nHigh = nHere >> _nTimes | nAfter << (64 - _nTimes);
-        uint64_t nLow = nBefore >> _nTimes | nHere << (64 - _nTimes);
-        for (int nWide = 1; nWide < nWindow;)
-        {
-            const int nMore = std::min(nWide, nWindow - nWide);
-            nHigh &= nHigh << nMore | nLow >> (64 - nMore);
-            nLow &= nLow << nMore | ~(~uint64_t{0} << nMore);
-            nWide += nMore;
-        }
-        _pOut[k] = nHigh & Valid(k);
+        _pOut[k] = nHere & (nHere << 1 | nBefore >> 63) & (nHere >> 1 | nAfter << 63) & Valid(k);
         nBefore = nHere;
         nHere = nAfter;
     }
+}
+
+uint64_t CBitRows::ErodedWord(int _nY, int _nWord, int _nTimes) const
+{
+    const int nWindow = 2 * _nTimes + 1;
+    const int nFirst = std::max(_nY - _nTimes, 0), nEnd = std::min(_nY + _nTimes + 1, m_nHeight);
+    // Of the cells of a word, those that are set in all rows.
+    const auto Word = [&](int _k) {
+        uint64_t nAll = ~uint64_t{0};
+        for (int y = nFirst; y < nEnd && _k >= 0 && _k < m_nWords; ++y)
+            nAll &= Row(y)[_k];
+        return _k == m_nWords - 1 ? nAll | ~Valid(_k) : nAll;
+    };
+    const uint64_t nBefore = Word(_nWord - 1), nHere = Word(_nWord), nAfter = Word(_nWord + 1);
+    // Moved so that a cell's window ends at its bit; then each bit takes in ever more of those before it.
+    uint64_t nHigh = nHere >> _nTimes | nAfter << (64 - _nTimes);
+    uint64_t nLow = nBefore >> _nTimes | nHere << (64 - _nTimes);
+    for (int nWide = 1; nWide < nWindow;)
+    {
+        const int nMore = std::min(nWide, nWindow - nWide);
+        nHigh &= nHigh << nMore | nLow >> (64 - nMore);
+        nLow &= nLow << nMore | ~(~uint64_t{0} << nMore);
+        nWide += nMore;
+    }
+    return nHigh & Valid(_nWord);
 }
 
 void UNMIX_PYRAMID::Resize(int _nWidth, int _nHeight)

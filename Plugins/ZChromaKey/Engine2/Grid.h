@@ -116,8 +116,10 @@ public:
     }
     /// Keeps the cells whose 3x3 neighbours are set as well, _nTimes over; outside the grid counts as set.
     void Erode(int _nTimes, std::vector<uint64_t>& _vecScratch);
-    /// What Erode makes of row _nY alone, _nTimes from 1 to 31. The bits past the width are 0.
-    void ErodedRow(int _nY, int _nTimes, uint64_t* _pOut) const;
+    /// What Erode makes, once, of the middle one of three rows of such a grid; the border's rows are given twice.
+    void ErodedOnce(const uint64_t* _pAbove, const uint64_t* _pHere, const uint64_t* _pBelow, uint64_t* _pOut) const;
+    /// What Erode makes of a word of row _nY alone, _nTimes from 1 to 31.
+    uint64_t ErodedWord(int _nY, int _nWord, int _nTimes) const;
     /// The number of cells that are set.
     int Count() const
     {

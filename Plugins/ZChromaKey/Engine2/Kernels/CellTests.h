@@ -41,25 +41,26 @@ template <class S> ZCK_INLINE SOME_CELLS<S> LoadCells(const CELL_CHUNK& _chunk, 
     return cells;
 }
 
-/// Mean colours of cells.
-template <class S> struct MEANS
+/// The greatest channel of cells' means, and how far it is from the least.
+template <class S> struct BRIGHTNESS
 {
-    typename S::F32 b;
-    typename S::F32 g;
-    typename S::F32 r;
+    typename S::F32 fltMax;
+    typename S::F32 fltRange;
 
-    ZCK_INLINE explicit MEANS(const PAIRS<S>& _sums)
-        : b(ToF32(_sums.nBG & 0xFFFF) * typename S::F32(1 / 16.0f))
-        , g(ToF32(ShiftedIn0(_sums.nBG, 16)) * typename S::F32(1 / 16.0f))
-        , r(ToF32(_sums.nRA & 0xFFFF) * typename S::F32(1 / 16.0f))
+    ZCK_INLINE explicit BRIGHTNESS(const PAIRS<S>& _sums)
     {
-    }
-    ZCK_INLINE typename S::F32 Form(const float (&_arrForm)[3]) const
-    {
-        using F32 = typename S::F32;
-        return F32(_arrForm[0]) * b + F32(_arrForm[1]) * g + F32(_arrForm[2]) * r;
+        const auto b = _sums.nBG & 0xFFFF, g = ShiftedIn0(_sums.nBG, 16), r = _sums.nRA & 0xFFFF;
+        const auto nMax = Max(Max(b, g), r);
+        fltMax = ToF32(nMax) * typename S::F32(1 / 16.0f);
+        fltRange = ToF32(nMax - Min(Min(b, g), r)) * typename S::F32(1 / 16.0f);
     }
 };
+
+/// A form of cells' means: exact.
+template <class S> ZCK_INLINE typename S::F32 MeanForm(const int32_t (&_anForm)[3], const PAIRS<S>& _sums)
+{
+    return ToF32(FormOf<S>(_anForm, _sums)) * typename S::F32(1 / 1024.0f);
+}
 
 /// Contrast inside cells, in quarters of a level: no byte of the least is above that of the greatest.
 template <class S> ZCK_INLINE typename S::I32 Spread4(const SOME_CELLS<S>& _cells)
@@ -68,20 +69,18 @@ template <class S> ZCK_INLINE typename S::I32 Spread4(const SOME_CELLS<S>& _cell
     return (nOff & 0xFF) + ((nOff >> 7) & 0x1FE) + ((nOff >> 16) & 0xFF);
 }
 
-/// The square of the distance to a key, in units of its range; huge where nothing of its tint is seen.
-template <class S> ZCK_INLINE typename S::F32 DistanceOf(const SCREEN_RULES& _key, const MEANS<S>& _mean)
+/// The square of the distance to a key, in units of its range; huge where nothing of its tint is seen. _fltX: its form.
+template <class S> ZCK_INLINE typename S::F32 DistanceOf(const SCREEN_RULES& _key, const PAIRS<S>& _sums,
+                                                         typename S::F32 _fltX, const BRIGHTNESS<S>& _bright)
 {
     using F32 = typename S::F32;
     const F32 fltNone(0.0f);
-    const F32 fltX = _mean.Form(_key.arrX);
-    const auto maskTint = Less(F32(4.0f), fltX);
-    const F32 fltZ = Abs(_mean.Form(_key.arrZ) - F32(_key.fltSlope) * fltX);
-    const F32 fltMax = Max(Max(_mean.b, _mean.g), _mean.r);
-    const F32 fltMin = Min(Min(_mean.b, _mean.g), _mean.r);
-    const F32 fltSaturation = (fltMax - fltMin) / Max(fltMax, F32(1.0f));
-    const F32 h = fltZ / Select(maskTint, fltX, F32(1.0f)) * F32(_key.fltHue);
+    const auto maskTint = Less(F32(4.0f), _fltX);
+    const F32 fltZ = Abs(MeanForm<S>(_key.anZ, _sums) - F32(_key.fltSlope) * _fltX);
+    const F32 fltSaturation = _bright.fltRange / Max(_bright.fltMax, F32(1.0f));
+    const F32 h = fltZ / Select(maskTint, _fltX, F32(1.0f)) * F32(_key.fltHue);
     const F32 s = Max((F32(_key.fltKeySaturation) - fltSaturation) * F32(_key.fltSaturation), fltNone);
-    const F32 v = Max((F32(_key.fltKeyValue) - fltMax) * F32(_key.fltValue), fltNone);
+    const F32 v = Max((F32(_key.fltKeyValue) - _bright.fltMax) * F32(_key.fltValue), fltNone);
     return Select(maskTint, h * h + s * s + v * v, F32(1e6f));
 }
 
@@ -109,46 +108,48 @@ template <class S> void Screen(SCREEN_CHUNK& _chunk)
     using I32 = typename S::I32;
     using F32 = typename S::F32;
     const size_t nCells = static_cast<size_t>(_chunk.cells.nCells);
-    uint64_t nWithin = 0, nFlat = 0;
+    uint64_t nWithin = 0, nFlat = 0, nCalm = 0;
     for (size_t n = 0; n < nCells; n += S::c_nLanes)
     {
         const SOME_CELLS<S> cells = LoadCells<S>(_chunk.cells, n);
-        const MEANS<S> mean(cells.sums);
-        F32 fltNearest = DistanceOf<S>(_chunk.pKeys[0], mean);
+        const BRIGHTNESS<S> bright(cells.sums);
+        const F32 fltPart(1 / 1024.0f);
         I32 nX = FormOf<S>(_chunk.pKeys[0].anX, cells.sums);
+        F32 fltNearest = DistanceOf<S>(_chunk.pKeys[0], cells.sums, ToF32(nX) * fltPart, bright);
         for (int k = 1; k < _chunk.nKeys; ++k)
         {
-            const F32 flt = DistanceOf<S>(_chunk.pKeys[k], mean);
+            const I32 nOther = FormOf<S>(_chunk.pKeys[k].anX, cells.sums);
+            const F32 flt = DistanceOf<S>(_chunk.pKeys[k], cells.sums, ToF32(nOther) * fltPart, bright);
             const auto maskNearer = Less(flt, fltNearest);
             fltNearest = Select(maskNearer, flt, fltNearest);
-            nX = Select(maskNearer, FormOf<S>(_chunk.pKeys[k].anX, cells.sums), nX);
+            nX = Select(maskNearer, nOther, nX);
         }
-        const F32 fltMax = Max(Max(mean.b, mean.g), mean.r);
+        const I32 nSpread4 = Spread4<S>(cells);
         nWithin |= BitsAt(Less(fltNearest, F32(1.0f)), n);
-        nFlat |= BitsAt(Less(ToF32(Spread4<S>(cells)), F32(48.0f) + F32(.88f) * fltMax), n);
+        nFlat |= BitsAt(Less(ToF32(nSpread4), F32(48.0f) + F32(.88f) * bright.fltMax), n);
+        nCalm |= BitsAt(Greater(I32(_chunk.nCalm4), nSpread4), n);
         NarrowSome<S>(_chunk.pX + n, nCells - n, Min(Max(nX >> 3, I32(-32768)), I32(32767)));
     }
     _chunk.nWithin = nWithin & Valid(_chunk.cells);
     _chunk.nFlat = nFlat & Valid(_chunk.cells);
+    _chunk.nCalm = nCalm & Valid(_chunk.cells);
 }
 
 template <class S> void Steps(STEP_CHUNK& _chunk)
 {
     using I32 = typename S::I32;
-    const size_t nCells = static_cast<size_t>(_chunk.cells.nCells);
     uint64_t nSmooth = 0, nCalm = 0;
-    for (size_t n = 0; n < nCells; n += S::c_nLanes)
+    for (size_t n = 0; n < c_nChunkCells; n += S::c_nLanes)
     {
         const int16_t* const pHere = _chunk.arrX[1] + n;
         const I32 nAcross = Abs(S::WidenI32(pHere) - S::WidenI32(pHere + 2));
         const I32 nDown = Abs(S::WidenI32(_chunk.arrX[0] + n + 1) - S::WidenI32(_chunk.arrX[2] + n + 1));
         const I32 nStep = Max(nAcross, nDown);
-        const I32 nSpread4 = Spread4<S>(LoadCells<S>(_chunk.cells, n));
         nSmooth |= BitsAt(Greater(I32(_chunk.nLimit), nStep), n);
-        nCalm |= BitsAt(Greater(I32(_chunk.nWideLimit), nStep) & Greater(I32(_chunk.nCalm4), nSpread4), n);
+        nCalm |= BitsAt(Greater(I32(_chunk.nWideLimit), nStep), n);
     }
-    _chunk.nSmooth = nSmooth & Valid(_chunk.cells);
-    _chunk.nCalm = nCalm & Valid(_chunk.cells);
+    _chunk.nSmooth = nSmooth;
+    _chunk.nCalm = nCalm;
 }
 
 constexpr float c_fltSureReach = 5; // times what other cells may lack: the bounds of 16 noisy pixels lie far apart
@@ -252,9 +253,9 @@ ZCK_INLINE BOUNDS<S> BoundsOf(const CLASS_RULES& _rules, const SOME_CELLS<S>& _c
 {
     using I32 = typename S::I32;
     using F32 = typename S::F32;
-    const F32 fltPart(1 / 1024.0f), fltOne(1 / 64.0f), fltNone(0.0f), fltWedge(_rules.fltWedge);
-    const F32 fltX = ToF32(FormOf<S>(_rules.anX, _cells.sums)) * fltPart;
-    const F32 fltZ = Abs(ToF32(FormOf<S>(_rules.anZ, _cells.sums)) * fltPart - _fltRho * fltX);
+    const F32 fltOne(1 / 64.0f), fltNone(0.0f), fltWedge(_rules.fltWedge);
+    const F32 fltX = MeanForm<S>(_rules.anX, _cells.sums);
+    const F32 fltZ = Abs(MeanForm<S>(_rules.anZ, _cells.sums) - _fltRho * fltX);
     const I32 nOff = _cells.nMax - _cells.nMin; // no byte borrows from the next
     const I32 nMask(ByteMask(_rules.anX));
     const I32 nLeastX = FormOfBytes<S>(_rules.anX, _cells.nMax - (nOff & nMask));

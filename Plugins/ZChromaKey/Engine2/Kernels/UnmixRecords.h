@@ -93,9 +93,8 @@ struct FILTER_RULES
 /// A key as the test for sure backdrop takes it.
 struct SCREEN_RULES
 {
-    float arrX[3];
-    float arrZ[3];
     int32_t anX[3]; ///< 64ths
+    int32_t anZ[3];
     float fltSlope; ///< Z / X of the key
     float fltKeySaturation;
     float fltKeyValue;
@@ -121,21 +120,21 @@ struct SCREEN_CHUNK
     CELL_CHUNK cells;
     const SCREEN_RULES* pKeys;
     int nKeys;        ///< at least 1
+    int32_t nCalm4;   ///< quarters of a level
     int16_t* pX;      ///< out: X of the nearest key's form in 128ths
     uint64_t nWithin; ///< out: cells within the range of a key
     uint64_t nFlat;   ///< out: cells of little contrast
+    uint64_t nCalm;   ///< out: of less than nCalm4
 };
 
 /// How far X of cells is from that of the neighbours.
 struct STEP_CHUNK
 {
-    CELL_CHUNK cells;
     const int16_t* arrX[3]; ///< rows above, here, below: c_nChunkCells + 2 numbers from the cell left of the chunk
     int32_t nLimit;
-    int32_t nWideLimit; ///< for cells of less contrast than nCalm4
-    int32_t nCalm4;     ///< quarters of a level
-    uint64_t nSmooth;   ///< out: steps below the limit
-    uint64_t nCalm;     ///< out: contrast and steps below the others
+    int32_t nWideLimit;
+    uint64_t nSmooth; ///< out: steps below the limit
+    uint64_t nCalm;   ///< out: below the other
 };
 
 /// What tells backdrop from solid.
@@ -195,12 +194,17 @@ struct PLATE_CHUNK
     int nPlates; ///< 1 to c_nChunkPlates
 };
 
-/// How what is seen compares to the plate.
+/// How what is seen compares to the plate, for a row of blocks of 4x4 plate cells.
 struct COMPARE_CHUNK
 {
-    PLATE_CHUNK plates;
-    float fltLimit;        ///< differences beyond are far off; or
-    const float* pLimits;  ///< four times the number per plate cell; null: fltLimit
+    PLATE_CHUNK plates;   ///< of the first row
+    int nRows;            ///< 1 to 4
+    ptrdiff_t nStride;    ///< floats from one row to the next
+    float fltLimit;       ///< differences beyond are far off; or
+    const float* pLimits; ///< four times the number per plate cell, 4 c_nChunkPlates floats a row; null: fltLimit
+    /// Out: per block the sums of the colours seen where there is a plate, times their count, and of the count; and of
+    /// the reference there. Four floats each.
+    float* pBlocks;
     float arrSeen[4];      ///< out: sum of the colours seen where there is a plate, and their number
     float arrReference[4]; ///< out: of the reference there, and the number of those far off the plate
 };

@@ -117,9 +117,15 @@ const float* PlateAt(const UNMIX_STATE& _state, int _nX, int _nRow, PLATE_ROOM& 
     const int nFirst = _nX / 2 - 1;
     if (nFirst >= 0 && nFirst + c_nPlateRoom <= _state.nPlateWidth)
         return &pRow[nFirst].b;
-    for (int n = 0; n < c_nPlateRoom; ++n)
-        std::memcpy(_arrRoom + ptrdiff_t{4} * n, &pRow[std::clamp(nFirst + n, 0, _state.nPlateWidth - 1)],
-                    sizeof(VEC4));
+    const int nIn = std::max(nFirst, 0), nEnd = std::min(nFirst + c_nPlateRoom, _state.nPlateWidth);
+    const auto Put = [&](int _nAt, int _nFrom, int _nCells) {
+        std::memcpy(_arrRoom + ptrdiff_t{4} * (_nAt - nFirst), &pRow[_nFrom], sizeof(VEC4) * _nCells);
+    };
+    if (nFirst < 0)
+        Put(nFirst, 0, 1);
+    Put(nIn, nIn, nEnd - nIn);
+    for (int n = nEnd; n < nFirst + c_nPlateRoom; ++n)
+        Put(n, _state.nPlateWidth - 1, 1);
     return _arrRoom;
 }
 

@@ -368,8 +368,10 @@ const int16_t* XAt(const UNMIX_CELLS& _cells, int _nX, int _nY, STEP_ROOM& _arrR
     const int16_t* const pRow = &_cells.vecX[_cells.At(0, std::clamp(_nY, 0, _cells.nHeight - 1))];
     if (_nX > 0 && _nX + c_nChunkCells < _cells.nWidth)
         return pRow + _nX - 1;
-    for (int n = 0; n < c_nChunkCells + 2; ++n)
-        _arrRoom[n] = pRow[std::clamp(_nX - 1 + n, 0, _cells.nWidth - 1)];
+    const int nEnd = std::min(_nX + c_nChunkCells, _cells.nWidth);
+    _arrRoom[0] = pRow[std::max(_nX - 1, 0)];
+    int16_t* const pEnd = std::copy(pRow + _nX, pRow + nEnd, _arrRoom + 1);
+    std::fill(pEnd, _arrRoom + c_nChunkCells + 2, pRow[std::min(nEnd, _cells.nWidth - 1)]);
     return _arrRoom;
 }
 

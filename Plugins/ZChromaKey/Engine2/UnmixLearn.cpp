@@ -158,22 +158,41 @@ void HoldPlate(const UNMIX_RUN& _run)
     Noise_Learn(_run.state);
 }
 
+// Means of the foreground by rows, and glare by columns: neither needs the other.
+void MeanForeground(const UNMIX_RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    FIELD_STATE& field = _run.field;
+    constexpr int c_nPairs = c_nPassPart / 2;
+    constexpr int c_nColumns = 32; // two lines of the cache in each row
+    const int nPairs = Foreground_Pairs(field), nRowParts = (nPairs + c_nPairs - 1) / c_nPairs;
+    const int nColumnParts = (state.nPlateWidth + c_nColumns - 1) / c_nColumns;
+    const auto Part = [&](int _nPart) {
+        const int nFirst = _nPart * c_nPairs, nColumn = (_nPart - nRowParts) * c_nColumns;
+        if (_nPart < nRowParts)
+            Foreground_Pass(state, field, nFirst, std::min(c_nPairs, nPairs - nFirst));
+        else
+            Glare_AcrossPass(state, field, nColumn, std::min(c_nColumns, state.nPlateWidth - nColumn));
+    };
+    _run.runner.Run(nRowParts + nColumnParts, 1, CRowPass([&](int _nFirst, int _nParts) {
+                        for (int n = _nFirst; n < _nFirst + _nParts; ++n)
+                            Part(n);
+                    }));
+}
+
 void Classify(const UNMIX_RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
     FIELD_STATE& field = _run.field;
     _run.runner.Step(eUS_Classes);
-    _run.CellRows([&](int _nFirst, int _nRows) { Classes_Pass(state, field, _nFirst, _nRows); });
+    _run.PlateRows([&](int _nFirst, int _nRows) {
+        Classes_Pass(state, field, 2 * _nFirst, _run.CellsOf(_nFirst, _nRows));
+        Glare_Pass(state, field, _nFirst, _nRows);
+    });
     Classes_Finish(state, field);
     _run.runner.Step(eUS_Foreground);
-    _run.runner.Run(Foreground_Pairs(field), c_nPassPart / 2, CRowPass([&](int _nFirst, int _nPairs) {
-                        Foreground_Pass(state, field, _nFirst, _nPairs);
-                        Glare_Pass(state, field, 2 * _nFirst, std::min(2 * _nPairs, state.nPlateHeight - 2 * _nFirst));
-                    }));
+    MeanForeground(_run);
     Foreground_Spread(field);
-    constexpr int c_nColumns = 32; // of a part: two lines of the cache in each row
-    _run.runner.Run(state.nPlateWidth, c_nColumns,
-                    CRowPass([&](int _nFirst, int _nColumns) { Glare_AcrossPass(state, field, _nFirst, _nColumns); }));
 }
 
 // Of pictures whose pixels have chroma of their own. What is held stays as it is with the plate.

@@ -61,7 +61,7 @@ float FarOff(const KEY_FORMS& _key)
 
 namespace
 {
-using LIMIT_ROOM = VEC4[c_nLampBlock * c_nChunkPlates];
+using LIMIT_ROOM = float[c_nLampBlock][4 * c_nChunkPlates];
 
 // Where there are several keys, how far off is far depends on whose a cell is.
 const float* LimitsOf(const UNMIX_STATE& _state, size_t _nAt, const COMPARE_CHUNK& _chunk, LIMIT_ROOM& _arrRoom)
@@ -73,9 +73,9 @@ const float* LimitsOf(const UNMIX_STATE& _state, size_t _nAt, const COMPARE_CHUN
         {
             const uint8_t nOwner = _state.vecOwner[_nAt + static_cast<size_t>(y * _state.nPlateWidth + x)];
             const float flt = FarOff(_state.arrKeys[nOwner]);
-            _arrRoom[y * c_nChunkPlates + x] = {flt, flt, flt, flt};
+            std::fill_n(&_arrRoom[y][4 * x], 4, flt);
         }
-    return &_arrRoom[0].b;
+    return _arrRoom[0];
 }
 
 ROW_SUMS CompareBlocks(UNMIX_STATE& _state, int _nBlockRow)
@@ -152,7 +152,7 @@ void Plate_FindLamps(UNMIX_STATE& _state)
         // A block counts full once a quarter of its 64 cells is seen.
         return fltCells > 0 ? off * (std::min(fltCells / 16, 1.0f) / fltCells) : VEC4{};
     });
-    _state.lamps.PushPull(c_nAllLevels, 1);
+    _state.lamps.PushPull(*_state.pKernels, c_nAllLevels, 1);
     for (VEC4& block : vecLamps)
     {
         block = block * (block.w > 1e-9f ? 1 / block.w : 0.0f);
@@ -162,41 +162,20 @@ void Plate_FindLamps(UNMIX_STATE& _state)
 
 namespace
 {
-// Bilinear between the middles of blocks: a cell lies 1, 3, 5 or 7 eighths of the way from one to the next.
-struct BLOCK_PLACE
+// What the lamps add to the cells of a chunk, in room for a whole one.
+void TakeLamps(const UNMIX_STATE& _state, int _nX, int _nRow, VEC4 (&_arrOut)[c_nChunkPlates])
 {
-    int nFirst;
-    int nSecond;
-    float fltSecond;
-
-    BLOCK_PLACE(int _nCell, int _nBlocks)
-    {
-        const int nEighths = 2 * (_nCell % c_nLampBlock) + 1;
-        const int nBlock = _nCell / c_nLampBlock - (nEighths < c_nLampBlock);
-        nFirst = std::max(nBlock, 0);
-        nSecond = std::min(nBlock + 1, _nBlocks - 1);
-        fltSecond = static_cast<float>((nEighths + c_nLampBlock) % 8) * .125f;
-    }
-};
-
-// What the lamps add to the cells of a chunk.
-void TakeLamps(const UNMIX_PYRAMID::LEVEL& _blocks, int _nX, int _nCells, int _nRow, VEC4* _pOut)
-{
-    const BLOCK_PLACE rows(_nRow, _blocks.nHeight);
-    const VEC4* const pAbove = &_blocks.vec[static_cast<size_t>(rows.nFirst) * _blocks.nWidth];
-    const VEC4* const pBelow = &_blocks.vec[static_cast<size_t>(rows.nSecond) * _blocks.nWidth];
-    const auto Column = [&](int _n) { return pAbove[_n] + (pBelow[_n] - pAbove[_n]) * rows.fltSecond; };
-    VEC4 first, second;
-    for (int x = _nX; x < _nX + _nCells; ++x)
-    {
-        const BLOCK_PLACE cols(x, _blocks.nWidth);
-        if (x == _nX || x % c_nLampBlock == c_nLampBlock / 2) // from here on between other blocks
-        {
-            first = Column(cols.nFirst);
-            second = Column(cols.nSecond);
-        }
-        *_pOut++ = first + (second - first) * cols.fltSecond;
-    }
+    const UNMIX_PYRAMID::LEVEL& blocks = _state.lamps.arrLevels[0];
+    const int nEighths = 2 * (_nRow % c_nLampBlock) + 1; // from the upper border of the block
+    const int nAbove = _nRow / c_nLampBlock - (nEighths < c_nLampBlock);
+    float arrRooms[2][4 * c_nLampRoom];
+    const auto Blocks = [&](int _nBlockRow, float(&_arrRoom)[4 * c_nLampRoom]) {
+        const int nAt = std::clamp(_nBlockRow, 0, blocks.nHeight - 1) * blocks.nWidth;
+        return Grid_CellsAt(&blocks.vec[static_cast<size_t>(nAt)], blocks.nWidth, _nX / c_nLampBlock - 1, _arrRoom);
+    };
+    _state.pKernels->pfnLamps({{Blocks(nAbove, arrRooms[0]), Blocks(nAbove + 1, arrRooms[1])},
+                               static_cast<float>((nEighths + c_nLampBlock) % 8) * .125f,
+                               &_arrOut[0].b});
 }
 } // namespace
 
@@ -209,7 +188,7 @@ int LearnRow(UNMIX_STATE& _state, int _nY)
     int nGrown = 0;
     ForEachChunk(_state, _nY, [&](int _nX, const PLATE_CHUNK& _plates) {
         VEC4 arrLamps[c_nChunkPlates];
-        TakeLamps(_state.lamps.arrLevels[0], _nX, _plates.nPlates, _nY, arrLamps);
+        TakeLamps(_state, _nX, _nY, arrLamps);
         LEARN_CHUNK chunk = {_plates,
                              {gain.b, gain.g, gain.r, 1},
                              {1 / gain.b, 1 / gain.g, 1 / gain.r, 1},
@@ -310,7 +289,7 @@ void FillThroughNets(UNMIX_STATE& _state, const FIELD_STATE& _field)
             }
     if (static_cast<float>(nFound) <= .08f * static_cast<float>(_field.cells.vecSum.size()))
         return;
-    _state.fill.PushPull(c_nAllLevels, 1);
+    _state.fill.PushPull(*_state.pKernels, c_nAllLevels, 1);
     TakeFilled(_state);
 }
 
@@ -318,7 +297,7 @@ void FillThroughNets(UNMIX_STATE& _state, const FIELD_STATE& _field)
 void FillFromSeen(UNMIX_STATE& _state)
 {
     SeedWithSeen(_state);
-    _state.fill.PushPull(c_nAllLevels, 1);
+    _state.fill.PushPull(*_state.pKernels, c_nAllLevels, 1);
     TakeFilled(_state);
     Plate_OwnerPass(_state, 0, _state.nPlateHeight);
 }
@@ -336,7 +315,7 @@ void ReferToFilled(UNMIX_STATE& _state)
     for (int y = 0; y < _state.nPlateHeight; ++y)
         ForEachChunk(_state, y, [&](int _nX, const PLATE_CHUNK& _plates) {
             VEC4 arrLamps[c_nChunkPlates];
-            TakeLamps(_state.lamps.arrLevels[0], _nX, _plates.nPlates, y, arrLamps);
+            TakeLamps(_state, _nX, y, arrLamps);
             for (int n = 0; n < _plates.nPlates; ++n)
             {
                 const size_t nAt = AtRow(_state, y) + _nX + n;

@@ -3,6 +3,18 @@
 #include <cstdlib>
 #include <utility>
 
+DIFFERENCE_RULES KeyForms_Difference(const KEY_FORMS& _key)
+{
+    DIFFERENCE_RULES rules = {};
+    std::copy(_key.arrX, _key.arrX + 3, rules.arrX);
+    std::copy(_key.arrZ, _key.arrZ + 3, rules.arrZ);
+    std::copy(_key.anX, _key.anX + 3, rules.anX);
+    std::copy(_key.anZ, _key.anZ + 3, rules.anZ);
+    rules.fltLeastX = .15f * _key.fltX;
+    rules.fltWedge = _key.fltWedge;
+    return rules;
+}
+
 bool FIELD_STATE::operator==(const FIELD_STATE& _other) const
 {
     return nRows == _other.nRows && cells == _other.cells && bitsWide == _other.bitsWide &&

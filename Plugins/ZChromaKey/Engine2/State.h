@@ -45,6 +45,9 @@ struct KEY_FORMS
     }
 };
 
+/// What the kernels take of it for differences.
+DIFFERENCE_RULES KeyForms_Difference(const KEY_FORMS& _key);
+
 /// The first pixel of a cell and the one two to its right: B, G, R, A.
 struct UNMIX_PAIR
 {

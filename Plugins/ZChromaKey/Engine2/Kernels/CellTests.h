@@ -156,7 +156,32 @@ constexpr float c_fltSureReach = 5; // times what other cells may lack: the boun
 constexpr float c_fltGuard = .4f;   // cells all of whose pixels are more opaque than this may be closed
 constexpr int c_nPlateCells = c_nChunkPlates + 2;
 
-/// Rows of four floats a plate cell, blended: the forms of a key there.
+/// Colours by channel, out of four vectors of four floats a cell.
+template <class S> struct COLOURS
+{
+    typename S::F32 b;
+    typename S::F32 g;
+    typename S::F32 r;
+
+    ZCK_INLINE explicit COLOURS(const typename S::F32 (&_arr)[4])
+    {
+        typename S::I32 nBR, nBR2, nGW, nGW2, nB, nG, nR, nNone;
+        Deinterleave(AsInts(_arr[0]), AsInts(_arr[1]), nBR, nGW);
+        Deinterleave(AsInts(_arr[2]), AsInts(_arr[3]), nBR2, nGW2);
+        Deinterleave(nBR, nBR2, nB, nR);
+        Deinterleave(nGW, nGW2, nG, nNone);
+        b = AsFloats(nB);
+        g = AsFloats(nG);
+        r = AsFloats(nR);
+    }
+    ZCK_INLINE typename S::F32 Form(const float (&_arrForm)[3]) const
+    {
+        using F32 = typename S::F32;
+        return F32(_arrForm[0]) * b + F32(_arrForm[1]) * g + F32(_arrForm[2]) * r;
+    }
+};
+
+/// Rows of the plate, blended: the forms of a key there.
 struct PLATE_FORMS
 {
     float arrX[c_nPlateRoom];
@@ -166,25 +191,19 @@ struct PLATE_FORMS
 template <class S> ZCK_INLINE void BlendForms(const CLASS_CHUNK& _chunk, PLATE_FORMS& _forms)
 {
     using F32 = typename S::F32;
-    using I32 = typename S::I32;
-    const CLASS_RULES& rules = *_chunk.pRules;
     const F32 fltBelow(_chunk.fltBelow), fltAbove(1 - _chunk.fltBelow);
     for (size_t n = 0; n < c_nPlateCells; n += S::c_nLanes)
     {
-        const auto Blended = [&](size_t _nVector) {
-            const size_t nAt = 4 * n + _nVector * S::c_nLanes;
-            return AsInts(S::LoadF32(_chunk.arrPlate[0] + nAt) * fltAbove +
-                          S::LoadF32(_chunk.arrPlate[1] + nAt) * fltBelow);
-        };
-        I32 nBR, nBR2, nGW, nGW2, nB, nG, nR, nNone;
-        Deinterleave(Blended(0), Blended(1), nBR, nGW);
-        Deinterleave(Blended(2), Blended(3), nBR2, nGW2);
-        Deinterleave(nBR, nBR2, nB, nR);
-        Deinterleave(nGW, nGW2, nG, nNone);
-        const F32 b = AsFloats(nB), g = AsFloats(nG), r = AsFloats(nR);
-        const auto Form = [&](const float(&_p)[3]) { return F32(_p[0]) * b + F32(_p[1]) * g + F32(_p[2]) * r; };
-        S::Store(_forms.arrX + n, Form(rules.arrX));
-        S::Store(_forms.arrZ + n, Form(rules.arrZ));
+        F32 arrBlended[4];
+        for (size_t v = 0; v < 4; ++v)
+        {
+            const size_t nAt = 4 * n + v * S::c_nLanes;
+            arrBlended[v] =
+                S::LoadF32(_chunk.arrPlate[0] + nAt) * fltAbove + S::LoadF32(_chunk.arrPlate[1] + nAt) * fltBelow;
+        }
+        const COLOURS<S> colours(arrBlended);
+        S::Store(_forms.arrX + n, colours.Form(_chunk.pRules->arrX));
+        S::Store(_forms.arrZ + n, colours.Form(_chunk.pRules->arrZ));
     }
 }
 
@@ -265,6 +284,13 @@ ZCK_INLINE BOUNDS<S> BoundsOf(const CLASS_RULES& _rules, const SOME_CELLS<S>& _c
             ToF32(nMostX) * fltOne - fltWedge * Max(fltZ - fltReach, fltNone)};
 }
 
+/// rho of a backdrop.
+template <class S> ZCK_INLINE typename S::F32 RhoOf(typename S::F32 _fltX, typename S::F32 _fltZ)
+{
+    using F32 = typename S::F32;
+    return Min(Max(_fltZ / _fltX, F32(-.5f)), F32(.5f));
+}
+
 template <class S> void Classes(CLASS_CHUNK& _chunk)
 {
     using F32 = typename S::F32;
@@ -275,7 +301,7 @@ template <class S> void Classes(CLASS_CHUNK& _chunk)
     for (size_t n = 0; n < nCells; n += S::c_nLanes)
     {
         const F32 fltX = Max(S::LoadF32(plate.arrX + n), F32(rules.fltLeastX));
-        const F32 fltRho = Min(Max(S::LoadF32(plate.arrZ + n) / fltX, F32(-.5f)), F32(.5f));
+        const F32 fltRho = RhoOf<S>(fltX, S::LoadF32(plate.arrZ + n));
         S::Narrow(_chunk.pRho + n, ToI32(fltRho * F32(32767.0f)));
         const BOUNDS<S> bounds = BoundsOf<S>(rules, LoadCells<S>(_chunk.cells, n), fltRho);
         const F32 fltLow = Max(Min(F32(rules.fltClip), F32(.25f) * fltX), F32(rules.fltClean) * fltX);
@@ -295,6 +321,37 @@ template <class S> void Classes(CLASS_CHUNK& _chunk)
     _chunk.nDoubt = ~nDoubt & nValid;
     _chunk.nBackdrop = ((nNear & _chunk.nSure) | (nFar & ~_chunk.nSure)) & nValid;
     _chunk.nSolid = nSolid & nValid;
+}
+
+/// The difference of pixels.
+template <class S>
+ZCK_INLINE typename S::F32 DifferenceOf(const DIFFERENCE_RULES& _rules, typename S::I32 _nBGRA, typename S::F32 _fltRho)
+{
+    using F32 = typename S::F32;
+    const F32 fltOne(1 / 64.0f);
+    const F32 fltX = ToF32(FormOfBytes<S>(_rules.anX, _nBGRA)) * fltOne;
+    const F32 fltZ = ToF32(FormOfBytes<S>(_rules.anZ, _nBGRA)) * fltOne;
+    return fltX - F32(_rules.fltWedge) * Abs(fltZ - _fltRho * fltX);
+}
+
+/// rho is that of the nearest plate cell for both pixels, so that it makes no difference between them.
+template <class S> void Noise(NOISE_CHUNK& _chunk)
+{
+    using F32 = typename S::F32;
+    using I32 = typename S::I32;
+    const DIFFERENCE_RULES& rules = *_chunk.pRules;
+    for (size_t n = 0; n < static_cast<size_t>(_chunk.nPairs); n += S::c_nLanes)
+    {
+        const float* const p = _chunk.arrPlate[n];
+        const F32 arrPlate[4] = {S::LoadF32(p), S::LoadF32(p + S::c_nLanes), S::LoadF32(p + 2 * S::c_nLanes),
+                                 S::LoadF32(p + 3 * S::c_nLanes)};
+        const COLOURS<S> plate(arrPlate);
+        const F32 fltRho = RhoOf<S>(Max(plate.Form(rules.arrX), F32(rules.fltLeastX)), plate.Form(rules.arrZ));
+        I32 nFirst, nSecond;
+        Deinterleave(S::LoadI32(_chunk.arrPixels[n]), S::LoadI32(_chunk.arrPixels[n] + S::c_nLanes), nFirst, nSecond);
+        S::Store(_chunk.arrOff + n,
+                 Abs(DifferenceOf<S>(rules, nFirst, fltRho) - DifferenceOf<S>(rules, nSecond, fltRho)));
+    }
 }
 
 } // namespace UnmixTests

@@ -137,8 +137,8 @@ struct STEP_CHUNK
     uint64_t nCalm;   ///< out: below the other
 };
 
-/// What tells backdrop from solid.
-struct CLASS_RULES
+/// The difference of cells and pixels.
+struct DIFFERENCE_RULES
 {
     float arrX[3];
     float arrZ[3];
@@ -146,6 +146,11 @@ struct CLASS_RULES
     int32_t anZ[3];
     float fltLeastX; ///< of the backdrop
     float fltWedge;
+};
+
+/// What tells backdrop from solid.
+struct CLASS_RULES : DIFFERENCE_RULES
+{
     float fltClip;  ///< levels of noise,
     float fltClean; ///< or part of X, that backdrop may lack
     float fltNoise;
@@ -207,6 +212,42 @@ struct COMPARE_CHUNK
     float* pBlocks;
     float arrSeen[4];      ///< out: sum of the colours seen where there is a plate, and their number
     float arrReference[4]; ///< out: of the reference there, and the number of those far off the plate
+};
+
+inline constexpr int c_nCoarseRoom = c_nChunkPlates / 2 + 4; ///< cells in whole vectors
+
+/// Cells of a row of a grid, four floats each, and those of a grid half as fine that complete them (UNMIX_PYRAMID).
+struct COMPLETE_CHUNK
+{
+    float* pFine; ///< c_nChunkPlates cells, the last number the weight; those of weight 1 stay
+    /// Of the rows above and below the middle of these cells: c_nChunkPlates / 2 + 2 cells from the one left of the
+    /// chunk, and others up to c_nCoarseRoom, which do not count.
+    const float* arrCoarse[2];
+    float arrWeights[2]; ///< of the rows
+};
+
+inline constexpr int c_nLampRoom = c_nChunkPlates / 4 + 4; ///< blocks in whole vectors
+
+/// Between the middles of blocks of 4x4 plate cells.
+struct LAMP_CHUNK
+{
+    /// Four floats a block, of the rows above and below the middle of these cells: c_nChunkPlates / 4 + 2 blocks from
+    /// the one left of the chunk, and others up to c_nLampRoom, which do not count.
+    const float* arrBlocks[2];
+    float fltBelow; ///< weight of the second row
+    float* pLamps;  ///< out: four floats for each of c_nChunkPlates cells
+};
+
+inline constexpr int c_nNoisePairs = 64; ///< the most of a chunk
+
+/// Pairs of pixels of sure backdrop, and the plate there.
+struct NOISE_CHUNK
+{
+    const DIFFERENCE_RULES* pRules;
+    int nPairs;
+    uint32_t arrPixels[c_nNoisePairs][2]; ///< B, G, R, A
+    float arrPlate[c_nNoisePairs][4];
+    float arrOff[c_nNoisePairs]; ///< out: |difference of D|, in levels
 };
 
 /// The reference, having learnt what is seen, and the plate: the same in the light of the present picture.

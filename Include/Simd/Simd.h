@@ -33,6 +33,8 @@
 ///     I32   + - * | & ^ << >>  ShiftedIn0(a, n): shifts right like >>, which keeps the sign, but fills with zeros
 ///           Min Max Abs  Equal  Greater  IsNegative  Select  Below(a, n): 0 <= a < n, where n is not negative
 ///           MulAdd(words, words): for each lane the sum of its two products; words count as signed
+///           AddProducts(bytes, bytes): for each lane the sum of its four products; the second count as signed, and the
+///           sums of two must fit 16 bits
 ///     F32   + - * /  Sqrt Min Max Abs  Less  Select  ToF32(ints), ToI32(floats): truncates; must fit
 ///           AsInts(floats), AsFloats(ints): the same bits
 ///     M32   & |  Without(a, b): a and not b  Any  Bits: lane n as bit n

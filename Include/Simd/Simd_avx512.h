@@ -265,6 +265,10 @@ ZCK_INLINE I32 MulAdd(U16 _a, U16 _b)
 {
     return _mm512_madd_epi16(_a.vec, _b.vec);
 }
+ZCK_INLINE I32 AddProducts(U8 _a, U8 _b)
+{
+    return _mm512_madd_epi16(_mm512_maddubs_epi16(_a.vec, _b.vec), _mm512_set1_epi16(1));
+}
 
 ZCK_INLINE F32 operator+(F32 _a, F32 _b)
 {

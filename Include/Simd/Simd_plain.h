@@ -213,6 +213,13 @@ ZCK_INLINE VECTOR<int32_t, N / 2> MulAdd(const VECTOR<uint16_t, N>& _a, const VE
         [&](size_t _n) { return static_cast<uint32_t>(Product(2 * _n)) + static_cast<uint32_t>(Product(2 * _n + 1)); });
 }
 template <size_t N>
+ZCK_INLINE VECTOR<int32_t, N / 4> AddProducts(const VECTOR<uint8_t, N>& _a, const VECTOR<uint8_t, N>& _b)
+{
+    const auto Product = [&](size_t _n) { return _a.arr[_n] * static_cast<int8_t>(_b.arr[_n]); };
+    return VECTOR<int32_t, N / 4>::Of(
+        [&](size_t _n) { return Product(4 * _n) + Product(4 * _n + 1) + Product(4 * _n + 2) + Product(4 * _n + 3); });
+}
+template <size_t N>
 ZCK_INLINE VECTOR<uint16_t, N> MulRound(const VECTOR<uint16_t, N>& _a, const VECTOR<uint16_t, N>& _b)
 {
     return VECTOR<uint16_t, N>::Of([&](size_t _n) {

@@ -99,6 +99,7 @@ template <class S> void ProbeBytes(CProbeWriter<S>& _writer, typename S::U8 _a, 
     _writer.Put(Even(_a));
     _writer.Put(Odd(_a));
     _writer.Put(AddPairs(_a));
+    _writer.Put(AddProducts(_a & 0x7F, _b));
     _writer.Put(JoinBytes(Odd(_a), Even(_b)));
     _writer.Put(ShuffleBytes(_a, c_arrPattern));
     _writer.Put(LookedUp(c_arrPattern, _a & 0x8F)); // beyond the table where the highest bit is set

@@ -124,6 +124,7 @@ TEST(Simd, PlainVectorsDoWhatTheirNamesSay)
     ExpectNumbers(Even(vecBytes), {0, 2, 4, 6});
     ExpectNumbers(Odd(vecBytes), {1, 3, 5, 7});
     ExpectNumbers(AddPairs(vecBytes), {1, 5, 9, 13});
+    ExpectNumbers(AddProducts(vecBytes, PLAIN::U8(0xFE)), {-12, -44});
     ExpectNumbers(JoinBytes(Odd(vecBytes), Even(vecBytes)), {1, 0, 3, 2, 5, 4});
     ExpectNumbers(ElseNone(AtLeast(vecBytes, 2), vecBytes), {0, 0, 2, 3});
     ExpectNumbers(ElseAll(AtLeast(2, vecBytes), vecBytes), {0, 1, 2, 255});

@@ -2,8 +2,6 @@
 
 #include "ZChromaKey/Engine2/Plate.h"
 
-#include <cstring>
-
 namespace
 {
 constexpr int c_nCoreDistance = 3;
@@ -87,12 +85,7 @@ CLASS_RULES RulesOf(const UNMIX_STATE& _state, const KEY_FORMS& _key)
 {
     const UNMIX_PARAMS& params = _state.setup.params;
     CLASS_RULES rules = {};
-    std::copy(_key.arrX, _key.arrX + 3, rules.arrX);
-    std::copy(_key.arrZ, _key.arrZ + 3, rules.arrZ);
-    std::copy(_key.anX, _key.anX + 3, rules.anX);
-    std::copy(_key.anZ, _key.anZ + 3, rules.anZ);
-    rules.fltLeastX = .15f * _key.fltX;
-    rules.fltWedge = _key.fltWedge;
+    static_cast<DIFFERENCE_RULES&>(rules) = KeyForms_Difference(_key);
     rules.fltNoise = params.fltNoise > 0 ? _state.fltNoise : 0;
     rules.fltClip = params.fltNoise * rules.fltNoise * .6f;
     rules.fltClean = params.fltCleanBackdrop / 100;
@@ -108,20 +101,6 @@ struct CLASS_PASS
     FIELD_STATE& field;
     CLASS_RULES arrRules[c_nUnmixMaxKeys];
 };
-
-// The plate's cells round the cells of a chunk, where they lie; beyond the grid as at its border, then copied.
-using PLATE_ROOM = float[4 * c_nPlateRoom];
-const float* PlateAt(const UNMIX_STATE& _state, int _nX, int _nRow, PLATE_ROOM& _arrRoom)
-{
-    const VEC4* const pRow = &_state.vecPlate[static_cast<size_t>(_nRow) * _state.nPlateWidth];
-    const int nFirst = _nX / 2 - 1;
-    if (nFirst >= 0 && nFirst + c_nPlateRoom <= _state.nPlateWidth)
-        return &pRow[nFirst].b;
-    for (int n = 0; n < c_nPlateRoom; ++n)
-        std::memcpy(_arrRoom + ptrdiff_t{4} * n, &pRow[std::clamp(nFirst + n, 0, _state.nPlateWidth - 1)],
-                    sizeof(VEC4));
-    return _arrRoom;
-}
 
 // The cells of a chunk that belong to a key.
 uint64_t OwnedBy(const UNMIX_STATE& _state, int _nKey, int _nX, int _nY)
@@ -160,9 +139,13 @@ void ClassifyChunk(CLASS_PASS& _pass, int _nX, int _nY)
 {
     const UNMIX_STATE& state = _pass.state;
     const BETWEEN rows = Grid_Between(_nY, state.nPlateHeight);
-    PLATE_ROOM arrRooms[2];
-    const float* const pAbove = PlateAt(state, _nX, rows.nFirst, arrRooms[0]);
-    const float* const pBelow = PlateAt(state, _nX, rows.nSecond, arrRooms[1]);
+    float arrRooms[2][4 * c_nPlateRoom];
+    const auto PlateAt = [&](int _nRow, float(&_arrRoom)[4 * c_nPlateRoom]) {
+        const VEC4* const pRow = &state.vecPlate[static_cast<size_t>(_nRow) * state.nPlateWidth];
+        return Grid_CellsAt(pRow, state.nPlateWidth, _nX / 2 - 1, _arrRoom);
+    };
+    const float* const pAbove = PlateAt(rows.nFirst, arrRooms[0]);
+    const float* const pBelow = PlateAt(rows.nSecond, arrRooms[1]);
     int16_t arrRho[c_nChunkCells];
     for (int k = 0; k < state.nKeys; ++k)
     {
@@ -234,12 +217,12 @@ void Foreground_Pass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst
     _field.fore.ReduceRows(_nFirst, _nPairs);
 }
 
-void Foreground_Spread(FIELD_STATE& _field)
+void Foreground_Spread(const UNMIX_STATE& _state, FIELD_STATE& _field)
 {
-    _field.fore.PushPullAbove(c_nForeLevels, c_fltForeDecay);
+    _field.fore.PushPullAbove(*_state.pKernels, c_nForeLevels, c_fltForeDecay);
 }
 
-void Foreground_FillPass(FIELD_STATE& _field, int _nFirst, int _nRows)
+void Foreground_FillPass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nRows)
 {
-    _field.fore.CompleteRows(_nFirst, _nRows, c_fltForeDecay);
+    _field.fore.CompleteRows(*_state.pKernels, _nFirst, _nRows, c_fltForeDecay);
 }

@@ -181,7 +181,7 @@ const CBitRows& Edges_PlainCells(UNMIX_STATE& _state, const FIELD_STATE& _field)
     CBitRows& bits = _state.bitsScratch;
     bits = _field.bitsSolid;
     bits.Erode(nReach, _state.vecScratch);
-    CBitRows& bitsBackdrop = _state.bitsDeep;
+    CBitRows& bitsBackdrop = _state.bitsScratch2;
     bitsBackdrop = _field.bitsBackdrop;
     bitsBackdrop.Erode(nReach, _state.vecScratch);
     for (int y = 0; y < bits.Height(); ++y)

@@ -1,5 +1,7 @@
 #include "ZChromaKey/Engine2/Grid.h"
 
+#include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
+
 void CBitRows::Erode(int _nTimes, std::vector<uint64_t>& _vecScratch)
 {
     _vecScratch.resize(m_vecBits.size());
@@ -32,35 +34,46 @@ void CBitRows::Erode(int _nTimes, std::vector<uint64_t>& _vecScratch)
         Row(y)[nLast] &= Valid(nLast);
 }
 
-void CBitRows::ErodedRow(int _nY, int _nTimes, uint64_t* _pOut) const
+void CBitRows::ErodedOnce(const uint64_t* _pAbove, const uint64_t* _pHere, const uint64_t* _pBelow,
+                          uint64_t* _pOut) const
 {
-    const int nLast = m_nWords - 1, nWindow = 2 * _nTimes + 1;
-    const int nFirst = std::max(_nY - _nTimes, 0), nEnd = std::min(_nY + _nTimes + 1, m_nHeight);
-    // Of the cells of a word, those that are set in all rows.
+    const int nLast = m_nWords - 1;
     const auto Word = [&](int _k) {
-        uint64_t nAll = ~uint64_t{0};
-        for (int y = nFirst; y < nEnd && _k <= nLast; ++y)
-            nAll &= Row(y)[_k];
-        return _k < nLast ? nAll : nAll | ~(_k > nLast ? 0 : Valid(_k));
+        return _k > nLast ? ~uint64_t{0} : (_pAbove[_k] & _pHere[_k] & _pBelow[_k]) | ~Valid(_k);
     };
     uint64_t nBefore = ~uint64_t{0}, nHere = Word(0);
     for (int k = 0; k <= nLast; ++k)
     {
         const uint64_t nAfter = Word(k + 1);
-        // Moved so that a cell's window ends at its bit; then each bit takes in ever more of those before it.
-        uint64_t nHigh = nHere >> _nTimes | nAfter << (64 - _nTimes);
-        uint64_t nLow = nBefore >> _nTimes | nHere << (64 - _nTimes);
-        for (int nWide = 1; nWide < nWindow;)
-        {
-            const int nMore = std::min(nWide, nWindow - nWide);
-            nHigh &= nHigh << nMore | nLow >> (64 - nMore);
-            nLow &= nLow << nMore | ~(~uint64_t{0} << nMore);
-            nWide += nMore;
-        }
-        _pOut[k] = nHigh & Valid(k);
+        _pOut[k] = nHere & (nHere << 1 | nBefore >> 63) & (nHere >> 1 | nAfter << 63) & Valid(k);
         nBefore = nHere;
         nHere = nAfter;
     }
+}
+
+uint64_t CBitRows::ErodedWord(int _nY, int _nWord, int _nTimes) const
+{
+    const int nWindow = 2 * _nTimes + 1;
+    const int nFirst = std::max(_nY - _nTimes, 0), nEnd = std::min(_nY + _nTimes + 1, m_nHeight);
+    // Of the cells of a word, those that are set in all rows.
+    const auto Word = [&](int _k) {
+        uint64_t nAll = ~uint64_t{0};
+        for (int y = nFirst; y < nEnd && _k >= 0 && _k < m_nWords; ++y)
+            nAll &= Row(y)[_k];
+        return _k == m_nWords - 1 ? nAll | ~Valid(_k) : nAll;
+    };
+    const uint64_t nBefore = Word(_nWord - 1), nHere = Word(_nWord), nAfter = Word(_nWord + 1);
+    // Moved so that a cell's window ends at its bit; then each bit takes in ever more of those before it.
+    uint64_t nHigh = nHere >> _nTimes | nAfter << (64 - _nTimes);
+    uint64_t nLow = nBefore >> _nTimes | nHere << (64 - _nTimes);
+    for (int nWide = 1; nWide < nWindow;)
+    {
+        const int nMore = std::min(nWide, nWindow - nWide);
+        nHigh &= nHigh << nMore | nLow >> (64 - nMore);
+        nLow &= nLow << nMore | ~(~uint64_t{0} << nMore);
+        nWide += nMore;
+    }
+    return nHigh & Valid(_nWord);
 }
 
 void UNMIX_PYRAMID::Resize(int _nWidth, int _nHeight)
@@ -91,25 +104,32 @@ void UNMIX_PYRAMID::Reduce(const LEVEL& _fine, LEVEL& _coarse, int _nFirst, int 
     }
 }
 
-void UNMIX_PYRAMID::Complete(LEVEL& _fine, const LEVEL& _coarse, float _fltDecay, int _nFirst, int _nEnd)
+void UNMIX_PYRAMID::Complete(const UNMIX_KERNELS& _kernels, LEVEL& _fine, const LEVEL& _coarse, float _fltDecay,
+                             int _nFirst, int _nEnd)
 {
+    const auto RowOf = [](auto& _level, int _nRow) {
+        return _level.vec.data() + static_cast<ptrdiff_t>(_nRow) * _level.nWidth;
+    };
     for (int y = _nFirst; y < _nEnd; ++y)
     {
         const BETWEEN rows = Grid_Between(y, _coarse.nHeight);
-        const VEC4* const pAbove = _coarse.vec.data() + static_cast<ptrdiff_t>(rows.nFirst) * _coarse.nWidth;
-        const VEC4* const pBelow = _coarse.vec.data() + static_cast<ptrdiff_t>(rows.nSecond) * _coarse.nWidth;
         const float fltBelow = _fltDecay * rows.fltSecond;
-        const float fltAbove = _fltDecay - fltBelow;
-        VEC4* const pOut = _fine.vec.data() + static_cast<ptrdiff_t>(y) * _fine.nWidth;
-        for (int x = 0; x < _fine.nWidth; ++x)
+        for (int x = 0; x < _fine.nWidth; x += c_nChunkPlates)
         {
-            if (pOut[x].w >= 1)
-                continue;
-            const BETWEEN cols = Grid_Between(x, _coarse.nWidth);
-            const VEC4 first = pAbove[cols.nFirst] * fltAbove + pBelow[cols.nFirst] * fltBelow;
-            const VEC4 second = pAbove[cols.nSecond] * fltAbove + pBelow[cols.nSecond] * fltBelow;
-            const VEC4 coarse = first * (1 - cols.fltSecond) + second * cols.fltSecond;
-            pOut[x] = pOut[x] + coarse * (1 - pOut[x].w);
+            float arrRooms[2][4 * c_nCoarseRoom], arrLast[4 * c_nChunkPlates];
+            float* const pFine = &RowOf(_fine, y)[x].b;
+            const size_t nFloats = size_t{4} * std::min(c_nChunkPlates, _fine.nWidth - x);
+            const bool bWhole = nFloats == std::size(arrLast);
+            if (!bWhole)
+                std::fill(std::copy_n(pFine, nFloats, arrLast), std::end(arrLast), 0.0f);
+            const auto Coarse = [&](int _nRow, float(&_arrRoom)[4 * c_nCoarseRoom]) {
+                return Grid_CellsAt(RowOf(_coarse, _nRow), _coarse.nWidth, x / 2 - 1, _arrRoom);
+            };
+            _kernels.pfnComplete({bWhole ? pFine : arrLast,
+                                  {Coarse(rows.nFirst, arrRooms[0]), Coarse(rows.nSecond, arrRooms[1])},
+                                  {_fltDecay - fltBelow, fltBelow}});
+            if (!bWhole)
+                std::copy_n(arrLast, nFloats, pFine);
         }
     }
 }
@@ -120,24 +140,24 @@ void UNMIX_PYRAMID::ReduceRows(int _nFirst, int _nRows)
         Reduce(arrLevels[0], arrLevels[1], _nFirst, _nFirst + _nRows);
 }
 
-void UNMIX_PYRAMID::PushPullAbove(int _nLevels, float _fltDecay)
+void UNMIX_PYRAMID::PushPullAbove(const UNMIX_KERNELS& _kernels, int _nLevels, float _fltDecay)
 {
     int nTop = 1;
     for (; nTop < std::min(_nLevels, c_nMaxLevels - 1) && HasAbove(nTop); ++nTop)
         Reduce(arrLevels[nTop], arrLevels[nTop + 1], 0, arrLevels[nTop + 1].nHeight);
     for (int n = nTop - 1; n >= 1; --n)
-        Complete(arrLevels[n], arrLevels[n + 1], _fltDecay, 0, arrLevels[n].nHeight);
+        Complete(_kernels, arrLevels[n], arrLevels[n + 1], _fltDecay, 0, arrLevels[n].nHeight);
 }
 
-void UNMIX_PYRAMID::CompleteRows(int _nFirst, int _nRows, float _fltDecay)
+void UNMIX_PYRAMID::CompleteRows(const UNMIX_KERNELS& _kernels, int _nFirst, int _nRows, float _fltDecay)
 {
     if (HasAbove(0))
-        Complete(arrLevels[0], arrLevels[1], _fltDecay, _nFirst, _nFirst + _nRows);
+        Complete(_kernels, arrLevels[0], arrLevels[1], _fltDecay, _nFirst, _nFirst + _nRows);
 }
 
-void UNMIX_PYRAMID::PushPull(int _nLevels, float _fltDecay)
+void UNMIX_PYRAMID::PushPull(const UNMIX_KERNELS& _kernels, int _nLevels, float _fltDecay)
 {
     ReduceRows(0, arrLevels[1].nHeight);
-    PushPullAbove(_nLevels, _fltDecay);
-    CompleteRows(0, arrLevels[0].nHeight, _fltDecay);
+    PushPullAbove(_kernels, _nLevels, _fltDecay);
+    CompleteRows(_kernels, 0, arrLevels[0].nHeight, _fltDecay);
 }

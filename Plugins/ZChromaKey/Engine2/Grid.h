@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 /// The small grids that a picture is described on: cells of 4x4 pixels, and plate cells of 2x2 cells.
@@ -116,8 +117,10 @@ public:
     }
     /// Keeps the cells whose 3x3 neighbours are set as well, _nTimes over; outside the grid counts as set.
     void Erode(int _nTimes, std::vector<uint64_t>& _vecScratch);
-    /// What Erode makes of row _nY alone, _nTimes from 1 to 31. The bits past the width are 0.
-    void ErodedRow(int _nY, int _nTimes, uint64_t* _pOut) const;
+    /// What Erode makes, once, of the middle one of three rows of such a grid; the border's rows are given twice.
+    void ErodedOnce(const uint64_t* _pAbove, const uint64_t* _pHere, const uint64_t* _pBelow, uint64_t* _pOut) const;
+    /// What Erode makes of a word of row _nY alone, _nTimes from 1 to 31.
+    uint64_t ErodedWord(int _nY, int _nWord, int _nTimes) const;
     /// The number of cells that are set.
     int Count() const
     {
@@ -164,6 +167,27 @@ inline BETWEEN Grid_Between(int _nFine, int _nCoarseCells)
     return {std::max(nCoarse - 1, 0), nCoarse, .75f};
 }
 
+/// Cells of a row of a grid from _nFirst on, four floats each, where they lie; beyond its ends as there, then copied.
+template <size_t Floats>
+const float* Grid_CellsAt(const VEC4* _pRow, int _nWidth, int _nFirst, float (&_arrRoom)[Floats])
+{
+    constexpr int c_nCells = static_cast<int>(Floats / 4);
+    if (_nFirst >= 0 && _nFirst + c_nCells <= _nWidth)
+        return &_pRow[_nFirst].b;
+    const auto Put = [&](int _nAt, int _nFrom, int _nCount) {
+        std::memcpy(_arrRoom + ptrdiff_t{4} * (_nAt - _nFirst), _pRow + _nFrom, sizeof(VEC4) * _nCount);
+    };
+    const int nIn = std::clamp(_nFirst, 0, _nWidth - 1), nEnd = std::min(_nFirst + c_nCells, _nWidth);
+    for (int n = _nFirst; n < nIn; ++n)
+        Put(n, 0, 1);
+    Put(nIn, nIn, nEnd - nIn);
+    for (int n = nEnd; n < _nFirst + c_nCells; ++n)
+        Put(n, _nWidth - 1, 1);
+    return _arrRoom;
+}
+
+struct UNMIX_KERNELS;
+
 /// A grid of VEC4 and its coarser levels, each half the size.
 struct UNMIX_PYRAMID
 {
@@ -181,16 +205,16 @@ struct UNMIX_PYRAMID
     /// every cell of weight below 1 completed from coarser levels; the weight is then the confidence, which falls by
     /// _fltDecay a level. A coarse cell counts full once a quarter of it is known, so that small known parts reach
     /// far.
-    void PushPull(int _nLevels, float _fltDecay);
+    void PushPull(const UNMIX_KERNELS& _kernels, int _nLevels, float _fltDecay);
 
     /// \name The same in passes, of which the first and the last may be spread over threads
     ///@{
     /// Rows of level 1 out of those of level 0.
     void ReduceRows(int _nFirst, int _nRows);
     /// All between the two.
-    void PushPullAbove(int _nLevels, float _fltDecay);
+    void PushPullAbove(const UNMIX_KERNELS& _kernels, int _nLevels, float _fltDecay);
     /// Completes rows of level 0.
-    void CompleteRows(int _nFirst, int _nRows, float _fltDecay);
+    void CompleteRows(const UNMIX_KERNELS& _kernels, int _nFirst, int _nRows, float _fltDecay);
     ///@}
 
 private:
@@ -199,5 +223,6 @@ private:
         return arrLevels[_nLevel].nWidth > 1 || arrLevels[_nLevel].nHeight > 1;
     }
     static void Reduce(const LEVEL& _fine, LEVEL& _coarse, int _nFirst, int _nEnd);
-    static void Complete(LEVEL& _fine, const LEVEL& _coarse, float _fltDecay, int _nFirst, int _nEnd);
+    static void Complete(const UNMIX_KERNELS& _kernels, LEVEL& _fine, const LEVEL& _coarse, float _fltDecay,
+                         int _nFirst, int _nEnd);
 };

@@ -1,49 +1,72 @@
 #include "ZChromaKey/Engine2/Noise.h"
 
-#include <cmath>
+#include <cstring>
+#include <numeric>
 
 namespace
 {
-// The difference of a pixel that surely shows backdrop, rho as the nearest cell of the plate has it: it is the same for
-// the pixels that are compared.
-struct DIFFERENCE
+// The sum of the differences of pairs, and how many there are.
+class CNoiseSum
 {
-    const KEY_FORMS& key;
-    float fltRho;
+public:
+    explicit CNoiseSum(const UNMIX_STATE& _state)
+        : m_state(_state)
+    {
+        for (int k = 0; k < _state.nKeys; ++k)
+            m_arrRules[k] = KeyForms_Difference(_state.arrKeys[k]);
+    }
+    // One in a cell of sure backdrop.
+    void Add(const UNMIX_PAIR& _pair, int _nX, int _nY)
+    {
+        const size_t nAt = static_cast<size_t>(_nY >> 1) * m_state.nPlateWidth + (_nX >> 1);
+        const DIFFERENCE_RULES* const pRules = &m_arrRules[m_state.vecOwner[nAt]];
+        if (pRules != m_chunk.pRules || m_chunk.nPairs == c_nNoisePairs)
+            Flush();
+        m_chunk.pRules = pRules;
+        static_assert(sizeof(_pair) == sizeof(m_chunk.arrPixels[0]) && sizeof(VEC4) == sizeof(m_chunk.arrPlate[0]));
+        std::memcpy(m_chunk.arrPixels[m_chunk.nPairs], &_pair, sizeof(_pair));
+        std::memcpy(m_chunk.arrPlate[m_chunk.nPairs], &m_state.vecPlate[nAt], sizeof(VEC4));
+        ++m_chunk.nPairs;
+    }
+    // Takes what was added since the last time.
+    void Take(float* _pSum, float* _pCount)
+    {
+        Flush();
+        *_pSum = m_fltSum;
+        *_pCount = m_fltCount;
+        m_fltSum = m_fltCount = 0;
+    }
 
-    DIFFERENCE(const UNMIX_STATE& _state, int _nX, int _nY)
-        : key(_state.arrKeys[_state.vecOwner[static_cast<size_t>(_nY >> 1) * _state.nPlateWidth + (_nX >> 1)]])
+private:
+    void Flush()
     {
-        const VEC4 plate = _state.Plate(_nX >> 1, _nY >> 1);
-        const float fltX = std::max(key.X(plate.b, plate.g, plate.r), .15f * key.fltX);
-        fltRho = std::clamp(key.Z(plate.b, plate.g, plate.r) / fltX, -.5f, .5f);
+        if (m_chunk.nPairs == 0)
+            return;
+        m_state.pKernels->pfnNoise(m_chunk);
+        m_fltSum = std::accumulate(m_chunk.arrOff, m_chunk.arrOff + m_chunk.nPairs, m_fltSum);
+        m_fltCount += static_cast<float>(m_chunk.nPairs);
+        m_chunk.nPairs = 0;
     }
-    float Of(const uint8_t* _pPixel) const
-    {
-        const auto b = static_cast<float>(_pPixel[0]), g = static_cast<float>(_pPixel[1]),
-                   r = static_cast<float>(_pPixel[2]);
-        const float fltX = key.X(b, g, r);
-        return fltX - key.fltWedge * std::abs(key.Z(b, g, r) - fltRho * fltX);
-    }
+
+    const UNMIX_STATE& m_state;
+    DIFFERENCE_RULES m_arrRules[c_nUnmixMaxKeys];
+    NOISE_CHUNK m_chunk = {};
+    float m_fltSum = 0;
+    float m_fltCount = 0;
 };
 } // namespace
 
 void Noise_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows)
 {
+    CNoiseSum sum(_state);
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
-        float fltSum = 0, fltCount = 0;
         if (UNMIX_CELLS::HasPairs(y) && y + 1 < _field.cells.nHeight && y * c_nCell < _field.nRows)
             for (int x = 1; x < _field.cells.nWidth - 1; x += 3)
                 if (_field.bitsSure.Get(x, y))
-                {
-                    const DIFFERENCE difference(_state, x, y);
-                    const UNMIX_PAIR& pair = _field.cells.Pair(x, y);
-                    fltSum += std::abs(difference.Of(pair.arrFirst) - difference.Of(pair.arrSecond));
-                    ++fltCount;
-                }
-        _state.vecNoise[2 * static_cast<size_t>(y)] = fltSum;
-        _state.vecNoise[2 * static_cast<size_t>(y) + 1] = fltCount;
+                    sum.Add(_field.cells.Pair(x, y), x, y);
+        float* const pSums = &_state.vecNoise[2 * static_cast<size_t>(y)];
+        sum.Take(&pSums[0], &pSums[1]);
     }
 }
 

@@ -4,7 +4,6 @@
 
 namespace
 {
-constexpr int c_nLampBlock = 4; // plate cells along a block
 constexpr float c_fltMostSeen = 8;
 constexpr float c_fltCellsOfPlate = 4;
 constexpr int c_nAllLevels = UNMIX_PYRAMID::c_nMaxLevels - 1;
@@ -60,31 +59,58 @@ float FarOff(const KEY_FORMS& _key)
 }
 } // namespace
 
+namespace
+{
+using LIMIT_ROOM = float[c_nLampBlock][4 * c_nChunkPlates];
+
+// Where there are several keys, how far off is far depends on whose a cell is.
+const float* LimitsOf(const UNMIX_STATE& _state, size_t _nAt, const COMPARE_CHUNK& _chunk, LIMIT_ROOM& _arrRoom)
+{
+    if (_state.nKeys == 1)
+        return nullptr;
+    for (int y = 0; y < _chunk.nRows; ++y)
+        for (int x = 0; x < _chunk.plates.nPlates; ++x)
+        {
+            const uint8_t nOwner = _state.vecOwner[_nAt + static_cast<size_t>(y * _state.nPlateWidth + x)];
+            const float flt = FarOff(_state.arrKeys[nOwner]);
+            std::fill_n(&_arrRoom[y][4 * x], 4, flt);
+        }
+    return _arrRoom[0];
+}
+
+ROW_SUMS CompareBlocks(UNMIX_STATE& _state, int _nBlockRow)
+{
+    const int y = _nBlockRow * c_nLampBlock;
+    BLOCK_SUMS* pBlocks = &_state.vecBlocks[static_cast<size_t>(_nBlockRow) * _state.lamps.arrLevels[0].nWidth];
+    ROW_SUMS sums;
+    ForEachChunk(_state, y, [&](int _nX, const PLATE_CHUNK& _plates) {
+        LIMIT_ROOM arrLimits;
+        COMPARE_CHUNK chunk = {};
+        chunk.plates = _plates;
+        chunk.nRows = std::min(c_nLampBlock, _state.nPlateHeight - y);
+        chunk.nStride = ptrdiff_t{4} * _state.nPlateWidth;
+        chunk.fltLimit = FarOff(_state.arrKeys[0]);
+        chunk.pLimits = LimitsOf(_state, AtRow(_state, y) + static_cast<size_t>(_nX), chunk, arrLimits);
+        chunk.pBlocks = &pBlocks->seen.b;
+        _state.pKernels->pfnCompare(chunk);
+        const float* const s = chunk.arrSeen;
+        const float* const p = chunk.arrReference;
+        sums.seen = sums.seen + VEC4{s[0], s[1], s[2], s[3]};
+        sums.reference = sums.reference + VEC4{p[0], p[1], p[2], 0};
+        sums.fltOff += p[3];
+        pBlocks += c_nChunkPlates / c_nLampBlock;
+    });
+    return sums;
+}
+} // namespace
+
 void Plate_SeenPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows)
 {
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
-    {
         Plate_Mean(*_state.pKernels, _field.cells, _field.bitsSure, y, c_fltCellsOfPlate,
                    &_state.vecSeen[AtRow(_state, y)]);
-        ROW_SUMS sums;
-        ForEachChunk(_state, y, [&](int _nX, const PLATE_CHUNK& _plates) {
-            COMPARE_CHUNK chunk = {_plates, FarOff(_state.arrKeys[0]), nullptr, {}, {}};
-            VEC4 arrLimits[c_nChunkPlates];
-            for (int n = 0; n < _plates.nPlates && _state.nKeys > 1; ++n)
-            {
-                const float flt = FarOff(_state.arrKeys[_state.vecOwner[AtRow(_state, y) + _nX + n]]);
-                arrLimits[n] = {flt, flt, flt, flt};
-                chunk.pLimits = &arrLimits[0].b;
-            }
-            _state.pKernels->pfnCompare(chunk);
-            const float* const s = chunk.arrSeen;
-            const float* const p = chunk.arrReference;
-            sums.seen = sums.seen + VEC4{s[0], s[1], s[2], s[3]};
-            sums.reference = sums.reference + VEC4{p[0], p[1], p[2], 0};
-            sums.fltOff += p[3];
-        });
-        _state.vecSums[static_cast<size_t>(y)] = sums;
-    }
+    for (int n = _nFirst / c_nLampBlock; n * c_nLampBlock < _nFirst + _nRows; ++n)
+        _state.vecSums[static_cast<size_t>(n)] = CompareBlocks(_state, n);
 }
 
 namespace
@@ -116,33 +142,18 @@ PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state)
     return change;
 }
 
-void Plate_LampPass(UNMIX_STATE& _state, int _nFirst, int _nRows)
+void Plate_FindLamps(UNMIX_STATE& _state)
 {
-    UNMIX_PYRAMID::LEVEL& blocks = _state.lamps.arrLevels[0];
-    for (int nBlock = _nFirst; nBlock < _nFirst + _nRows; ++nBlock)
-    {
-        VEC4* const pBlocks = &blocks.vec[static_cast<size_t>(nBlock) * blocks.nWidth];
-        std::fill_n(pBlocks, blocks.nWidth, VEC4{});
-        for (int y = nBlock * c_nLampBlock; y < std::min((nBlock + 1) * c_nLampBlock, _state.nPlateHeight); ++y)
-            for (int x = 0; x < _state.nPlateWidth; ++x)
-            {
-                const VEC4 seen = _state.vecSeen[AtRow(_state, y) + x];
-                const VEC4 reference = _state.vecReference[AtRow(_state, y) + x];
-                if (seen.w == 0 || reference.w == 0)
-                    continue;
-                const VEC4 off = (seen - Scaled(reference, _state.gain)) * seen.w;
-                pBlocks[x / c_nLampBlock] = pBlocks[x / c_nLampBlock] + VEC4{off.b, off.g, off.r, seen.w};
-            }
-        for (int n = 0; n < blocks.nWidth; ++n)
-            if (pBlocks[n].w > 0) // a block counts full once a quarter of its 64 cells is seen
-                pBlocks[n] = pBlocks[n] * (std::min(pBlocks[n].w / 16, 1.0f) / pBlocks[n].w);
-    }
-}
-
-void Plate_LampFinish(UNMIX_STATE& _state)
-{
-    _state.lamps.PushPull(c_nAllLevels, 1);
-    for (VEC4& block : _state.lamps.arrLevels[0].vec)
+    std::vector<VEC4>& vecLamps = _state.lamps.arrLevels[0].vec;
+    std::transform(_state.vecBlocks.begin(), _state.vecBlocks.end(), vecLamps.begin(), [&](const BLOCK_SUMS& _sums) {
+        const float fltCells = _sums.seen.w;
+        VEC4 off = _sums.seen - Scaled(_sums.reference, _state.gain);
+        off.w = fltCells;
+        // A block counts full once a quarter of its 64 cells is seen.
+        return fltCells > 0 ? off * (std::min(fltCells / 16, 1.0f) / fltCells) : VEC4{};
+    });
+    _state.lamps.PushPull(*_state.pKernels, c_nAllLevels, 1);
+    for (VEC4& block : vecLamps)
     {
         block = block * (block.w > 1e-9f ? 1 / block.w : 0.0f);
         block.w = 0;
@@ -151,64 +162,51 @@ void Plate_LampFinish(UNMIX_STATE& _state)
 
 namespace
 {
-// Bilinear between the middles of blocks: a cell lies 1, 3, 5 or 7 eighths of the way from one to the next.
-struct BLOCK_PLACE
+// What the lamps add to the cells of a chunk, in room for a whole one.
+void TakeLamps(const UNMIX_STATE& _state, int _nX, int _nRow, VEC4 (&_arrOut)[c_nChunkPlates])
 {
-    int nFirst;
-    int nSecond;
-    float fltSecond;
+    const UNMIX_PYRAMID::LEVEL& blocks = _state.lamps.arrLevels[0];
+    const int nEighths = 2 * (_nRow % c_nLampBlock) + 1; // from the upper border of the block
+    const int nAbove = _nRow / c_nLampBlock - (nEighths < c_nLampBlock);
+    float arrRooms[2][4 * c_nLampRoom];
+    const auto Blocks = [&](int _nBlockRow, float(&_arrRoom)[4 * c_nLampRoom]) {
+        const int nAt = std::clamp(_nBlockRow, 0, blocks.nHeight - 1) * blocks.nWidth;
+        return Grid_CellsAt(&blocks.vec[static_cast<size_t>(nAt)], blocks.nWidth, _nX / c_nLampBlock - 1, _arrRoom);
+    };
+    _state.pKernels->pfnLamps({{Blocks(nAbove, arrRooms[0]), Blocks(nAbove + 1, arrRooms[1])},
+                               static_cast<float>((nEighths + c_nLampBlock) % 8) * .125f,
+                               &_arrOut[0].b});
+}
+} // namespace
 
-    BLOCK_PLACE(int _nCell, int _nBlocks)
-    {
-        const int nEighths = 2 * (_nCell % c_nLampBlock) + 1;
-        const int nBlock = _nCell / c_nLampBlock - (nEighths < c_nLampBlock);
-        nFirst = std::max(nBlock, 0);
-        nSecond = std::min(nBlock + 1, _nBlocks - 1);
-        fltSecond = static_cast<float>((nEighths + c_nLampBlock) % 8) * .125f;
-    }
-};
-
-// What the lamps add to the cells of a chunk.
-void TakeLamps(const UNMIX_PYRAMID::LEVEL& _blocks, int _nX, int _nCells, int _nRow, VEC4* _pOut)
+namespace
 {
-    const BLOCK_PLACE rows(_nRow, _blocks.nHeight);
-    const VEC4* const pAbove = &_blocks.vec[static_cast<size_t>(rows.nFirst) * _blocks.nWidth];
-    const VEC4* const pBelow = &_blocks.vec[static_cast<size_t>(rows.nSecond) * _blocks.nWidth];
-    const auto Column = [&](int _n) { return pAbove[_n] + (pBelow[_n] - pAbove[_n]) * rows.fltSecond; };
-    VEC4 first, second;
-    for (int x = _nX; x < _nX + _nCells; ++x)
-    {
-        const BLOCK_PLACE cols(x, _blocks.nWidth);
-        if (x == _nX || x % c_nLampBlock == c_nLampBlock / 2) // from here on between other blocks
-        {
-            first = Column(cols.nFirst);
-            second = Column(cols.nSecond);
-        }
-        *_pOut++ = first + (second - first) * cols.fltSecond;
-    }
+// How many cells of a row were seen for the first time.
+int LearnRow(UNMIX_STATE& _state, int _nY)
+{
+    const VEC4& gain = _state.gain;
+    int nGrown = 0;
+    ForEachChunk(_state, _nY, [&](int _nX, const PLATE_CHUNK& _plates) {
+        VEC4 arrLamps[c_nChunkPlates];
+        TakeLamps(_state, _nX, _nY, arrLamps);
+        LEARN_CHUNK chunk = {_plates,
+                             {gain.b, gain.g, gain.r, 1},
+                             {1 / gain.b, 1 / gain.g, 1 / gain.r, 1},
+                             &arrLamps[0].b,
+                             c_fltMostSeen,
+                             0};
+        _state.pKernels->pfnLearn(chunk);
+        nGrown += chunk.nGrown;
+    });
+    return nGrown;
 }
 } // namespace
 
 void Plate_LearnPass(UNMIX_STATE& _state, int _nFirst, int _nRows)
 {
-    const VEC4& gain = _state.gain;
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
-    {
-        int nGrown = 0;
-        ForEachChunk(_state, y, [&](int _nX, const PLATE_CHUNK& _plates) {
-            VEC4 arrLamps[c_nChunkPlates];
-            TakeLamps(_state.lamps.arrLevels[0], _nX, _plates.nPlates, y, arrLamps);
-            LEARN_CHUNK chunk = {_plates,
-                                 {gain.b, gain.g, gain.r, 1},
-                                 {1 / gain.b, 1 / gain.g, 1 / gain.r, 1},
-                                 &arrLamps[0].b,
-                                 c_fltMostSeen,
-                                 0};
-            _state.pKernels->pfnLearn(chunk);
-            nGrown += chunk.nGrown;
-        });
-        _state.vecSums[static_cast<size_t>(y)].nGrown = nGrown;
-    }
+        _state.vecSums[static_cast<size_t>(y / c_nLampBlock)].nGrown += LearnRow(_state, y);
+    Plate_OwnerPass(_state, _nFirst, _nRows);
 }
 
 namespace
@@ -291,7 +289,7 @@ void FillThroughNets(UNMIX_STATE& _state, const FIELD_STATE& _field)
             }
     if (static_cast<float>(nFound) <= .08f * static_cast<float>(_field.cells.vecSum.size()))
         return;
-    _state.fill.PushPull(c_nAllLevels, 1);
+    _state.fill.PushPull(*_state.pKernels, c_nAllLevels, 1);
     TakeFilled(_state);
 }
 
@@ -299,7 +297,7 @@ void FillThroughNets(UNMIX_STATE& _state, const FIELD_STATE& _field)
 void FillFromSeen(UNMIX_STATE& _state)
 {
     SeedWithSeen(_state);
-    _state.fill.PushPull(c_nAllLevels, 1);
+    _state.fill.PushPull(*_state.pKernels, c_nAllLevels, 1);
     TakeFilled(_state);
     Plate_OwnerPass(_state, 0, _state.nPlateHeight);
 }
@@ -317,7 +315,7 @@ void ReferToFilled(UNMIX_STATE& _state)
     for (int y = 0; y < _state.nPlateHeight; ++y)
         ForEachChunk(_state, y, [&](int _nX, const PLATE_CHUNK& _plates) {
             VEC4 arrLamps[c_nChunkPlates];
-            TakeLamps(_state.lamps.arrLevels[0], _nX, _plates.nPlates, y, arrLamps);
+            TakeLamps(_state, _nX, y, arrLamps);
             for (int n = 0; n < _plates.nPlates; ++n)
             {
                 const size_t nAt = AtRow(_state, y) + _nX + n;
@@ -345,6 +343,7 @@ void Plate_Fill(UNMIX_STATE& _state, const FIELD_STATE& _field)
         FillFromSeen(_state);
         FillThroughNets(_state, _field);
     }
+    Plate_OwnerPass(_state, 0, _state.nPlateHeight);
     ReferToFilled(_state);
 }
 
@@ -450,12 +449,17 @@ void Plate_Forget(UNMIX_STATE& _state)
 
 void Plate_OwnerPass(UNMIX_STATE& _state, int _nFirst, int _nRows)
 {
+    if (_state.nKeys == 1)
+    {
+        std::fill_n(&_state.vecOwner[AtRow(_state, _nFirst)], static_cast<size_t>(_nRows) * _state.nPlateWidth, 0);
+        return;
+    }
     for (size_t n = AtRow(_state, _nFirst); n < AtRow(_state, _nFirst + _nRows); ++n)
     {
         const VEC4& v = _state.vecPlate[n];
         int nBest = 0;
         float fltBest = 1e9f;
-        for (int k = 0; k < _state.nKeys && _state.nKeys > 1; ++k)
+        for (int k = 0; k < _state.nKeys; ++k)
         {
             const float* const p = _state.arrKeys[k].key.arrBGR;
             const float flt = (v.b - p[0]) * (v.b - p[0]) + (v.g - p[1]) * (v.g - p[1]) + (v.r - p[2]) * (v.r - p[2]);

@@ -23,8 +23,8 @@ void Plate_GivenFinish(UNMIX_STATE& _state);
 void Plate_Mean(const UNMIX_KERNELS& _kernels, const UNMIX_CELLS& _cells, const CBitRows& _bits, int _nRow,
                 float _fltMost, VEC4* _pOut);
 
-/// Rows of the plate: what is seen in the present picture (vecSeen), how it compares to the reference, and how much of
-/// it is far from the plate (vecSums).
+/// Rows of the plate, from a multiple of c_nLampBlock on: what is seen in the present picture (vecSeen), how it
+/// compares to the reference (also in blocks, vecBlocks), and how much of it is far from the plate (vecSums).
 void Plate_SeenPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows);
 
 /// What the whole picture says about the plate.
@@ -39,11 +39,11 @@ PLATE_CHANGE Plate_Compare(const UNMIX_STATE& _state);
 
 /// Lamps that beat in bands, and shade that drifts: the smooth part of what the present picture differs by from the
 /// reference times the gain, means over blocks of 32x32 pixels, filled in where nothing is seen. Left in lamps, level
-/// 0. First its rows of blocks, then the whole.
-void Plate_LampPass(UNMIX_STATE& _state, int _nFirst, int _nRows);
-void Plate_LampFinish(UNMIX_STATE& _state);
+/// 0.
+void Plate_FindLamps(UNMIX_STATE& _state);
 
-/// Rows of the plate: the reference in the light of the present picture; both learn what is seen.
+/// Rows of the plate, as above, once after Plate_SeenPass: the reference in the light of the present picture; both
+/// learn what is seen, and which key each cell belongs to follows.
 void Plate_LearnPass(UNMIX_STATE& _state, int _nFirst, int _nRows);
 
 /// The light of the first picture, and nothing known yet.

@@ -13,6 +13,10 @@ constexpr int c_nDeep = 8;
 constexpr int c_nShadowSteps = 4;
 constexpr int c_nShadowSpread4 = 60;
 
+// Steps are counted in each fourth row: it lies with its neighbours in one part of a pass.
+constexpr int c_nStepRows = 4;
+static_assert(c_nPassPart % c_nStepRows == 0);
+
 // The tangent from its series: the library's may differ from system to system in the last bit.
 float TanDegrees(float _fltDegrees)
 {
@@ -75,9 +79,8 @@ void QuantiseForm(const float* _pForm, int32_t* _pn, float* _pOut)
 SCREEN_RULES RulesOf(const KEY_FORMS& _key, float _fltScale)
 {
     SCREEN_RULES rules = {};
-    std::copy(_key.arrX, _key.arrX + 3, rules.arrX);
-    std::copy(_key.arrZ, _key.arrZ + 3, rules.arrZ);
     std::copy(_key.anX, _key.anX + 3, rules.anX);
+    std::copy(_key.anZ, _key.anZ + 3, rules.anZ);
     rules.fltSlope = _key.fltSlope;
     rules.fltKeySaturation = _key.fltSaturation;
     rules.fltKeyValue = _key.fltValue;
@@ -273,8 +276,12 @@ namespace
 {
 void ScreenChunk(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, const SCREEN_RULES* _pKeys, int _nX, int _nY)
 {
-    SCREEN_CHUNK chunk = {
-        _field.cells.Chunk(_nX, _nY), _pKeys, _state.nKeys, &_field.cells.vecX[_field.cells.At(_nX, _nY)], 0, 0};
+    SCREEN_CHUNK chunk = {};
+    chunk.cells = _field.cells.Chunk(_nX, _nY);
+    chunk.pKeys = _pKeys;
+    chunk.nKeys = _state.nKeys;
+    chunk.nCalm4 = c_nShadowSpread4;
+    chunk.pX = &_field.cells.vecX[_field.cells.At(_nX, _nY)];
     _state.pKernels->pfnScreen(chunk);
     const int nCells = chunk.cells.nCells;
     const size_t nAt = _field.cells.At(_nX, _nY);
@@ -288,7 +295,38 @@ void ScreenChunk(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, const SC
     const int k = _nX / c_nChunkCells;
     _field.bitsProtected.Row(_nY)[k] = nProtected;
     _field.bitsRegion.Row(_nY)[k] = nRegion;
+    _field.bitsCalm.Row(_nY)[k] = chunk.nCalm;
     _field.bitsWide.Row(_nY)[k] = chunk.nWithin & (chunk.nFlat | nRegion) & ~nProtected;
+}
+// A row of bits and those above and below it; beyond the grid as at its border.
+void ErodeOnce(const CBitRows& _bits, int _nY, uint64_t* _pOut)
+{
+    const auto Row = [&](int _y) { return _bits.Row(std::clamp(_y, 0, _bits.Height() - 1)); };
+    _bits.ErodedOnce(Row(_nY - 1), Row(_nY), Row(_nY + 1), _pOut);
+}
+
+// How far X of a cell's neighbours lies apart. The rows above, here and below.
+int StepAt(const int16_t* const (&_arrRows)[3], int _nX, int _nWidth)
+{
+    const int nAcross = _arrRows[1][std::max(_nX - 1, 0)] - _arrRows[1][std::min(_nX + 1, _nWidth - 1)];
+    return std::max(std::abs(nAcross), std::abs(_arrRows[0][_nX] - _arrRows[2][_nX]));
+}
+
+// The steps of a row, between cells in range that have such cells all around them.
+void CountSteps(UNMIX_STATE& _state, FIELD_STATE& _field, int _nY)
+{
+    CBitRows& bits = _state.bitsScratch;
+    ErodeOnce(_field.bitsWide, _nY, bits.Row(_nY));
+    const auto Row = [&](int _y) {
+        return &_field.cells.vecX[_field.cells.At(0, std::clamp(_y, 0, bits.Height() - 1))];
+    };
+    const int16_t* const arrRows[3] = {Row(_nY - 1), Row(_nY), Row(_nY + 1)};
+    STEP_COUNTS& counts = _field.vecSteps[static_cast<size_t>(_nY / c_nStepRows)];
+    counts.fill(0);
+    bits.ForEachRun(_nY, [&](int _nX, int _nEnd) {
+        for (int x = _nX; x < _nEnd; x += 2)
+            ++counts[static_cast<size_t>(std::min(StepAt(arrRows, x, bits.Width()) >> 5, 64))];
+    });
 }
 } // namespace
 
@@ -300,44 +338,14 @@ void Screen_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, int _nFi
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
         for (int x = 0; x < _field.cells.nWidth; x += c_nChunkCells)
             ScreenChunk(_state, _field, _nField, arrRules, x, y);
+    for (int y = _nFirst + 1; y < _nFirst + _nRows; y += c_nStepRows)
+        CountSteps(_state, _field, y);
 }
 
-namespace
-{
-// How far X of a cell's neighbours lies apart. The rows above, here and below.
-int StepAt(const int16_t* const (&_arrRows)[3], int _nX, int _nWidth)
-{
-    const int nAcross = _arrRows[1][std::max(_nX - 1, 0)] - _arrRows[1][std::min(_nX + 1, _nWidth - 1)];
-    return std::max(std::abs(nAcross), std::abs(_arrRows[0][_nX] - _arrRows[2][_nX]));
-}
-} // namespace
-
-void Screen_StepsPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows)
-{
-    CBitRows& bits = _state.bitsScratch;
-    for (int y = _nFirst; y < _nFirst + _nRows; ++y)
-    {
-        _field.bitsWide.ErodedRow(y, 1, bits.Row(y));
-        _field.bitsWide.ErodedRow(y, c_nDeep, _state.bitsDeep.Row(y));
-        if (y % 3 != 0)
-            continue;
-        const auto Row = [&](int _y) {
-            return &_field.cells.vecX[_field.cells.At(0, std::clamp(_y, 0, bits.Height() - 1))];
-        };
-        const int16_t* const arrRows[3] = {Row(y - 1), Row(y), Row(y + 1)};
-        STEP_COUNTS& counts = _state.vecSteps[static_cast<size_t>(y) / 3];
-        counts.fill(0);
-        bits.ForEachRun(y, [&](int _nX, int _nEnd) {
-            for (int x = _nX; x < _nEnd; x += 2)
-                ++counts[static_cast<size_t>(std::min(StepAt(arrRows, x, bits.Width()) >> 5, 64))];
-        });
-    }
-}
-
-int Screen_StepLimit(const UNMIX_STATE& _state)
+int Screen_StepLimit(const UNMIX_STATE& _state, const FIELD_STATE& _field)
 {
     STEP_COUNTS anQuarters = {};
-    for (const STEP_COUNTS& counts : _state.vecSteps)
+    for (const STEP_COUNTS& counts : _field.vecSteps)
         std::transform(counts.begin(), counts.end(), anQuarters.begin(), anQuarters.begin(), std::plus<>());
     const int nCells = std::accumulate(anQuarters.begin(), anQuarters.end(), 0);
     int nMedian = 0;
@@ -353,35 +361,58 @@ int Screen_StepLimit(const UNMIX_STATE& _state)
 
 namespace
 {
-// X of the cells of a chunk and one to either side; beyond the grid as at its border.
-void TakeX(const UNMIX_CELLS& _cells, int _nX, int _nY, int16_t* _pOut)
+// X of the cells of a chunk and one to either side, where they lie; beyond the grid as at its border, then copied.
+using STEP_ROOM = int16_t[c_nChunkCells + 2];
+const int16_t* XAt(const UNMIX_CELLS& _cells, int _nX, int _nY, STEP_ROOM& _arrRoom)
 {
     const int16_t* const pRow = &_cells.vecX[_cells.At(0, std::clamp(_nY, 0, _cells.nHeight - 1))];
+    if (_nX > 0 && _nX + c_nChunkCells < _cells.nWidth)
+        return pRow + _nX - 1;
     const int nEnd = std::min(_nX + c_nChunkCells, _cells.nWidth);
-    *_pOut++ = pRow[std::max(_nX - 1, 0)];
-    _pOut = std::copy(pRow + _nX, pRow + nEnd, _pOut);
-    *_pOut = pRow[std::min(nEnd, _cells.nWidth - 1)];
+    _arrRoom[0] = pRow[std::max(_nX - 1, 0)];
+    int16_t* const pEnd = std::copy(pRow + _nX, pRow + nEnd, _arrRoom + 1);
+    std::fill(pEnd, _arrRoom + c_nChunkCells + 2, pRow[std::min(nEnd, _cells.nWidth - 1)]);
+    return _arrRoom;
+}
+
+// Those of 64 cells that have no step larger than the limit.
+uint64_t SmoothOf(const UNMIX_STATE& _state, const FIELD_STATE& _field, int _nLimit, int _nWord, int _nY,
+                  uint64_t _nCells)
+{
+    STEP_ROOM arrRooms[3];
+    const int nX = _nWord * c_nChunkCells;
+    STEP_CHUNK chunk = {};
+    for (int n = 0; n < 3; ++n)
+        chunk.arrX[n] = XAt(_field.cells, nX, _nY + n - 1, arrRooms[n]);
+    chunk.nLimit = _nLimit;
+    chunk.nWideLimit = c_nShadowSteps * _nLimit;
+    _state.pKernels->pfnSteps(chunk);
+    uint64_t nShadows = _nCells & ~chunk.nSmooth & chunk.nCalm & _field.bitsCalm.Row(_nY)[_nWord];
+    if (nShadows != 0)
+        nShadows &= _field.bitsWide.ErodedWord(_nY, _nWord, c_nDeep);
+    return (_nCells & chunk.nSmooth) | nShadows;
 }
 } // namespace
 
-void Screen_SmoothPass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nLimit, int _nFirst, int _nRows)
+void Screen_SurePass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nLimit, int _nFirst, int _nRows)
 {
-    int16_t arrX[3][c_nChunkCells + 2] = {};
-    for (int y = _nFirst; y < _nFirst + _nRows; ++y)
-        for (int x = 0; x < _field.cells.nWidth; x += c_nChunkCells)
-        {
-            for (int n = 0; n < 3; ++n)
-                TakeX(_field.cells, x, y + n - 1, arrX[n]);
-            STEP_CHUNK chunk = {_field.cells.Chunk(x, y),
-                                {arrX[0], arrX[1], arrX[2]},
-                                _nLimit,
-                                c_nShadowSteps * _nLimit,
-                                c_nShadowSpread4,
-                                0,
-                                0};
-            _state.pKernels->pfnSteps(chunk);
-            const int k = x / c_nChunkCells;
-            _field.bitsSure.Row(y)[k] =
-                _state.bitsScratch.Row(y)[k] & (chunk.nSmooth | (chunk.nCalm & _state.bitsDeep.Row(y)[k]));
-        }
+    CBitRows& bits = _field.bitsSure;
+    uint64_t* const pRing = &_state.vecRing[size_t{3} * bits.Words() * (_nFirst / c_nPassPart)];
+    const auto Row = [&](int _y) { return pRing + ptrdiff_t{_y % 3} * bits.Words(); };
+    const int nEnd = _nFirst + _nRows, nLast = bits.Height() - 1;
+    const auto Erode = [&](int _y) {
+        bits.ErodedOnce(Row(std::max(_y - 1, 0)), Row(_y), Row(std::min(_y + 1, nLast)), bits.Row(_y));
+    };
+    for (int y = std::max(_nFirst - 1, 0); y <= std::min(nEnd, nLast); ++y)
+    {
+        uint64_t* const pRow = Row(y);
+        ErodeOnce(_field.bitsWide, y, pRow);
+        for (int k = 0; k < bits.Words(); ++k)
+            if (pRow[k] != 0)
+                pRow[k] = SmoothOf(_state, _field, _nLimit, k, y, pRow[k]);
+        if (y > _nFirst)
+            Erode(y - 1);
+    }
+    if (nEnd > nLast)
+        Erode(nLast);
 }

@@ -19,18 +19,17 @@ void Screen_ProtectedOf(const UNMIX_PROTECTED& _protected, float (&_arrCentre)[4
 /// border, so nothing in the picture behaves like a backdrop.
 bool Screen_FindKey(const UNMIX_CELLS& _cells, UNMIX_KEY* _pKey);
 
-/// Marks the cells within the range of a key (bitsWide), the protected ones, and keeps X of the nearest key. With hue,
-/// saturation and value of the key's colour as centre, a cell is in range where
+/// Marks the cells within the range of a key (bitsWide), the protected ones, keeps X of the nearest key, and counts the
+/// steps of X between the neighbours of cells in range. With hue, saturation and value of the key's colour as centre, a
+/// cell is in range where
 ///     (dh / hue)^2 + (ds / saturation)^2 + (dv / value)^2 < 1
 /// and its contrast is that of a flat surface with noise. Less saturated and darker count only, for light that falls
-/// on the screen makes it neither.
+/// on the screen makes it neither. _nFirst: a multiple of c_nPassPart.
 void Screen_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, int _nFirst, int _nRows);
 
-/// Rows after Screen_Pass: the cells in range with all around them (bitsScratch), those that have so many around them
-/// that a step may be the rim of a shadow (bitsDeep), and the steps of X between the neighbours of the former.
-void Screen_StepsPass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows);
 /// The greatest step of a sure cell: five medians, in 128ths. A screen changes slowly.
-int Screen_StepLimit(const UNMIX_STATE& _state);
+int Screen_StepLimit(const UNMIX_STATE& _state, const FIELD_STATE& _field);
 
-/// Leaves in bitsSure the cells of bitsScratch without such a step.
-void Screen_SmoothPass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nLimit, int _nFirst, int _nRows);
+/// Rows of sure cells: cells in range with such cells all around them, without such a step, and all of that once more.
+/// _nFirst: as above.
+void Screen_SurePass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nLimit, int _nFirst, int _nRows);

@@ -3,6 +3,18 @@
 #include <cstdlib>
 #include <utility>
 
+DIFFERENCE_RULES KeyForms_Difference(const KEY_FORMS& _key)
+{
+    DIFFERENCE_RULES rules = {};
+    std::copy(_key.arrX, _key.arrX + 3, rules.arrX);
+    std::copy(_key.arrZ, _key.arrZ + 3, rules.arrZ);
+    std::copy(_key.anX, _key.anX + 3, rules.anX);
+    std::copy(_key.anZ, _key.anZ + 3, rules.anZ);
+    rules.fltLeastX = .15f * _key.fltX;
+    rules.fltWedge = _key.fltWedge;
+    return rules;
+}
+
 bool FIELD_STATE::operator==(const FIELD_STATE& _other) const
 {
     return nRows == _other.nRows && cells == _other.cells && bitsWide == _other.bitsWide &&
@@ -24,10 +36,11 @@ static void FieldResize(FIELD_STATE& _field, int _nWidth, int _nRows, int _nCell
     _field.cells.vecX.assign(nSize, 0);
     _field.cells.vecRho.assign(nSize, 0);
     _field.cells.vecPairs.assign(static_cast<size_t>(_nCellRows / 3 + 1) * (nCells / 3 + 1), {});
-    for (CBitRows* const pBits :
-         {&_field.bitsWide, &_field.bitsSure, &_field.bitsSolid0, &_field.bitsInner, &_field.bitsDoubt,
-          &_field.bitsBackdrop, &_field.bitsSolid, &_field.bitsMixed, &_field.bitsProtected, &_field.bitsRegion})
+    for (CBitRows* const pBits : {&_field.bitsWide, &_field.bitsCalm, &_field.bitsSure, &_field.bitsSolid0,
+                                  &_field.bitsInner, &_field.bitsDoubt, &_field.bitsBackdrop, &_field.bitsSolid,
+                                  &_field.bitsMixed, &_field.bitsProtected, &_field.bitsRegion})
         pBits->Resize(nCells, _nCellRows);
+    _field.vecSteps.assign(static_cast<size_t>(_nCellRows) / 4 + 1, {});
     _field.vecGlare.assign(static_cast<size_t>((nCells + 1) / 2) * ((_nCellRows + 1) / 2), 0);
     _field.fore.Resize((nCells + 1) / 2, (_nCellRows + 1) / 2);
     _field.vecPast = {};
@@ -62,14 +75,16 @@ void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFie
         vec.assign(nPlate, 0);
     state.vecGlareSum.assign(static_cast<size_t>(state.nPlateWidth), 0);
     state.vecShade.assign(nPlate, 0);
-    state.vecSums.assign(static_cast<size_t>(state.nPlateHeight), {});
     state.fill.Resize(state.nPlateWidth, state.nPlateHeight);
-    state.lamps.Resize((state.nPlateWidth + 3) / 4, (state.nPlateHeight + 3) / 4);
+    const int nBlockRows = (state.nPlateHeight + c_nLampBlock - 1) / c_nLampBlock;
+    state.lamps.Resize((state.nPlateWidth + c_nLampBlock - 1) / c_nLampBlock, nBlockRows);
+    state.vecBlocks.assign(state.lamps.arrLevels[0].vec.size(), {});
+    state.vecSums.assign(static_cast<size_t>(nBlockRows), {});
     state.bitsScratch.Resize(nCells, nCellRows);
-    state.bitsDeep.Resize(nCells, nCellRows);
+    state.bitsScratch2.Resize(nCells, nCellRows);
     state.bitsPlate.Resize(state.nPlateWidth, state.nPlateHeight);
     state.vecChanged.assign(static_cast<size_t>(nCellRows), 0);
-    state.vecSteps.assign(static_cast<size_t>(nCellRows + 2) / 3, {});
+    state.vecRing.assign(size_t{3} * state.bitsScratch.Words() * ((nCellRows + c_nPassPart - 1) / c_nPassPart), 0);
     state.vecNoise.assign(static_cast<size_t>(nCellRows) * 2, 0);
     state.vecFineness.assign(static_cast<size_t>(nCellRows), {});
     _state = std::move(state);

@@ -45,6 +45,9 @@ struct KEY_FORMS
     }
 };
 
+/// What the kernels take of it for differences.
+DIFFERENCE_RULES KeyForms_Difference(const KEY_FORMS& _key);
+
 /// The first pixel of a cell and the one two to its right: B, G, R, A.
 struct UNMIX_PAIR
 {
@@ -111,6 +114,9 @@ struct UNMIX_CELLS
     }
 };
 
+/// How many cells have steps of so many quarters of a level, the last of so many or more.
+using STEP_COUNTS = std::array<int, 65>;
+
 /// What was found in a picture: a progressive frame, or one field.
 struct FIELD_STATE
 {
@@ -119,6 +125,7 @@ struct FIELD_STATE
     bool bScreened = false; ///< Screen_Pass has gone over them with the present keys
     UNMIX_CELLS cells;
     CBitRows bitsWide;   ///< within the range of a key
+    CBitRows bitsCalm;   ///< of so little contrast that a step between them may be the rim of a shadow
     CBitRows bitsSure;   ///< certainly backdrop
     CBitRows bitsSolid0; ///< the difference says solid; feeds the foreground plate
     CBitRows bitsInner;  ///< core of a body
@@ -132,12 +139,16 @@ struct FIELD_STATE
     UNMIX_PYRAMID fore;            ///< level 0: the foreground plate, colours times confidence, and the confidence
     std::vector<int16_t> vecPast; ///< per pixel, cell by cell: the difference over that of the backdrop, in 8192ths, of
                                   ///< the frame before
-    const void* pPastAt = nullptr; ///< who else has that, and keeps it up to date; null: nobody
+    std::vector<STEP_COUNTS> vecSteps; ///< per fourth cell row, of the present keys
+    const void* pPastAt = nullptr;     ///< who else has that, and keeps it up to date; null: nobody
 
     bool operator==(const FIELD_STATE& _other) const;
 };
 
-/// Sums over a row of the plate, added up in the order of the rows.
+/// Blocks of the plate, of so many cells along each side: how far they are from the reference is smoothed (Plate.h).
+inline constexpr int c_nLampBlock = 4;
+
+/// Sums over a row of blocks of the plate, added up in the order of the rows.
 struct ROW_SUMS
 {
     VEC4 seen;        ///< colours of sure cells of the present frame
@@ -146,8 +157,12 @@ struct ROW_SUMS
     int nGrown = 0;   ///< cells that were seen for the first time
 };
 
-/// How many cells have steps of so many quarters of a level, the last of so many or more.
-using STEP_COUNTS = std::array<int, 65>;
+/// Sums over a block of the plate where it is seen, each cell as often as it has sure cells of the picture.
+struct BLOCK_SUMS
+{
+    VEC4 seen; ///< w: how many
+    VEC4 reference;
+};
 
 /// How pictures are read: another way begins another stream, for the same colours come out a little different.
 struct UNMIX_KIND
@@ -236,13 +251,14 @@ struct UNMIX_STATE
     // Between the passes of one picture; never read by the next.
     std::vector<VEC4> vecSeen; ///< means of sure cells on the plate grid; w: how many of four
     std::vector<ROW_SUMS> vecSums;
+    std::vector<BLOCK_SUMS> vecBlocks;
     UNMIX_PYRAMID fill;
     CBitRows bitsScratch;
-    CBitRows bitsDeep;  ///< cells far inside the range of a key
+    CBitRows bitsScratch2;
     CBitRows bitsPlate; ///< plate cells that were never seen and have no seen one near
     std::vector<uint64_t> vecScratch;
+    std::vector<uint64_t> vecRing;          ///< three rows of bits for each part of a pass over rows of cells
     std::vector<uint8_t> vecChanged;        ///< cell rows that differ from the frame before
-    std::vector<STEP_COUNTS> vecSteps;      ///< per third cell row
     std::vector<float> vecNoise;            ///< per cell row: sum of differences, count
     std::vector<FINENESS_SUMS> vecFineness; ///< per cell row
     std::vector<int32_t> arrGlare[2];       ///< on the plate grid: backdrop, blurred

@@ -61,11 +61,11 @@ void FindSure(const UNMIX_RUN& _run)
     FIELD_STATE& field = _run.field;
     if (!field.bScreened)
         _run.CellRows([&](int _nFirst, int _nRows) { Screen_Pass(state, field, _run.nField, _nFirst, _nRows); });
-    _run.CellRows([&](int _nFirst, int _nRows) { Screen_StepsPass(state, field, _nFirst, _nRows); });
-    const int nLimit = Screen_StepLimit(state);
-    _run.CellRows([&](int _nFirst, int _nRows) { Screen_SmoothPass(state, field, nLimit, _nFirst, _nRows); });
-    field.bitsSure.Erode(1, state.vecScratch);
-    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_SeenPass(state, field, _nFirst, _nRows); });
+    const int nLimit = Screen_StepLimit(state, field);
+    _run.PlateRows([&](int _nFirst, int _nRows) {
+        Screen_SurePass(state, field, nLimit, 2 * _nFirst, _run.CellsOf(_nFirst, _nRows));
+        Plate_SeenPass(state, field, _nFirst, _nRows);
+    });
 }
 
 // Another scene: a cut, or no sure backdrop left while there is one of another colour.
@@ -94,7 +94,8 @@ void StartScene(const UNMIX_RUN& _run, const UNMIX_KEY& _key)
     FindSure(_run);
 }
 
-void LearnPlate(const UNMIX_RUN& _run)
+// Whether noise was measured where the plate has just learnt: what is filled in afterwards has no part in it.
+bool LearnPlate(const UNMIX_RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
     _run.runner.Step(eUS_Plate);
@@ -110,16 +111,16 @@ void LearnPlate(const UNMIX_RUN& _run)
     if (change.bEnough)
     {
         state.gain = change.gain;
-        _run.Rows(state.lamps.arrLevels[0].nHeight,
-                  [&](int _nFirst, int _nRows) { Plate_LampPass(state, _nFirst, _nRows); });
-        Plate_LampFinish(state);
+        Plate_FindLamps(state);
     }
-    _run.PlateRows([&](int _nFirst, int _nRows) { Plate_LearnPass(state, _nFirst, _nRows); });
+    const bool bNoise = state.nFrames > 0; // the forms that it is measured in are known
+    _run.PlateRows([&](int _nFirst, int _nRows) {
+        Plate_LearnPass(state, _nFirst, _nRows);
+        if (bNoise)
+            Noise_Pass(state, _run.field, 2 * _nFirst, _run.CellsOf(_nFirst, _nRows));
+    });
     Plate_Fill(state, _run.field);
-    if (state.nKeys > 1)
-        _run.PlateRows([&](int _nFirst, int _nRows) { Plate_OwnerPass(state, _nFirst, _nRows); });
-    else
-        std::fill(state.vecOwner.begin(), state.vecOwner.end(), uint8_t{0});
+    return bNoise;
 }
 
 void MeasureNoise(const UNMIX_RUN& _run)
@@ -129,15 +130,16 @@ void MeasureNoise(const UNMIX_RUN& _run)
     if (state.nFrames == 0)
         Bodies_Measure(state, _run.field);
     _run.CellRows([&](int _nFirst, int _nRows) { Noise_Pass(state, _run.field, _nFirst, _nRows); });
-    Noise_Learn(state);
 }
 
-void LearnNoise(const UNMIX_RUN& _run)
+void LearnNoise(const UNMIX_RUN& _run, bool _bMeasured)
 {
     UNMIX_STATE& state = _run.state;
     if (!state.bPlateSet)
         return; // there is nothing to measure in
-    MeasureNoise(_run);
+    if (!_bMeasured)
+        MeasureNoise(_run);
+    Noise_Learn(state);
     if (state.fltNoise > c_fltFilteredNoise && _run.field.vecPast.empty())
         Pixels_ForgetPast(_run.field);
     CountUp(state.nFrames);
@@ -153,6 +155,29 @@ void HoldPlate(const UNMIX_RUN& _run)
     _run.state.fltNoise = c_fltNoiseUnknown;
     _run.state.bNoiseKnown = false;
     MeasureNoise(_run);
+    Noise_Learn(_run.state);
+}
+
+// Means of the foreground by rows, and glare by columns: neither needs the other.
+void MeanForeground(const UNMIX_RUN& _run)
+{
+    UNMIX_STATE& state = _run.state;
+    FIELD_STATE& field = _run.field;
+    constexpr int c_nPairs = c_nPassPart / 2;
+    constexpr int c_nColumns = 32; // two lines of the cache in each row
+    const int nPairs = Foreground_Pairs(field), nRowParts = (nPairs + c_nPairs - 1) / c_nPairs;
+    const int nColumnParts = (state.nPlateWidth + c_nColumns - 1) / c_nColumns;
+    const auto Part = [&](int _nPart) {
+        const int nFirst = _nPart * c_nPairs, nColumn = (_nPart - nRowParts) * c_nColumns;
+        if (_nPart < nRowParts)
+            Foreground_Pass(state, field, nFirst, std::min(c_nPairs, nPairs - nFirst));
+        else
+            Glare_AcrossPass(state, field, nColumn, std::min(c_nColumns, state.nPlateWidth - nColumn));
+    };
+    _run.runner.Run(nRowParts + nColumnParts, 1, CRowPass([&](int _nFirst, int _nParts) {
+                        for (int n = _nFirst; n < _nFirst + _nParts; ++n)
+                            Part(n);
+                    }));
 }
 
 void Classify(const UNMIX_RUN& _run)
@@ -160,17 +185,14 @@ void Classify(const UNMIX_RUN& _run)
     UNMIX_STATE& state = _run.state;
     FIELD_STATE& field = _run.field;
     _run.runner.Step(eUS_Classes);
-    _run.CellRows([&](int _nFirst, int _nRows) { Classes_Pass(state, field, _nFirst, _nRows); });
+    _run.PlateRows([&](int _nFirst, int _nRows) {
+        Classes_Pass(state, field, 2 * _nFirst, _run.CellsOf(_nFirst, _nRows));
+        Glare_Pass(state, field, _nFirst, _nRows);
+    });
     Classes_Finish(state, field);
     _run.runner.Step(eUS_Foreground);
-    _run.runner.Run(Foreground_Pairs(field), c_nPassPart / 2, CRowPass([&](int _nFirst, int _nPairs) {
-                        Foreground_Pass(state, field, _nFirst, _nPairs);
-                        Glare_Pass(state, field, 2 * _nFirst, std::min(2 * _nPairs, state.nPlateHeight - 2 * _nFirst));
-                    }));
-    Foreground_Spread(field);
-    constexpr int c_nColumns = 32; // of a part: two lines of the cache in each row
-    _run.runner.Run(state.nPlateWidth, c_nColumns,
-                    CRowPass([&](int _nFirst, int _nColumns) { Glare_AcrossPass(state, field, _nFirst, _nColumns); }));
+    MeanForeground(_run);
+    Foreground_Spread(state, field);
 }
 
 // Of pictures whose pixels have chroma of their own. What is held stays as it is with the plate.
@@ -190,10 +212,9 @@ void FinishClasses(const UNMIX_RUN& _run)
     FIELD_STATE& field = _run.field;
     const bool bFineness = IsFinenessMeasured(_run);
     _run.PlateRows([&](int _nFirst, int _nRows) {
-        Foreground_FillPass(field, _nFirst, _nRows);
+        Foreground_FillPass(state, field, _nFirst, _nRows);
         if (bFineness)
-            Fineness_Pass(state, field, _run.picture, 2 * _nFirst,
-                          std::min(2 * _nRows, field.cells.nHeight - 2 * _nFirst));
+            Fineness_Pass(state, field, _run.picture, 2 * _nFirst, _run.CellsOf(_nFirst, _nRows));
     });
     if (!bFineness)
         return;
@@ -285,8 +306,8 @@ void LearnCells(const UNMIX_RUN& _run, const UNMIX_SEEN& _seen, bool _bSeenBefor
         HoldPlate(_run);
     else if (!_bSeenBefore)
     {
-        LearnPlate(_run);
-        LearnNoise(_run);
+        const bool bMeasured = LearnPlate(_run);
+        LearnNoise(_run, bMeasured);
     }
 }
 } // namespace

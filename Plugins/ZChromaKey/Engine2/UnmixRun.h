@@ -32,6 +32,11 @@ struct UNMIX_RUN
     {
         Rows(state.nPlateHeight, _body);
     }
+    /// How many rows of cells, from 2 _nFirst on, rows of the plate have.
+    int CellsOf(int _nFirst, int _nRows) const
+    {
+        return std::min(2 * _nRows, field.cells.nHeight - 2 * _nFirst);
+    }
 };
 
 /// What a picture has in common with the one before.

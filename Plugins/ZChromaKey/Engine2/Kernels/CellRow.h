@@ -57,9 +57,30 @@ template <class S> ZCK_INLINE typename S::I32 Renewed(void* _pInts, size_t _n, t
     return _new ^ nOld;
 }
 
+/// Alpha that does not count is 255, whatever the pixels have.
+template <class S> struct ALPHA
+{
+    typename S::I32 nOpaque; ///< bits of a pixel
+    typename S::I32 nKept;   ///< of two pairs of sums
+    typename S::I32 nSum;
+
+    ZCK_INLINE explicit ALPHA(bool _bCounts)
+        : nOpaque(_bCounts ? 0 : static_cast<int>(0xFF000000))
+    {
+        static constexpr int32_t c_arrKept[2][4] = {{-1, 0xFFFF, -1, 0xFFFF}, {-1, -1, -1, -1}};
+        static constexpr int32_t c_arrSum[2][4] = {{0, 16 * 255 << 16, 0, 16 * 255 << 16}, {0, 0, 0, 0}};
+        nKept = S::LoadBlocks(c_arrKept[_bCounts], 0);
+        nSum = S::LoadBlocks(c_arrSum[_bCounts], 0);
+    }
+    ZCK_INLINE typename S::I32 InSums(typename S::I32 _nSums) const
+    {
+        return (_nSums & nKept) | nSum;
+    }
+};
+
 /// Writes a group of cells, the first _nCells of it; which bits changed.
-template <class S>
-ZCK_INLINE typename S::I32 PutGroup(const CELL_ROW& _row, size_t _nFirst, size_t _nCells, const GROUP<S>& _group)
+template <class S> ZCK_INLINE typename S::I32 PutGroup(const CELL_ROW& _row, const ALPHA<S>& _alpha, size_t _nFirst,
+                                                       size_t _nCells, const GROUP<S>& _group)
 {
     using U8 = typename S::U8;
     using I32 = typename S::I32;
@@ -73,20 +94,20 @@ ZCK_INLINE typename S::I32 PutGroup(const CELL_ROW& _row, size_t _nFirst, size_t
         arrMost[n] = Max(Max(p[n][0], p[n][1]), Max(p[n][2], p[n][3]));
     }
     constexpr size_t c_nHalf = S::c_nLanes / 2; // cells whose sums a vector holds
-    const I32 nFirst = SplitHalves(As<I32>(PackWords(SumsOf<S>(p[0]), SumsOf<S>(p[1]))));
-    const I32 nSecond = SplitHalves(As<I32>(PackWords(SumsOf<S>(p[2]), SumsOf<S>(p[3]))));
-    I32 nChanged = Renewed<S>(_row.pMin + _nFirst, _nCells, Folded<S>(arrLeast, Least)) |
-                   Renewed<S>(_row.pMax + _nFirst, _nCells, Folded<S>(arrMost, Most)) |
+    const I32 nFirst = _alpha.InSums(SplitHalves(As<I32>(PackWords(SumsOf<S>(p[0]), SumsOf<S>(p[1])))));
+    const I32 nSecond = _alpha.InSums(SplitHalves(As<I32>(PackWords(SumsOf<S>(p[2]), SumsOf<S>(p[3])))));
+    I32 nChanged = Renewed<S>(_row.pMin + _nFirst, _nCells, Folded<S>(arrLeast, Least) | _alpha.nOpaque) |
+                   Renewed<S>(_row.pMax + _nFirst, _nCells, Folded<S>(arrMost, Most) | _alpha.nOpaque) |
                    Renewed<S>(_row.pSum + _nFirst, 2 * _nCells, nFirst);
     if (_nCells > c_nHalf)
         nChanged = nChanged | Renewed<S>(_row.pSum + _nFirst + c_nHalf, 2 * (_nCells - c_nHalf), nSecond);
     return nChanged;
 }
 
-template <class S> ZCK_INLINE void LoadGroup(const uint8_t* _pRow, int _nRow, typename S::U8 _opaque, GROUP<S>& _group)
+template <class S> ZCK_INLINE void LoadGroup(const uint8_t* _pRow, int _nRow, GROUP<S>& _group)
 {
     for (size_t n = 0; n < 4; ++n)
-        _group.arrRows[n][_nRow] = S::LoadU8(_pRow + n * S::c_nBytes) | _opaque;
+        _group.arrRows[n][_nRow] = S::LoadU8(_pRow + n * S::c_nBytes);
 }
 
 /// The last pixels of a row, the very last one repeated.
@@ -101,7 +122,7 @@ ZCK_INLINE void LoadLast(const uint8_t* _pRow, size_t _nPixels, uint8_t (&_arrPi
 template <class S> void Cells(const CELL_ROW& _row)
 {
     using I32 = typename S::I32;
-    const auto opaque = As<typename S::U8>(I32(_row.bAlpha ? 0 : static_cast<int>(0xFF000000)));
+    const ALPHA<S> alpha(_row.bAlpha);
     const size_t nPixels = static_cast<size_t>(_row.nPixels), nCells = (nPixels + 3) / 4;
     I32 nChanged(0);
     GROUP<S> group;
@@ -110,11 +131,11 @@ template <class S> void Cells(const CELL_ROW& _row)
     {
         for (int y = 0; y < 4; ++y)
         {
-            LoadGroup<S>(_row.arrRows[y] + 16 * nFirst, y, opaque, group);
+            LoadGroup<S>(_row.arrRows[y] + 16 * nFirst, y, group);
             for (size_t n = 0; n < 4 * S::c_nBytes; n += 64)
                 S::Prefetch(_row.arrRows[y] + 16 * nFirst + n + _row.nNext);
         }
-        nChanged = nChanged | PutGroup<S>(_row, nFirst, S::c_nLanes, group);
+        nChanged = nChanged | PutGroup<S>(_row, alpha, nFirst, S::c_nLanes, group);
     }
     if (nFirst < nCells)
     {
@@ -122,9 +143,9 @@ template <class S> void Cells(const CELL_ROW& _row)
         for (int y = 0; y < 4; ++y)
         {
             LoadLast<S>(_row.arrRows[y] + 16 * nFirst, nPixels - 4 * nFirst, arrPixels);
-            LoadGroup<S>(arrPixels, y, opaque, group);
+            LoadGroup<S>(arrPixels, y, group);
         }
-        nChanged = nChanged | PutGroup<S>(_row, nFirst, nCells - nFirst, group);
+        nChanged = nChanged | PutGroup<S>(_row, alpha, nFirst, nCells - nFirst, group);
     }
     *_row.pChanged = Any(Greater(nChanged, I32(0)) | IsNegative(nChanged));
 }

@@ -84,45 +84,80 @@ template <class S> ZCK_INLINE void StorePlates(float* _p, size_t _nAt, size_t _n
         S::Store(_p + _nAt, _nFloats - _nAt, _flt);
 }
 
-/// Sums every fourth plate cell by itself, so that the order of the sums does not depend on the length of vectors.
-template <class S> void Compare(COMPARE_CHUNK& _chunk)
+/// Vectors of four plate cells.
+template <class S> struct FOUR_PLATES
+{
+    static constexpr size_t c_nVectors = 16 / S::c_nLanes;
+    typename S::F32 arr[c_nVectors];
+
+    ZCK_INLINE FOUR_PLATES()
+    {
+        for (size_t v = 0; v < c_nVectors; ++v)
+            arr[v] = typename S::F32(0.0f);
+    }
+    /// Their sum, in an order that does not depend on the length of vectors.
+    ZCK_INLINE void Sum(float* _pOut) const
+    {
+        float arrAll[16];
+        for (size_t v = 0; v < c_nVectors; ++v)
+            S::Store(arrAll + v * S::c_nLanes, arr[v]);
+        for (int n = 0; n < 4; ++n)
+            _pOut[n] = (arrAll[n] + arrAll[n + 4]) + (arrAll[n + 8] + arrAll[n + 12]);
+    }
+};
+
+template <class S> struct COMPARE_SUMS
+{
+    FOUR_PLATES<S> seen;
+    FOUR_PLATES<S> reference;
+};
+
+/// Adds a row of a block, from float _nAt of the chunk on: as all of it, and each cell as often as it was seen.
+template <class S> ZCK_INLINE void CompareFour(const COMPARE_CHUNK& _chunk, int _nRow, size_t _nAt,
+                                               COMPARE_SUMS<S>& _all, COMPARE_SUMS<S>& _block)
 {
     using F32 = typename S::F32;
-    constexpr size_t c_nVectors = 16 / S::c_nLanes;
     const size_t nFloats = 4 * static_cast<size_t>(_chunk.plates.nPlates);
+    const ptrdiff_t nRow = _nRow * _chunk.nStride;
     const F32 fltNone(0.0f), fltOne(1.0f);
-    F32 arrSeen[c_nVectors], arrReference[c_nVectors];
-    for (size_t v = 0; v < c_nVectors; ++v)
-        arrSeen[v] = arrReference[v] = fltNone;
-    for (size_t n = 0; n < nFloats; n += 16)
-        for (size_t v = 0; v < c_nVectors; ++v)
-        {
-            const size_t nAt = n + v * S::c_nLanes;
-            const F32 fltSeen = LoadPlates<S>(_chunk.plates.pSeen, nAt, nFloats);
-            const F32 fltPlate = LoadPlates<S>(_chunk.plates.pPlate, nAt, nFloats);
-            const F32 fltReference = LoadPlates<S>(_chunk.plates.pReference, nAt, nFloats);
-            const F32 fltLimit = _chunk.pLimits ? LoadPlates<S>(_chunk.pLimits, nAt, nFloats) : F32(_chunk.fltLimit);
-            const auto maskBoth =
-                Less(fltNone, Spread<S>(fltSeen, c_arrLane3)) & Less(fltNone, Spread<S>(fltPlate, c_arrLane3));
-            const F32 fltOff = Abs(fltSeen - fltPlate);
-            const F32 fltAllOff =
-                (Spread<S>(fltOff, c_arrLane0) + Spread<S>(fltOff, c_arrLane1)) + Spread<S>(fltOff, c_arrLane2);
-            const F32 fltIsFar = Select(Less(fltLimit, fltAllOff), fltOne, fltNone);
-            const auto maskLast = LastLanes<S>();
-            arrSeen[v] = arrSeen[v] + Select(maskBoth, Select(maskLast, fltOne, fltSeen), fltNone);
-            arrReference[v] = arrReference[v] + Select(maskBoth, Select(maskLast, fltIsFar, fltReference), fltNone);
-        }
-    float arrAll[2][16];
-    for (size_t v = 0; v < c_nVectors; ++v)
+    const auto maskLast = LastLanes<S>();
+    for (size_t v = 0; v < FOUR_PLATES<S>::c_nVectors; ++v)
     {
-        S::Store(arrAll[0] + v * S::c_nLanes, arrSeen[v]);
-        S::Store(arrAll[1] + v * S::c_nLanes, arrReference[v]);
+        const size_t nAt = _nAt + v * S::c_nLanes;
+        const F32 fltSeen = LoadPlates<S>(_chunk.plates.pSeen + nRow, nAt, nFloats);
+        const F32 fltPlate = LoadPlates<S>(_chunk.plates.pPlate + nRow, nAt, nFloats);
+        const F32 fltReference = LoadPlates<S>(_chunk.plates.pReference + nRow, nAt, nFloats);
+        const F32 fltLimit = _chunk.pLimits ? LoadPlates<S>(_chunk.pLimits + _nRow * 4 * c_nChunkPlates, nAt, nFloats)
+                                            : F32(_chunk.fltLimit);
+        const F32 fltCount = Spread<S>(fltSeen, c_arrLane3);
+        const auto maskBoth = Less(fltNone, fltCount) & Less(fltNone, Spread<S>(fltPlate, c_arrLane3));
+        const F32 fltOff = Abs(fltSeen - fltPlate);
+        const F32 fltAllOff =
+            (Spread<S>(fltOff, c_arrLane0) + Spread<S>(fltOff, c_arrLane1)) + Spread<S>(fltOff, c_arrLane2);
+        const F32 fltIsFar = Select(Less(fltLimit, fltAllOff), fltOne, fltNone);
+        const F32 fltSeenOnce = Select(maskBoth, Select(maskLast, fltOne, fltSeen), fltNone);
+        const F32 fltRefOnce = Select(maskBoth, fltReference, fltNone);
+        _all.seen.arr[v] = _all.seen.arr[v] + fltSeenOnce;
+        _all.reference.arr[v] = _all.reference.arr[v] + Select(maskLast & maskBoth, fltIsFar, fltRefOnce);
+        _block.seen.arr[v] = _block.seen.arr[v] + fltSeenOnce * fltCount;
+        _block.reference.arr[v] = _block.reference.arr[v] + fltRefOnce * fltCount;
     }
-    for (int n = 0; n < 4; ++n)
+}
+
+template <class S> void Compare(COMPARE_CHUNK& _chunk)
+{
+    COMPARE_SUMS<S> all;
+    float* pBlocks = _chunk.pBlocks;
+    for (size_t n = 0; n < 4 * static_cast<size_t>(_chunk.plates.nPlates); n += 16, pBlocks += 8)
     {
-        _chunk.arrSeen[n] = (arrAll[0][n] + arrAll[0][n + 4]) + (arrAll[0][n + 8] + arrAll[0][n + 12]);
-        _chunk.arrReference[n] = (arrAll[1][n] + arrAll[1][n + 4]) + (arrAll[1][n + 8] + arrAll[1][n + 12]);
+        COMPARE_SUMS<S> block;
+        for (int y = 0; y < _chunk.nRows; ++y)
+            CompareFour<S>(_chunk, y, n, all, block);
+        block.seen.Sum(pBlocks);
+        block.reference.Sum(pBlocks + 4);
     }
+    all.seen.Sum(_chunk.arrSeen);
+    all.reference.Sum(_chunk.arrReference);
 }
 
 template <class S> void Learn(LEARN_CHUNK& _chunk)
@@ -154,6 +189,78 @@ template <class S> void Learn(LEARN_CHUNK& _chunk)
     _chunk.nGrown = 0;
     for (size_t n = 0; n < S::c_nLanes; ++n)
         _chunk.nGrown += arrGrown[n];
+}
+
+/// Cells of a coarser grid, four floats each, put between the cells of a finer one. Those of the finer one that lie in
+/// the same way between two of the coarser, c_nStep apart, make vectors.
+template <class S, size_t c_nStep> struct CELLS_BETWEEN
+{
+    static constexpr ptrdiff_t c_nStride = 16 * c_nStep; // bytes
+    using F32 = typename S::F32;
+
+    static ZCK_INLINE F32 Load(const float* _pCells)
+    {
+        return AsFloats(S::LoadBlocks(_pCells, c_nStride));
+    }
+    static ZCK_INLINE void Store(float* _pCells, F32 _flt)
+    {
+        S::StoreBlocks(_pCells, c_nStride, AsInts(_flt));
+    }
+    /// Calls _body(cells of the finer grid, float of the left one of the coarser) for those of one kind.
+    template <class T> static ZCK_INLINE void ForEach(float* _pFine, T _body)
+    {
+        for (size_t n = 0; n < c_nChunkPlates / c_nStep; n += S::c_nLanes / 4)
+            _body(_pFine + 4 * c_nStep * n, 4 * n);
+    }
+};
+
+template <class S> void Complete(const COMPLETE_CHUNK& _chunk)
+{
+    using F32 = typename S::F32;
+    using BETWEEN_CELLS = CELLS_BETWEEN<S, 2>;
+    const F32 fltAbove(_chunk.arrWeights[0]), fltBelow(_chunk.arrWeights[1]), fltOne(1.0f);
+    float arrCoarse[4 * c_nCoarseRoom];
+    for (size_t n = 0; n < 4 * c_nCoarseRoom; n += S::c_nLanes)
+        S::Store(arrCoarse + n,
+                 S::LoadF32(_chunk.arrCoarse[0] + n) * fltAbove + S::LoadF32(_chunk.arrCoarse[1] + n) * fltBelow);
+    for (size_t nOdd = 0; nOdd < 2; ++nOdd)
+    {
+        const F32 fltSecond(nOdd == 0 ? .75f : .25f), fltFirst(nOdd == 0 ? .25f : .75f);
+        BETWEEN_CELLS::ForEach(_chunk.pFine + 4 * nOdd, [&](float* _pFine, size_t _nLeft) {
+            const F32 fltFine = BETWEEN_CELLS::Load(_pFine);
+            const F32 fltWeight = Spread<S>(fltFine, c_arrLane3);
+            const auto maskOpen = Less(fltWeight, fltOne);
+            if (!Any(maskOpen))
+                return;
+            const float* const pLeft = arrCoarse + _nLeft + 4 * nOdd;
+            const F32 fltCoarse = S::LoadF32(pLeft) * fltFirst + S::LoadF32(pLeft + 4) * fltSecond;
+            BETWEEN_CELLS::Store(_pFine, Select(maskOpen, fltFine + fltCoarse * (fltOne - fltWeight), fltFine));
+        });
+    }
+}
+
+/// A cell lies 1, 3, 5 or 7 eighths of the way from the middle of one block to that of the next.
+template <class S> void Lamps(const LAMP_CHUNK& _chunk)
+{
+    using F32 = typename S::F32;
+    using BETWEEN_BLOCKS = CELLS_BETWEEN<S, 4>;
+    float arrBlocks[4 * c_nLampRoom];
+    for (size_t n = 0; n < 4 * c_nLampRoom; n += S::c_nLanes)
+    {
+        const F32 fltAbove = S::LoadF32(_chunk.arrBlocks[0] + n);
+        const F32 fltDown = S::LoadF32(_chunk.arrBlocks[1] + n) - fltAbove;
+        S::Store(arrBlocks + n, fltAbove + fltDown * F32(_chunk.fltBelow));
+    }
+    for (size_t nCell = 0; nCell < 4; ++nCell)
+    {
+        const size_t nRight = nCell < 2 ? 0 : 4;
+        const F32 fltSecond(static_cast<float>((2 * nCell + 5) % 8) * .125f);
+        BETWEEN_BLOCKS::ForEach(_chunk.pLamps + 4 * nCell, [&](float* _pLamps, size_t _nLeft) {
+            const F32 fltLeft = S::LoadF32(arrBlocks + _nLeft + nRight);
+            const F32 fltOff = S::LoadF32(arrBlocks + _nLeft + nRight + 4) - fltLeft;
+            BETWEEN_BLOCKS::Store(_pLamps, fltLeft + fltOff * fltSecond);
+        });
+    }
 }
 
 } // namespace UnmixPlates

@@ -94,9 +94,8 @@ struct FILTER_RULES
 /// A key as the test for sure backdrop takes it.
 struct SCREEN_RULES
 {
-    float arrX[3];
-    float arrZ[3];
     int32_t anX[3]; ///< 64ths
+    int32_t anZ[3];
     float fltSlope; ///< Z / X of the key
     float fltKeySaturation;
     float fltKeyValue;
@@ -122,25 +121,25 @@ struct SCREEN_CHUNK
     CELL_CHUNK cells;
     const SCREEN_RULES* pKeys;
     int nKeys;        ///< at least 1
+    int32_t nCalm4;   ///< quarters of a level
     int16_t* pX;      ///< out: X of the nearest key's form in 128ths
     uint64_t nWithin; ///< out: cells within the range of a key
     uint64_t nFlat;   ///< out: cells of little contrast
+    uint64_t nCalm;   ///< out: of less than nCalm4
 };
 
 /// How far X of cells is from that of the neighbours.
 struct STEP_CHUNK
 {
-    CELL_CHUNK cells;
     const int16_t* arrX[3]; ///< rows above, here, below: c_nChunkCells + 2 numbers from the cell left of the chunk
     int32_t nLimit;
-    int32_t nWideLimit; ///< for cells of less contrast than nCalm4
-    int32_t nCalm4;     ///< quarters of a level
-    uint64_t nSmooth;   ///< out: steps below the limit
-    uint64_t nCalm;     ///< out: contrast and steps below the others
+    int32_t nWideLimit;
+    uint64_t nSmooth; ///< out: steps below the limit
+    uint64_t nCalm;   ///< out: below the other
 };
 
-/// What tells backdrop from solid.
-struct CLASS_RULES
+/// The difference of cells and pixels.
+struct DIFFERENCE_RULES
 {
     float arrX[3];
     float arrZ[3];
@@ -148,6 +147,11 @@ struct CLASS_RULES
     int32_t anZ[3];
     float fltLeastX; ///< of the backdrop
     float fltWedge;
+};
+
+/// What tells backdrop from solid.
+struct CLASS_RULES : DIFFERENCE_RULES
+{
     float fltClip;  ///< levels of noise,
     float fltClean; ///< or part of X, that backdrop may lack
     float fltNoise;
@@ -196,14 +200,55 @@ struct PLATE_CHUNK
     int nPlates; ///< 1 to c_nChunkPlates
 };
 
-/// How what is seen compares to the plate.
+/// How what is seen compares to the plate, for a row of blocks of 4x4 plate cells.
 struct COMPARE_CHUNK
 {
-    PLATE_CHUNK plates;
-    float fltLimit;        ///< differences beyond are far off; or
-    const float* pLimits;  ///< four times the number per plate cell; null: fltLimit
+    PLATE_CHUNK plates;   ///< of the first row
+    int nRows;            ///< 1 to 4
+    ptrdiff_t nStride;    ///< floats from one row to the next
+    float fltLimit;       ///< differences beyond are far off; or
+    const float* pLimits; ///< four times the number per plate cell, 4 c_nChunkPlates floats a row; null: fltLimit
+    /// Out: per block the sums of the colours seen where there is a plate, times their count, and of the count; and of
+    /// the reference there. Four floats each.
+    float* pBlocks;
     float arrSeen[4];      ///< out: sum of the colours seen where there is a plate, and their number
     float arrReference[4]; ///< out: of the reference there, and the number of those far off the plate
+};
+
+inline constexpr int c_nCoarseRoom = c_nChunkPlates / 2 + 4; ///< cells in whole vectors
+
+/// Cells of a row of a grid, four floats each, and those of a grid half as fine that complete them (UNMIX_PYRAMID).
+struct COMPLETE_CHUNK
+{
+    float* pFine; ///< c_nChunkPlates cells, the last number the weight; those of weight 1 stay
+    /// Of the rows above and below the middle of these cells: c_nChunkPlates / 2 + 2 cells from the one left of the
+    /// chunk, and others up to c_nCoarseRoom, which do not count.
+    const float* arrCoarse[2];
+    float arrWeights[2]; ///< of the rows
+};
+
+inline constexpr int c_nLampRoom = c_nChunkPlates / 4 + 4; ///< blocks in whole vectors
+
+/// Between the middles of blocks of 4x4 plate cells.
+struct LAMP_CHUNK
+{
+    /// Four floats a block, of the rows above and below the middle of these cells: c_nChunkPlates / 4 + 2 blocks from
+    /// the one left of the chunk, and others up to c_nLampRoom, which do not count.
+    const float* arrBlocks[2];
+    float fltBelow; ///< weight of the second row
+    float* pLamps;  ///< out: four floats for each of c_nChunkPlates cells
+};
+
+inline constexpr int c_nNoisePairs = 64; ///< the most of a chunk
+
+/// Pairs of pixels of sure backdrop, and the plate there.
+struct NOISE_CHUNK
+{
+    const DIFFERENCE_RULES* pRules;
+    int nPairs;
+    uint32_t arrPixels[c_nNoisePairs][2]; ///< B, G, R, A
+    float arrPlate[c_nNoisePairs][4];
+    float arrOff[c_nNoisePairs]; ///< out: |difference of D|, in levels
 };
 
 /// The reference, having learnt what is seen, and the plate: the same in the light of the present picture.

@@ -40,5 +40,11 @@ template <class S> ZCK_INLINE typename S::I32 FormOf(const int32_t (&_anForm)[3]
         static_cast<int>((_anForm[0] & 0xFFFF) | static_cast<int32_t>(static_cast<uint32_t>(_anForm[1]) << 16)));
     return MulAdd(As<U16>(_pixels.nBG), As<U16>(nBG)) + MulAdd(As<U16>(_pixels.nRA), As<U16>(I32(_anForm[2] & 0xFFFF)));
 }
+/// The same of bytes. The weights fit signed bytes, and no sum of two products leaves 16 bits: those of 64ths.
+template <class S> ZCK_INLINE typename S::I32 FormOfBytes(const int32_t (&_anForm)[3], typename S::I32 _nBGRA)
+{
+    const int nForm = (_anForm[0] & 0xFF) | (_anForm[1] & 0xFF) << 8 | (_anForm[2] & 0xFF) << 16;
+    return AddProducts(As<typename S::U8>(_nBGRA), As<typename S::U8>(typename S::I32(nForm)));
+}
 } // namespace UnmixVectors
 } // namespace

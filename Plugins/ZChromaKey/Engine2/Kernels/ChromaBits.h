@@ -37,24 +37,49 @@ template <class Fn> ZCK_INLINE void ForBitRuns(uint64_t _nBits, Fn&& _fnRun)
     }
 }
 
-/// The cells of a tile's row that are written: mixed ones, their neighbours, others that are asked for, and gaps of one
-/// or two cells between these, across which it is cheaper to go on than to stop.
-ZCK_INLINE uint64_t ChromaNeeded(const CHROMA_JOB& _job, int _nWord, int _nY)
+/// The cells of a tile's row that are written, by their rows of pixels: mixed cells, of their neighbours those rows that
+/// are next to them, others that are asked for, and gaps of one or two cells between these, across which it is cheaper
+/// to go on than to stop.
+struct CHROMA_NEEDED
 {
-    uint64_t nHere = 0, nLeft = 0, nRight = 0;
-    for (int y = _nY > 0 ? _nY - 1 : 0; y <= _nY + 1 && y < _job.nCellRows; ++y)
+    uint64_t nTop = 0;    ///< of the first row of pixels
+    uint64_t nMiddle = 0; ///< of the second and the third
+    uint64_t nBottom = 0;
+
+    ZCK_INLINE uint64_t Any() const
     {
-        const uint64_t* const pRow = _job.pMixed + static_cast<ptrdiff_t>(y) * _job.nWords + _nWord;
-        nHere |= pRow[0];
-        nLeft |= _nWord > 0 ? pRow[-1] : 0;
-        nRight |= _nWord + 1 < _job.nWords ? pRow[1] : 0;
+        return nTop | nBottom; // these have the middle in them
     }
-    uint64_t n = nHere | nHere << 1 | nHere >> 1 | nLeft >> 63 | nRight << 63;
-    if (_job.pSolid)
-        n |= _job.pSolid[static_cast<ptrdiff_t>(_nY) * _job.nWords + _nWord];
-    n |= (n << 1 & (n >> 1 | n >> 2)) | (n << 2 & n >> 1);
+    /// _nPixelRow: of any cell.
+    ZCK_INLINE uint64_t Row(int _nPixelRow) const
+    {
+        const int n = _nPixelRow & 3;
+        return n == 0 ? nTop : n == 3 ? nBottom : nMiddle;
+    }
+};
+
+/// Mixed cells of a tile's row and those to the left and right of them; none outside of the picture.
+ZCK_INLINE uint64_t ChromaMixed(const CHROMA_JOB& _job, int _nWord, int _nY)
+{
+    if (_nY < 0 || _nY >= _job.nCellRows)
+        return 0;
+    const uint64_t* const pRow = _job.pMixed + static_cast<ptrdiff_t>(_nY) * _job.nWords + _nWord;
+    const uint64_t nLeft = _nWord > 0 ? pRow[-1] : 0, nRight = _nWord + 1 < _job.nWords ? pRow[1] : 0;
+    return pRow[0] | pRow[0] << 1 | pRow[0] >> 1 | nLeft >> 63 | nRight << 63;
+}
+
+ZCK_INLINE CHROMA_NEEDED ChromaNeeded(const CHROMA_JOB& _job, int _nWord, int _nY)
+{
     const int nCells = _job.nCellColumns - _nWord * c_nChromaTile;
-    return nCells < 64 ? n & ((uint64_t{1} << nCells) - 1) : n;
+    const uint64_t nValid = nCells < 64 ? (uint64_t{1} << nCells) - 1 : ~uint64_t{0};
+    const auto Filled = [&](uint64_t _n) {
+        return (_n | (_n << 1 & (_n >> 1 | _n >> 2)) | (_n << 2 & _n >> 1)) & nValid;
+    };
+    uint64_t nOwn = ChromaMixed(_job, _nWord, _nY);
+    if (_job.pSolid)
+        nOwn |= _job.pSolid[static_cast<ptrdiff_t>(_nY) * _job.nWords + _nWord];
+    return {Filled(nOwn | ChromaMixed(_job, _nWord, _nY - 1)), Filled(nOwn),
+            Filled(nOwn | ChromaMixed(_job, _nWord, _nY + 1))};
 }
 
 /// The needed cells of a row of cells and of those above and below it, row after row.
@@ -66,7 +91,7 @@ public:
         , m_nWord(_nWord)
         , m_nY(_nFirst - 1)
         , m_nEnd(_nFirst + _nRows)
-        , m_arr{0, 0, ChromaNeeded(_job, _nWord, _nFirst)}
+        , m_arr{{}, {}, ChromaNeeded(_job, _nWord, _nFirst)}
     {
     }
     ZCK_INLINE void Next()
@@ -74,23 +99,23 @@ public:
         ++m_nY;
         m_arr[0] = m_arr[1];
         m_arr[1] = m_arr[2];
-        m_arr[2] = m_nY + 1 < m_nEnd ? ChromaNeeded(m_job, m_nWord, m_nY + 1) : 0;
+        m_arr[2] = m_nY + 1 < m_nEnd ? ChromaNeeded(m_job, m_nWord, m_nY + 1) : CHROMA_NEEDED{};
     }
     ZCK_INLINE bool IsAny() const
     {
-        return (m_arr[0] | m_arr[1] | m_arr[2]) != 0;
+        return (m_arr[0].Any() | m_arr[1].Any() | m_arr[2].Any()) != 0;
     }
     /// The row in the middle; at first it is the one above the first.
     ZCK_INLINE int Row() const
     {
         return m_nY;
     }
-    /// Of the rows of cells that some rows of pixels are in.
+    /// Of rows of pixels that are in these rows of cells.
     ZCK_INLINE uint64_t Of(int _nFirstPixel, int _nLastPixel) const
     {
         uint64_t n = 0;
-        for (int y = _nFirstPixel >> 2; y <= _nLastPixel >> 2; ++y)
-            n |= m_arr[y - m_nY + 1];
+        for (int y = _nFirstPixel; y <= _nLastPixel; ++y)
+            n |= m_arr[(y >> 2) - m_nY + 1].Row(y);
         return n;
     }
 
@@ -99,5 +124,5 @@ private:
     int m_nWord;
     int m_nY;
     int m_nEnd;
-    uint64_t m_arr[3];
+    CHROMA_NEEDED m_arr[3];
 };

@@ -84,6 +84,7 @@ HRESULT CImgRowReader::Init(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vi
         return E_INVALIDARG;
     }
     m_nHeight = static_cast<int>(nHeight);
+    m_eLayout = eLayout;
     m_nChromaDiv = FCC_Subsampling(_vidProps.fccType, 1).cy;
     m_eMatrix = _eMatrix ? *_eMatrix : Img_MatrixOf(_vidProps);
     m_vidRow.nWidth = _vidProps.nWidth;
@@ -117,9 +118,10 @@ HRESULT CImgRowReader::InitPlanes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PT
         m_nChromaRows = m_vidRow.nChroma = 0;
         return S_OK;
     }
-    const int64_t nBytes = FCC_SampleBytes(_vidProps.fccType);
+    const int nBytes = FCC_SampleBytes(_vidProps.fccType);
+    m_nChromaStep = nBytes * (bInTurns ? 2 : 1);
     for (int nPlane = 1; nPlane <= (bInTurns ? 1 : 2) && SUCCEEDED(hr); ++nPlane)
-        hr = CheckPlane(_vidProps, _vidPtr, nPlane, m_vidRow.nChroma * nBytes * (bInTurns ? 2 : 1), m_nChromaRows);
+        hr = CheckPlane(_vidProps, _vidPtr, nPlane, int64_t{m_vidRow.nChroma} * m_nChromaStep, m_nChromaRows);
     if (FAILED(hr))
         return hr;
     const int nU = eChroma == eZCh_VU ? 2 : 1;
@@ -144,11 +146,30 @@ int CImgRowReader::ChromaRow(int _nRow) const
 
 void CImgRowReader::ReadRow(int _nRow, uint8_t* _pBGRA, int _nNext) const
 {
+    ReadSpan(_nRow, 0, m_vidRow.nWidth, _pBGRA, _nNext);
+}
+
+void CImgRowReader::ReadSpan(int _nRow, int _nFirst, int _nPixels, uint8_t* _pBGRA, int _nNext) const
+{
     IMG_ROW row = RowAt(_nRow);
+    SkipPixels(row, _nFirst);
+    row.nWidth = _nPixels;
     row.nNext = (_nNext - _nRow) * m_anStride[0];
     if (row.nChroma > 0)
         row.nNextChroma = (ChromaRow(_nNext) - ChromaRow(_nRow)) * m_anStride[1];
     m_pfnRead(row, _pBGRA);
+}
+
+// At least one sample of chroma is left, for the last one serves all pixels that have none.
+void CImgRowReader::SkipPixels(IMG_ROW& _row, int _nPixels) const
+{
+    _row.pPlane0 += BytesUsed(m_eLayout, _nPixels);
+    if (_row.nChroma == 0)
+        return;
+    const int nSamples = std::min(_nPixels / 2, _row.nChroma - 1);
+    _row.nChroma -= nSamples;
+    _row.pU += ptrdiff_t{nSamples} * m_nChromaStep;
+    _row.pV += ptrdiff_t{nSamples} * m_nChromaStep;
 }
 
 IMG_ROW CImgRowReader::RowAt(int _nRow) const

@@ -38,6 +38,9 @@ public:
     }
     /// The same. Row _nNext will be read next, and is fetched meanwhile, block by block.
     void ReadRow(int _nRow, uint8_t* _pBGRA, int _nNext) const;
+    /// The same for pixels _nFirst to _nFirst + _nPixels - 1 of the row alone; _nFirst is a multiple of the format's
+    /// unit.
+    void ReadSpan(int _nRow, int _nFirst, int _nPixels, uint8_t* _pBGRA, int _nNext) const;
     /// The row where it lies, when its bytes already are B, G, R, A (in RGB32 the fourth byte is undefined); else null.
     const uint8_t* RowInPlace(int _nRow) const
     {
@@ -78,6 +81,7 @@ public:
 
 private:
     IMG_ROW RowAt(int _nRow) const;
+    void SkipPixels(IMG_ROW& _row, int _nPixels) const;
     HRESULT InitPlanes(const ZF_VID_PROPS& _vidProps, const ZF_VID_PTR& _vidPtr);
     int ChromaRow(int _nRow) const;
 
@@ -87,7 +91,9 @@ private:
     size_t m_cbExpect = 0;
     int m_nHeight = 0;
     int m_nChromaRows = 0;
-    int m_nChromaDiv = 1;   ///< luma rows that share a chroma row
+    int m_nChromaDiv = 1;  ///< luma rows that share a chroma row
+    int m_nChromaStep = 1; ///< bytes from a sample of U, or of V, to the next
+    eImgLayout m_eLayout = eIL_None;
     bool m_bFields = false; ///< chroma rows alternate between the fields
     bool m_bInPlace = false;
     eZYMatrix m_eMatrix = eZYM_601;

@@ -21,29 +21,29 @@ public:
         , m_vecB(_bVFirst ? CoefPair<S>(0, _coef.nBU) : CoefPair<S>(_coef.nBU, 0))
         , m_vecG(_bVFirst ? CoefPair<S>(_coef.nGV, _coef.nGU) : CoefPair<S>(_coef.nGU, _coef.nGV))
         , m_vecR(_bVFirst ? CoefPair<S>(_coef.nRV, 0) : CoefPair<S>(0, _coef.nRV))
-        , m_vecConstB(FROM_YUV<S>::Const(_coef) - 128 * _coef.nBU)
-        , m_vecConstG(FROM_YUV<S>::Const(_coef) - 128 * (_coef.nGU + _coef.nGV))
-        , m_vecConstR(FROM_YUV<S>::Const(_coef) - 128 * _coef.nRV)
+        , m_vecConstB(8 * (FROM_YUV<S>::Const(_coef) - 128 * _coef.nBU))
+        , m_vecConstG(8 * (FROM_YUV<S>::Const(_coef) - 128 * (_coef.nGU + _coef.nGV)))
+        , m_vecConstR(8 * (FROM_YUV<S>::Const(_coef) - 128 * _coef.nRV))
     {
     }
-    /// Writes c_nPixels pixels.
+    /// Writes c_nPixels pixels. Both vectors in the order that JoinHalves gives them.
     ZCK_INLINE void Put(uint8_t* _pBGRA, U16 _vecY, U16 _vecChroma) const
     {
-        const I32 vecB = MulAdd(_vecChroma, m_vecB) + m_vecConstB;
-        const I32 vecG = MulAdd(_vecChroma, m_vecG) + m_vecConstG;
-        const I32 vecR = MulAdd(_vecChroma, m_vecR) + m_vecConstR;
+        // Eightfold, so that sums have their whole part in the high words.
+        const U16 vecY = _vecY << 3, vecChroma = _vecChroma << 3;
+        const I32 vecLuma0 = MulAdd(vecY, m_vecY0), vecLuma1 = MulAdd(vecY, m_vecY1);
+        const auto Both = [&](U16 _vecCoef, I32 _vecConst) {
+            const I32 vec = MulAdd(vecChroma, _vecCoef) + _vecConst;
+            return HighWords(vecLuma0 + vec, vecLuma1 + vec);
+        };
         I32 vecFirst, vecSecond;
-        Interleave(Pixels(MulAdd(_vecY, m_vecY0), vecB, vecG, vecR), Pixels(MulAdd(_vecY, m_vecY1), vecB, vecG, vecR),
-                   vecFirst, vecSecond);
+        JoinWords(Both(m_vecB, m_vecConstB), Both(m_vecG, m_vecConstG), Both(m_vecR, m_vecConstR), U16(255), vecFirst,
+                  vecSecond);
         S::Store(_pBGRA, vecFirst);
         S::Store(_pBGRA + S::c_nBytes, vecSecond);
     }
 
 private:
-    static ZCK_INLINE I32 Pixels(I32 _vecLuma, I32 _vecB, I32 _vecG, I32 _vecR)
-    {
-        return JoinClamped((_vecLuma + _vecB) >> 13, (_vecLuma + _vecG) >> 13, (_vecLuma + _vecR) >> 13, 255);
-    }
     U16 m_vecY0;
     U16 m_vecY1;
     U16 m_vecB;
@@ -54,20 +54,32 @@ private:
     I32 m_vecConstR;
 };
 
+/// Vectors of words in the order that CYUVReader takes.
+template <class S, class V> ZCK_INLINE V InHalves(V _vec)
+{
+    return As<V>(JoinHalves(As<typename S::I32>(_vec)));
+}
+
 /// Packed 4:2:2 with Y in the high or the low bytes of its words.
 template <class S, bool LumaHigh>
 ZCK_INLINE void ReadPacked(const IMG_ROW& _row, uint8_t* _pBGRA, bool _bVFirst, PFN_IMG_READ _pfnRest)
 {
     constexpr int c_nPixels = CYUVReader<S>::c_nPixels;
     const CYUVReader<S> reader(*_row.pCoeff, _bVFirst);
-    IMG_ROW rest = _row;
-    for (; rest.nWidth >= c_nPixels; rest.nWidth -= c_nPixels, rest.pPlane0 += 2 * c_nPixels, _pBGRA += 4 * c_nPixels)
+    const uint8_t* const pUnits = _row.pPlane0;
+    const ptrdiff_t nNext = _row.nNext;
+    const int nWhole = _row.nWidth / c_nPixels * c_nPixels;
+    for (int x = 0; x < nWhole; x += c_nPixels)
     {
-        S::Prefetch(rest.pPlane0 + _row.nNext);
-        const typename S::U8 vecUnits = S::LoadU8(rest.pPlane0);
-        reader.Put(_pBGRA, LumaHigh ? Odd(vecUnits) : Even(vecUnits), LumaHigh ? Even(vecUnits) : Odd(vecUnits));
+        S::Prefetch(pUnits + 2 * x + nNext);
+        const auto vecUnits = InHalves<S>(S::LoadU8(pUnits + 2 * x));
+        reader.Put(_pBGRA + 4 * x, LumaHigh ? Odd(vecUnits) : Even(vecUnits),
+                   LumaHigh ? Even(vecUnits) : Odd(vecUnits));
     }
-    _pfnRest(rest, _pBGRA);
+    IMG_ROW rest = _row;
+    rest.nWidth -= nWhole;
+    rest.pPlane0 += 2 * nWhole;
+    _pfnRest(rest, _pBGRA + 4 * nWhole);
 }
 
 template <class S> void ReadUYVY(const IMG_ROW& _row, uint8_t* _pBGRA)
@@ -158,11 +170,12 @@ ZCK_INLINE void ReadHalfWidth(const IMG_ROW& _row, uint8_t* _pBGRA, PFN_IMG_READ
 {
     constexpr int c_nPairs = CYUVReader<S>::c_nPixels / 2;
     const CYUVReader<S> reader(*_row.pCoeff, false);
+    const IMG_ROW row = _row; // a copy that the stores below cannot change
     int nPairs = 0;
-    for (; 2 * (nPairs + c_nPairs) <= _row.nWidth && nPairs + c_nPairs <= _row.nChroma; nPairs += c_nPairs)
+    for (; 2 * (nPairs + c_nPairs) <= row.nWidth && nPairs + c_nPairs <= row.nChroma; nPairs += c_nPairs)
     {
-        Chroma::Expect(_row, nPairs);
-        reader.Put(_pBGRA + 8 * nPairs, Chroma::Luma(_row, nPairs), Chroma::Of(_row, nPairs));
+        Chroma::Expect(row, nPairs);
+        reader.Put(_pBGRA + 8 * nPairs, InHalves<S>(Chroma::Luma(row, nPairs)), InHalves<S>(Chroma::Of(row, nPairs)));
     }
     // The rest keeps at least one sample: a row without any is neutral.
     const int nSkip = nPairs < _row.nChroma ? nPairs : _row.nChroma > 0 ? _row.nChroma - 1 : 0;
@@ -227,7 +240,7 @@ template <class S> void ReadV210(const IMG_ROW& _row, uint8_t* _pBGRA)
         }
         for (int n = 0; n < c_nChunk / c_nPixels; ++n)
         {
-            const U8 vecUnits = S::LoadU8(arrUYVY + 2 * c_nPixels * n);
+            const U8 vecUnits = InHalves<S>(S::LoadU8(arrUYVY + 2 * c_nPixels * n));
             reader.Put(_pBGRA + 4 * c_nPixels * n, Odd(vecUnits), Even(vecUnits));
         }
     }

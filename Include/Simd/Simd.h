@@ -49,14 +49,19 @@
 ///     ShuffleBytes(bytes, pattern)        byte pattern[n] of the block, or 0 where the pattern has 0xFF
 ///     PackWords(a, b), PackBytes(a, b)    the elements of a's block, then those of b's, at half their size: signed
 ///                                         numbers are clamped to int16_t, and to 0 to 255
+///     JoinWords(a, b, c, d, first, second)  the words of four vectors, which count as signed, clamped to 0 to 255, as
+///                                         bytes a0 b0 c0 d0 a1 b1 and so on: those of the block's first four elements,
+///                                         and of its last four
 ///     Spread<n>(floats)                   lane n of the block, in all of its lanes
-/// This works on every lane separately:
+/// These work on every lane separately:
 ///     JoinClamped(a, b, c, d)             the four numbers, clamped to 0 to 255, as its bytes from the lowest
+///     HighWords(a, b)                     the high words of two numbers, a's as the lower one
 /// These work across the whole vector:
 ///     PackLanes(a, b, c, d)               the lanes of four vectors, from 0 to 255, as bytes
 ///     Interleave(a, b, first, second)     a0 b0 a1 b1 and so on, as two vectors
 ///     Deinterleave(a, b, even, odd)       the inverse: every second lane of a, then of b
 ///     SplitHalves(a)                      the first 8 bytes of every block of 16, then the second 8
+///     JoinHalves(a)                       the inverse of SplitHalves
 ///     FirstThree(a)                       lanes 0 1 2, 4 5 6, 8 9 10 and so on; the last quarter is undefined
 ///
 /// All of it has internal linkage and is always inlined. So the linker can never merge code of two levels, which would

@@ -376,6 +376,17 @@ ZCK_INLINE I32 JoinClamped(I32 _a, I32 _b, I32 _c, I32 _d)
     constexpr uint8_t c_arrOrder[16] = {0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15};
     return ShuffleBytes(PackBytes(PackWords(_a, _b), PackWords(_c, _d)), c_arrOrder).vec;
 }
+ZCK_INLINE U16 HighWords(I32 _a, I32 _b)
+{
+    return _mm256_blend_epi16(_mm256_srli_epi32(_a.vec, 16), _b.vec, 0xAA);
+}
+ZCK_INLINE void JoinWords(U16 _a, U16 _b, U16 _c, U16 _d, I32& _first, I32& _second)
+{
+    const __m256i vecAC = PackBytes(_a, _c).vec, vecBD = PackBytes(_b, _d).vec;
+    const __m256i vecAB = _mm256_unpacklo_epi8(vecAC, vecBD), vecCD = _mm256_unpackhi_epi8(vecAC, vecBD);
+    _first = _mm256_unpacklo_epi16(vecAB, vecCD);
+    _second = _mm256_unpackhi_epi16(vecAB, vecCD);
+}
 ZCK_INLINE U8 PackLanes(I32 _a, I32 _b, I32 _c, I32 _d)
 {
     const __m256i vecOrder = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
@@ -407,6 +418,10 @@ template <int Lane> ZCK_INLINE F32 Spread(F32 _a)
     return _mm256_permute_ps(_a.vec, Lane * 0x55);
 }
 ZCK_INLINE I32 SplitHalves(I32 _a)
+{
+    return _mm256_permute4x64_epi64(_a.vec, 0xD8);
+}
+ZCK_INLINE I32 JoinHalves(I32 _a)
 {
     return _mm256_permute4x64_epi64(_a.vec, 0xD8);
 }

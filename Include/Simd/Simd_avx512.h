@@ -371,6 +371,17 @@ ZCK_INLINE I32 JoinClamped(I32 _a, I32 _b, I32 _c, I32 _d)
     constexpr uint8_t c_arrOrder[16] = {0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15};
     return ShuffleBytes(PackBytes(PackWords(_a, _b), PackWords(_c, _d)), c_arrOrder).vec;
 }
+ZCK_INLINE U16 HighWords(I32 _a, I32 _b)
+{
+    return _mm512_mask_blend_epi16(0xAAAAAAAA, _mm512_srli_epi32(_a.vec, 16), _b.vec);
+}
+ZCK_INLINE void JoinWords(U16 _a, U16 _b, U16 _c, U16 _d, I32& _first, I32& _second)
+{
+    const __m512i vecAC = PackBytes(_a, _c).vec, vecBD = PackBytes(_b, _d).vec;
+    const __m512i vecAB = _mm512_unpacklo_epi8(vecAC, vecBD), vecCD = _mm512_unpackhi_epi8(vecAC, vecBD);
+    _first = _mm512_unpacklo_epi16(vecAB, vecCD);
+    _second = _mm512_unpackhi_epi16(vecAB, vecCD);
+}
 ZCK_INLINE U8 PackLanes(I32 _a, I32 _b, I32 _c, I32 _d)
 {
     const __m512i vecOrder = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
@@ -403,6 +414,10 @@ template <int Lane> ZCK_INLINE F32 Spread(F32 _a)
 ZCK_INLINE I32 SplitHalves(I32 _a)
 {
     return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), _a.vec);
+}
+ZCK_INLINE I32 JoinHalves(I32 _a)
+{
+    return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7), _a.vec);
 }
 ZCK_INLINE I32 FirstThree(I32 _a)
 {

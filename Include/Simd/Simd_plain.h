@@ -314,6 +314,23 @@ ZCK_INLINE VECTOR<int32_t, N> JoinClamped(const VECTOR<int32_t, N>& _a, const VE
     return (Byte(_a) | Byte(_b) << 8) | (Byte(_c) << 16 | Byte(_d) << 24);
 }
 template <size_t N>
+ZCK_INLINE VECTOR<uint16_t, 2 * N> HighWords(const VECTOR<int32_t, N>& _a, const VECTOR<int32_t, N>& _b)
+{
+    return VECTOR<uint16_t, 2 * N>::Of([&](size_t _n) { return (_n % 2 ? _b : _a).arr[_n / 2] >> 16; });
+}
+template <size_t N> ZCK_INLINE void JoinWords(const VECTOR<uint16_t, 2 * N>& _a, const VECTOR<uint16_t, 2 * N>& _b,
+                                              const VECTOR<uint16_t, 2 * N>& _c, const VECTOR<uint16_t, 2 * N>& _d,
+                                              VECTOR<int32_t, N>& _first, VECTOR<int32_t, N>& _second)
+{
+    const auto Word = [](const VECTOR<uint16_t, 2 * N>& _vec, size_t _n) { return int32_t{int16_t(_vec.arr[_n])}; };
+    const auto Joined = [&](size_t _n) {
+        const auto Of = [&](const VECTOR<uint16_t, 2 * N>& _vec) { return VECTOR<int32_t, 1>{{Word(_vec, _n)}}; };
+        return JoinClamped(Of(_a), Of(_b), Of(_c), Of(_d)).arr[0];
+    };
+    _first = VECTOR<int32_t, N>::Of([&](size_t _n) { return Joined(_n / 4 * 8 + _n % 4); });
+    _second = VECTOR<int32_t, N>::Of([&](size_t _n) { return Joined(_n / 4 * 8 + 4 + _n % 4); });
+}
+template <size_t N>
 ZCK_INLINE VECTOR<uint8_t, 4 * N> PackLanes(const VECTOR<int32_t, N>& _a, const VECTOR<int32_t, N>& _b,
                                             const VECTOR<int32_t, N>& _c, const VECTOR<int32_t, N>& _d)
 {
@@ -353,6 +370,10 @@ template <int Lane, size_t N> ZCK_INLINE VECTOR<float, N> Spread(const VECTOR<fl
 template <size_t N> ZCK_INLINE VECTOR<int32_t, N> SplitHalves(const VECTOR<int32_t, N>& _a)
 {
     return VECTOR<int32_t, N>::Of([&](size_t _n) { return _a.arr[_n % (N / 2) / 2 * 4 + _n / (N / 2) * 2 + _n % 2]; });
+}
+template <size_t N> ZCK_INLINE VECTOR<int32_t, N> JoinHalves(const VECTOR<int32_t, N>& _a)
+{
+    return VECTOR<int32_t, N>::Of([&](size_t _n) { return _a.arr[_n / 4 * 2 + _n % 4 / 2 * (N / 2) + _n % 2]; });
 }
 template <size_t N> ZCK_INLINE VECTOR<int32_t, N> FirstThree(const VECTOR<int32_t, N>& _a)
 {

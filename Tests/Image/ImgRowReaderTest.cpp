@@ -69,6 +69,19 @@ double WorstOf(const TEST_PIXEL& _pixel, eZYMatrix _eMatrix, const uint8_t* _pBG
     return dblWorst;
 }
 
+// What is read of a row in two pieces is what is read of it at once.
+void ExpectSpans(const CImgRowReader& _reader)
+{
+    const auto nBytes = static_cast<size_t>(_reader.Width()) * 4;
+    std::vector<uint8_t> vecWhole(nBytes), vecPieces(nBytes);
+    const int nRow = _reader.Height() - 1, nSecond = (_reader.Width() - 1) / 6 / 2 * 6;
+    _reader.ReadRow(nRow, vecWhole.data());
+    if (nSecond > 0)
+        _reader.ReadSpan(nRow, 0, nSecond, vecPieces.data(), nRow);
+    _reader.ReadSpan(nRow, nSecond, _reader.Width() - nSecond, vecPieces.data() + ptrdiff_t{4} * nSecond, nRow);
+    EXPECT_EQ(vecPieces, vecWhole);
+}
+
 void ExpectReads(GUARDED_PICTURE _picture, eZGuard _eGuard)
 {
     _picture.FillRandom(static_cast<uint32_t>(_picture.vidProps.nWidth * 31 + _picture.vidProps.nHeight));
@@ -87,6 +100,7 @@ void ExpectReads(GUARDED_PICTURE _picture, eZGuard _eGuard)
                                                   planeOut.Row(0) + ptrdiff_t{4} * x));
     }
     EXPECT_LE(dblWorst, 0.53);
+    ExpectSpans(reader);
     EXPECT_TRUE(planeOut.Intact());
     EXPECT_TRUE(_picture.Intact());
 }

@@ -121,6 +121,10 @@ template <class S> void ProbeWords(CProbeWriter<S>& _writer, typename S::U16 _a,
     _writer.Put(AbsSigned(_a));
     _writer.Put(AddWhere(GreaterSigned(_a, _b), _a, _b));
     _writer.Put(CountWhere(GreaterSigned(_b, _a), _b));
+    typename S::I32 vecFirst, vecSecond;
+    JoinWords(_a, _b, _a - _b, _b >> 8, vecFirst, vecSecond);
+    _writer.Put(vecFirst);
+    _writer.Put(vecSecond);
 }
 
 template <class S> void ProbeInts(CProbeWriter<S>& _writer, typename S::I32 _a, typename S::I32 _b)
@@ -152,6 +156,7 @@ template <class S> void ProbeInts(CProbeWriter<S>& _writer, typename S::I32 _a, 
     _writer.Put(Select(IsNegative(_b), _a, _b));
     _writer.Put(ToF32(_a));
     _writer.Put(PackWords(_a >> 15, _b >> 14));
+    _writer.Put(HighWords(_a, _b));
     _writer.Put(PackLanes(_a & 255, _b & 255, ShiftedIn0(_a, 24), ShiftedIn0(_b, 24)));
     _writer.PutThreeQuarters(FirstThree(_a));
     I32 vecFirst, vecSecond;
@@ -165,6 +170,7 @@ template <class S> void ProbeInts(CProbeWriter<S>& _writer, typename S::I32 _a, 
     _writer.Put(vecFirst);
     _writer.Put(vecSecond);
     _writer.Put(SplitHalves(_a));
+    _writer.Put(JoinHalves(_a));
     _writer.Put(I32(static_cast<int>(Bits(maskMore))));
 }
 

@@ -110,6 +110,7 @@ TEST(Simd, PlainVectorsDoWhatTheirNamesSay)
     ExpectNumbers(vecEven, {0, 1, 2, 3, 4, 5, 6, 7});
     ExpectNumbers(vecOdd, {-100000, -70000, -40000, -10000, 20000, 50000, 80000, 110000});
     ExpectNumbers(SplitHalves(vecUp), {0, 1, 4, 5, 2, 3, 6, 7});
+    ExpectNumbers(JoinHalves(SplitHalves(vecUp)), {0, 1, 2, 3, 4, 5, 6, 7});
     EXPECT_EQ(Bits(Greater(vecWide, -50000)), 0xFCu);
     // In blocks: four of the one, four of the other.
     const PLAIN::U16 vecPacked = PackWords(vecWide, vecUp);
@@ -117,6 +118,10 @@ TEST(Simd, PlainVectorsDoWhatTheirNamesSay)
     ExpectNumbers(PackBytes(vecPacked, PLAIN::U16(7)), {0, 0, 0, 0, 0, 1, 2, 3, 7, 7, 7, 7, 7, 7, 7, 7, 255, 255});
     ExpectNumbers(JoinClamped(vecUp, vecWide, vecUp + 2, vecWide),
                   {0x00020000, 0x00030001, 0x00040002, 0x00050003, -0x00F900FC});
+    ExpectNumbers(HighWords(vecUp << 16, vecWide), {0, 65534, 1, 65534, 2, 65535});
+    JoinWords(Counted<PLAIN::U16>(-1, 1), Counted<PLAIN::U16>(250, 1), 2, 3, vecFirst, vecSecond);
+    ExpectNumbers(vecFirst, {0x0302FA00, 0x0302FB00, 0x0302FC01, 0x0302FD02, 0x0302FF07, 0x0302FF08});
+    ExpectNumbers(vecSecond, {0x0302FE03, 0x0302FF04, 0x0302FF05, 0x0302FF06, 0x0302FF0B});
     ExpectNumbers(MulAdd(PLAIN::U16(-3), Counted<PLAIN::U16>(0, 10)), {-30, -150, -270});
     ExpectNumbers(MulRound(PLAIN::U16(-3), Counted<PLAIN::U16>(16384, 5461)), {65535, 65534, 65534, 65533});
     ExpectNumbers(ClampToByte(Counted<PLAIN::U16>(-1, 128)), {0, 127, 255, 255});

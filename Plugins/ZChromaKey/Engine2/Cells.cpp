@@ -16,7 +16,7 @@ static UNMIX_PAIR PairOf(const uint8_t* _pPixel, int _nOther)
     return pair;
 }
 
-void UNMIX_PICTURE::CellRows(int _nY, uint8_t* _pRoom, const uint8_t* (&_arrRows)[c_nCell]) const
+void UNMIX_PICTURE::CellRows(int _nY, int _nX, int _nPixels, uint8_t* _pRoom, const uint8_t* (&_arrRows)[c_nCell]) const
 {
     const auto Frame = [&](int _nRow) { return nFirst + nStep * std::min(_nRow, nHeight - 1); };
     for (int n = 0; n < c_nCell; ++n)
@@ -24,36 +24,49 @@ void UNMIX_PICTURE::CellRows(int _nY, uint8_t* _pRoom, const uint8_t* (&_arrRows
         const int nRow = _nY * c_nCell + n;
         if (!pReader)
         {
-            _arrRows[n] = Row(std::min(nRow, nHeight - 1));
+            _arrRows[n] = Row(std::min(nRow, nHeight - 1)) + ptrdiff_t{4} * _nX;
             continue;
         }
-        uint8_t* const pRow = _pRoom + ptrdiff_t{4} * nWidth * n;
-        pReader->ReadRow(Frame(nRow), pRow, Frame(nRow + 1));
+        uint8_t* const pRow = _pRoom + ptrdiff_t{4} * _nPixels * n;
+        pReader->ReadSpan(Frame(nRow), _nX, _nPixels, pRow, Frame(nRow + 1));
         _arrRows[n] = pRow;
     }
 }
 
-void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged,
-                uint8_t* _pRoom, int _nFirst, int _nRows)
+// Cells of a row from pixel _nX on, a multiple of three cells; whether any of them has changed.
+static bool PassPixels(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, int _nX,
+                       int _nPixels, int _nY)
 {
+    uint8_t arrRoom[4 * c_nCell * c_nReadPixels];
+    const int nFirst = _nX / c_nCell, nEnd = nFirst + (_nPixels + c_nCell - 1) / c_nCell;
+    const size_t nAt = _cells.At(nFirst, _nY);
+    bool bChanged = false;
+    CELL_ROW row = {};
+    _picture.CellRows(_nY, _nX, _nPixels, arrRoom, row.arrRows);
+    row.nNext = (_nY + 2) * c_nCell <= _picture.nHeight && !_picture.pReader ? c_nCell * _picture.nStride : 0;
+    row.nPixels = _nPixels;
+    row.bAlpha = _picture.bAlpha;
+    row.pSum = &_cells.vecSum[nAt];
+    row.pMin = &_cells.vecMin[nAt];
+    row.pMax = &_cells.vecMax[nAt];
+    row.pChanged = &bChanged;
+    _kernels.pfnCells(row);
+    if (UNMIX_CELLS::HasPairs(_nY))
+        for (int x = nFirst + 1; x < std::min(nEnd, _cells.nWidth - 1); x += 3)
+            _cells.Pair(x, _nY) = PairOf(row.arrRows[0] + ptrdiff_t{16} * (x - nFirst), 8);
+    return bChanged;
+}
+
+void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged,
+                int _nFirst, int _nRows)
+{
+    const int nMost = _picture.pReader ? c_nReadPixels : _picture.nWidth;
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
-        const size_t nAt = _cells.At(0, y);
         bool bChanged = false;
-        CELL_ROW row = {};
-        _picture.CellRows(y, _pRoom, row.arrRows);
-        row.nNext = (y + 2) * c_nCell <= _picture.nHeight && !_picture.pReader ? c_nCell * _picture.nStride : 0;
-        row.nPixels = _picture.nWidth;
-        row.bAlpha = _picture.bAlpha;
-        row.pSum = &_cells.vecSum[nAt];
-        row.pMin = &_cells.vecMin[nAt];
-        row.pMax = &_cells.vecMax[nAt];
-        row.pChanged = &bChanged;
-        _kernels.pfnCells(row);
+        for (int x = 0; x < _picture.nWidth; x += nMost)
+            bChanged |= PassPixels(_kernels, _picture, _cells, x, std::min(nMost, _picture.nWidth - x), y);
         _pChanged[y] = bChanged;
-        if (UNMIX_CELLS::HasPairs(y))
-            for (int x = 1; x < _cells.nWidth - 1; x += 3)
-                _cells.Pair(x, y) = PairOf(row.arrRows[0] + ptrdiff_t{16} * x, 8);
     }
 }
 

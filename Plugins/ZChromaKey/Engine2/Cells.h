@@ -30,15 +30,20 @@ struct UNMIX_PICTURE
     {
         return pDeep0 + _nRow * nDeepStride;
     }
-    /// The rows of pixels of a row of cells; rows below the picture repeat its last. Rows that have to be read are put
-    /// into _pRoom, which has c_nCell rows.
-    void CellRows(int _nY, uint8_t* _pRoom, const uint8_t* (&_arrRows)[c_nCell]) const;
+    /// The pixels of a row of cells from column _nX on, a multiple of c_nCell; rows below the picture repeat its last.
+    /// What has to be read is put into _pRoom, which has room for c_nCell rows of so many pixels.
+    void CellRows(int _nY, int _nX, int _nPixels, uint8_t* _pRoom, const uint8_t* (&_arrRows)[c_nCell]) const;
 };
 
+/// The most pixels that are read of a row at a time: those of a row of cells stay in the first cache. Whole units of
+/// every format that is read, whole vectors, and cells in threes.
+inline constexpr int c_nReadPixels = 768;
+static_assert(c_nReadPixels % 192 == 0);
+
 /// Step 1: sums, least and greatest values of 4x4 pixels for the cell rows _nFirst to _nFirst + _nRows - 1.
-/// _pChanged: a byte a cell row, 0 where all is as it was in the frame before. _pRoom: as UNMIX_PICTURE::CellRows.
+/// _pChanged: a byte a cell row, 0 where all is as it was in the frame before.
 void Cells_Pass(const UNMIX_KERNELS& _kernels, const UNMIX_PICTURE& _picture, UNMIX_CELLS& _cells, uint8_t* _pChanged,
-                uint8_t* _pRoom, int _nFirst, int _nRows);
+                int _nFirst, int _nRows);
 
 /// The rows that an UNMIX_CELL_INPUT has for each field of a picture.
 struct CELL_INPUT_ROWS

@@ -20,7 +20,6 @@ struct PASS
     const UNMIX_KERNELS& kernels;
     PIXEL_RULES arrRules[c_nUnmixMaxKeys];
     FILTER_RULES filter;
-    const uint8_t* arrRows[c_nCell] = {}; // of the row of cells, where bytes of solid pixels are needed
 
     size_t ResultPixel() const
     {
@@ -239,21 +238,25 @@ void SolidCells(const PASS& _pass, int _nX, int _nEnd, int _nY, bool _bProtected
 {
     static constexpr LIMIT_RULES c_none = {};
     const UNMIX_PICTURE& picture = _pass.picture;
-    const ptrdiff_t nFirst = _nX * c_nCell;
+    const int nFirst = _nX * c_nCell;
     SOLID_RUN run = {};
     run.pRules = _bProtected ? &c_none : &_pass.arrRules[_pass.OwnerOf(_nX, _nY)].limit;
     run.bWords = _pass.result.bWords;
-    run.nPixels = static_cast<int>(std::min(_nEnd * c_nCell, picture.nWidth) - nFirst);
+    run.nPixels = std::min(_nEnd * c_nCell, picture.nWidth) - nFirst;
     int32_t arrGlare[c_nSolidCells * c_nCell + RUN_BUFFERS::c_nSlack];
     int32_t* pGlare = arrGlare;
     for (int x = _nX; x < _nEnd; ++x)
         pGlare = std::fill_n(pGlare, c_nCell, _pass.GlareOf(x, _nY) * run.pRules->nGlare);
     std::fill_n(pGlare, RUN_BUFFERS::c_nSlack, 0);
     run.pGlare = arrGlare;
+    uint8_t arrRoom[4 * c_nCell * c_nCell * c_nSolidCells];
+    const uint8_t* arrRows[c_nCell] = {};
+    if (!picture.bDeepSolid)
+        picture.CellRows(_nY, nFirst, run.nPixels, arrRoom, arrRows);
     for (int y = _nY * c_nCell; y < std::min((_nY + 1) * c_nCell, picture.nHeight); ++y)
     {
-        run.pBytes = picture.bDeepSolid ? nullptr : _pass.arrRows[y % c_nCell] + 4 * nFirst;
-        run.pDeep = picture.bDeepSolid ? picture.DeepRow(y) + 4 * nFirst : nullptr;
+        run.pBytes = arrRows[y % c_nCell];
+        run.pDeep = picture.bDeepSolid ? picture.DeepRow(y) + ptrdiff_t{4} * nFirst : nullptr;
         run.pOut = _pass.result.Bytes(y) + nFirst * static_cast<ptrdiff_t>(_pass.ResultPixel());
         run.nNextBytes = y + 1 < picture.nHeight && !picture.pReader ? picture.nStride : 0;
         run.nNextOut = y + 1 < picture.nHeight ? _pass.result.nStride : 0;
@@ -287,16 +290,6 @@ template <class T> void ForEachOwner(const PASS& _pass, int _nX, int _nEnd, int 
         _body(_nX, x);
         _nX = x;
     }
-}
-
-// Has the rows ready that SolidCells takes bytes from.
-void TakeRows(PASS& _pass, uint8_t* _pRoom, int _nY)
-{
-    const auto Any = [&](const CBitRows& _bits) {
-        return std::any_of(_bits.Row(_nY), _bits.Row(_nY) + _bits.Words(), [](uint64_t _n) { return _n != 0; });
-    };
-    if (!_pass.picture.bDeepSolid && (Any(_pass.field.bitsSolid) || Any(_pass.field.bitsProtected)))
-        _pass.picture.CellRows(_nY, _pRoom, _pass.arrRows);
 }
 
 void PixelRow(const PASS& _pass, int _nY)
@@ -370,14 +363,13 @@ FILTER_RULES Pixels_Filter(const UNMIX_STATE& _state, const FIELD_STATE& _field,
 }
 
 void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
-                 bool _bSeen, uint8_t* _pRoom, int _nFirst, int _nRows)
+                 bool _bSeen, int _nFirst, int _nRows)
 {
     PASS pass{_state, _field, _picture, _result, *_state.pKernels, {}, Pixels_Filter(_state, _field, _bSeen)};
     for (int k = 0; k < _state.nKeys; ++k)
         pass.arrRules[k] = Pixels_Rules(_state, _state.arrKeys[k]);
     for (int y = _nFirst; y < _nFirst + _nRows; ++y)
     {
-        TakeRows(pass, _pRoom, y);
         PixelRow(pass, y);
         for (int n = y * c_nCell; n < std::min((y + 1) * c_nCell, _picture.nHeight); ++n)
             _result.Done(n);

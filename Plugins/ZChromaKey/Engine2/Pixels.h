@@ -79,6 +79,5 @@ FILTER_RULES Pixels_Filter(const UNMIX_STATE& _state, const FIELD_STATE& _field,
 
 /// Rows of cells: writes the result of every pixel, and hands it over. _bSeen: the picture of before again, perhaps
 /// with another setup.
-/// _pRoom: as UNMIX_PICTURE::CellRows.
 void Pixels_Pass(UNMIX_STATE& _state, FIELD_STATE& _field, const UNMIX_PICTURE& _picture, const UNMIX_RESULT& _result,
-                 bool _bSeen, uint8_t* _pRoom, int _nFirst, int _nRows);
+                 bool _bSeen, int _nFirst, int _nRows);

@@ -82,7 +82,7 @@ struct SOURCE
         if (reader.IsInPlace())
             TakeAt(reader.RowInPlace(0), _input.vidPtr.cbVideoRowBytes[0]);
         else if (!_bKeep && AreSamplesEnough(_state, samples, picture))
-            TakeByRows(_state);
+            picture.pReader = &reader;
         else
         {
             TakeOwn(_state);
@@ -103,11 +103,6 @@ private:
     {
         picture.pRow0 = _pRow0;
         picture.nStride = _nStride;
-    }
-    void TakeByRows(UNMIX_STATE& _state)
-    {
-        _state.MakeRoom(_state.arrFields[0].cells.nHeight);
-        picture.pReader = &reader;
     }
     void TakeOwn(UNMIX_STATE& _state)
     {

@@ -90,7 +90,7 @@ bool KeyOf(const IMG_PICTURE& _picture, UNMIX_KEY* _pKey)
     picture.pRow0 = _picture.vecBGRA.data();
     picture.nStride = ptrdiff_t{4} * _picture.nWidth;
     UNMIX_CELLS& cells = state.arrFields[0].cells;
-    Cells_Pass(*state.pKernels, picture, cells, state.vecChanged.data(), nullptr, 0, cells.nHeight);
+    Cells_Pass(*state.pKernels, picture, cells, state.vecChanged.data(), 0, cells.nHeight);
     return Screen_FindKey(cells, _pKey);
 }
 

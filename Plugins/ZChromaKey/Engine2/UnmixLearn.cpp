@@ -263,8 +263,7 @@ void MakeCells(const UNMIX_RUN& _run)
     _run.CellRows([&](int _nFirst, int _nRows) {
         if (_run.pReader && !bApart)
             ReadRows(_run, _nFirst, _nRows);
-        Cells_Pass(*state.pKernels, _run.picture, _run.field.cells, state.vecChanged.data(), state.RoomOf(_nFirst),
-                   _nFirst, _nRows);
+        Cells_Pass(*state.pKernels, _run.picture, _run.field.cells, state.vecChanged.data(), _nFirst, _nRows);
         if (state.nKeys > 0)
             Screen_Pass(state, _run.field, _run.nField, _nFirst, _nRows);
     });

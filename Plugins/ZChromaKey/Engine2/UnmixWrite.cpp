@@ -8,23 +8,30 @@
 
 namespace
 {
-void PassRow(const UNMIX_RUN& _run, const uint8_t* _pRow, int _nY)
+// Pixels of a row of cells from column _nX on.
+void PassPixels(const UNMIX_RUN& _run, int _nX, int _nPixels, int _nY)
 {
-    for (int x = 0; x < _run.picture.nWidth; ++x, _pRow += 4)
-        _run.result.Put(
-            x, _nY, {static_cast<float>(_pRow[0]), static_cast<float>(_pRow[1]), static_cast<float>(_pRow[2]), 255});
-    _run.result.Done(_nY);
+    uint8_t arrRoom[4 * c_nCell * c_nReadPixels];
+    const uint8_t* arrRows[c_nCell];
+    _run.picture.CellRows(_nY, _nX, _nPixels, arrRoom, arrRows);
+    for (int n = 0; n < std::min(c_nCell, _run.picture.nHeight - _nY * c_nCell); ++n)
+        for (int x = 0; x < _nPixels; ++x)
+        {
+            const uint8_t* const p = arrRows[n] + ptrdiff_t{4} * x;
+            _run.result.Put(_nX + x, _nY * c_nCell + n,
+                            {static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]), 255});
+        }
 }
 
 void PassThrough(const UNMIX_RUN& _run)
 {
     _run.CellRows([&](int _nFirst, int _nRows) {
-        const uint8_t* arrRows[c_nCell];
         for (int y = _nFirst; y < _nFirst + _nRows; ++y)
         {
-            _run.picture.CellRows(y, _run.state.RoomOf(_nFirst), arrRows);
-            for (int n = 0; n < std::min(c_nCell, _run.picture.nHeight - y * c_nCell); ++n)
-                PassRow(_run, arrRows[n], y * c_nCell + n);
+            for (int x = 0; x < _run.picture.nWidth; x += c_nReadPixels)
+                PassPixels(_run, x, std::min(c_nReadPixels, _run.picture.nWidth - x), y);
+            for (int n = y * c_nCell; n < std::min((y + 1) * c_nCell, _run.picture.nHeight); ++n)
+                _run.result.Done(n);
         }
     });
 }
@@ -39,7 +46,7 @@ void WritePixels(const UNMIX_RUN& _run, bool _bLast)
     _run.runner.Step(eUS_Pixels);
     Pixels_TakePast(_run.field);
     _run.CellRows([&](int _nFirst, int _nRows) {
-        Pixels_Pass(state, _run.field, _run.picture, result, state.bSeen, state.RoomOf(_nFirst), _nFirst, _nRows);
+        Pixels_Pass(state, _run.field, _run.picture, result, state.bSeen, _nFirst, _nRows);
     });
 }
 

@@ -17,6 +17,7 @@ struct UNMIX_PICTURE
     int nStep = 1;
     const uint16_t* pDeep0 = nullptr; ///< the same in 64ths of a level, where it is known better; else null
     ptrdiff_t nDeepStride = 0;        ///< samples
+    int nDeepFirst = 0;               ///< the row that is at pDeep0
     bool bAlpha = false;              ///< A counts; else it is taken as 255
     bool bDeepSolid = false;          ///< solid cells are in pDeep0 as well, not only mixed ones
     int nWidth = 0;
@@ -28,7 +29,7 @@ struct UNMIX_PICTURE
     }
     const uint16_t* DeepRow(int _nRow) const
     {
-        return pDeep0 + _nRow * nDeepStride;
+        return pDeep0 + (_nRow - nDeepFirst) * nDeepStride;
     }
     /// The pixels of a row of cells from column _nX on, a multiple of c_nCell; rows below the picture repeat its last.
     /// What has to be read is put into _pRoom, which has room for c_nCell rows of so many pixels.

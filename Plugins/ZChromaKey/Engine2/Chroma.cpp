@@ -201,3 +201,23 @@ void Chroma_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, const UNM
 {
     _state.pChroma->pfnRebuild(Chroma_Job(_state, _field, _samples, _pDeep0, _nDeepStride), _nFirst, _nRows);
 }
+
+UNMIX_PICTURE Chroma_PartPass(const UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_SAMPLES& _samples,
+                              const UNMIX_PICTURE& _picture, const CPassRooms::ROOM& _room, int _nFirst, int _nRows)
+{
+    auto* const pDeep0 = reinterpret_cast<uint16_t*>(_room.Bytes());
+    UNMIX_PICTURE picture = _picture;
+    picture.pDeep0 = pDeep0;
+    picture.nDeepStride = ptrdiff_t{4} * _picture.nWidth;
+    picture.nDeepFirst = _nFirst * c_nCell - 1;
+    CHROMA_JOB job = Chroma_Job(_state, _field, _samples, pDeep0, picture.nDeepStride);
+    job.nDeepFirst = picture.nDeepFirst;
+    job.bRim = true;
+    _state.pChroma->pfnRebuild(job, _nFirst, _nRows);
+    return picture;
+}
+
+size_t Chroma_RoomBytes(int _nWidth)
+{
+    return 4 * sizeof(uint16_t) * static_cast<size_t>(_nWidth) * (c_nPassPart * c_nCell + 2);
+}

@@ -37,7 +37,13 @@ void Chroma_MakeScales(CHROMA_JOB& _job);
 CHROMA_JOB Chroma_Job(const UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_SAMPLES& _samples,
                       uint16_t* _pDeep0, ptrdiff_t _nDeepStride);
 
-/// Rows of cells: writes what Pixels_Pass needs to _pDeep0: mixed cells and their neighbours, and of deep pictures
-/// the solid ones.
+/// Rows of cells: writes what Pixels_Pass needs to _pDeep0: mixed cells and the pixels next to them, and of deep
+/// pictures the solid ones.
 void Chroma_Pass(const UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_SAMPLES& _samples, uint16_t* _pDeep0,
                  ptrdiff_t _nDeepStride, int _nFirst, int _nRows);
+/// The same of a part of a pass alone, with the rows of pixels above and below it, into its room. The picture whose
+/// pixels are there.
+UNMIX_PICTURE Chroma_PartPass(const UNMIX_STATE& _state, const FIELD_STATE& _field, const UNMIX_SAMPLES& _samples,
+                              const UNMIX_PICTURE& _picture, const CPassRooms::ROOM& _room, int _nFirst, int _nRows);
+/// The bytes of such a room, for c_nPassPart rows of cells.
+size_t Chroma_RoomBytes(int _nWidth);

@@ -50,7 +50,7 @@ HRESULT CUnmixClean::Init(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const 
     m_nHeight = std::abs(_input.vidProps.nHeight);
     if (const HRESULT hr = m_reader.Init(_input.vidProps, _input.vidPtr, _input.eMatrix); FAILED(hr))
         return hr;
-    _state.MakeRoom(Groups());
+    _state.rooms.Make(size_t{4} * IMG_PATCH::c_nHeight * static_cast<size_t>(m_nWidth));
     const UNMIX_SAMPLES samples = Chroma_Samples(_input.vidProps, _input.vidPtr, eZYM_601);
     for (int n = 0; n < _state.nFields; ++n)
         m_arrDeep[n] = Chroma_Field(samples, n, _state.nFields).eLayout != UNMIX_SAMPLES::eNone;
@@ -60,8 +60,9 @@ HRESULT CUnmixClean::Init(UNMIX_STATE& _state, const UNMIX_INPUT& _input, const 
 
 void CUnmixClean::Pass(int _nFirst, int _nGroups) const
 {
+    const CPassRooms::ROOM room(m_pState->rooms);
     for (int nGroup = _nFirst; nGroup < _nFirst + _nGroups; ++nGroup)
-        PassGroup(nGroup, m_pState->RoomOf(_nFirst));
+        PassGroup(nGroup, room.Bytes());
 }
 
 void CUnmixClean::PassGroup(int _nGroup, uint8_t* _pRoom) const

@@ -15,6 +15,7 @@ struct UNMIX_RESULT
     /// Is called on the workers with rows of the frame that are as they are to be, each once, while they are still in
     /// the cache; null: nobody asks. Borrowed. Of a field, whose rows are nFirst, nFirst + nStep ... of the frame.
     const CRowPass* pTaker = nullptr;
+    bool bKeepDeep = false; ///< UNMIX_STATE::vecDeep is asked for afterwards
     int nFirst = 0;
     int nStep = 1;
 

@@ -30,7 +30,7 @@ enum eUnmixStep
     eUS_Noise,
     eUS_Classes,
     eUS_Foreground,
-    eUS_Chroma,
+    eUS_Chroma, ///< where its pixels stay; else it is part of the next
     eUS_Pixels,
     eUS_Edges,
     eUS_Views,

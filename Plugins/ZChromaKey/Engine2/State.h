@@ -4,6 +4,7 @@
 #include "ZChromaKey/Engine2/Kernels/ChromaKernels.h"
 #include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
 #include "ZChromaKey/Engine2/Params.h"
+#include "ZChromaKey/Engine2/PassRooms.h"
 #include "ZChromaKey/Engine2/Runner.h"
 
 #include <array>
@@ -267,22 +268,11 @@ struct UNMIX_STATE
     std::vector<float> vecEnvelope;
     std::vector<uint16_t> arrAlpha[2]; ///< of the picture, 0 to 65535, where edges are moved or blurred
     std::vector<uint8_t> vecPicture;   ///< B, G, R, A of formats that are not, where all of it is to stay
-    std::vector<uint8_t> vecRoom;      ///< c_nCell rows of pixels for each part of a pass
-    std::vector<uint16_t>
-        vecDeep; ///< B, G, R, A in 64ths of a level, of pictures of more than 8 bits or with shared chroma
+    CPassRooms rooms;                  ///< what a part of a pass needs
+    /// B, G, R, A in 64ths of a level, of pictures of more than 8 bits or with shared chroma, where they are to stay.
+    std::vector<uint16_t> vecDeep;
     std::vector<int16_t> vecDifference;
 
-    /// Makes room for c_nCell rows of pixels for each part of passes over so many rows.
-    void MakeRoom(int _nRows)
-    {
-        const int nParts = (_nRows + c_nPassPart - 1) / c_nPassPart;
-        vecRoom.resize(std::max(vecRoom.size(), size_t{4} * c_nCell * nWidth * nParts));
-    }
-    /// That of the part that begins with a row; null where none was made.
-    uint8_t* RoomOf(int _nFirst)
-    {
-        return vecRoom.empty() ? nullptr : &vecRoom[size_t{4} * c_nCell * nWidth * (_nFirst / c_nPassPart)];
-    }
     VEC4 Plate(int _nX, int _nY) const
     {
         return vecPlate[static_cast<size_t>(_nY) * nPlateWidth + _nX];

@@ -11,7 +11,8 @@
 namespace
 {
 // The rows of one field of a picture.
-UNMIX_PICTURE FieldOf(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_SAMPLES& _samples, int _nField)
+UNMIX_PICTURE FieldOf(const UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const UNMIX_SAMPLES& _samples,
+                      int _nField)
 {
     UNMIX_PICTURE field = _picture;
     if (field.pRow0)
@@ -19,14 +20,8 @@ UNMIX_PICTURE FieldOf(UNMIX_STATE& _state, const UNMIX_PICTURE& _picture, const 
     field.nStride *= _state.nFields;
     field.nFirst = _nField;
     field.nStep = _state.nFields;
-    if (Chroma_Field(_samples, _nField, _state.nFields).eLayout != UNMIX_SAMPLES::eNone)
-    {
-        const ptrdiff_t nDeepStride = ptrdiff_t{4} * _picture.nWidth;
-        _state.vecDeep.resize(static_cast<size_t>(nDeepStride) * _picture.nHeight);
-        field.pDeep0 = _state.vecDeep.data() + _nField * nDeepStride;
-        field.nDeepStride = nDeepStride * _state.nFields;
-        field.bDeepSolid = _samples.IsDeep();
-    }
+    const bool bSamples = Chroma_Field(_samples, _nField, _state.nFields).eLayout != UNMIX_SAMPLES::eNone;
+    field.bDeepSolid = bSamples && _samples.IsDeep();
     field.nHeight = _state.arrFields[_nField].nRows;
     return field;
 }
@@ -205,8 +200,8 @@ HRESULT Unmix_Open(UNMIX_STATE& _state, const UNMIX_INPUT& _input, IRowRunner& _
     return WithRuns(_state, source, {}, _runner, [&](std::span<const UNMIX_RUN> _runs) {
         for (const UNMIX_RUN& field : _runs)
         {
-            const UNMIX_RUN run = UnmixRun_WithSharedChroma(field);
-            run.picture.pDeep0 ? UnmixRun_Refine(run) : UnmixRun_Deepen(run);
+            const UNMIX_RUN run = UnmixRun_WithDeep(UnmixRun_WithSharedChroma(field));
+            run.samples.eLayout != UNMIX_SAMPLES::eNone ? UnmixRun_Refine(run) : UnmixRun_Deepen(run);
         }
         _pPicture->pDeep0 = _state.vecDeep.data();
         _pPicture->nDeepStride = ptrdiff_t{4} * _state.nWidth;

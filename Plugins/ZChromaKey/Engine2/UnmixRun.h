@@ -53,9 +53,11 @@ UNMIX_SEEN UnmixRun_TakeSetup(UNMIX_STATE& _state, const UNMIX_SETUP& _setup, co
 /// What the fields of a frame teach, up to the classes of their cells. S_FALSE: there is no key.
 HRESULT UnmixRun_Learn(std::span<const UNMIX_RUN> _runs, const UNMIX_SEEN& _seen);
 
-/// The run with room for pixels that luma's detail makes better, if their chroma was shared once.
+/// The run with samples of pixels that luma's detail makes better, if their chroma was shared once.
 UNMIX_RUN UnmixRun_WithSharedChroma(const UNMIX_RUN& _run);
-/// Pixels that the planes know better than the 8-bit reader, or that have shared their chroma once.
+/// The run with vecDeep as the place of its pixels in 64ths of a level.
+UNMIX_RUN UnmixRun_WithDeep(const UNMIX_RUN& _run);
+/// Into vecDeep: pixels that the planes know better than the 8-bit reader, or that have shared their chroma once.
 void UnmixRun_Refine(const UNMIX_RUN& _run);
 /// The bytes of the picture in 64ths of a level.
 void UnmixRun_Deepen(const UNMIX_RUN& _run);

@@ -94,6 +94,7 @@ HRESULT CUnmixWork::Write()
     const CRowPass taker(Rows);
     UNMIX_RESULT result = m_result;
     result.pTaker = &taker;
+    result.bKeepDeep = IsCleaned();
     const HRESULT hr = m_eTask == eUT_Frame
                            ? Unmix_Frame(state, m_setup, Input(), result, m_runner)
                            : Unmix_Write(state, Input(), result, m_runner, m_eTask == eUT_Write ? eUW_All : eUW_Finish);

@@ -45,8 +45,19 @@ void WritePixels(const UNMIX_RUN& _run, bool _bLast)
         result.pTaker = nullptr;
     _run.runner.Step(eUS_Pixels);
     Pixels_TakePast(_run.field);
+    const auto Write = [&](const UNMIX_PICTURE& _picture, int _nFirst, int _nRows) {
+        Pixels_Pass(state, _run.field, _picture, result, state.bSeen, _nFirst, _nRows);
+    };
+    if (_run.samples.eLayout == UNMIX_SAMPLES::eNone || _run.picture.pDeep0)
+        return _run.CellRows([&](int _nFirst, int _nRows) { Write(_run.picture, _nFirst, _nRows); });
+    state.rooms.Make(Chroma_RoomBytes(state.nWidth));
     _run.CellRows([&](int _nFirst, int _nRows) {
-        Pixels_Pass(state, _run.field, _run.picture, result, state.bSeen, _nFirst, _nRows);
+        const CPassRooms::ROOM room(state.rooms);
+        for (int y = _nFirst; y < _nFirst + _nRows; y += c_nPassPart)
+        {
+            const int nRows = std::min(c_nPassPart, _nFirst + _nRows - y);
+            Write(Chroma_PartPass(state, _run.field, _run.samples, _run.picture, room, y, nRows), y, nRows);
+        }
     });
 }
 
@@ -76,22 +87,26 @@ void HandOver(const UNMIX_RUN& _run)
 UNMIX_RUN UnmixRun_WithSharedChroma(const UNMIX_RUN& _run)
 {
     UNMIX_RUN run = _run;
-    UNMIX_STATE& state = run.state;
-    const UNMIX_SAMPLES samples = Fineness_Samples(state, run.picture);
+    const UNMIX_SAMPLES samples = Fineness_Samples(run.state, run.picture);
     if (run.samples.eLayout != UNMIX_SAMPLES::eNone || samples.eLayout == UNMIX_SAMPLES::eNone)
         return run;
     run.samples = samples;
-    const ptrdiff_t nDeepStride = ptrdiff_t{4} * state.nWidth;
-    state.vecDeep.resize(static_cast<size_t>(nDeepStride) * state.nHeight);
-    run.picture.pDeep0 = state.vecDeep.data() + run.nField * nDeepStride;
-    run.picture.nDeepStride = nDeepStride * state.nFields;
+    return run;
+}
+
+UNMIX_RUN UnmixRun_WithDeep(const UNMIX_RUN& _run)
+{
+    UNMIX_RUN run = _run;
+    UNMIX_STATE& state = run.state;
+    const ptrdiff_t nStride = ptrdiff_t{4} * state.nWidth;
+    state.vecDeep.resize(static_cast<size_t>(nStride) * state.nHeight);
+    run.picture.pDeep0 = state.vecDeep.data() + run.nField * nStride;
+    run.picture.nDeepStride = nStride * state.nFields;
     return run;
 }
 
 void UnmixRun_Refine(const UNMIX_RUN& _run)
 {
-    if (_run.samples.eLayout == UNMIX_SAMPLES::eNone)
-        return;
     _run.runner.Step(eUS_Chroma);
     const ptrdiff_t nStride = ptrdiff_t{4} * _run.state.nWidth;
     uint16_t* const pRow0 = _run.state.vecDeep.data() + _run.nField * nStride;
@@ -115,11 +130,14 @@ void UnmixRun_Write(const UNMIX_RUN& _run, eUnmixWrite _eWrite)
 {
     if (_run.state.nKeys == 0)
         return PassThrough(_run);
-    const UNMIX_RUN run = UnmixRun_WithSharedChroma(_run);
+    const UNMIX_RUN runShared = UnmixRun_WithSharedChroma(_run);
+    const bool bKeepDeep = runShared.result.bKeepDeep && runShared.samples.eLayout != UNMIX_SAMPLES::eNone;
+    const UNMIX_RUN run = bKeepDeep ? UnmixRun_WithDeep(runShared) : runShared;
     const bool bEdges = Edges_Wanted(run.state), bViews = Views_Wanted(run.state, run.picture);
     if (_eWrite == eUW_All)
     {
-        UnmixRun_Refine(run);
+        if (bKeepDeep)
+            UnmixRun_Refine(run);
         WritePixels(run, !bEdges && !bViews);
     }
     run.runner.Step(eUS_Edges);

@@ -58,6 +58,13 @@ struct CHROMA_NEEDED
     }
 };
 
+/// The cells of a tile that are in the picture.
+ZCK_INLINE uint64_t ChromaValid(const CHROMA_JOB& _job, int _nWord)
+{
+    const int nCells = _job.nCellColumns - _nWord * c_nChromaTile;
+    return nCells < 64 ? (uint64_t{1} << nCells) - 1 : ~uint64_t{0};
+}
+
 /// Mixed cells of a tile's row and those to the left and right of them; none outside of the picture.
 ZCK_INLINE uint64_t ChromaMixed(const CHROMA_JOB& _job, int _nWord, int _nY)
 {
@@ -65,15 +72,13 @@ ZCK_INLINE uint64_t ChromaMixed(const CHROMA_JOB& _job, int _nWord, int _nY)
         return 0;
     const uint64_t* const pRow = _job.pMixed + static_cast<ptrdiff_t>(_nY) * _job.nWords + _nWord;
     const uint64_t nLeft = _nWord > 0 ? pRow[-1] : 0, nRight = _nWord + 1 < _job.nWords ? pRow[1] : 0;
-    return pRow[0] | pRow[0] << 1 | pRow[0] >> 1 | nLeft >> 63 | nRight << 63;
+    return (pRow[0] | pRow[0] << 1 | pRow[0] >> 1 | nLeft >> 63 | nRight << 63) & ChromaValid(_job, _nWord);
 }
 
 ZCK_INLINE CHROMA_NEEDED ChromaNeeded(const CHROMA_JOB& _job, int _nWord, int _nY)
 {
-    const int nCells = _job.nCellColumns - _nWord * c_nChromaTile;
-    const uint64_t nValid = nCells < 64 ? (uint64_t{1} << nCells) - 1 : ~uint64_t{0};
     const auto Filled = [&](uint64_t _n) {
-        return (_n | (_n << 1 & (_n >> 1 | _n >> 2)) | (_n << 2 & _n >> 1)) & nValid;
+        return (_n | (_n << 1 & (_n >> 1 | _n >> 2)) | (_n << 2 & _n >> 1)) & ChromaValid(_job, _nWord);
     };
     uint64_t nOwn = ChromaMixed(_job, _nWord, _nY);
     if (_job.pSolid)
@@ -89,9 +94,10 @@ public:
     ZCK_INLINE CChromaNeeds(const CHROMA_JOB& _job, int _nWord, int _nFirst, int _nRows)
         : m_job(_job)
         , m_nWord(_nWord)
-        , m_nY(_nFirst - 1)
+        , m_nFirst(_nFirst)
         , m_nEnd(_nFirst + _nRows)
-        , m_arr{{}, {}, ChromaNeeded(_job, _nWord, _nFirst)}
+        , m_nY(_nFirst - 2)
+        , m_arr{{}, {}, RowNeeded(_nFirst - 1)}
     {
     }
     ZCK_INLINE void Next()
@@ -99,13 +105,18 @@ public:
         ++m_nY;
         m_arr[0] = m_arr[1];
         m_arr[1] = m_arr[2];
-        m_arr[2] = m_nY + 1 < m_nEnd ? ChromaNeeded(m_job, m_nWord, m_nY + 1) : CHROMA_NEEDED{};
+        m_arr[2] = RowNeeded(m_nY + 1);
+    }
+    /// None of the rows needs anything, nor will one.
+    ZCK_INLINE bool IsOver() const
+    {
+        return m_nY > m_nEnd + 1;
     }
     ZCK_INLINE bool IsAny() const
     {
         return (m_arr[0].Any() | m_arr[1].Any() | m_arr[2].Any()) != 0;
     }
-    /// The row in the middle; at first it is the one above the first.
+    /// The row in the middle; at first it is two above the first.
     ZCK_INLINE int Row() const
     {
         return m_nY;
@@ -120,9 +131,23 @@ public:
     }
 
 private:
+    ZCK_INLINE CHROMA_NEEDED RowNeeded(int _nY) const
+    {
+        if (_nY < 0 || _nY >= m_job.nCellRows)
+            return {};
+        if (_nY >= m_nFirst && _nY < m_nEnd)
+            return ChromaNeeded(m_job, m_nWord, _nY);
+        if (m_job.bRim && _nY == m_nFirst - 1)
+            return {0, 0, ChromaMixed(m_job, m_nWord, m_nFirst)};
+        if (m_job.bRim && _nY == m_nEnd)
+            return {ChromaMixed(m_job, m_nWord, m_nEnd - 1), 0, 0};
+        return {};
+    }
+
     const CHROMA_JOB& m_job;
     int m_nWord;
-    int m_nY;
+    int m_nFirst;
     int m_nEnd;
+    int m_nY;
     CHROMA_NEEDED m_arr[3];
 };

@@ -87,6 +87,9 @@ struct CHROMA_JOB
 
     uint16_t* pDeep0;
     ptrdiff_t nDeepStride; ///< numbers from row to row
+    int nDeepFirst;        ///< the row that is at pDeep0
+    /// Of the rows of cells above and below those that are rebuilt, the row of pixels that is next to them is as well.
+    bool bRim;
 };
 
 /// Every level gives the same bytes: single precision in a fixed order, nothing fused. No byte outside of the planes'

@@ -32,12 +32,13 @@ template <class S> void ChromaPixels_r210(const uint8_t* _pWords, uint16_t* _pOu
 template <class S> void ChromaRebuild_r210(const CHROMA_JOB& _job, int _nFirst, int _nRows)
 {
     const UNMIX_SAMPLES& samples = _job.samples;
-    for (int y = 4 * _nFirst; y < 4 * (_nFirst + _nRows) && y < samples.nHeight; ++y)
+    const int nRim = _job.bRim ? 1 : 0, nFirst = _nFirst > 0 ? 4 * _nFirst - nRim : 0;
+    for (int y = nFirst; y < 4 * (_nFirst + _nRows) + nRim && y < samples.nHeight; ++y)
         for (int nWord = 0; nWord < _job.nWords; ++nWord)
             ForBitRuns(ChromaNeeded(_job, nWord, y / 4).Row(y), [&](int _nFrom, int _nEnd) {
                 const int x0 = 4 * (c_nChromaTile * nWord + _nFrom), x1 = 4 * (c_nChromaTile * nWord + _nEnd);
                 ChromaPixels_r210<S>(samples.arrRow0[0] + y * samples.anStride[0] + ptrdiff_t{4} * x0,
-                                     _job.pDeep0 + y * _job.nDeepStride + ptrdiff_t{4} * x0,
+                                     _job.pDeep0 + (y - _job.nDeepFirst) * _job.nDeepStride + ptrdiff_t{4} * x0,
                                      (x1 < samples.nWidth ? x1 : samples.nWidth) - x0);
             });
 }

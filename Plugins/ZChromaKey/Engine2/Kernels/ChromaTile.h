@@ -74,7 +74,7 @@ public:
         m_nCell0 = _nWord * c_nChromaTile;
         m_arrPlate[0].nRow = m_arrPlate[1].nRow = -1;
         const int nSampleRows = 4 / m_nDiv;
-        for (CChromaNeeds needs(m_job, _nWord, _nFirst, _nRows); needs.Row() <= _nFirst + _nRows; needs.Next())
+        for (CChromaNeeds needs(m_job, _nWord, _nFirst, _nRows); !needs.IsOver(); needs.Next())
             for (int j = needs.Row() * nSampleRows; needs.IsAny() && j < (needs.Row() + 1) * nSampleRows; ++j)
             {
                 SampleRow(j, needs.Of(FirstPixel(j - 1), LastPixel(j + 1)));
@@ -340,7 +340,7 @@ private:
     {
         const int nBase = 2 * m_nCell0 - CHROMA_STRIP::c_nBefore;
         const int nWidth = m_job.samples.nWidth;
-        uint16_t* const pRow = m_job.pDeep0 + _nY * m_job.nDeepStride;
+        uint16_t* const pRow = m_job.pDeep0 + (_nY - m_job.nDeepFirst) * m_job.nDeepStride;
         for (int n = _nFirst; n < _nEnd; n += c_nLanes)
         {
             SIDE left, right;

@@ -35,12 +35,24 @@ struct CHROMA_ROW
     CHROMA_STRIP arrFactor[2];   ///< of blue - luma and red - luma
 };
 
-/// A row of the plate between the middles of its cells: luma, blue - luma, red - luma, and arrAcross of the key.
-struct CHROMA_PLATE_ROW
+/// All that is known of a tile at a time. As little as can be, for it is to stay in the first cache.
+struct CHROMA_STRIPS
 {
-    CHROMA_STRIP arr[4];
+    CHROMA_STRIP arrLuma[8][2]; ///< by row of pixels: of left and of right ones
+    CHROMA_ROW arrRows[3];
+    CHROMA_STRIP arrOff[4];
+    CHROMA_STRIP arrBetween[5];
+    /// Rows of the plate between the middles of its cells: luma, blue - luma, red - luma, and arrAcross of the key.
+    CHROMA_STRIP arrPlate[2][4];
+};
+constexpr size_t c_nChromaLine = 64; ///< bytes of the cache; vectors across two of them are slow
+static_assert(sizeof(CHROMA_STRIP) % c_nChromaLine == 0);
+
+/// What arrPlate has of a row of the plate.
+struct CHROMA_PLATE_KNOWN
+{
     int nRow = -1;
-    uint64_t nCells = 0; ///< where it is known
+    uint64_t nCells = 0;
 };
 
 /// Vectors of pixels that follow each other; only the first _nPixels are written.
@@ -66,13 +78,18 @@ public:
         : m_job(_job)
         , m_layout{_job}
         , m_nDiv(_job.samples.nChromaDiv)
+        , m_nLumaMask(m_nDiv == 2 ? 7 : 1)
+        , m_strips(*reinterpret_cast<CHROMA_STRIPS*>(m_arrRoom + c_nChromaLine -
+                                                     reinterpret_cast<uintptr_t>(m_arrRoom) % c_nChromaLine))
     {
     }
+    CChromaTile(const CChromaTile&) = delete; // m_strips is of this one
+    CChromaTile& operator=(const CChromaTile&) = delete;
     /// Rows of cells of the tile that word _nWord of their bits is about.
     void Rebuild(int _nWord, int _nFirst, int _nRows)
     {
         m_nCell0 = _nWord * c_nChromaTile;
-        m_arrPlate[0].nRow = m_arrPlate[1].nRow = -1;
+        m_arrKnown[0].nRow = m_arrKnown[1].nRow = -1;
         const int nSampleRows = 4 / m_nDiv;
         for (CChromaNeeds needs(m_job, _nWord, _nFirst, _nRows); !needs.IsOver(); needs.Next())
             for (int j = needs.Row() * nSampleRows; needs.IsAny() && j < (needs.Row() + 1) * nSampleRows; ++j)
@@ -95,6 +112,12 @@ private:
     {
         return m_nDiv * _nRow + 2 * (m_nDiv - 1);
     }
+    // Where vectors over columns begin: where there are many, at a place that does not have them lie across two lines.
+    // What is before the first column is then worked out again, from what it was, or is not taken.
+    static int Aligned(int _nFirst, int _nEnd)
+    {
+        return _nEnd - _nFirst > 4 * c_nLanes ? _nFirst & -c_nLanes : _nFirst;
+    }
     // The place in a strip of a cell's first column.
     static int Column(int _nCell)
     {
@@ -102,11 +125,11 @@ private:
     }
     CHROMA_ROW& Row(int _nRow)
     {
-        return m_arrRows[_nRow & 3];
+        return m_strips.arrRows[(_nRow + 12) % 3]; // rows begin with those of a cell above the picture
     }
     CHROMA_STRIP* Luma(int _nPixelRow)
     {
-        return m_arrLuma[_nPixelRow & 7];
+        return m_strips.arrLuma[_nPixelRow & m_nLumaMask];
     }
 
     void PlateCell(float (&_arr)[4], int _nX, int _nRow) const
@@ -120,13 +143,14 @@ private:
         _arr[3] = m_job.arrAcross[m_job.pOwner[nAt]];
     }
     // Four columns lie between the middles of two cells.
-    const CHROMA_PLATE_ROW& PlateRow(int _nRow, uint64_t _nCells)
+    const CHROMA_STRIP* PlateRow(int _nRow, uint64_t _nCells)
     {
         static constexpr float c_arrOther[4] = {.125f, .375f, .625f, .875f};
-        CHROMA_PLATE_ROW& row = m_arrPlate[_nRow & 1];
-        row.nCells = row.nRow == _nRow ? row.nCells : 0;
-        row.nRow = _nRow;
-        ForBitRuns(_nCells & ~row.nCells, [&](int _nFirst, int _nEnd) {
+        CHROMA_STRIP* const pStrips = m_strips.arrPlate[_nRow & 1];
+        CHROMA_PLATE_KNOWN& known = m_arrKnown[_nRow & 1];
+        known.nCells = known.nRow == _nRow ? known.nCells : 0;
+        known.nRow = _nRow;
+        ForBitRuns(_nCells & ~known.nCells, [&](int _nFirst, int _nEnd) {
             float arrLeft[4], arrRight[4];
             PlateCell(arrRight, m_nCell0 / 2 + (_nFirst >> 1) - 1, _nRow);
             for (int n = (_nFirst >> 1) - 1; n <= (2 * _nEnd - 1) >> 2; ++n)
@@ -136,21 +160,21 @@ private:
                 PlateCell(arrRight, m_nCell0 / 2 + n + 1, _nRow);
                 for (int i = 0; i < 4; ++i)
                 {
-                    float* const p = row.arr[i].arr + CHROMA_STRIP::c_nBefore + 4 * n + 2;
+                    float* const p = pStrips[i].arr + CHROMA_STRIP::c_nBefore + 4 * n + 2;
                     for (int x = 0; x < 4; ++x)
                         p[x] = arrLeft[i] + (arrRight[i] - arrLeft[i]) * c_arrOther[x];
                 }
             }
         });
-        row.nCells |= _nCells;
-        return row;
+        known.nCells |= _nCells;
+        return pStrips;
     }
 
     void Unpack(int _nRow, int _nFirst, int _nEnd)
     {
         const int nBase = 2 * m_nCell0 - CHROMA_STRIP::c_nBefore;
         for (int y = _nRow * m_nDiv; y < (_nRow + 1) * m_nDiv; ++y)
-            UnpackLuma(m_layout, y, nBase + _nFirst, nBase + _nEnd, nBase, Luma(y)[0].arr, Luma(y)[1].arr);
+            UnpackLuma<S>(m_layout, y, nBase + _nFirst, nBase + _nEnd, nBase, Luma(y)[0].arr, Luma(y)[1].arr);
         CHROMA_STRIP* const pSample = Row(_nRow).arrSample;
         UnpackChroma(m_layout, _nRow, nBase + _nFirst, nBase + _nEnd, nBase, pSample[1].arr, pSample[2].arr);
     }
@@ -167,17 +191,17 @@ private:
         return Min(Max(F32(1) - (vecAlong - vecOff) / vecTint, 0), 1);
     }
     // Samples less the plate, and alpha.
-    void Differences(int _nRow, int _nFirst, int _nEnd, const CHROMA_PLATE_ROW& _above, const CHROMA_PLATE_ROW& _below,
+    void Differences(int _nRow, int _nFirst, int _nEnd, const CHROMA_STRIP* _pAbove, const CHROMA_STRIP* _pBelow,
                      float _fltBelow)
     {
         CHROMA_STRIP* const pSample = Row(_nRow).arrSample;
-        const CHROMA_STRIP& across = (_fltBelow < .5f ? _above : _below).arr[3];
+        const CHROMA_STRIP& across = (_fltBelow < .5f ? _pAbove : _pBelow)[3];
         const F32 vecBelow = _fltBelow;
-        for (int n = _nFirst; n < _nEnd; n += c_nLanes)
+        for (int n = Aligned(_nFirst, _nEnd); n < _nEnd; n += c_nLanes)
         {
             const auto Plate = [&](int _i) {
-                const F32 vecAbove = S::LoadF32(_above.arr[_i].arr + n);
-                return vecAbove + (S::LoadF32(_below.arr[_i].arr + n) - vecAbove) * vecBelow;
+                const F32 vecAbove = S::LoadF32(_pAbove[_i].arr + n);
+                return vecAbove + (S::LoadF32(_pBelow[_i].arr + n) - vecAbove) * vecBelow;
             };
             F32 vecLuma = LumaSum(_nRow * m_nDiv, n);
             if (m_nDiv == 2)
@@ -186,18 +210,18 @@ private:
             const F32 vecU = S::LoadF32(pSample[1].arr + n), vecV = S::LoadF32(pSample[2].arr + n);
             const F32 vecPlateU = Plate(1), vecPlateV = Plate(2);
             S::Store(pSample[0].arr + n, vecLuma);
-            S::Store(m_arrOff[0].arr + n, vecLuma - Plate(0));
-            S::Store(m_arrOff[1].arr + n, vecU - vecPlateU);
-            S::Store(m_arrOff[2].arr + n, vecV - vecPlateV);
-            S::Store(m_arrOff[3].arr + n, AlphaOf(vecU, vecV, vecPlateU, vecPlateV, S::LoadF32(across.arr + n)));
+            S::Store(m_strips.arrOff[0].arr + n, vecLuma - Plate(0));
+            S::Store(m_strips.arrOff[1].arr + n, vecU - vecPlateU);
+            S::Store(m_strips.arrOff[2].arr + n, vecV - vecPlateV);
+            S::Store(m_strips.arrOff[3].arr + n, AlphaOf(vecU, vecV, vecPlateU, vecPlateV, S::LoadF32(across.arr + n)));
         }
     }
     void Sums(int _nRow, int _nFirst, int _nEnd)
     {
         CHROMA_STRIP* const pSums = Row(_nRow).arrSums;
-        for (int n = _nFirst; n < _nEnd; n += c_nLanes)
+        for (int n = Aligned(_nFirst, _nEnd); n < _nEnd; n += c_nLanes)
         {
-            const auto Off = [&](int _i, int _nAt) { return S::LoadF32(m_arrOff[_i].arr + _nAt); };
+            const auto Off = [&](int _i, int _nAt) { return S::LoadF32(m_strips.arrOff[_i].arr + _nAt); };
             const F32 vecY0 = Off(0, n - 1), vecY1 = Off(0, n) + Off(0, n), vecY2 = Off(0, n + 1);
             const auto Weighted = [&](CHROMA_ROW::eSum _eSum, int _i) {
                 const F32 vec = Off(_i, n);
@@ -221,11 +245,11 @@ private:
         const float fltAt = (static_cast<float>(_nRow) + .5f) * static_cast<float>(m_nDiv) * .125f - .5f;
         const float fltY = fltAt < 0 ? 0 : fltAt < static_cast<float>(nLast) ? fltAt : static_cast<float>(nLast);
         const int nY = static_cast<int>(fltY);
-        const CHROMA_PLATE_ROW& above = PlateRow(nY, _nCells);
-        const CHROMA_PLATE_ROW& below = PlateRow(nY < nLast ? nY + 1 : nLast, _nCells);
+        const CHROMA_STRIP* const pAbove = PlateRow(nY, _nCells);
+        const CHROMA_STRIP* const pBelow = PlateRow(nY < nLast ? nY + 1 : nLast, _nCells);
         ForBitRuns(_nCells, [&](int _nFirst, int _nEnd) {
             Unpack(_nRow, Column(_nFirst) - 2, Column(_nEnd) + 2);
-            Differences(_nRow, Column(_nFirst) - 2, Column(_nEnd) + 2, above, below, fltY - static_cast<float>(nY));
+            Differences(_nRow, Column(_nFirst) - 2, Column(_nEnd) + 2, pAbove, pBelow, fltY - static_cast<float>(nY));
             Sums(_nRow, Column(_nFirst) - 1, Column(_nEnd) + 1);
         });
     }
@@ -237,7 +261,7 @@ private:
         const CHROMA_STRIP* const pBelow = Row(_nRow + 1).arrSums;
         CHROMA_STRIP* const pFactor = Row(_nRow).arrFactor;
         const F32 vecLimit = m_job.fltFactor * c_fltMostFactor;
-        for (int n = _nFirst; n < _nEnd; n += c_nLanes)
+        for (int n = Aligned(_nFirst, _nEnd); n < _nEnd; n += c_nLanes)
         {
             const auto Sum = [&](CHROMA_ROW::eSum _eSum) {
                 const F32 vec = S::LoadF32(pHere[_eSum].arr + n);
@@ -266,12 +290,13 @@ private:
         const int nAbove = (_nY - 1) >> 1;
         const CHROMA_ROW& near = Row(_nY & 1 ? nAbove : nAbove + 1);
         const CHROMA_ROW& far = Row(_nY & 1 ? nAbove + 1 : nAbove);
-        for (int n = _nFirst; n < _nEnd; n += c_nLanes)
+        for (int n = Aligned(_nFirst, _nEnd); n < _nEnd; n += c_nLanes)
             for (int i = 0; i < 5; ++i)
             {
                 const CHROMA_STRIP& stripNear = i < 3 ? near.arrSample[i] : near.arrFactor[i - 3];
                 const CHROMA_STRIP& stripFar = i < 3 ? far.arrSample[i] : far.arrFactor[i - 3];
-                S::Store(m_arrBetween[i].arr + n, S::LoadF32(stripNear.arr + n) * 3.0f + S::LoadF32(stripFar.arr + n));
+                S::Store(m_strips.arrBetween[i].arr + n,
+                         S::LoadF32(stripNear.arr + n) * 3.0f + S::LoadF32(stripFar.arr + n));
             }
     }
     static I32 Level(F32 _vec)
@@ -341,6 +366,7 @@ private:
         const int nBase = 2 * m_nCell0 - CHROMA_STRIP::c_nBefore;
         const int nWidth = m_job.samples.nWidth;
         uint16_t* const pRow = m_job.pDeep0 + (_nY - m_job.nDeepFirst) * m_job.nDeepStride;
+        const ptrdiff_t nNext = _nY + 1 < m_job.samples.nHeight ? m_job.nDeepStride : 0;
         for (int n = _nFirst; n < _nEnd; n += c_nLanes)
         {
             SIDE left, right;
@@ -351,6 +377,8 @@ private:
             Interleave(vecBG[0], vecRA[0], vec[0], vec[1]);
             Interleave(vecBG[1], vecRA[1], vec[2], vec[3]);
             const int nX = 2 * (nBase + n);
+            for (int k = 0; k < 16 * c_nLanes; k += 64)
+                S::Prefetch(reinterpret_cast<const uint8_t*>(pRow + ptrdiff_t{4} * nX + nNext) + k);
             const int nEndX = 2 * (nBase + _nEnd) < nWidth ? 2 * (nBase + _nEnd) : nWidth;
             ChromaStorePixels<S>(pRow + ptrdiff_t{4} * nX, nEndX - nX, vec);
         }
@@ -360,7 +388,7 @@ private:
         const CHROMA_ROW& row = Row(_nY);
         const CHROMA_STRIP* arrFrom[5];
         for (int i = 0; i < 5; ++i)
-            arrFrom[i] = m_nDiv == 2 ? &m_arrBetween[i] : i < 3 ? &row.arrSample[i] : &row.arrFactor[i - 3];
+            arrFrom[i] = m_nDiv == 2 ? &m_strips.arrBetween[i] : i < 3 ? &row.arrSample[i] : &row.arrFactor[i - 3];
         ForBitRuns(_nCells, [&](int _nFirst, int _nEnd) {
             if (m_nDiv == 2)
                 Between(_nY, Column(_nFirst) - 1, Column(_nEnd) + 1);
@@ -373,10 +401,10 @@ private:
     const CHROMA_JOB& m_job;
     Layout m_layout;
     int m_nDiv;
+    int m_nLumaMask;
     int m_nCell0 = 0;
-    CHROMA_PLATE_ROW m_arrPlate[2] = {};
-    CHROMA_STRIP m_arrLuma[8][2] = {}; // of left and of right pixels
-    CHROMA_ROW m_arrRows[4] = {};
-    CHROMA_STRIP m_arrOff[4] = {};
-    CHROMA_STRIP m_arrBetween[5] = {};
+    CHROMA_PLATE_KNOWN m_arrKnown[2];
+    // The strips begin with a line of the cache. Not by alignas, which stacks of Windows do not heed.
+    uint8_t m_arrRoom[sizeof(CHROMA_STRIPS) + c_nChromaLine] = {};
+    CHROMA_STRIPS& m_strips;
 };

@@ -7,6 +7,7 @@
 ///
 /// A layout has c_nMany, the columns that it unpacks at a time (it may write a whole vector), and these members, for
 /// columns and samples of a row:
+///     Columns(row, column)                  the bytes from a column on
 ///     LumaMany(row, column, left, right)    both pixels of the columns     LumaAt(row, x)
 ///     ChromaMany(row, column, blue, red)    blue - luma and red - luma     UAt(row, column), VAt(row, column)
 
@@ -39,9 +40,13 @@ template <class S> struct CHROMA_PACKED
     static constexpr int c_nMany = static_cast<int>(S::c_nLanes);
     const CHROMA_JOB& job;
 
+    static ZCK_INLINE const uint8_t* Columns(const uint8_t* _pRow, int _n)
+    {
+        return _pRow + ptrdiff_t{4} * _n;
+    }
     ZCK_INLINE void LumaMany(const uint8_t* _pRow, int _n, float* _pLeft, float* _pRight) const
     {
-        const auto vecUnits = S::LoadI32(_pRow + ptrdiff_t{4} * _n) >> (8 * job.samples.nLuma);
+        const auto vecUnits = S::LoadI32(Columns(_pRow, _n)) >> (8 * job.samples.nLuma);
         ChromaStorePairs<S>(_pLeft, _pRight, vecUnits & 0x00FF00FF, job.luma, job.luma);
     }
     ZCK_INLINE int LumaAt(const uint8_t* _pRow, int _nX) const
@@ -74,9 +79,13 @@ template <class S> struct CHROMA_PLANAR
     static constexpr int c_nMany = static_cast<int>(S::c_nLanes);
     const CHROMA_JOB& job;
 
+    static ZCK_INLINE const uint8_t* Columns(const uint8_t* _pRow, int _n)
+    {
+        return _pRow + ptrdiff_t{2} * _n;
+    }
     ZCK_INLINE void LumaMany(const uint8_t* _pRow, int _n, float* _pLeft, float* _pRight) const
     {
-        const auto vecPairs = As<typename S::I32>(S::WidenU16(_pRow + ptrdiff_t{2} * _n));
+        const auto vecPairs = As<typename S::I32>(S::WidenU16(Columns(_pRow, _n)));
         ChromaStorePairs<S>(_pLeft, _pRight, vecPairs, job.luma, job.luma);
     }
     ZCK_INLINE int LumaAt(const uint8_t* _pRow, int _nX) const
@@ -115,9 +124,13 @@ template <class S> struct CHROMA_P010
     static constexpr int c_nMany = static_cast<int>(S::c_nLanes);
     const CHROMA_JOB& job;
 
+    static ZCK_INLINE const uint8_t* Columns(const uint8_t* _pRow, int _n)
+    {
+        return _pRow + ptrdiff_t{4} * _n;
+    }
     ZCK_INLINE void LumaMany(const uint8_t* _pRow, int _n, float* _pLeft, float* _pRight) const
     {
-        ChromaStorePairs<S>(_pLeft, _pRight, Samples(_pRow + ptrdiff_t{4} * _n), job.luma, job.luma);
+        ChromaStorePairs<S>(_pLeft, _pRight, Samples(Columns(_pRow, _n)), job.luma, job.luma);
     }
     ZCK_INLINE int LumaAt(const uint8_t* _pRow, int _nX) const
     {
@@ -177,10 +190,14 @@ template <class S> struct CHROMA_V210
     static constexpr int c_nMany = static_cast<int>(S::c_nLanes) / 4 * 3;
     const CHROMA_JOB& job;
 
+    static ZCK_INLINE const uint8_t* Columns(const uint8_t* _pRow, int _n)
+    {
+        return _pRow + ptrdiff_t{16} * (_n / 3);
+    }
     ZCK_INLINE void LumaMany(const uint8_t* _pRow, int _n, float* _pLeft, float* _pRight) const
     {
-        StoreMany<1>(_pLeft, _pRow + ptrdiff_t{16} * (_n / 3), job.luma);
-        StoreMany<3>(_pRight, _pRow + ptrdiff_t{16} * (_n / 3), job.luma);
+        StoreMany<1>(_pLeft, Columns(_pRow, _n), job.luma);
+        StoreMany<3>(_pRight, Columns(_pRow, _n), job.luma);
     }
     ZCK_INLINE int LumaAt(const uint8_t* _pRow, int _nX) const
     {
@@ -188,8 +205,8 @@ template <class S> struct CHROMA_V210
     }
     ZCK_INLINE void ChromaMany(int _nRow, int _n, float* _pBlue, float* _pRed) const
     {
-        StoreMany<0>(_pBlue, Row(_nRow) + ptrdiff_t{16} * (_n / 3), job.blue);
-        StoreMany<2>(_pRed, Row(_nRow) + ptrdiff_t{16} * (_n / 3), job.red);
+        StoreMany<0>(_pBlue, Columns(Row(_nRow), _n), job.blue);
+        StoreMany<2>(_pRed, Columns(Row(_nRow), _n), job.red);
     }
     ZCK_INLINE int UAt(int _nRow, int _n) const
     {
@@ -235,6 +252,10 @@ template <class S> struct CHROMA_BGRA
     static constexpr int c_nMany = static_cast<int>(S::c_nLanes);
     const CHROMA_JOB& job;
 
+    static ZCK_INLINE const uint8_t* Columns(const uint8_t* _pRow, int _n)
+    {
+        return _pRow + ptrdiff_t{8} * _n;
+    }
     ZCK_INLINE void LumaMany(const uint8_t* _pRow, int _n, float* _pLeft, float* _pRight) const
     {
         I32 vecLeft, vecRight;
@@ -289,7 +310,7 @@ template <class S> struct CHROMA_BGRA
     }
     static ZCK_INLINE void LoadColumns(const uint8_t* _pRow, int _n, I32& _left, I32& _right)
     {
-        const uint8_t* const p = _pRow + ptrdiff_t{8} * _n;
+        const uint8_t* const p = Columns(_pRow, _n);
         Deinterleave(S::LoadI32(p), S::LoadI32(p + S::c_nBytes), _left, _right);
     }
     ZCK_INLINE I32 LumaOf(I32 _pixels) const
@@ -318,19 +339,23 @@ ZCK_INLINE void ForColumns(int _nFirst, int _nEnd, int _nWhole, int _nMany, Many
 }
 
 /// Luma of the columns from _nFirst to _nEnd - 1; outside of the picture it is that of its edge. The results begin with
-/// column _nBase.
-template <class Layout>
+/// column _nBase. The row below is fetched meanwhile.
+template <class S, class Layout>
 void UnpackLuma(const Layout& _layout, int _nRow, int _nFirst, int _nEnd, int _nBase, float* _pLeft, float* _pRight)
 {
     const CHROMA_JOB& job = _layout.job;
     const UNMIX_SAMPLES& samples = job.samples;
     const uint8_t* const pRow = samples.arrRow0[0] + ChromaClamped(_nRow, samples.nHeight) * samples.anStride[0];
+    const ptrdiff_t nNext = _nRow >= 0 && _nRow + 1 < samples.nHeight ? samples.anStride[0] : 0;
     const auto One = [&](int _nX) {
         return ChromaScaled(_layout.LumaAt(pRow, ChromaClamped(_nX, samples.nWidth)), job.luma);
     };
     ForColumns(
         _nFirst, _nEnd, samples.nWidth / 2, Layout::c_nMany,
-        [&](int _n) { _layout.LumaMany(pRow, _n, _pLeft + (_n - _nBase), _pRight + (_n - _nBase)); },
+        [&](int _n) {
+            S::Prefetch(Layout::Columns(pRow, _n) + nNext);
+            _layout.LumaMany(pRow, _n, _pLeft + (_n - _nBase), _pRight + (_n - _nBase));
+        },
         [&](int _n) {
             _pLeft[_n - _nBase] = One(2 * _n);
             _pRight[_n - _nBase] = One(2 * _n + 1);

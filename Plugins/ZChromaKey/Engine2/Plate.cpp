@@ -152,7 +152,7 @@ void Plate_FindLamps(UNMIX_STATE& _state)
         // A block counts full once a quarter of its 64 cells is seen.
         return fltCells > 0 ? off * (std::min(fltCells / 16, 1.0f) / fltCells) : VEC4{};
     });
-    _state.lamps.PushPull(*_state.pKernels, c_nAllLevels, 1);
+    _state.lamps.PushPull(c_nAllLevels, 1);
     for (VEC4& block : vecLamps)
     {
         block = block * (block.w > 1e-9f ? 1 / block.w : 0.0f);
@@ -289,7 +289,7 @@ void FillThroughNets(UNMIX_STATE& _state, const FIELD_STATE& _field)
             }
     if (static_cast<float>(nFound) <= .08f * static_cast<float>(_field.cells.vecSum.size()))
         return;
-    _state.fill.PushPull(*_state.pKernels, c_nAllLevels, 1);
+    _state.fill.PushPull(c_nAllLevels, 1);
     TakeFilled(_state);
 }
 
@@ -297,7 +297,7 @@ void FillThroughNets(UNMIX_STATE& _state, const FIELD_STATE& _field)
 void FillFromSeen(UNMIX_STATE& _state)
 {
     SeedWithSeen(_state);
-    _state.fill.PushPull(*_state.pKernels, c_nAllLevels, 1);
+    _state.fill.PushPull(c_nAllLevels, 1);
     TakeFilled(_state);
     Plate_OwnerPass(_state, 0, _state.nPlateHeight);
 }

@@ -192,7 +192,7 @@ void Classify(const UNMIX_RUN& _run)
     Classes_Finish(state, field);
     _run.runner.Step(eUS_Foreground);
     MeanForeground(_run);
-    Foreground_Spread(state, field);
+    Foreground_Spread(field);
 }
 
 // Of pictures whose pixels have chroma of their own. What is held stays as it is with the plate.
@@ -212,7 +212,7 @@ void FinishClasses(const UNMIX_RUN& _run)
     FIELD_STATE& field = _run.field;
     const bool bFineness = IsFinenessMeasured(_run);
     _run.PlateRows([&](int _nFirst, int _nRows) {
-        Foreground_FillPass(state, field, _nFirst, _nRows);
+        Foreground_FillPass(field, _nFirst, _nRows);
         if (bFineness)
             Fineness_Pass(state, field, _run.picture, 2 * _nFirst, _run.CellsOf(_nFirst, _nRows));
     });

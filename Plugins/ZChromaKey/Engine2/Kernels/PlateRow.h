@@ -191,59 +191,11 @@ template <class S> void Learn(LEARN_CHUNK& _chunk)
         _chunk.nGrown += arrGrown[n];
 }
 
-/// Cells of a coarser grid, four floats each, put between the cells of a finer one. Those of the finer one that lie in
-/// the same way between two of the coarser, c_nStep apart, make vectors.
-template <class S, size_t c_nStep> struct CELLS_BETWEEN
-{
-    static constexpr ptrdiff_t c_nStride = 16 * c_nStep; // bytes
-    using F32 = typename S::F32;
-
-    static ZCK_INLINE F32 Load(const float* _pCells)
-    {
-        return AsFloats(S::LoadBlocks(_pCells, c_nStride));
-    }
-    static ZCK_INLINE void Store(float* _pCells, F32 _flt)
-    {
-        S::StoreBlocks(_pCells, c_nStride, AsInts(_flt));
-    }
-    /// Calls _body(cells of the finer grid, float of the left one of the coarser) for those of one kind.
-    template <class T> static ZCK_INLINE void ForEach(float* _pFine, T _body)
-    {
-        for (size_t n = 0; n < c_nChunkPlates / c_nStep; n += S::c_nLanes / 4)
-            _body(_pFine + 4 * c_nStep * n, 4 * n);
-    }
-};
-
-template <class S> void Complete(const COMPLETE_CHUNK& _chunk)
-{
-    using F32 = typename S::F32;
-    using BETWEEN_CELLS = CELLS_BETWEEN<S, 2>;
-    const F32 fltAbove(_chunk.arrWeights[0]), fltBelow(_chunk.arrWeights[1]), fltOne(1.0f);
-    float arrCoarse[4 * c_nCoarseRoom];
-    for (size_t n = 0; n < 4 * c_nCoarseRoom; n += S::c_nLanes)
-        S::Store(arrCoarse + n,
-                 S::LoadF32(_chunk.arrCoarse[0] + n) * fltAbove + S::LoadF32(_chunk.arrCoarse[1] + n) * fltBelow);
-    for (size_t nOdd = 0; nOdd < 2; ++nOdd)
-    {
-        const F32 fltSecond(nOdd == 0 ? .75f : .25f), fltFirst(nOdd == 0 ? .25f : .75f);
-        BETWEEN_CELLS::ForEach(_chunk.pFine + 4 * nOdd, [&](float* _pFine, size_t _nLeft) {
-            const F32 fltFine = BETWEEN_CELLS::Load(_pFine);
-            const F32 fltWeight = Spread<S>(fltFine, c_arrLane3);
-            const auto maskOpen = Less(fltWeight, fltOne);
-            if (!Any(maskOpen))
-                return;
-            const float* const pLeft = arrCoarse + _nLeft + 4 * nOdd;
-            const F32 fltCoarse = S::LoadF32(pLeft) * fltFirst + S::LoadF32(pLeft + 4) * fltSecond;
-            BETWEEN_CELLS::Store(_pFine, Select(maskOpen, fltFine + fltCoarse * (fltOne - fltWeight), fltFine));
-        });
-    }
-}
-
-/// A cell lies 1, 3, 5 or 7 eighths of the way from the middle of one block to that of the next.
+/// A cell lies 1, 3, 5 or 7 eighths of the way from the middle of one block to that of the next; those that lie in the
+/// same way, four apart, make vectors.
 template <class S> void Lamps(const LAMP_CHUNK& _chunk)
 {
     using F32 = typename S::F32;
-    using BETWEEN_BLOCKS = CELLS_BETWEEN<S, 4>;
     float arrBlocks[4 * c_nLampRoom];
     for (size_t n = 0; n < 4 * c_nLampRoom; n += S::c_nLanes)
     {
@@ -255,11 +207,12 @@ template <class S> void Lamps(const LAMP_CHUNK& _chunk)
     {
         const size_t nRight = nCell < 2 ? 0 : 4;
         const F32 fltSecond(static_cast<float>((2 * nCell + 5) % 8) * .125f);
-        BETWEEN_BLOCKS::ForEach(_chunk.pLamps + 4 * nCell, [&](float* _pLamps, size_t _nLeft) {
-            const F32 fltLeft = S::LoadF32(arrBlocks + _nLeft + nRight);
-            const F32 fltOff = S::LoadF32(arrBlocks + _nLeft + nRight + 4) - fltLeft;
-            BETWEEN_BLOCKS::Store(_pLamps, fltLeft + fltOff * fltSecond);
-        });
+        for (size_t n = 0; n < c_nChunkPlates; n += S::c_nLanes)
+        {
+            const F32 fltLeft = S::LoadF32(arrBlocks + n + nRight);
+            const F32 fltOff = S::LoadF32(arrBlocks + n + nRight + 4) - fltLeft;
+            S::StoreBlocks(_chunk.pLamps + 4 * (n + nCell), 64, AsInts(fltLeft + fltOff * fltSecond));
+        }
     }
 }
 

@@ -15,7 +15,6 @@ struct UNMIX_KERNELS
     void (*pfnMeans)(const MEAN_CHUNK& _chunk) noexcept;
     void (*pfnCompare)(COMPARE_CHUNK& _chunk) noexcept;
     void (*pfnLearn)(LEARN_CHUNK& _chunk) noexcept;
-    void (*pfnComplete)(const COMPLETE_CHUNK& _chunk) noexcept;
     void (*pfnLamps)(const LAMP_CHUNK& _chunk) noexcept;
     void (*pfnNoise)(NOISE_CHUNK& _chunk) noexcept;
     void (*pfnClear)(const CLEAR_RUN& _run) noexcept;

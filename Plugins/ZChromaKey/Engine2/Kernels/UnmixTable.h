@@ -20,7 +20,6 @@ template <class S> UNMIX_KERNELS UnmixTable()
         .pfnMeans = [](const MEAN_CHUNK& _chunk) noexcept { UnmixPlates::Means<S>(_chunk); },
         .pfnCompare = [](COMPARE_CHUNK& _chunk) noexcept { UnmixPlates::Compare<S>(_chunk); },
         .pfnLearn = [](LEARN_CHUNK& _chunk) noexcept { UnmixPlates::Learn<S>(_chunk); },
-        .pfnComplete = [](const COMPLETE_CHUNK& _chunk) noexcept { UnmixPlates::Complete<S>(_chunk); },
         .pfnLamps = [](const LAMP_CHUNK& _chunk) noexcept { UnmixPlates::Lamps<S>(_chunk); },
         .pfnNoise = [](NOISE_CHUNK& _chunk) noexcept { UnmixTests::Noise<S>(_chunk); },
         .pfnClear = [](const CLEAR_RUN& _run) noexcept { UnmixPixels::Clear<S>(_run); },

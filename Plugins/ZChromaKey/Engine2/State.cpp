@@ -73,7 +73,6 @@ void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFie
     state.vecSeen.assign(nPlate, {});
     for (std::vector<int32_t>& vec : state.arrGlare)
         vec.assign(nPlate, 0);
-    state.vecGlareSum.assign(static_cast<size_t>(state.nPlateWidth), 0);
     state.vecShade.assign(nPlate, 0);
     state.fill.Resize(state.nPlateWidth, state.nPlateHeight);
     const int nBlockRows = (state.nPlateHeight + c_nLampBlock - 1) / c_nLampBlock;

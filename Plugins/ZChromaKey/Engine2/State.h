@@ -262,8 +262,7 @@ struct UNMIX_STATE
     std::vector<float> vecNoise;            ///< per cell row: sum of differences, count
     std::vector<FINENESS_SUMS> vecFineness; ///< per cell row
     std::vector<int32_t> arrGlare[2];       ///< on the plate grid: backdrop, blurred
-    std::vector<int32_t> vecGlareSum;
-    std::vector<float> vecShade; ///< density of shadows, on the plate grid
+    std::vector<float> vecShade;            ///< density of shadows, on the plate grid
     std::vector<float> vecEnvelope;
     std::vector<uint16_t> arrAlpha[2]; ///< of the picture, 0 to 65535, where edges are moved or blurred
     std::vector<uint8_t> vecPicture;   ///< B, G, R, A of formats that are not, where all of it is to stay

@@ -216,5 +216,35 @@ template <class S> void Lamps(const LAMP_CHUNK& _chunk)
     }
 }
 
+/// Sums over rows of as many columns as a vector has, from _nAt on.
+template <class S> ZCK_INLINE void BlurSome(const BLUR_COLUMNS& _columns, ptrdiff_t _nAt)
+{
+    using I32 = typename S::I32;
+    const size_t nLeft = static_cast<size_t>(_columns.nColumns - _nAt);
+    const auto Row = [&](int _nRow) {
+        const int nRow = _nRow < 0 ? 0 : _nRow < _columns.nRows ? _nRow : _columns.nRows - 1;
+        const int32_t* const p = _columns.pIn + nRow * _columns.nStride + _nAt;
+        return nLeft < S::c_nLanes ? S::LoadI32(p, nLeft) : S::LoadI32(p);
+    };
+    I32 nSum(0);
+    for (int y = -_columns.nReach; y <= _columns.nReach; ++y)
+        nSum = nSum + Row(y);
+    for (int y = 0; y < _columns.nRows; ++y)
+    {
+        int32_t* const p = _columns.pOut + y * _columns.nStride + _nAt;
+        if (nLeft < S::c_nLanes)
+            S::Store(static_cast<void*>(p), nLeft, nSum);
+        else
+            S::Store(static_cast<void*>(p), nSum);
+        nSum = nSum + (Row(y + _columns.nReach + 1) - Row(y - _columns.nReach));
+    }
+}
+
+template <class S> void Blur(const BLUR_COLUMNS& _columns)
+{
+    for (int n = 0; n < _columns.nColumns; n += static_cast<int>(S::c_nLanes))
+        BlurSome<S>(_columns, n);
+}
+
 } // namespace UnmixPlates
 } // namespace

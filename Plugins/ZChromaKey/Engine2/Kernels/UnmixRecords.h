@@ -226,6 +226,17 @@ struct LAMP_CHUNK
     float* pLamps;  ///< out: four floats for each of c_nChunkPlates cells
 };
 
+/// Columns of a grid of numbers, and their sums over nReach rows each way; beyond the grid as at its border.
+struct BLUR_COLUMNS
+{
+    const int32_t* pIn;
+    int32_t* pOut;
+    ptrdiff_t nStride; ///< numbers from one row to the next
+    int nColumns;
+    int nRows;
+    int nReach;
+};
+
 inline constexpr int c_nNoisePairs = 64; ///< the most of a chunk
 
 /// Pairs of pixels of sure backdrop, and the plate there.

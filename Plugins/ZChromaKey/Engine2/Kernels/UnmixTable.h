@@ -21,6 +21,7 @@ template <class S> UNMIX_KERNELS UnmixTable()
         .pfnCompare = [](COMPARE_CHUNK& _chunk) noexcept { UnmixPlates::Compare<S>(_chunk); },
         .pfnLearn = [](LEARN_CHUNK& _chunk) noexcept { UnmixPlates::Learn<S>(_chunk); },
         .pfnLamps = [](const LAMP_CHUNK& _chunk) noexcept { UnmixPlates::Lamps<S>(_chunk); },
+        .pfnBlur = [](const BLUR_COLUMNS& _columns) noexcept { UnmixPlates::Blur<S>(_columns); },
         .pfnNoise = [](NOISE_CHUNK& _chunk) noexcept { UnmixTests::Noise<S>(_chunk); },
         .pfnClear = [](const CLEAR_RUN& _run) noexcept { UnmixPixels::Clear<S>(_run); },
         .pfnSolid = [](const SOLID_RUN& _run) noexcept { UnmixPixels::Solid<S>(_run); },

@@ -57,10 +57,7 @@ float FarOff(const KEY_FORMS& _key)
 {
     return .3f * _key.fltX;
 }
-} // namespace
 
-namespace
-{
 using LIMIT_ROOM = float[c_nLampBlock][4 * c_nChunkPlates];
 
 // Where there are several keys, how far off is far depends on whose a cell is.
@@ -177,10 +174,7 @@ void TakeLamps(const UNMIX_STATE& _state, int _nX, int _nRow, VEC4 (&_arrOut)[c_
                                static_cast<float>((nEighths + c_nLampBlock) % 8) * .125f,
                                &_arrOut[0].b});
 }
-} // namespace
 
-namespace
-{
 // How many cells of a row were seen for the first time.
 int LearnRow(UNMIX_STATE& _state, int _nY)
 {

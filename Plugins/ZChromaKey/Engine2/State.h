@@ -114,6 +114,8 @@ struct UNMIX_CELLS
     }
 };
 
+inline constexpr int c_nStepRows = 4; ///< rows of cells from one in which steps are counted to the next
+
 /// How many cells have steps of so many quarters of a level, the last of so many or more.
 using STEP_COUNTS = std::array<int, 65>;
 
@@ -139,7 +141,7 @@ struct FIELD_STATE
     UNMIX_PYRAMID fore;            ///< level 0: the foreground plate, colours times confidence, and the confidence
     std::vector<int16_t> vecPast; ///< per pixel, cell by cell: the difference over that of the backdrop, in 8192ths, of
                                   ///< the frame before
-    std::vector<STEP_COUNTS> vecSteps; ///< per fourth cell row, of the present keys
+    std::vector<STEP_COUNTS> vecSteps; ///< per c_nStepRows cell rows, with the present keys
     const void* pPastAt = nullptr;     ///< who else has that, and keeps it up to date; null: nobody
 
     bool operator==(const FIELD_STATE& _other) const;

@@ -125,12 +125,15 @@ template <class S> ZCK_INLINE void CompareFour(const COMPARE_CHUNK& _chunk, int 
     {
         const size_t nAt = _nAt + v * S::c_nLanes;
         const F32 fltSeen = LoadPlates<S>(_chunk.plates.pSeen + nRow, nAt, nFloats);
+        const F32 fltCount = Spread<S>(fltSeen, c_arrLane3);
+        const auto maskSeen = Less(fltNone, fltCount);
+        if (!Any(maskSeen)) // as in most of a body
+            continue;
         const F32 fltPlate = LoadPlates<S>(_chunk.plates.pPlate + nRow, nAt, nFloats);
         const F32 fltReference = LoadPlates<S>(_chunk.plates.pReference + nRow, nAt, nFloats);
         const F32 fltLimit = _chunk.pLimits ? LoadPlates<S>(_chunk.pLimits + _nRow * 4 * c_nChunkPlates, nAt, nFloats)
                                             : F32(_chunk.fltLimit);
-        const F32 fltCount = Spread<S>(fltSeen, c_arrLane3);
-        const auto maskBoth = Less(fltNone, fltCount) & Less(fltNone, Spread<S>(fltPlate, c_arrLane3));
+        const auto maskBoth = maskSeen & Less(fltNone, Spread<S>(fltPlate, c_arrLane3));
         const F32 fltOff = Abs(fltSeen - fltPlate);
         const F32 fltAllOff =
             (Spread<S>(fltOff, c_arrLane0) + Spread<S>(fltOff, c_arrLane1)) + Spread<S>(fltOff, c_arrLane2);

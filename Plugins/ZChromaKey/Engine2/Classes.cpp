@@ -217,12 +217,12 @@ void Foreground_Pass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst
     _field.fore.ReduceRows(_nFirst, _nPairs);
 }
 
-void Foreground_Spread(const UNMIX_STATE& _state, FIELD_STATE& _field)
+void Foreground_Spread(FIELD_STATE& _field)
 {
-    _field.fore.PushPullAbove(*_state.pKernels, c_nForeLevels, c_fltForeDecay);
+    _field.fore.PushPullAbove(c_nForeLevels, c_fltForeDecay);
 }
 
-void Foreground_FillPass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nRows)
+void Foreground_FillPass(FIELD_STATE& _field, int _nFirst, int _nRows)
 {
-    _field.fore.CompleteRows(*_state.pKernels, _nFirst, _nRows, c_fltForeDecay);
+    _field.fore.CompleteRows(_nFirst, _nRows, c_fltForeDecay);
 }

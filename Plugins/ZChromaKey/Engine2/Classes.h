@@ -17,7 +17,7 @@ void Classes_Finish(UNMIX_STATE& _state, FIELD_STATE& _field);
 /// Pairs of rows of the plate grid, Foreground_Pairs of them: means.
 void Foreground_Pass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nPairs);
 int Foreground_Pairs(const FIELD_STATE& _field);
-void Foreground_Spread(const UNMIX_STATE& _state, FIELD_STATE& _field);
+void Foreground_Spread(FIELD_STATE& _field);
 /// Rows of the plate grid: what was spread is put where there was nothing.
-void Foreground_FillPass(const UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nRows);
+void Foreground_FillPass(FIELD_STATE& _field, int _nFirst, int _nRows);
 ///@}

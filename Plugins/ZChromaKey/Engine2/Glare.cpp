@@ -53,41 +53,6 @@ void BlurRow(const int32_t* _pIn, int _nWidth, int _nReach, int32_t* _pOut)
     for (int x = nEnd; x < _nWidth; ++x)
         Step(x, nLast, std::max(x - _nReach, 0));
 }
-
-// Columns of a grid of numbers, nWidth a row.
-struct COLUMNS
-{
-    int nWidth;
-    int nHeight;
-    int nFirst;
-    int nColumns;
-
-    template <class T> T* Row(std::vector<T>& _vec, int _nRow) const
-    {
-        return &_vec[static_cast<size_t>(std::clamp(_nRow, 0, nHeight - 1)) * nWidth + nFirst];
-    }
-};
-
-// The same of rows. _pSum: a number a column.
-void BlurAcross(const COLUMNS& _columns, std::vector<int32_t>& _vecIn, int _nReach, int32_t* _pSum,
-                std::vector<int32_t>& _vecOut)
-{
-    std::fill_n(_pSum, _columns.nColumns, 0);
-    for (int y = -_nReach; y <= _nReach; ++y)
-        for (int x = 0; x < _columns.nColumns; ++x)
-            _pSum[x] += _columns.Row(_vecIn, y)[x];
-    for (int y = 0; y < _columns.nHeight; ++y)
-    {
-        int32_t* const pOut = _columns.Row(_vecOut, y);
-        const int32_t* const pNext = _columns.Row(_vecIn, y + _nReach + 1);
-        const int32_t* const pLast = _columns.Row(_vecIn, y - _nReach);
-        for (int x = 0; x < _columns.nColumns; ++x)
-        {
-            pOut[x] = _pSum[x];
-            _pSum[x] += pNext[x] - pLast[x];
-        }
-    }
-}
 } // namespace
 
 void Glare_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int _nRows)
@@ -105,17 +70,20 @@ void Glare_Pass(UNMIX_STATE& _state, const FIELD_STATE& _field, int _nFirst, int
 
 void Glare_AcrossPass(UNMIX_STATE& _state, FIELD_STATE& _field, int _nFirst, int _nColumns)
 {
-    const COLUMNS columns = {_state.nPlateWidth, _state.nPlateHeight, _nFirst, _nColumns};
     const int nReach = ReachAcross(_state);
-    int32_t* const pSum = &_state.vecGlareSum[static_cast<size_t>(_nFirst)];
-    BlurAcross(columns, _state.arrGlare[0], nReach, pSum, _state.arrGlare[1]);
-    BlurAcross(columns, _state.arrGlare[1], nReach, pSum, _state.arrGlare[0]);
+    const auto Blur = [&](const std::vector<int32_t>& _vecIn, std::vector<int32_t>& _vecOut) {
+        _state.pKernels->pfnBlur(
+            {&_vecIn[_nFirst], &_vecOut[_nFirst], _state.nPlateWidth, _nColumns, _state.nPlateHeight, nReach});
+    };
+    Blur(_state.arrGlare[0], _state.arrGlare[1]);
+    Blur(_state.arrGlare[1], _state.arrGlare[0]);
     const int nAlong = 2 * ReachOf(_state) + 1, nAcross = 2 * nReach + 1;
     const float fltShare = c_nGlareSteps / (4.0f * static_cast<float>(nAlong * nAlong * nAcross * nAcross));
-    for (int y = 0; y < columns.nHeight; ++y)
+    for (int y = 0; y < _state.nPlateHeight; ++y)
     {
-        const int32_t* const pRow = columns.Row(_state.arrGlare[0], y);
-        std::transform(pRow, pRow + _nColumns, columns.Row(_field.vecGlare, y),
+        const size_t nAt = static_cast<size_t>(y) * _state.nPlateWidth + _nFirst;
+        const int32_t* const pRow = &_state.arrGlare[0][nAt];
+        std::transform(pRow, pRow + _nColumns, &_field.vecGlare[nAt],
                        [&](int32_t _n) { return static_cast<uint8_t>(Rounded(static_cast<float>(_n) * fltShare)); });
     }
 }

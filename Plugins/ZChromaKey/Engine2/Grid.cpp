@@ -1,7 +1,5 @@
 #include "ZChromaKey/Engine2/Grid.h"
 
-#include "ZChromaKey/Engine2/Kernels/UnmixKernels.h"
-
 void CBitRows::Erode(int _nTimes, std::vector<uint64_t>& _vecScratch)
 {
     _vecScratch.resize(m_vecBits.size());
@@ -104,32 +102,25 @@ void UNMIX_PYRAMID::Reduce(const LEVEL& _fine, LEVEL& _coarse, int _nFirst, int 
     }
 }
 
-void UNMIX_PYRAMID::Complete(const UNMIX_KERNELS& _kernels, LEVEL& _fine, const LEVEL& _coarse, float _fltDecay,
-                             int _nFirst, int _nEnd)
+void UNMIX_PYRAMID::Complete(LEVEL& _fine, const LEVEL& _coarse, float _fltDecay, int _nFirst, int _nEnd)
 {
-    const auto RowOf = [](auto& _level, int _nRow) {
-        return _level.vec.data() + static_cast<ptrdiff_t>(_nRow) * _level.nWidth;
-    };
     for (int y = _nFirst; y < _nEnd; ++y)
     {
         const BETWEEN rows = Grid_Between(y, _coarse.nHeight);
+        const VEC4* const pAbove = _coarse.vec.data() + static_cast<ptrdiff_t>(rows.nFirst) * _coarse.nWidth;
+        const VEC4* const pBelow = _coarse.vec.data() + static_cast<ptrdiff_t>(rows.nSecond) * _coarse.nWidth;
         const float fltBelow = _fltDecay * rows.fltSecond;
-        for (int x = 0; x < _fine.nWidth; x += c_nChunkPlates)
+        const float fltAbove = _fltDecay - fltBelow;
+        VEC4* const pOut = _fine.vec.data() + static_cast<ptrdiff_t>(y) * _fine.nWidth;
+        for (int x = 0; x < _fine.nWidth; ++x)
         {
-            float arrRooms[2][4 * c_nCoarseRoom], arrLast[4 * c_nChunkPlates];
-            float* const pFine = &RowOf(_fine, y)[x].b;
-            const size_t nFloats = size_t{4} * std::min(c_nChunkPlates, _fine.nWidth - x);
-            const bool bWhole = nFloats == std::size(arrLast);
-            if (!bWhole)
-                std::fill(std::copy_n(pFine, nFloats, arrLast), std::end(arrLast), 0.0f);
-            const auto Coarse = [&](int _nRow, float(&_arrRoom)[4 * c_nCoarseRoom]) {
-                return Grid_CellsAt(RowOf(_coarse, _nRow), _coarse.nWidth, x / 2 - 1, _arrRoom);
-            };
-            _kernels.pfnComplete({bWhole ? pFine : arrLast,
-                                  {Coarse(rows.nFirst, arrRooms[0]), Coarse(rows.nSecond, arrRooms[1])},
-                                  {_fltDecay - fltBelow, fltBelow}});
-            if (!bWhole)
-                std::copy_n(arrLast, nFloats, pFine);
+            if (pOut[x].w >= 1)
+                continue;
+            const BETWEEN cols = Grid_Between(x, _coarse.nWidth);
+            const VEC4 first = pAbove[cols.nFirst] * fltAbove + pBelow[cols.nFirst] * fltBelow;
+            const VEC4 second = pAbove[cols.nSecond] * fltAbove + pBelow[cols.nSecond] * fltBelow;
+            const VEC4 coarse = first * (1 - cols.fltSecond) + second * cols.fltSecond;
+            pOut[x] = pOut[x] + coarse * (1 - pOut[x].w);
         }
     }
 }
@@ -140,24 +131,24 @@ void UNMIX_PYRAMID::ReduceRows(int _nFirst, int _nRows)
         Reduce(arrLevels[0], arrLevels[1], _nFirst, _nFirst + _nRows);
 }
 
-void UNMIX_PYRAMID::PushPullAbove(const UNMIX_KERNELS& _kernels, int _nLevels, float _fltDecay)
+void UNMIX_PYRAMID::PushPullAbove(int _nLevels, float _fltDecay)
 {
     int nTop = 1;
     for (; nTop < std::min(_nLevels, c_nMaxLevels - 1) && HasAbove(nTop); ++nTop)
         Reduce(arrLevels[nTop], arrLevels[nTop + 1], 0, arrLevels[nTop + 1].nHeight);
     for (int n = nTop - 1; n >= 1; --n)
-        Complete(_kernels, arrLevels[n], arrLevels[n + 1], _fltDecay, 0, arrLevels[n].nHeight);
+        Complete(arrLevels[n], arrLevels[n + 1], _fltDecay, 0, arrLevels[n].nHeight);
 }
 
-void UNMIX_PYRAMID::CompleteRows(const UNMIX_KERNELS& _kernels, int _nFirst, int _nRows, float _fltDecay)
+void UNMIX_PYRAMID::CompleteRows(int _nFirst, int _nRows, float _fltDecay)
 {
     if (HasAbove(0))
-        Complete(_kernels, arrLevels[0], arrLevels[1], _fltDecay, _nFirst, _nFirst + _nRows);
+        Complete(arrLevels[0], arrLevels[1], _fltDecay, _nFirst, _nFirst + _nRows);
 }
 
-void UNMIX_PYRAMID::PushPull(const UNMIX_KERNELS& _kernels, int _nLevels, float _fltDecay)
+void UNMIX_PYRAMID::PushPull(int _nLevels, float _fltDecay)
 {
     ReduceRows(0, arrLevels[1].nHeight);
-    PushPullAbove(_kernels, _nLevels, _fltDecay);
-    CompleteRows(_kernels, 0, arrLevels[0].nHeight, _fltDecay);
+    PushPullAbove(_nLevels, _fltDecay);
+    CompleteRows(0, arrLevels[0].nHeight, _fltDecay);
 }

@@ -186,8 +186,6 @@ const float* Grid_CellsAt(const VEC4* _pRow, int _nWidth, int _nFirst, float (&_
     return _arrRoom;
 }
 
-struct UNMIX_KERNELS;
-
 /// A grid of VEC4 and its coarser levels, each half the size.
 struct UNMIX_PYRAMID
 {
@@ -205,16 +203,16 @@ struct UNMIX_PYRAMID
     /// every cell of weight below 1 completed from coarser levels; the weight is then the confidence, which falls by
     /// _fltDecay a level. A coarse cell counts full once a quarter of it is known, so that small known parts reach
     /// far.
-    void PushPull(const UNMIX_KERNELS& _kernels, int _nLevels, float _fltDecay);
+    void PushPull(int _nLevels, float _fltDecay);
 
     /// \name The same in passes, of which the first and the last may be spread over threads
     ///@{
     /// Rows of level 1 out of those of level 0.
     void ReduceRows(int _nFirst, int _nRows);
     /// All between the two.
-    void PushPullAbove(const UNMIX_KERNELS& _kernels, int _nLevels, float _fltDecay);
+    void PushPullAbove(int _nLevels, float _fltDecay);
     /// Completes rows of level 0.
-    void CompleteRows(const UNMIX_KERNELS& _kernels, int _nFirst, int _nRows, float _fltDecay);
+    void CompleteRows(int _nFirst, int _nRows, float _fltDecay);
     ///@}
 
 private:
@@ -223,6 +221,5 @@ private:
         return arrLevels[_nLevel].nWidth > 1 || arrLevels[_nLevel].nHeight > 1;
     }
     static void Reduce(const LEVEL& _fine, LEVEL& _coarse, int _nFirst, int _nEnd);
-    static void Complete(const UNMIX_KERNELS& _kernels, LEVEL& _fine, const LEVEL& _coarse, float _fltDecay,
-                         int _nFirst, int _nEnd);
+    static void Complete(LEVEL& _fine, const LEVEL& _coarse, float _fltDecay, int _nFirst, int _nEnd);
 };

@@ -57,10 +57,7 @@ float FarOff(const KEY_FORMS& _key)
 {
     return .3f * _key.fltX;
 }
-} // namespace
 
-namespace
-{
 using LIMIT_ROOM = float[c_nLampBlock][4 * c_nChunkPlates];
 
 // Where there are several keys, how far off is far depends on whose a cell is.
@@ -152,7 +149,7 @@ void Plate_FindLamps(UNMIX_STATE& _state)
         // A block counts full once a quarter of its 64 cells is seen.
         return fltCells > 0 ? off * (std::min(fltCells / 16, 1.0f) / fltCells) : VEC4{};
     });
-    _state.lamps.PushPull(*_state.pKernels, c_nAllLevels, 1);
+    _state.lamps.PushPull(c_nAllLevels, 1);
     for (VEC4& block : vecLamps)
     {
         block = block * (block.w > 1e-9f ? 1 / block.w : 0.0f);
@@ -177,10 +174,7 @@ void TakeLamps(const UNMIX_STATE& _state, int _nX, int _nRow, VEC4 (&_arrOut)[c_
                                static_cast<float>((nEighths + c_nLampBlock) % 8) * .125f,
                                &_arrOut[0].b});
 }
-} // namespace
 
-namespace
-{
 // How many cells of a row were seen for the first time.
 int LearnRow(UNMIX_STATE& _state, int _nY)
 {
@@ -289,7 +283,7 @@ void FillThroughNets(UNMIX_STATE& _state, const FIELD_STATE& _field)
             }
     if (static_cast<float>(nFound) <= .08f * static_cast<float>(_field.cells.vecSum.size()))
         return;
-    _state.fill.PushPull(*_state.pKernels, c_nAllLevels, 1);
+    _state.fill.PushPull(c_nAllLevels, 1);
     TakeFilled(_state);
 }
 
@@ -297,7 +291,7 @@ void FillThroughNets(UNMIX_STATE& _state, const FIELD_STATE& _field)
 void FillFromSeen(UNMIX_STATE& _state)
 {
     SeedWithSeen(_state);
-    _state.fill.PushPull(*_state.pKernels, c_nAllLevels, 1);
+    _state.fill.PushPull(c_nAllLevels, 1);
     TakeFilled(_state);
     Plate_OwnerPass(_state, 0, _state.nPlateHeight);
 }

@@ -13,9 +13,8 @@ constexpr int c_nDeep = 8;
 constexpr int c_nShadowSteps = 4;
 constexpr int c_nShadowSpread4 = 60;
 
-// Steps are counted in each fourth row: it lies with its neighbours in one part of a pass.
-constexpr int c_nStepRows = 4;
-static_assert(c_nPassPart % c_nStepRows == 0);
+// A row in which steps are counted lies with its neighbours in one part of a pass.
+static_assert(c_nStepRows >= 3 && c_nPassPart % c_nStepRows == 0);
 
 // The tangent from its series: the library's may differ from system to system in the last bit.
 float TanDegrees(float _fltDegrees)
@@ -298,6 +297,7 @@ void ScreenChunk(UNMIX_STATE& _state, FIELD_STATE& _field, int _nField, const SC
     _field.bitsCalm.Row(_nY)[k] = chunk.nCalm;
     _field.bitsWide.Row(_nY)[k] = chunk.nWithin & (chunk.nFlat | nRegion) & ~nProtected;
 }
+
 // A row of bits and those above and below it; beyond the grid as at its border.
 void ErodeOnce(const CBitRows& _bits, int _nY, uint64_t* _pOut)
 {

@@ -40,7 +40,7 @@ static void FieldResize(FIELD_STATE& _field, int _nWidth, int _nRows, int _nCell
                                   &_field.bitsInner, &_field.bitsDoubt, &_field.bitsBackdrop, &_field.bitsSolid,
                                   &_field.bitsMixed, &_field.bitsProtected, &_field.bitsRegion})
         pBits->Resize(nCells, _nCellRows);
-    _field.vecSteps.assign(static_cast<size_t>(_nCellRows) / 4 + 1, {});
+    _field.vecSteps.assign(static_cast<size_t>(_nCellRows) / c_nStepRows + 1, {});
     _field.vecGlare.assign(static_cast<size_t>((nCells + 1) / 2) * ((_nCellRows + 1) / 2), 0);
     _field.fore.Resize((nCells + 1) / 2, (_nCellRows + 1) / 2);
     _field.vecPast = {};
@@ -73,7 +73,6 @@ void UnmixState_Resize(UNMIX_STATE& _state, int _nWidth, int _nHeight, int _nFie
     state.vecSeen.assign(nPlate, {});
     for (std::vector<int32_t>& vec : state.arrGlare)
         vec.assign(nPlate, 0);
-    state.vecGlareSum.assign(static_cast<size_t>(state.nPlateWidth), 0);
     state.vecShade.assign(nPlate, 0);
     state.fill.Resize(state.nPlateWidth, state.nPlateHeight);
     const int nBlockRows = (state.nPlateHeight + c_nLampBlock - 1) / c_nLampBlock;

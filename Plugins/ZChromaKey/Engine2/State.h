@@ -115,6 +115,8 @@ struct UNMIX_CELLS
     }
 };
 
+inline constexpr int c_nStepRows = 4; ///< rows of cells from one in which steps are counted to the next
+
 /// How many cells have steps of so many quarters of a level, the last of so many or more.
 using STEP_COUNTS = std::array<int, 65>;
 
@@ -140,7 +142,7 @@ struct FIELD_STATE
     UNMIX_PYRAMID fore;            ///< level 0: the foreground plate, colours times confidence, and the confidence
     std::vector<int16_t> vecPast; ///< per pixel, cell by cell: the difference over that of the backdrop, in 8192ths, of
                                   ///< the frame before
-    std::vector<STEP_COUNTS> vecSteps; ///< per fourth cell row, of the present keys
+    std::vector<STEP_COUNTS> vecSteps; ///< per c_nStepRows cell rows, with the present keys
     const void* pPastAt = nullptr;     ///< who else has that, and keeps it up to date; null: nobody
 
     bool operator==(const FIELD_STATE& _other) const;
@@ -263,8 +265,7 @@ struct UNMIX_STATE
     std::vector<float> vecNoise;            ///< per cell row: sum of differences, count
     std::vector<FINENESS_SUMS> vecFineness; ///< per cell row
     std::vector<int32_t> arrGlare[2];       ///< on the plate grid: backdrop, blurred
-    std::vector<int32_t> vecGlareSum;
-    std::vector<float> vecShade; ///< density of shadows, on the plate grid
+    std::vector<float> vecShade;            ///< density of shadows, on the plate grid
     std::vector<float> vecEnvelope;
     std::vector<uint16_t> arrAlpha[2]; ///< of the picture, 0 to 65535, where edges are moved or blurred
     std::vector<uint8_t> vecPicture;   ///< B, G, R, A of formats that are not, where all of it is to stay

@@ -158,23 +158,25 @@ void HoldPlate(const UNMIX_RUN& _run)
     Noise_Learn(_run.state);
 }
 
-// Means of the foreground by rows, and glare by columns: neither needs the other.
+// Means of the foreground by rows, and glare by columns: neither needs the other. Columns come between rows, evenly, so
+// that a thread has the rows that it has in other passes.
 void MeanForeground(const UNMIX_RUN& _run)
 {
     UNMIX_STATE& state = _run.state;
     FIELD_STATE& field = _run.field;
     constexpr int c_nPairs = c_nPassPart / 2;
     constexpr int c_nColumns = 32; // two lines of the cache in each row
-    const int nPairs = Foreground_Pairs(field), nRowParts = (nPairs + c_nPairs - 1) / c_nPairs;
-    const int nColumnParts = (state.nPlateWidth + c_nColumns - 1) / c_nColumns;
+    const int nPairs = Foreground_Pairs(field), nColumnParts = (state.nPlateWidth + c_nColumns - 1) / c_nColumns;
+    const int nParts = (nPairs + c_nPairs - 1) / c_nPairs + nColumnParts;
     const auto Part = [&](int _nPart) {
-        const int nFirst = _nPart * c_nPairs, nColumn = (_nPart - nRowParts) * c_nColumns;
-        if (_nPart < nRowParts)
+        const int nColumnPart = _nPart * nColumnParts / nParts; // so many are before it
+        const int nFirst = (_nPart - nColumnPart) * c_nPairs, nColumn = nColumnPart * c_nColumns;
+        if ((_nPart + 1) * nColumnParts / nParts == nColumnPart)
             Foreground_Pass(state, field, nFirst, std::min(c_nPairs, nPairs - nFirst));
         else
             Glare_AcrossPass(state, field, nColumn, std::min(c_nColumns, state.nPlateWidth - nColumn));
     };
-    _run.runner.Run(nRowParts + nColumnParts, 1, CRowPass([&](int _nFirst, int _nParts) {
+    _run.runner.Run(nParts, 1, CRowPass([&](int _nFirst, int _nParts) {
                         for (int n = _nFirst; n < _nFirst + _nParts; ++n)
                             Part(n);
                     }));
@@ -192,7 +194,7 @@ void Classify(const UNMIX_RUN& _run)
     Classes_Finish(state, field);
     _run.runner.Step(eUS_Foreground);
     MeanForeground(_run);
-    Foreground_Spread(state, field);
+    Foreground_Spread(field);
 }
 
 // Of pictures whose pixels have chroma of their own. What is held stays as it is with the plate.
@@ -212,7 +214,7 @@ void FinishClasses(const UNMIX_RUN& _run)
     FIELD_STATE& field = _run.field;
     const bool bFineness = IsFinenessMeasured(_run);
     _run.PlateRows([&](int _nFirst, int _nRows) {
-        Foreground_FillPass(state, field, _nFirst, _nRows);
+        Foreground_FillPass(field, _nFirst, _nRows);
         if (bFineness)
             Fineness_Pass(state, field, _run.picture, 2 * _nFirst, _run.CellsOf(_nFirst, _nRows));
     });

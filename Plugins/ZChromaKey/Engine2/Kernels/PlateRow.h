@@ -125,12 +125,15 @@ template <class S> ZCK_INLINE void CompareFour(const COMPARE_CHUNK& _chunk, int 
     {
         const size_t nAt = _nAt + v * S::c_nLanes;
         const F32 fltSeen = LoadPlates<S>(_chunk.plates.pSeen + nRow, nAt, nFloats);
+        const F32 fltCount = Spread<S>(fltSeen, c_arrLane3);
+        const auto maskSeen = Less(fltNone, fltCount);
+        if (!Any(maskSeen)) // as in most of a body
+            continue;
         const F32 fltPlate = LoadPlates<S>(_chunk.plates.pPlate + nRow, nAt, nFloats);
         const F32 fltReference = LoadPlates<S>(_chunk.plates.pReference + nRow, nAt, nFloats);
         const F32 fltLimit = _chunk.pLimits ? LoadPlates<S>(_chunk.pLimits + _nRow * 4 * c_nChunkPlates, nAt, nFloats)
                                             : F32(_chunk.fltLimit);
-        const F32 fltCount = Spread<S>(fltSeen, c_arrLane3);
-        const auto maskBoth = Less(fltNone, fltCount) & Less(fltNone, Spread<S>(fltPlate, c_arrLane3));
+        const auto maskBoth = maskSeen & Less(fltNone, Spread<S>(fltPlate, c_arrLane3));
         const F32 fltOff = Abs(fltSeen - fltPlate);
         const F32 fltAllOff =
             (Spread<S>(fltOff, c_arrLane0) + Spread<S>(fltOff, c_arrLane1)) + Spread<S>(fltOff, c_arrLane2);
@@ -191,59 +194,11 @@ template <class S> void Learn(LEARN_CHUNK& _chunk)
         _chunk.nGrown += arrGrown[n];
 }
 
-/// Cells of a coarser grid, four floats each, put between the cells of a finer one. Those of the finer one that lie in
-/// the same way between two of the coarser, c_nStep apart, make vectors.
-template <class S, size_t c_nStep> struct CELLS_BETWEEN
-{
-    static constexpr ptrdiff_t c_nStride = 16 * c_nStep; // bytes
-    using F32 = typename S::F32;
-
-    static ZCK_INLINE F32 Load(const float* _pCells)
-    {
-        return AsFloats(S::LoadBlocks(_pCells, c_nStride));
-    }
-    static ZCK_INLINE void Store(float* _pCells, F32 _flt)
-    {
-        S::StoreBlocks(_pCells, c_nStride, AsInts(_flt));
-    }
-    /// Calls _body(cells of the finer grid, float of the left one of the coarser) for those of one kind.
-    template <class T> static ZCK_INLINE void ForEach(float* _pFine, T _body)
-    {
-        for (size_t n = 0; n < c_nChunkPlates / c_nStep; n += S::c_nLanes / 4)
-            _body(_pFine + 4 * c_nStep * n, 4 * n);
-    }
-};
-
-template <class S> void Complete(const COMPLETE_CHUNK& _chunk)
-{
-    using F32 = typename S::F32;
-    using BETWEEN_CELLS = CELLS_BETWEEN<S, 2>;
-    const F32 fltAbove(_chunk.arrWeights[0]), fltBelow(_chunk.arrWeights[1]), fltOne(1.0f);
-    float arrCoarse[4 * c_nCoarseRoom];
-    for (size_t n = 0; n < 4 * c_nCoarseRoom; n += S::c_nLanes)
-        S::Store(arrCoarse + n,
-                 S::LoadF32(_chunk.arrCoarse[0] + n) * fltAbove + S::LoadF32(_chunk.arrCoarse[1] + n) * fltBelow);
-    for (size_t nOdd = 0; nOdd < 2; ++nOdd)
-    {
-        const F32 fltSecond(nOdd == 0 ? .75f : .25f), fltFirst(nOdd == 0 ? .25f : .75f);
-        BETWEEN_CELLS::ForEach(_chunk.pFine + 4 * nOdd, [&](float* _pFine, size_t _nLeft) {
-            const F32 fltFine = BETWEEN_CELLS::Load(_pFine);
-            const F32 fltWeight = Spread<S>(fltFine, c_arrLane3);
-            const auto maskOpen = Less(fltWeight, fltOne);
-            if (!Any(maskOpen))
-                return;
-            const float* const pLeft = arrCoarse + _nLeft + 4 * nOdd;
-            const F32 fltCoarse = S::LoadF32(pLeft) * fltFirst + S::LoadF32(pLeft + 4) * fltSecond;
-            BETWEEN_CELLS::Store(_pFine, Select(maskOpen, fltFine + fltCoarse * (fltOne - fltWeight), fltFine));
-        });
-    }
-}
-
-/// A cell lies 1, 3, 5 or 7 eighths of the way from the middle of one block to that of the next.
+/// A cell lies 1, 3, 5 or 7 eighths of the way from the middle of one block to that of the next; those that lie in the
+/// same way, four apart, make vectors.
 template <class S> void Lamps(const LAMP_CHUNK& _chunk)
 {
     using F32 = typename S::F32;
-    using BETWEEN_BLOCKS = CELLS_BETWEEN<S, 4>;
     float arrBlocks[4 * c_nLampRoom];
     for (size_t n = 0; n < 4 * c_nLampRoom; n += S::c_nLanes)
     {
@@ -255,12 +210,43 @@ template <class S> void Lamps(const LAMP_CHUNK& _chunk)
     {
         const size_t nRight = nCell < 2 ? 0 : 4;
         const F32 fltSecond(static_cast<float>((2 * nCell + 5) % 8) * .125f);
-        BETWEEN_BLOCKS::ForEach(_chunk.pLamps + 4 * nCell, [&](float* _pLamps, size_t _nLeft) {
-            const F32 fltLeft = S::LoadF32(arrBlocks + _nLeft + nRight);
-            const F32 fltOff = S::LoadF32(arrBlocks + _nLeft + nRight + 4) - fltLeft;
-            BETWEEN_BLOCKS::Store(_pLamps, fltLeft + fltOff * fltSecond);
-        });
+        for (size_t n = 0; n < c_nChunkPlates; n += S::c_nLanes)
+        {
+            const F32 fltLeft = S::LoadF32(arrBlocks + n + nRight);
+            const F32 fltOff = S::LoadF32(arrBlocks + n + nRight + 4) - fltLeft;
+            S::StoreBlocks(_chunk.pLamps + 4 * (n + nCell), 64, AsInts(fltLeft + fltOff * fltSecond));
+        }
     }
+}
+
+/// Sums over rows of as many columns as a vector has, from _nAt on.
+template <class S> ZCK_INLINE void BlurSome(const BLUR_COLUMNS& _columns, ptrdiff_t _nAt)
+{
+    using I32 = typename S::I32;
+    const size_t nLeft = static_cast<size_t>(_columns.nColumns - _nAt);
+    const auto Row = [&](int _nRow) {
+        const int nRow = _nRow < 0 ? 0 : _nRow < _columns.nRows ? _nRow : _columns.nRows - 1;
+        const int32_t* const p = _columns.pIn + nRow * _columns.nStride + _nAt;
+        return nLeft < S::c_nLanes ? S::LoadI32(p, nLeft) : S::LoadI32(p);
+    };
+    I32 nSum(0);
+    for (int y = -_columns.nReach; y <= _columns.nReach; ++y)
+        nSum = nSum + Row(y);
+    for (int y = 0; y < _columns.nRows; ++y)
+    {
+        int32_t* const p = _columns.pOut + y * _columns.nStride + _nAt;
+        if (nLeft < S::c_nLanes)
+            S::Store(static_cast<void*>(p), nLeft, nSum);
+        else
+            S::Store(static_cast<void*>(p), nSum);
+        nSum = nSum + (Row(y + _columns.nReach + 1) - Row(y - _columns.nReach));
+    }
+}
+
+template <class S> void Blur(const BLUR_COLUMNS& _columns)
+{
+    for (int n = 0; n < _columns.nColumns; n += static_cast<int>(S::c_nLanes))
+        BlurSome<S>(_columns, n);
 }
 
 } // namespace UnmixPlates

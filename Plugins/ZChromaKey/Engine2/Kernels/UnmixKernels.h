@@ -15,8 +15,8 @@ struct UNMIX_KERNELS
     void (*pfnMeans)(const MEAN_CHUNK& _chunk) noexcept;
     void (*pfnCompare)(COMPARE_CHUNK& _chunk) noexcept;
     void (*pfnLearn)(LEARN_CHUNK& _chunk) noexcept;
-    void (*pfnComplete)(const COMPLETE_CHUNK& _chunk) noexcept;
     void (*pfnLamps)(const LAMP_CHUNK& _chunk) noexcept;
+    void (*pfnBlur)(const BLUR_COLUMNS& _columns) noexcept;
     void (*pfnNoise)(NOISE_CHUNK& _chunk) noexcept;
     void (*pfnClear)(const CLEAR_RUN& _run) noexcept;
     void (*pfnSolid)(const SOLID_RUN& _run) noexcept;

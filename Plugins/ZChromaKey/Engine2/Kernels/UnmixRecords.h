@@ -215,18 +215,6 @@ struct COMPARE_CHUNK
     float arrReference[4]; ///< out: of the reference there, and the number of those far off the plate
 };
 
-inline constexpr int c_nCoarseRoom = c_nChunkPlates / 2 + 4; ///< cells in whole vectors
-
-/// Cells of a row of a grid, four floats each, and those of a grid half as fine that complete them (UNMIX_PYRAMID).
-struct COMPLETE_CHUNK
-{
-    float* pFine; ///< c_nChunkPlates cells, the last number the weight; those of weight 1 stay
-    /// Of the rows above and below the middle of these cells: c_nChunkPlates / 2 + 2 cells from the one left of the
-    /// chunk, and others up to c_nCoarseRoom, which do not count.
-    const float* arrCoarse[2];
-    float arrWeights[2]; ///< of the rows
-};
-
 inline constexpr int c_nLampRoom = c_nChunkPlates / 4 + 4; ///< blocks in whole vectors
 
 /// Between the middles of blocks of 4x4 plate cells.
@@ -237,6 +225,17 @@ struct LAMP_CHUNK
     const float* arrBlocks[2];
     float fltBelow; ///< weight of the second row
     float* pLamps;  ///< out: four floats for each of c_nChunkPlates cells
+};
+
+/// Columns of a grid of numbers, and their sums over nReach rows each way; beyond the grid as at its border.
+struct BLUR_COLUMNS
+{
+    const int32_t* pIn;
+    int32_t* pOut;
+    ptrdiff_t nStride; ///< numbers from one row to the next
+    int nColumns;
+    int nRows;
+    int nReach;
 };
 
 inline constexpr int c_nNoisePairs = 64; ///< the most of a chunk

@@ -286,7 +286,7 @@ TEST(ChromaRebuild, IsWhatTheFormulaSays)
                 bool bNear = false;
                 for (int n = 0; n < 9; ++n)
                 {
-                    const int i = x / 4 + n % 3 - 1, j = y / 4 + n / 3 - 1;
+                    const int i = (x + n % 3 - 1) >> 2, j = (y + n / 3 - 1) >> 2;
                     bNear |= i >= 0 && j >= 0 && i < bits.Width() && j < bits.Height() && bits.Get(i, j);
                 }
                 if (!bNear)

@@ -62,15 +62,16 @@ std::vector<GUARDED_PICTURE> Clip(uint32_t _fccType, int _nWidth, int _nHeight, 
 
 /// The results of a clip, one behind the other.
 std::vector<uint8_t> KeyedClip(UNMIX_STATE& _state, const std::vector<GUARDED_PICTURE>& _vecClip, IRowRunner& _runner,
-                               const UNMIX_SETUP& _setup)
+                               const UNMIX_SETUP& _setup, bool _bKeepDeep = false)
 {
     const size_t nWidth = _vecClip[0].vidProps.nWidth, nHeight = -_vecClip[0].vidProps.nHeight;
     std::vector<uint8_t> vecOut(4 * nWidth * nHeight * _vecClip.size());
     uint8_t* pOut = vecOut.data();
     for (const GUARDED_PICTURE& picture : _vecClip)
     {
-        EXPECT_EQ(S_OK, Unmix_Frame(_state, _setup, {picture.vidProps, picture.vidPtr},
-                                    {pOut, static_cast<ptrdiff_t>(4 * nWidth), false}, _runner));
+        UNMIX_RESULT result = {pOut, static_cast<ptrdiff_t>(4 * nWidth), false};
+        result.bKeepDeep = _bKeepDeep;
+        EXPECT_EQ(S_OK, Unmix_Frame(_state, _setup, {picture.vidProps, picture.vidPtr}, result, _runner));
         pOut += 4 * nWidth * nHeight;
     }
     return vecOut;
@@ -92,7 +93,9 @@ TEST(UnmixThreads, EveryCountGivesTheSameBytes)
     constexpr CLIP_KIND c_arrKinds[] = {{eZFCC_ARGB32, 203, 117, eZI_Progressive, false},
                                         {eZFCC_ARGB32, 203, 117, eZI_TopFirst, true},
                                         {eZFCC_NV12, 203, 151, eZI_Progressive, false},
-                                        {eZFCC_UYVY, 174, 150, eZI_BottomFirst, false}};
+                                        {eZFCC_UYVY, 174, 150, eZI_BottomFirst, false},
+                                        {eZFCC_v210, 204, 141, eZI_Progressive, false},
+                                        {eZFCC_r210, 204, 141, eZI_Progressive, false}};
     const SCENE plate(60, 90, [](int _x, int) { return SCENE_PIXEL{50, 170 - .3f * static_cast<float>(_x), 60}; });
     for (const CLIP_KIND& kind : c_arrKinds)
     {
@@ -117,6 +120,8 @@ TEST(UnmixThreads, EveryCountGivesTheSameBytes)
         UNMIX_STATE state;
         EXPECT_TRUE(KeyedClip(state, vecClip, backwards, setup) == vecOne);
         EXPECT_TRUE(UnmixState_Same(stateOne, state));
+        UNMIX_STATE stateKept;
+        EXPECT_TRUE(KeyedClip(stateKept, vecClip, serial, setup, true) == vecOne) << "chroma rebuilt in its own pass";
     }
 }
 TEST(UnmixThreads, EachRowIsTakenOnceInEveryPass)

@@ -90,12 +90,10 @@ struct CLIP_KIND
 
 TEST(UnmixThreads, EveryCountGivesTheSameBytes)
 {
-    constexpr CLIP_KIND c_arrKinds[] = {{eZFCC_ARGB32, 203, 117, eZI_Progressive, false},
-                                        {eZFCC_ARGB32, 203, 117, eZI_TopFirst, true},
-                                        {eZFCC_NV12, 203, 151, eZI_Progressive, false},
-                                        {eZFCC_UYVY, 174, 150, eZI_BottomFirst, false},
-                                        {eZFCC_v210, 204, 141, eZI_Progressive, false},
-                                        {eZFCC_r210, 204, 141, eZI_Progressive, false}};
+    constexpr CLIP_KIND c_arrKinds[] = {
+        {eZFCC_ARGB32, 203, 117, eZI_Progressive, false}, {eZFCC_ARGB32, 203, 117, eZI_TopFirst, true},
+        {eZFCC_NV12, 203, 151, eZI_Progressive, false},   {eZFCC_UYVY, 174, 150, eZI_BottomFirst, false},
+        {eZFCC_v210, 204, 141, eZI_Progressive, false},   {eZFCC_r210, 204, 141, eZI_Progressive, false}};
     const SCENE plate(60, 90, [](int _x, int) { return SCENE_PIXEL{50, 170 - .3f * static_cast<float>(_x), 60}; });
     for (const CLIP_KIND& kind : c_arrKinds)
     {

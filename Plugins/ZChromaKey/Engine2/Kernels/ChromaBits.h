@@ -37,9 +37,9 @@ template <class Fn> ZCK_INLINE void ForBitRuns(uint64_t _nBits, Fn&& _fnRun)
     }
 }
 
-/// The cells of a tile's row that are written, by their rows of pixels: mixed cells, of their neighbours those rows that
-/// are next to them, others that are asked for, and gaps of one or two cells between these, across which it is cheaper
-/// to go on than to stop.
+/// The cells of a tile's row that are written, by their rows of pixels: mixed cells, of their neighbours those rows
+/// that are next to them, others that are asked for, and gaps of one or two cells between these, across which it is
+/// cheaper to go on than to stop.
 struct CHROMA_NEEDED
 {
     uint64_t nTop = 0;    ///< of the first row of pixels

@@ -8,7 +8,7 @@ namespace
 
 // Most waits between two passes are shorter than falling asleep and waking up takes. One that is longer may be for a
 // thread that waits for the processor, which spinning would keep from it.
-constexpr std::chrono::microseconds c_timeWaitSpin{20};
+constexpr std::chrono::microseconds c_timeWaitSpin{50};
 
 template <class Condition> void SpinFor(const Condition& _isMet)
 {

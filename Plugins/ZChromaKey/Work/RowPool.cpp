@@ -79,7 +79,9 @@ HRESULT CRowPool::Run(const std::shared_ptr<CRowWork>& _spWork, int _nPasses)
         slot.nWorker = i;
     }
     m_spBarrier->Begin();
-    for (uint32_t i = 0; i < m_nReady; ++i)
+    // From the last: a processor that is asleep takes long to wake up, and the one that the caller leaves does not. So
+    // the worker that is told last starts first, and that is to be the first worker, which may have the others wait.
+    for (uint32_t i = m_nReady; i-- > 0;)
         m_arrWorkers[i]->thread.Wake();
     if (m_spBarrier->WaitForAll(c_nThreadStopMs))
         return S_OK;

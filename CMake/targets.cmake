@@ -32,6 +32,13 @@ function(z_test_levels name)
   endforeach()
 endfunction()
 
+# Kernels that any processor can run, of sources that a target has.
+function(z_kernel_sources)
+  if(NOT MSVC)
+    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS $<$<CONFIG:Release>:-O3>) # as below
+  endif()
+endfunction()
+
 # Kernels that need more than the base instruction set, AVX2 or AVX512. Only these files get the flags: code that they
 # share with others could end up in programs that run on older processors. Elsewhere than on x86-64 they are left out.
 function(z_simd_sources target level)

@@ -235,7 +235,10 @@ template <size_t N> ZCK_INLINE VECTOR<uint16_t, N> ClampToByte(const VECTOR<uint
 }
 template <size_t N> ZCK_INLINE VECTOR<uint16_t, N> AbsSigned(const VECTOR<uint16_t, N>& _a)
 {
-    return VECTOR<uint16_t, N>::Of([&](size_t _n) { return std::abs(static_cast<int16_t>(_a.arr[_n])); });
+    return VECTOR<uint16_t, N>::Of([&](size_t _n) {
+        const auto n = static_cast<int16_t>(_a.arr[_n]);
+        return n < 0 ? -n : n;
+    });
 }
 template <size_t N> ZCK_INLINE MASK<N> GreaterSigned(const VECTOR<uint16_t, N>& _a, const VECTOR<uint16_t, N>& _b)
 {
@@ -244,11 +247,11 @@ template <size_t N> ZCK_INLINE MASK<N> GreaterSigned(const VECTOR<uint16_t, N>& 
 template <size_t N> ZCK_INLINE VECTOR<uint16_t, N> AddWhere(const MASK<N>& _mask, const VECTOR<uint16_t, N>& _a,
                                                             const VECTOR<uint16_t, N>& _b)
 {
-    return VECTOR<uint16_t, N>::Of([&](size_t _n) { return _a.arr[_n] + (_mask.arr[_n] ? _b.arr[_n] : 0); });
+    return VECTOR<uint16_t, N>::Of([&](size_t _n) { return _a.arr[_n] + _b.arr[_n] * _mask.arr[_n]; });
 }
 template <size_t N> ZCK_INLINE VECTOR<uint16_t, N> CountWhere(const MASK<N>& _mask, const VECTOR<uint16_t, N>& _a)
 {
-    return AddWhere(_mask, _a, VECTOR<uint16_t, N>(1));
+    return VECTOR<uint16_t, N>::Of([&](size_t _n) { return _a.arr[_n] + _mask.arr[_n]; });
 }
 template <size_t N> ZCK_INLINE VECTOR<int32_t, N> AsInts(const VECTOR<float, N>& _floats)
 {

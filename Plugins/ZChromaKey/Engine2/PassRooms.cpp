@@ -10,6 +10,17 @@ namespace
 constexpr size_t c_nAligned = 64;
 } // namespace
 
+CPassRooms& CPassRooms::operator=(const CPassRooms& _other)
+{
+    if (this != &_other)
+    {
+        m_upMemory.reset();
+        m_pFirst = nullptr;
+        m_nBytes = 0;
+    }
+    return *this;
+}
+
 void CPassRooms::Make(size_t _nBytes)
 {
     const size_t nBytes = (_nBytes + c_nAligned - 1) / c_nAligned * c_nAligned;

@@ -16,10 +16,8 @@ public:
         : CPassRooms()
     {
     }
-    CPassRooms& operator=(const CPassRooms&)
-    {
-        return *this;
-    }
+    /// Between two passes: nor has what is copied to.
+    CPassRooms& operator=(const CPassRooms& _other);
 
     /// Between two passes: rooms of at least so many bytes. Throws std::bad_alloc, and keeps those that there are.
     void Make(size_t _nBytes);

@@ -44,7 +44,8 @@ inline constexpr int c_nPassPart = 8; ///< rows of a pass that a thread takes at
 class IRowRunner
 {
 public:
-    /// Runs _pass over the rows 0 to _nRows - 1, in parts of at least _nLeast, and returns when all are done.
+    /// Runs _pass over the rows 0 to _nRows - 1, in parts that begin at multiples of _nLeast and have at least so many
+    /// rows but for the last one, and returns when all are done.
     virtual void Run(int _nRows, int _nLeast, const CRowPass& _pass) = 0;
     /// Says to which step belongs what comes next, passes and what lies between them: for who measures.
     virtual void Step(eUnmixStep)

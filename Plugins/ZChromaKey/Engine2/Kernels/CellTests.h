@@ -348,7 +348,8 @@ template <class S> void Noise(NOISE_CHUNK& _chunk)
         const COLOURS<S> plate(arrPlate);
         const F32 fltRho = RhoOf<S>(Max(plate.Form(rules.arrX), F32(rules.fltLeastX)), plate.Form(rules.arrZ));
         I32 nFirst, nSecond;
-        Deinterleave(S::LoadI32(_chunk.arrPixels[n]), S::LoadI32(_chunk.arrPixels[n] + S::c_nLanes), nFirst, nSecond);
+        const uint32_t* const pPixels = _chunk.arrPixels[n];
+        Deinterleave(S::LoadI32(pPixels), S::LoadI32(pPixels + S::c_nLanes), nFirst, nSecond);
         S::Store(_chunk.arrOff + n,
                  Abs(DifferenceOf<S>(rules, nFirst, fltRho) - DifferenceOf<S>(rules, nSecond, fltRho)));
     }

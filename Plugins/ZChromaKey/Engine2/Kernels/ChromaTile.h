@@ -219,7 +219,8 @@ private:
     void Sums(int _nRow, int _nFirst, int _nEnd)
     {
         CHROMA_STRIP* const pSums = Row(_nRow).arrSums;
-        for (int n = Aligned(_nFirst, _nEnd); n < _nEnd; n += c_nLanes)
+        const int nAligned = Aligned(_nFirst, _nEnd);
+        for (int n = nAligned > 0 ? nAligned : _nFirst; n < _nEnd; n += c_nLanes) // none is before the first column
         {
             const auto Off = [&](int _i, int _nAt) { return S::LoadF32(m_strips.arrOff[_i].arr + _nAt); };
             const F32 vecY0 = Off(0, n - 1), vecY1 = Off(0, n) + Off(0, n), vecY2 = Off(0, n + 1);

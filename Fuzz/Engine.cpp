@@ -239,14 +239,14 @@ void CheckKeyer2(CByteReader& _in)
     }
 }
 
-/// The rows of a pass one by one, the last one first.
+/// The least parts of a pass, the last one first.
 class CBackwardRunner final : public IRowRunner
 {
 public:
-    void Run(int _nRows, int, const CRowPass& _pass) override
+    void Run(int _nRows, int _nLeast, const CRowPass& _pass) override
     {
-        for (int y = _nRows - 1; y >= 0; --y)
-            _pass(y, 1);
+        for (int n = (_nRows + _nLeast - 1) / _nLeast - 1; n >= 0; --n)
+            _pass(n * _nLeast, std::min(_nLeast, _nRows - n * _nLeast));
     }
 };
 

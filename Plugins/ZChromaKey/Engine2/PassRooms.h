@@ -16,7 +16,7 @@ public:
         : CPassRooms()
     {
     }
-    /// Between two passes: nor has what is copied to.
+    /// Between two passes: frees the rooms; those of the other are not copied.
     CPassRooms& operator=(const CPassRooms& _other);
 
     /// Between two passes: rooms of at least so many bytes. Throws std::bad_alloc, and keeps those that there are.

@@ -107,7 +107,7 @@ public:
         m_arr[1] = m_arr[2];
         m_arr[2] = RowNeeded(m_nY + 1);
     }
-    /// None of the rows needs anything, nor will one.
+    /// None of these rows needs anything, and none of those below does.
     ZCK_INLINE bool IsOver() const
     {
         return m_nY > m_nEnd + 1;

@@ -220,7 +220,8 @@ private:
     {
         CHROMA_STRIP* const pSums = Row(_nRow).arrSums;
         const int nAligned = Aligned(_nFirst, _nEnd);
-        for (int n = nAligned > 0 ? nAligned : _nFirst; n < _nEnd; n += c_nLanes) // none is before the first column
+        // Each column takes the one before it as well, so a vector must not begin with the first of a strip.
+        for (int n = nAligned > 0 ? nAligned : _nFirst; n < _nEnd; n += c_nLanes)
         {
             const auto Off = [&](int _i, int _nAt) { return S::LoadF32(m_strips.arrOff[_i].arr + _nAt); };
             const F32 vecY0 = Off(0, n - 1), vecY1 = Off(0, n) + Off(0, n), vecY2 = Off(0, n + 1);

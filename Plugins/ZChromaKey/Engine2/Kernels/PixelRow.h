@@ -176,8 +176,8 @@ struct STRIP
 };
 constexpr ptrdiff_t c_nStripWords = ptrdiff_t{2} * STRIP::c_nStride;
 
-/// What gives the differences of pixels. Of bytes and of words, which are paired as they lie in memory: every second
-/// one of bytes, neighbours of words.
+/// Computes the differences of pixels. Products are summed in pairs of channels: blue and red, green and alpha where
+/// pixels are bytes; blue and green, red and alpha where they are words, as they lie in memory.
 template <class S, bool Deep> struct DIFFERENCES
 {
     using I32 = typename S::I32;
@@ -279,8 +279,8 @@ template <class S> ZCK_INLINE typename S::U16 Filtered(const int16_t* _p, typena
                 nSum = AddWhere(maskNear, nSum, nOff);
                 nOthers = CountWhere(maskNear, nOthers);
             }
-    // The sum fits 16 bits: eight offsets of less than two noises, of at most 60 levels each. The place of a middle
-    // that is alone is before the table, which gives 0, as is its sum.
+    // The sum fits 16 bits: eight offsets of less than two noises, of at most 60 levels each. A middle that is alone
+    // has a place before the table, 254, for which LookedUp gives 0; its sum is 0, too.
     static constexpr SHARES c_shares;
     const U16 nPlaces = nOthers * U16(0x0202) + U16(0x0100 - 0x0202);
     return nMiddle + MulRound(nSum, As<U16>(LookedUp(c_shares.arr, As<typename S::U8>(nPlaces))));
